@@ -1,0 +1,31 @@
+# Every library is a Debian package; `./dev setup` installs them. ARCHITECTURE.md says why each is here.
+
+find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
+find_package(Boost 1.81 REQUIRED)
+find_package(ICU 72 REQUIRED COMPONENTS uc i18n data)
+find_package(fmt REQUIRED)
+find_package(nlohmann_json REQUIRED)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets)
+
+pkg_check_modules(SQLITE3 REQUIRED IMPORTED_TARGET sqlite3)
+find_path(SQLITECPP_INCLUDE_DIR SQLiteCpp/SQLiteCpp.h REQUIRED)
+find_library(SQLITECPP_LIBRARY SQLiteCpp REQUIRED)
+pkg_check_modules(PULSE REQUIRED IMPORTED_TARGET libpulse)
+pkg_check_modules(FFMPEG REQUIRED IMPORTED_TARGET libavformat libavcodec libavutil libswresample)
+pkg_check_modules(SOXR REQUIRED IMPORTED_TARGET soxr)
+pkg_check_modules(POCKETSPHINX REQUIRED IMPORTED_TARGET pocketsphinx sphinxbase)
+pkg_get_variable(POCKETSPHINX_MODEL_DIR pocketsphinx modeldir)
+pkg_check_modules(X11 REQUIRED IMPORTED_TARGET x11 x11-xcb xi xtst xfixes xext xcb xcb-xinput xcb-xtest xcb-xfixes xcb-xkb xcb-shape)
+
+if(SONVALE_TESTS)
+  find_package(GTest REQUIRED)
+  find_package(benchmark REQUIRED)
+endif()
+
+# Headers that nearly every file reads, compiled once. Targets with Qt have their own set of
+# definitions and therefore a precompiled header of their own.
+add_library(sonvale_pch OBJECT ${CMAKE_SOURCE_DIR}/cmake/pch.cpp)
+target_precompile_headers(sonvale_pch PRIVATE ${CMAKE_SOURCE_DIR}/cmake/pch.h)
+target_compile_definitions(sonvale_pch PUBLIC BOOST_ASIO_NO_DEPRECATED BOOST_ASIO_DISABLE_BOOST_COROUTINE)
+target_link_libraries(sonvale_pch PUBLIC Boost::headers fmt::fmt nlohmann_json::nlohmann_json Threads::Threads)

@@ -1,0 +1,32 @@
+# Compiler cache, linker, warnings and sanitizers, the same for every target.
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM)
+  # Precompiled headers need the relaxed comparisons; base_dir makes hits independent of the checkout's place.
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+      ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+      CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${CCACHE_PROGRAM})
+endif()
+
+find_program(MOLD_PROGRAM mold)
+if(MOLD_PROGRAM)
+  add_link_options(-fuse-ld=mold)
+endif()
+
+# Libraries and programs alike, so that they can share one precompiled header.
+add_compile_options(-fPIC)
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  # A time stamp inside the precompiled header would make every ccache look-up a miss.
+  add_compile_options("SHELL:-Xclang -fno-pch-timestamp" -Wimplicit-fallthrough)
+endif()
+
+set(SONVALE_SANITIZER "" CACHE STRING "Sanitizers to build with: address,undefined or thread")
+if(SONVALE_SANITIZER)
+  add_compile_options(-fsanitize=${SONVALE_SANITIZER} -fno-omit-frame-pointer -g1)
+  add_link_options(-fsanitize=${SONVALE_SANITIZER})
+  if(SONVALE_SANITIZER MATCHES "undefined")
+    add_compile_options(-fno-sanitize-recover=undefined)
+  endif()
+endif()

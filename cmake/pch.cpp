@@ -1,0 +1,1 @@
+// The one source of the precompiled header; it has nothing of its own.

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "runtime/Actor.h"
+#include "runtime/Task.h"
+
+#include <memory>
+#include <string>
+
+namespace sonvale::runtime {
+
+/// The threads on which everything off the main actor runs.
+///
+/// At the end of the program: cancel the registry's tasks, run the main actor until they have ended, then
+/// `join()`, then destroy what the tasks used.
+class TaskPool {
+public:
+    TaskPool(unsigned threads, std::shared_ptr<TaskRegistry> registry);
+    ~TaskPool();
+    TaskPool(const TaskPool&) = delete;
+    TaskPool& operator=(const TaskPool&) = delete;
+
+    /// The shared pool as a place for tasks that run beside each other.
+    Actor actor() const;
+
+    /// A new serial actor on the pool's threads.
+    Actor makeSerialActor(std::string name) const;
+
+    /// Waits until all queued work has run and ends the threads.
+    void join();
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+} // namespace sonvale::runtime

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "tests/support/ChildProcess.h"
+
+#include <memory>
+#include <string>
+
+namespace sonvale::tests {
+
+enum class WindowManager { none, openbox, xfwm4 };
+
+/// An X server of a test's own (Xvfb), with a window manager when asked for.
+class PrivateDisplay {
+public:
+    explicit PrivateDisplay(WindowManager windowManager = WindowManager::none);
+
+    /// ":7", for DISPLAY.
+    const std::string& name() const { return name_; }
+
+private:
+    TemporaryDirectory directory_;
+    std::unique_ptr<ChildProcess> server_;
+    std::unique_ptr<ChildProcess> windowManager_;
+    std::string name_;
+};
+
+} // namespace sonvale::tests

@@ -1,0 +1,55 @@
+#include "base/Observed.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace sonvale::base {
+
+TEST(Observed, NotifiesOnRealChangeOnly)
+{
+    Observed<std::string> text{"a"};
+    std::vector<std::string> heard;
+    const auto subscription = text.subscribe([&](const std::string& value) { heard.push_back(value); });
+
+    EXPECT_FALSE(text.set("a"));
+    EXPECT_TRUE(text.set("b"));
+    EXPECT_FALSE(text.set("b"));
+
+    EXPECT_EQ(heard, std::vector<std::string>{"b"});
+}
+
+TEST(Observed, EndsTheObservationWithItsHandle)
+{
+    Observed<int> number{0};
+    int heard = 0;
+    {
+        const auto subscription = number.subscribe([&](int) { ++heard; });
+        number = 1;
+    }
+    number = 2;
+    EXPECT_EQ(heard, 1);
+}
+
+TEST(Observed, LeavesOutAnObserverThatAnotherOneEndsDuringTheNotification)
+{
+    Observed<int> number{0};
+    int heard = 0;
+    Subscription second;
+    const auto first = number.subscribe([&](int) { second.reset(); });
+    second = number.subscribe([&](int) { ++heard; });
+    number = 1;
+    EXPECT_EQ(heard, 0);
+}
+
+TEST(Observed, LetsAHandleOutliveTheValue)
+{
+    auto number = std::make_unique<Observed<int>>(0);
+    auto subscription = number->subscribe([](int) {});
+    number.reset();
+    subscription.reset();
+}
+
+} // namespace sonvale::base
