@@ -4,6 +4,7 @@
 
 #include <poll.h>
 #include <sys/socket.h>
+#include <xcb/xcbext.h>
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
 

@@ -45,8 +45,8 @@ private:
 
 } // namespace
 
-X11EventTap::X11EventTap(std::string displayName, const runtime::Clock& clock,
-                         std::shared_ptr<SyntheticKeyLedger> ledger)
+X11EventTap::X11EventTap(const runtime::Clock& clock, std::shared_ptr<SyntheticKeyLedger> ledger,
+                         std::string displayName)
     : displayName_(std::move(displayName))
     , clock_(clock)
     , ledger_(std::move(ledger))

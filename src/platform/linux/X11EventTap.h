@@ -26,8 +26,8 @@ class X11EventTap final : public EventTap {
 public:
     /// An empty name means the display of the environment. `ledger` is shared with the program's
     /// `X11SyntheticInput`.
-    X11EventTap(std::string displayName, const runtime::Clock& clock,
-                std::shared_ptr<SyntheticKeyLedger> ledger);
+    X11EventTap(const runtime::Clock& clock, std::shared_ptr<SyntheticKeyLedger> ledger,
+                std::string displayName = {});
     ~X11EventTap() override;
 
     bool probe() override;

@@ -63,9 +63,8 @@ std::bitset<256> keysDown(X11Connection& connection, double deadline) {
 
 } // namespace
 
-X11SyntheticInput::X11SyntheticInput(const std::string& displayName, const runtime::Clock& clock,
-                                     std::shared_ptr<SyntheticKeyLedger> ledger,
-                                     std::function<void()> offerPrimary)
+X11SyntheticInput::X11SyntheticInput(const runtime::Clock& clock, std::shared_ptr<SyntheticKeyLedger> ledger,
+                                     std::function<void()> offerPrimary, const std::string& displayName)
     : ledger_(std::move(ledger))
     , offerPrimary_(std::move(offerPrimary))
     , connection_(X11Connection::open(displayName, clock)) {}

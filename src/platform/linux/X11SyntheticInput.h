@@ -24,8 +24,8 @@ public:
     /// `offerPrimary` is called inside `pressPaste`, only for programs that paste PRIMARY: it has to make the
     /// pasteboard's text the PRIMARY selection before it returns. An empty display name means that of the
     /// environment.
-    X11SyntheticInput(const std::string& displayName, const runtime::Clock& clock,
-                      std::shared_ptr<SyntheticKeyLedger> ledger, std::function<void()> offerPrimary);
+    X11SyntheticInput(const runtime::Clock& clock, std::shared_ptr<SyntheticKeyLedger> ledger,
+                      std::function<void()> offerPrimary, const std::string& displayName = {});
 
     /// Whether keys can be sent at all.
     bool isUsable() const { return connection_ && !connection_->isBroken(); }
