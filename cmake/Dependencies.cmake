@@ -16,6 +16,14 @@ pkg_check_modules(FFMPEG REQUIRED IMPORTED_TARGET libavformat libavcodec libavut
 pkg_check_modules(SOXR REQUIRED IMPORTED_TARGET soxr)
 pkg_check_modules(POCKETSPHINX REQUIRED IMPORTED_TARGET pocketsphinx sphinxbase)
 pkg_get_variable(POCKETSPHINX_MODEL_DIR pocketsphinx modeldir)
+# Debian's sphinxbase names an include folder that its package does not have, which CMake refuses.
+get_target_property(pocketsphinx_folders PkgConfig::POCKETSPHINX INTERFACE_INCLUDE_DIRECTORIES)
+foreach(folder IN LISTS pocketsphinx_folders)
+  if(NOT EXISTS "${folder}")
+    list(REMOVE_ITEM pocketsphinx_folders "${folder}")
+  endif()
+endforeach()
+set_target_properties(PkgConfig::POCKETSPHINX PROPERTIES INTERFACE_INCLUDE_DIRECTORIES "${pocketsphinx_folders}")
 pkg_check_modules(X11 REQUIRED IMPORTED_TARGET x11 x11-xcb xi xtst xfixes xext xcb xcb-xinput xcb-xtest xcb-xfixes xcb-xkb xcb-shape)
 
 if(SONVALE_TESTS)
