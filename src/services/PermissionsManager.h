@@ -33,16 +33,15 @@ public:
     /// All four checks, in the order above.
     void refresh();
 
-    /// Sets the one to tell when the user has granted what was asked for. The checks tell only the observers of the
-    /// flags.
-    void setOnPermissionGranted(std::function<void()> onPermissionGranted);
+    /// Called on the main actor when the user has granted what was asked for; set once by the owner, which the
+    /// function holds weakly. The checks themselves tell only the observers of the flags.
+    std::function<void()> onPermissionGranted;
 
 private:
     platform::CaptureAuthorization& capture_;
     platform::AccessibilityTree& accessibility_;
     platform::EventTap& eventTap_;
     platform::SpeechRecognizers& speech_;
-    std::function<void()> onPermissionGranted_;
 };
 
 } // namespace sonvale::services
