@@ -61,7 +61,7 @@ void AppState::startHotkeysIfReady()
         return;
     }
 
-    if (hotkeyManager->isEnabled.get()) {
+    if (hotkeyManager->isEnabled().get()) {
         say("hotkeys already running, nothing to do.");
         return;
     }
@@ -89,7 +89,7 @@ runtime::Task<> AppState::retrySlowly(std::weak_ptr<AppState> weakSelf, runtime:
         const auto self = weakSelf.lock();
         if (!self)
             co_return;
-        if (self->hotkeyManager->isEnabled.get()) {
+        if (self->hotkeyManager->isEnabled().get()) {
             base::systemLog(fmt::format("[AppState] Hotkeys started on fast-retry attempt {}", attempt));
             co_return;
         }
@@ -99,7 +99,7 @@ runtime::Task<> AppState::retrySlowly(std::weak_ptr<AppState> weakSelf, runtime:
     for (int pass = 1; pass <= slowPasses; ++pass) {
         co_await runtime::sleep(clock, slowPeriod);
         const auto self = weakSelf.lock();
-        if (!self || self->hotkeyManager->isEnabled.get())
+        if (!self || self->hotkeyManager->isEnabled().get())
             co_return;
         self->startHotkeysIfReady();
     }
@@ -111,7 +111,7 @@ runtime::Task<> AppState::retryStart(std::weak_ptr<AppState> weakSelf, runtime::
         if (co_await runtime::sleep(clock, startRetryPeriod) == runtime::SleepOutcome::interrupted)
             co_return;
         const auto self = weakSelf.lock();
-        if (!self || self->hotkeyManager->isEnabled.get())
+        if (!self || self->hotkeyManager->isEnabled().get())
             co_return;
 
         self->permissionsManager->refresh();

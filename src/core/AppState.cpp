@@ -50,9 +50,9 @@ AppState::AppState(const Environment& environment)
     isOnboardingComplete = e.settings.read(keys::isOnboardingComplete);
     e.settings.registerDefaults();
 
-    transcriptionManager = std::make_shared<transcription::TranscriptionManager>(e.main);
-    transcriptionManager->localEngine =
-        std::make_shared<transcription::AppleSpeechEngine>(e.speechRecognizers, e.currentLocale);
+    transcriptionManager = std::make_shared<transcription::TranscriptionManager>();
+    transcriptionManager->localEngine.set(
+        std::make_shared<transcription::AppleSpeechEngine>(e.speechRecognizers, e.currentLocale));
     transcriptionManager->preferredEngine =
         transcription::preferenceAtStart(e.settings.stored(keys::transcriptionEngine));
     if (e.settings.read(keys::localOnlyMode))
@@ -65,10 +65,10 @@ void AppState::connect()
     hotkeyManager->setOnAction([weak, main = environment_.main](HotkeyAction action, HotkeyEventType event) {
         runtime::spawn(main, dispatch(weak, action, event));
     });
-    permissionsManager->setOnPermissionGranted([weak] {
+    permissionsManager->onPermissionGranted = [weak] {
         if (const auto self = weak.lock())
             self->startHotkeysIfReady();
-    });
+    };
 }
 
 runtime::Task<> AppState::handleHotkey(HotkeyAction action, HotkeyEventType event)

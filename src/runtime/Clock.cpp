@@ -4,6 +4,8 @@
 
 namespace sonvale::runtime {
 
+// The header asks of the caller that the clock outlives the sleep.
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-reference-coroutine-parameters)
 Task<SleepOutcome> sleep(Clock& clock, double seconds) {
     struct Wait {
         std::optional<Continuation<SleepOutcome>> continuation;

@@ -23,7 +23,7 @@ TEST_F(Startup, StartsTheListenerWithTheDefaultShortcuts)
 {
     completeOnboardingAndStart();
     EXPECT_TRUE(tap().isRunning());
-    EXPECT_TRUE(state().hotkeyManager->isEnabled.get());
+    EXPECT_TRUE(state().hotkeyManager->isEnabled().get());
     EXPECT_TRUE(settings().read(keys::hotkeyBindingsMigrated));
     EXPECT_FALSE(tap().swallowable().empty());
 }
