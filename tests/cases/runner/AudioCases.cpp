@@ -10,8 +10,7 @@ using nlohmann::json;
 
 namespace {
 
-platform::PcmBuffer buffer(const json& channels)
-{
+platform::PcmBuffer buffer(const json& channels) {
     const auto frames = channels.empty() ? 0 : channels.front().size();
     const auto isChannel = [frames](const json& channel) {
         return channel.is_array() && channel.size() == frames &&
@@ -22,14 +21,14 @@ platform::PcmBuffer buffer(const json& channels)
 
     platform::PcmBuffer pcm({48000, static_cast<std::uint32_t>(channels.size())}, frames);
     for (std::size_t i = 0; i < channels.size(); ++i)
-        std::ranges::transform(channels[i], pcm.channel(i).begin(), [](const json& s) { return s.get<float>(); });
+        std::ranges::transform(channels[i], pcm.channel(i).begin(),
+                               [](const json& s) { return s.get<float>(); });
     return pcm;
 }
 
 } // namespace
 
-void addAudioCases(CaseRegistry& registry)
-{
+void addAudioCases(CaseRegistry& registry) {
     registry["level"] = [](const json& in) { return audio::level(buffer(array(in, "channels"))); };
 }
 
