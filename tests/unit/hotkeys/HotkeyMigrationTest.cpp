@@ -3,13 +3,16 @@
 #include "hotkeys/HotkeyBindingStore.h"
 #include "persistence/ModelContainer.h"
 #include "persistence/Settings.h"
+#include "persistence/Store.h"
 #include "platform/EventTap.h"
 #include "tests/support/ChildProcess.h"
 
+#include <SQLiteCpp/SQLiteCpp.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace sonvale::hotkeys {
@@ -93,6 +96,15 @@ TEST_F(HotkeyMigrationTest, WaitsForTheStore) {
     migrateHotkeyBindings(settings, &store);
     EXPECT_TRUE(isMigrated());
     EXPECT_EQ(pushToTalk().configs.front().keyCode, 49);
+}
+
+TEST_F(HotkeyMigrationTest, TakesAStoreThatCannotBeReadForOneWithoutTheRecord) {
+    auto damaged = persistence::Store::openInMemory();
+    damaged->database().exec("DROP TABLE AppSettings");
+    persistence::ModelContext context(std::move(damaged));
+    migrateHotkeyBindings(settings, &context);
+    EXPECT_TRUE(isMigrated());
+    EXPECT_FALSE(isStored());
 }
 
 TEST_F(HotkeyMigrationTest, TakesTheFirstOfSeveralRecords) {
