@@ -26,6 +26,11 @@ struct DesktopProbe::Impl {
         XSizeHints hints{};
         hints.flags = USPosition | USSize;
         XSetWMNormalHints(display, window, &hints);
+        // Without a frame, so that its own colour begins at its place.
+        const unsigned long undecorated[] = {2, 0, 0, 0, 0};
+        const Atom motifHints = atom("_MOTIF_WM_HINTS");
+        XChangeProperty(display, window, motifHints, motifHints, 32, PropModeReplace,
+                        reinterpret_cast<const unsigned char*>(undecorated), 5);
         XSelectInput(display, window, ButtonPressMask | StructureNotifyMask);
         if (isFullScreen) {
             const Atom state = atom("_NET_WM_STATE_FULLSCREEN");

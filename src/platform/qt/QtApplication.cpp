@@ -4,6 +4,7 @@
 
 #include <QEvent>
 #include <QGuiApplication>
+#include <QPointer>
 #include <QWindow>
 
 namespace sonvale::platform::qt {
@@ -39,14 +40,25 @@ void QtApplication::terminate() {
 }
 
 bool QtApplication::eventFilter(QObject* object, QEvent* event) {
-    // Sent once the native window is there and before it is mapped, at each showing: window managers forget
-    // the state of a window that is hidden.
-    if (event->type() == QEvent::Show && object->isWindowType()) {
-        auto& window = static_cast<QWindow&>(*object);
-        if (canBeInTaskbar(window))
-            prepareTaskbarPlace(window, policy_ == ActivationPolicy::regular);
-    }
+    if (event->type() == QEvent::Show && object->isWindowType() &&
+        canBeInTaskbar(static_cast<QWindow&>(*object)))
+        placeNewWindow(static_cast<QWindow&>(*object));
     return QObject::eventFilter(object, event);
+}
+
+void QtApplication::placeNewWindow(QWindow& window) {
+    // The event comes once the native window is there and before it is mapped, so that no task bar ever sees
+    // an accessory's window; at each showing, because window managers forget the state of a window that is
+    // hidden.
+    prepareTaskbarPlace(window, policy_ == ActivationPolicy::regular);
+
+    // They forget it some time after the hiding, which may be after the line above.
+    const auto repeat = [this, window = QPointer<QWindow>(&window)] {
+        if (window && policy_ == ActivationPolicy::accessory && window->isVisible())
+            changeTaskbarPlace(*window, false);
+    };
+    if (policy_ == ActivationPolicy::accessory)
+        QMetaObject::invokeMethod(this, repeat, Qt::QueuedConnection);
 }
 
 } // namespace sonvale::platform::qt

@@ -4,6 +4,8 @@
 
 #include <QObject>
 
+class QWindow;
+
 namespace sonvale::platform::qt {
 
 /// The program as the desktop sees it, by Qt. Make it after the application object and before the first
@@ -25,6 +27,8 @@ protected:
     bool eventFilter(QObject* object, QEvent* event) override;
 
 private:
+    void placeNewWindow(QWindow& window);
+
     ActivationPolicy policy_ = ActivationPolicy::regular;
 };
 
