@@ -3,16 +3,15 @@
 #include "app/TerminationSignals.h"
 #include "platform/linux/XdgDirectories.h"
 
-#include <QApplication>
-
-#include <csignal>
-#include <cstdio>
-#include <cstdlib>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-int main(int argc, char** argv)
-{
+#include <QApplication>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+int main(int argc, char** argv) {
     using namespace sonvale;
 
     // Voices, texts and tokens: no other user reads a file of ours, and none ends up in a core file.

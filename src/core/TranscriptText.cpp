@@ -6,23 +6,20 @@ namespace sonvale::core {
 
 namespace {
 
-void dropWhileAtTheEnd(std::string& text, std::string_view tail)
-{
+void dropWhileAtTheEnd(std::string& text, std::string_view tail) {
     while (base::hasSuffix(text, tail))
         text.resize(text.size() - tail.size());
 }
 
 } // namespace
 
-std::string stripTrailingEllipsis(std::string text)
-{
+std::string stripTrailingEllipsis(std::string text) {
     dropWhileAtTheEnd(text, "…");
     dropWhileAtTheEnd(text, "...");
     return base::trimmed(text, base::TrimmingSet::blanks);
 }
 
-std::int64_t wordCount(std::string_view text)
-{
+std::int64_t wordCount(std::string_view text) {
     return static_cast<std::int64_t>(base::piecesBetweenBlanks(text).size());
 }
 

@@ -58,9 +58,4 @@ void PermissionsManager::refresh()
     checkSpeechRecognition();
 }
 
-void PermissionsManager::setOnPermissionGranted(std::function<void()> onPermissionGranted)
-{
-    onPermissionGranted_ = std::move(onPermissionGranted);
-}
-
 } // namespace sonvale::services

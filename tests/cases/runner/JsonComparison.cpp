@@ -29,12 +29,13 @@ bool isSameJson(const json& wanted, const json& got, std::optional<double> toler
                           [tolerance](const json& a, const json& b) { return isSameJson(a, b, tolerance); });
     }
     if (wanted.is_object() && got.is_object()) {
-        const auto& got_ = got.get_ref<const json::object_t&>();
-        return wanted.size() == got.size() &&
-               std::ranges::all_of(wanted.items(), [&](const auto& entry) {
-                   const auto other = got_.find(entry.key());
-                   return other != got_.end() && isSameJson(entry.value(), other->second, tolerance);
-               });
+        const auto& wantedMembers = wanted.get_ref<const json::object_t&>();
+        const auto& gotMembers = got.get_ref<const json::object_t&>();
+        // Both are sorted by key.
+        return std::equal(wantedMembers.begin(), wantedMembers.end(), gotMembers.begin(), gotMembers.end(),
+                          [tolerance](const auto& a, const auto& b) {
+                              return a.first == b.first && isSameJson(a.second, b.second, tolerance);
+                          });
     }
     return wanted == got;
 }

@@ -8,8 +8,7 @@
 
 namespace sonvale::core {
 
-TEST(TranscriptText, LosesTheDotsAtItsEnd)
-{
+TEST(TranscriptText, LosesTheDotsAtItsEnd) {
     const std::vector<std::pair<std::string, std::string>> rows{
         {"", ""},
         {"Hello", "Hello"},
@@ -40,24 +39,29 @@ TEST(TranscriptText, LosesTheDotsAtItsEnd)
         EXPECT_EQ(stripTrailingEllipsis(text), stripped) << text;
 }
 
-TEST(TranscriptText, KeepsDotsThatCarryAMark)
-{
+TEST(TranscriptText, KeepsDotsThatCarryAMark) {
     EXPECT_EQ(stripTrailingEllipsis("Hello…\u0301"), "Hello…\u0301");
     EXPECT_EQ(stripTrailingEllipsis("Hello...\u0301"), "Hello...\u0301");
 }
 
-TEST(TranscriptText, SurvivesBytesThatAreNoText)
-{
+TEST(TranscriptText, SurvivesBytesThatAreNoText) {
     EXPECT_EQ(wordCount("\xff\xfe a"), 2);
     EXPECT_EQ(stripTrailingEllipsis(std::string(100000, '.')), ".");
 }
 
-TEST(TranscriptText, CountsThePiecesBetweenBlanks)
-{
+TEST(TranscriptText, CountsThePiecesBetweenBlanks) {
     const std::vector<std::pair<std::string, int>> rows{
-        {"", 0},          {" ", 0},          {"   ", 0},         {"one", 1},
-        {" one ", 1},     {"one two", 2},    {"one  two", 2},    {"one\ttwo\nthree", 1},
-        {"one\u00a0two", 1}, {"one \n two", 3}, {"– 日本語 …", 3},
+        {"", 0},
+        {" ", 0},
+        {"   ", 0},
+        {"one", 1},
+        {" one ", 1},
+        {"one two", 2},
+        {"one  two", 2},
+        {"one\ttwo\nthree", 1},
+        {"one\u00a0two", 1},
+        {"one \n two", 3},
+        {"– 日本語 …", 3},
     };
     for (const auto& [text, count] : rows)
         EXPECT_EQ(wordCount(text), count) << text;

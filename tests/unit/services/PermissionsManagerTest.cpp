@@ -149,7 +149,7 @@ TEST_F(PermissionsManagerTest, NoticesAGrantThatIsTakenBack)
 TEST_F(PermissionsManagerTest, DoesNotTakeACheckForAnAnswerOfTheUser)
 {
     int told = 0;
-    manager.setOnPermissionGranted([&] { ++told; });
+    manager.onPermissionGranted = [&] { ++told; };
     capture.answer = platform::CaptureStatus::authorized;
     accessibility.answer = true;
     manager.refresh();
