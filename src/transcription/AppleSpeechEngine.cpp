@@ -20,14 +20,12 @@ using platform::SpeechRecognitionTask;
 /// What the recogniser's handler, the waiting caller and its cancellation share.
 class TaskBox {
 public:
-    void store(std::shared_ptr<SpeechRecognitionTask> task)
-    {
+    void store(std::shared_ptr<SpeechRecognitionTask> task) {
         const std::lock_guard lock(lock_);
         task_ = std::move(task);
     }
 
-    void cancel()
-    {
+    void cancel() {
         std::shared_ptr<SpeechRecognitionTask> task;
         {
             const std::lock_guard lock(lock_);
@@ -38,8 +36,7 @@ public:
     }
 
     /// True for the one caller that may resume the continuation.
-    bool claim()
-    {
+    bool claim() {
         const std::lock_guard lock(lock_);
         return !std::exchange(resumed_, true);
     }
@@ -50,8 +47,7 @@ private:
     bool resumed_ = false;                        ///< guarded by `lock_`
 };
 
-TranscriptionError errorFor(const SpeechRecognitionError& error)
-{
+TranscriptionError errorFor(const SpeechRecognitionError& error) {
     if (error.domain == platform::assistantErrorDomain && error.code == platform::noSpeechErrorCode)
         return TranscriptionError::invalidResponse();
     return TranscriptionError::networkError({error.domain, error.code, error.localizedDescription});
@@ -59,8 +55,7 @@ TranscriptionError errorFor(const SpeechRecognitionError& error)
 
 /// The recogniser may call this several times, on any thread; the caller is resumed once.
 void handle(TaskBox& box, const runtime::Continuation<std::string>& continuation,
-            const SpeechRecognitionResult* result, const SpeechRecognitionError* error)
-{
+            const SpeechRecognitionResult* result, const SpeechRecognitionError* error) {
     if (!error && result && !result->isFinal)
         return;
     if (!box.claim())
@@ -78,12 +73,9 @@ void handle(TaskBox& box, const runtime::Continuation<std::string>& continuation
 AppleSpeechEngine::AppleSpeechEngine(platform::SpeechRecognizers& recognizers,
                                      std::function<std::string()> currentLocale)
     : recognizers_(recognizers)
-    , currentLocale_(std::move(currentLocale))
-{
-}
+    , currentLocale_(std::move(currentLocale)) {}
 
-bool AppleSpeechEngine::isAvailable() const
-{
+bool AppleSpeechEngine::isAvailable() const {
     if (recognizers_.authorizationStatus() != SpeechAuthorization::authorized)
         return false;
     const auto recognizer = recognizers_.make(currentLocale_());
@@ -91,8 +83,7 @@ bool AppleSpeechEngine::isAvailable() const
 }
 
 runtime::Task<std::string> AppleSpeechEngine::transcribe(std::filesystem::path audioFileURL,
-                                                         std::optional<std::string> language)
-{
+                                                         std::optional<std::string> language) {
     const auto recognizer = recognizers_.make(localeFor(language, currentLocale_()));
     if (!recognizer)
         throw TranscriptionError::engineUnavailable();
@@ -114,12 +105,12 @@ runtime::Task<std::string> AppleSpeechEngine::transcribe(std::filesystem::path a
 }
 
 runtime::Task<platform::SpeechAuthorization>
-AppleSpeechEngine::requestAuthorization(platform::SpeechRecognizers& recognizers)
-{
+AppleSpeechEngine::requestAuthorization(platform::SpeechRecognizers& recognizers) {
     auto* const asked = &recognizers;
     std::function<void(runtime::Continuation<SpeechAuthorization>)> start =
         [asked](runtime::Continuation<SpeechAuthorization> continuation) {
-            asked->requestAuthorization([continuation](SpeechAuthorization status) { continuation.resume(status); });
+            asked->requestAuthorization(
+                [continuation](SpeechAuthorization status) { continuation.resume(status); });
         };
     return runtime::suspend<SpeechAuthorization>(std::move(start));
 }

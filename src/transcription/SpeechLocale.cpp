@@ -22,8 +22,7 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 9> locales{{
 
 } // namespace
 
-std::string localeFor(const std::optional<std::string>& language, const std::string& current)
-{
+std::string localeFor(const std::optional<std::string>& language, const std::string& current) {
     for (const auto& [code, locale] : locales) {
         if (language == code)
             return std::string(locale);

@@ -18,8 +18,7 @@ constexpr std::array<std::pair<Preference, std::string_view>, 4> rawValues{{
 
 } // namespace
 
-std::string_view rawValue(TranscriptionEnginePreference preference)
-{
+std::string_view rawValue(TranscriptionEnginePreference preference) {
     for (const auto& [value, raw] : rawValues) {
         if (value == preference)
             return raw;
@@ -27,8 +26,7 @@ std::string_view rawValue(TranscriptionEnginePreference preference)
     return {};
 }
 
-std::optional<TranscriptionEnginePreference> preferenceFromRawValue(std::string_view raw)
-{
+std::optional<TranscriptionEnginePreference> preferenceFromRawValue(std::string_view raw) {
     for (const auto& [value, text] : rawValues) {
         if (text == raw)
             return value;
@@ -36,8 +34,7 @@ std::optional<TranscriptionEnginePreference> preferenceFromRawValue(std::string_
     return std::nullopt;
 }
 
-TranscriptionEnginePreference preferenceAtStart(const std::optional<std::string>& stored)
-{
+TranscriptionEnginePreference preferenceAtStart(const std::optional<std::string>& stored) {
     return (stored ? preferenceFromRawValue(*stored) : std::nullopt).value_or(Preference::hybrid);
 }
 

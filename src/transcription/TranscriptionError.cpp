@@ -8,54 +8,46 @@ namespace sonvale::transcription {
 
 TranscriptionError::TranscriptionError(Case errorCase, std::string description)
     : case_(errorCase)
-    , description_(std::move(description))
-{
-}
+    , description_(std::move(description)) {}
 
-TranscriptionError TranscriptionError::networkError(UnderlyingError underlying)
-{
+TranscriptionError TranscriptionError::networkError(UnderlyingError underlying) {
     TranscriptionError error(Case::networkError, "Network error: " + underlying.localizedDescription);
     error.underlying_ = std::move(underlying);
     return error;
 }
 
-TranscriptionError TranscriptionError::apiError(int statusCode, std::string body)
-{
+TranscriptionError TranscriptionError::apiError(int statusCode, std::string body) {
     TranscriptionError error(Case::apiError, fmt::format("API error ({}): {}", statusCode, body));
     error.statusCode_ = statusCode;
     error.body_ = std::move(body);
     return error;
 }
 
-TranscriptionError TranscriptionError::noAudioFile()
-{
+TranscriptionError TranscriptionError::noAudioFile() {
     return {Case::noAudioFile, "No audio file found for transcription."};
 }
 
-TranscriptionError TranscriptionError::apiKeyMissing()
-{
+TranscriptionError TranscriptionError::apiKeyMissing() {
     return {Case::apiKeyMissing, "API key is not configured."};
 }
 
-TranscriptionError TranscriptionError::invalidResponse()
-{
+TranscriptionError TranscriptionError::invalidResponse() {
     return {Case::invalidResponse, "Invalid response from transcription service."};
 }
 
-TranscriptionError TranscriptionError::engineUnavailable()
-{
+TranscriptionError TranscriptionError::engineUnavailable() {
     return {Case::engineUnavailable, "Transcription engine is not available."};
 }
 
-TranscriptionError TranscriptionError::timeout() { return {Case::timeout, "Transcription timed out."}; }
+TranscriptionError TranscriptionError::timeout() {
+    return {Case::timeout, "Transcription timed out."};
+}
 
-TranscriptionError TranscriptionError::upgradeRequired()
-{
+TranscriptionError TranscriptionError::upgradeRequired() {
     return {Case::upgradeRequired, "Please update Son Vale to the latest version."};
 }
 
-std::string TranscriptionError::name() const
-{
+std::string TranscriptionError::name() const {
     switch (case_) {
     case Case::networkError:
         return "networkError";

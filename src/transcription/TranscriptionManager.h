@@ -11,7 +11,7 @@ namespace sonvale::transcription {
 /// Owns the engines and chooses between them. Lives on the main actor.
 class TranscriptionManager {
 public:
-    TranscriptionManager() = default;
+    explicit TranscriptionManager(runtime::Actor main);
     TranscriptionManager(const TranscriptionManager&) = delete;
     TranscriptionManager& operator=(const TranscriptionManager&) = delete;
 
@@ -22,7 +22,11 @@ public:
 
     /// Transcribes a finished file by the preferred engine. Throws the engine's error as it is, and
     /// `engineUnavailable` when no engine that the preference allows is there. Cancelling goes to the engine.
-    runtime::Task<std::string> transcribe(std::filesystem::path audioFileURL, std::optional<std::string> language);
+    runtime::Task<std::string> transcribe(std::filesystem::path audioFileURL,
+                                          std::optional<std::string> language);
+
+private:
+    runtime::Actor main_;
 };
 
 } // namespace sonvale::transcription

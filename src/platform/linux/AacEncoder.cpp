@@ -11,16 +11,14 @@ namespace {
 constexpr double substituteRate = 48000;
 constexpr const char* writeFailure = "The recording cannot be written";
 
-const AVCodec& aac()
-{
+const AVCodec& aac() {
     static const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_AAC);
     if (!codec)
         throw AudioFileError("This system has no AAC encoder.");
     return *codec;
 }
 
-AudioFormat codedFormat(const AudioFormat& format)
-{
+AudioFormat codedFormat(const AudioFormat& format) {
     AudioFormat coded{substituteRate, format.channelCount == 2 ? 2U : 1U};
     for (const int* rate = aac().supported_samplerates; rate && *rate; ++rate) {
         if (*rate == format.sampleRate)
@@ -29,10 +27,9 @@ AudioFormat codedFormat(const AudioFormat& format)
     return coded;
 }
 
-/// 64 kbit/s for each channel of 48 kHz leave speech intact. AAC holds at most 6 bits a sample, and above 48 kHz
-/// the bits must grow with the rate or the encoder narrows the band.
-std::int64_t bitRate(const AudioFormat& coded)
-{
+/// 64 kbit/s for each channel of 48 kHz leave speech intact. AAC holds at most 6 bits a sample, and above 48
+/// kHz the bits must grow with the rate or the encoder narrows the band.
+std::int64_t bitRate(const AudioFormat& coded) {
     const double channel = std::max(std::min(64000.0, coded.sampleRate * 3), coded.sampleRate * 4 / 3);
     return static_cast<std::int64_t>(channel * coded.channelCount);
 }
@@ -45,8 +42,7 @@ AacEncoder::AacEncoder(const std::filesystem::path& path, const AudioFormat& for
     , packet_(av_packet_alloc())
     , resampler_(format.sampleRate, coded_.sampleRate, format.channelCount == 0 ? 0 : coded_.channelCount)
     , mixed_(coded_.channelCount)
-    , pending_(coded_.channelCount)
-{
+    , pending_(coded_.channelCount) {
     openCodec();
     file_ = FileIo::create(path);
     try {
@@ -59,10 +55,11 @@ AacEncoder::AacEncoder(const std::filesystem::path& path, const AudioFormat& for
     }
 }
 
-AacEncoder::~AacEncoder() { avformat_free_context(container_); }
+AacEncoder::~AacEncoder() {
+    avformat_free_context(container_);
+}
 
-void AacEncoder::openCodec()
-{
+void AacEncoder::openCodec() {
     codec_.reset(avcodec_alloc_context3(&aac()));
     codec_->sample_rate = static_cast<int>(coded_.sampleRate);
     av_channel_layout_default(&codec_->ch_layout, static_cast<int>(coded_.channelCount));
@@ -76,11 +73,11 @@ void AacEncoder::openCodec()
     frame_->format = codec_->sample_fmt;
     frame_->sample_rate = codec_->sample_rate;
     frame_->nb_samples = codec_->frame_size;
-    checkFfmpeg(av_channel_layout_copy(&frame_->ch_layout, &codec_->ch_layout), "The encoder cannot be started");
+    checkFfmpeg(av_channel_layout_copy(&frame_->ch_layout, &codec_->ch_layout),
+                "The encoder cannot be started");
 }
 
-void AacEncoder::openContainer()
-{
+void AacEncoder::openContainer() {
     checkFfmpeg(avformat_alloc_output_context2(&container_, nullptr, "ipod", nullptr), writeFailure);
     container_->pb = file_->context();
     container_->flags |= AVFMT_FLAG_CUSTOM_IO;
@@ -101,16 +98,14 @@ void AacEncoder::openContainer()
     checkFfmpeg(file_->writeError(), writeFailure);
 }
 
-void AacEncoder::encode(const PcmBuffer& buffer)
-{
+void AacEncoder::encode(const PcmBuffer& buffer) {
     if (buffer.format() != format_)
         throw AudioFileError("The microphone changed its format during the recording.");
     take(buffer);
     sendBlocks();
 }
 
-void AacEncoder::take(const PcmBuffer& buffer)
-{
+void AacEncoder::take(const PcmBuffer& buffer) {
     const auto frames = buffer.frameLength();
     const bool isMixing = coded_.channelCount != format_.channelCount;
     std::vector<const float*> planes(coded_.channelCount);
@@ -133,8 +128,7 @@ void AacEncoder::take(const PcmBuffer& buffer)
     resampler_.process(planes, frames, pending_);
 }
 
-void AacEncoder::sendBlocks()
-{
+void AacEncoder::sendBlocks() {
     const auto block = static_cast<std::size_t>(codec_->frame_size);
     std::size_t sent = 0;
     while (pending_[0].size() - sent >= block) {
@@ -145,8 +139,7 @@ void AacEncoder::sendBlocks()
         plane.erase(plane.begin(), plane.begin() + static_cast<std::ptrdiff_t>(sent));
 }
 
-void AacEncoder::sendBlock(std::size_t offset, std::size_t frames)
-{
+void AacEncoder::sendBlock(std::size_t offset, std::size_t frames) {
     frame_->nb_samples = static_cast<int>(frames);
     if (!frame_->buf[0])
         checkFfmpeg(av_frame_get_buffer(frame_.get(), 0), writeFailure);
@@ -161,8 +154,7 @@ void AacEncoder::sendBlock(std::size_t offset, std::size_t frames)
     writePackets();
 }
 
-void AacEncoder::writePackets()
-{
+void AacEncoder::writePackets() {
     for (;;) {
         const int result = avcodec_receive_packet(codec_.get(), packet_.get());
         if (result == AVERROR(EAGAIN) || result == AVERROR_EOF)
@@ -176,8 +168,7 @@ void AacEncoder::writePackets()
     }
 }
 
-void AacEncoder::finish()
-{
+void AacEncoder::finish() {
     resampler_.finish(pending_);
     sendBlocks();
     if (!pending_[0].empty())

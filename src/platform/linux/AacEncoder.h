@@ -11,8 +11,9 @@ namespace sonvale::platform::linux {
 
 /// Encodes audio into an .m4a file, on the caller's thread. One thread at a time.
 ///
-/// The file has the rate that is given where AAC knows it, else 48 kHz. One and two channels are kept; more are
-/// averaged into one, because an AAC layout would take one of them for a bass channel and cut its treble off.
+/// The file has the rate that is given where AAC knows it, else 48 kHz. One and two channels are kept; more
+/// are averaged into one, because an AAC layout would take one of them for a bass channel and cut its treble
+/// off.
 class AacEncoder {
 public:
     /// Makes the file, mode 0600; it must not exist. Throws `AudioFileError`, with no file left behind.

@@ -19,9 +19,7 @@ constexpr std::chrono::seconds closingLimit{10};
 /// Outlives the writer when a disk hangs and the thread has to be left behind.
 struct AacFileWriter::Work {
     Work(const std::filesystem::path& path, const AudioFormat& format)
-        : encoder(std::make_unique<AacEncoder>(path, format))
-    {
-    }
+        : encoder(std::make_unique<AacEncoder>(path, format)) {}
 
     std::unique_ptr<AacEncoder> encoder; ///< the thread's own after the start
     std::atomic<bool> isAbandoned = false;
@@ -36,12 +34,9 @@ struct AacFileWriter::Work {
 
 AacFileWriter::AacFileWriter(const std::filesystem::path& path, const AudioFormat& format)
     : work_(std::make_shared<Work>(path, format))
-    , thread_([work = work_] { run(work); })
-{
-}
+    , thread_([work = work_] { run(work); }) {}
 
-AacFileWriter::~AacFileWriter()
-{
+AacFileWriter::~AacFileWriter() {
     try {
         close();
     } catch (const AudioFileError&) {
@@ -49,8 +44,7 @@ AacFileWriter::~AacFileWriter()
     }
 }
 
-void AacFileWriter::write(PcmBufferPtr buffer)
-{
+void AacFileWriter::write(PcmBufferPtr buffer) {
     {
         const std::lock_guard lock(work_->mutex);
         if (work_->isClosing)
@@ -60,8 +54,7 @@ void AacFileWriter::write(PcmBufferPtr buffer)
     work_->changed.notify_all();
 }
 
-void AacFileWriter::close()
-{
+void AacFileWriter::close() {
     if (!thread_.joinable())
         return;
     {
@@ -79,8 +72,7 @@ void AacFileWriter::close()
         std::rethrow_exception(work_->error);
 }
 
-void AacFileWriter::run(const std::shared_ptr<Work>& work)
-{
+void AacFileWriter::run(const std::shared_ptr<Work>& work) {
     std::exception_ptr error;
     const auto attempt = [&](const auto& step) {
         if (error || work->isAbandoned)

@@ -12,15 +12,16 @@ namespace {
 
 constexpr const char* readFailure = "The audio file cannot be read";
 
-int refuseToOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) { return AVERROR(EPERM); }
+int refuseToOpen(AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) {
+    return AVERROR(EPERM);
+}
 
 } // namespace
 
 AudioFileDecoder::AudioFileDecoder(const std::filesystem::path& path)
     : file_(FileIo::open(path))
     , packet_(av_packet_alloc())
-    , frame_(av_frame_alloc())
-{
+    , frame_(av_frame_alloc()) {
     container_ = avformat_alloc_context();
     if (!container_ || !packet_ || !frame_)
         throw std::bad_alloc();
@@ -42,10 +43,11 @@ AudioFileDecoder::AudioFileDecoder(const std::filesystem::path& path)
     }
 }
 
-AudioFileDecoder::~AudioFileDecoder() { avformat_close_input(&container_); }
+AudioFileDecoder::~AudioFileDecoder() {
+    avformat_close_input(&container_);
+}
 
-void AudioFileDecoder::openStream()
-{
+void AudioFileDecoder::openStream() {
     // A recording that ended before its first frame is a container without tracks.
     if (container_->nb_streams == 0)
         return;
@@ -60,8 +62,7 @@ void AudioFileDecoder::openStream()
     checkFfmpeg(avcodec_open2(codec_.get(), decoder, nullptr), readFailure);
 }
 
-PcmBufferPtr AudioFileDecoder::decode(const AudioFormat& format)
-{
+PcmBufferPtr AudioFileDecoder::decode(const AudioFormat& format) {
     if (!(format.sampleRate > 0) || format.channelCount == 0)
         throw AudioFileError("The audio has no usable format.");
     target_ = format;
@@ -86,8 +87,7 @@ PcmBufferPtr AudioFileDecoder::decode(const AudioFormat& format)
     return takeOutput();
 }
 
-void AudioFileDecoder::decodePacket(const AVPacket* packet)
-{
+void AudioFileDecoder::decodePacket(const AVPacket* packet) {
     // One damaged packet among good ones costs a fiftieth of a second; giving up would cost the dictation.
     if (const int result = avcodec_send_packet(codec_.get(), packet); result < 0)
         firstError_ = std::min(firstError_, result);
@@ -104,8 +104,7 @@ void AudioFileDecoder::decodePacket(const AVPacket* packet)
     }
 }
 
-void AudioFileDecoder::takeFrame()
-{
+void AudioFileDecoder::takeFrame() {
     const AudioFormat format{static_cast<double>(frame_->sample_rate),
                              static_cast<std::uint32_t>(frame_->ch_layout.nb_channels)};
     if (!resampler_)
@@ -117,7 +116,8 @@ void AudioFileDecoder::takeFrame()
         std::min<std::int64_t>(frame_->nb_samples, framesLeft_); // the last block is filled up with silence
     framesLeft_ -= frames;
     if (!toFloat_) {
-        takeSamples(reinterpret_cast<const float* const*>(frame_->extended_data), static_cast<std::size_t>(frames));
+        takeSamples(reinterpret_cast<const float* const*>(frame_->extended_data),
+                    static_cast<std::size_t>(frames));
         return;
     }
     Planes planes(source_.channelCount, std::vector<float>(static_cast<std::size_t>(frame_->nb_samples)));
@@ -130,10 +130,10 @@ void AudioFileDecoder::takeFrame()
     takeSamples(reinterpret_cast<const float* const*>(to.data()), static_cast<std::size_t>(frames));
 }
 
-void AudioFileDecoder::begin(const AudioFormat& source)
-{
+void AudioFileDecoder::begin(const AudioFormat& source) {
     source_ = source;
-    resampler_ = std::make_unique<StreamResampler>(source.sampleRate, target_.sampleRate, target_.channelCount);
+    resampler_ =
+        std::make_unique<StreamResampler>(source.sampleRate, target_.sampleRate, target_.channelCount);
     framesLeft_ = std::numeric_limits<std::int64_t>::max();
     if (stream_->duration != AV_NOPTS_VALUE)
         framesLeft_ = av_rescale_q(stream_->duration, stream_->time_base, {1, frame_->sample_rate});
@@ -149,8 +149,7 @@ void AudioFileDecoder::begin(const AudioFormat& source)
     checkFfmpeg(swr_init(converter), readFailure);
 }
 
-void AudioFileDecoder::takeSamples(const float* const* samples, std::size_t frames)
-{
+void AudioFileDecoder::takeSamples(const float* const* samples, std::size_t frames) {
     std::vector<const float*> planes(target_.channelCount);
     for (std::size_t channel = 0; channel < planes.size(); ++channel) {
         if (target_.channelCount > 1 && channel < source_.channelCount) {
@@ -170,13 +169,13 @@ void AudioFileDecoder::takeSamples(const float* const* samples, std::size_t fram
     resampler_->process(planes, frames, output_);
 }
 
-PcmBufferPtr AudioFileDecoder::takeOutput()
-{
+PcmBufferPtr AudioFileDecoder::takeOutput() {
     auto buffer = std::make_shared<PcmBuffer>(target_, output_[0].size());
     for (std::size_t channel = 0; channel < output_.size(); ++channel) {
         // The codec and the filter may overshoot.
-        std::ranges::transform(output_[channel], buffer->channel(channel).begin(),
-                               [](float sample) { return std::isfinite(sample) ? std::clamp(sample, -1.0F, 1.0F) : 0; });
+        std::ranges::transform(output_[channel], buffer->channel(channel).begin(), [](float sample) {
+            return std::isfinite(sample) ? std::clamp(sample, -1.0F, 1.0F) : 0;
+        });
         output_[channel] = {};
     }
     return buffer;

@@ -18,8 +18,8 @@ public:
     AudioFileDecoder(const AudioFileDecoder&) = delete;
     AudioFileDecoder& operator=(const AudioFileDecoder&) = delete;
 
-    /// The whole file, once, in the given format; what the encoder put before and behind the audio is cut off.
-    /// Throws `AudioFileError`.
+    /// The whole file, once, in the given format; what the encoder put before and behind the audio is cut
+    /// off. Throws `AudioFileError`.
     PcmBufferPtr decode(const AudioFormat& format);
 
 private:

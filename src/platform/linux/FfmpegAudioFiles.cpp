@@ -6,16 +6,16 @@
 
 namespace sonvale::platform::linux {
 
-FfmpegAudioFiles::FfmpegAudioFiles() { silenceFfmpeg(); }
+FfmpegAudioFiles::FfmpegAudioFiles() {
+    silenceFfmpeg();
+}
 
 std::unique_ptr<AudioFileWriter> FfmpegAudioFiles::create(const std::filesystem::path& path,
-                                                          const AudioFormat& format)
-{
+                                                          const AudioFormat& format) {
     return std::make_unique<AacFileWriter>(path, format);
 }
 
-PcmBufferPtr FfmpegAudioFiles::read(const std::filesystem::path& path, const AudioFormat& format)
-{
+PcmBufferPtr FfmpegAudioFiles::read(const std::filesystem::path& path, const AudioFormat& format) {
     return AudioFileDecoder(path).decode(format);
 }
 

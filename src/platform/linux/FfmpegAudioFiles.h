@@ -11,7 +11,8 @@ class FfmpegAudioFiles final : public AudioFiles {
 public:
     FfmpegAudioFiles();
 
-    std::unique_ptr<AudioFileWriter> create(const std::filesystem::path& path, const AudioFormat& format) override;
+    std::unique_ptr<AudioFileWriter> create(const std::filesystem::path& path,
+                                            const AudioFormat& format) override;
     PcmBufferPtr read(const std::filesystem::path& path, const AudioFormat& format) override;
 };
 

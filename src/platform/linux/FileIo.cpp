@@ -1,12 +1,13 @@
 #include "platform/linux/FileIo.h"
 
-#include <cerrno>
-#include <cstring>
 #include <fcntl.h>
-#include <new>
-#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <new>
+#include <string>
 
 namespace sonvale::platform::linux {
 
@@ -14,20 +15,20 @@ namespace {
 
 constexpr int blockBytes = 32 * 1024;
 
-std::string systemErrorText(int error) { return ffmpegErrorText(AVERROR(error)); }
+std::string systemErrorText(int error) {
+    return ffmpegErrorText(AVERROR(error));
+}
 
 } // namespace
 
-std::unique_ptr<FileIo> FileIo::create(const std::filesystem::path& path)
-{
+std::unique_ptr<FileIo> FileIo::create(const std::filesystem::path& path) {
     const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
     if (descriptor < 0)
         throw AudioFileError("The recording's file cannot be made: " + systemErrorText(errno));
     return std::unique_ptr<FileIo>(new FileIo(descriptor, Direction::writing));
 }
 
-std::unique_ptr<FileIo> FileIo::open(const std::filesystem::path& path)
-{
+std::unique_ptr<FileIo> FileIo::open(const std::filesystem::path& path) {
     // Without O_NONBLOCK opening a pipe would wait for a writer.
     const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (descriptor < 0)
@@ -39,13 +40,13 @@ std::unique_ptr<FileIo> FileIo::open(const std::filesystem::path& path)
     return file;
 }
 
-FileIo::FileIo(int descriptor, Direction direction) : descriptor_(descriptor)
-{
+FileIo::FileIo(int descriptor, Direction direction)
+    : descriptor_(descriptor) {
     auto* buffer = static_cast<unsigned char*>(av_malloc(blockBytes));
     const bool isWriting = direction == Direction::writing;
     if (buffer)
-        context_.reset(avio_alloc_context(buffer, blockBytes, isWriting ? 1 : 0, this, isWriting ? nullptr : read,
-                                          isWriting ? write : nullptr, seek));
+        context_.reset(avio_alloc_context(buffer, blockBytes, isWriting ? 1 : 0, this,
+                                          isWriting ? nullptr : read, isWriting ? write : nullptr, seek));
     if (!context_) {
         av_free(buffer);
         close(descriptor_);
@@ -53,10 +54,11 @@ FileIo::FileIo(int descriptor, Direction direction) : descriptor_(descriptor)
     }
 }
 
-FileIo::~FileIo() { close(descriptor_); }
+FileIo::~FileIo() {
+    close(descriptor_);
+}
 
-int FileIo::read(void* self, std::uint8_t* bytes, int count)
-{
+int FileIo::read(void* self, std::uint8_t* bytes, int count) {
     ssize_t got = 0;
     do {
         got = ::read(static_cast<FileIo*>(self)->descriptor_, bytes, static_cast<std::size_t>(count));
@@ -66,8 +68,7 @@ int FileIo::read(void* self, std::uint8_t* bytes, int count)
     return got == 0 ? AVERROR_EOF : static_cast<int>(got);
 }
 
-int FileIo::write(void* self, std::uint8_t* bytes, int count)
-{
+int FileIo::write(void* self, std::uint8_t* bytes, int count) {
     auto* file = static_cast<FileIo*>(self);
     int done = 0;
     while (done < count) {
@@ -84,8 +85,7 @@ int FileIo::write(void* self, std::uint8_t* bytes, int count)
     return count;
 }
 
-std::int64_t FileIo::seek(void* self, std::int64_t offset, int whence)
-{
+std::int64_t FileIo::seek(void* self, std::int64_t offset, int whence) {
     const int descriptor = static_cast<FileIo*>(self)->descriptor_;
     if ((whence & AVSEEK_SIZE) != 0) {
         struct stat status{};

@@ -9,7 +9,6 @@
 #include <span>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 struct ps_decoder_s;
 
@@ -45,6 +44,15 @@ public:
     PocketSphinxDecoder(const PocketSphinxDecoder&) = delete;
     PocketSphinxDecoder& operator=(const PocketSphinxDecoder&) = delete;
 
-    /// The words in `samples` (16 kHz), lower case with single blanks; empty when nothing was said. Takes 0.15 to
-    /// 0.2 s for a second of audio. Once `isCancelled` it returns early, with whatever it has.
+    /// The words in `samples` (16 kHz), lower case with single blanks; empty when nothing was said. Takes
+    /// 0.15 to 0.2 s for a second of audio. Once `isCancelled` it returns early, with whatever it has.
     std::string transcribe(std::span<const float> samples, const std::atomic<bool>& isCancelled);
+
+private:
+    void adaptTo(std::span<const std::int16_t> samples, const std::atomic<bool>& isCancelled);
+    std::string endUtterance();
+
+    ps_decoder_s* decoder_ = nullptr;
+};
+
+} // namespace sonvale::platform::linux

@@ -11,8 +11,7 @@ namespace sonvale::platform::linux {
 
 StreamResampler::StreamResampler(double fromRate, double toRate, std::size_t channels)
     : ratio_(toRate / fromRate)
-    , channels_(channels)
-{
+    , channels_(channels) {
     if (!(fromRate > 0) || !(toRate > 0) || channels == 0)
         throw AudioFileError("The audio has no usable format.");
     if (fromRate == toRate)
@@ -20,15 +19,17 @@ StreamResampler::StreamResampler(double fromRate, double toRate, std::size_t cha
     const auto samples = soxr_io_spec(SOXR_FLOAT32_S, SOXR_FLOAT32_S);
     const auto quality = soxr_quality_spec(SOXR_HQ, 0);
     soxr_error_t error = nullptr;
-    soxr_ = soxr_create(fromRate, toRate, static_cast<unsigned>(channels), &error, &samples, &quality, nullptr);
+    soxr_ =
+        soxr_create(fromRate, toRate, static_cast<unsigned>(channels), &error, &samples, &quality, nullptr);
     if (!soxr_)
         throw AudioFileError(std::string("The audio's sample rate cannot be converted: ") + error);
 }
 
-StreamResampler::~StreamResampler() { soxr_delete(soxr_); }
+StreamResampler::~StreamResampler() {
+    soxr_delete(soxr_);
+}
 
-void StreamResampler::process(std::span<const float* const> input, std::size_t frames, Planes& output)
-{
+void StreamResampler::process(std::span<const float* const> input, std::size_t frames, Planes& output) {
     if (frames == 0)
         return;
     if (soxr_) {
@@ -39,14 +40,12 @@ void StreamResampler::process(std::span<const float* const> input, std::size_t f
         output[channel].insert(output[channel].end(), input[channel], input[channel] + frames);
 }
 
-void StreamResampler::finish(Planes& output)
-{
+void StreamResampler::finish(Planes& output) {
     if (soxr_)
         convert(nullptr, 0, output);
 }
 
-void StreamResampler::convert(const float* const* input, std::size_t frames, Planes& output)
-{
+void StreamResampler::convert(const float* const* input, std::size_t frames, Planes& output) {
     const auto room = static_cast<std::size_t>(std::ceil(static_cast<double>(frames) * ratio_)) + 4096;
     std::vector<const float*> from(channels_);
     for (std::size_t channel = 0; input && channel < channels_; ++channel)

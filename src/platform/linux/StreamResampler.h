@@ -11,8 +11,8 @@ namespace sonvale::platform::linux {
 /// Samples by channel.
 using Planes = std::vector<std::vector<float>>;
 
-/// Converts the rate of one continuous stream, piece by piece and without delay between input and output: frame n
-/// of the input comes out at n times the ratio. Rates that are equal pass through.
+/// Converts the rate of one continuous stream, piece by piece and without delay between input and output:
+/// frame n of the input comes out at n times the ratio. Rates that are equal pass through.
 ///
 /// One thread at a time.
 class StreamResampler {
