@@ -110,7 +110,8 @@ void CompositionRoot::launch() {
     p.delegate->applicationDidFinishLaunching();
     const auto& appState = p.delegate->services()->appState();
 
-    p.trayIcon = std::make_unique<ui::TrayIcon>([&application = p.application] { application.terminate(); });
+    p.trayIcon = std::make_unique<ui::TrayIcon>(p.mainContext.actor(), p.clock,
+                                                [&application = p.application] { application.terminate(); });
     p.stateForTray = appState->recordingState.subscribe(
         [&tray = *p.trayIcon](platform::RecordingState state) { tray.setState(state); });
     p.errorForTray = appState->errorMessage.subscribe(

@@ -4,23 +4,20 @@
 
 namespace sonvale::insertion {
 
-PasteboardSnapshot ClipboardManager::saveContents() const
-{
+PasteboardSnapshot ClipboardManager::saveContents() const {
     PasteboardSnapshot snapshot;
     snapshot.changeCount = pasteboard_->changeCount();
     snapshot.items = pasteboard_->items();
     return snapshot;
 }
 
-void ClipboardManager::restoreContents(PasteboardSnapshot snapshot) const
-{
+void ClipboardManager::restoreContents(PasteboardSnapshot snapshot) const {
     pasteboard_->clearContents();
     if (snapshot.items && !snapshot.items->empty())
         pasteboard_->writeItems(std::move(*snapshot.items));
 }
 
-void ClipboardManager::replaceContents(const std::string& text) const
-{
+void ClipboardManager::replaceContents(const std::string& text) const {
     pasteboard_->clearContents();
     pasteboard_->setString(text);
 }

@@ -17,19 +17,20 @@ struct PasteboardSnapshot {
     bool operator==(const PasteboardSnapshot&) const = default;
 };
 
-/// Saves the contents of the general pasteboard and puts them back. It holds nothing of its own, and its copies are
-/// equal; the pasteboard must outlive them.
+/// Saves the contents of the general pasteboard and puts them back. It holds nothing of its own, and its
+/// copies are equal; the pasteboard must outlive them.
 ///
-/// On the caller's thread, for about half a second at most. Access to the pasteboard has no lock: callers on different
-/// actors must not overlap.
+/// On the caller's thread, for about half a second at most. Access to the pasteboard has no lock: callers on
+/// different actors must not overlap.
 class ClipboardManager {
 public:
-    explicit ClipboardManager(platform::Pasteboard& pasteboard) : pasteboard_(&pasteboard) {}
+    explicit ClipboardManager(platform::Pasteboard& pasteboard)
+        : pasteboard_(&pasteboard) {}
 
     PasteboardSnapshot saveContents() const;
 
-    /// Puts the snapshot in the place of whatever is on the pasteboard now, changed by others or not. An empty or
-    /// absent one leaves it empty.
+    /// Puts the snapshot in the place of whatever is on the pasteboard now, changed by others or not. An
+    /// empty or absent one leaves it empty.
     void restoreContents(PasteboardSnapshot snapshot) const;
 
     /// Puts this plain text, and nothing else, on the pasteboard.

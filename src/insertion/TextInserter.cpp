@@ -13,11 +13,12 @@ constexpr double secondsToReadPasteboard = 0.3;
 constexpr double secondsBetweenUndos = 0.08;
 constexpr double secondsAfterUndo = 0.1;
 
-/// Whether the calling task has been cancelled by now. A cancellation reaches a task only while it is suspended, and the
-/// pasteboard's calls keep the actor for up to half a second.
-runtime::Task<bool> isCancelledByNow()
-{
-    std::function<void(runtime::Continuation<>)> comeBack = [](runtime::Continuation<> next) { next.resume(); };
+/// Whether the calling task has been cancelled by now. A cancellation reaches a task only while it is
+/// suspended, and the pasteboard's calls keep the actor for up to half a second.
+runtime::Task<bool> isCancelledByNow() {
+    std::function<void(runtime::Continuation<>)> comeBack = [](runtime::Continuation<> next) {
+        next.resume();
+    };
     co_await runtime::suspend<void>(std::move(comeBack));
     co_return co_await runtime::isCurrentTaskCancelled();
 }
@@ -29,12 +30,9 @@ TextInserter::TextInserter(runtime::Actor actor, runtime::Clock& clock, Clipboar
     : actor_(std::move(actor))
     , clock_(clock)
     , clipboardManager_(clipboardManager)
-    , input_(input)
-{
-}
+    , input_(input) {}
 
-runtime::Task<InsertionToken> TextInserter::insert(std::string text)
-{
+runtime::Task<InsertionToken> TextInserter::insert(std::string text) {
     // Asked on the caller's actor, since a cancellation of before could come to the other one too late.
     if (co_await runtime::isCurrentTaskCancelled())
         co_return InsertionToken{std::move(text), clock_.date()};
@@ -42,8 +40,7 @@ runtime::Task<InsertionToken> TextInserter::insert(std::string text)
     co_return InsertionToken{std::move(text), end};
 }
 
-runtime::Task<runtime::Date> TextInserter::runInsertion(std::string text)
-{
+runtime::Task<runtime::Date> TextInserter::runInsertion(std::string text) {
     if (co_await isCancelledByNow())
         co_return clock_.date();
 
@@ -63,8 +60,7 @@ runtime::Task<runtime::Date> TextInserter::runInsertion(std::string text)
     co_return clock_.date();
 }
 
-runtime::Task<> TextInserter::undo(std::int64_t count)
-{
+runtime::Task<> TextInserter::undo(std::int64_t count) {
     if (count < 0) {
         std::fputs("TextInserter.undo: the count is negative\n", stderr);
         std::abort();
@@ -72,8 +68,7 @@ runtime::Task<> TextInserter::undo(std::int64_t count)
     return runtime::runOn(actor_, runUndo(count));
 }
 
-runtime::Task<> TextInserter::runUndo(std::int64_t count)
-{
+runtime::Task<> TextInserter::runUndo(std::int64_t count) {
     for (std::int64_t i = 0; i < count; ++i) {
         input_.pressUndo();
         if (co_await runtime::sleep(clock_, secondsBetweenUndos) == runtime::SleepOutcome::interrupted)

@@ -11,23 +11,28 @@ namespace sonvale::tests {
 
 namespace {
 
-/// Whether a window manager that follows EWMH has announced itself.
-bool isManaged(const std::string& displayName) {
+/// Whether a window manager that follows EWMH has announced itself and takes windows. It publishes its list of
+/// windows last; a window that is opened between the two may be left unmapped.
+bool isManaged(const std::string& displayName)
+{
     Display* display = XOpenDisplay(displayName.c_str());
     if (!display)
         return false;
-    const Atom check = XInternAtom(display, "_NET_SUPPORTING_WM_CHECK", False);
-    Atom type = None;
-    int format = 0;
-    unsigned long count = 0;
-    unsigned long left = 0;
-    unsigned char* data = nullptr;
-    XGetWindowProperty(display, DefaultRootWindow(display), check, 0, 1, False, XA_WINDOW, &type, &format,
-                       &count, &left, &data);
-    if (data)
-        XFree(data);
+    const auto hasProperty = [display](const char* name) {
+        Atom type = None;
+        int format = 0;
+        unsigned long count = 0;
+        unsigned long left = 0;
+        unsigned char* data = nullptr;
+        XGetWindowProperty(display, DefaultRootWindow(display), XInternAtom(display, name, False), 0, 1, False,
+                           AnyPropertyType, &type, &format, &count, &left, &data);
+        if (data)
+            XFree(data);
+        return type != None;
+    };
+    const bool isReady = hasProperty("_NET_SUPPORTING_WM_CHECK") && hasProperty("_NET_CLIENT_LIST");
     XCloseDisplay(display);
-    return count == 1;
+    return isReady;
 }
 
 std::string readDisplayNumber(int descriptor) {

@@ -16,49 +16,42 @@ struct SelectionOwner::Transfer {
 };
 
 SelectionOwner::SelectionOwner(const std::string& displayName, std::vector<Form> forms)
-    : SelectionOwner(displayName, std::move(forms), Options())
-{
-}
+    : SelectionOwner(displayName, std::move(forms), Options()) {}
 
 SelectionOwner::SelectionOwner(const std::string& displayName, std::vector<Form> forms, Options options)
     : forms_(std::move(forms))
     , options_(std::move(options))
-    , session_(std::make_unique<XcbSession>(displayName))
-{
+    , session_(std::make_unique<XcbSession>(displayName)) {
     claim();
     if (!isOwner_)
         throw std::runtime_error("cannot own the selection");
     thread_ = std::thread([this] { run(); });
 }
 
-SelectionOwner::~SelectionOwner()
-{
+SelectionOwner::~SelectionOwner() {
     isEnding_ = true;
     thread_.join();
 }
 
-void SelectionOwner::claim()
-{
+void SelectionOwner::claim() {
     const auto time = session_->timestamp();
-    xcb_set_selection_owner(session_->connection(), session_->window(), session_->atom(options_.selection), time);
+    xcb_set_selection_owner(session_->connection(), session_->window(), session_->atom(options_.selection),
+                            time);
     isOwner_ = session_->owner(options_.selection) == session_->window();
 }
 
-void SelectionOwner::claimAgain()
-{
+void SelectionOwner::claimAgain() {
     isToClaim_ = true;
     eventually(5, [this] { return !isToClaim_; });
 }
 
-int SelectionOwner::requests(const std::string& target) const
-{
+int SelectionOwner::requests(const std::string& target) const {
     const std::lock_guard lock(mutex_);
     const auto entry = requests_.find(target);
     return entry == requests_.end() ? 0 : entry->second;
 }
 
-void SelectionOwner::run()
-{
+void SelectionOwner::run() {
     auto* connection = session_->connection();
     const auto incr = session_->atom("INCR");
     std::vector<Transfer> transfers;
@@ -84,8 +77,9 @@ void SelectionOwner::run()
                                                session_->atom("MULTIPLE")};
             for (const auto& form : forms_)
                 targets.push_back(session_->atom(form.target));
-            xcb_change_property(connection, XCB_PROP_MODE_REPLACE, request.requestor, request.property, XCB_ATOM_ATOM,
-                                32, static_cast<std::uint32_t>(targets.size()), targets.data());
+            xcb_change_property(connection, XCB_PROP_MODE_REPLACE, request.requestor, request.property,
+                                XCB_ATOM_ATOM, 32, static_cast<std::uint32_t>(targets.size()),
+                                targets.data());
             return {true, request.property};
         }
         const auto form = std::ranges::find(forms_, target, &Form::target);
@@ -101,8 +95,8 @@ void SelectionOwner::run()
         const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
         xcb_change_window_attributes(connection, request.requestor, XCB_CW_EVENT_MASK, &mask);
         const std::uint32_t size = 1;
-        xcb_change_property(connection, XCB_PROP_MODE_REPLACE, request.requestor, request.property, incr, 32, 1,
-                            &size);
+        xcb_change_property(connection, XCB_PROP_MODE_REPLACE, request.requestor, request.property, incr, 32,
+                            1, &size);
         transfers.push_back({request.requestor, request.property, &*form});
         return {true, request.property};
     };

@@ -11,17 +11,17 @@ namespace sonvale::tests {
 
 class XcbSession;
 
-/// Another program that has something on the clipboard: it owns a selection with whatever targets a test wants, and
-/// answers as well or as badly as wanted, on a thread of its own. It lets go when it is destroyed.
+/// Another program that has something on the clipboard: it owns a selection with whatever targets a test
+/// wants, and answers as well or as badly as wanted, on a thread of its own. It lets go when it is destroyed.
 class SelectionOwner {
 public:
     struct Form {
         std::string target;
         std::vector<std::byte> data;
-        std::string type;      ///< empty: that of the target
-        int format = 8;        ///< 8, 16 or 32
+        std::string type; ///< empty: that of the target
+        int format = 8;   ///< 8, 16 or 32
         bool isIncremental = false;
-        int delayMilliseconds = 0; ///< the whole program stands still meanwhile
+        int delayMilliseconds = 0;    ///< the whole program stands still meanwhile
         bool isNeverFinished = false; ///< of an incremental one, the last piece does not come
         bool isNeverAnswered = false;
     };

@@ -8,28 +8,24 @@ namespace sonvale::tests {
 
 SelectionRequestor::SelectionRequestor(const std::string& displayName, std::string selection)
     : session_(displayName)
-    , selection_(std::move(selection))
-{
-}
+    , selection_(std::move(selection)) {}
 
-std::optional<SelectionRequestor::Answer> SelectionRequestor::convert(const std::string& target, double seconds)
-{
+std::optional<SelectionRequestor::Answer> SelectionRequestor::convert(const std::string& target,
+                                                                      double seconds) {
     return convertAt(target, session_.timestamp(), seconds);
 }
 
 std::optional<SelectionRequestor::Answer> SelectionRequestor::convertAtEarlierTime(const std::string& target,
-                                                                                   unsigned milliseconds)
-{
+                                                                                   unsigned milliseconds) {
     return convertAt(target, session_.timestamp() - milliseconds, 5);
 }
 
-std::optional<SelectionRequestor::Answer> SelectionRequestor::convertAt(const std::string& target,
-                                                                        xcb_timestamp_t time, double seconds)
-{
+std::optional<SelectionRequestor::Answer>
+SelectionRequestor::convertAt(const std::string& target, xcb_timestamp_t time, double seconds) {
     const auto property = session_.atom("_TEST_ANSWER");
     xcb_delete_property(session_.connection(), session_.window(), property);
-    xcb_convert_selection(session_.connection(), session_.window(), session_.atom(selection_), session_.atom(target),
-                          property, time);
+    xcb_convert_selection(session_.connection(), session_.window(), session_.atom(selection_),
+                          session_.atom(target), property, time);
     const double end = monotonicSeconds() + seconds;
     while (const auto event = session_.waitForEvent(end - monotonicSeconds())) {
         if ((event->response_type & 0x7f) != XCB_SELECTION_NOTIFY)
@@ -42,8 +38,7 @@ std::optional<SelectionRequestor::Answer> SelectionRequestor::convertAt(const st
 }
 
 std::optional<SelectionRequestor::Answer> SelectionRequestor::receive(xcb_atom_t property, double seconds,
-                                                                      int mostPieces)
-{
+                                                                      int mostPieces) {
     const double end = monotonicSeconds() + seconds;
     auto first = session_.takeProperty(session_.window(), property);
     if (first.type != "INCR")
@@ -69,8 +64,7 @@ std::optional<SelectionRequestor::Answer> SelectionRequestor::receive(xcb_atom_t
     return std::nullopt;
 }
 
-std::vector<std::string> SelectionRequestor::targets()
-{
+std::vector<std::string> SelectionRequestor::targets() {
     std::vector<std::string> names;
     if (const auto answer = convert("TARGETS")) {
         std::vector<xcb_atom_t> atoms(answer->data.size() / sizeof(xcb_atom_t));
@@ -82,8 +76,7 @@ std::vector<std::string> SelectionRequestor::targets()
 }
 
 std::map<std::string, SelectionRequestor::Answer>
-SelectionRequestor::multiple(const std::vector<std::string>& targets)
-{
+SelectionRequestor::multiple(const std::vector<std::string>& targets) {
     const auto list = session_.atom("_TEST_MULTIPLE");
     std::vector<xcb_atom_t> pairs;
     for (std::size_t i = 0; i < targets.size(); ++i) {
@@ -91,7 +84,8 @@ SelectionRequestor::multiple(const std::vector<std::string>& targets)
         pairs.push_back(session_.atom("_TEST_MULTIPLE_" + std::to_string(i)));
     }
     xcb_change_property(session_.connection(), XCB_PROP_MODE_REPLACE, session_.window(), list,
-                        session_.atom("ATOM_PAIR"), 32, static_cast<std::uint32_t>(pairs.size()), pairs.data());
+                        session_.atom("ATOM_PAIR"), 32, static_cast<std::uint32_t>(pairs.size()),
+                        pairs.data());
     xcb_convert_selection(session_.connection(), session_.window(), session_.atom(selection_),
                           session_.atom("MULTIPLE"), list, session_.timestamp());
     std::map<std::string, Answer> answers;
@@ -115,8 +109,7 @@ SelectionRequestor::multiple(const std::vector<std::string>& targets)
     return answers;
 }
 
-bool SelectionRequestor::vanishDuring(const std::string& displayName, const std::string& target, int pieces)
-{
+bool SelectionRequestor::vanishDuring(const std::string& displayName, const std::string& target, int pieces) {
     SelectionRequestor requestor(displayName);
     auto& session = requestor.session_;
     const auto property = session.atom("_TEST_ANSWER");
@@ -131,11 +124,10 @@ bool SelectionRequestor::vanishDuring(const std::string& displayName, const std:
     return false;
 }
 
-bool SelectionRequestor::stallDuring(const std::string& target)
-{
+bool SelectionRequestor::stallDuring(const std::string& target) {
     const auto property = session_.atom("_TEST_ANSWER");
-    xcb_convert_selection(session_.connection(), session_.window(), session_.atom(selection_), session_.atom(target),
-                          property, session_.timestamp());
+    xcb_convert_selection(session_.connection(), session_.window(), session_.atom(selection_),
+                          session_.atom(target), property, session_.timestamp());
     while (const auto event = session_.waitForEvent(5)) {
         if ((event->response_type & 0x7f) != XCB_SELECTION_NOTIFY)
             continue;
@@ -145,9 +137,9 @@ bool SelectionRequestor::stallDuring(const std::string& target)
     return false;
 }
 
-void SelectionRequestor::clear()
-{
-    xcb_set_selection_owner(session_.connection(), XCB_WINDOW_NONE, session_.atom(selection_), session_.timestamp());
+void SelectionRequestor::clear() {
+    xcb_set_selection_owner(session_.connection(), XCB_WINDOW_NONE, session_.atom(selection_),
+                            session_.timestamp());
     session_.sync();
 }
 

@@ -3,12 +3,12 @@
 #include "tests/support/ChildProcess.h"
 
 #include <poll.h>
+
 #include <stdexcept>
 
 namespace sonvale::tests {
 
-XcbSession::XcbSession(const std::string& displayName)
-{
+XcbSession::XcbSession(const std::string& displayName) {
     connection_ = xcb_connect(displayName.c_str(), nullptr);
     if (xcb_connection_has_error(connection_))
         throw std::runtime_error("no X server " + displayName);
@@ -20,18 +20,18 @@ XcbSession::XcbSession(const std::string& displayName)
     sync();
 }
 
-XcbSession::~XcbSession() { xcb_disconnect(connection_); }
+XcbSession::~XcbSession() {
+    xcb_disconnect(connection_);
+}
 
-xcb_atom_t XcbSession::atom(const std::string& name)
-{
+xcb_atom_t XcbSession::atom(const std::string& name) {
     const auto cookie = xcb_intern_atom(connection_, 0, static_cast<std::uint16_t>(name.size()), name.data());
     std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
         xcb_intern_atom_reply(connection_, cookie, nullptr), &std::free);
     return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
-std::string XcbSession::name(xcb_atom_t atom)
-{
+std::string XcbSession::name(xcb_atom_t atom) {
     if (atom == XCB_ATOM_NONE)
         return {};
     std::unique_ptr<xcb_get_atom_name_reply_t, decltype(&std::free)> reply(
@@ -42,18 +42,18 @@ std::string XcbSession::name(xcb_atom_t atom)
             static_cast<std::size_t>(xcb_get_atom_name_name_length(reply.get()))};
 }
 
-xcb_window_t XcbSession::owner(const std::string& selection)
-{
+xcb_window_t XcbSession::owner(const std::string& selection) {
     std::unique_ptr<xcb_get_selection_owner_reply_t, decltype(&std::free)> reply(
-        xcb_get_selection_owner_reply(connection_, xcb_get_selection_owner(connection_, atom(selection)), nullptr),
+        xcb_get_selection_owner_reply(connection_, xcb_get_selection_owner(connection_, atom(selection)),
+                                      nullptr),
         &std::free);
     return reply ? reply->owner : xcb_window_t{XCB_WINDOW_NONE};
 }
 
-xcb_timestamp_t XcbSession::timestamp()
-{
+xcb_timestamp_t XcbSession::timestamp() {
     const auto property = atom("_TEST_TIMESTAMP");
-    xcb_change_property(connection_, XCB_PROP_MODE_APPEND, window_, property, XCB_ATOM_INTEGER, 32, 0, nullptr);
+    xcb_change_property(connection_, XCB_PROP_MODE_APPEND, window_, property, XCB_ATOM_INTEGER, 32, 0,
+                        nullptr);
     while (const auto event = waitForEvent(5)) {
         if ((event->response_type & 0x7f) != XCB_PROPERTY_NOTIFY)
             continue;
@@ -64,10 +64,11 @@ xcb_timestamp_t XcbSession::timestamp()
     throw std::runtime_error("the X server does not tell the time");
 }
 
-void XcbSession::sync() { std::free(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr)); }
+void XcbSession::sync() {
+    std::free(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
+}
 
-TestEvent XcbSession::waitForEvent(double seconds)
-{
+TestEvent XcbSession::waitForEvent(double seconds) {
     xcb_flush(connection_);
     const double end = monotonicSeconds() + seconds;
     while (true) {
@@ -80,9 +81,9 @@ TestEvent XcbSession::waitForEvent(double seconds)
     }
 }
 
-XcbSession::Property XcbSession::takeProperty(xcb_window_t window, xcb_atom_t property)
-{
-    const auto cookie = xcb_get_property(connection_, 1, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, 0x1fffffff);
+XcbSession::Property XcbSession::takeProperty(xcb_window_t window, xcb_atom_t property) {
+    const auto cookie =
+        xcb_get_property(connection_, 1, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, 0x1fffffff);
     std::unique_ptr<xcb_get_property_reply_t, decltype(&std::free)> reply(
         xcb_get_property_reply(connection_, cookie, nullptr), &std::free);
     if (!reply)
@@ -91,14 +92,12 @@ XcbSession::Property XcbSession::takeProperty(xcb_window_t window, xcb_atom_t pr
     return {name(reply->type), reply->format, {data, data + xcb_get_property_value_length(reply.get())}};
 }
 
-std::vector<std::byte> bytes(const std::string& text)
-{
+std::vector<std::byte> bytes(const std::string& text) {
     const auto* data = reinterpret_cast<const std::byte*>(text.data());
     return {data, data + text.size()};
 }
 
-std::vector<std::byte> manyBytes(std::size_t count)
-{
+std::vector<std::byte> manyBytes(std::size_t count) {
     std::vector<std::byte> data(count);
     std::uint32_t state = 12345;
     for (auto& byte : data) {

@@ -6,16 +6,14 @@ namespace sonvale::platform::linux {
 
 namespace {
 
-sigset_t brokenPipe()
-{
+sigset_t brokenPipe() {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGPIPE);
     return signals;
 }
 
-bool isBrokenPipePending()
-{
+bool isBrokenPipePending() {
     sigset_t pending;
     sigpending(&pending);
     return sigismember(&pending, SIGPIPE) == 1;
@@ -23,14 +21,13 @@ bool isBrokenPipePending()
 
 } // namespace
 
-BrokenPipeGuard::BrokenPipeGuard() : wasPending_(isBrokenPipePending())
-{
+BrokenPipeGuard::BrokenPipeGuard()
+    : wasPending_(isBrokenPipePending()) {
     const auto signals = brokenPipe();
     pthread_sigmask(SIG_BLOCK, &signals, &former_);
 }
 
-BrokenPipeGuard::~BrokenPipeGuard()
-{
+BrokenPipeGuard::~BrokenPipeGuard() {
     // Taken away before it can be delivered, unless somebody else had one coming.
     if (!wasPending_ && isBrokenPipePending()) {
         const auto signals = brokenPipe();

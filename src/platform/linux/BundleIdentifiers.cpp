@@ -87,13 +87,13 @@ constexpr KnownProgram knownPrograms[] = {
 
 } // namespace
 
-std::optional<std::string> knownBundleIdentifier(std::string_view name)
-{
+std::optional<std::string> knownBundleIdentifier(std::string_view name) {
     constexpr std::string_view suffix = ".desktop";
     std::string lowered(name);
     // The names in the table are ASCII, and so is what can equal them.
-    std::ranges::transform(lowered, lowered.begin(),
-                           [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    std::ranges::transform(lowered, lowered.begin(), [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    });
     const auto find = [](std::string_view wanted) -> std::optional<std::string> {
         const auto entry = std::ranges::find(knownPrograms, wanted, &KnownProgram::name);
         if (entry == std::end(knownPrograms))
@@ -108,8 +108,7 @@ std::optional<std::string> knownBundleIdentifier(std::string_view name)
     return std::nullopt;
 }
 
-std::optional<std::string> bundleIdentifier(std::string_view instance, std::string_view className)
-{
+std::optional<std::string> bundleIdentifier(std::string_view instance, std::string_view className) {
     if (auto known = knownBundleIdentifier(className))
         return known;
     if (auto known = knownBundleIdentifier(instance))

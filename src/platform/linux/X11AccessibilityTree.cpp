@@ -11,8 +11,7 @@ namespace {
 
 constexpr double answerSeconds = 0.5;
 
-bool hasXTest(X11Client& client, double deadline)
-{
+bool hasXTest(X11Client& client, double deadline) {
     const auto* extension = xcb_get_extension_data(client.connection(), &xcb_test_id);
     if (!extension || !extension->present)
         return false;
@@ -20,8 +19,7 @@ bool hasXTest(X11Client& client, double deadline)
     return client.reply<xcb_test_get_version_reply_t>(version.sequence, deadline) != nullptr;
 }
 
-bool canOwnSelections(X11Client& client, double deadline)
-{
+bool canOwnSelections(X11Client& client, double deadline) {
     // One that nobody else has to do with: the user's own selections stay as they are.
     const auto selection = client.atom("_SONVALE_PROBE", deadline);
     const auto time = client.timestamp(deadline);
@@ -35,14 +33,11 @@ bool canOwnSelections(X11Client& client, double deadline)
 
 } // namespace
 
-X11AccessibilityTree::X11AccessibilityTree(runtime::Clock& clock, std::string displayName)
+X11AccessibilityTree::X11AccessibilityTree(const runtime::Clock& clock, std::string displayName)
     : clock_(clock)
-    , displayName_(std::move(displayName))
-{
-}
+    , displayName_(std::move(displayName)) {}
 
-bool X11AccessibilityTree::isTrusted()
-{
+bool X11AccessibilityTree::isTrusted() {
     const BrokenPipeGuard guard;
     // A connection for each question, because a server that was restarted is another one.
     X11Client client(displayName_, clock_);

@@ -7,17 +7,17 @@
 
 namespace sonvale::platform::linux {
 
-/// The right to press keys and to use the clipboard in an X session: X grants it to every program that it lets in, so
-/// it comes down to whether the server is there, has XTEST, and lets a selection be owned.
+/// The right to press keys and to use the clipboard in an X session: X grants it to every program that it
+/// lets in, so it comes down to whether the server is there, has XTEST, and lets a selection be owned.
 class X11AccessibilityTree final : public AccessibilityTree {
 public:
     /// Asks the server `displayName`, or that of DISPLAY when it is empty. The clock must outlive it.
-    explicit X11AccessibilityTree(runtime::Clock& clock, std::string displayName = {});
+    explicit X11AccessibilityTree(const runtime::Clock& clock, std::string displayName = {});
 
     bool isTrusted() override;
 
 private:
-    runtime::Clock& clock_;
+    const runtime::Clock& clock_;
     std::string displayName_;
 };
 

@@ -2,14 +2,15 @@
 
 #include <poll.h>
 #include <sys/socket.h>
+#include <xcb/xcbext.h>
 
 #include <cmath>
 #include <cstring>
 
 namespace sonvale::platform::linux {
 
-X11Client::X11Client(const std::string& displayName, runtime::Clock& clock) : clock_(clock)
-{
+X11Client::X11Client(const std::string& displayName, const runtime::Clock& clock)
+    : clock_(clock) {
     int screenNumber = 0;
     connection_ = xcb_connect(displayName.empty() ? nullptr : displayName.c_str(), &screenNumber);
     if (!isAlive())
@@ -21,12 +22,15 @@ X11Client::X11Client(const std::string& displayName, runtime::Clock& clock) : cl
     window_ = makeWindow();
 }
 
-X11Client::~X11Client() { xcb_disconnect(connection_); }
+X11Client::~X11Client() {
+    xcb_disconnect(connection_);
+}
 
-bool X11Client::isAlive() const { return xcb_connection_has_error(connection_) == 0; }
+bool X11Client::isAlive() const {
+    return xcb_connection_has_error(connection_) == 0;
+}
 
-xcb_window_t X11Client::makeWindow()
-{
+xcb_window_t X11Client::makeWindow() {
     const xcb_window_t window = xcb_generate_id(connection_);
     const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_create_window(connection_, 0, window, root_, -10, -10, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
@@ -34,8 +38,7 @@ xcb_window_t X11Client::makeWindow()
     return window;
 }
 
-void* X11Client::waitForReply(unsigned int sequence, double deadline)
-{
+void* X11Client::waitForReply(unsigned int sequence, double deadline) {
     xcb_flush(connection_);
     while (isAlive()) {
         void* reply = nullptr;
@@ -63,17 +66,15 @@ void* X11Client::waitForReply(unsigned int sequence, double deadline)
 }
 
 XcbPointer<xcb_get_property_reply_t> X11Client::property(xcb_window_t window, xcb_atom_t name, bool andDelete,
-                                                         double deadline)
-{
+                                                         double deadline) {
     // In units of four bytes; the server counts them in 32 bits.
     constexpr std::uint32_t everything = 0x1fffffff;
-    const auto cookie =
-        xcb_get_property(connection_, andDelete ? 1 : 0, window, name, XCB_GET_PROPERTY_TYPE_ANY, 0, everything);
+    const auto cookie = xcb_get_property(connection_, andDelete ? 1 : 0, window, name,
+                                         XCB_GET_PROPERTY_TYPE_ANY, 0, everything);
     return reply<xcb_get_property_reply_t>(cookie.sequence, deadline);
 }
 
-std::vector<xcb_atom_t> X11Client::atoms(const std::vector<std::string>& names, double deadline)
-{
+std::vector<xcb_atom_t> X11Client::atoms(const std::vector<std::string>& names, double deadline) {
     constexpr std::size_t longestName = 0xffff;
     std::vector<std::pair<std::string, unsigned int>> asked;
     for (const auto& name : names) {
@@ -100,10 +101,11 @@ std::vector<xcb_atom_t> X11Client::atoms(const std::vector<std::string>& names, 
     return found;
 }
 
-xcb_atom_t X11Client::atom(const std::string& name, double deadline) { return atoms({name}, deadline).front(); }
+xcb_atom_t X11Client::atom(const std::string& name, double deadline) {
+    return atoms({name}, deadline).front();
+}
 
-std::vector<std::string> X11Client::atomNames(const std::vector<xcb_atom_t>& atoms, double deadline)
-{
+std::vector<std::string> X11Client::atomNames(const std::vector<xcb_atom_t>& atoms, double deadline) {
     std::vector<std::pair<xcb_atom_t, unsigned int>> asked;
     for (const auto atom : atoms) {
         if (atom != XCB_ATOM_NONE && !namesByAtom_.contains(atom))
@@ -128,8 +130,7 @@ std::vector<std::string> X11Client::atomNames(const std::vector<xcb_atom_t>& ato
     return found;
 }
 
-bool X11Client::sync(double deadline)
-{
+bool X11Client::sync(double deadline) {
     // The cheapest request that has a reply.
     const auto cookie = xcb_get_input_focus(connection_);
     if (!reply<xcb_get_input_focus_reply_t>(cookie.sequence, deadline))
@@ -138,12 +139,12 @@ bool X11Client::sync(double deadline)
     return true;
 }
 
-std::optional<xcb_timestamp_t> X11Client::timestamp(double deadline)
-{
+std::optional<xcb_timestamp_t> X11Client::timestamp(double deadline) {
     const auto property = atom("_SONVALE_TIMESTAMP", deadline);
     if (property == XCB_ATOM_NONE)
         return std::nullopt;
-    xcb_change_property(connection_, XCB_PROP_MODE_APPEND, window_, property, XCB_ATOM_INTEGER, 32, 0, nullptr);
+    xcb_change_property(connection_, XCB_PROP_MODE_APPEND, window_, property, XCB_ATOM_INTEGER, 32, 0,
+                        nullptr);
     if (!sync(deadline))
         return std::nullopt;
 
@@ -160,8 +161,7 @@ std::optional<xcb_timestamp_t> X11Client::timestamp(double deadline)
     return time;
 }
 
-XcbEvent X11Client::takeEvent()
-{
+XcbEvent X11Client::takeEvent() {
     if (events_.empty())
         collectEvents();
     if (events_.empty())
@@ -171,8 +171,7 @@ XcbEvent X11Client::takeEvent()
     return event;
 }
 
-XcbEvent X11Client::waitForEvent(double deadline)
-{
+XcbEvent X11Client::waitForEvent(double deadline) {
     xcb_flush(connection_);
     while (true) {
         auto event = takeEvent();
@@ -182,8 +181,7 @@ XcbEvent X11Client::waitForEvent(double deadline)
     }
 }
 
-void X11Client::waitForInput(int otherDescriptor, double deadline)
-{
+void X11Client::waitForInput(int otherDescriptor, double deadline) {
     xcb_flush(connection_);
     // Sending may have read meanwhile, and what was read does not make the descriptor readable.
     collectEvents();
@@ -191,20 +189,17 @@ void X11Client::waitForInput(int otherDescriptor, double deadline)
         pollUntil(deadline, otherDescriptor);
 }
 
-void X11Client::disconnect() const
-{
+void X11Client::disconnect() const {
     if (isAlive())
         shutdown(xcb_get_file_descriptor(connection_), SHUT_RDWR);
 }
 
-void X11Client::collectEvents()
-{
+void X11Client::collectEvents() {
     while (XcbEvent event{xcb_poll_for_event(connection_)})
         events_.push_back(std::move(event));
 }
 
-void X11Client::pollUntil(double deadline, int otherDescriptor)
-{
+void X11Client::pollUntil(double deadline, int otherDescriptor) {
     // A negative descriptor is passed over; that of a lost server would be readable for ever.
     const int own = isAlive() ? xcb_get_file_descriptor(connection_) : -1;
     pollfd waiting[] = {{own, POLLIN, 0}, {otherDescriptor, POLLIN, 0}};
@@ -215,20 +210,19 @@ void X11Client::pollUntil(double deadline, int otherDescriptor)
     poll(waiting, 2, milliseconds);
 }
 
-std::vector<std::byte> bytesOf(const xcb_get_property_reply_t& property)
-{
+std::vector<std::byte> bytesOf(const xcb_get_property_reply_t& property) {
     const auto* data = static_cast<const std::byte*>(xcb_get_property_value(&property));
     return {data, data + xcb_get_property_value_length(&property)};
 }
 
-std::vector<std::uint32_t> numbersOf(const xcb_get_property_reply_t& property)
-{
+std::vector<std::uint32_t> numbersOf(const xcb_get_property_reply_t& property) {
     if (property.format != 32)
         return {};
     const auto size = static_cast<std::size_t>(xcb_get_property_value_length(&property));
     std::vector<std::uint32_t> numbers(size / sizeof(std::uint32_t));
     if (!numbers.empty())
-        std::memcpy(numbers.data(), xcb_get_property_value(&property), numbers.size() * sizeof(std::uint32_t));
+        std::memcpy(numbers.data(), xcb_get_property_value(&property),
+                    numbers.size() * sizeof(std::uint32_t));
     return numbers;
 }
 

@@ -21,15 +21,16 @@ template <class T>
 using XcbPointer = std::unique_ptr<T, FreeMemory>;
 using XcbEvent = XcbPointer<xcb_generic_event_t>;
 
-/// A connection to the X server in which every wait has an end, with one window of its own that is never shown.
+/// A connection to the X server in which every wait has an end, with one window of its own that is never
+/// shown.
 ///
-/// On xcb, because the error handler of Xlib is one for the whole process. Belongs to one thread at a time; only
-/// `disconnect` may be called from another. Deadlines are moments of the clock's `now()`. Without a server every
-/// operation answers with nothing.
+/// On xcb, because the error handler of Xlib is one for the whole process. Belongs to one thread at a time;
+/// only `disconnect` may be called from another. Deadlines are moments of the clock's `now()`. Without a
+/// server every operation answers with nothing.
 class X11Client {
 public:
     /// Connects to `displayName`, or to DISPLAY when it is empty.
-    X11Client(const std::string& displayName, runtime::Clock& clock);
+    X11Client(const std::string& displayName, const runtime::Clock& clock);
     ~X11Client();
     X11Client(const X11Client&) = delete;
     X11Client& operator=(const X11Client&) = delete;
@@ -45,17 +46,17 @@ public:
 
     /// The reply to the request with this sequence number; absent after an error or at the deadline.
     template <class Reply>
-    XcbPointer<Reply> reply(unsigned int sequence, double deadline)
-    {
+    XcbPointer<Reply> reply(unsigned int sequence, double deadline) {
         return XcbPointer<Reply>(static_cast<Reply*>(waitForReply(sequence, deadline)));
     }
 
-    /// The whole property; absent when the window or the server does not answer. A property that is not there has
-    /// the type XCB_ATOM_NONE.
+    /// The whole property; absent when the window or the server does not answer. A property that is not there
+    /// has the type XCB_ATOM_NONE.
     XcbPointer<xcb_get_property_reply_t> property(xcb_window_t window, xcb_atom_t name, bool andDelete,
                                                   double deadline);
 
-    /// The atoms of these names, XCB_ATOM_NONE where there is none. One round trip for those not asked for before.
+    /// The atoms of these names, XCB_ATOM_NONE where there is none. One round trip for those not asked for
+    /// before.
     std::vector<xcb_atom_t> atoms(const std::vector<std::string>& names, double deadline);
     xcb_atom_t atom(const std::string& name, double deadline);
     /// The names of these atoms, empty where there is none.
@@ -72,8 +73,8 @@ public:
     /// As `takeEvent`, but waits until the deadline for one.
     XcbEvent waitForEvent(double deadline);
 
-    /// Sends what is buffered and sleeps until there is something to read, here or on the other descriptor, or
-    /// the deadline; infinity stands for none. To be called when `takeEvent` has nothing left.
+    /// Sends what is buffered and sleeps until there is something to read, here or on the other descriptor,
+    /// or the deadline; infinity stands for none. To be called when `takeEvent` has nothing left.
     void waitForInput(int otherDescriptor, double deadline);
 
     /// Cuts the connection, which ends any wait inside it. From any thread.
@@ -84,7 +85,7 @@ private:
     void collectEvents();
     void pollUntil(double deadline, int otherDescriptor);
 
-    runtime::Clock& clock_;
+    const runtime::Clock& clock_;
     xcb_connection_t* connection_ = nullptr;
     xcb_window_t root_ = XCB_WINDOW_NONE;
     xcb_window_t window_ = XCB_WINDOW_NONE;

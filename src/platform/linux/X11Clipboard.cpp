@@ -3,6 +3,7 @@
 #include <xcb/xfixes.h>
 
 #include <algorithm>
+#include <cstring>
 
 namespace sonvale::platform::linux {
 
@@ -22,8 +23,7 @@ constexpr std::size_t mostTargets = 1000;
 
 /// Forms that are asked for first are there when time runs out: text before the picture, the picture before
 /// what is only known to its own program.
-int urgency(const std::string& name)
-{
+int urgency(const std::string& name) {
     if (name == "UTF8_STRING")
         return 0;
     if (target::isPlainText(name))
@@ -37,12 +37,11 @@ int urgency(const std::string& name)
 
 } // namespace
 
-X11Clipboard::X11Clipboard(runtime::Clock& clock, const std::string& displayName)
+X11Clipboard::X11Clipboard(const runtime::Clock& clock, const std::string& displayName)
     : clock_(clock)
     , client_(displayName, clock)
     , server_(client_, clock)
-    , reader_(client_, clock, [this](const xcb_generic_event_t& event) { dispatch(event); })
-{
+    , reader_(client_, clock, [this](const xcb_generic_event_t& event) { dispatch(event); }) {
     if (!client_.isAlive())
         return;
     const auto atoms = client_.atoms({"CLIPBOARD", "TARGETS", "SAVE_TARGETS", "CLIPBOARD_MANAGER"}, soon());
@@ -53,8 +52,7 @@ X11Clipboard::X11Clipboard(runtime::Clock& clock, const std::string& displayName
     watchChanges();
 }
 
-void X11Clipboard::watchChanges()
-{
+void X11Clipboard::watchChanges() {
     auto* connection = client_.connection();
     const auto* extension = xcb_get_extension_data(connection, &xcb_xfixes_id);
     if (!extension || !extension->present)
@@ -69,15 +67,13 @@ void X11Clipboard::watchChanges()
     client_.sync(soon());
 }
 
-std::int64_t X11Clipboard::changeCount()
-{
+std::int64_t X11Clipboard::changeCount() {
     client_.sync(soon());
     dispatchArrived();
     return changeCount_;
 }
 
-std::optional<std::vector<PasteboardItem>> X11Clipboard::items()
-{
+std::optional<std::vector<PasteboardItem>> X11Clipboard::items() {
     const double start = clock_.now();
     for (int attempt = 1;; ++attempt) {
         dispatchArrived();
@@ -103,8 +99,7 @@ std::optional<std::vector<PasteboardItem>> X11Clipboard::items()
     }
 }
 
-std::optional<std::string> X11Clipboard::string()
-{
+std::optional<std::string> X11Clipboard::string() {
     const double start = clock_.now();
     for (int attempt = 1;; ++attempt) {
         dispatchArrived();
@@ -122,23 +117,20 @@ std::optional<std::string> X11Clipboard::string()
     }
 }
 
-void X11Clipboard::clearContents()
-{
+void X11Clipboard::clearContents() {
     dispatchArrived();
     server_.release(XCB_ATOM_PRIMARY);
     server_.claimUnfilled(clipboard_, soon());
 }
 
-void X11Clipboard::setString(const std::string& text)
-{
+void X11Clipboard::setString(const std::string& text) {
     dispatchArrived();
     server_.release(XCB_ATOM_PRIMARY);
     auto contents = X11SelectionContents::fromText(client_, text, soon());
     server_.fill(clipboard_, std::make_shared<const X11SelectionContents>(std::move(contents)), soon());
 }
 
-void X11Clipboard::writeItems(std::vector<PasteboardItem> items)
-{
+void X11Clipboard::writeItems(std::vector<PasteboardItem> items) {
     dispatchArrived();
     server_.release(XCB_ATOM_PRIMARY);
     auto contents = X11SelectionContents::fromItems(client_, std::move(items), soon());
@@ -147,8 +139,7 @@ void X11Clipboard::writeItems(std::vector<PasteboardItem> items)
     server_.fill(clipboard_, std::make_shared<const X11SelectionContents>(std::move(contents)), soon());
 }
 
-void X11Clipboard::offerPrimary()
-{
+void X11Clipboard::offerPrimary() {
     dispatchArrived();
     X11SelectionContents texts;
     if (server_.owns(clipboard_))
@@ -156,11 +147,11 @@ void X11Clipboard::offerPrimary()
     else if (const auto text = string())
         texts = X11SelectionContents::fromText(client_, *text, soon());
     if (!texts.targets().empty())
-        server_.claim(XCB_ATOM_PRIMARY, std::make_shared<const X11SelectionContents>(std::move(texts)), soon());
+        server_.claim(XCB_ATOM_PRIMARY, std::make_shared<const X11SelectionContents>(std::move(texts)),
+                      soon());
 }
 
-void X11Clipboard::handOver()
-{
+void X11Clipboard::handOver() {
     const auto contents = server_.contents(clipboard_);
     if (!contents || contents->items.empty() || !hasOwner(clipboardManager_))
         return;
@@ -169,9 +160,10 @@ void X11Clipboard::handOver()
     if (!time || property == XCB_ATOM_NONE)
         return;
     const auto targets = contents->targets();
-    xcb_change_property(client_.connection(), XCB_PROP_MODE_REPLACE, client_.window(), property, XCB_ATOM_ATOM, 32,
-                        static_cast<std::uint32_t>(targets.size()), targets.data());
-    xcb_convert_selection(client_.connection(), client_.window(), clipboardManager_, saveTargets_, property, *time);
+    xcb_change_property(client_.connection(), XCB_PROP_MODE_REPLACE, client_.window(), property,
+                        XCB_ATOM_ATOM, 32, static_cast<std::uint32_t>(targets.size()), targets.data());
+    xcb_convert_selection(client_.connection(), client_.window(), clipboardManager_, saveTargets_, property,
+                          *time);
 
     const double deadline = clock_.now() + handOverSeconds;
     while (!isHandedOver_ && clock_.now() < deadline) {
@@ -182,15 +174,13 @@ void X11Clipboard::handOver()
     }
 }
 
-void X11Clipboard::serveAndWait(int otherDescriptor)
-{
+void X11Clipboard::serveAndWait(int otherDescriptor) {
     dispatchArrived();
     server_.expire();
     client_.waitForInput(otherDescriptor, server_.nextDeadline());
 }
 
-void X11Clipboard::dispatch(const xcb_generic_event_t& event)
-{
+void X11Clipboard::dispatch(const xcb_generic_event_t& event) {
     const int type = event.response_type & 0x7f;
     if (type == selectionEvent_) {
         const auto& change = reinterpret_cast<const xcb_xfixes_selection_notify_event_t&>(event);
@@ -211,21 +201,18 @@ void X11Clipboard::dispatch(const xcb_generic_event_t& event)
     reader_.handle(event);
 }
 
-void X11Clipboard::dispatchArrived()
-{
+void X11Clipboard::dispatchArrived() {
     while (const auto event = client_.takeEvent())
         dispatch(*event);
 }
 
-bool X11Clipboard::hasOwner(xcb_atom_t selection)
-{
+bool X11Clipboard::hasOwner(xcb_atom_t selection) {
     const auto question = xcb_get_selection_owner(client_.connection(), selection);
     const auto answer = client_.reply<xcb_get_selection_owner_reply_t>(question.sequence, soon());
     return answer && answer->owner != XCB_WINDOW_NONE;
 }
 
-std::vector<X11Clipboard::Wanted> X11Clipboard::offeredTargets(xcb_timestamp_t time, double deadline)
-{
+std::vector<X11Clipboard::Wanted> X11Clipboard::offeredTargets(xcb_timestamp_t time, double deadline) {
     std::vector<xcb_atom_t> atoms;
     if (const auto answer = reader_.fetch(clipboard_, targets_, time, deadline)) {
         if (answer->format == 32) {
@@ -251,15 +238,14 @@ std::vector<X11Clipboard::Wanted> X11Clipboard::offeredTargets(xcb_timestamp_t t
     return wanted;
 }
 
-PasteboardItem X11Clipboard::readItem(xcb_timestamp_t time, double start)
-{
+PasteboardItem X11Clipboard::readItem(xcb_timestamp_t time, double start) {
     const auto count = changeCount_;
     auto wanted = offeredTargets(time, start + ownerSeconds);
 
     std::vector<Wanted*> order;
     for (auto& form : wanted)
         order.push_back(&form);
-    std::ranges::stable_sort(order, {}, [](const Wanted* form) { return urgency(form->name); });
+    std::ranges::sort(order, {}, [](const Wanted* form) { return std::pair(urgency(form->name), form); });
     const double deadline = std::max(start + snapshotSeconds, clock_.now() + leastFormsSeconds);
     for (auto* form : order) {
         if (clock_.now() >= deadline || changeCount_ != count)
@@ -283,8 +269,7 @@ PasteboardItem X11Clipboard::readItem(xcb_timestamp_t time, double start)
     return item;
 }
 
-std::optional<std::string> X11Clipboard::readText(xcb_timestamp_t time, double deadline)
-{
+std::optional<std::string> X11Clipboard::readText(xcb_timestamp_t time, double deadline) {
     const auto count = changeCount_;
     for (const std::string name : target::plainText) {
         const auto data = reader_.fetch(clipboard_, client_.atom(name, soon()), time, deadline);
@@ -296,6 +281,8 @@ std::optional<std::string> X11Clipboard::readText(xcb_timestamp_t time, double d
     return std::nullopt;
 }
 
-double X11Clipboard::soon() const { return clock_.now() + serverSeconds; }
+double X11Clipboard::soon() const {
+    return clock_.now() + serverSeconds;
+}
 
 } // namespace sonvale::platform::linux

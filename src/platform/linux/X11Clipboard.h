@@ -11,7 +11,7 @@ namespace sonvale::platform::linux {
 /// The clipboard as the thread of its connection handles it; `X11Pasteboard` tells what the operations mean.
 class X11Clipboard {
 public:
-    X11Clipboard(runtime::Clock& clock, const std::string& displayName);
+    X11Clipboard(const runtime::Clock& clock, const std::string& displayName);
 
     std::int64_t changeCount();
     std::optional<std::vector<PasteboardItem>> items();
@@ -21,8 +21,8 @@ public:
     void writeItems(std::vector<PasteboardItem> items);
     void offerPrimary();
 
-    /// Asks the clipboard manager to take over what is held, and serves it until it has (freedesktop's clipboard
-    /// manager convention: SAVE_TARGETS).
+    /// Asks the clipboard manager to take over what is held, and serves it until it has (freedesktop's
+    /// clipboard manager convention: SAVE_TARGETS).
     void handOver();
 
     /// Serves what has come, then sleeps until there is more, on the other descriptor too.
@@ -47,7 +47,7 @@ private:
     std::optional<std::string> readText(xcb_timestamp_t time, double deadline);
     double soon() const;
 
-    runtime::Clock& clock_;
+    const runtime::Clock& clock_;
     X11Client client_;
     X11SelectionServer server_;
     X11SelectionReader reader_;

@@ -19,8 +19,7 @@ namespace sonvale::platform::linux {
 /// The thread, and the orders that it carries out in between serving others.
 class X11Pasteboard::Worker {
 public:
-    Worker(runtime::Clock& clock, const std::string& displayName)
-    {
+    Worker(const runtime::Clock& clock, const std::string& displayName) {
         wakeDescriptor_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
         if (wakeDescriptor_ < 0)
             throw std::system_error(errno, std::generic_category(), "eventfd");
@@ -31,8 +30,7 @@ public:
         thread_ = std::thread([this] { run(); });
     }
 
-    ~Worker()
-    {
+    ~Worker() {
         const auto isDone = perform([](X11Clipboard& clipboard) {
             clipboard.handOver();
             return true;
@@ -52,10 +50,10 @@ public:
     Worker(const Worker&) = delete;
     Worker& operator=(const Worker&) = delete;
 
-    /// Has `order` carried out on the thread; absent when it takes too long, which only a hanging server brings about.
+    /// Has `order` carried out on the thread; absent when it takes too long, which only a hanging server
+    /// brings about.
     template <class Order>
-    auto perform(Order order) -> std::optional<decltype(order(std::declval<X11Clipboard&>()))>
-    {
+    auto perform(Order order) -> std::optional<decltype(order(std::declval<X11Clipboard&>()))> {
         using Result = decltype(order(std::declval<X11Clipboard&>()));
         struct Answer {
             std::mutex mutex;
@@ -84,8 +82,7 @@ public:
 private:
     static constexpr std::chrono::milliseconds longestOrder{2500};
 
-    void run()
-    {
+    void run() {
         pthread_setname_np(pthread_self(), "clipboard");
         const BrokenPipeGuard guard;
         while (carryOutOrders())
@@ -93,8 +90,7 @@ private:
     }
 
     /// False once the thread is to end.
-    bool carryOutOrders()
-    {
+    bool carryOutOrders() {
         std::uint64_t count = 0;
         // Fails when nobody woke it, which is all the same.
         [[maybe_unused]] const auto size = read(wakeDescriptor_, &count, sizeof count);
@@ -109,8 +105,7 @@ private:
         return !isEnding_;
     }
 
-    void wake() const
-    {
+    void wake() const {
         const std::uint64_t one = 1;
         // Fails only when the count is full, and then the thread is awake.
         [[maybe_unused]] const auto size = write(wakeDescriptor_, &one, sizeof one);
@@ -124,56 +119,48 @@ private:
     std::thread thread_;
 };
 
-X11Pasteboard::X11Pasteboard(runtime::Clock& clock, const std::string& displayName)
-    : worker_(std::make_unique<Worker>(clock, displayName))
-{
-}
+X11Pasteboard::X11Pasteboard(const runtime::Clock& clock, const std::string& displayName)
+    : worker_(std::make_unique<Worker>(clock, displayName)) {}
 
 X11Pasteboard::~X11Pasteboard() = default;
 
-std::int64_t X11Pasteboard::changeCount()
-{
+std::int64_t X11Pasteboard::changeCount() {
     if (const auto count = worker_->perform([](X11Clipboard& clipboard) { return clipboard.changeCount(); }))
         lastCount_ = *count;
     return lastCount_;
 }
 
-std::optional<std::vector<PasteboardItem>> X11Pasteboard::items()
-{
+std::optional<std::vector<PasteboardItem>> X11Pasteboard::items() {
     return worker_->perform([](X11Clipboard& clipboard) { return clipboard.items(); }).value_or(std::nullopt);
 }
 
-void X11Pasteboard::clearContents()
-{
+void X11Pasteboard::clearContents() {
     worker_->perform([](X11Clipboard& clipboard) {
         clipboard.clearContents();
         return true;
     });
 }
 
-void X11Pasteboard::setString(const std::string& text)
-{
+void X11Pasteboard::setString(const std::string& text) {
     worker_->perform([text](X11Clipboard& clipboard) {
         clipboard.setString(text);
         return true;
     });
 }
 
-void X11Pasteboard::writeItems(std::vector<PasteboardItem> items)
-{
+void X11Pasteboard::writeItems(std::vector<PasteboardItem> items) {
     worker_->perform([items = std::move(items)](X11Clipboard& clipboard) mutable {
         clipboard.writeItems(std::move(items));
         return true;
     });
 }
 
-std::optional<std::string> X11Pasteboard::string()
-{
-    return worker_->perform([](X11Clipboard& clipboard) { return clipboard.string(); }).value_or(std::nullopt);
+std::optional<std::string> X11Pasteboard::string() {
+    return worker_->perform([](X11Clipboard& clipboard) { return clipboard.string(); })
+        .value_or(std::nullopt);
 }
 
-void X11Pasteboard::offerPrimary()
-{
+void X11Pasteboard::offerPrimary() {
     worker_->perform([](X11Clipboard& clipboard) {
         clipboard.offerPrimary();
         return true;

@@ -12,20 +12,17 @@ namespace {
 constexpr std::string_view noContents[] = {"TARGETS",      "MULTIPLE", "TIMESTAMP",
                                            "SAVE_TARGETS", "DELETE",   "GTK_TEXT_BUFFER_CONTENTS"};
 
-std::uint8_t formatFor(int unitBits)
-{
+std::uint8_t formatFor(int unitBits) {
     return unitBits == 16 || unitBits == 32 ? static_cast<std::uint8_t>(unitBits) : std::uint8_t{8};
 }
 
-std::shared_ptr<const std::vector<std::byte>> sharedBytes(std::string_view text)
-{
+std::shared_ptr<const std::vector<std::byte>> sharedBytes(std::string_view text) {
     const auto* data = reinterpret_cast<const std::byte*>(text.data());
     return std::make_shared<const std::vector<std::byte>>(data, data + text.size());
 }
 
 /// Fills in the atoms; forms whose names cannot be atoms are dropped.
-void resolve(X11Client& client, X11SelectionContents& contents, double deadline)
-{
+void resolve(X11Client& client, X11SelectionContents& contents, double deadline) {
     std::vector<std::string> names;
     for (const auto& item : contents.items) {
         for (const auto& form : item) {
@@ -49,8 +46,7 @@ void resolve(X11Client& client, X11SelectionContents& contents, double deadline)
 
 } // namespace
 
-const X11SelectionContents::Form* X11SelectionContents::find(xcb_atom_t target) const
-{
+const X11SelectionContents::Form* X11SelectionContents::find(xcb_atom_t target) const {
     for (const auto& item : items) {
         const auto form = std::ranges::find(item, target, &Form::target);
         if (form != item.end())
@@ -59,8 +55,7 @@ const X11SelectionContents::Form* X11SelectionContents::find(xcb_atom_t target) 
     return nullptr;
 }
 
-const X11SelectionContents::Form* X11SelectionContents::find(const std::string& name) const
-{
+const X11SelectionContents::Form* X11SelectionContents::find(const std::string& name) const {
     for (const auto& item : items) {
         const auto form = std::ranges::find(item, name, &Form::name);
         if (form != item.end())
@@ -69,8 +64,7 @@ const X11SelectionContents::Form* X11SelectionContents::find(const std::string& 
     return nullptr;
 }
 
-std::vector<xcb_atom_t> X11SelectionContents::targets() const
-{
+std::vector<xcb_atom_t> X11SelectionContents::targets() const {
     std::vector<xcb_atom_t> targets;
     for (const auto& item : items) {
         for (const auto& form : item) {
@@ -81,8 +75,7 @@ std::vector<xcb_atom_t> X11SelectionContents::targets() const
     return targets;
 }
 
-std::vector<PasteboardItem> X11SelectionContents::copy() const
-{
+std::vector<PasteboardItem> X11SelectionContents::copy() const {
     std::vector<PasteboardItem> copies;
     for (const auto& item : items) {
         auto& representations = copies.emplace_back().representations;
@@ -92,8 +85,7 @@ std::vector<PasteboardItem> X11SelectionContents::copy() const
     return copies;
 }
 
-std::optional<std::string> X11SelectionContents::text() const
-{
+std::optional<std::string> X11SelectionContents::text() const {
     for (const std::string name : target::plainText) {
         if (const auto* form = find(name))
             return target::decodedText(name, *form->data);
@@ -101,8 +93,7 @@ std::optional<std::string> X11SelectionContents::text() const
     return std::nullopt;
 }
 
-X11SelectionContents X11SelectionContents::textOnly() const
-{
+X11SelectionContents X11SelectionContents::textOnly() const {
     X11SelectionContents texts;
     auto& forms = texts.items.emplace_back();
     for (const auto& item : items)
@@ -111,8 +102,7 @@ X11SelectionContents X11SelectionContents::textOnly() const
 }
 
 X11SelectionContents X11SelectionContents::fromItems(X11Client& client, std::vector<PasteboardItem> items,
-                                                     double deadline)
-{
+                                                     double deadline) {
     X11SelectionContents contents;
     for (auto& item : items) {
         auto& forms = contents.items.emplace_back();
@@ -131,8 +121,8 @@ X11SelectionContents X11SelectionContents::fromItems(X11Client& client, std::vec
     return contents;
 }
 
-X11SelectionContents X11SelectionContents::fromText(X11Client& client, const std::string& text, double deadline)
-{
+X11SelectionContents X11SelectionContents::fromText(X11Client& client, const std::string& text,
+                                                    double deadline) {
     const auto utf8 = repairedUtf8(text);
     const auto data = sharedBytes(utf8);
     const auto latin1 = latin1FromUtf8(utf8);
@@ -159,26 +149,22 @@ X11SelectionContents X11SelectionContents::fromText(X11Client& client, const std
 
 namespace target {
 
-bool isNoContents(const std::string& name)
-{
+bool isNoContents(const std::string& name) {
     return std::ranges::find(noContents, name) != std::end(noContents) || name.starts_with("INSERT_");
 }
 
-bool isImageBesidePng(const std::string& name)
-{
-    // PIXMAP and BITMAP are numbers of server objects that go with their owner; Qt offers its image under its own
-    // name too.
+bool isImageBesidePng(const std::string& name) {
+    // PIXMAP and BITMAP are numbers of server objects that go with their owner; Qt offers its image under its
+    // own name too.
     return (name.starts_with("image/") && name != "image/png") || name == "PIXMAP" || name == "BITMAP" ||
            name == "application/x-qt-image";
 }
 
-bool isPlainText(const std::string& name)
-{
+bool isPlainText(const std::string& name) {
     return name == "TEXT" || std::ranges::find(plainText, name) != std::end(plainText);
 }
 
-std::string decodedText(const std::string& name, std::span<const std::byte> data)
-{
+std::string decodedText(const std::string& name, std::span<const std::byte> data) {
     const auto text = textOf(data);
     return name == "STRING" ? utf8FromLatin1(text) : repairedUtf8(text);
 }

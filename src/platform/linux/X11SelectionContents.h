@@ -9,8 +9,8 @@
 
 namespace sonvale::platform::linux {
 
-/// What this program offers by a selection: the items as they were given, and the same as X targets. Immutable once
-/// offered; a transfer that is under way keeps the data that it sends.
+/// What this program offers by a selection: the items as they were given, and the same as X targets.
+/// Immutable once offered; a transfer that is under way keeps the data that it sends.
 struct X11SelectionContents {
     /// One form of one item.
     struct Form {
@@ -36,7 +36,8 @@ struct X11SelectionContents {
     /// The forms of plain text alone.
     X11SelectionContents textOnly() const;
 
-    static X11SelectionContents fromItems(X11Client& client, std::vector<PasteboardItem> items, double deadline);
+    static X11SelectionContents fromItems(X11Client& client, std::vector<PasteboardItem> items,
+                                          double deadline);
     static X11SelectionContents fromText(X11Client& client, const std::string& text, double deadline);
 };
 
@@ -44,7 +45,8 @@ struct X11SelectionContents {
 namespace target {
 
 /// The forms of plain text that are read, best first.
-inline constexpr const char* plainText[] = {"UTF8_STRING", "text/plain;charset=utf-8", "STRING", "text/plain"};
+inline constexpr const char* plainText[] = {"UTF8_STRING", "text/plain;charset=utf-8", "STRING",
+                                            "text/plain"};
 
 /// Whether the target is a question about the selection or an order to its owner, and not contents.
 bool isNoContents(const std::string& name);

@@ -11,12 +11,11 @@ constexpr int propertyCount = 8;
 
 } // namespace
 
-X11SelectionReader::X11SelectionReader(X11Client& client, runtime::Clock& clock,
+X11SelectionReader::X11SelectionReader(X11Client& client, const runtime::Clock& clock,
                                        std::function<void(const xcb_generic_event_t&)> dispatch)
     : client_(client)
     , clock_(clock)
-    , dispatch_(std::move(dispatch))
-{
+    , dispatch_(std::move(dispatch)) {
     if (!client_.isAlive())
         return;
     window_ = client_.makeWindow();
@@ -29,8 +28,7 @@ X11SelectionReader::X11SelectionReader(X11Client& client, runtime::Clock& clock,
 }
 
 std::optional<X11SelectionData> X11SelectionReader::fetch(xcb_atom_t selection, xcb_atom_t target,
-                                                          xcb_timestamp_t time, double deadline)
-{
+                                                          xcb_timestamp_t time, double deadline) {
     if (!client_.isAlive() || target == XCB_ATOM_NONE)
         return std::nullopt;
     target_ = target;
@@ -59,8 +57,7 @@ std::optional<X11SelectionData> X11SelectionReader::fetch(xcb_atom_t selection, 
     return std::move(data_);
 }
 
-void X11SelectionReader::abandon()
-{
+void X11SelectionReader::abandon() {
     if (stage_ != Stage::asked && stage_ != Stage::receiving)
         return;
     stage_ = Stage::failed;
@@ -71,8 +68,7 @@ void X11SelectionReader::abandon()
     xcb_flush(client_.connection());
 }
 
-void X11SelectionReader::handle(const xcb_generic_event_t& event)
-{
+void X11SelectionReader::handle(const xcb_generic_event_t& event) {
     switch (event.response_type & 0x7f) {
     case XCB_SELECTION_NOTIFY: {
         const auto& answer = reinterpret_cast<const xcb_selection_notify_event_t&>(event);
@@ -97,8 +93,7 @@ void X11SelectionReader::handle(const xcb_generic_event_t& event)
     }
 }
 
-void X11SelectionReader::takeAnswer(const xcb_selection_notify_event_t& answer)
-{
+void X11SelectionReader::takeAnswer(const xcb_selection_notify_event_t& answer) {
     const bool isAskedFor = stage_ == Stage::asked && answer.target == target_ && answer.time == time_ &&
                             (answer.property == properties_[current_] || answer.property == XCB_ATOM_NONE);
     if (!isAskedFor) {
@@ -124,8 +119,7 @@ void X11SelectionReader::takeAnswer(const xcb_selection_notify_event_t& answer)
     stage_ = Stage::complete;
 }
 
-void X11SelectionReader::takePiece()
-{
+void X11SelectionReader::takePiece() {
     const auto piece = client_.property(window_, properties_[current_], true, deadline_);
     if (!piece || piece->type == XCB_ATOM_NONE)
         return;
@@ -139,8 +133,7 @@ void X11SelectionReader::takePiece()
         stage_ = Stage::complete;
 }
 
-bool X11SelectionReader::isOwnProperty(xcb_atom_t property) const
-{
+bool X11SelectionReader::isOwnProperty(xcb_atom_t property) const {
     return property != XCB_ATOM_NONE && std::ranges::find(properties_, property) != properties_.end();
 }
 

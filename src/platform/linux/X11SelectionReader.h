@@ -17,12 +17,12 @@ struct X11SelectionData {
 
 /// Asks the owners of selections for their contents (ICCCM 2.4, INCR 2.7.2).
 ///
-/// On the thread of its connection. While it waits it hands every event to `dispatch`, which must pass them to
-/// `handle` too: so this program goes on serving others. Answers that come after their deadline are taken and
-/// thrown away, so that a slow owner gets to the end of its sending.
+/// On the thread of its connection. While it waits it hands every event to `dispatch`, which must pass them
+/// to `handle` too: so this program goes on serving others. Answers that come after their deadline are taken
+/// and thrown away, so that a slow owner gets to the end of its sending.
 class X11SelectionReader {
 public:
-    X11SelectionReader(X11Client& client, runtime::Clock& clock,
+    X11SelectionReader(X11Client& client, const runtime::Clock& clock,
                        std::function<void(const xcb_generic_event_t&)> dispatch);
 
     /// Absent when the owner refuses, has none, or has not given it all at the deadline, and after `abandon`.
@@ -42,7 +42,7 @@ private:
     bool isOwnProperty(xcb_atom_t property) const;
 
     X11Client& client_;
-    runtime::Clock& clock_;
+    const runtime::Clock& clock_;
     std::function<void(const xcb_generic_event_t&)> dispatch_;
     xcb_window_t window_ = XCB_WINDOW_NONE;
     xcb_atom_t incr_ = XCB_ATOM_NONE;

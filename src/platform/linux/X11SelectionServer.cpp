@@ -14,16 +14,20 @@ constexpr std::size_t mostPairs = 256;
 constexpr std::size_t largestPiece = 256 * 1024;
 
 /// Whether the server did `earlier` before `later`; the numbers wrap around.
-bool isBefore(unsigned int earlier, unsigned int later) { return static_cast<int>(earlier - later) < 0; }
+bool isBefore(unsigned int earlier, unsigned int later) {
+    return static_cast<int>(earlier - later) < 0;
+}
 
 } // namespace
 
-X11SelectionServer::X11SelectionServer(X11Client& client, runtime::Clock& clock) : client_(client), clock_(clock)
-{
+X11SelectionServer::X11SelectionServer(X11Client& client, const runtime::Clock& clock)
+    : client_(client)
+    , clock_(clock) {
     if (!client_.isAlive())
         return;
-    const auto atoms = client_.atoms(
-        {"TARGETS", "MULTIPLE", "TIMESTAMP", "SAVE_TARGETS", "INCR", "NULL", "ATOM_PAIR"}, clock_.now() + replySeconds);
+    const auto atoms =
+        client_.atoms({"TARGETS", "MULTIPLE", "TIMESTAMP", "SAVE_TARGETS", "INCR", "NULL", "ATOM_PAIR"},
+                      clock_.now() + replySeconds);
     targets_ = atoms[0];
     multiple_ = atoms[1];
     timestamp_ = atoms[2];
@@ -36,8 +40,7 @@ X11SelectionServer::X11SelectionServer(X11Client& client, runtime::Clock& clock)
     chunkBytes_ = std::min(largestPiece, longest - 128) / 4 * 4;
 }
 
-bool X11SelectionServer::claim(xcb_atom_t selection, ContentsPointer contents, double deadline)
-{
+bool X11SelectionServer::claim(xcb_atom_t selection, ContentsPointer contents, double deadline) {
     if (auto former = offers_.extract(selection)) {
         for (const auto& request : former.mapped().waiting)
             answer(request, XCB_ATOM_NONE);
@@ -60,16 +63,14 @@ bool X11SelectionServer::claim(xcb_atom_t selection, ContentsPointer contents, d
     return true;
 }
 
-bool X11SelectionServer::claimUnfilled(xcb_atom_t selection, double deadline)
-{
+bool X11SelectionServer::claimUnfilled(xcb_atom_t selection, double deadline) {
     if (!claim(selection, nullptr, deadline))
         return false;
     offers_[selection].fillDeadline = clock_.now() + fillSeconds;
     return true;
 }
 
-bool X11SelectionServer::fill(xcb_atom_t selection, ContentsPointer contents, double deadline)
-{
+bool X11SelectionServer::fill(xcb_atom_t selection, ContentsPointer contents, double deadline) {
     const auto entry = offers_.find(selection);
     if (entry == offers_.end() || entry->second.contents)
         return claim(selection, std::move(contents), deadline);
@@ -82,12 +83,12 @@ bool X11SelectionServer::fill(xcb_atom_t selection, ContentsPointer contents, do
     return true;
 }
 
-void X11SelectionServer::release(xcb_atom_t selection)
-{
+void X11SelectionServer::release(xcb_atom_t selection) {
     const auto entry = offers_.find(selection);
     if (entry == offers_.end())
         return;
-    // With the time of the claim the server passes this over when somebody else has taken the selection since.
+    // With the time of the claim the server passes this over when somebody else has taken the selection
+    // since.
     xcb_set_selection_owner(client_.connection(), XCB_WINDOW_NONE, selection, entry->second.time);
     for (const auto& request : entry->second.waiting)
         answer(request, XCB_ATOM_NONE);
@@ -95,22 +96,19 @@ void X11SelectionServer::release(xcb_atom_t selection)
     xcb_flush(client_.connection());
 }
 
-X11SelectionServer::ContentsPointer X11SelectionServer::contents(xcb_atom_t selection) const
-{
+X11SelectionServer::ContentsPointer X11SelectionServer::contents(xcb_atom_t selection) const {
     const auto entry = offers_.find(selection);
     if (entry == offers_.end())
         return nullptr;
     return entry->second.contents ? entry->second.contents : std::make_shared<const X11SelectionContents>();
 }
 
-xcb_timestamp_t X11SelectionServer::claimTime(xcb_atom_t selection) const
-{
+xcb_timestamp_t X11SelectionServer::claimTime(xcb_atom_t selection) const {
     const auto entry = claimTimes_.find(selection);
     return entry == claimTimes_.end() ? XCB_CURRENT_TIME : entry->second;
 }
 
-void X11SelectionServer::handle(const xcb_generic_event_t& event)
-{
+void X11SelectionServer::handle(const xcb_generic_event_t& event) {
     switch (event.response_type & 0x7f) {
     case 0: {
         // Nearly every error here means that a requestor has gone.
@@ -151,8 +149,7 @@ void X11SelectionServer::handle(const xcb_generic_event_t& event)
     }
 }
 
-double X11SelectionServer::nextDeadline() const
-{
+double X11SelectionServer::nextDeadline() const {
     double next = std::numeric_limits<double>::infinity();
     for (const auto& [selection, offer] : offers_) {
         if (!offer.contents)
@@ -163,8 +160,7 @@ double X11SelectionServer::nextDeadline() const
     return next;
 }
 
-void X11SelectionServer::expire()
-{
+void X11SelectionServer::expire() {
     const double now = clock_.now();
     std::vector<xcb_atom_t> unfilled;
     for (const auto& [selection, offer] : offers_) {
@@ -183,10 +179,9 @@ void X11SelectionServer::expire()
         endTransfersTo(requestor);
 }
 
-void X11SelectionServer::serve(const Offer& offer, const xcb_selection_request_event_t& request)
-{
-    // ICCCM 2.2: requests of a time at which somebody else owned it are refused, and clients of before ICCCM name no
-    // property and mean one with the target's name.
+void X11SelectionServer::serve(const Offer& offer, const xcb_selection_request_event_t& request) {
+    // ICCCM 2.2: requests of a time at which somebody else owned it are refused, and clients of before ICCCM
+    // name no property and mean one with the target's name.
     const bool isTooOld = request.time != XCB_CURRENT_TIME && isBefore(request.time, offer.time);
     const auto property = request.property == XCB_ATOM_NONE ? request.target : request.property;
     bool isDone = false;
@@ -198,8 +193,7 @@ void X11SelectionServer::serve(const Offer& offer, const xcb_selection_request_e
 }
 
 bool X11SelectionServer::serveMultiple(const Offer& offer, const xcb_selection_request_event_t& request,
-                                       xcb_atom_t property)
-{
+                                       xcb_atom_t property) {
     if (request.property == XCB_ATOM_NONE)
         return false;
     const auto list = client_.property(request.requestor, property, false, clock_.now() + replySeconds);
@@ -214,14 +208,13 @@ bool X11SelectionServer::serveMultiple(const Offer& offer, const xcb_selection_r
         if (!isDone)
             atoms[i + 1] = XCB_ATOM_NONE;
     }
-    xcb_change_property(client_.connection(), XCB_PROP_MODE_REPLACE, request.requestor, property, atomPair_, 32,
-                        static_cast<std::uint32_t>(atoms.size()), atoms.data());
+    xcb_change_property(client_.connection(), XCB_PROP_MODE_REPLACE, request.requestor, property, atomPair_,
+                        32, static_cast<std::uint32_t>(atoms.size()), atoms.data());
     return true;
 }
 
 bool X11SelectionServer::convert(const Offer& offer, xcb_window_t requestor, xcb_atom_t target,
-                                 xcb_atom_t property)
-{
+                                 xcb_atom_t property) {
     auto* connection = client_.connection();
     if (target == targets_) {
         std::vector<xcb_atom_t> targets = {targets_, multiple_, timestamp_, saveTargets_};
@@ -248,13 +241,12 @@ bool X11SelectionServer::convert(const Offer& offer, xcb_window_t requestor, xcb
         return true;
     }
     const auto units = static_cast<std::uint32_t>(form->data->size() / (form->format / 8u));
-    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, requestor, property, form->type, form->format, units,
-                        form->data->data());
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, requestor, property, form->type, form->format,
+                        units, form->data->data());
     return true;
 }
 
-void X11SelectionServer::answer(const xcb_selection_request_event_t& request, xcb_atom_t property)
-{
+void X11SelectionServer::answer(const xcb_selection_request_event_t& request, xcb_atom_t property) {
     // The server copies 32 bytes whatever the event's own size is.
     union {
         xcb_selection_notify_event_t notify;
@@ -271,19 +263,18 @@ void X11SelectionServer::answer(const xcb_selection_request_event_t& request, xc
 }
 
 void X11SelectionServer::beginTransfer(xcb_window_t requestor, xcb_atom_t property,
-                                       const X11SelectionContents::Form& form)
-{
+                                       const X11SelectionContents::Form& form) {
     std::erase_if(transfers_,
                   [&](const Transfer& t) { return t.requestor == requestor && t.property == property; });
     const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     xcb_change_window_attributes(client_.connection(), requestor, XCB_CW_EVENT_MASK, &mask);
     const auto size = static_cast<std::uint32_t>(form.data->size());
-    xcb_change_property(client_.connection(), XCB_PROP_MODE_REPLACE, requestor, property, incr_, 32, 1, &size);
+    xcb_change_property(client_.connection(), XCB_PROP_MODE_REPLACE, requestor, property, incr_, 32, 1,
+                        &size);
     transfers_.push_back({requestor, property, form, 0, clock_.now() + stalledTransferSeconds});
 }
 
-void X11SelectionServer::continueTransfer(xcb_window_t requestor, xcb_atom_t property)
-{
+void X11SelectionServer::continueTransfer(xcb_window_t requestor, xcb_atom_t property) {
     const auto transfer = std::ranges::find_if(
         transfers_, [&](const Transfer& t) { return t.requestor == requestor && t.property == property; });
     if (transfer == transfers_.end())
@@ -291,8 +282,9 @@ void X11SelectionServer::continueTransfer(xcb_window_t requestor, xcb_atom_t pro
     const auto& form = transfer->form;
     const auto size = std::min(chunkBytes_, form.data->size() - transfer->sent);
     // The piece of no bytes after the last one tells the end.
-    xcb_change_property(client_.connection(), XCB_PROP_MODE_REPLACE, requestor, property, form.type, form.format,
-                        static_cast<std::uint32_t>(size / (form.format / 8u)), form.data->data() + transfer->sent);
+    xcb_change_property(client_.connection(), XCB_PROP_MODE_REPLACE, requestor, property, form.type,
+                        form.format, static_cast<std::uint32_t>(size / (form.format / 8u)),
+                        form.data->data() + transfer->sent);
     xcb_flush(client_.connection());
     transfer->sent += size;
     transfer->deadline = clock_.now() + stalledTransferSeconds;
@@ -303,15 +295,13 @@ void X11SelectionServer::continueTransfer(xcb_window_t requestor, xcb_atom_t pro
         endTransfersTo(requestor);
 }
 
-void X11SelectionServer::endTransfersTo(xcb_window_t requestor)
-{
+void X11SelectionServer::endTransfersTo(xcb_window_t requestor) {
     std::erase_if(transfers_, [&](const Transfer& t) { return t.requestor == requestor; });
     const std::uint32_t mask = XCB_EVENT_MASK_NO_EVENT;
     xcb_change_window_attributes(client_.connection(), requestor, XCB_CW_EVENT_MASK, &mask);
 }
 
-void X11SelectionServer::lose(const xcb_selection_clear_event_t& event)
-{
+void X11SelectionServer::lose(const xcb_selection_clear_event_t& event) {
     const auto entry = offers_.find(event.selection);
     if (entry == offers_.end())
         return;

@@ -6,22 +6,22 @@
 
 namespace sonvale::platform::linux {
 
-/// Owns selections and serves other programs' requests for them (ICCCM 2.2 to 2.7): TARGETS, TIMESTAMP, MULTIPLE,
-/// SAVE_TARGETS as a mark, every target of the contents, and INCR for what is larger than 256 KB.
+/// Owns selections and serves other programs' requests for them (ICCCM 2.2 to 2.7): TARGETS, TIMESTAMP,
+/// MULTIPLE, SAVE_TARGETS as a mark, every target of the contents, and INCR for what is larger than 256 KB.
 ///
-/// On the thread of its connection. It never waits for another program: transfers go on by `handle`, and one whose
-/// reader has stopped is dropped after 10 s.
+/// On the thread of its connection. It never waits for another program: transfers go on by `handle`, and one
+/// whose reader has stopped is dropped after 10 s.
 class X11SelectionServer {
 public:
     using ContentsPointer = std::shared_ptr<const X11SelectionContents>;
 
-    X11SelectionServer(X11Client& client, runtime::Clock& clock);
+    X11SelectionServer(X11Client& client, const runtime::Clock& clock);
 
     /// Takes the selection for these contents. False when the server does not let it.
     bool claim(xcb_atom_t selection, ContentsPointer contents, double deadline);
 
-    /// Takes the selection for contents that `fill` will give. Requests wait for it 20 ms; then the contents are
-    /// empty, and the selection is let go of.
+    /// Takes the selection for contents that `fill` will give. Requests wait for it 20 ms; then the contents
+    /// are empty, and the selection is let go of.
     bool claimUnfilled(xcb_atom_t selection, double deadline);
 
     /// Gives the contents after `claimUnfilled`; claims anew when there is none of it.
@@ -69,7 +69,7 @@ private:
     void lose(const xcb_selection_clear_event_t& event);
 
     X11Client& client_;
-    runtime::Clock& clock_;
+    const runtime::Clock& clock_;
     std::map<xcb_atom_t, Offer> offers_;
     std::map<xcb_atom_t, xcb_timestamp_t> claimTimes_;
     std::vector<Transfer> transfers_;

@@ -6,16 +6,17 @@ namespace sonvale::platform::linux {
 
 namespace {
 
-std::uint8_t byteAt(std::string_view text, std::size_t index) { return static_cast<std::uint8_t>(text[index]); }
+std::uint8_t byteAt(std::string_view text, std::size_t index) {
+    return static_cast<std::uint8_t>(text[index]);
+}
 
 /// Length of the well-formed sequence at the beginning of `text`; 0 when there is none.
-std::size_t sequenceLength(std::string_view text)
-{
+std::size_t sequenceLength(std::string_view text) {
     const auto first = byteAt(text, 0);
     if (first < 0x80)
         return 1;
-    const std::size_t length = first >= 0xc2 && first <= 0xdf ? 2
-                               : (first & 0xf0) == 0xe0       ? 3
+    const std::size_t length = first >= 0xc2 && first <= 0xdf   ? 2
+                               : (first & 0xf0) == 0xe0         ? 3
                                : first >= 0xf0 && first <= 0xf4 ? 4
                                                                 : 0;
     if (length == 0 || text.size() < length)
@@ -33,8 +34,7 @@ std::size_t sequenceLength(std::string_view text)
 
 } // namespace
 
-std::string repairedUtf8(std::string_view text)
-{
+std::string repairedUtf8(std::string_view text) {
     std::string repaired;
     repaired.reserve(text.size());
     while (!text.empty()) {
@@ -48,8 +48,7 @@ std::string repairedUtf8(std::string_view text)
     return repaired;
 }
 
-std::optional<std::string> latin1FromUtf8(std::string_view text)
-{
+std::optional<std::string> latin1FromUtf8(std::string_view text) {
     std::string latin1;
     for (std::size_t i = 0; i < text.size(); ++i) {
         std::uint32_t character = byteAt(text, i);
@@ -67,8 +66,7 @@ std::optional<std::string> latin1FromUtf8(std::string_view text)
     return latin1;
 }
 
-std::string utf8FromLatin1(std::string_view text)
-{
+std::string utf8FromLatin1(std::string_view text) {
     std::string utf8;
     utf8.reserve(text.size());
     for (const char c : text) {
@@ -83,8 +81,7 @@ std::string utf8FromLatin1(std::string_view text)
     return utf8;
 }
 
-std::string_view textOf(std::span<const std::byte> bytes)
-{
+std::string_view textOf(std::span<const std::byte> bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
