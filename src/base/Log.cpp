@@ -12,14 +12,12 @@ namespace {
 std::mutex sinksMutex;
 LogSinks installedSinks;
 
-LogSinks currentSinks()
-{
+LogSinks currentSinks() {
     const std::lock_guard lock(sinksMutex);
     return installedSinks;
 }
 
-std::string_view name(LogLevel level)
-{
+std::string_view name(LogLevel level) {
     switch (level) {
     case LogLevel::debug:
         return "debug";
@@ -33,8 +31,7 @@ std::string_view name(LogLevel level)
     return "info";
 }
 
-void writeLine(std::FILE* stream, std::string line)
-{
+void writeLine(std::FILE* stream, std::string line) {
     line += '\n';
     // One call for the whole line: lines of several threads do not mix. A closed stream is nobody's loss.
     std::fwrite(line.data(), 1, line.size(), stream);
@@ -45,12 +42,9 @@ void writeLine(std::FILE* stream, std::string line)
 
 Logger::Logger(std::string category, std::string subsystem)
     : category_(std::move(category))
-    , subsystem_(std::move(subsystem))
-{
-}
+    , subsystem_(std::move(subsystem)) {}
 
-void Logger::write(LogLevel level, std::string text) const
-{
+void Logger::write(LogLevel level, std::string text) const {
     const LogLine line{level, subsystem_, category_, std::move(text)};
     if (const auto sinks = currentSinks(); sinks.logger) {
         sinks.logger(line);
@@ -62,8 +56,7 @@ void Logger::write(LogLevel level, std::string text) const
     writeLine(stderr, fmt::format("{} {} [{}] {}", name(level), line.subsystem, line.category, line.text));
 }
 
-void systemLog(std::string_view line)
-{
+void systemLog(std::string_view line) {
     if (const auto sinks = currentSinks(); sinks.system) {
         sinks.system(line);
         return;
@@ -71,8 +64,7 @@ void systemLog(std::string_view line)
     writeLine(stderr, std::string(line));
 }
 
-void perfLog(std::string_view line)
-{
+void perfLog(std::string_view line) {
     auto text = fmt::format("[PERF] {}", line);
     if (const auto sinks = currentSinks(); sinks.perf) {
         sinks.perf(text);
@@ -81,8 +73,7 @@ void perfLog(std::string_view line)
     writeLine(stdout, std::move(text));
 }
 
-LogSinks setLogSinks(LogSinks sinks)
-{
+LogSinks setLogSinks(LogSinks sinks) {
     const std::lock_guard lock(sinksMutex);
     return std::exchange(installedSinks, std::move(sinks));
 }

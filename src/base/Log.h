@@ -32,23 +32,19 @@ public:
     explicit Logger(std::string category, std::string subsystem = "com.sonvale");
 
     template <class... Args>
-    void debug(fmt::format_string<Args...> format, Args&&... args) const
-    {
+    void debug(fmt::format_string<Args...> format, Args&&... args) const {
         write(LogLevel::debug, fmt::format(format, std::forward<Args>(args)...));
     }
     template <class... Args>
-    void info(fmt::format_string<Args...> format, Args&&... args) const
-    {
+    void info(fmt::format_string<Args...> format, Args&&... args) const {
         write(LogLevel::info, fmt::format(format, std::forward<Args>(args)...));
     }
     template <class... Args>
-    void error(fmt::format_string<Args...> format, Args&&... args) const
-    {
+    void error(fmt::format_string<Args...> format, Args&&... args) const {
         write(LogLevel::error, fmt::format(format, std::forward<Args>(args)...));
     }
     template <class... Args>
-    void fault(fmt::format_string<Args...> format, Args&&... args) const
-    {
+    void fault(fmt::format_string<Args...> format, Args&&... args) const {
         write(LogLevel::fault, fmt::format(format, std::forward<Args>(args)...));
     }
 
@@ -79,8 +75,7 @@ LogSinks setLogSinks(LogSinks sinks);
 
 template <>
 struct fmt::formatter<sonvale::base::PrivateText> : fmt::formatter<std::string_view> {
-    auto format(sonvale::base::PrivateText, fmt::format_context& context) const
-    {
+    auto format(sonvale::base::PrivateText, fmt::format_context& context) const {
         return fmt::formatter<std::string_view>::format("<private>", context);
     }
 };

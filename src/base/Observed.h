@@ -11,10 +11,11 @@ namespace sonvale::base {
 class Subscription {
 public:
     Subscription() = default;
-    explicit Subscription(std::function<void()> end) : end_(std::move(end)) {}
-    Subscription(Subscription&& other) noexcept : end_(std::exchange(other.end_, nullptr)) {}
-    Subscription& operator=(Subscription&& other) noexcept
-    {
+    explicit Subscription(std::function<void()> end)
+        : end_(std::move(end)) {}
+    Subscription(Subscription&& other) noexcept
+        : end_(std::exchange(other.end_, nullptr)) {}
+    Subscription& operator=(Subscription&& other) noexcept {
         if (this != &other) {
             reset();
             end_ = std::exchange(other.end_, nullptr);
@@ -24,8 +25,7 @@ public:
     ~Subscription() { reset(); }
 
     /// Ends the observation now; a second call does nothing.
-    void reset()
-    {
+    void reset() {
         if (auto end = std::exchange(end_, nullptr))
             end();
     }
@@ -42,7 +42,8 @@ template <class T>
 class Observed {
 public:
     Observed() = default;
-    explicit Observed(T value) : value_(std::move(value)) {}
+    explicit Observed(T value)
+        : value_(std::move(value)) {}
     Observed(const Observed&) = delete;
     Observed& operator=(const Observed&) = delete;
 
@@ -51,8 +52,7 @@ public:
     const T* operator->() const { return &value_; }
 
     /// Returns whether the value changed.
-    bool set(T value)
-    {
+    bool set(T value) {
         if (value_ == value)
             return false;
         value_ = std::move(value);
@@ -60,15 +60,13 @@ public:
         return true;
     }
 
-    Observed& operator=(T value)
-    {
+    Observed& operator=(T value) {
         set(std::move(value));
         return *this;
     }
 
     /// `observer` is called after each change with the new value, until the subscription ends.
-    [[nodiscard]] Subscription subscribe(std::function<void(const T&)> observer)
-    {
+    [[nodiscard]] Subscription subscribe(std::function<void(const T&)> observer) {
         const auto id = observers_->next++;
         observers_->entries.emplace(id, std::make_shared<Observer>(std::move(observer)));
         return Subscription([weak = std::weak_ptr<Observers>(observers_), id] {
@@ -84,8 +82,7 @@ private:
         unsigned long next = 0;
     };
 
-    void notify()
-    {
+    void notify() {
         // A copy, because a notification may add or end subscriptions; ended ones are passed over.
         const auto observers = observers_;
         const auto round = observers->entries;

@@ -10,8 +10,8 @@ public:
     AccessibilityTree& operator=(const AccessibilityTree&) = delete;
     virtual ~AccessibilityTree() = default;
 
-    /// Whether this program may press keys in others and use the clipboard for them (macOS: the Accessibility grant;
-    /// X11: XTEST and the selections are usable). A few milliseconds.
+    /// Whether this program may press keys in others and use the clipboard for them (macOS: the Accessibility
+    /// grant; X11: XTEST and the selections are usable). A few milliseconds.
     virtual bool isTrusted() = 0;
 };
 

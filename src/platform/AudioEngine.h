@@ -31,7 +31,8 @@ public:
     /// Ends the capture.
     virtual ~AudioEngine() = default;
 
-    /// The device's own format. 0 channels when there is no real input (no server, or only monitors of outputs).
+    /// The device's own format. 0 channels when there is no real input (no server, or only monitors of
+    /// outputs).
     virtual AudioFormat inputFormat() const = 0;
 
     /// The format in which the tap delivers.
@@ -41,7 +42,8 @@ public:
     virtual void installTap(std::size_t bufferFrames, TapBlock block) = 0;
 
     /// Delivers everything that was spoken before this call (waiting for the device's own delay, 60 ms at
-    /// most), then lets go of the receiver: when it returns, no block runs or will run. Nothing without a tap.
+    /// most), then lets go of the receiver: when it returns, no block runs or will run. Nothing without a
+    /// tap.
     virtual void removeTap() = 0;
 
     /// Begins capturing; returns once the device delivers or is sure to. Throws `AudioEngineError`.

@@ -24,9 +24,9 @@ public:
     AudioFileWriter& operator=(const AudioFileWriter&) = delete;
     virtual ~AudioFileWriter() = default;
 
-    /// Takes a buffer of the file's format; it is encoded elsewhere, in order. Does not block and does not copy
-    /// the samples: the caller must not change them before `close()`. One thread at a time. An error is kept for
-    /// `close()`.
+    /// Takes a buffer of the file's format; it is encoded elsewhere, in order. Does not block and does not
+    /// copy the samples: the caller must not change them before `close()`. One thread at a time. An error is
+    /// kept for `close()`.
     virtual void write(PcmBufferPtr buffer) = 0;
 
     /// Encodes what is left and finishes the container; every frame that was written is then in the file.
@@ -45,11 +45,12 @@ public:
 
     /// Makes a new file of the given format (encoder quality "high", 96 on a scale to 127). Throws
     /// `AudioFileError`, with no file left behind.
-    virtual std::unique_ptr<AudioFileWriter> create(const std::filesystem::path& path, const AudioFormat& format) = 0;
+    virtual std::unique_ptr<AudioFileWriter> create(const std::filesystem::path& path,
+                                                    const AudioFormat& format) = 0;
 
-    /// Decodes a whole file into one buffer of the given rate and channel count (channels are averaged into one).
-    /// Blocks, about half a millisecond for a second of audio. A file without a single frame gives an empty
-    /// buffer. Throws `AudioFileError`.
+    /// Decodes a whole file into one buffer of the given rate and channel count (channels are averaged into
+    /// one). Blocks, about half a millisecond for a second of audio. A file without a single frame gives an
+    /// empty buffer. Throws `AudioFileError`.
     virtual PcmBufferPtr read(const std::filesystem::path& path, const AudioFormat& format) = 0;
 };
 

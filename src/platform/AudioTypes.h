@@ -22,21 +22,19 @@ public:
     PcmBuffer(AudioFormat format, std::size_t frames)
         : format_(format)
         , frames_(frames)
-        , samples_(static_cast<std::size_t>(format.channelCount) * frames)
-    {
-    }
+        , samples_(static_cast<std::size_t>(format.channelCount) * frames) {}
 
     const AudioFormat& format() const { return format_; }
     std::size_t frameLength() const { return frames_; }
-    std::span<float> channel(std::size_t index) { return std::span(samples_).subspan(index * frames_, frames_); }
-    std::span<const float> channel(std::size_t index) const
-    {
+    std::span<float> channel(std::size_t index) {
+        return std::span(samples_).subspan(index * frames_, frames_);
+    }
+    std::span<const float> channel(std::size_t index) const {
         return std::span(samples_).subspan(index * frames_, frames_);
     }
 
     /// Overwrites every sample of every channel with zero, in a way that the compiler keeps.
-    void wipe()
-    {
+    void wipe() {
         for (volatile float& sample : samples_)
             sample = 0;
     }

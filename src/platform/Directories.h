@@ -4,8 +4,8 @@
 
 namespace sonvale::platform {
 
-/// The places of the user's files. Resolved once at start; each of the first three is the system's folder, in which
-/// the program makes its own.
+/// The places of the user's files. Resolved once at start; each of the first three is the system's folder, in
+/// which the program makes its own.
 struct Directories {
     std::filesystem::path applicationSupport; ///< records and audit log
     std::filesystem::path configuration;      ///< settings

@@ -18,14 +18,14 @@ inline constexpr std::uint64_t mask = shift | control | option | command;
 /// One event of the keyboard. Key codes are macOS virtual key codes, translated by physical position.
 struct KeyEvent {
     enum class Type {
-        keyDown,     ///< a press, or a repeat of one where the system reports repeats
-        keyUp,       ///<
+        keyDown,      ///< a press, or a repeat of one where the system reports repeats
+        keyUp,        ///<
         flagsChanged, ///< a modifier key went down or up
-        tapDisabled, ///< the system stopped the tap; it has no key
+        tapDisabled,  ///< the system stopped the tap; it has no key
     };
     Type type = Type::keyDown;
-    int keyCode = 0;          ///< -1 for a key that has no macOS code
-    std::uint64_t flags = 0;  ///< modifiers after the event, of the keys that the user holds
+    int keyCode = 0;         ///< -1 for a key that has no macOS code
+    std::uint64_t flags = 0; ///< modifiers after the event, of the keys that the user holds
 };
 
 enum class KeyVerdict { pass, swallow };
@@ -43,8 +43,8 @@ struct KeyCombination {
 /// `perform()` run, one at a time. The other operations are called from the main actor.
 class EventTap {
 public:
-    /// Decides about one event. It is inside the system's event path: it must not block. `swallow` is honoured
-    /// for the combinations of `setSwallowable` only; flags-changed events always pass.
+    /// Decides about one event. It is inside the system's event path: it must not block. `swallow` is
+    /// honoured for the combinations of `setSwallowable` only; flags-changed events always pass.
     using Callback = std::function<KeyVerdict(const KeyEvent&)>;
 
     EventTap() = default;
@@ -60,8 +60,8 @@ public:
     /// on a running tap is a programming error.
     virtual bool start(Callback callback) = 0;
 
-    /// Ends listening; when it returns no callback runs or will run. Blocks of `perform` that have not run are
-    /// dropped. Nothing when not running.
+    /// Ends listening; when it returns no callback runs or will run. Blocks of `perform` that have not run
+    /// are dropped. Nothing when not running.
     virtual void stop() = 0;
 
     /// Takes a tap that reported `tapDisabled` into use again. On the tap's thread.
@@ -70,8 +70,8 @@ public:
     /// Queues `block` for the tap's thread. Nothing when not running. From any thread.
     virtual void perform(std::function<void()> block) = 0;
 
-    /// Names the combinations for which the callback can answer `swallow`, replacing the former ones. From any
-    /// thread; takes effect within some milliseconds.
+    /// Names the combinations for which the callback can answer `swallow`, replacing the former ones. From
+    /// any thread; takes effect within some milliseconds.
     virtual void setSwallowable(std::vector<KeyCombination> combinations) = 0;
 
     /// Called on the tap's thread, at most once for each combination between two calls of `setSwallowable`,

@@ -17,7 +17,8 @@ struct PasteboardItem {
         std::vector<std::byte> data;
         /// Size in bits of the data's units where the system tells units apart (X11: 8, 16 or 32), else 8.
         int unitBits = 8;
-        /// The system's own name for the kind of data where it differs from `type` (X11: the property's type).
+        /// The system's own name for the kind of data where it differs from `type` (X11: the property's
+        /// type).
         std::string encoding;
         bool operator==(const Representation&) const = default;
     };
@@ -27,8 +28,9 @@ struct PasteboardItem {
 
 /// The general pasteboard (clipboard) of the session.
 ///
-/// From any thread, one call at a time per object. Reading asks another program and therefore waits for it: at most
-/// about half a second altogether, whatever that program does; what it does not answer in time is left out.
+/// From any thread, one call at a time per object. Reading asks another program and therefore waits for it:
+/// at most about half a second altogether, whatever that program does; what it does not answer in time is
+/// left out.
 class Pasteboard {
 public:
     Pasteboard() = default;
@@ -39,15 +41,15 @@ public:
     /// A number that grows whenever anybody, this program included, changes the contents.
     virtual std::int64_t changeCount() = 0;
 
-    /// Deep copies of the items with all their forms. An empty vector for an empty pasteboard; absent when the
-    /// system cannot be asked.
+    /// Deep copies of the items with all their forms. An empty vector for an empty pasteboard; absent when
+    /// the system cannot be asked.
     virtual std::optional<std::vector<PasteboardItem>> items() = 0;
 
     /// Empties the pasteboard.
     virtual void clearContents() = 0;
 
-    /// Adds plain text (valid UTF-8) to the pasteboard that `clearContents` has emptied, in the forms that the
-    /// system's programs expect of plain text.
+    /// Adds plain text (valid UTF-8) to the pasteboard that `clearContents` has emptied, in the forms that
+    /// the system's programs expect of plain text.
     virtual void setString(const std::string& text) = 0;
 
     /// Puts the items on the pasteboard that `clearContents` has emptied, each with all its forms.

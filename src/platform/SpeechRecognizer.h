@@ -35,7 +35,8 @@ public:
     /// Dropping the task does not end the recognition.
     virtual ~SpeechRecognitionTask() = default;
 
-    /// Ends the recognition soon (well under a second); the handler then gets an error. Nothing once it has ended.
+    /// Ends the recognition soon (well under a second); the handler then gets an error. Nothing once it has
+    /// ended.
     virtual void cancel() = 0;
 };
 

@@ -8,7 +8,8 @@ namespace sonvale::platform {
 
 /// The application in front, as the system tells it.
 struct FrontApplication {
-    std::optional<std::string> bundleIdentifier; ///< macOS identifier where the program has one on both systems
+    std::optional<std::string>
+        bundleIdentifier; ///< macOS identifier where the program has one on both systems
     std::optional<std::string> localizedName;
     std::int32_t processIdentifier = 0; ///< 0 when the system does not tell
     bool operator==(const FrontApplication&) const = default;

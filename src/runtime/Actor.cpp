@@ -17,27 +17,30 @@ struct Actor::State {
 };
 
 Actor Actor::serial(std::string name, boost::asio::any_io_executor executor, std::function<bool()> isCurrent,
-                    std::shared_ptr<TaskRegistry> registry)
-{
+                    std::shared_ptr<TaskRegistry> registry) {
     return Actor(std::make_shared<const State>(
         State{std::move(name), std::move(executor), std::move(isCurrent), std::move(registry)}));
 }
 
 Actor Actor::concurrent(std::string name, boost::asio::any_io_executor executor,
-                        std::shared_ptr<TaskRegistry> registry)
-{
+                        std::shared_ptr<TaskRegistry> registry) {
     return Actor(std::make_shared<const State>(
         State{std::move(name), std::move(executor), nullptr, std::move(registry)}));
 }
 
-const std::string& Actor::name() const { return state_->name; }
+const std::string& Actor::name() const {
+    return state_->name;
+}
 
-void Actor::post(std::function<void()> work) const { boost::asio::post(state_->executor, std::move(work)); }
+void Actor::post(std::function<void()> work) const {
+    boost::asio::post(state_->executor, std::move(work));
+}
 
-bool Actor::isCurrent() const { return !state_->isCurrent || state_->isCurrent(); }
+bool Actor::isCurrent() const {
+    return !state_->isCurrent || state_->isCurrent();
+}
 
-void Actor::assertCurrent() const
-{
+void Actor::assertCurrent() const {
 #ifndef NDEBUG
     if (!isCurrent()) {
         std::fprintf(stderr, "called off its actor \"%s\"\n", state_->name.c_str());
@@ -46,13 +49,14 @@ void Actor::assertCurrent() const
 #endif
 }
 
-boost::asio::any_io_executor Actor::executorForTask() const
-{
+boost::asio::any_io_executor Actor::executorForTask() const {
     if (state_->isCurrent)
         return state_->executor;
     return boost::asio::make_strand(state_->executor);
 }
 
-const std::shared_ptr<TaskRegistry>& Actor::registry() const { return state_->registry; }
+const std::shared_ptr<TaskRegistry>& Actor::registry() const {
+    return state_->registry;
+}
 
 } // namespace sonvale::runtime

@@ -19,8 +19,8 @@ class Actor {
 public:
     /// An actor whose `executor` runs one piece of work at a time. `isCurrent` tells, on any thread,
     /// whether the caller is inside that executor. Tasks are entered in `registry` while they live.
-    static Actor serial(std::string name, boost::asio::any_io_executor executor, std::function<bool()> isCurrent,
-                        std::shared_ptr<TaskRegistry> registry);
+    static Actor serial(std::string name, boost::asio::any_io_executor executor,
+                        std::function<bool()> isCurrent, std::shared_ptr<TaskRegistry> registry);
 
     /// A place that runs work beside each other; each task gets a serial order of its own.
     static Actor concurrent(std::string name, boost::asio::any_io_executor executor,
@@ -44,7 +44,8 @@ public:
 
 private:
     struct State;
-    explicit Actor(std::shared_ptr<const State> state) : state_(std::move(state)) {}
+    explicit Actor(std::shared_ptr<const State> state)
+        : state_(std::move(state)) {}
 
     std::shared_ptr<const State> state_;
 };

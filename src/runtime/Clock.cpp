@@ -4,19 +4,21 @@
 
 namespace sonvale::runtime {
 
-Task<SleepOutcome> sleep(Clock& clock, double seconds)
-{
+// The header asks of the caller that the clock outlives the sleep.
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-reference-coroutine-parameters)
+Task<SleepOutcome> sleep(Clock& clock, double seconds) {
     struct Wait {
         std::optional<Continuation<SleepOutcome>> continuation;
         Clock::TimerId timer = 0;
     };
     const auto wait = std::make_shared<Wait>();
 
-    std::function<void(Continuation<SleepOutcome>)> start = [wait, &clock,
-                                                             seconds](Continuation<SleepOutcome> continuation) {
-        wait->continuation = continuation;
-        wait->timer = clock.schedule(seconds, [continuation] { continuation.resume(SleepOutcome::finished); });
-    };
+    std::function<void(Continuation<SleepOutcome>)> start =
+        [wait, &clock, seconds](Continuation<SleepOutcome> continuation) {
+            wait->continuation = continuation;
+            wait->timer =
+                clock.schedule(seconds, [continuation] { continuation.resume(SleepOutcome::finished); });
+        };
     std::function<void()> onCancel = [wait, &clock] {
         clock.cancel(wait->timer);
         wait->continuation->resume(SleepOutcome::interrupted);
@@ -26,8 +28,7 @@ Task<SleepOutcome> sleep(Clock& clock, double seconds)
     co_return outcome;
 }
 
-std::int64_t millisecondsSince(const Clock& clock, double start)
-{
+std::int64_t millisecondsSince(const Clock& clock, double start) {
     return static_cast<std::int64_t>((clock.now() - start) * 1000.0);
 }
 

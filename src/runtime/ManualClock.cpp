@@ -4,38 +4,33 @@
 
 namespace sonvale::runtime {
 
-double ManualClock::now() const
-{
+double ManualClock::now() const {
     const std::lock_guard lock(mutex_);
     return now_;
 }
 
-Date ManualClock::date() const
-{
+Date ManualClock::date() const {
     const std::lock_guard lock(mutex_);
     return date_;
 }
 
-void ManualClock::setDate(Date date)
-{
+void ManualClock::setDate(Date date) {
     const std::lock_guard lock(mutex_);
     date_ = date;
 }
 
-Clock::TimerId ManualClock::schedule(double seconds, std::function<void()> due)
-{
+Clock::TimerId ManualClock::schedule(double seconds, std::function<void()> due) {
     const std::lock_guard lock(mutex_);
     const auto id = nextId_++;
     timers_.emplace(std::pair(now_ + std::max(seconds, 0.0), id), std::move(due));
     return id;
 }
 
-bool ManualClock::cancel(TimerId timer)
-{
+bool ManualClock::cancel(TimerId timer) {
     std::function<void()> dropped;
     const std::lock_guard lock(mutex_);
-    const auto entry =
-        std::find_if(timers_.begin(), timers_.end(), [timer](const auto& e) { return e.first.second == timer; });
+    const auto entry = std::find_if(timers_.begin(), timers_.end(),
+                                    [timer](const auto& e) { return e.first.second == timer; });
     if (entry == timers_.end())
         return false;
     dropped = std::move(entry->second);
@@ -43,8 +38,7 @@ bool ManualClock::cancel(TimerId timer)
     return true;
 }
 
-void ManualClock::advance(double seconds)
-{
+void ManualClock::advance(double seconds) {
     if (settle_)
         settle_();
     // Sums of decimal fractions land a hair beside each other; such a hair is not a difference in time.
@@ -71,14 +65,12 @@ void ManualClock::advance(double seconds)
     now_ += rest;
 }
 
-std::size_t ManualClock::pending() const
-{
+std::size_t ManualClock::pending() const {
     const std::lock_guard lock(mutex_);
     return timers_.size();
 }
 
-double ManualClock::untilNext() const
-{
+double ManualClock::untilNext() const {
     const std::lock_guard lock(mutex_);
     return timers_.empty() ? -1 : timers_.begin()->first.first - now_;
 }

@@ -11,7 +11,9 @@ namespace sonvale::runtime {
 class ManualClock final : public Clock {
 public:
     /// `settle` runs everything that is ready; it is called before time moves and after every due timer.
-    explicit ManualClock(std::function<void()> settle = {}, Date date = Date{}) : settle_(std::move(settle)), date_(date) {}
+    explicit ManualClock(std::function<void()> settle = {}, Date date = Date{})
+        : settle_(std::move(settle))
+        , date_(date) {}
 
     double now() const override;
     Date date() const override;

@@ -21,8 +21,7 @@ struct SystemClock::Impl {
     bool isEnding = false;
     std::thread thread;
 
-    void run()
-    {
+    void run() {
         std::unique_lock lock(mutex);
         while (!isEnding) {
             if (timers.empty()) {
@@ -44,13 +43,12 @@ struct SystemClock::Impl {
     }
 };
 
-SystemClock::SystemClock() : impl_(std::make_unique<Impl>())
-{
+SystemClock::SystemClock()
+    : impl_(std::make_unique<Impl>()) {
     impl_->thread = std::thread([impl = impl_.get()] { impl->run(); });
 }
 
-SystemClock::~SystemClock()
-{
+SystemClock::~SystemClock() {
     {
         const std::lock_guard lock(impl_->mutex);
         impl_->isEnding = true;
@@ -59,15 +57,15 @@ SystemClock::~SystemClock()
     impl_->thread.join();
 }
 
-double SystemClock::now() const
-{
+double SystemClock::now() const {
     return std::chrono::duration<double>(Steady::now().time_since_epoch()).count();
 }
 
-Date SystemClock::date() const { return std::chrono::system_clock::now(); }
+Date SystemClock::date() const {
+    return std::chrono::system_clock::now();
+}
 
-Clock::TimerId SystemClock::schedule(double seconds, std::function<void()> due)
-{
+Clock::TimerId SystemClock::schedule(double seconds, std::function<void()> due) {
     const auto delay = std::chrono::duration_cast<Steady::duration>(std::chrono::duration<double>(seconds));
     const auto at = Steady::now() + delay;
     const std::lock_guard lock(impl_->mutex);
@@ -80,8 +78,7 @@ Clock::TimerId SystemClock::schedule(double seconds, std::function<void()> due)
     return id;
 }
 
-bool SystemClock::cancel(TimerId timer)
-{
+bool SystemClock::cancel(TimerId timer) {
     std::function<void()> dropped; // destroyed outside the lock: it may hold the last reference to anything
     const std::lock_guard lock(impl_->mutex);
     const auto due = impl_->dueTimes.find(timer);

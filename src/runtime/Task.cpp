@@ -38,12 +38,9 @@ template <class Handler>
 struct ResumptionOf final : Resumption {
     explicit ResumptionOf(Handler h)
         : handler(std::move(h))
-        , work(asio::make_work_guard(asio::any_io_executor(asio::get_associated_executor(handler))))
-    {
-    }
+        , work(asio::make_work_guard(asio::any_io_executor(asio::get_associated_executor(handler)))) {}
     asio::any_io_executor executor() const override { return work.get_executor(); }
-    void resume() override
-    {
+    void resume() override {
         // A late cancellation must not reach the ended wait.
         asio::get_associated_cancellation_slot(handler).clear();
         Handler ready = std::move(handler);
@@ -63,13 +60,15 @@ struct Suspension::Impl {
     bool isFinished = false;                ///< guarded by `mutex`
 };
 
-Suspension::Suspension() : impl_(std::make_unique<Impl>()) {}
+Suspension::Suspension()
+    : impl_(std::make_unique<Impl>()) {}
 Suspension::~Suspension() = default;
 
-bool Suspension::claim() { return !impl_->isClaimed.exchange(true); }
+bool Suspension::claim() {
+    return !impl_->isClaimed.exchange(true);
+}
 
-void Suspension::finish()
-{
+void Suspension::finish() {
     std::unique_ptr<Resumption> resumption;
     {
         const std::lock_guard lock(impl_->mutex);
@@ -83,8 +82,7 @@ void Suspension::finish()
 }
 
 Task<void> Suspension::wait(std::shared_ptr<Suspension> self, std::function<void()> start,
-                            std::function<void()> onCancel)
-{
+                            std::function<void()> onCancel) {
     const auto cancellation = co_await asio::this_coro::cancellation_state;
     const bool isCancelledAlready = cancellation.cancelled() != asio::cancellation_type::none;
 
@@ -119,15 +117,15 @@ struct TaskCore::Impl {
     bool isRunning = false;
 
     std::mutex mutex;
-    bool isDone = false;                       ///< guarded by `mutex`
+    bool isDone = false;                        ///< guarded by `mutex`
     std::vector<std::function<void()>> waiters; ///< guarded by `mutex`
 };
 
-TaskCore::TaskCore() : impl_(std::make_unique<Impl>()) {}
+TaskCore::TaskCore()
+    : impl_(std::make_unique<Impl>()) {}
 TaskCore::~TaskCore() = default;
 
-void TaskCore::cancel()
-{
+void TaskCore::cancel() {
     if (isDone() || impl_->isCancelled.exchange(true))
         return;
     // The signal belongs to the task's executor; before the start, the start itself looks at the flag.
@@ -137,16 +135,16 @@ void TaskCore::cancel()
     });
 }
 
-bool TaskCore::isCancelled() const { return impl_->isCancelled; }
+bool TaskCore::isCancelled() const {
+    return impl_->isCancelled;
+}
 
-bool TaskCore::isDone() const
-{
+bool TaskCore::isDone() const {
     const std::lock_guard lock(impl_->mutex);
     return impl_->isDone;
 }
 
-void TaskCore::whenDone(std::function<void()> then)
-{
+void TaskCore::whenDone(std::function<void()> then) {
     {
         const std::lock_guard lock(impl_->mutex);
         if (!impl_->isDone) {
@@ -157,8 +155,7 @@ void TaskCore::whenDone(std::function<void()> then)
     then();
 }
 
-Task<void> TaskCore::waitUntilDone(std::shared_ptr<TaskCore> self, Cancelling cancelling)
-{
+Task<void> TaskCore::waitUntilDone(std::shared_ptr<TaskCore> self, Cancelling cancelling) {
     if (!self)
         throw std::logic_error("waiting for a task that was never started");
     std::function<void()> onCancel;
@@ -170,16 +167,14 @@ Task<void> TaskCore::waitUntilDone(std::shared_ptr<TaskCore> self, Cancelling ca
     co_await suspend<void>(std::move(start), std::move(onCancel));
 }
 
-Task<void> TaskCore::runRoot(std::shared_ptr<TaskCore> core, Task<void> body)
-{
+Task<void> TaskCore::runRoot(std::shared_ptr<TaskCore> core, Task<void> body) {
     // Cancellation is a state that operations look at; it must not throw at every co_await.
     co_await asio::this_coro::throw_if_cancelled(false);
     co_await std::move(body);
     core->impl_->isRunning = false;
 }
 
-void TaskCore::launch(const Actor& actor, const std::shared_ptr<TaskCore>& core, Task<void> body)
-{
+void TaskCore::launch(const Actor& actor, const std::shared_ptr<TaskCore>& core, Task<void> body) {
     core->impl_->executor = actor.executorForTask();
     core->impl_->registry = actor.registry();
     core->impl_->registry->add(core);
@@ -194,8 +189,7 @@ void TaskCore::launch(const Actor& actor, const std::shared_ptr<TaskCore>& core,
     });
 }
 
-void TaskCore::finish()
-{
+void TaskCore::finish() {
     std::vector<std::function<void()>> waiters;
     {
         const std::lock_guard lock(impl_->mutex);
@@ -209,8 +203,7 @@ void TaskCore::finish()
 
 } // namespace detail
 
-Task<bool> isCurrentTaskCancelled()
-{
+Task<bool> isCurrentTaskCancelled() {
     const auto cancellation = co_await asio::this_coro::cancellation_state;
     co_return cancellation.cancelled() != asio::cancellation_type::none;
 }
@@ -221,25 +214,23 @@ struct TaskRegistry::Impl {
     std::map<const detail::TaskCore*, std::weak_ptr<detail::TaskCore>> tasks;
 };
 
-TaskRegistry::TaskRegistry() : impl_(std::make_unique<Impl>()) {}
+TaskRegistry::TaskRegistry()
+    : impl_(std::make_unique<Impl>()) {}
 TaskRegistry::~TaskRegistry() = default;
 
-void TaskRegistry::add(const std::shared_ptr<detail::TaskCore>& core)
-{
+void TaskRegistry::add(const std::shared_ptr<detail::TaskCore>& core) {
     const std::lock_guard lock(impl_->mutex);
     impl_->tasks.emplace(core.get(), core);
 }
 
-void TaskRegistry::remove(const detail::TaskCore* core)
-{
+void TaskRegistry::remove(const detail::TaskCore* core) {
     const std::lock_guard lock(impl_->mutex);
     impl_->tasks.erase(core);
     if (impl_->tasks.empty())
         impl_->isEmpty.notify_all();
 }
 
-void TaskRegistry::cancelAll()
-{
+void TaskRegistry::cancelAll() {
     std::vector<std::shared_ptr<detail::TaskCore>> alive;
     {
         const std::lock_guard lock(impl_->mutex);
@@ -252,14 +243,12 @@ void TaskRegistry::cancelAll()
         core->cancel();
 }
 
-std::size_t TaskRegistry::count() const
-{
+std::size_t TaskRegistry::count() const {
     const std::lock_guard lock(impl_->mutex);
     return impl_->tasks.size();
 }
 
-bool TaskRegistry::waitUntilEmpty(double seconds) const
-{
+bool TaskRegistry::waitUntilEmpty(double seconds) const {
     std::unique_lock lock(impl_->mutex);
     return impl_->isEmpty.wait_for(lock, std::chrono::duration<double>(seconds),
                                    [this] { return impl_->tasks.empty(); });

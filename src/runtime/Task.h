@@ -24,13 +24,15 @@ using Task = boost::asio::awaitable<T>;
 /// Thrown to a waiting task whose continuation was dropped by all who could have resumed it.
 class ContinuationDropped : public std::logic_error {
 public:
-    ContinuationDropped() : std::logic_error("a continuation was dropped without being resumed") {}
+    ContinuationDropped()
+        : std::logic_error("a continuation was dropped without being resumed") {}
 };
 
 /// Thrown by operations that end because their task was cancelled.
 class CancellationError : public std::runtime_error {
 public:
-    CancellationError() : std::runtime_error("cancelled") {}
+    CancellationError()
+        : std::runtime_error("cancelled") {}
 };
 
 namespace detail {
@@ -69,8 +71,7 @@ struct ContinuationState {
     Suspension suspension;
     Outcome<T> outcome;
 
-    bool end(Outcome<T> result)
-    {
+    bool end(Outcome<T> result) {
         if (!suspension.claim())
             return false;
         outcome = std::move(result);
@@ -80,8 +81,7 @@ struct ContinuationState {
 };
 
 template <class T>
-T take(Outcome<T> outcome)
-{
+T take(Outcome<T> outcome) {
     if (auto* error = std::get_if<std::exception_ptr>(&outcome))
         std::rethrow_exception(*error);
     if constexpr (!std::is_void_v<T>)
@@ -97,28 +97,25 @@ template <class T = void>
 class Continuation {
 public:
     explicit Continuation(std::shared_ptr<detail::ContinuationState<T>> state)
-        : ticket_(std::make_shared<Ticket>(std::move(state)))
-    {
-    }
+        : ticket_(std::make_shared<Ticket>(std::move(state))) {}
 
-    bool resume(detail::Stored<T> value = {}) const
-    {
+    bool resume(detail::Stored<T> value = {}) const {
         return ticket_->state->end(detail::Outcome<T>(std::in_place_index<1>, std::move(value)));
     }
 
-    bool fail(std::exception_ptr error) const
-    {
+    bool fail(std::exception_ptr error) const {
         return ticket_->state->end(detail::Outcome<T>(std::in_place_index<2>, std::move(error)));
     }
 
 private:
     struct Ticket {
-        explicit Ticket(std::shared_ptr<detail::ContinuationState<T>> s) : state(std::move(s)) {}
+        explicit Ticket(std::shared_ptr<detail::ContinuationState<T>> s)
+            : state(std::move(s)) {}
         Ticket(const Ticket&) = delete;
         Ticket& operator=(const Ticket&) = delete;
-        ~Ticket()
-        {
-            state->end(detail::Outcome<T>(std::in_place_index<2>, std::make_exception_ptr(ContinuationDropped())));
+        ~Ticket() {
+            state->end(
+                detail::Outcome<T>(std::in_place_index<2>, std::make_exception_ptr(ContinuationDropped())));
         }
         std::shared_ptr<detail::ContinuationState<T>> state;
     };
@@ -130,8 +127,7 @@ private:
 /// task is cancelled (at once, after `start`, when it already was); it should see to it that somebody
 /// resumes. Without it, cancelling does not cut the wait short.
 template <class T>
-Task<T> suspend(std::function<void(Continuation<T>)> start, std::function<void()> onCancel = {})
-{
+Task<T> suspend(std::function<void(Continuation<T>)> start, std::function<void()> onCancel = {}) {
     auto state = std::make_shared<detail::ContinuationState<T>>();
     // The suspension shares its owner's life: the wait ends before the state can go.
     const std::shared_ptr<detail::Suspension> suspension(state, &state->suspension);
@@ -181,8 +177,7 @@ struct TaskState : TaskCore {
 };
 
 template <class T>
-Task<void> runInto(std::shared_ptr<TaskState<T>> state, Task<T> task)
-{
+Task<void> runInto(std::shared_ptr<TaskState<T>> state, Task<T> task) {
     try {
         if constexpr (std::is_void_v<T>) {
             co_await std::move(task);
@@ -203,14 +198,14 @@ template <class T = void>
 class TaskHandle {
 public:
     TaskHandle() = default;
-    explicit TaskHandle(std::shared_ptr<detail::TaskState<T>> state) : state_(std::move(state)) {}
+    explicit TaskHandle(std::shared_ptr<detail::TaskState<T>> state)
+        : state_(std::move(state)) {}
 
     explicit operator bool() const { return state_ != nullptr; }
 
     /// Sets the task's cancelled state, which stays set; its present and later sleeps end at once. A task
     /// that has ended, or an empty handle, is left alone. A task may cancel itself: it runs on.
-    void cancel() const
-    {
+    void cancel() const {
         if (state_)
             state_->cancel();
     }
@@ -221,8 +216,7 @@ public:
     Task<T> value() const { return valueOf(state_, detail::TaskCore::Cancelling::isIgnored); }
 
     /// As `value()`, but a cancelled waiter passes its cancellation on to the task, and still waits for it.
-    Task<T> valueForwardingCancellation() const
-    {
+    Task<T> valueForwardingCancellation() const {
         return valueOf(state_, detail::TaskCore::Cancelling::isForwarded);
     }
 
@@ -230,8 +224,8 @@ public:
     const std::shared_ptr<detail::TaskState<T>>& state() const { return state_; }
 
 private:
-    static Task<T> valueOf(std::shared_ptr<detail::TaskState<T>> state, detail::TaskCore::Cancelling cancelling)
-    {
+    static Task<T> valueOf(std::shared_ptr<detail::TaskState<T>> state,
+                           detail::TaskCore::Cancelling cancelling) {
         co_await detail::TaskCore::waitUntilDone(state, cancelling);
         detail::Outcome<T> outcome = state->outcome;
         co_return detail::take<T>(std::move(outcome));
@@ -242,8 +236,7 @@ private:
 
 /// Starts `task` on `actor`: it is queued and never runs inside the caller.
 template <class T>
-TaskHandle<T> spawn(const Actor& actor, Task<T> task)
-{
+TaskHandle<T> spawn(const Actor& actor, Task<T> task) {
     auto state = std::make_shared<detail::TaskState<T>>();
     detail::TaskCore::launch(actor, state, detail::runInto<T>(state, std::move(task)));
     return TaskHandle<T>(std::move(state));
@@ -252,8 +245,7 @@ TaskHandle<T> spawn(const Actor& actor, Task<T> task)
 /// Runs `task` on `actor` as part of the calling task: its value or error comes back to the caller's own
 /// actor, and cancelling the caller cancels it.
 template <class T>
-Task<T> runOn(Actor actor, Task<T> task)
-{
+Task<T> runOn(Actor actor, Task<T> task) {
     const auto handle = spawn(actor, std::move(task));
     co_return co_await handle.valueForwardingCancellation();
 }
@@ -261,8 +253,7 @@ Task<T> runOn(Actor actor, Task<T> task)
 /// Runs both tasks on `actor`. The first outcome wins, value or error; the other task is then cancelled and
 /// waited for, and its outcome dropped. Cancelling the caller cancels both.
 template <class T>
-Task<T> race(Actor actor, Task<T> first, Task<T> second)
-{
+Task<T> race(Actor actor, Task<T> first, Task<T> second) {
     const auto a = spawn(actor, std::move(first));
     const auto b = spawn(actor, std::move(second));
     const auto cancelBoth = [a, b] {

@@ -1,16 +1,17 @@
 #include "tests/support/ChildProcess.h"
 
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
 #include <stdexcept>
-#include <sys/prctl.h>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 #include <utility>
 
 extern char** environ;
@@ -19,8 +20,7 @@ namespace sonvale::tests {
 
 namespace {
 
-std::vector<std::string> environmentFor(const ChildProcess::Options& options)
-{
+std::vector<std::string> environmentFor(const ChildProcess::Options& options) {
     std::map<std::string, std::string> variables;
     for (char** entry = environ; *entry; ++entry) {
         const std::string text = *entry;
@@ -37,8 +37,7 @@ std::vector<std::string> environmentFor(const ChildProcess::Options& options)
     return result;
 }
 
-std::vector<char*> pointers(std::vector<std::string>& texts)
-{
+std::vector<char*> pointers(std::vector<std::string>& texts) {
     std::vector<char*> result;
     for (auto& text : texts)
         result.push_back(text.data());
@@ -48,8 +47,7 @@ std::vector<char*> pointers(std::vector<std::string>& texts)
 
 } // namespace
 
-ChildProcess::ChildProcess(Options options)
-{
+ChildProcess::ChildProcess(Options options) {
     auto arguments = pointers(options.arguments);
     auto variables = environmentFor(options);
     auto environment = pointers(variables);
@@ -77,16 +75,15 @@ ChildProcess::ChildProcess(Options options)
     _exit(127);
 }
 
-ChildProcess::~ChildProcess() { end(); }
+ChildProcess::~ChildProcess() {
+    end();
+}
 
 ChildProcess::ChildProcess(ChildProcess&& other) noexcept
     : pid_(std::exchange(other.pid_, -1))
-    , status_(other.status_)
-{
-}
+    , status_(other.status_) {}
 
-ChildProcess& ChildProcess::operator=(ChildProcess&& other) noexcept
-{
+ChildProcess& ChildProcess::operator=(ChildProcess&& other) noexcept {
     if (this != &other) {
         end();
         pid_ = std::exchange(other.pid_, -1);
@@ -95,16 +92,16 @@ ChildProcess& ChildProcess::operator=(ChildProcess&& other) noexcept
     return *this;
 }
 
-bool ChildProcess::isRunning() { return pid_ > 0 && !wait(0); }
+bool ChildProcess::isRunning() {
+    return pid_ > 0 && !wait(0);
+}
 
-void ChildProcess::signal(int number) const
-{
+void ChildProcess::signal(int number) const {
     if (pid_ > 0 && !status_)
         kill(pid_, number);
 }
 
-std::optional<int> ChildProcess::wait(double seconds)
-{
+std::optional<int> ChildProcess::wait(double seconds) {
     const double end = monotonicSeconds() + seconds;
     while (!status_ && pid_ > 0) {
         int raw = 0;
@@ -119,8 +116,7 @@ std::optional<int> ChildProcess::wait(double seconds)
     return status_;
 }
 
-void ChildProcess::end()
-{
+void ChildProcess::end() {
     if (pid_ <= 0 || status_)
         return;
     signal(SIGTERM);
@@ -130,31 +126,29 @@ void ChildProcess::end()
     }
 }
 
-int run(std::vector<std::string> arguments, std::map<std::string, std::string> environment)
-{
+int run(std::vector<std::string> arguments, std::map<std::string, std::string> environment) {
     ChildProcess::Options options;
     options.arguments = std::move(arguments);
     options.environment = std::move(environment);
     return ChildProcess(std::move(options)).wait(60).value_or(-1);
 }
 
-void pauseMilliseconds(int milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
+void pauseMilliseconds(int milliseconds) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
 
-double monotonicSeconds()
-{
+double monotonicSeconds() {
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
-TemporaryDirectory::TemporaryDirectory()
-{
+TemporaryDirectory::TemporaryDirectory() {
     std::string pattern = (std::filesystem::temp_directory_path() / "sonvale-test-XXXXXX").string();
     if (!mkdtemp(pattern.data()))
         throw std::runtime_error("cannot make a temporary folder");
     path_ = pattern;
 }
 
-TemporaryDirectory::~TemporaryDirectory()
-{
+TemporaryDirectory::~TemporaryDirectory() {
     std::error_code ignored; // a test may have taken the folder's rights away; nothing depends on its going
     std::filesystem::permissions(path_, std::filesystem::perms::owner_all, ignored);
     std::filesystem::remove_all(path_, ignored);

@@ -1,9 +1,10 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <map>
 #include <optional>
 #include <string>
-#include <sys/types.h>
 #include <vector>
 
 namespace sonvale::tests {
@@ -12,11 +13,11 @@ namespace sonvale::tests {
 class ChildProcess {
 public:
     struct Options {
-        std::vector<std::string> arguments;              ///< the first is the program, looked up in PATH
-        std::map<std::string, std::string> environment;  ///< added to the test's own
-        std::vector<std::string> withoutEnvironment;     ///< taken out of it
-        std::string outputFile;                          ///< receives both output streams; empty: they are dropped
-        std::vector<std::pair<int, int>> descriptors;    ///< of the test, and as which number the child has them
+        std::vector<std::string> arguments;             ///< the first is the program, looked up in PATH
+        std::map<std::string, std::string> environment; ///< added to the test's own
+        std::vector<std::string> withoutEnvironment;    ///< taken out of it
+        std::string outputFile; ///< receives both output streams; empty: they are dropped
+        std::vector<std::pair<int, int>> descriptors; ///< of the test, and as which number the child has them
     };
 
     explicit ChildProcess(Options options);
@@ -48,8 +49,7 @@ void pauseMilliseconds(int milliseconds);
 double monotonicSeconds();
 
 template <class Condition>
-bool eventually(double seconds, Condition condition)
-{
+bool eventually(double seconds, Condition condition) {
     const double end = monotonicSeconds() + seconds;
     while (!condition()) {
         if (monotonicSeconds() > end)

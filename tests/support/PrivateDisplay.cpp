@@ -2,37 +2,40 @@
 
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
-
 #include <poll.h>
-#include <stdexcept>
 #include <unistd.h>
+
+#include <stdexcept>
 
 namespace sonvale::tests {
 
 namespace {
 
-/// Whether a window manager that follows EWMH has announced itself.
+/// Whether a window manager that follows EWMH has announced itself and takes windows. It publishes its list of
+/// windows last; a window that is opened between the two may be left unmapped.
 bool isManaged(const std::string& displayName)
 {
     Display* display = XOpenDisplay(displayName.c_str());
     if (!display)
         return false;
-    const Atom check = XInternAtom(display, "_NET_SUPPORTING_WM_CHECK", False);
-    Atom type = None;
-    int format = 0;
-    unsigned long count = 0;
-    unsigned long left = 0;
-    unsigned char* data = nullptr;
-    XGetWindowProperty(display, DefaultRootWindow(display), check, 0, 1, False, XA_WINDOW, &type, &format, &count,
-                       &left, &data);
-    if (data)
-        XFree(data);
+    const auto hasProperty = [display](const char* name) {
+        Atom type = None;
+        int format = 0;
+        unsigned long count = 0;
+        unsigned long left = 0;
+        unsigned char* data = nullptr;
+        XGetWindowProperty(display, DefaultRootWindow(display), XInternAtom(display, name, False), 0, 1, False,
+                           AnyPropertyType, &type, &format, &count, &left, &data);
+        if (data)
+            XFree(data);
+        return type != None;
+    };
+    const bool isReady = hasProperty("_NET_SUPPORTING_WM_CHECK") && hasProperty("_NET_CLIENT_LIST");
     XCloseDisplay(display);
-    return count == 1;
+    return isReady;
 }
 
-std::string readDisplayNumber(int descriptor)
-{
+std::string readDisplayNumber(int descriptor) {
     std::string number;
     pollfd waiting{descriptor, POLLIN, 0};
     while (poll(&waiting, 1, 20000) > 0) {
@@ -48,15 +51,14 @@ std::string readDisplayNumber(int descriptor)
 
 } // namespace
 
-PrivateDisplay::PrivateDisplay(WindowManager windowManager)
-{
+PrivateDisplay::PrivateDisplay(WindowManager windowManager) {
     int ends[2] = {};
     if (pipe(ends) != 0)
         throw std::runtime_error("no pipe");
     ChildProcess::Options server;
     // The server picks a free number itself and writes it to the descriptor.
-    server.arguments = {"Xvfb",     "-displayfd", "9",   "-screen",    "0",       "1280x800x24",
-                        "-nolisten", "tcp",        "-ac", "-noreset"};
+    server.arguments = {"Xvfb",        "-displayfd", "9",   "-screen", "0",
+                        "1280x800x24", "-nolisten",  "tcp", "-ac",     "-noreset"};
     server.descriptors = {{ends[1], 9}};
     server.outputFile = directory_.path() + "/xvfb.log";
     server_ = std::make_unique<ChildProcess>(std::move(server));
@@ -67,7 +69,8 @@ PrivateDisplay::PrivateDisplay(WindowManager windowManager)
     if (windowManager == WindowManager::none)
         return;
     ChildProcess::Options manager;
-    manager.environment = {{"DISPLAY", name_}, {"HOME", directory_.path()}, {"XDG_CONFIG_HOME", directory_.path()}};
+    manager.environment = {
+        {"DISPLAY", name_}, {"HOME", directory_.path()}, {"XDG_CONFIG_HOME", directory_.path()}};
     manager.withoutEnvironment = {"DBUS_SESSION_BUS_ADDRESS"};
     manager.outputFile = directory_.path() + "/wm.log";
     if (windowManager == WindowManager::openbox)

@@ -16,17 +16,16 @@ struct TestRuntime::Impl {
     std::shared_ptr<runtime::TaskRegistry> registry = std::make_shared<runtime::TaskRegistry>();
     runtime::ManualClock clock{[this] { settle(); }};
 
-    void settle()
-    {
+    void settle() {
         context.restart();
         context.poll();
     }
 };
 
-TestRuntime::TestRuntime() : impl_(std::make_unique<Impl>()) {}
+TestRuntime::TestRuntime()
+    : impl_(std::make_unique<Impl>()) {}
 
-TestRuntime::~TestRuntime()
-{
+TestRuntime::~TestRuntime() {
     impl_->registry->cancelAll();
     runUntilIdle();
     // Operations that ignore cancellation may still wait for the clock.
@@ -38,31 +37,31 @@ TestRuntime::~TestRuntime()
     }
 }
 
-runtime::Actor TestRuntime::main() const
-{
+runtime::Actor TestRuntime::main() const {
     const auto executor = impl_->context.get_executor();
     return runtime::Actor::serial(
         "main", executor, [executor] { return executor.running_in_this_thread(); }, impl_->registry);
 }
 
-runtime::Actor TestRuntime::pool() const
-{
+runtime::Actor TestRuntime::pool() const {
     return runtime::Actor::concurrent("pool", impl_->context.get_executor(), impl_->registry);
 }
 
-runtime::Actor TestRuntime::makeSerialActor(std::string name) const
-{
+runtime::Actor TestRuntime::makeSerialActor(std::string name) const {
     const auto strand = asio::make_strand(impl_->context.get_executor());
     return runtime::Actor::serial(
         std::move(name), strand, [strand] { return strand.running_in_this_thread(); }, impl_->registry);
 }
 
-runtime::TaskRegistry& TestRuntime::registry() const { return *impl_->registry; }
+runtime::TaskRegistry& TestRuntime::registry() const {
+    return *impl_->registry;
+}
 
-void TestRuntime::runUntilIdle() { impl_->settle(); }
+void TestRuntime::runUntilIdle() {
+    impl_->settle();
+}
 
-void TestRuntime::drive(const std::function<bool()>& isDone)
-{
+void TestRuntime::drive(const std::function<bool()>& isDone) {
     runUntilIdle();
     while (!isDone()) {
         if (impl_->clock.pending() == 0)
@@ -71,6 +70,8 @@ void TestRuntime::drive(const std::function<bool()>& isDone)
     }
 }
 
-runtime::ManualClock& TestRuntime::clock() { return impl_->clock; }
+runtime::ManualClock& TestRuntime::clock() {
+    return impl_->clock;
+}
 
 } // namespace sonvale::tests

@@ -25,11 +25,10 @@ public:
     /// Runs everything that is ready; time stands still.
     void runUntilIdle();
 
-    /// Spawns the task on the main actor, runs what is ready, and moves the clock from timer to timer until it has
-    /// ended. Returns its value or throws its error; throws when nothing is left that could end it.
+    /// Spawns the task on the main actor, runs what is ready, and moves the clock from timer to timer until
+    /// it has ended. Returns its value or throws its error; throws when nothing is left that could end it.
     template <class T>
-    T wait(runtime::Task<T> task)
-    {
+    T wait(runtime::Task<T> task) {
         const auto handle = runtime::spawn(main(), std::move(task));
         drive([&] { return handle.isDone(); });
         auto outcome = handle.state()->outcome;

@@ -8,8 +8,7 @@
 
 namespace sonvale::base {
 
-TEST(Observed, NotifiesOnRealChangeOnly)
-{
+TEST(Observed, NotifiesOnRealChangeOnly) {
     Observed<std::string> text{"a"};
     std::vector<std::string> heard;
     const auto subscription = text.subscribe([&](const std::string& value) { heard.push_back(value); });
@@ -21,8 +20,7 @@ TEST(Observed, NotifiesOnRealChangeOnly)
     EXPECT_EQ(heard, std::vector<std::string>{"b"});
 }
 
-TEST(Observed, EndsTheObservationWithItsHandle)
-{
+TEST(Observed, EndsTheObservationWithItsHandle) {
     Observed<int> number{0};
     int heard = 0;
     {
@@ -33,8 +31,7 @@ TEST(Observed, EndsTheObservationWithItsHandle)
     EXPECT_EQ(heard, 1);
 }
 
-TEST(Observed, LeavesOutAnObserverThatAnotherOneEndsDuringTheNotification)
-{
+TEST(Observed, LeavesOutAnObserverThatAnotherOneEndsDuringTheNotification) {
     Observed<int> number{0};
     int heard = 0;
     Subscription second;
@@ -44,8 +41,7 @@ TEST(Observed, LeavesOutAnObserverThatAnotherOneEndsDuringTheNotification)
     EXPECT_EQ(heard, 0);
 }
 
-TEST(Observed, LetsAHandleOutliveTheValue)
-{
+TEST(Observed, LetsAHandleOutliveTheValue) {
     auto number = std::make_unique<Observed<int>>(0);
     auto subscription = number->subscribe([](int) {});
     number.reset();

@@ -1,0 +1,146 @@
+#include "app/CompositionRoot.h"
+
+#include "base/Locale.h"
+#include "core/AppDelegate.h"
+#include "persistence/AuditLogger.h"
+#include "persistence/Settings.h"
+#include "platform/linux/FfmpegAudioFiles.h"
+#include "platform/linux/LinuxSecureRandom.h"
+#include "platform/linux/PocketSphinxRecognizer.h"
+#include "platform/linux/PulseAudioEngine.h"
+#include "platform/linux/PulseCaptureAuthorization.h"
+#include "platform/linux/SyntheticKeyLedger.h"
+#include "platform/linux/X11AccessibilityTree.h"
+#include "platform/linux/X11EventTap.h"
+#include "platform/linux/X11Pasteboard.h"
+#include "platform/linux/X11SyntheticInput.h"
+#include "platform/linux/X11Workspace.h"
+#include "platform/qt/QtApplication.h"
+#include "platform/qt/QtMainContext.h"
+#include "runtime/SystemClock.h"
+#include "runtime/TaskPool.h"
+#include "ui/FloatingPanelController.h"
+#include "ui/TrayIcon.h"
+
+#include <QCoreApplication>
+
+namespace sonvale::app {
+
+namespace {
+
+/// Waiting work is short; two threads keep the audit log from waiting for an insertion's clipboard.
+constexpr unsigned poolThreads = 2;
+constexpr double shutDownSeconds = 5;
+
+const std::string displayOfEnvironment;
+
+} // namespace
+
+// Destroyed from the last to the first.
+struct CompositionRoot::Parts {
+    explicit Parts(platform::Directories d)
+        : directories(std::move(d)) {}
+
+    platform::Directories directories;
+
+    runtime::SystemClock clock;
+    std::shared_ptr<runtime::TaskRegistry> registry = std::make_shared<runtime::TaskRegistry>();
+    runtime::TaskPool pool{poolThreads, registry};
+    platform::qt::QtMainContext mainContext{clock, registry};
+
+    persistence::Settings settings{directories.configuration / "com.sonvale.app" / "defaults.json"};
+    persistence::AuditLogger auditLogger{pool.makeSerialActor("com.sonvale.app.auditlogger"), clock,
+                                         directories.applicationSupport};
+
+    std::shared_ptr<platform::linux::SyntheticKeyLedger> keyLedger =
+        std::make_shared<platform::linux::SyntheticKeyLedger>();
+    platform::linux::X11EventTap eventTap{displayOfEnvironment, clock, keyLedger};
+    platform::linux::X11Pasteboard pasteboard{clock};
+    platform::linux::X11SyntheticInput syntheticInput{displayOfEnvironment, clock, keyLedger,
+                                                      [this] { pasteboard.offerPrimary(); }};
+    platform::linux::X11Workspace workspace{clock};
+    platform::linux::X11AccessibilityTree accessibilityTree{clock};
+    platform::linux::PulseAudioEngines audioEngines;
+    platform::linux::PulseCaptureAuthorization captureAuthorization;
+    platform::linux::FfmpegAudioFiles audioFiles;
+    platform::linux::PocketSphinxRecognizers speechRecognizers{audioFiles};
+    platform::linux::LinuxSecureRandom secureRandom;
+    platform::qt::QtApplication application;
+    ui::FloatingPanelController floatingPanel{clock};
+
+    std::unique_ptr<core::AppDelegate> delegate;
+
+    std::unique_ptr<ui::TrayIcon> trayIcon;
+    base::Subscription stateForTray;
+    base::Subscription errorForTray;
+};
+
+CompositionRoot::CompositionRoot(platform::Directories directories)
+    : parts_(std::make_unique<Parts>(std::move(directories))) {
+    auto& p = *parts_;
+    core::Environment environment{
+        .main = p.mainContext.actor(),
+        .makeSerialActor = [&pool =
+                                p.pool](std::string name) { return pool.makeSerialActor(std::move(name)); },
+        .clock = p.clock,
+        .directories = p.directories,
+        .settings = p.settings,
+        .auditLogger = p.auditLogger,
+        .eventTap = p.eventTap,
+        .syntheticInput = p.syntheticInput,
+        .pasteboard = p.pasteboard,
+        .workspace = p.workspace,
+        .accessibilityTree = p.accessibilityTree,
+        .audioEngines = p.audioEngines,
+        .audioFiles = p.audioFiles,
+        .captureAuthorization = p.captureAuthorization,
+        .speechRecognizers = p.speechRecognizers,
+        .secureRandom = p.secureRandom,
+        .floatingPanel = p.floatingPanel,
+        .application = p.application,
+        .currentLocale = base::currentLocaleIdentifier,
+    };
+    p.delegate = std::make_unique<core::AppDelegate>(std::move(environment));
+}
+
+CompositionRoot::~CompositionRoot() = default;
+
+void CompositionRoot::launch() {
+    auto& p = *parts_;
+    p.delegate->applicationDidFinishLaunching();
+    const auto& appState = p.delegate->services()->appState();
+
+    p.trayIcon = std::make_unique<ui::TrayIcon>(p.mainContext.actor(), p.clock,
+                                                [&application = p.application] { application.terminate(); });
+    p.stateForTray = appState->recordingState.subscribe(
+        [&tray = *p.trayIcon](platform::RecordingState state) { tray.setState(state); });
+    p.errorForTray = appState->errorMessage.subscribe(
+        [&tray = *p.trayIcon](const std::optional<std::string>& message) { tray.setErrorMessage(message); });
+
+    // There is nothing to be led through yet: the shortcuts work from the first start on.
+    if (!appState->isOnboardingComplete.get())
+        appState->completeOnboarding();
+}
+
+void CompositionRoot::shutDown() {
+    auto& p = *parts_;
+    if (const auto& services = p.delegate->services()) {
+        const auto& appState = services->appState();
+        if (appState->recordingState.get() == core::RecordingState::recording) {
+            appState->audioRecorder->stopRecording();
+            appState->audioRecorder->cleanupRecording();
+        }
+    }
+
+    p.stateForTray.reset();
+    p.errorForTray.reset();
+    p.trayIcon.reset();
+    p.floatingPanel.hide();
+
+    p.registry->cancelAll();
+    p.mainContext.runUntil([&registry = *p.registry] { return registry.count() == 0; }, shutDownSeconds);
+    p.delegate.reset();
+    p.pool.join();
+}
+
+} // namespace sonvale::app

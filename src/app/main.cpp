@@ -1,0 +1,43 @@
+#include "app/CompositionRoot.h"
+#include "app/SingleInstance.h"
+#include "app/TerminationSignals.h"
+#include "platform/linux/XdgDirectories.h"
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <QApplication>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+int main(int argc, char** argv) {
+    using namespace sonvale;
+
+    // Voices, texts and tokens: no other user reads a file of ours, and none ends up in a core file.
+    umask(077);
+    constexpr rlimit noCoreFile{0, 0};
+    setrlimit(RLIMIT_CORE, &noCoreFile);
+    // A peer that closes its end is an error of that call, not the end of the program.
+    std::signal(SIGPIPE, SIG_IGN);
+
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Son Vale"));
+    QApplication::setDesktopFileName(QStringLiteral("com.sonvale.app"));
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    const auto directories = platform::linux::xdgDirectories();
+    const char* display = std::getenv("DISPLAY");
+    const app::SingleInstance instance(directories.temporary, display ? display : "");
+    if (!instance.isFirst()) {
+        std::fputs("Son Vale is already running.\n", stderr);
+        return EXIT_SUCCESS;
+    }
+
+    app::CompositionRoot root(directories);
+    const app::TerminationSignals signals([] { QApplication::quit(); });
+    root.launch();
+    const int status = QApplication::exec();
+    root.shutDown();
+    return status;
+}

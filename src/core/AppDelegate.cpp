@@ -1,0 +1,26 @@
+#include "core/AppDelegate.h"
+
+#include "base/Log.h"
+#include "persistence/SettingsKeys.h"
+
+namespace sonvale::core {
+
+namespace keys = persistence::keys;
+
+void AppDelegate::applicationDidFinishLaunching() {
+    services_ = std::make_unique<SharedAppServices>(environment_);
+    const auto& appState = services_->appState();
+
+    // Only a real boolean says no; an absent or foreign value leaves the place in the dock.
+    const bool isInDock = environment_.settings.stored(keys::showInDock).value_or(true);
+    environment_.application.setActivationPolicy(isInDock ? platform::ActivationPolicy::regular
+                                                          : platform::ActivationPolicy::accessory);
+
+    appState->modelContext = &services_->modelContainer().mainContext();
+    appState->setup();
+    environment_.auditLogger.logAppLaunch();
+    base::systemLog(fmt::format("[AppDelegate] Initialization complete — isOnboardingComplete={}",
+                                appState->isOnboardingComplete.get()));
+}
+
+} // namespace sonvale::core

@@ -1,0 +1,226 @@
+#include "core/AppState.h"
+
+#include "base/Locale.h"
+#include "base/Log.h"
+#include "insertion/ClipboardManager.h"
+#include "persistence/SettingsKeys.h"
+#include "runtime/Clock.h"
+#include "transcription/AppleSpeechEngine.h"
+#include "transcription/TranscriptionEnginePreference.h"
+
+namespace sonvale::core {
+
+namespace keys = persistence::keys;
+using hotkeys::HotkeyAction;
+using hotkeys::HotkeyEventType;
+
+namespace {
+
+/// How often the ring takes over the loudness of the voice.
+constexpr double levelUpdatePeriod = 0.033;
+
+runtime::Task<> dispatch(std::weak_ptr<AppState> weakSelf, HotkeyAction action, HotkeyEventType event) {
+    if (const auto self = weakSelf.lock())
+        co_await self->handleHotkey(action, event);
+}
+
+} // namespace
+
+std::shared_ptr<AppState> AppState::make(const Environment& environment) {
+    const std::shared_ptr<AppState> state(new AppState(environment));
+    state->connect();
+    return state;
+}
+
+AppState::AppState(const Environment& environment)
+    : environment_(environment)
+    , focusedAppDetector_(environment.workspace) {
+    auto& e = environment_;
+    audioRecorder =
+        std::make_shared<audio::AudioRecorder>(e.main, e.clock, e.audioEngines, e.audioFiles, e.secureRandom,
+                                               e.directories.temporary, e.auditLogger);
+    hotkeyManager = std::make_shared<hotkeys::HotkeyManager>(e.main, e.clock, e.eventTap);
+    textInserter = std::make_shared<insertion::TextInserter>(e.makeSerialActor("TextInserter"), e.clock,
+                                                             insertion::ClipboardManager(e.pasteboard),
+                                                             e.syntheticInput);
+    permissionsManager = std::make_shared<services::PermissionsManager>(
+        e.captureAuthorization, e.accessibilityTree, e.eventTap, e.speechRecognizers);
+
+    isOnboardingComplete = e.settings.read(keys::isOnboardingComplete);
+    e.settings.registerDefaults();
+
+    transcriptionManager = std::make_shared<transcription::TranscriptionManager>();
+    transcriptionManager->localEngine.set(
+        std::make_shared<transcription::AppleSpeechEngine>(e.speechRecognizers, e.currentLocale));
+    transcriptionManager->preferredEngine =
+        transcription::preferenceAtStart(e.settings.stored(keys::transcriptionEngine));
+    if (e.settings.read(keys::localOnlyMode))
+        transcriptionManager->preferredEngine = transcription::TranscriptionEnginePreference::local;
+}
+
+void AppState::connect() {
+    const auto weak = weak_from_this();
+    hotkeyManager->setOnAction([weak, main = environment_.main](HotkeyAction action, HotkeyEventType event) {
+        runtime::spawn(main, dispatch(weak, action, event));
+    });
+    environment_.eventTap.setOnTaken([weak, main = environment_.main](platform::KeyCombination combination) {
+        main.post([weak, combination] {
+            if (const auto self = weak.lock())
+                self->surfaceTakenShortcut(combination);
+        });
+    });
+    permissionsManager->onPermissionGranted = [weak] {
+        if (const auto self = weak.lock())
+            self->startHotkeysIfReady();
+    };
+}
+
+runtime::Task<> AppState::handleHotkey(HotkeyAction action, HotkeyEventType event) {
+    const bool isDown = event == HotkeyEventType::down;
+    switch (action) {
+    case HotkeyAction::pushToTalk:
+    // Without a selection to rewrite, a command is a plain dictation.
+    case HotkeyAction::commandMode:
+        co_await (isDown ? startDictation() : stopDictation());
+        break;
+    case HotkeyAction::pasteLastTranscript:
+        if (isDown)
+            pasteLastTranscript();
+        break;
+    case HotkeyAction::cancel:
+        if (isDown)
+            co_await cancelDictation();
+        break;
+    case HotkeyAction::handsFree:
+        break;
+    }
+}
+
+runtime::Task<> AppState::startDictation() {
+    environment_.main.assertCurrent();
+    const double startTime = environment_.clock.now();
+    if (recordingState.get() != RecordingState::idle)
+        co_return;
+
+    dictationTargetApp = focusedAppDetector_.detect();
+
+    recordingState = RecordingState::recording;
+    errorMessage = std::nullopt;
+
+    environment_.floatingPanel.show(RecordingState::recording, 0);
+
+    // No suspension until the recorder runs, so that no other event can slip in between.
+    try {
+        audioRecorder->startRecording();
+    } catch (const std::exception& error) {
+        failToStart(error.what());
+        co_return;
+    }
+
+    environment_.auditLogger.logRecordingStarted();
+
+    base::perfLog(
+        fmt::format("startDictation total: {}ms", runtime::millisecondsSince(environment_.clock, startTime)));
+
+    runtime::spawn(environment_.main, updateLevels(weak_from_this(), environment_.clock));
+}
+
+void AppState::failToStart(const std::string& description) {
+    recordingState = RecordingState::idle;
+    surfaceError("Failed to start recording: " + description);
+    environment_.auditLogger.logError("audioRecorder", "recording-start-failed");
+    environment_.floatingPanel.hide();
+}
+
+runtime::Task<> AppState::updateLevels(std::weak_ptr<AppState> weakSelf, runtime::Clock& clock) {
+    while (true) {
+        {
+            const auto self = weakSelf.lock();
+            if (!self || self->recordingState.get() != RecordingState::recording)
+                co_return;
+            self->environment_.floatingPanel.setLevel(self->audioRecorder->audioLevel.get());
+        }
+        if (co_await runtime::sleep(clock, levelUpdatePeriod) == runtime::SleepOutcome::interrupted)
+            co_return;
+    }
+}
+
+runtime::Task<> AppState::stopDictation() {
+    environment_.main.assertCurrent();
+    const double stopTime = environment_.clock.now();
+    if (recordingState.get() != RecordingState::recording)
+        co_return;
+
+    recordingState = RecordingState::processing;
+    environment_.floatingPanel.show(RecordingState::processing, 0);
+
+    const auto file = audioRecorder->stopRecording();
+    if (!file) {
+        endWithoutAudio();
+        co_return;
+    }
+
+    std::string text;
+    std::optional<std::string> failure;
+    try {
+        text = co_await transcriptionManager->transcribe(*file, std::nullopt);
+    } catch (const std::exception& error) {
+        failure = error.what();
+    }
+
+    if (failure)
+        endAfterFailedTranscription(*failure, stopTime);
+    else {
+        audioRecorder->cleanupRecording();
+        co_await finishTranscript(std::move(text), stopTime);
+    }
+}
+
+void AppState::endWithoutAudio() {
+    audioRecorder->cleanupRecording();
+    recordingState = RecordingState::idle;
+    surfaceError("No audio recorded.");
+    environment_.floatingPanel.hide();
+}
+
+void AppState::endAfterFailedTranscription(const std::string& description, double stopTime) {
+    audioRecorder->cleanupRecording();
+    surfaceError("Transcription failed: " + description);
+    environment_.auditLogger.logError("transcription", "transcription-failed");
+    recordingState = RecordingState::idle;
+    environment_.floatingPanel.hide();
+    printStopTotal(stopTime);
+}
+
+runtime::Task<> AppState::cancelDictation() {
+    environment_.main.assertCurrent();
+    if (recordingState.get() == RecordingState::recording) {
+        audioRecorder->stopRecording();
+        audioRecorder->cleanupRecording();
+    }
+
+    recordingState = RecordingState::idle;
+    errorMessage = std::nullopt;
+    environment_.floatingPanel.hide();
+    co_return;
+}
+
+void AppState::pasteLastTranscript() {
+    if (!lastTranscription->empty())
+        runtime::spawn(environment_.main, insertLast(shared_from_this()));
+}
+
+runtime::Task<> AppState::insertLast(std::shared_ptr<AppState> self) {
+    co_await self->textInserter->insert(self->lastTranscription.get());
+}
+
+void AppState::surfaceError(const std::string& message) {
+    errorMessage = message;
+}
+
+void AppState::surfaceTakenShortcut(platform::KeyCombination combination) {
+    surfaceError(hotkeys::HotkeyConfiguration::formatDisplayName(combination.keyCode, combination.modifiers) +
+                 " is used by another program.");
+}
+
+} // namespace sonvale::core

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "persistence/AuditLogger.h"
+#include "persistence/Settings.h"
+#include "platform/AccessibilityTree.h"
+#include "platform/Application.h"
+#include "platform/AudioEngine.h"
+#include "platform/AudioFile.h"
+#include "platform/CaptureAuthorization.h"
+#include "platform/Directories.h"
+#include "platform/EventTap.h"
+#include "platform/FloatingPanel.h"
+#include "platform/Pasteboard.h"
+#include "platform/SecureRandom.h"
+#include "platform/SpeechRecognizer.h"
+#include "platform/SyntheticInput.h"
+#include "platform/Workspace.h"
+#include "runtime/Clock.h"
+
+#include <functional>
+#include <string>
+
+namespace sonvale::core {
+
+/// What the composition root hands to the core: where tasks run, the clock, the adapters behind the ports,
+/// and what is made once for the whole process. Everything outlives the core.
+struct Environment {
+    runtime::Actor main;
+    std::function<runtime::Actor(std::string name)> makeSerialActor;
+    runtime::Clock& clock;
+
+    platform::Directories directories;
+    persistence::Settings& settings;
+    persistence::AuditLogger& auditLogger;
+
+    platform::EventTap& eventTap;
+    platform::SyntheticInput& syntheticInput;
+    platform::Pasteboard& pasteboard;
+    platform::Workspace& workspace;
+    platform::AccessibilityTree& accessibilityTree;
+    platform::AudioEngines& audioEngines;
+    platform::AudioFiles& audioFiles;
+    platform::CaptureAuthorization& captureAuthorization;
+    platform::SpeechRecognizers& speechRecognizers;
+    platform::SecureRandom& secureRandom;
+    platform::FloatingPanel& floatingPanel;
+    platform::Application& application;
+
+    /// The user's locale, such as "en-US".
+    std::function<std::string()> currentLocale;
+};
+
+} // namespace sonvale::core

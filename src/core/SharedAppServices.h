@@ -1,0 +1,26 @@
+#pragma once
+
+#include "core/AppState.h"
+#include "persistence/ModelContainer.h"
+
+#include <memory>
+
+namespace sonvale::core {
+
+/// Holds the controller and the store for the whole run of the program. Made once, by the composition root,
+/// on the main actor.
+class SharedAppServices {
+public:
+    /// Builds the controller first, then opens the store; ends the process when not even a store in memory
+    /// opens.
+    explicit SharedAppServices(const Environment& environment);
+
+    const std::shared_ptr<AppState>& appState() const { return appState_; }
+    persistence::ModelContainer& modelContainer() const { return *modelContainer_; }
+
+private:
+    std::shared_ptr<AppState> appState_;
+    std::unique_ptr<persistence::ModelContainer> modelContainer_;
+};
+
+} // namespace sonvale::core

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "persistence/StoreError.h"
+
+#include <filesystem>
+#include <memory>
+
+namespace SQLite {
+class Database;
+}
+
+namespace sonvale::persistence {
+
+/// One open SQLite database with the schema of the records. Main thread only.
+class Store {
+public:
+    /// Opens or makes the store in an existing folder, the file being 0600. Throws `StoreError` when it
+    /// cannot be opened, is damaged or has another schema.
+    static std::unique_ptr<Store> open(const std::filesystem::path& file);
+
+    /// A store that never reaches the disk. Throws `StoreError`.
+    static std::unique_ptr<Store> openInMemory();
+
+    ~Store();
+    Store(const Store&) = delete;
+    Store& operator=(const Store&) = delete;
+
+    SQLite::Database& database() { return *database_; }
+
+private:
+    explicit Store(std::unique_ptr<SQLite::Database> database);
+
+    std::unique_ptr<SQLite::Database> database_;
+};
+
+} // namespace sonvale::persistence

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platform/AccessibilityTree.h"
+#include "runtime/Clock.h"
+
+#include <string>
+
+namespace sonvale::platform::linux {
+
+/// The right to press keys and to use the clipboard in an X session: X grants it to every program that it
+/// lets in, so it comes down to whether the server is there, has XTEST, and lets a selection be owned.
+class X11AccessibilityTree final : public AccessibilityTree {
+public:
+    /// Asks the server `displayName`, or that of DISPLAY when it is empty. The clock must outlive it.
+    explicit X11AccessibilityTree(const runtime::Clock& clock, std::string displayName = {});
+
+    bool isTrusted() override;
+
+private:
+    const runtime::Clock& clock_;
+    std::string displayName_;
+};
+
+} // namespace sonvale::platform::linux

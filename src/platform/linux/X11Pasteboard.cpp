@@ -1,0 +1,170 @@
+#include "platform/linux/X11Pasteboard.h"
+
+#include "platform/linux/BrokenPipeGuard.h"
+#include "platform/linux/X11Clipboard.h"
+
+#include <pthread.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <system_error>
+#include <thread>
+
+namespace sonvale::platform::linux {
+
+/// The thread, and the orders that it carries out in between serving others.
+class X11Pasteboard::Worker {
+public:
+    Worker(const runtime::Clock& clock, const std::string& displayName) {
+        wakeDescriptor_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+        if (wakeDescriptor_ < 0)
+            throw std::system_error(errno, std::generic_category(), "eventfd");
+        {
+            const BrokenPipeGuard guard;
+            clipboard_ = std::make_unique<X11Clipboard>(clock, displayName);
+        }
+        thread_ = std::thread([this] { run(); });
+    }
+
+    ~Worker() {
+        const auto isDone = perform([](X11Clipboard& clipboard) {
+            clipboard.handOver();
+            return true;
+        });
+        // Without an answer the thread hangs in a server that has stopped reading.
+        if (!isDone)
+            clipboard_->disconnect();
+        {
+            const std::lock_guard lock(mutex_);
+            isEnding_ = true;
+        }
+        wake();
+        thread_.join();
+        close(wakeDescriptor_);
+    }
+
+    Worker(const Worker&) = delete;
+    Worker& operator=(const Worker&) = delete;
+
+    /// Has `order` carried out on the thread; absent when it takes too long, which only a hanging server
+    /// brings about.
+    template <class Order>
+    auto perform(Order order) -> std::optional<decltype(order(std::declval<X11Clipboard&>()))> {
+        using Result = decltype(order(std::declval<X11Clipboard&>()));
+        struct Answer {
+            std::mutex mutex;
+            std::condition_variable given;
+            std::optional<Result> result; ///< guarded by `mutex`
+        };
+        const auto answer = std::make_shared<Answer>();
+        {
+            const std::lock_guard lock(mutex_);
+            orders_.push_back([answer, order = std::move(order)](X11Clipboard& clipboard) mutable {
+                auto result = order(clipboard);
+                {
+                    const std::lock_guard answerLock(answer->mutex);
+                    answer->result = std::move(result);
+                }
+                answer->given.notify_all();
+            });
+        }
+        wake();
+
+        std::unique_lock lock(answer->mutex);
+        answer->given.wait_for(lock, longestOrder, [&] { return answer->result.has_value(); });
+        return std::move(answer->result);
+    }
+
+private:
+    static constexpr std::chrono::milliseconds longestOrder{2500};
+
+    void run() {
+        pthread_setname_np(pthread_self(), "clipboard");
+        const BrokenPipeGuard guard;
+        while (carryOutOrders())
+            clipboard_->serveAndWait(wakeDescriptor_);
+    }
+
+    /// False once the thread is to end.
+    bool carryOutOrders() {
+        std::uint64_t count = 0;
+        // Fails when nobody woke it, which is all the same.
+        [[maybe_unused]] const auto size = read(wakeDescriptor_, &count, sizeof count);
+        std::unique_lock lock(mutex_);
+        while (!orders_.empty()) {
+            const auto order = std::move(orders_.front());
+            orders_.pop_front();
+            lock.unlock();
+            order(*clipboard_);
+            lock.lock();
+        }
+        return !isEnding_;
+    }
+
+    void wake() const {
+        const std::uint64_t one = 1;
+        // Fails only when the count is full, and then the thread is awake.
+        [[maybe_unused]] const auto size = write(wakeDescriptor_, &one, sizeof one);
+    }
+
+    std::unique_ptr<X11Clipboard> clipboard_;
+    int wakeDescriptor_ = -1;
+    std::mutex mutex_;
+    std::deque<std::function<void(X11Clipboard&)>> orders_; ///< guarded by `mutex_`
+    bool isEnding_ = false;                                 ///< guarded by `mutex_`
+    std::thread thread_;
+};
+
+X11Pasteboard::X11Pasteboard(const runtime::Clock& clock, const std::string& displayName)
+    : worker_(std::make_unique<Worker>(clock, displayName)) {}
+
+X11Pasteboard::~X11Pasteboard() = default;
+
+std::int64_t X11Pasteboard::changeCount() {
+    if (const auto count = worker_->perform([](X11Clipboard& clipboard) { return clipboard.changeCount(); }))
+        lastCount_ = *count;
+    return lastCount_;
+}
+
+std::optional<std::vector<PasteboardItem>> X11Pasteboard::items() {
+    return worker_->perform([](X11Clipboard& clipboard) { return clipboard.items(); }).value_or(std::nullopt);
+}
+
+void X11Pasteboard::clearContents() {
+    worker_->perform([](X11Clipboard& clipboard) {
+        clipboard.clearContents();
+        return true;
+    });
+}
+
+void X11Pasteboard::setString(const std::string& text) {
+    worker_->perform([text](X11Clipboard& clipboard) {
+        clipboard.setString(text);
+        return true;
+    });
+}
+
+void X11Pasteboard::writeItems(std::vector<PasteboardItem> items) {
+    worker_->perform([items = std::move(items)](X11Clipboard& clipboard) mutable {
+        clipboard.writeItems(std::move(items));
+        return true;
+    });
+}
+
+std::optional<std::string> X11Pasteboard::string() {
+    return worker_->perform([](X11Clipboard& clipboard) { return clipboard.string(); })
+        .value_or(std::nullopt);
+}
+
+void X11Pasteboard::offerPrimary() {
+    worker_->perform([](X11Clipboard& clipboard) {
+        clipboard.offerPrimary();
+        return true;
+    });
+}
+
+} // namespace sonvale::platform::linux

@@ -1,0 +1,174 @@
+#include "platform/linux/X11SelectionContents.h"
+
+#include "platform/linux/X11Text.h"
+
+#include <algorithm>
+#include <array>
+
+namespace sonvale::platform::linux {
+
+namespace {
+
+constexpr std::string_view noContents[] = {"TARGETS",      "MULTIPLE", "TIMESTAMP",
+                                           "SAVE_TARGETS", "DELETE",   "GTK_TEXT_BUFFER_CONTENTS"};
+
+std::uint8_t formatFor(int unitBits) {
+    return unitBits == 16 || unitBits == 32 ? static_cast<std::uint8_t>(unitBits) : std::uint8_t{8};
+}
+
+std::shared_ptr<const std::vector<std::byte>> sharedBytes(std::string_view text) {
+    const auto* data = reinterpret_cast<const std::byte*>(text.data());
+    return std::make_shared<const std::vector<std::byte>>(data, data + text.size());
+}
+
+/// Fills in the atoms; forms whose names cannot be atoms are dropped.
+void resolve(X11Client& client, X11SelectionContents& contents, double deadline) {
+    std::vector<std::string> names;
+    for (const auto& item : contents.items) {
+        for (const auto& form : item) {
+            names.push_back(form.name);
+            names.push_back(form.encoding.empty() ? form.name : form.encoding);
+        }
+    }
+    const auto atoms = client.atoms(names, deadline);
+    auto atom = atoms.begin();
+    for (auto& item : contents.items) {
+        for (auto& form : item) {
+            form.target = *atom++;
+            form.type = *atom++;
+        }
+        std::erase_if(item, [](const auto& form) {
+            return form.target == XCB_ATOM_NONE || form.type == XCB_ATOM_NONE;
+        });
+    }
+    std::erase_if(contents.items, [](const auto& item) { return item.empty(); });
+}
+
+} // namespace
+
+const X11SelectionContents::Form* X11SelectionContents::find(xcb_atom_t target) const {
+    for (const auto& item : items) {
+        const auto form = std::ranges::find(item, target, &Form::target);
+        if (form != item.end())
+            return &*form;
+    }
+    return nullptr;
+}
+
+const X11SelectionContents::Form* X11SelectionContents::find(const std::string& name) const {
+    for (const auto& item : items) {
+        const auto form = std::ranges::find(item, name, &Form::name);
+        if (form != item.end())
+            return &*form;
+    }
+    return nullptr;
+}
+
+std::vector<xcb_atom_t> X11SelectionContents::targets() const {
+    std::vector<xcb_atom_t> targets;
+    for (const auto& item : items) {
+        for (const auto& form : item) {
+            if (std::ranges::find(targets, form.target) == targets.end())
+                targets.push_back(form.target);
+        }
+    }
+    return targets;
+}
+
+std::vector<PasteboardItem> X11SelectionContents::copy() const {
+    std::vector<PasteboardItem> copies;
+    for (const auto& item : items) {
+        auto& representations = copies.emplace_back().representations;
+        for (const auto& form : item)
+            representations.push_back({form.name, *form.data, form.format, form.encoding});
+    }
+    return copies;
+}
+
+std::optional<std::string> X11SelectionContents::text() const {
+    for (const std::string name : target::plainText) {
+        if (const auto* form = find(name))
+            return target::decodedText(name, *form->data);
+    }
+    return std::nullopt;
+}
+
+X11SelectionContents X11SelectionContents::textOnly() const {
+    X11SelectionContents texts;
+    auto& forms = texts.items.emplace_back();
+    for (const auto& item : items)
+        std::ranges::copy_if(item, std::back_inserter(forms), target::isPlainText, &Form::name);
+    return texts;
+}
+
+X11SelectionContents X11SelectionContents::fromItems(X11Client& client, std::vector<PasteboardItem> items,
+                                                     double deadline) {
+    X11SelectionContents contents;
+    for (auto& item : items) {
+        auto& forms = contents.items.emplace_back();
+        for (auto& representation : item.representations) {
+            Form form;
+            form.format = formatFor(representation.unitBits);
+            auto data = std::move(representation.data);
+            data.resize(data.size() - data.size() % (form.format / 8u));
+            form.data = std::make_shared<const std::vector<std::byte>>(std::move(data));
+            form.name = std::move(representation.type);
+            form.encoding = std::move(representation.encoding);
+            forms.push_back(std::move(form));
+        }
+    }
+    resolve(client, contents, deadline);
+    return contents;
+}
+
+X11SelectionContents X11SelectionContents::fromText(X11Client& client, const std::string& text,
+                                                    double deadline) {
+    const auto utf8 = repairedUtf8(text);
+    const auto data = sharedBytes(utf8);
+    const auto latin1 = latin1FromUtf8(utf8);
+
+    X11SelectionContents contents;
+    auto& forms = contents.items.emplace_back();
+    const auto offer = [&forms](const char* name, const char* encoding, auto bytes) {
+        Form form;
+        form.name = name;
+        form.encoding = encoding;
+        form.data = std::move(bytes);
+        forms.push_back(std::move(form));
+    };
+    offer("UTF8_STRING", "", data);
+    offer("text/plain;charset=utf-8", "", data);
+    if (latin1)
+        offer("STRING", "", sharedBytes(*latin1));
+    // ICCCM 2.6.2: the owner chooses the encoding of TEXT and names it by the property's type.
+    offer("TEXT", "UTF8_STRING", data);
+    offer("text/plain", "", data);
+    resolve(client, contents, deadline);
+    return contents;
+}
+
+namespace target {
+
+bool isNoContents(const std::string& name) {
+    return std::ranges::find(noContents, name) != std::end(noContents) || name.starts_with("INSERT_");
+}
+
+bool isImageBesidePng(const std::string& name) {
+    // PIXMAP and BITMAP are numbers of server objects that go with their owner; Qt offers its image under its
+    // own name too.
+    return (name.starts_with("image/") && name != "image/png") || name == "PIXMAP" || name == "BITMAP" ||
+           name == "application/x-qt-image";
+}
+
+bool isPlainText(const std::string& name) {
+    return name == "TEXT" || std::ranges::find(plainText, name) != std::end(plainText);
+}
+
+std::string decodedText(const std::string& name, std::span<const std::byte> data) {
+    const auto text = textOf(data);
+    return name == "STRING" ? utf8FromLatin1(text) : repairedUtf8(text);
+}
+
+} // namespace target
+
+} // namespace sonvale::platform::linux

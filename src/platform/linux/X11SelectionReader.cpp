@@ -1,0 +1,140 @@
+#include "platform/linux/X11SelectionReader.h"
+
+#include <algorithm>
+
+namespace sonvale::platform::linux {
+
+namespace {
+
+constexpr double setUpSeconds = 0.5;
+constexpr int propertyCount = 8;
+
+} // namespace
+
+X11SelectionReader::X11SelectionReader(X11Client& client, const runtime::Clock& clock,
+                                       std::function<void(const xcb_generic_event_t&)> dispatch)
+    : client_(client)
+    , clock_(clock)
+    , dispatch_(std::move(dispatch)) {
+    if (!client_.isAlive())
+        return;
+    window_ = client_.makeWindow();
+    std::vector<std::string> names = {"INCR"};
+    for (int i = 0; i < propertyCount; ++i)
+        names.push_back("_SONVALE_SELECTION_" + std::to_string(i));
+    properties_ = client_.atoms(names, clock_.now() + setUpSeconds);
+    incr_ = properties_.front();
+    properties_.erase(properties_.begin());
+}
+
+std::optional<X11SelectionData> X11SelectionReader::fetch(xcb_atom_t selection, xcb_atom_t target,
+                                                          xcb_timestamp_t time, double deadline) {
+    if (!client_.isAlive() || target == XCB_ATOM_NONE)
+        return std::nullopt;
+    target_ = target;
+    time_ = time;
+    deadline_ = deadline;
+    data_ = {};
+    stage_ = Stage::asked;
+    xcb_convert_selection(client_.connection(), window_, selection, target, properties_[current_], time);
+
+    while (stage_ == Stage::asked || stage_ == Stage::receiving) {
+        const auto event = client_.waitForEvent(deadline);
+        if (!event)
+            break;
+        dispatch_(*event);
+        // A busy connection never comes to the end of its events by itself.
+        if (clock_.now() >= deadline)
+            break;
+    }
+
+    const bool isComplete = stage_ == Stage::complete;
+    if (stage_ == Stage::asked || stage_ == Stage::receiving)
+        abandon();
+    stage_ = Stage::idle;
+    if (!isComplete)
+        return std::nullopt;
+    return std::move(data_);
+}
+
+void X11SelectionReader::abandon() {
+    if (stage_ != Stage::asked && stage_ != Stage::receiving)
+        return;
+    stage_ = Stage::failed;
+    data_ = {};
+    // What the owner has put there, and what it is still going to, is let through to its end.
+    xcb_delete_property(client_.connection(), window_, properties_[current_]);
+    current_ = (current_ + 1) % properties_.size();
+    xcb_flush(client_.connection());
+}
+
+void X11SelectionReader::handle(const xcb_generic_event_t& event) {
+    switch (event.response_type & 0x7f) {
+    case XCB_SELECTION_NOTIFY: {
+        const auto& answer = reinterpret_cast<const xcb_selection_notify_event_t&>(event);
+        if (answer.requestor == window_)
+            takeAnswer(answer);
+        break;
+    }
+    case XCB_PROPERTY_NOTIFY: {
+        const auto& change = reinterpret_cast<const xcb_property_notify_event_t&>(event);
+        if (change.window != window_ || change.state != XCB_PROPERTY_NEW_VALUE || !isOwnProperty(change.atom))
+            break;
+        if (change.atom != properties_[current_] || stage_ == Stage::idle) {
+            xcb_delete_property(client_.connection(), window_, change.atom);
+            xcb_flush(client_.connection());
+        } else if (stage_ == Stage::receiving) {
+            takePiece();
+        }
+        break;
+    }
+    default:
+        break;
+    }
+}
+
+void X11SelectionReader::takeAnswer(const xcb_selection_notify_event_t& answer) {
+    const bool isAskedFor = stage_ == Stage::asked && answer.target == target_ && answer.time == time_ &&
+                            (answer.property == properties_[current_] || answer.property == XCB_ATOM_NONE);
+    if (!isAskedFor) {
+        if (isOwnProperty(answer.property) && answer.property != properties_[current_])
+            xcb_delete_property(client_.connection(), window_, answer.property);
+        return;
+    }
+    if (answer.property == XCB_ATOM_NONE) {
+        stage_ = Stage::failed;
+        return;
+    }
+    const auto property = client_.property(window_, answer.property, true, deadline_);
+    if (!property || property->type == XCB_ATOM_NONE) {
+        stage_ = Stage::failed;
+        return;
+    }
+    if (property->type == incr_) {
+        // Deleting it, which the reading has done, told the owner to begin.
+        stage_ = Stage::receiving;
+        return;
+    }
+    data_ = {property->type, property->format, bytesOf(*property)};
+    stage_ = Stage::complete;
+}
+
+void X11SelectionReader::takePiece() {
+    const auto piece = client_.property(window_, properties_[current_], true, deadline_);
+    if (!piece || piece->type == XCB_ATOM_NONE)
+        return;
+    const auto bytes = bytesOf(*piece);
+    if (data_.type == XCB_ATOM_NONE) {
+        data_.type = piece->type;
+        data_.format = piece->format;
+    }
+    data_.bytes.insert(data_.bytes.end(), bytes.begin(), bytes.end());
+    if (bytes.empty())
+        stage_ = Stage::complete;
+}
+
+bool X11SelectionReader::isOwnProperty(xcb_atom_t property) const {
+    return property != XCB_ATOM_NONE && std::ranges::find(properties_, property) != properties_.end();
+}
+
+} // namespace sonvale::platform::linux

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "platform/linux/X11Client.h"
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+namespace sonvale::platform::linux {
+
+/// The contents of a selection in one form.
+struct X11SelectionData {
+    xcb_atom_t type = XCB_ATOM_NONE;
+    std::uint8_t format = 8;
+    std::vector<std::byte> bytes;
+};
+
+/// Asks the owners of selections for their contents (ICCCM 2.4, INCR 2.7.2).
+///
+/// On the thread of its connection. While it waits it hands every event to `dispatch`, which must pass them
+/// to `handle` too: so this program goes on serving others. Answers that come after their deadline are taken
+/// and thrown away, so that a slow owner gets to the end of its sending.
+class X11SelectionReader {
+public:
+    X11SelectionReader(X11Client& client, const runtime::Clock& clock,
+                       std::function<void(const xcb_generic_event_t&)> dispatch);
+
+    /// Absent when the owner refuses, has none, or has not given it all at the deadline, and after `abandon`.
+    std::optional<X11SelectionData> fetch(xcb_atom_t selection, xcb_atom_t target, xcb_timestamp_t time,
+                                          double deadline);
+
+    /// Ends the present fetch, because its owner has gone.
+    void abandon();
+
+    void handle(const xcb_generic_event_t& event);
+
+private:
+    enum class Stage { idle, asked, receiving, complete, failed };
+
+    void takeAnswer(const xcb_selection_notify_event_t& answer);
+    void takePiece();
+    bool isOwnProperty(xcb_atom_t property) const;
+
+    X11Client& client_;
+    const runtime::Clock& clock_;
+    std::function<void(const xcb_generic_event_t&)> dispatch_;
+    xcb_window_t window_ = XCB_WINDOW_NONE;
+    xcb_atom_t incr_ = XCB_ATOM_NONE;
+    /// One is in use at a time; after a missed deadline the next one, to tell late answers from asked ones.
+    std::vector<xcb_atom_t> properties_;
+    std::size_t current_ = 0;
+
+    Stage stage_ = Stage::idle;
+    xcb_atom_t target_ = XCB_ATOM_NONE;
+    xcb_timestamp_t time_ = 0;
+    double deadline_ = 0;
+    X11SelectionData data_;
+};
+
+} // namespace sonvale::platform::linux

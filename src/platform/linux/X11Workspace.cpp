@@ -1,0 +1,93 @@
+#include "platform/linux/X11Workspace.h"
+
+#include "platform/linux/BrokenPipeGuard.h"
+#include "platform/linux/BundleIdentifiers.h"
+#include "platform/linux/X11Client.h"
+#include "platform/linux/X11Text.h"
+
+#include <array>
+
+namespace sonvale::platform::linux {
+
+namespace {
+
+/// For all questions together; the main actor waits for them.
+constexpr double answerSeconds = 0.2;
+
+/// The text of a property of bytes; empty when there is none.
+std::string textIn(const xcb_get_property_reply_t* property) {
+    if (!property || property->format != 8)
+        return {};
+    const auto bytes = bytesOf(*property);
+    return std::string(textOf(std::span<const std::byte>(bytes)));
+}
+
+/// The two strings of WM_CLASS, each ended by a zero byte.
+std::pair<std::string, std::string> partsOfClass(const std::string& value) {
+    const auto end = value.find('\0');
+    if (end == std::string::npos)
+        return {value, {}};
+    const auto className = value.substr(end + 1);
+    return {value.substr(0, end), className.substr(0, className.find('\0'))};
+}
+
+} // namespace
+
+X11Workspace::X11Workspace(const runtime::Clock& clock, const std::string& displayName)
+    : clock_(clock) {
+    const BrokenPipeGuard guard;
+    client_ = std::make_unique<X11Client>(displayName, clock);
+}
+
+X11Workspace::~X11Workspace() = default;
+
+std::optional<FrontApplication> X11Workspace::frontmostApplication() {
+    if (!client_->isAlive())
+        return std::nullopt;
+    const BrokenPipeGuard guard;
+    const double deadline = clock_.now() + answerSeconds;
+    const auto atoms =
+        client_->atoms({"_NET_ACTIVE_WINDOW", "_NET_WM_PID", "_NET_WM_NAME", "UTF8_STRING"}, deadline);
+
+    const auto active = client_->property(client_->root(), atoms[0], false, deadline);
+    const auto windows = active ? numbersOf(*active) : std::vector<std::uint32_t>();
+    if (windows.empty() || windows.front() == XCB_WINDOW_NONE)
+        return std::nullopt;
+
+    // All asked at once: one round trip, and one state of the window.
+    const auto ask = [&](xcb_atom_t property) {
+        return xcb_get_property(client_->connection(), 0, windows.front(), property,
+                                XCB_GET_PROPERTY_TYPE_ANY, 0, 4096)
+            .sequence;
+    };
+    const unsigned int questions[] = {ask(XCB_ATOM_WM_CLASS), ask(atoms[1]), ask(atoms[2]),
+                                      ask(XCB_ATOM_WM_NAME)};
+    std::array<XcbPointer<xcb_get_property_reply_t>, 4> answers;
+    for (std::size_t i = 0; i < answers.size(); ++i)
+        answers[i] = client_->reply<xcb_get_property_reply_t>(questions[i], deadline);
+    // Nothing is left in the queue to grow: the answers' neighbours are errors of windows that went away.
+    while (client_->takeEvent()) {
+    }
+    const auto& [windowClass, processId, name, oldName] = answers;
+    if (!windowClass)
+        return std::nullopt;
+
+    FrontApplication application;
+    const auto [instance, className] = partsOfClass(textIn(windowClass.get()));
+    if (auto identifier = bundleIdentifier(repairedUtf8(instance), repairedUtf8(className)))
+        application.bundleIdentifier = std::move(identifier);
+    const auto numbers = processId ? numbersOf(*processId) : std::vector<std::uint32_t>();
+    if (!numbers.empty())
+        application.processIdentifier = static_cast<std::int32_t>(numbers.front());
+    // WM_NAME may be in Latin-1, or in an encoding of the past whose ASCII still reads.
+    auto title = repairedUtf8(textIn(name.get()));
+    if (title.empty() && oldName && oldName->type == atoms[3])
+        title = repairedUtf8(textIn(oldName.get()));
+    else if (title.empty())
+        title = utf8FromLatin1(textIn(oldName.get()));
+    if (!title.empty())
+        application.localizedName = std::move(title);
+    return application;
+}
+
+} // namespace sonvale::platform::linux

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/Workspace.h"
+#include "runtime/Clock.h"
+
+#include <memory>
+#include <string>
+
+namespace sonvale::platform::linux {
+
+class X11Client;
+
+/// The front application as the window manager tells it (EWMH: _NET_ACTIVE_WINDOW, _NET_WM_PID, _NET_WM_NAME;
+/// ICCCM: WM_CLASS, WM_NAME). Without such a window manager, and without a server, there is none.
+class X11Workspace final : public Workspace {
+public:
+    /// Connects to `displayName`, or to DISPLAY when it is empty. The clock must outlive it.
+    explicit X11Workspace(const runtime::Clock& clock, const std::string& displayName = {});
+    ~X11Workspace() override;
+
+    std::optional<FrontApplication> frontmostApplication() override;
+
+private:
+    const runtime::Clock& clock_;
+    std::unique_ptr<X11Client> client_;
+};
+
+} // namespace sonvale::platform::linux

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "platform/RecordingState.h"
+
+#include <string_view>
+
+namespace sonvale::ui {
+
+/// The words of the menu's status line.
+std::string_view menuStatus(platform::RecordingState state);
+
+} // namespace sonvale::ui

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace sonvale::tests {
+
+class XcbSession;
+
+/// Another program that has something on the clipboard: it owns a selection with whatever targets a test
+/// wants, and answers as well or as badly as wanted, on a thread of its own. It lets go when it is destroyed.
+class SelectionOwner {
+public:
+    struct Form {
+        std::string target;
+        std::vector<std::byte> data;
+        std::string type; ///< empty: that of the target
+        int format = 8;   ///< 8, 16 or 32
+        bool isIncremental = false;
+        int delayMilliseconds = 0;    ///< the whole program stands still meanwhile
+        bool isNeverFinished = false; ///< of an incremental one, the last piece does not come
+        bool isNeverAnswered = false;
+    };
+    struct Options {
+        std::string selection = "CLIPBOARD";
+        bool answersTargets = true; ///< false: asked for TARGETS it says nothing at all
+        bool refusesTargets = false;
+        std::size_t pieceBytes = 65536;
+    };
+
+    SelectionOwner(const std::string& displayName, std::vector<Form> forms);
+    SelectionOwner(const std::string& displayName, std::vector<Form> forms, Options options);
+    ~SelectionOwner();
+
+    /// False once another program has taken the selection.
+    bool isOwner() const { return isOwner_; }
+    /// How often the target was asked for.
+    int requests(const std::string& target) const;
+    /// Number of incremental transfers that have come to their end.
+    int finishedTransfers() const { return finishedTransfers_; }
+    /// Takes the selection again, as a second copy in the same program.
+    void claimAgain();
+
+private:
+    struct Transfer;
+    void run();
+    void claim();
+
+    std::vector<Form> forms_;
+    Options options_;
+    std::unique_ptr<XcbSession> session_;
+    std::atomic<bool> isOwner_ = false;
+    std::atomic<bool> isEnding_ = false;
+    std::atomic<bool> isToClaim_ = false;
+    std::atomic<int> finishedTransfers_ = 0;
+    mutable std::mutex mutex_;
+    std::map<std::string, int> requests_; ///< guarded by `mutex_`
+    std::thread thread_;
+};
+
+} // namespace sonvale::tests

@@ -1,0 +1,18 @@
+#include "tests/support/PrivateDisplay.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <cstdlib>
+
+/// Qt takes its platform and display once in a process, so the display is there before the application.
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    const sonvale::tests::PrivateDisplay display(sonvale::tests::WindowManager::openbox);
+    setenv("DISPLAY", display.name().c_str(), 1);
+    setenv("QT_QPA_PLATFORM", "xcb", 1);
+    unsetenv("WAYLAND_DISPLAY");
+    const QApplication application(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,320 @@
+#include "tests/unit/core/CoreFixture.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace sonvale::core {
+
+using hotkeys::HotkeyAction;
+using hotkeys::HotkeyEventType;
+using tests::CoreFixture;
+
+using Dictation = CoreFixture;
+
+TEST_F(Dictation, InsertsWhatWasSpokenAndPutsTheClipboardBack) {
+    pasteboard().copyElsewhere("what was there before");
+    recogniser().answerWith("the meeting is at ten");
+
+    press(HotkeyAction::pushToTalk);
+    EXPECT_EQ(state().recordingState.get(), RecordingState::recording);
+    speak(0.5);
+    release(HotkeyAction::pushToTalk);
+    EXPECT_EQ(state().recordingState.get(), RecordingState::processing);
+    settle();
+
+    EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"the meeting is at ten"});
+    EXPECT_EQ(pasteboard().text(), "what was there before");
+    EXPECT_EQ(state().lastTranscription.get(), "the meeting is at ten");
+    EXPECT_EQ(state().currentTranscription.get(), "the meeting is at ten");
+    EXPECT_FALSE(panel().shown().has_value());
+    EXPECT_EQ(recordingsLeft(), 0U);
+}
+
+TEST_F(Dictation, RecordsTheHistoryBeforeTheInsertion) {
+    recogniser().answerWith("two  words here");
+    press(HotkeyAction::pushToTalk);
+    speak(0.1);
+    release(HotkeyAction::pushToTalk);
+    advance(0.04);
+
+    ASSERT_TRUE(pastedTexts().empty());
+    const auto rows = history();
+    ASSERT_EQ(rows.size(), 1U);
+    EXPECT_EQ(rows[0].rawText, "two  words here");
+    EXPECT_EQ(rows[0].processedText, "two  words here");
+    EXPECT_EQ(rows[0].wordCount, 3);
+    EXPECT_EQ(rows[0].durationSeconds, 0);
+    EXPECT_FALSE(rows[0].isDismissed);
+    EXPECT_FALSE(rows[0].appBundleID);
+    EXPECT_FALSE(rows[0].appName);
+    settle();
+}
+
+TEST_F(Dictation, WritesNoHistoryInPrivacyMode) {
+    settings().set(persistence::keys::privacyModeEnabled, true);
+    dictate("secret");
+    EXPECT_TRUE(history().empty());
+    EXPECT_EQ(state().lastTranscription.get(), "secret");
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"secret"});
+}
+
+TEST_F(Dictation, GoesOnWithoutAStore) {
+    state().modelContext = nullptr;
+    dictate("no store");
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"no store"});
+}
+
+TEST_F(Dictation, ShowsTheRingForEachState) {
+    press(HotkeyAction::pushToTalk);
+    EXPECT_EQ(panel().shown()->state, RecordingState::recording);
+    recogniser().hold();
+    speak(0.1);
+    release(HotkeyAction::pushToTalk);
+    EXPECT_EQ(panel().shown()->state, RecordingState::processing);
+    recogniser().answer("x");
+    settle();
+    EXPECT_FALSE(panel().shown().has_value());
+}
+
+TEST_F(Dictation, FeedsTheLoudnessToTheRingWhileItRecordsAndNoLonger) {
+    press(HotkeyAction::pushToTalk);
+    speak(0.1, 0.25F);
+    EXPECT_NEAR(panel().shown()->level, 0.25F, 1e-4);
+    recogniser().answerWith("x");
+    release(HotkeyAction::pushToTalk);
+    settle();
+    EXPECT_EQ(clock().pending() > 1, false) << "only the recorder's watchdog may still wait";
+}
+
+TEST_F(Dictation, IgnoresASecondPressWhileItWorks) {
+    press(HotkeyAction::pushToTalk);
+    press(HotkeyAction::pushToTalk);
+    EXPECT_EQ(microphone().madeCount(), 1);
+    recogniser().hold();
+    speak(0.1);
+    release(HotkeyAction::pushToTalk);
+    press(HotkeyAction::pushToTalk);
+    release(HotkeyAction::pushToTalk);
+    EXPECT_EQ(microphone().madeCount(), 1);
+    EXPECT_EQ(state().recordingState.get(), RecordingState::processing);
+    recogniser().answer("once");
+    settle();
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"once"});
+}
+
+TEST_F(Dictation, TreatsACommandWithoutASelectionAsPlainText) {
+    recogniser().answerWith("make it shorter");
+    press(HotkeyAction::commandMode);
+    speak(0.1);
+    release(HotkeyAction::commandMode);
+    settle();
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"make it shorter"});
+}
+
+TEST_F(Dictation, NotesTheApplicationInFrontAtKeyDown) {
+    workspace().setFrontmost(platform::FrontApplication{"com.apple.mail", "Mail", 77});
+    press(HotkeyAction::pushToTalk);
+    ASSERT_TRUE(state().dictationTargetApp.get());
+    EXPECT_EQ(state().dictationTargetApp.get()->bundleID, "com.apple.mail");
+    EXPECT_EQ(state().dictationTargetApp.get()->processID, 77);
+    press(HotkeyAction::cancel);
+
+    workspace().setFrontmost(std::nullopt);
+    press(HotkeyAction::pushToTalk);
+    EXPECT_EQ(state().dictationTargetApp.get()->appName, "Unknown");
+    EXPECT_EQ(state().dictationTargetApp.get()->processID, 0);
+    EXPECT_FALSE(state().dictationTargetApp.get()->bundleID);
+    press(HotkeyAction::cancel);
+}
+
+TEST_F(Dictation, SaysWhyARecordingDidNotStart) {
+    microphone().setFormat({0, 0});
+    press(HotkeyAction::pushToTalk);
+    EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
+    EXPECT_EQ(state().errorMessage.get(), "Failed to start recording: No audio input device is available. "
+                                          "Please connect a microphone and try again.");
+    EXPECT_FALSE(panel().shown().has_value());
+    EXPECT_TRUE(auditHas("error", "audioRecorder", "recording-start-failed"));
+    EXPECT_TRUE(perfLines.empty());
+    release(HotkeyAction::pushToTalk);
+    EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
+}
+
+TEST_F(Dictation, KeepsTheErrorUntilTheNextStartOrCancel) {
+    microphone().setFormat({0, 0});
+    int changes = 0;
+    const auto subscription = state().errorMessage.subscribe([&](const auto&) { ++changes; });
+    press(HotkeyAction::pushToTalk);
+    EXPECT_TRUE(state().errorMessage.get());
+    EXPECT_EQ(changes, 1);
+    press(HotkeyAction::cancel);
+    EXPECT_FALSE(state().errorMessage.get());
+
+    press(HotkeyAction::pushToTalk);
+    microphone().setFormat({48000, 1});
+    press(HotkeyAction::pushToTalk);
+    EXPECT_FALSE(state().errorMessage.get());
+    press(HotkeyAction::cancel);
+}
+
+TEST_F(Dictation, ReportsAFailedTranscriptionAndKeepsTheLastText) {
+    dictate("kept");
+    perfLines.clear();
+    recogniser().failWith({"other", 5, "it broke"});
+    press(HotkeyAction::pushToTalk);
+    speak(0.1);
+    release(HotkeyAction::pushToTalk);
+    settle();
+
+    EXPECT_EQ(state().errorMessage.get(), "Transcription failed: Network error: it broke");
+    EXPECT_TRUE(auditHas("error", "transcription", "transcription-failed"));
+    EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
+    EXPECT_EQ(state().lastTranscription.get(), "kept");
+    EXPECT_EQ(recordingsLeft(), 0U);
+    EXPECT_FALSE(panel().shown().has_value());
+    ASSERT_FALSE(perfLines.empty());
+    EXPECT_EQ(perfLines.back().rfind("[PERF] stopDictation total: ", 0), 0U);
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"kept"});
+}
+
+TEST_F(Dictation, TakesSilenceForAFailedTranscription) {
+    recogniser().failWith({platform::assistantErrorDomain, platform::noSpeechErrorCode, "No speech"});
+    press(HotkeyAction::pushToTalk);
+    speak(0.1);
+    release(HotkeyAction::pushToTalk);
+    settle();
+    EXPECT_EQ(state().errorMessage.get(),
+              "Transcription failed: Invalid response from transcription service.");
+}
+
+TEST_F(Dictation, SaysThatNothingWasRecordedWhenTheWatchdogHasEndedTheRecording) {
+    press(HotkeyAction::pushToTalk);
+    advance(601);
+    perfLines.clear();
+    release(HotkeyAction::pushToTalk);
+    EXPECT_EQ(state().errorMessage.get(), "No audio recorded.");
+    EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
+    EXPECT_FALSE(panel().shown().has_value());
+    EXPECT_TRUE(perfLines.empty());
+    EXPECT_EQ(recordingsLeft(), 0U);
+}
+
+TEST_F(Dictation, CancelThrowsTheRecordingAway) {
+    press(HotkeyAction::pushToTalk);
+    speak(0.2);
+    press(HotkeyAction::cancel);
+    EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
+    EXPECT_FALSE(panel().shown().has_value());
+    EXPECT_EQ(recordingsLeft(), 0U);
+    release(HotkeyAction::pushToTalk);
+    settle();
+    EXPECT_TRUE(pastedTexts().empty());
+    EXPECT_EQ(recogniser().startedCount(), 0);
+}
+
+TEST_F(Dictation, CancelWhileItWorksHidesTheRingAndTheTextIsStillInserted) {
+    recogniser().hold();
+    press(HotkeyAction::pushToTalk);
+    speak(0.2);
+    release(HotkeyAction::pushToTalk);
+    press(HotkeyAction::cancel);
+    EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
+    EXPECT_FALSE(panel().shown().has_value());
+    recogniser().answer("late but not lost");
+    settle();
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"late but not lost"});
+}
+
+TEST_F(Dictation, AnOldFinalisationEndsTheRingOfANewRecording) {
+    recogniser().hold();
+    press(HotkeyAction::pushToTalk);
+    speak(0.2);
+    release(HotkeyAction::pushToTalk);
+    press(HotkeyAction::cancel);
+    press(HotkeyAction::pushToTalk);
+    EXPECT_EQ(state().recordingState.get(), RecordingState::recording);
+    recogniser().answer("old");
+    settle();
+    EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
+    EXPECT_FALSE(panel().shown().has_value());
+}
+
+TEST_F(Dictation, PastesTheLastTextAgainInEveryState) {
+    press(HotkeyAction::pasteLastTranscript);
+    settle();
+    EXPECT_TRUE(pastedTexts().empty()) << "there is none yet";
+    EXPECT_FALSE(state().errorMessage.get());
+
+    dictate("again");
+    press(HotkeyAction::pasteLastTranscript);
+    release(HotkeyAction::pasteLastTranscript);
+    settle();
+    EXPECT_EQ(pastedTexts(), (std::vector<std::string>{"again", "again"}));
+
+    press(HotkeyAction::pushToTalk);
+    press(HotkeyAction::pasteLastTranscript);
+    advance(1);
+    EXPECT_EQ(pastedTexts().size(), 3U);
+    EXPECT_EQ(state().recordingState.get(), RecordingState::recording);
+    press(HotkeyAction::cancel);
+}
+
+TEST_F(Dictation, PrintsItsTimingsInWholeMilliseconds) {
+    dictate("timed");
+    ASSERT_EQ(perfLines.size(), 2U);
+    EXPECT_EQ(perfLines[0], "[PERF] startDictation total: 0ms");
+    EXPECT_EQ(perfLines[1], "[PERF] stopDictation total: 350ms");
+}
+
+TEST_F(Dictation, LeavesItsFactsInTheAuditLogAndNoText) {
+    dictate("unmistakable");
+    const auto lines = auditLines();
+    EXPECT_TRUE(auditHas("recordingStarted", "recording", ""));
+    EXPECT_TRUE(auditHas("recordingStopped", "recording", ""));
+    for (const auto& line : lines)
+        EXPECT_EQ(line.find("unmistakable"), std::string::npos);
+    for (const auto& line : systemLines)
+        EXPECT_EQ(line.find("unmistakable"), std::string::npos);
+}
+
+TEST_F(Dictation, TakesAnEmptyTranscriptForAFailedOne) {
+    recogniser().answerWith("");
+    press(HotkeyAction::pushToTalk);
+    speak(0.1);
+    release(HotkeyAction::pushToTalk);
+    settle();
+    EXPECT_EQ(state().errorMessage.get(),
+              "Transcription failed: Invalid response from transcription service.");
+}
+
+TEST_F(Dictation, DropsAPressOfACombinationOfLaterModes) {
+    press(HotkeyAction::handsFree);
+    release(HotkeyAction::handsFree);
+    EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
+    EXPECT_EQ(microphone().madeCount(), 0);
+}
+
+TEST_F(Dictation, HearsTheShortcutThroughTheListener) {
+    completeOnboardingAndStart();
+    recogniser().answerWith("by the key");
+    tap().holdModifiers(platform::modifier::option);
+    advance(0.149);
+    EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
+    advance(0.002);
+    EXPECT_EQ(state().recordingState.get(), RecordingState::recording);
+    speak(0.1);
+    tap().holdModifiers(0);
+    settle();
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"by the key"});
+}
+
+TEST_F(Dictation, OutlivesItsOwnController) {
+    press(HotkeyAction::pushToTalk);
+    dropState();
+    advance(1);
+    runtimeSupport().runUntilIdle();
+}
+
+} // namespace sonvale::core

@@ -1,0 +1,167 @@
+#include "tests/unit/core/CoreFixture.h"
+
+#include <gtest/gtest.h>
+
+namespace sonvale::core {
+
+using tests::CoreFixture;
+using transcription::TranscriptionEnginePreference;
+namespace keys = persistence::keys;
+
+using Startup = CoreFixture;
+
+TEST_F(Startup, StartsNoListenerBeforeOnboardingIsComplete) {
+    state().setup();
+    advance(200);
+    EXPECT_EQ(tap().startCount(), 0);
+    state().startHotkeysIfReady();
+    EXPECT_EQ(systemLines.back(), "[AppState] startHotkeysIfReady() — skipped, onboarding not complete");
+}
+
+TEST_F(Startup, StartsTheListenerWithTheDefaultShortcuts) {
+    completeOnboardingAndStart();
+    EXPECT_TRUE(tap().isRunning());
+    EXPECT_TRUE(state().hotkeyManager->isEnabled().get());
+    EXPECT_TRUE(settings().read(keys::hotkeyBindingsMigrated));
+    EXPECT_FALSE(tap().swallowable().empty());
+}
+
+TEST_F(Startup, CompletingOnboardingIsKept) {
+    settings().set(keys::onboardingStep, std::int64_t{3});
+    completeOnboardingAndStart();
+    EXPECT_TRUE(settings().read(keys::isOnboardingComplete));
+    EXPECT_FALSE(settings().has("onboardingStep"));
+    EXPECT_TRUE(systemHas("[AppState] completeOnboarding() called"));
+    EXPECT_TRUE(systemHas("[AppState] Permissions: mic=true a11y=true input=true"));
+    EXPECT_TRUE(systemHas("[AppState] setup() — isOnboardingComplete=true"));
+    EXPECT_TRUE(systemHas(
+        "[AppState] startHotkeysIfReady() — accessibilityGranted=true inputMonitoringGranted=true"));
+    EXPECT_TRUE(systemHas("[AppState] startHotkeysIfReady() — hotkeyManager.start() returned true"));
+    advance(2);
+    EXPECT_TRUE(systemHas("[AppState] Hotkeys started on fast-retry attempt 1"));
+    state().startHotkeysIfReady();
+    EXPECT_EQ(systemLines.back(),
+              "[AppState] startHotkeysIfReady() — hotkeys already running, nothing to do.");
+}
+
+TEST_F(Startup, FindsAGrantThatArrivesLateAtTheNextFastPass) {
+    accessibility().setTrusted(false);
+    completeOnboardingAndStart();
+    EXPECT_TRUE(systemHas("[AppState] startHotkeysIfReady() — waiting for permissions."));
+    advance(15);
+    EXPECT_EQ(tap().startCount(), 0);
+    accessibility().setTrusted(true);
+    advance(0.9);
+    EXPECT_EQ(tap().startCount(), 0);
+    advance(0.2);
+    EXPECT_EQ(tap().startCount(), 1);
+}
+
+TEST_F(Startup, LooksEveryTenSecondsForTwoMoreMinutesAndThenNoMore) {
+    accessibility().setTrusted(false);
+    completeOnboardingAndStart();
+    advance(20 + 60.5);
+    accessibility().setTrusted(true);
+    advance(9);
+    EXPECT_EQ(tap().startCount(), 0);
+    advance(1);
+    EXPECT_EQ(tap().startCount(), 1);
+}
+
+TEST_F(Startup, GivesUpAfterTheSlowPassesUntilAGrantIsReported) {
+    accessibility().setTrusted(false);
+    completeOnboardingAndStart();
+    advance(145);
+    accessibility().setTrusted(true);
+    advance(300);
+    EXPECT_EQ(tap().startCount(), 0);
+    state().permissionsManager->onPermissionGranted();
+    EXPECT_EQ(tap().startCount(), 1);
+}
+
+TEST_F(Startup, TriesARefusedListenerThreeTimesAndThenSaysSo) {
+    tap().setStartPermitted(false);
+    completeOnboardingAndStart();
+    EXPECT_TRUE(systemHas("[AppState] startHotkeysIfReady() — hotkeyManager.start() returned false"));
+    advance(2.1);
+    EXPECT_TRUE(systemHas("[AppState] startHotkeysIfReady() retry 1 — returned false"));
+    EXPECT_FALSE(state().errorMessage.get());
+    advance(4);
+    EXPECT_TRUE(systemHas("[AppState] startHotkeysIfReady() retry 3 — returned false"));
+    EXPECT_EQ(state().errorMessage.get(), "Failed to start hotkey listener. Try restarting the app.");
+}
+
+TEST_F(Startup, ARetriedListenerGetsItsShortcuts) {
+    tap().setStartPermitted(false);
+    completeOnboardingAndStart();
+    advance(1);
+    tap().setStartPermitted(true);
+    advance(1.1);
+    EXPECT_TRUE(tap().isRunning());
+    EXPECT_FALSE(tap().swallowable().empty());
+    EXPECT_FALSE(state().errorMessage.get());
+}
+
+TEST_F(Startup, TellsOnceThatAnotherProgramKeepsAShortcut) {
+    completeOnboardingAndStart();
+    tap().take({49, platform::modifier::option});
+    runtimeSupport().runUntilIdle();
+    EXPECT_EQ(state().errorMessage.get(), "Option + Space is used by another program.");
+}
+
+TEST_F(Startup, FollowsTheDockSetting) {
+    state().setup();
+    EXPECT_EQ(application().policy(), platform::ActivationPolicy::regular);
+    settings().set(keys::showInDock, false);
+    state().setup();
+    EXPECT_EQ(application().policy(), platform::ActivationPolicy::accessory);
+}
+
+TEST_F(Startup, TakesTheStoredEngineAndHybridForAnythingElse) {
+    EXPECT_EQ(state().transcriptionManager->preferredEngine.get(), TranscriptionEnginePreference::hybrid);
+    settings().set(keys::transcriptionEngine, std::string("cloud"));
+    rebuildState();
+    EXPECT_EQ(state().transcriptionManager->preferredEngine.get(), TranscriptionEnginePreference::cloud);
+    settings().set(keys::transcriptionEngine, std::string("Cloud"));
+    rebuildState();
+    EXPECT_EQ(state().transcriptionManager->preferredEngine.get(), TranscriptionEnginePreference::hybrid);
+}
+
+TEST_F(Startup, LocalOnlyModeForcesTheLocalEngineWithoutWritingItBack) {
+    settings().set(keys::transcriptionEngine, std::string("streaming"));
+    settings().set(keys::localOnlyMode, true);
+    rebuildState();
+    EXPECT_EQ(state().transcriptionManager->preferredEngine.get(), TranscriptionEnginePreference::local);
+    EXPECT_EQ(settings().stored(keys::transcriptionEngine), "streaming");
+}
+
+TEST_F(Startup, LocalOnlyModeGoesBackToTheEngineThatWasChosen) {
+    settings().set(keys::transcriptionEngine, std::string("streaming"));
+    rebuildState();
+    state().setLocalOnlyMode(true);
+    EXPECT_EQ(settings().stored(keys::engineBeforeLocalOnly), "streaming");
+    EXPECT_EQ(settings().stored(keys::transcriptionEngine), "local");
+    EXPECT_EQ(state().transcriptionManager->preferredEngine.get(), TranscriptionEnginePreference::local);
+
+    state().setLocalOnlyMode(false);
+    EXPECT_FALSE(settings().stored(keys::engineBeforeLocalOnly));
+    EXPECT_EQ(settings().stored(keys::transcriptionEngine), "streaming");
+    EXPECT_EQ(state().transcriptionManager->preferredEngine.get(), TranscriptionEnginePreference::streaming);
+}
+
+TEST_F(Startup, LeavesLocalOnlyModeForHybridWhenTheFormerEngineIsUnknown) {
+    settings().set(keys::engineBeforeLocalOnly, std::string("turbo"));
+    state().setLocalOnlyMode(false);
+    EXPECT_EQ(state().transcriptionManager->preferredEngine.get(), TranscriptionEnginePreference::hybrid);
+    EXPECT_EQ(settings().stored(keys::transcriptionEngine), "hybrid");
+}
+
+TEST_F(Startup, RegistersItsDefaults) {
+    EXPECT_TRUE(settings().read(keys::pauseAudioDuringDictation));
+    EXPECT_TRUE(settings().read(keys::showInDock));
+    EXPECT_FALSE(settings().read(keys::privacyModeEnabled));
+    EXPECT_FALSE(settings().read(keys::localOnlyMode));
+    EXPECT_TRUE(settings().read(keys::aiProcessingEnabled));
+}
+
+} // namespace sonvale::core
