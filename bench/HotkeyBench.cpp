@@ -19,8 +19,7 @@ using Type = platform::KeyEvent::Type;
 class BareTap final : public platform::EventTap {
 public:
     bool probe() override { return true; }
-    bool start(Callback newCallback) override
-    {
+    bool start(Callback newCallback) override {
         callback = std::move(newCallback);
         return true;
     }
@@ -34,8 +33,7 @@ public:
 };
 
 struct Listening {
-    Listening()
-    {
+    Listening() {
         runtime.main().post([this] {
             manager = std::make_unique<HotkeyManager>(runtime.main(), runtime.clock(), tap);
             manager->updateBindings(HotkeyBindingStore::defaults());
@@ -49,8 +47,7 @@ struct Listening {
     std::unique_ptr<HotkeyManager> manager;
 };
 
-void sendAll(benchmark::State& state, std::initializer_list<platform::KeyEvent> events)
-{
+void sendAll(benchmark::State& state, std::initializer_list<platform::KeyEvent> events) {
     Listening listening;
     std::int64_t count = 0;
     for (auto _ : state) {
@@ -68,17 +65,17 @@ void sendAll(benchmark::State& state, std::initializer_list<platform::KeyEvent> 
 }
 
 /// Ordinary typing: nothing matches.
-void TapCallbackTyping(benchmark::State& state) { sendAll(state, {{Type::keyDown, 7, 0}, {Type::keyUp, 7, 0}}); }
+void TapCallbackTyping(benchmark::State& state) {
+    sendAll(state, {{Type::keyDown, 7, 0}, {Type::keyUp, 7, 0}});
+}
 
 /// A shortcut with a key: one delivery for each event.
-void TapCallbackShortcut(benchmark::State& state)
-{
+void TapCallbackShortcut(benchmark::State& state) {
     sendAll(state, {{Type::keyDown, 49, modifier::option}, {Type::keyUp, 49, modifier::option}});
 }
 
 /// A quick tap of Option: a timer set and dropped, two deliveries.
-void TapCallbackModifierTap(benchmark::State& state)
-{
+void TapCallbackModifierTap(benchmark::State& state) {
     sendAll(state, {{Type::flagsChanged, 58, modifier::option}, {Type::flagsChanged, 58, 0}});
 }
 

@@ -2,20 +2,26 @@
 
 #include "base/Text.h"
 
+#include <cstddef>
+
 namespace sonvale::core {
 
-namespace {
-
-void dropWhileAtTheEnd(std::string& text, std::string_view tail) {
-    while (base::hasSuffix(text, tail))
-        text.resize(text.size() - tail.size());
-}
-
-} // namespace
-
 std::string stripTrailingEllipsis(std::string text) {
-    dropWhileAtTheEnd(text, "…");
-    dropWhileAtTheEnd(text, "...");
+    constexpr std::string_view ellipsis = "…";
+    constexpr std::string_view dot = ".";
+
+    const auto characters = base::characters(text);
+    auto kept = characters.size();
+    while (kept > 0 && characters[kept - 1] == ellipsis)
+        --kept;
+    const auto dropped = characters.size() - kept;
+
+    std::size_t dots = 0;
+    while (dots < kept && characters[kept - 1 - dots] == dot)
+        ++dots;
+    dots -= dots % 3;
+
+    text.resize(text.size() - dropped * ellipsis.size() - dots * dot.size());
     return base::trimmed(text, base::TrimmingSet::blanks);
 }
 

@@ -20,14 +20,17 @@ constexpr std::array<ActionText, allHotkeyActions.size()> texts{{
     {"cancel", "Cancel", "Dismiss dictation and notifications"},
 }};
 
-const ActionText& textOf(HotkeyAction action) { return texts.at(static_cast<std::size_t>(action)); }
+const ActionText& textOf(HotkeyAction action) {
+    return texts.at(static_cast<std::size_t>(action));
+}
 
 } // namespace
 
-std::string_view rawValue(HotkeyAction action) { return textOf(action).rawValue; }
+std::string_view rawValue(HotkeyAction action) {
+    return textOf(action).rawValue;
+}
 
-std::optional<HotkeyAction> hotkeyActionFromRawValue(std::string_view rawValue)
-{
+std::optional<HotkeyAction> hotkeyActionFromRawValue(std::string_view rawValue) {
     for (const auto action : allHotkeyActions) {
         if (textOf(action).rawValue == rawValue)
             return action;
@@ -35,8 +38,12 @@ std::optional<HotkeyAction> hotkeyActionFromRawValue(std::string_view rawValue)
     return std::nullopt;
 }
 
-std::string_view label(HotkeyAction action) { return textOf(action).label; }
+std::string_view label(HotkeyAction action) {
+    return textOf(action).label;
+}
 
-std::string_view subtitle(HotkeyAction action) { return textOf(action).subtitle; }
+std::string_view subtitle(HotkeyAction action) {
+    return textOf(action).subtitle;
+}
 
 } // namespace sonvale::hotkeys

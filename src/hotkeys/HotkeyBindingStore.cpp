@@ -20,8 +20,7 @@ namespace modifier = platform::modifier;
 
 /// A JSON number with a whole value that the type can hold, however it is written (49, 49.0, 4.9e1).
 template <std::integral Integer>
-std::optional<Integer> wholeNumber(const Json* value)
-{
+std::optional<Integer> wholeNumber(const Json* value) {
     if (value == nullptr || !value->is_number())
         return std::nullopt;
     if (value->is_number_float()) {
@@ -40,15 +39,13 @@ std::optional<Integer> wholeNumber(const Json* value)
     return value->is_number_unsigned() ? fit(value->get<std::uint64_t>()) : fit(value->get<std::int64_t>());
 }
 
-std::optional<HotkeyAction> readAction(const Json* value)
-{
+std::optional<HotkeyAction> readAction(const Json* value) {
     if (value == nullptr || !value->is_string())
         return std::nullopt;
     return hotkeyActionFromRawValue(value->get_ref<const std::string&>());
 }
 
-std::optional<HotkeyConfiguration> readConfiguration(const Json& value)
-{
+std::optional<HotkeyConfiguration> readConfiguration(const Json& value) {
     const auto keyCode = wholeNumber<std::int64_t>(jsonMember(value, "keyCode"));
     const auto modifiers = wholeNumber<std::uint64_t>(jsonMember(value, "modifiers"));
     const auto* displayName = jsonMember(value, "displayName");
@@ -57,12 +54,12 @@ std::optional<HotkeyConfiguration> readConfiguration(const Json& value)
     return HotkeyConfiguration{*keyCode, *modifiers, displayName->get<std::string>()};
 }
 
-std::optional<HotkeyBinding> readBinding(const Json& value)
-{
+std::optional<HotkeyBinding> readBinding(const Json& value) {
     const auto action = readAction(jsonMember(value, "action"));
     const auto* configs = jsonMember(value, "configs");
     const auto* isEnabled = jsonMember(value, "isEnabled");
-    if (!action || configs == nullptr || !configs->is_array() || isEnabled == nullptr || !isEnabled->is_boolean())
+    if (!action || configs == nullptr || !configs->is_array() || isEnabled == nullptr ||
+        !isEnabled->is_boolean())
         return std::nullopt;
 
     HotkeyBinding binding{*action, {}, isEnabled->get<bool>()};
@@ -75,8 +72,7 @@ std::optional<HotkeyBinding> readBinding(const Json& value)
     return binding;
 }
 
-Json written(const HotkeyBinding& binding)
-{
+Json written(const HotkeyBinding& binding) {
     auto configs = Json::array();
     for (const auto& config : binding.configs) {
         configs.push_back({{"keyCode", config.keyCode},
@@ -90,8 +86,7 @@ Json written(const HotkeyBinding& binding)
 
 } // namespace
 
-HotkeyBindings HotkeyBindingStore::defaults()
-{
+HotkeyBindings HotkeyBindingStore::defaults() {
     HotkeyBindings bindings;
     const auto bind = [&bindings](HotkeyAction action, HotkeyConfiguration config) {
         bindings.emplace(action, HotkeyBinding{action, {std::move(config)}, true});
@@ -99,13 +94,13 @@ HotkeyBindings HotkeyBindingStore::defaults()
     bind(HotkeyAction::pushToTalk, {HotkeyConfiguration::modifiersOnly, modifier::option, "Option"});
     bind(HotkeyAction::handsFree, {49, modifier::option, "Option + Space"});
     bind(HotkeyAction::commandMode, {24, modifier::option, "Option + ="});
-    bind(HotkeyAction::pasteLastTranscript, {9, modifier::command | modifier::option, "Command + Option + V"});
+    bind(HotkeyAction::pasteLastTranscript,
+         {9, modifier::command | modifier::option, "Command + Option + V"});
     bind(HotkeyAction::cancel, {53, 0, "Escape"});
     return bindings;
 }
 
-HotkeyBindings HotkeyBindingStore::load(const persistence::Settings& settings)
-{
+HotkeyBindings HotkeyBindingStore::load(const persistence::Settings& settings) {
     const auto stored = settings.stored(persistence::keys::hotkeyBindings);
     auto store = stored ? decode(stored->bytes) : std::nullopt;
     if (!store)
@@ -115,27 +110,26 @@ HotkeyBindings HotkeyBindingStore::load(const persistence::Settings& settings)
     return bindings;
 }
 
-void HotkeyBindingStore::save(persistence::Settings& settings, const HotkeyBindings& bindings)
-{
+void HotkeyBindingStore::save(persistence::Settings& settings, const HotkeyBindings& bindings) {
     settings.set(persistence::keys::hotkeyBindings, {HotkeyBindingStore{bindings}.encode()});
 }
 
-std::optional<HotkeyAction> HotkeyBindingStore::conflictingAction(std::int64_t keyCode, std::uint64_t modifiers,
+std::optional<HotkeyAction> HotkeyBindingStore::conflictingAction(std::int64_t keyCode,
+                                                                  std::uint64_t modifiers,
                                                                   HotkeyAction editing,
-                                                                  const HotkeyBindings& bindings)
-{
+                                                                  const HotkeyBindings& bindings) {
     const auto holdsCandidate = [keyCode, modifiers](const HotkeyConfiguration& config) {
         return config.keyCode == keyCode && config.modifiers == modifiers;
     };
     for (const auto& [key, binding] : bindings) {
-        if (binding.action != editing && binding.isEnabled && std::ranges::any_of(binding.configs, holdsCandidate))
+        if (binding.action != editing && binding.isEnabled &&
+            std::ranges::any_of(binding.configs, holdsCandidate))
             return binding.action;
     }
     return std::nullopt;
 }
 
-std::optional<HotkeyBindingStore> HotkeyBindingStore::decode(std::string_view text)
-{
+std::optional<HotkeyBindingStore> HotkeyBindingStore::decode(std::string_view text) {
     const auto root = base::parseJson(text);
     const auto* pairs = root ? jsonMember(*root, "bindings") : nullptr;
     if (pairs == nullptr || !pairs->is_array() || pairs->size() % 2 != 0)
@@ -151,8 +145,7 @@ std::optional<HotkeyBindingStore> HotkeyBindingStore::decode(std::string_view te
     return store;
 }
 
-std::string HotkeyBindingStore::encode() const
-{
+std::string HotkeyBindingStore::encode() const {
     auto pairs = Json::array();
     for (const auto& [action, binding] : bindings) {
         pairs.push_back(rawValue(action));

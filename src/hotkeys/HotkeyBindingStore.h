@@ -14,8 +14,8 @@ class Settings;
 namespace sonvale::hotkeys {
 
 /// The user's bindings in the form in which they are kept in the settings: the JSON text
-/// `{"bindings": ["pushToTalk", {"action", "configs", "isEnabled"}, ...]}`, actions and their bindings taking turns
-/// in one array, in any order.
+/// `{"bindings": ["pushToTalk", {"action", "configs", "isEnabled"}, ...]}`, actions and their bindings taking
+/// turns in one array, in any order.
 struct HotkeyBindingStore {
     HotkeyBindings bindings;
 
@@ -29,13 +29,15 @@ struct HotkeyBindingStore {
     /// Stores `bindings` as they are. Main actor.
     static void save(persistence::Settings& settings, const HotkeyBindings& bindings);
 
-    /// The first other action, in the order of the actions, that has an enabled binding with exactly this key and
-    /// these modifiers (all bits compared). Absent when the combination is free for the action being edited.
+    /// The first other action, in the order of the actions, that has an enabled binding with exactly this key
+    /// and these modifiers (all bits compared). Absent when the combination is free for the action being
+    /// edited.
     static std::optional<HotkeyAction> conflictingAction(std::int64_t keyCode, std::uint64_t modifiers,
-                                                         HotkeyAction editing, const HotkeyBindings& bindings);
+                                                         HotkeyAction editing,
+                                                         const HotkeyBindings& bindings);
 
-    /// Reads the stored form, actions that are not listed being left out. Absent unless the text is exactly of that
-    /// form: every key there and of its type, whole numbers in range, each action once. Keys beyond
+    /// Reads the stored form, actions that are not listed being left out. Absent unless the text is exactly
+    /// of that form: every key there and of its type, whole numbers in range, each action once. Keys beyond
     /// those are passed over.
     static std::optional<HotkeyBindingStore> decode(std::string_view json);
 

@@ -13,8 +13,7 @@ namespace sonvale::hotkeys {
 namespace {
 
 /// The combinations that may be kept from the focused application. Those of `cancel` always reach it.
-std::vector<platform::KeyCombination> swallowable(const HotkeyBindings& bindings)
-{
+std::vector<platform::KeyCombination> swallowable(const HotkeyBindings& bindings) {
     std::vector<platform::KeyCombination> combinations;
     for (const auto& [key, binding] : bindings) {
         if (!binding.isEnabled || binding.action == HotkeyAction::cancel)
@@ -22,8 +21,8 @@ std::vector<platform::KeyCombination> swallowable(const HotkeyBindings& bindings
         for (const auto& config : binding.configs) {
             // Beyond this range there are no keys; such a shortcut came from a file that was edited by hand.
             if (config.keyCode >= 0 && std::in_range<int>(config.keyCode)) {
-                combinations.push_back({static_cast<int>(config.keyCode),
-                                        config.modifiers & platform::modifier::mask});
+                combinations.push_back(
+                    {static_cast<int>(config.keyCode), config.modifiers & platform::modifier::mask});
             }
         }
     }
@@ -41,16 +40,14 @@ struct HotkeyManager::Receiver {
 /// What the manager has on the tap's thread.
 class HotkeyManager::Listener : public std::enable_shared_from_this<Listener> {
 public:
-    Listener(runtime::Actor main, runtime::Clock& clock, platform::EventTap& tap, std::weak_ptr<Receiver> receiver)
+    Listener(runtime::Actor main, runtime::Clock& clock, platform::EventTap& tap,
+             std::weak_ptr<Receiver> receiver)
         : main_(std::move(main))
         , clock_(clock)
         , tap_(&tap)
-        , receiver_(std::move(receiver))
-    {
-    }
+        , receiver_(std::move(receiver)) {}
 
-    platform::KeyVerdict handle(const platform::KeyEvent& event)
-    {
+    platform::KeyVerdict handle(const platform::KeyEvent& event) {
         if (event.type == platform::KeyEvent::Type::tapDisabled) {
             tap_->enable();
             return platform::KeyVerdict::pass;
@@ -67,8 +64,7 @@ public:
     void setBindings(const HotkeyBindings& bindings) { machine_.setBindings(bindings); }
 
     /// Called once the tap has stopped, so that nothing else is under way here but perhaps the timer.
-    void close()
-    {
+    void close() {
         cancelDelay();
         machine_.reset();
         const std::lock_guard lock(tapMutex_);
@@ -76,8 +72,7 @@ public:
     }
 
 private:
-    void startDelay()
-    {
+    void startDelay() {
         timer_ = clock_.schedule(modifierDelaySeconds, [weak = weak_from_this(), number = delayNumber_] {
             if (const auto self = weak.lock())
                 self->passOnToTap(number);
@@ -85,16 +80,14 @@ private:
     }
 
     /// A timer that has fired already finds that its number is no longer the current one.
-    void cancelDelay()
-    {
+    void cancelDelay() {
         ++delayNumber_;
         if (const auto timer = std::exchange(timer_, std::nullopt))
             clock_.cancel(*timer);
     }
 
     /// On the clock's thread. The end of the delay is handled between two key events, on their thread.
-    void passOnToTap(unsigned number)
-    {
+    void passOnToTap(unsigned number) {
         const std::lock_guard lock(tapMutex_);
         if (tap_ == nullptr)
             return;
@@ -105,8 +98,7 @@ private:
         });
     }
 
-    void deliver(const HotkeyStateMachine::Decision& decision) const
-    {
+    void deliver(const HotkeyStateMachine::Decision& decision) const {
         if (decision.deliveryCount == 0)
             return;
         main_.post([receiver = receiver_, decision] {
@@ -136,12 +128,9 @@ HotkeyManager::HotkeyManager(runtime::Actor main, runtime::Clock& clock, platfor
     : main_(std::move(main))
     , tap_(tap)
     , receiver_(std::make_shared<Receiver>())
-    , listener_(std::make_shared<Listener>(main_, clock, tap, receiver_))
-{
-}
+    , listener_(std::make_shared<Listener>(main_, clock, tap, receiver_)) {}
 
-HotkeyManager::~HotkeyManager()
-{
+HotkeyManager::~HotkeyManager() {
     if (isListening_)
         tap_.stop();
     listener_->close();
@@ -150,12 +139,12 @@ HotkeyManager::~HotkeyManager()
     main_.post([receiver = receiver_] { receiver->isEnabled = false; });
 }
 
-bool HotkeyManager::start()
-{
+bool HotkeyManager::start() {
     main_.assertCurrent();
     if (isListening_)
         return true;
-    isListening_ = tap_.start([listener = listener_](const platform::KeyEvent& event) { return listener->handle(event); });
+    isListening_ = tap_.start(
+        [listener = listener_](const platform::KeyEvent& event) { return listener->handle(event); });
     if (!isListening_)
         return false;
     main_.post([weak = std::weak_ptr(receiver_)] {
@@ -165,8 +154,7 @@ bool HotkeyManager::start()
     return true;
 }
 
-void HotkeyManager::updateBindings(const HotkeyBindings& bindings)
-{
+void HotkeyManager::updateBindings(const HotkeyBindings& bindings) {
     main_.assertCurrent();
     tap_.setSwallowable(swallowable(bindings));
     if (!isListening_) {
@@ -179,10 +167,16 @@ void HotkeyManager::updateBindings(const HotkeyBindings& bindings)
     });
 }
 
-void HotkeyManager::setOnAction(OnAction onAction) { receiver_->onAction = std::move(onAction); }
+void HotkeyManager::setOnAction(OnAction onAction) {
+    receiver_->onAction = std::move(onAction);
+}
 
-const base::Observed<bool>& HotkeyManager::isEnabled() const { return receiver_->isEnabled; }
+const base::Observed<bool>& HotkeyManager::isEnabled() const {
+    return receiver_->isEnabled;
+}
 
-base::Observed<bool>& HotkeyManager::isEnabled() { return receiver_->isEnabled; }
+base::Observed<bool>& HotkeyManager::isEnabled() {
+    return receiver_->isEnabled;
+}
 
 } // namespace sonvale::hotkeys

@@ -23,8 +23,7 @@ struct SingleHotkey {
 /// What old versions came with: the D key with Option.
 constexpr SingleHotkey formerDefault{2, platform::modifier::option};
 
-std::optional<SingleHotkey> fetchSingleHotkey(const persistence::ModelContext& store)
-{
+std::optional<SingleHotkey> fetchSingleHotkey(const persistence::ModelContext& store) {
     try {
         const auto records = store.fetch<persistence::AppSettings>();
         if (records.empty())
@@ -39,16 +38,16 @@ std::optional<SingleHotkey> fetchSingleHotkey(const persistence::ModelContext& s
 
 } // namespace
 
-void migrateHotkeyBindings(persistence::Settings& settings, persistence::ModelContext* store)
-{
+void migrateHotkeyBindings(persistence::Settings& settings, persistence::ModelContext* store) {
     if (settings.read(persistence::keys::hotkeyBindingsMigrated) || store == nullptr)
         return;
 
     const auto hotkey = fetchSingleHotkey(*store);
     if (hotkey && *hotkey != formerDefault) {
         auto bindings = HotkeyBindingStore::load(settings);
-        HotkeyConfiguration config{hotkey->keyCode, hotkey->modifiers,
-                                   HotkeyConfiguration::formatDisplayName(hotkey->keyCode, hotkey->modifiers)};
+        HotkeyConfiguration config{
+            hotkey->keyCode, hotkey->modifiers,
+            HotkeyConfiguration::formatDisplayName(hotkey->keyCode, hotkey->modifiers)};
         bindings[HotkeyAction::pushToTalk] = {HotkeyAction::pushToTalk, {std::move(config)}, true};
         HotkeyBindingStore::save(settings, bindings);
     }

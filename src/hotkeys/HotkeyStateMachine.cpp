@@ -13,22 +13,21 @@ using Decision = HotkeyStateMachine::Decision;
 using Delay = HotkeyStateMachine::Delay;
 
 /// The cancel shortcut is usually Escape, which the focused application has to see as well.
-KeyVerdict verdictFor(HotkeyAction action)
-{
+KeyVerdict verdictFor(HotkeyAction action) {
     return action == HotkeyAction::cancel ? KeyVerdict::pass : KeyVerdict::swallow;
 }
 
-Decision deliver(HotkeyAction action, HotkeyEventType type, KeyVerdict verdict, Delay delay = Delay::leave)
-{
+Decision deliver(HotkeyAction action, HotkeyEventType type, KeyVerdict verdict, Delay delay = Delay::leave) {
     return {.verdict = verdict, .delay = delay, .delivered = {{{action, type}}}, .deliveryCount = 1};
 }
 
-bool contains(std::uint64_t flags, std::uint64_t modifiers) { return (flags & modifiers) == modifiers; }
+bool contains(std::uint64_t flags, std::uint64_t modifiers) {
+    return (flags & modifiers) == modifiers;
+}
 
 } // namespace
 
-void HotkeyStateMachine::setBindings(const HotkeyBindings& bindings)
-{
+void HotkeyStateMachine::setBindings(const HotkeyBindings& bindings) {
     reset();
     for (const auto& [key, binding] : bindings) {
         if (!binding.isEnabled)
@@ -40,15 +39,13 @@ void HotkeyStateMachine::setBindings(const HotkeyBindings& bindings)
     }
 }
 
-void HotkeyStateMachine::reset()
-{
+void HotkeyStateMachine::reset() {
     listened_ = {};
     pressed_.reset();
     waiting_.reset();
 }
 
-Decision HotkeyStateMachine::handle(const KeyEvent& event)
-{
+Decision HotkeyStateMachine::handle(const KeyEvent& event) {
     const auto flags = event.flags & platform::modifier::mask;
     switch (event.type) {
     case KeyEvent::Type::keyDown:
@@ -63,16 +60,14 @@ Decision HotkeyStateMachine::handle(const KeyEvent& event)
     return {};
 }
 
-Decision HotkeyStateMachine::delayElapsed()
-{
+Decision HotkeyStateMachine::delayElapsed() {
     if (!waiting_)
         return {};
     pressed_ = std::exchange(waiting_, std::nullopt);
     return deliver(*pressed_, HotkeyEventType::down, KeyVerdict::pass);
 }
 
-Decision HotkeyStateMachine::keyDown(std::int64_t keyCode, std::uint64_t flags)
-{
+Decision HotkeyStateMachine::keyDown(std::int64_t keyCode, std::uint64_t flags) {
     // A key without a code of its own carries -1, which stands for "modifiers alone" in a shortcut.
     const auto match = keyCode < 0 ? std::nullopt : matchAction(keyCode, flags);
 
@@ -84,7 +79,8 @@ Decision HotkeyStateMachine::keyDown(std::int64_t keyCode, std::uint64_t flags)
     }
 
     if (pressed_) {
-        // The same key again is its repeat. It is kept from the application even where the press itself was not.
+        // The same key again is its repeat. It is kept from the application even where the press itself was
+        // not.
         return {.verdict = hasKey(*pressed_, keyCode) ? KeyVerdict::swallow : KeyVerdict::pass};
     }
 
@@ -94,16 +90,14 @@ Decision HotkeyStateMachine::keyDown(std::int64_t keyCode, std::uint64_t flags)
     return deliver(*match, HotkeyEventType::down, verdictFor(*match));
 }
 
-Decision HotkeyStateMachine::keyUp(std::int64_t keyCode)
-{
+Decision HotkeyStateMachine::keyUp(std::int64_t keyCode) {
     if (!pressed_ || !hasKey(*pressed_, keyCode))
         return {};
     const auto released = *std::exchange(pressed_, std::nullopt);
     return deliver(released, HotkeyEventType::up, verdictFor(released));
 }
 
-Decision HotkeyStateMachine::flagsChanged(std::uint64_t flags)
-{
+Decision HotkeyStateMachine::flagsChanged(std::uint64_t flags) {
     if (pressed_)
         return flagsChangedWhileHeld(flags);
     if (waiting_)
@@ -113,8 +107,7 @@ Decision HotkeyStateMachine::flagsChanged(std::uint64_t flags)
     return {.delay = waiting_ ? Delay::start : Delay::leave};
 }
 
-Decision HotkeyStateMachine::flagsChangedWhileWaiting(std::uint64_t flags)
-{
+Decision HotkeyStateMachine::flagsChangedWhileWaiting(std::uint64_t flags) {
     const auto required = modifiersAlone(*waiting_).value_or(0);
     if (required != 0 && contains(flags, required)) {
         if (flags == required)
@@ -131,8 +124,7 @@ Decision HotkeyStateMachine::flagsChangedWhileWaiting(std::uint64_t flags)
             .deliveryCount = 2};
 }
 
-Decision HotkeyStateMachine::flagsChangedWhileHeld(std::uint64_t flags)
-{
+Decision HotkeyStateMachine::flagsChangedWhileHeld(std::uint64_t flags) {
     if (const auto required = modifiersAlone(*pressed_)) {
         if (*required != 0 && contains(flags, *required)) {
             if (flags == *required)
@@ -141,8 +133,11 @@ Decision HotkeyStateMachine::flagsChangedWhileHeld(std::uint64_t flags)
             return deliver(HotkeyAction::cancel, HotkeyEventType::down, KeyVerdict::pass);
         }
     } else {
-        // With the modifier let go before the key, the press is over; a shortcut without modifiers needs the key.
-        const auto stillHeld = [flags](const Shortcut& shortcut) { return contains(flags, shortcut.modifiers); };
+        // With the modifier let go before the key, the press is over; a shortcut without modifiers needs the
+        // key.
+        const auto stillHeld = [flags](const Shortcut& shortcut) {
+            return contains(flags, shortcut.modifiers);
+        };
         if (std::ranges::any_of(shortcuts(*pressed_), stillHeld))
             return {};
     }
@@ -151,8 +146,7 @@ Decision HotkeyStateMachine::flagsChangedWhileHeld(std::uint64_t flags)
     return deliver(released, HotkeyEventType::up, KeyVerdict::pass);
 }
 
-std::optional<HotkeyAction> HotkeyStateMachine::matchAction(std::int64_t keyCode, std::uint64_t flags) const
-{
+std::optional<HotkeyAction> HotkeyStateMachine::matchAction(std::int64_t keyCode, std::uint64_t flags) const {
     const auto isPressed = [keyCode, flags](const Shortcut& shortcut) {
         return shortcut.keyCode == keyCode && shortcut.modifiers == flags;
     };
@@ -163,19 +157,16 @@ std::optional<HotkeyAction> HotkeyStateMachine::matchAction(std::int64_t keyCode
     return std::nullopt;
 }
 
-const std::vector<HotkeyStateMachine::Shortcut>& HotkeyStateMachine::shortcuts(HotkeyAction action) const
-{
+const std::vector<HotkeyStateMachine::Shortcut>& HotkeyStateMachine::shortcuts(HotkeyAction action) const {
     return listened_[static_cast<std::size_t>(action)];
 }
 
-bool HotkeyStateMachine::hasKey(HotkeyAction action, std::int64_t keyCode) const
-{
+bool HotkeyStateMachine::hasKey(HotkeyAction action, std::int64_t keyCode) const {
     const auto isOnKey = [keyCode](const Shortcut& shortcut) { return shortcut.keyCode == keyCode; };
     return keyCode >= 0 && std::ranges::any_of(shortcuts(action), isOnKey);
 }
 
-std::optional<std::uint64_t> HotkeyStateMachine::modifiersAlone(HotkeyAction action) const
-{
+std::optional<std::uint64_t> HotkeyStateMachine::modifiersAlone(HotkeyAction action) const {
     const auto& candidates = shortcuts(action);
     const auto entry = std::ranges::find(candidates, HotkeyConfiguration::modifiersOnly, &Shortcut::keyCode);
     return entry == candidates.end() ? std::nullopt : std::optional(entry->modifiers);

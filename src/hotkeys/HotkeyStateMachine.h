@@ -13,12 +13,12 @@
 
 namespace sonvale::hotkeys {
 
-/// Tells from the stream of key events which action goes down or up, and which events are kept from the focused
-/// application.
+/// Tells from the stream of key events which action goes down or up, and which events are kept from the
+/// focused application.
 ///
-/// A shortcut of modifiers alone is also the first half of other shortcuts, so its action waits for a delay that the
-/// owner runs; it becomes something else, or nothing, when more keys come before its end. Nothing here allocates but
-/// `setBindings`. Not safe to use from two threads at once.
+/// A shortcut of modifiers alone is also the first half of other shortcuts, so its action waits for a delay
+/// that the owner runs; it becomes something else, or nothing, when more keys come before its end. Nothing
+/// here allocates but `setBindings`. Not safe to use from two threads at once.
 class HotkeyStateMachine {
 public:
     /// What the owner has to do with the timer of the delay.
@@ -73,7 +73,8 @@ private:
     /// Modifiers of the action's first shortcut that is made of modifiers alone.
     std::optional<std::uint64_t> modifiersAlone(HotkeyAction action) const;
 
-    std::array<std::vector<Shortcut>, allHotkeyActions.size()> listened_; ///< for each action, none when disabled
+    std::array<std::vector<Shortcut>, allHotkeyActions.size()>
+        listened_; ///< for each action, none when disabled
     std::optional<HotkeyAction> pressed_;
     std::optional<HotkeyAction> waiting_;
 };

@@ -9,10 +9,10 @@
 
 namespace sonvale::services {
 
-BundleInfo::BundleInfo(nlohmann::json::object_t values) : values_(std::move(values)) {}
+BundleInfo::BundleInfo(nlohmann::json::object_t values)
+    : values_(std::move(values)) {}
 
-BundleInfo BundleInfo::load(const std::filesystem::path& path)
-{
+BundleInfo BundleInfo::load(const std::filesystem::path& path) {
     static const base::Logger logger("BundleInfo");
 
     std::ifstream file(path, std::ios::binary);
@@ -30,16 +30,16 @@ BundleInfo BundleInfo::load(const std::filesystem::path& path)
     return BundleInfo(std::move(parsed.get_ref<nlohmann::json::object_t&>()));
 }
 
-nlohmann::json BundleInfo::value(std::string_view name) const
-{
+nlohmann::json BundleInfo::value(std::string_view name) const {
     const auto entry = values_.find(name);
     return entry == values_.end() ? nlohmann::json() : entry->second;
 }
 
-bool BundleInfo::hasUsableKey() const { return isUsableBundleKey(value(openAIKey)); }
+bool BundleInfo::hasUsableKey() const {
+    return isUsableBundleKey(value(openAIKey));
+}
 
-bool isUsableBundleKey(const nlohmann::json& value)
-{
+bool isUsableBundleKey(const nlohmann::json& value) {
     if (!value.is_string())
         return false;
     const auto& key = value.get_ref<const std::string&>();

@@ -4,22 +4,17 @@
 
 #include <fmt/format.h>
 
-#include <utility>
-
 namespace sonvale::services {
 
 PermissionsManager::PermissionsManager(platform::CaptureAuthorization& capture,
-                                       platform::AccessibilityTree& accessibility, platform::EventTap& eventTap,
-                                       platform::SpeechRecognizers& speech)
+                                       platform::AccessibilityTree& accessibility,
+                                       platform::EventTap& eventTap, platform::SpeechRecognizers& speech)
     : capture_(capture)
     , accessibility_(accessibility)
     , eventTap_(eventTap)
-    , speech_(speech)
-{
-}
+    , speech_(speech) {}
 
-void PermissionsManager::checkMicrophone()
-{
+void PermissionsManager::checkMicrophone() {
     // macOS keeps a second record of this grant; here there is one source, which stands for both.
     const auto status = capture_.status();
     const auto number = static_cast<int>(status);
@@ -29,29 +24,25 @@ void PermissionsManager::checkMicrophone()
     microphoneGranted = status == platform::CaptureStatus::authorized;
 }
 
-void PermissionsManager::checkAccessibility()
-{
+void PermissionsManager::checkAccessibility() {
     const auto isGranted = accessibility_.isTrusted();
     base::systemLog(fmt::format("checkAccessibility() — {}", isGranted));
     accessibilityGranted = isGranted;
 }
 
-void PermissionsManager::checkInputMonitoring()
-{
+void PermissionsManager::checkInputMonitoring() {
     const auto isGranted = eventTap_.probe();
     base::systemLog(fmt::format("checkInputMonitoring() — {}", isGranted));
     inputMonitoringGranted = isGranted;
 }
 
-void PermissionsManager::checkSpeechRecognition()
-{
+void PermissionsManager::checkSpeechRecognition() {
     const auto isGranted = speech_.authorizationStatus() == platform::SpeechAuthorization::authorized;
     base::systemLog(fmt::format("checkSpeechRecognition() — {}", isGranted));
     speechRecognitionGranted = isGranted;
 }
 
-void PermissionsManager::refresh()
-{
+void PermissionsManager::refresh() {
     checkMicrophone();
     checkAccessibility();
     checkInputMonitoring();

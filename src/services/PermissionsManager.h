@@ -33,8 +33,8 @@ public:
     /// All four checks, in the order above.
     void refresh();
 
-    /// Called on the main actor when the user has granted what was asked for; set once by the owner, which the
-    /// function holds weakly. The checks themselves tell only the observers of the flags.
+    /// Called on the main actor when the user has granted what was asked for; set once by the owner, which
+    /// the function holds weakly. The checks themselves tell only the observers of the flags.
     std::function<void()> onPermissionGranted;
 
 private:

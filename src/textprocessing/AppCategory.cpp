@@ -22,7 +22,9 @@ constexpr std::array<CategoryText, allAppCategories.size()> texts{{
     {"other", "other"},
 }};
 
-const CategoryText& textOf(AppCategory category) { return texts.at(static_cast<std::size_t>(category)); }
+const CategoryText& textOf(AppCategory category) {
+    return texts.at(static_cast<std::size_t>(category));
+}
 
 struct KnownApplication {
     std::string_view bundleID;
@@ -67,10 +69,11 @@ constexpr std::array<KnownApplication, 33> knownApplications{{
 
 } // namespace
 
-std::string_view rawValue(AppCategory category) { return textOf(category).rawValue; }
+std::string_view rawValue(AppCategory category) {
+    return textOf(category).rawValue;
+}
 
-std::optional<AppCategory> appCategoryFromRawValue(std::string_view rawValue)
-{
+std::optional<AppCategory> appCategoryFromRawValue(std::string_view rawValue) {
     for (const auto category : allAppCategories) {
         if (textOf(category).rawValue == rawValue)
             return category;
@@ -78,10 +81,11 @@ std::optional<AppCategory> appCategoryFromRawValue(std::string_view rawValue)
     return std::nullopt;
 }
 
-std::string_view displayPhrase(AppCategory category) { return textOf(category).displayPhrase; }
+std::string_view displayPhrase(AppCategory category) {
+    return textOf(category).displayPhrase;
+}
 
-AppCategory forBundleID(std::optional<std::string_view> bundleID)
-{
+AppCategory forBundleID(std::optional<std::string_view> bundleID) {
     if (!bundleID)
         return AppCategory::other;
     const auto known = std::ranges::find(knownApplications, *bundleID, &KnownApplication::bundleID);

@@ -9,9 +9,9 @@ namespace sonvale::textprocessing {
 /// What an application is used for, as far as the style of a text depends on it.
 enum class AppCategory { personalMessaging, workMessaging, email, code, browser, notes, other };
 
-inline constexpr std::array allAppCategories{AppCategory::personalMessaging, AppCategory::workMessaging,
-                                             AppCategory::email, AppCategory::code, AppCategory::browser,
-                                             AppCategory::notes, AppCategory::other};
+inline constexpr std::array allAppCategories{
+    AppCategory::personalMessaging, AppCategory::workMessaging, AppCategory::email, AppCategory::code,
+    AppCategory::browser,           AppCategory::notes,         AppCategory::other};
 
 /// The name under which the category is stored.
 std::string_view rawValue(AppCategory category);

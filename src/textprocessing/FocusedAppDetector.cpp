@@ -4,10 +4,10 @@
 
 namespace sonvale::textprocessing {
 
-FocusedAppDetector::FocusedAppDetector(platform::Workspace& workspace) : workspace_(workspace) {}
+FocusedAppDetector::FocusedAppDetector(platform::Workspace& workspace)
+    : workspace_(workspace) {}
 
-FocusedAppInfo FocusedAppDetector::detect() const
-{
+FocusedAppInfo FocusedAppDetector::detect() const {
     FocusedAppInfo info;
     if (auto front = workspace_.frontmostApplication()) {
         info.bundleID = std::move(front->bundleIdentifier);

@@ -10,26 +10,28 @@ using nlohmann::json;
 
 namespace {
 
-platform::PcmBuffer buffer(const json& channels)
-{
-    const auto frames = channels.empty() ? 0 : channels.front().size();
-    const auto isChannel = [frames](const json& channel) {
-        return channel.is_array() && channel.size() == frames &&
+/// The first channel decides the length; the others are cut or filled with silence.
+platform::PcmBuffer buffer(const json& channels) {
+    const auto isChannel = [](const json& channel) {
+        return channel.is_array() &&
                std::ranges::all_of(channel, [](const json& sample) { return sample.is_number(); });
     };
     if (!std::ranges::all_of(channels, isChannel))
-        throw BadCase("\"channels\" are no equally long arrays of numbers");
+        throw BadCase("\"channels\" are no arrays of numbers");
 
+    const auto frames = channels.empty() ? 0 : channels.front().size();
     platform::PcmBuffer pcm({48000, static_cast<std::uint32_t>(channels.size())}, frames);
-    for (std::size_t i = 0; i < channels.size(); ++i)
-        std::ranges::transform(channels[i], pcm.channel(i).begin(), [](const json& s) { return s.get<float>(); });
+    for (std::size_t i = 0; i < channels.size(); ++i) {
+        const auto count = std::min(frames, channels[i].size());
+        for (std::size_t k = 0; k < count; ++k)
+            pcm.channel(i)[k] = channels[i][k].get<float>();
+    }
     return pcm;
 }
 
 } // namespace
 
-void addAudioCases(CaseRegistry& registry)
-{
+void addAudioCases(CaseRegistry& registry) {
     registry["level"] = [](const json& in) { return audio::level(buffer(array(in, "channels"))); };
 }
 

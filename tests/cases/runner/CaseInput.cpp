@@ -8,36 +8,31 @@ using nlohmann::json;
 
 namespace {
 
-[[noreturn]] void refuse(const char* name, const char* wanted)
-{
+[[noreturn]] void refuse(const char* name, const char* wanted) {
     throw BadCase(std::string("\"") + name + "\" is no " + wanted);
 }
 
 } // namespace
 
-const json& field(const json& in, const char* name)
-{
+const json& field(const json& in, const char* name) {
     const auto entry = in.find(name);
     if (entry == in.end())
         throw BadCase(std::string("\"") + name + "\" is missing");
     return *entry;
 }
 
-std::string text(const json& in, const char* name)
-{
+std::string text(const json& in, const char* name) {
     const auto& value = field(in, name);
     if (!value.is_string())
         refuse(name, "string");
     return value.get<std::string>();
 }
 
-std::optional<std::string> textOrNull(const json& in, const char* name)
-{
+std::optional<std::string> textOrNull(const json& in, const char* name) {
     return field(in, name).is_null() ? std::nullopt : std::optional(text(in, name));
 }
 
-std::int64_t integer(const json& in, const char* name)
-{
+std::int64_t integer(const json& in, const char* name) {
     const auto& value = field(in, name);
     if (value.is_number_unsigned() && value.get<std::uint64_t>() > INT64_MAX)
         refuse(name, "signed 64-bit integer");
@@ -50,8 +45,7 @@ std::int64_t integer(const json& in, const char* name)
     refuse(name, "integer");
 }
 
-std::uint64_t unsignedInteger(const json& in, const char* name)
-{
+std::uint64_t unsignedInteger(const json& in, const char* name) {
     const auto& value = field(in, name);
     if (value.is_number_unsigned())
         return value.get<std::uint64_t>();
@@ -61,24 +55,21 @@ std::uint64_t unsignedInteger(const json& in, const char* name)
     return static_cast<std::uint64_t>(number);
 }
 
-double number(const json& in, const char* name)
-{
+double number(const json& in, const char* name) {
     const auto& value = field(in, name);
     if (!value.is_number())
         refuse(name, "number");
     return value.get<double>();
 }
 
-bool boolean(const json& in, const char* name)
-{
+bool boolean(const json& in, const char* name) {
     const auto& value = field(in, name);
     if (!value.is_boolean())
         refuse(name, "bool");
     return value.get<bool>();
 }
 
-const json& array(const json& in, const char* name)
-{
+const json& array(const json& in, const char* name) {
     const auto& value = field(in, name);
     if (!value.is_array())
         refuse(name, "array");

@@ -21,8 +21,7 @@ const nlohmann::json& array(const nlohmann::json& in, const char* name);
 
 /// `value`, or `BadCase` saying that `what` is none of the known ones.
 template <class T>
-T known(std::optional<T> value, const std::string& what)
-{
+T known(std::optional<T> value, const std::string& what) {
     if (!value)
         throw BadCase("unknown " + what);
     return *std::move(value);

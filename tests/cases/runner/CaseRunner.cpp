@@ -19,13 +19,11 @@ using nlohmann::json;
 namespace fs = std::filesystem;
 
 /// What came back may hold bytes that are no text.
-std::string shown(const json& value)
-{
+std::string shown(const json& value) {
     return value.dump(-1, ' ', /*ensure_ascii=*/false, json::error_handler_t::replace);
 }
 
-std::optional<std::string> contents(const fs::path& path)
-{
+std::optional<std::string> contents(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
     std::ostringstream bytes;
     bytes << file.rdbuf();
@@ -39,12 +37,9 @@ std::optional<std::string> contents(const fs::path& path)
 CaseRunner::CaseRunner(CaseRegistry registry, std::set<std::string> excepted, std::ostream& out)
     : registry_(std::move(registry))
     , excepted_(std::move(excepted))
-    , out_(out)
-{
-}
+    , out_(out) {}
 
-void CaseRunner::runFolder(const fs::path& folder)
-{
+void CaseRunner::runFolder(const fs::path& folder) {
     std::vector<fs::path> files;
     std::error_code error;
     for (fs::recursive_directory_iterator entry(folder, error), end; !error && entry != end;
@@ -62,8 +57,7 @@ void CaseRunner::runFolder(const fs::path& folder)
         runFile(file);
 }
 
-void CaseRunner::runFile(const fs::path& path)
-{
+void CaseRunner::runFile(const fs::path& path) {
     const auto bytes = contents(path);
     if (!bytes)
         return fail(path.string(), "cannot be read");
@@ -86,8 +80,8 @@ void CaseRunner::runFile(const fs::path& path)
         runCase(path.string(), function->second, (*cases)[i], i);
 }
 
-void CaseRunner::runCase(const std::string& file, const CaseFunction& function, const json& entry, std::size_t index)
-{
+void CaseRunner::runCase(const std::string& file, const CaseFunction& function, const json& entry,
+                         std::size_t index) {
     const auto name = entry.find("name");
     const auto where = file + ": " +
                        (name != entry.end() && name->is_string() ? name->get<std::string>()
@@ -104,7 +98,8 @@ void CaseRunner::runCase(const std::string& file, const CaseFunction& function, 
 
     try {
         const auto got = function(*in);
-        const auto allowed = tolerance == entry.end() ? std::nullopt : std::optional(tolerance->get<double>());
+        const auto allowed =
+            tolerance == entry.end() ? std::nullopt : std::optional(tolerance->get<double>());
         if (isSameJson(*want, got, allowed)) {
             ++passed_;
             return;
@@ -115,8 +110,7 @@ void CaseRunner::runCase(const std::string& file, const CaseFunction& function, 
     }
 }
 
-void CaseRunner::fail(const std::string& where, const std::string& what)
-{
+void CaseRunner::fail(const std::string& where, const std::string& what) {
     ++failed_;
     out_ << "FAILED " << where << (what.starts_with('\n') ? "" : ": ") << what << '\n';
 }

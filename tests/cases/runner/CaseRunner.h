@@ -11,8 +11,8 @@ namespace sonvale::tests {
 
 /// Runs case files against a registry and tells of what failed.
 ///
-/// A file is `{"op": NAME, "cases": [{"name", "in", "want", "tolerance"?}, ...]}`. A file that cannot be used counts as
-/// one failure, and so does a folder without files.
+/// A file is `{"op": NAME, "cases": [{"name", "in", "want", "tolerance"?}, ...]}`. A file that cannot be used
+/// counts as one failure, and so does a folder without files.
 class CaseRunner {
 public:
     /// Files of the operations in `excepted` are left out.

@@ -24,23 +24,20 @@ namespace {
 
 namespace keys = persistence::keys;
 
-HotkeyAction action(const json& in, const char* name)
-{
+HotkeyAction action(const json& in, const char* name) {
     const auto raw = text(in, name);
     return known(hotkeyActionFromRawValue(raw), "action \"" + raw + "\"");
 }
 
 /// The bindings of a case: in their stored form, or null for the defaults.
-HotkeyBindings bindings(const json& in)
-{
+HotkeyBindings bindings(const json& in) {
     const auto& value = field(in, "bindings");
     if (value.is_null())
         return HotkeyBindingStore::defaults();
     return known(HotkeyBindingStore::decode(value.dump()), "form of bindings").bindings;
 }
 
-json shown(const std::vector<HotkeyConfiguration>& configs)
-{
+json shown(const std::vector<HotkeyConfiguration>& configs) {
     auto list = json::array();
     for (const auto& config : configs) {
         list.push_back({{"keyCode", config.keyCode},
@@ -50,8 +47,7 @@ json shown(const std::vector<HotkeyConfiguration>& configs)
     return list;
 }
 
-json shown(const HotkeyBindings& bindings)
-{
+json shown(const HotkeyBindings& bindings) {
     auto list = json::array();
     for (const auto& [key, binding] : bindings) {
         list.push_back({{"action", rawValue(binding.action)},
@@ -67,23 +63,20 @@ struct CaseSettings {
     persistence::Settings settings{std::filesystem::path(directory.path()) / "defaults.json"};
 };
 
-json loadBindings(const json& in)
-{
+json loadBindings(const json& in) {
     CaseSettings store;
     if (const auto stored = textOrNull(in, "stored"))
         store.settings.set(keys::hotkeyBindings, {*stored});
     return shown(HotkeyBindingStore::load(store.settings));
 }
 
-json conflictingAction(const json& in)
-{
+json conflictingAction(const json& in) {
     const auto conflict = HotkeyBindingStore::conflictingAction(
         integer(in, "keyCode"), unsignedInteger(in, "modifiers"), action(in, "editing"), bindings(in));
     return conflict ? json(rawValue(*conflict)) : json();
 }
 
-json migrateHotkey(const json& in)
-{
+json migrateHotkey(const json& in) {
     CaseSettings store;
     const auto container = persistence::ModelContainer::openInMemory();
     store.settings.set(keys::hotkeyBindingsMigrated, boolean(in, "migrated"));
@@ -97,43 +90,40 @@ json migrateHotkey(const json& in)
 
     migrateHotkeyBindings(store.settings, boolean(in, "storeOpen") ? &container->mainContext() : nullptr);
 
-    return {{"migrated", store.settings.read(keys::hotkeyBindingsMigrated)},
-            {"pushToTalk", shown(HotkeyBindingStore::load(store.settings).at(HotkeyAction::pushToTalk).configs)}};
+    return {
+        {"migrated", store.settings.read(keys::hotkeyBindingsMigrated)},
+        {"pushToTalk", shown(HotkeyBindingStore::load(store.settings).at(HotkeyAction::pushToTalk).configs)}};
 }
 
-/// A tap that keeps what its callback answered, whether or not the event can be kept from the application, and whose
-/// thread comes to its blocks at once.
+/// A tap that keeps what its callback answered, whether or not the event can be kept from the application,
+/// and whose thread comes to its blocks at once.
 class AnsweringTap final : public platform::EventTap {
 public:
-    explicit AnsweringTap(runtime::Actor thread) : thread_(std::move(thread)) {}
+    explicit AnsweringTap(runtime::Actor thread)
+        : thread_(std::move(thread)) {}
 
-    platform::KeyVerdict send(const platform::KeyEvent& event)
-    {
+    platform::KeyVerdict send(const platform::KeyEvent& event) {
         answer_ = platform::KeyVerdict::pass;
         tap_.control().send(event);
         return answer_;
     }
 
     bool probe() override { return tap_.probe(); }
-    bool start(Callback callback) override
-    {
+    bool start(Callback callback) override {
         return tap_.start([this, callback = std::move(callback)](const platform::KeyEvent& event) {
             return answer_ = callback(event);
         });
     }
     void stop() override { tap_.stop(); }
     void enable() override { tap_.enable(); }
-    void perform(std::function<void()> block) override
-    {
+    void perform(std::function<void()> block) override {
         tap_.perform(std::move(block));
         thread_.post([this] { tap_.control().runBlocks(); });
     }
-    void setSwallowable(std::vector<platform::KeyCombination> combinations) override
-    {
+    void setSwallowable(std::vector<platform::KeyCombination> combinations) override {
         tap_.setSwallowable(std::move(combinations));
     }
-    void setOnTaken(std::function<void(platform::KeyCombination)> onTaken) override
-    {
+    void setOnTaken(std::function<void(platform::KeyCombination)> onTaken) override {
         tap_.setOnTaken(std::move(onTaken));
     }
 
@@ -146,8 +136,7 @@ private:
 /// The manager with a keyboard, a main actor and a clock that a case moves.
 class ListeningCase {
 public:
-    ListeningCase()
-    {
+    ListeningCase() {
         onMain([this] {
             manager_ = std::make_unique<HotkeyManager>(runtime_.main(), runtime_.clock(), tap_);
             manager_->setOnAction([this](HotkeyAction action, HotkeyEventType type) {
@@ -157,28 +146,24 @@ public:
             manager_->start();
         });
     }
-    ~ListeningCase()
-    {
+    ~ListeningCase() {
         onMain([this] { manager_.reset(); });
     }
     ListeningCase(const ListeningCase&) = delete;
     ListeningCase& operator=(const ListeningCase&) = delete;
 
-    void update(const HotkeyBindings& bindings)
-    {
+    void update(const HotkeyBindings& bindings) {
         onMain([&] { manager_->updateBindings(bindings); });
     }
 
-    platform::KeyVerdict send(const platform::KeyEvent& event)
-    {
+    platform::KeyVerdict send(const platform::KeyEvent& event) {
         const auto verdict = tap_.send(event);
         runtime_.runUntilIdle();
         return verdict;
     }
 
     /// Moves the clock on to that many milliseconds after the start; never back.
-    void runTo(double milliseconds)
-    {
+    void runTo(double milliseconds) {
         const auto left = begin_ + milliseconds / 1000 - runtime_.clock().now();
         if (left > 0)
             runtime_.clock().advance(left);
@@ -187,8 +172,7 @@ public:
     json takeDelivered() { return std::exchange(delivered_, json::array()); }
 
 private:
-    void onMain(std::function<void()> work)
-    {
+    void onMain(std::function<void()> work) {
         runtime_.main().post(std::move(work));
         runtime_.runUntilIdle();
     }
@@ -202,15 +186,13 @@ private:
     json delivered_ = json::array();
 };
 
-platform::KeyEvent keyEvent(const json& in, platform::KeyEvent::Type type)
-{
+platform::KeyEvent keyEvent(const json& in, platform::KeyEvent::Type type) {
     const auto keyCode = integer(in, "keyCode");
     // What is no key code is told by the tap as a key without one.
     return {type, std::in_range<int>(keyCode) ? static_cast<int>(keyCode) : -1, unsignedInteger(in, "flags")};
 }
 
-json listen(const json& in)
-{
+json listen(const json& in) {
     using Type = platform::KeyEvent::Type;
     static const std::map<std::string, Type> keyTypes{
         {"keyDown", Type::keyDown}, {"keyUp", Type::keyUp}, {"flagsChanged", Type::flagsChanged}};
@@ -238,11 +220,11 @@ json listen(const json& in)
 
 } // namespace
 
-void addHotkeyCases(CaseRegistry& registry)
-{
+void addHotkeyCases(CaseRegistry& registry) {
     registry["keyName"] = [](const json& in) { return HotkeyConfiguration::keyName(integer(in, "keyCode")); };
     registry["formatDisplayName"] = [](const json& in) {
-        return HotkeyConfiguration::formatDisplayName(integer(in, "keyCode"), unsignedInteger(in, "modifiers"));
+        return HotkeyConfiguration::formatDisplayName(integer(in, "keyCode"),
+                                                      unsignedInteger(in, "modifiers"));
     };
     registry["loadBindings"] = loadBindings;
     registry["conflictingAction"] = conflictingAction;

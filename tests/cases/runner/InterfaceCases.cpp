@@ -9,8 +9,7 @@ using nlohmann::json;
 
 namespace {
 
-platform::RecordingState recordingState(const json& in)
-{
+platform::RecordingState recordingState(const json& in) {
     using platform::RecordingState;
     static const std::map<std::string, RecordingState> states{
         {"idle", RecordingState::idle},
@@ -25,8 +24,7 @@ platform::RecordingState recordingState(const json& in)
 }
 
 /// An index of the ring's layers or points.
-int index(const json& in, const char* name, int count)
-{
+int index(const json& in, const char* name, int count) {
     const auto value = integer(in, name);
     if (value < 0 || value >= count)
         throw BadCase(std::string("\"") + name + "\" is out of range");
@@ -35,13 +33,12 @@ int index(const json& in, const char* name, int count)
 
 } // namespace
 
-void addInterfaceCases(CaseRegistry& registry)
-{
+void addInterfaceCases(CaseRegistry& registry) {
     registry["ring"] = [](const json& in) {
-        const auto point = ui::ringPoint(recordingState(in), static_cast<float>(number(in, "audioLevel")),
-                                         number(in, "t"), number(in, "width"),
-                                         index(in, "layer", ui::ringLayerCount),
-                                         index(in, "point", ui::ringPointCount));
+        const auto point =
+            ui::ringPoint(recordingState(in), static_cast<float>(number(in, "audioLevel")), number(in, "t"),
+                          number(in, "width"), index(in, "layer", ui::ringLayerCount),
+                          index(in, "point", ui::ringPointCount));
         return json{{"x", point.x}, {"y", point.y}};
     };
 }

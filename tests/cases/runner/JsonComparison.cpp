@@ -9,8 +9,7 @@ using nlohmann::json;
 
 namespace {
 
-bool isSameNumber(const json& wanted, const json& got, std::optional<double> tolerance)
-{
+bool isSameNumber(const json& wanted, const json& got, std::optional<double> tolerance) {
     if (wanted == got)
         return true;
     if (!tolerance && wanted.is_number_integer() && got.is_number_integer())
@@ -20,8 +19,7 @@ bool isSameNumber(const json& wanted, const json& got, std::optional<double> tol
 
 } // namespace
 
-bool isSameJson(const json& wanted, const json& got, std::optional<double> tolerance)
-{
+bool isSameJson(const json& wanted, const json& got, std::optional<double> tolerance) {
     if (wanted.is_number() && got.is_number())
         return isSameNumber(wanted, got, tolerance);
     if (wanted.is_array() && got.is_array()) {

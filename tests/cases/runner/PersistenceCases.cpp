@@ -8,8 +8,7 @@ using nlohmann::json;
 
 namespace {
 
-persistence::AuditMetadata metadata(const json& in)
-{
+persistence::AuditMetadata metadata(const json& in) {
     const auto& value = field(in, "metadata");
     if (!value.is_object())
         throw BadCase("\"metadata\" is no object");
@@ -19,16 +18,17 @@ persistence::AuditMetadata metadata(const json& in)
     return details;
 }
 
-json auditLine(const json& in)
-{
+json auditLine(const json& in) {
     const auto moment = known(base::parseIso8601(text(in, "timestamp")), "form of timestamp");
     const auto event = known(persistence::auditEventType(text(in, "eventType")), "event");
-    return persistence::auditLine(persistence::AuditLogEntry(moment, event, text(in, "actor"), text(in, "resource"),
-                                                             text(in, "outcome"), metadata(in)));
+    return persistence::auditLine(persistence::AuditLogEntry(
+        moment, event, text(in, "actor"), text(in, "resource"), text(in, "outcome"), metadata(in)));
 }
 
 } // namespace
 
-void addPersistenceCases(CaseRegistry& registry) { registry["auditLine"] = auditLine; }
+void addPersistenceCases(CaseRegistry& registry) {
+    registry["auditLine"] = auditLine;
+}
 
 } // namespace sonvale::tests

@@ -7,11 +7,14 @@ namespace sonvale::tests {
 
 using nlohmann::json;
 
-void addTextCases(CaseRegistry& registry)
-{
-    registry["stripTrailingEllipsis"] = [](const json& in) { return core::stripTrailingEllipsis(text(in, "text")); };
+void addTextCases(CaseRegistry& registry) {
+    registry["stripTrailingEllipsis"] = [](const json& in) {
+        return core::stripTrailingEllipsis(text(in, "text"));
+    };
     registry["wordCount"] = [](const json& in) { return core::wordCount(text(in, "text")); };
-    registry["usableBundleKey"] = [](const json& in) { return services::isUsableBundleKey(field(in, "value")); };
+    registry["usableBundleKey"] = [](const json& in) {
+        return services::isUsableBundleKey(field(in, "value"));
+    };
     registry["appCategory"] = [](const json& in) {
         return textprocessing::rawValue(textprocessing::forBundleID(textOrNull(in, "bundleID")));
     };

@@ -14,8 +14,7 @@ namespace {
 using namespace sonvale::tests;
 
 /// The words of a file, one on a line; absent when it cannot be read.
-std::optional<std::set<std::string>> readLines(const std::string& path)
-{
+std::optional<std::set<std::string>> readLines(const std::string& path) {
     std::ifstream file(path);
     if (!file)
         return std::nullopt;
@@ -27,8 +26,7 @@ std::optional<std::set<std::string>> readLines(const std::string& path)
     return lines;
 }
 
-CaseRegistry allCases()
-{
+CaseRegistry allCases() {
     CaseRegistry registry;
     addTextCases(registry);
     addHotkeyCases(registry);
@@ -41,8 +39,7 @@ CaseRegistry allCases()
 
 } // namespace
 
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     std::vector<std::string> folders(argv + 1, argv + argc);
     std::set<std::string> excepted;
     bool exceptionsAreBroken = false;

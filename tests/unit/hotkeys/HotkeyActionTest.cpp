@@ -19,7 +19,8 @@ struct Row {
 const std::vector<Row> rows{
     {HotkeyAction::pushToTalk, "pushToTalk", "Push to Talk", "Hold to say something short"},
     {HotkeyAction::handsFree, "handsFree", "Hands-Free Mode", "Press to start/stop dictation"},
-    {HotkeyAction::commandMode, "commandMode", "Command Mode", "Select text and ask Son Vale to transform it"},
+    {HotkeyAction::commandMode, "commandMode", "Command Mode",
+     "Select text and ask Son Vale to transform it"},
     {HotkeyAction::pasteLastTranscript, "pasteLastTranscript", "Paste Last Transcript",
      "Re-paste the last thing you dictated"},
     {HotkeyAction::cancel, "cancel", "Cancel", "Dismiss dictation and notifications"},
@@ -27,8 +28,7 @@ const std::vector<Row> rows{
 
 } // namespace
 
-TEST(HotkeyAction, HasItsTextsAndItsPlace)
-{
+TEST(HotkeyAction, HasItsTextsAndItsPlace) {
     ASSERT_EQ(rows.size(), allHotkeyActions.size());
     for (std::size_t i = 0; i < rows.size(); ++i) {
         EXPECT_EQ(allHotkeyActions[i], rows[i].action);
@@ -39,8 +39,7 @@ TEST(HotkeyAction, HasItsTextsAndItsPlace)
     }
 }
 
-TEST(HotkeyAction, IsAbsentForAnyOtherName)
-{
+TEST(HotkeyAction, IsAbsentForAnyOtherName) {
     for (const auto* name : {"", "PushToTalk", "pushToTalk ", "Push to Talk", "undo"})
         EXPECT_EQ(hotkeyActionFromRawValue(name), std::nullopt) << name;
 }

@@ -21,22 +21,21 @@ namespace keys = persistence::keys;
 namespace modifier = platform::modifier;
 using nlohmann::json;
 
-json binding(const std::string& action, json configs = json::array(), json isEnabled = true)
-{
+json binding(const std::string& action, json configs = json::array(), json isEnabled = true) {
     return {{"action", action}, {"configs", std::move(configs)}, {"isEnabled", std::move(isEnabled)}};
 }
 
-json config(json keyCode, json modifiers, json displayName)
-{
+json config(json keyCode, json modifiers, json displayName) {
     return {{"keyCode", std::move(keyCode)},
             {"modifiers", std::move(modifiers)},
             {"displayName", std::move(displayName)}};
 }
 
-json store(json pairs) { return {{"bindings", std::move(pairs)}}; }
+json store(json pairs) {
+    return {{"bindings", std::move(pairs)}};
+}
 
-json without(json object, const std::string& key)
-{
+json without(json object, const std::string& key) {
     object.erase(key);
     return object;
 }
@@ -52,8 +51,7 @@ protected:
 
 } // namespace
 
-TEST(HotkeyBindingStore, HasOneEnabledShortcutForEachAction)
-{
+TEST(HotkeyBindingStore, HasOneEnabledShortcutForEachAction) {
     const auto defaults = HotkeyBindingStore::defaults();
     struct Row {
         HotkeyAction action;
@@ -71,49 +69,45 @@ TEST(HotkeyBindingStore, HasOneEnabledShortcutForEachAction)
         EXPECT_EQ(defaults.at(action), (HotkeyBinding{action, {config}, true}));
 }
 
-TEST_F(HotkeyBindingStoreTest, LoadsTheDefaultsWhenNothingIsStored)
-{
+TEST_F(HotkeyBindingStoreTest, LoadsTheDefaultsWhenNothingIsStored) {
     EXPECT_EQ(load(), HotkeyBindingStore::defaults());
     EXPECT_FALSE(settings.has(keys::hotkeyBindings.name));
 }
 
-TEST_F(HotkeyBindingStoreTest, LoadsWhatWasSaved)
-{
+TEST_F(HotkeyBindingStoreTest, LoadsWhatWasSaved) {
     HotkeyBindings bindings = HotkeyBindingStore::defaults();
     bindings[HotkeyAction::pushToTalk].configs = {
-        {96, 0, "F5"}, {-1, modifier::control, "„Strg“ \"quoted\" \\"}, {std::numeric_limits<std::int64_t>::max(),
-                                                    std::numeric_limits<std::uint64_t>::max(), ""}};
+        {96, 0, "F5"},
+        {-1, modifier::control, "„Strg“ \"quoted\" \\"},
+        {std::numeric_limits<std::int64_t>::max(), std::numeric_limits<std::uint64_t>::max(), ""}};
     bindings[HotkeyAction::cancel].isEnabled = false;
     bindings[HotkeyAction::commandMode].configs.clear();
     HotkeyBindingStore::save(settings, bindings);
     EXPECT_EQ(load(), bindings);
 }
 
-TEST_F(HotkeyBindingStoreTest, StoresActionsAndBindingsInTurn)
-{
-    HotkeyBindingStore::save(settings, {{HotkeyAction::cancel, {HotkeyAction::cancel, {{53, 0, "Escape"}}, true}},
-                                        {HotkeyAction::handsFree, {HotkeyAction::handsFree, {}, false}}});
+TEST_F(HotkeyBindingStoreTest, StoresActionsAndBindingsInTurn) {
+    HotkeyBindingStore::save(settings,
+                             {{HotkeyAction::cancel, {HotkeyAction::cancel, {{53, 0, "Escape"}}, true}},
+                              {HotkeyAction::handsFree, {HotkeyAction::handsFree, {}, false}}});
     EXPECT_EQ(json::parse(settings.stored(keys::hotkeyBindings)->bytes),
               store({"handsFree", binding("handsFree", json::array(), false), "cancel",
                      binding("cancel", json::array({config(53, 0, "Escape")}))}));
 }
 
-TEST_F(HotkeyBindingStoreTest, KeepsTheDefaultOfAnActionThatIsNotStored)
-{
+TEST_F(HotkeyBindingStoreTest, KeepsTheDefaultOfAnActionThatIsNotStored) {
     put(store({"pushToTalk", binding("pushToTalk", json::array({config(96, 0, "F5")}))}).dump());
     auto wanted = HotkeyBindingStore::defaults();
     wanted.at(HotkeyAction::pushToTalk).configs = {{96, 0, "F5"}};
     EXPECT_EQ(load(), wanted);
 }
 
-TEST_F(HotkeyBindingStoreTest, KeepsAStoredBindingWithoutShortcutsAsItIs)
-{
+TEST_F(HotkeyBindingStoreTest, KeepsAStoredBindingWithoutShortcutsAsItIs) {
     put(store({"cancel", binding("cancel")}).dump());
     EXPECT_TRUE(load().at(HotkeyAction::cancel).configs.empty());
 }
 
-TEST_F(HotkeyBindingStoreTest, TakesThePairsInAnyOrderAndPassesOverFurtherKeys)
-{
+TEST_F(HotkeyBindingStoreTest, TakesThePairsInAnyOrderAndPassesOverFurtherKeys) {
     auto extended = binding("pushToTalk", json::array({config(96, 0, "F5")}));
     extended["colour"] = "blue";
     extended["configs"][0]["note"] = json::object();
@@ -124,8 +118,7 @@ TEST_F(HotkeyBindingStoreTest, TakesThePairsInAnyOrderAndPassesOverFurtherKeys)
     EXPECT_TRUE(load().at(HotkeyAction::cancel).configs.empty());
 }
 
-TEST_F(HotkeyBindingStoreTest, TakesWholeNumbersHoweverTheyAreWritten)
-{
+TEST_F(HotkeyBindingStoreTest, TakesWholeNumbersHoweverTheyAreWritten) {
     put(R"({"bindings": ["cancel", {"action": "cancel", "isEnabled": true, "configs": [
         {"keyCode": -1, "modifiers": 18446744073709551615, "displayName": ""},
         {"keyCode": -9223372036854775808, "modifiers": 0, "displayName": ""},
@@ -136,8 +129,7 @@ TEST_F(HotkeyBindingStoreTest, TakesWholeNumbersHoweverTheyAreWritten)
                                                 {49, modifier::option, ""}}));
 }
 
-TEST_F(HotkeyBindingStoreTest, LoadsTheDefaultsAndLeavesTheBytesWhenTheyAreNotOfTheForm)
-{
+TEST_F(HotkeyBindingStoreTest, LoadsTheDefaultsAndLeavesTheBytesWhenTheyAreNotOfTheForm) {
     const auto whole = binding("cancel", json::array({config(96, 0, "F5")}));
     const auto withConfig = [&](json entry) {
         return store({"cancel", binding("cancel", json::array({std::move(entry)}))});
@@ -192,10 +184,17 @@ TEST_F(HotkeyBindingStoreTest, LoadsTheDefaultsAndLeavesTheBytesWhenTheyAreNotOf
         withConfig(config(96, 0, nullptr)),
         withConfig(config(96, 0, 5)),
     };
-    std::vector<std::string> texts{"", " ", "{", "not json", "{\"bindings\": []} more", "\xff", "[1,]",
-                                   R"({"bindings": ["cancel", {"action": "cancel", "isEnabled": true, "configs": [
+    std::vector<std::string> texts{
+        "",
+        " ",
+        "{",
+        "not json",
+        "{\"bindings\": []} more",
+        "\xff",
+        "[1,]",
+        R"({"bindings": ["cancel", {"action": "cancel", "isEnabled": true, "configs": [
                                        {"keyCode": 1e999, "modifiers": 0, "displayName": ""}]}]})",
-                                   std::string(100000, '[')};
+        std::string(100000, '[')};
     for (const auto& value : stores)
         texts.push_back(value.dump());
     for (const auto& text : texts) {
@@ -209,22 +208,19 @@ TEST_F(HotkeyBindingStoreTest, LoadsTheDefaultsAndLeavesTheBytesWhenTheyAreNotOf
     EXPECT_EQ(load().at(HotkeyAction::cancel).configs.front().displayName, "F5");
 }
 
-TEST_F(HotkeyBindingStoreTest, SavesANameThatIsNoText)
-{
+TEST_F(HotkeyBindingStoreTest, SavesANameThatIsNoText) {
     HotkeyBindingStore::save(settings,
                              {{HotkeyAction::cancel, {HotkeyAction::cancel, {{53, 0, "Esc\xff"}}, true}}});
     EXPECT_EQ(load().at(HotkeyAction::cancel).configs.front().displayName, "Esc\ufffd");
 }
 
-TEST(HotkeyBindingStore, DecodesAListWithoutAddingDefaults)
-{
+TEST(HotkeyBindingStore, DecodesAListWithoutAddingDefaults) {
     const auto decoded = HotkeyBindingStore::decode(store({"cancel", binding("cancel")}).dump());
     ASSERT_TRUE(decoded);
     EXPECT_EQ(decoded->bindings.size(), 1U);
 }
 
-TEST(HotkeyConflict, IsAnExactMatchWithAnEnabledBindingOfAnotherAction)
-{
+TEST(HotkeyConflict, IsAnExactMatchWithAnEnabledBindingOfAnotherAction) {
     const auto conflict = [](std::int64_t keyCode, std::uint64_t modifiers, HotkeyAction editing,
                              const HotkeyBindings& bindings = HotkeyBindingStore::defaults()) {
         return HotkeyBindingStore::conflictingAction(keyCode, modifiers, editing, bindings);
@@ -234,7 +230,8 @@ TEST(HotkeyConflict, IsAnExactMatchWithAnEnabledBindingOfAnotherAction)
     EXPECT_EQ(conflict(49, modifier::option | modifier::shift, HotkeyAction::pushToTalk), std::nullopt);
     EXPECT_EQ(conflict(49, modifier::option | 0x20, HotkeyAction::pushToTalk), std::nullopt);
     EXPECT_EQ(conflict(50, modifier::option, HotkeyAction::pushToTalk), std::nullopt);
-    EXPECT_EQ(conflict((std::int64_t{1} << 32) + 49, modifier::option, HotkeyAction::pushToTalk), std::nullopt);
+    EXPECT_EQ(conflict((std::int64_t{1} << 32) + 49, modifier::option, HotkeyAction::pushToTalk),
+              std::nullopt);
     EXPECT_EQ(conflict(-1, modifier::option, HotkeyAction::cancel), HotkeyAction::pushToTalk);
     EXPECT_EQ(conflict(49, modifier::option, HotkeyAction::pushToTalk, {}), std::nullopt);
 

@@ -15,8 +15,7 @@ namespace sonvale::hotkeys {
 
 namespace modifier = platform::modifier;
 
-TEST(HotkeyConfiguration, NamesTheKeysOfTheUsLayout)
-{
+TEST(HotkeyConfiguration, NamesTheKeysOfTheUsLayout) {
     // Letter keys by the rows of the keyboard, as a check that does not repeat the table's own order.
     const std::vector<std::pair<std::string, std::vector<int>>> rows{
         {"QWERTYUIOP", {12, 13, 14, 15, 17, 16, 32, 34, 31, 35}},
@@ -30,25 +29,25 @@ TEST(HotkeyConfiguration, NamesTheKeysOfTheUsLayout)
             EXPECT_EQ(HotkeyConfiguration::keyName(codes[i]), names.substr(i, 1));
     }
     const std::map<int, std::string> others{
-        {36, "Return"}, {48, "Tab"}, {49, "Space"}, {51, "Delete"}, {53, "Escape"}, {122, "F1"}, {120, "F2"},
-        {99, "F3"},     {118, "F4"}, {96, "F5"},    {97, "F6"},     {98, "F7"},     {100, "F8"}, {101, "F9"},
-        {109, "F10"},   {103, "F11"}, {111, "F12"},
+        {36, "Return"}, {48, "Tab"}, {49, "Space"}, {51, "Delete"}, {53, "Escape"}, {122, "F1"},
+        {120, "F2"},    {99, "F3"},  {118, "F4"},   {96, "F5"},     {97, "F6"},     {98, "F7"},
+        {100, "F8"},    {101, "F9"}, {109, "F10"},  {103, "F11"},   {111, "F12"},
     };
     for (const auto& [code, name] : others)
         EXPECT_EQ(HotkeyConfiguration::keyName(code), name);
 }
 
-TEST(HotkeyConfiguration, NamesAnyOtherKeyByItsNumber)
-{
+TEST(HotkeyConfiguration, NamesAnyOtherKeyByItsNumber) {
     for (const std::int64_t code : {10, 27, 30, 33, 39, 41, 42, 43, 44, 47, 50, 52, 123, 1000, -1, -2})
         EXPECT_EQ(HotkeyConfiguration::keyName(code), "Key " + std::to_string(code));
     EXPECT_EQ(HotkeyConfiguration::keyName((std::int64_t{1} << 32) + 53), "Key 4294967349");
-    EXPECT_EQ(HotkeyConfiguration::keyName(std::numeric_limits<std::int64_t>::min()), "Key -9223372036854775808");
-    EXPECT_EQ(HotkeyConfiguration::keyName(std::numeric_limits<std::int64_t>::max()), "Key 9223372036854775807");
+    EXPECT_EQ(HotkeyConfiguration::keyName(std::numeric_limits<std::int64_t>::min()),
+              "Key -9223372036854775808");
+    EXPECT_EQ(HotkeyConfiguration::keyName(std::numeric_limits<std::int64_t>::max()),
+              "Key 9223372036854775807");
 }
 
-TEST(HotkeyConfiguration, JoinsModifiersAndKeyInAFixedOrder)
-{
+TEST(HotkeyConfiguration, JoinsModifiersAndKeyInAFixedOrder) {
     struct Row {
         std::int64_t keyCode;
         std::uint64_t modifiers;
@@ -70,8 +69,7 @@ TEST(HotkeyConfiguration, JoinsModifiersAndKeyInAFixedOrder)
         EXPECT_EQ(HotkeyConfiguration::formatDisplayName(keyCode, modifiers), name);
 }
 
-TEST(HotkeyConfiguration, DiffersByItsNameAlone)
-{
+TEST(HotkeyConfiguration, DiffersByItsNameAlone) {
     const HotkeyConfiguration stored{9, modifier::command | modifier::option, "Command + Option + V"};
     auto recorded = stored;
     recorded.displayName = HotkeyConfiguration::formatDisplayName(stored.keyCode, stored.modifiers);

@@ -36,8 +36,7 @@ using Heard = std::vector<std::tuple<int, HotkeyAction, HotkeyEventType>>;
 class SlowTap final : public platform::EventTap {
 public:
     bool probe() override { return true; }
-    bool start(Callback newCallback) override
-    {
+    bool start(Callback newCallback) override {
         callback = std::move(newCallback);
         return true;
     }
@@ -53,8 +52,7 @@ public:
 
 class HotkeyManagerTest : public testing::Test {
 protected:
-    HotkeyManagerTest()
-    {
+    HotkeyManagerTest() {
         begin = runtime.clock().now();
         manager = std::make_unique<HotkeyManager>(runtime.main(), runtime.clock(), tap);
         manager->setOnAction([this](HotkeyAction action, HotkeyEventType type) {
@@ -63,8 +61,7 @@ protected:
         });
     }
 
-    void listen(HotkeyBindings bindings = HotkeyBindingStore::defaults())
-    {
+    void listen(HotkeyBindings bindings = HotkeyBindingStore::defaults()) {
         onMain([&] {
             EXPECT_TRUE(manager->start());
             manager->updateBindings(bindings);
@@ -72,8 +69,7 @@ protected:
         keyboard.runBlocks();
     }
 
-    void onMain(const std::function<void()>& work)
-    {
+    void onMain(const std::function<void()>& work) {
         runtime.main().post(work);
         runtime.runUntilIdle();
     }
@@ -83,8 +79,7 @@ protected:
     KeyVerdict hold(std::uint64_t modifiers) { return settled(keyboard.holdModifiers(modifiers)); }
 
     /// Moves the time on; the tap's thread takes its turn at the end of each millisecond.
-    void pass(int milliseconds)
-    {
+    void pass(int milliseconds) {
         for (int i = 0; i < milliseconds; ++i) {
             runtime.clock().advance(0.001);
             keyboard.runBlocks();
@@ -102,8 +97,7 @@ protected:
     std::unique_ptr<HotkeyManager> manager;
 
 private:
-    KeyVerdict settled(KeyVerdict verdict)
-    {
+    KeyVerdict settled(KeyVerdict verdict) {
         runtime.runUntilIdle();
         return verdict;
     }
@@ -111,8 +105,7 @@ private:
 
 } // namespace
 
-TEST_F(HotkeyManagerTest, SendsPushToTalkDownAfter150MillisecondsAndUpAtTheRelease)
-{
+TEST_F(HotkeyManagerTest, SendsPushToTalkDownAfter150MillisecondsAndUpAtTheRelease) {
     listen();
     EXPECT_EQ(hold(modifier::option), KeyVerdict::pass);
     pass(149);
@@ -122,8 +115,7 @@ TEST_F(HotkeyManagerTest, SendsPushToTalkDownAfter150MillisecondsAndUpAtTheRelea
     EXPECT_EQ(heard, (Heard{{150, HotkeyAction::pushToTalk, down}, {400, HotkeyAction::pushToTalk, up}}));
 }
 
-TEST_F(HotkeyManagerTest, DeliversAQuickTapAtItsRelease)
-{
+TEST_F(HotkeyManagerTest, DeliversAQuickTapAtItsRelease) {
     listen();
     hold(modifier::option);
     pass(50);
@@ -133,8 +125,7 @@ TEST_F(HotkeyManagerTest, DeliversAQuickTapAtItsRelease)
     EXPECT_EQ(runtime.clock().pending(), 0U);
 }
 
-TEST_F(HotkeyManagerTest, DeliversNothingForAChordOfModifiers)
-{
+TEST_F(HotkeyManagerTest, DeliversNothingForAChordOfModifiers) {
     listen();
     hold(modifier::option);
     pass(100);
@@ -144,8 +135,7 @@ TEST_F(HotkeyManagerTest, DeliversNothingForAChordOfModifiers)
     EXPECT_EQ(heard, Heard{});
 }
 
-TEST_F(HotkeyManagerTest, DeliversNothingWhenShiftWasThereBeforeOption)
-{
+TEST_F(HotkeyManagerTest, DeliversNothingWhenShiftWasThereBeforeOption) {
     listen();
     hold(modifier::shift);
     hold(modifier::option | modifier::shift);
@@ -153,8 +143,7 @@ TEST_F(HotkeyManagerTest, DeliversNothingWhenShiftWasThereBeforeOption)
     EXPECT_EQ(heard, Heard{});
 }
 
-TEST_F(HotkeyManagerTest, CancelsAHeldPushToTalkWhenShiftJoinsIn)
-{
+TEST_F(HotkeyManagerTest, CancelsAHeldPushToTalkWhenShiftJoinsIn) {
     listen();
     hold(modifier::option);
     pass(200);
@@ -164,8 +153,7 @@ TEST_F(HotkeyManagerTest, CancelsAHeldPushToTalkWhenShiftJoinsIn)
     EXPECT_EQ(heard, (Heard{{150, HotkeyAction::pushToTalk, down}, {200, HotkeyAction::cancel, down}}));
 }
 
-TEST_F(HotkeyManagerTest, TurnsOptionAndSpaceIntoHandsFree)
-{
+TEST_F(HotkeyManagerTest, TurnsOptionAndSpaceIntoHandsFree) {
     listen();
     hold(modifier::option);
     pass(60);
@@ -177,8 +165,7 @@ TEST_F(HotkeyManagerTest, TurnsOptionAndSpaceIntoHandsFree)
     EXPECT_EQ(heard, (Heard{{60, HotkeyAction::handsFree, down}, {200, HotkeyAction::handsFree, up}}));
 }
 
-TEST_F(HotkeyManagerTest, LetsALetterThroughAndStartsAtOnce)
-{
+TEST_F(HotkeyManagerTest, LetsALetterThroughAndStartsAtOnce) {
     listen();
     hold(modifier::option);
     pass(60);
@@ -187,8 +174,7 @@ TEST_F(HotkeyManagerTest, LetsALetterThroughAndStartsAtOnce)
     EXPECT_EQ(heard, (Heard{{60, HotkeyAction::pushToTalk, down}}));
 }
 
-TEST_F(HotkeyManagerTest, EndsHandsFreeWithTheReleaseOfOptionAndPassesTheSpaceBarsRelease)
-{
+TEST_F(HotkeyManagerTest, EndsHandsFreeWithTheReleaseOfOptionAndPassesTheSpaceBarsRelease) {
     listen();
     hold(modifier::option);
     press(space);
@@ -197,16 +183,14 @@ TEST_F(HotkeyManagerTest, EndsHandsFreeWithTheReleaseOfOptionAndPassesTheSpaceBa
     EXPECT_EQ(heard, (Heard{{0, HotkeyAction::handsFree, down}, {0, HotkeyAction::handsFree, up}}));
 }
 
-TEST_F(HotkeyManagerTest, LetsTheCancelKeyThroughInBothDirections)
-{
+TEST_F(HotkeyManagerTest, LetsTheCancelKeyThroughInBothDirections) {
     listen();
     EXPECT_EQ(press(escape), KeyVerdict::pass);
     EXPECT_EQ(release(escape), KeyVerdict::pass);
     EXPECT_EQ(heard, (Heard{{0, HotkeyAction::cancel, down}, {0, HotkeyAction::cancel, up}}));
 }
 
-TEST_F(HotkeyManagerTest, PassesEverythingBeforeItHasBindings)
-{
+TEST_F(HotkeyManagerTest, PassesEverythingBeforeItHasBindings) {
     onMain([&] { EXPECT_TRUE(manager->start()); });
     hold(modifier::option);
     EXPECT_EQ(press(space), KeyVerdict::pass);
@@ -214,8 +198,7 @@ TEST_F(HotkeyManagerTest, PassesEverythingBeforeItHasBindings)
     EXPECT_EQ(heard, Heard{});
 }
 
-TEST_F(HotkeyManagerTest, UsesBindingsThatWereSetBeforeTheStart)
-{
+TEST_F(HotkeyManagerTest, UsesBindingsThatWereSetBeforeTheStart) {
     onMain([&] {
         manager->updateBindings(HotkeyBindingStore::defaults());
         EXPECT_TRUE(manager->start());
@@ -225,8 +208,7 @@ TEST_F(HotkeyManagerTest, UsesBindingsThatWereSetBeforeTheStart)
     EXPECT_EQ(heard, (Heard{{0, HotkeyAction::handsFree, down}}));
 }
 
-TEST_F(HotkeyManagerTest, ChangesTheBindingsOnTheTapsThread)
-{
+TEST_F(HotkeyManagerTest, ChangesTheBindingsOnTheTapsThread) {
     listen();
     hold(modifier::option);
     press(space);
@@ -238,8 +220,7 @@ TEST_F(HotkeyManagerTest, ChangesTheBindingsOnTheTapsThread)
     EXPECT_EQ(heard, Heard{});
 }
 
-TEST_F(HotkeyManagerTest, ForgetsAWaitingActionWhenTheBindingsChange)
-{
+TEST_F(HotkeyManagerTest, ForgetsAWaitingActionWhenTheBindingsChange) {
     listen();
     hold(modifier::option);
     pass(100);
@@ -248,8 +229,7 @@ TEST_F(HotkeyManagerTest, ForgetsAWaitingActionWhenTheBindingsChange)
     EXPECT_EQ(heard, Heard{});
 }
 
-TEST_F(HotkeyManagerTest, GivesAPressAfterAChangeOfBindingsItsWholeDelay)
-{
+TEST_F(HotkeyManagerTest, GivesAPressAfterAChangeOfBindingsItsWholeDelay) {
     listen();
     hold(modifier::option);
     pass(100);
@@ -260,8 +240,7 @@ TEST_F(HotkeyManagerTest, GivesAPressAfterAChangeOfBindingsItsWholeDelay)
     EXPECT_EQ(heard, (Heard{{250, HotkeyAction::pushToTalk, down}}));
 }
 
-TEST(HotkeyManager, DoesNotTakeALateTimerForThatOfTheNextPress)
-{
+TEST(HotkeyManager, DoesNotTakeALateTimerForThatOfTheNextPress) {
     tests::TestRuntime runtime;
     SlowTap tap;
     Heard heard;
@@ -293,13 +272,13 @@ TEST(HotkeyManager, DoesNotTakeALateTimerForThatOfTheNextPress)
     EXPECT_EQ(heard.size(), 3U);
 }
 
-TEST_F(HotkeyManagerTest, TellsTheTapWhatCanBeSwallowed)
-{
+TEST_F(HotkeyManagerTest, TellsTheTapWhatCanBeSwallowed) {
     auto bindings = HotkeyBindingStore::defaults();
     bindings.at(HotkeyAction::commandMode).isEnabled = false;
     bindings.at(HotkeyAction::handsFree)
         .configs.push_back({f5, modifier::shift | 0x10020, "odd bits beside the modifiers"});
-    bindings.at(HotkeyAction::handsFree).configs.push_back({(std::int64_t{1} << 32) + f5, 0, "no key at all"});
+    bindings.at(HotkeyAction::handsFree)
+        .configs.push_back({(std::int64_t{1} << 32) + f5, 0, "no key at all"});
     listen(bindings);
     EXPECT_EQ(keyboard.swallowable(),
               (std::vector<platform::KeyCombination>{{space, modifier::option},
@@ -307,8 +286,7 @@ TEST_F(HotkeyManagerTest, TellsTheTapWhatCanBeSwallowed)
                                                      {9, modifier::command | modifier::option}}));
 }
 
-TEST_F(HotkeyManagerTest, TakesADisabledTapIntoUseAgainAndKeepsThePress)
-{
+TEST_F(HotkeyManagerTest, TakesADisabledTapIntoUseAgainAndKeepsThePress) {
     listen();
     hold(modifier::option);
     pass(150);
@@ -318,8 +296,7 @@ TEST_F(HotkeyManagerTest, TakesADisabledTapIntoUseAgainAndKeepsThePress)
     EXPECT_EQ(heard, (Heard{{150, HotkeyAction::pushToTalk, down}, {150, HotkeyAction::pushToTalk, up}}));
 }
 
-TEST_F(HotkeyManagerTest, StartsTheTapOnce)
-{
+TEST_F(HotkeyManagerTest, StartsTheTapOnce) {
     onMain([&] {
         EXPECT_TRUE(manager->start());
         EXPECT_FALSE(*manager->isEnabled());
@@ -329,8 +306,7 @@ TEST_F(HotkeyManagerTest, StartsTheTapOnce)
     EXPECT_EQ(keyboard.startCount(), 1);
 }
 
-TEST_F(HotkeyManagerTest, CanBeStartedLaterWhenTheSystemRefusedFirst)
-{
+TEST_F(HotkeyManagerTest, CanBeStartedLaterWhenTheSystemRefusedFirst) {
     keyboard.setPermitted(false);
     onMain([&] {
         manager->updateBindings(HotkeyBindingStore::defaults());
@@ -345,8 +321,7 @@ TEST_F(HotkeyManagerTest, CanBeStartedLaterWhenTheSystemRefusedFirst)
     EXPECT_EQ(press(space), KeyVerdict::swallow);
 }
 
-TEST_F(HotkeyManagerTest, DropsThePressesWithoutAReceiver)
-{
+TEST_F(HotkeyManagerTest, DropsThePressesWithoutAReceiver) {
     listen();
     onMain([&] { manager->setOnAction({}); });
     hold(modifier::option);
@@ -354,8 +329,7 @@ TEST_F(HotkeyManagerTest, DropsThePressesWithoutAReceiver)
     EXPECT_EQ(heard, Heard{});
 }
 
-TEST_F(HotkeyManagerTest, StopsTheTapAtItsEnd)
-{
+TEST_F(HotkeyManagerTest, StopsTheTapAtItsEnd) {
     listen();
     bool enabled = true;
     const auto subscription = manager->isEnabled().subscribe([&](bool value) { enabled = value; });
@@ -372,8 +346,7 @@ TEST_F(HotkeyManagerTest, StopsTheTapAtItsEnd)
     EXPECT_EQ(heard, Heard{});
 }
 
-TEST_F(HotkeyManagerTest, DeliversNothingOnceItIsGone)
-{
+TEST_F(HotkeyManagerTest, DeliversNothingOnceItIsGone) {
     listen();
     keyboard.holdModifiers(modifier::option);
     keyboard.keyDown(space); // the delivery is queued and has not run
@@ -382,8 +355,7 @@ TEST_F(HotkeyManagerTest, DeliversNothingOnceItIsGone)
     EXPECT_EQ(heard, Heard{});
 }
 
-TEST_F(HotkeyManagerTest, MayBeEndedByItsReceiver)
-{
+TEST_F(HotkeyManagerTest, MayBeEndedByItsReceiver) {
     listen();
     int calls = 0;
     manager->setOnAction([&](HotkeyAction, HotkeyEventType) {
@@ -395,8 +367,7 @@ TEST_F(HotkeyManagerTest, MayBeEndedByItsReceiver)
     EXPECT_EQ(calls, 1);
 }
 
-TEST_F(HotkeyManagerTest, GivesEachPressOneDownAndOneUpHoweverTheTimerFalls)
-{
+TEST_F(HotkeyManagerTest, GivesEachPressOneDownAndOneUpHoweverTheTimerFalls) {
     constexpr int presses = 2000;
     listen();
     std::atomic<bool> isTyping = true;
@@ -422,8 +393,7 @@ TEST_F(HotkeyManagerTest, GivesEachPressOneDownAndOneUpHoweverTheTimerFalls)
     }
 }
 
-TEST_F(HotkeyManagerTest, CanEndWhileKeysArePressedAndTimersFire)
-{
+TEST_F(HotkeyManagerTest, CanEndWhileKeysArePressedAndTimersFire) {
     sonvale::runtime::ManualClock clock;
     std::atomic<bool> isBusy = true;
     std::thread typist([&] {
@@ -450,8 +420,7 @@ TEST_F(HotkeyManagerTest, CanEndWhileKeysArePressedAndTimersFire)
     time.join();
 }
 
-TEST_F(HotkeyManagerTest, CanGoWithoutEverHavingStarted)
-{
+TEST_F(HotkeyManagerTest, CanGoWithoutEverHavingStarted) {
     onMain([&] { manager.reset(); });
     EXPECT_FALSE(keyboard.isRunning());
 }

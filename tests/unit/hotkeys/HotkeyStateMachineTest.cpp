@@ -31,14 +31,12 @@ class HotkeyStateMachineTest : public testing::Test {
 protected:
     HotkeyStateMachineTest() { machine.setBindings(HotkeyBindingStore::defaults()); }
 
-    void bind(HotkeyAction action, std::vector<HotkeyConfiguration> configs)
-    {
+    void bind(HotkeyAction action, std::vector<HotkeyConfiguration> configs) {
         bindings[action] = {action, std::move(configs), true};
         machine.setBindings(bindings);
     }
 
-    KeyVerdict send(Type type, int keyCode, std::uint64_t flags)
-    {
+    KeyVerdict send(Type type, int keyCode, std::uint64_t flags) {
         return take(machine.handle({type, keyCode, flags}));
     }
     KeyVerdict press(int keyCode, std::uint64_t flags = 0) { return send(Type::keyDown, keyCode, flags); }
@@ -53,8 +51,7 @@ protected:
     HotkeyStateMachine machine;
 
 private:
-    KeyVerdict take(const HotkeyStateMachine::Decision& decision)
-    {
+    KeyVerdict take(const HotkeyStateMachine::Decision& decision) {
         deliveries.insert(deliveries.end(), decision.deliveries().begin(), decision.deliveries().end());
         lastDelay = decision.delay;
         return decision.verdict;
@@ -68,8 +65,7 @@ using Deliveries = std::vector<Delivery>;
 
 } // namespace
 
-TEST_F(HotkeyStateMachineTest, PassesEverythingWithoutBindings)
-{
+TEST_F(HotkeyStateMachineTest, PassesEverythingWithoutBindings) {
     machine.reset();
     EXPECT_EQ(press(space, modifier::option), KeyVerdict::pass);
     EXPECT_EQ(release(space, modifier::option), KeyVerdict::pass);
@@ -80,16 +76,14 @@ TEST_F(HotkeyStateMachineTest, PassesEverythingWithoutBindings)
 
 // Key down, in the order of the conditions.
 
-TEST_F(HotkeyStateMachineTest, TurnsAWaitingActionIntoTheShortcutThatTheKeyCompletes)
-{
+TEST_F(HotkeyStateMachineTest, TurnsAWaitingActionIntoTheShortcutThatTheKeyCompletes) {
     modifiers(modifier::option);
     EXPECT_EQ(press(space, modifier::option), KeyVerdict::swallow);
     EXPECT_EQ(delay(), Delay::cancel);
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::handsFree, down}}));
 }
 
-TEST_F(HotkeyStateMachineTest, PassesACancelKeyThatEndsTheWait)
-{
+TEST_F(HotkeyStateMachineTest, PassesACancelKeyThatEndsTheWait) {
     bind(HotkeyAction::pushToTalk, {{-1, modifier::option, ""}});
     bind(HotkeyAction::cancel, {{escape, modifier::option, ""}});
     modifiers(modifier::option);
@@ -98,8 +92,7 @@ TEST_F(HotkeyStateMachineTest, PassesACancelKeyThatEndsTheWait)
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::cancel, down}}));
 }
 
-TEST_F(HotkeyStateMachineTest, SendsAWaitingActionDownAtAnyOtherKeyAndPassesTheKey)
-{
+TEST_F(HotkeyStateMachineTest, SendsAWaitingActionDownAtAnyOtherKeyAndPassesTheKey) {
     modifiers(modifier::option);
     EXPECT_EQ(press(letterX, modifier::option), KeyVerdict::pass);
     EXPECT_EQ(delay(), Delay::cancel);
@@ -111,8 +104,7 @@ TEST_F(HotkeyStateMachineTest, SendsAWaitingActionDownAtAnyOtherKeyAndPassesTheK
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::pushToTalk, up}}));
 }
 
-TEST_F(HotkeyStateMachineTest, SwallowsTheRepeatsOfTheHeldKeyWhateverTheModifiers)
-{
+TEST_F(HotkeyStateMachineTest, SwallowsTheRepeatsOfTheHeldKeyWhateverTheModifiers) {
     EXPECT_EQ(press(space, modifier::option), KeyVerdict::swallow);
     delivered();
     EXPECT_EQ(press(space, modifier::option), KeyVerdict::swallow);
@@ -121,16 +113,14 @@ TEST_F(HotkeyStateMachineTest, SwallowsTheRepeatsOfTheHeldKeyWhateverTheModifier
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(HotkeyStateMachineTest, PassesTheCancelKeyButSwallowsItsRepeats)
-{
+TEST_F(HotkeyStateMachineTest, PassesTheCancelKeyButSwallowsItsRepeats) {
     EXPECT_EQ(press(escape), KeyVerdict::pass);
     EXPECT_EQ(press(escape), KeyVerdict::swallow);
     EXPECT_EQ(release(escape), KeyVerdict::pass);
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::cancel, down}, {HotkeyAction::cancel, up}}));
 }
 
-TEST_F(HotkeyStateMachineTest, RecognisesNoOtherShortcutWhileAnActionIsHeld)
-{
+TEST_F(HotkeyStateMachineTest, RecognisesNoOtherShortcutWhileAnActionIsHeld) {
     modifiers(modifier::option);
     elapse();
     delivered();
@@ -140,31 +130,28 @@ TEST_F(HotkeyStateMachineTest, RecognisesNoOtherShortcutWhileAnActionIsHeld)
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(HotkeyStateMachineTest, PassesAKeyThatMatchesNothing)
-{
+TEST_F(HotkeyStateMachineTest, PassesAKeyThatMatchesNothing) {
     EXPECT_EQ(press(letterX), KeyVerdict::pass);
     EXPECT_EQ(press(space), KeyVerdict::pass);
     EXPECT_EQ(press(space, modifier::option | modifier::shift), KeyVerdict::pass);
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(HotkeyStateMachineTest, MatchesTheFourModifiersAlone)
-{
+TEST_F(HotkeyStateMachineTest, MatchesTheFourModifiersAlone) {
     constexpr std::uint64_t capsLock = 0x10000;
     constexpr std::uint64_t deviceBits = 0x20 | (std::uint64_t{1} << 40);
-    EXPECT_EQ(press(letterV, modifier::command | modifier::option | capsLock | deviceBits), KeyVerdict::swallow);
+    EXPECT_EQ(press(letterV, modifier::command | modifier::option | capsLock | deviceBits),
+              KeyVerdict::swallow);
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::pasteLastTranscript, down}}));
 }
 
-TEST_F(HotkeyStateMachineTest, MasksTheModifiersOfTheShortcutAsWell)
-{
+TEST_F(HotkeyStateMachineTest, MasksTheModifiersOfTheShortcutAsWell) {
     bind(HotkeyAction::handsFree, {{space, modifier::option | 0x10000 | 0x20, ""}});
     EXPECT_EQ(press(space, modifier::option), KeyVerdict::swallow);
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::handsFree, down}}));
 }
 
-TEST_F(HotkeyStateMachineTest, GivesASharedCombinationToTheActionThatIsListedFirst)
-{
+TEST_F(HotkeyStateMachineTest, GivesASharedCombinationToTheActionThatIsListedFirst) {
     bind(HotkeyAction::cancel, {{f5, 0, ""}});
     bind(HotkeyAction::commandMode, {{f5, 0, ""}});
     bind(HotkeyAction::handsFree, {{f5, 0, ""}});
@@ -172,16 +159,14 @@ TEST_F(HotkeyStateMachineTest, GivesASharedCombinationToTheActionThatIsListedFir
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::handsFree, down}}));
 }
 
-TEST_F(HotkeyStateMachineTest, KnowsEachAlternativeOfAnAction)
-{
+TEST_F(HotkeyStateMachineTest, KnowsEachAlternativeOfAnAction) {
     bind(HotkeyAction::handsFree, {{space, modifier::option, ""}, {f5, 0, ""}});
     EXPECT_EQ(press(f5), KeyVerdict::swallow);
     EXPECT_EQ(release(f5), KeyVerdict::swallow);
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::handsFree, down}, {HotkeyAction::handsFree, up}}));
 }
 
-TEST_F(HotkeyStateMachineTest, DoesNotListenForADisabledBinding)
-{
+TEST_F(HotkeyStateMachineTest, DoesNotListenForADisabledBinding) {
     bindings = HotkeyBindingStore::defaults();
     bindings.at(HotkeyAction::handsFree).isEnabled = false;
     machine.setBindings(bindings);
@@ -189,8 +174,7 @@ TEST_F(HotkeyStateMachineTest, DoesNotListenForADisabledBinding)
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(HotkeyStateMachineTest, DoesNotTakeAKeyWithoutACodeForModifiersAlone)
-{
+TEST_F(HotkeyStateMachineTest, DoesNotTakeAKeyWithoutACodeForModifiersAlone) {
     EXPECT_EQ(press(-1, modifier::option), KeyVerdict::pass);
     EXPECT_EQ(delivered(), Deliveries{});
 
@@ -204,22 +188,19 @@ TEST_F(HotkeyStateMachineTest, DoesNotTakeAKeyWithoutACodeForModifiersAlone)
 
 // Key up.
 
-TEST_F(HotkeyStateMachineTest, PassesAKeyUpWhenNothingIsHeld)
-{
+TEST_F(HotkeyStateMachineTest, PassesAKeyUpWhenNothingIsHeld) {
     EXPECT_EQ(release(space, modifier::option), KeyVerdict::pass);
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(HotkeyStateMachineTest, PassesTheKeyUpOfAnotherKey)
-{
+TEST_F(HotkeyStateMachineTest, PassesTheKeyUpOfAnotherKey) {
     press(space, modifier::option);
     delivered();
     EXPECT_EQ(release(letterX, modifier::option), KeyVerdict::pass);
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(HotkeyStateMachineTest, SwallowsTheKeyUpThatEndsThePress)
-{
+TEST_F(HotkeyStateMachineTest, SwallowsTheKeyUpThatEndsThePress) {
     press(space, modifier::option);
     EXPECT_EQ(release(space, 0), KeyVerdict::swallow);
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::handsFree, down}, {HotkeyAction::handsFree, up}}));
@@ -227,8 +208,7 @@ TEST_F(HotkeyStateMachineTest, SwallowsTheKeyUpThatEndsThePress)
 
 // Modifiers.
 
-TEST_F(HotkeyStateMachineTest, WaitsWithAnActionOfModifiersAlone)
-{
+TEST_F(HotkeyStateMachineTest, WaitsWithAnActionOfModifiersAlone) {
     EXPECT_EQ(modifiers(modifier::option), KeyVerdict::pass);
     EXPECT_EQ(delay(), Delay::start);
     EXPECT_EQ(delivered(), Deliveries{});
@@ -238,14 +218,12 @@ TEST_F(HotkeyStateMachineTest, WaitsWithAnActionOfModifiersAlone)
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::pushToTalk, up}}));
 }
 
-TEST_F(HotkeyStateMachineTest, DoesNothingWhenTheDelayEndsAndNobodyWaits)
-{
+TEST_F(HotkeyStateMachineTest, DoesNothingWhenTheDelayEndsAndNobodyWaits) {
     elapse();
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(HotkeyStateMachineTest, WaitsForExactlyTheModifiersOfTheShortcut)
-{
+TEST_F(HotkeyStateMachineTest, WaitsForExactlyTheModifiersOfTheShortcut) {
     modifiers(modifier::shift);
     EXPECT_EQ(delay(), Delay::leave);
     modifiers(modifier::shift | modifier::option);
@@ -253,8 +231,7 @@ TEST_F(HotkeyStateMachineTest, WaitsForExactlyTheModifiersOfTheShortcut)
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(HotkeyStateMachineTest, KeepsWaitingWhenTheModifiersStayTheSame)
-{
+TEST_F(HotkeyStateMachineTest, KeepsWaitingWhenTheModifiersStayTheSame) {
     modifiers(modifier::option);
     EXPECT_EQ(modifiers(modifier::option), KeyVerdict::pass);
     EXPECT_EQ(delay(), Delay::leave);
@@ -262,8 +239,7 @@ TEST_F(HotkeyStateMachineTest, KeepsWaitingWhenTheModifiersStayTheSame)
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::pushToTalk, down}}));
 }
 
-TEST_F(HotkeyStateMachineTest, DropsAWaitingActionWhenAnotherModifierJoinsIn)
-{
+TEST_F(HotkeyStateMachineTest, DropsAWaitingActionWhenAnotherModifierJoinsIn) {
     modifiers(modifier::option);
     EXPECT_EQ(modifiers(modifier::option | modifier::shift), KeyVerdict::pass);
     EXPECT_EQ(delay(), Delay::cancel);
@@ -271,8 +247,7 @@ TEST_F(HotkeyStateMachineTest, DropsAWaitingActionWhenAnotherModifierJoinsIn)
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(HotkeyStateMachineTest, DeliversAQuickTapInOnePiece)
-{
+TEST_F(HotkeyStateMachineTest, DeliversAQuickTapInOnePiece) {
     modifiers(modifier::option);
     const auto decision = machine.handle({Type::flagsChanged, optionKey, 0});
     EXPECT_EQ(decision.verdict, KeyVerdict::pass);
@@ -283,15 +258,13 @@ TEST_F(HotkeyStateMachineTest, DeliversAQuickTapInOnePiece)
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(HotkeyStateMachineTest, TakesAnExchangeOfModifiersForARelease)
-{
+TEST_F(HotkeyStateMachineTest, TakesAnExchangeOfModifiersForARelease) {
     modifiers(modifier::option);
     EXPECT_EQ(modifiers(modifier::command), KeyVerdict::pass);
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::pushToTalk, down}, {HotkeyAction::pushToTalk, up}}));
 }
 
-TEST_F(HotkeyStateMachineTest, CancelsTheHeldActionOfModifiersAloneWhenAnotherModifierJoinsIn)
-{
+TEST_F(HotkeyStateMachineTest, CancelsTheHeldActionOfModifiersAloneWhenAnotherModifierJoinsIn) {
     modifiers(modifier::option);
     elapse();
     delivered();
@@ -301,8 +274,7 @@ TEST_F(HotkeyStateMachineTest, CancelsTheHeldActionOfModifiersAloneWhenAnotherMo
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(HotkeyStateMachineTest, WaitsAgainAfterTheOtherModifierOfACancelledPressIsLetGo)
-{
+TEST_F(HotkeyStateMachineTest, WaitsAgainAfterTheOtherModifierOfACancelledPressIsLetGo) {
     modifiers(modifier::option);
     elapse();
     modifiers(modifier::option | modifier::shift);
@@ -311,8 +283,7 @@ TEST_F(HotkeyStateMachineTest, WaitsAgainAfterTheOtherModifierOfACancelledPressI
     EXPECT_EQ(delay(), Delay::start);
 }
 
-TEST_F(HotkeyStateMachineTest, KeepsTheHeldActionWhileItsModifiersStayTheSame)
-{
+TEST_F(HotkeyStateMachineTest, KeepsTheHeldActionWhileItsModifiersStayTheSame) {
     modifiers(modifier::option);
     elapse();
     delivered();
@@ -320,8 +291,7 @@ TEST_F(HotkeyStateMachineTest, KeepsTheHeldActionWhileItsModifiersStayTheSame)
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(HotkeyStateMachineTest, EndsTheHeldActionOfTwoModifiersWhenOneIsReleased)
-{
+TEST_F(HotkeyStateMachineTest, EndsTheHeldActionOfTwoModifiersWhenOneIsReleased) {
     bind(HotkeyAction::pushToTalk, {{-1, modifier::control | modifier::option, ""}});
     modifiers(modifier::control);
     modifiers(modifier::control | modifier::option);
@@ -330,8 +300,7 @@ TEST_F(HotkeyStateMachineTest, EndsTheHeldActionOfTwoModifiersWhenOneIsReleased)
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::pushToTalk, down}, {HotkeyAction::pushToTalk, up}}));
 }
 
-TEST_F(HotkeyStateMachineTest, EndsAKeyedPressWhenItsModifierIsReleasedFirst)
-{
+TEST_F(HotkeyStateMachineTest, EndsAKeyedPressWhenItsModifierIsReleasedFirst) {
     press(space, modifier::option);
     delivered();
     EXPECT_EQ(modifiers(0), KeyVerdict::pass);
@@ -340,8 +309,7 @@ TEST_F(HotkeyStateMachineTest, EndsAKeyedPressWhenItsModifierIsReleasedFirst)
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(HotkeyStateMachineTest, KeepsAKeyedPressWhenAModifierIsAdded)
-{
+TEST_F(HotkeyStateMachineTest, KeepsAKeyedPressWhenAModifierIsAdded) {
     press(space, modifier::option);
     delivered();
     EXPECT_EQ(modifiers(modifier::option | modifier::shift), KeyVerdict::pass);
@@ -350,8 +318,7 @@ TEST_F(HotkeyStateMachineTest, KeepsAKeyedPressWhenAModifierIsAdded)
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::handsFree, up}}));
 }
 
-TEST_F(HotkeyStateMachineTest, KeepsAPlainKeyWhateverTheModifiersDo)
-{
+TEST_F(HotkeyStateMachineTest, KeepsAPlainKeyWhateverTheModifiersDo) {
     press(escape);
     delivered();
     EXPECT_EQ(modifiers(modifier::shift), KeyVerdict::pass);
@@ -359,8 +326,7 @@ TEST_F(HotkeyStateMachineTest, KeepsAPlainKeyWhateverTheModifiersDo)
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(HotkeyStateMachineTest, KeepsAKeyedPressForAsLongAsOneAlternativeStillFits)
-{
+TEST_F(HotkeyStateMachineTest, KeepsAKeyedPressForAsLongAsOneAlternativeStillFits) {
     bind(HotkeyAction::handsFree, {{space, modifier::option, ""}, {f5, modifier::shift, ""}});
     press(space, modifier::option);
     delivered();
@@ -370,8 +336,7 @@ TEST_F(HotkeyStateMachineTest, KeepsAKeyedPressForAsLongAsOneAlternativeStillFit
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::handsFree, up}}));
 }
 
-TEST_F(HotkeyStateMachineTest, JudgesAHeldActionByItsFirstAlternativeOfModifiersAlone)
-{
+TEST_F(HotkeyStateMachineTest, JudgesAHeldActionByItsFirstAlternativeOfModifiersAlone) {
     bind(HotkeyAction::pushToTalk, {{f5, 0, ""}, {-1, modifier::option, ""}, {-1, modifier::control, ""}});
     press(f5);
     delivered();
@@ -387,8 +352,7 @@ TEST_F(HotkeyStateMachineTest, JudgesAHeldActionByItsFirstAlternativeOfModifiers
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::pushToTalk, down}, {HotkeyAction::pushToTalk, up}}));
 }
 
-TEST_F(HotkeyStateMachineTest, ForgetsAPressWhenTheBindingsChange)
-{
+TEST_F(HotkeyStateMachineTest, ForgetsAPressWhenTheBindingsChange) {
     press(space, modifier::option);
     delivered();
     machine.setBindings(HotkeyBindingStore::defaults());

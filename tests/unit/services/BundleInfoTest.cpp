@@ -19,14 +19,14 @@ using nlohmann::json;
 
 class BundleInfoTest : public testing::Test {
 protected:
-    BundleInfoTest()
-    {
-        formerSinks = base::setLogSinks({.logger = [this](const base::LogLine& line) { logged.push_back(line); }});
+    BundleInfoTest() {
+        base::LogSinks sinks;
+        sinks.logger = [this](const base::LogLine& line) { logged.push_back(line); };
+        formerSinks = base::setLogSinks(std::move(sinks));
     }
     ~BundleInfoTest() override { base::setLogSinks(formerSinks); }
 
-    std::filesystem::path write(const std::string& text) const
-    {
+    std::filesystem::path write(const std::string& text) const {
         const std::filesystem::path path = std::filesystem::path(directory.path()) / "Info.json";
         std::ofstream(path, std::ios::binary) << text;
         return path;
@@ -41,8 +41,7 @@ private:
 
 } // namespace
 
-TEST_F(BundleInfoTest, GivesTheEntriesAsTheyAreWritten)
-{
+TEST_F(BundleInfoTest, GivesTheEntriesAsTheyAreWritten) {
     const auto info = BundleInfo::load(
         write(R"({"BACKEND_URL": "", "OPENAI_API_KEY": "sk-test-1", "CFBundleShortVersionString": 3})"));
     EXPECT_EQ(info.value(BundleInfo::backendURL), json(""));
@@ -53,8 +52,7 @@ TEST_F(BundleInfoTest, GivesTheEntriesAsTheyAreWritten)
     EXPECT_TRUE(logged.empty());
 }
 
-TEST_F(BundleInfoTest, IsEmptyWhenTheFileIsMissingOrIsAFolder)
-{
+TEST_F(BundleInfoTest, IsEmptyWhenTheFileIsMissingOrIsAFolder) {
     const std::filesystem::path folder = directory.path();
     for (const auto& path : {folder / "none.json", folder}) {
         logged.clear();
@@ -66,10 +64,9 @@ TEST_F(BundleInfoTest, IsEmptyWhenTheFileIsMissingOrIsAFolder)
     }
 }
 
-TEST_F(BundleInfoTest, IsEmptyWhenTheFileIsBrokenAndKeepsItsContentOutOfTheLog)
-{
-    for (const auto* text : {"", "{", R"({"OPENAI_API_KEY": "sk-secret")", R"(["sk-secret"])", R"("sk-secret")",
-                             "{} trailing", "\xff"}) {
+TEST_F(BundleInfoTest, IsEmptyWhenTheFileIsBrokenAndKeepsItsContentOutOfTheLog) {
+    for (const auto* text : {"", "{", R"({"OPENAI_API_KEY": "sk-secret")", R"(["sk-secret"])",
+                             R"("sk-secret")", "{} trailing", "\xff"}) {
         logged.clear();
         EXPECT_FALSE(BundleInfo::load(write(text)).hasUsableKey()) << text;
         ASSERT_EQ(logged.size(), 1U) << text;
@@ -77,8 +74,7 @@ TEST_F(BundleInfoTest, IsEmptyWhenTheFileIsBrokenAndKeepsItsContentOutOfTheLog)
     }
 }
 
-TEST(UsableBundleKey, IsAStringThatIsNeitherEmptyNorAPlaceholder)
-{
+TEST(UsableBundleKey, IsAStringThatIsNeitherEmptyNorAPlaceholder) {
     const std::vector<std::pair<json, bool>> rows{
         {"sk-test-1", true},
         {" ", true},

@@ -1,6 +1,7 @@
 #include "services/PermissionsManager.h"
 
 #include "base/Log.h"
+#include "tests/fakes/FakeCaptureAuthorization.h"
 #include "tests/fakes/FakeEventTap.h"
 
 #include <gtest/gtest.h>
@@ -12,13 +13,6 @@ namespace sonvale::services {
 
 namespace {
 
-class SettableCapture final : public platform::CaptureAuthorization {
-public:
-    platform::CaptureStatus status() override { return answer; }
-
-    platform::CaptureStatus answer = platform::CaptureStatus::notDetermined;
-};
-
 class SettableAccessibility final : public platform::AccessibilityTree {
 public:
     bool isTrusted() override { return answer; }
@@ -29,12 +23,10 @@ public:
 class SettableSpeech final : public platform::SpeechRecognizers {
 public:
     platform::SpeechAuthorization authorizationStatus() override { return answer; }
-    void requestAuthorization(std::function<void(platform::SpeechAuthorization)> respond) override
-    {
+    void requestAuthorization(std::function<void(platform::SpeechAuthorization)> respond) override {
         respond(answer);
     }
-    std::shared_ptr<platform::SpeechRecognizer> make(const std::string& /*localeIdentifier*/) override
-    {
+    std::shared_ptr<platform::SpeechRecognizer> make(const std::string& /*localeIdentifier*/) override {
         return nullptr;
     }
 
@@ -43,19 +35,21 @@ public:
 
 class PermissionsManagerTest : public testing::Test {
 protected:
-    PermissionsManagerTest()
-    {
-        formerSinks =
-            base::setLogSinks({.system = [this](std::string_view line) { lines.emplace_back(line); }});
+    PermissionsManagerTest() {
+        base::LogSinks sinks;
+        sinks.system = [this](std::string_view line) { lines.emplace_back(line); };
+        formerSinks = base::setLogSinks(std::move(sinks));
+        capture.status = platform::CaptureStatus::notDetermined;
         tap.control().setPermitted(false);
     }
     ~PermissionsManagerTest() override { base::setLogSinks(formerSinks); }
 
-    SettableCapture capture;
+    tests::FakeCaptureAuthorization captureAuthorization;
+    tests::FakeCaptureAuthorization::Control& capture = captureAuthorization.control();
     SettableAccessibility accessibility;
     tests::FakeEventTap tap;
     SettableSpeech speech;
-    PermissionsManager manager{capture, accessibility, tap, speech};
+    PermissionsManager manager{captureAuthorization, accessibility, tap, speech};
     std::vector<std::string> lines;
 
 private:
@@ -64,55 +58,54 @@ private:
 
 } // namespace
 
-TEST_F(PermissionsManagerTest, HasNothingGrantedBeforeItsChecks)
-{
+TEST_F(PermissionsManagerTest, HasNothingGrantedBeforeItsChecks) {
     EXPECT_FALSE(*manager.microphoneGranted);
     EXPECT_FALSE(*manager.accessibilityGranted);
     EXPECT_FALSE(*manager.inputMonitoringGranted);
     EXPECT_FALSE(*manager.speechRecognitionGranted);
 }
 
-TEST_F(PermissionsManagerTest, ReadsAllFourInTheirOrderAndLogsTheRefusals)
-{
+TEST_F(PermissionsManagerTest, ReadsAllFourInTheirOrderAndLogsTheRefusals) {
     manager.refresh();
-    EXPECT_EQ(lines, (std::vector<std::string>{
-                         "checkMicrophone() — AVCaptureDevice status: 0, AVAudioApplication recordPermission: 0",
-                         "checkAccessibility() — false",
-                         "checkInputMonitoring() — false",
-                         "checkSpeechRecognition() — false",
-                     }));
+    EXPECT_EQ(lines,
+              (std::vector<std::string>{
+                  "checkMicrophone() — AVCaptureDevice status: 0, AVAudioApplication recordPermission: 0",
+                  "checkAccessibility() — false",
+                  "checkInputMonitoring() — false",
+                  "checkSpeechRecognition() — false",
+              }));
     EXPECT_FALSE(*manager.microphoneGranted);
     EXPECT_FALSE(*manager.accessibilityGranted);
     EXPECT_FALSE(*manager.inputMonitoringGranted);
     EXPECT_FALSE(*manager.speechRecognitionGranted);
 }
 
-TEST_F(PermissionsManagerTest, ReadsAllFourInTheirOrderAndLogsTheGrants)
-{
-    capture.answer = platform::CaptureStatus::authorized;
+TEST_F(PermissionsManagerTest, ReadsAllFourInTheirOrderAndLogsTheGrants) {
+    capture.status = platform::CaptureStatus::authorized;
     accessibility.answer = true;
     tap.control().setPermitted(true);
     speech.answer = platform::SpeechAuthorization::authorized;
     manager.refresh();
-    EXPECT_EQ(lines, (std::vector<std::string>{
-                         "checkMicrophone() — AVCaptureDevice status: 3, AVAudioApplication recordPermission: 3",
-                         "checkAccessibility() — true",
-                         "checkInputMonitoring() — true",
-                         "checkSpeechRecognition() — true",
-                     }));
+    EXPECT_EQ(lines,
+              (std::vector<std::string>{
+                  "checkMicrophone() — AVCaptureDevice status: 3, AVAudioApplication recordPermission: 3",
+                  "checkAccessibility() — true",
+                  "checkInputMonitoring() — true",
+                  "checkSpeechRecognition() — true",
+              }));
     EXPECT_TRUE(*manager.microphoneGranted);
     EXPECT_TRUE(*manager.accessibilityGranted);
     EXPECT_TRUE(*manager.inputMonitoringGranted);
     EXPECT_TRUE(*manager.speechRecognitionGranted);
 }
 
-TEST_F(PermissionsManagerTest, TakesOnlyTheAuthorisedStatusForAGrant)
-{
+TEST_F(PermissionsManagerTest, TakesOnlyTheAuthorisedStatusForAGrant) {
     using platform::CaptureStatus;
     using platform::SpeechAuthorization;
-    for (const auto status : {CaptureStatus::notDetermined, CaptureStatus::restricted, CaptureStatus::denied}) {
+    for (const auto status :
+         {CaptureStatus::notDetermined, CaptureStatus::restricted, CaptureStatus::denied}) {
         manager.microphoneGranted = true;
-        capture.answer = status;
+        capture.status = status;
         manager.checkMicrophone();
         EXPECT_FALSE(*manager.microphoneGranted);
     }
@@ -125,8 +118,7 @@ TEST_F(PermissionsManagerTest, TakesOnlyTheAuthorisedStatusForAGrant)
     }
 }
 
-TEST_F(PermissionsManagerTest, TellsItsObserversOfChangesOnly)
-{
+TEST_F(PermissionsManagerTest, TellsItsObserversOfChangesOnly) {
     int heard = 0;
     const auto subscription = manager.accessibilityGranted.subscribe([&](bool) { ++heard; });
     manager.checkAccessibility();
@@ -137,8 +129,7 @@ TEST_F(PermissionsManagerTest, TellsItsObserversOfChangesOnly)
     EXPECT_EQ(heard, 1);
 }
 
-TEST_F(PermissionsManagerTest, NoticesAGrantThatIsTakenBack)
-{
+TEST_F(PermissionsManagerTest, NoticesAGrantThatIsTakenBack) {
     accessibility.answer = true;
     manager.checkAccessibility();
     accessibility.answer = false;
@@ -146,11 +137,10 @@ TEST_F(PermissionsManagerTest, NoticesAGrantThatIsTakenBack)
     EXPECT_FALSE(*manager.accessibilityGranted);
 }
 
-TEST_F(PermissionsManagerTest, DoesNotTakeACheckForAnAnswerOfTheUser)
-{
+TEST_F(PermissionsManagerTest, DoesNotTakeACheckForAnAnswerOfTheUser) {
     int told = 0;
     manager.onPermissionGranted = [&] { ++told; };
-    capture.answer = platform::CaptureStatus::authorized;
+    capture.status = platform::CaptureStatus::authorized;
     accessibility.answer = true;
     manager.refresh();
     EXPECT_EQ(told, 0);

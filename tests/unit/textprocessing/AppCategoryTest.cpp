@@ -8,8 +8,7 @@
 
 namespace sonvale::textprocessing {
 
-TEST(AppCategory, HasItsTextsAndItsPlace)
-{
+TEST(AppCategory, HasItsTextsAndItsPlace) {
     struct Row {
         AppCategory category;
         std::string rawValue;
@@ -34,8 +33,7 @@ TEST(AppCategory, HasItsTextsAndItsPlace)
     EXPECT_EQ(appCategoryFromRawValue("work messaging"), std::nullopt);
 }
 
-TEST(AppCategory, KnowsItsApplications)
-{
+TEST(AppCategory, KnowsItsApplications) {
     const std::map<AppCategory, std::vector<std::string>> applications{
         {AppCategory::personalMessaging,
          {"com.apple.MobileSMS", "net.whatsapp.WhatsApp", "org.telegram.desktop",
@@ -64,11 +62,10 @@ TEST(AppCategory, KnowsItsApplications)
     EXPECT_EQ(count, 33U);
 }
 
-TEST(AppCategory, IsOtherForAnythingThatIsNotExactlyListed)
-{
+TEST(AppCategory, IsOtherForAnythingThatIsNotExactlyListed) {
     EXPECT_EQ(forBundleID(std::nullopt), AppCategory::other);
-    for (const auto* identifier : {"", "com.microsoft.vscode", "com.microsoft.VSCode.insiders", "com.microsoft",
-                                   " com.apple.mail", "org.gnome.TextEditor"})
+    for (const auto* identifier : {"", "com.microsoft.vscode", "com.microsoft.VSCode.insiders",
+                                   "com.microsoft", " com.apple.mail", "org.gnome.TextEditor"})
         EXPECT_EQ(forBundleID(identifier), AppCategory::other) << identifier;
 }
 

@@ -17,28 +17,26 @@ public:
 
 } // namespace
 
-TEST(FocusedAppDetector, TellsTheApplicationInFront)
-{
+TEST(FocusedAppDetector, TellsTheApplicationInFront) {
     SettableWorkspace workspace;
-    workspace.front = {.bundleIdentifier = "com.apple.mail", .localizedName = "Mail", .processIdentifier = 42};
+    workspace.front = {
+        .bundleIdentifier = "com.apple.mail", .localizedName = "Mail", .processIdentifier = 42};
     EXPECT_EQ(FocusedAppDetector(workspace).detect(), (FocusedAppInfo{"com.apple.mail", "Mail", 42}));
 }
 
-TEST(FocusedAppDetector, TellsOfNoneWhenNothingIsInFront)
-{
+TEST(FocusedAppDetector, TellsOfNoneWhenNothingIsInFront) {
     SettableWorkspace workspace;
     EXPECT_EQ(FocusedAppDetector(workspace).detect(), (FocusedAppInfo{std::nullopt, "Unknown", 0}));
 }
 
-TEST(FocusedAppDetector, CallsAnApplicationWithoutANameUnknown)
-{
+TEST(FocusedAppDetector, CallsAnApplicationWithoutANameUnknown) {
     SettableWorkspace workspace;
-    workspace.front = {.bundleIdentifier = std::nullopt, .localizedName = std::nullopt, .processIdentifier = 7};
+    workspace.front = {
+        .bundleIdentifier = std::nullopt, .localizedName = std::nullopt, .processIdentifier = 7};
     EXPECT_EQ(FocusedAppDetector(workspace).detect(), (FocusedAppInfo{std::nullopt, "Unknown", 7}));
 }
 
-TEST(FocusedAppDetector, AsksAgainEachTime)
-{
+TEST(FocusedAppDetector, AsksAgainEachTime) {
     SettableWorkspace workspace;
     const FocusedAppDetector detector(workspace);
     EXPECT_EQ(detector.detect().processID, 0);
