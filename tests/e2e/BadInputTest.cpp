@@ -15,15 +15,16 @@ namespace fs = std::filesystem;
 
 void expectDictationWorks(Session& session, const std::string& before = {}) {
     const auto& voice = voices().front();
-    ASSERT_TRUE(session.dictate(voice.file)) << session.program.output();
-    EXPECT_TRUE(session.editor.comesToHold(before + voice.text, 10)) << session.editor.savedText();
+    ASSERT_TRUE(session.dictate(voice)) << session.program.output();
+    EXPECT_TRUE(session.editor.comesToHold(before + voice.sentence, 10)) << session.editor.savedText();
 }
 
 /// Holds Alt where no recording can begin.
 void expectStartFails(Session& session) {
     session.keyboard.down(XK_Alt_L);
-    EXPECT_TRUE(eventually(30, [&] { return session.program.auditCount("error", "recording-start-failed") == 1; }))
-        << session.program.output();
+    EXPECT_TRUE(eventually(30, [&] {
+        return session.program.auditCount("error", "recording-start-failed") == 1;
+    })) << session.program.output();
     session.keyboard.up(XK_Alt_L);
     EXPECT_TRUE(session.program.timings("startDictation total: ").empty());
     EXPECT_TRUE(session.program.isRunning());
@@ -51,14 +52,14 @@ TEST(UnpluggedMicrophone, GivesTheWordsUpToThatMoment) {
     Session session;
 
     ASSERT_TRUE(session.holdToTalk()) << session.program.output();
-    ASSERT_TRUE(session.speak(voice.file));
+    ASSERT_TRUE(session.speak(voice));
     session.desktop.sound().removeMicrophone();
     pauseMilliseconds(500);
     ASSERT_TRUE(session.letGo()) << session.program.output();
 
-    EXPECT_TRUE(session.editor.comesToHold(voice.text, 10)) << session.editor.savedText();
+    EXPECT_TRUE(session.editor.comesToHold(voice.sentence, 10)) << session.editor.savedText();
     session.desktop.sound().addMicrophone();
-    expectDictationWorks(session, voice.text);
+    expectDictationWorks(session, voice.sentence);
 }
 
 TEST(SoundServerThatDies, GivesTheWordsUpToThatMoment) {
@@ -66,12 +67,12 @@ TEST(SoundServerThatDies, GivesTheWordsUpToThatMoment) {
     Session session;
 
     ASSERT_TRUE(session.holdToTalk()) << session.program.output();
-    ASSERT_TRUE(session.speak(voice.file));
+    ASSERT_TRUE(session.speak(voice));
     session.desktop.sound().server().signal(SIGKILL);
     pauseMilliseconds(500);
     ASSERT_TRUE(session.letGo()) << session.program.output();
 
-    EXPECT_TRUE(session.editor.comesToHold(voice.text, 10)) << session.editor.savedText();
+    EXPECT_TRUE(session.editor.comesToHold(voice.sentence, 10)) << session.editor.savedText();
     EXPECT_TRUE(session.program.recordings().empty());
     EXPECT_EQ(session.program.quit(), 0) << session.program.output();
 }
@@ -95,7 +96,8 @@ TEST(GarbageInTheStore, IsReplacedByAnEmptyStore) {
     }});
     expectDictationWorks(session);
     EXPECT_EQ(session.program.history().size(), 1u);
-    EXPECT_NE(session.program.output().find("SwiftData: store reopened successfully after delete"), std::string::npos)
+    EXPECT_NE(session.program.output().find("SwiftData: store reopened successfully after delete"),
+              std::string::npos)
         << session.program.output();
 }
 
@@ -111,7 +113,8 @@ TEST(StoreThatCannotBeMade, LeavesAProgramThatWorksWithoutIt) {
 
 TEST(BrokenSettingsFile, IsPutAsideAndTheDefaultsCount) {
     const std::string broken = R"({"isOnboardingComplete": tru)";
-    Session session({.prepare = [&](PrivateDesktop& desktop) { RunningProgram::writeSettings(desktop, broken); }});
+    Session session(
+        {.prepare = [&](PrivateDesktop& desktop) { RunningProgram::writeSettings(desktop, broken); }});
     expectDictationWorks(session);
 
     const auto folder = session.desktop.configuration() / "com.sonvale.app";

@@ -3,6 +3,7 @@
 #include "tests/support/ChildProcess.h"
 
 #include <X11/Xlib.h>
+#include <X11/Xutil.h>
 #include <X11/extensions/XInput2.h>
 
 #include <map>
@@ -26,12 +27,17 @@ KeyWindow::KeyWindow(const std::string& displayName)
     impl_->window = XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 300, 200, 0, 0, 0);
     XSelectInput(display, impl_->window,
                  KeyPressMask | KeyReleaseMask | FocusChangeMask | StructureNotifyMask);
-    XMapRaised(display, impl_->window);
+    XWMHints hints{};
+    hints.flags = InputHint;
+    hints.input = True;
+    XSetWMHints(display, impl_->window, &hints);
     const bool hasGotFocus = eventually(10, [&] {
         XWindowAttributes attributes{};
         XGetWindowAttributes(display, impl_->window, &attributes);
         if (attributes.map_state == IsViewable)
             XSetInputFocus(display, impl_->window, RevertToParent, CurrentTime);
+        else
+            XMapRaised(display, impl_->window); // openbox sleeps on a request that comes while it starts
         XSync(display, False);
         return hasFocus();
     });

@@ -17,6 +17,9 @@ public:
     /// ":7", for DISPLAY.
     const std::string& name() const { return name_; }
 
+    /// Of the X server, for tests that stop or end it.
+    pid_t serverPid() const { return server_->pid(); }
+
 private:
     TemporaryDirectory directory_;
     std::unique_ptr<ChildProcess> server_;

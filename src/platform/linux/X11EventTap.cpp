@@ -6,6 +6,7 @@
 #include <poll.h>
 #include <pthread.h>
 #include <sys/eventfd.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,6 +22,7 @@ namespace {
 
 // "com.sonvale.hotkey" in the fifteen bytes that Linux has for it.
 constexpr const char* threadName = "sonvale.hotkey";
+constexpr int urgency = -10;
 
 const base::Logger& logger() {
     static const base::Logger instance("X11EventTap");
@@ -140,6 +142,8 @@ void X11EventTap::post(std::function<void()> block) {
 
 void X11EventTap::run() {
     pthread_setname_np(pthread_self(), threadName);
+    // Every shortcut waits for this thread. Where the user has no right to it, it stays an ordinary one.
+    setpriority(PRIO_PROCESS, 0, urgency);
     while (!isStopping_) {
         const bool hasRunBlocks = runBlocks();
         if (!listener_->processEvents())

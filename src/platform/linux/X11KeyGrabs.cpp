@@ -12,8 +12,12 @@ namespace sonvale::platform::linux {
 
 namespace {
 
-// openbox and xfwm4 grab within some ten milliseconds of a keyboard change, on a busy machine later.
+// After a change of the keyboard openbox grabs at once, xfwm4 after a quarter of a second; on a busy machine
+// it takes them a tenth of a second more.
 constexpr double attempts[] = {0, 0.008, 0.016, 0.032, 0.064, 0.128, 0.3, 0.6, 1.2};
+// While a modifier of a combination is held its key may come at any moment.
+constexpr double urgentInterval = 0.004;
+constexpr double unsettledTime = 2;
 constexpr double longestWayToGrab = 0.020;
 constexpr double replySeconds = 1;
 
@@ -62,11 +66,20 @@ void X11KeyGrabs::winBack() {
     nextAttempt_ = 0;
 }
 
-std::uint64_t X11KeyGrabs::modifiers() const {
-    std::uint64_t result = 0;
-    for (const auto& entry : entries_)
-        result |= entry.combination.modifiers;
-    return result;
+void X11KeyGrabs::setHeldModifiers(std::uint64_t modifiers) {
+    const auto added = modifiers & ~heldModifiers_;
+    heldModifiers_ = modifiers;
+    const bool concernsAny = std::any_of(entries_.begin(), entries_.end(), [&](const Entry& entry) {
+        return (entry.combination.modifiers & added) != 0;
+    });
+    if (concernsAny)
+        grabAll();
+}
+
+bool X11KeyGrabs::isModifierHeld() const {
+    return std::any_of(entries_.begin(), entries_.end(), [&](const Entry& entry) {
+        return (entry.combination.modifiers & heldModifiers_) != 0;
+    });
 }
 
 void X11KeyGrabs::keyWentDown(xcb_keycode_t keycode, std::uint64_t modifiers) {
@@ -88,10 +101,16 @@ void X11KeyGrabs::grabWasMet(xcb_keycode_t keycode) {
 
 std::optional<double> X11KeyGrabs::nextDue() const {
     std::optional<double> due;
+    const auto consider = [&](double time) {
+        if (!due || time < *due)
+            due = time;
+    };
     if (nextAttempt_ < std::size(attempts))
-        due = winBackBegan_ + attempts[nextAttempt_];
-    if (awaited_ && (!due || awaited_->until < *due))
-        due = awaited_->until;
+        consider(winBackBegan_ + attempts[nextAttempt_]);
+    if (isModifierHeld() && lastAttempt_ + urgentInterval < winBackBegan_ + unsettledTime)
+        consider(lastAttempt_ + urgentInterval);
+    if (awaited_)
+        consider(awaited_->until);
     return due;
 }
 
@@ -102,17 +121,16 @@ bool X11KeyGrabs::runDue() {
         return false;
     if (awaited_ && awaited_->until <= now)
         missed();
-    if (nextAttempt_ == std::size(attempts) || winBackBegan_ + attempts[nextAttempt_] > now)
-        return true;
+    const bool wasTrying = nextAttempt_ < std::size(attempts);
     // A thread that was held up does not catch up one by one.
     while (nextAttempt_ < std::size(attempts) && winBackBegan_ + attempts[nextAttempt_] <= now)
         ++nextAttempt_;
     grabAll();
-    if (nextAttempt_ < std::size(attempts))
-        return true;
-    for (auto& entry : entries_) {
-        if (entry.isRefused)
-            report(entry);
+    if (wasTrying && nextAttempt_ == std::size(attempts)) {
+        for (auto& entry : entries_) {
+            if (entry.isRefused)
+                report(entry);
+        }
     }
     return true;
 }
@@ -150,7 +168,8 @@ void X11KeyGrabs::grabAll() {
                                       modifiers.data()));
         }
     }
-    const double deadline = connection_.clock().now() + replySeconds;
+    lastAttempt_ = connection_.clock().now();
+    const double deadline = lastAttempt_ + replySeconds;
     for (const auto& [entry, cookie] : requests) {
         const auto reply = connection_.reply<xcb_input_xi_passive_grab_device_reply_t>(cookie, deadline);
         // The reply lists the modifier sets that were refused.

@@ -28,11 +28,9 @@ public:
     /// The keyboard or its meanings have changed.
     void setMap(const X11KeyboardMap& map);
 
-    /// Somebody may have grabbed in between: grabs again now and several times within the next second.
-    void winBack();
-
-    /// Every modifier of any combination.
-    std::uint64_t modifiers() const;
+    /// The modifiers that are held from now on. When one of a combination goes down, somebody may have
+    /// grabbed in between.
+    void setHeldModifiers(std::uint64_t modifiers);
 
     /// A key has gone down while the server saw these modifiers. If it should meet a grab, its event has to
     /// follow.
@@ -65,6 +63,8 @@ private:
     };
 
     std::vector<Grab> grabsOf(const KeyCombination& combination, const X11KeyboardMap& map) const;
+    void winBack();
+    bool isModifierHeld() const;
     void grabAll();
     void ungrab(const Entry& entry);
     void missed();
@@ -76,7 +76,9 @@ private:
     std::vector<std::uint8_t> locks_{0};
     std::vector<Entry> entries_;
 
-    double winBackBegan_ = 0;
+    std::uint64_t heldModifiers_ = 0;
+    double winBackBegan_;
+    double lastAttempt_ = 0;
     std::size_t nextAttempt_; ///< index in the table of delays; its size when no attempt is due
     std::optional<Awaited> awaited_;
 };

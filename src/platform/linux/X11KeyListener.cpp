@@ -138,8 +138,7 @@ void X11KeyListener::keyWentDown(std::uint16_t keyboard, xcb_keycode_t keycode) 
     held_.press(keyboard, keycode);
     if (map_.isStateKey(keycode)) {
         tell(KeyEvent::Type::flagsChanged, keycode);
-        if (map_.modifierOf(keycode) & grabs_.modifiers())
-            grabs_.winBack();
+        grabs_.setHeldModifiers(held_.flags(map_));
         return;
     }
     const auto verdict = tell(KeyEvent::Type::keyDown, keycode);
@@ -154,7 +153,10 @@ void X11KeyListener::keyWentUp(std::uint16_t keyboard, xcb_keycode_t keycode) {
     held_.release(keyboard, keycode, keyboards_);
     // What comes after a grab has ended cannot be kept from the application; it drops a release without a
     // press.
-    tell(map_.isStateKey(keycode) ? KeyEvent::Type::flagsChanged : KeyEvent::Type::keyUp, keycode);
+    const bool isStateKey = map_.isStateKey(keycode);
+    tell(isStateKey ? KeyEvent::Type::flagsChanged : KeyEvent::Type::keyUp, keycode);
+    if (isStateKey)
+        grabs_.setHeldModifiers(held_.flags(map_));
 }
 
 void X11KeyListener::grabWasMet(xcb_keycode_t keycode) {
@@ -188,8 +190,10 @@ void X11KeyListener::keyboardsChanged() {
             hasReleased |= held_.dropKeyboard(device);
     }
     keyboards_ = std::move(*keyboards);
-    if (hasReleased)
-        callback_({KeyEvent::Type::flagsChanged, -1, held_.flags(map_)});
+    if (!hasReleased)
+        return;
+    callback_({KeyEvent::Type::flagsChanged, -1, held_.flags(map_)});
+    grabs_.setHeldModifiers(held_.flags(map_));
 }
 
 void X11KeyListener::mapChanged() {
