@@ -114,7 +114,7 @@ std::string classOf(Editor::Program program) {
     case Editor::Program::mousepad:
         return "ousepad";
     case Editor::Program::featherpad:
-        return "eatherpad";
+        return "FeatherPad";
     case Editor::Program::xterm:
         return "XTerm";
     case Editor::Program::xfce4Terminal:
@@ -151,6 +151,9 @@ Editor::Editor(Options options)
     , file_(directory_.path() + "/note.txt")
     , keyboard_(options_.display, TestKeyboard::Source::xtest) {
     std::ofstream(file_) << options_.text;
+    // Else every saving adds a line to the text, which is then also what an undo takes away.
+    std::filesystem::create_directories(directory_.path() + "/config/featherpad");
+    std::ofstream(directory_.path() + "/config/featherpad/fp.conf") << "[text]\nappendEmptyLine=false\n";
     // Control-D hands `cat` the line as far as it is typed; on an empty line it ends it, and the next one
     // begins.
     const std::string command = options_.command.empty() ? "while :; do cat >> FILE; done" : options_.command;

@@ -41,13 +41,13 @@ bool SyntheticKeyLedger::strikeOut(std::uint16_t device, KeyStroke stroke, doubl
         expected.pop_front();
 
     // The server leaves out the press of a modifier that this keyboard holds already. It leaves out nothing
-    // else, so only presses may be passed over.
+    // else, so only presses may be passed over, and none whose release would then be the next to come.
     for (std::size_t i = 0; i < expected.size(); ++i) {
         if (expected[i].stroke == stroke) {
             expected.erase(expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(i) + 1);
             return true;
         }
-        if (!expected[i].stroke.isPress)
+        if (!expected[i].stroke.isPress || expected[i].stroke.keycode == stroke.keycode)
             break;
     }
     return false;
