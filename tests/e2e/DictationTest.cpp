@@ -39,11 +39,17 @@ std::vector<std::byte> someImage() {
     return image;
 }
 
+SelectionOwner::Form form(std::string target, std::vector<std::byte> data) {
+    SelectionOwner::Form result;
+    result.target = std::move(target);
+    result.data = std::move(data);
+    return result;
+}
+
 /// What the user had copied before: a passage of a web page and a picture.
 std::vector<SelectionOwner::Form> copiedPage() {
-    return {{.target = "UTF8_STRING", .data = bytesOf("copied before — naïve café")},
-            {.target = "text/html", .data = bytesOf("<b>copied</b> before")},
-            {.target = "image/png", .data = someImage()}};
+    return {form("UTF8_STRING", bytesOf("copied before — naïve café")),
+            form("text/html", bytesOf("<b>copied</b> before")), form("image/png", someImage())};
 }
 
 void expectClipboardHolds(const std::string& display, const std::vector<SelectionOwner::Form>& forms) {
