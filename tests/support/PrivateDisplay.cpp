@@ -68,7 +68,7 @@ std::string readDisplayNumber(int descriptor) {
 
 } // namespace
 
-PrivateDisplay::PrivateDisplay(WindowManager windowManager) {
+PrivateDisplay::PrivateDisplay(WindowManager windowManager, std::vector<std::string> serverArguments) {
     int ends[2] = {};
     if (pipe(ends) != 0)
         throw std::runtime_error("no pipe");
@@ -76,6 +76,7 @@ PrivateDisplay::PrivateDisplay(WindowManager windowManager) {
     // The server picks a free number itself and writes it to the descriptor.
     server.arguments = {"Xvfb",        "-displayfd", "9",   "-screen", "0",
                         "1280x800x24", "-nolisten",  "tcp", "-ac",     "-noreset"};
+    server.arguments.insert(server.arguments.end(), serverArguments.begin(), serverArguments.end());
     server.descriptors = {{ends[1], 9}};
     server.outputFile = directory_.path() + "/xvfb.log";
     server_ = std::make_unique<ChildProcess>(std::move(server));
