@@ -82,6 +82,27 @@ TEST_F(FfmpegAudioFiles, KeepTheFramesOfEveryRate) {
     }
 }
 
+TEST_F(FfmpegAudioFiles, KeepSpeechThirtyDecibelsAboveTheirOwnNoise) {
+    const AudioFormat format{48000, 1};
+    for (const auto& original :
+         {files_.read(voiceFile(voices().front().name), format), tone(format, 96000)}) {
+        auto writer = files_.create(path(), format);
+        writer->write(original);
+        writer->close();
+        const auto read = files_.read(path(), format);
+        ASSERT_EQ(read->frameLength(), original->frameLength());
+        double signal = 0;
+        double noise = 0;
+        for (std::size_t i = 0; i < read->frameLength(); ++i) {
+            const double sample = original->channel(0)[i];
+            signal += sample * sample;
+            noise += std::pow(read->channel(0)[i] - sample, 2);
+        }
+        EXPECT_GT(10 * std::log10(signal / noise), 30);
+        std::filesystem::remove(path());
+    }
+}
+
 TEST_F(FfmpegAudioFiles, RecordRatesThatAacDoesNotKnow) {
     for (const double rate : {192000.0, 176400.0, 37800.0, 50000.0, 5512.0}) {
         const AudioFormat format{rate, 2};
