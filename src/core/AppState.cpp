@@ -49,7 +49,7 @@ AppState::AppState(const Environment& environment)
     isOnboardingComplete = e.settings.read(keys::isOnboardingComplete);
     e.settings.registerDefaults();
 
-    transcriptionManager = std::make_shared<transcription::TranscriptionManager>(e.main);
+    transcriptionManager = std::make_shared<transcription::TranscriptionManager>();
     transcriptionManager->localEngine.set(
         std::make_shared<transcription::AppleSpeechEngine>(e.speechRecognizers, e.currentLocale));
     transcriptionManager->preferredEngine =
