@@ -1,11 +1,11 @@
 #include "tests/e2e/Session.h"
+#include "tests/support/Files.h"
 #include "tests/support/Voices.h"
 
 #include <X11/keysym.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 
 namespace sonvale::tests {
 
@@ -92,7 +92,7 @@ TEST(Silence, InsertsNothing) {
 TEST(GarbageInTheStore, IsReplacedByAnEmptyStore) {
     Session session({.prepare = [](PrivateDesktop& desktop) {
         fs::create_directories(desktop.data() / "Sonvale");
-        std::ofstream(desktop.data() / "Sonvale" / "Sonvale.store") << std::string(5000, 'x');
+        writeFile(desktop.data() / "Sonvale" / "Sonvale.store", std::string(5000, 'x'));
     }});
     expectDictationWorks(session);
     EXPECT_EQ(session.program.history().size(), 1u);
@@ -104,7 +104,7 @@ TEST(GarbageInTheStore, IsReplacedByAnEmptyStore) {
 TEST(StoreThatCannotBeMade, LeavesAProgramThatWorksWithoutIt) {
     Session session({.prepare = [](PrivateDesktop& desktop) {
         // A file where its folder should be.
-        std::ofstream(desktop.data() / "Sonvale") << "taken";
+        writeFile(desktop.data() / "Sonvale", "taken");
     }});
     expectDictationWorks(session);
     EXPECT_NE(session.program.output().find("falling back to in-memory store"), std::string::npos)
@@ -118,8 +118,7 @@ TEST(BrokenSettingsFile, IsPutAsideAndTheDefaultsCount) {
     expectDictationWorks(session);
 
     const auto folder = session.desktop.configuration() / "com.sonvale.app";
-    std::ifstream kept(folder / "defaults.json.broken-1");
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(kept), {}), broken);
+    EXPECT_EQ(contentOf(folder / "defaults.json.broken-1"), broken);
 }
 
 TEST(SecondProgram, SaysThatThereIsOneAndEnds) {
@@ -127,8 +126,7 @@ TEST(SecondProgram, SaysThatThereIsOneAndEnds) {
     const auto log = (session.desktop.folder() / "second.log").string();
     EXPECT_EQ(session.desktop.start({SONVALE_PROGRAM}, log).wait(30), 0);
 
-    std::ifstream said(log);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(said), {}), "Son Vale is already running.\n");
+    EXPECT_EQ(contentOf(log), "Son Vale is already running.\n");
     expectDictationWorks(session);
 }
 

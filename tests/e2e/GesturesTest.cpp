@@ -1,12 +1,9 @@
 #include "tests/e2e/Session.h"
-#include "tests/support/SelectionOwner.h"
+#include "tests/support/Files.h"
 #include "tests/support/Voices.h"
 
 #include <X11/keysym.h>
 #include <gtest/gtest.h>
-
-#include <fstream>
-#include <sstream>
 
 namespace sonvale::tests {
 
@@ -17,12 +14,6 @@ const std::string showKeys = "stty -icanon -echo; cat -v >> FILE";
 
 /// Longer than a chord's keys may lie apart, shorter than anybody dictates.
 constexpr int quickMilliseconds = 50;
-
-std::string contentOf(const std::string& file) {
-    std::ostringstream text;
-    text << std::ifstream(file).rdbuf();
-    return std::move(text).str();
-}
 
 /// Whether the program still does its work.
 void expectNextDictationWorks(Session& session, const std::string& before) {
