@@ -50,8 +50,9 @@ TEST(Cancel, ByAnotherModifierThrowsTheRecordingAway) {
     session.keyboard.down(XK_Shift_L);
     ASSERT_TRUE(eventually(30, [&] { return session.program.auditCount("recordingStopped") == 1; }))
         << session.program.output();
-    session.keyboard.up(XK_Shift_L);
+    // Alt alone would be the beginning of the next dictation.
     session.keyboard.up(XK_Alt_L);
+    session.keyboard.up(XK_Shift_L);
 
     EXPECT_TRUE(eventually(10, [&] { return session.program.recordings().empty(); }));
     // As long as a recogniser that had been asked would need.
