@@ -16,7 +16,8 @@ namespace fs = std::filesystem;
 void expectDictationWorks(Session& session, const std::string& before = {}) {
     const auto& voice = voices().front();
     ASSERT_TRUE(session.dictate(voice)) << session.program.output();
-    EXPECT_TRUE(session.editor.comesToHold(before + voice.sentence, 10)) << session.editor.savedText() << "\n" << session.program.output();
+    EXPECT_TRUE(session.editor.comesToHold(before + voice.sentence, 10)) << session.editor.savedText() << "\n"
+                                                                         << session.program.output();
 }
 
 /// Holds Alt where no recording can begin.

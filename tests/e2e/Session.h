@@ -18,7 +18,7 @@ public:
         WindowManager windowManager = WindowManager::openbox;
         PrivateDesktop::Sound sound = PrivateDesktop::Sound::withMicrophone;
         Editor::Program editor = Editor::Program::mousepad;
-        std::string terminalCommand = {};                       ///< as in `Editor::Options`
+        std::string terminalCommand = {};                  ///< as in `Editor::Options`
         std::function<void(PrivateDesktop&)> prepare = {}; ///< called before the program starts
     };
 
