@@ -65,24 +65,24 @@ void sendAll(benchmark::State& state, std::initializer_list<platform::KeyEvent> 
 }
 
 /// Ordinary typing: nothing matches.
-void TapCallbackTyping(benchmark::State& state) {
+void BM_tapCallbackTyping(benchmark::State& state) {
     sendAll(state, {{Type::keyDown, 7, 0}, {Type::keyUp, 7, 0}});
 }
 
 /// A shortcut with a key: one delivery for each event.
-void TapCallbackShortcut(benchmark::State& state) {
+void BM_tapCallbackShortcut(benchmark::State& state) {
     sendAll(state, {{Type::keyDown, 49, modifier::option}, {Type::keyUp, 49, modifier::option}});
 }
 
 /// A quick tap of Option: a timer set and dropped, two deliveries.
-void TapCallbackModifierTap(benchmark::State& state) {
+void BM_tapCallbackModifierTap(benchmark::State& state) {
     sendAll(state, {{Type::flagsChanged, 58, modifier::option}, {Type::flagsChanged, 58, 0}});
 }
 
 } // namespace
 
-BENCHMARK(TapCallbackTyping);
-BENCHMARK(TapCallbackShortcut);
-BENCHMARK(TapCallbackModifierTap);
+BENCHMARK(BM_tapCallbackTyping);
+BENCHMARK(BM_tapCallbackShortcut);
+BENCHMARK(BM_tapCallbackModifierTap);
 
 } // namespace sonvale::hotkeys

@@ -2,6 +2,7 @@
 #include "tests/support/Voices.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -9,7 +10,6 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -64,8 +64,8 @@ void printTimings(const std::string& name, std::vector<double> milliseconds) {
         return;
     }
     std::ranges::sort(milliseconds);
-    fmt::print("{:<44} median {:.0f} ms, slowest {:.0f} ms, of {}\n", name, milliseconds[milliseconds.size() / 2],
-               milliseconds.back(), milliseconds.size());
+    fmt::print("{:<44} median {:.0f} ms, slowest {:.0f} ms, of {}\n", name,
+               milliseconds[milliseconds.size() / 2], milliseconds.back(), milliseconds.size());
 }
 
 std::vector<double> millisecondsOf(const RunningProgram& program, const std::string& stage) {
@@ -81,17 +81,18 @@ void measure(int dictations) {
     const auto process = program.pid();
 
     pauseMilliseconds(5000);
-    fmt::print("{:<44} {:.1f} MB\n", "resident, idle, before the first dictation", residentMegabytes(process));
+    fmt::print("{:<44} {:.1f} MB\n", "resident, idle, before the first dictation",
+               residentMegabytes(process));
     fmt::print("{:<44} {:.1f}\n", "wake-ups per second, idle", wakeUpsPerSecond(process, 10));
 
     // The recogniser's model is loaded by the first one.
-    if (!session.dictate(voices().front().file))
+    if (!session.dictate(voices().front()))
         throw std::runtime_error("the dictation did not go through:\n" + program.output());
     const double loading = millisecondsOf(program, "stopDictation total: ").front();
     fmt::print("{:<44} {:.0f} ms\n", "key up to the end, the first time", loading);
 
     for (int i = 0; i < dictations; ++i) {
-        if (!session.dictate(voices()[static_cast<std::size_t>(i) % voices().size()].file))
+        if (!session.dictate(voices()[static_cast<std::size_t>(i) % voices().size()]))
             throw std::runtime_error("the dictation did not go through:\n" + program.output());
     }
     auto starts = millisecondsOf(program, "startDictation total: ");

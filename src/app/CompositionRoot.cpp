@@ -32,8 +32,6 @@ namespace {
 constexpr unsigned poolThreads = 2;
 constexpr double shutDownSeconds = 5;
 
-const std::string displayOfEnvironment;
-
 } // namespace
 
 // Destroyed from the last to the first.
@@ -54,9 +52,9 @@ struct CompositionRoot::Parts {
 
     std::shared_ptr<platform::linux::SyntheticKeyLedger> keyLedger =
         std::make_shared<platform::linux::SyntheticKeyLedger>();
-    platform::linux::X11EventTap eventTap{displayOfEnvironment, clock, keyLedger};
+    platform::linux::X11EventTap eventTap{clock, keyLedger};
     platform::linux::X11Pasteboard pasteboard{clock};
-    platform::linux::X11SyntheticInput syntheticInput{displayOfEnvironment, clock, keyLedger,
+    platform::linux::X11SyntheticInput syntheticInput{clock, keyLedger,
                                                       [this] { pasteboard.offerPrimary(); }};
     platform::linux::X11Workspace workspace{clock};
     platform::linux::X11AccessibilityTree accessibilityTree{clock};

@@ -26,7 +26,7 @@ int main(int argc, char** argv) {
     QApplication::setDesktopFileName(QStringLiteral("com.sonvale.app"));
     QApplication::setQuitOnLastWindowClosed(false);
 
-    const auto directories = platform::linux::xdgDirectories();
+    const auto directories = platform::linux::XdgDirectories::resolve();
     const char* display = std::getenv("DISPLAY");
     const app::SingleInstance instance(directories.temporary, display ? display : "");
     if (!instance.isFirst()) {

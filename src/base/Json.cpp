@@ -47,6 +47,9 @@ std::string JsonError::errorDescription() const {
 ParsedJson parseJson(std::string_view text) {
     if (const auto offset = depthExceededAt(text))
         return ParsedJson(JsonError{JsonError::Kind::tooDeep, *offset});
+    // The library takes a zero byte for the end of the text.
+    if (const auto offset = text.find('\0'); offset != std::string_view::npos)
+        return ParsedJson(JsonError{JsonError::Kind::syntax, offset});
     try {
         return ParsedJson(Json::parse(text));
     } catch (const Json::parse_error& error) {

@@ -72,12 +72,11 @@ private:
 /// Which records to fetch and in which order.
 template <class R>
 struct FetchDescriptor {
-    std::vector<FieldCondition<R>> where;    ///< all must hold
-    std::function<bool(const R&)> predicate; ///< any further rule; empty: every record
-    std::vector<SortDescriptor<R>>
-        sortBy;                       ///< first decides first; equal ones, and all without any, by insertion
-    std::optional<std::size_t> limit; ///< at most so many
-    std::size_t offset = 0;           ///< so many are passed over at the start
+    std::vector<FieldCondition<R>> where{};    ///< all must hold
+    std::function<bool(const R&)> predicate{}; ///< any further rule; empty: every record
+    std::vector<SortDescriptor<R>> sortBy{};   ///< the first decides first, the order of insertion last
+    std::optional<std::size_t> limit{};        ///< at most so many
+    std::size_t offset = 0;                    ///< so many are passed over at the start
 };
 
 } // namespace sonvale::persistence

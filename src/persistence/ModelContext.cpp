@@ -223,6 +223,7 @@ void ModelContext::save() {
     } catch (const SQLite::Exception& error) {
         throw StoreError(StoreError::Case::saveFailed, error.what());
     }
+    impl_->store->synchronizeSoon();
     std::apply([](auto&... changes) { (changes.clear(), ...); }, impl_->staged);
 }
 

@@ -37,8 +37,8 @@ public:
     template <class R>
     void remove(const R& record);
 
-    /// Commits everything staged, all or nothing. On failure throws `StoreError` and all of it stays staged,
-    /// so that the next successful save carries it.
+    /// Commits everything staged, all or nothing; an end of the process after that does not undo it. On
+    /// failure throws `StoreError` and all of it stays staged, so that the next successful save carries it.
     void save();
 
     /// The records that match, staged changes included. Throws `StoreError`.

@@ -54,6 +54,10 @@ Loaded readFile(const std::filesystem::path& file) {
         loaded.failure = "not a file";
         return loaded;
     }
+    // Written by hand or by an earlier version; session tokens are inside. When this fails, the next change
+    // mends it.
+    if ((status.st_mode & 0077) != 0)
+        static_cast<void>(::fchmod(descriptor.number(), 0600));
     std::array<char, 65536> buffer{};
     for (;;) {
         const auto got = ::read(descriptor.number(), buffer.data(), buffer.size());
@@ -149,11 +153,13 @@ void Settings::change(std::string_view name, std::optional<base::Json> value) {
             const std::lock_guard lock(valuesMutex_);
             const auto found = values_.find(name);
             const bool isStored = found != values_.end();
-            if (value ? isStored && *found == *value && found->type() == value->type() : !isStored)
+            const bool isSame =
+                value ? isStored && *found == *value && found->type() == value->type() : !isStored;
+            if (isSame && !isUnwritten_)
                 return;
             if (value)
                 values_[std::string(name)] = *std::move(value);
-            else
+            else if (isStored)
                 values_.erase(found);
         }
         failure = write();

@@ -58,9 +58,11 @@ void checkContent(SQLite::Database& database) {
 }
 
 void prepare(SQLite::Database& database) {
-    // One wait for the disk at each commit, after which the commit survives a loss of power.
+    // A commit is one write to the log file, without a wait for the disk: saving happens on the main thread
+    // between the words and their insertion. The file is brought to the disk right afterwards, off that
+    // thread, and a loss of power before that leaves the store as it was before the commit.
     database.exec("PRAGMA journal_mode = WAL");
-    database.exec("PRAGMA synchronous = FULL");
+    database.exec("PRAGMA synchronous = NORMAL");
     // Removed text must not stay readable in free pages of the file.
     database.exec("PRAGMA secure_delete = ON");
 
@@ -98,10 +100,18 @@ std::unique_ptr<Store> Store::open(const std::filesystem::path& file) {
         auto database =
             std::make_unique<SQLite::Database>(file.string(), SQLite::OPEN_READWRITE, busyMilliseconds);
         prepare(*database);
-        return std::unique_ptr<Store>(new Store(std::move(database)));
+        std::unique_ptr<Store> store(new Store(std::move(database)));
+        // Never the main file: closing another descriptor of it would drop SQLite's locks.
+        store->synchronizer_.emplace(file.string() + "-wal");
+        return store;
     } catch (const SQLite::Exception& error) {
         throw StoreError(StoreError::Case::openFailed, error.what());
     }
+}
+
+void Store::synchronizeSoon() {
+    if (synchronizer_)
+        synchronizer_->request();
 }
 
 std::unique_ptr<Store> Store::openInMemory() {

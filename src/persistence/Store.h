@@ -1,9 +1,11 @@
 #pragma once
 
+#include "persistence/DiskSynchronizer.h"
 #include "persistence/StoreError.h"
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 
 namespace SQLite {
 class Database;
@@ -27,10 +29,15 @@ public:
 
     SQLite::Database& database() { return *database_; }
 
+    /// To be called after a commit, which an end of the process does not undo from then on: brings it to the
+    /// disk, without waiting, so that it survives a loss of power too.
+    void synchronizeSoon();
+
 private:
     explicit Store(std::unique_ptr<SQLite::Database> database);
 
     std::unique_ptr<SQLite::Database> database_;
+    std::optional<DiskSynchronizer> synchronizer_; ///< absent in memory
 };
 
 } // namespace sonvale::persistence

@@ -6,12 +6,9 @@
 
 namespace sonvale::transcription {
 
-TranscriptionManager::TranscriptionManager(runtime::Actor main)
-    : main_(std::move(main)) {}
 
 runtime::Task<std::string> TranscriptionManager::transcribe(std::filesystem::path audioFileURL,
                                                             std::optional<std::string> language) {
-    main_.assertCurrent();
     const auto preference = preferredEngine.get();
     const bool isLocalAllowed = preference == TranscriptionEnginePreference::local ||
                                 preference == TranscriptionEnginePreference::hybrid;

@@ -11,7 +11,7 @@ namespace sonvale::transcription {
 /// Owns the engines and chooses between them. Lives on the main actor.
 class TranscriptionManager {
 public:
-    explicit TranscriptionManager(runtime::Actor main);
+    TranscriptionManager() = default;
     TranscriptionManager(const TranscriptionManager&) = delete;
     TranscriptionManager& operator=(const TranscriptionManager&) = delete;
 
@@ -24,9 +24,6 @@ public:
     /// `engineUnavailable` when no engine that the preference allows is there. Cancelling goes to the engine.
     runtime::Task<std::string> transcribe(std::filesystem::path audioFileURL,
                                           std::optional<std::string> language);
-
-private:
-    runtime::Actor main_;
 };
 
 } // namespace sonvale::transcription

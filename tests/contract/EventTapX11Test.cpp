@@ -352,7 +352,7 @@ TEST(EventTapX11, EndsQuietlyWhenTheDisplayDies) {
     ASSERT_TRUE(tap.start(recorder.callback()));
     ASSERT_TRUE(eventually(5, [] { return wakeUpsOfTapThread() >= 0; }));
 
-    kill(display.serverPid(), SIGKILL);
+    display.signalServer(SIGKILL);
     EXPECT_TRUE(eventually(5, [&] { return recorder.has({Type::tapDisabled, 0, 0}); }));
     EXPECT_TRUE(eventually(5, [] { return wakeUpsOfTapThread() == -1; })) << "the thread has ended";
     std::atomic<bool> hasRun = false;
@@ -371,13 +371,13 @@ TEST(EventTapX11, StopsWhileTheServerDoesNotAnswer) {
     desk.swallowOptionSpace();
     ASSERT_TRUE(desk.start());
     pauseMilliseconds(100);
-    kill(desk.display.serverPid(), SIGSTOP);
+    desk.display.signalServer(SIGSTOP);
     desk.tap.setSwallowable({{letterX, platform::modifier::option}});
     pauseMilliseconds(50);
     const double before = monotonicSeconds();
     desk.tap.stop();
     const double taken = monotonicSeconds() - before;
-    kill(desk.display.serverPid(), SIGCONT);
+    desk.display.signalServer(SIGCONT);
     EXPECT_LT(taken, 1.5);
 }
 

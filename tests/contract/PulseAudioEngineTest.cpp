@@ -157,7 +157,7 @@ TEST(PulseAudioEngine, RecordsARealInputWhenAMonitorIsTheDefault) {
     engine->installTap(1024, tap.block());
     engine->start();
     microphone.speak(distinctSamples(1024));
-    engine->removeTap();
+    EXPECT_TRUE(eventually(10, [&] { return tap.frames() == 1024; }));
     EXPECT_EQ(tap.samples(1), negated(distinctSamples(1024)));
 }
 
@@ -246,7 +246,7 @@ TEST(PulseAudioEngine, GivesWhatWasCapturedWhenTheServerDies) {
     engine->start();
     microphone.speak(distinctSamples(1500));
     EXPECT_TRUE(eventually(10, [&] { return tap.frames() >= 1024; }));
-    pauseMilliseconds(100);
+    letTheRestArrive();
     sound.server().signal(SIGKILL);
 
     EXPECT_TRUE(eventually(10, [&] { return !engine->isRunning(); }));

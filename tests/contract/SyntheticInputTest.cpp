@@ -250,11 +250,11 @@ TEST(SyntheticInputX11, ReturnsWhileTheServerDoesNotAnswer) {
     PrivateDisplay display;
     const runtime::SystemClock clock;
     X11SyntheticInput input(clock, std::make_shared<SyntheticKeyLedger>(), {}, display.name());
-    kill(display.serverPid(), SIGSTOP);
+    display.signalServer(SIGSTOP);
     const double before = monotonicSeconds();
     input.pressPaste();
     const double taken = monotonicSeconds() - before;
-    kill(display.serverPid(), SIGCONT);
+    display.signalServer(SIGCONT);
     EXPECT_GE(taken, 0.19);
     EXPECT_LT(taken, 0.7);
 }

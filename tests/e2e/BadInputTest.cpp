@@ -1,11 +1,11 @@
 #include "tests/e2e/Session.h"
+#include "tests/support/Files.h"
 #include "tests/support/Voices.h"
 
 #include <X11/keysym.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 
 namespace sonvale::tests {
 
@@ -15,15 +15,16 @@ namespace fs = std::filesystem;
 
 void expectDictationWorks(Session& session, const std::string& before = {}) {
     const auto& voice = voices().front();
-    ASSERT_TRUE(session.dictate(voice.file)) << session.program.output();
-    EXPECT_TRUE(session.editor.comesToHold(before + voice.text, 10)) << session.editor.savedText();
+    ASSERT_TRUE(session.dictate(voice)) << session.program.output();
+    EXPECT_TRUE(session.editor.comesToHold(before + voice.sentence, 10)) << session.editor.savedText() << "\n" << session.program.output();
 }
 
 /// Holds Alt where no recording can begin.
 void expectStartFails(Session& session) {
     session.keyboard.down(XK_Alt_L);
-    EXPECT_TRUE(eventually(30, [&] { return session.program.auditCount("error", "recording-start-failed") == 1; }))
-        << session.program.output();
+    EXPECT_TRUE(eventually(30, [&] {
+        return session.program.auditCount("error", "recording-start-failed") == 1;
+    })) << session.program.output();
     session.keyboard.up(XK_Alt_L);
     EXPECT_TRUE(session.program.timings("startDictation total: ").empty());
     EXPECT_TRUE(session.program.isRunning());
@@ -51,14 +52,14 @@ TEST(UnpluggedMicrophone, GivesTheWordsUpToThatMoment) {
     Session session;
 
     ASSERT_TRUE(session.holdToTalk()) << session.program.output();
-    ASSERT_TRUE(session.speak(voice.file));
+    ASSERT_TRUE(session.speak(voice));
     session.desktop.sound().removeMicrophone();
     pauseMilliseconds(500);
     ASSERT_TRUE(session.letGo()) << session.program.output();
 
-    EXPECT_TRUE(session.editor.comesToHold(voice.text, 10)) << session.editor.savedText();
+    EXPECT_TRUE(session.editor.comesToHold(voice.sentence, 10)) << session.editor.savedText();
     session.desktop.sound().addMicrophone();
-    expectDictationWorks(session, voice.text);
+    expectDictationWorks(session, voice.sentence);
 }
 
 TEST(SoundServerThatDies, GivesTheWordsUpToThatMoment) {
@@ -66,12 +67,12 @@ TEST(SoundServerThatDies, GivesTheWordsUpToThatMoment) {
     Session session;
 
     ASSERT_TRUE(session.holdToTalk()) << session.program.output();
-    ASSERT_TRUE(session.speak(voice.file));
+    ASSERT_TRUE(session.speak(voice));
     session.desktop.sound().server().signal(SIGKILL);
     pauseMilliseconds(500);
     ASSERT_TRUE(session.letGo()) << session.program.output();
 
-    EXPECT_TRUE(session.editor.comesToHold(voice.text, 10)) << session.editor.savedText();
+    EXPECT_TRUE(session.editor.comesToHold(voice.sentence, 10)) << session.editor.savedText();
     EXPECT_TRUE(session.program.recordings().empty());
     EXPECT_EQ(session.program.quit(), 0) << session.program.output();
 }
@@ -91,18 +92,19 @@ TEST(Silence, InsertsNothing) {
 TEST(GarbageInTheStore, IsReplacedByAnEmptyStore) {
     Session session({.prepare = [](PrivateDesktop& desktop) {
         fs::create_directories(desktop.data() / "Sonvale");
-        std::ofstream(desktop.data() / "Sonvale" / "Sonvale.store") << std::string(5000, 'x');
+        writeFile(desktop.data() / "Sonvale" / "Sonvale.store", std::string(5000, 'x'));
     }});
     expectDictationWorks(session);
     EXPECT_EQ(session.program.history().size(), 1u);
-    EXPECT_NE(session.program.output().find("SwiftData: store reopened successfully after delete"), std::string::npos)
+    EXPECT_NE(session.program.output().find("SwiftData: store reopened successfully after delete"),
+              std::string::npos)
         << session.program.output();
 }
 
 TEST(StoreThatCannotBeMade, LeavesAProgramThatWorksWithoutIt) {
     Session session({.prepare = [](PrivateDesktop& desktop) {
         // A file where its folder should be.
-        std::ofstream(desktop.data() / "Sonvale") << "taken";
+        writeFile(desktop.data() / "Sonvale", "taken");
     }});
     expectDictationWorks(session);
     EXPECT_NE(session.program.output().find("falling back to in-memory store"), std::string::npos)
@@ -111,12 +113,12 @@ TEST(StoreThatCannotBeMade, LeavesAProgramThatWorksWithoutIt) {
 
 TEST(BrokenSettingsFile, IsPutAsideAndTheDefaultsCount) {
     const std::string broken = R"({"isOnboardingComplete": tru)";
-    Session session({.prepare = [&](PrivateDesktop& desktop) { RunningProgram::writeSettings(desktop, broken); }});
+    Session session(
+        {.prepare = [&](PrivateDesktop& desktop) { RunningProgram::writeSettings(desktop, broken); }});
     expectDictationWorks(session);
 
     const auto folder = session.desktop.configuration() / "com.sonvale.app";
-    std::ifstream kept(folder / "defaults.json.broken-1");
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(kept), {}), broken);
+    EXPECT_EQ(contentOf(folder / "defaults.json.broken-1"), broken);
 }
 
 TEST(SecondProgram, SaysThatThereIsOneAndEnds) {
@@ -124,8 +126,7 @@ TEST(SecondProgram, SaysThatThereIsOneAndEnds) {
     const auto log = (session.desktop.folder() / "second.log").string();
     EXPECT_EQ(session.desktop.start({SONVALE_PROGRAM}, log).wait(30), 0);
 
-    std::ifstream said(log);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(said), {}), "Son Vale is already running.\n");
+    EXPECT_EQ(contentOf(log), "Son Vale is already running.\n");
     expectDictationWorks(session);
 }
 

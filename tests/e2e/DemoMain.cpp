@@ -20,18 +20,18 @@ bool showDictation(const std::filesystem::path& folder) {
     bool hasPicture = false;
     bool wentThrough = session.holdToTalk();
     if (wentThrough) {
-        auto player = session.desktop.sound().play(voice.file, 250);
+        auto player = session.desktop.sound().play(voiceFile(voice.name).string(), 250);
         // In the middle of the sentence, when the ring moves with the voice.
         pauseMilliseconds(900);
         hasPicture = session.desktop.screenshot(picture);
         wentThrough = player.wait(60) == 0;
         wentThrough = session.letGo() && wentThrough;
     }
-    const bool hasArrived = wentThrough && session.editor.comesToHold(voice.text, 10);
+    const bool hasArrived = wentThrough && session.editor.comesToHold(voice.sentence, 10);
 
     for (const auto& timing : session.program.timings(""))
         fmt::print("[PERF] {}\n", timing);
-    fmt::print("spoken:  {}\narrived: {}\n", voice.text, session.editor.savedText());
+    fmt::print("spoken:  {}\narrived: {}\n", voice.sentence, session.editor.savedText());
     if (hasPicture)
         fmt::print("picture: {}\n", picture.string());
     if (!hasArrived)

@@ -39,11 +39,17 @@ std::vector<std::byte> someImage() {
     return image;
 }
 
+SelectionOwner::Form form(std::string target, std::vector<std::byte> data) {
+    SelectionOwner::Form result;
+    result.target = std::move(target);
+    result.data = std::move(data);
+    return result;
+}
+
 /// What the user had copied before: a passage of a web page and a picture.
 std::vector<SelectionOwner::Form> copiedPage() {
-    return {{.target = "UTF8_STRING", .data = bytesOf("copied before — naïve café")},
-            {.target = "text/html", .data = bytesOf("<b>copied</b> before")},
-            {.target = "image/png", .data = someImage()}};
+    return {form("UTF8_STRING", bytesOf("copied before — naïve café")),
+            form("text/html", bytesOf("<b>copied</b> before")), form("image/png", someImage())};
 }
 
 void expectClipboardHolds(const std::string& display, const std::vector<SelectionOwner::Form>& forms) {
@@ -71,17 +77,17 @@ TEST_P(DictationInto, PutsTheWordsAtTheCursorAndLeavesNothingElseBehind) {
     const auto copied = copiedPage();
     const SelectionOwner owner(session.desktop.display(), copied);
 
-    ASSERT_TRUE(session.dictate(voice.file)) << session.program.output();
+    ASSERT_TRUE(session.dictate(voice)) << session.program.output();
 
-    EXPECT_TRUE(session.editor.comesToHold(voice.text, 10)) << session.editor.savedText();
+    EXPECT_TRUE(session.editor.comesToHold(voice.sentence, 10)) << session.editor.savedText();
     expectClipboardHolds(session.desktop.display(), copied);
     EXPECT_FALSE(session.keyboard.isAnyKeyDown());
     EXPECT_EQ(session.keyboard.modifiers(), 0u);
 
     const auto rows = session.program.history();
     ASSERT_EQ(rows.size(), 1u);
-    EXPECT_EQ(rows[0].rawText, voice.text);
-    EXPECT_EQ(rows[0].processedText, voice.text);
+    EXPECT_EQ(rows[0].rawText, voice.sentence);
+    EXPECT_EQ(rows[0].processedText, voice.sentence);
 
     EXPECT_EQ(session.program.auditCount("appLaunch"), 1u);
     EXPECT_EQ(session.program.auditCount("recordingStarted"), 1u);
@@ -93,7 +99,7 @@ TEST_P(DictationInto, PutsTheWordsAtTheCursorAndLeavesNothingElseBehind) {
     expectPrivate(session.desktop.data() / "com.sonvale.app" / "audit.log");
     expectPrivate(session.desktop.configuration() / "com.sonvale.app" / "defaults.json");
     // What was said is in the history, in the editor, and in no log.
-    EXPECT_EQ(session.program.output().find(voice.text), std::string::npos);
+    EXPECT_EQ(session.program.output().find(voice.sentence), std::string::npos);
 
     EXPECT_EQ(session.program.quit(), 0) << session.program.output();
 }
@@ -113,10 +119,11 @@ TEST(Dictation, CanFollowAnotherAtOnce) {
     const auto& second = voices().at(1);
     Session session;
 
-    ASSERT_TRUE(session.dictate(first.file)) << session.program.output();
-    ASSERT_TRUE(session.dictate(second.file)) << session.program.output();
+    ASSERT_TRUE(session.dictate(first)) << session.program.output();
+    ASSERT_TRUE(session.dictate(second)) << session.program.output();
 
-    EXPECT_TRUE(session.editor.comesToHold(first.text + second.text, 10)) << session.editor.savedText();
+    EXPECT_TRUE(session.editor.comesToHold(first.sentence + second.sentence, 10))
+        << session.editor.savedText();
     EXPECT_EQ(session.program.history().size(), 2u);
 }
 
@@ -125,8 +132,8 @@ TEST(Dictation, GivesAllTextsOfTwentyInARowAndLeavesNoKeyDown) {
     std::string expected;
     for (std::size_t i = 0; i < 20; ++i) {
         const auto& voice = voices().at(i % voices().size());
-        ASSERT_TRUE(session.dictate(voice.file)) << "dictation " << i + 1 << "\n" << session.program.output();
-        expected += voice.text;
+        ASSERT_TRUE(session.dictate(voice)) << "dictation " << i + 1 << "\n" << session.program.output();
+        expected += voice.sentence;
         ASSERT_FALSE(session.keyboard.isAnyKeyDown()) << "dictation " << i + 1;
         ASSERT_EQ(session.keyboard.modifiers(), 0u) << "dictation " << i + 1;
     }
@@ -140,12 +147,13 @@ TEST(Dictation, GivesAllTextsOfTwentyInARowAndLeavesNoKeyDown) {
 TEST(Dictation, IsNotWrittenToTheHistoryInPrivacyMode) {
     const auto& voice = voices().front();
     Session session({.prepare = [](PrivateDesktop& desktop) {
-        RunningProgram::writeSettings(desktop, R"({"isOnboardingComplete": true, "privacyModeEnabled": true})");
+        RunningProgram::writeSettings(desktop,
+                                      R"({"isOnboardingComplete": true, "privacyModeEnabled": true})");
     }});
 
-    ASSERT_TRUE(session.dictate(voice.file)) << session.program.output();
+    ASSERT_TRUE(session.dictate(voice)) << session.program.output();
 
-    EXPECT_TRUE(session.editor.comesToHold(voice.text, 10)) << session.editor.savedText();
+    EXPECT_TRUE(session.editor.comesToHold(voice.sentence, 10)) << session.editor.savedText();
     EXPECT_TRUE(session.program.history().empty());
 }
 

@@ -1,12 +1,9 @@
 #include "tests/e2e/Session.h"
-#include "tests/support/SelectionOwner.h"
+#include "tests/support/Files.h"
 #include "tests/support/Voices.h"
 
 #include <X11/keysym.h>
 #include <gtest/gtest.h>
-
-#include <fstream>
-#include <sstream>
 
 namespace sonvale::tests {
 
@@ -18,17 +15,11 @@ const std::string showKeys = "stty -icanon -echo; cat -v >> FILE";
 /// Longer than a chord's keys may lie apart, shorter than anybody dictates.
 constexpr int quickMilliseconds = 50;
 
-std::string contentOf(const std::string& file) {
-    std::ostringstream text;
-    text << std::ifstream(file).rdbuf();
-    return std::move(text).str();
-}
-
 /// Whether the program still does its work.
 void expectNextDictationWorks(Session& session, const std::string& before) {
     const auto& voice = voices().front();
-    ASSERT_TRUE(session.dictate(voice.file)) << session.program.output();
-    EXPECT_TRUE(session.editor.comesToHold(before + voice.text, 10)) << session.editor.savedText();
+    ASSERT_TRUE(session.dictate(voice)) << session.program.output();
+    EXPECT_TRUE(session.editor.comesToHold(before + voice.sentence, 10)) << session.editor.savedText();
     EXPECT_TRUE(session.program.recordings().empty());
     EXPECT_FALSE(session.keyboard.isAnyKeyDown());
 }
@@ -55,12 +46,13 @@ TEST(Cancel, ByAnotherModifierThrowsTheRecordingAway) {
     Session session;
 
     ASSERT_TRUE(session.holdToTalk()) << session.program.output();
-    ASSERT_TRUE(session.speak(voice.file));
+    ASSERT_TRUE(session.speak(voice));
     session.keyboard.down(XK_Shift_L);
     ASSERT_TRUE(eventually(30, [&] { return session.program.auditCount("recordingStopped") == 1; }))
         << session.program.output();
-    session.keyboard.up(XK_Shift_L);
+    // Alt alone would be the beginning of the next dictation.
     session.keyboard.up(XK_Alt_L);
+    session.keyboard.up(XK_Shift_L);
 
     EXPECT_TRUE(eventually(10, [&] { return session.program.recordings().empty(); }));
     // As long as a recogniser that had been asked would need.
@@ -84,9 +76,8 @@ TEST(Shortcut, OfTheApplicationArrivesAlthoughItBeginsWithTheHeldKey) {
 class OwnShortcut : public testing::TestWithParam<WindowManager> {};
 
 TEST_P(OwnShortcut, ReachesNeitherTheApplicationNorTheWindowManager) {
-    Session session({.windowManager = GetParam(),
-                     .editor = Editor::Program::xfce4Terminal,
-                     .terminalCommand = showKeys});
+    Session session(
+        {.windowManager = GetParam(), .editor = Editor::Program::xfce4Terminal, .terminalCommand = showKeys});
 
     session.keyboard.chord(XK_Alt_L, XK_space);
     // A menu of the window manager would take this letter.
@@ -99,13 +90,14 @@ TEST_P(OwnShortcut, ReachesNeitherTheApplicationNorTheWindowManager) {
 }
 
 INSTANTIATE_TEST_SUITE_P(WindowManagers, OwnShortcut,
-                         testing::Values(WindowManager::openbox, WindowManager::xfwm4),
-                         [](const auto& info) { return info.param == WindowManager::openbox ? "openbox" : "xfwm4"; });
+                         testing::Values(WindowManager::openbox, WindowManager::xfwm4), [](const auto& info) {
+                             return info.param == WindowManager::openbox ? "openbox" : "xfwm4";
+                         });
 
 TEST(PasteLast, InsertsTheTextOfTheLastDictationAgain) {
     const auto& voice = voices().front();
     Session session;
-    ASSERT_TRUE(session.dictate(voice.file)) << session.program.output();
+    ASSERT_TRUE(session.dictate(voice)) << session.program.output();
 
     session.keyboard.down(XK_Alt_L);
     session.keyboard.down(XK_Super_L);
@@ -115,7 +107,8 @@ TEST(PasteLast, InsertsTheTextOfTheLastDictationAgain) {
     session.keyboard.up(XK_Super_L);
     session.keyboard.up(XK_Alt_L);
 
-    EXPECT_TRUE(session.editor.comesToHold(voice.text + voice.text, 10)) << session.editor.savedText();
+    EXPECT_TRUE(session.editor.comesToHold(voice.sentence + voice.sentence, 10))
+        << session.editor.savedText();
     EXPECT_FALSE(session.keyboard.isAnyKeyDown());
     EXPECT_EQ(session.keyboard.modifiers(), 0u);
 }

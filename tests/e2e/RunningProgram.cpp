@@ -1,10 +1,11 @@
 #include "tests/e2e/RunningProgram.h"
 
+#include "tests/support/Files.h"
+
 #include <SQLiteCpp/Database.h>
 #include <SQLiteCpp/Statement.h>
 
 #include <csignal>
-#include <fstream>
 #include <sstream>
 
 namespace sonvale::tests {
@@ -14,12 +15,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr int busyMilliseconds = 2000;
-
-std::string contentOf(const fs::path& file) {
-    std::ostringstream text;
-    text << std::ifstream(file).rdbuf();
-    return std::move(text).str();
-}
 
 std::vector<std::string> linesOf(const std::string& text) {
     std::vector<std::string> lines;
@@ -43,7 +38,7 @@ fs::path RunningProgram::writeSettings(const PrivateDesktop& desktop, const std:
     const auto folder = desktop.configuration() / "com.sonvale.app";
     fs::create_directories(folder);
     const auto file = folder / "defaults.json";
-    std::ofstream(file) << content;
+    writeFile(file, content);
     return file;
 }
 

@@ -40,8 +40,8 @@ Session::Session(Options options)
     pauseMilliseconds(1500);
 }
 
-bool Session::dictate(const std::string& wavFile) {
-    return holdToTalk() && speak(wavFile) && letGo();
+bool Session::dictate(const Voice& voice) {
+    return holdToTalk() && speak(voice) && letGo();
 }
 
 bool Session::holdToTalk() {
@@ -50,8 +50,9 @@ bool Session::holdToTalk() {
     return program.waitForTimings(started, before + 1, patience);
 }
 
-bool Session::speak(const std::string& wavFile) {
-    return desktop.sound().play(wavFile, playbackLatencyMilliseconds).wait(patience) == 0;
+bool Session::speak(const Voice& voice) {
+    return desktop.sound().play(voiceFile(voice.name).string(), playbackLatencyMilliseconds).wait(patience) ==
+           0;
 }
 
 bool Session::letGo() {

@@ -4,6 +4,7 @@
 #include "tests/support/Editors.h"
 #include "tests/support/PrivateDesktop.h"
 #include "tests/support/TestKeyboard.h"
+#include "tests/support/Voices.h"
 
 #include <functional>
 #include <string>
@@ -17,21 +18,22 @@ public:
         WindowManager windowManager = WindowManager::openbox;
         PrivateDesktop::Sound sound = PrivateDesktop::Sound::withMicrophone;
         Editor::Program editor = Editor::Program::mousepad;
-        std::string terminalCommand; ///< as in `Editor::Options`
+        std::string terminalCommand = {};                       ///< as in `Editor::Options`
         std::function<void(PrivateDesktop&)> prepare = {}; ///< called before the program starts
     };
 
     Session();
-    /// Comes back when the program hears keys and the editor has the keyboard; throws when it does not get there.
+    /// Comes back when the program hears keys and the editor has the keyboard; throws when it does not get
+    /// there.
     explicit Session(Options options);
 
-    /// Holds Alt, plays the recording into the microphone, lets go, and waits for the end of the dictation.
+    /// Holds Alt, speaks the sentence into the microphone, lets go, and waits for the end of the dictation.
     /// False when one of these steps does not come about.
-    bool dictate(const std::string& wavFile);
+    bool dictate(const Voice& voice);
 
     /// The two halves of `dictate` around the speaking.
     bool holdToTalk();
-    bool speak(const std::string& wavFile);
+    bool speak(const Voice& voice);
     bool letGo();
 
     PrivateDesktop desktop;

@@ -12,7 +12,8 @@
 
 namespace sonvale::tests {
 
-/// A recogniser whose answers a test gives. A cancellation is answered at once, inside `cancel()`.
+/// A recogniser whose answers a test gives; until it does, a recognition waits. A cancellation is answered at
+/// once, inside `cancel()`.
 class FakeSpeechRecognizers final : public platform::SpeechRecognizers {
 public:
     /// One recognition as the test sees it; its calls answer on the caller's thread. Any thread.
@@ -108,6 +109,27 @@ public:
             const std::lock_guard lock(mutex_);
             isAvailable_ = isAvailable;
         }
+        /// Answers every later recognition with a final result. Against the port's rule that happens inside
+        /// `recognitionTask`: a test on one thread has nobody else who could do it.
+        void answerWith(std::string words) {
+            answerEachBy([words = std::move(words)](Recognition& recognition) { recognition.finish(words); });
+        }
+        /// As `answerWith`, with an error.
+        void failWith(platform::SpeechRecognitionError error) {
+            answerEachBy([error = std::move(error)](Recognition& recognition) { recognition.fail(error); });
+        }
+        /// Lets every later recognition wait again.
+        void hold() { answerEachBy(nullptr); }
+        /// Answers the recognitions that wait with a final result.
+        void answer(const std::string& words) {
+            for (const auto& recognition : recognitions()) {
+                if (!recognition->isEnded())
+                    recognition->finish(words);
+            }
+        }
+        /// Number of recognitions that were started.
+        int startedCount() const { return static_cast<int>(recognitions().size()); }
+
         /// What is said in a file, for `answerWaiting()`; nothing for silence.
         void setWords(const std::filesystem::path& file, std::string words) {
             const std::lock_guard lock(mutex_);
@@ -142,7 +164,25 @@ public:
 
     private:
         friend class FakeSpeechRecognizers;
+        using Answer = std::function<void(Recognition&)>;
+
+        void answerEachBy(Answer answer) {
+            const std::lock_guard lock(mutex_);
+            answer_ = std::move(answer);
+        }
+        void start(const std::shared_ptr<Recognition>& recognition) {
+            Answer answer;
+            {
+                const std::lock_guard lock(mutex_);
+                recognitions_.push_back(recognition);
+                answer = answer_;
+            }
+            if (answer)
+                answer(*recognition);
+        }
+
         mutable std::mutex mutex_;
+        Answer answer_;
         platform::SpeechAuthorization authorization_ = platform::SpeechAuthorization::authorized;
         std::set<std::string> languages_{"en"};
         bool isAvailable_ = true;
@@ -192,8 +232,7 @@ private:
         recognitionTask(const std::filesystem::path& audioFile, ResultHandler handler) override {
             auto recognition =
                 std::make_shared<Recognition>(audioFile, localeIdentifier_, std::move(handler));
-            const std::lock_guard lock(control_->mutex_);
-            control_->recognitions_.push_back(recognition);
+            control_->start(recognition);
             return recognition;
         }
 

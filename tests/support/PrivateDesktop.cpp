@@ -13,14 +13,16 @@ PrivateDesktop::PrivateDesktop(WindowManager windowManager, Sound sound)
     }
 
     const auto socket = runtime() / "bus";
-    bus_.emplace(start({"dbus-daemon", "--session", "--nofork", "--nopidfile", "--address=unix:path=" + socket.string()},
-                       (folder() / "dbus.log").string()));
+    bus_.emplace(start(
+        {"dbus-daemon", "--session", "--nofork", "--nopidfile", "--address=unix:path=" + socket.string()},
+        (folder() / "dbus.log").string()));
     if (!eventually(20, [&] { return std::filesystem::exists(socket); }))
         throw std::runtime_error("the D-Bus session did not start");
 
     if (sound != Sound::none) {
-        sound_ = std::make_unique<PrivateSound>(sound == Sound::withMicrophone ? PrivateSound::Microphone::present
-                                                                               : PrivateSound::Microphone::absent);
+        sound_ =
+            std::make_unique<PrivateSound>(sound == Sound::withMicrophone ? PrivateSound::Microphone::present
+                                                                          : PrivateSound::Microphone::absent);
     }
 }
 
@@ -35,7 +37,8 @@ std::map<std::string, std::string> PrivateDesktop::environment() const {
         {"DISPLAY", display()},
         {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (runtime() / "bus").string()},
         // A server that is not there is named as well: otherwise the library looks for the machine's own.
-        {"PULSE_SERVER", sound_ ? sound_->serverAddress() : "unix:" + (runtime() / "no-sound-server").string()},
+        {"PULSE_SERVER",
+         sound_ ? sound_->serverAddress() : "unix:" + (runtime() / "no-sound-server").string()},
         {"HOME", folder().string()},
         {"TMPDIR", (folder() / "tmp").string()},
         {"XDG_CONFIG_HOME", configuration().string()},
@@ -49,7 +52,7 @@ std::map<std::string, std::string> PrivateDesktop::environment() const {
 }
 
 std::vector<std::string> PrivateDesktop::withoutEnvironment() {
-    return {"LC_ALL",          "LANGUAGE",       "WAYLAND_DISPLAY",    "XAUTHORITY",
+    return {"LC_ALL",          "LANGUAGE",        "WAYLAND_DISPLAY",     "XAUTHORITY",
             "SESSION_MANAGER", "XDG_CONFIG_DIRS", "XDG_CURRENT_DESKTOP", "XDG_SESSION_TYPE",
             "PULSE_SINK",      "PULSE_SOURCE",    "QT_STYLE_OVERRIDE",   "QT_QPA_PLATFORMTHEME"};
 }

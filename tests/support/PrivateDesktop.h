@@ -14,7 +14,8 @@
 namespace sonvale::tests {
 
 /// Everything that a user's session has, made for one test and gone with it: a display with a window manager,
-/// a D-Bus session, a sound server with a microphone, and a home. Nothing of the machine's own session is in it.
+/// a D-Bus session, a sound server with a microphone, and a home. Nothing of the machine's own session is in
+/// it.
 class PrivateDesktop {
 public:
     enum class Sound { withMicrophone, withoutMicrophone, none };

@@ -11,26 +11,43 @@ namespace sonvale::tests {
 
 namespace {
 
-/// Whether a window manager that follows EWMH has announced itself and takes windows. It publishes its list of
-/// windows last; a window that is opened between the two may be left unmapped.
+bool hasAnnouncedItself(Display* display)
+{
+    const Atom check = XInternAtom(display, "_NET_SUPPORTING_WM_CHECK", False);
+    Atom type = None;
+    int format = 0;
+    unsigned long count = 0;
+    unsigned long left = 0;
+    unsigned char* data = nullptr;
+    XGetWindowProperty(display, DefaultRootWindow(display), check, 0, 1, False, XA_WINDOW, &type, &format, &count,
+                       &left, &data);
+    if (data)
+        XFree(data);
+    return count == 1;
+}
+
+/// Opens a window and looks whether it appears: openbox loses those that are opened while it starts.
+bool takesWindows(Display* display)
+{
+    const Window window = XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 20, 20, 0, 0, 0);
+    XMapWindow(display, window);
+    XSync(display, False);
+    const bool hasAppeared = eventually(0.5, [&] {
+        XWindowAttributes attributes;
+        return XGetWindowAttributes(display, window, &attributes) != 0 && attributes.map_state == IsViewable;
+    });
+    XDestroyWindow(display, window);
+    XSync(display, False);
+    return hasAppeared;
+}
+
+/// Whether a window manager that follows EWMH is at work.
 bool isManaged(const std::string& displayName)
 {
     Display* display = XOpenDisplay(displayName.c_str());
     if (!display)
         return false;
-    const auto hasProperty = [display](const char* name) {
-        Atom type = None;
-        int format = 0;
-        unsigned long count = 0;
-        unsigned long left = 0;
-        unsigned char* data = nullptr;
-        XGetWindowProperty(display, DefaultRootWindow(display), XInternAtom(display, name, False), 0, 1, False,
-                           AnyPropertyType, &type, &format, &count, &left, &data);
-        if (data)
-            XFree(data);
-        return type != None;
-    };
-    const bool isReady = hasProperty("_NET_SUPPORTING_WM_CHECK") && hasProperty("_NET_CLIENT_LIST");
+    const bool isReady = hasAnnouncedItself(display) && takesWindows(display);
     XCloseDisplay(display);
     return isReady;
 }
@@ -51,7 +68,7 @@ std::string readDisplayNumber(int descriptor) {
 
 } // namespace
 
-PrivateDisplay::PrivateDisplay(WindowManager windowManager) {
+PrivateDisplay::PrivateDisplay(WindowManager windowManager, std::vector<std::string> serverArguments) {
     int ends[2] = {};
     if (pipe(ends) != 0)
         throw std::runtime_error("no pipe");
@@ -59,6 +76,7 @@ PrivateDisplay::PrivateDisplay(WindowManager windowManager) {
     // The server picks a free number itself and writes it to the descriptor.
     server.arguments = {"Xvfb",        "-displayfd", "9",   "-screen", "0",
                         "1280x800x24", "-nolisten",  "tcp", "-ac",     "-noreset"};
+    server.arguments.insert(server.arguments.end(), serverArguments.begin(), serverArguments.end());
     server.descriptors = {{ends[1], 9}};
     server.outputFile = directory_.path() + "/xvfb.log";
     server_ = std::make_unique<ChildProcess>(std::move(server));

@@ -160,8 +160,12 @@ private:
     const std::shared_ptr<Service> service_;
 };
 
+std::filesystem::path PocketSphinxRecognizers::installedModelDirectory() {
+    return SONVALE_POCKETSPHINX_MODEL_DIR;
+}
+
 PocketSphinxRecognizers::PocketSphinxRecognizers(AudioFiles& audioFiles)
-    : PocketSphinxRecognizers(audioFiles, SONVALE_POCKETSPHINX_MODEL_DIR) {}
+    : PocketSphinxRecognizers(audioFiles, installedModelDirectory()) {}
 
 PocketSphinxRecognizers::PocketSphinxRecognizers(AudioFiles& audioFiles, std::filesystem::path modelDirectory)
     : service_(std::make_shared<Service>(audioFiles, PocketSphinxModel::english(modelDirectory))) {}

@@ -18,7 +18,10 @@ public:
     static constexpr const char* errorDomain = "com.sonvale.speech";
     enum class ErrorCode { cancelled = 1, unreadableFile = 2, failure = 3 };
 
-    /// Takes the model that the system's packages install. `audioFiles` decodes; it must outlive this.
+    /// Where the system's packages install models.
+    static std::filesystem::path installedModelDirectory();
+
+    /// Takes the installed model. `audioFiles` decodes; it must outlive this.
     explicit PocketSphinxRecognizers(AudioFiles& audioFiles);
     PocketSphinxRecognizers(AudioFiles& audioFiles, std::filesystem::path modelDirectory);
 

@@ -51,7 +51,7 @@ bool isMadePrivate(const Path& directory) {
     return isUsable;
 }
 
-/// The specification demands a folder of the user's own; after a change of user the variable may name
+/// XDG demands a folder of the user's own; after a change of user the variable may name
 /// another's.
 bool isOwn(const Path& directory) {
     struct stat status{};

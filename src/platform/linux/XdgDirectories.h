@@ -8,7 +8,7 @@
 
 namespace sonvale::platform::linux {
 
-/// The user's folders by the XDG Base Directory Specification, version 0.8.
+/// The user's folders by the XDG base directory rules, version 0.8.
 ///
 /// - application support: $XDG_DATA_HOME, else ~/.local/share
 /// - configuration: $XDG_CONFIG_HOME, else ~/.config

@@ -303,6 +303,8 @@ TEST_F(Dictation, HearsTheShortcutThroughTheListener) {
     advance(0.149);
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
     advance(0.002);
+    tap().runBlocks();
+    runtimeSupport().runUntilIdle();
     EXPECT_EQ(state().recordingState.get(), RecordingState::recording);
     speak(0.1);
     tap().holdModifiers(0);

@@ -49,7 +49,7 @@ protected:
     }
 
     tests::TestRuntime runtime_;
-    TranscriptionManager manager_{runtime_.main()};
+    TranscriptionManager manager_;
     std::shared_ptr<FakeEngine> engine_ = std::make_shared<FakeEngine>();
 };
 
