@@ -119,7 +119,8 @@ TEST_P(EventTapUnderWindowManager, SwallowsOptionSpaceAndLeavesTheWindowTheKeybo
             << "Alt+X arrives";
         pauseMilliseconds(settlingTime);
     }
-    EXPECT_EQ(desk.recorder.count({Type::keyDown, space, platform::modifier::option}), 6);
+    EXPECT_EQ(desk.recorder.count({Type::keyDown, space, platform::modifier::option}), 6)
+        << desk.recorder.text();
     EXPECT_EQ(desk.window.presses(spaceKey), 0);
     EXPECT_TRUE(desk.window.stateOfLastPress(letterKey) & 8u) << "with its Alt";
     EXPECT_EQ(desk.window.presses(keyboard.keycodeOf(XK_v)), 6) << "a paste after it arrives";
@@ -277,7 +278,7 @@ TEST(EventTapX11, ReportsACombinationThatIsTakenAgainAfterEveryGrab) {
     ForeignGrab foreign(desk.display.name(), ForeignGrab::Kind::core, desk.hardware.keycodeOf(XK_space), 8);
     desk.hardware.down(XK_Alt_L);
     for (int round = 0; round < 3; ++round) {
-        pauseMilliseconds(1300); // when the tap no longer tries by itself
+        pauseMilliseconds(2300); // when the tap no longer tries by itself
         foreign.renew();
         desk.hardware.tap(XK_space);
     }
