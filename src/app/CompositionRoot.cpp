@@ -47,16 +47,17 @@ struct CompositionRoot::Parts {
     platform::qt::QtMainContext mainContext{clock, registry};
 
     persistence::Settings settings{directories.configuration / "com.sonvale.app" / "defaults.json"};
-    std::shared_ptr<persistence::AuditLogger> auditLogger = persistence::AuditLogger::make(
-        pool.makeSerialActor("com.sonvale.app.auditlogger"), clock, directories.applicationSupport);
+    persistence::AuditLogger auditLogger{pool.makeSerialActor("com.sonvale.app.auditlogger"), clock,
+                                         directories.applicationSupport};
 
     std::shared_ptr<platform::linux::SyntheticKeyLedger> keyLedger =
         std::make_shared<platform::linux::SyntheticKeyLedger>();
-    platform::linux::X11EventTap eventTap{keyLedger};
-    platform::linux::X11Pasteboard pasteboard;
-    platform::linux::X11SyntheticInput syntheticInput{keyLedger, [this] { pasteboard.offerPrimary(); }};
-    platform::linux::X11Workspace workspace;
-    platform::linux::X11AccessibilityTree accessibilityTree;
+    platform::linux::X11EventTap eventTap{clock, keyLedger};
+    platform::linux::X11Pasteboard pasteboard{clock};
+    platform::linux::X11SyntheticInput syntheticInput{clock, keyLedger,
+                                                      [this] { pasteboard.offerPrimary(); }};
+    platform::linux::X11Workspace workspace{clock};
+    platform::linux::X11AccessibilityTree accessibilityTree{clock};
     platform::linux::PulseAudioEngines audioEngines;
     platform::linux::PulseCaptureAuthorization captureAuthorization;
     platform::linux::FfmpegAudioFiles audioFiles;
@@ -77,11 +78,12 @@ CompositionRoot::CompositionRoot(platform::Directories directories)
     auto& p = *parts_;
     core::Environment environment{
         .main = p.mainContext.actor(),
-        .makeSerialActor = [&pool = p.pool](std::string name) { return pool.makeSerialActor(std::move(name)); },
+        .makeSerialActor = [&pool =
+                                p.pool](std::string name) { return pool.makeSerialActor(std::move(name)); },
         .clock = p.clock,
         .directories = p.directories,
         .settings = p.settings,
-        .auditLogger = *p.auditLogger,
+        .auditLogger = p.auditLogger,
         .eventTap = p.eventTap,
         .syntheticInput = p.syntheticInput,
         .pasteboard = p.pasteboard,
@@ -106,7 +108,8 @@ void CompositionRoot::launch() {
     p.delegate->applicationDidFinishLaunching();
     const auto& appState = p.delegate->services()->appState();
 
-    p.trayIcon = std::make_unique<ui::TrayIcon>([&application = p.application] { application.terminate(); });
+    p.trayIcon = std::make_unique<ui::TrayIcon>(p.mainContext.actor(), p.clock,
+                                                [&application = p.application] { application.terminate(); });
     p.stateForTray = appState->recordingState.subscribe(
         [&tray = *p.trayIcon](platform::RecordingState state) { tray.setState(state); });
     p.errorForTray = appState->errorMessage.subscribe(

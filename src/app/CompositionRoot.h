@@ -6,7 +6,8 @@
 
 namespace sonvale::app {
 
-/// Puts the program together: the only place that names concrete adapters. Main thread, after the QApplication.
+/// Puts the program together: the only place that names concrete adapters. Main thread, after the
+/// QApplication.
 class CompositionRoot {
 public:
     explicit CompositionRoot(platform::Directories directories);

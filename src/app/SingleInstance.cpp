@@ -1,15 +1,15 @@
 #include "app/SingleInstance.h"
 
-#include <algorithm>
-#include <cctype>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cctype>
+
 namespace sonvale::app {
 
-SingleInstance::SingleInstance(const std::filesystem::path& directory, const std::string& session)
-{
+SingleInstance::SingleInstance(const std::filesystem::path& directory, const std::string& session) {
     std::string name = session;
     std::ranges::replace_if(name, [](unsigned char c) { return std::isalnum(c) == 0; }, '-');
     const auto path = directory / ("instance" + name + ".lock");
@@ -18,8 +18,7 @@ SingleInstance::SingleInstance(const std::filesystem::path& directory, const std
         isFirst_ = flock(descriptor_, LOCK_EX | LOCK_NB) == 0;
 }
 
-SingleInstance::~SingleInstance()
-{
+SingleInstance::~SingleInstance() {
     if (descriptor_ >= 0)
         close(descriptor_);
 }

@@ -8,7 +8,8 @@ namespace sonvale::app {
 /// Two listeners on the same keys would insert every text twice, so one user runs one program in one session.
 class SingleInstance {
 public:
-    /// Tries to become the one instance. The lock lives in `directory` and goes with the process, however it ends.
+    /// Tries to become the one instance. The lock lives in `directory` and goes with the process, however it
+    /// ends.
     SingleInstance(const std::filesystem::path& directory, const std::string& session);
     ~SingleInstance();
     SingleInstance(const SingleInstance&) = delete;

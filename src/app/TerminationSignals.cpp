@@ -1,8 +1,9 @@
 #include "app/TerminationSignals.h"
 
-#include <csignal>
 #include <fcntl.h>
 #include <unistd.h>
+
+#include <csignal>
 
 namespace sonvale::app {
 
@@ -12,15 +13,13 @@ constexpr int handledSignals[] = {SIGTERM, SIGINT, SIGHUP};
 
 int signalPipe[2] = {-1, -1};
 
-extern "C" void writeSignal(int)
-{
+extern "C" void writeSignal(int) {
     const char byte = 1;
     // Only write() is allowed here; a full pipe means that the main thread has been told already.
     [[maybe_unused]] const auto written = write(signalPipe[1], &byte, 1);
 }
 
-void handle(void (*handler)(int))
-{
+void handle(void (*handler)(int)) {
     struct sigaction action = {};
     action.sa_handler = handler;
     action.sa_flags = SA_RESTART;
@@ -30,8 +29,7 @@ void handle(void (*handler)(int))
 
 } // namespace
 
-TerminationSignals::TerminationSignals(std::function<void()> onSignal)
-{
+TerminationSignals::TerminationSignals(std::function<void()> onSignal) {
     if (pipe2(signalPipe, O_CLOEXEC | O_NONBLOCK) != 0)
         return; // the signals keep their default action
     notifier_ = std::make_unique<QSocketNotifier>(signalPipe[0], QSocketNotifier::Read);
@@ -45,8 +43,7 @@ TerminationSignals::TerminationSignals(std::function<void()> onSignal)
     handle(writeSignal);
 }
 
-TerminationSignals::~TerminationSignals()
-{
+TerminationSignals::~TerminationSignals() {
     handle(SIG_DFL);
     notifier_.reset();
     for (int& end : signalPipe) {

@@ -1,14 +1,13 @@
 #pragma once
 
 #include <QSocketNotifier>
-
 #include <functional>
 #include <memory>
 
 namespace sonvale::app {
 
-/// Turns SIGTERM, SIGINT and SIGHUP into a call on the main thread, so that a logout or a Control-C ends the program
-/// as the menu's Quit does: with the clipboard put back and no recording left. One object at a time.
+/// Turns SIGTERM, SIGINT and SIGHUP into a call on the main thread, so that a logout or a Control-C ends the
+/// program as the menu's Quit does: with the clipboard put back and no recording left. One object at a time.
 class TerminationSignals {
 public:
     explicit TerminationSignals(std::function<void()> onSignal);

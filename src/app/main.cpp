@@ -3,16 +3,15 @@
 #include "app/TerminationSignals.h"
 #include "platform/linux/XdgDirectories.h"
 
-#include <QApplication>
-
-#include <csignal>
-#include <cstdio>
-#include <cstdlib>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-int main(int argc, char** argv)
-{
+#include <QApplication>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+int main(int argc, char** argv) {
     using namespace sonvale;
 
     // Voices, texts and tokens: no other user reads a file of ours, and none ends up in a core file.
@@ -27,7 +26,7 @@ int main(int argc, char** argv)
     QApplication::setDesktopFileName(QStringLiteral("com.sonvale.app"));
     QApplication::setQuitOnLastWindowClosed(false);
 
-    const auto directories = platform::linux::xdgDirectories();
+    const auto directories = platform::linux::XdgDirectories::resolve();
     const char* display = std::getenv("DISPLAY");
     const app::SingleInstance instance(directories.temporary, display ? display : "");
     if (!instance.isFirst()) {

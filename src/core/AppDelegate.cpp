@@ -7,8 +7,7 @@ namespace sonvale::core {
 
 namespace keys = persistence::keys;
 
-void AppDelegate::applicationDidFinishLaunching()
-{
+void AppDelegate::applicationDidFinishLaunching() {
     services_ = std::make_unique<SharedAppServices>(environment_);
     const auto& appState = services_->appState();
 

@@ -10,7 +10,8 @@ namespace sonvale::core {
 /// Brings the program up. Main actor.
 class AppDelegate {
 public:
-    explicit AppDelegate(Environment environment) : environment_(std::move(environment)) {}
+    explicit AppDelegate(Environment environment)
+        : environment_(std::move(environment)) {}
 
     /// The launch sequence, once: builds the services, applies the dock setting, hands the store to the
     /// controller, sets it up and records the launch.

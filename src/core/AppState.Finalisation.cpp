@@ -10,8 +10,7 @@ namespace sonvale::core {
 
 namespace keys = persistence::keys;
 
-runtime::Task<> AppState::finishTranscript(std::string text, double stopTime)
-{
+runtime::Task<> AppState::finishTranscript(std::string text, double stopTime) {
     co_await processAndInsert(std::move(text), false);
 
     recordingState = RecordingState::idle;
@@ -19,8 +18,7 @@ runtime::Task<> AppState::finishTranscript(std::string text, double stopTime)
     printStopTotal(stopTime);
 }
 
-runtime::Task<> AppState::processAndInsert(std::string text, bool addLeadingSpace)
-{
+runtime::Task<> AppState::processAndInsert(std::string text, bool addLeadingSpace) {
     const bool isPrivate = environment_.settings.read(keys::privacyModeEnabled);
 
     currentTranscription = text;
@@ -35,8 +33,7 @@ runtime::Task<> AppState::processAndInsert(std::string text, bool addLeadingSpac
     co_await textInserter->insert(std::move(text));
 }
 
-void AppState::recordHistory(const std::string& rawText, const std::string& processedText)
-{
+void AppState::recordHistory(const std::string& rawText, const std::string& processedText) {
     persistence::Transcription record;
     record.id = base::Uuid::make();
     record.rawText = rawText;
@@ -53,8 +50,7 @@ void AppState::recordHistory(const std::string& rawText, const std::string& proc
     }
 }
 
-void AppState::printStopTotal(double stopTime) const
-{
+void AppState::printStopTotal(double stopTime) const {
     base::perfLog(
         fmt::format("stopDictation total: {}ms", runtime::millisecondsSince(environment_.clock, stopTime)));
 }

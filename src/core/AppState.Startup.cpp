@@ -25,8 +25,7 @@ constexpr double startRetryPeriod = 2.0;
 
 } // namespace
 
-void AppState::setup()
-{
+void AppState::setup() {
     base::systemLog(fmt::format("[AppState] setup() — isOnboardingComplete={}", isOnboardingComplete.get()));
 
     environment_.application.setActivationPolicy(environment_.settings.read(keys::showInDock)
@@ -39,8 +38,7 @@ void AppState::setup()
     }
 }
 
-void AppState::startHotkeysIfReady()
-{
+void AppState::startHotkeysIfReady() {
     environment_.main.assertCurrent();
     constexpr auto say = [](const std::string& text) {
         base::systemLog("[AppState] startHotkeysIfReady() — " + text);
@@ -61,7 +59,7 @@ void AppState::startHotkeysIfReady()
         return;
     }
 
-    if (hotkeyManager->isEnabled.get()) {
+    if (hotkeyManager->isEnabled().get()) {
         say("hotkeys already running, nothing to do.");
         return;
     }
@@ -75,21 +73,19 @@ void AppState::startHotkeysIfReady()
         runtime::spawn(environment_.main, retryStart(weak_from_this(), environment_.clock));
 }
 
-void AppState::adoptBindings()
-{
+void AppState::adoptBindings() {
     hotkeys::migrateHotkeyBindings(environment_.settings, modelContext);
     hotkeyManager->updateBindings(hotkeys::HotkeyBindingStore::load(environment_.settings));
 }
 
-runtime::Task<> AppState::retrySlowly(std::weak_ptr<AppState> weakSelf, runtime::Clock& clock)
-{
+runtime::Task<> AppState::retrySlowly(std::weak_ptr<AppState> weakSelf, runtime::Clock& clock) {
     // An interrupted sleep is no reason to stop: the passes then follow each other without a pause.
     for (int attempt = 1; attempt <= fastAttempts; ++attempt) {
         co_await runtime::sleep(clock, fastPeriod);
         const auto self = weakSelf.lock();
         if (!self)
             co_return;
-        if (self->hotkeyManager->isEnabled.get()) {
+        if (self->hotkeyManager->isEnabled().get()) {
             base::systemLog(fmt::format("[AppState] Hotkeys started on fast-retry attempt {}", attempt));
             co_return;
         }
@@ -99,19 +95,18 @@ runtime::Task<> AppState::retrySlowly(std::weak_ptr<AppState> weakSelf, runtime:
     for (int pass = 1; pass <= slowPasses; ++pass) {
         co_await runtime::sleep(clock, slowPeriod);
         const auto self = weakSelf.lock();
-        if (!self || self->hotkeyManager->isEnabled.get())
+        if (!self || self->hotkeyManager->isEnabled().get())
             co_return;
         self->startHotkeysIfReady();
     }
 }
 
-runtime::Task<> AppState::retryStart(std::weak_ptr<AppState> weakSelf, runtime::Clock& clock)
-{
+runtime::Task<> AppState::retryStart(std::weak_ptr<AppState> weakSelf, runtime::Clock& clock) {
     for (int attempt = 1; attempt <= startAttempts; ++attempt) {
         if (co_await runtime::sleep(clock, startRetryPeriod) == runtime::SleepOutcome::interrupted)
             co_return;
         const auto self = weakSelf.lock();
-        if (!self || self->hotkeyManager->isEnabled.get())
+        if (!self || self->hotkeyManager->isEnabled().get())
             co_return;
 
         self->permissionsManager->refresh();
@@ -131,8 +126,7 @@ runtime::Task<> AppState::retryStart(std::weak_ptr<AppState> weakSelf, runtime::
     }
 }
 
-void AppState::completeOnboarding()
-{
+void AppState::completeOnboarding() {
     base::systemLog("[AppState] completeOnboarding() called");
 
     isOnboardingComplete = true;
@@ -141,16 +135,14 @@ void AppState::completeOnboarding()
     environment_.settings.synchronize();
 
     permissionsManager->refresh();
-    base::systemLog(fmt::format("[AppState] Permissions: mic={} a11y={} input={}",
-                                permissionsManager->microphoneGranted.get(),
-                                permissionsManager->accessibilityGranted.get(),
-                                permissionsManager->inputMonitoringGranted.get()));
+    base::systemLog(fmt::format(
+        "[AppState] Permissions: mic={} a11y={} input={}", permissionsManager->microphoneGranted.get(),
+        permissionsManager->accessibilityGranted.get(), permissionsManager->inputMonitoringGranted.get()));
 
     setup();
 }
 
-void AppState::setLocalOnlyMode(bool enabled)
-{
+void AppState::setLocalOnlyMode(bool enabled) {
     auto& settings = environment_.settings;
     auto& preference = transcriptionManager->preferredEngine;
     if (enabled) {

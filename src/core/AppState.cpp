@@ -19,16 +19,14 @@ namespace {
 /// How often the ring takes over the loudness of the voice.
 constexpr double levelUpdatePeriod = 0.033;
 
-runtime::Task<> dispatch(std::weak_ptr<AppState> weakSelf, HotkeyAction action, HotkeyEventType event)
-{
+runtime::Task<> dispatch(std::weak_ptr<AppState> weakSelf, HotkeyAction action, HotkeyEventType event) {
     if (const auto self = weakSelf.lock())
         co_await self->handleHotkey(action, event);
 }
 
 } // namespace
 
-std::shared_ptr<AppState> AppState::make(const Environment& environment)
-{
+std::shared_ptr<AppState> AppState::make(const Environment& environment) {
     const std::shared_ptr<AppState> state(new AppState(environment));
     state->connect();
     return state;
@@ -36,43 +34,48 @@ std::shared_ptr<AppState> AppState::make(const Environment& environment)
 
 AppState::AppState(const Environment& environment)
     : environment_(environment)
-    , focusedAppDetector_(environment.workspace)
-{
+    , focusedAppDetector_(environment.workspace) {
     auto& e = environment_;
-    audioRecorder = std::make_shared<audio::AudioRecorder>(e.main, e.clock, e.audioEngines, e.audioFiles,
-                                                           e.secureRandom, e.directories.temporary, e.auditLogger);
+    audioRecorder =
+        std::make_shared<audio::AudioRecorder>(e.main, e.clock, e.audioEngines, e.audioFiles, e.secureRandom,
+                                               e.directories.temporary, e.auditLogger);
     hotkeyManager = std::make_shared<hotkeys::HotkeyManager>(e.main, e.clock, e.eventTap);
-    textInserter = std::make_shared<insertion::TextInserter>(
-        e.makeSerialActor("TextInserter"), e.clock, insertion::ClipboardManager(e.pasteboard), e.syntheticInput);
-    permissionsManager = std::make_shared<services::PermissionsManager>(e.captureAuthorization, e.accessibilityTree,
-                                                                        e.eventTap, e.speechRecognizers);
+    textInserter = std::make_shared<insertion::TextInserter>(e.makeSerialActor("TextInserter"), e.clock,
+                                                             insertion::ClipboardManager(e.pasteboard),
+                                                             e.syntheticInput);
+    permissionsManager = std::make_shared<services::PermissionsManager>(
+        e.captureAuthorization, e.accessibilityTree, e.eventTap, e.speechRecognizers);
 
     isOnboardingComplete = e.settings.read(keys::isOnboardingComplete);
     e.settings.registerDefaults();
 
-    transcriptionManager = std::make_shared<transcription::TranscriptionManager>(e.main);
-    transcriptionManager->localEngine =
-        std::make_shared<transcription::AppleSpeechEngine>(e.speechRecognizers, e.currentLocale);
+    transcriptionManager = std::make_shared<transcription::TranscriptionManager>();
+    transcriptionManager->localEngine.set(
+        std::make_shared<transcription::AppleSpeechEngine>(e.speechRecognizers, e.currentLocale));
     transcriptionManager->preferredEngine =
         transcription::preferenceAtStart(e.settings.stored(keys::transcriptionEngine));
     if (e.settings.read(keys::localOnlyMode))
         transcriptionManager->preferredEngine = transcription::TranscriptionEnginePreference::local;
 }
 
-void AppState::connect()
-{
+void AppState::connect() {
     const auto weak = weak_from_this();
     hotkeyManager->setOnAction([weak, main = environment_.main](HotkeyAction action, HotkeyEventType event) {
         runtime::spawn(main, dispatch(weak, action, event));
     });
-    permissionsManager->setOnPermissionGranted([weak] {
+    environment_.eventTap.setOnTaken([weak, main = environment_.main](platform::KeyCombination combination) {
+        main.post([weak, combination] {
+            if (const auto self = weak.lock())
+                self->surfaceTakenShortcut(combination);
+        });
+    });
+    permissionsManager->onPermissionGranted = [weak] {
         if (const auto self = weak.lock())
             self->startHotkeysIfReady();
-    });
+    };
 }
 
-runtime::Task<> AppState::handleHotkey(HotkeyAction action, HotkeyEventType event)
-{
+runtime::Task<> AppState::handleHotkey(HotkeyAction action, HotkeyEventType event) {
     const bool isDown = event == HotkeyEventType::down;
     switch (action) {
     case HotkeyAction::pushToTalk:
@@ -93,8 +96,7 @@ runtime::Task<> AppState::handleHotkey(HotkeyAction action, HotkeyEventType even
     }
 }
 
-runtime::Task<> AppState::startDictation()
-{
+runtime::Task<> AppState::startDictation() {
     environment_.main.assertCurrent();
     const double startTime = environment_.clock.now();
     if (recordingState.get() != RecordingState::idle)
@@ -123,16 +125,14 @@ runtime::Task<> AppState::startDictation()
     runtime::spawn(environment_.main, updateLevels(weak_from_this(), environment_.clock));
 }
 
-void AppState::failToStart(const std::string& description)
-{
+void AppState::failToStart(const std::string& description) {
     recordingState = RecordingState::idle;
     surfaceError("Failed to start recording: " + description);
     environment_.auditLogger.logError("audioRecorder", "recording-start-failed");
     environment_.floatingPanel.hide();
 }
 
-runtime::Task<> AppState::updateLevels(std::weak_ptr<AppState> weakSelf, runtime::Clock& clock)
-{
+runtime::Task<> AppState::updateLevels(std::weak_ptr<AppState> weakSelf, runtime::Clock& clock) {
     while (true) {
         {
             const auto self = weakSelf.lock();
@@ -145,8 +145,7 @@ runtime::Task<> AppState::updateLevels(std::weak_ptr<AppState> weakSelf, runtime
     }
 }
 
-runtime::Task<> AppState::stopDictation()
-{
+runtime::Task<> AppState::stopDictation() {
     environment_.main.assertCurrent();
     const double stopTime = environment_.clock.now();
     if (recordingState.get() != RecordingState::recording)
@@ -177,16 +176,14 @@ runtime::Task<> AppState::stopDictation()
     }
 }
 
-void AppState::endWithoutAudio()
-{
+void AppState::endWithoutAudio() {
     audioRecorder->cleanupRecording();
     recordingState = RecordingState::idle;
     surfaceError("No audio recorded.");
     environment_.floatingPanel.hide();
 }
 
-void AppState::endAfterFailedTranscription(const std::string& description, double stopTime)
-{
+void AppState::endAfterFailedTranscription(const std::string& description, double stopTime) {
     audioRecorder->cleanupRecording();
     surfaceError("Transcription failed: " + description);
     environment_.auditLogger.logError("transcription", "transcription-failed");
@@ -195,8 +192,7 @@ void AppState::endAfterFailedTranscription(const std::string& description, doubl
     printStopTotal(stopTime);
 }
 
-runtime::Task<> AppState::cancelDictation()
-{
+runtime::Task<> AppState::cancelDictation() {
     environment_.main.assertCurrent();
     if (recordingState.get() == RecordingState::recording) {
         audioRecorder->stopRecording();
@@ -209,17 +205,22 @@ runtime::Task<> AppState::cancelDictation()
     co_return;
 }
 
-void AppState::pasteLastTranscript()
-{
+void AppState::pasteLastTranscript() {
     if (!lastTranscription->empty())
         runtime::spawn(environment_.main, insertLast(shared_from_this()));
 }
 
-runtime::Task<> AppState::insertLast(std::shared_ptr<AppState> self)
-{
+runtime::Task<> AppState::insertLast(std::shared_ptr<AppState> self) {
     co_await self->textInserter->insert(self->lastTranscription.get());
 }
 
-void AppState::surfaceError(const std::string& message) { errorMessage = message; }
+void AppState::surfaceError(const std::string& message) {
+    errorMessage = message;
+}
+
+void AppState::surfaceTakenShortcut(platform::KeyCombination combination) {
+    surfaceError(hotkeys::HotkeyConfiguration::formatDisplayName(combination.keyCode, combination.modifiers) +
+                 " is used by another program.");
+}
 
 } // namespace sonvale::core

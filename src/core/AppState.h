@@ -21,12 +21,13 @@ using platform::RecordingState;
 
 /// The one controller of dictation, and the state that every view reads.
 ///
-/// Lives on the main actor: every operation is called there and every observed field changes there. No operation
-/// hands an error to its caller; a failure becomes state and `errorMessage`. Tasks and closures that outlive a
-/// call hold the controller weakly and end when it is gone.
+/// Lives on the main actor: every operation is called there and every observed field changes there. No
+/// operation hands an error to its caller; a failure becomes state and `errorMessage`. Tasks and closures
+/// that outlive a call hold the controller weakly and end when it is gone.
 class AppState : public std::enable_shared_from_this<AppState> {
 public:
-    /// Builds the services, registers the settings' defaults and reads the engine preference. Nothing listens yet.
+    /// Builds the services, registers the settings' defaults and reads the engine preference. Nothing listens
+    /// yet.
     static std::shared_ptr<AppState> make(const Environment& environment);
 
     AppState(const AppState&) = delete;
@@ -34,10 +35,11 @@ public:
 
     // What views observe.
     base::Observed<RecordingState> recordingState{RecordingState::idle}; ///< never `processingHandsFree`
-    base::Observed<std::string> currentTranscription;                    ///< text of the last finished dictation
-    base::Observed<std::string> lastTranscription;                       ///< text that paste-last inserts
-    base::Observed<std::optional<std::string>> errorMessage;             ///< the one line for the user
-    base::Observed<std::optional<textprocessing::FocusedAppInfo>> dictationTargetApp; ///< in front at key down
+    base::Observed<std::string> currentTranscription;        ///< text of the last finished dictation
+    base::Observed<std::string> lastTranscription;           ///< text that paste-last inserts
+    base::Observed<std::optional<std::string>> errorMessage; ///< the one line for the user
+    base::Observed<std::optional<textprocessing::FocusedAppInfo>>
+        dictationTargetApp; ///< in front at key down
     base::Observed<bool> isOnboardingComplete{false};
 
     /// The store's main context, once it is open; without it no history is written.
@@ -74,7 +76,8 @@ public:
 
     // Start-up and modes (AppState.Startup.cpp).
 
-    /// Applies the dock setting and, after onboarding, starts the shortcuts with their retries. May run again.
+    /// Applies the dock setting and, after onboarding, starts the shortcuts with their retries. May run
+    /// again.
     void setup();
 
     /// Starts the listener when the grants are there and it does not run.
@@ -92,6 +95,7 @@ private:
     void connect();
 
     // AppState.cpp
+    void surfaceTakenShortcut(platform::KeyCombination combination);
     void failToStart(const std::string& description);
     void endWithoutAudio();
     void endAfterFailedTranscription(const std::string& description, double stopTime);

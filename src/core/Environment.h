@@ -22,8 +22,8 @@
 
 namespace sonvale::core {
 
-/// What the composition root hands to the core: where tasks run, the clock, the adapters behind the ports, and
-/// what is made once for the whole process. Everything outlives the core.
+/// What the composition root hands to the core: where tasks run, the clock, the adapters behind the ports,
+/// and what is made once for the whole process. Everything outlives the core.
 struct Environment {
     runtime::Actor main;
     std::function<runtime::Actor(std::string name)> makeSerialActor;

@@ -11,7 +11,8 @@ namespace sonvale::core {
 /// on the main actor.
 class SharedAppServices {
 public:
-    /// Builds the controller first, then opens the store; ends the process when not even a store in memory opens.
+    /// Builds the controller first, then opens the store; ends the process when not even a store in memory
+    /// opens.
     explicit SharedAppServices(const Environment& environment);
 
     const std::shared_ptr<AppState>& appState() const { return appState_; }

@@ -115,6 +115,13 @@ struct TaskCore::Impl {
     // On the task's executor only.
     asio::cancellation_signal signal;
     bool isRunning = false;
+    bool hasEmitted = false;
+
+    /// A cancellation that comes between the queueing and the start is seen by both; operations hear of it once.
+    void emitOnce() {
+        if (isRunning && !std::exchange(hasEmitted, true))
+            signal.emit(asio::cancellation_type::terminal);
+    }
 
     std::mutex mutex;
     bool isDone = false;                        ///< guarded by `mutex`
@@ -130,8 +137,7 @@ void TaskCore::cancel() {
         return;
     // The signal belongs to the task's executor; before the start, the start itself looks at the flag.
     asio::dispatch(impl_->executor, [self = shared_from_this()] {
-        if (self->impl_->isRunning)
-            self->impl_->signal.emit(asio::cancellation_type::terminal);
+        self->impl_->emitOnce();
     });
 }
 
@@ -184,8 +190,8 @@ void TaskCore::launch(const Actor& actor, const std::shared_ptr<TaskCore>& core,
         asio::co_spawn(impl.executor, runRoot(core, std::move(body)),
                        asio::bind_cancellation_slot(impl.signal.slot(),
                                                     [core](const std::exception_ptr&) { core->finish(); }));
-        if (impl.isCancelled && impl.isRunning)
-            impl.signal.emit(asio::cancellation_type::terminal);
+        if (impl.isCancelled)
+            impl.emitOnce();
     });
 }
 

@@ -23,7 +23,12 @@ public:
             : tap_(tap) {}
 
         /// What `probe()` and `start()` answer from now on. True at first.
-        void setPermitted(bool permitted) { tap_.permitted_ = permitted; }
+        void setPermitted(bool permitted) {
+            tap_.permitted_ = permitted;
+            tap_.startPermitted_ = permitted;
+        }
+        /// What `start()` alone answers from now on.
+        void setStartPermitted(bool permitted) { tap_.startPermitted_ = permitted; }
 
         /// Number of calls of `start()`, refused ones included.
         int startCount() const { return tap_.startCount_; }
@@ -93,7 +98,7 @@ public:
 
     bool start(Callback callback) override {
         ++startCount_;
-        if (!permitted_)
+        if (!startPermitted_)
             return false;
         const std::lock_guard lock(mutex_);
         callback_ = std::move(callback);
@@ -179,6 +184,7 @@ private:
     std::recursive_mutex
         turn_; ///< one callback or block at a time; recursive, because a block may call stop()
     std::atomic<bool> permitted_ = true;
+    std::atomic<bool> startPermitted_ = true;
     std::atomic<int> startCount_ = 0;
     std::atomic<int> enableCount_ = 0;
     std::atomic<std::uint64_t> flags_ = 0;

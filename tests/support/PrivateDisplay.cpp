@@ -11,23 +11,45 @@ namespace sonvale::tests {
 
 namespace {
 
-/// Whether a window manager that follows EWMH has announced itself.
-bool isManaged(const std::string& displayName) {
-    Display* display = XOpenDisplay(displayName.c_str());
-    if (!display)
-        return false;
+bool hasAnnouncedItself(Display* display)
+{
     const Atom check = XInternAtom(display, "_NET_SUPPORTING_WM_CHECK", False);
     Atom type = None;
     int format = 0;
     unsigned long count = 0;
     unsigned long left = 0;
     unsigned char* data = nullptr;
-    XGetWindowProperty(display, DefaultRootWindow(display), check, 0, 1, False, XA_WINDOW, &type, &format,
-                       &count, &left, &data);
+    XGetWindowProperty(display, DefaultRootWindow(display), check, 0, 1, False, XA_WINDOW, &type, &format, &count,
+                       &left, &data);
     if (data)
         XFree(data);
-    XCloseDisplay(display);
     return count == 1;
+}
+
+/// Opens a window and looks whether it appears: openbox loses those that are opened while it starts.
+bool takesWindows(Display* display)
+{
+    const Window window = XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 20, 20, 0, 0, 0);
+    XMapWindow(display, window);
+    XSync(display, False);
+    const bool hasAppeared = eventually(0.5, [&] {
+        XWindowAttributes attributes;
+        return XGetWindowAttributes(display, window, &attributes) != 0 && attributes.map_state == IsViewable;
+    });
+    XDestroyWindow(display, window);
+    XSync(display, False);
+    return hasAppeared;
+}
+
+/// Whether a window manager that follows EWMH is at work.
+bool isManaged(const std::string& displayName)
+{
+    Display* display = XOpenDisplay(displayName.c_str());
+    if (!display)
+        return false;
+    const bool isReady = hasAnnouncedItself(display) && takesWindows(display);
+    XCloseDisplay(display);
+    return isReady;
 }
 
 std::string readDisplayNumber(int descriptor) {

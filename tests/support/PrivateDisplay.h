@@ -19,8 +19,8 @@ public:
     /// ":7", for DISPLAY.
     const std::string& name() const { return name_; }
 
-    /// To stop the server, or to let it go on.
-    void signalServer(int number) const { server_->signal(number); }
+    /// Of the X server, for tests that stop or end it.
+    pid_t serverPid() const { return server_->pid(); }
 
 private:
     TemporaryDirectory directory_;

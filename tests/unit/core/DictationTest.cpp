@@ -12,9 +12,8 @@ using tests::CoreFixture;
 
 using Dictation = CoreFixture;
 
-TEST_F(Dictation, InsertsWhatWasSpokenAndPutsTheClipboardBack)
-{
-    copyToClipboard("what was there before");
+TEST_F(Dictation, InsertsWhatWasSpokenAndPutsTheClipboardBack) {
+    pasteboard().copyElsewhere("what was there before");
     recogniser().answerWith("the meeting is at ten");
 
     press(HotkeyAction::pushToTalk);
@@ -26,20 +25,19 @@ TEST_F(Dictation, InsertsWhatWasSpokenAndPutsTheClipboardBack)
 
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"the meeting is at ten"});
-    EXPECT_EQ(clipboardText(), "what was there before");
+    EXPECT_EQ(pasteboard().text(), "what was there before");
     EXPECT_EQ(state().lastTranscription.get(), "the meeting is at ten");
     EXPECT_EQ(state().currentTranscription.get(), "the meeting is at ten");
-    EXPECT_FALSE(panel().isShown());
+    EXPECT_FALSE(panel().shown().has_value());
     EXPECT_EQ(recordingsLeft(), 0U);
 }
 
-TEST_F(Dictation, RecordsTheHistoryBeforeTheInsertion)
-{
+TEST_F(Dictation, RecordsTheHistoryBeforeTheInsertion) {
     recogniser().answerWith("two  words here");
     press(HotkeyAction::pushToTalk);
     speak(0.1);
     release(HotkeyAction::pushToTalk);
-    runUntilPasteIsDue();
+    advance(0.04);
 
     ASSERT_TRUE(pastedTexts().empty());
     const auto rows = history();
@@ -54,8 +52,7 @@ TEST_F(Dictation, RecordsTheHistoryBeforeTheInsertion)
     settle();
 }
 
-TEST_F(Dictation, WritesNoHistoryInPrivacyMode)
-{
+TEST_F(Dictation, WritesNoHistoryInPrivacyMode) {
     settings().set(persistence::keys::privacyModeEnabled, true);
     dictate("secret");
     EXPECT_TRUE(history().empty());
@@ -63,57 +60,51 @@ TEST_F(Dictation, WritesNoHistoryInPrivacyMode)
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"secret"});
 }
 
-TEST_F(Dictation, GoesOnWithoutAStore)
-{
+TEST_F(Dictation, GoesOnWithoutAStore) {
     state().modelContext = nullptr;
     dictate("no store");
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"no store"});
 }
 
-TEST_F(Dictation, ShowsTheRingForEachState)
-{
+TEST_F(Dictation, ShowsTheRingForEachState) {
     press(HotkeyAction::pushToTalk);
-    EXPECT_EQ(panel().state(), RecordingState::recording);
+    EXPECT_EQ(panel().shown()->state, RecordingState::recording);
     recogniser().hold();
     speak(0.1);
     release(HotkeyAction::pushToTalk);
-    EXPECT_EQ(panel().state(), RecordingState::processing);
+    EXPECT_EQ(panel().shown()->state, RecordingState::processing);
     recogniser().answer("x");
     settle();
-    EXPECT_FALSE(panel().isShown());
+    EXPECT_FALSE(panel().shown().has_value());
 }
 
-TEST_F(Dictation, FeedsTheLoudnessToTheRingWhileItRecordsAndNoLonger)
-{
+TEST_F(Dictation, FeedsTheLoudnessToTheRingWhileItRecordsAndNoLonger) {
     press(HotkeyAction::pushToTalk);
-    deliverLoudness(0.25F);
-    advance(0.034);
-    EXPECT_NEAR(panel().level(), 0.25F, 1e-4);
+    speak(0.1, 0.25F);
+    EXPECT_NEAR(panel().shown()->level, 0.25F, 1e-4);
     recogniser().answerWith("x");
     release(HotkeyAction::pushToTalk);
     settle();
     EXPECT_EQ(clock().pending() > 1, false) << "only the recorder's watchdog may still wait";
 }
 
-TEST_F(Dictation, IgnoresASecondPressWhileItWorks)
-{
+TEST_F(Dictation, IgnoresASecondPressWhileItWorks) {
     press(HotkeyAction::pushToTalk);
     press(HotkeyAction::pushToTalk);
-    EXPECT_EQ(audioEngines().madeCount(), 1);
+    EXPECT_EQ(microphone().madeCount(), 1);
     recogniser().hold();
     speak(0.1);
     release(HotkeyAction::pushToTalk);
     press(HotkeyAction::pushToTalk);
     release(HotkeyAction::pushToTalk);
-    EXPECT_EQ(audioEngines().madeCount(), 1);
+    EXPECT_EQ(microphone().madeCount(), 1);
     EXPECT_EQ(state().recordingState.get(), RecordingState::processing);
     recogniser().answer("once");
     settle();
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"once"});
 }
 
-TEST_F(Dictation, TreatsACommandWithoutASelectionAsPlainText)
-{
+TEST_F(Dictation, TreatsACommandWithoutASelectionAsPlainText) {
     recogniser().answerWith("make it shorter");
     press(HotkeyAction::commandMode);
     speak(0.1);
@@ -122,8 +113,7 @@ TEST_F(Dictation, TreatsACommandWithoutASelectionAsPlainText)
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"make it shorter"});
 }
 
-TEST_F(Dictation, NotesTheApplicationInFrontAtKeyDown)
-{
+TEST_F(Dictation, NotesTheApplicationInFrontAtKeyDown) {
     workspace().setFrontmost(platform::FrontApplication{"com.apple.mail", "Mail", 77});
     press(HotkeyAction::pushToTalk);
     ASSERT_TRUE(state().dictationTargetApp.get());
@@ -139,23 +129,21 @@ TEST_F(Dictation, NotesTheApplicationInFrontAtKeyDown)
     press(HotkeyAction::cancel);
 }
 
-TEST_F(Dictation, SaysWhyARecordingDidNotStart)
-{
-    audioEngines().setFormat({0, 0});
+TEST_F(Dictation, SaysWhyARecordingDidNotStart) {
+    microphone().setFormat({0, 0});
     press(HotkeyAction::pushToTalk);
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
-    EXPECT_EQ(state().errorMessage.get(),
-              "Failed to start recording: No audio input device is available. Please connect a microphone and try again.");
-    EXPECT_FALSE(panel().isShown());
+    EXPECT_EQ(state().errorMessage.get(), "Failed to start recording: No audio input device is available. "
+                                          "Please connect a microphone and try again.");
+    EXPECT_FALSE(panel().shown().has_value());
     EXPECT_TRUE(auditHas("error", "audioRecorder", "recording-start-failed"));
-    EXPECT_TRUE(perfLines().empty());
+    EXPECT_TRUE(perfLines.empty());
     release(HotkeyAction::pushToTalk);
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
 }
 
-TEST_F(Dictation, KeepsTheErrorUntilTheNextStartOrCancel)
-{
-    audioEngines().setFormat({0, 0});
+TEST_F(Dictation, KeepsTheErrorUntilTheNextStartOrCancel) {
+    microphone().setFormat({0, 0});
     int changes = 0;
     const auto subscription = state().errorMessage.subscribe([&](const auto&) { ++changes; });
     press(HotkeyAction::pushToTalk);
@@ -165,16 +153,15 @@ TEST_F(Dictation, KeepsTheErrorUntilTheNextStartOrCancel)
     EXPECT_FALSE(state().errorMessage.get());
 
     press(HotkeyAction::pushToTalk);
-    audioEngines().setFormat({48000, 1});
+    microphone().setFormat({48000, 1});
     press(HotkeyAction::pushToTalk);
     EXPECT_FALSE(state().errorMessage.get());
     press(HotkeyAction::cancel);
 }
 
-TEST_F(Dictation, ReportsAFailedTranscriptionAndKeepsTheLastText)
-{
+TEST_F(Dictation, ReportsAFailedTranscriptionAndKeepsTheLastText) {
     dictate("kept");
-    clearPerfLines();
+    perfLines.clear();
     recogniser().failWith({"other", 5, "it broke"});
     press(HotkeyAction::pushToTalk);
     speak(0.1);
@@ -186,42 +173,40 @@ TEST_F(Dictation, ReportsAFailedTranscriptionAndKeepsTheLastText)
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
     EXPECT_EQ(state().lastTranscription.get(), "kept");
     EXPECT_EQ(recordingsLeft(), 0U);
-    EXPECT_FALSE(panel().isShown());
-    ASSERT_FALSE(perfLines().empty());
-    EXPECT_EQ(perfLines().back().rfind("[PERF] stopDictation total: ", 0), 0U);
+    EXPECT_FALSE(panel().shown().has_value());
+    ASSERT_FALSE(perfLines.empty());
+    EXPECT_EQ(perfLines.back().rfind("[PERF] stopDictation total: ", 0), 0U);
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"kept"});
 }
 
-TEST_F(Dictation, TakesSilenceForAFailedTranscription)
-{
+TEST_F(Dictation, TakesSilenceForAFailedTranscription) {
     recogniser().failWith({platform::assistantErrorDomain, platform::noSpeechErrorCode, "No speech"});
     press(HotkeyAction::pushToTalk);
     speak(0.1);
     release(HotkeyAction::pushToTalk);
     settle();
-    EXPECT_EQ(state().errorMessage.get(), "Transcription failed: Invalid response from transcription service.");
+    EXPECT_EQ(state().errorMessage.get(),
+              "Transcription failed: Invalid response from transcription service.");
 }
 
-TEST_F(Dictation, SaysThatNothingWasRecordedWhenTheWatchdogHasEndedTheRecording)
-{
+TEST_F(Dictation, SaysThatNothingWasRecordedWhenTheWatchdogHasEndedTheRecording) {
     press(HotkeyAction::pushToTalk);
     advance(601);
-    clearPerfLines();
+    perfLines.clear();
     release(HotkeyAction::pushToTalk);
     EXPECT_EQ(state().errorMessage.get(), "No audio recorded.");
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
-    EXPECT_FALSE(panel().isShown());
-    EXPECT_TRUE(perfLines().empty());
+    EXPECT_FALSE(panel().shown().has_value());
+    EXPECT_TRUE(perfLines.empty());
     EXPECT_EQ(recordingsLeft(), 0U);
 }
 
-TEST_F(Dictation, CancelThrowsTheRecordingAway)
-{
+TEST_F(Dictation, CancelThrowsTheRecordingAway) {
     press(HotkeyAction::pushToTalk);
     speak(0.2);
     press(HotkeyAction::cancel);
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
-    EXPECT_FALSE(panel().isShown());
+    EXPECT_FALSE(panel().shown().has_value());
     EXPECT_EQ(recordingsLeft(), 0U);
     release(HotkeyAction::pushToTalk);
     settle();
@@ -229,22 +214,20 @@ TEST_F(Dictation, CancelThrowsTheRecordingAway)
     EXPECT_EQ(recogniser().startedCount(), 0);
 }
 
-TEST_F(Dictation, CancelWhileItWorksHidesTheRingAndTheTextIsStillInserted)
-{
+TEST_F(Dictation, CancelWhileItWorksHidesTheRingAndTheTextIsStillInserted) {
     recogniser().hold();
     press(HotkeyAction::pushToTalk);
     speak(0.2);
     release(HotkeyAction::pushToTalk);
     press(HotkeyAction::cancel);
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
-    EXPECT_FALSE(panel().isShown());
+    EXPECT_FALSE(panel().shown().has_value());
     recogniser().answer("late but not lost");
     settle();
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"late but not lost"});
 }
 
-TEST_F(Dictation, AnOldFinalisationEndsTheRingOfANewRecording)
-{
+TEST_F(Dictation, AnOldFinalisationEndsTheRingOfANewRecording) {
     recogniser().hold();
     press(HotkeyAction::pushToTalk);
     speak(0.2);
@@ -255,11 +238,10 @@ TEST_F(Dictation, AnOldFinalisationEndsTheRingOfANewRecording)
     recogniser().answer("old");
     settle();
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
-    EXPECT_FALSE(panel().isShown());
+    EXPECT_FALSE(panel().shown().has_value());
 }
 
-TEST_F(Dictation, PastesTheLastTextAgainInEveryState)
-{
+TEST_F(Dictation, PastesTheLastTextAgainInEveryState) {
     press(HotkeyAction::pasteLastTranscript);
     settle();
     EXPECT_TRUE(pastedTexts().empty()) << "there is none yet";
@@ -279,61 +261,58 @@ TEST_F(Dictation, PastesTheLastTextAgainInEveryState)
     press(HotkeyAction::cancel);
 }
 
-TEST_F(Dictation, PrintsItsTimingsInWholeMilliseconds)
-{
+TEST_F(Dictation, PrintsItsTimingsInWholeMilliseconds) {
     dictate("timed");
-    ASSERT_EQ(perfLines().size(), 2U);
-    EXPECT_EQ(perfLines()[0], "[PERF] startDictation total: 0ms");
-    EXPECT_EQ(perfLines()[1], "[PERF] stopDictation total: 350ms");
+    ASSERT_EQ(perfLines.size(), 2U);
+    EXPECT_EQ(perfLines[0], "[PERF] startDictation total: 0ms");
+    EXPECT_EQ(perfLines[1], "[PERF] stopDictation total: 350ms");
 }
 
-TEST_F(Dictation, LeavesItsFactsInTheAuditLogAndNoText)
-{
+TEST_F(Dictation, LeavesItsFactsInTheAuditLogAndNoText) {
     dictate("unmistakable");
     const auto lines = auditLines();
     EXPECT_TRUE(auditHas("recordingStarted", "recording", ""));
     EXPECT_TRUE(auditHas("recordingStopped", "recording", ""));
     for (const auto& line : lines)
         EXPECT_EQ(line.find("unmistakable"), std::string::npos);
-    for (const auto& line : systemLines())
+    for (const auto& line : systemLines)
         EXPECT_EQ(line.find("unmistakable"), std::string::npos);
 }
 
-TEST_F(Dictation, TakesAnEmptyTranscriptForAFailedOne)
-{
+TEST_F(Dictation, TakesAnEmptyTranscriptForAFailedOne) {
     recogniser().answerWith("");
     press(HotkeyAction::pushToTalk);
     speak(0.1);
     release(HotkeyAction::pushToTalk);
     settle();
-    EXPECT_EQ(state().errorMessage.get(), "Transcription failed: Invalid response from transcription service.");
+    EXPECT_EQ(state().errorMessage.get(),
+              "Transcription failed: Invalid response from transcription service.");
 }
 
-TEST_F(Dictation, DropsAPressOfACombinationOfLaterModes)
-{
+TEST_F(Dictation, DropsAPressOfACombinationOfLaterModes) {
     press(HotkeyAction::handsFree);
     release(HotkeyAction::handsFree);
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
-    EXPECT_EQ(audioEngines().madeCount(), 0);
+    EXPECT_EQ(microphone().madeCount(), 0);
 }
 
-TEST_F(Dictation, HearsTheShortcutThroughTheListener)
-{
+TEST_F(Dictation, HearsTheShortcutThroughTheListener) {
     completeOnboardingAndStart();
     recogniser().answerWith("by the key");
-    hold(platform::modifier::option);
+    tap().holdModifiers(platform::modifier::option);
     advance(0.149);
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
     advance(0.002);
+    tap().runBlocks();
+    runtimeSupport().runUntilIdle();
     EXPECT_EQ(state().recordingState.get(), RecordingState::recording);
     speak(0.1);
-    hold(0);
+    tap().holdModifiers(0);
     settle();
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"by the key"});
 }
 
-TEST_F(Dictation, OutlivesItsOwnController)
-{
+TEST_F(Dictation, OutlivesItsOwnController) {
     press(HotkeyAction::pushToTalk);
     dropState();
     advance(1);

@@ -10,26 +10,23 @@ namespace keys = persistence::keys;
 
 using Startup = CoreFixture;
 
-TEST_F(Startup, StartsNoListenerBeforeOnboardingIsComplete)
-{
+TEST_F(Startup, StartsNoListenerBeforeOnboardingIsComplete) {
     state().setup();
     advance(200);
     EXPECT_EQ(tap().startCount(), 0);
     state().startHotkeysIfReady();
-    EXPECT_EQ(systemLines().back(), "[AppState] startHotkeysIfReady() — skipped, onboarding not complete");
+    EXPECT_EQ(systemLines.back(), "[AppState] startHotkeysIfReady() — skipped, onboarding not complete");
 }
 
-TEST_F(Startup, StartsTheListenerWithTheDefaultShortcuts)
-{
+TEST_F(Startup, StartsTheListenerWithTheDefaultShortcuts) {
     completeOnboardingAndStart();
     EXPECT_TRUE(tap().isRunning());
-    EXPECT_TRUE(state().hotkeyManager->isEnabled.get());
+    EXPECT_TRUE(state().hotkeyManager->isEnabled().get());
     EXPECT_TRUE(settings().read(keys::hotkeyBindingsMigrated));
     EXPECT_FALSE(tap().swallowable().empty());
 }
 
-TEST_F(Startup, CompletingOnboardingIsKept)
-{
+TEST_F(Startup, CompletingOnboardingIsKept) {
     settings().set(keys::onboardingStep, std::int64_t{3});
     completeOnboardingAndStart();
     EXPECT_TRUE(settings().read(keys::isOnboardingComplete));
@@ -43,11 +40,11 @@ TEST_F(Startup, CompletingOnboardingIsKept)
     advance(2);
     EXPECT_TRUE(systemHas("[AppState] Hotkeys started on fast-retry attempt 1"));
     state().startHotkeysIfReady();
-    EXPECT_EQ(systemLines().back(), "[AppState] startHotkeysIfReady() — hotkeys already running, nothing to do.");
+    EXPECT_EQ(systemLines.back(),
+              "[AppState] startHotkeysIfReady() — hotkeys already running, nothing to do.");
 }
 
-TEST_F(Startup, FindsAGrantThatArrivesLateAtTheNextFastPass)
-{
+TEST_F(Startup, FindsAGrantThatArrivesLateAtTheNextFastPass) {
     accessibility().setTrusted(false);
     completeOnboardingAndStart();
     EXPECT_TRUE(systemHas("[AppState] startHotkeysIfReady() — waiting for permissions."));
@@ -60,8 +57,7 @@ TEST_F(Startup, FindsAGrantThatArrivesLateAtTheNextFastPass)
     EXPECT_EQ(tap().startCount(), 1);
 }
 
-TEST_F(Startup, LooksEveryTenSecondsForTwoMoreMinutesAndThenNoMore)
-{
+TEST_F(Startup, LooksEveryTenSecondsForTwoMoreMinutesAndThenNoMore) {
     accessibility().setTrusted(false);
     completeOnboardingAndStart();
     advance(20 + 60.5);
@@ -72,21 +68,19 @@ TEST_F(Startup, LooksEveryTenSecondsForTwoMoreMinutesAndThenNoMore)
     EXPECT_EQ(tap().startCount(), 1);
 }
 
-TEST_F(Startup, GivesUpAfterTheSlowPassesUntilAGrantIsReported)
-{
+TEST_F(Startup, GivesUpAfterTheSlowPassesUntilAGrantIsReported) {
     accessibility().setTrusted(false);
     completeOnboardingAndStart();
     advance(145);
     accessibility().setTrusted(true);
     advance(300);
     EXPECT_EQ(tap().startCount(), 0);
-    reportPermissionGranted();
+    state().permissionsManager->onPermissionGranted();
     EXPECT_EQ(tap().startCount(), 1);
 }
 
-TEST_F(Startup, TriesARefusedListenerThreeTimesAndThenSaysSo)
-{
-    tap().refuseStarts();
+TEST_F(Startup, TriesARefusedListenerThreeTimesAndThenSaysSo) {
+    tap().setStartPermitted(false);
     completeOnboardingAndStart();
     EXPECT_TRUE(systemHas("[AppState] startHotkeysIfReady() — hotkeyManager.start() returned false"));
     advance(2.1);
@@ -97,20 +91,25 @@ TEST_F(Startup, TriesARefusedListenerThreeTimesAndThenSaysSo)
     EXPECT_EQ(state().errorMessage.get(), "Failed to start hotkey listener. Try restarting the app.");
 }
 
-TEST_F(Startup, ARetriedListenerGetsItsShortcuts)
-{
-    tap().refuseStarts();
+TEST_F(Startup, ARetriedListenerGetsItsShortcuts) {
+    tap().setStartPermitted(false);
     completeOnboardingAndStart();
     advance(1);
-    tap().allowStarts();
+    tap().setStartPermitted(true);
     advance(1.1);
     EXPECT_TRUE(tap().isRunning());
     EXPECT_FALSE(tap().swallowable().empty());
     EXPECT_FALSE(state().errorMessage.get());
 }
 
-TEST_F(Startup, FollowsTheDockSetting)
-{
+TEST_F(Startup, TellsOnceThatAnotherProgramKeepsAShortcut) {
+    completeOnboardingAndStart();
+    tap().take({49, platform::modifier::option});
+    runtimeSupport().runUntilIdle();
+    EXPECT_EQ(state().errorMessage.get(), "Option + Space is used by another program.");
+}
+
+TEST_F(Startup, FollowsTheDockSetting) {
     state().setup();
     EXPECT_EQ(application().policy(), platform::ActivationPolicy::regular);
     settings().set(keys::showInDock, false);
@@ -118,8 +117,7 @@ TEST_F(Startup, FollowsTheDockSetting)
     EXPECT_EQ(application().policy(), platform::ActivationPolicy::accessory);
 }
 
-TEST_F(Startup, TakesTheStoredEngineAndHybridForAnythingElse)
-{
+TEST_F(Startup, TakesTheStoredEngineAndHybridForAnythingElse) {
     EXPECT_EQ(state().transcriptionManager->preferredEngine.get(), TranscriptionEnginePreference::hybrid);
     settings().set(keys::transcriptionEngine, std::string("cloud"));
     rebuildState();
@@ -129,8 +127,7 @@ TEST_F(Startup, TakesTheStoredEngineAndHybridForAnythingElse)
     EXPECT_EQ(state().transcriptionManager->preferredEngine.get(), TranscriptionEnginePreference::hybrid);
 }
 
-TEST_F(Startup, LocalOnlyModeForcesTheLocalEngineWithoutWritingItBack)
-{
+TEST_F(Startup, LocalOnlyModeForcesTheLocalEngineWithoutWritingItBack) {
     settings().set(keys::transcriptionEngine, std::string("streaming"));
     settings().set(keys::localOnlyMode, true);
     rebuildState();
@@ -138,8 +135,7 @@ TEST_F(Startup, LocalOnlyModeForcesTheLocalEngineWithoutWritingItBack)
     EXPECT_EQ(settings().stored(keys::transcriptionEngine), "streaming");
 }
 
-TEST_F(Startup, LocalOnlyModeGoesBackToTheEngineThatWasChosen)
-{
+TEST_F(Startup, LocalOnlyModeGoesBackToTheEngineThatWasChosen) {
     settings().set(keys::transcriptionEngine, std::string("streaming"));
     rebuildState();
     state().setLocalOnlyMode(true);
@@ -153,16 +149,14 @@ TEST_F(Startup, LocalOnlyModeGoesBackToTheEngineThatWasChosen)
     EXPECT_EQ(state().transcriptionManager->preferredEngine.get(), TranscriptionEnginePreference::streaming);
 }
 
-TEST_F(Startup, LeavesLocalOnlyModeForHybridWhenTheFormerEngineIsUnknown)
-{
+TEST_F(Startup, LeavesLocalOnlyModeForHybridWhenTheFormerEngineIsUnknown) {
     settings().set(keys::engineBeforeLocalOnly, std::string("turbo"));
     state().setLocalOnlyMode(false);
     EXPECT_EQ(state().transcriptionManager->preferredEngine.get(), TranscriptionEnginePreference::hybrid);
     EXPECT_EQ(settings().stored(keys::transcriptionEngine), "hybrid");
 }
 
-TEST_F(Startup, RegistersItsDefaults)
-{
+TEST_F(Startup, RegistersItsDefaults) {
     EXPECT_TRUE(settings().read(keys::pauseAudioDuringDictation));
     EXPECT_TRUE(settings().read(keys::showInDock));
     EXPECT_FALSE(settings().read(keys::privacyModeEnabled));

@@ -1,0 +1,52 @@
+#include "audio/Level.h"
+#include "platform/linux/PulseAudioEngine.h"
+#include "tests/support/PrivateSound.h"
+
+#include <benchmark/benchmark.h>
+
+namespace sonvale::audio {
+
+namespace {
+
+void levelOfOneBuffer(benchmark::State& state) {
+    const platform::PcmBuffer buffer({48000, 2}, 1024);
+    for (auto step : state)
+        benchmark::DoNotOptimize(level(buffer));
+}
+BENCHMARK(levelOfOneBuffer);
+
+void beginCapture(benchmark::State& state) {
+    const tests::PrivateSound sound;
+    platform::linux::PulseAudioEngines engines(sound.serverAddress());
+    for (auto step : state) {
+        const auto engine = engines.makeEngine();
+        engine->installTap(1024, [](const platform::PcmBufferPtr&) {});
+        engine->start();
+        state.PauseTiming();
+        engine->stop();
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(beginCapture)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+/// From the call at key up to the engine's end: the input's last samples and the connection's close.
+void endCapture(benchmark::State& state) {
+    const tests::PrivateSound sound;
+    platform::linux::PulseAudioEngines engines(sound.serverAddress());
+    for (auto step : state) {
+        state.PauseTiming();
+        auto engine = engines.makeEngine();
+        engine->installTap(1024, [](const platform::PcmBufferPtr&) {});
+        engine->start();
+        tests::pauseMilliseconds(50);
+        state.ResumeTiming();
+        engine->removeTap();
+        engine->stop();
+        engine.reset();
+    }
+}
+BENCHMARK(endCapture)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(50);
+
+} // namespace
+
+} // namespace sonvale::audio

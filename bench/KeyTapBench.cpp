@@ -1,0 +1,84 @@
+#include "platform/linux/SyntheticKeyLedger.h"
+#include "platform/linux/X11EventTap.h"
+#include "platform/linux/X11SyntheticInput.h"
+#include "runtime/SystemClock.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/KeyWindow.h"
+#include "tests/support/PrivateDisplay.h"
+#include "tests/support/TestKeyboard.h"
+
+#include <X11/keysym.h>
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <atomic>
+#include <vector>
+
+namespace sonvale::tests {
+
+namespace {
+
+using platform::linux::SyntheticKeyLedger;
+using platform::linux::X11EventTap;
+using platform::linux::X11SyntheticInput;
+
+double percentile(std::vector<double> values, double part) {
+    std::sort(values.begin(), values.end());
+    return values.at(static_cast<std::size_t>(part * static_cast<double>(values.size() - 1)));
+}
+
+void report(benchmark::State& state, const std::vector<double>& seconds) {
+    state.counters["p50_us"] = percentile(seconds, 0.5) * 1e6;
+    state.counters["p99_us"] = percentile(seconds, 0.99) * 1e6;
+}
+
+/// From the moment in which a key is handed to the server to the callback on the tap's thread.
+void keyToCallback(benchmark::State& state) {
+    const PrivateDisplay display;
+    const runtime::SystemClock clock;
+    X11EventTap tap(clock, std::make_shared<SyntheticKeyLedger>(), display.name());
+    std::atomic<double> calledAt = 0;
+    tap.start([&](const platform::KeyEvent&) {
+        calledAt = monotonicSeconds();
+        return platform::KeyVerdict::pass;
+    });
+    TestKeyboard keyboard(display.name(), TestKeyboard::Source::hardware);
+    std::vector<double> latencies;
+    bool isDown = false;
+    for (auto step : state) {
+        (void)step;
+        isDown = !isDown;
+        calledAt = 0;
+        const double pressedAt = monotonicSeconds();
+        isDown ? keyboard.down(XK_x) : keyboard.up(XK_x);
+        while (calledAt == 0 && monotonicSeconds() - pressedAt < 1) {
+        }
+        latencies.push_back(calledAt - pressedAt);
+        state.SetIterationTime(latencies.back());
+    }
+    tap.stop();
+    report(state, latencies);
+}
+BENCHMARK(keyToCallback)->UseManualTime()->Iterations(2000)->Unit(benchmark::kMicrosecond);
+
+/// One paste, until the call returns.
+void pressPaste(benchmark::State& state) {
+    const PrivateDisplay display;
+    const runtime::SystemClock clock;
+    const KeyWindow window(display.name());
+    X11SyntheticInput input(clock, std::make_shared<SyntheticKeyLedger>(), {}, display.name());
+    std::vector<double> durations;
+    for (auto step : state) {
+        (void)step;
+        const double before = monotonicSeconds();
+        input.pressPaste();
+        durations.push_back(monotonicSeconds() - before);
+        state.SetIterationTime(durations.back());
+    }
+    report(state, durations);
+}
+BENCHMARK(pressPaste)->UseManualTime()->Iterations(200)->Unit(benchmark::kMicrosecond);
+
+} // namespace
+
+} // namespace sonvale::tests

@@ -1,0 +1,129 @@
+#include "tests/e2e/Session.h"
+#include "tests/support/Voices.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace sonvale::tests;
+
+/// The number behind `field` in a file of /proc, 0 when the process has gone.
+long fieldOf(const std::string& file, const std::string& field) {
+    std::ifstream status(file);
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with(field))
+            return std::stol(line.substr(field.size()));
+    }
+    return 0;
+}
+
+double residentMegabytes(pid_t process) {
+    return static_cast<double>(fieldOf(fmt::format("/proc/{}/status", process), "VmRSS:")) / 1024;
+}
+
+/// How often any thread of the process went to sleep of its own will: once for each time that it was woken.
+long wakeUps(pid_t process) {
+    long count = 0;
+    for (const auto& thread : std::filesystem::directory_iterator(fmt::format("/proc/{}/task", process)))
+        count += fieldOf(thread.path() / "status", "voluntary_ctxt_switches:");
+    return count;
+}
+
+double processorSeconds(pid_t process) {
+    std::ifstream file(fmt::format("/proc/{}/stat", process));
+    const std::string line(std::istreambuf_iterator<char>(file), {});
+    // The name in brackets may hold anything; user and system time are the 12th and 13th fields behind it.
+    std::istringstream fields(line.substr(line.rfind(')') + 1));
+    std::string skipped;
+    for (int i = 0; i < 11; ++i)
+        fields >> skipped;
+    long user = 0;
+    long system = 0;
+    fields >> user >> system;
+    return static_cast<double>(user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+double wakeUpsPerSecond(pid_t process, int seconds) {
+    const long before = wakeUps(process);
+    pauseMilliseconds(seconds * 1000);
+    return static_cast<double>(wakeUps(process) - before) / seconds;
+}
+
+void printTimings(const std::string& name, std::vector<double> milliseconds) {
+    if (milliseconds.empty()) {
+        fmt::print("{:<44} none\n", name);
+        return;
+    }
+    std::ranges::sort(milliseconds);
+    fmt::print("{:<44} median {:.0f} ms, slowest {:.0f} ms, of {}\n", name,
+               milliseconds[milliseconds.size() / 2], milliseconds.back(), milliseconds.size());
+}
+
+std::vector<double> millisecondsOf(const RunningProgram& program, const std::string& stage) {
+    std::vector<double> result;
+    for (const auto& timing : program.timings(stage))
+        result.push_back(std::stod(timing));
+    return result;
+}
+
+void measure(int dictations) {
+    Session session;
+    auto& program = session.program;
+    const auto process = program.pid();
+
+    pauseMilliseconds(5000);
+    fmt::print("{:<44} {:.1f} MB\n", "resident, idle, before the first dictation",
+               residentMegabytes(process));
+    fmt::print("{:<44} {:.1f}\n", "wake-ups per second, idle", wakeUpsPerSecond(process, 10));
+
+    // The recogniser's model is loaded by the first one.
+    if (!session.dictate(voices().front()))
+        throw std::runtime_error("the dictation did not go through:\n" + program.output());
+    const double loading = millisecondsOf(program, "stopDictation total: ").front();
+    fmt::print("{:<44} {:.0f} ms\n", "key up to the end, the first time", loading);
+
+    for (int i = 0; i < dictations; ++i) {
+        if (!session.dictate(voices()[static_cast<std::size_t>(i) % voices().size()]))
+            throw std::runtime_error("the dictation did not go through:\n" + program.output());
+    }
+    auto starts = millisecondsOf(program, "startDictation total: ");
+    auto stops = millisecondsOf(program, "stopDictation total: ");
+    stops.erase(stops.begin());
+    printTimings("key down (heard) to a live recording", std::move(starts));
+    printTimings("key up to the end, recogniser included", std::move(stops));
+
+    if (!session.holdToTalk())
+        throw std::runtime_error("the recording did not begin");
+    const double before = processorSeconds(process);
+    constexpr int listeningSeconds = 5;
+    pauseMilliseconds(listeningSeconds * 1000);
+    fmt::print("{:<44} {:.1f} % of a core\n", "listening: ring, capture and encoder",
+               (processorSeconds(process) - before) * 100 / listeningSeconds);
+    session.letGo();
+
+    pauseMilliseconds(3000);
+    fmt::print("{:<44} {:.1f} MB\n", "resident, idle, recogniser loaded", residentMegabytes(process));
+    fmt::print("{:<44} {:.1f}\n", "wake-ups per second, idle, afterwards", wakeUpsPerSecond(process, 10));
+}
+
+} // namespace
+
+/// Measures the whole program at rest and at work in a private desktop, which takes about two minutes.
+int main(int argc, char** argv) {
+    try {
+        measure(argc > 1 ? std::stoi(argv[1]) : 10);
+        return 0;
+    } catch (const std::exception& error) {
+        fmt::print(stderr, "{}\n", error.what());
+        return 1;
+    }
+}

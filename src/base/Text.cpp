@@ -1,0 +1,488 @@
+#include "base/Text.h"
+
+#include <unicode/brkiter.h>
+#include <unicode/bytestream.h>
+#include <unicode/casemap.h>
+#include <unicode/normalizer2.h>
+#include <unicode/uchar.h>
+#include <unicode/utext.h>
+#include <unicode/utf8.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <memory>
+
+namespace sonvale::base {
+
+namespace {
+
+constexpr UChar32 replacementCharacter = 0xFFFD;
+
+/// Signed sizes of 32 bits are what ICU counts in.
+bool isWithinIcu(std::string_view text) {
+    return text.size() < static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max());
+}
+
+bool isAscii(std::string_view text) {
+    return std::ranges::all_of(text, [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+}
+
+/// In such a text every byte is a character: of ASCII only CR LF makes one of two.
+bool isOneByteEach(std::string_view text) {
+    return isAscii(text) && text.find('\r') == std::string_view::npos;
+}
+
+/// Takes the code point that begins at `place`, U+FFFD for what is not UTF-8, and moves `place` behind it.
+UChar32 nextCodePoint(std::string_view text, std::size_t& place) {
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+    UChar32 point = replacementCharacter;
+    U8_NEXT_OR_FFFD(bytes, place, text.size(), point);
+    return point;
+}
+
+void append(std::string& text, UChar32 point) {
+    std::uint8_t bytes[U8_MAX_LENGTH];
+    std::size_t size = 0;
+    U8_APPEND_UNSAFE(bytes, size, point);
+    text.append(reinterpret_cast<const char*>(bytes), size);
+}
+
+/// The boundaries of user-perceived characters in one text. Without the library's rules (its data is missing)
+/// or beyond its sizes every code point counts as a character.
+class Boundaries {
+public:
+    explicit Boundaries(std::string_view text)
+        : text_(text) {
+        if (!isWithinIcu(text))
+            return;
+        UErrorCode status = U_ZERO_ERROR;
+        utext_openUTF8(&source_, text.data() != nullptr ? text.data() : "",
+                       static_cast<std::int64_t>(text.size()), &status);
+        if (auto* rules = threadsRules(); rules != nullptr && U_SUCCESS(status)) {
+            rules->setText(&source_, status);
+            if (U_SUCCESS(status))
+                rules_ = rules;
+        }
+    }
+    ~Boundaries() { utext_close(&source_); }
+    Boundaries(const Boundaries&) = delete;
+    Boundaries& operator=(const Boundaries&) = delete;
+
+    /// The end of the character that begins at `begin`.
+    std::size_t endOfCharacter(std::size_t begin) {
+        if (rules_ != nullptr) {
+            const auto end = rules_->following(static_cast<std::int32_t>(begin));
+            return end == icu::BreakIterator::DONE ? text_.size() : static_cast<std::size_t>(end);
+        }
+        nextCodePoint(text_, begin);
+        return begin;
+    }
+
+    bool contains(std::size_t place) {
+        if (place == 0 || place >= text_.size())
+            return true;
+        if (rules_ != nullptr)
+            return rules_->isBoundary(static_cast<std::int32_t>(place)) != 0;
+        return !U8_IS_TRAIL(static_cast<std::uint8_t>(text_[place]));
+    }
+
+private:
+    /// Making one is slow, and one serves one thread at a time. It is used within one call only.
+    static icu::BreakIterator* threadsRules() {
+        thread_local const auto rules = [] {
+            UErrorCode status = U_ZERO_ERROR;
+            std::unique_ptr<icu::BreakIterator> made(
+                icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+            return U_SUCCESS(status) ? std::move(made) : nullptr;
+        }();
+        return rules.get();
+    }
+
+    std::string_view text_;
+    UText source_ = UTEXT_INITIALIZER;
+    icu::BreakIterator* rules_ = nullptr;
+};
+
+/// Calls `visit(begin, end)` for each character until it returns false.
+template <class Visit>
+void eachCharacter(std::string_view text, Visit visit) {
+    if (isOneByteEach(text)) {
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            if (!visit(i, i + 1))
+                return;
+        }
+        return;
+    }
+    Boundaries boundaries(text);
+    for (std::size_t begin = 0; begin < text.size();) {
+        const auto end = boundaries.endOfCharacter(begin);
+        if (!visit(begin, end))
+            return;
+        begin = end;
+    }
+}
+
+/// Place behind the first `count` characters.
+std::size_t placeBehind(std::string_view text, std::size_t count) {
+    std::size_t place = 0;
+    eachCharacter(text, [&](std::size_t, std::size_t end) {
+        if (count == 0)
+            return false;
+        --count;
+        place = end;
+        return true;
+    });
+    return place;
+}
+
+/// Place before the last `count` characters.
+std::size_t placeBefore(std::string_view text, std::size_t count) {
+    const auto all = characterCount(text);
+    return count >= all ? 0 : placeBehind(text, all - count);
+}
+
+enum class Form { composed, decomposed };
+
+std::string normalized(std::string text, Form form) {
+    if (isAscii(text) || !isWithinIcu(text))
+        return text;
+    UErrorCode status = U_ZERO_ERROR;
+    const auto* normalizer = form == Form::composed ? icu::Normalizer2::getNFCInstance(status)
+                                                    : icu::Normalizer2::getNFDInstance(status);
+    if (U_FAILURE(status) || normalizer->isNormalizedUTF8(text, status))
+        return text;
+    std::string result;
+    icu::StringByteSink<std::string> sink(&result, static_cast<std::int32_t>(text.size()));
+    normalizer->normalizeUTF8(0, text, sink, nullptr, status);
+    return U_SUCCESS(status) ? result : text;
+}
+
+std::string composed(std::string_view text) {
+    return normalized(repairedUtf8(text), Form::composed);
+}
+
+std::string asciiLowercased(std::string_view text) {
+    std::string result(text);
+    for (char& byte : result) {
+        if (byte >= 'A' && byte <= 'Z')
+            byte = static_cast<char>(byte + ('a' - 'A'));
+    }
+    return result;
+}
+
+enum class Case { kept, ignored };
+
+std::string comparable(std::string_view text, Case mode) {
+    return mode == Case::kept ? composed(text) : caseFolded(text);
+}
+
+/// A text in the form in which texts are compared, with the places where its characters begin and end.
+class Searchable {
+public:
+    Searchable(std::string_view text, Case mode) {
+        const auto add = [&](std::size_t begin, std::size_t end) {
+            borders_.push_back({form_.size(), begin});
+            form_ += comparable(text.substr(begin, end - begin), mode);
+        };
+        if (isAscii(text)) {
+            isAscii_ = true;
+            size_ = text.size();
+            form_ = mode == Case::kept ? std::string(text) : asciiLowercased(text);
+            return;
+        }
+        eachCharacter(text, [&](std::size_t begin, std::size_t end) {
+            if (text.substr(begin, end - begin) == "\r\n") {
+                add(begin, begin + 1);
+                add(begin + 1, end);
+            } else {
+                add(begin, end);
+            }
+            return true;
+        });
+        borders_.push_back({form_.size(), text.size()});
+    }
+
+    /// The first match at or behind `from`, a border in the comparable form.
+    struct Match {
+        TextRange original;
+        std::size_t nextForm = 0;
+    };
+    std::optional<Match> find(const std::string& wanted, std::size_t from) const {
+        for (auto at = form_.find(wanted, from); at != std::string::npos; at = form_.find(wanted, at + 1)) {
+            const auto begin = originalPlace(at);
+            const auto end = originalPlace(at + wanted.size());
+            if (begin && end)
+                return Match{{*begin, *end}, at + wanted.size()};
+        }
+        return std::nullopt;
+    }
+
+    std::optional<TextRange> prefix(const std::string& wanted) const {
+        if (!form_.starts_with(wanted))
+            return std::nullopt;
+        const auto end = originalPlace(wanted.size());
+        return end ? std::optional(TextRange{0, *end}) : std::nullopt;
+    }
+
+private:
+    struct Border {
+        std::size_t form;
+        std::size_t original;
+    };
+
+    std::optional<std::size_t> originalPlace(std::size_t form) const {
+        if (isAscii_)
+            return form <= size_ ? std::optional(form) : std::nullopt;
+        const auto found = std::ranges::lower_bound(borders_, form, {}, &Border::form);
+        if (found == borders_.end() || found->form != form)
+            return std::nullopt;
+        return found->original;
+    }
+
+    std::string form_;
+    std::vector<Border> borders_; ///< empty for ASCII, where every byte is one
+    std::size_t size_ = 0;
+    bool isAscii_ = false;
+};
+
+std::optional<TextRange> findAs(std::string_view text, std::string_view wanted, Case mode) {
+    if (wanted.empty())
+        return std::nullopt;
+    const auto match = Searchable(text, mode).find(comparable(wanted, mode), 0);
+    return match ? std::optional(match->original) : std::nullopt;
+}
+
+/// The zero-width space belongs to the blanks of the system whose texts the program works with, though it is
+/// no space by its category today.
+bool isBlank(UChar32 point) {
+    return point == '\t' || point == 0x200B || u_charType(point) == U_SPACE_SEPARATOR;
+}
+
+bool isLineBreak(UChar32 point) {
+    return (point >= 0x0A && point <= 0x0D) || point == 0x85 || point == 0x2028 || point == 0x2029;
+}
+
+bool isInSet(UChar32 point, TrimmingSet set) {
+    switch (set) {
+    case TrimmingSet::blanks:
+        return isBlank(point);
+    case TrimmingSet::lineBreaks:
+        return isLineBreak(point);
+    case TrimmingSet::blanksAndLineBreaks:
+        return isBlank(point) || isLineBreak(point);
+    }
+    return false;
+}
+
+template <class IsSeparator>
+std::vector<std::string> pieces(std::string_view text, IsSeparator isSeparator) {
+    std::vector<std::string> result;
+    std::size_t begin = 0;
+    const auto endPiece = [&](std::size_t end) {
+        if (end > begin)
+            result.emplace_back(text.substr(begin, end - begin));
+    };
+    eachCharacter(text, [&](std::size_t first, std::size_t last) {
+        if (isSeparator(text.substr(first, last - first))) {
+            endPiece(first);
+            begin = last;
+        }
+        return true;
+    });
+    endPiece(text.size());
+    return result;
+}
+
+} // namespace
+
+bool isValidUtf8(std::string_view text) {
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+    for (std::size_t place = 0; place < text.size();) {
+        UChar32 point = 0;
+        U8_NEXT(bytes, place, text.size(), point);
+        if (point < 0)
+            return false;
+    }
+    return true;
+}
+
+std::string repairedUtf8(std::string_view text) {
+    if (isValidUtf8(text))
+        return std::string(text);
+    std::string result;
+    result.reserve(text.size());
+    for (std::size_t place = 0; place < text.size();)
+        append(result, nextCodePoint(text, place));
+    return result;
+}
+
+std::size_t characterCount(std::string_view text) {
+    if (isOneByteEach(text))
+        return text.size();
+    std::size_t count = 0;
+    eachCharacter(text, [&](std::size_t, std::size_t) {
+        ++count;
+        return true;
+    });
+    return count;
+}
+
+std::vector<std::string> characters(std::string_view text) {
+    std::vector<std::string> result;
+    eachCharacter(text, [&](std::size_t begin, std::size_t end) {
+        result.emplace_back(text.substr(begin, end - begin));
+        return true;
+    });
+    return result;
+}
+
+std::string firstCharacters(std::string_view text, std::size_t count) {
+    return std::string(text.substr(0, placeBehind(text, count)));
+}
+
+std::string lastCharacters(std::string_view text, std::size_t count) {
+    return std::string(text.substr(placeBefore(text, count)));
+}
+
+std::string withoutFirstCharacters(std::string_view text, std::size_t count) {
+    return std::string(text.substr(placeBehind(text, count)));
+}
+
+std::string withoutLastCharacters(std::string_view text, std::size_t count) {
+    return std::string(text.substr(0, placeBefore(text, count)));
+}
+
+std::string trimmed(std::string_view text, TrimmingSet set) {
+    std::size_t begin = 0;
+    for (std::size_t next = 0; next < text.size(); begin = next) {
+        if (!isInSet(nextCodePoint(text, next), set))
+            break;
+    }
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+    // The library's own step needs 32-bit places; a code point fits into what is looked at.
+    std::size_t end = text.size();
+    while (end > begin) {
+        const auto* window = bytes + std::max(begin, end - std::min<std::size_t>(end, U8_MAX_LENGTH));
+        auto previous = static_cast<std::int32_t>(bytes + end - window);
+        UChar32 point = 0;
+        U8_PREV_OR_FFFD(window, 0, previous, point);
+        if (!isInSet(point, set))
+            break;
+        end = static_cast<std::size_t>(window + previous - bytes);
+    }
+    return std::string(text.substr(begin, end - begin));
+}
+
+bool beginsWithWhiteSpace(std::string_view text) {
+    std::size_t place = 0;
+    return !text.empty() && u_isUWhiteSpace(nextCodePoint(text, place)) != 0;
+}
+
+std::vector<std::string> piecesBetweenBlanks(std::string_view text) {
+    return pieces(text, [](std::string_view character) { return character == " "; });
+}
+
+std::vector<std::string> piecesBetweenWhiteSpace(std::string_view text) {
+    return pieces(text, beginsWithWhiteSpace);
+}
+
+bool isEqual(std::string_view a, std::string_view b) {
+    if (a == b)
+        return true;
+    if (isAscii(a) && isAscii(b))
+        return false;
+    return composed(a) == composed(b);
+}
+
+bool hasPrefix(std::string_view text, std::string_view prefix) {
+    const auto whole = composed(text);
+    const auto wanted = composed(prefix);
+    return whole.starts_with(wanted) && Boundaries(whole).contains(wanted.size());
+}
+
+bool hasSuffix(std::string_view text, std::string_view suffix) {
+    const auto whole = composed(text);
+    const auto wanted = composed(suffix);
+    return whole.ends_with(wanted) && Boundaries(whole).contains(whole.size() - wanted.size());
+}
+
+std::string lowercased(std::string_view text) {
+    if (isAscii(text))
+        return asciiLowercased(text);
+    std::string result;
+    result.reserve(text.size());
+    for (std::size_t place = 0; place < text.size();) {
+        const auto point = nextCodePoint(text, place);
+        // The one code point whose lower case is two, whatever stands beside it.
+        if (point == 0x0130)
+            result += "i\u0307";
+        else
+            append(result, u_tolower(point));
+    }
+    return result;
+}
+
+std::string caseFolded(std::string_view text) {
+    if (isAscii(text))
+        return asciiLowercased(text);
+    // Canonical caseless matching of the Unicode standard, D145, with the result composed.
+    auto decomposed = normalized(repairedUtf8(text), Form::decomposed);
+    if (!isWithinIcu(decomposed))
+        return decomposed;
+    UErrorCode status = U_ZERO_ERROR;
+    std::string folded;
+    icu::StringByteSink<std::string> sink(&folded, static_cast<std::int32_t>(decomposed.size()));
+    icu::CaseMap::utf8Fold(U_FOLD_CASE_DEFAULT, decomposed, sink, nullptr, status);
+    return normalized(U_SUCCESS(status) ? std::move(folded) : std::move(decomposed), Form::composed);
+}
+
+bool isEqualIgnoringCase(std::string_view a, std::string_view b) {
+    return caseFolded(a) == caseFolded(b);
+}
+
+bool hasPrefixIgnoringCase(std::string_view text, std::string_view prefix) {
+    return findPrefixIgnoringCase(text, prefix).has_value();
+}
+
+std::weak_ordering compareIgnoringCase(std::string_view a, std::string_view b) {
+    return caseFolded(a) <=> caseFolded(b);
+}
+
+std::optional<TextRange> find(std::string_view text, std::string_view wanted) {
+    return findAs(text, wanted, Case::kept);
+}
+
+std::optional<TextRange> findIgnoringCase(std::string_view text, std::string_view wanted) {
+    return findAs(text, wanted, Case::ignored);
+}
+
+std::optional<TextRange> findPrefixIgnoringCase(std::string_view text, std::string_view prefix) {
+    return Searchable(text, Case::ignored).prefix(caseFolded(prefix));
+}
+
+bool contains(std::string_view text, std::string_view wanted) {
+    return wanted.empty() || find(text, wanted).has_value();
+}
+
+bool containsIgnoringCase(std::string_view text, std::string_view wanted) {
+    return wanted.empty() || findIgnoringCase(text, wanted).has_value();
+}
+
+std::string replacing(std::string_view text, std::string_view wanted, std::string_view replacement) {
+    if (wanted.empty())
+        return std::string(text);
+    const Searchable searchable(text, Case::kept);
+    const auto form = comparable(wanted, Case::kept);
+    std::string result;
+    std::size_t copied = 0;
+    std::size_t from = 0;
+    while (const auto match = searchable.find(form, from)) {
+        result.append(text.substr(copied, match->original.begin - copied)).append(replacement);
+        copied = match->original.end;
+        from = match->nextForm;
+    }
+    return result.append(text.substr(copied));
+}
+
+} // namespace sonvale::base

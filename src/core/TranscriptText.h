@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace sonvale::core {
+
+/// Takes the dots off the end of a transcript: first every "…" (as a character by itself, not with a mark on
+/// it), then every "...", and last the blanks and tabs at both ends. Line breaks stay.
+std::string stripTrailingEllipsis(std::string text);
+
+/// Number of words as the history counts them: the pieces between blanks (U+0020), empty ones left out. Other
+/// white space does not divide.
+std::int64_t wordCount(std::string_view text);
+
+} // namespace sonvale::core

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "hotkeys/HotkeyAction.h"
+#include "hotkeys/HotkeyConfiguration.h"
+
+#include <map>
+#include <vector>
+
+namespace sonvale::hotkeys {
+
+/// All shortcuts of one action.
+struct HotkeyBinding {
+    HotkeyAction action = HotkeyAction::pushToTalk;
+    std::vector<HotkeyConfiguration> configs; ///< alternatives, in the user's order
+    bool isEnabled = true;                    ///< a disabled binding neither listens nor conflicts
+
+    bool operator==(const HotkeyBinding&) const = default;
+};
+
+/// The bindings of a user, walked in the order of the actions.
+using HotkeyBindings = std::map<HotkeyAction, HotkeyBinding>;
+
+} // namespace sonvale::hotkeys

@@ -1,0 +1,175 @@
+#include "hotkeys/HotkeyStateMachine.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace sonvale::hotkeys {
+
+namespace {
+
+using platform::KeyEvent;
+using platform::KeyVerdict;
+using Decision = HotkeyStateMachine::Decision;
+using Delay = HotkeyStateMachine::Delay;
+
+/// The cancel shortcut is usually Escape, which the focused application has to see as well.
+KeyVerdict verdictFor(HotkeyAction action) {
+    return action == HotkeyAction::cancel ? KeyVerdict::pass : KeyVerdict::swallow;
+}
+
+Decision deliver(HotkeyAction action, HotkeyEventType type, KeyVerdict verdict, Delay delay = Delay::leave) {
+    return {.verdict = verdict, .delay = delay, .delivered = {{{action, type}}}, .deliveryCount = 1};
+}
+
+bool contains(std::uint64_t flags, std::uint64_t modifiers) {
+    return (flags & modifiers) == modifiers;
+}
+
+} // namespace
+
+void HotkeyStateMachine::setBindings(const HotkeyBindings& bindings) {
+    reset();
+    for (const auto& [key, binding] : bindings) {
+        if (!binding.isEnabled)
+            continue;
+        auto& shortcuts = listened_.at(static_cast<std::size_t>(binding.action));
+        shortcuts.clear();
+        for (const auto& config : binding.configs)
+            shortcuts.push_back({config.keyCode, config.modifiers & platform::modifier::mask});
+    }
+}
+
+void HotkeyStateMachine::reset() {
+    listened_ = {};
+    pressed_.reset();
+    waiting_.reset();
+}
+
+Decision HotkeyStateMachine::handle(const KeyEvent& event) {
+    const auto flags = event.flags & platform::modifier::mask;
+    switch (event.type) {
+    case KeyEvent::Type::keyDown:
+        return keyDown(event.keyCode, flags);
+    case KeyEvent::Type::keyUp:
+        return keyUp(event.keyCode);
+    case KeyEvent::Type::flagsChanged:
+        return flagsChanged(flags);
+    case KeyEvent::Type::tapDisabled:
+        break;
+    }
+    return {};
+}
+
+Decision HotkeyStateMachine::delayElapsed() {
+    if (!waiting_)
+        return {};
+    pressed_ = std::exchange(waiting_, std::nullopt);
+    return deliver(*pressed_, HotkeyEventType::down, KeyVerdict::pass);
+}
+
+Decision HotkeyStateMachine::keyDown(std::int64_t keyCode, std::uint64_t flags) {
+    // A key without a code of its own carries -1, which stands for "modifiers alone" in a shortcut.
+    const auto match = keyCode < 0 ? std::nullopt : matchAction(keyCode, flags);
+
+    if (waiting_) {
+        const auto waited = *std::exchange(waiting_, std::nullopt);
+        pressed_ = match.value_or(waited);
+        return deliver(*pressed_, HotkeyEventType::down, match ? verdictFor(*match) : KeyVerdict::pass,
+                       Delay::cancel);
+    }
+
+    if (pressed_) {
+        // The same key again is its repeat. It is kept from the application even where the press itself was
+        // not.
+        return {.verdict = hasKey(*pressed_, keyCode) ? KeyVerdict::swallow : KeyVerdict::pass};
+    }
+
+    if (!match)
+        return {};
+    pressed_ = match;
+    return deliver(*match, HotkeyEventType::down, verdictFor(*match));
+}
+
+Decision HotkeyStateMachine::keyUp(std::int64_t keyCode) {
+    if (!pressed_ || !hasKey(*pressed_, keyCode))
+        return {};
+    const auto released = *std::exchange(pressed_, std::nullopt);
+    return deliver(released, HotkeyEventType::up, verdictFor(released));
+}
+
+Decision HotkeyStateMachine::flagsChanged(std::uint64_t flags) {
+    if (pressed_)
+        return flagsChangedWhileHeld(flags);
+    if (waiting_)
+        return flagsChangedWhileWaiting(flags);
+
+    waiting_ = matchAction(HotkeyConfiguration::modifiersOnly, flags);
+    return {.delay = waiting_ ? Delay::start : Delay::leave};
+}
+
+Decision HotkeyStateMachine::flagsChangedWhileWaiting(std::uint64_t flags) {
+    const auto required = modifiersAlone(*waiting_).value_or(0);
+    if (required != 0 && contains(flags, required)) {
+        if (flags == required)
+            return {};
+        // Another modifier joined in: the chord is for something else.
+        waiting_.reset();
+        return {.delay = Delay::cancel};
+    }
+
+    // Released before the delay was over: a quick tap.
+    const auto tapped = *std::exchange(waiting_, std::nullopt);
+    return {.delay = Delay::cancel,
+            .delivered = {{{tapped, HotkeyEventType::down}, {tapped, HotkeyEventType::up}}},
+            .deliveryCount = 2};
+}
+
+Decision HotkeyStateMachine::flagsChangedWhileHeld(std::uint64_t flags) {
+    if (const auto required = modifiersAlone(*pressed_)) {
+        if (*required != 0 && contains(flags, *required)) {
+            if (flags == *required)
+                return {};
+            pressed_.reset();
+            return deliver(HotkeyAction::cancel, HotkeyEventType::down, KeyVerdict::pass);
+        }
+    } else {
+        // With the modifier let go before the key, the press is over; a shortcut without modifiers needs the
+        // key.
+        const auto stillHeld = [flags](const Shortcut& shortcut) {
+            return contains(flags, shortcut.modifiers);
+        };
+        if (std::ranges::any_of(shortcuts(*pressed_), stillHeld))
+            return {};
+    }
+
+    const auto released = *std::exchange(pressed_, std::nullopt);
+    return deliver(released, HotkeyEventType::up, KeyVerdict::pass);
+}
+
+std::optional<HotkeyAction> HotkeyStateMachine::matchAction(std::int64_t keyCode, std::uint64_t flags) const {
+    const auto isPressed = [keyCode, flags](const Shortcut& shortcut) {
+        return shortcut.keyCode == keyCode && shortcut.modifiers == flags;
+    };
+    for (const auto action : allHotkeyActions) {
+        if (std::ranges::any_of(shortcuts(action), isPressed))
+            return action;
+    }
+    return std::nullopt;
+}
+
+const std::vector<HotkeyStateMachine::Shortcut>& HotkeyStateMachine::shortcuts(HotkeyAction action) const {
+    return listened_[static_cast<std::size_t>(action)];
+}
+
+bool HotkeyStateMachine::hasKey(HotkeyAction action, std::int64_t keyCode) const {
+    const auto isOnKey = [keyCode](const Shortcut& shortcut) { return shortcut.keyCode == keyCode; };
+    return keyCode >= 0 && std::ranges::any_of(shortcuts(action), isOnKey);
+}
+
+std::optional<std::uint64_t> HotkeyStateMachine::modifiersAlone(HotkeyAction action) const {
+    const auto& candidates = shortcuts(action);
+    const auto entry = std::ranges::find(candidates, HotkeyConfiguration::modifiersOnly, &Shortcut::keyCode);
+    return entry == candidates.end() ? std::nullopt : std::optional(entry->modifiers);
+}
+
+} // namespace sonvale::hotkeys

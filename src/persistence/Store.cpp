@@ -1,0 +1,128 @@
+#include "persistence/Store.h"
+
+#include "persistence/FileDescriptor.h"
+#include "persistence/SqlColumns.h"
+
+#include <SQLiteCpp/Database.h>
+#include <SQLiteCpp/Exception.h>
+#include <SQLiteCpp/Transaction.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+
+namespace sonvale::persistence {
+
+namespace {
+
+/// Version 1.0.0 of the schema, as the file's header keeps it.
+constexpr int schemaVersion = 1'00'00;
+
+/// Another process holds the store for the moment of a write at most.
+constexpr int busyMilliseconds = 250;
+
+template <class Visit>
+void eachTable(Visit visit) {
+    visit.template operator()<Transcription>();
+    visit.template operator()<AppSettings>();
+    visit.template operator()<Snippet>();
+    visit.template operator()<DictionaryEntry>();
+    visit.template operator()<WritingStyle>();
+}
+
+template <class R>
+std::string creation() {
+    const auto columns = columnList<R>([](const auto& column) {
+        using Field = std::remove_cvref_t<decltype(std::declval<R>().*column.field)>;
+        return fmt::format("{} {}{}", column.name, sqlType<Field>(),
+                           column.name == "id" ? " NOT NULL UNIQUE" : "");
+    });
+    return fmt::format("CREATE TABLE {} (sequence INTEGER PRIMARY KEY, {})", RecordTable<R>::name, columns);
+}
+
+void createSchema(SQLite::Database& database) {
+    SQLite::Transaction transaction(database);
+    eachTable([&]<class R>() { database.exec(creation<R>()); });
+    // The history is shown newest first, page by page.
+    database.exec("CREATE INDEX TranscriptionByTime ON Transcription (timestamp)");
+    database.exec(fmt::format("PRAGMA user_version = {}", schemaVersion));
+    transaction.commit();
+}
+
+void checkContent(SQLite::Database& database) {
+    const auto health = database.execAndGet("PRAGMA quick_check(1)").getString();
+    if (health != "ok")
+        throw StoreError(StoreError::Case::openFailed, "the database file is damaged");
+    // A table or column that is missing shows when the statement is made.
+    eachTable([&]<class R>() {
+        SQLite::Statement(database, fmt::format("SELECT {} FROM {}", columnNames<R>(), RecordTable<R>::name));
+    });
+}
+
+void prepare(SQLite::Database& database) {
+    // A commit is one write to the log file, without a wait for the disk: saving happens on the main thread
+    // between the words and their insertion. The file is brought to the disk right afterwards, off that
+    // thread, and a loss of power before that leaves the store as it was before the commit.
+    database.exec("PRAGMA journal_mode = WAL");
+    database.exec("PRAGMA synchronous = NORMAL");
+    // Removed text must not stay readable in free pages of the file.
+    database.exec("PRAGMA secure_delete = ON");
+
+    const int version = database.execAndGet("PRAGMA user_version").getInt();
+    const int objects = database.execAndGet("SELECT count(*) FROM sqlite_master").getInt();
+    if (version == 0 && objects == 0)
+        createSchema(database);
+    else if (version != schemaVersion)
+        throw StoreError(StoreError::Case::schemaMismatch,
+                         fmt::format("schema version {} instead of {}", version, schemaVersion));
+    else
+        checkContent(database);
+}
+
+/// SQLite gives its companion files the rights of the main one.
+void makePrivate(const std::filesystem::path& file) {
+    const FileDescriptor descriptor(file, O_RDWR | O_CREAT | O_NONBLOCK, 0600);
+    struct stat status{};
+    if (!descriptor || ::fstat(descriptor.number(), &status) != 0)
+        throw StoreError(StoreError::Case::openFailed, lastSystemError().message());
+    if ((status.st_mode & 0077) != 0 && ::fchmod(descriptor.number(), 0600) != 0)
+        throw StoreError(StoreError::Case::openFailed, lastSystemError().message());
+}
+
+} // namespace
+
+Store::Store(std::unique_ptr<SQLite::Database> database)
+    : database_(std::move(database)) {}
+
+Store::~Store() = default;
+
+std::unique_ptr<Store> Store::open(const std::filesystem::path& file) {
+    makePrivate(file);
+    try {
+        auto database =
+            std::make_unique<SQLite::Database>(file.string(), SQLite::OPEN_READWRITE, busyMilliseconds);
+        prepare(*database);
+        std::unique_ptr<Store> store(new Store(std::move(database)));
+        // Never the main file: closing another descriptor of it would drop SQLite's locks.
+        store->synchronizer_.emplace(file.string() + "-wal");
+        return store;
+    } catch (const SQLite::Exception& error) {
+        throw StoreError(StoreError::Case::openFailed, error.what());
+    }
+}
+
+void Store::synchronizeSoon() {
+    if (synchronizer_)
+        synchronizer_->request();
+}
+
+std::unique_ptr<Store> Store::openInMemory() {
+    try {
+        auto database =
+            std::make_unique<SQLite::Database>(":memory:", SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
+        prepare(*database);
+        return std::unique_ptr<Store>(new Store(std::move(database)));
+    } catch (const SQLite::Exception& error) {
+        throw StoreError(StoreError::Case::openFailed, error.what());
+    }
+}
+
+} // namespace sonvale::persistence

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "persistence/DiskSynchronizer.h"
+#include "persistence/StoreError.h"
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+namespace SQLite {
+class Database;
+}
+
+namespace sonvale::persistence {
+
+/// One open SQLite database with the schema of the records. Main thread only.
+class Store {
+public:
+    /// Opens or makes the store in an existing folder, the file being 0600. Throws `StoreError` when it
+    /// cannot be opened, is damaged or has another schema.
+    static std::unique_ptr<Store> open(const std::filesystem::path& file);
+
+    /// A store that never reaches the disk. Throws `StoreError`.
+    static std::unique_ptr<Store> openInMemory();
+
+    ~Store();
+    Store(const Store&) = delete;
+    Store& operator=(const Store&) = delete;
+
+    SQLite::Database& database() { return *database_; }
+
+    /// To be called after a commit, which an end of the process does not undo from then on: brings it to the
+    /// disk, without waiting, so that it survives a loss of power too.
+    void synchronizeSoon();
+
+private:
+    explicit Store(std::unique_ptr<SQLite::Database> database);
+
+    std::unique_ptr<SQLite::Database> database_;
+    std::optional<DiskSynchronizer> synchronizer_; ///< absent in memory
+};
+
+} // namespace sonvale::persistence

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "platform/AudioFile.h"
+#include "platform/linux/FfmpegPointers.h"
+#include "platform/linux/FileIo.h"
+#include "platform/linux/StreamResampler.h"
+
+#include <filesystem>
+
+namespace sonvale::platform::linux {
+
+/// Encodes audio into an .m4a file, on the caller's thread. One thread at a time.
+///
+/// The file has the rate that is given where AAC knows it, else 48 kHz. One and two channels are kept; more
+/// are averaged into one, because an AAC layout would take one of them for a bass channel and cut its treble
+/// off.
+class AacEncoder {
+public:
+    /// Makes the file, mode 0600; it must not exist. Throws `AudioFileError`, with no file left behind.
+    AacEncoder(const std::filesystem::path& path, const AudioFormat& format);
+    AacEncoder(const AacEncoder&) = delete;
+    AacEncoder& operator=(const AacEncoder&) = delete;
+    ~AacEncoder();
+
+    /// Throws `AudioFileError` when the buffer has another format or the disk refuses.
+    void encode(const PcmBuffer& buffer);
+
+    /// Encodes the rest and completes the container; the last call. Throws `AudioFileError`.
+    void finish();
+
+private:
+    void openCodec();
+    void openContainer();
+    void take(const PcmBuffer& buffer);
+    void sendBlocks();
+    void sendBlock(std::size_t offset, std::size_t frames);
+    void writePackets();
+
+    AudioFormat format_;
+    AudioFormat coded_;
+    FfmpegPointer<AVCodecContext> codec_;
+    FfmpegPointer<AVFrame> frame_;
+    FfmpegPointer<AVPacket> packet_;
+    std::unique_ptr<FileIo> file_;
+    AVFormatContext* container_ = nullptr;
+    AVStream* stream_ = nullptr;
+    StreamResampler resampler_;
+    Planes mixed_;
+    Planes pending_;
+    std::int64_t framesSent_ = 0;
+};
+
+} // namespace sonvale::platform::linux

@@ -1,0 +1,64 @@
+#include "platform/qt/QtApplication.h"
+
+#include "platform/qt/TaskbarPlace.h"
+
+#include <QEvent>
+#include <QGuiApplication>
+#include <QPointer>
+#include <QWindow>
+
+namespace sonvale::platform::qt {
+
+namespace {
+
+/// Task bars list only these; pop-ups, tool tips and the like they leave out anyway.
+bool canBeInTaskbar(const QWindow& window) {
+    return window.isTopLevel() && (window.type() == Qt::Window || window.type() == Qt::Dialog);
+}
+
+} // namespace
+
+QtApplication::QtApplication() {
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    qGuiApp->installEventFilter(this);
+}
+
+QtApplication::~QtApplication() = default;
+
+void QtApplication::setActivationPolicy(ActivationPolicy policy) {
+    if (policy_ == policy)
+        return;
+    policy_ = policy;
+    for (QWindow* window : QGuiApplication::topLevelWindows()) {
+        if (canBeInTaskbar(*window) && window->isVisible())
+            changeTaskbarPlace(*window, policy == ActivationPolicy::regular);
+    }
+}
+
+void QtApplication::terminate() {
+    QMetaObject::invokeMethod(qGuiApp, [] { QCoreApplication::quit(); }, Qt::QueuedConnection);
+}
+
+bool QtApplication::eventFilter(QObject* object, QEvent* event) {
+    if (event->type() == QEvent::Show && object->isWindowType() &&
+        canBeInTaskbar(static_cast<QWindow&>(*object)))
+        placeNewWindow(static_cast<QWindow&>(*object));
+    return QObject::eventFilter(object, event);
+}
+
+void QtApplication::placeNewWindow(QWindow& window) {
+    // The event comes once the native window is there and before it is mapped, so that no task bar ever sees
+    // an accessory's window; at each showing, because window managers forget the state of a window that is
+    // hidden.
+    prepareTaskbarPlace(window, policy_ == ActivationPolicy::regular);
+
+    // They forget it some time after the hiding, which may be after the line above.
+    const auto repeat = [this, window = QPointer<QWindow>(&window)] {
+        if (window && policy_ == ActivationPolicy::accessory && window->isVisible())
+            changeTaskbarPlace(*window, false);
+    };
+    if (policy_ == ActivationPolicy::accessory)
+        QMetaObject::invokeMethod(this, repeat, Qt::QueuedConnection);
+}
+
+} // namespace sonvale::platform::qt

@@ -1,0 +1,72 @@
+#include "transcription/TranscriptionError.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+namespace sonvale::transcription {
+
+TranscriptionError::TranscriptionError(Case errorCase, std::string description)
+    : case_(errorCase)
+    , description_(std::move(description)) {}
+
+TranscriptionError TranscriptionError::networkError(UnderlyingError underlying) {
+    TranscriptionError error(Case::networkError, "Network error: " + underlying.localizedDescription);
+    error.underlying_ = std::move(underlying);
+    return error;
+}
+
+TranscriptionError TranscriptionError::apiError(int statusCode, std::string body) {
+    TranscriptionError error(Case::apiError, fmt::format("API error ({}): {}", statusCode, body));
+    error.statusCode_ = statusCode;
+    error.body_ = std::move(body);
+    return error;
+}
+
+TranscriptionError TranscriptionError::noAudioFile() {
+    return {Case::noAudioFile, "No audio file found for transcription."};
+}
+
+TranscriptionError TranscriptionError::apiKeyMissing() {
+    return {Case::apiKeyMissing, "API key is not configured."};
+}
+
+TranscriptionError TranscriptionError::invalidResponse() {
+    return {Case::invalidResponse, "Invalid response from transcription service."};
+}
+
+TranscriptionError TranscriptionError::engineUnavailable() {
+    return {Case::engineUnavailable, "Transcription engine is not available."};
+}
+
+TranscriptionError TranscriptionError::timeout() {
+    return {Case::timeout, "Transcription timed out."};
+}
+
+TranscriptionError TranscriptionError::upgradeRequired() {
+    return {Case::upgradeRequired, "Please update Son Vale to the latest version."};
+}
+
+std::string TranscriptionError::name() const {
+    switch (case_) {
+    case Case::networkError:
+        return "networkError";
+    case Case::apiError:
+        return "apiError";
+    case Case::noAudioFile:
+        return "noAudioFile";
+    case Case::apiKeyMissing:
+        return "apiKeyMissing";
+    case Case::invalidResponse:
+        return "invalidResponse";
+    case Case::engineUnavailable:
+        return "engineUnavailable";
+    case Case::timeout:
+        return "timeout";
+    case Case::upgradeRequired:
+        return "upgradeRequired";
+    }
+    return {};
+}
+
+} // namespace sonvale::transcription

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <exception>
+#include <string>
+
+namespace sonvale::transcription {
+
+/// An error of another part of the system that lies behind a failure.
+struct UnderlyingError {
+    std::string domain;
+    int code = 0;
+    std::string localizedDescription;
+    bool operator==(const UnderlyingError&) const = default;
+};
+
+/// What every engine and every backend call of transcription throws.
+class TranscriptionError : public std::exception {
+public:
+    enum class Case {
+        networkError,
+        apiError,
+        noAudioFile,
+        apiKeyMissing,
+        invalidResponse,
+        engineUnavailable,
+        timeout,
+        upgradeRequired,
+    };
+
+    static TranscriptionError networkError(UnderlyingError underlying);
+    static TranscriptionError apiError(int statusCode, std::string body);
+    static TranscriptionError noAudioFile();
+    static TranscriptionError apiKeyMissing();
+    static TranscriptionError invalidResponse();
+    static TranscriptionError engineUnavailable();
+    static TranscriptionError timeout();
+    static TranscriptionError upgradeRequired();
+
+    Case errorCase() const { return case_; }
+    /// The case as it is written in the code: "engineUnavailable".
+    std::string name() const;
+
+    /// Words for the user.
+    const std::string& errorDescription() const { return description_; }
+    const char* what() const noexcept override { return description_.c_str(); }
+
+    /// Of `networkError`; empty for the others.
+    const UnderlyingError& underlying() const { return underlying_; }
+    /// Of `apiError`; 0 and empty for the others.
+    int statusCode() const { return statusCode_; }
+    const std::string& body() const { return body_; }
+
+private:
+    TranscriptionError(Case errorCase, std::string description);
+
+    Case case_;
+    std::string description_;
+    UnderlyingError underlying_;
+    int statusCode_ = 0;
+    std::string body_;
+};
+
+} // namespace sonvale::transcription

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "tests/cases/runner/CaseRegistry.h"
+
+#include <filesystem>
+#include <iosfwd>
+#include <set>
+#include <string>
+
+namespace sonvale::tests {
+
+/// Runs case files against a registry and tells of what failed.
+///
+/// A file is `{"op": NAME, "cases": [{"name", "in", "want", "tolerance"?}, ...]}`. A file that cannot be used
+/// counts as one failure, and so does a folder without files.
+class CaseRunner {
+public:
+    /// Files of the operations in `excepted` are left out.
+    CaseRunner(CaseRegistry registry, std::set<std::string> excepted, std::ostream& out);
+
+    /// Every `*.json` in the folder and in those below it, in the order of their names.
+    void runFolder(const std::filesystem::path& folder);
+    void runFile(const std::filesystem::path& file);
+
+    /// Counts something that went wrong outside of a case.
+    void fail(const std::string& where, const std::string& what);
+
+    int passed() const { return passed_; }
+    int failed() const { return failed_; }
+
+private:
+    void runCase(const std::string& file, const CaseFunction& function, const nlohmann::json& entry,
+                 std::size_t index);
+
+    CaseRegistry registry_;
+    std::set<std::string> excepted_;
+    std::ostream& out_;
+    int passed_ = 0;
+    int failed_ = 0;
+};
+
+} // namespace sonvale::tests

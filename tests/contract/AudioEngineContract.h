@@ -1,0 +1,242 @@
+#pragma once
+
+#include "platform/AudioEngine.h"
+#include "tests/support/ChildProcess.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <mutex>
+#include <vector>
+
+namespace sonvale::tests {
+
+/// Keeps what a tap receives.
+class TapRecord {
+public:
+    platform::AudioEngine::TapBlock block() {
+        return [this](const platform::PcmBufferPtr& buffer) {
+            const std::lock_guard lock(mutex_);
+            buffers_.push_back(buffer);
+        };
+    }
+
+    std::vector<platform::PcmBufferPtr> buffers() const {
+        const std::lock_guard lock(mutex_);
+        return buffers_;
+    }
+
+    std::size_t frames() const {
+        std::size_t count = 0;
+        for (const auto& buffer : buffers())
+            count += buffer->frameLength();
+        return count;
+    }
+
+    std::vector<float> samples(std::size_t channel = 0) const {
+        std::vector<float> result;
+        for (const auto& buffer : buffers()) {
+            const auto plane = buffer->channel(channel);
+            result.insert(result.end(), plane.begin(), plane.end());
+        }
+        return result;
+    }
+
+private:
+    mutable std::mutex mutex_;
+    std::vector<platform::PcmBufferPtr> buffers_;
+};
+
+/// `count` samples, no two of them alike, that continue those of an earlier `first`.
+inline std::vector<float> distinctSamples(std::size_t count, std::size_t first = 0) {
+    std::vector<float> samples(count);
+    for (std::size_t i = 0; i < count; ++i)
+        samples[i] = static_cast<float>(first + i + 1) / 65536;
+    return samples;
+}
+
+/// What does not fill a buffer yet cannot be seen: time for a busy machine to bring it to the engine.
+inline void letTheRestArrive() {
+    pauseMilliseconds(200);
+}
+
+inline std::vector<float> negated(std::vector<float> samples) {
+    for (float& sample : samples)
+        sample = -sample;
+    return samples;
+}
+
+/// The rules of `platform::AudioEngine`. A rig has a microphone of 48 kHz in the hands of the test:
+///
+///     explicit Rig(int channels);
+///     platform::AudioEngines& engines();
+///     void speak(const std::vector<float>& samples); // on channel 0; the others hear the negatives
+///     void unplug();                                 // no real input is left
+template <class Rig>
+class AudioEngineContract : public testing::Test {};
+
+TYPED_TEST_SUITE_P(AudioEngineContract);
+
+TYPED_TEST_P(AudioEngineContract, TellsTheFormatOfTheInput) {
+    TypeParam rig(2);
+    const auto engine = rig.engines().makeEngine();
+    EXPECT_EQ(engine->inputFormat(), (platform::AudioFormat{48000, 2}));
+    EXPECT_EQ(engine->outputFormat(), engine->inputFormat());
+    EXPECT_FALSE(engine->isRunning());
+}
+
+TYPED_TEST_P(AudioEngineContract, DeliversBuffersOfTheAskedSizeInOrderWithoutGaps) {
+    TypeParam rig(1);
+    TapRecord tap;
+    const auto engine = rig.engines().makeEngine();
+    engine->installTap(1024, tap.block());
+    engine->start();
+    EXPECT_TRUE(engine->isRunning());
+
+    std::size_t spoken = 0;
+    for (const std::size_t piece : {1UL, 3000UL, 1023UL, 1024UL, 1025UL, 5000UL, 467UL}) {
+        rig.speak(distinctSamples(piece, spoken));
+        spoken += piece;
+    }
+    EXPECT_TRUE(eventually(10, [&] { return tap.frames() >= spoken / 1024 * 1024; }));
+    letTheRestArrive();
+    engine->removeTap();
+    engine->stop();
+
+    EXPECT_EQ(tap.samples(), distinctSamples(spoken));
+    const auto buffers = tap.buffers();
+    ASSERT_EQ(buffers.size(), spoken / 1024 + 1);
+    for (std::size_t i = 0; i + 1 < buffers.size(); ++i)
+        EXPECT_EQ(buffers[i]->frameLength(), 1024U);
+    EXPECT_EQ(buffers.back()->frameLength(), spoken % 1024);
+    EXPECT_EQ(buffers.back()->format(), engine->outputFormat());
+}
+
+TYPED_TEST_P(AudioEngineContract, KeepsTheChannelsApart) {
+    TypeParam rig(2);
+    TapRecord tap;
+    const auto engine = rig.engines().makeEngine();
+    engine->installTap(1024, tap.block());
+    engine->start();
+    rig.speak(distinctSamples(2500));
+    EXPECT_TRUE(eventually(10, [&] { return tap.frames() >= 2048; }));
+    letTheRestArrive();
+    engine->removeTap();
+    EXPECT_EQ(tap.samples(0), distinctSamples(2500));
+    EXPECT_EQ(tap.samples(1), negated(distinctSamples(2500)));
+}
+
+TYPED_TEST_P(AudioEngineContract, DeliversWhatWasSpokenBeforeTheTapIsRemoved) {
+    TypeParam rig(1);
+    const auto spoken = distinctSamples(1500);
+    int complete = 0;
+    for (int round = 0; round < 10; ++round) {
+        TapRecord tap;
+        const auto engine = rig.engines().makeEngine();
+        engine->installTap(1024, tap.block());
+        engine->start();
+        rig.speak(spoken);
+        engine->removeTap();
+        const auto heard = tap.samples();
+        EXPECT_TRUE(std::equal(heard.begin(), heard.end(), spoken.begin()));
+        complete += heard.size() == spoken.size();
+        engine->stop();
+        // What came too late must not be heard by the next engine.
+        letTheRestArrive();
+    }
+    // The wait ends after 60 ms whatever a busy machine does.
+    EXPECT_GE(complete, 5);
+}
+
+TYPED_TEST_P(AudioEngineContract, DeliversNothingAfterTheTapWasRemoved) {
+    TypeParam rig(1);
+    TapRecord tap;
+    const auto engine = rig.engines().makeEngine();
+    engine->installTap(1024, tap.block());
+    engine->start();
+    engine->removeTap();
+    const auto before = tap.frames();
+    rig.speak(distinctSamples(5000));
+    pauseMilliseconds(50);
+    EXPECT_EQ(tap.frames(), before);
+    EXPECT_TRUE(engine->isRunning());
+}
+
+TYPED_TEST_P(AudioEngineContract, EndsWithStop) {
+    TypeParam rig(1);
+    TapRecord tap;
+    const auto engine = rig.engines().makeEngine();
+    engine->installTap(1024, tap.block());
+    engine->start();
+    engine->stop();
+    EXPECT_FALSE(engine->isRunning());
+    const auto before = tap.frames();
+    rig.speak(distinctSamples(5000));
+    pauseMilliseconds(50);
+    EXPECT_EQ(tap.frames(), before);
+    engine->stop();
+    engine->removeTap();
+}
+
+TYPED_TEST_P(AudioEngineContract, EndsWithItsDestruction) {
+    TypeParam rig(1);
+    TapRecord tap;
+    auto engine = rig.engines().makeEngine();
+    engine->installTap(1024, tap.block());
+    engine->start();
+    rig.speak(distinctSamples(5000));
+    engine.reset();
+    const auto before = tap.frames();
+    rig.speak(distinctSamples(5000));
+    pauseMilliseconds(50);
+    EXPECT_EQ(tap.frames(), before);
+}
+
+TYPED_TEST_P(AudioEngineContract, WithoutATapItsRemovalDoesNothing) {
+    TypeParam rig(1);
+    const auto engine = rig.engines().makeEngine();
+    engine->removeTap();
+    engine->start();
+    rig.speak(distinctSamples(5000));
+    engine->removeTap();
+    EXPECT_TRUE(engine->isRunning());
+}
+
+TYPED_TEST_P(AudioEngineContract, GivesWhatWasCapturedWhenTheDeviceIsUnplugged) {
+    TypeParam rig(1);
+    TapRecord tap;
+    const auto engine = rig.engines().makeEngine();
+    engine->installTap(1024, tap.block());
+    engine->start();
+    rig.speak(distinctSamples(2500));
+    EXPECT_TRUE(eventually(10, [&] { return tap.frames() >= 2048; }));
+    letTheRestArrive();
+
+    rig.unplug();
+    EXPECT_TRUE(eventually(10, [&] { return !engine->isRunning(); }));
+    engine->removeTap();
+    EXPECT_EQ(tap.samples(), distinctSamples(2500));
+    engine->stop();
+}
+
+TYPED_TEST_P(AudioEngineContract, HasNoChannelsWithoutAnInputAndDoesNotStart) {
+    TypeParam rig(1);
+    rig.unplug();
+    const auto engine = rig.engines().makeEngine();
+    EXPECT_EQ(engine->inputFormat().channelCount, 0U);
+    TapRecord tap;
+    engine->installTap(1024, tap.block());
+    EXPECT_THROW(engine->start(), platform::AudioEngineError);
+    EXPECT_FALSE(engine->isRunning());
+    engine->removeTap();
+    engine->stop();
+}
+
+REGISTER_TYPED_TEST_SUITE_P(AudioEngineContract, TellsTheFormatOfTheInput,
+                            DeliversBuffersOfTheAskedSizeInOrderWithoutGaps, KeepsTheChannelsApart,
+                            DeliversWhatWasSpokenBeforeTheTapIsRemoved, DeliversNothingAfterTheTapWasRemoved,
+                            EndsWithStop, EndsWithItsDestruction, WithoutATapItsRemovalDoesNothing,
+                            GivesWhatWasCapturedWhenTheDeviceIsUnplugged,
+                            HasNoChannelsWithoutAnInputAndDoesNotStart);
+
+} // namespace sonvale::tests

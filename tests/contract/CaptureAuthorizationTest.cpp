@@ -1,0 +1,105 @@
+#include "platform/linux/PulseCaptureAuthorization.h"
+#include "tests/fakes/FakeCaptureAuthorization.h"
+#include "tests/support/PrivateSound.h"
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <csignal>
+
+namespace sonvale::tests {
+
+using platform::CaptureStatus;
+using platform::linux::PulseCaptureAuthorization;
+
+namespace {
+
+int freePort() {
+    const int probe = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof(address);
+    const bool isBound = bind(probe, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
+                         getsockname(probe, reinterpret_cast<sockaddr*>(&address), &length) == 0;
+    close(probe);
+    if (!isBound)
+        throw std::runtime_error("no free port");
+    return ntohs(address.sin_port);
+}
+
+class FakeRig {
+public:
+    platform::CaptureAuthorization& authorization() { return fake_; }
+    void plugIn() { fake_.control().status = CaptureStatus::authorized; }
+    void unplug() { fake_.control().status = CaptureStatus::notDetermined; }
+    void refuse() { fake_.control().status = CaptureStatus::denied; }
+
+private:
+    FakeCaptureAuthorization fake_;
+};
+
+class PulseRig {
+public:
+    platform::CaptureAuthorization& authorization() { return *authorization_; }
+    void plugIn() { sound_.addMicrophone(); }
+    void unplug() { sound_.removeMicrophone(); }
+
+    /// Turns to an entrance of the same server that asks for a secret which this program does not have.
+    void refuse() {
+        const auto port = std::to_string(freePort());
+        sound_.control({"load-module", "module-native-protocol-tcp", "listen=127.0.0.1", "port=" + port,
+                        "auth-cookie=" + sound_.directory() + "/secret"});
+        authorization_ = std::make_unique<PulseCaptureAuthorization>("tcp:127.0.0.1:" + port);
+    }
+
+private:
+    PrivateSound sound_{PrivateSound::Microphone::absent};
+    std::unique_ptr<PulseCaptureAuthorization> authorization_ =
+        std::make_unique<PulseCaptureAuthorization>(sound_.serverAddress());
+};
+
+} // namespace
+
+template <class Rig>
+class CaptureAuthorizationContract : public testing::Test {};
+
+using Rigs = testing::Types<FakeRig, PulseRig>;
+TYPED_TEST_SUITE(CaptureAuthorizationContract, Rigs);
+
+TYPED_TEST(CaptureAuthorizationContract, FollowsTheMicrophone) {
+    TypeParam rig;
+    rig.plugIn();
+    EXPECT_EQ(rig.authorization().status(), CaptureStatus::authorized);
+    rig.unplug();
+    EXPECT_EQ(rig.authorization().status(), CaptureStatus::notDetermined);
+    rig.plugIn();
+    EXPECT_EQ(rig.authorization().status(), CaptureStatus::authorized);
+}
+
+TYPED_TEST(CaptureAuthorizationContract, IsDeniedByAServerThatRefuses) {
+    TypeParam rig;
+    rig.plugIn();
+    rig.refuse();
+    EXPECT_EQ(rig.authorization().status(), CaptureStatus::denied);
+}
+
+TEST(PulseCaptureAuthorization, IsNotDeterminedWithoutAServer) {
+    PulseCaptureAuthorization authorization("unix:/nonexistent/native");
+    EXPECT_EQ(authorization.status(), CaptureStatus::notDetermined);
+}
+
+TEST(PulseCaptureAuthorization, GivesUpOnAFrozenServerAfterTwoSeconds) {
+    PrivateSound sound;
+    PulseCaptureAuthorization authorization(sound.serverAddress());
+    sound.server().signal(SIGSTOP);
+    const double start = monotonicSeconds();
+    EXPECT_EQ(authorization.status(), CaptureStatus::notDetermined);
+    EXPECT_LT(monotonicSeconds() - start, 2.5);
+    sound.server().signal(SIGCONT);
+}
+
+} // namespace sonvale::tests

@@ -1,0 +1,178 @@
+#pragma once
+
+#include "tests/support/ChildProcess.h"
+#include "tests/support/TapRecorder.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <utility>
+
+namespace sonvale::tests {
+
+/// What every key tap does. `Bench` makes one (`tap()`), types on its keyboard by macOS key codes (`down`,
+/// `up`), lets the system refuse (`forbid()`) and gives queued work its turn (`settle()`).
+template <class Bench>
+class EventTapContract : public testing::Test {
+protected:
+    using Type = platform::KeyEvent::Type;
+
+    /// macOS virtual key codes.
+    static constexpr int letterX = 7;
+    static constexpr int space = 49;
+    static constexpr int leftOption = 58;
+    static constexpr int rightOption = 61;
+    static constexpr int leftCommand = 55;
+    static constexpr int leftControl = 59;
+    static constexpr int leftShift = 56;
+
+    EventTapContract() { bench_.tap().setOnTaken(recorder_.onTaken()); }
+    ~EventTapContract() override { bench_.tap().stop(); }
+
+    bool start() { return bench_.tap().start(recorder_.callback()); }
+
+    bool isTold(platform::KeyEvent event) {
+        return eventually(5, [&] {
+            bench_.settle();
+            return recorder_.has(event);
+        });
+    }
+
+    void tapKey(int keyCode) {
+        bench_.down(keyCode);
+        bench_.up(keyCode);
+    }
+
+    Bench bench_;
+    TapRecorder recorder_;
+};
+
+TYPED_TEST_SUITE_P(EventTapContract);
+
+TYPED_TEST_P(EventTapContract, CannotBeStartedWhereTheSystemRefuses) {
+    this->bench_.forbid();
+    EXPECT_FALSE(this->bench_.tap().probe());
+    EXPECT_FALSE(this->start());
+}
+
+TYPED_TEST_P(EventTapContract, ReportsKeysByTheirPlace) {
+    EXPECT_TRUE(this->bench_.tap().probe());
+    ASSERT_TRUE(this->start());
+    this->tapKey(this->letterX);
+    EXPECT_TRUE(this->isTold({TestFixture::Type::keyDown, this->letterX, 0}));
+    EXPECT_TRUE(this->isTold({TestFixture::Type::keyUp, this->letterX, 0}));
+}
+
+TYPED_TEST_P(EventTapContract, ReportsEachModifierWithItsFlag) {
+    ASSERT_TRUE(this->start());
+    const std::pair<int, std::uint64_t> keys[] = {{this->leftOption, platform::modifier::option},
+                                                  {this->rightOption, platform::modifier::option},
+                                                  {this->leftCommand, platform::modifier::command},
+                                                  {this->leftControl, platform::modifier::control},
+                                                  {this->leftShift, platform::modifier::shift}};
+    for (const auto& [key, flag] : keys) {
+        this->recorder_.clear();
+        this->bench_.down(key);
+        EXPECT_TRUE(this->isTold({TestFixture::Type::flagsChanged, key, flag})) << key;
+        this->bench_.up(key);
+        EXPECT_TRUE(this->isTold({TestFixture::Type::flagsChanged, key, 0})) << key;
+    }
+}
+
+TYPED_TEST_P(EventTapContract, KeepsTheFlagWhileOneOfTwoSidesIsHeld) {
+    ASSERT_TRUE(this->start());
+    this->bench_.down(this->leftOption);
+    this->bench_.down(this->rightOption);
+    this->bench_.up(this->leftOption);
+    EXPECT_TRUE(
+        this->isTold({TestFixture::Type::flagsChanged, this->leftOption, platform::modifier::option}));
+    this->tapKey(this->letterX);
+    EXPECT_TRUE(this->isTold({TestFixture::Type::keyDown, this->letterX, platform::modifier::option}));
+    this->bench_.up(this->rightOption);
+    EXPECT_TRUE(this->isTold({TestFixture::Type::flagsChanged, this->rightOption, 0}));
+}
+
+TYPED_TEST_P(EventTapContract, RunsBlocksInOrderAndOnlyWhileRunning) {
+    std::atomic<int> sum = 0;
+    this->bench_.tap().perform([&] { sum += 1000; });
+    ASSERT_TRUE(this->start());
+    this->bench_.tap().perform([&] { sum = sum * 10 + 1; });
+    this->bench_.tap().perform([&] { sum = sum * 10 + 2; });
+    EXPECT_TRUE(eventually(5, [&] {
+        this->bench_.settle();
+        return sum == 12;
+    }));
+    this->bench_.tap().stop();
+    this->bench_.tap().perform([&] { sum = -1; });
+    this->bench_.settle();
+    EXPECT_EQ(sum, 12);
+}
+
+TYPED_TEST_P(EventTapContract, IsSilentAfterStopAndCanBeStartedAgain) {
+    ASSERT_TRUE(this->start());
+    this->tapKey(this->letterX);
+    ASSERT_TRUE(this->isTold({TestFixture::Type::keyUp, this->letterX, 0}));
+    this->bench_.tap().stop();
+    this->bench_.tap().stop();
+    this->recorder_.clear();
+    this->tapKey(this->letterX);
+    EXPECT_TRUE(this->recorder_.events().empty());
+    ASSERT_TRUE(this->start());
+    this->tapKey(this->space);
+    EXPECT_TRUE(this->isTold({TestFixture::Type::keyDown, this->space, 0}));
+    EXPECT_FALSE(this->recorder_.has({TestFixture::Type::keyDown, this->letterX, 0}));
+}
+
+TYPED_TEST_P(EventTapContract, SwallowsOnlyWhatIsSwallowableAndSwallowed) {
+    const platform::KeyCombination optionSpace{this->space, platform::modifier::option};
+    this->bench_.tap().setSwallowable({optionSpace});
+    ASSERT_TRUE(this->start());
+    this->bench_.waitForSwallowables();
+    this->recorder_.setDecide([](const platform::KeyEvent&) { return platform::KeyVerdict::swallow; });
+
+    this->bench_.down(this->leftOption);
+    EXPECT_FALSE(this->bench_.reachesApplication(this->space));
+    EXPECT_TRUE(this->bench_.reachesApplication(this->letterX)) << "it is not swallowable";
+    this->recorder_.setDecide({});
+    EXPECT_TRUE(this->bench_.reachesApplication(this->space)) << "the callback passes it";
+    this->recorder_.swallow(optionSpace);
+    EXPECT_FALSE(this->bench_.reachesApplication(this->space));
+    this->bench_.up(this->leftOption);
+    EXPECT_TRUE(this->bench_.reachesApplication(this->space)) << "without its modifier it is another key";
+    EXPECT_TRUE(this->recorder_.has({TestFixture::Type::keyDown, this->space, platform::modifier::option}));
+
+    this->bench_.tap().setSwallowable({});
+    this->bench_.waitForSwallowables();
+    this->bench_.down(this->leftOption);
+    EXPECT_TRUE(this->bench_.reachesApplication(this->space)) << "it is not swallowable any more";
+    this->bench_.up(this->leftOption);
+    EXPECT_TRUE(this->recorder_.taken().empty());
+}
+
+TYPED_TEST_P(EventTapContract, ReportsATakenCombinationOnce) {
+    const platform::KeyCombination optionSpace{this->space, platform::modifier::option};
+    this->bench_.takeForGood(optionSpace);
+    ASSERT_TRUE(this->start());
+    this->bench_.tap().setSwallowable({optionSpace});
+    const auto isReported = [&](std::size_t times) {
+        return eventually(10, [&] {
+            this->bench_.touch(optionSpace);
+            return this->recorder_.taken().size() >= times;
+        });
+    };
+    ASSERT_TRUE(isReported(1));
+    EXPECT_EQ(this->recorder_.taken().front(), optionSpace);
+    this->bench_.touch(optionSpace);
+    this->bench_.touch(optionSpace);
+    EXPECT_EQ(this->recorder_.taken().size(), 1u);
+
+    this->bench_.tap().setSwallowable({optionSpace});
+    EXPECT_TRUE(isReported(2));
+}
+
+REGISTER_TYPED_TEST_SUITE_P(EventTapContract, CannotBeStartedWhereTheSystemRefuses, ReportsKeysByTheirPlace,
+                            ReportsEachModifierWithItsFlag, KeepsTheFlagWhileOneOfTwoSidesIsHeld,
+                            RunsBlocksInOrderAndOnlyWhileRunning, IsSilentAfterStopAndCanBeStartedAgain,
+                            SwallowsOnlyWhatIsSwallowableAndSwallowed, ReportsATakenCombinationOnce);
+
+} // namespace sonvale::tests

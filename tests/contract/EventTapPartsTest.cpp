@@ -1,0 +1,217 @@
+#include "platform/EventTap.h"
+#include "platform/linux/HeldKeys.h"
+#include "platform/linux/KeyChord.h"
+#include "platform/linux/SyntheticKeyLedger.h"
+#include "platform/linux/TerminalPrograms.h"
+#include "platform/linux/X11KeyCodes.h"
+#include "platform/linux/X11KeyboardMap.h"
+
+#include <X11/keysym.h>
+#include <gtest/gtest.h>
+
+namespace sonvale::platform::linux {
+
+namespace {
+
+constexpr std::uint16_t xtest = 5;
+constexpr std::uint16_t laptop = 8;
+constexpr std::uint16_t external = 9;
+
+constexpr xcb_keycode_t leftControl = 37;
+constexpr xcb_keycode_t leftShift = 50;
+constexpr xcb_keycode_t leftAlt = 64;
+constexpr xcb_keycode_t rightAlt = 108;
+constexpr xcb_keycode_t leftSuper = 133;
+constexpr xcb_keycode_t capsLock = 66;
+constexpr xcb_keycode_t numLock = 77;
+constexpr xcb_keycode_t letterV = 55;
+constexpr xcb_keycode_t minusKey = 20;
+
+X11Keyboards keyboards() {
+    X11Keyboards result;
+    result.master = 3;
+    result.xtest = xtest;
+    result.hardware = {laptop, external};
+    return result;
+}
+
+/// The keys that matter here of an American keyboard; the second group is a layout with "v" elsewhere.
+X11KeyboardMap keyboardMap() {
+    std::array<X11KeyboardMap::Key, 256> keys{};
+    keys[leftControl] = {1, 1, {XK_Control_L}, XCB_MOD_MASK_CONTROL};
+    keys[leftShift] = {1, 1, {XK_Shift_L}, XCB_MOD_MASK_SHIFT};
+    keys[leftAlt] = {1, 2, {XK_Alt_L, XK_Meta_L}, XCB_MOD_MASK_1};
+    keys[rightAlt] = {1, 1, {XK_ISO_Level3_Shift}, XCB_MOD_MASK_5};
+    keys[leftSuper] = {1, 1, {XK_Super_L}, XCB_MOD_MASK_4};
+    keys[capsLock] = {1, 1, {XK_Caps_Lock}, XCB_MOD_MASK_LOCK};
+    keys[numLock] = {1, 1, {XK_Num_Lock}, XCB_MOD_MASK_2};
+    keys[letterV] = {2, 2, {XK_v, XK_V, XK_k, XK_K}, 0};
+    keys[60] = {2, 2, {XK_period, XK_greater, XK_v, XK_V}, 0};
+    keys[minusKey] = {1, 2, {XK_minus, XK_underscore}, 0};
+    return X11KeyboardMap(keys);
+}
+
+constexpr KeyChord paste{XK_v, letterV, modifier::control, false};
+
+std::vector<KeyStroke> strokesWith(const KeyChord& chord, std::vector<xcb_keycode_t> held, int group = 0) {
+    std::bitset<256> down;
+    for (const auto keycode : held)
+        down.set(keycode);
+    return strokesFor(chord, keyboardMap(), group, down);
+}
+
+using Strokes = std::vector<KeyStroke>;
+
+} // namespace
+
+TEST(X11KeyCodes, NamesKeysByTheirPlace) {
+    EXPECT_EQ(virtualKeyCode(letterV), 9);
+    EXPECT_EQ(virtualKeyCode(9), 53) << "Escape";
+    EXPECT_EQ(virtualKeyCode(65), 49) << "Space";
+    EXPECT_EQ(virtualKeyCode(36), 36) << "Return";
+    EXPECT_EQ(virtualKeyCode(leftAlt), 58);
+    EXPECT_EQ(virtualKeyCode(rightAlt), 61);
+    EXPECT_EQ(virtualKeyCode(leftSuper), 55);
+    EXPECT_EQ(virtualKeyCode(8), -1);
+    EXPECT_EQ(virtualKeyCode(255), -1);
+}
+
+TEST(X11KeyCodes, FindsTheWayBackFromEveryKey) {
+    for (int keycode = 0; keycode < 256; ++keycode) {
+        const auto code = virtualKeyCode(static_cast<xcb_keycode_t>(keycode));
+        if (code < 0)
+            continue;
+        const auto back = keycodesOf(code);
+        EXPECT_NE(std::find(back.begin(), back.end(), keycode), back.end()) << keycode;
+    }
+    EXPECT_EQ(keycodesOf(105), (std::vector<xcb_keycode_t>{191, 107})) << "F13, and Print in its place";
+    EXPECT_TRUE(keycodesOf(-1).empty());
+}
+
+TEST(HeldKeys, KeepsAFlagUntilBothKeysAreLetGo) {
+    const auto map = keyboardMap();
+    HeldKeys held;
+    held.press(laptop, leftAlt);
+    held.press(external, leftAlt);
+    held.release(laptop, leftAlt, keyboards());
+    EXPECT_EQ(held.flags(map), modifier::option);
+    held.release(external, leftAlt, keyboards());
+    EXPECT_EQ(held.flags(map), 0u);
+}
+
+TEST(HeldKeys, DoesNotLetAProgramReleaseWhatTheHandHolds) {
+    const auto map = keyboardMap();
+    HeldKeys held;
+    held.press(laptop, leftAlt);
+    held.release(xtest, leftAlt, keyboards());
+    EXPECT_EQ(held.flags(map), modifier::option);
+
+    held.press(xtest, leftAlt);
+    held.release(laptop, leftAlt, keyboards());
+    EXPECT_EQ(held.flags(map), 0u) << "but the hand releases what a program has left pressed";
+}
+
+TEST(HeldKeys, ForgetsTheKeysOfAKeyboardThatIsGone) {
+    HeldKeys held;
+    held.press(external, leftAlt);
+    held.press(laptop, leftShift);
+    EXPECT_TRUE(held.dropKeyboard(external));
+    EXPECT_FALSE(held.dropKeyboard(external));
+    EXPECT_EQ(held.flags(keyboardMap()), modifier::shift);
+}
+
+TEST(SyntheticKeyLedger, StrikesOutItsOwnStrokesInOrderAndNothingElse) {
+    SyntheticKeyLedger ledger;
+    ledger.beginListening();
+    ledger.write(xtest, {{leftControl, true}, {letterV, true}, {letterV, false}, {leftControl, false}}, 0);
+    EXPECT_FALSE(ledger.strikeOut(laptop, {leftControl, true}, 0)) << "another keyboard";
+    EXPECT_FALSE(ledger.strikeOut(xtest, {letterV, false}, 0)) << "not its turn";
+    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, true}, 0));
+    EXPECT_FALSE(ledger.strikeOut(xtest, {leftControl, true}, 0)) << "a second one is somebody else's";
+    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, true}, 0));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, false}, 0));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, false}, 0));
+    EXPECT_FALSE(ledger.strikeOut(xtest, {letterV, true}, 0));
+}
+
+TEST(SyntheticKeyLedger, PassesOverAPressThatTheServerLeavesOut) {
+    SyntheticKeyLedger ledger;
+    ledger.beginListening();
+    ledger.write(xtest, {{leftControl, true}, {letterV, true}, {letterV, false}, {leftControl, false}}, 0);
+    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, true}, 0));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, false}, 0));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, false}, 0));
+}
+
+TEST(SyntheticKeyLedger, ForgetsWhatIsNeverReported) {
+    SyntheticKeyLedger ledger;
+    ledger.write(xtest, {{letterV, true}}, 0);
+    ledger.beginListening();
+    EXPECT_FALSE(ledger.strikeOut(xtest, {letterV, true}, 0)) << "nobody listened";
+    ledger.write(xtest, {{letterV, false}}, 0);
+    ledger.write(xtest, {{letterV, true}}, 10);
+    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, true}, 10));
+    ledger.write(xtest, {{letterV, true}}, 10);
+    ledger.endListening();
+    EXPECT_FALSE(ledger.strikeOut(xtest, {letterV, true}, 10));
+}
+
+TEST(KeyChord, HoldsItsModifiersAroundTheKey) {
+    EXPECT_EQ(strokesWith(paste, {}),
+              (Strokes{{leftControl, true}, {letterV, true}, {letterV, false}, {leftControl, false}}));
+}
+
+TEST(KeyChord, LetsOtherModifiersGoAfterItsOwnAreDownAndDoesNotPressThemAgain) {
+    EXPECT_EQ(
+        strokesWith(paste, {leftAlt}),
+        (Strokes{
+            {leftControl, true}, {leftAlt, false}, {letterV, true}, {letterV, false}, {leftControl, false}}));
+    EXPECT_EQ(strokesWith(paste, {leftShift, rightAlt, leftSuper}).size(), 7u);
+}
+
+TEST(KeyChord, UsesModifiersThatAreHeldAlreadyAndLeavesThem) {
+    EXPECT_EQ(strokesWith(paste, {leftControl}), (Strokes{{letterV, true}, {letterV, false}}));
+    const KeyChord terminalPaste{XK_v, letterV, modifier::control | modifier::shift, false};
+    EXPECT_EQ(strokesWith(terminalPaste, {leftShift}),
+              (Strokes{{leftControl, true}, {letterV, true}, {letterV, false}, {leftControl, false}}));
+}
+
+TEST(KeyChord, PressesAKeyThatTheUserHoldsAnew) {
+    EXPECT_EQ(strokesWith(paste, {leftControl, letterV}),
+              (Strokes{{letterV, false}, {letterV, true}, {letterV, false}}));
+}
+
+TEST(KeyChord, LeavesLocksAlone) {
+    EXPECT_EQ(strokesWith(paste, {capsLock, numLock}).size(), 4u);
+}
+
+TEST(KeyChord, LooksTheSignUpInTheLayoutInUse) {
+    EXPECT_EQ(strokesWith(paste, {leftControl}, 1), (Strokes{{60, true}, {60, false}}));
+    const KeyChord unknown{XK_Greek_alpha, 99, modifier::control, false};
+    EXPECT_EQ(strokesWith(unknown, {leftControl}), (Strokes{{99, true}, {99, false}}));
+    const KeyChord underscore{XK_underscore, minusKey, modifier::control, true};
+    EXPECT_EQ(strokesWith(underscore, {leftControl}),
+              (Strokes{{leftShift, true}, {minusKey, true}, {minusKey, false}, {leftShift, false}}));
+}
+
+TEST(X11KeyboardMap, TellsTheServersModifiersAndLocks) {
+    const auto map = keyboardMap();
+    EXPECT_EQ(map.serverModifiers(modifier::option | modifier::shift), XCB_MOD_MASK_1 | XCB_MOD_MASK_SHIFT);
+    EXPECT_EQ(map.serverModifiers(modifier::command), XCB_MOD_MASK_4);
+    EXPECT_EQ(map.lockCombinations(), (std::vector<std::uint8_t>{0, 2, 16, 18}));
+    EXPECT_EQ(X11KeyboardMap().serverModifiers(modifier::option), std::nullopt);
+    EXPECT_EQ(map.unusedKeycode(), 8);
+    EXPECT_EQ(map.modifierOf(rightAlt), 0u) << "AltGr types signs";
+    EXPECT_TRUE(map.isStateKey(rightAlt));
+}
+
+TEST(TerminalPrograms, AreKnownByTheirClass) {
+    EXPECT_EQ(pasteCustomOf("Xfce4-terminal"), PasteCustom::controlShiftV);
+    EXPECT_EQ(pasteCustomOf("konsole"), PasteCustom::controlShiftV);
+    EXPECT_EQ(pasteCustomOf("XTerm"), PasteCustom::shiftInsertOfPrimary);
+    EXPECT_EQ(pasteCustomOf("Mousepad"), PasteCustom::controlV);
+    EXPECT_EQ(pasteCustomOf(""), PasteCustom::controlV);
+    EXPECT_EQ(pasteCustomOf("terminator-like"), PasteCustom::controlV);
+}
+
+} // namespace sonvale::platform::linux

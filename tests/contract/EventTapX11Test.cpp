@@ -1,0 +1,383 @@
+#include "platform/linux/X11EventTap.h"
+#include "platform/linux/X11SyntheticInput.h"
+#include "runtime/SystemClock.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/KeyWindow.h"
+#include "tests/support/PrivateDisplay.h"
+#include "tests/support/TapRecorder.h"
+#include "tests/support/TestKeyboard.h"
+
+#include <X11/keysym.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace sonvale::tests {
+
+namespace {
+
+using platform::KeyEvent;
+using platform::linux::SyntheticKeyLedger;
+using platform::linux::X11EventTap;
+using platform::linux::X11SyntheticInput;
+using Source = TestKeyboard::Source;
+using Type = KeyEvent::Type;
+
+constexpr int letterX = 7;
+constexpr int letterV = 9;
+constexpr int letterA = 0;
+constexpr int space = 49;
+constexpr int leftOption = 58;
+constexpr int leftControl = 59;
+/// What xfwm4 takes, on a busy machine, to grab its shortcuts anew after a change of the keyboard. A press at
+/// the very moment of that grab is lost to it.
+constexpr int settlingTime = 700;
+constexpr platform::KeyCombination optionSpace{space, platform::modifier::option};
+
+/// The tap and the synthetic keys as the program has them, on a display with one window.
+struct Desk {
+    explicit Desk(WindowManager windowManager = WindowManager::none)
+        : display(windowManager) {
+        tap.setOnTaken(recorder.onTaken());
+    }
+    ~Desk() { tap.stop(); }
+
+    bool start() { return tap.start(recorder.callback()); }
+
+    void swallowOptionSpace() {
+        tap.setSwallowable({optionSpace});
+        recorder.swallow(optionSpace);
+    }
+
+    bool isTold(KeyEvent event) {
+        return eventually(5, [&] { return recorder.has(event); });
+    }
+
+    /// Waits until everything that was typed so far has been told.
+    void finishHearing(TestKeyboard& keyboard) {
+        recorder.clear();
+        keyboard.tap(XK_F9);
+        ASSERT_TRUE(eventually(5, [&] {
+            const auto events = recorder.events();
+            return !events.empty() && events.back().type == Type::keyUp && events.back().keyCode == 101;
+        }));
+    }
+
+    PrivateDisplay display;
+    runtime::SystemClock clock;
+    std::shared_ptr<SyntheticKeyLedger> ledger = std::make_shared<SyntheticKeyLedger>();
+    TapRecorder recorder;
+    X11EventTap tap{clock, ledger, display.name()};
+    X11SyntheticInput input{clock, ledger, {}, display.name()};
+    TestKeyboard xtest{display.name(), Source::xtest};
+    TestKeyboard hardware{display.name(), Source::hardware};
+    KeyWindow window{display.name()};
+};
+
+/// Number of times that the tap's thread has gone to sleep and been woken.
+long wakeUpsOfTapThread() {
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream status(task.path() / "status");
+        std::string line;
+        bool isTap = false;
+        while (std::getline(status, line)) {
+            isTap = isTap || line == "Name:\tsonvale.hotkey";
+            if (isTap && line.starts_with("voluntary_ctxt_switches:"))
+                return std::stol(line.substr(line.find('\t')));
+        }
+    }
+    return -1;
+}
+
+class EventTapUnderWindowManager : public testing::TestWithParam<std::tuple<WindowManager, Source>> {};
+
+} // namespace
+
+TEST_P(EventTapUnderWindowManager, SwallowsOptionSpaceAndLeavesTheWindowTheKeyboard) {
+    const auto [windowManager, source] = GetParam();
+    Desk desk(windowManager);
+    auto& keyboard = source == Source::xtest ? desk.xtest : desk.hardware;
+    desk.swallowOptionSpace();
+    ASSERT_TRUE(desk.start());
+    keyboard.tap(XK_F9);
+    pauseMilliseconds(settlingTime);
+    const auto spaceKey = keyboard.keycodeOf(XK_space);
+    const auto letterKey = keyboard.keycodeOf(XK_x);
+    for (int round = 1; round <= 6; ++round) {
+        keyboard.down(XK_Alt_L);
+        pauseMilliseconds(60); // nobody is faster
+        keyboard.tap(XK_space);
+        keyboard.tap(XK_x);
+        keyboard.up(XK_Alt_L);
+        // The other keyboard comes in between, and window managers grab anew.
+        desk.input.pressPaste();
+        EXPECT_TRUE(eventually(3, [&] { return desk.window.presses(letterKey) == round; }))
+            << "Alt+X arrives";
+        pauseMilliseconds(settlingTime);
+    }
+    EXPECT_EQ(desk.recorder.count({Type::keyDown, space, platform::modifier::option}), 6);
+    EXPECT_EQ(desk.window.presses(spaceKey), 0);
+    EXPECT_TRUE(desk.window.stateOfLastPress(letterKey) & 8u) << "with its Alt";
+    EXPECT_EQ(desk.window.presses(keyboard.keycodeOf(XK_v)), 6) << "a paste after it arrives";
+    EXPECT_TRUE(desk.window.hasFocus()) << "no window menu has opened";
+    EXPECT_TRUE(desk.recorder.taken().empty());
+    EXPECT_FALSE(keyboard.isAnyKeyDown());
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EventTapUnderWindowManager,
+                         testing::Combine(testing::Values(WindowManager::none, WindowManager::openbox,
+                                                          WindowManager::xfwm4),
+                                          testing::Values(Source::xtest, Source::hardware)));
+
+TEST(EventTapX11, DoesNotHearThePastesOfItsOwnProgram) {
+    Desk desk;
+    ASSERT_TRUE(desk.start());
+    desk.hardware.tap(XK_a);
+    ASSERT_TRUE(desk.isTold({Type::keyUp, letterA, 0}));
+    desk.recorder.clear();
+    for (int i = 0; i < 20; ++i) {
+        desk.input.pressPaste();
+        desk.input.pressUndo();
+    }
+    ASSERT_TRUE(eventually(5, [&] { return desk.window.presses(desk.xtest.keycodeOf(XK_z)) == 20; }));
+    EXPECT_EQ(desk.window.presses(desk.xtest.keycodeOf(XK_v)), 20);
+    // One that is heard shows that the others would have been.
+    desk.xtest.tap(XK_x);
+    ASSERT_TRUE(desk.isTold({Type::keyUp, letterX, 0}));
+    EXPECT_EQ(desk.recorder.events().size(), 2u);
+}
+
+TEST(EventTapX11, HearsWhatOtherProgramsTypeThroughXtestBetweenItsOwnKeys) {
+    Desk desk;
+    ASSERT_TRUE(desk.start());
+    for (int i = 0; i < 20; ++i) {
+        desk.input.pressPaste();
+        desk.xtest.chord(XK_Control_L, XK_v);
+    }
+    const auto control = platform::modifier::control;
+    EXPECT_TRUE(
+        eventually(5, [&] { return desk.recorder.count({Type::flagsChanged, leftControl, 0}) == 20; }));
+    EXPECT_EQ(desk.recorder.count({Type::flagsChanged, leftControl, control}), 20);
+    EXPECT_EQ(desk.recorder.count({Type::keyDown, letterV, control}), 20);
+    EXPECT_EQ(desk.recorder.count({Type::keyUp, letterV, control}), 20);
+    EXPECT_EQ(desk.recorder.events().size(), 80u);
+}
+
+TEST(EventTapX11, TellsTheFlagsOfTheUserThroughAPasteThatLetsTheModifierGo) {
+    for (const auto source : {Source::xtest, Source::hardware}) {
+        Desk desk;
+        auto& keyboard = source == Source::xtest ? desk.xtest : desk.hardware;
+        ASSERT_TRUE(desk.start());
+        keyboard.down(XK_Alt_L);
+        ASSERT_TRUE(desk.isTold({Type::flagsChanged, leftOption, platform::modifier::option}));
+        desk.recorder.clear();
+
+        desk.input.pressPaste();
+        ASSERT_TRUE(eventually(5, [&] { return desk.window.presses(keyboard.keycodeOf(XK_v)) == 1; }));
+        EXPECT_EQ(desk.window.stateOfLastPress(keyboard.keycodeOf(XK_v)), 4u) << "Control alone";
+        EXPECT_EQ(keyboard.modifiers(), 0u);
+        EXPECT_TRUE(desk.recorder.events().empty());
+
+        keyboard.tap(XK_x);
+        EXPECT_TRUE(desk.isTold({Type::keyDown, letterX, platform::modifier::option}));
+        keyboard.up(XK_Alt_L);
+        EXPECT_TRUE(desk.isTold({Type::flagsChanged, leftOption, 0}));
+        EXPECT_FALSE(keyboard.isAnyKeyDown());
+    }
+}
+
+TEST(EventTapX11, KnowsAModifierThatWasHeldBeforeItStarted) {
+    Desk desk;
+    desk.hardware.down(XK_Alt_L);
+    ASSERT_TRUE(desk.start());
+    desk.hardware.tap(XK_x);
+    EXPECT_TRUE(desk.isTold({Type::keyDown, letterX, platform::modifier::option}));
+    desk.hardware.up(XK_Alt_L);
+    EXPECT_TRUE(desk.isTold({Type::flagsChanged, leftOption, 0}));
+}
+
+TEST(EventTapX11, SwallowsWhileCapsLockOrNumLockIsOn) {
+    Desk desk;
+    desk.swallowOptionSpace();
+    ASSERT_TRUE(desk.start());
+    pauseMilliseconds(100);
+    for (const auto lock : {XK_Caps_Lock, XK_Num_Lock}) {
+        desk.hardware.tap(lock);
+        desk.hardware.down(XK_Alt_L);
+        desk.hardware.tap(XK_space);
+        desk.hardware.tap(XK_x);
+        desk.hardware.up(XK_Alt_L);
+    }
+    const auto letterKey = desk.hardware.keycodeOf(XK_x);
+    EXPECT_TRUE(eventually(5, [&] { return desk.window.presses(letterKey) == 2; }));
+    EXPECT_EQ(desk.window.stateOfLastPress(letterKey) & 0x12u, 0x12u) << "both locks are on";
+    EXPECT_EQ(desk.window.presses(desk.hardware.keycodeOf(XK_space)), 0);
+}
+
+TEST(EventTapX11, SwallowsTheRepeatsOfAHeldKey) {
+    for (const auto source : {Source::xtest, Source::hardware}) {
+        Desk desk;
+        auto& keyboard = source == Source::xtest ? desk.xtest : desk.hardware;
+        desk.swallowOptionSpace();
+        ASSERT_TRUE(desk.start());
+        pauseMilliseconds(100);
+        keyboard.down(XK_Alt_L);
+        keyboard.down(XK_space);
+        pauseMilliseconds(1200); // Xvfb repeats after 660 ms
+        keyboard.up(XK_space);
+        keyboard.up(XK_Alt_L);
+        keyboard.tap(XK_x);
+        EXPECT_TRUE(eventually(5, [&] { return desk.window.presses(keyboard.keycodeOf(XK_x)) == 1; }));
+        EXPECT_EQ(desk.window.presses(keyboard.keycodeOf(XK_space)), 0);
+        EXPECT_EQ(desk.recorder.count({Type::keyDown, space, platform::modifier::option}), 1);
+    }
+}
+
+TEST(EventTapX11, PassesTheRepeatsOfAKeyThatIsPassed) {
+    Desk desk;
+    desk.tap.setSwallowable({optionSpace});
+    ASSERT_TRUE(desk.start());
+    pauseMilliseconds(100);
+    desk.hardware.down(XK_Alt_L);
+    desk.hardware.down(XK_space);
+    const auto key = desk.hardware.keycodeOf(XK_space);
+    EXPECT_TRUE(eventually(5, [&] { return desk.window.presses(key) > 3; }));
+    desk.hardware.up(XK_space);
+    desk.hardware.up(XK_Alt_L);
+    EXPECT_TRUE(eventually(5, [&] { return desk.window.releases(key) >= 1; }));
+}
+
+TEST(EventTapX11, WinsACombinationBackFromACoreGrab) {
+    Desk desk;
+    desk.swallowOptionSpace();
+    ASSERT_TRUE(desk.start());
+    pauseMilliseconds(100);
+    ForeignGrab foreign(desk.display.name(), ForeignGrab::Kind::core, desk.hardware.keycodeOf(XK_space), 8);
+    desk.hardware.tap(XK_a);
+    for (int round = 0; round < 3; ++round) {
+        foreign.renew();
+        desk.hardware.down(XK_Alt_L);
+        pauseMilliseconds(60);
+        desk.hardware.tap(XK_space);
+        desk.hardware.up(XK_Alt_L);
+    }
+    desk.finishHearing(desk.hardware);
+    EXPECT_TRUE(desk.recorder.taken().empty());
+}
+
+TEST(EventTapX11, ReportsACombinationThatIsTakenAgainAfterEveryGrab) {
+    Desk desk;
+    desk.swallowOptionSpace();
+    ASSERT_TRUE(desk.start());
+    pauseMilliseconds(100);
+    ForeignGrab foreign(desk.display.name(), ForeignGrab::Kind::core, desk.hardware.keycodeOf(XK_space), 8);
+    desk.hardware.down(XK_Alt_L);
+    for (int round = 0; round < 3; ++round) {
+        pauseMilliseconds(1300); // when the tap no longer tries by itself
+        foreign.renew();
+        desk.hardware.tap(XK_space);
+    }
+    desk.hardware.up(XK_Alt_L);
+    EXPECT_TRUE(eventually(5, [&] { return desk.recorder.taken().size() == 1; }));
+}
+
+TEST(EventTapX11, GoesOnAfterTheLayoutHasChanged) {
+    Desk desk;
+    desk.swallowOptionSpace();
+    ASSERT_TRUE(desk.start());
+    for (const std::string layout : {"de", "fr", "ru", "us"}) {
+        ASSERT_EQ(run({"setxkbmap", "-display", desk.display.name(), "-layout", layout}), 0);
+        pauseMilliseconds(200);
+        desk.recorder.clear();
+        desk.hardware.down(XK_Alt_L);
+        desk.hardware.tap(XK_space);
+        desk.hardware.up(XK_Alt_L);
+        desk.hardware.downKeycode(24);
+        desk.hardware.upKeycode(24);
+        EXPECT_TRUE(desk.isTold({Type::keyDown, space, platform::modifier::option})) << layout;
+        EXPECT_TRUE(desk.isTold({Type::keyDown, 12, 0})) << "the place of Q in " << layout;
+        EXPECT_EQ(desk.window.presses(65), 0) << layout;
+    }
+}
+
+TEST(EventTapX11, FollowsModifiersThatTheUserHasExchanged) {
+    Desk desk;
+    desk.swallowOptionSpace();
+    ASSERT_TRUE(desk.start());
+    ASSERT_EQ(run({"setxkbmap", "-display", desk.display.name(), "-option", "altwin:swap_alt_win"}), 0);
+    pauseMilliseconds(200);
+    constexpr unsigned int leftWindowsKey = 133;
+    desk.hardware.downKeycode(leftWindowsKey);
+    desk.hardware.tap(XK_space);
+    desk.hardware.upKeycode(leftWindowsKey);
+    desk.finishHearing(desk.hardware);
+    EXPECT_EQ(desk.window.presses(65), 0);
+}
+
+TEST(EventTapX11, TakesAltGrForNoModifier) {
+    Desk desk;
+    ASSERT_EQ(run({"setxkbmap", "-display", desk.display.name(), "-layout", "de"}), 0);
+    ASSERT_TRUE(desk.start());
+    desk.hardware.downKeycode(108);
+    EXPECT_TRUE(desk.isTold({Type::flagsChanged, 61, 0}));
+    desk.hardware.upKeycode(108);
+}
+
+TEST(EventTapX11, DoesNothingWhileNothingHappens) {
+    Desk desk;
+    desk.swallowOptionSpace();
+    ASSERT_TRUE(desk.start());
+    desk.hardware.chord(XK_Alt_L, XK_space);
+    pauseMilliseconds(2000); // after the last attempt to grab
+    const long before = wakeUpsOfTapThread();
+    pauseMilliseconds(3000);
+    ASSERT_GE(before, 1);
+    EXPECT_EQ(wakeUpsOfTapThread() - before, 0);
+}
+
+TEST(EventTapX11, EndsQuietlyWhenTheDisplayDies) {
+    // Without the other clients of a desk: Xlib ends its process when the server dies.
+    PrivateDisplay display;
+    const runtime::SystemClock clock;
+    const auto ledger = std::make_shared<SyntheticKeyLedger>();
+    TapRecorder recorder;
+    X11EventTap tap(clock, ledger, display.name());
+    X11SyntheticInput input(clock, ledger, {}, display.name());
+    tap.setSwallowable({optionSpace});
+    ASSERT_TRUE(tap.start(recorder.callback()));
+    ASSERT_TRUE(eventually(5, [] { return wakeUpsOfTapThread() >= 0; }));
+
+    kill(display.serverPid(), SIGKILL);
+    EXPECT_TRUE(eventually(5, [&] { return recorder.has({Type::tapDisabled, 0, 0}); }));
+    EXPECT_TRUE(eventually(5, [] { return wakeUpsOfTapThread() == -1; })) << "the thread has ended";
+    std::atomic<bool> hasRun = false;
+    tap.perform([&] { hasRun = true; });
+    input.pressPaste();
+    input.pressUndo();
+    tap.stop();
+    EXPECT_FALSE(hasRun);
+    EXPECT_EQ(recorder.events().size(), 1u);
+    EXPECT_FALSE(tap.probe());
+    EXPECT_FALSE(tap.start(recorder.callback()));
+}
+
+TEST(EventTapX11, StopsWhileTheServerDoesNotAnswer) {
+    Desk desk;
+    desk.swallowOptionSpace();
+    ASSERT_TRUE(desk.start());
+    pauseMilliseconds(100);
+    kill(desk.display.serverPid(), SIGSTOP);
+    desk.tap.setSwallowable({{letterX, platform::modifier::option}});
+    pauseMilliseconds(50);
+    const double before = monotonicSeconds();
+    desk.tap.stop();
+    const double taken = monotonicSeconds() - before;
+    kill(desk.display.serverPid(), SIGCONT);
+    EXPECT_LT(taken, 1.5);
+}
+
+} // namespace sonvale::tests

@@ -1,0 +1,10 @@
+#include "platform/linux/LinuxSecureRandom.h"
+#include "tests/contract/SecureRandomContract.h"
+#include "tests/fakes/FakeSecureRandom.h"
+
+namespace sonvale::tests {
+
+using SecureRandomSources = testing::Types<FakeSecureRandom, platform::linux::LinuxSecureRandom>;
+INSTANTIATE_TYPED_TEST_SUITE_P(Sources, SecureRandomContract, SecureRandomSources);
+
+} // namespace sonvale::tests

@@ -1,0 +1,270 @@
+#include "platform/linux/X11EventTap.h"
+#include "platform/linux/X11SyntheticInput.h"
+#include "runtime/SystemClock.h"
+#include "tests/fakes/FakeSyntheticInput.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/Editors.h"
+#include "tests/support/KeyWindow.h"
+#include "tests/support/PrivateDisplay.h"
+#include "tests/support/TapRecorder.h"
+#include "tests/support/TestKeyboard.h"
+
+#include <X11/keysym.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fstream>
+
+namespace sonvale::tests {
+
+namespace {
+
+using platform::linux::SyntheticKeyLedger;
+using platform::linux::X11EventTap;
+using platform::linux::X11SyntheticInput;
+using Program = Editor::Program;
+using Source = TestKeyboard::Source;
+
+/// The fake, the front application being its control.
+class FakeFront {
+public:
+    platform::SyntheticInput& input() { return input_; }
+    bool gets(int pastes, int undos) {
+        return input_.control().count(FakeSyntheticInput::Press::paste) == pastes &&
+               input_.control().count(FakeSyntheticInput::Press::undo) == undos;
+    }
+
+private:
+    FakeSyntheticInput input_;
+};
+
+/// The adapter, with a window in front that is no terminal.
+class X11Front {
+public:
+    platform::SyntheticInput& input() { return input_; }
+    bool gets(int pastes, int undos) {
+        return eventually(5, [&] {
+            return window_.presses(keyboard_.keycodeOf(XK_v)) == pastes &&
+                   window_.presses(keyboard_.keycodeOf(XK_z)) == undos;
+        });
+    }
+
+private:
+    PrivateDisplay display_;
+    runtime::SystemClock clock_;
+    TestKeyboard keyboard_{display_.name(), Source::xtest};
+    KeyWindow window_{display_.name()};
+    X11SyntheticInput input_{clock_, std::make_shared<SyntheticKeyLedger>(), {}, display_.name()};
+};
+
+/// What every way of making keys does.
+template <class Front>
+class SyntheticInputContract : public testing::Test {
+protected:
+    Front front_;
+};
+
+using Fronts = testing::Types<FakeFront, X11Front>;
+
+} // namespace
+
+TYPED_TEST_SUITE(SyntheticInputContract, Fronts);
+
+TYPED_TEST(SyntheticInputContract, PressesOncePerCall) {
+    auto& input = this->front_.input();
+    EXPECT_TRUE(this->front_.gets(0, 0));
+    input.pressPaste();
+    EXPECT_TRUE(this->front_.gets(1, 0));
+    input.pressUndo();
+    input.pressUndo();
+    EXPECT_TRUE(this->front_.gets(1, 2));
+}
+
+TYPED_TEST(SyntheticInputContract, ReturnsSoon) {
+    const double before = monotonicSeconds();
+    for (int i = 0; i < 5; ++i)
+        this->front_.input().pressPaste();
+    EXPECT_LT(monotonicSeconds() - before, 5 * 0.2);
+    EXPECT_TRUE(this->front_.gets(5, 0));
+}
+
+namespace {
+
+/// An editor in front, the synthetic keys with the tap beside them, and a text on the clipboard.
+struct Writing {
+    explicit Writing(Program program, WindowManager windowManager = WindowManager::openbox,
+                     std::string text = {}, std::string command = {})
+        : display(windowManager)
+        , editor(Editor::Options{display.name(), program, std::move(text), {}, std::move(command)}) {
+        offer("clipboard", clipboardText);
+        tap.setSwallowable({{49, platform::modifier::option}});
+        if (!tap.start(recorder.callback()))
+            throw std::runtime_error("the tap does not start");
+    }
+    ~Writing() { tap.stop(); }
+
+    void offer(const std::string& selection, const std::string& text) {
+        std::ofstream(directory.path() + "/" + selection) << text;
+        ASSERT_EQ(run({"xclip", "-selection", selection, "-i", directory.path() + "/" + selection},
+                      {{"DISPLAY", display.name()}}),
+                  0);
+    }
+
+    static constexpr const char* clipboardText = "said and done ";
+    PrivateDisplay display;
+    TemporaryDirectory directory;
+    Editor editor;
+    runtime::SystemClock clock;
+    std::shared_ptr<SyntheticKeyLedger> ledger = std::make_shared<SyntheticKeyLedger>();
+    TapRecorder recorder;
+    X11EventTap tap{clock, ledger, display.name()};
+    int primaryOffers = 0;
+    X11SyntheticInput input{clock, ledger,
+                            [this] {
+                                ++primaryOffers;
+                                offer("primary", clipboardText);
+                            },
+                            display.name()};
+    TestKeyboard hardware{display.name(), Source::hardware};
+};
+
+class SyntheticInputInEditor : public testing::TestWithParam<std::tuple<Program, unsigned long>> {};
+
+std::string nameOf(const testing::TestParamInfo<std::tuple<Program, unsigned long>>& info) {
+    const char* programs[] = {"Mousepad", "Featherpad", "Xterm", "Xfce4Terminal"};
+    const auto [program, modifier] = info.param;
+    const char* name = modifier == XK_Alt_L     ? "AltHeld"
+                       : modifier == XK_Super_L ? "SuperHeld"
+                       : modifier == XK_Shift_L ? "ShiftHeld"
+                                                : "ControlHeld";
+    return std::string(programs[static_cast<int>(program)]) + name;
+}
+
+} // namespace
+
+TEST_P(SyntheticInputInEditor, PastesWhileAModifierIsHeldAndLeavesNoneStuck) {
+    const auto [program, modifier] = GetParam();
+    Writing writing(program);
+    writing.hardware.down(modifier);
+    pauseMilliseconds(100);
+    writing.input.pressPaste();
+    pauseMilliseconds(300);
+    writing.input.pressPaste();
+    pauseMilliseconds(300);
+    writing.hardware.up(modifier);
+
+    const std::string text = Writing::clipboardText;
+    EXPECT_TRUE(writing.editor.comesToHold(text + text, 15)) << writing.editor.savedText();
+    EXPECT_FALSE(writing.hardware.isAnyKeyDown());
+    EXPECT_EQ(writing.hardware.modifiers(), 0u);
+    EXPECT_EQ(writing.primaryOffers, program == Program::xterm ? 2 : 0);
+    writing.hardware.type("ok");
+    EXPECT_TRUE(writing.editor.comesToHold(text + text + "ok", 15)) << writing.editor.savedText();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, SyntheticInputInEditor,
+    testing::Values(std::tuple(Program::mousepad, XK_Alt_L), std::tuple(Program::mousepad, XK_Super_L),
+                    std::tuple(Program::mousepad, XK_Shift_L), std::tuple(Program::mousepad, XK_Control_L),
+                    std::tuple(Program::featherpad, XK_Alt_L), std::tuple(Program::xterm, XK_Alt_L),
+                    std::tuple(Program::xfce4Terminal, XK_Alt_L)),
+    nameOf);
+
+TEST(SyntheticInputX11, PastesWithoutAWindowManager) {
+    Writing writing(Program::mousepad, WindowManager::none);
+    writing.input.pressPaste();
+    EXPECT_TRUE(writing.editor.comesToHold(Writing::clipboardText, 15)) << writing.editor.savedText();
+}
+
+TEST(SyntheticInputX11, UndoesOnePasteWithOnePress) {
+    for (const auto program : {Program::mousepad, Program::featherpad}) {
+        Writing writing(program, WindowManager::openbox, "before ");
+        writing.hardware.tap(XK_End);
+        writing.input.pressPaste();
+        const std::string both = std::string("before ") + Writing::clipboardText;
+        ASSERT_TRUE(writing.editor.comesToHold(both, 15)) << writing.editor.savedText();
+        writing.hardware.down(XK_Alt_L);
+        writing.input.pressUndo();
+        pauseMilliseconds(200);
+        writing.hardware.up(XK_Alt_L);
+        EXPECT_TRUE(writing.editor.comesToHold("before ", 15)) << writing.editor.savedText();
+    }
+}
+
+TEST(SyntheticInputX11, UndoesInTheLineOfAShellWithoutStoppingIt) {
+    Writing writing(
+        Program::xterm, WindowManager::openbox, {},
+        "exec bash --norc --noprofile -c 'while IFS= read -e -r line; do echo \"$line\" > FILE; done'");
+    pauseMilliseconds(500);
+    writing.hardware.type("a");
+    writing.input.pressPaste();
+    pauseMilliseconds(500);
+    writing.input.pressUndo();
+    pauseMilliseconds(300);
+    writing.hardware.type("b\n");
+    const auto line = [&] {
+        std::string text;
+        std::ifstream file(writing.editor.file());
+        std::getline(file, text);
+        return text;
+    };
+    EXPECT_TRUE(eventually(10, [&] { return line() == "ab"; })) << line();
+}
+
+TEST(SyntheticInputX11, FindsTheKeysInOtherLayouts) {
+    for (const std::string layout : {"fr", "ru,us", "dvorak"}) {
+        Writing writing(Program::mousepad);
+        const auto name = layout == "dvorak" ? std::string("us") : layout;
+        ASSERT_EQ(run({"setxkbmap", "-display", writing.display.name(), "-layout", name, "-variant",
+                       layout == "dvorak" ? "dvorak" : ""}),
+                  0);
+        pauseMilliseconds(500);
+        writing.input.pressPaste();
+        pauseMilliseconds(300);
+        writing.input.pressPaste();
+        pauseMilliseconds(300);
+        writing.input.pressUndo();
+        pauseMilliseconds(300);
+        ASSERT_EQ(run({"setxkbmap", "-display", writing.display.name(), "-layout", "us", "-variant", ""}), 0);
+        EXPECT_TRUE(writing.editor.comesToHold(Writing::clipboardText, 15))
+            << layout << ": " << writing.editor.savedText();
+    }
+}
+
+TEST(SyntheticInputX11, PastesTwentyTimesAndIsNeverHeard) {
+    Writing writing(Program::mousepad, WindowManager::xfwm4);
+    writing.hardware.tap(XK_Shift_L);
+    ASSERT_TRUE(eventually(5, [&] { return writing.recorder.events().size() == 2; }));
+    std::string expected;
+    for (int i = 0; i < 20; ++i) {
+        writing.input.pressPaste();
+        pauseMilliseconds(50);
+        expected += Writing::clipboardText;
+    }
+    EXPECT_TRUE(eventually(5, [&] { return !writing.hardware.isAnyKeyDown(); }));
+    EXPECT_EQ(writing.recorder.events().size(), 2u);
+    EXPECT_TRUE(writing.editor.comesToHold(expected, 15)) << writing.editor.savedText();
+}
+
+TEST(SyntheticInputX11, ReturnsWhileTheServerDoesNotAnswer) {
+    PrivateDisplay display;
+    const runtime::SystemClock clock;
+    X11SyntheticInput input(clock, std::make_shared<SyntheticKeyLedger>(), {}, display.name());
+    kill(display.serverPid(), SIGSTOP);
+    const double before = monotonicSeconds();
+    input.pressPaste();
+    const double taken = monotonicSeconds() - before;
+    kill(display.serverPid(), SIGCONT);
+    EXPECT_GE(taken, 0.19);
+    EXPECT_LT(taken, 0.7);
+}
+
+TEST(SyntheticInputX11, DoesNothingWithoutADisplay) {
+    const runtime::SystemClock clock;
+    X11SyntheticInput input(clock, std::make_shared<SyntheticKeyLedger>(), {}, ":9999");
+    EXPECT_FALSE(input.isUsable());
+    input.pressPaste();
+    input.pressUndo();
+}
+
+} // namespace sonvale::tests

@@ -1,0 +1,135 @@
+#include "tests/e2e/Session.h"
+#include "tests/support/Voices.h"
+
+#include <X11/keysym.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+namespace sonvale::tests {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+void expectDictationWorks(Session& session, const std::string& before = {}) {
+    const auto& voice = voices().front();
+    ASSERT_TRUE(session.dictate(voice)) << session.program.output();
+    EXPECT_TRUE(session.editor.comesToHold(before + voice.sentence, 10)) << session.editor.savedText();
+}
+
+/// Holds Alt where no recording can begin.
+void expectStartFails(Session& session) {
+    session.keyboard.down(XK_Alt_L);
+    EXPECT_TRUE(eventually(30, [&] {
+        return session.program.auditCount("error", "recording-start-failed") == 1;
+    })) << session.program.output();
+    session.keyboard.up(XK_Alt_L);
+    EXPECT_TRUE(session.program.timings("startDictation total: ").empty());
+    EXPECT_TRUE(session.program.isRunning());
+    EXPECT_EQ(session.editor.savedText(), "");
+}
+
+} // namespace
+
+TEST(WithoutMicrophone, NothingIsRecordedUntilThereIsOne) {
+    Session session({.sound = PrivateDesktop::Sound::withoutMicrophone});
+    expectStartFails(session);
+
+    session.desktop.sound().addMicrophone();
+    expectDictationWorks(session);
+}
+
+TEST(WithoutSoundServer, TheProgramLivesAndEndsWhenAsked) {
+    Session session({.sound = PrivateDesktop::Sound::none});
+    expectStartFails(session);
+    EXPECT_EQ(session.program.quit(), 0) << session.program.output();
+}
+
+TEST(UnpluggedMicrophone, GivesTheWordsUpToThatMoment) {
+    const auto& voice = voices().front();
+    Session session;
+
+    ASSERT_TRUE(session.holdToTalk()) << session.program.output();
+    ASSERT_TRUE(session.speak(voice));
+    session.desktop.sound().removeMicrophone();
+    pauseMilliseconds(500);
+    ASSERT_TRUE(session.letGo()) << session.program.output();
+
+    EXPECT_TRUE(session.editor.comesToHold(voice.sentence, 10)) << session.editor.savedText();
+    session.desktop.sound().addMicrophone();
+    expectDictationWorks(session, voice.sentence);
+}
+
+TEST(SoundServerThatDies, GivesTheWordsUpToThatMoment) {
+    const auto& voice = voices().front();
+    Session session;
+
+    ASSERT_TRUE(session.holdToTalk()) << session.program.output();
+    ASSERT_TRUE(session.speak(voice));
+    session.desktop.sound().server().signal(SIGKILL);
+    pauseMilliseconds(500);
+    ASSERT_TRUE(session.letGo()) << session.program.output();
+
+    EXPECT_TRUE(session.editor.comesToHold(voice.sentence, 10)) << session.editor.savedText();
+    EXPECT_TRUE(session.program.recordings().empty());
+    EXPECT_EQ(session.program.quit(), 0) << session.program.output();
+}
+
+TEST(Silence, InsertsNothing) {
+    Session session;
+
+    ASSERT_TRUE(session.holdToTalk()) << session.program.output();
+    pauseMilliseconds(2000);
+    ASSERT_TRUE(session.letGo()) << session.program.output();
+
+    EXPECT_EQ(session.editor.savedText(), "");
+    EXPECT_TRUE(session.program.recordings().empty());
+    expectDictationWorks(session);
+}
+
+TEST(GarbageInTheStore, IsReplacedByAnEmptyStore) {
+    Session session({.prepare = [](PrivateDesktop& desktop) {
+        fs::create_directories(desktop.data() / "Sonvale");
+        std::ofstream(desktop.data() / "Sonvale" / "Sonvale.store") << std::string(5000, 'x');
+    }});
+    expectDictationWorks(session);
+    EXPECT_EQ(session.program.history().size(), 1u);
+    EXPECT_NE(session.program.output().find("SwiftData: store reopened successfully after delete"),
+              std::string::npos)
+        << session.program.output();
+}
+
+TEST(StoreThatCannotBeMade, LeavesAProgramThatWorksWithoutIt) {
+    Session session({.prepare = [](PrivateDesktop& desktop) {
+        // A file where its folder should be.
+        std::ofstream(desktop.data() / "Sonvale") << "taken";
+    }});
+    expectDictationWorks(session);
+    EXPECT_NE(session.program.output().find("falling back to in-memory store"), std::string::npos)
+        << session.program.output();
+}
+
+TEST(BrokenSettingsFile, IsPutAsideAndTheDefaultsCount) {
+    const std::string broken = R"({"isOnboardingComplete": tru)";
+    Session session(
+        {.prepare = [&](PrivateDesktop& desktop) { RunningProgram::writeSettings(desktop, broken); }});
+    expectDictationWorks(session);
+
+    const auto folder = session.desktop.configuration() / "com.sonvale.app";
+    std::ifstream kept(folder / "defaults.json.broken-1");
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(kept), {}), broken);
+}
+
+TEST(SecondProgram, SaysThatThereIsOneAndEnds) {
+    Session session;
+    const auto log = (session.desktop.folder() / "second.log").string();
+    EXPECT_EQ(session.desktop.start({SONVALE_PROGRAM}, log).wait(30), 0);
+
+    std::ifstream said(log);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(said), {}), "Son Vale is already running.\n");
+    expectDictationWorks(session);
+}
+
+} // namespace sonvale::tests

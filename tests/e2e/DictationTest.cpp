@@ -1,0 +1,160 @@
+#include "tests/e2e/Session.h"
+#include "tests/support/SelectionOwner.h"
+#include "tests/support/SelectionRequestor.h"
+#include "tests/support/Voices.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <ostream>
+#include <random>
+
+namespace sonvale::tests {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Place {
+    std::string name;
+    WindowManager windowManager;
+    Editor::Program editor;
+};
+
+void PrintTo(const Place& place, std::ostream* stream) {
+    *stream << place.name;
+}
+
+std::vector<std::byte> bytesOf(std::string_view text) {
+    const auto* first = reinterpret_cast<const std::byte*>(text.data());
+    return {first, first + text.size()};
+}
+
+std::vector<std::byte> someImage() {
+    std::vector<std::byte> image(300'000);
+    std::mt19937 random(7);
+    for (auto& byte : image)
+        byte = static_cast<std::byte>(random());
+    return image;
+}
+
+SelectionOwner::Form form(std::string target, std::vector<std::byte> data) {
+    SelectionOwner::Form result;
+    result.target = std::move(target);
+    result.data = std::move(data);
+    return result;
+}
+
+/// What the user had copied before: a passage of a web page and a picture.
+std::vector<SelectionOwner::Form> copiedPage() {
+    return {form("UTF8_STRING", bytesOf("copied before — naïve café")),
+            form("text/html", bytesOf("<b>copied</b> before")), form("image/png", someImage())};
+}
+
+void expectClipboardHolds(const std::string& display, const std::vector<SelectionOwner::Form>& forms) {
+    SelectionRequestor requestor(display);
+    for (const auto& form : forms) {
+        const auto answer = requestor.convert(form.target);
+        ASSERT_TRUE(answer) << form.target;
+        EXPECT_TRUE(answer->data == form.data) << form.target << ": " << answer->data.size() << " bytes";
+    }
+}
+
+void expectPrivate(const fs::path& file) {
+    const auto others = fs::perms::group_all | fs::perms::others_all;
+    EXPECT_EQ(fs::status(file).permissions() & others, fs::perms::none) << file;
+    EXPECT_EQ(fs::status(file.parent_path()).permissions() & others, fs::perms::none) << file.parent_path();
+}
+
+} // namespace
+
+class DictationInto : public testing::TestWithParam<Place> {};
+
+TEST_P(DictationInto, PutsTheWordsAtTheCursorAndLeavesNothingElseBehind) {
+    const auto& voice = voices().front();
+    Session session({.windowManager = GetParam().windowManager, .editor = GetParam().editor});
+    const auto copied = copiedPage();
+    const SelectionOwner owner(session.desktop.display(), copied);
+
+    ASSERT_TRUE(session.dictate(voice)) << session.program.output();
+
+    EXPECT_TRUE(session.editor.comesToHold(voice.sentence, 10)) << session.editor.savedText();
+    expectClipboardHolds(session.desktop.display(), copied);
+    EXPECT_FALSE(session.keyboard.isAnyKeyDown());
+    EXPECT_EQ(session.keyboard.modifiers(), 0u);
+
+    const auto rows = session.program.history();
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(rows[0].rawText, voice.sentence);
+    EXPECT_EQ(rows[0].processedText, voice.sentence);
+
+    EXPECT_EQ(session.program.auditCount("appLaunch"), 1u);
+    EXPECT_EQ(session.program.auditCount("recordingStarted"), 1u);
+    EXPECT_EQ(session.program.auditCount("recordingStopped"), 1u);
+    EXPECT_EQ(session.program.auditCount("error"), 0u);
+
+    EXPECT_TRUE(session.program.recordings().empty());
+    expectPrivate(session.program.storeFile());
+    expectPrivate(session.desktop.data() / "com.sonvale.app" / "audit.log");
+    expectPrivate(session.desktop.configuration() / "com.sonvale.app" / "defaults.json");
+    // What was said is in the history, in the editor, and in no log.
+    EXPECT_EQ(session.program.output().find(voice.sentence), std::string::npos);
+
+    EXPECT_EQ(session.program.quit(), 0) << session.program.output();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Places, DictationInto,
+    testing::Values(Place{"mousepadOnOpenbox", WindowManager::openbox, Editor::Program::mousepad},
+                    Place{"mousepadOnXfwm4", WindowManager::xfwm4, Editor::Program::mousepad},
+                    Place{"featherpad", WindowManager::openbox, Editor::Program::featherpad},
+                    Place{"featherpadOnXfwm4", WindowManager::xfwm4, Editor::Program::featherpad},
+                    Place{"xterm", WindowManager::openbox, Editor::Program::xterm},
+                    Place{"xfce4Terminal", WindowManager::openbox, Editor::Program::xfce4Terminal}),
+    [](const auto& info) { return info.param.name; });
+
+TEST(Dictation, CanFollowAnotherAtOnce) {
+    const auto& first = voices().at(0);
+    const auto& second = voices().at(1);
+    Session session;
+
+    ASSERT_TRUE(session.dictate(first)) << session.program.output();
+    ASSERT_TRUE(session.dictate(second)) << session.program.output();
+
+    EXPECT_TRUE(session.editor.comesToHold(first.sentence + second.sentence, 10))
+        << session.editor.savedText();
+    EXPECT_EQ(session.program.history().size(), 2u);
+}
+
+TEST(Dictation, GivesAllTextsOfTwentyInARowAndLeavesNoKeyDown) {
+    Session session;
+    std::string expected;
+    for (std::size_t i = 0; i < 20; ++i) {
+        const auto& voice = voices().at(i % voices().size());
+        ASSERT_TRUE(session.dictate(voice)) << "dictation " << i + 1 << "\n" << session.program.output();
+        expected += voice.sentence;
+        ASSERT_FALSE(session.keyboard.isAnyKeyDown()) << "dictation " << i + 1;
+        ASSERT_EQ(session.keyboard.modifiers(), 0u) << "dictation " << i + 1;
+    }
+
+    EXPECT_TRUE(session.editor.comesToHold(expected, 20)) << session.editor.savedText();
+    EXPECT_EQ(session.program.history().size(), 20u);
+    EXPECT_TRUE(session.program.recordings().empty());
+    EXPECT_EQ(session.program.auditCount("error"), 0u);
+}
+
+TEST(Dictation, IsNotWrittenToTheHistoryInPrivacyMode) {
+    const auto& voice = voices().front();
+    Session session({.prepare = [](PrivateDesktop& desktop) {
+        RunningProgram::writeSettings(desktop,
+                                      R"({"isOnboardingComplete": true, "privacyModeEnabled": true})");
+    }});
+
+    ASSERT_TRUE(session.dictate(voice)) << session.program.output();
+
+    EXPECT_TRUE(session.editor.comesToHold(voice.sentence, 10)) << session.editor.savedText();
+    EXPECT_TRUE(session.program.history().empty());
+}
+
+} // namespace sonvale::tests

@@ -1,0 +1,124 @@
+#include "tests/e2e/Session.h"
+#include "tests/support/SelectionOwner.h"
+#include "tests/support/Voices.h"
+
+#include <X11/keysym.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+namespace sonvale::tests {
+
+namespace {
+
+/// Shows each byte that the terminal's program gets: Alt+X is "^[x".
+const std::string showKeys = "stty -icanon -echo; cat -v >> FILE";
+
+/// Longer than a chord's keys may lie apart, shorter than anybody dictates.
+constexpr int quickMilliseconds = 50;
+
+std::string contentOf(const std::string& file) {
+    std::ostringstream text;
+    text << std::ifstream(file).rdbuf();
+    return std::move(text).str();
+}
+
+/// Whether the program still does its work.
+void expectNextDictationWorks(Session& session, const std::string& before) {
+    const auto& voice = voices().front();
+    ASSERT_TRUE(session.dictate(voice)) << session.program.output();
+    EXPECT_TRUE(session.editor.comesToHold(before + voice.sentence, 10)) << session.editor.savedText();
+    EXPECT_TRUE(session.program.recordings().empty());
+    EXPECT_FALSE(session.keyboard.isAnyKeyDown());
+}
+
+} // namespace
+
+TEST(QuickTap, TypesNothingAndLeavesTheNextDictationWhole) {
+    Session session;
+
+    session.keyboard.down(XK_Alt_L);
+    pauseMilliseconds(quickMilliseconds);
+    session.keyboard.up(XK_Alt_L);
+
+    ASSERT_TRUE(session.program.waitForTimings("startDictation total: ", 1, 30)) << session.program.output();
+    ASSERT_TRUE(eventually(30, [&] { return session.program.auditCount("recordingStopped") == 1; }));
+    // The insertion of the empty text, and its end.
+    pauseMilliseconds(1500);
+    EXPECT_EQ(session.editor.savedText(), "");
+    expectNextDictationWorks(session, "");
+}
+
+TEST(Cancel, ByAnotherModifierThrowsTheRecordingAway) {
+    const auto& voice = voices().front();
+    Session session;
+
+    ASSERT_TRUE(session.holdToTalk()) << session.program.output();
+    ASSERT_TRUE(session.speak(voice));
+    session.keyboard.down(XK_Shift_L);
+    ASSERT_TRUE(eventually(30, [&] { return session.program.auditCount("recordingStopped") == 1; }))
+        << session.program.output();
+    session.keyboard.up(XK_Shift_L);
+    session.keyboard.up(XK_Alt_L);
+
+    EXPECT_TRUE(eventually(10, [&] { return session.program.recordings().empty(); }));
+    // As long as a recogniser that had been asked would need.
+    pauseMilliseconds(2500);
+    EXPECT_TRUE(session.program.timings("stopDictation total: ").empty());
+    EXPECT_TRUE(session.program.history().empty());
+    EXPECT_EQ(session.editor.savedText(), "");
+    expectNextDictationWorks(session, "");
+}
+
+TEST(Shortcut, OfTheApplicationArrivesAlthoughItBeginsWithTheHeldKey) {
+    Session session({.editor = Editor::Program::xfce4Terminal, .terminalCommand = showKeys});
+
+    session.keyboard.chord(XK_Alt_L, XK_x);
+    session.keyboard.tap(XK_a);
+
+    EXPECT_TRUE(eventually(10, [&] { return contentOf(session.editor.file()) == "^[xa"; }))
+        << contentOf(session.editor.file());
+}
+
+class OwnShortcut : public testing::TestWithParam<WindowManager> {};
+
+TEST_P(OwnShortcut, ReachesNeitherTheApplicationNorTheWindowManager) {
+    Session session(
+        {.windowManager = GetParam(), .editor = Editor::Program::xfce4Terminal, .terminalCommand = showKeys});
+
+    session.keyboard.chord(XK_Alt_L, XK_space);
+    // A menu of the window manager would take this letter.
+    session.keyboard.tap(XK_a);
+
+    EXPECT_TRUE(eventually(10, [&] { return !contentOf(session.editor.file()).empty(); }));
+    pauseMilliseconds(500);
+    EXPECT_EQ(contentOf(session.editor.file()), "a");
+    EXPECT_FALSE(session.keyboard.isAnyKeyDown());
+}
+
+INSTANTIATE_TEST_SUITE_P(WindowManagers, OwnShortcut,
+                         testing::Values(WindowManager::openbox, WindowManager::xfwm4), [](const auto& info) {
+                             return info.param == WindowManager::openbox ? "openbox" : "xfwm4";
+                         });
+
+TEST(PasteLast, InsertsTheTextOfTheLastDictationAgain) {
+    const auto& voice = voices().front();
+    Session session;
+    ASSERT_TRUE(session.dictate(voice)) << session.program.output();
+
+    session.keyboard.down(XK_Alt_L);
+    session.keyboard.down(XK_Super_L);
+    session.keyboard.tap(XK_v);
+    // Held while the text is pasted, as people do.
+    pauseMilliseconds(600);
+    session.keyboard.up(XK_Super_L);
+    session.keyboard.up(XK_Alt_L);
+
+    EXPECT_TRUE(session.editor.comesToHold(voice.sentence + voice.sentence, 10))
+        << session.editor.savedText();
+    EXPECT_FALSE(session.keyboard.isAnyKeyDown());
+    EXPECT_EQ(session.keyboard.modifiers(), 0u);
+}
+
+} // namespace sonvale::tests

@@ -1,0 +1,122 @@
+#include "tests/e2e/RunningProgram.h"
+
+#include <SQLiteCpp/Database.h>
+#include <SQLiteCpp/Statement.h>
+
+#include <csignal>
+#include <fstream>
+#include <sstream>
+
+namespace sonvale::tests {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int busyMilliseconds = 2000;
+
+std::string contentOf(const fs::path& file) {
+    std::ostringstream text;
+    text << std::ifstream(file).rdbuf();
+    return std::move(text).str();
+}
+
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+} // namespace
+
+RunningProgram::RunningProgram(PrivateDesktop& desktop)
+    : desktop_(desktop)
+    , log_(desktop.folder() / "sonvale.log") {
+    if (!fs::exists(desktop.configuration() / "com.sonvale.app"))
+        writeSettings(desktop, R"({"isOnboardingComplete": true})");
+    process_.emplace(desktop.start({SONVALE_PROGRAM}, log_.string()));
+}
+
+fs::path RunningProgram::writeSettings(const PrivateDesktop& desktop, const std::string& content) {
+    const auto folder = desktop.configuration() / "com.sonvale.app";
+    fs::create_directories(folder);
+    const auto file = folder / "defaults.json";
+    std::ofstream(file) << content;
+    return file;
+}
+
+bool RunningProgram::waitUntilItListens(double seconds) {
+    return waitForOutput("hotkeyManager.start() returned true", seconds);
+}
+
+std::optional<int> RunningProgram::quit(double seconds) {
+    process_->signal(SIGTERM);
+    return process_->wait(seconds);
+}
+
+std::string RunningProgram::output() const {
+    return contentOf(log_);
+}
+
+bool RunningProgram::waitForOutput(const std::string& text, double seconds) const {
+    return eventually(seconds, [&] { return output().find(text) != std::string::npos; });
+}
+
+std::vector<std::string> RunningProgram::timings(const std::string& stage) const {
+    std::vector<std::string> found;
+    const std::string beginning = "[PERF] " + stage;
+    for (const auto& line : linesOf(output())) {
+        if (line.starts_with(beginning))
+            found.push_back(line.substr(beginning.size()));
+    }
+    return found;
+}
+
+bool RunningProgram::waitForTimings(const std::string& stage, std::size_t count, double seconds) const {
+    return eventually(seconds, [&] { return timings(stage).size() >= count; });
+}
+
+std::vector<RunningProgram::HistoryRow> RunningProgram::history() const {
+    const SQLite::Database database(storeFile().string(), SQLite::OPEN_READONLY, busyMilliseconds);
+    SQLite::Statement query(database,
+                            "SELECT rawText, processedText, wordCount FROM Transcription ORDER BY sequence");
+    std::vector<HistoryRow> rows;
+    while (query.executeStep())
+        rows.push_back({query.getColumn(0), query.getColumn(1), query.getColumn(2)});
+    return rows;
+}
+
+std::vector<nlohmann::json> RunningProgram::audit() const {
+    std::vector<nlohmann::json> entries;
+    const auto text = contentOf(desktop_.data() / "com.sonvale.app" / "audit.log");
+    // The program may be in the middle of the last line.
+    for (const auto& line : linesOf(text.substr(0, text.rfind('\n') + 1)))
+        entries.push_back(nlohmann::json::parse(line));
+    return entries;
+}
+
+std::size_t RunningProgram::auditCount(const std::string& eventType, const std::string& details) const {
+    std::size_t count = 0;
+    for (const auto& entry : audit()) {
+        if (entry.at("eventType") == eventType &&
+            (details.empty() || entry.at("metadata").value("errorDetails", "") == details))
+            ++count;
+    }
+    return count;
+}
+
+std::vector<fs::path> RunningProgram::recordings() const {
+    std::vector<fs::path> found;
+    // Other files come and go meanwhile.
+    std::error_code vanished;
+    for (fs::recursive_directory_iterator entry(desktop_.folder(), vanished), end; entry != end;
+         entry.increment(vanished)) {
+        if (entry->path().extension() == ".m4a")
+            found.push_back(entry->path());
+    }
+    return found;
+}
+
+} // namespace sonvale::tests

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "tests/support/PrivateDesktop.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace sonvale::tests {
+
+/// Son Vale itself, the built program, running in a private desktop as its user would have it.
+class RunningProgram {
+public:
+    struct HistoryRow {
+        std::string rawText;
+        std::string processedText;
+        std::int64_t wordCount = 0;
+    };
+
+    /// Writes the settings file, unless there is one already, and starts the program; `waitUntilItListens()`
+    /// comes next.
+    explicit RunningProgram(PrivateDesktop& desktop);
+
+    /// Settings as the program's user would have left them. The place exists then, with nothing else in it.
+    static std::filesystem::path writeSettings(const PrivateDesktop& desktop, const std::string& content);
+
+    /// Whether it gets to hear keys.
+    bool waitUntilItListens(double seconds = 60);
+    bool isRunning() { return process_->isRunning(); }
+    pid_t pid() const { return process_->pid(); }
+
+    /// Asks it to end, as the end of a session does; its exit status, absent when it does not end.
+    std::optional<int> quit(double seconds = 20);
+
+    /// Everything that it wrote to its two output streams so far.
+    std::string output() const;
+    bool waitForOutput(const std::string& text, double seconds) const;
+
+    /// The "[PERF] " lines that begin with `stage`, without that: "startDictation total: ".
+    std::vector<std::string> timings(const std::string& stage) const;
+    bool waitForTimings(const std::string& stage, std::size_t count, double seconds) const;
+
+    /// The rows of the history in the order of their making.
+    std::vector<HistoryRow> history() const;
+    /// The lines of the audit log.
+    std::vector<nlohmann::json> audit() const;
+    /// How many lines of the audit log are of this event; with `details`, only those that say so.
+    std::size_t auditCount(const std::string& eventType, const std::string& details = {}) const;
+    /// Recordings that lie anywhere in the user's folders.
+    std::vector<std::filesystem::path> recordings() const;
+
+    std::filesystem::path storeFile() const { return desktop_.data() / "Sonvale" / "Sonvale.store"; }
+
+private:
+    PrivateDesktop& desktop_;
+    std::filesystem::path log_;
+    std::optional<ChildProcess> process_;
+};
+
+} // namespace sonvale::tests

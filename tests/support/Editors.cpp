@@ -1,0 +1,251 @@
+#include "tests/support/Editors.h"
+
+#include <X11/Xatom.h>
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+#include <X11/keysym.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+namespace sonvale::tests {
+
+namespace {
+
+/// Windows come and go while they are looked at, which is no reason to end the test's process.
+class DisplayWithoutErrors {
+public:
+    explicit DisplayWithoutErrors(const std::string& name)
+        : display_(XOpenDisplay(name.c_str()))
+        , former_(XSetErrorHandler([](Display*, XErrorEvent*) { return 0; })) {
+        if (!display_)
+            throw std::runtime_error("no display " + name);
+    }
+    ~DisplayWithoutErrors() {
+        XSync(display_, False);
+        XCloseDisplay(display_);
+        XSetErrorHandler(former_);
+    }
+    DisplayWithoutErrors(const DisplayWithoutErrors&) = delete;
+    DisplayWithoutErrors& operator=(const DisplayWithoutErrors&) = delete;
+    operator Display*() const { return display_; }
+
+private:
+    Display* display_;
+    XErrorHandler former_;
+};
+
+Window parentOf(Display* display, Window window) {
+    Window root = None;
+    Window parent = None;
+    Window* children = nullptr;
+    unsigned int count = 0;
+    if (!XQueryTree(display, window, &root, &parent, &children, &count))
+        return None;
+    if (children)
+        XFree(children);
+    return parent;
+}
+
+/// The topmost visible window, at any depth, whose class has `name` in it.
+Window findWindow(Display* display, Window window, const std::string& name) {
+    XClassHint hint{};
+    if (XGetClassHint(display, window, &hint)) {
+        const bool isIt = hint.res_class && std::string(hint.res_class).find(name) != std::string::npos;
+        XFree(hint.res_name);
+        XFree(hint.res_class);
+        XWindowAttributes attributes{};
+        if (isIt && XGetWindowAttributes(display, window, &attributes) &&
+            attributes.map_state == IsViewable && attributes.width > 20)
+            return window;
+    }
+    Window root = None;
+    Window parent = None;
+    Window* children = nullptr;
+    unsigned int count = 0;
+    if (!XQueryTree(display, window, &root, &parent, &children, &count))
+        return None;
+    Window found = None;
+    for (unsigned int i = count; i > 0 && found == None; --i)
+        found = findWindow(display, children[i - 1], name);
+    if (children)
+        XFree(children);
+    return found;
+}
+
+bool isManaged(Display* display) {
+    Atom type = None;
+    int format = 0;
+    unsigned long count = 0;
+    unsigned long left = 0;
+    unsigned char* data = nullptr;
+    XGetWindowProperty(display, DefaultRootWindow(display),
+                       XInternAtom(display, "_NET_SUPPORTING_WM_CHECK", False), 0, 1, False, XA_WINDOW, &type,
+                       &format, &count, &left, &data);
+    if (data)
+        XFree(data);
+    return count == 1;
+}
+
+void activate(Display* display, Window window) {
+    if (!isManaged(display)) {
+        XRaiseWindow(display, window);
+        XSetInputFocus(display, window, RevertToParent, CurrentTime);
+        XSync(display, False);
+        return;
+    }
+    XEvent event{};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = window;
+    event.xclient.message_type = XInternAtom(display, "_NET_ACTIVE_WINDOW", False);
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = 2; // a pager: the window manager obeys without asking for a time
+    XSendEvent(display, DefaultRootWindow(display), False, SubstructureRedirectMask | SubstructureNotifyMask,
+               &event);
+    XSync(display, False);
+}
+
+std::string classOf(Editor::Program program) {
+    switch (program) {
+    case Editor::Program::mousepad:
+        return "ousepad";
+    case Editor::Program::featherpad:
+        return "FeatherPad";
+    case Editor::Program::xterm:
+        return "XTerm";
+    case Editor::Program::xfce4Terminal:
+        return "fce4-terminal";
+    }
+    return {};
+}
+
+std::vector<std::string> argumentsFor(Editor::Program program, const std::string& file,
+                                      const std::string& command) {
+    switch (program) {
+    case Editor::Program::mousepad:
+        return {"mousepad", "--disable-server", file};
+    case Editor::Program::featherpad:
+        return {"featherpad", "--standalone", file};
+    case Editor::Program::xterm:
+        return {"xterm", "-e", "sh", "-c", command};
+    case Editor::Program::xfce4Terminal:
+        return {"dbus-run-session", "--", "xfce4-terminal", "--disable-server", "-x", "sh", "-c", command};
+    }
+    return {};
+}
+
+std::string replaced(std::string text, const std::string& what, const std::string& by) {
+    for (auto at = text.find(what); at != std::string::npos; at = text.find(what, at + by.size()))
+        text.replace(at, what.size(), by);
+    return text;
+}
+
+} // namespace
+
+Editor::Editor(Options options)
+    : options_(std::move(options))
+    , file_(directory_.path() + "/note.txt")
+    , keyboard_(options_.display, TestKeyboard::Source::xtest) {
+    std::ofstream(file_) << options_.text;
+    // Else every saving adds a line to the text, which is then also what an undo takes away.
+    std::filesystem::create_directories(directory_.path() + "/config/featherpad");
+    std::ofstream(directory_.path() + "/config/featherpad/fp.conf") << "[text]\nappendEmptyLine=false\n";
+    // Control-D hands `cat` the line as far as it is typed; on an empty line it ends it, and the next one
+    // begins.
+    const std::string command = options_.command.empty() ? "while :; do cat >> FILE; done" : options_.command;
+
+    ChildProcess::Options child;
+    child.arguments = argumentsFor(options_.program, file_, replaced(command, "FILE", file_));
+    child.environment = {{"DISPLAY", options_.display},
+                         {"HOME", directory_.path()},
+                         {"XDG_CONFIG_HOME", directory_.path() + "/config"},
+                         {"XDG_DATA_HOME", directory_.path() + "/data"},
+                         {"XDG_CACHE_HOME", directory_.path() + "/cache"},
+                         {"XDG_RUNTIME_DIR", directory_.path()},
+                         {"GSETTINGS_BACKEND", "memory"},
+                         {"NO_AT_BRIDGE", "1"},
+                         {"GDK_BACKEND", "x11"},
+                         {"QT_QPA_PLATFORM", "xcb"}};
+    for (const auto& [name, value] : options_.environment)
+        child.environment[name] = value;
+    child.withoutEnvironment = {"DBUS_SESSION_BUS_ADDRESS", "WAYLAND_DISPLAY"};
+    child.outputFile = directory_.path() + "/output.log";
+    process_ = std::make_unique<ChildProcess>(std::move(child));
+
+    const bool hasAppeared = eventually(30, [this] {
+        const DisplayWithoutErrors display(options_.display);
+        window_ =
+            findWindow(display, DefaultRootWindow(static_cast<Display*>(display)), classOf(options_.program));
+        return window_ != None;
+    });
+    if (!hasAppeared)
+        throw std::runtime_error("the editor did not start");
+    if (!focus())
+        throw std::runtime_error("the editor did not get the keyboard");
+    if (isTerminal() && options_.command.empty() &&
+        !eventually(10, [this] { return std::filesystem::exists(file_); }))
+        throw std::runtime_error("the terminal's program did not start");
+}
+
+Editor::~Editor() = default;
+
+bool Editor::focus() {
+    return eventually(15, [this] {
+        {
+            const DisplayWithoutErrors display(options_.display);
+            activate(display, window_);
+        }
+        return eventually(0.5, [this] { return hasKeyboard(); });
+    });
+}
+
+bool Editor::hasKeyboard() {
+    const DisplayWithoutErrors display(options_.display);
+    Window focus = None;
+    int revert = 0;
+    XGetInputFocus(display, &focus, &revert);
+    // Toolkits put the focus on a window inside their own.
+    for (int depth = 0; depth < 8 && focus > PointerRoot; ++depth) {
+        if (focus == window_)
+            return true;
+        focus = parentOf(display, focus);
+    }
+    return false;
+}
+
+std::string Editor::savedText() {
+    save();
+    std::ostringstream text;
+    text << std::ifstream(file_).rdbuf();
+    auto result = text.str();
+    if (!result.empty() && result.back() == '\n')
+        result.pop_back();
+    return result;
+}
+
+bool Editor::comesToHold(const std::string& expected, double seconds) {
+    return eventually(seconds, [&] {
+        if (savedText() == expected)
+            return true;
+        // Saving takes the program a moment.
+        pauseMilliseconds(150);
+        std::ostringstream text;
+        text << std::ifstream(file_).rdbuf();
+        return text.str() == expected || text.str() == expected + "\n";
+    });
+}
+
+bool Editor::isTerminal() const {
+    return options_.program == Program::xterm || options_.program == Program::xfce4Terminal;
+}
+
+void Editor::save() {
+    keyboard_.chord(XK_Control_L, isTerminal() ? XK_d : XK_s);
+    pauseMilliseconds(50);
+}
+
+} // namespace sonvale::tests

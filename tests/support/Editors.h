@@ -1,0 +1,64 @@
+#pragma once
+
+#include "tests/support/ChildProcess.h"
+#include "tests/support/TestKeyboard.h"
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace sonvale::tests {
+
+/// A real program that text can be typed into, on a private display, with settings of its own and an empty
+/// file.
+class Editor {
+public:
+    enum class Program {
+        mousepad,      ///< GTK 3
+        featherpad,    ///< Qt 5
+        xterm,         ///< a program of the xterm family that runs `cat` into the file
+        xfce4Terminal, ///< a VTE terminal that does the same
+    };
+
+    struct Options {
+        std::string display;
+        Program program = Program::mousepad;
+        std::string text;                               ///< that the file holds at first
+        std::map<std::string, std::string> environment; ///< more for the program
+        std::string command; ///< what a terminal runs instead; "FILE" in it stands for the file
+    };
+
+    /// Starts it and waits until it has the keyboard; throws when it does not get there.
+    explicit Editor(Options options);
+    Editor(const std::string& display, Program program)
+        : Editor(Options{display, program, {}, {}, {}}) {}
+    ~Editor();
+
+    /// Brings the window to the front, with the keyboard; false when it does not get there.
+    bool focus();
+
+    /// Saves, by the keys that a user would press, and returns what the file holds. The file's last line end
+    /// is left out: some of the programs add one.
+    std::string savedText();
+
+    /// Whether the text gets to be `expected` within `seconds`; saves every now and then.
+    bool comesToHold(const std::string& expected, double seconds);
+
+    const std::string& file() const { return file_; }
+    pid_t pid() const { return process_->pid(); }
+
+private:
+    bool isTerminal() const;
+    bool hasKeyboard();
+    void save();
+
+    Options options_;
+    TemporaryDirectory directory_;
+    std::string file_;
+    TestKeyboard keyboard_;
+    std::unique_ptr<ChildProcess> process_;
+    unsigned long window_ = 0;
+};
+
+} // namespace sonvale::tests

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "tests/support/ChildProcess.h"
+#include "tests/support/PrivateDisplay.h"
+#include "tests/support/PrivateSound.h"
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace sonvale::tests {
+
+/// Everything that a user's session has, made for one test and gone with it: a display with a window manager,
+/// a D-Bus session, a sound server with a microphone, and a home. Nothing of the machine's own session is in
+/// it.
+class PrivateDesktop {
+public:
+    enum class Sound { withMicrophone, withoutMicrophone, none };
+
+    explicit PrivateDesktop(WindowManager windowManager = WindowManager::openbox,
+                            Sound sound = Sound::withMicrophone);
+
+    const std::string& display() const { return display_.name(); }
+
+    /// Throws when the desktop was made without one.
+    PrivateSound& sound();
+
+    /// What a program needs in its environment to be a part of this desktop.
+    std::map<std::string, std::string> environment() const;
+    /// What it must not inherit from the machine's own session.
+    static std::vector<std::string> withoutEnvironment();
+
+    /// Starts a program of this desktop's user; `outputFile` receives what it writes.
+    ChildProcess start(std::vector<std::string> arguments, const std::string& outputFile = {},
+                       const std::map<std::string, std::string>& more = {}) const;
+
+    std::filesystem::path folder() const { return directory_.path(); }
+    std::filesystem::path configuration() const { return folder() / "config"; }
+    std::filesystem::path data() const { return folder() / "data"; }
+    std::filesystem::path runtime() const { return folder() / "run"; }
+
+    /// Takes a picture of the whole screen; false when that failed.
+    bool screenshot(const std::filesystem::path& pngFile) const;
+
+private:
+    TemporaryDirectory directory_;
+    PrivateDisplay display_;
+    std::optional<ChildProcess> bus_;
+    std::unique_ptr<PrivateSound> sound_;
+};
+
+} // namespace sonvale::tests

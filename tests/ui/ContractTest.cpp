@@ -1,0 +1,107 @@
+#include "platform/qt/QtApplication.h"
+#include "runtime/ManualClock.h"
+#include "tests/contract/ApplicationContract.h"
+#include "tests/contract/FloatingPanelContract.h"
+#include "tests/ui/DesktopProbe.h"
+#include "ui/FloatingPanelController.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+#include <QWidget>
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace sonvale::tests {
+
+namespace {
+
+struct RingSubject {
+    struct Shown {
+        platform::RecordingState state;
+        float level;
+        WId panel;
+    };
+
+    platform::FloatingPanel& panel() { return controller; }
+    std::optional<Shown> shown() const {
+        const auto* panel = controller.panel();
+        if (!panel || !panel->isVisible())
+            return std::nullopt;
+        return Shown{panel->state(), panel->level(), panel->internalWinId()};
+    }
+
+    runtime::ManualClock clock;
+    ui::FloatingPanelController controller{clock};
+};
+
+struct QtSubject {
+    platform::Application& application() { return *adapter; }
+
+    DesktopProbe::WindowId openWindow() {
+        windows.push_back(std::make_unique<QWidget>());
+        windows.back()->resize(200, 100);
+        windows.back()->show();
+        const auto id = static_cast<DesktopProbe::WindowId>(windows.back()->winId());
+        EXPECT_TRUE(eventuallyInQt(10, [&] { return probe.isMapped(id); }));
+        return id;
+    }
+
+    bool becomesListed(DesktopProbe::WindowId window, bool isListed) {
+        const auto hasPlace = [&] {
+            const auto states = probe.atoms(window, "_NET_WM_STATE");
+            const auto has = [&](const char* name) {
+                return std::ranges::find(states, name) != states.end();
+            };
+            const bool skipsTaskbar = has("_NET_WM_STATE_SKIP_TASKBAR");
+            return skipsTaskbar == has("_NET_WM_STATE_SKIP_PAGER") && skipsTaskbar != isListed;
+        };
+        if (!eventuallyInQt(10, hasPlace))
+            return false;
+        runQtFor(0.05);
+        return hasPlace();
+    }
+
+    bool ends() {
+        QTimer tooLate;
+        QObject::connect(&tooLate, &QTimer::timeout, [] { QCoreApplication::exit(1); });
+        tooLate.start(10000);
+        return QCoreApplication::exec() == 0;
+    }
+
+    DesktopProbe probe;
+    std::unique_ptr<platform::qt::QtApplication> adapter = std::make_unique<platform::qt::QtApplication>();
+    std::vector<std::unique_ptr<QWidget>> windows;
+};
+
+} // namespace
+
+INSTANTIATE_TYPED_TEST_SUITE_P(Ring, FloatingPanelContract, RingSubject);
+INSTANTIATE_TYPED_TEST_SUITE_P(Qt, ApplicationContract, QtSubject);
+
+TEST(QtApplication, KeepsAWindowsPlaceWhenItIsHiddenAndShownAgain) {
+    QtSubject subject;
+    subject.application().setActivationPolicy(platform::ActivationPolicy::accessory);
+    const auto window = subject.openWindow();
+    subject.windows.back()->hide();
+    ASSERT_TRUE(eventuallyInQt(10, [&] { return !subject.probe.isMapped(window); }));
+    subject.windows.back()->show();
+    ASSERT_TRUE(eventuallyInQt(10, [&] { return subject.probe.isMapped(window); }));
+    EXPECT_TRUE(subject.becomesListed(window, false));
+}
+
+TEST(QtApplication, GoesOnWhenItsLastWindowIsClosed) {
+    QtSubject subject;
+    subject.openWindow();
+    bool hasGoneOn = false;
+    QTimer::singleShot(0, [&] { subject.windows.back()->close(); });
+    QTimer::singleShot(100, [&] {
+        hasGoneOn = true;
+        subject.application().terminate();
+    });
+    EXPECT_TRUE(subject.ends());
+    EXPECT_TRUE(hasGoneOn);
+}
+
+} // namespace sonvale::tests

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "tests/support/ChildProcess.h"
+
+#include <QDBusConnection>
+#include <QObject>
+#include <QStringList>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace sonvale::tests {
+
+/// A session bus of a test's own.
+class PrivateBus {
+public:
+    PrivateBus();
+    const std::string& address() const { return address_; }
+
+private:
+    TemporaryDirectory directory_;
+    std::string address_;
+    std::unique_ptr<ChildProcess> daemon_;
+};
+
+/// A panel that shows StatusNotifierItems: the watcher and its one host.
+class StatusNotifierPanel : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
+    Q_PROPERTY(bool IsStatusNotifierHostRegistered READ hasHost CONSTANT)
+
+public:
+    struct MenuLine {
+        int id = 0;
+        std::string label;
+        bool isEnabled = true;
+        bool isSeparator = false;
+    };
+
+    explicit StatusNotifierPanel(const PrivateBus& bus);
+    ~StatusNotifierPanel() override;
+
+    int itemCount() const { return static_cast<int>(items_.size()); }
+    /// Colour (ARGB) of the middle of the first item's upper edge, in its 32-pixel picture.
+    std::uint32_t iconGround();
+    /// The visible lines of the first item's menu.
+    std::vector<MenuLine> menu();
+    void choose(int id);
+
+    bool hasHost() const { return true; }
+
+public Q_SLOTS:
+    void RegisterStatusNotifierItem(const QString& service);
+
+Q_SIGNALS:
+    void StatusNotifierItemRegistered(const QString& service);
+    void StatusNotifierHostRegistered();
+
+private:
+    QVariant property(const QString& name);
+
+    QDBusConnection bus_;
+    QStringList items_;
+};
+
+} // namespace sonvale::tests

@@ -1,0 +1,109 @@
+#include "base/Dates.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace sonvale::base {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+Date at(const char* text) {
+    const auto date = parseIso8601(text);
+    EXPECT_TRUE(date) << text;
+    return date.value_or(Date{});
+}
+
+} // namespace
+
+TEST(Dates, WritesWholeSecondsInUtcRoundedDown) {
+    EXPECT_EQ(iso8601(Date{}), "1970-01-01T00:00:00Z");
+    EXPECT_EQ(iso8601(Date(1794790748s)), "2026-11-16T00:59:08Z");
+    EXPECT_EQ(iso8601(Date(1794790748s + 999ms)), "2026-11-16T00:59:08Z");
+    EXPECT_EQ(iso8601(Date(-1ms)), "1969-12-31T23:59:59Z");
+    EXPECT_EQ(iso8601(Date::max()).substr(0, 4), "2262");
+    EXPECT_EQ(iso8601(Date::min()).substr(0, 4), "1677");
+}
+
+TEST(Dates, ReadsEveryFormOfTheZone) {
+    const Date moment(1794790748s);
+    for (const char* text :
+         {"2026-11-16T00:59:08Z", "2026-11-16T00:59:08+00:00", "2026-11-16T00:59:08-00:00",
+          "2026-11-16T01:59:08+01:00", "2026-11-16T01:59:08+0100", "2026-11-16T01:59:08+01",
+          "2026-11-15T19:29:08-05:30", "2026-11-16T14:59:08+14:00"})
+        EXPECT_EQ(parseIso8601(text), moment) << text;
+}
+
+TEST(Dates, ReadsFractionsOfASecond) {
+    EXPECT_EQ(parseIso8601("1970-01-01T00:00:01.5Z"), Date(1500ms));
+    EXPECT_EQ(parseIso8601("1970-01-01T00:00:01.123456789Z"), Date(1123456789ns));
+    EXPECT_EQ(parseIso8601("1970-01-01T00:00:01.1234567899Z"), Date(1123456789ns));
+    EXPECT_EQ(parseIso8601("1970-01-01T01:00:00.25+01:00"), Date(250ms));
+}
+
+TEST(Dates, RefusesWhatIsNoMoment) {
+    for (const char* text : {"",
+                             "2026",
+                             "2026-11-16",
+                             "2026-11-16T00:59:08",
+                             "2026-11-16 00:59:08Z",
+                             "2026-11-16T00:59Z",
+                             "2026-13-01T00:00:00Z",
+                             "2026-00-01T00:00:00Z",
+                             "2026-02-29T00:00:00Z",
+                             "2026-04-31T00:00:00Z",
+                             "2026-11-16T24:00:00Z",
+                             "2026-11-16T23:60:00Z",
+                             "2026-11-16T23:59:60Z",
+                             "2026-11-16T00:59:08.Z",
+                             "2026-11-16T00:59:08+",
+                             "2026-11-16T00:59:08+1",
+                             "2026-11-16T00:59:08+24:00",
+                             "2026-11-16T00:59:08+00:60",
+                             "2026-11-16T00:59:08Zx",
+                             " 2026-11-16T00:59:08Z",
+                             "+026-11-16T00:59:08Z",
+                             "2026-1-16T00:59:08Z",
+                             "0001-01-01T00:00:00Z",
+                             "9999-12-31T23:59:59Z",
+                             "2026-11-16T00:59:08\xC3"})
+        EXPECT_FALSE(parseIso8601(text)) << text;
+}
+
+TEST(Dates, KnowsLeapDays) {
+    EXPECT_EQ(iso8601(at("2028-02-29T12:00:00Z")), "2028-02-29T12:00:00Z");
+}
+
+TEST(Dates, GoesBackByCalendarDaysAcrossDaylightSaving) {
+    // The clocks of Berlin went forward on 29 March 2026: the same time of day is 23 hours before.
+    EXPECT_EQ(daysBefore(at("2026-03-29T12:00:00+02:00"), 1, "Europe/Berlin"),
+              at("2026-03-28T12:00:00+01:00"));
+    EXPECT_EQ(daysBefore(at("2026-03-29T12:00:00Z"), 1, "UTC"), at("2026-03-28T12:00:00Z"));
+    EXPECT_EQ(daysBefore(at("2026-11-16T00:59:08Z"), 365, "UTC"), at("2025-11-16T00:59:08Z"));
+    // 19:59 of the day before in New York, which was on summer time 30 days earlier.
+    EXPECT_EQ(daysBefore(at("2026-11-16T00:59:08Z"), 30, "America/New_York"), at("2026-10-16T23:59:08Z"));
+}
+
+TEST(Dates, KeepsFractionsGoingBack) {
+    EXPECT_EQ(daysBefore(Date(86400s + 1234567ns), 1, "UTC"), Date(1234567ns));
+    EXPECT_EQ(daysBefore(Date(1234567ns), 0, "UTC"), Date(1234567ns));
+}
+
+TEST(Dates, TakesTheSystemsZoneWithoutAName) {
+    const auto date = daysBefore(at("2026-11-16T00:59:08Z"), 1);
+    ASSERT_TRUE(date);
+    EXPECT_NEAR(std::chrono::duration<double>(at("2026-11-16T00:59:08Z") - *date).count(), 86400, 2 * 3600);
+}
+
+TEST(Dates, GivesNothingWhereNoDateResults) {
+    const auto now = at("2026-11-16T00:59:08Z");
+    EXPECT_FALSE(daysBefore(now, 1, "Mars/Olympus"));
+    EXPECT_FALSE(daysBefore(now, 1'000'000, "UTC"));
+    EXPECT_FALSE(daysBefore(now, -1'000'000, "UTC"));
+    EXPECT_FALSE(daysBefore(now, std::numeric_limits<std::int64_t>::max(), "UTC"));
+    EXPECT_FALSE(daysBefore(now, std::numeric_limits<std::int64_t>::min(), "UTC"));
+}
+
+} // namespace sonvale::base

@@ -1,0 +1,118 @@
+#include "tests/unit/core/CoreFixture.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+namespace sonvale::tests {
+
+CoreFixture::CoreFixture() {
+    formerSinks_ = base::setLogSinks({
+        .logger = [](const base::LogLine&) {},
+        .system = [this](std::string_view line) { systemLines.emplace_back(line); },
+        .perf = [this](std::string_view line) { perfLines.emplace_back(line); },
+    });
+    std::filesystem::create_directory(directory_.path() + "/recordings");
+    settings_ = std::make_unique<persistence::Settings>(directory_.path() + "/defaults.json");
+    auditLogger_ = std::make_unique<persistence::AuditLogger>(runtime_.makeSerialActor("audit"),
+                                                              runtime_.clock(), directory_.path());
+    store_ = persistence::ModelContainer::openInMemory();
+    input_.control().setOnPress([this](FakeSyntheticInput::Press press) {
+        if (press == FakeSyntheticInput::Press::paste)
+            pasted_.push_back(pasteboard().text().value_or("nothing"));
+    });
+    rebuildState();
+}
+
+CoreFixture::~CoreFixture() {
+    state_.reset();
+    base::setLogSinks(std::move(formerSinks_));
+}
+
+void CoreFixture::rebuildState() {
+    state_.reset();
+    state_ = core::AppState::make(core::Environment{
+        .main = runtime_.main(),
+        .makeSerialActor = [this](std::string name) { return runtime_.makeSerialActor(std::move(name)); },
+        .clock = runtime_.clock(),
+        .directories = {.applicationSupport = directory_.path(),
+                        .configuration = directory_.path(),
+                        .temporary = directory_.path() + "/recordings",
+                        .executable = directory_.path()},
+        .settings = *settings_,
+        .auditLogger = *auditLogger_,
+        .eventTap = tap_,
+        .syntheticInput = input_,
+        .pasteboard = pasteboard_,
+        .workspace = workspace_,
+        .accessibilityTree = accessibility_,
+        .audioEngines = engines_,
+        .audioFiles = audioFiles_,
+        .captureAuthorization = capture_,
+        .speechRecognizers = recognizers_,
+        .secureRandom = random_,
+        .floatingPanel = panel_,
+        .application = application_,
+        .currentLocale = [] { return std::string("en-US"); },
+    });
+    state_->modelContext = &store_->mainContext();
+}
+
+void CoreFixture::completeOnboardingAndStart() {
+    runtime_.main().post([this] { state_->completeOnboarding(); });
+    runtime_.runUntilIdle();
+    tap().runBlocks();
+}
+
+void CoreFixture::deliver(hotkeys::HotkeyAction action, hotkeys::HotkeyEventType event) {
+    runtime::spawn(runtime_.main(), state_->handleHotkey(action, event));
+    runtime_.runUntilIdle();
+}
+
+void CoreFixture::speak(double seconds, float loudness) {
+    microphone().speak(std::vector<float>(static_cast<std::size_t>(seconds * 48000), loudness));
+    advance(seconds);
+}
+
+void CoreFixture::dictate(const std::string& text) {
+    recogniser().answerWith(text);
+    press(hotkeys::HotkeyAction::pushToTalk);
+    speak(0.1);
+    release(hotkeys::HotkeyAction::pushToTalk);
+    settle();
+}
+
+std::vector<persistence::Transcription> CoreFixture::history() {
+    return store_->mainContext().fetch<persistence::Transcription>();
+}
+
+std::vector<std::string> CoreFixture::auditLines() {
+    runtime_.runUntilIdle();
+    std::ifstream file(directory_.path() + "/com.sonvale.app/audit.log");
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(file, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+bool CoreFixture::auditHas(const std::string& event, const std::string& resource,
+                           const std::string& details) {
+    return std::ranges::any_of(auditLines(), [&](const std::string& line) {
+        const auto entry = nlohmann::json::parse(line);
+        return entry.at("eventType") == event && entry.at("resource") == resource &&
+               entry.at("metadata").value("errorDetails", "") == details;
+    });
+}
+
+std::size_t CoreFixture::recordingsLeft() const {
+    using Files = std::filesystem::directory_iterator;
+    return static_cast<std::size_t>(std::distance(Files(directory_.path() + "/recordings"), Files()));
+}
+
+bool CoreFixture::systemHas(const std::string& line) const {
+    return std::ranges::find(systemLines, line) != systemLines.end();
+}
+
+} // namespace sonvale::tests

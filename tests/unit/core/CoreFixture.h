@@ -1,0 +1,106 @@
+#pragma once
+
+#include "base/Log.h"
+#include "core/AppState.h"
+#include "persistence/ModelContainer.h"
+#include "persistence/Records.h"
+#include "persistence/SettingsKeys.h"
+#include "tests/fakes/FakeAccessibilityTree.h"
+#include "tests/fakes/FakeApplication.h"
+#include "tests/fakes/FakeAudioEngine.h"
+#include "tests/fakes/FakeAudioFiles.h"
+#include "tests/fakes/FakeCaptureAuthorization.h"
+#include "tests/fakes/FakeEventTap.h"
+#include "tests/fakes/FakeFloatingPanel.h"
+#include "tests/fakes/FakePasteboard.h"
+#include "tests/fakes/FakeSecureRandom.h"
+#include "tests/fakes/FakeSpeechRecognizers.h"
+#include "tests/fakes/FakeSyntheticInput.h"
+#include "tests/fakes/FakeWorkspace.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/TestRuntime.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace sonvale::tests {
+
+/// A whole core over fakes of the operating system, on the manual clock; settings, audit log and recordings
+/// are real files in a folder of the test's own, the store is a real one in memory.
+class CoreFixture : public ::testing::Test {
+protected:
+    CoreFixture();
+    ~CoreFixture() override;
+
+    core::AppState& state() { return *state_; }
+    TestRuntime& runtimeSupport() { return runtime_; }
+    runtime::ManualClock& clock() { return runtime_.clock(); }
+    persistence::Settings& settings() { return *settings_; }
+    FakeEventTap::Control& tap() { return tap_.control(); }
+    FakeMicrophone& microphone() { return engines_.control(); }
+    FakePasteboard::Control& pasteboard() { return pasteboard_.control(); }
+    FakeWorkspace::Control& workspace() { return workspace_.control(); }
+    FakeAccessibilityTree::Control& accessibility() { return accessibility_.control(); }
+    FakeSpeechRecognizers::Control& recogniser() { return recognizers_.control(); }
+    FakeFloatingPanel& panel() { return panel_; }
+    FakeApplication& application() { return application_; }
+
+    /// Builds the controller anew from the present settings, as a new start of the program does.
+    void rebuildState();
+    void dropState() { state_.reset(); }
+    void completeOnboardingAndStart();
+
+    /// One event of a shortcut, as the listener delivers it.
+    void press(hotkeys::HotkeyAction action) { deliver(action, hotkeys::HotkeyEventType::down); }
+    void release(hotkeys::HotkeyAction action) { deliver(action, hotkeys::HotkeyEventType::up); }
+
+    /// Speech of a loudness for `seconds`; time goes on with it.
+    void speak(double seconds, float loudness = 0.1F);
+    void advance(double seconds) { runtime_.clock().advance(seconds); }
+    /// Lets everything in flight come to its end; a second of time.
+    void settle() { advance(1); }
+    /// A whole push-to-talk dictation.
+    void dictate(const std::string& text);
+
+    /// What the front application has pasted so far.
+    const std::vector<std::string>& pastedTexts() const { return pasted_; }
+    std::vector<persistence::Transcription> history();
+    std::vector<std::string> auditLines();
+    bool auditHas(const std::string& event, const std::string& resource, const std::string& details = "");
+    std::size_t recordingsLeft() const;
+
+    std::vector<std::string> systemLines; ///< lines of the system log
+    std::vector<std::string> perfLines;   ///< timing lines
+    bool systemHas(const std::string& line) const;
+
+private:
+    void deliver(hotkeys::HotkeyAction action, hotkeys::HotkeyEventType event);
+
+    TemporaryDirectory directory_;
+    TestRuntime runtime_;
+    base::LogSinks formerSinks_;
+    std::unique_ptr<persistence::Settings> settings_;
+    std::unique_ptr<persistence::AuditLogger> auditLogger_;
+    std::unique_ptr<persistence::ModelContainer> store_;
+
+    FakeEventTap tap_;
+    FakeSyntheticInput input_;
+    FakePasteboard pasteboard_;
+    FakeWorkspace workspace_;
+    FakeAccessibilityTree accessibility_;
+    FakeAudioEngines engines_;
+    FakeAudioFiles audioFiles_;
+    FakeCaptureAuthorization capture_;
+    FakeSpeechRecognizers recognizers_;
+    FakeSecureRandom random_;
+    FakeFloatingPanel panel_;
+    FakeApplication application_;
+
+    std::vector<std::string> pasted_;
+    std::shared_ptr<core::AppState> state_;
+};
+
+} // namespace sonvale::tests

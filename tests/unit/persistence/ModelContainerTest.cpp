@@ -1,0 +1,226 @@
+#include "persistence/ModelContainer.h"
+
+#include "tests/support/ChildProcess.h"
+#include "tests/support/Files.h"
+#include "tests/support/LogCapture.h"
+
+#include <SQLiteCpp/Database.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace sonvale::persistence {
+
+namespace {
+
+namespace fs = std::filesystem;
+using base::LogLevel;
+using tests::contentOf;
+using tests::modeOf;
+using tests::writeFile;
+using Lines = std::vector<std::pair<LogLevel, std::string>>;
+
+class ModelContainerTest : public testing::Test {
+protected:
+    fs::path support() const { return fs::path(root_.path()) / "share"; }
+    fs::path directory() const { return support() / "Sonvale"; }
+    fs::path store() const { return directory() / "Sonvale.store"; }
+    fs::path beside(const char* suffix) const { return store().string() + suffix; }
+
+    /// The lines of the store so far; they are all under its category.
+    Lines lines() const {
+        Lines lines;
+        for (const auto& line : log_.lines()) {
+            EXPECT_EQ(line.category, "SwiftData");
+            EXPECT_EQ(line.subsystem, "com.sonvale");
+            lines.emplace_back(line.level, line.text);
+        }
+        return lines;
+    }
+
+    std::pair<LogLevel, std::string> opening() const {
+        return {LogLevel::info, "SwiftData: opening store at " + store().string()};
+    }
+    static std::pair<LogLevel, std::string> initialFailure(const std::string& reason) {
+        return {LogLevel::error,
+                "SwiftData: initial open failed (" + reason + "); deleting store and retrying"};
+    }
+    static std::pair<LogLevel, std::string> fallBack(const std::string& reason) {
+        return {LogLevel::fault,
+                "SwiftData: on-disk store unrecoverable (" + reason +
+                    "); falling back to in-memory store — data will NOT persist this session"};
+    }
+
+    static void insertSnippet(ModelContainer& container) {
+        container.mainContext().insert(Snippet{.trigger = "t"});
+        container.mainContext().save();
+    }
+
+    /// Makes a good store with one snippet, spoils it, and expects the ladder's first rung.
+    void expectNewStoreAfter(const std::function<void()>& spoil, const std::string& reason) {
+        insertSnippet(*ModelContainer::open(support()));
+        spoil();
+        const auto before = lines().size();
+        auto container = ModelContainer::open(support());
+        auto seen = lines();
+        seen.erase(seen.begin(), seen.begin() + static_cast<std::ptrdiff_t>(before));
+        EXPECT_EQ(seen, (Lines{opening(),
+                               initialFailure(reason),
+                               {LogLevel::info, "SwiftData: store reopened successfully after delete"}}));
+        EXPECT_TRUE(container->mainContext().fetch<Snippet>().empty());
+        insertSnippet(*container);
+        container.reset();
+        EXPECT_EQ(ModelContainer::open(support())->mainContext().fetch<Snippet>().size(), 1U);
+    }
+
+    tests::LogCapture log_;
+
+private:
+    tests::TemporaryDirectory root_;
+};
+
+} // namespace
+
+TEST_F(ModelContainerTest, OpensTheStoreAndSaysSo) {
+    ModelContainer::open(support());
+    EXPECT_EQ(lines(), (Lines{opening(), {LogLevel::info, "SwiftData: store opened successfully"}}));
+    EXPECT_TRUE(fs::is_regular_file(store()));
+}
+
+TEST_F(ModelContainerTest, OpensAnEarlierStoreAgain) {
+    insertSnippet(*ModelContainer::open(support()));
+    EXPECT_EQ(ModelContainer::open(support())->mainContext().fetch<Snippet>().size(), 1U);
+}
+
+TEST_F(ModelContainerTest, KeepsItsFilesPrivate) {
+    const auto container = ModelContainer::open(support());
+    insertSnippet(*container);
+    EXPECT_EQ(modeOf(directory()), 0700U);
+    for (const char* suffix : {"", "-wal", "-shm"})
+        EXPECT_EQ(modeOf(beside(suffix)), 0600U) << suffix;
+}
+
+TEST_F(ModelContainerTest, ClosesAWideStoreToOthers) {
+    insertSnippet(*ModelContainer::open(support()));
+    fs::permissions(directory(), fs::perms(0755));
+    fs::permissions(store(), fs::perms(0644));
+    const auto container = ModelContainer::open(support());
+    EXPECT_EQ(modeOf(directory()), 0700U);
+    EXPECT_EQ(modeOf(store()), 0600U);
+}
+
+TEST_F(ModelContainerTest, BeginsAnewAfterGarbage) {
+    expectNewStoreAfter([&] { writeFile(store(), std::string(5000, 'g')); }, "file is not a database");
+}
+
+TEST_F(ModelContainerTest, BeginsAnewAfterAnotherSchemaVersion) {
+    expectNewStoreAfter(
+        [&] {
+            SQLite::Database(store().string(), SQLite::OPEN_READWRITE).exec("PRAGMA user_version = 20000");
+        },
+        "schema version 20000 instead of 10000");
+}
+
+TEST_F(ModelContainerTest, BeginsAnewAfterADatabaseOfAnotherProgram) {
+    expectNewStoreAfter(
+        [&] {
+            fs::remove(store());
+            SQLite::Database(store().string(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE)
+                .exec("CREATE TABLE Mine (id TEXT)");
+        },
+        "schema version 0 instead of 10000");
+}
+
+TEST_F(ModelContainerTest, BeginsAnewWhenATableIsMissing) {
+    expectNewStoreAfter(
+        [&] { SQLite::Database(store().string(), SQLite::OPEN_READWRITE).exec("DROP TABLE WritingStyle"); },
+        "no such table: WritingStyle");
+}
+
+TEST_F(ModelContainerTest, BeginsAnewWhenAColumnIsMissing) {
+    expectNewStoreAfter(
+        [&] {
+            SQLite::Database(store().string(), SQLite::OPEN_READWRITE)
+                .exec("ALTER TABLE Snippet DROP COLUMN content");
+        },
+        "no such column: content");
+}
+
+TEST_F(ModelContainerTest, BeginsAnewAfterDamageInside) {
+    expectNewStoreAfter(
+        [&] {
+            auto content = contentOf(store());
+            // The header stays good; the pages of the tables do not.
+            std::fill(content.begin() + 4096 + 100, content.end(), '\xA5');
+            writeFile(store(), content);
+        },
+        "the database file is damaged");
+}
+
+TEST_F(ModelContainerTest, TakesAnEmptyFileForANewStore) {
+    fs::create_directories(directory());
+    writeFile(store(), "");
+    insertSnippet(*ModelContainer::open(support()));
+    EXPECT_EQ(lines().back().second, "SwiftData: store opened successfully");
+}
+
+TEST_F(ModelContainerTest, DeletesTheCompanionsOfABrokenStore) {
+    fs::create_directories(directory());
+    writeFile(store(),
+              "garbage that is long enough to be looked at by the library, to be sure of it, and so on");
+    for (const char* suffix : {".wal", ".shm", "-wal", "-shm"})
+        writeFile(beside(suffix), "stale");
+    writeFile(directory() / "other", "kept");
+
+    ModelContainer::open(support());
+
+    for (const char* suffix : {".wal", ".shm", "-wal", "-shm"})
+        EXPECT_NE(contentOf(beside(suffix)), "stale") << suffix;
+    EXPECT_FALSE(fs::exists(beside(".wal")));
+    EXPECT_FALSE(fs::exists(beside(".shm")));
+    EXPECT_EQ(contentOf(directory() / "other"), "kept");
+    EXPECT_EQ(lines().back().second, "SwiftData: store reopened successfully after delete");
+}
+
+TEST_F(ModelContainerTest, FallsBackToMemoryWhenTheFolderCannotBeMade) {
+    fs::create_directories(support());
+    writeFile(directory(), "in the way");
+
+    const auto container = ModelContainer::open(support());
+
+    EXPECT_EQ(lines(),
+              (Lines{{LogLevel::error, "SwiftData: could not create store directory: Not a directory"},
+                     opening(),
+                     initialFailure("Not a directory"),
+                     fallBack("Not a directory")}));
+    insertSnippet(*container);
+    EXPECT_EQ(container->mainContext().fetch<Snippet>().size(), 1U);
+    EXPECT_EQ(contentOf(directory()), "in the way");
+}
+
+TEST_F(ModelContainerTest, FallsBackToMemoryWhenTheBrokenStoreCannotBeDeleted) {
+    fs::create_directories(store() / "inside");
+    const auto container = ModelContainer::open(support());
+    EXPECT_EQ(lines(), (Lines{opening(), initialFailure("Is a directory"), fallBack("Is a directory")}));
+    insertSnippet(*container);
+    EXPECT_TRUE(fs::is_directory(store() / "inside"));
+}
+
+TEST_F(ModelContainerTest, FallsBackToMemoryOnAFullDisk) {
+    fs::create_directories(directory());
+    const tests::FileSizeLimit fullDisk(0);
+    const auto container = ModelContainer::open(support());
+    EXPECT_EQ(lines().back().first, LogLevel::fault);
+    insertSnippet(*container);
+    EXPECT_EQ(container->mainContext().fetch<Snippet>().size(), 1U);
+}
+
+TEST_F(ModelContainerTest, OpensInMemoryWithoutTouchingTheDisk) {
+    const auto container = ModelContainer::openInMemory();
+    insertSnippet(*container);
+    EXPECT_EQ(container->mainContext().fetch<Snippet>().size(), 1U);
+    EXPECT_FALSE(fs::exists(support()));
+    EXPECT_TRUE(lines().empty());
+}
+
+} // namespace sonvale::persistence

@@ -1,0 +1,382 @@
+#include "persistence/ModelContainer.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/Files.h"
+#include "tests/support/LogCapture.h"
+
+#include <SQLiteCpp/Database.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <limits>
+#include <memory>
+
+namespace sonvale::persistence {
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+using Names = std::vector<std::string>;
+
+class ModelContextTest : public testing::Test {
+protected:
+    ModelContextTest() { open(); }
+
+    void open() {
+        container_.reset();
+        container_ = ModelContainer::open(support());
+    }
+
+    fs::path support() const { return root_.path(); }
+    fs::path store() const { return support() / "Sonvale/Sonvale.store"; }
+    ModelContext& context() { return container_->mainContext(); }
+
+    static Snippet snippet(std::string trigger, std::int64_t usageCount = 0) {
+        return Snippet{.trigger = std::move(trigger), .content = "content", .usageCount = usageCount};
+    }
+
+    Names triggers(const FetchDescriptor<Snippet>& descriptor = {}) {
+        Names names;
+        for (const auto& one : context().fetch(descriptor))
+            names.push_back(one.trigger);
+        return names;
+    }
+
+    /// What is in the file, seen by a connection of its own.
+    std::int64_t storedSnippets() const {
+        SQLite::Database database(store().string());
+        return database.execAndGet("SELECT count(*) FROM Snippet").getInt64();
+    }
+
+    tests::LogCapture log_;
+
+private:
+    tests::TemporaryDirectory root_;
+    std::unique_ptr<ModelContainer> container_;
+};
+
+Transcription fullTranscription() {
+    return Transcription{.rawText = std::string("raw \0 '\"; DROP TABLE \U0001F600", 28),
+                         .processedText = "",
+                         .timestamp = base::Date(1794790748123456789ns),
+                         .appBundleID = "com.example.app",
+                         .appName = "",
+                         .wordCount = std::numeric_limits<std::int64_t>::max(),
+                         .durationSeconds = 1.0 / 3,
+                         .isDismissed = true};
+}
+
+} // namespace
+
+TEST_F(ModelContextTest, KeepsEveryFieldOfEveryRecordOverARestart) {
+    const auto transcription = fullTranscription();
+    const Transcription empty{};
+    const AppSettings appSettings{.hotkeyKeyCode = -1,
+                                  .hotkeyModifiers = 0x80000,
+                                  .transcriptionEngine = "cloud",
+                                  .language = "de",
+                                  .launchAtLogin = true,
+                                  .soundEffectsEnabled = true,
+                                  .aiProcessingEnabled = true,
+                                  .claudeModel = "model",
+                                  .privacyModeEnabled = true,
+                                  .retentionPeriodDays = 7,
+                                  .localOnlyMode = true,
+                                  .textProcessingProvider = "provider"};
+    const Snippet one{
+        .trigger = "t", .content = "c", .category = "k", .createdAt = base::Date(-1ns), .usageCount = 3};
+    const DictionaryEntry word{.word = "w",
+                               .expansion = "longer",
+                               .category = EntryCategory::technical,
+                               .createdAt = base::Date(5s)};
+    const DictionaryEntry bare{.word = "b", .expansion = std::nullopt, .category = EntryCategory::name};
+    const WritingStyle style{
+        .category = "email", .formality = 5, .customInstructions = "i", .exampleText = "e"};
+    context().insert(transcription);
+    context().insert(empty);
+    context().insert(appSettings);
+    context().insert(one);
+    context().insert(word);
+    context().insert(bare);
+    context().insert(style);
+    context().save();
+
+    open();
+
+    EXPECT_EQ(context().fetch<Transcription>(), (std::vector{transcription, empty}));
+    EXPECT_EQ(context().fetch<AppSettings>(), std::vector{appSettings});
+    EXPECT_EQ(context().fetch<Snippet>(), std::vector{one});
+    EXPECT_EQ(context().fetch<DictionaryEntry>(), (std::vector{word, bare}));
+    EXPECT_EQ(context().fetch<WritingStyle>(), std::vector{style});
+}
+
+TEST_F(ModelContextTest, ShowsStagedChangesBeforeTheyAreSaved) {
+    auto kept = snippet("kept");
+    const auto dropped = snippet("dropped");
+    context().insert(kept);
+    context().insert(dropped);
+    context().save();
+
+    kept.trigger = "changed";
+    context().update(kept);
+    context().remove(dropped);
+    context().insert(snippet("new"));
+
+    EXPECT_EQ(triggers(), (Names{"changed", "new"}));
+    EXPECT_EQ(storedSnippets(), 2);
+    context().save();
+    EXPECT_EQ(triggers(), (Names{"changed", "new"}));
+    open();
+    EXPECT_EQ(triggers(), (Names{"changed", "new"}));
+}
+
+TEST_F(ModelContextTest, LosesWhatWasNotSaved) {
+    context().insert(snippet("unsaved"));
+    EXPECT_EQ(triggers(), Names{"unsaved"});
+    open();
+    EXPECT_EQ(triggers(), Names{});
+}
+
+TEST_F(ModelContextTest, FetchesInOrderOfInsertion) {
+    const auto second = snippet("b");
+    context().insert(snippet("c"));
+    context().insert(second);
+    context().insert(snippet("a"));
+    context().save();
+    EXPECT_EQ(triggers(), (Names{"c", "b", "a"}));
+    context().remove(second);
+    context().insert(snippet("d"));
+    EXPECT_EQ(triggers(), (Names{"c", "a", "d"}));
+    context().save();
+    context().insert(snippet("e"));
+    context().save();
+    EXPECT_EQ(triggers(), (Names{"c", "a", "d", "e"}));
+}
+
+TEST_F(ModelContextTest, SortsAndCutsAlikeWithAndWithoutStagedChanges) {
+    for (const bool saved : {true, false}) {
+        open();
+        for (auto& old : context().fetch<Snippet>())
+            context().remove(old);
+        context().save();
+        for (const auto& [trigger, count] : std::initializer_list<std::pair<const char*, int>>{
+                 {"b", 2}, {"a", 1}, {"B", 2}, {"\u00E9", 1}, {"c", 3}})
+            context().insert(snippet(trigger, count));
+        if (saved)
+            context().save();
+
+        using Sort = SortDescriptor<Snippet>;
+        EXPECT_EQ(triggers({.sortBy = {{&Snippet::trigger}}}), (Names{"B", "a", "b", "c", "\u00E9"}));
+        EXPECT_EQ(
+            triggers({.sortBy = {Sort(&Snippet::usageCount, SortOrder::reverse), Sort(&Snippet::trigger)}}),
+            (Names{"c", "B", "b", "a", "\u00E9"}));
+        EXPECT_EQ(triggers({.sortBy = {Sort(&Snippet::usageCount, SortOrder::reverse)}}),
+                  (Names{"c", "b", "B", "a", "\u00E9"}));
+        EXPECT_EQ(triggers({.sortBy = {{&Snippet::trigger}}, .limit = 2, .offset = 1}), (Names{"a", "b"}));
+        EXPECT_EQ(triggers({.limit = 0}), Names{});
+        EXPECT_EQ(triggers({.limit = 9, .offset = 4}), Names{"c"});
+        EXPECT_EQ(triggers({.offset = 9}), Names{});
+    }
+}
+
+TEST_F(ModelContextTest, FiltersAlikeWithAndWithoutStagedChanges) {
+    const auto now = base::Date(1000s);
+    for (const bool saved : {true, false}) {
+        context().insert(Transcription{.rawText = "old", .timestamp = now - 1ns});
+        context().insert(Transcription{.rawText = "exact", .timestamp = now});
+        context().insert(Transcription{.rawText = "dismissed", .timestamp = now + 1ns, .isDismissed = true});
+        if (saved)
+            context().save();
+        const auto fetched = [&](FetchDescriptor<Transcription> descriptor) {
+            Names names;
+            for (const auto& row : context().fetch(descriptor))
+                names.push_back(row.rawText);
+            return names;
+        };
+        using Condition = FieldCondition<Transcription>;
+        EXPECT_EQ(fetched({.where = {Condition(&Transcription::timestamp, Comparison::less, now)}}),
+                  Names{"old"});
+        EXPECT_EQ(fetched({.where = {Condition(&Transcription::timestamp, Comparison::greaterOrEqual, now)}}),
+                  (Names{"exact", "dismissed"}));
+        EXPECT_EQ(fetched({.where = {Condition(&Transcription::isDismissed, Comparison::equal, true)}}),
+                  Names{"dismissed"});
+        EXPECT_EQ(fetched({.where = {Condition(&Transcription::rawText, Comparison::equal, "exact"),
+                                     Condition(&Transcription::isDismissed, Comparison::equal, false)}}),
+                  Names{"exact"});
+        EXPECT_EQ(
+            fetched({.where = {Condition(&Transcription::timestamp, Comparison::greaterOrEqual, now)},
+                     .predicate = [](const Transcription& row) { return row.rawText.starts_with('e'); }}),
+            Names{"exact"});
+        EXPECT_EQ(fetched({.predicate = [](const Transcription& row) { return row.rawText != "old"; },
+                           .limit = 1,
+                           .offset = 1}),
+                  Names{"dismissed"});
+        for (auto& row : context().fetch<Transcription>())
+            context().remove(row);
+        context().save();
+    }
+}
+
+TEST_F(ModelContextTest, SortsAbsentTextFirst) {
+    for (const bool saved : {true, false}) {
+        context().insert(Transcription{.rawText = "2", .appName = "a"});
+        context().insert(Transcription{.rawText = "1", .appName = std::nullopt});
+        if (saved)
+            context().save();
+        EXPECT_EQ(context().fetch<Transcription>({.sortBy = {{&Transcription::appName}}}).front().rawText,
+                  "1");
+        for (auto& row : context().fetch<Transcription>())
+            context().remove(row);
+        context().save();
+    }
+}
+
+TEST_F(ModelContextTest, TakesChangesOfAnUnsavedRecordTogether) {
+    auto record = snippet("a");
+    context().insert(record);
+    record.trigger = "b";
+    context().update(record);
+    EXPECT_EQ(triggers(), Names{"b"});
+    context().remove(record);
+    record.trigger = "c";
+    context().update(record);
+    EXPECT_EQ(triggers(), Names{});
+    context().save();
+    EXPECT_EQ(storedSnippets(), 0);
+}
+
+TEST_F(ModelContextTest, ChangesNothingForAnUnknownIdentifier) {
+    context().update(snippet("unknown"));
+    context().remove(snippet("unknown too"));
+    EXPECT_EQ(triggers(), Names{});
+    context().save();
+    EXPECT_EQ(triggers(), Names{});
+}
+
+TEST_F(ModelContextTest, TakesAKnownIdentifierForTheSameRecord) {
+    auto record = snippet("first");
+    context().insert(record);
+    context().insert(snippet("second"));
+    context().save();
+    record.trigger = "again";
+    context().insert(record);
+    EXPECT_EQ(triggers(), (Names{"again", "second"}));
+    context().save();
+    EXPECT_EQ(triggers(), (Names{"again", "second"}));
+    EXPECT_EQ(storedSnippets(), 2);
+}
+
+TEST_F(ModelContextTest, KeepsStagedChangesOverAFailedSaveForTheNextOne) {
+    auto kept = snippet("kept");
+    const auto dropped = snippet("dropped");
+    context().insert(kept);
+    context().insert(dropped);
+    context().save();
+    {
+        const tests::FileSizeLimit fullDisk(fs::file_size(store().string() + "-wal"));
+        kept.usageCount = 1;
+        context().update(kept);
+        context().remove(dropped);
+        context().insert(snippet("new"));
+        try {
+            context().save();
+            FAIL();
+        } catch (const StoreError& error) {
+            EXPECT_EQ(error.which(), StoreError::Case::saveFailed);
+            EXPECT_EQ(error.errorDescription().find("new"), std::string::npos);
+        }
+        EXPECT_EQ(triggers(), (Names{"kept", "new"}));
+        EXPECT_THROW(context().save(), StoreError);
+    }
+    context().insert(snippet("later"));
+    context().save();
+    open();
+    EXPECT_EQ(triggers(), (Names{"kept", "new", "later"}));
+    EXPECT_EQ(context().fetch<Snippet>().front().usageCount, 1);
+}
+
+TEST_F(ModelContextTest, FailsASaveOfALockedStoreWithoutWaitingForEver) {
+    SQLite::Database other(store().string(), SQLite::OPEN_READWRITE);
+    other.exec("BEGIN IMMEDIATE");
+    context().insert(snippet("a"));
+    const double start = tests::monotonicSeconds();
+    EXPECT_THROW(context().save(), StoreError);
+    EXPECT_LT(tests::monotonicSeconds() - start, 10);
+    other.exec("ROLLBACK");
+    context().save();
+    EXPECT_EQ(storedSnippets(), 1);
+}
+
+TEST_F(ModelContextTest, SaysWhenAFetchFails) {
+    {
+        SQLite::Database other(store().string(), SQLite::OPEN_READWRITE);
+        other.exec("DROP TABLE Snippet");
+    }
+    try {
+        context().fetch<Snippet>();
+        FAIL();
+    } catch (const StoreError& error) {
+        EXPECT_EQ(error.which(), StoreError::Case::fetchFailed);
+    }
+    EXPECT_TRUE(context().fetch<Transcription>().empty());
+}
+
+TEST_F(ModelContextTest, TakesNumbersThatAreNone) {
+    context().insert(
+        Transcription{.rawText = "a", .durationSeconds = std::numeric_limits<double>::quiet_NaN()});
+    context().insert(
+        Transcription{.rawText = "b", .durationSeconds = std::numeric_limits<double>::infinity()});
+    context().save();
+    for (const auto& row : context().fetch<Transcription>())
+        EXPECT_EQ(row.durationSeconds, 0);
+}
+
+TEST_F(ModelContextTest, ReadsAWordOfAnUnknownKindAsOther) {
+    context().insert(DictionaryEntry{.word = "w", .category = EntryCategory::name});
+    context().save();
+    {
+        SQLite::Database other(store().string(), SQLite::OPEN_READWRITE);
+        other.exec("UPDATE DictionaryEntry SET category = 'of a later version'");
+    }
+    EXPECT_EQ(context().fetch<DictionaryEntry>().at(0).category, EntryCategory::other);
+}
+
+TEST_F(ModelContextTest, TellsObserversOfEachStagedChange) {
+    int heard = 0;
+    auto record = snippet("a");
+    auto subscription = context().onChange([&] { ++heard; });
+    context().insert(record);
+    context().update(record);
+    context().remove(record);
+    EXPECT_EQ(heard, 3);
+    context().save();
+    EXPECT_EQ(heard, 3);
+    subscription.reset();
+    context().insert(record);
+    EXPECT_EQ(heard, 3);
+}
+
+TEST_F(ModelContextTest, KeepsWhatWasSavedWhenTheProcessIsKilled) {
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        // The parent's connection must not be used here, and the child's is never closed.
+        auto own = ModelContainer::open(support());
+        for (int i = 0; i < 20; ++i) {
+            own->mainContext().insert(snippet(std::to_string(i)));
+            own->mainContext().save();
+        }
+        own->mainContext().insert(snippet("unsaved"));
+        ::kill(::getpid(), SIGKILL);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(triggers().size(), 20U);
+    open();
+    EXPECT_EQ(triggers().size(), 20U);
+    EXPECT_EQ(triggers().back(), "19");
+}
+
+} // namespace sonvale::persistence

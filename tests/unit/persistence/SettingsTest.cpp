@@ -1,0 +1,403 @@
+#include "persistence/Settings.h"
+
+#include "tests/support/ChildProcess.h"
+#include "tests/support/Files.h"
+#include "tests/support/LogCapture.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <limits>
+#include <thread>
+
+namespace sonvale::persistence {
+
+namespace {
+
+namespace fs = std::filesystem;
+using tests::contentOf;
+using tests::modeOf;
+using tests::writeFile;
+
+class SettingsTest : public testing::Test {
+protected:
+    fs::path folder() const { return fs::path(root_.path()) / "com.sonvale.app"; }
+    fs::path file() const { return folder() / "defaults.json"; }
+    fs::path aside(int number) const { return folder() / ("defaults.json.broken-" + std::to_string(number)); }
+
+    void write(std::string_view content) const {
+        fs::create_directories(folder());
+        writeFile(file(), content);
+    }
+
+    base::Json onDisk() const { return *base::parseJson(contentOf(file())); }
+
+    tests::LogCapture log_;
+
+private:
+    tests::TemporaryDirectory root_;
+};
+
+} // namespace
+
+TEST_F(SettingsTest, BeginsEmptyWithoutAFileAndWritesNone) {
+    Settings settings(file());
+    settings.registerDefaults();
+    settings.synchronize();
+    EXPECT_FALSE(settings.has("language"));
+    EXPECT_FALSE(fs::exists(folder()));
+    EXPECT_TRUE(log_.lines().empty());
+}
+
+TEST_F(SettingsTest, KeepsEveryTypeOverARestart) {
+    const Data data{std::string("\0\xFF{\"a\":1}", 9)};
+    {
+        Settings settings(file());
+        settings.set(keys::localOnlyMode, true);
+        settings.set(keys::retentionPeriodDays, std::numeric_limits<std::int64_t>::min());
+        settings.set(keys::scratchpadText, "zwei\nZeilen \"é\" \U0001F600");
+        settings.set(keys::hotkeyBindings, data);
+    }
+    const Settings settings(file());
+    EXPECT_EQ(settings.stored(keys::localOnlyMode), true);
+    EXPECT_EQ(settings.stored(keys::retentionPeriodDays), std::numeric_limits<std::int64_t>::min());
+    EXPECT_EQ(settings.stored(keys::scratchpadText), "zwei\nZeilen \"é\" \U0001F600");
+    EXPECT_EQ(settings.stored(keys::hotkeyBindings), data);
+    EXPECT_TRUE(log_.lines().empty());
+}
+
+TEST_F(SettingsTest, WritesThroughWithPlainJsonTypes) {
+    Settings settings(file());
+    settings.set(keys::localOnlyMode, false);
+    settings.set(keys::retentionPeriodDays, 0);
+    settings.set(keys::engineBeforeLocalOnly, "");
+    settings.set(keys::hotkeyBindings, Data{"{}"});
+    EXPECT_EQ(onDisk(),
+              *base::parseJson(R"({"localOnlyMode":false,"retentionPeriodDays":0,"engineBeforeLocalOnly":"",
+                                             "hotkeyBindings":{"base64":"e30="}})"));
+}
+
+TEST_F(SettingsTest, KeepsAbsentApartFromEmpty) {
+    {
+        Settings settings(file());
+        settings.set(keys::engineBeforeLocalOnly, "");
+        settings.set(keys::retentionPeriodDays, 0);
+        settings.set(keys::hotkeyBindings, Data{});
+        settings.set(keys::localOnlyMode, false);
+    }
+    const Settings settings(file());
+    EXPECT_EQ(settings.stored(keys::engineBeforeLocalOnly), "");
+    EXPECT_EQ(settings.stored(keys::retentionPeriodDays), 0);
+    EXPECT_EQ(settings.stored(keys::hotkeyBindings), Data{});
+    EXPECT_EQ(settings.stored(keys::localOnlyMode), false);
+    EXPECT_EQ(settings.stored(keys::language), std::nullopt);
+    EXPECT_TRUE(settings.has("retentionPeriodDays"));
+    EXPECT_FALSE(settings.has("language"));
+    EXPECT_EQ(settings.rawValue(keys::retentionPeriodDays), base::Json(0));
+    EXPECT_EQ(settings.rawValue(keys::language), std::nullopt);
+}
+
+TEST_F(SettingsTest, RemovesAKeyForGood) {
+    {
+        Settings settings(file());
+        settings.set(keys::accessToken, "token");
+        settings.set(keys::userEmail, "a@b.c");
+        settings.remove(keys::accessToken);
+        settings.remove(keys::refreshToken);
+        EXPECT_FALSE(settings.has("com.sonvale.accessToken"));
+    }
+    const Settings settings(file());
+    EXPECT_EQ(settings.stored(keys::accessToken), std::nullopt);
+    EXPECT_EQ(settings.stored(keys::userEmail), "a@b.c");
+    EXPECT_EQ(contentOf(file()).find("token"), std::string::npos);
+}
+
+TEST_F(SettingsTest, GivesRegisteredDefaultsToPlainReadsOnceRegistered) {
+    Settings settings(file());
+    EXPECT_FALSE(settings.read(keys::pauseAudioDuringDictation));
+    settings.registerDefaults();
+    EXPECT_TRUE(settings.read(keys::pauseAudioDuringDictation));
+    EXPECT_TRUE(settings.read(keys::showInDock));
+    EXPECT_TRUE(settings.read(keys::aiProcessingEnabled));
+    EXPECT_FALSE(settings.read(keys::privacyModeEnabled));
+    EXPECT_FALSE(settings.read(keys::localOnlyMode));
+    EXPECT_EQ(settings.stored(keys::showInDock), std::nullopt);
+    EXPECT_FALSE(settings.has("showInDock"));
+
+    settings.set(keys::showInDock, false);
+    EXPECT_FALSE(settings.read(keys::showInDock));
+    settings.remove(keys::showInDock);
+    EXPECT_TRUE(settings.read(keys::showInDock));
+}
+
+TEST_F(SettingsTest, GivesPlainReadsOfOtherKeysTheEmptyValue) {
+    Settings settings(file());
+    settings.registerDefaults();
+    EXPECT_FALSE(settings.read(keys::soundEffectsEnabled));
+    EXPECT_EQ(settings.read(keys::transcriptionEngine), "");
+    EXPECT_EQ(settings.read(keys::language), "");
+    EXPECT_EQ(settings.read(keys::retentionPeriodDays), 0);
+    EXPECT_EQ(settings.read(keys::hotkeyBindings), Data{});
+    EXPECT_FALSE(settings.read(keys::isOnboardingComplete));
+}
+
+TEST_F(SettingsTest, GivesBoundViewsTheDefaultOfTheTable) {
+    Settings settings(file());
+    EXPECT_TRUE(settings.bound(keys::soundEffectsEnabled));
+    EXPECT_TRUE(settings.bound(keys::showInDock));
+    EXPECT_FALSE(settings.bound(keys::launchAtLogin));
+    EXPECT_EQ(settings.bound(keys::transcriptionEngine), "hybrid");
+    EXPECT_EQ(settings.bound(keys::language), "en");
+    settings.set(keys::language, "de");
+    EXPECT_EQ(settings.bound(keys::language), "de");
+}
+
+TEST_F(SettingsTest, ReadsAValueOfAnotherTypeAsNoneAndKeepsIt) {
+    write(R"({"showInDock":"yes","localOnlyMode":1,"aiProcessingEnabled":0,"retentionPeriodDays":"7",
+              "onboardingStep":2.0,"language":5,"scratchpadText":null,"hotkeyBindings":"e30=","launchAtLogin":[true],
+              "com.sonvale.accessToken":{"base64":"e30="}})");
+    Settings settings(file());
+    settings.registerDefaults();
+
+    EXPECT_EQ(settings.stored(keys::showInDock), std::nullopt);
+    EXPECT_EQ(settings.stored(keys::localOnlyMode), std::nullopt);
+    EXPECT_EQ(settings.stored(keys::launchAtLogin), std::nullopt);
+    EXPECT_EQ(settings.stored(keys::retentionPeriodDays), std::nullopt);
+    EXPECT_EQ(settings.stored(keys::onboardingStep), std::nullopt);
+    EXPECT_EQ(settings.stored(keys::language), std::nullopt);
+    EXPECT_EQ(settings.stored(keys::scratchpadText), std::nullopt);
+    EXPECT_EQ(settings.stored(keys::hotkeyBindings), std::nullopt);
+    EXPECT_EQ(settings.stored(keys::accessToken), std::nullopt);
+    EXPECT_TRUE(settings.read(keys::showInDock));
+    EXPECT_TRUE(settings.read(keys::aiProcessingEnabled));
+    EXPECT_FALSE(settings.read(keys::localOnlyMode));
+    EXPECT_TRUE(settings.has("retentionPeriodDays"));
+    EXPECT_EQ(settings.rawValue(keys::retentionPeriodDays), base::Json("7"));
+
+    settings.set(keys::userEmail, "a@b.c");
+    EXPECT_EQ(onDisk()["localOnlyMode"], base::Json(1));
+    settings.set(keys::localOnlyMode, true);
+    EXPECT_EQ(onDisk()["localOnlyMode"], base::Json(true));
+}
+
+TEST_F(SettingsTest, ReadsDataInItsOwnFormOnly) {
+    for (const char* value :
+         {R"({"base64":"e30"})", R"({"base64":5})", R"({"base64":"e30=","more":1})", "{}", "[]"}) {
+        write(std::string(R"({"hotkeyBindings":)") + value + "}");
+        EXPECT_EQ(Settings(file()).stored(keys::hotkeyBindings), std::nullopt) << value;
+    }
+}
+
+TEST_F(SettingsTest, KeepsKeysThatItDoesNotKnow) {
+    write(R"({"ofALaterVersion":{"deep":[1,2.5,null]},"language":"de"})");
+    Settings settings(file());
+    settings.set(keys::language, "fr");
+    EXPECT_EQ(onDisk(), *base::parseJson(R"({"ofALaterVersion":{"deep":[1,2.5,null]},"language":"fr"})"));
+}
+
+TEST_F(SettingsTest, MakesTheFileAndItsFolderPrivate) {
+    Settings settings(file());
+    settings.set(keys::accessToken, "token");
+    EXPECT_EQ(modeOf(file()), 0600U);
+    EXPECT_EQ(modeOf(folder()), 0700U);
+
+    fs::permissions(file(), fs::perms(0644));
+    fs::permissions(folder(), fs::perms(0755));
+    settings.set(keys::accessToken, "other");
+    EXPECT_EQ(modeOf(file()), 0600U);
+    EXPECT_EQ(modeOf(folder()), 0700U);
+}
+
+TEST_F(SettingsTest, ClosesAWideFileToOthersWhenItIsLoaded) {
+    write(R"({"com.sonvale.accessToken":"token"})");
+    fs::permissions(file(), fs::perms(0644));
+    const Settings settings(file());
+    EXPECT_EQ(modeOf(file()), 0600U);
+}
+
+TEST_F(SettingsTest, RepairsTextThatIsNotUtf8) {
+    {
+        Settings settings(file());
+        settings.set(keys::scratchpadText, "a\xFFz");
+        EXPECT_EQ(settings.stored(keys::scratchpadText), "a\uFFFDz");
+    }
+    EXPECT_EQ(Settings(file()).stored(keys::scratchpadText), "a\uFFFDz");
+}
+
+TEST_F(SettingsTest, DoesNotWriteAnEqualValueAgain) {
+    Settings settings(file());
+    settings.set(keys::language, "de");
+    fs::remove(file());
+    settings.set(keys::language, "de");
+    EXPECT_FALSE(fs::exists(file()));
+    settings.set(keys::language, "fr");
+    EXPECT_TRUE(fs::exists(file()));
+}
+
+TEST_F(SettingsTest, PutsEveryBrokenFileAsideAndSaysSoWithoutItsContent) {
+    const std::string secret = "\"com.sonvale.accessToken\":\"secret-token\"";
+    const std::string broken[] = {
+        "",
+        "{" + secret,
+        "[" + secret + "]",
+        "{" + secret + std::string("}\0", 2),
+        "\xFF\xFE" + secret,
+        "[1,2]",
+        "5",
+        "\"" + secret,
+        std::string(100000, '['),
+        "{" + secret + "," + secret + ",}",
+    };
+    int number = 0;
+    for (const auto& content : broken) {
+        write(content);
+        Settings settings(file());
+        ++number;
+        EXPECT_FALSE(settings.has("com.sonvale.accessToken"));
+        EXPECT_FALSE(fs::exists(file()));
+        EXPECT_EQ(contentOf(aside(number)), content);
+        settings.set(keys::language, "de");
+        EXPECT_EQ(Settings(file()).stored(keys::language), "de");
+    }
+    ASSERT_EQ(log_.lines().size(), std::size(broken));
+    for (const auto& line : log_.lines()) {
+        EXPECT_EQ(line.level, base::LogLevel::error);
+        EXPECT_EQ(line.category, "Settings");
+        EXPECT_EQ(line.text.find("secret"), std::string::npos);
+        EXPECT_EQ(line.text.find("put aside"), line.text.size() - 9) << line.text;
+    }
+}
+
+TEST_F(SettingsTest, PutsAsideWhatIsNoFile) {
+    fs::create_directories(file() / "inside");
+    Settings settings(file());
+    EXPECT_TRUE(fs::is_directory(aside(1) / "inside"));
+    settings.set(keys::language, "de");
+    EXPECT_EQ(Settings(file()).stored(keys::language), "de");
+}
+
+TEST_F(SettingsTest, DoesNotWaitForAPipe) {
+    fs::create_directories(folder());
+    ASSERT_EQ(::mkfifo(file().c_str(), 0600), 0);
+    Settings settings(file());
+    settings.set(keys::language, "de");
+    EXPECT_EQ(Settings(file()).stored(keys::language), "de");
+}
+
+TEST_F(SettingsTest, KeepsTheValueInMemoryWhenTheDiskIsFullAndWritesItLater) {
+    Settings settings(file());
+    settings.set(keys::language, "de");
+    const auto before = contentOf(file());
+    const std::string secret(5000, 's');
+    {
+        const tests::FileSizeLimit fullDisk(1000);
+        settings.set(keys::scratchpadText, secret);
+        EXPECT_EQ(settings.stored(keys::scratchpadText), secret);
+        EXPECT_EQ(contentOf(file()), before);
+        ASSERT_EQ(log_.lines().size(), 1U);
+        EXPECT_EQ(log_.lines()[0].text.find("sss"), std::string::npos);
+        settings.synchronize();
+        EXPECT_EQ(log_.lines().size(), 2U);
+    }
+    settings.synchronize();
+    EXPECT_EQ(Settings(file()).stored(keys::scratchpadText), secret);
+    EXPECT_EQ(Settings(file()).stored(keys::language), "de");
+    EXPECT_EQ(log_.lines().size(), 2U);
+}
+
+TEST_F(SettingsTest, WritesAnEqualValueAgainAfterAFailure) {
+    Settings settings(file());
+    {
+        const tests::FileSizeLimit fullDisk(0);
+        settings.set(keys::language, "de");
+    }
+    settings.set(keys::language, "de");
+    EXPECT_EQ(Settings(file()).stored(keys::language), "de");
+}
+
+TEST_F(SettingsTest, WorksOnWhenItsFolderCannotBeMade) {
+    writeFile(folder(), "in the way");
+    Settings settings(file());
+    settings.set(keys::language, "de");
+    EXPECT_EQ(settings.stored(keys::language), "de");
+    ASSERT_FALSE(log_.lines().empty());
+    EXPECT_EQ(contentOf(folder()), "in the way");
+}
+
+TEST_F(SettingsTest, LeavesNoOtherFilesBehind) {
+    Settings settings(file());
+    for (int i = 0; i < 10; ++i)
+        settings.set(keys::onboardingStep, i);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder()), fs::directory_iterator()), 1);
+}
+
+TEST_F(SettingsTest, IsWholeAfterTheProcessIsKilledAtAnyMoment) {
+    constexpr int rounds = 40;
+    for (int round = 0; round < rounds; ++round) {
+        int progress[2];
+        ASSERT_EQ(::pipe(progress), 0);
+        const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            ::close(progress[0]);
+            Settings settings(file());
+            for (std::int64_t i = 1;; ++i) {
+                settings.set(keys::scratchpadText, std::string(static_cast<std::size_t>(i % 7) * 9000, 'x'));
+                settings.set(keys::onboardingStep, i);
+                if (::write(progress[1], &i, sizeof i) != sizeof i)
+                    ::_exit(1);
+            }
+        }
+        ::close(progress[1]);
+        std::int64_t confirmed = 0;
+        for (int i = 0; i <= round % 5; ++i)
+            ASSERT_EQ(::read(progress[0], &confirmed, sizeof confirmed), ssize_t{sizeof confirmed});
+        // A different moment within the next change each time.
+        for (volatile int spin = 0; spin < round * 20000; spin = spin + 1) {
+        }
+        ::kill(child, SIGKILL);
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        ::close(progress[0]);
+
+        const Settings settings(file());
+        EXPECT_FALSE(fs::exists(aside(1)));
+        const auto step = settings.stored(keys::onboardingStep);
+        ASSERT_TRUE(step);
+        EXPECT_GE(*step, confirmed);
+        const auto text = settings.stored(keys::scratchpadText);
+        ASSERT_TRUE(text);
+        EXPECT_EQ(*text, std::string(text->size(), 'x'));
+    }
+    EXPECT_TRUE(log_.lines().empty());
+}
+
+TEST_F(SettingsTest, ServesSeveralThreads) {
+    Settings settings(file());
+    {
+        std::vector<std::jthread> threads;
+        threads.emplace_back([&] {
+            for (int i = 0; i < 40; ++i)
+                settings.set(keys::onboardingStep, i);
+        });
+        threads.emplace_back([&] {
+            for (int i = 0; i < 40; ++i)
+                settings.set(keys::language, i % 2 == 0 ? "de" : "en");
+        });
+        threads.emplace_back([&] {
+            for (int i = 0; i < 2000; ++i) {
+                const auto language = settings.read(keys::language);
+                EXPECT_TRUE(language.empty() || language == "de" || language == "en");
+            }
+        });
+        threads.emplace_back([&] { settings.registerDefaults(); });
+    }
+    const Settings reloaded(file());
+    EXPECT_EQ(reloaded.stored(keys::onboardingStep), 39);
+    EXPECT_EQ(reloaded.stored(keys::language), "en");
+}
+
+} // namespace sonvale::persistence
