@@ -15,9 +15,8 @@ namespace fs = std::filesystem;
 
 void expectDictationWorks(Session& session, const std::string& before = {}) {
     const auto& voice = voices().front();
-    ASSERT_TRUE(session.dictate(voice)) << session.program.output();
-    EXPECT_TRUE(session.editor.comesToHold(before + voice.sentence, 10)) << session.editor.savedText() << "\n"
-                                                                         << session.program.output();
+    session.dictate(voice);
+    EXPECT_TRUE(session.editor.comesToHold(before + voice.sentence, 10)) << session.editor.savedText();
 }
 
 /// Holds Alt where no recording can begin.
@@ -52,11 +51,11 @@ TEST(UnpluggedMicrophone, GivesTheWordsUpToThatMoment) {
     const auto& voice = voices().front();
     Session session;
 
-    ASSERT_TRUE(session.holdToTalk()) << session.program.output();
-    ASSERT_TRUE(session.speak(voice));
+    session.holdToTalk();
+    session.speak(voice);
     session.desktop.sound().removeMicrophone();
     pauseMilliseconds(500);
-    ASSERT_TRUE(session.letGo()) << session.program.output();
+    session.letGo();
 
     EXPECT_TRUE(session.editor.comesToHold(voice.sentence, 10)) << session.editor.savedText();
     session.desktop.sound().addMicrophone();
@@ -67,11 +66,11 @@ TEST(SoundServerThatDies, GivesTheWordsUpToThatMoment) {
     const auto& voice = voices().front();
     Session session;
 
-    ASSERT_TRUE(session.holdToTalk()) << session.program.output();
-    ASSERT_TRUE(session.speak(voice));
+    session.holdToTalk();
+    session.speak(voice);
     session.desktop.sound().server().signal(SIGKILL);
     pauseMilliseconds(500);
-    ASSERT_TRUE(session.letGo()) << session.program.output();
+    session.letGo();
 
     EXPECT_TRUE(session.editor.comesToHold(voice.sentence, 10)) << session.editor.savedText();
     EXPECT_TRUE(session.program.recordings().empty());
@@ -81,9 +80,9 @@ TEST(SoundServerThatDies, GivesTheWordsUpToThatMoment) {
 TEST(Silence, InsertsNothing) {
     Session session;
 
-    ASSERT_TRUE(session.holdToTalk()) << session.program.output();
+    session.holdToTalk();
     pauseMilliseconds(2000);
-    ASSERT_TRUE(session.letGo()) << session.program.output();
+    session.letGo();
 
     EXPECT_EQ(session.editor.savedText(), "");
     EXPECT_TRUE(session.program.recordings().empty());

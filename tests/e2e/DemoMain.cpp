@@ -17,17 +17,14 @@ bool showDictation(const std::filesystem::path& folder) {
     Session session;
     const auto picture = folder / "listening.png";
 
-    bool hasPicture = false;
-    bool wentThrough = session.holdToTalk();
-    if (wentThrough) {
-        auto player = session.desktop.sound().play(voiceFile(voice.name).string(), 250);
-        // In the middle of the sentence, when the ring moves with the voice.
-        pauseMilliseconds(900);
-        hasPicture = session.desktop.screenshot(picture);
-        wentThrough = player.wait(60) == 0;
-        wentThrough = session.letGo() && wentThrough;
-    }
-    const bool hasArrived = wentThrough && session.editor.comesToHold(voice.sentence, 10);
+    session.holdToTalk();
+    auto player = session.startSpeaking(voice);
+    // In the middle of the sentence, when the ring moves with the voice.
+    pauseMilliseconds(900);
+    const bool hasPicture = session.desktop.screenshot(picture);
+    player.wait(60);
+    session.letGo();
+    const bool hasArrived = session.editor.comesToHold(voice.sentence, 10);
 
     for (const auto& timing : session.program.timings(""))
         fmt::print("[PERF] {}\n", timing);

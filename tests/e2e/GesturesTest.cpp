@@ -18,7 +18,7 @@ constexpr int quickMilliseconds = 50;
 /// Whether the program still does its work.
 void expectNextDictationWorks(Session& session, const std::string& before) {
     const auto& voice = voices().front();
-    ASSERT_TRUE(session.dictate(voice)) << session.program.output();
+    session.dictate(voice);
     EXPECT_TRUE(session.editor.comesToHold(before + voice.sentence, 10)) << session.editor.savedText();
     EXPECT_TRUE(session.program.recordings().empty());
     EXPECT_FALSE(session.keyboard.isAnyKeyDown());
@@ -33,10 +33,7 @@ TEST(QuickTap, TypesNothingAndLeavesTheNextDictationWhole) {
     pauseMilliseconds(quickMilliseconds);
     session.keyboard.up(XK_Alt_L);
 
-    ASSERT_TRUE(session.program.waitForTimings("startDictation total: ", 1, 30)) << session.program.output();
-    ASSERT_TRUE(eventually(30, [&] { return session.program.auditCount("recordingStopped") == 1; }));
-    // The insertion of the empty text, and its end.
-    pauseMilliseconds(1500);
+    ASSERT_TRUE(session.program.waitForTimings("stopDictation total: ", 1, 60)) << session.program.output();
     EXPECT_EQ(session.editor.savedText(), "");
     expectNextDictationWorks(session, "");
 }
@@ -45,12 +42,12 @@ TEST(Cancel, ByAnotherModifierThrowsTheRecordingAway) {
     const auto& voice = voices().front();
     Session session;
 
-    ASSERT_TRUE(session.holdToTalk()) << session.program.output();
-    ASSERT_TRUE(session.speak(voice));
+    session.holdToTalk();
+    session.speak(voice);
     session.keyboard.down(XK_Shift_L);
     ASSERT_TRUE(eventually(30, [&] { return session.program.auditCount("recordingStopped") == 1; }))
         << session.program.output();
-    // Alt alone would be the beginning of the next dictation.
+    // In the other order Alt would be held alone once more, which is a tap.
     session.keyboard.up(XK_Alt_L);
     session.keyboard.up(XK_Shift_L);
 
@@ -97,7 +94,7 @@ INSTANTIATE_TEST_SUITE_P(WindowManagers, OwnShortcut,
 TEST(PasteLast, InsertsTheTextOfTheLastDictationAgain) {
     const auto& voice = voices().front();
     Session session;
-    ASSERT_TRUE(session.dictate(voice)) << session.program.output();
+    session.dictate(voice);
 
     session.keyboard.down(XK_Alt_L);
     session.keyboard.down(XK_Super_L);

@@ -12,9 +12,6 @@ namespace {
 /// The machine may be busy with other tests.
 constexpr double patience = 60;
 
-/// Sound that is late on a busy machine would leave gaps in the sentence.
-constexpr int playbackLatencyMilliseconds = 250;
-
 const std::string started = "startDictation total: ";
 const std::string stopped = "stopDictation total: ";
 
@@ -35,30 +32,46 @@ Session::Session(Options options)
     , editor(Editor::Options{desktop.display(), options.editor, {}, {}, std::move(options.terminalCommand)})
     , keyboard(desktop.display(), TestKeyboard::Source::hardware) {
     if (!program.waitUntilItListens())
-        throw std::runtime_error("the program does not hear keys:\n" + program.output());
+        fail("the program does not hear keys");
     // A window manager that has bound one of the shortcuts gives it up within this time.
     pauseMilliseconds(1500);
 }
 
-bool Session::dictate(const Voice& voice) {
-    return holdToTalk() && speak(voice) && letGo();
+void Session::dictate(const Voice& voice) {
+    holdToTalk();
+    speak(voice);
+    letGo();
 }
 
-bool Session::holdToTalk() {
-    const auto before = program.timings(started).size();
+void Session::holdToTalk() {
+    startsBefore_ = program.timings(started).size();
+    stopsBefore_ = program.timings(stopped).size();
     keyboard.down(XK_Alt_L);
-    return program.waitForTimings(started, before + 1, patience);
+    if (!program.waitForTimings(started, startsBefore_ + 1, patience))
+        fail("no recording began when Alt was held");
 }
 
-bool Session::speak(const Voice& voice) {
-    return desktop.sound().play(voiceFile(voice.name).string(), playbackLatencyMilliseconds).wait(patience) ==
-           0;
+void Session::speak(const Voice& voice) {
+    if (startSpeaking(voice).wait(patience) != 0)
+        fail("the sentence was not played to its end");
 }
 
-bool Session::letGo() {
-    const auto before = program.timings(stopped).size();
+ChildProcess Session::startSpeaking(const Voice& voice) {
+    // Sound that is late on a busy machine would leave gaps in the sentence.
+    constexpr int latencyMilliseconds = 250;
+    return desktop.sound().play(voiceFile(voice.name).string(), latencyMilliseconds);
+}
+
+void Session::letGo() {
+    if (program.timings(stopped).size() != stopsBefore_)
+        fail("the dictation ended while Alt was held");
     keyboard.up(XK_Alt_L);
-    return program.waitForTimings(stopped, before + 1, patience);
+    if (!program.waitForTimings(stopped, stopsBefore_ + 1, patience))
+        fail("the dictation did not end when Alt was let go");
+}
+
+void Session::fail(const std::string& reason) const {
+    throw std::runtime_error(reason + "; the program wrote:\n" + program.output());
 }
 
 } // namespace sonvale::tests

@@ -28,18 +28,27 @@ public:
     explicit Session(Options options);
 
     /// Holds Alt, speaks the sentence into the microphone, lets go, and waits for the end of the dictation.
-    /// False when one of these steps does not come about.
-    bool dictate(const Voice& voice);
+    /// Throws with the reason, and with what the program wrote, when one of these steps does not come about.
+    void dictate(const Voice& voice);
 
-    /// The two halves of `dictate` around the speaking.
-    bool holdToTalk();
-    bool speak(const Voice& voice);
-    bool letGo();
+    // The steps of `dictate`.
+    void holdToTalk();
+    void speak(const Voice& voice);
+    void letGo();
+
+    /// Begins to play the sentence; the player ends with it.
+    ChildProcess startSpeaking(const Voice& voice);
 
     PrivateDesktop desktop;
     RunningProgram program;
     Editor editor;
     TestKeyboard keyboard;
+
+private:
+    [[noreturn]] void fail(const std::string& reason) const;
+
+    std::size_t startsBefore_ = 0;
+    std::size_t stopsBefore_ = 0;
 };
 
 } // namespace sonvale::tests
