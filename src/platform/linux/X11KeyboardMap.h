@@ -27,8 +27,10 @@ public:
     };
 
     X11KeyboardMap() = default;
-    explicit X11KeyboardMap(std::array<Key, 256> keys)
-        : keys_(std::move(keys)) {}
+    /// `group` is the layout in use.
+    X11KeyboardMap(std::array<Key, 256> keys, int group)
+        : keys_(std::move(keys))
+        , group_(group) {}
 
     /// Sequence numbers of two requests on their way.
     struct Request {
