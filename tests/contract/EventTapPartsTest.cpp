@@ -54,6 +54,8 @@ X11KeyboardMap keyboardMap(int group = 0) {
     return X11KeyboardMap(keys, group);
 }
 
+const auto nothingHeld = [](std::uint8_t) { return false; };
+
 constexpr KeyChord paste{XK_v, letterV, modifier::control, false};
 
 std::vector<KeyStroke> strokesWith(const KeyChord& chord, std::vector<xcb_keycode_t> held, int group = 0) {
@@ -128,14 +130,15 @@ TEST(SyntheticKeyLedger, StrikesOutItsOwnStrokesInOrderAndNothingElse) {
     ledger.beginListening();
     ledger.write(&paster, xtest,
                  {{leftControl, true}, {letterV, true}, {letterV, false}, {leftControl, false}}, 0);
-    EXPECT_FALSE(ledger.strikeOut(laptop, {leftControl, true}, 0)) << "another keyboard";
-    EXPECT_FALSE(ledger.strikeOut(xtest, {letterV, false}, 0)) << "not its turn";
-    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, true}, 0));
-    EXPECT_FALSE(ledger.strikeOut(xtest, {leftControl, true}, 0)) << "a second one is somebody else's";
-    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, true}, 0));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, false}, 0));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, false}, 0));
-    EXPECT_FALSE(ledger.strikeOut(xtest, {letterV, true}, 0));
+    EXPECT_FALSE(ledger.strikeOut(laptop, {leftControl, true}, 0, nothingHeld)) << "another keyboard";
+    EXPECT_FALSE(ledger.strikeOut(xtest, {letterV, false}, 0, nothingHeld)) << "not its turn";
+    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, true}, 0, nothingHeld));
+    EXPECT_FALSE(ledger.strikeOut(xtest, {leftControl, true}, 0, nothingHeld))
+        << "a second one is somebody else's";
+    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, true}, 0, nothingHeld));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, false}, 0, nothingHeld));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, false}, 0, nothingHeld));
+    EXPECT_FALSE(ledger.strikeOut(xtest, {letterV, true}, 0, nothingHeld));
 }
 
 TEST(SyntheticKeyLedger, AllowsForTheServersMixingOfTwoSenders) {
@@ -144,36 +147,48 @@ TEST(SyntheticKeyLedger, AllowsForTheServersMixingOfTwoSenders) {
     ledger.write(&listener, xtest, {{8, true}, {8, false}}, 0);
     ledger.write(&paster, xtest,
                  {{leftControl, true}, {letterV, true}, {letterV, false}, {leftControl, false}}, 0);
-    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, true}, 0));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {8, true}, 0));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, true}, 0));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, false}, 0));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {8, false}, 0));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, false}, 0));
-    EXPECT_FALSE(ledger.strikeOut(xtest, {leftControl, false}, 0));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, true}, 0, nothingHeld));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {8, true}, 0, nothingHeld));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, true}, 0, nothingHeld));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, false}, 0, nothingHeld));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {8, false}, 0, nothingHeld));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, false}, 0, nothingHeld));
+    EXPECT_FALSE(ledger.strikeOut(xtest, {leftControl, false}, 0, nothingHeld));
 }
 
 TEST(SyntheticKeyLedger, PassesOverAPressThatTheServerLeavesOut) {
     SyntheticKeyLedger ledger;
     ledger.beginListening();
+    const auto controlHeld = [](std::uint8_t keycode) { return keycode == leftControl; };
     ledger.write(&paster, xtest,
                  {{leftControl, true}, {letterV, true}, {letterV, false}, {leftControl, false}}, 0);
-    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, true}, 0));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, false}, 0));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, false}, 0));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, true}, 0, controlHeld));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, false}, 0, controlHeld));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, false}, 0, controlHeld));
+}
+
+TEST(SyntheticKeyLedger, LeavesTheUsersReleaseOfAHeldModifierThatComesBeforeItsOwnStrokes) {
+    SyntheticKeyLedger ledger;
+    ledger.beginListening();
+    ledger.write(&paster, xtest, {{leftControl, true}, {leftAlt, false}, {letterV, true}}, 0);
+    const auto altHeld = [](std::uint8_t keycode) { return keycode == leftAlt; };
+    EXPECT_FALSE(ledger.strikeOut(xtest, {leftAlt, false}, 0, altHeld));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, true}, 0, nothingHeld));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {leftAlt, false}, 0, nothingHeld));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, true}, 0, nothingHeld));
 }
 
 TEST(SyntheticKeyLedger, ForgetsWhatIsNeverReported) {
     SyntheticKeyLedger ledger;
     ledger.write(&paster, xtest, {{letterV, true}}, 0);
     ledger.beginListening();
-    EXPECT_FALSE(ledger.strikeOut(xtest, {letterV, true}, 0)) << "nobody listened";
+    EXPECT_FALSE(ledger.strikeOut(xtest, {letterV, true}, 0, nothingHeld)) << "nobody listened";
     ledger.write(&paster, xtest, {{letterV, false}}, 0);
     ledger.write(&paster, xtest, {{letterV, true}}, 10);
-    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, true}, 10));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, true}, 10, nothingHeld));
     ledger.write(&paster, xtest, {{letterV, true}}, 10);
     ledger.endListening();
-    EXPECT_FALSE(ledger.strikeOut(xtest, {letterV, true}, 10));
+    EXPECT_FALSE(ledger.strikeOut(xtest, {letterV, true}, 10, nothingHeld));
 }
 
 TEST(KeyChord, HoldsItsModifiersAroundTheKey) {

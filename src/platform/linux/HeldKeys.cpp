@@ -23,6 +23,10 @@ bool HeldKeys::dropKeyboard(std::uint16_t keyboard) {
     return std::erase_if(held_, [&](const Held& key) { return key.keyboard == keyboard; }) > 0;
 }
 
+bool HeldKeys::isHeld(std::uint16_t keyboard, xcb_keycode_t keycode) const {
+    return std::find(held_.begin(), held_.end(), Held{keyboard, keycode}) != held_.end();
+}
+
 std::uint64_t HeldKeys::flags(const X11KeyboardMap& map) const {
     std::uint64_t result = 0;
     for (const auto& key : held_)

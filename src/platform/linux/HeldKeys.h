@@ -22,6 +22,8 @@ public:
     /// Lets go all keys of a keyboard; true when there were any.
     bool dropKeyboard(std::uint16_t keyboard);
 
+    bool isHeld(std::uint16_t keyboard, xcb_keycode_t keycode) const;
+
     /// Bits of `platform::modifier`.
     std::uint64_t flags(const X11KeyboardMap& map) const;
 

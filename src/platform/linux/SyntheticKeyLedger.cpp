@@ -34,24 +34,27 @@ void SyntheticKeyLedger::write(const void* sender, std::uint16_t device,
         entries_[{device, sender}].push_back({stroke, now});
 }
 
-bool SyntheticKeyLedger::strikeOut(std::uint16_t device, KeyStroke stroke, double now) {
+bool SyntheticKeyLedger::strikeOut(std::uint16_t device, KeyStroke stroke, double now,
+                                   const std::function<bool(std::uint8_t keycode)>& isHeld) {
     const std::lock_guard lock(mutex_);
     return std::any_of(entries_.begin(), entries_.end(), [&](auto& entry) {
-        return entry.first.first == device && strikeOutOf(entry.second, stroke, now);
+        return entry.first.first == device && strikeOutOf(entry.second, stroke, now, isHeld);
     });
 }
 
-bool SyntheticKeyLedger::strikeOutOf(Expected& expected, KeyStroke stroke, double now) {
+bool SyntheticKeyLedger::strikeOutOf(Expected& expected, KeyStroke stroke, double now,
+                                     const std::function<bool(std::uint8_t keycode)>& isHeld) {
     while (!expected.empty() && now - expected.front().writtenAt > longestAnswer)
         expected.pop_front();
-    // The server leaves out the press of a modifier that this keyboard holds already. It leaves out nothing
-    // else, so only presses may be passed over, and none whose release would then be the next to come.
+    // The server leaves out the press of a modifier that this keyboard holds already, and nothing else. To
+    // pass over any other press would take the user's own release of a held modifier for the program's.
     for (std::size_t i = 0; i < expected.size(); ++i) {
         if (expected[i].stroke == stroke) {
             expected.erase(expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(i) + 1);
             return true;
         }
-        if (!expected[i].stroke.isPress || expected[i].stroke.keycode == stroke.keycode)
+        const auto& missing = expected[i].stroke;
+        if (!missing.isPress || missing.keycode == stroke.keycode || !isHeld(missing.keycode))
             break;
     }
     return false;

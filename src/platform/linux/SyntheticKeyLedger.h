@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <utility>
@@ -33,8 +34,10 @@ public:
     /// not go back.
     void write(const void* sender, std::uint16_t device, const std::vector<KeyStroke>& strokes, double now);
 
-    /// Whether a stroke that the server reports is the program's own; if so it is struck out.
-    bool strikeOut(std::uint16_t device, KeyStroke stroke, double now);
+    /// Whether a stroke that the server reports is the program's own; if so it is struck out. `isHeld` tells
+    /// which keys the user holds on that device: their presses are left out by the server.
+    bool strikeOut(std::uint16_t device, KeyStroke stroke, double now,
+                   const std::function<bool(std::uint8_t keycode)>& isHeld);
 
     /// The keyboard that the user typed on last, 0 when unknown.
     std::uint16_t userKeyboard() const;
@@ -47,7 +50,8 @@ private:
     };
     using Expected = std::deque<Entry>;
 
-    static bool strikeOutOf(Expected& expected, KeyStroke stroke, double now);
+    static bool strikeOutOf(Expected& expected, KeyStroke stroke, double now,
+                            const std::function<bool(std::uint8_t keycode)>& isHeld);
 
     mutable std::mutex mutex_;
     bool isListening_ = false;

@@ -130,9 +130,15 @@ void X11KeyListener::handleInput(const xcb_ge_generic_event_t& event) {
     }
 }
 
+bool X11KeyListener::isOwn(std::uint16_t keyboard, KeyStroke stroke) {
+    return ledger_.strikeOut(
+        keyboard, stroke, connection_->clock().now(),
+        [this, keyboard](xcb_keycode_t keycode) { return held_.isHeld(keyboard, keycode); });
+}
+
 void X11KeyListener::keyWentDown(std::uint16_t keyboard, xcb_keycode_t keycode) {
     downInServer_.set(keycode);
-    if (ledger_.strikeOut(keyboard, {keycode, true}, connection_->clock().now()))
+    if (isOwn(keyboard, {keycode, true}))
         return;
     ledger_.setUserKeyboard(keyboard);
     held_.press(keyboard, keycode);
@@ -148,7 +154,7 @@ void X11KeyListener::keyWentDown(std::uint16_t keyboard, xcb_keycode_t keycode) 
 
 void X11KeyListener::keyWentUp(std::uint16_t keyboard, xcb_keycode_t keycode) {
     downInServer_.reset(keycode);
-    if (ledger_.strikeOut(keyboard, {keycode, false}, connection_->clock().now()))
+    if (isOwn(keyboard, {keycode, false}))
         return;
     held_.release(keyboard, keycode, keyboards_);
     // What comes after a grab has ended cannot be kept from the application; it drops a release without a
@@ -180,7 +186,8 @@ void X11KeyListener::grabWasMet(xcb_keycode_t keycode) {
 }
 
 void X11KeyListener::keyboardsChanged() {
-    auto keyboards = receiveKeyboards(*connection_, requestKeyboards(*connection_), connection_->clock().now() + replySeconds);
+    auto keyboards = receiveKeyboards(*connection_, requestKeyboards(*connection_),
+                                      connection_->clock().now() + replySeconds);
     if (!keyboards)
         return;
     // An unplugged keyboard, or one that was switched off with its virtual terminal, reports no releases.
@@ -197,7 +204,8 @@ void X11KeyListener::keyboardsChanged() {
 }
 
 void X11KeyListener::mapChanged() {
-    auto map = X11KeyboardMap::receive(*connection_, X11KeyboardMap::request(*connection_), connection_->clock().now() + replySeconds);
+    auto map = X11KeyboardMap::receive(*connection_, X11KeyboardMap::request(*connection_),
+                                       connection_->clock().now() + replySeconds);
     if (map)
         map_ = std::move(*map);
     grabs_.setMap(map_);

@@ -62,6 +62,7 @@ private:
     void handleInput(const xcb_ge_generic_event_t& event);
     void keyWentDown(std::uint16_t keyboard, xcb_keycode_t keycode);
     void keyWentUp(std::uint16_t keyboard, xcb_keycode_t keycode);
+    bool isOwn(std::uint16_t keyboard, KeyStroke stroke);
     void grabWasMet(xcb_keycode_t keycode);
     void keyboardsChanged();
     void mapChanged();
