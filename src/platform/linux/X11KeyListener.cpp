@@ -180,7 +180,8 @@ void X11KeyListener::grabWasMet(xcb_keycode_t keycode) {
 }
 
 void X11KeyListener::keyboardsChanged() {
-    auto keyboards = receiveKeyboards(*connection_, requestKeyboards(*connection_), connection_->clock().now() + replySeconds);
+    auto keyboards = receiveKeyboards(*connection_, requestKeyboards(*connection_),
+                                      connection_->clock().now() + replySeconds);
     if (!keyboards)
         return;
     // An unplugged keyboard, or one that was switched off with its virtual terminal, reports no releases.
@@ -197,7 +198,8 @@ void X11KeyListener::keyboardsChanged() {
 }
 
 void X11KeyListener::mapChanged() {
-    auto map = X11KeyboardMap::receive(*connection_, X11KeyboardMap::request(*connection_), connection_->clock().now() + replySeconds);
+    auto map = X11KeyboardMap::receive(*connection_, X11KeyboardMap::request(*connection_),
+                                       connection_->clock().now() + replySeconds);
     if (map)
         map_ = std::move(*map);
     grabs_.setMap(map_);
