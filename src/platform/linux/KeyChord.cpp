@@ -18,7 +18,8 @@ xcb_keycode_t keycodeOf(const X11KeyboardMap& map, xcb_keysym_t keysym, xcb_keyc
 
 } // namespace
 
-std::vector<KeyStroke> strokesFor(const KeyChord& chord, const X11KeyboardMap& map, const std::bitset<256>& down) {
+std::vector<KeyStroke> strokesFor(const KeyChord& chord, const X11KeyboardMap& map,
+                                  const std::bitset<256>& down) {
     const auto position = map.find(chord.keysym);
     const xcb_keycode_t key = position ? position->keycode : chord.usualKeycode;
     std::uint64_t wanted = chord.modifiers;

@@ -105,7 +105,8 @@ unsigned int requestKeyboards(X11Connection& connection) {
     return xcb_input_xi_query_device(connection.raw(), XCB_INPUT_DEVICE_ALL).sequence;
 }
 
-std::optional<X11Keyboards> receiveKeyboards(X11Connection& connection, unsigned int request, double deadline) {
+std::optional<X11Keyboards> receiveKeyboards(X11Connection& connection, unsigned int request,
+                                             double deadline) {
     const auto reply = connection.replyTo<xcb_input_xi_query_device_reply_t>(request, deadline);
     if (!reply)
         return std::nullopt;

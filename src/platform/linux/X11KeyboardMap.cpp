@@ -45,8 +45,8 @@ bool isLock(xcb_keysym_t keysym) {
 
 X11KeyboardMap::Request X11KeyboardMap::request(X11Connection& connection) {
     constexpr std::uint16_t parts = XCB_XKB_MAP_PART_KEY_SYMS | XCB_XKB_MAP_PART_MODIFIER_MAP;
-    const auto map = xcb_xkb_get_map(connection.raw(), XCB_XKB_ID_USE_CORE_KBD, parts, 0, 0, 0, 0, 0, 0, 0, 0, 0,
-                                     0, 0, 0, 0, 0, 0, 0);
+    const auto map = xcb_xkb_get_map(connection.raw(), XCB_XKB_ID_USE_CORE_KBD, parts, 0, 0, 0, 0, 0, 0, 0, 0,
+                                     0, 0, 0, 0, 0, 0, 0, 0);
     const auto state = xcb_xkb_get_state(connection.raw(), XCB_XKB_ID_USE_CORE_KBD);
     return {map.sequence, state.sequence};
 }

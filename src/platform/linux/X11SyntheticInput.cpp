@@ -148,8 +148,8 @@ void X11SyntheticInput::press(const KeyChord& chord, const Situation& situation,
 }
 
 void X11SyntheticInput::rouseUserKeyboard(const Situation& situation) {
-    // The first event of another keyboard makes window managers grab their shortcuts anew. It had better be this
-    // one, now, than the user's next key: the listener then has time to win its own back.
+    // The first event of another keyboard makes window managers grab their shortcuts anew. It had better be
+    // this one, now, than the user's next key: the listener then has time to win its own back.
     const auto& keyboards = situation.keyboards;
     auto device = ledger_->userKeyboard();
     if (device == keyboards.xtest)
