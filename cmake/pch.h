@@ -1,5 +1,10 @@
 #pragma once
 
+#include <boost/asio/any_io_executor.hpp>
+#include <boost/asio/awaitable.hpp>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -18,9 +23,3 @@
 #include <utility>
 #include <variant>
 #include <vector>
-
-#include <boost/asio/any_io_executor.hpp>
-#include <boost/asio/awaitable.hpp>
-
-#include <fmt/format.h>
-#include <nlohmann/json.hpp>

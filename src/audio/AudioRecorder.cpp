@@ -23,6 +23,7 @@ void close(platform::AudioFileWriter& file) {
     } catch (const platform::AudioFileError&) {
         // A recording that lacks buffers is still worth transcribing, and one that cannot be read fails
         // there.
+        return;
     }
 }
 
@@ -104,7 +105,7 @@ void AudioRecorder::startRecording() {
     isRecording = true;
 
     // Never cancelled: it also stops a later recording that runs when its time comes.
-    runtime::spawn(main_, watchDuration(weak_from_this(), clock_));
+    runtime::spawn(main_, watchDuration(weak_from_this(), &clock_));
 }
 
 platform::AudioEngine::TapBlock AudioRecorder::makeTapBlock() {
@@ -258,6 +259,7 @@ void AudioRecorder::deleteRecording(const std::filesystem::path& url) {
     } catch (const std::exception&) {
         // Whatever the disk says, it must not come between the user and the text, or replace the reason of a
         // failed start; stray recordings are removed later.
+        return;
     }
 }
 
@@ -267,8 +269,8 @@ void AudioRecorder::wipeBuffers() {
         buffer->wipe();
 }
 
-runtime::Task<> AudioRecorder::watchDuration(std::weak_ptr<AudioRecorder> weakSelf, runtime::Clock& clock) {
-    if (co_await runtime::sleep(clock, maxRecordingDuration) == runtime::SleepOutcome::interrupted)
+runtime::Task<> AudioRecorder::watchDuration(std::weak_ptr<AudioRecorder> weakSelf, runtime::Clock* clock) {
+    if (co_await runtime::sleep(*clock, maxRecordingDuration) == runtime::SleepOutcome::interrupted)
         co_return;
     const auto self = weakSelf.lock();
     if (self && self->isRecording.get())

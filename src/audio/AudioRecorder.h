@@ -92,7 +92,7 @@ private:
                       const std::shared_ptr<platform::AudioFileWriter>& file);
     void deleteRecording(const std::filesystem::path& url);
     void wipeBuffers();
-    static runtime::Task<> watchDuration(std::weak_ptr<AudioRecorder> weakSelf, runtime::Clock& clock);
+    static runtime::Task<> watchDuration(std::weak_ptr<AudioRecorder> weakSelf, runtime::Clock* clock);
 
     runtime::Actor main_;
     runtime::Clock& clock_;

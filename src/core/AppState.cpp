@@ -215,7 +215,9 @@ runtime::Task<> AppState::insertLast(std::shared_ptr<AppState> self) {
 }
 
 void AppState::surfaceError(const std::string& message) {
-    errorMessage = message;
+    // Without a panel for the menu the log is where the user can find out.
+    if (errorMessage.set(message))
+        base::Logger("AppState").error("{}", message);
 }
 
 void AppState::surfaceTakenShortcut(platform::KeyCombination combination) {

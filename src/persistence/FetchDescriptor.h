@@ -21,7 +21,7 @@ enum class SortOrder { forward, reverse };
 template <class R>
 struct SortDescriptor {
     template <class M>
-    SortDescriptor(M R::* field, SortOrder sortOrder = SortOrder::forward)
+    SortDescriptor(M R::* field, SortOrder sortOrder)
         : column(columnName(field))
         , order(sortOrder)
         , isLess([field](const R& a, const R& b) { return a.*field < b.*field; }) {}

@@ -117,7 +117,8 @@ struct TaskCore::Impl {
     bool isRunning = false;
     bool hasEmitted = false;
 
-    /// A cancellation that comes between the queueing and the start is seen by both; operations hear of it once.
+    /// A cancellation that comes between the queueing and the start is seen by both; operations hear of it
+    /// once.
     void emitOnce() {
         if (isRunning && !std::exchange(hasEmitted, true))
             signal.emit(asio::cancellation_type::terminal);
@@ -136,9 +137,7 @@ void TaskCore::cancel() {
     if (isDone() || impl_->isCancelled.exchange(true))
         return;
     // The signal belongs to the task's executor; before the start, the start itself looks at the flag.
-    asio::dispatch(impl_->executor, [self = shared_from_this()] {
-        self->impl_->emitOnce();
-    });
+    asio::dispatch(impl_->executor, [self = shared_from_this()] { self->impl_->emitOnce(); });
 }
 
 bool TaskCore::isCancelled() const {

@@ -6,7 +6,6 @@
 
 namespace sonvale::transcription {
 
-
 runtime::Task<std::string> TranscriptionManager::transcribe(std::filesystem::path audioFileURL,
                                                             std::optional<std::string> language) {
     const auto preference = preferredEngine.get();

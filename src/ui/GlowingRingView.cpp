@@ -9,7 +9,7 @@ namespace sonvale::ui {
 
 namespace {
 
-constexpr int millisecondsPerFrame = 16;
+constexpr int millisecondsPerFrame = 20;
 constexpr QColor discColor(0x11, 0x13, 0x18);
 
 } // namespace

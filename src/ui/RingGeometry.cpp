@@ -1,5 +1,6 @@
 #include "ui/RingGeometry.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -73,6 +74,13 @@ RingPoint ringPoint(platform::RecordingState state, float audioLevel, double t, 
     const double angle = outline.spin + 2 * std::numbers::pi * point / ringPointCount;
     const double radius = outline.radius(angle);
     return {width / 2 + radius * std::cos(angle), width / 2 + radius * std::sin(angle)};
+}
+
+double ringHaloShare(double distance) {
+    constexpr double end = ringDesignWidth / 2;
+    constexpr double begin = 0.7 * end;
+    const double way = std::clamp((end - distance) / (end - begin), 0.0, 1.0);
+    return way * way * (3 - 2 * way);
 }
 
 } // namespace sonvale::ui

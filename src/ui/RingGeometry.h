@@ -74,4 +74,8 @@ RingOutline ringOutline(platform::RecordingState state, float audioLevel, double
 RingPoint ringPoint(platform::RecordingState state, float audioLevel, double t, double width, int layer,
                     int point);
 
+/// How much of the halo is left at a distance from the centre, in the design size: it ends softly before the
+/// window does, whose edge would otherwise show as a square.
+double ringHaloShare(double distance);
+
 } // namespace sonvale::ui

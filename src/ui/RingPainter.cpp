@@ -107,7 +107,14 @@ RingPainter::RingPainter(int size)
     , haloLight_(ringHalo, haloCell)
     , halo_(haloLight_.values.size())
     , crispLight_(ringCrisp, ringDesignWidth / size_)
-    , canvas_(crispLight_.values.size()) {}
+    , canvas_(crispLight_.values.size()) {
+    const double middle = (size_ - 1) / 2.0;
+    for (int y = 0; y < size_; ++y) {
+        for (int x = 0; x < size_; ++x)
+            haloShares_.push_back(
+                static_cast<float>(ringHaloShare(std::hypot(x - middle, y - middle) * crispLight_.cell)));
+    }
+}
 
 const QImage& RingPainter::paint(platform::RecordingState state, float audioLevel, double t) {
     for (int layer = 0; layer < ringLayerCount; ++layer) {
@@ -146,10 +153,11 @@ void RingPainter::spreadHalo() {
             const auto below = from + static_cast<std::size_t>(haloLight_.width);
             const auto to = static_cast<std::size_t>((y + crispLight_.margin) * crispLight_.width + x +
                                                      crispLight_.margin);
+            const float share = haloShares_[static_cast<std::size_t>(y * size_ + x)];
             const auto spread = [&, right = across, lower = down](const std::vector<float>& grid) {
                 const float above = grid[from] + (grid[from + 1] - grid[from]) * right;
                 const float under = grid[below] + (grid[below + 1] - grid[below]) * right;
-                return above + (under - above) * lower;
+                return (above + (under - above) * lower) * share;
             };
             canvas_.red[to] = spread(halo_.red);
             canvas_.green[to] = spread(halo_.green);

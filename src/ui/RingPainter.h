@@ -63,6 +63,7 @@ private:
     std::array<std::array<RingPoint, ringPointCount>, ringLayerCount> paths_;
     Light haloLight_;
     Canvas halo_;
+    std::vector<float> haloShares_; ///< for each pixel
     Light crispLight_;
     Canvas canvas_;
 };

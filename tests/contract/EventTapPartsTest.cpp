@@ -13,6 +13,9 @@ namespace sonvale::platform::linux {
 
 namespace {
 
+constexpr int paster = 0;
+constexpr int listener = 0;
+
 constexpr std::uint16_t xtest = 5;
 constexpr std::uint16_t laptop = 8;
 constexpr std::uint16_t external = 9;
@@ -36,7 +39,7 @@ X11Keyboards keyboards() {
 }
 
 /// The keys that matter here of an American keyboard; the second group is a layout with "v" elsewhere.
-X11KeyboardMap keyboardMap() {
+X11KeyboardMap keyboardMap(int group = 0) {
     std::array<X11KeyboardMap::Key, 256> keys{};
     keys[leftControl] = {1, 1, {XK_Control_L}, XCB_MOD_MASK_CONTROL};
     keys[leftShift] = {1, 1, {XK_Shift_L}, XCB_MOD_MASK_SHIFT};
@@ -48,7 +51,7 @@ X11KeyboardMap keyboardMap() {
     keys[letterV] = {2, 2, {XK_v, XK_V, XK_k, XK_K}, 0};
     keys[60] = {2, 2, {XK_period, XK_greater, XK_v, XK_V}, 0};
     keys[minusKey] = {1, 2, {XK_minus, XK_underscore}, 0};
-    return X11KeyboardMap(keys);
+    return X11KeyboardMap(keys, group);
 }
 
 constexpr KeyChord paste{XK_v, letterV, modifier::control, false};
@@ -57,7 +60,7 @@ std::vector<KeyStroke> strokesWith(const KeyChord& chord, std::vector<xcb_keycod
     std::bitset<256> down;
     for (const auto keycode : held)
         down.set(keycode);
-    return strokesFor(chord, keyboardMap(), group, down);
+    return strokesFor(chord, keyboardMap(group), down);
 }
 
 using Strokes = std::vector<KeyStroke>;
@@ -123,7 +126,8 @@ TEST(HeldKeys, ForgetsTheKeysOfAKeyboardThatIsGone) {
 TEST(SyntheticKeyLedger, StrikesOutItsOwnStrokesInOrderAndNothingElse) {
     SyntheticKeyLedger ledger;
     ledger.beginListening();
-    ledger.write(xtest, {{leftControl, true}, {letterV, true}, {letterV, false}, {leftControl, false}}, 0);
+    ledger.write(&paster, xtest,
+                 {{leftControl, true}, {letterV, true}, {letterV, false}, {leftControl, false}}, 0);
     EXPECT_FALSE(ledger.strikeOut(laptop, {leftControl, true}, 0)) << "another keyboard";
     EXPECT_FALSE(ledger.strikeOut(xtest, {letterV, false}, 0)) << "not its turn";
     EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, true}, 0));
@@ -134,10 +138,26 @@ TEST(SyntheticKeyLedger, StrikesOutItsOwnStrokesInOrderAndNothingElse) {
     EXPECT_FALSE(ledger.strikeOut(xtest, {letterV, true}, 0));
 }
 
+TEST(SyntheticKeyLedger, AllowsForTheServersMixingOfTwoSenders) {
+    SyntheticKeyLedger ledger;
+    ledger.beginListening();
+    ledger.write(&listener, xtest, {{8, true}, {8, false}}, 0);
+    ledger.write(&paster, xtest,
+                 {{leftControl, true}, {letterV, true}, {letterV, false}, {leftControl, false}}, 0);
+    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, true}, 0));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {8, true}, 0));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, true}, 0));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, false}, 0));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {8, false}, 0));
+    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, false}, 0));
+    EXPECT_FALSE(ledger.strikeOut(xtest, {leftControl, false}, 0));
+}
+
 TEST(SyntheticKeyLedger, PassesOverAPressThatTheServerLeavesOut) {
     SyntheticKeyLedger ledger;
     ledger.beginListening();
-    ledger.write(xtest, {{leftControl, true}, {letterV, true}, {letterV, false}, {leftControl, false}}, 0);
+    ledger.write(&paster, xtest,
+                 {{leftControl, true}, {letterV, true}, {letterV, false}, {leftControl, false}}, 0);
     EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, true}, 0));
     EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, false}, 0));
     EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, false}, 0));
@@ -145,13 +165,13 @@ TEST(SyntheticKeyLedger, PassesOverAPressThatTheServerLeavesOut) {
 
 TEST(SyntheticKeyLedger, ForgetsWhatIsNeverReported) {
     SyntheticKeyLedger ledger;
-    ledger.write(xtest, {{letterV, true}}, 0);
+    ledger.write(&paster, xtest, {{letterV, true}}, 0);
     ledger.beginListening();
     EXPECT_FALSE(ledger.strikeOut(xtest, {letterV, true}, 0)) << "nobody listened";
-    ledger.write(xtest, {{letterV, false}}, 0);
-    ledger.write(xtest, {{letterV, true}}, 10);
+    ledger.write(&paster, xtest, {{letterV, false}}, 0);
+    ledger.write(&paster, xtest, {{letterV, true}}, 10);
     EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, true}, 10));
-    ledger.write(xtest, {{letterV, true}}, 10);
+    ledger.write(&paster, xtest, {{letterV, true}}, 10);
     ledger.endListening();
     EXPECT_FALSE(ledger.strikeOut(xtest, {letterV, true}, 10));
 }

@@ -195,12 +195,12 @@ TEST(SyntheticInputX11, UndoesInTheLineOfAShellWithoutStoppingIt) {
     Writing writing(
         Program::xterm, WindowManager::openbox, {},
         "exec bash --norc --noprofile -c 'while IFS= read -e -r line; do echo \"$line\" > FILE; done'");
-    pauseMilliseconds(500);
+    pauseMilliseconds(1000);
     writing.hardware.type("a");
     writing.input.pressPaste();
-    pauseMilliseconds(500);
+    pauseMilliseconds(1000);
     writing.input.pressUndo();
-    pauseMilliseconds(300);
+    pauseMilliseconds(1000);
     writing.hardware.type("b\n");
     const auto line = [&] {
         std::string text;
@@ -218,7 +218,7 @@ TEST(SyntheticInputX11, FindsTheKeysInOtherLayouts) {
         ASSERT_EQ(run({"setxkbmap", "-display", writing.display.name(), "-layout", name, "-variant",
                        layout == "dvorak" ? "dvorak" : ""}),
                   0);
-        pauseMilliseconds(500);
+        pauseMilliseconds(1000);
         writing.input.pressPaste();
         pauseMilliseconds(300);
         writing.input.pressPaste();
@@ -250,11 +250,11 @@ TEST(SyntheticInputX11, ReturnsWhileTheServerDoesNotAnswer) {
     PrivateDisplay display;
     const runtime::SystemClock clock;
     X11SyntheticInput input(clock, std::make_shared<SyntheticKeyLedger>(), {}, display.name());
-    kill(display.serverPid(), SIGSTOP);
+    display.signalServer(SIGSTOP);
     const double before = monotonicSeconds();
     input.pressPaste();
     const double taken = monotonicSeconds() - before;
-    kill(display.serverPid(), SIGCONT);
+    display.signalServer(SIGCONT);
     EXPECT_GE(taken, 0.19);
     EXPECT_LT(taken, 0.7);
 }

@@ -60,6 +60,8 @@ ChildProcess::ChildProcess(Options options) {
     if (pid_ > 0)
         return;
 
+    // A group of its own, so that what it starts itself can be ended with it.
+    setpgid(0, 0);
     // A test that is killed must not leave servers behind.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent)
@@ -117,13 +119,17 @@ std::optional<int> ChildProcess::wait(double seconds) {
 }
 
 void ChildProcess::end() {
-    if (pid_ <= 0 || status_)
+    if (pid_ <= 0)
         return;
-    signal(SIGTERM);
-    if (!wait(2)) {
-        signal(SIGKILL);
-        wait(5);
+    if (!status_) {
+        signal(SIGTERM);
+        if (!wait(2)) {
+            signal(SIGKILL);
+            wait(5);
+        }
     }
+    kill(-pid_, SIGKILL);
+    pid_ = -1;
 }
 
 int run(std::vector<std::string> arguments, std::map<std::string, std::string> environment) {

@@ -154,6 +154,10 @@ Editor::Editor(Options options)
     // Else every saving adds a line to the text, which is then also what an undo takes away.
     std::filesystem::create_directories(directory_.path() + "/config/featherpad");
     std::ofstream(directory_.path() + "/config/featherpad/fp.conf") << "[text]\nappendEmptyLine=false\n";
+    // On a slow machine mousepad takes its own saving for another program's and asks what to do about it.
+    std::filesystem::create_directories(directory_.path() + "/config/glib-2.0/settings");
+    std::ofstream(directory_.path() + "/config/glib-2.0/settings/keyfile")
+        << "[org/xfce/mousepad/preferences/file]\nmonitor-changes=false\n";
     // Control-D hands `cat` the line as far as it is typed; on an empty line it ends it, and the next one
     // begins.
     const std::string command = options_.command.empty() ? "while :; do cat >> FILE; done" : options_.command;
@@ -166,7 +170,7 @@ Editor::Editor(Options options)
                          {"XDG_DATA_HOME", directory_.path() + "/data"},
                          {"XDG_CACHE_HOME", directory_.path() + "/cache"},
                          {"XDG_RUNTIME_DIR", directory_.path()},
-                         {"GSETTINGS_BACKEND", "memory"},
+                         {"GSETTINGS_BACKEND", "keyfile"},
                          {"NO_AT_BRIDGE", "1"},
                          {"GDK_BACKEND", "x11"},
                          {"QT_QPA_PLATFORM", "xcb"}};

@@ -11,24 +11,22 @@ namespace sonvale::tests {
 
 namespace {
 
-bool hasAnnouncedItself(Display* display)
-{
+bool hasAnnouncedItself(Display* display) {
     const Atom check = XInternAtom(display, "_NET_SUPPORTING_WM_CHECK", False);
     Atom type = None;
     int format = 0;
     unsigned long count = 0;
     unsigned long left = 0;
     unsigned char* data = nullptr;
-    XGetWindowProperty(display, DefaultRootWindow(display), check, 0, 1, False, XA_WINDOW, &type, &format, &count,
-                       &left, &data);
+    XGetWindowProperty(display, DefaultRootWindow(display), check, 0, 1, False, XA_WINDOW, &type, &format,
+                       &count, &left, &data);
     if (data)
         XFree(data);
     return count == 1;
 }
 
 /// Opens a window and looks whether it appears: openbox loses those that are opened while it starts.
-bool takesWindows(Display* display)
-{
+bool takesWindows(Display* display) {
     const Window window = XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 20, 20, 0, 0, 0);
     XMapWindow(display, window);
     XSync(display, False);
@@ -42,8 +40,7 @@ bool takesWindows(Display* display)
 }
 
 /// Whether a window manager that follows EWMH is at work.
-bool isManaged(const std::string& displayName)
-{
+bool isManaged(const std::string& displayName) {
     Display* display = XOpenDisplay(displayName.c_str());
     if (!display)
         return false;
@@ -68,7 +65,7 @@ std::string readDisplayNumber(int descriptor) {
 
 } // namespace
 
-PrivateDisplay::PrivateDisplay(WindowManager windowManager) {
+PrivateDisplay::PrivateDisplay(WindowManager windowManager, std::vector<std::string> serverArguments) {
     int ends[2] = {};
     if (pipe(ends) != 0)
         throw std::runtime_error("no pipe");
@@ -76,6 +73,7 @@ PrivateDisplay::PrivateDisplay(WindowManager windowManager) {
     // The server picks a free number itself and writes it to the descriptor.
     server.arguments = {"Xvfb",        "-displayfd", "9",   "-screen", "0",
                         "1280x800x24", "-nolisten",  "tcp", "-ac",     "-noreset"};
+    server.arguments.insert(server.arguments.end(), serverArguments.begin(), serverArguments.end());
     server.descriptors = {{ends[1], 9}};
     server.outputFile = directory_.path() + "/xvfb.log";
     server_ = std::make_unique<ChildProcess>(std::move(server));

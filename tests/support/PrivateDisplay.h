@@ -12,13 +12,15 @@ enum class WindowManager { none, openbox, xfwm4 };
 /// An X server of a test's own (Xvfb), with a window manager when asked for.
 class PrivateDisplay {
 public:
-    explicit PrivateDisplay(WindowManager windowManager = WindowManager::none);
+    /// `serverArguments` are added to the server's own.
+    explicit PrivateDisplay(WindowManager windowManager = WindowManager::none,
+                            std::vector<std::string> serverArguments = {});
 
     /// ":7", for DISPLAY.
     const std::string& name() const { return name_; }
 
-    /// Of the X server, for tests that stop or end it.
-    pid_t serverPid() const { return server_->pid(); }
+    /// To stop or end the server, or to let it go on.
+    void signalServer(int number) const { server_->signal(number); }
 
 private:
     TemporaryDirectory directory_;

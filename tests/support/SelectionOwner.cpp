@@ -86,6 +86,8 @@ void SelectionOwner::run() {
         if (form == forms_.end())
             return {true, XCB_ATOM_NONE};
         pauseMilliseconds(form->delayMilliseconds);
+        if (form->onRequest)
+            form->onRequest();
         if (form->isNeverAnswered)
             return {false, 0};
         if (!form->isIncremental) {

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -16,14 +18,15 @@ class XcbSession;
 class SelectionOwner {
 public:
     struct Form {
-        std::string target;
-        std::vector<std::byte> data;
-        std::string type; ///< empty: that of the target
-        int format = 8;   ///< 8, 16 or 32
+        std::string target = {};
+        std::vector<std::byte> data = {};
+        std::string type = {}; ///< empty: that of the target
+        int format = 8;        ///< 8, 16 or 32
         bool isIncremental = false;
         int delayMilliseconds = 0;    ///< the whole program stands still meanwhile
         bool isNeverFinished = false; ///< of an incremental one, the last piece does not come
         bool isNeverAnswered = false;
+        std::function<void()> onRequest = {}; ///< called before it is answered, on the owner's thread
     };
     struct Options {
         std::string selection = "CLIPBOARD";

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <functional>
 #include <mutex>
+#include <string>
 #include <vector>
 
 namespace sonvale::tests {
@@ -63,6 +64,17 @@ public:
             return event.type == wanted.type && event.keyCode == wanted.keyCode &&
                    event.flags == wanted.flags;
         }));
+    }
+
+    /// All events so far, for the message of a failed test.
+    std::string text() const {
+        std::string result;
+        for (const auto& event : events()) {
+            const char* kinds[] = {"down", "up", "flags", "disabled"};
+            result += std::string(kinds[static_cast<int>(event.type)]) + " " + std::to_string(event.keyCode) +
+                      " " + std::to_string(event.flags >> 17) + "; ";
+        }
+        return result;
     }
 
     void clear() {

@@ -52,6 +52,8 @@ TestKeyboard::TestKeyboard(const std::string& displayName, Source source)
 }
 
 TestKeyboard::~TestKeyboard() {
+    if (impl_->device)
+        XCloseDevice(impl_->display, impl_->device);
     XCloseDisplay(impl_->display);
 }
 

@@ -105,4 +105,12 @@ TEST(RingGeometry, IsBlueWhileItListensAndGreenWhileItWorks) {
     EXPECT_EQ(ringColor(RecordingState::recording, 1), ringColor(RecordingState::processing, 1));
 }
 
+TEST(RingGeometry, EndsItsHaloBeforeTheWindow) {
+    EXPECT_EQ(ringHaloShare(0), 1);
+    EXPECT_EQ(ringHaloShare(16), 1);
+    EXPECT_GT(ringHaloShare(19), ringHaloShare(22));
+    EXPECT_EQ(ringHaloShare(24), 0);
+    EXPECT_EQ(ringHaloShare(34), 0);
+}
+
 } // namespace sonvale::ui

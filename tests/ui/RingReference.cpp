@@ -75,7 +75,8 @@ QImage ringByBlurredStrokes(platform::RecordingState state, float audioLevel, do
     };
     std::vector<Pixel> pixels(static_cast<std::size_t>(size * size));
 
-    for (const auto& stroke : {ui::ringHalo, ui::ringCrisp}) {
+    for (const bool isHalo : {true, false}) {
+        const ui::RingStroke stroke = isHalo ? ui::ringHalo : ui::ringCrisp;
         for (int layer = 0; layer < ui::ringLayerCount; ++layer) {
             const auto color = ui::ringColor(state, layer);
             const auto plane =
@@ -91,6 +92,14 @@ QImage ringByBlurredStrokes(platform::RecordingState state, float audioLevel, do
                     blue = color.blue * alpha + blue * (1 - alpha);
                     opacity = alpha + opacity * (1 - alpha);
                 }
+            }
+        }
+        for (int y = 0; isHalo && y < size; ++y) {
+            for (int x = 0; x < size; ++x) {
+                const double distance = std::hypot(x - (size - 1) / 2.0, y - (size - 1) / 2.0) / scale;
+                auto& pixel = pixels[static_cast<std::size_t>(y * size + x)];
+                for (double* component : {&pixel.red, &pixel.green, &pixel.blue, &pixel.alpha})
+                    *component *= ui::ringHaloShare(distance);
             }
         }
     }

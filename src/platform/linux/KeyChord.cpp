@@ -12,15 +12,14 @@ constexpr xcb_keycode_t usualControl = 37;
 constexpr xcb_keycode_t usualShift = 50;
 
 xcb_keycode_t keycodeOf(const X11KeyboardMap& map, xcb_keysym_t keysym, xcb_keycode_t usual) {
-    const auto position = map.find(keysym, 0);
+    const auto position = map.find(keysym);
     return position ? position->keycode : usual;
 }
 
 } // namespace
 
-std::vector<KeyStroke> strokesFor(const KeyChord& chord, const X11KeyboardMap& map, int group,
-                                  const std::bitset<256>& down) {
-    const auto position = map.find(chord.keysym, group);
+std::vector<KeyStroke> strokesFor(const KeyChord& chord, const X11KeyboardMap& map, const std::bitset<256>& down) {
+    const auto position = map.find(chord.keysym);
     const xcb_keycode_t key = position ? position->keycode : chord.usualKeycode;
     std::uint64_t wanted = chord.modifiers;
     if (chord.takesShiftFromMap && (!position || position->isShifted))

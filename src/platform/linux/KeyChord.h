@@ -24,7 +24,6 @@ struct KeyChord {
 /// Modifiers that do not belong to the chord are let go and not pressed again: one that is pressed by a
 /// program sticks when the user lets his own go. The chord's own come first, because a bare Alt that goes up
 /// opens the menu bar of Qt.
-std::vector<KeyStroke> strokesFor(const KeyChord& chord, const X11KeyboardMap& map, int group,
-                                  const std::bitset<256>& down);
+std::vector<KeyStroke> strokesFor(const KeyChord& chord, const X11KeyboardMap& map, const std::bitset<256>& down);
 
 } // namespace sonvale::platform::linux

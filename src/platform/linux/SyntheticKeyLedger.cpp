@@ -1,5 +1,7 @@
 #include "platform/linux/SyntheticKeyLedger.h"
 
+#include <algorithm>
+
 namespace sonvale::platform::linux {
 
 namespace {
@@ -23,23 +25,25 @@ void SyntheticKeyLedger::endListening() {
     isListening_ = false;
 }
 
-void SyntheticKeyLedger::write(std::uint16_t device, const std::vector<KeyStroke>& strokes, double now) {
+void SyntheticKeyLedger::write(const void* sender, std::uint16_t device,
+                               const std::vector<KeyStroke>& strokes, double now) {
     const std::lock_guard lock(mutex_);
     if (!isListening_)
         return;
     for (const auto& stroke : strokes)
-        entries_[device].push_back({stroke, now});
+        entries_[{device, sender}].push_back({stroke, now});
 }
 
 bool SyntheticKeyLedger::strikeOut(std::uint16_t device, KeyStroke stroke, double now) {
     const std::lock_guard lock(mutex_);
-    const auto found = entries_.find(device);
-    if (found == entries_.end())
-        return false;
-    auto& expected = found->second;
+    return std::any_of(entries_.begin(), entries_.end(), [&](auto& entry) {
+        return entry.first.first == device && strikeOutOf(entry.second, stroke, now);
+    });
+}
+
+bool SyntheticKeyLedger::strikeOutOf(Expected& expected, KeyStroke stroke, double now) {
     while (!expected.empty() && now - expected.front().writtenAt > longestAnswer)
         expected.pop_front();
-
     // The server leaves out the press of a modifier that this keyboard holds already. It leaves out nothing
     // else, so only presses may be passed over, and none whose release would then be the next to come.
     for (std::size_t i = 0; i < expected.size(); ++i) {

@@ -4,6 +4,7 @@
 #include <deque>
 #include <map>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 namespace sonvale::platform::linux {
@@ -27,9 +28,10 @@ public:
     void beginListening();
     void endListening();
 
-    /// To be called before the strokes are sent to `device`. `now` in seconds of one clock that does not go
-    /// back.
-    void write(std::uint16_t device, const std::vector<KeyStroke>& strokes, double now);
+    /// To be called before the strokes are sent to `device`. The server keeps the order of each sender's
+    /// strokes, and mixes those of two; `sender` tells them apart. `now` in seconds of one clock that does
+    /// not go back.
+    void write(const void* sender, std::uint16_t device, const std::vector<KeyStroke>& strokes, double now);
 
     /// Whether a stroke that the server reports is the program's own; if so it is struck out.
     bool strikeOut(std::uint16_t device, KeyStroke stroke, double now);
@@ -43,10 +45,13 @@ private:
         KeyStroke stroke;
         double writtenAt;
     };
+    using Expected = std::deque<Entry>;
+
+    static bool strikeOutOf(Expected& expected, KeyStroke stroke, double now);
 
     mutable std::mutex mutex_;
     bool isListening_ = false;
-    std::map<std::uint16_t, std::deque<Entry>> entries_;
+    std::map<std::pair<std::uint16_t, const void*>, Expected> entries_; ///< by device and sender
     std::uint16_t userKeyboard_ = 0;
 };
 

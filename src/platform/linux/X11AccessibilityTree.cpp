@@ -37,12 +37,19 @@ X11AccessibilityTree::X11AccessibilityTree(const runtime::Clock& clock, std::str
     : clock_(clock)
     , displayName_(std::move(displayName)) {}
 
+X11AccessibilityTree::~X11AccessibilityTree() = default;
+
 bool X11AccessibilityTree::isTrusted() {
     const BrokenPipeGuard guard;
-    // A connection for each question, because a server that was restarted is another one.
-    X11Client client(displayName_, clock_);
+    if (!client_ || !client_->isAlive())
+        client_ = std::make_unique<X11Client>(displayName_, clock_);
     const double deadline = clock_.now() + answerSeconds;
-    return client.isAlive() && hasXTest(client, deadline) && canOwnSelections(client, deadline);
+    const bool isTrusted =
+        client_->isAlive() && hasXTest(*client_, deadline) && canOwnSelections(*client_, deadline);
+    // What the questions left behind says nothing more.
+    while (client_->takeEvent()) {
+    }
+    return isTrusted;
 }
 
 } // namespace sonvale::platform::linux

@@ -73,21 +73,23 @@ std::int64_t X11Clipboard::changeCount() {
     return changeCount_;
 }
 
-std::optional<std::vector<PasteboardItem>> X11Clipboard::items() {
+X11SelectionServer::ContentsPointer X11Clipboard::ownContents() {
+    dispatchArrived();
+    return client_.isAlive() ? server_.contents(clipboard_) : nullptr;
+}
+
+std::optional<std::vector<PasteboardItem>> X11Clipboard::readItems() {
     const double start = clock_.now();
     for (int attempt = 1;; ++attempt) {
-        dispatchArrived();
-        if (server_.owns(clipboard_))
-            return server_.contents(clipboard_)->copy();
         const auto time = client_.timestamp(start + serverSeconds);
         if (!time)
             return std::nullopt;
         if (!hasOwner(clipboard_))
-            return client_.isAlive() ? std::optional(std::vector<PasteboardItem>()) : std::nullopt;
+            return std::vector<PasteboardItem>();
 
         dispatchArrived();
         const auto count = changeCount_;
-        auto item = readItem(*time, start);
+        auto item = fetchItem(*time, start);
         // Half of one owner's contents and half of another's are nobody's.
         const bool isTorn = changeCount_ != count;
         if (isTorn && attempt < mostAttempts && clock_.now() < start + snapshotSeconds / 2)
@@ -99,19 +101,16 @@ std::optional<std::vector<PasteboardItem>> X11Clipboard::items() {
     }
 }
 
-std::optional<std::string> X11Clipboard::string() {
+std::optional<std::string> X11Clipboard::readText() {
     const double start = clock_.now();
     for (int attempt = 1;; ++attempt) {
-        dispatchArrived();
-        if (server_.owns(clipboard_))
-            return server_.contents(clipboard_)->text();
         const auto time = client_.timestamp(start + serverSeconds);
         if (!time || !hasOwner(clipboard_))
             return std::nullopt;
 
         dispatchArrived();
         const auto count = changeCount_;
-        auto text = readText(*time, start + ownerSeconds);
+        auto text = fetchText(*time, start + ownerSeconds);
         if (changeCount_ == count || attempt == mostAttempts)
             return text;
     }
@@ -123,36 +122,29 @@ void X11Clipboard::clearContents() {
     server_.claimUnfilled(clipboard_, soon());
 }
 
-void X11Clipboard::setString(const std::string& text) {
+void X11Clipboard::write(X11SelectionContents contents) {
     dispatchArrived();
     server_.release(XCB_ATOM_PRIMARY);
-    auto contents = X11SelectionContents::fromText(client_, text, soon());
-    server_.fill(clipboard_, std::make_shared<const X11SelectionContents>(std::move(contents)), soon());
-}
-
-void X11Clipboard::writeItems(std::vector<PasteboardItem> items) {
-    dispatchArrived();
-    server_.release(XCB_ATOM_PRIMARY);
-    auto contents = X11SelectionContents::fromItems(client_, std::move(items), soon());
-    if (contents.items.empty())
-        return;
-    server_.fill(clipboard_, std::make_shared<const X11SelectionContents>(std::move(contents)), soon());
+    contents.resolve(client_, soon());
+    if (!contents.items.empty())
+        server_.fill(clipboard_, std::make_shared<const X11SelectionContents>(std::move(contents)), soon());
 }
 
 void X11Clipboard::offerPrimary() {
-    dispatchArrived();
     X11SelectionContents texts;
-    if (server_.owns(clipboard_))
-        texts = server_.contents(clipboard_)->textOnly();
-    else if (const auto text = string())
-        texts = X11SelectionContents::fromText(client_, *text, soon());
+    if (const auto own = ownContents())
+        texts = own->textOnly();
+    else if (const auto text = readText())
+        texts = X11SelectionContents::fromText(*text);
+    texts.resolve(client_, soon());
     if (!texts.targets().empty())
         server_.claim(XCB_ATOM_PRIMARY, std::make_shared<const X11SelectionContents>(std::move(texts)),
                       soon());
 }
 
 void X11Clipboard::handOver() {
-    const auto contents = server_.contents(clipboard_);
+    client_.sync(soon());
+    const auto contents = ownContents();
     if (!contents || contents->items.empty() || !hasOwner(clipboardManager_))
         return;
     const auto time = client_.timestamp(soon());
@@ -185,9 +177,8 @@ void X11Clipboard::dispatch(const xcb_generic_event_t& event) {
     if (type == selectionEvent_) {
         const auto& change = reinterpret_cast<const xcb_xfixes_selection_notify_event_t&>(event);
         // Letting go of what `clearContents` took is the second half of one change.
-        const bool isOwnRelease = change.subtype == XCB_XFIXES_SELECTION_EVENT_SET_SELECTION_OWNER &&
-                                  change.owner == XCB_WINDOW_NONE &&
-                                  change.selection_timestamp == server_.claimTime(clipboard_);
+        const bool isOwnRelease = change.owner == XCB_WINDOW_NONE && change.selection == clipboard_ &&
+                                  server_.tellsOfRelease(clipboard_, event.full_sequence);
         if (change.selection == clipboard_ && !isOwnRelease) {
             ++changeCount_;
             reader_.abandon();
@@ -238,7 +229,7 @@ std::vector<X11Clipboard::Wanted> X11Clipboard::offeredTargets(xcb_timestamp_t t
     return wanted;
 }
 
-PasteboardItem X11Clipboard::readItem(xcb_timestamp_t time, double start) {
+PasteboardItem X11Clipboard::fetchItem(xcb_timestamp_t time, double start) {
     const auto count = changeCount_;
     auto wanted = offeredTargets(time, start + ownerSeconds);
 
@@ -269,7 +260,7 @@ PasteboardItem X11Clipboard::readItem(xcb_timestamp_t time, double start) {
     return item;
 }
 
-std::optional<std::string> X11Clipboard::readText(xcb_timestamp_t time, double deadline) {
+std::optional<std::string> X11Clipboard::fetchText(xcb_timestamp_t time, double deadline) {
     const auto count = changeCount_;
     for (const std::string name : target::plainText) {
         const auto data = reader_.fetch(clipboard_, client_.atom(name, soon()), time, deadline);

@@ -14,11 +14,15 @@ public:
     X11Clipboard(const runtime::Clock& clock, const std::string& displayName);
 
     std::int64_t changeCount();
-    std::optional<std::vector<PasteboardItem>> items();
-    std::optional<std::string> string();
+    /// What this program holds itself; absent when that is nothing, or there is no server. It asks nobody,
+    /// and may be read on any thread.
+    X11SelectionServer::ContentsPointer ownContents();
+    /// What another program holds.
+    std::optional<std::vector<PasteboardItem>> readItems();
+    std::optional<std::string> readText();
     void clearContents();
-    void setString(const std::string& text);
-    void writeItems(std::vector<PasteboardItem> items);
+    /// Of `setString` and `writeItems`; the atoms are filled in here.
+    void write(X11SelectionContents contents);
     void offerPrimary();
 
     /// Asks the clipboard manager to take over what is held, and serves it until it has (freedesktop's
@@ -43,8 +47,8 @@ private:
     void watchChanges();
     bool hasOwner(xcb_atom_t selection);
     std::vector<Wanted> offeredTargets(xcb_timestamp_t time, double deadline);
-    PasteboardItem readItem(xcb_timestamp_t time, double start);
-    std::optional<std::string> readText(xcb_timestamp_t time, double deadline);
+    PasteboardItem fetchItem(xcb_timestamp_t time, double start);
+    std::optional<std::string> fetchText(xcb_timestamp_t time, double deadline);
     double soon() const;
 
     const runtime::Clock& clock_;

@@ -101,9 +101,12 @@ bool X11Keyboards::isHardware(std::uint16_t device) const {
     return std::find(hardware.begin(), hardware.end(), device) != hardware.end();
 }
 
-std::optional<X11Keyboards> queryKeyboards(X11Connection& connection, double deadline) {
-    const auto reply = connection.reply<xcb_input_xi_query_device_reply_t>(
-        xcb_input_xi_query_device(connection.raw(), XCB_INPUT_DEVICE_ALL), deadline);
+unsigned int requestKeyboards(X11Connection& connection) {
+    return xcb_input_xi_query_device(connection.raw(), XCB_INPUT_DEVICE_ALL).sequence;
+}
+
+std::optional<X11Keyboards> receiveKeyboards(X11Connection& connection, unsigned int request, double deadline) {
+    const auto reply = connection.replyTo<xcb_input_xi_query_device_reply_t>(request, deadline);
     if (!reply)
         return std::nullopt;
     X11Keyboards keyboards;

@@ -45,7 +45,11 @@ public:
     /// First event number of XKB.
     std::uint8_t xkbFirstEvent() const { return xkbFirstEvent_; }
 
-    /// Waits for the reply to a request; null on an error, and when `deadline` has passed.
+    /// Waits for the reply to a request, by its sequence number; null on an error, and when `deadline` has passed.
+    template <class Reply>
+    Owned<Reply> replyTo(unsigned int request, double deadline) {
+        return Owned<Reply>(static_cast<Reply*>(waitForReply(request, deadline)));
+    }
     template <class Reply, class Cookie>
     Owned<Reply> reply(Cookie cookie, double deadline) {
         return Owned<Reply>(static_cast<Reply*>(waitForReply(cookie.sequence, deadline)));
@@ -79,7 +83,9 @@ struct X11Keyboards {
     bool isHardware(std::uint16_t device) const;
 };
 
+/// Asks for the keyboards. What is asked together is answered together.
+unsigned int requestKeyboards(X11Connection& connection);
 /// Absent when the server does not tell in time or has no master keyboard.
-std::optional<X11Keyboards> queryKeyboards(X11Connection& connection, double deadline);
+std::optional<X11Keyboards> receiveKeyboards(X11Connection& connection, unsigned int request, double deadline);
 
 } // namespace sonvale::platform::linux

@@ -20,8 +20,10 @@ class X11KeyListener;
 ///
 /// Limits of X11: the release of a swallowed key still reaches the application, without its press, which
 /// programs drop. A key whose modifier the program itself has let go for a paste is passed, because the
-/// server no longer sees the combination. When the display goes away the callback gets `tapDisabled` once and
-/// the thread ends; `enable()` cannot bring it back.
+/// server no longer sees the combination. A swallowable combination that the callback passes goes to the
+/// focused application, past other programs' own bindings of it. From its press until the callback has spoken
+/// the keyboard stands still for everybody. When the display goes away the callback gets `tapDisabled` once
+/// and the thread ends; `enable()` cannot bring it back.
 class X11EventTap final : public EventTap {
 public:
     /// An empty name means the display of the environment. `ledger` is shared with the program's

@@ -22,8 +22,8 @@ std::unique_ptr<X11KeyListener> X11KeyListener::open(const std::string& displayN
     if (!connection)
         return nullptr;
     const double deadline = clock.now() + replySeconds;
-    auto keyboards = queryKeyboards(*connection, deadline);
-    auto map = X11KeyboardMap::fetch(*connection, deadline);
+    auto keyboards = receiveKeyboards(*connection, requestKeyboards(*connection), deadline);
+    auto map = X11KeyboardMap::receive(*connection, X11KeyboardMap::request(*connection), deadline);
     if (!keyboards || !map)
         return nullptr;
     std::unique_ptr<X11KeyListener> listener(new X11KeyListener(std::move(connection), std::move(*keyboards),
@@ -180,7 +180,7 @@ void X11KeyListener::grabWasMet(xcb_keycode_t keycode) {
 }
 
 void X11KeyListener::keyboardsChanged() {
-    auto keyboards = queryKeyboards(*connection_, connection_->clock().now() + replySeconds);
+    auto keyboards = receiveKeyboards(*connection_, requestKeyboards(*connection_), connection_->clock().now() + replySeconds);
     if (!keyboards)
         return;
     // An unplugged keyboard, or one that was switched off with its virtual terminal, reports no releases.
@@ -197,7 +197,7 @@ void X11KeyListener::keyboardsChanged() {
 }
 
 void X11KeyListener::mapChanged() {
-    auto map = X11KeyboardMap::fetch(*connection_, connection_->clock().now() + replySeconds);
+    auto map = X11KeyboardMap::receive(*connection_, X11KeyboardMap::request(*connection_), connection_->clock().now() + replySeconds);
     if (map)
         map_ = std::move(*map);
     grabs_.setMap(map_);

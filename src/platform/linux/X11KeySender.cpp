@@ -11,7 +11,7 @@ void X11KeySender::send(const X11Keyboards& keyboards, std::uint16_t device,
     // XTEST knows devices by seven bits.
     if (device == 0 || (!isXtest && device > 127))
         return;
-    ledger_.write(device, strokes, connection_.clock().now());
+    ledger_.write(&connection_, device, strokes, connection_.clock().now());
     for (const auto& stroke : strokes) {
         std::uint8_t type = stroke.isPress ? XCB_KEY_PRESS : XCB_KEY_RELEASE;
         if (!isXtest)

@@ -43,13 +43,19 @@ bool isLock(xcb_keysym_t keysym) {
 
 } // namespace
 
-std::optional<X11KeyboardMap> X11KeyboardMap::fetch(X11Connection& connection, double deadline) {
+X11KeyboardMap::Request X11KeyboardMap::request(X11Connection& connection) {
     constexpr std::uint16_t parts = XCB_XKB_MAP_PART_KEY_SYMS | XCB_XKB_MAP_PART_MODIFIER_MAP;
-    const auto reply = connection.reply<xcb_xkb_get_map_reply_t>(
-        xcb_xkb_get_map(connection.raw(), XCB_XKB_ID_USE_CORE_KBD, parts, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
-                        0, 0, 0, 0),
-        deadline);
-    if (!reply)
+    const auto map = xcb_xkb_get_map(connection.raw(), XCB_XKB_ID_USE_CORE_KBD, parts, 0, 0, 0, 0, 0, 0, 0, 0, 0,
+                                     0, 0, 0, 0, 0, 0, 0);
+    const auto state = xcb_xkb_get_state(connection.raw(), XCB_XKB_ID_USE_CORE_KBD);
+    return {map.sequence, state.sequence};
+}
+
+std::optional<X11KeyboardMap> X11KeyboardMap::receive(X11Connection& connection, Request request,
+                                                      double deadline) {
+    const auto reply = connection.replyTo<xcb_xkb_get_map_reply_t>(request.map, deadline);
+    const auto state = connection.replyTo<xcb_xkb_get_state_reply_t>(request.state, deadline);
+    if (!reply || !state)
         return std::nullopt;
     xcb_xkb_get_map_map_t map{};
     xcb_xkb_get_map_map_unpack(xcb_xkb_get_map_map(reply.get()), reply->nTypes, reply->nKeySyms,
@@ -71,7 +77,7 @@ std::optional<X11KeyboardMap> X11KeyboardMap::fetch(X11Connection& connection, d
     auto bits = xcb_xkb_get_map_map_modmap_rtrn_iterator(reply.get(), &map);
     for (; bits.rem; xcb_xkb_key_mod_map_next(&bits))
         keys[bits.data->keycode].modifierBits = bits.data->mods;
-    return X11KeyboardMap(std::move(keys));
+    return X11KeyboardMap(std::move(keys), state->group);
 }
 
 xcb_keysym_t X11KeyboardMap::keysymAt(const Key& key, int group, int level) const {
@@ -137,8 +143,8 @@ std::optional<X11KeyboardMap::Position> X11KeyboardMap::findIn(xcb_keysym_t keys
     return std::nullopt;
 }
 
-std::optional<X11KeyboardMap::Position> X11KeyboardMap::find(xcb_keysym_t keysym, int group) const {
-    if (const auto position = findIn(keysym, group))
+std::optional<X11KeyboardMap::Position> X11KeyboardMap::find(xcb_keysym_t keysym) const {
+    if (const auto position = findIn(keysym, group_))
         return position;
     // With a Cyrillic or Greek layout in use, programs look the shortcut's Latin letter up in the others.
     for (int other = 0; other < 4; ++other) {
@@ -157,12 +163,6 @@ std::optional<xcb_keycode_t> X11KeyboardMap::unusedKeycode() const {
             return static_cast<xcb_keycode_t>(keycode);
     }
     return std::nullopt;
-}
-
-int currentGroup(X11Connection& connection, double deadline) {
-    const auto reply = connection.reply<xcb_xkb_get_state_reply_t>(
-        xcb_xkb_get_state(connection.raw(), XCB_XKB_ID_USE_CORE_KBD), deadline);
-    return reply ? reply->group : 0;
 }
 
 void selectKeyboardChanges(X11Connection& connection) {

@@ -27,11 +27,19 @@ public:
     };
 
     X11KeyboardMap() = default;
-    explicit X11KeyboardMap(std::array<Key, 256> keys)
-        : keys_(std::move(keys)) {}
+    /// `group` is the layout in use.
+    X11KeyboardMap(std::array<Key, 256> keys, int group)
+        : keys_(std::move(keys))
+        , group_(group) {}
 
+    /// Sequence numbers of two requests on their way.
+    struct Request {
+        unsigned int map = 0;
+        unsigned int state = 0;
+    };
+    static Request request(X11Connection& connection);
     /// Absent when the server does not tell in time.
-    static std::optional<X11KeyboardMap> fetch(X11Connection& connection, double deadline);
+    static std::optional<X11KeyboardMap> receive(X11Connection& connection, Request request, double deadline);
 
     /// The bit of `platform::modifier` that the key holds, by what it means now; 0 for all others. AltGr is
     /// none: it types signs.
@@ -49,8 +57,8 @@ public:
     /// The server's modifier bits of every combination of Caps Lock and Num Lock; the first is 0.
     std::vector<std::uint8_t> lockCombinations() const;
 
-    /// The key that types a sign, first in `group`, then in the others, unshifted before shifted.
-    std::optional<Position> find(xcb_keysym_t keysym, int group) const;
+    /// The key that types a sign, first in the layout (group) in use, then in the others, unshifted before shifted.
+    std::optional<Position> find(xcb_keysym_t keysym) const;
 
     /// A key code that means nothing to anybody.
     std::optional<xcb_keycode_t> unusedKeycode() const;
@@ -61,10 +69,8 @@ private:
     std::optional<Position> findIn(xcb_keysym_t keysym, int group) const;
 
     std::array<Key, 256> keys_{};
+    int group_ = 0;
 };
-
-/// The keyboard group (layout) that is in use.
-int currentGroup(X11Connection& connection, double deadline);
 
 /// Asks for `isKeyboardChange` events.
 void selectKeyboardChanges(X11Connection& connection);

@@ -10,11 +10,24 @@
 #include <condition_variable>
 #include <deque>
 #include <functional>
+#include <future>
 #include <mutex>
 #include <system_error>
 #include <thread>
 
 namespace sonvale::platform::linux {
+
+namespace {
+
+/// An answer to a question about the contents. Own ones are copied on the asker's thread: of much data that
+/// would hold up the one that serves.
+template <class T>
+struct Reading {
+    X11SelectionServer::ContentsPointer own;
+    std::optional<T> other;
+};
+
+} // namespace
 
 /// The thread, and the orders that it carries out in between serving others.
 class X11Pasteboard::Worker {
@@ -31,18 +44,18 @@ public:
     }
 
     ~Worker() {
-        const auto isDone = perform([](X11Clipboard& clipboard) {
+        perform([](X11Clipboard& clipboard) {
             clipboard.handOver();
             return true;
         });
-        // Without an answer the thread hangs in a server that has stopped reading.
-        if (!isDone)
-            clipboard_->disconnect();
         {
             const std::lock_guard lock(mutex_);
             isEnding_ = true;
         }
         wake();
+        // Otherwise the thread hangs in sending to a server that has stopped reading.
+        if (ended_.get_future().wait_for(longestEnd) == std::future_status::timeout)
+            clipboard_->disconnect();
         thread_.join();
         close(wakeDescriptor_);
     }
@@ -81,19 +94,21 @@ public:
 
 private:
     static constexpr std::chrono::milliseconds longestOrder{2500};
+    static constexpr std::chrono::milliseconds longestEnd{500};
 
     void run() {
         pthread_setname_np(pthread_self(), "clipboard");
         const BrokenPipeGuard guard;
         while (carryOutOrders())
             clipboard_->serveAndWait(wakeDescriptor_);
+        ended_.set_value();
     }
 
     /// False once the thread is to end.
     bool carryOutOrders() {
         std::uint64_t count = 0;
         // Fails when nobody woke it, which is all the same.
-        [[maybe_unused]] const auto size = read(wakeDescriptor_, &count, sizeof count);
+        [[maybe_unused]] const auto size = ::read(wakeDescriptor_, &count, sizeof count);
         std::unique_lock lock(mutex_);
         while (!orders_.empty()) {
             const auto order = std::move(orders_.front());
@@ -108,7 +123,7 @@ private:
     void wake() const {
         const std::uint64_t one = 1;
         // Fails only when the count is full, and then the thread is awake.
-        [[maybe_unused]] const auto size = write(wakeDescriptor_, &one, sizeof one);
+        [[maybe_unused]] const auto size = ::write(wakeDescriptor_, &one, sizeof one);
     }
 
     std::unique_ptr<X11Clipboard> clipboard_;
@@ -116,6 +131,7 @@ private:
     std::mutex mutex_;
     std::deque<std::function<void(X11Clipboard&)>> orders_; ///< guarded by `mutex_`
     bool isEnding_ = false;                                 ///< guarded by `mutex_`
+    std::promise<void> ended_;
     std::thread thread_;
 };
 
@@ -131,7 +147,15 @@ std::int64_t X11Pasteboard::changeCount() {
 }
 
 std::optional<std::vector<PasteboardItem>> X11Pasteboard::items() {
-    return worker_->perform([](X11Clipboard& clipboard) { return clipboard.items(); }).value_or(std::nullopt);
+    auto reading = worker_->perform([](X11Clipboard& clipboard) {
+        Reading<std::vector<PasteboardItem>> r{clipboard.ownContents(), std::nullopt};
+        if (!r.own)
+            r.other = clipboard.readItems();
+        return r;
+    });
+    if (!reading)
+        return std::nullopt;
+    return reading->own ? reading->own->copy() : std::move(reading->other);
 }
 
 void X11Pasteboard::clearContents() {
@@ -142,22 +166,30 @@ void X11Pasteboard::clearContents() {
 }
 
 void X11Pasteboard::setString(const std::string& text) {
-    worker_->perform([text](X11Clipboard& clipboard) {
-        clipboard.setString(text);
-        return true;
-    });
+    write(X11SelectionContents::fromText(text));
 }
 
 void X11Pasteboard::writeItems(std::vector<PasteboardItem> items) {
-    worker_->perform([items = std::move(items)](X11Clipboard& clipboard) mutable {
-        clipboard.writeItems(std::move(items));
+    write(X11SelectionContents::fromItems(std::move(items)));
+}
+
+void X11Pasteboard::write(X11SelectionContents contents) {
+    worker_->perform([contents = std::move(contents)](X11Clipboard& clipboard) mutable {
+        clipboard.write(std::move(contents));
         return true;
     });
 }
 
 std::optional<std::string> X11Pasteboard::string() {
-    return worker_->perform([](X11Clipboard& clipboard) { return clipboard.string(); })
-        .value_or(std::nullopt);
+    auto reading = worker_->perform([](X11Clipboard& clipboard) {
+        Reading<std::string> r{clipboard.ownContents(), std::nullopt};
+        if (!r.own)
+            r.other = clipboard.readText();
+        return r;
+    });
+    if (!reading)
+        return std::nullopt;
+    return reading->own ? reading->own->text() : std::move(reading->other);
 }
 
 void X11Pasteboard::offerPrimary() {

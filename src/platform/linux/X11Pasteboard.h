@@ -8,6 +8,8 @@
 
 namespace sonvale::platform::linux {
 
+struct X11SelectionContents;
+
 /// The clipboard of an X session: the selection CLIPBOARD (ICCCM 2, the freedesktop clipboard convention).
 ///
 /// It has a connection and a thread of its own, so that what it holds is served while the rest of the program
@@ -37,6 +39,9 @@ public:
 
 private:
     class Worker;
+
+    void write(X11SelectionContents contents);
+
     std::int64_t lastCount_ = 0; ///< what is told when the server does not answer
     std::unique_ptr<Worker> worker_;
 };

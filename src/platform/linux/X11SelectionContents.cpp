@@ -21,29 +21,6 @@ std::shared_ptr<const std::vector<std::byte>> sharedBytes(std::string_view text)
     return std::make_shared<const std::vector<std::byte>>(data, data + text.size());
 }
 
-/// Fills in the atoms; forms whose names cannot be atoms are dropped.
-void resolve(X11Client& client, X11SelectionContents& contents, double deadline) {
-    std::vector<std::string> names;
-    for (const auto& item : contents.items) {
-        for (const auto& form : item) {
-            names.push_back(form.name);
-            names.push_back(form.encoding.empty() ? form.name : form.encoding);
-        }
-    }
-    const auto atoms = client.atoms(names, deadline);
-    auto atom = atoms.begin();
-    for (auto& item : contents.items) {
-        for (auto& form : item) {
-            form.target = *atom++;
-            form.type = *atom++;
-        }
-        std::erase_if(item, [](const auto& form) {
-            return form.target == XCB_ATOM_NONE || form.type == XCB_ATOM_NONE;
-        });
-    }
-    std::erase_if(contents.items, [](const auto& item) { return item.empty(); });
-}
-
 } // namespace
 
 const X11SelectionContents::Form* X11SelectionContents::find(xcb_atom_t target) const {
@@ -101,8 +78,7 @@ X11SelectionContents X11SelectionContents::textOnly() const {
     return texts;
 }
 
-X11SelectionContents X11SelectionContents::fromItems(X11Client& client, std::vector<PasteboardItem> items,
-                                                     double deadline) {
+X11SelectionContents X11SelectionContents::fromItems(std::vector<PasteboardItem> items) {
     X11SelectionContents contents;
     for (auto& item : items) {
         auto& forms = contents.items.emplace_back();
@@ -117,12 +93,10 @@ X11SelectionContents X11SelectionContents::fromItems(X11Client& client, std::vec
             forms.push_back(std::move(form));
         }
     }
-    resolve(client, contents, deadline);
     return contents;
 }
 
-X11SelectionContents X11SelectionContents::fromText(X11Client& client, const std::string& text,
-                                                    double deadline) {
+X11SelectionContents X11SelectionContents::fromText(const std::string& text) {
     const auto utf8 = repairedUtf8(text);
     const auto data = sharedBytes(utf8);
     const auto latin1 = latin1FromUtf8(utf8);
@@ -143,8 +117,29 @@ X11SelectionContents X11SelectionContents::fromText(X11Client& client, const std
     // ICCCM 2.6.2: the owner chooses the encoding of TEXT and names it by the property's type.
     offer("TEXT", "UTF8_STRING", data);
     offer("text/plain", "", data);
-    resolve(client, contents, deadline);
     return contents;
+}
+
+void X11SelectionContents::resolve(X11Client& client, double deadline) {
+    std::vector<std::string> names;
+    for (const auto& item : items) {
+        for (const auto& form : item) {
+            names.push_back(form.name);
+            names.push_back(form.encoding.empty() ? form.name : form.encoding);
+        }
+    }
+    const auto atoms = client.atoms(names, deadline);
+    auto atom = atoms.begin();
+    for (auto& item : items) {
+        for (auto& form : item) {
+            form.target = *atom++;
+            form.type = *atom++;
+        }
+        std::erase_if(item, [](const auto& form) {
+            return form.target == XCB_ATOM_NONE || form.type == XCB_ATOM_NONE;
+        });
+    }
+    std::erase_if(items, [](const auto& item) { return item.empty(); });
 }
 
 namespace target {

@@ -36,9 +36,12 @@ struct X11SelectionContents {
     /// The forms of plain text alone.
     X11SelectionContents textOnly() const;
 
-    static X11SelectionContents fromItems(X11Client& client, std::vector<PasteboardItem> items,
-                                          double deadline);
-    static X11SelectionContents fromText(X11Client& client, const std::string& text, double deadline);
+    /// Without atoms: they need no server, so that much text does not hold up the thread that serves.
+    static X11SelectionContents fromItems(std::vector<PasteboardItem> items);
+    static X11SelectionContents fromText(const std::string& text);
+
+    /// Fills in the atoms; forms whose names cannot be atoms are dropped.
+    void resolve(X11Client& client, double deadline);
 };
 
 /// Names of targets. They come from ICCCM 2.6.2 and from what GTK and Qt offer and ask for.

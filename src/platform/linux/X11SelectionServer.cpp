@@ -59,7 +59,6 @@ bool X11SelectionServer::claim(xcb_atom_t selection, ContentsPointer contents, d
     offer.time = *time;
     offer.sequence = claim.sequence;
     offers_[selection] = std::move(offer);
-    claimTimes_[selection] = *time;
     return true;
 }
 
@@ -89,9 +88,13 @@ void X11SelectionServer::release(xcb_atom_t selection) {
         return;
     // With the time of the claim the server passes this over when somebody else has taken the selection
     // since.
-    xcb_set_selection_owner(client_.connection(), XCB_WINDOW_NONE, selection, entry->second.time);
-    for (const auto& request : entry->second.waiting)
-        answer(request, XCB_ATOM_NONE);
+    const auto request =
+        xcb_set_selection_owner(client_.connection(), XCB_WINDOW_NONE, selection, entry->second.time);
+    releases_[selection] = request.sequence;
+    // So that what others do afterwards is told with another number.
+    xcb_no_operation(client_.connection());
+    for (const auto& waiting : entry->second.waiting)
+        answer(waiting, XCB_ATOM_NONE);
     offers_.erase(entry);
     xcb_flush(client_.connection());
 }
@@ -103,9 +106,12 @@ X11SelectionServer::ContentsPointer X11SelectionServer::contents(xcb_atom_t sele
     return entry->second.contents ? entry->second.contents : std::make_shared<const X11SelectionContents>();
 }
 
-xcb_timestamp_t X11SelectionServer::claimTime(xcb_atom_t selection) const {
-    const auto entry = claimTimes_.find(selection);
-    return entry == claimTimes_.end() ? XCB_CURRENT_TIME : entry->second;
+bool X11SelectionServer::tellsOfRelease(xcb_atom_t selection, unsigned int sequence) {
+    const auto entry = releases_.find(selection);
+    if (entry == releases_.end() || entry->second != sequence)
+        return false;
+    releases_.erase(entry);
+    return true;
 }
 
 void X11SelectionServer::handle(const xcb_generic_event_t& event) {

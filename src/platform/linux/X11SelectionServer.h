@@ -34,8 +34,9 @@ public:
     /// Absent when not owned, empty contents when owned and not filled.
     ContentsPointer contents(xcb_atom_t selection) const;
 
-    /// When the selection was last claimed here; to tell an own release from a change by others.
-    xcb_timestamp_t claimTime(xcb_atom_t selection) const;
+    /// Whether an event with this sequence number, which tells of a selection without an owner, comes from
+    /// the last `release` here and not from another program; true once.
+    bool tellsOfRelease(xcb_atom_t selection, unsigned int sequence);
 
     void handle(const xcb_generic_event_t& event);
 
@@ -71,7 +72,7 @@ private:
     X11Client& client_;
     const runtime::Clock& clock_;
     std::map<xcb_atom_t, Offer> offers_;
-    std::map<xcb_atom_t, xcb_timestamp_t> claimTimes_;
+    std::map<xcb_atom_t, unsigned int> releases_; ///< sequence numbers of the requests
     std::vector<Transfer> transfers_;
     xcb_atom_t targets_ = XCB_ATOM_NONE;
     xcb_atom_t multiple_ = XCB_ATOM_NONE;

@@ -8,6 +8,7 @@
 #include <X11/keysym.h>
 
 #include <algorithm>
+#include <bitset>
 #include <string_view>
 #include <utility>
 
@@ -38,27 +39,8 @@ std::string windowClass(X11Connection& connection, xcb_window_t window, double d
     return std::string(names.substr(0, names.find('\0')));
 }
 
-/// The window that gets the keys: the one with the focus, or the one under the pointer where nobody manages
-/// it.
-xcb_window_t windowWithKeyboard(X11Connection& connection, double deadline) {
-    const auto focus =
-        connection.reply<xcb_get_input_focus_reply_t>(xcb_get_input_focus(connection.raw()), deadline);
-    if (!focus || focus->focus == XCB_INPUT_FOCUS_NONE)
-        return XCB_NONE;
-    if (focus->focus != XCB_INPUT_FOCUS_POINTER_ROOT && focus->focus != connection.root())
-        return focus->focus;
-    const auto pointer = connection.reply<xcb_query_pointer_reply_t>(
-        xcb_query_pointer(connection.raw(), connection.root()), deadline);
-    return pointer ? pointer->child : XCB_NONE;
-}
-
-std::bitset<256> keysDown(X11Connection& connection, double deadline) {
-    std::bitset<256> result;
-    const auto reply =
-        connection.reply<xcb_query_keymap_reply_t>(xcb_query_keymap(connection.raw()), deadline);
-    for (unsigned int code = 0; reply && code < result.size(); ++code)
-        result.set(code, reply->keys[code / 8] & (1u << (code % 8)));
-    return result;
+bool isDown(const xcb_query_keymap_reply_t& keys, unsigned int keycode) {
+    return (keys.keys[keycode / 8] & (1u << (keycode % 8))) != 0;
 }
 
 } // namespace
@@ -69,21 +51,35 @@ X11SyntheticInput::X11SyntheticInput(const runtime::Clock& clock, std::shared_pt
     , offerPrimary_(std::move(offerPrimary))
     , connection_(X11Connection::open(displayName, clock)) {}
 
+struct X11SyntheticInput::Situation {
+    X11Keyboards keyboards;
+    X11KeyboardMap map;
+    std::bitset<256> down;
+    PasteCustom custom = PasteCustom::controlV;
+};
+
 void X11SyntheticInput::pressPaste() {
     if (!isUsable())
         return;
-    const double deadline = beginPress();
-    switch (customOfFocusedProgram(deadline)) {
+    const auto& clock = connection_->clock();
+    double deadline = clock.now() + longestPress;
+    const auto situation = look(deadline);
+    if (!situation)
+        return;
+    switch (situation->custom) {
     case PasteCustom::controlV:
-        press(controlV, deadline);
+        press(controlV, *situation, deadline);
         break;
     case PasteCustom::controlShiftV:
-        press(controlShiftV, deadline);
+        press(controlShiftV, *situation, deadline);
         break;
     case PasteCustom::shiftInsertOfPrimary:
-        if (offerPrimary_)
+        if (offerPrimary_) {
+            const double before = clock.now();
             offerPrimary_();
-        press(shiftInsert, deadline);
+            deadline += clock.now() - before;
+        }
+        press(shiftInsert, *situation, deadline);
         break;
     }
 }
@@ -91,55 +87,76 @@ void X11SyntheticInput::pressPaste() {
 void X11SyntheticInput::pressUndo() {
     if (!isUsable())
         return;
-    const double deadline = beginPress();
-    const bool isTerminal = customOfFocusedProgram(deadline) != PasteCustom::controlV;
-    press(isTerminal ? controlUnderscore : controlZ, deadline);
+    const double deadline = connection_->clock().now() + longestPress;
+    const auto situation = look(deadline);
+    if (!situation)
+        return;
+    const bool isTerminal = situation->custom != PasteCustom::controlV;
+    press(isTerminal ? controlUnderscore : controlZ, *situation, deadline);
 }
 
-double X11SyntheticInput::beginPress() {
+std::optional<X11SyntheticInput::Situation> X11SyntheticInput::look(double deadline) {
     // Nothing on this connection asks for events; what comes anyway (errors) must not pile up.
     while (auto* event = xcb_poll_for_event(connection_->raw()))
         std::free(event);
-    return connection_->clock().now() + longestPress;
+
+    // All at once: on a busy machine each turn to the server costs milliseconds.
+    auto* raw = connection_->raw();
+    const auto keyboardsRequest = requestKeyboards(*connection_);
+    const auto mapRequest = X11KeyboardMap::request(*connection_);
+    const auto keysRequest = xcb_query_keymap(raw);
+    const auto focusRequest = xcb_get_input_focus(raw);
+    const auto pointerRequest = xcb_query_pointer(raw, connection_->root());
+    auto keyboards = receiveKeyboards(*connection_, keyboardsRequest, deadline);
+    auto map = X11KeyboardMap::receive(*connection_, mapRequest, deadline);
+    const auto keys = connection_->reply<xcb_query_keymap_reply_t>(keysRequest, deadline);
+    const auto focus = connection_->reply<xcb_get_input_focus_reply_t>(focusRequest, deadline);
+    const auto pointer = connection_->reply<xcb_query_pointer_reply_t>(pointerRequest, deadline);
+    // A server that does not answer now would get the keys later, at a moment when nobody expects them.
+    if (!keyboards || !map || !keys || !focus || !pointer)
+        return std::nullopt;
+
+    Situation situation{std::move(*keyboards), std::move(*map), {}, PasteCustom::controlV};
+    for (unsigned int keycode = 0; keycode < situation.down.size(); ++keycode)
+        situation.down.set(keycode, isDown(*keys, keycode));
+    // Where no window has the focus, and nobody manages it, the one under the pointer gets the keys.
+    const bool hasWindow = focus->focus > XCB_INPUT_FOCUS_POINTER_ROOT && focus->focus != connection_->root();
+    situation.custom = customOf(hasWindow ? focus->focus : pointer->child, deadline);
+    return situation;
 }
 
-PasteCustom X11SyntheticInput::customOfFocusedProgram(double deadline) {
+PasteCustom X11SyntheticInput::customOf(xcb_window_t window, double deadline) {
     // The focus is often on a window inside the program's own, the class always on that.
     constexpr int deepest = 16;
-    xcb_window_t window = windowWithKeyboard(*connection_, deadline);
     for (int depth = 0; depth < deepest && window != XCB_NONE && window != connection_->root(); ++depth) {
-        if (const auto name = windowClass(*connection_, window, deadline); !name.empty())
+        const auto treeRequest = xcb_query_tree(connection_->raw(), window);
+        const auto name = windowClass(*connection_, window, deadline);
+        const auto tree = connection_->reply<xcb_query_tree_reply_t>(treeRequest, deadline);
+        if (!name.empty())
             return pasteCustomOf(name);
-        const auto tree =
-            connection_->reply<xcb_query_tree_reply_t>(xcb_query_tree(connection_->raw(), window), deadline);
         window = tree ? tree->parent : XCB_NONE;
     }
     return PasteCustom::controlV;
 }
 
-void X11SyntheticInput::press(const KeyChord& chord, double deadline) {
-    const auto keyboards = queryKeyboards(*connection_, deadline);
-    const auto map = X11KeyboardMap::fetch(*connection_, deadline);
-    // A server that does not answer now would get the keys later, at a moment when nobody expects them.
-    if (!keyboards || !map)
-        return;
-    const auto down = keysDown(*connection_, deadline);
-    const int group = currentGroup(*connection_, deadline);
+void X11SyntheticInput::press(const KeyChord& chord, const Situation& situation, double deadline) {
     X11KeySender(*connection_, *ledger_)
-        .send(*keyboards, keyboards->xtest, strokesFor(chord, *map, group, down));
-    rouseUserKeyboard(*keyboards, *map);
+        .send(situation.keyboards, situation.keyboards.xtest,
+              strokesFor(chord, situation.map, situation.down));
+    rouseUserKeyboard(situation);
     connection_->synchronize(deadline);
 }
 
-void X11SyntheticInput::rouseUserKeyboard(const X11Keyboards& keyboards, const X11KeyboardMap& map) {
-    // The first event of another keyboard makes window managers grab their shortcuts anew. It had better be
-    // this one, now, than the user's next key: the listener then has time to win its own back.
+void X11SyntheticInput::rouseUserKeyboard(const Situation& situation) {
+    // The first event of another keyboard makes window managers grab their shortcuts anew. It had better be this
+    // one, now, than the user's next key: the listener then has time to win its own back.
+    const auto& keyboards = situation.keyboards;
     auto device = ledger_->userKeyboard();
     if (device == keyboards.xtest)
         return;
     if (!keyboards.isHardware(device))
         device = keyboards.hardware.empty() ? 0 : keyboards.hardware.front();
-    if (const auto unused = map.unusedKeycode())
+    if (const auto unused = situation.map.unusedKeycode())
         X11KeySender(*connection_, *ledger_).send(keyboards, device, {{*unused, false}});
 }
 

@@ -7,12 +7,12 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace sonvale::platform::linux {
 
 struct KeyChord;
-class X11KeyboardMap;
 
 /// Synthetic keys through XTEST.
 ///
@@ -34,14 +34,17 @@ public:
     void pressUndo() override;
 
 private:
-    PasteCustom customOfFocusedProgram(double deadline);
-    void press(const KeyChord& chord, double deadline);
-    void rouseUserKeyboard(const X11Keyboards& keyboards, const X11KeyboardMap& map);
-    double beginPress();
+    /// What has to be known before keys can be sent.
+    struct Situation;
+
+    std::optional<Situation> look(double deadline);
+    PasteCustom customOf(xcb_window_t window, double deadline);
+    void press(const KeyChord& chord, const Situation& situation, double deadline);
+    void rouseUserKeyboard(const Situation& situation);
 
     const std::shared_ptr<SyntheticKeyLedger> ledger_;
     const std::function<void()> offerPrimary_;
-    std::unique_ptr<X11Connection> connection_;
+    const std::unique_ptr<X11Connection> connection_;
 };
 
 } // namespace sonvale::platform::linux

@@ -1,6 +1,7 @@
 #include "platform/linux/X11Text.h"
 
 #include <cstdint>
+#include <cstring>
 
 namespace sonvale::platform::linux {
 
@@ -32,24 +33,47 @@ std::size_t sequenceLength(std::string_view text) {
     return isIllFormed ? 0 : length;
 }
 
+/// Number of ASCII characters at the beginning of `text`, give or take the last seven.
+std::size_t asciiLength(std::string_view text) {
+    constexpr std::uint64_t highBits = 0x8080808080808080;
+    std::size_t length = 0;
+    for (; text.size() - length >= sizeof(std::uint64_t); length += sizeof(std::uint64_t)) {
+        std::uint64_t characters = 0;
+        std::memcpy(&characters, text.data() + length, sizeof characters);
+        if (characters & highBits)
+            break;
+    }
+    return length;
+}
+
 } // namespace
 
 std::string repairedUtf8(std::string_view text) {
     std::string repaired;
     repaired.reserve(text.size());
-    while (!text.empty()) {
-        const auto length = sequenceLength(text);
-        if (length == 0)
-            repaired += "\uFFFD";
-        else
-            repaired += text.substr(0, length);
-        text.remove_prefix(length == 0 ? 1 : length);
+    std::size_t begin = 0;
+    std::size_t end = 0;
+    // Whole runs at a time: the text may be tens of megabytes long.
+    const auto takeRun = [&] { repaired += text.substr(begin, end - begin); };
+    while (true) {
+        end += asciiLength(text.substr(end));
+        if (end == text.size())
+            break;
+        if (const auto length = sequenceLength(text.substr(end)); length > 0) {
+            end += length;
+            continue;
+        }
+        takeRun();
+        repaired += "\uFFFD";
+        begin = ++end;
     }
+    takeRun();
     return repaired;
 }
 
 std::optional<std::string> latin1FromUtf8(std::string_view text) {
     std::string latin1;
+    latin1.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
         std::uint32_t character = byteAt(text, i);
         if (character == 0xc2 || character == 0xc3) {

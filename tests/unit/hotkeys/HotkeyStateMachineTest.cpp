@@ -44,21 +44,21 @@ protected:
     KeyVerdict modifiers(std::uint64_t flags) { return send(Type::flagsChanged, optionKey, flags); }
     void elapse() { take(machine.delayElapsed()); }
 
-    std::vector<Delivery> delivered() { return std::exchange(deliveries, {}); }
-    Delay delay() { return std::exchange(lastDelay, Delay::leave); }
+    std::vector<Delivery> delivered() { return std::exchange(deliveries_, {}); }
+    Delay delay() { return std::exchange(lastDelay_, Delay::leave); }
 
     HotkeyBindings bindings;
     HotkeyStateMachine machine;
 
 private:
     KeyVerdict take(const HotkeyStateMachine::Decision& decision) {
-        deliveries.insert(deliveries.end(), decision.deliveries().begin(), decision.deliveries().end());
-        lastDelay = decision.delay;
+        deliveries_.insert(deliveries_.end(), decision.deliveries().begin(), decision.deliveries().end());
+        lastDelay_ = decision.delay;
         return decision.verdict;
     }
 
-    std::vector<Delivery> deliveries;
-    Delay lastDelay = Delay::leave;
+    std::vector<Delivery> deliveries_;
+    Delay lastDelay_ = Delay::leave;
 };
 
 using Deliveries = std::vector<Delivery>;

@@ -10,14 +10,15 @@ using tests::FakePasteboard;
 
 namespace {
 
-platform::PasteboardItem::Representation form(const std::string& type, const std::string& text, int unitBits = 8,
-                                              std::string encoding = {}) {
+platform::PasteboardItem::Representation form(const std::string& type, const std::string& text,
+                                              int unitBits = 8, std::string encoding = {}) {
     const auto* data = reinterpret_cast<const std::byte*>(text.data());
     return {type, {data, data + text.size()}, unitBits, std::move(encoding)};
 }
 
 FakePasteboard::Items textWithPictureAndSecondItem() {
-    return {{{form("text", "words"), form("picture", std::string("\x89PNG\0\1", 6)), form("numbers", "1234", 32, "N")}},
+    return {{{form("text", "words"), form("picture", std::string("\x89PNG\0\1", 6)),
+              form("numbers", "1234", 32, "N")}},
             {{form("file", "file:///a b")}}};
 }
 

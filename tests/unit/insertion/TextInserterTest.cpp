@@ -41,7 +41,9 @@ protected:
     runtime::TaskHandle<InsertionToken> insert(std::string text) {
         return runtime::spawn(runtime.main(), inserter.insert(std::move(text)));
     }
-    runtime::TaskHandle<> undo(std::int64_t count) { return runtime::spawn(runtime.main(), inserter.undo(count)); }
+    runtime::TaskHandle<> undo(std::int64_t count) {
+        return runtime::spawn(runtime.main(), inserter.undo(count));
+    }
 
     /// The token of a task that has ended.
     static InsertionToken tokenOf(const runtime::TaskHandle<InsertionToken>& task) {
@@ -54,8 +56,8 @@ protected:
     FakeSyntheticInput input;
     std::vector<double> pressTimes;
     std::vector<std::optional<std::string>> pastedTexts;
-    TextInserter inserter{runtime.makeSerialActor("TextInserter"), runtime.clock(), ClipboardManager(pasteboard),
-                          input};
+    TextInserter inserter{runtime.makeSerialActor("TextInserter"), runtime.clock(),
+                          ClipboardManager(pasteboard), input};
 };
 
 constexpr double hair = 1e-6;
@@ -91,15 +93,16 @@ TEST_F(TextInserterTest, PutsTheClipboardBackAfter300Milliseconds) {
 TEST_F(TextInserterTest, SavesWritesPastesAndRestoresInThisOrder) {
     using Call = FakePasteboard::Call;
     std::vector<std::string> steps;
-    pasteboard.control().setOnCall([&steps](Call call) { steps.push_back(std::to_string(static_cast<int>(call))); });
+    pasteboard.control().setOnCall(
+        [&steps](Call call) { steps.push_back(std::to_string(static_cast<int>(call))); });
     input.control().setOnPress([&steps](Press) { steps.push_back("paste"); });
 
     runtime.wait(inserter.insert("dictated"));
 
     const auto name = [](Call call) { return std::to_string(static_cast<int>(call)); };
-    EXPECT_EQ(steps, (std::vector<std::string>{name(Call::changeCount), name(Call::items), name(Call::clearContents),
-                                               name(Call::setString), "paste", name(Call::clearContents),
-                                               name(Call::writeItems)}));
+    EXPECT_EQ(steps, (std::vector<std::string>{name(Call::changeCount), name(Call::items),
+                                               name(Call::clearContents), name(Call::setString), "paste",
+                                               name(Call::clearContents), name(Call::writeItems)}));
 }
 
 TEST_F(TextInserterTest, ReturnsTheTextAndTheMomentAtWhichItEnded) {
@@ -305,7 +308,8 @@ TEST(TextInserterOnThreads, WorksOnItsOwnActorAndComesBackToTheCallers) {
     std::atomic<std::thread::id> pressedOn;
     input.control().setOnPress([&pressedOn](Press) { pressedOn = std::this_thread::get_id(); });
     runtime::TaskPool pool(2, registry);
-    TextInserter inserter(pool.makeSerialActor("TextInserter"), callers.clock(), ClipboardManager(pasteboard), input);
+    TextInserter inserter(pool.makeSerialActor("TextInserter"), callers.clock(), ClipboardManager(pasteboard),
+                          input);
 
     const auto task = runtime::spawn(callers.main(), inserter.insert("dictated"));
     while (!task.isDone()) {

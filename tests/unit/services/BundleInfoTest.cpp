@@ -18,14 +18,15 @@ namespace {
 using nlohmann::json;
 
 class BundleInfoTest : public testing::Test {
+public:
+    ~BundleInfoTest() override { base::setLogSinks(formerSinks_); }
+
 protected:
     BundleInfoTest() {
         base::LogSinks sinks;
         sinks.logger = [this](const base::LogLine& line) { logged.push_back(line); };
-        formerSinks = base::setLogSinks(std::move(sinks));
+        formerSinks_ = base::setLogSinks(std::move(sinks));
     }
-    ~BundleInfoTest() override { base::setLogSinks(formerSinks); }
-
     std::filesystem::path write(const std::string& text) const {
         const std::filesystem::path path = std::filesystem::path(directory.path()) / "Info.json";
         std::ofstream(path, std::ios::binary) << text;
@@ -36,7 +37,7 @@ protected:
     std::vector<base::LogLine> logged;
 
 private:
-    base::LogSinks formerSinks;
+    base::LogSinks formerSinks_;
 };
 
 } // namespace

@@ -34,16 +34,17 @@ public:
 };
 
 class PermissionsManagerTest : public testing::Test {
+public:
+    ~PermissionsManagerTest() override { base::setLogSinks(formerSinks_); }
+
 protected:
     PermissionsManagerTest() {
         base::LogSinks sinks;
         sinks.system = [this](std::string_view line) { lines.emplace_back(line); };
-        formerSinks = base::setLogSinks(std::move(sinks));
+        formerSinks_ = base::setLogSinks(std::move(sinks));
         capture.status = platform::CaptureStatus::notDetermined;
         tap.control().setPermitted(false);
     }
-    ~PermissionsManagerTest() override { base::setLogSinks(formerSinks); }
-
     tests::FakeCaptureAuthorization captureAuthorization;
     tests::FakeCaptureAuthorization::Control& capture = captureAuthorization.control();
     SettableAccessibility accessibility;
@@ -53,7 +54,7 @@ protected:
     std::vector<std::string> lines;
 
 private:
-    base::LogSinks formerSinks;
+    base::LogSinks formerSinks_;
 };
 
 } // namespace

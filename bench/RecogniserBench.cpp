@@ -1,0 +1,143 @@
+#include "platform/linux/FfmpegAudioFiles.h"
+#include "platform/linux/PocketSphinxDecoder.h"
+#include "platform/linux/PocketSphinxRecognizer.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/Voices.h"
+
+#include <benchmark/benchmark.h>
+#include <sys/resource.h>
+
+#include <ctime>
+#include <fstream>
+#include <stdexcept>
+
+namespace sonvale::platform::linux {
+
+namespace {
+
+/// Processor time: the comparison must hold on a busy machine.
+double ownSeconds() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
+}
+
+double childrenSeconds() {
+    rusage usage{};
+    getrusage(RUSAGE_CHILDREN, &usage);
+    const auto seconds = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+    };
+    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+double residentMegabytes() {
+    std::ifstream statistics("/proc/self/statm");
+    double pages = 0;
+    statistics >> pages >> pages;
+    return pages * 4096 / 1e6;
+}
+
+/// Sentences behind each other as one file, and a file with next to nothing in it.
+class Recordings {
+public:
+    Recordings() {
+        std::vector<std::string> command{"sox"};
+        for (const auto& voice : tests::voices())
+            command.push_back(tests::voiceFile(voice.name));
+        command.insert(command.end(), {"-r", "16000", "-c", "1", "-b", "16", spoken()});
+        if (tests::run(command) != 0 ||
+            tests::run({"sox", "-n", "-r", "16000", "-c", "1", "-b", "16", empty(), "trim", "0", "0.1"}) != 0)
+            throw std::runtime_error("sox failed");
+    }
+
+    std::string spoken() const { return directory_.path() + "/spoken.wav"; }
+    std::string empty() const { return directory_.path() + "/empty.wav"; }
+
+private:
+    tests::TemporaryDirectory directory_;
+};
+
+double secondsOfContinuous(const PocketSphinxModel& model, const std::string& file) {
+    const double before = childrenSeconds();
+    if (tests::run({"pocketsphinx_continuous", "-infile", file, "-hmm", model.acousticModel, "-lm",
+                    model.languageModel, "-dict", model.dictionary}) != 0)
+        throw std::runtime_error("pocketsphinx_continuous failed");
+    return childrenSeconds() - before;
+}
+
+/// The same file by our recogniser and by PocketSphinx's own program, less its loading of the model.
+/// Real-time factors in processor time; the ratio is ours to theirs.
+void recogniserAgainstPocketSphinx(benchmark::State& state) {
+    const Recordings recordings;
+    const auto model = PocketSphinxModel::english(PocketSphinxRecognizers::installedModelDirectory());
+    FfmpegAudioFiles files;
+    const std::atomic<bool> isCancelled = false;
+    const double residentBefore = residentMegabytes();
+    PocketSphinxDecoder decoder(model);
+    const double residentAfter = residentMegabytes();
+
+    double ours = 0;
+    double theirs = 0;
+    double audio = 0;
+    for (auto _ : state) {
+        const double before = ownSeconds();
+        const auto samples = files.read(recordings.spoken(), {PocketSphinxDecoder::sampleRate, 1});
+        benchmark::DoNotOptimize(decoder.transcribe(samples->channel(0), isCancelled));
+        const double spent = ownSeconds() - before;
+        state.SetIterationTime(spent);
+        ours += spent;
+        theirs +=
+            secondsOfContinuous(model, recordings.spoken()) - secondsOfContinuous(model, recordings.empty());
+        audio += static_cast<double>(samples->frameLength()) / PocketSphinxDecoder::sampleRate;
+    }
+    state.counters["realTimeFactor"] = ours / audio;
+    state.counters["realTimeFactorOfContinuous"] = theirs / audio;
+    state.counters["ratio"] = ours / theirs;
+    state.counters["residentBeforeMB"] = residentBefore;
+    state.counters["residentAfterMB"] = residentAfter;
+}
+BENCHMARK(recogniserAgainstPocketSphinx)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
+
+/// Key down waits for this.
+void recordingFileIsMade(benchmark::State& state) {
+    const tests::TemporaryDirectory directory;
+    FfmpegAudioFiles files;
+    const auto path = std::filesystem::path(directory.path()) / "a.m4a";
+    for (auto _ : state) {
+        auto writer = files.create(path, {48000, 2});
+        benchmark::DoNotOptimize(writer);
+        state.PauseTiming();
+        writer.reset();
+        std::filesystem::remove(path);
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(recordingFileIsMade)->Unit(benchmark::kMicrosecond);
+
+/// The text waits for this after key up: what is left to encode of a 4 s dictation, and the container.
+void recordingIsClosed(benchmark::State& state) {
+    const tests::TemporaryDirectory directory;
+    FfmpegAudioFiles files;
+    const AudioFormat format{48000, 2};
+    const auto path = std::filesystem::path(directory.path()) / "a.m4a";
+    const auto audio = files.read(tests::voiceFile(tests::voices().front().name), format);
+    for (auto _ : state) {
+        state.PauseTiming();
+        auto writer = files.create(path, format);
+        writer->write(audio);
+        tests::pauseMilliseconds(500);
+        writer->write(std::make_shared<PcmBuffer>(format, 1024));
+        state.ResumeTiming();
+        writer->close();
+        state.PauseTiming();
+        writer.reset();
+        std::filesystem::remove(path);
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(recordingIsClosed)->Iterations(10)->UseRealTime()->Unit(benchmark::kMicrosecond);
+
+} // namespace
+
+} // namespace sonvale::platform::linux

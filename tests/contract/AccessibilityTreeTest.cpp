@@ -1,0 +1,91 @@
+#include "tests/contract/AccessibilityTreeContract.h"
+
+#include "platform/linux/X11AccessibilityTree.h"
+#include "runtime/SystemClock.h"
+#include "tests/fakes/FakeAccessibilityTree.h"
+#include "tests/support/PrivateDisplay.h"
+#include "tests/support/SelectionOwner.h"
+#include "tests/support/XcbSession.h"
+
+#include <csignal>
+
+namespace sonvale::tests {
+
+namespace {
+
+class FakeHarness final : public AccessibilityTreeHarness {
+public:
+    platform::AccessibilityTree& tree() override { return fake_; }
+    void takeAway() override { fake_.control().setTrusted(false); }
+
+private:
+    FakeAccessibilityTree fake_;
+};
+
+class X11Harness final : public AccessibilityTreeHarness {
+public:
+    platform::AccessibilityTree& tree() override { return tree_; }
+    void takeAway() override { display_.reset(); }
+
+private:
+    runtime::SystemClock clock_;
+    std::unique_ptr<PrivateDisplay> display_ = std::make_unique<PrivateDisplay>();
+    platform::linux::X11AccessibilityTree tree_{clock_, display_->name()};
+};
+
+} // namespace
+
+TEST_P(AccessibilityTreeContract, IsTrustedAsOftenAsItIsAsked) {
+    for (int i = 0; i < 20; ++i)
+        EXPECT_TRUE(tree.isTrusted());
+}
+
+TEST_P(AccessibilityTreeContract, NoticesThatTheRightIsTakenAway) {
+    ASSERT_TRUE(tree.isTrusted());
+    harness->takeAway();
+    EXPECT_FALSE(tree.isTrusted());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    , AccessibilityTreeContract,
+    testing::Values(AccessibilityTreeMaker{"Fake", [] { return std::make_unique<FakeHarness>(); }},
+                    AccessibilityTreeMaker{"X11", [] { return std::make_unique<X11Harness>(); }}),
+    [](const auto& info) { return info.param.name; });
+
+TEST(X11AccessibilityTree, IsNotTrustedWithoutXTest) {
+    const PrivateDisplay display(WindowManager::none, {"-extension", "XTEST"});
+    runtime::SystemClock clock;
+    EXPECT_FALSE(platform::linux::X11AccessibilityTree(clock, display.name()).isTrusted());
+}
+
+TEST(X11AccessibilityTree, IsNotTrustedWithoutAServer) {
+    runtime::SystemClock clock;
+    EXPECT_FALSE(platform::linux::X11AccessibilityTree(clock, ":65000").isTrusted());
+}
+
+TEST(X11AccessibilityTree, DoesNotHangWhenTheServerDoes) {
+    const PrivateDisplay display;
+    runtime::SystemClock clock;
+    platform::linux::X11AccessibilityTree tree(clock, display.name());
+    ASSERT_TRUE(tree.isTrusted());
+    display.signalServer(SIGSTOP);
+    const double start = monotonicSeconds();
+    EXPECT_FALSE(tree.isTrusted());
+    EXPECT_LT(monotonicSeconds() - start, 2);
+    display.signalServer(SIGCONT);
+    EXPECT_TRUE(eventually(10, [&tree] { return tree.isTrusted(); }));
+}
+
+TEST(X11AccessibilityTree, LeavesTheUsersSelectionsAlone) {
+    const PrivateDisplay display;
+    const SelectionOwner clipboard(display.name(), {{"UTF8_STRING", bytes("copied")}});
+    const SelectionOwner primary(display.name(), {{"UTF8_STRING", bytes("marked")}},
+                                 {.selection = "PRIMARY"});
+    runtime::SystemClock clock;
+    EXPECT_TRUE(platform::linux::X11AccessibilityTree(clock, display.name()).isTrusted());
+    pauseMilliseconds(30);
+    EXPECT_TRUE(clipboard.isOwner());
+    EXPECT_TRUE(primary.isOwner());
+}
+
+} // namespace sonvale::tests

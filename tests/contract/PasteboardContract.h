@@ -1,0 +1,48 @@
+#pragma once
+
+#include "platform/Pasteboard.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace sonvale::tests {
+
+/// One pasteboard and the rest of its session, in which other programs copy and paste.
+class PasteboardHarness {
+public:
+    PasteboardHarness() = default;
+    PasteboardHarness(const PasteboardHarness&) = delete;
+    PasteboardHarness& operator=(const PasteboardHarness&) = delete;
+    virtual ~PasteboardHarness() = default;
+
+    virtual platform::Pasteboard& pasteboard() = 0;
+
+    /// Another program copies plain text.
+    virtual void copyTextElsewhere(const std::string& text) = 0;
+    /// Another program copies something of one form.
+    virtual void copyElsewhere(const platform::PasteboardItem::Representation& form) = 0;
+    /// Another program empties the pasteboard.
+    virtual void clearElsewhere() = 0;
+    /// What another program would paste as plain text.
+    virtual std::optional<std::string> textElsewhere() = 0;
+    /// What another program would paste of this form.
+    virtual std::optional<std::vector<std::byte>> dataElsewhere(const std::string& type) = 0;
+    /// Takes the system away.
+    virtual void breakSystem() = 0;
+};
+
+struct PasteboardMaker {
+    std::string name;
+    std::function<std::unique_ptr<PasteboardHarness>()> make;
+};
+
+class PasteboardContract : public testing::TestWithParam<PasteboardMaker> {
+protected:
+    std::unique_ptr<PasteboardHarness> harness = GetParam().make();
+    platform::Pasteboard& pasteboard = harness->pasteboard();
+};
+
+} // namespace sonvale::tests

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "platform/Workspace.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace sonvale::tests {
+
+/// One desktop whose front application the test chooses.
+class WorkspaceHarness {
+public:
+    WorkspaceHarness() = default;
+    WorkspaceHarness(const WorkspaceHarness&) = delete;
+    WorkspaceHarness& operator=(const WorkspaceHarness&) = delete;
+    virtual ~WorkspaceHarness() = default;
+
+    virtual platform::Workspace& workspace() = 0;
+
+    /// Brings a program to the front that tells this about itself.
+    virtual void bringToFront(const platform::FrontApplication& application) = 0;
+    /// Closes every program.
+    virtual void closeAll() = 0;
+};
+
+struct WorkspaceMaker {
+    std::string name;
+    std::function<std::unique_ptr<WorkspaceHarness>()> make;
+};
+
+class WorkspaceContract : public testing::TestWithParam<WorkspaceMaker> {
+protected:
+    std::unique_ptr<WorkspaceHarness> harness = GetParam().make();
+    platform::Workspace& workspace = harness->workspace();
+};
+
+} // namespace sonvale::tests
