@@ -32,7 +32,7 @@ std::optional<std::string> decode(std::string_view digits, const Values& values)
     std::uint32_t bits = 0;
     int held = 0;
     for (const char digit : digits) {
-        const int value = values[static_cast<unsigned char>(digit)];
+        const auto value = values[static_cast<unsigned char>(digit)];
         if (value < 0)
             return std::nullopt;
         bits = bits << 6 | static_cast<std::uint32_t>(value);

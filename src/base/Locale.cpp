@@ -49,7 +49,7 @@ std::string localeIdentifier(std::string_view posixName) {
 
     const auto locale = icu::Locale::createCanonical(wanted.c_str());
     UErrorCode status = U_ZERO_ERROR;
-    const auto tag = locale.toLanguageTag<std::string>(status);
+    auto tag = locale.toLanguageTag<std::string>(status);
     if (U_FAILURE(status) || locale.isBogus() || *locale.getLanguage() == '\0' || tag.starts_with("und"))
         return std::string(fallback);
     return tag;

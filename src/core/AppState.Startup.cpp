@@ -34,7 +34,7 @@ void AppState::setup() {
 
     if (isOnboardingComplete.get()) {
         startHotkeysIfReady();
-        runtime::spawn(environment_.main, retrySlowly(weak_from_this(), environment_.clock));
+        runtime::spawn(environment_.main, retrySlowly(weak_from_this(), &environment_.clock));
     }
 }
 
@@ -70,7 +70,7 @@ void AppState::startHotkeysIfReady() {
     if (isStarted)
         adoptBindings();
     else
-        runtime::spawn(environment_.main, retryStart(weak_from_this(), environment_.clock));
+        runtime::spawn(environment_.main, retryStart(weak_from_this(), &environment_.clock));
 }
 
 void AppState::adoptBindings() {
@@ -78,10 +78,10 @@ void AppState::adoptBindings() {
     hotkeyManager->updateBindings(hotkeys::HotkeyBindingStore::load(environment_.settings));
 }
 
-runtime::Task<> AppState::retrySlowly(std::weak_ptr<AppState> weakSelf, runtime::Clock& clock) {
+runtime::Task<> AppState::retrySlowly(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock) {
     // An interrupted sleep is no reason to stop: the passes then follow each other without a pause.
     for (int attempt = 1; attempt <= fastAttempts; ++attempt) {
-        co_await runtime::sleep(clock, fastPeriod);
+        co_await runtime::sleep(*clock, fastPeriod);
         const auto self = weakSelf.lock();
         if (!self)
             co_return;
@@ -93,7 +93,7 @@ runtime::Task<> AppState::retrySlowly(std::weak_ptr<AppState> weakSelf, runtime:
     }
 
     for (int pass = 1; pass <= slowPasses; ++pass) {
-        co_await runtime::sleep(clock, slowPeriod);
+        co_await runtime::sleep(*clock, slowPeriod);
         const auto self = weakSelf.lock();
         if (!self || self->hotkeyManager->isEnabled().get())
             co_return;
@@ -101,9 +101,9 @@ runtime::Task<> AppState::retrySlowly(std::weak_ptr<AppState> weakSelf, runtime:
     }
 }
 
-runtime::Task<> AppState::retryStart(std::weak_ptr<AppState> weakSelf, runtime::Clock& clock) {
+runtime::Task<> AppState::retryStart(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock) {
     for (int attempt = 1; attempt <= startAttempts; ++attempt) {
-        if (co_await runtime::sleep(clock, startRetryPeriod) == runtime::SleepOutcome::interrupted)
+        if (co_await runtime::sleep(*clock, startRetryPeriod) == runtime::SleepOutcome::interrupted)
             co_return;
         const auto self = weakSelf.lock();
         if (!self || self->hotkeyManager->isEnabled().get())

@@ -122,7 +122,7 @@ runtime::Task<> AppState::startDictation() {
     base::perfLog(
         fmt::format("startDictation total: {}ms", runtime::millisecondsSince(environment_.clock, startTime)));
 
-    runtime::spawn(environment_.main, updateLevels(weak_from_this(), environment_.clock));
+    runtime::spawn(environment_.main, updateLevels(weak_from_this(), &environment_.clock));
 }
 
 void AppState::failToStart(const std::string& description) {
@@ -132,7 +132,7 @@ void AppState::failToStart(const std::string& description) {
     environment_.floatingPanel.hide();
 }
 
-runtime::Task<> AppState::updateLevels(std::weak_ptr<AppState> weakSelf, runtime::Clock& clock) {
+runtime::Task<> AppState::updateLevels(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock) {
     while (true) {
         {
             const auto self = weakSelf.lock();
@@ -140,7 +140,7 @@ runtime::Task<> AppState::updateLevels(std::weak_ptr<AppState> weakSelf, runtime
                 co_return;
             self->environment_.floatingPanel.setLevel(self->audioRecorder->audioLevel.get());
         }
-        if (co_await runtime::sleep(clock, levelUpdatePeriod) == runtime::SleepOutcome::interrupted)
+        if (co_await runtime::sleep(*clock, levelUpdatePeriod) == runtime::SleepOutcome::interrupted)
             co_return;
     }
 }

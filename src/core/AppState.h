@@ -99,7 +99,7 @@ private:
     void failToStart(const std::string& description);
     void endWithoutAudio();
     void endAfterFailedTranscription(const std::string& description, double stopTime);
-    static runtime::Task<> updateLevels(std::weak_ptr<AppState> weakSelf, runtime::Clock& clock);
+    static runtime::Task<> updateLevels(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock);
     static runtime::Task<> insertLast(std::shared_ptr<AppState> self);
 
     // AppState.Finalisation.cpp
@@ -110,8 +110,8 @@ private:
 
     // AppState.Startup.cpp
     void adoptBindings();
-    static runtime::Task<> retrySlowly(std::weak_ptr<AppState> weakSelf, runtime::Clock& clock);
-    static runtime::Task<> retryStart(std::weak_ptr<AppState> weakSelf, runtime::Clock& clock);
+    static runtime::Task<> retrySlowly(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock);
+    static runtime::Task<> retryStart(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock);
 
     Environment environment_;
     textprocessing::FocusedAppDetector focusedAppDetector_;

@@ -49,7 +49,7 @@ private:
 
 void AuditLogger::Files::write(const AuditLogEntry& entry) {
     // Without the folder the steps below fail by themselves, and so does this one when nothing can be made.
-    makePrivateDirectory(directory_);
+    makePrivateDirectory(directory_); // NOLINT(bugprone-unused-return-value)
     rotateIfNeeded();
     const auto line = auditLine(entry) + '\n';
 
@@ -59,7 +59,7 @@ void AuditLogger::Files::write(const AuditLogEntry& entry) {
         append(descriptor, line);
     } else if (errno == ENOENT) {
         // A log that cannot be written must never disturb a dictation.
-        replacePrivateFile(file_, line);
+        replacePrivateFile(file_, line); // NOLINT(bugprone-unused-return-value)
     }
 }
 
@@ -108,7 +108,7 @@ void AuditLogger::Files::cleanup() {
 }
 
 AuditLogger::AuditLogger(runtime::Actor queue, runtime::Clock& clock,
-                         std::filesystem::path applicationSupport)
+                         const std::filesystem::path& applicationSupport)
     : queue_(std::move(queue))
     , clock_(clock)
     , files_(std::make_shared<Files>(applicationSupport / bundleID, clock)) {

@@ -22,7 +22,7 @@ class AuditLogger {
 public:
     /// `queue` is a serial actor; await it to know that earlier calls are done. `clock` must outlive the
     /// queue's work. Begins by posting one `cleanupOldLogs`.
-    AuditLogger(runtime::Actor queue, runtime::Clock& clock, std::filesystem::path applicationSupport);
+    AuditLogger(runtime::Actor queue, runtime::Clock& clock, const std::filesystem::path& applicationSupport);
     ~AuditLogger();
     AuditLogger(const AuditLogger&) = delete;
     AuditLogger& operator=(const AuditLogger&) = delete;

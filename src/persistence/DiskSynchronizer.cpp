@@ -35,7 +35,7 @@ void DiskSynchronizer::run() {
             return;
         lock.unlock();
         if (const FileDescriptor descriptor(file_, O_RDONLY); descriptor)
-            descriptor.synchronize();
+            descriptor.synchronize(); // NOLINT(bugprone-unused-return-value): the next save tries again
         lock.lock();
     }
 }

@@ -40,7 +40,7 @@ struct FieldCondition {
     using Value = std::variant<std::int64_t, std::string>;
 
     template <class M>
-    FieldCondition(M R::* field, Comparison how, std::type_identity_t<M> wanted)
+    FieldCondition(M R::* field, Comparison how, const std::type_identity_t<M>& wanted)
         : column(columnName(field))
         , comparison(how)
         , value(valueOf(wanted))

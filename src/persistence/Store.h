@@ -7,7 +7,7 @@
 #include <memory>
 #include <optional>
 
-namespace SQLite {
+namespace SQLite { // NOLINT(readability-identifier-naming): the library's name
 class Database;
 }
 

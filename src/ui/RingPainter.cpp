@@ -168,7 +168,7 @@ void RingPainter::spreadHalo() {
 }
 
 void RingPainter::fillImage() {
-    const auto byte = [](float value) { return static_cast<int>(std::min(value, 1.0f) * 255 + 0.5f); };
+    const auto byte = [](float value) { return static_cast<int>(std::lround(std::min(value, 1.0f) * 255)); };
     for (int y = 0; y < size_; ++y) {
         auto* line = reinterpret_cast<QRgb*>(image_.scanLine(y));
         auto i = static_cast<std::size_t>((y + crispLight_.margin) * crispLight_.width + crispLight_.margin);

@@ -1,7 +1,6 @@
-#include "tests/contract/AccessibilityTreeContract.h"
-
 #include "platform/linux/X11AccessibilityTree.h"
 #include "runtime/SystemClock.h"
+#include "tests/contract/AccessibilityTreeContract.h"
 #include "tests/fakes/FakeAccessibilityTree.h"
 #include "tests/support/PrivateDisplay.h"
 #include "tests/support/SelectionOwner.h"

@@ -58,7 +58,8 @@ const auto nothingHeld = [](std::uint8_t) { return false; };
 
 constexpr KeyChord paste{XK_v, letterV, modifier::control, false};
 
-std::vector<KeyStroke> strokesWith(const KeyChord& chord, std::vector<xcb_keycode_t> held, int group = 0) {
+std::vector<KeyStroke> strokesWith(const KeyChord& chord, const std::vector<xcb_keycode_t>& held,
+                                   int group = 0) {
     std::bitset<256> down;
     for (const auto keycode : held)
         down.set(keycode);

@@ -69,7 +69,7 @@ private:
 };
 
 /// The adapter on a display of its own with one window.
-template <TestKeyboard::Source source>
+template <TestKeyboard::Source TypedBy>
 class X11Bench {
 public:
     platform::EventTap& tap() { return *tap_; }
@@ -120,7 +120,7 @@ private:
         std::make_shared<platform::linux::SyntheticKeyLedger>();
     std::unique_ptr<platform::linux::X11EventTap> tap_ =
         std::make_unique<platform::linux::X11EventTap>(clock_, ledger_, display_.name());
-    TestKeyboard keyboard_{display_.name(), source};
+    TestKeyboard keyboard_{display_.name(), TypedBy};
     KeyWindow window_{display_.name()};
     std::unique_ptr<ForeignGrab> foreign_;
 };

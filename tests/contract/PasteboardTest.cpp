@@ -1,7 +1,6 @@
-#include "tests/contract/PasteboardContract.h"
-
 #include "platform/linux/X11Pasteboard.h"
 #include "runtime/SystemClock.h"
+#include "tests/contract/PasteboardContract.h"
 #include "tests/fakes/FakePasteboard.h"
 #include "tests/support/PrivateDisplay.h"
 #include "tests/support/SelectionOwner.h"

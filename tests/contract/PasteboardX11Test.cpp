@@ -1,6 +1,5 @@
-#include "platform/linux/X11Pasteboard.h"
-
 #include "platform/linux/X11Client.h"
+#include "platform/linux/X11Pasteboard.h"
 #include "platform/linux/X11SelectionServer.h"
 #include "runtime/ManualClock.h"
 #include "runtime/SystemClock.h"
@@ -20,12 +19,9 @@ namespace sonvale::platform::linux {
 namespace {
 
 using testing::AllOf;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::Gt;
-using testing::IsSupersetOf;
 using testing::Lt;
-using testing::Not;
 using tests::bytes;
 using tests::eventually;
 using tests::manyBytes;

@@ -18,10 +18,10 @@ using platform::PcmBufferPtr;
 /// One model for all tests of the file: loading it takes longer than most of them.
 class PocketSphinxRecognizer : public testing::Test {
 protected:
-    static void SetUpTestSuite() { recognizers_ = new platform::linux::PocketSphinxRecognizers(files()); }
+    static void SetUpTestSuite() { recognizers = new platform::linux::PocketSphinxRecognizers(files()); }
     static void TearDownTestSuite() {
-        delete recognizers_;
-        recognizers_ = nullptr;
+        delete recognizers;
+        recognizers = nullptr;
     }
 
     static platform::linux::FfmpegAudioFiles& files() {
@@ -39,7 +39,7 @@ protected:
 
     static std::shared_ptr<platform::SpeechRecognitionTask> start(const std::filesystem::path& file,
                                                                   AnswerRecord& record) {
-        return recognizers_->make("en-US")->recognitionTask(file, record.handler());
+        return recognizers->make("en-US")->recognitionTask(file, record.handler());
     }
 
     std::string recognise(const std::filesystem::path& file) {
@@ -53,7 +53,7 @@ protected:
         return record.words().value_or("more than one answer");
     }
 
-    static inline platform::linux::PocketSphinxRecognizers* recognizers_ = nullptr;
+    static inline platform::linux::PocketSphinxRecognizers* recognizers = nullptr;
     TemporaryDirectory directory_;
 };
 
@@ -183,7 +183,7 @@ TEST_F(PocketSphinxRecognizer, AnswersOnAThreadOfItsOwn) {
 TEST_F(PocketSphinxRecognizer, LetsAHandlerAskForMore) {
     AnswerRecord second;
     std::shared_ptr<platform::SpeechRecognitionTask> first;
-    const auto recognizer = recognizers_->make("en-US");
+    const auto recognizer = recognizers->make("en-US");
     const auto file = voiceFile(voices().front().name);
     first = recognizer->recognitionTask(
         file, [&](const auto*, const auto*) { recognizer->recognitionTask(file, second.handler()); });

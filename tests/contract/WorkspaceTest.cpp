@@ -1,7 +1,6 @@
-#include "tests/contract/WorkspaceContract.h"
-
 #include "platform/linux/X11Workspace.h"
 #include "runtime/SystemClock.h"
+#include "tests/contract/WorkspaceContract.h"
 #include "tests/fakes/FakeWorkspace.h"
 #include "tests/support/PrivateDisplay.h"
 #include "tests/support/TestWindow.h"

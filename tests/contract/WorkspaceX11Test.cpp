@@ -1,5 +1,4 @@
 #include "platform/linux/X11Workspace.h"
-
 #include "runtime/SystemClock.h"
 #include "tests/support/PrivateDisplay.h"
 #include "tests/support/TestWindow.h"

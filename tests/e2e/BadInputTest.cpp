@@ -16,9 +16,8 @@ namespace fs = std::filesystem;
 void expectDictationWorks(Session& session, const std::string& before = {}) {
     const auto& voice = voices().front();
     session.dictate(voice);
-    EXPECT_TRUE(session.editor.comesToHold(before + voice.sentence, 10))
-        << session.editor.savedText() << "\n"
-        << session.program.output();
+    EXPECT_TRUE(session.editor.comesToHold(before + voice.sentence, 10)) << session.editor.savedText() << "\n"
+                                                                         << session.program.output();
 }
 
 /// Holds Alt where no recording can begin.

@@ -27,7 +27,7 @@ public:
 
         void partial(std::string text) { call(platform::SpeechRecognitionResult{std::move(text), false}); }
         void finish(std::string text) { call(platform::SpeechRecognitionResult{std::move(text), true}); }
-        void fail(platform::SpeechRecognitionError error) {
+        void fail(const platform::SpeechRecognitionError& error) {
             end();
             if (const auto handler = currentHandler())
                 handler(nullptr, &error);

@@ -32,6 +32,7 @@ public:
     }
     DisplayWithoutErrors(const DisplayWithoutErrors&) = delete;
     DisplayWithoutErrors& operator=(const DisplayWithoutErrors&) = delete;
+    // NOLINTNEXTLINE(google-explicit-constructor): it stands wherever Xlib takes a display
     operator Display*() const { return display_; }
 
 private:

@@ -8,7 +8,7 @@
 
 namespace sonvale::tests {
 
-PipeMicrophone::PipeMicrophone(PrivateSound& sound, std::string name, int channels)
+PipeMicrophone::PipeMicrophone(PrivateSound& sound, const std::string& name, int channels)
     : sound_(sound)
     , channels_(channels) {
     const std::string path = sound.directory() + "/" + name;

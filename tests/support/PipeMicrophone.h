@@ -11,7 +11,7 @@ namespace sonvale::tests {
 /// without rounding. 48 kHz.
 class PipeMicrophone {
 public:
-    PipeMicrophone(PrivateSound& sound, std::string name, int channels = 1);
+    PipeMicrophone(PrivateSound& sound, const std::string& name, int channels = 1);
     ~PipeMicrophone();
     PipeMicrophone(const PipeMicrophone&) = delete;
     PipeMicrophone& operator=(const PipeMicrophone&) = delete;

@@ -167,7 +167,8 @@ std::filesystem::path PocketSphinxRecognizers::installedModelDirectory() {
 PocketSphinxRecognizers::PocketSphinxRecognizers(AudioFiles& audioFiles)
     : PocketSphinxRecognizers(audioFiles, installedModelDirectory()) {}
 
-PocketSphinxRecognizers::PocketSphinxRecognizers(AudioFiles& audioFiles, std::filesystem::path modelDirectory)
+PocketSphinxRecognizers::PocketSphinxRecognizers(AudioFiles& audioFiles,
+                                                 const std::filesystem::path& modelDirectory)
     : service_(std::make_shared<Service>(audioFiles, PocketSphinxModel::english(modelDirectory))) {}
 
 PocketSphinxRecognizers::~PocketSphinxRecognizers() {

@@ -23,7 +23,7 @@ public:
 
     /// Takes the installed model. `audioFiles` decodes; it must outlive this.
     explicit PocketSphinxRecognizers(AudioFiles& audioFiles);
-    PocketSphinxRecognizers(AudioFiles& audioFiles, std::filesystem::path modelDirectory);
+    PocketSphinxRecognizers(AudioFiles& audioFiles, const std::filesystem::path& modelDirectory);
 
     /// Cancels what runs and waits for it: 2 s at most, while the handlers are called. What this made must
     /// not be asked any more afterwards.

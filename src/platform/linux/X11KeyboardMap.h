@@ -57,7 +57,8 @@ public:
     /// The server's modifier bits of every combination of Caps Lock and Num Lock; the first is 0.
     std::vector<std::uint8_t> lockCombinations() const;
 
-    /// The key that types a sign, first in the layout (group) in use, then in the others, unshifted before shifted.
+    /// The key that types a sign, first in the layout (group) in use, then in the others, unshifted before
+    /// shifted.
     std::optional<Position> find(xcb_keysym_t keysym) const;
 
     /// A key code that means nothing to anybody.

@@ -126,11 +126,10 @@ void X11SelectionServer::handle(const xcb_generic_event_t& event) {
     case XCB_SELECTION_REQUEST: {
         const auto& request = reinterpret_cast<const xcb_selection_request_event_t&>(event);
         const auto entry = offers_.find(request.selection);
-        if (entry == offers_.end())
-            answer(request, XCB_ATOM_NONE);
-        else if (entry->second.contents)
+        const bool isOffered = entry != offers_.end();
+        if (isOffered && entry->second.contents)
             serve(entry->second, request);
-        else if (entry->second.waiting.size() < mostWaitingRequests)
+        else if (isOffered && entry->second.waiting.size() < mostWaitingRequests)
             entry->second.waiting.push_back(request);
         else
             answer(request, XCB_ATOM_NONE);

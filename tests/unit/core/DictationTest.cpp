@@ -7,7 +7,6 @@
 namespace sonvale::core {
 
 using hotkeys::HotkeyAction;
-using hotkeys::HotkeyEventType;
 using tests::CoreFixture;
 
 using Dictation = CoreFixture;

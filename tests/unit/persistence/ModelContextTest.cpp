@@ -191,7 +191,7 @@ TEST_F(ModelContextTest, FiltersAlikeWithAndWithoutStagedChanges) {
         context().insert(Transcription{.rawText = "dismissed", .timestamp = now + 1ns, .isDismissed = true});
         if (saved)
             context().save();
-        const auto fetched = [&](FetchDescriptor<Transcription> descriptor) {
+        const auto fetched = [&](const FetchDescriptor<Transcription>& descriptor) {
             Names names;
             for (const auto& row : context().fetch(descriptor))
                 names.push_back(row.rawText);

@@ -5,10 +5,10 @@
 #include "tests/support/LogCapture.h"
 
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <limits>
 #include <thread>
