@@ -5,6 +5,7 @@
 #include "tests/contract/SpeechRecognizerContract.h"
 #include "tests/support/Voices.h"
 
+#include <algorithm>
 #include <random>
 
 namespace sonvale::tests {
@@ -44,9 +45,11 @@ protected:
 
     std::string recognise(const std::filesystem::path& file) {
         AnswerRecord record;
-        start(file, record);
-        if (!eventually(120, [&] { return !record.isEmpty(); }))
+        const auto task = start(file, record);
+        if (!eventually(300, [&] { return !record.isEmpty(); })) {
+            task->cancel();
             return "no answer";
+        }
         if (const auto error = record.error())
             return error->code == platform::noSpeechErrorCode ? "nothing said"
                                                               : "error: " + error->localizedDescription;
@@ -135,7 +138,7 @@ TEST_F(PocketSphinxRecognizer, HearsNothingInSilenceAndNoise) {
 TEST_F(PocketSphinxRecognizer, UnderstandsARecordingThatIsLongerThanOneUtterance) {
     std::vector<PcmBufferPtr> pieces;
     std::string words;
-    for (int i = 0; i < 12; ++i) {
+    for (int i = 0; i < 8; ++i) {
         const auto& voice = voices()[static_cast<std::size_t>(i) % 3];
         pieces.push_back(files().read(voiceFile(voice.name), {16000, 1}));
         words += (i > 0 ? " " : "") + voice.sentence;
@@ -148,7 +151,7 @@ TEST_F(PocketSphinxRecognizer, UnderstandsARecordingThatIsLongerThanOneUtterance
                 0.1 * static_cast<double>(count(words)))
         << text;
     EXPECT_TRUE(text.starts_with(voices()[0].sentence)) << text;
-    EXPECT_TRUE(text.ends_with(voices()[2].sentence)) << text;
+    EXPECT_TRUE(text.ends_with(voices()[1].sentence)) << text;
 }
 
 TEST_F(PocketSphinxRecognizer, EndsALongRecognitionSoonAfterItsCancellation) {

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <thread>
@@ -22,21 +23,22 @@ public:
     };
 
     platform::SpeechRecognizer::ResultHandler handler() {
-        return [this](const auto* result, const auto* error) {
-            const std::lock_guard lock(mutex_);
+        // A test that has given up may be gone when its answer comes.
+        return [state = state_](const auto* result, const auto* error) {
+            const std::lock_guard lock(state->mutex);
             Answer answer;
             if (result)
                 answer.result = *result;
             if (error)
                 answer.error = *error;
             answer.thread = std::this_thread::get_id();
-            answers_.push_back(std::move(answer));
+            state->answers.push_back(std::move(answer));
         };
     }
 
     std::vector<Answer> answers() const {
-        const std::lock_guard lock(mutex_);
-        return answers_;
+        const std::lock_guard lock(state_->mutex);
+        return state_->answers;
     }
     bool isEmpty() const { return answers().empty(); }
 
@@ -54,8 +56,11 @@ public:
     }
 
 private:
-    mutable std::mutex mutex_;
-    std::vector<Answer> answers_;
+    struct State {
+        std::mutex mutex;
+        std::vector<Answer> answers; ///< guarded by `mutex`
+    };
+    std::shared_ptr<State> state_ = std::make_shared<State>();
 };
 
 /// What all recognisers keep. An `Environment` has `recognizers()`, the files `sentence()` (in which
