@@ -37,6 +37,7 @@ bool isOneByteEach(std::string_view text) {
 UChar32 nextCodePoint(std::string_view text, std::size_t& place) {
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
     UChar32 point = replacementCharacter;
+    // NOLINTNEXTLINE(bugprone-inc-dec-in-conditions): what the library's macro expands to
     U8_NEXT_OR_FFFD(bytes, place, text.size(), point);
     return point;
 }
@@ -297,11 +298,10 @@ std::vector<std::string> pieces(std::string_view text, IsSeparator isSeparator) 
 } // namespace
 
 bool isValidUtf8(std::string_view text) {
-    const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
     for (std::size_t place = 0; place < text.size();) {
-        UChar32 point = 0;
-        U8_NEXT(bytes, place, text.size(), point);
-        if (point < 0)
+        const auto begin = place;
+        if (nextCodePoint(text, place) == replacementCharacter &&
+            text.substr(begin, place - begin) != "\uFFFD")
             return false;
     }
     return true;
