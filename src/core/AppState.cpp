@@ -118,6 +118,7 @@ runtime::Task<> AppState::startDictation() {
     }
 
     environment_.auditLogger.logRecordingStarted();
+    transcriptionManager->prepare();
 
     base::perfLog(
         fmt::format("startDictation total: {}ms", runtime::millisecondsSince(environment_.clock, startTime)));

@@ -55,6 +55,10 @@ public:
 
     virtual bool isAvailable() const = 0;
 
+    /// Begins to load what a recognition needs, so that the next one need not wait for it; returns at once.
+    /// Nothing when it is loaded. A failure shows at the recognition.
+    virtual void prepare() = 0;
+
     /// Starts recognising a whole file, on this machine only, without partial results; returns at once. The
     /// handler is never called inside this call. Never null.
     virtual std::shared_ptr<SpeechRecognitionTask> recognitionTask(const std::filesystem::path& audioFile,

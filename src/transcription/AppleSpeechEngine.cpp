@@ -82,6 +82,11 @@ bool AppleSpeechEngine::isAvailable() const {
     return recognizer && recognizer->isAvailable();
 }
 
+void AppleSpeechEngine::prepare() {
+    if (const auto recognizer = recognizers_.make(currentLocale_()))
+        recognizer->prepare();
+}
+
 runtime::Task<std::string> AppleSpeechEngine::transcribe(std::filesystem::path audioFileURL,
                                                          std::optional<std::string> language) {
     const auto recognizer = recognizers_.make(localeFor(language, currentLocale_()));

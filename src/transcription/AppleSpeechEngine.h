@@ -21,6 +21,7 @@ public:
     AppleSpeechEngine(platform::SpeechRecognizers& recognizers, std::function<std::string()> currentLocale);
 
     bool isAvailable() const override;
+    void prepare() override;
     runtime::Task<std::string> transcribe(std::filesystem::path audioFileURL,
                                           std::optional<std::string> language) override;
 

@@ -19,6 +19,10 @@ public:
     /// Whether `transcribe` can be expected to work now. Any thread; does not block.
     virtual bool isAvailable() const = 0;
 
+    /// Told when a recording begins whose file may come here: what takes long to load can be loaded
+    /// meanwhile. Returns at once. Any thread.
+    virtual void prepare() {}
+
     /// The words in a finished audio file. `language` is a code such as "en" or "auto"; absent: the engine
     /// chooses. Runs on any actor and never holds it; the engine must outlive the task. Throws
     /// `TranscriptionError`, when the task is cancelled too.

@@ -6,14 +6,24 @@
 
 namespace sonvale::transcription {
 
-runtime::Task<std::string> TranscriptionManager::transcribe(std::filesystem::path audioFileURL,
-                                                            std::optional<std::string> language) {
+std::shared_ptr<TranscriptionEngine> TranscriptionManager::usableEngine() const {
     const auto preference = preferredEngine.get();
     const bool isLocalAllowed = preference == TranscriptionEnginePreference::local ||
                                 preference == TranscriptionEnginePreference::hybrid;
-    // Held, so that the engine stays while it works.
     const auto engine = localEngine.get();
-    if (!isLocalAllowed || !engine || !engine->isAvailable())
+    return isLocalAllowed && engine && engine->isAvailable() ? engine : nullptr;
+}
+
+void TranscriptionManager::prepare() const {
+    if (const auto engine = usableEngine())
+        engine->prepare();
+}
+
+runtime::Task<std::string> TranscriptionManager::transcribe(std::filesystem::path audioFileURL,
+                                                            std::optional<std::string> language) {
+    // Held, so that the engine stays while it works.
+    const auto engine = usableEngine();
+    if (!engine)
         throw TranscriptionError::engineUnavailable();
     co_return co_await engine->transcribe(std::move(audioFileURL), std::move(language));
 }

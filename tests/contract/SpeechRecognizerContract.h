@@ -115,6 +115,15 @@ TYPED_TEST_P(SpeechRecognizerContract, AnswersWithOneFinalResultAfterTheCallHasR
     EXPECT_EQ(this->record_.answers().size(), 1U);
 }
 
+TYPED_TEST_P(SpeechRecognizerContract, AnswersAsEverAfterItWasToldToGetReady) {
+    const auto recognizer = this->english();
+    recognizer->prepare();
+    recognizer->prepare();
+    recognizer->recognitionTask(this->environment_.sentence(), this->record_.handler());
+    ASSERT_TRUE(this->waitFor(this->record_));
+    EXPECT_EQ(this->record_.words(), this->environment_.words());
+}
+
 TYPED_TEST_P(SpeechRecognizerContract, SaysThatNothingWasSaid) {
     this->english()->recognitionTask(this->environment_.silence(), this->record_.handler());
     ASSERT_TRUE(this->waitFor(this->record_));
@@ -168,7 +177,8 @@ TYPED_TEST_P(SpeechRecognizerContract, AnswersEachOfSeveralAtATime) {
 
 REGISTER_TYPED_TEST_SUITE_P(SpeechRecognizerContract, IsAuthorisedAndSaysSo,
                             HasARecogniserForTheLanguagesOfItsModelsOnly,
-                            AnswersWithOneFinalResultAfterTheCallHasReturned, SaysThatNothingWasSaid,
+                            AnswersWithOneFinalResultAfterTheCallHasReturned,
+                            AnswersAsEverAfterItWasToldToGetReady, SaysThatNothingWasSaid,
                             AnswersWithAnErrorForAFileThatIsNoAudio, AnswersACancellationSoonAndOnce,
                             GoesOnWhenTheTaskAndTheRecogniserAreDropped, AnswersEachOfSeveralAtATime);
 

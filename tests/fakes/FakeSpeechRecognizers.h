@@ -127,6 +127,11 @@ public:
                     recognition->finish(words);
             }
         }
+        /// How often a recogniser was told to get ready.
+        int preparations() const {
+            const std::lock_guard lock(mutex_);
+            return preparations_;
+        }
         /// Number of recognitions that were started.
         int startedCount() const { return static_cast<int>(recognitions().size()); }
 
@@ -186,6 +191,7 @@ public:
         platform::SpeechAuthorization authorization_ = platform::SpeechAuthorization::authorized;
         std::set<std::string> languages_{"en"};
         bool isAvailable_ = true;
+        int preparations_ = 0;
         std::map<std::filesystem::path, std::string> words_;
         std::vector<std::shared_ptr<Recognition>> recognitions_;
     };
@@ -226,6 +232,11 @@ private:
         bool isAvailable() const override {
             const std::lock_guard lock(control_->mutex_);
             return control_->isAvailable_;
+        }
+
+        void prepare() override {
+            const std::lock_guard lock(control_->mutex_);
+            ++control_->preparations_;
         }
 
         std::shared_ptr<platform::SpeechRecognitionTask>

@@ -62,6 +62,16 @@ public:
 
     bool isInstalled() const { return model_.isInstalled(); }
 
+    void prepare() {
+        decoding_.post([this] {
+            try {
+                loadModel();
+            } catch (const std::exception&) {
+                // The recognition that follows tries again, and has somebody to tell.
+            }
+        });
+    }
+
     void start(const std::shared_ptr<Recognition>& recognition) {
         {
             const std::lock_guard lock(mutex_);
@@ -116,11 +126,15 @@ private:
 
     std::string transcribe(const Recognition& recognition) {
         const auto audio = audioFiles_.read(recognition.audioFile, {PocketSphinxDecoder::sampleRate, 1});
-        if (!decoder_)
-            decoder_ = std::make_unique<PocketSphinxDecoder>(model_);
+        loadModel();
         auto text = decoder_->transcribe(audio->channel(0), recognition.isCancelled);
         audio->wipe();
         return text;
+    }
+
+    void loadModel() {
+        if (!decoder_)
+            decoder_ = std::make_unique<PocketSphinxDecoder>(model_);
     }
 
     AudioFiles& audioFiles_;
@@ -148,6 +162,8 @@ public:
         : service_(std::move(service)) {}
 
     bool isAvailable() const override { return service_->isInstalled(); }
+
+    void prepare() override { service_->prepare(); }
 
     std::shared_ptr<SpeechRecognitionTask> recognitionTask(const std::filesystem::path& audioFile,
                                                            ResultHandler handler) override {

@@ -31,6 +31,17 @@ TEST_F(Dictation, InsertsWhatWasSpokenAndPutsTheClipboardBack) {
     EXPECT_EQ(recordingsLeft(), 0U);
 }
 
+TEST_F(Dictation, LetsTheRecogniserGetReadyWhileTheUserSpeaks) {
+    press(HotkeyAction::pushToTalk);
+    EXPECT_EQ(recogniser().preparations(), 1);
+    press(HotkeyAction::cancel);
+
+    state().transcriptionManager->preferredEngine = transcription::TranscriptionEnginePreference::cloud;
+    press(HotkeyAction::pushToTalk);
+    EXPECT_EQ(recogniser().preparations(), 1) << "an engine that is not asked loads nothing";
+    press(HotkeyAction::cancel);
+}
+
 TEST_F(Dictation, RecordsTheHistoryBeforeTheInsertion) {
     recogniser().answerWith("two  words here");
     press(HotkeyAction::pushToTalk);
