@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <stdexcept>
+#include <utility>
 
 namespace sonvale::tests {
 
@@ -16,9 +17,13 @@ struct TestRuntime::Impl {
     std::shared_ptr<runtime::TaskRegistry> registry = std::make_shared<runtime::TaskRegistry>();
     runtime::ManualClock clock{[this] { settle(); }};
 
+    bool isRunning = false;
+
     void settle() {
+        const bool wasRunning = std::exchange(isRunning, true);
         context.restart();
         context.poll();
+        isRunning = wasRunning;
     }
 };
 
@@ -40,7 +45,10 @@ TestRuntime::~TestRuntime() {
 runtime::Actor TestRuntime::main() const {
     const auto executor = impl_->context.get_executor();
     return runtime::Actor::serial(
-        "main", executor, [executor] { return executor.running_in_this_thread(); }, impl_->registry);
+        "main", executor,
+        // The test's own code stands for the main actor.
+        [executor, impl = impl_.get()] { return !impl->isRunning || executor.running_in_this_thread(); },
+        impl_->registry);
 }
 
 runtime::Actor TestRuntime::pool() const {
