@@ -152,13 +152,14 @@ void X11EventTap::run() {
         if (!listener_->runDue() && !hasRunBlocks)
             waitForWork();
     }
-    {
-        const std::lock_guard lock(mutex_);
-        isRunning_ = false;
-        blocks_.clear();
-    }
     if (isStopping_)
         return;
+    {
+        std::deque<std::function<void()>> dropped;
+        const std::lock_guard lock(mutex_);
+        isRunning_ = false;
+        dropped.swap(blocks_);
+    }
     logger().error("the display is gone");
     listener_->reportDisabled();
 }
