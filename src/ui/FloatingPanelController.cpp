@@ -59,7 +59,8 @@ std::unique_ptr<GlowingRingView> FloatingPanelController::makePanel() const {
 
     if (QScreen* screen = QGuiApplication::primaryScreen()) {
         panel->setScreen(screen);
-        panel->move(screen->geometry().center().x() + 1 - side / 2,
+        const QRect whole = screen->geometry();
+        panel->move(whole.left() + (whole.width() - side) / 2,
                     screen->availableGeometry().top() + distanceFromTop);
     }
     return panel;

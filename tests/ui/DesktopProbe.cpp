@@ -79,6 +79,22 @@ DesktopProbe::WindowId DesktopProbe::openFullScreenWindow(unsigned long color) {
     return window;
 }
 
+DesktopProbe::WindowId DesktopProbe::openTopPanel(int height) {
+    Display* display = impl_->display;
+    const int width = DisplayWidth(display, 0);
+    const Window window = XCreateSimpleWindow(display, impl_->root(), 0, 0, static_cast<unsigned>(width),
+                                              static_cast<unsigned>(height), 0, 0, 0x404040);
+    const Atom dock = impl_->atom("_NET_WM_WINDOW_TYPE_DOCK");
+    XChangeProperty(display, window, impl_->atom("_NET_WM_WINDOW_TYPE"), XA_ATOM, 32, PropModeReplace,
+                    reinterpret_cast<const unsigned char*>(&dock), 1);
+    const long strut[12] = {0, 0, height, 0, 0, 0, 0, 0, 0, width - 1, 0, 0};
+    XChangeProperty(display, window, impl_->atom("_NET_WM_STRUT_PARTIAL"), XA_CARDINAL, 32, PropModeReplace,
+                    reinterpret_cast<const unsigned char*>(strut), 12);
+    XMapRaised(display, window);
+    XSync(display, False);
+    return window;
+}
+
 void DesktopProbe::closeWindow(WindowId window) {
     XDestroyWindow(impl_->display, window);
     XSync(impl_->display, False);

@@ -32,6 +32,8 @@ public:
     /// Opens a window of one colour (0xRRGGBB) and gives it the focus. A full-screen one fills the screen.
     WindowId openWindow(Place place, unsigned long color);
     WindowId openFullScreenWindow(unsigned long color);
+    /// Opens a panel along the top of the screen that keeps its place free of windows (EWMH strut).
+    WindowId openTopPanel(int height);
     void closeWindow(WindowId window);
     void activate(WindowId window);
 

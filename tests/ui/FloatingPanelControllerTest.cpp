@@ -78,6 +78,20 @@ TEST_F(FloatingPanelControllerTest, HangsEightPointsUnderTheTopInTheMiddle) {
     EXPECT_EQ(probe.place(show(RecordingState::recording)), ringPlace);
 }
 
+TEST_F(FloatingPanelControllerTest, HangsUnderThePanelAtTheTop) {
+    const auto available = [] { return QGuiApplication::primaryScreen()->availableGeometry().top(); };
+    show(RecordingState::recording);
+    const auto panel = probe.openTopPanel(30);
+    ASSERT_TRUE(eventuallyInQt(10, [&] { return available() == 30; }));
+    // The one that is shown stays; the next one takes the new place.
+    tests::runQtFor(0.1);
+    EXPECT_EQ(controller.panel()->geometry().top(), 8);
+    controller.hide();
+    EXPECT_EQ(probe.place(show(RecordingState::recording)).y, 38);
+    probe.closeWindow(panel);
+    EXPECT_TRUE(eventuallyInQt(10, [&] { return available() == 0; }));
+}
+
 TEST_F(FloatingPanelControllerTest, StaysWhereItIsWhenItsStateChanges) {
     const auto window = show(RecordingState::recording);
     controller.show(RecordingState::processing, 0);
