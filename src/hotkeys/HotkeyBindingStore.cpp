@@ -139,8 +139,10 @@ std::optional<HotkeyBindingStore> HotkeyBindingStore::decode(std::string_view te
     for (std::size_t i = 0; i < pairs->size(); i += 2) {
         const auto action = readAction(&(*pairs)[i]);
         auto binding = readBinding((*pairs)[i + 1]);
-        if (!action || !binding || !store.bindings.emplace(*action, std::move(*binding)).second)
+        if (!action || !binding)
             return std::nullopt;
+        // Of an action that stands there twice the last binding counts, as in any map that is read in order.
+        store.bindings.insert_or_assign(*action, std::move(*binding));
     }
     return store;
 }

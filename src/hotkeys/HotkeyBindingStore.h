@@ -37,7 +37,7 @@ struct HotkeyBindingStore {
                                                          const HotkeyBindings& bindings);
 
     /// Reads the stored form, actions that are not listed being left out. Absent unless the text is exactly
-    /// of that form: every key there and of its type, whole numbers in range, each action once. Keys beyond
+    /// of that form: every key there and of its type, whole numbers in range. Keys beyond
     /// those are passed over.
     static std::optional<HotkeyBindingStore> decode(std::string_view json);
 

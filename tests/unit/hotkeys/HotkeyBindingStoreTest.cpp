@@ -129,6 +129,12 @@ TEST_F(HotkeyBindingStoreTest, TakesWholeNumbersHoweverTheyAreWritten) {
                                                 {49, modifier::option, ""}}));
 }
 
+TEST_F(HotkeyBindingStoreTest, TakesTheLastOfTwoBindingsOfAnAction) {
+    put(store({"cancel", binding("cancel"), "cancel", binding("cancel", json::array({config(96, 0, "F5")}))})
+            .dump());
+    EXPECT_EQ(load().at(HotkeyAction::cancel).configs, (std::vector<HotkeyConfiguration>{{96, 0, "F5"}}));
+}
+
 TEST_F(HotkeyBindingStoreTest, LoadsTheDefaultsAndLeavesTheBytesWhenTheyAreNotOfTheForm) {
     const auto whole = binding("cancel", json::array({config(96, 0, "F5")}));
     const auto withConfig = [&](json entry) {
@@ -152,7 +158,6 @@ TEST_F(HotkeyBindingStoreTest, LoadsTheDefaultsAndLeavesTheBytesWhenTheyAreNotOf
         store({"Cancel", whole}),
         store({4, whole}),
         store({nullptr, whole}),
-        store({"cancel", whole, "cancel", binding("cancel")}),
         store({"cancel", nullptr}),
         store({"cancel", json::array({whole})}),
         store({"cancel", without(whole, "action")}),
