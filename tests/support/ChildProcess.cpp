@@ -121,14 +121,15 @@ std::optional<int> ChildProcess::wait(double seconds) {
 void ChildProcess::end() {
     if (pid_ <= 0)
         return;
+    // What a program leaves behind when it ends by itself (a clipboard's keeper, say) is meant to stay.
     if (!status_) {
         signal(SIGTERM);
         if (!wait(2)) {
             signal(SIGKILL);
             wait(5);
         }
+        kill(-pid_, SIGKILL);
     }
-    kill(-pid_, SIGKILL);
     pid_ = -1;
 }
 
