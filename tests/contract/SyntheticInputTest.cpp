@@ -14,6 +14,7 @@
 
 #include <csignal>
 #include <fstream>
+#include <vector>
 
 namespace sonvale::tests {
 
@@ -103,16 +104,25 @@ struct Writing {
     }
     ~Writing() { tap.stop(); }
 
+    /// Returns when a program of its own, which goes with this object, offers the text.
     void offer(const std::string& selection, const std::string& text) {
-        std::ofstream(directory.path() + "/" + selection) << text;
-        ASSERT_EQ(run({"xclip", "-selection", selection, "-i", directory.path() + "/" + selection},
-                      {{"DISPLAY", display.name()}}),
-                  0);
+        const std::string file = directory.path() + "/" + selection;
+        std::ofstream(file) << text;
+        ChildProcess::Options owner;
+        owner.arguments = {"xclip", "-quiet", "-selection", selection, "-i", file};
+        owner.environment = {{"DISPLAY", display.name()}};
+        owners.emplace_back(std::move(owner));
+        ASSERT_TRUE(eventually(10, [&] {
+            return run({"sh", "-c",
+                        "test \"$(xclip -selection " + selection + " -o; echo .)\" = '" + text + ".'"},
+                       {{"DISPLAY", display.name()}}) == 0;
+        }));
     }
 
     static constexpr const char* clipboardText = "said and done ";
     PrivateDisplay display;
     TemporaryDirectory directory;
+    std::vector<ChildProcess> owners;
     Editor editor;
     runtime::SystemClock clock;
     std::shared_ptr<SyntheticKeyLedger> ledger = std::make_shared<SyntheticKeyLedger>();

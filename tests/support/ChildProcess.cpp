@@ -29,6 +29,9 @@ std::vector<std::string> environmentFor(const ChildProcess::Options& options) {
     }
     for (const auto& name : options.withoutEnvironment)
         variables.erase(name);
+    // The machine's own session is no part of a test, and without an address libraries start a bus that
+    // stays.
+    variables["DBUS_SESSION_BUS_ADDRESS"] = "disabled:";
     for (const auto& [name, value] : options.environment)
         variables[name] = value;
     std::vector<std::string> result;

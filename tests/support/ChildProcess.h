@@ -13,7 +13,8 @@ namespace sonvale::tests {
 class ChildProcess {
 public:
     struct Options {
-        std::vector<std::string> arguments;             ///< the first is the program, looked up in PATH
+        std::vector<std::string> arguments; ///< the first is the program, looked up in PATH
+        /// Added to the test's own; a D-Bus session is only what is named here.
         std::map<std::string, std::string> environment; ///< added to the test's own
         std::vector<std::string> withoutEnvironment;    ///< taken out of it
         std::string outputFile; ///< receives both output streams; empty: they are dropped

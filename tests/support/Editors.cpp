@@ -134,7 +134,7 @@ std::vector<std::string> argumentsFor(Editor::Program program, const std::string
     case Editor::Program::xterm:
         return {"xterm", "-e", "sh", "-c", command};
     case Editor::Program::xfce4Terminal:
-        return {"dbus-run-session", "--", "xfce4-terminal", "--disable-server", "-x", "sh", "-c", command};
+        return {"xfce4-terminal", "--disable-server", "-x", "sh", "-c", command};
     }
     return {};
 }
@@ -177,7 +177,11 @@ Editor::Editor(Options options)
                          {"QT_QPA_PLATFORM", "xcb"}};
     for (const auto& [name, value] : options_.environment)
         child.environment[name] = value;
-    child.withoutEnvironment = {"DBUS_SESSION_BUS_ADDRESS", "WAYLAND_DISPLAY"};
+    if (!options_.environment.contains("DBUS_SESSION_BUS_ADDRESS")) {
+        bus_ = std::make_unique<PrivateBus>(child.environment);
+        child.environment["DBUS_SESSION_BUS_ADDRESS"] = bus_->address();
+    }
+    child.withoutEnvironment = {"WAYLAND_DISPLAY"};
     child.outputFile = directory_.path() + "/output.log";
     process_ = std::make_unique<ChildProcess>(std::move(child));
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/support/ChildProcess.h"
+#include "tests/support/PrivateBus.h"
 #include "tests/support/TestKeyboard.h"
 
 #include <map>
@@ -57,6 +58,7 @@ private:
     TemporaryDirectory directory_;
     std::string file_;
     TestKeyboard keyboard_;
+    std::unique_ptr<PrivateBus> bus_;
     std::unique_ptr<ChildProcess> process_;
     unsigned long window_ = 0;
 };

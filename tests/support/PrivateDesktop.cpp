@@ -12,12 +12,7 @@ PrivateDesktop::PrivateDesktop(WindowManager windowManager, Sound sound)
         std::filesystem::permissions(place, std::filesystem::perms::owner_all);
     }
 
-    const auto socket = runtime() / "bus";
-    bus_.emplace(start(
-        {"dbus-daemon", "--session", "--nofork", "--nopidfile", "--address=unix:path=" + socket.string()},
-        (folder() / "dbus.log").string()));
-    if (!eventually(20, [&] { return std::filesystem::exists(socket); }))
-        throw std::runtime_error("the D-Bus session did not start");
+    bus_ = std::make_unique<PrivateBus>(environment());
 
     if (sound != Sound::none) {
         sound_ =
@@ -35,7 +30,7 @@ PrivateSound& PrivateDesktop::sound() {
 std::map<std::string, std::string> PrivateDesktop::environment() const {
     return {
         {"DISPLAY", display()},
-        {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (runtime() / "bus").string()},
+        {"DBUS_SESSION_BUS_ADDRESS", bus_ ? bus_->address() : "disabled:"},
         // A server that is not there is named as well: otherwise the library looks for the machine's own.
         {"PULSE_SERVER",
          sound_ ? sound_->serverAddress() : "unix:" + (runtime() / "no-sound-server").string()},

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "tests/support/ChildProcess.h"
+#include "tests/support/PrivateBus.h"
 #include "tests/support/PrivateDisplay.h"
 #include "tests/support/PrivateSound.h"
 
 #include <filesystem>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -48,7 +48,7 @@ public:
 private:
     TemporaryDirectory directory_;
     PrivateDisplay display_;
-    std::optional<ChildProcess> bus_;
+    std::unique_ptr<PrivateBus> bus_;
     std::unique_ptr<PrivateSound> sound_;
 };
 

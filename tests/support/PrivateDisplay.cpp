@@ -86,12 +86,16 @@ PrivateDisplay::PrivateDisplay(WindowManager windowManager, std::vector<std::str
     ChildProcess::Options manager;
     manager.environment = {
         {"DISPLAY", name_}, {"HOME", directory_.path()}, {"XDG_CONFIG_HOME", directory_.path()}};
-    manager.withoutEnvironment = {"DBUS_SESSION_BUS_ADDRESS"};
+    manager.environment["NO_AT_BRIDGE"] = "1";
     manager.outputFile = directory_.path() + "/wm.log";
     if (windowManager == WindowManager::openbox)
         manager.arguments = {"openbox"};
-    else
-        manager.arguments = {"dbus-run-session", "--", "xfwm4", "--compositor=off"};
+    else {
+        // It has its settings from a service of the session.
+        bus_ = std::make_unique<PrivateBus>(manager.environment);
+        manager.environment["DBUS_SESSION_BUS_ADDRESS"] = bus_->address();
+        manager.arguments = {"xfwm4", "--compositor=off"};
+    }
     windowManager_ = std::make_unique<ChildProcess>(std::move(manager));
     if (!eventually(20, [this] { return isManaged(name_); }))
         throw std::runtime_error("the window manager did not start");

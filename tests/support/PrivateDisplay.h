@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/support/ChildProcess.h"
+#include "tests/support/PrivateBus.h"
 
 #include <memory>
 #include <string>
@@ -25,6 +26,7 @@ public:
 private:
     TemporaryDirectory directory_;
     std::unique_ptr<ChildProcess> server_;
+    std::unique_ptr<PrivateBus> bus_;
     std::unique_ptr<ChildProcess> windowManager_;
     std::string name_;
 };

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/XcbSession.h"
+
 #include <atomic>
 #include <functional>
 #include <map>
@@ -10,8 +12,6 @@
 #include <vector>
 
 namespace sonvale::tests {
-
-class XcbSession;
 
 /// Another program that has something on the clipboard: it owns a selection with whatever targets a test
 /// wants, and answers as well or as badly as wanted, on a thread of its own. It lets go when it is destroyed.
@@ -50,12 +50,21 @@ public:
 
 private:
     struct Transfer;
+    /// Whether there is any answer, and the property that it names.
+    using Conversion = std::pair<bool, xcb_atom_t>;
+
     void run();
     void claim();
+    void answer(const xcb_selection_request_event_t& request);
+    Conversion convert(const xcb_selection_request_event_t& request, const std::string& target);
+    Conversion listTargets(const xcb_selection_request_event_t& request);
+    void continueTransfer(const xcb_property_notify_event_t& change);
+    void put(xcb_window_t window, xcb_atom_t property, const Form& form, std::size_t from, std::size_t size);
 
     std::vector<Form> forms_;
     Options options_;
     std::unique_ptr<XcbSession> session_;
+    std::vector<Transfer> transfers_; ///< on the thread only
     std::atomic<bool> isOwner_ = false;
     std::atomic<bool> isEnding_ = false;
     std::atomic<bool> isToClaim_ = false;

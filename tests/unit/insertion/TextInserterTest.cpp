@@ -3,6 +3,7 @@
 #include "runtime/TaskPool.h"
 #include "tests/fakes/FakePasteboard.h"
 #include "tests/fakes/FakeSyntheticInput.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/TestRuntime.h"
 
 #include <gtest/gtest.h>
@@ -312,12 +313,14 @@ TEST(TextInserterOnThreads, WorksOnItsOwnActorAndComesBackToTheCallers) {
                           input);
 
     const auto task = runtime::spawn(callers.main(), inserter.insert("dictated"));
-    while (!task.isDone()) {
+    const double limit = tests::monotonicSeconds() + 20;
+    while (!task.isDone() && tests::monotonicSeconds() < limit) {
         callers.runUntilIdle();
         callers.clock().advance(0.05);
         std::this_thread::yield();
     }
 
+    ASSERT_TRUE(task.isDone());
     EXPECT_NE(pressedOn.load(), std::this_thread::get_id());
     EXPECT_EQ(std::get<1>(task.state()->outcome).text, "dictated");
     pool.join();

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <latch>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -32,17 +33,30 @@ Task<> addOne(Actor home, int* unguarded, std::atomic<int>* strays) {
     co_return;
 }
 
-Task<int> resumedFromThreads(int number) {
-    std::function<void(Continuation<int>)> start = [number](Continuation<int> c) {
+/// Threads that have ended when this has gone. Any thread adds to it.
+class Threads {
+public:
+    template <typename Work> void run(Work work) {
+        const std::scoped_lock lock(mutex_);
+        threads_.emplace_back(std::move(work));
+    }
+
+private:
+    std::mutex mutex_;
+    std::vector<std::jthread> threads_;
+};
+
+Task<int> resumedFromThreads(Threads* threads, int number) {
+    std::function<void(Continuation<int>)> start = [threads, number](Continuation<int> c) {
         // Three threads race for the one resumption.
         for (int i = 0; i < 3; ++i)
-            std::thread([c, number] { c.resume(number); }).detach();
+            threads->run([c, number] { c.resume(number); });
     };
     co_return co_await suspend<int>(std::move(start));
 }
 
-Task<> sumUp(std::atomic<long>* sum, int number) {
-    *sum += co_await resumedFromThreads(number);
+Task<> sumUp(Threads* threads, std::atomic<long>* sum, int number) {
+    *sum += co_await resumedFromThreads(threads, number);
 }
 
 Task<SleepOutcome> longSleep(Clock* clock) {
@@ -88,18 +102,20 @@ TEST(SerialActor, RunsPostedBlocksInOrder) {
 
 TEST(Continuation, IsResumedExactlyOnceByRacingThreads) {
     Pool pool;
+    Threads threads;
     std::atomic<long> sum = 0;
     for (int i = 1; i <= 200; ++i)
-        spawn(pool.tasks.actor(), sumUp(&sum, i));
+        spawn(pool.tasks.actor(), sumUp(&threads, &sum, i));
     ASSERT_TRUE(pool.registry->waitUntilEmpty(20));
     EXPECT_EQ(sum, 200L * 201 / 2);
 }
 
 TEST(Cancellation, FromAnotherThreadRacesWithTheStartAndTheSleep) {
     Pool pool;
+    Threads threads;
     for (int i = 0; i < 300; ++i) {
         const auto handle = spawn(pool.tasks.actor(), longSleep(&pool.clock));
-        std::thread([handle] { handle.cancel(); }).detach();
+        threads.run([handle] { handle.cancel(); });
     }
     EXPECT_TRUE(pool.registry->waitUntilEmpty(20));
 }
