@@ -138,6 +138,20 @@ void recordingIsClosed(benchmark::State& state) {
 }
 BENCHMARK(recordingIsClosed)->Iterations(10)->UseRealTime()->Unit(benchmark::kMicrosecond);
 
+/// The recogniser's thread does this before its own work: a 4 s recording to the samples that it takes.
+void recordingIsRead(benchmark::State& state) {
+    const tests::TemporaryDirectory directory;
+    FfmpegAudioFiles files;
+    const AudioFormat format{48000, 2};
+    const auto path = std::filesystem::path(directory.path()) / "a.m4a";
+    auto writer = files.create(path, format);
+    writer->write(files.read(tests::voiceFile(tests::voices().front().name), format));
+    writer->close();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(files.read(path, {PocketSphinxDecoder::sampleRate, 1}));
+}
+BENCHMARK(recordingIsRead)->Unit(benchmark::kMillisecond);
+
 } // namespace
 
 } // namespace sonvale::platform::linux

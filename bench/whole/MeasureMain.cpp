@@ -1,15 +1,19 @@
 #include "tests/e2e/Session.h"
 #include "tests/support/Voices.h"
 
+#include <X11/keysym.h>
 #include <fmt/format.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -52,6 +56,20 @@ double processorSeconds(pid_t process) {
     return static_cast<double>(user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
+/// Processor time of the thread that the recogniser works on.
+double recogniserMilliseconds(pid_t process) {
+    for (const auto& thread : std::filesystem::directory_iterator(fmt::format("/proc/{}/task", process))) {
+        std::string name;
+        std::getline(std::ifstream(thread.path() / "comm"), name);
+        if (name != "recogniser")
+            continue;
+        double nanoseconds = 0;
+        std::ifstream(thread.path() / "schedstat") >> nanoseconds;
+        return nanoseconds / 1e6;
+    }
+    return 0;
+}
+
 double wakeUpsPerSecond(pid_t process, int seconds) {
     const long before = wakeUps(process);
     pauseMilliseconds(seconds * 1000);
@@ -73,6 +91,35 @@ std::vector<double> millisecondsOf(const RunningProgram& program, const std::str
     for (const auto& timing : program.timings(stage))
         result.push_back(std::stod(timing));
     return result;
+}
+
+/// From the key that goes up to the words that stand in a terminal, whose program writes them down at once.
+void measureTheWait(int dictations) {
+    Session session({.editor = Editor::Program::xterm, .terminalCommand = "stty raw -echo; exec cat >FILE"});
+    session.dictate(voices().front());
+
+    std::vector<double> whole;
+    std::vector<double> lessTheRecogniser;
+    for (int i = 0; i < dictations; ++i) {
+        session.holdToTalk();
+        session.speak(voices()[static_cast<std::size_t>(i) % voices().size()]);
+        const auto sizeBefore = std::filesystem::file_size(session.editor.file());
+        // It may still be loading, or tidying up, while the user speaks.
+        const double recogniserBefore = recogniserMilliseconds(session.program.pid());
+        const double released = monotonicSeconds();
+        session.keyboard.up(XK_Alt_L);
+        while (std::filesystem::file_size(session.editor.file()) == sizeBefore) {
+            if (monotonicSeconds() - released > 60)
+                throw std::runtime_error("the words did not arrive");
+            std::this_thread::sleep_for(std::chrono::microseconds(500));
+        }
+        whole.push_back((monotonicSeconds() - released) * 1000);
+        lessTheRecogniser.push_back(whole.back() -
+                                    (recogniserMilliseconds(session.program.pid()) - recogniserBefore));
+        session.letGo();
+    }
+    printTimings("key up to the words in a terminal", std::move(whole));
+    printTimings("the same, less the recogniser's thread", std::move(lessTheRecogniser));
 }
 
 void measure(int dictations) {
@@ -114,10 +161,12 @@ void measure(int dictations) {
 
 } // namespace
 
-/// Measures the whole program at rest and at work in a private desktop, which takes about two minutes.
+/// Measures the whole program at rest and at work in a private desktop, which takes about three minutes.
 int main(int argc, char** argv) {
     try {
-        measure(argc > 1 ? std::stoi(argv[1]) : 10);
+        const int dictations = argc > 1 ? std::stoi(argv[1]) : 10;
+        measure(dictations);
+        measureTheWait(dictations);
         return 0;
     } catch (const std::exception& error) {
         fmt::print(stderr, "{}\n", error.what());

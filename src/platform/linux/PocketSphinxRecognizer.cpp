@@ -144,10 +144,10 @@ private:
     std::vector<std::weak_ptr<Recognition>> recognitions_; ///< guarded by `mutex_`
 
     std::unique_ptr<PocketSphinxDecoder> decoder_; ///< used on `decoding_` only
-    SerialThread decoding_;
+    SerialThread decoding_{"recogniser"};
     /// Apart from the decoding, whose last step for an utterance cannot be cut short: a cancellation is
     /// answered meanwhile.
-    SerialThread answers_;
+    SerialThread answers_{"recognised"};
 };
 
 void PocketSphinxRecognizers::Recognition::cancel() {

@@ -1,8 +1,13 @@
 #include "platform/linux/SerialThread.h"
 
+#include <pthread.h>
+
 #include <utility>
 
 namespace sonvale::platform::linux {
+
+SerialThread::SerialThread(std::string name)
+    : name_(std::move(name)) {}
 
 SerialThread::~SerialThread() {
     end();
@@ -33,6 +38,7 @@ void SerialThread::end() {
 }
 
 void SerialThread::run() {
+    pthread_setname_np(pthread_self(), name_.c_str());
     std::unique_lock lock(mutex_);
     for (;;) {
         changed_.wait(lock, [this] { return isEnding_ || !queue_.empty(); });

@@ -4,6 +4,7 @@
 #include <deque>
 #include <functional>
 #include <mutex>
+#include <string>
 #include <thread>
 
 namespace sonvale::platform::linux {
@@ -11,7 +12,8 @@ namespace sonvale::platform::linux {
 /// Runs work in order on a thread of its own, which is started with the first work. For libraries that block.
 class SerialThread {
 public:
-    SerialThread() = default;
+    /// `name` is the thread's for the system: 15 letters at most.
+    explicit SerialThread(std::string name);
     SerialThread(const SerialThread&) = delete;
     SerialThread& operator=(const SerialThread&) = delete;
     /// As `end()`.
@@ -26,6 +28,7 @@ public:
 private:
     void run();
 
+    const std::string name_;
     std::mutex mutex_;
     std::condition_variable changed_;
     std::deque<std::function<void()>> queue_; ///< guarded by `mutex_`, as all below

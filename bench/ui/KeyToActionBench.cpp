@@ -1,0 +1,82 @@
+#include "hotkeys/HotkeyBindingStore.h"
+#include "hotkeys/HotkeyManager.h"
+#include "platform/linux/SyntheticKeyLedger.h"
+#include "platform/linux/X11EventTap.h"
+#include "platform/qt/QtMainContext.h"
+#include "runtime/SystemClock.h"
+#include "runtime/Task.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/PrivateDisplay.h"
+#include "tests/support/TestKeyboard.h"
+
+#include <X11/keysym.h>
+#include <benchmark/benchmark.h>
+
+#include <QCoreApplication>
+#include <algorithm>
+#include <atomic>
+#include <thread>
+#include <vector>
+
+namespace sonvale::tests {
+
+namespace {
+
+/// From the moment in which the last key of "Option + Space" is handed to the server to the action on the
+/// main actor, in Qt's event loop.
+void keyToAction(benchmark::State& state) {
+    int argc = 0;
+    QCoreApplication application(argc, nullptr);
+    const PrivateDisplay display;
+    const runtime::SystemClock clock;
+    runtime::SystemClock timers;
+    platform::qt::QtMainContext main(timers, std::make_shared<runtime::TaskRegistry>());
+    platform::linux::X11EventTap tap(clock, std::make_shared<platform::linux::SyntheticKeyLedger>(),
+                                     display.name());
+    hotkeys::HotkeyManager manager(main.actor(), timers, tap);
+    manager.updateBindings(hotkeys::HotkeyBindingStore::defaults());
+
+    std::atomic<double> heardAt = 0;
+    manager.setOnAction([&](hotkeys::HotkeyAction, hotkeys::HotkeyEventType type) {
+        if (type == hotkeys::HotkeyEventType::down)
+            heardAt = monotonicSeconds();
+    });
+    if (!manager.start()) {
+        state.SkipWithError("the tap did not start");
+        return;
+    }
+
+    std::vector<double> latencies;
+    std::thread user([&] {
+        TestKeyboard keyboard(display.name(), TestKeyboard::Source::hardware);
+        for (auto _ : state) {
+            heardAt = 0;
+            keyboard.down(XK_Alt_L);
+            pauseMilliseconds(5);
+            const double pressedAt = monotonicSeconds();
+            keyboard.down(XK_space);
+            if (!eventually(2, [&] { return heardAt > 0; })) {
+                state.SkipWithError("no action was heard");
+                break;
+            }
+            latencies.push_back(heardAt - pressedAt);
+            state.SetIterationTime(latencies.back());
+            keyboard.up(XK_space);
+            keyboard.up(XK_Alt_L);
+            pauseMilliseconds(5);
+        }
+        QMetaObject::invokeMethod(&application, &QCoreApplication::quit, Qt::QueuedConnection);
+    });
+    application.exec();
+    user.join();
+    if (latencies.empty())
+        return;
+    std::ranges::sort(latencies);
+    state.counters["p50_us"] = latencies[latencies.size() / 2] * 1e6;
+    state.counters["p99_us"] = latencies[(latencies.size() - 1) * 99 / 100] * 1e6;
+}
+BENCHMARK(keyToAction)->UseManualTime()->Iterations(1000)->Unit(benchmark::kMicrosecond);
+
+} // namespace
+
+} // namespace sonvale::tests
