@@ -1,0 +1,108 @@
+#pragma once
+
+#include "runtime/Task.h"
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace sonvale::platform {
+
+class WebSocketTask;
+
+/// A transfer or a socket that failed below HTTP. `what()` is fit for the user and names no address.
+class UrlError : public std::runtime_error {
+public:
+    /// The codes are those of the system's own interface.
+    enum class Code {
+        unknown = -1,
+        cancelled = -999,
+        badUrl = -1000,
+        timedOut = -1001,
+        cannotFindHost = -1003,
+        cannotConnectToHost = -1004,
+        networkConnectionLost = -1005,
+        notConnectedToInternet = -1009,
+        badServerResponse = -1011,
+        secureConnectionFailed = -1200,
+        serverCertificateUntrusted = -1202,
+    };
+    static constexpr const char* domain = "NSURLErrorDomain";
+
+    UrlError(Code code, const std::string& description)
+        : std::runtime_error(description)
+        , code_(code) {}
+
+    Code code() const { return code_; }
+
+private:
+    Code code_;
+};
+
+struct HttpHeader {
+    std::string name;
+    std::string value;
+    bool operator==(const HttpHeader&) const = default;
+};
+
+struct UrlRequest {
+    std::string method = "GET";
+    std::string url; ///< absolute; http and https, for a socket ws and wss
+    std::vector<HttpHeader> headers;
+    /// Sent as it stands; null for none. It is read until the call returns and never copied whole, so that
+    /// its owner can overwrite it afterwards.
+    std::shared_ptr<const std::vector<std::byte>> body;
+    /// The request fails when nothing has moved for so long, in either direction. For a socket: until it is
+    /// open.
+    double timeoutSeconds = 60;
+};
+
+struct UrlResponse {
+    std::optional<int> statusCode; ///< absent: what came was not HTTP
+    std::vector<HttpHeader> headers;
+    std::string body; ///< decoded from its transfer coding, otherwise as it came
+};
+
+/// A set of connections without memory: no cookies, no cache, nothing on disk. Connections are kept alive
+/// between its requests. The system's proxy settings are honoured, and certificates are verified against the
+/// system's authorities and those of the file that SSL_CERT_FILE names.
+///
+/// Any thread, and every operation may be called on several at once. A session that is dropped lives on until
+/// its last request has ended.
+class UrlSession {
+public:
+    UrlSession() = default;
+    UrlSession(const UrlSession&) = delete;
+    UrlSession& operator=(const UrlSession&) = delete;
+    virtual ~UrlSession() = default;
+
+    /// Sends the request and waits for the whole answer, whatever its status. Redirects are followed (ten at
+    /// most, never from https to http); an Authorization header goes along only within the same origin
+    /// (scheme, host and port, RFC 6454). Throws `UrlError`. Cancelling the task closes the connection and
+    /// throws `cancelled`; so does a session that is or gets invalidated.
+    virtual runtime::Task<UrlResponse> data(UrlRequest request) = 0;
+
+    /// A socket that is not connected yet; never null. On an invalidated session it fails when it is resumed.
+    virtual std::shared_ptr<WebSocketTask> webSocketTask(UrlRequest request) = 0;
+
+    /// Ends every request and socket of the session with `cancelled`, and refuses new ones. Returns at once.
+    virtual void invalidateAndCancel() = 0;
+};
+
+/// Makes sessions. Any thread; outlives them.
+class UrlSessions {
+public:
+    UrlSessions() = default;
+    UrlSessions(const UrlSessions&) = delete;
+    UrlSessions& operator=(const UrlSessions&) = delete;
+    virtual ~UrlSessions() = default;
+
+    /// Never null.
+    virtual std::shared_ptr<UrlSession> makeEphemeral() = 0;
+};
+
+} // namespace sonvale::platform
