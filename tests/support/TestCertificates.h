@@ -1,0 +1,32 @@
+#pragma once
+
+#include "tests/support/ChildProcess.h"
+
+#include <filesystem>
+
+namespace sonvale::tests {
+
+/// An authority made at run time, and a server's certificate that it signed, in a folder that goes with the
+/// object.
+class TestCertificates {
+public:
+    enum class Kind {
+        valid,     ///< for "localhost" and 127.0.0.1
+        wrongName, ///< for "elsewhere.invalid"
+        expired,   ///< yesterday
+    };
+
+    /// Throws `std::runtime_error` when the openssl command fails.
+    explicit TestCertificates(Kind kind = Kind::valid);
+
+    std::filesystem::path caFile() const { return folder() / "ca.pem"; }
+    std::filesystem::path certificateFile() const { return folder() / "server.pem"; }
+    std::filesystem::path keyFile() const { return folder() / "server.key"; }
+
+private:
+    std::filesystem::path folder() const { return directory_.path(); }
+
+    TemporaryDirectory directory_;
+};
+
+} // namespace sonvale::tests
