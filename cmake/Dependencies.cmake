@@ -6,7 +6,7 @@ find_package(Boost 1.81 REQUIRED COMPONENTS url)
 find_package(ICU 72 REQUIRED COMPONENTS uc i18n data)
 find_package(fmt REQUIRED)
 find_package(nlohmann_json REQUIRED)
-find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets DBus)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets DBus Network WebSockets)
 
 pkg_check_modules(SQLITE3 REQUIRED IMPORTED_TARGET sqlite3)
 find_path(SQLITECPP_INCLUDE_DIR SQLiteCpp/SQLiteCpp.h REQUIRED)

@@ -1,0 +1,89 @@
+#include "platform/qt/Network.h"
+
+#include "platform/qt/NetworkRequests.h"
+#include "platform/qt/SystemProxy.h"
+
+#include <QMetaObject>
+#include <QNetworkCookie>
+#include <QNetworkCookieJar>
+
+namespace sonvale::platform::qt {
+
+namespace {
+
+/// Forgets what it is given.
+class NoCookies final : public QNetworkCookieJar {
+public:
+    QList<QNetworkCookie> cookiesForUrl(const QUrl&) const override { return {}; }
+    bool setCookiesFromUrl(const QList<QNetworkCookie>&, const QUrl&) override { return false; }
+};
+
+} // namespace
+
+NetworkSession::NetworkSession(QSslConfiguration ssl, QObject& keeper)
+    : ssl_(std::move(ssl))
+    , keeper_(keeper) {}
+
+NetworkSession::~NetworkSession() {
+    sockets_.clear();
+    calls_.clear();
+}
+
+QNetworkAccessManager& NetworkSession::manager() {
+    if (!manager_) {
+        manager_ = std::make_unique<QNetworkAccessManager>();
+        manager_->setCookieJar(new NoCookies);
+        manager_->setProxyFactory(new SystemProxy);
+    }
+    return *manager_;
+}
+
+void NetworkSession::startCall(NetworkId id, UrlRequest request, runtime::Continuation<UrlResponse> caller) {
+    // A later turn: the call may be in the middle of its own work.
+    const auto onEnd = [this, id] {
+        QMetaObject::invokeMethod(this, [this, id] { calls_.erase(id); }, Qt::QueuedConnection);
+    };
+    auto& call = calls_[id];
+    call = std::make_unique<HttpCall>(manager(), ssl_, std::move(request), std::move(caller), onEnd);
+    call->start();
+}
+
+void NetworkSession::cancelCall(NetworkId id) {
+    const auto found = calls_.find(id);
+    if (found != calls_.end())
+        found->second->cancel();
+}
+
+void NetworkSession::addSocket(NetworkId id, UrlRequest request) {
+    sockets_[id] = std::make_unique<SocketConnection>(ssl_, std::move(request), keeper_);
+}
+
+SocketConnection* NetworkSession::socket(NetworkId id) {
+    const auto found = sockets_.find(id);
+    return found == sockets_.end() ? nullptr : found->second.get();
+}
+
+void NetworkSession::dropSocket(NetworkId id) {
+    sockets_.erase(id);
+}
+
+void Network::addSession(NetworkId id) {
+    if (!ssl_)
+        ssl_ = std::make_unique<QSslConfiguration>(sslConfiguration());
+    sessions_[id] = std::make_unique<NetworkSession>(*ssl_, closingSockets_);
+}
+
+NetworkSession* Network::session(NetworkId id) {
+    const auto found = sessions_.find(id);
+    return found == sessions_.end() ? nullptr : found->second.get();
+}
+
+void Network::endSession(NetworkId id) {
+    sessions_.erase(id);
+}
+
+void Network::endAllSessions() {
+    sessions_.clear();
+}
+
+} // namespace sonvale::platform::qt

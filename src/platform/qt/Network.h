@@ -1,0 +1,58 @@
+#pragma once
+
+#include "platform/qt/HttpCall.h"
+#include "platform/qt/SocketConnection.h"
+
+#include <QNetworkAccessManager>
+#include <QObject>
+#include <QSslConfiguration>
+#include <cstdint>
+#include <map>
+#include <memory>
+
+namespace sonvale::platform::qt {
+
+using NetworkId = std::uint64_t;
+
+/// One session on the network thread: its connections, requests and sockets. With it they all end, cancelled.
+class NetworkSession final : public QObject {
+public:
+    /// `keeper` owns the sockets that still close when the session has gone.
+    NetworkSession(QSslConfiguration ssl, QObject& keeper);
+    ~NetworkSession() override;
+
+    void startCall(NetworkId id, UrlRequest request, runtime::Continuation<UrlResponse> caller);
+    void cancelCall(NetworkId id);
+
+    void addSocket(NetworkId id, UrlRequest request);
+    /// Null when there is none.
+    SocketConnection* socket(NetworkId id);
+    void dropSocket(NetworkId id);
+
+private:
+    QNetworkAccessManager& manager();
+
+    const QSslConfiguration ssl_;
+    QObject& keeper_;
+    std::unique_ptr<QNetworkAccessManager> manager_; ///< made for the first request
+    std::map<NetworkId, std::unique_ptr<HttpCall>> calls_;
+    std::map<NetworkId, std::unique_ptr<SocketConnection>> sockets_;
+};
+
+/// All that lives on the network thread, and is touched nowhere else. A session that is not there has been
+/// invalidated or dropped.
+class Network {
+public:
+    void addSession(NetworkId id);
+    /// Null when there is none.
+    NetworkSession* session(NetworkId id);
+    void endSession(NetworkId id);
+    void endAllSessions();
+
+private:
+    QObject closingSockets_;                 ///< their parent
+    std::unique_ptr<QSslConfiguration> ssl_; ///< read from the system for the first session
+    std::map<NetworkId, std::unique_ptr<NetworkSession>> sessions_;
+};
+
+} // namespace sonvale::platform::qt

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "platform/UrlSession.h"
+
+#include <QAbstractSocket>
+#include <QNetworkReply>
+#include <exception>
+#include <optional>
+
+namespace sonvale::platform::qt {
+
+/// How far a transfer had come when it failed: the same error of the system means different things.
+enum class TransferStage { connecting, connected };
+
+/// Whether certificate checks had complained.
+enum class CertificateCheck { isFine, hasFailed };
+
+/// The error of this code, with the words for the user.
+UrlError urlError(UrlError::Code code);
+std::exception_ptr urlFailure(UrlError::Code code);
+
+/// Of a reply that failed below HTTP; absent for the errors that only repeat an HTTP status.
+std::optional<UrlError::Code> codeOf(QNetworkReply::NetworkError error, TransferStage stage,
+                                     CertificateCheck certificates);
+
+/// Of a socket that failed before its handshake was done.
+UrlError::Code codeOf(QAbstractSocket::SocketError error, TransferStage stage, CertificateCheck certificates);
+
+} // namespace sonvale::platform::qt

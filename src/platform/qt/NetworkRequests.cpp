@@ -1,0 +1,72 @@
+#include "platform/qt/NetworkRequests.h"
+
+#include <QSslCertificate>
+#include <algorithm>
+#include <cmath>
+
+namespace sonvale::platform::qt {
+
+namespace {
+
+bool isTokenCharacter(char c) {
+    constexpr std::string_view others = "!#$%&'*+-.^_`|~";
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+           others.find(c) != std::string_view::npos;
+}
+
+bool isControlCharacter(char c) {
+    return (static_cast<unsigned char>(c) < 0x20 && c != '\t') || c == 0x7f;
+}
+
+} // namespace
+
+QSslConfiguration sslConfiguration() {
+    auto configuration = QSslConfiguration::defaultConfiguration();
+    const auto file = qEnvironmentVariable("SSL_CERT_FILE");
+    if (file.isEmpty())
+        return configuration;
+    const auto extra = QSslCertificate::fromPath(file);
+    // Without a list of its own Qt looks the system's authorities up as they are needed.
+    if (!extra.isEmpty())
+        configuration.setCaCertificates(QSslConfiguration::systemCaCertificates() + extra);
+    return configuration;
+}
+
+std::optional<QUrl> parseUrl(const std::string& text, const QString& scheme, const QString& secureScheme) {
+    const QUrl url(QString::fromStdString(text), QUrl::StrictMode);
+    if (!url.isValid() || url.host().isEmpty())
+        return std::nullopt;
+    if (url.scheme() != scheme && url.scheme() != secureScheme)
+        return std::nullopt;
+    return url;
+}
+
+bool areValidHeaders(const std::vector<HttpHeader>& headers) {
+    return std::ranges::all_of(headers, [](const HttpHeader& header) {
+        return !header.name.empty() && std::ranges::all_of(header.name, isTokenCharacter) &&
+               std::ranges::none_of(header.value, isControlCharacter);
+    });
+}
+
+std::chrono::milliseconds millisecondsOf(double seconds) {
+    constexpr double longest = 24 * 60 * 60;
+    const double bounded = std::isfinite(seconds) ? std::clamp(seconds, 0.0, longest) : longest;
+    return std::chrono::milliseconds(std::llround(bounded * 1000));
+}
+
+QNetworkRequest makeRequest(const QUrl& url, const std::vector<HttpHeader>& headers,
+                            const QSslConfiguration& ssl) {
+    QNetworkRequest request(url);
+    request.setSslConfiguration(ssl);
+    request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
+    request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
+    request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
+    request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
+    request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
+    for (const auto& header : headers)
+        request.setRawHeader(QByteArray::fromStdString(header.name), QByteArray::fromStdString(header.value));
+    return request;
+}
+
+} // namespace sonvale::platform::qt

@@ -1,0 +1,57 @@
+#include "platform/qt/NetworkThread.h"
+
+#include <QEventLoop>
+#include <QMetaObject>
+#include <future>
+
+namespace sonvale::platform::qt {
+
+NetworkThread::NetworkThread() {
+    // Shared: the one who sets it may still be at it when the other has seen it.
+    const auto started = std::make_shared<std::promise<void>>();
+    thread_.reset(QThread::create([this, started] { run([started] { started->set_value(); }); }));
+    thread_->setObjectName(QStringLiteral("network"));
+    thread_->start();
+    started->get_future().wait();
+}
+
+NetworkThread::~NetworkThread() {
+    end();
+}
+
+void NetworkThread::run(std::function<void()> started) {
+    Network network;
+    QObject receiver;
+    QEventLoop loop;
+    network_ = &network;
+    {
+        const std::lock_guard lock(mutex_);
+        receiver_ = &receiver;
+    }
+    started();
+    loop.exec();
+    network.endAllSessions();
+}
+
+bool NetworkThread::post(std::function<void(Network&)> work) {
+    const std::lock_guard lock(mutex_);
+    if (!receiver_)
+        return false;
+    QMetaObject::invokeMethod(
+        receiver_, [this, work = std::move(work)] { work(*network_); }, Qt::QueuedConnection);
+    return true;
+}
+
+void NetworkThread::end() {
+    {
+        const std::lock_guard lock(mutex_);
+        if (!receiver_)
+            return;
+        // Behind everything that was posted, as nothing is any more afterwards.
+        QMetaObject::invokeMethod(receiver_, [this] { thread_->quit(); }, Qt::QueuedConnection);
+        receiver_ = nullptr;
+    }
+    thread_->wait();
+}
+
+} // namespace sonvale::platform::qt

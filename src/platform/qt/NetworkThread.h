@@ -1,0 +1,43 @@
+#pragma once
+
+#include "platform/qt/Network.h"
+
+#include <QThread>
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+
+namespace sonvale::platform::qt {
+
+/// The thread on which requests and sockets run. Any thread may use it.
+class NetworkThread {
+public:
+    NetworkThread();
+    NetworkThread(const NetworkThread&) = delete;
+    NetworkThread& operator=(const NetworkThread&) = delete;
+    /// As `end()`.
+    ~NetworkThread();
+
+    /// Queues `work`, in the order of the calls; it never runs inside this one. False, and `work` is not
+    /// kept, after `end()`.
+    bool post(std::function<void(Network&)> work);
+
+    /// A number that no other session, request or socket has.
+    NetworkId makeId() { return ++lastId_; }
+
+    /// Runs what is queued, ends every session and the thread. Not on the thread itself. A second call does
+    /// nothing.
+    void end();
+
+private:
+    void run(std::function<void()> started);
+
+    std::atomic<NetworkId> lastId_ = 0;
+    std::unique_ptr<QThread> thread_;
+    std::mutex mutex_;
+    QObject* receiver_ = nullptr; ///< guarded by `mutex_`; null before and after
+    Network* network_ = nullptr;  ///< on the thread only
+};
+
+} // namespace sonvale::platform::qt

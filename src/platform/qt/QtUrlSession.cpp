@@ -1,0 +1,71 @@
+#include "platform/qt/QtUrlSession.h"
+
+#include "platform/qt/NetworkErrors.h"
+#include "platform/qt/QtWebSocketTask.h"
+#include "platform/qt/SessionHandle.h"
+
+namespace sonvale::platform::qt {
+
+namespace {
+
+using Caller = runtime::Continuation<UrlResponse>;
+
+runtime::Task<UrlResponse> dataOf(std::shared_ptr<SessionHandle> session, UrlRequest request) {
+    if (co_await runtime::isCurrentTaskCancelled())
+        throw urlError(UrlError::Code::cancelled);
+
+    const auto id = session->thread().makeId();
+    std::function<void(Caller)> start = [session, id, request = std::move(request)](Caller caller) {
+        const bool isPosted =
+            session->thread().post([sessionId = session->id(), id, request, caller](Network& network) {
+                if (auto* running = network.session(sessionId))
+                    running->startCall(id, request, caller);
+                else
+                    caller.fail(urlFailure(UrlError::Code::cancelled));
+            });
+        if (!isPosted)
+            caller.fail(urlFailure(UrlError::Code::cancelled));
+    };
+    // The caller hears of it when nothing reads its body any more.
+    std::function<void()> onCancel = [session, id] {
+        session->thread().post([sessionId = session->id(), id](Network& network) {
+            if (auto* running = network.session(sessionId))
+                running->cancelCall(id);
+        });
+    };
+    co_return co_await runtime::suspend<UrlResponse>(std::move(start), std::move(onCancel));
+}
+
+class QtUrlSession final : public UrlSession {
+public:
+    explicit QtUrlSession(std::shared_ptr<NetworkThread> thread)
+        : handle_(std::make_shared<SessionHandle>(std::move(thread))) {}
+
+    runtime::Task<UrlResponse> data(UrlRequest request) override {
+        return dataOf(handle_, std::move(request));
+    }
+
+    std::shared_ptr<WebSocketTask> webSocketTask(UrlRequest request) override {
+        return std::make_shared<QtWebSocketTask>(handle_, std::move(request));
+    }
+
+    void invalidateAndCancel() override { handle_->invalidate(); }
+
+private:
+    const std::shared_ptr<SessionHandle> handle_;
+};
+
+} // namespace
+
+QtUrlSessions::QtUrlSessions()
+    : thread_(std::make_shared<NetworkThread>()) {}
+
+QtUrlSessions::~QtUrlSessions() {
+    thread_->end();
+}
+
+std::shared_ptr<UrlSession> QtUrlSessions::makeEphemeral() {
+    return std::make_shared<QtUrlSession>(thread_);
+}
+
+} // namespace sonvale::platform::qt

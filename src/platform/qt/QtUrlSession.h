@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/UrlSession.h"
+
+#include <memory>
+
+namespace sonvale::platform::qt {
+
+class NetworkThread;
+
+/// Sessions on Qt's network library and a thread of their own, by HTTP/1.1. Errors hold no address and no
+/// header; nothing is logged.
+///
+/// Make it after Qt's application object. Destroying it, not from within a continuation, ends what still runs
+/// in any of its sessions with `cancelled` and waits for the thread; sessions that are left are invalid then.
+/// What SSL_CERT_FILE names is read when the first session is made.
+class QtUrlSessions final : public UrlSessions {
+public:
+    QtUrlSessions();
+    ~QtUrlSessions() override;
+
+    std::shared_ptr<UrlSession> makeEphemeral() override;
+
+private:
+    const std::shared_ptr<NetworkThread> thread_;
+};
+
+} // namespace sonvale::platform::qt

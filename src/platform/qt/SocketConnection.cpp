@@ -1,0 +1,212 @@
+#include "platform/qt/SocketConnection.h"
+
+#include "platform/qt/NetworkRequests.h"
+#include "platform/qt/SystemProxy.h"
+
+#include <QSslError>
+#include <QSslSocket>
+
+namespace sonvale::platform::qt {
+
+namespace {
+
+using Code = UrlError::Code;
+
+constexpr quint64 messageBytesAtMost = 16UL << 20U;
+/// Of messages that nobody has received yet.
+constexpr std::size_t incomingBytesAtMost = 64UL << 20U;
+/// A closing socket gets so long to write what it still holds.
+constexpr int millisecondsToClose = 2000;
+
+/// Keeps the socket until its last bytes are written.
+void lingerAndDelete(std::unique_ptr<QWebSocket> closing, QObject& keeper) {
+    auto* socket = closing.release();
+    socket->setParent(&keeper);
+    if (socket->state() == QAbstractSocket::UnconnectedState) {
+        socket->deleteLater();
+        return;
+    }
+    QObject::connect(socket, &QWebSocket::disconnected, socket, &QObject::deleteLater);
+    QTimer::singleShot(millisecondsToClose, socket, [socket] {
+        socket->abort();
+        socket->deleteLater();
+    });
+}
+
+} // namespace
+
+SocketConnection::SocketConnection(QSslConfiguration ssl, UrlRequest request, QObject& keeper)
+    : ssl_(std::move(ssl))
+    , request_(std::move(request))
+    , keeper_(keeper) {
+    handshakeLimit_.setSingleShot(true);
+    connect(&handshakeLimit_, &QTimer::timeout, this, [this] { fail(Code::timedOut); });
+}
+
+SocketConnection::~SocketConnection() {
+    cancel(WebSocketTask::goingAway);
+}
+
+void SocketConnection::open() {
+    if (socket_ || failure_)
+        return;
+    const auto url = parseUrl(request_.url, QStringLiteral("ws"), QStringLiteral("wss"));
+    if (!url || !areValidHeaders(request_.headers)) {
+        fail(Code::badUrl);
+        return;
+    }
+
+    socket_ = std::make_unique<QWebSocket>();
+    socket_->setSslConfiguration(ssl_);
+    socket_->setProxy(SystemProxy::forSocket(*url));
+    socket_->setMaxAllowedIncomingFrameSize(messageBytesAtMost);
+    socket_->setMaxAllowedIncomingMessageSize(messageBytesAtMost);
+    watch();
+    handshakeLimit_.start(millisecondsOf(request_.timeoutSeconds));
+    socket_->open(makeRequest(*url, request_.headers, ssl_));
+
+    // Qt keeps the transport to itself, but it is the only one among the socket's children.
+    transport_ =
+        socket_ ? socket_->findChild<QAbstractSocket*>(QString(), Qt::FindDirectChildrenOnly) : nullptr;
+    if (!transport_)
+        return;
+    connect(transport_, &QAbstractSocket::connected, this, [this] {
+        stage_ = TransferStage::connected;
+        // What Qt sets before the connection is there has no effect.
+        transport_->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    });
+    if (auto* secure = qobject_cast<QSslSocket*>(transport_))
+        connect(secure, &QSslSocket::encryptedBytesWritten, this, [this] { sendWaiting(); });
+}
+
+void SocketConnection::watch() {
+    auto* socket = socket_.get();
+    connect(socket, &QWebSocket::connected, this, [this] { connected(); });
+    connect(socket, &QWebSocket::sslErrors, this, [this] { certificates_ = CertificateCheck::hasFailed; });
+    connect(socket, qOverload<QAbstractSocket::SocketError>(&QWebSocket::error), this,
+            [this](QAbstractSocket::SocketError error) {
+                fail(isOpen_ ? Code::networkConnectionLost : codeOf(error, stage_, certificates_));
+            });
+    connect(socket, &QWebSocket::disconnected, this, [this] { fail(Code::networkConnectionLost); });
+    connect(socket, &QWebSocket::bytesWritten, this, [this] { sendWaiting(); });
+    connect(socket, &QWebSocket::textMessageReceived, this,
+            [this](const QString& text) { arrived({WebSocketMessage::Kind::text, text.toStdString()}); });
+    connect(socket, &QWebSocket::binaryMessageReceived, this, [this](const QByteArray& bytes) {
+        arrived({WebSocketMessage::Kind::binary, bytes.toStdString()});
+    });
+}
+
+void SocketConnection::connected() {
+    handshakeLimit_.stop();
+    isOpen_ = true;
+    sendWaiting();
+}
+
+void SocketConnection::send(WebSocketMessage message, runtime::Continuation<> sender) {
+    if (failure_) {
+        sender.fail(urlFailure(*failure_));
+        return;
+    }
+    outgoing_.push_back({std::move(message), std::move(sender)});
+    sendWaiting();
+}
+
+void SocketConnection::sendWaiting() {
+    // Writing reports what it wrote from within.
+    if (isSending_ || !isOpen_)
+        return;
+    isSending_ = true;
+
+    // One message at a time, so that the end of each is known.
+    while (!failure_ && hasWrittenAll()) {
+        if (const auto sender = std::exchange(writing_, std::nullopt))
+            sender->resume();
+        if (outgoing_.empty())
+            break;
+        auto next = std::move(outgoing_.front());
+        outgoing_.pop_front();
+        writing_.emplace(std::move(next.sender));
+        const auto& bytes = next.message.bytes;
+        if (next.message.kind == WebSocketMessage::Kind::text)
+            socket_->sendTextMessage(QString::fromStdString(bytes));
+        else
+            socket_->sendBinaryMessage(
+                QByteArray::fromRawData(bytes.data(), static_cast<qsizetype>(bytes.size())));
+        if (!failure_)
+            socket_->flush();
+    }
+    isSending_ = false;
+}
+
+bool SocketConnection::hasWrittenAll() const {
+    const auto* secure = qobject_cast<QSslSocket*>(transport_);
+    return socket_->bytesToWrite() == 0 && (!secure || secure->encryptedBytesToWrite() == 0);
+}
+
+void SocketConnection::receive(runtime::Continuation<WebSocketMessage> receiver) {
+    if (incoming_.empty()) {
+        if (failure_)
+            receiver.fail(urlFailure(*failure_));
+        else
+            receiver_.emplace(std::move(receiver));
+        return;
+    }
+    const auto bytes = incoming_.front().bytes.size();
+    // A caller that has been cancelled takes nothing.
+    if (receiver.resume(incoming_.front())) {
+        incoming_.pop_front();
+        incomingBytes_ -= bytes;
+    }
+}
+
+void SocketConnection::arrived(WebSocketMessage message) {
+    if (failure_)
+        return;
+    if (const auto receiver = std::exchange(receiver_, std::nullopt)) {
+        if (receiver->resume(message))
+            return;
+    }
+    incomingBytes_ += message.bytes.size();
+    incoming_.push_back(std::move(message));
+    if (incomingBytes_ > incomingBytesAtMost)
+        fail(Code::networkConnectionLost);
+}
+
+void SocketConnection::cancel(int closeCode) {
+    if (!failure_) {
+        failure_ = Code::cancelled;
+        letGo(closeCode);
+    }
+}
+
+void SocketConnection::fail(Code code) {
+    if (failure_)
+        return;
+    failure_ = code;
+    letGo(WebSocketTask::goingAway);
+}
+
+void SocketConnection::letGo(int closeCode) {
+    handshakeLimit_.stop();
+    const auto error = urlFailure(*failure_);
+    if (const auto sender = std::exchange(writing_, std::nullopt))
+        sender->fail(error);
+    for (const auto& waiting : std::exchange(outgoing_, {}))
+        waiting.sender.fail(error);
+    if (const auto receiver = std::exchange(receiver_, std::nullopt))
+        receiver->fail(error);
+
+    if (!socket_)
+        return;
+    socket_->disconnect(this);
+    if (transport_)
+        transport_->disconnect(this);
+    if (isOpen_)
+        socket_->close(static_cast<QWebSocketProtocol::CloseCode>(closeCode));
+    else
+        socket_->abort();
+    lingerAndDelete(std::move(socket_), keeper_);
+    transport_ = nullptr;
+}
+
+} // namespace sonvale::platform::qt

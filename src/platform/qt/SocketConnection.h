@@ -1,0 +1,64 @@
+#pragma once
+
+#include "platform/UrlSession.h"
+#include "platform/WebSocketTask.h"
+#include "platform/qt/NetworkErrors.h"
+
+#include <QAbstractSocket>
+#include <QObject>
+#include <QSslConfiguration>
+#include <QTimer>
+#include <QWebSocket>
+#include <deque>
+#include <memory>
+#include <optional>
+
+namespace sonvale::platform::qt {
+
+/// One WebSocket on the network thread. Destroying it closes it as "going away".
+class SocketConnection final : public QObject {
+public:
+    /// `keeper` owns the sockets that still close when their connection has gone.
+    SocketConnection(QSslConfiguration ssl, UrlRequest request, QObject& keeper);
+    ~SocketConnection() override;
+
+    void open();
+    void send(WebSocketMessage message, runtime::Continuation<> sender);
+    void receive(runtime::Continuation<WebSocketMessage> receiver);
+    void cancel(int closeCode);
+
+private:
+    struct Outgoing {
+        WebSocketMessage message;
+        runtime::Continuation<> sender;
+    };
+
+    void watch();
+    void connected();
+    void sendWaiting();
+    bool hasWrittenAll() const;
+    void arrived(WebSocketMessage message);
+    void fail(UrlError::Code code);
+    void letGo(int closeCode);
+
+    const QSslConfiguration ssl_;
+    const UrlRequest request_;
+    QObject& keeper_;
+    std::unique_ptr<QWebSocket> socket_;
+    QAbstractSocket* transport_ = nullptr; ///< of `socket_`
+    QTimer handshakeLimit_;
+    TransferStage stage_ = TransferStage::connecting;
+    CertificateCheck certificates_ = CertificateCheck::isFine;
+    bool isOpen_ = false;
+    std::optional<UrlError::Code> failure_;
+
+    std::deque<Outgoing> outgoing_;                  ///< not yet handed to Qt
+    std::optional<runtime::Continuation<>> writing_; ///< of the message that Qt is writing
+    bool isSending_ = false;
+
+    std::deque<WebSocketMessage> incoming_;
+    std::size_t incomingBytes_ = 0;
+    std::optional<runtime::Continuation<WebSocketMessage>> receiver_;
+};
+
+} // namespace sonvale::platform::qt
