@@ -29,6 +29,7 @@ pkg_check_modules(X11 REQUIRED IMPORTED_TARGET x11 x11-xcb xi xtst xfixes xext x
 if(SONVALE_TESTS)
   find_package(GTest REQUIRED)
   find_package(benchmark REQUIRED)
+  find_package(OpenSSL 3 REQUIRED COMPONENTS SSL)
 endif()
 
 # Headers that nearly every file reads, compiled once. Targets with Qt have their own set of

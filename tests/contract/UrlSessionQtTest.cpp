@@ -3,7 +3,8 @@
 #include "tests/support/TestCertificates.h"
 #include "tests/support/TestServer.h"
 
-#include <QtLogging>
+#include <QString>
+#include <QtGlobal>
 #include <cstdlib>
 #include <mutex>
 #include <thread>

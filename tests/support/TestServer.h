@@ -34,21 +34,21 @@ struct Answer {
     };
 
     int status = 200;
-    Headers headers; ///< without a Content-Type of their own: "application/json"
-    std::string body;
+    Headers headers = {}; ///< without a Content-Type of their own: "application/json"
+    std::string body = {};
     double delaySeconds = 0; ///< before the first byte
     Fault fault = Fault::none;
-    std::vector<std::string> pieces; ///< sent after `body`, one chunk of the chunked coding for each
-    double pieceSeconds = 0;         ///< before each piece
+    std::vector<std::string> pieces = {}; ///< sent after `body`, one chunk of the chunked coding for each
+    double pieceSeconds = 0;              ///< before each piece
 };
 
 /// One HTTP request as it was received; upgrades to a socket are among them.
 struct Request {
-    std::string method;
-    std::string target; ///< path and query
-    Headers headers;    ///< in their order
-    std::string body;   ///< byte for byte
-    int connection = 0; ///< 1 for the first connection to the server
+    std::string method = {};
+    std::string target = {}; ///< path and query
+    Headers headers = {};    ///< in their order
+    std::string body = {};   ///< byte for byte
+    int connection = 0;      ///< 1 for the first connection to the server
     double monotonicTime = 0;
 
     std::string path() const; ///< without the query
@@ -59,7 +59,7 @@ struct Request {
 struct SocketFrame {
     double monotonicTime = 0; ///< when it was received, or handed to the system
     bool isBinary = false;
-    std::string bytes;
+    std::string bytes = {};
 };
 
 /// How the sockets at /v1/realtime behave. As it stands: the whole conversation of a transcription session,
@@ -67,41 +67,41 @@ struct SocketFrame {
 struct Realtime {
     enum class Ending { closeFrame, reset };
     struct Error {
-        std::string message;
-        base::Json code;
+        std::string message = {};
+        base::Json code = nullptr;
         std::string type = "invalid_request_error";
     };
     struct RawFrame {
-        std::string bytes;
+        std::string bytes = {};
         bool isBinary = false;
     };
 
     // Handshake
     double handshakeSeconds = 0; ///< before it is answered
     int refusesWithStatus = 0;   ///< such as 401 or 503; 0: it is accepted
-    std::string token;           ///< the only bearer token that is accepted; empty: any
+    std::string token = {};      ///< the only bearer token that is accepted; empty: any
 
     // Answer to a commit
-    std::string transcript;
-    bool sendsDeltas = true;      ///< the transcript word by word before it is completed
-    double transcriptSeconds = 0; ///< from the commit to the first delta
-    bool isSilent = false;        ///< acknowledges the commit and says no more
-    std::optional<Error> error;   ///< instead of a transcript
+    std::string transcript = {};
+    bool sendsDeltas = true;         ///< the transcript word by word before it is completed
+    double transcriptSeconds = 0;    ///< from the commit to the first delta
+    bool isSilent = false;           ///< acknowledges the commit and says no more
+    std::optional<Error> error = {}; ///< instead of a transcript
     /// Makes the transcript from the samples since the last commit (24 kHz, 16 bits, mono). It runs on a
     /// thread of the server's that may take its time, one call at a time.
-    std::function<std::string(const std::string& pcm)> transcriber;
+    std::function<std::string(const std::string& pcm)> transcriber = {};
     bool refusesShortAudio = true; ///< an error for less than 100 ms, as the service does
 
     // Ends
     bool closesAtCommit = false;
-    std::optional<int> dropsAfterAppends; ///< ends the socket when so many append frames have come
+    std::optional<int> dropsAfterAppends = {}; ///< ends the socket when so many append frames have come
     Ending ending = Ending::closeFrame;
     int closeCode = 1000;
 
     // Frames out of turn
-    std::vector<RawFrame> framesAtOpen;   ///< after `session.created`
-    std::vector<RawFrame> framesAtCommit; ///< before the answer
-    bool isEcho = false;                  ///< no conversation: every frame is sent back
+    std::vector<RawFrame> framesAtOpen = {};   ///< after `session.created`
+    std::vector<RawFrame> framesAtCommit = {}; ///< before the answer
+    bool isEcho = false;                       ///< no conversation: every frame is sent back
 };
 
 /// One WebSocket as far as it has gone.
@@ -130,7 +130,7 @@ public:
         bool isTls = false;
         int port = 0; ///< 0: any free one
         /// For TLS; null: its own, made at run time. Share them for several servers under one authority.
-        std::shared_ptr<const TestCertificates> certificates;
+        std::shared_ptr<const TestCertificates> certificates = {};
     };
 
     using Handler = std::function<Answer(const Request&)>;
@@ -161,7 +161,7 @@ public:
     /// For the sockets that come next.
     void setRealtime(Realtime realtime);
 
-    /// Everything so far, sockets' handshakes included, in the order in which their heads arrived.
+    /// Everything so far, sockets' handshakes included, in the order in which they were complete.
     std::vector<Request> requests() const;
     std::vector<Request> requests(const std::string& path) const;
     std::vector<Socket> sockets() const; ///< those whose handshake was accepted
@@ -177,6 +177,8 @@ public:
     bool waitForAppends(int count, double seconds) const;
     bool waitForCommits(int count, double seconds) const;
     bool waitForClosedSockets(int count, double seconds) const;
+    /// Waits until exactly so many connections are open.
+    bool waitForOpenConnections(int count, double seconds) const;
 
     // In the moment; nothing happens when there is no such socket.
     void send(std::string text);                      ///< to the newest open socket

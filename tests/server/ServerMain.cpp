@@ -1,0 +1,117 @@
+#include "tests/server/ServerTranscriber.h"
+#include "tests/support/ServiceAnswers.h"
+#include "tests/support/TestServer.h"
+
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace sonvale::tests {
+
+namespace {
+
+constexpr const char* usage =
+    "sonvale-test-server [--port N] [--tls] [--transcribe] [--text TEXT]\n"
+    "\n"
+    "Plays the outside service and the backend on 127.0.0.1: prints one line of JSON with its addresses and\n"
+    "serves until SIGTERM, SIGINT or the end of its input.\n"
+    "\n"
+    "--port N       the port (default: any free one)\n"
+    "--tls          https and wss; the line names the file of the authority, for SSL_CERT_FILE\n"
+    "--transcribe   answers with what it hears (English)\n"
+    "--text TEXT    answers with this text\n";
+
+struct Arguments {
+    TestServer::Options server;
+    bool transcribes = false;
+    std::string text = "Hello from the test server.";
+};
+
+/// Nothing for arguments that are not understood.
+std::optional<Arguments> parse(const std::vector<std::string>& words) {
+    Arguments result;
+    for (auto word = words.begin(); word != words.end(); ++word) {
+        if (*word == "--tls") {
+            result.server.isTls = true;
+        } else if (*word == "--transcribe") {
+            result.transcribes = true;
+        } else if (*word == "--text" && word + 1 != words.end()) {
+            result.text = *++word;
+        } else if (*word == "--port" && word + 1 != words.end()) {
+            char* end = nullptr;
+            const auto port = std::strtol((++word)->c_str(), &end, 10);
+            if (word->empty() || *end != '\0' || port < 0 || port > 65535)
+                return std::nullopt;
+            result.server.port = static_cast<int>(port);
+        } else {
+            return std::nullopt;
+        }
+    }
+    return result;
+}
+
+/// Returns at SIGTERM, SIGINT or the end of the input. They must be blocked in every thread.
+void waitForEnd(const sigset_t& signals) {
+    const int signalled = ::signalfd(-1, &signals, SFD_CLOEXEC);
+    std::array<pollfd, 2> ready{{{.fd = signalled, .events = POLLIN, .revents = 0},
+                                 {.fd = STDIN_FILENO, .events = POLLIN, .revents = 0}}};
+    for (;;) {
+        if (::poll(ready.data(), ready.size(), -1) < 0 || ready[0].revents != 0)
+            break;
+        std::array<char, 256> dropped{};
+        if (ready[1].revents != 0 && ::read(STDIN_FILENO, dropped.data(), dropped.size()) <= 0)
+            break;
+    }
+    ::close(signalled);
+}
+
+int serve(const Arguments& arguments) {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+
+    TestServer server(arguments.server);
+    std::optional<ServerTranscriber> transcriber;
+    if (arguments.transcribes)
+        serveEverything(server, transcriber.emplace().listening());
+    else
+        serveEverything(server, arguments.text);
+
+    base::Json line{
+        {"port", server.port()}, {"url", server.url()}, {"realtime", server.socketUrl("/v1/realtime")}};
+    if (arguments.server.isTls)
+        line["caFile"] = server.caFile().string();
+    std::puts(base::jsonText(line).c_str());
+    std::fflush(stdout);
+    waitForEnd(signals);
+    return EXIT_SUCCESS;
+}
+
+} // namespace
+
+} // namespace sonvale::tests
+
+int main(int count, char** words) {
+    const auto arguments = sonvale::tests::parse({words + 1, words + count});
+    if (!arguments) {
+        std::fputs(sonvale::tests::usage, stderr);
+        return EXIT_FAILURE;
+    }
+    try {
+        return sonvale::tests::serve(*arguments);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return EXIT_FAILURE;
+    }
+}

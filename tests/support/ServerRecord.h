@@ -1,0 +1,66 @@
+#pragma once
+
+#include "tests/support/TestServer.h"
+
+#include <condition_variable>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <variant>
+
+namespace sonvale::tests {
+
+/// What a server is to say, and what it has heard. Any thread.
+class ServerRecord {
+public:
+    using Reply = std::variant<Answer, TestServer::Handler>;
+
+    void answer(const std::string& path, Answer answer);
+    void answerBy(const std::string& path, TestServer::Handler handler);
+    void forget(const std::string& path);
+    void setRealtime(Realtime realtime);
+    /// Takes the next answer of a path; 404 when it has none.
+    Reply nextReply(const std::string& path);
+    Realtime realtime() const;
+
+    /// The connection's number.
+    int connectionOpened();
+    void connectionClosed();
+    void received(Request request);
+    /// The socket's place in `sockets()`.
+    std::size_t socketOpened(Request handshake);
+    void received(std::size_t socket, SocketFrame frame, bool isAppend, bool isCommit);
+    void sent(std::size_t socket, SocketFrame frame);
+    void socketClosed(std::size_t socket, std::optional<int> closeCode);
+
+    std::vector<Request> requests() const;
+    std::vector<Socket> sockets() const;
+    Socket socket() const;
+
+    struct Totals {
+        int connections = 0;
+        int openConnections = 0;
+        int requests = 0;
+        std::map<std::string, int> requestsByPath;
+        int sockets = 0;
+        int closedSockets = 0;
+        int frames = 0;
+        int appends = 0;
+        int commits = 0;
+    };
+    Totals totals() const;
+    /// Whether `isReached` held within the time.
+    bool waitFor(double seconds, const std::function<bool(const Totals&)>& isReached) const;
+
+private:
+    mutable std::mutex mutex_; // guards everything
+    mutable std::condition_variable changed_;
+    std::map<std::string, std::deque<Answer>> answers_;
+    std::map<std::string, TestServer::Handler> handlers_;
+    Realtime realtime_;
+    std::vector<Request> requests_;
+    std::vector<Socket> sockets_;
+    Totals totals_;
+};
+
+} // namespace sonvale::tests

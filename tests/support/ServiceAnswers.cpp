@@ -1,0 +1,227 @@
+#include "tests/support/ServiceAnswers.h"
+
+#include "base/Base64.h"
+#include "tests/support/RealtimeConversation.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <ctime>
+#include <stdexcept>
+
+namespace sonvale::tests {
+
+namespace {
+
+using base::Json;
+
+constexpr const char* chatModel = "gpt-4o-mini-2024-07-18";
+constexpr const char* fingerprint = "fp_560af6e559";
+
+Answer json(const Json& body, int status = 200) {
+    return {.status = status,
+            .headers = {{"Content-Type", "application/json"},
+                        {"X-Request-Id", serviceIdentifier("req")},
+                        {"Openai-Version", "2020-10-01"},
+                        {"Openai-Processing-Ms", "312"},
+                        {"X-Ratelimit-Remaining-Requests", "9999"},
+                        {"Strict-Transport-Security", "max-age=31536000; includeSubDomains; preload"},
+                        {"Cf-Cache-Status", "DYNAMIC"}},
+            .body = base::jsonText(body)};
+}
+
+/// Base64 for the pieces of a web token (RFC 7515, appendix C).
+std::string tokenPiece(const std::string& bytes) {
+    auto text = base::encodeBase64(bytes);
+    std::ranges::replace(text, '+', '-');
+    std::ranges::replace(text, '/', '_');
+    text.erase(std::ranges::find(text, '='), text.end());
+    return text;
+}
+
+std::size_t roughTokens(const std::string& text) {
+    return text.size() / 4 + 1;
+}
+
+/// The file of a multipart form (RFC 7578).
+std::string fileIn(const Request& request) {
+    const auto type = request.header("Content-Type");
+    const auto mark = type.find("boundary=");
+    if (mark == std::string::npos)
+        throw std::runtime_error("there is no boundary");
+    const auto boundary = "--" + type.substr(mark + std::string_view("boundary=").size());
+    const auto& body = request.body;
+    const auto disposition = body.find("name=\"file\"");
+    const auto start = body.find("\r\n\r\n", disposition);
+    const auto end = body.find("\r\n" + boundary, start);
+    if (disposition == std::string::npos || start == std::string::npos || end == std::string::npos)
+        throw std::runtime_error("there is no file");
+    return body.substr(start + 4, end - start - 4);
+}
+
+/// Who signs in, so that the answer names the same person.
+std::string emailIn(const Request& request) {
+    const auto body = base::parseJson(request.body);
+    const auto email = body ? base::jsonString(*body, "email") : std::nullopt;
+    return email.value_or("ada@example.com");
+}
+
+void serveAllBut(TestServer& server, const std::string& chatText) {
+    for (const auto* const path : {"/auth/login", "/auth/signup", "/auth/refresh"})
+        server.answerBy(path, [](const Request& request) { return authSession(emailIn(request)); });
+    server.answerBy("/api/realtime/session",
+                    [](const Request&) { return ephemeralToken(serviceIdentifier("ek")); });
+    for (const auto* const path : {"/v1/chat/completions", "/api/chat"})
+        server.answerBy(path, [=](const Request&) { return chatCompletion(chatText); });
+    server.answerBy("/api/support-chat", [](const Request&) {
+        return chatStream({"You", " can", " hold", " the", " key", " and", " speak."}, 0.05);
+    });
+}
+
+} // namespace
+
+Answer chatCompletion(const std::string& text) {
+    const auto tokens = roughTokens(text);
+    return json({{"id", serviceIdentifier("chatcmpl")},
+                 {"object", "chat.completion"},
+                 {"created", std::time(nullptr)},
+                 {"model", chatModel},
+                 {"choices", Json::array({{{"index", 0},
+                                           {"message",
+                                            {{"role", "assistant"},
+                                             {"content", text},
+                                             {"refusal", nullptr},
+                                             {"annotations", Json::array()}}},
+                                           {"logprobs", nullptr},
+                                           {"finish_reason", "stop"}}})},
+                 {"usage",
+                  {{"prompt_tokens", 412},
+                   {"completion_tokens", tokens},
+                   {"total_tokens", 412 + tokens},
+                   {"prompt_tokens_details", {{"cached_tokens", 0}, {"audio_tokens", 0}}},
+                   {"completion_tokens_details",
+                    {{"reasoning_tokens", 0},
+                     {"audio_tokens", 0},
+                     {"accepted_prediction_tokens", 0},
+                     {"rejected_prediction_tokens", 0}}}}},
+                 {"service_tier", "default"},
+                 {"system_fingerprint", fingerprint}});
+}
+
+Answer chatStream(const std::vector<std::string>& pieces, double pieceSeconds) {
+    const auto id = serviceIdentifier("chatcmpl");
+    const auto event = [&](const Json& delta, const Json& finish) {
+        return "data: " +
+               base::jsonText({{"id", id},
+                               {"object", "chat.completion.chunk"},
+                               {"created", std::time(nullptr)},
+                               {"model", chatModel},
+                               {"service_tier", "default"},
+                               {"system_fingerprint", fingerprint},
+                               {"choices", Json::array({{{"index", 0},
+                                                         {"delta", delta},
+                                                         {"logprobs", nullptr},
+                                                         {"finish_reason", finish}}})},
+                               {"usage", nullptr},
+                               {"obfuscation", "Zk3"}}) +
+               "\n\n";
+    };
+    Answer answer{.headers = {{"Content-Type", "text/event-stream; charset=utf-8"},
+                              {"Cache-Control", "no-cache"},
+                              {"X-Request-Id", serviceIdentifier("req")}},
+                  .pieceSeconds = pieceSeconds};
+    answer.pieces.push_back(": keep-alive\n\n" +
+                            event({{"role", "assistant"}, {"content", ""}, {"refusal", nullptr}}, nullptr));
+    for (const auto& piece : pieces)
+        answer.pieces.push_back(event({{"content", piece}}, nullptr));
+    answer.pieces.push_back(event(Json::object(), "stop"));
+    answer.pieces.push_back("data: [DONE]\n\n");
+    return answer;
+}
+
+Answer plainTranscript(const std::string& text) {
+    auto answer = json(nullptr);
+    answer.headers.front() = {"Content-Type", "text/plain; charset=utf-8"};
+    answer.body = text + "\n";
+    return answer;
+}
+
+Answer ephemeralToken(const std::string& value) {
+    return json(
+        {{"value", value}, {"expires_at", std::time(nullptr) + 600}, {"session", transcriptionSession()}});
+}
+
+Answer nestedEphemeralToken(const std::string& value) {
+    auto session = transcriptionSession();
+    session["client_secret"] = {{"value", value}, {"expires_at", std::time(nullptr) + 60}};
+    return json(session);
+}
+
+std::string accessToken(const std::string& email, double expiresInSeconds) {
+    const auto now = std::time(nullptr);
+    const Json header{{"alg", "HS256"}, {"kid", "test"}, {"typ", "JWT"}};
+    const Json claims{{"iss", "https://auth.example.com"},
+                      {"sub", "3f1c2a6e-6f0b-4c0e-9f5a-0c7d1b1f5a10"},
+                      {"aud", "authenticated"},
+                      {"iat", now},
+                      {"exp", now + static_cast<std::time_t>(expiresInSeconds)},
+                      {"email", email},
+                      {"phone", ""},
+                      {"app_metadata", {{"provider", "email"}, {"providers", Json::array({"email"})}}},
+                      {"role", "authenticated"},
+                      {"session_id", "9a0f0d4e-51f2-4f0e-8f3e-4a8a2bd0a3b1"}};
+    return tokenPiece(base::jsonText(header)) + "." + tokenPiece(base::jsonText(claims)) + "." +
+           tokenPiece("no signature");
+}
+
+Answer authSession(const std::string& email, double expiresInSeconds) {
+    return json({{"access_token", accessToken(email, expiresInSeconds)},
+                 {"token_type", "bearer"},
+                 {"expires_in", expiresInSeconds},
+                 {"expires_at", std::time(nullptr) + static_cast<std::time_t>(expiresInSeconds)},
+                 {"refresh_token", serviceIdentifier("rt")},
+                 {"user",
+                  {{"id", "3f1c2a6e-6f0b-4c0e-9f5a-0c7d1b1f5a10"},
+                   {"aud", "authenticated"},
+                   {"role", "authenticated"},
+                   {"email", email},
+                   {"email_confirmed_at", "2025-01-10T09:12:33.120Z"},
+                   {"phone", ""},
+                   {"app_metadata", {{"provider", "email"}, {"providers", Json::array({"email"})}}},
+                   {"user_metadata", {{"email_verified", true}}},
+                   {"identities", Json::array()},
+                   {"created_at", "2025-01-10T09:11:02.000Z"},
+                   {"updated_at", "2025-01-10T09:12:33.120Z"},
+                   {"is_anonymous", false}}}});
+}
+
+Answer serviceError(int status, const std::string& message, const Json& code) {
+    return json({{"error",
+                  {{"message", message},
+                   {"type", status >= 500 ? "server_error" : "invalid_request_error"},
+                   {"param", nullptr},
+                   {"code", code}}}},
+                status);
+}
+
+Answer backendError(int status, const std::string& message) {
+    return json({{"error", message}, {"code", status}, {"request_id", serviceIdentifier("req")}}, status);
+}
+
+void serveEverything(TestServer& server, const std::string& text) {
+    serveAllBut(server, text);
+    for (const auto* const path : {"/v1/audio/transcriptions", "/api/transcribe"})
+        server.answerBy(path, [=](const Request&) { return plainTranscript(text); });
+    server.setRealtime({.transcript = text});
+}
+
+void serveEverything(TestServer& server, const Listening& listening) {
+    serveAllBut(server, "The text as it should stand.");
+    for (const auto* const path : {"/v1/audio/transcriptions", "/api/transcribe"})
+        server.answerBy(path, [ofAudioFile = listening.ofAudioFile](const Request& request) {
+            return plainTranscript(ofAudioFile(fileIn(request)));
+        });
+    server.setRealtime({.transcriber = listening.ofPcm});
+}
+
+} // namespace sonvale::tests
