@@ -1,0 +1,113 @@
+#pragma once
+
+#include "platform/UrlSession.h"
+#include "runtime/TaskPool.h"
+#include "tests/support/ChildProcess.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+namespace sonvale::tests {
+
+/// Real threads for the tasks of a test, which all end with it.
+class NetworkTasks {
+public:
+    NetworkTasks() = default;
+    NetworkTasks(const NetworkTasks&) = delete;
+    NetworkTasks& operator=(const NetworkTasks&) = delete;
+    ~NetworkTasks() {
+        registry_->cancelAll();
+        EXPECT_TRUE(registry_->waitUntilEmpty(patience)) << "a task did not end";
+        pool_.join();
+    }
+
+    template <class T>
+    runtime::TaskHandle<T> start(runtime::Task<T> task) {
+        return runtime::spawn(pool_.actor(), std::move(task));
+    }
+
+    /// In the order of the calls, as far as the tasks begin.
+    template <class T>
+    runtime::TaskHandle<T> startInOrder(runtime::Task<T> task) {
+        return runtime::spawn(serial_, std::move(task));
+    }
+
+    /// As `start`, for a task that is cancelled before it begins.
+    template <class T>
+    runtime::TaskHandle<T> startCancelled(runtime::Task<T> task) {
+        auto gate = std::make_shared<Gate>();
+        auto handle = start(behind<T>(gate, std::move(task)));
+        EXPECT_TRUE(eventually(patience, [&] { return gate->isClosed.load(); }));
+        handle.cancel();
+        gate->continuation->resume();
+        return handle;
+    }
+
+    template <class T>
+    T finish(const runtime::TaskHandle<T>& handle) {
+        if (!eventually(patience, [&] { return handle.isDone(); }))
+            throw std::runtime_error("the task does not end");
+        auto outcome = handle.state()->outcome;
+        return runtime::detail::take<T>(std::move(outcome));
+    }
+    template <class T>
+    T finish(runtime::Task<T> task) {
+        return finish(start(std::move(task)));
+    }
+
+    /// The code of the error with which it ends; absent when it ends well.
+    template <class T>
+    std::optional<platform::UrlError::Code> failure(const runtime::TaskHandle<T>& handle) {
+        try {
+            finish(handle);
+            return std::nullopt;
+        } catch (const platform::UrlError& error) {
+            EXPECT_STRNE(error.what(), "");
+            return error.code();
+        }
+    }
+    template <class T>
+    std::optional<platform::UrlError::Code> failure(runtime::Task<T> task) {
+        return failure(start(std::move(task)));
+    }
+
+    static constexpr double patience = 30;
+
+private:
+    struct Gate {
+        std::optional<runtime::Continuation<>> continuation; ///< before `isClosed`
+        std::atomic<bool> isClosed = false;
+    };
+
+    template <class T>
+    static runtime::Task<T> behind(std::shared_ptr<Gate> gate, runtime::Task<T> task) {
+        co_await runtime::suspend<void>([gate](runtime::Continuation<> continuation) {
+            gate->continuation.emplace(std::move(continuation));
+            gate->isClosed = true;
+        });
+        co_return co_await std::move(task);
+    }
+
+    const std::shared_ptr<runtime::TaskRegistry> registry_ = std::make_shared<runtime::TaskRegistry>();
+    runtime::TaskPool pool_{2, registry_};
+    const runtime::Actor serial_ = pool_.makeSerialActor("in order");
+};
+
+inline std::shared_ptr<const std::vector<std::byte>> makeBody(const std::string& text) {
+    const auto* bytes = reinterpret_cast<const std::byte*>(text.data());
+    return std::make_shared<const std::vector<std::byte>>(bytes, bytes + text.size());
+}
+
+inline platform::UrlRequest requestTo(std::string url, std::string method = "GET") {
+    platform::UrlRequest request;
+    request.url = std::move(url);
+    request.method = std::move(method);
+    return request;
+}
+
+} // namespace sonvale::tests

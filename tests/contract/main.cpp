@@ -1,0 +1,10 @@
+#include <gmock/gmock.h>
+
+#include <QCoreApplication>
+
+/// Qt's network library finds its plugins by the application object.
+int main(int argc, char** argv) {
+    testing::InitGoogleMock(&argc, argv);
+    const QCoreApplication application(argc, argv);
+    return RUN_ALL_TESTS();
+}
