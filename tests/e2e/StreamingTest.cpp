@@ -89,6 +89,14 @@ double likeness(const std::vector<float>& whole, const std::vector<float>& part)
     return best;
 }
 
+/// Lets go a moment after the last word, when the sound of it has come through the whole desktop.
+void dictateUnhurriedly(Session& session, const Voice& voice) {
+    session.holdToTalk();
+    session.speak(voice);
+    pauseMilliseconds(400);
+    session.letGo();
+}
+
 } // namespace
 
 TEST(Streaming, PutsTheServicesWordsAtTheCursor) {
@@ -97,7 +105,7 @@ TEST(Streaming, PutsTheServicesWordsAtTheCursor) {
     Session session(with(server, "streaming"));
     ASSERT_TRUE(server.waitForSockets(1, 20)) << "no session stands ready:\n" << session.program.output();
 
-    session.dictate(voices().front());
+    dictateUnhurriedly(session, voices().front());
 
     EXPECT_TRUE(session.editor.comesToHold("words from the service", 10)) << session.editor.savedText();
     EXPECT_EQ(server.sockets().size(), 1U) << "the session was there before the key went down";
@@ -131,6 +139,7 @@ TEST(Streaming, SendsWhatWasSaidBeforeTheHandshake) {
     ASSERT_TRUE(session.program.waitForTimings("WebSocket session start: ", 1, 20))
         << session.program.output();
     ASSERT_EQ(session.startSpeaking(voice).wait(60), 0);
+    pauseMilliseconds(400);
     session.keyboard.up(XK_Alt_L);
 
     EXPECT_TRUE(session.editor.comesToHold("all of it", 20)) << session.program.output();
