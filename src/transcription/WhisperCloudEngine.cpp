@@ -109,8 +109,13 @@ std::string transcriptFrom(const platform::UrlResponse& response) {
 }
 
 WhisperCloudEngine::WhisperCloudEngine(Parts parts)
-    : parts_(std::move(parts))
-    , urlSession_(parts_.urlSessions.makeEphemeral()) {}
+    : parts_(std::move(parts)) {}
+
+/// Made with the first call: a program that stays on this machine need not load what a session takes.
+platform::UrlSession& WhisperCloudEngine::urlSession() {
+    std::call_once(urlSessionIsMade_, [this] { urlSession_ = parts_.urlSessions.makeEphemeral(); });
+    return *urlSession_;
+}
 
 runtime::Task<std::string> WhisperCloudEngine::transcribe(std::filesystem::path audioFileURL,
                                                           std::optional<std::string> language) {
@@ -157,7 +162,7 @@ runtime::Task<std::string> WhisperCloudEngine::upload(std::shared_ptr<WhisperClo
     platform::UrlResponse response;
     std::optional<UnderlyingError> failure;
     try {
-        response = co_await self->urlSession_->data(std::move(request));
+        response = co_await self->urlSession().data(std::move(request));
     } catch (const platform::UrlError& error) {
         failure = {platform::UrlError::domain, static_cast<int>(error.code()), error.what()};
     } catch (const TranscriptionError&) {

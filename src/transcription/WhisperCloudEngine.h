@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -47,10 +48,12 @@ private:
     static runtime::Task<std::string> upload(std::shared_ptr<WhisperCloudEngine> self,
                                              std::filesystem::path audioFileURL,
                                              std::optional<std::string> language);
+    platform::UrlSession& urlSession();
     platform::UrlRequest makeRequest(const std::string& token, const std::string& boundary) const;
 
     const Parts parts_;
-    const std::shared_ptr<platform::UrlSession> urlSession_; ///< serves all calls
+    std::once_flag urlSessionIsMade_;
+    std::shared_ptr<platform::UrlSession> urlSession_; ///< serves all calls
 };
 
 /// The body of the request (RFC 7578).
