@@ -1,0 +1,33 @@
+#include "platform/qt/BodyDevice.h"
+
+#include <algorithm>
+
+namespace sonvale::platform::qt {
+
+BodyDevice::BodyDevice(std::shared_ptr<const std::vector<std::byte>> bytes)
+    : bytes_(std::move(bytes)) {}
+
+qint64 BodyDevice::size() const {
+    return bytes_ ? static_cast<qint64>(bytes_->size()) : 0;
+}
+
+bool BodyDevice::seek(qint64 position) {
+    if (repeatsLeft_ == 0)
+        return false;
+    --repeatsLeft_;
+    return QIODevice::seek(position);
+}
+
+qint64 BodyDevice::readData(char* data, qint64 most) {
+    const qint64 count = std::min(most, size() - pos());
+    if (count <= 0)
+        return most > 0 ? -1 : 0;
+    std::copy_n(reinterpret_cast<const char*>(bytes_->data()) + pos(), count, data);
+    return count;
+}
+
+qint64 BodyDevice::writeData(const char*, qint64) {
+    return -1;
+}
+
+} // namespace sonvale::platform::qt
