@@ -324,7 +324,9 @@ private:
             for (;;)
                 co_await readFrame(self);
         } catch (const system_error& error) {
-            const bool hasCode = error.code() == websocket::error::closed;
+            // A client that closes the connection at once has said its code all the same.
+            const bool hasCode = error.code() == websocket::error::closed ||
+                                 socket_->reason().code != websocket::close_code::none;
             const int code = hasCode ? socket_->reason().code : 0;
             shared_.record.socketClosed(*index_,
                                         hasCode ? std::optional(code == 0 ? int{websocket::no_status} : code)

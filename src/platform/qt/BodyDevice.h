@@ -2,6 +2,7 @@
 
 #include <QIODevice>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -15,12 +16,14 @@ namespace sonvale::platform::qt {
 /// 9110, 9.2.2).
 class BodyDevice final : public QIODevice {
 public:
-    /// Null is an empty body.
-    explicit BodyDevice(std::shared_ptr<const std::vector<std::byte>> bytes);
+    /// Null is an empty body. `onRepeat` is called instead when it is read from its beginning again and may
+    /// not be; it should see to it that the request ends.
+    BodyDevice(std::shared_ptr<const std::vector<std::byte>> bytes, std::function<void()> onRepeat);
 
-    void forbidRepeat() { repeatsLeft_ = 0; }
+    void forbidRepeat() { mayRepeat_ = false; }
 
     qint64 size() const override;
+    /// Qt goes back also before it reports a redirect, so that going back alone is no repeat.
     bool seek(qint64 position) override;
 
 protected:
@@ -29,7 +32,9 @@ protected:
 
 private:
     const std::shared_ptr<const std::vector<std::byte>> bytes_;
-    int repeatsLeft_ = 1;
+    const std::function<void()> onRepeat_;
+    bool mayRepeat_ = true;
+    bool isRepeat_ = false;
 };
 
 } // namespace sonvale::platform::qt

@@ -3,6 +3,7 @@
 #include "platform/qt/BodyDevice.h"
 #include "platform/qt/NetworkRequests.h"
 
+#include <QMetaObject>
 #include <QSslError>
 #include <algorithm>
 
@@ -116,7 +117,11 @@ void HttpCall::send() {
     // Qt complains on stderr about a body without one.
     setDefault("Content-Type", "application/octet-stream");
     // An empty body has its length announced too (RFC 9110, 8.6).
-    auto* body = new BodyDevice(request_.body);
+    auto* body = new BodyDevice(request_.body, [this] {
+        // Later: Qt is about to read.
+        QMetaObject::invokeMethod(
+            this, [this] { end(urlError(Code::networkConnectionLost)); }, Qt::QueuedConnection);
+    });
     body->open(QIODevice::ReadOnly | QIODevice::Unbuffered);
     auto* reply = manager_.sendCustomRequest(request, method, body);
     body->setParent(reply);

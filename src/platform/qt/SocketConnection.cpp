@@ -68,16 +68,18 @@ void SocketConnection::watch() {
     connect(socket, &QWebSocket::connected, this, [this] { connected(); });
     connect(socket, &QWebSocket::sslErrors, this, [this] { certificates_ = CertificateCheck::hasFailed; });
     connect(socket, qOverload<QAbstractSocket::SocketError>(&QWebSocket::error), this,
-            [this](QAbstractSocket::SocketError error) {
-                fail(isOpen_ ? Code::networkConnectionLost : codeOf(error, stage_, certificates_));
-            });
-    connect(socket, &QWebSocket::disconnected, this, [this] { fail(Code::networkConnectionLost); });
+            [this](QAbstractSocket::SocketError error) { ended(error); });
+    connect(socket, &QWebSocket::disconnected, this, [this] { ended(socket_->error()); });
     connect(socket, &QWebSocket::bytesWritten, this, [this] { sendWaiting(); });
     connect(socket, &QWebSocket::textMessageReceived, this,
             [this](const QString& text) { arrived({WebSocketMessage::Kind::text, text.toStdString()}); });
     connect(socket, &QWebSocket::binaryMessageReceived, this, [this](const QByteArray& bytes) {
         arrived({WebSocketMessage::Kind::binary, bytes.toStdString()});
     });
+}
+
+void SocketConnection::ended(QAbstractSocket::SocketError error) {
+    fail(isOpen_ ? Code::networkConnectionLost : codeOf(error, stage_, certificates_));
 }
 
 void SocketConnection::connected() {

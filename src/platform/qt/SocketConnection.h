@@ -34,6 +34,7 @@ private:
     };
 
     void watch();
+    void ended(QAbstractSocket::SocketError error);
     void connected();
     void sendWaiting();
     bool hasWrittenAll() const;
