@@ -180,7 +180,9 @@ TEST_F(TestServerSocket, ClosesAtTheCommit) {
     EXPECT_EQ(client->readToEnd(), "");
     EXPECT_EQ(client->end(), RawClient::End::closed);
     EXPECT_TRUE(server.waitForClosedSockets(1, 5));
+    client.reset();
     EXPECT_TRUE(server.waitForOpenConnections(0, 5));
+    EXPECT_EQ(server.socket().closeCode, 1011);
 
     open({.closesAtCommit = true, .ending = Ending::reset});
     say(commit);
@@ -308,10 +310,19 @@ TEST(TestServerTls, CarriesASocket) {
     while (frame.find(completed) == std::string::npos)
         frame = client.readFrame().payload;
     EXPECT_THAT(frame, HasSubstr("over TLS"));
-    server.dropAll();
-    client.readToEnd();
-    EXPECT_NE(client.end(), RawClient::End::stillOpen);
+    client.sendFrame(RawClient::close, "\x03\xe8");
     EXPECT_TRUE(server.waitForClosedSockets(1, 5));
+    EXPECT_EQ(server.socket().closeCode, 1000);
+    client.readToEnd();
+    EXPECT_EQ(client.end(), RawClient::End::closed);
+    EXPECT_TRUE(server.waitForOpenConnections(0, 5));
+
+    RawClient other(server.port(), server.caFile());
+    other.upgrade(path);
+    server.dropAll();
+    other.readToEnd();
+    EXPECT_NE(other.end(), RawClient::End::stillOpen);
+    EXPECT_TRUE(server.waitForClosedSockets(2, 5));
 }
 
 } // namespace

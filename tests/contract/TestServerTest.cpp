@@ -245,11 +245,11 @@ TEST(TestServer, AsksAHandlerWithoutHoldingUpTheOthers) {
 TEST(TestServer, RefusesConnectionsWhileItDoesNotListen) {
     TestServer server;
     server.setListening(false);
-    EXPECT_THROW(RawClient(server.port()), std::runtime_error);
+    EXPECT_THROW(RawClient{server.port()}, std::runtime_error);
     server.setListening(true);
     server.answer("/a", {.body = "back"});
     EXPECT_EQ(curl({server.url("/a")}).output, "back");
-    EXPECT_THROW(RawClient(unusedPort()), std::runtime_error);
+    EXPECT_THROW(RawClient{unusedPort()}, std::runtime_error);
 }
 
 TEST(TestServer, RefusesAPortThatIsTaken) {

@@ -3,6 +3,7 @@
 #include "tests/support/ServiceAnswers.h"
 
 #include <boost/asio/co_spawn.hpp>
+#include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/post.hpp>
@@ -310,10 +311,17 @@ private:
                                     false);
 
         tcpStream().expires_never(); // the socket has time-outs of its own
+        endsRoughly_ = true;         // and says farewell by itself
         socket_.emplace(std::move(stream_));
         socket_->set_option(
             websocket::stream_base::timeout{longestHandshake, websocket::stream_base::none(), false});
         socket_->read_message_max(largestMessage);
+        // A close frame counts when it comes: the read ends only when the client has closed the connection
+        // too.
+        socket_->control_callback([this](websocket::frame_type type, beast::string_view) {
+            if (type == websocket::frame_type::close)
+                shared_.record.socketClosed(*index_, closeCode());
+        });
         co_await socket_->async_accept(upgrade, asio::use_awaitable);
 
         index_ = shared_.record.socketOpened(std::move(handshake));
@@ -323,18 +331,19 @@ private:
         try {
             for (;;)
                 co_await readFrame(self);
-        } catch (const system_error& error) {
-            // A client that closes the connection at once has said its code all the same.
-            const bool hasCode = error.code() == websocket::error::closed ||
-                                 socket_->reason().code != websocket::close_code::none;
-            const int code = hasCode ? socket_->reason().code : 0;
-            shared_.record.socketClosed(*index_,
-                                        hasCode ? std::optional(code == 0 ? int{websocket::no_status} : code)
-                                                : std::nullopt);
+        } catch (const system_error&) {
+            // However it ended, it has ended; a close frame has been recorded when it came.
         }
+        shared_.record.socketClosed(*index_, std::nullopt);
         isClosing_ = true;
         due_.cancel();
         co_return false;
+    }
+
+    /// Of the client's close frame.
+    int closeCode() const {
+        const int code = socket_->reason().code;
+        return code == websocket::close_code::none ? int{websocket::close_code::no_status} : code;
     }
 
     Awaitable<> readFrame(Pointer self) {
@@ -396,8 +405,10 @@ private:
             break;
         case SocketAction::Kind::close:
             isClosing_ = true;
+            shared_.record.socketClosed(*index_, std::nullopt);
             co_await socket_->async_close(
                 {static_cast<websocket::close_code>(action.closeCode), action.bytes}, asio::use_awaitable);
+            shared_.record.socketClosed(*index_, closeCode());
             break;
         case SocketAction::Kind::reset:
             isClosing_ = true;
@@ -451,7 +462,14 @@ struct ServerNetwork::Impl {
 
     Awaitable<> acceptAll() {
         for (;;) {
-            auto stream = co_await acceptor->async_accept(asio::use_awaitable);
+            error_code failure;
+            auto stream = co_await acceptor->async_accept(asio::redirect_error(asio::use_awaitable, failure));
+            if (failure == asio::error::operation_aborted)
+                co_return;
+            if (failure) { // this connection's affair, or too many are open
+                co_await pause(0.01);
+                continue;
+            }
             if (tls)
                 start(std::make_shared<Connection<TlsStream>>(
                     shared, TlsStream(beast::tcp_stream(std::move(stream)), *tls)));
@@ -469,9 +487,10 @@ struct ServerNetwork::Impl {
 
     /// Runs `work` on the server's thread and waits for it.
     void onThread(const std::function<void()>& work) {
-        std::packaged_task<void()> task(work);
-        asio::post(context, [&] { task(); });
-        task.get_future().get();
+        const auto task = std::make_shared<std::packaged_task<void()>>(work);
+        auto isDone = task->get_future();
+        asio::post(context, [task] { (*task)(); });
+        isDone.get();
     }
 
     void forEach(const std::function<bool(ConnectionBase&)>& visit) {
@@ -481,6 +500,7 @@ struct ServerNetwork::Impl {
     }
 
     asio::io_context context{1};
+    asio::executor_work_guard<asio::io_context::executor_type> staysAwake{context.get_executor()};
     asio::thread_pool worker{1};
     Shared shared;
     std::optional<asio::ssl::context> tls;

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <stdexcept>
+#include <utility>
 
 namespace sonvale::tests {
 
@@ -105,8 +106,11 @@ void ServerRecord::sent(std::size_t socket, SocketFrame frame) {
 
 void ServerRecord::socketClosed(std::size_t socket, std::optional<int> closeCode) {
     const std::lock_guard lock(mutex_);
-    sockets_.at(socket).isOpen = false;
-    sockets_.at(socket).closeCode = closeCode;
+    auto& record = sockets_.at(socket);
+    if (closeCode)
+        record.closeCode = closeCode;
+    if (!std::exchange(record.isOpen, false))
+        return;
     ++totals_.closedSockets;
     changed_.notify_all();
 }

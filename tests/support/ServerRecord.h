@@ -31,6 +31,7 @@ public:
     std::size_t socketOpened(Request handshake);
     void received(std::size_t socket, SocketFrame frame, bool isAppend, bool isCommit);
     void sent(std::size_t socket, SocketFrame frame);
+    /// May be told again when the client's close frame comes after the server's.
     void socketClosed(std::size_t socket, std::optional<int> closeCode);
 
     std::vector<Request> requests() const;

@@ -109,7 +109,7 @@ struct Socket {
     Request handshake;
     std::vector<SocketFrame> frames; ///< received
     std::vector<SocketFrame> sent;
-    bool isOpen = false;
+    bool isOpen = false;          ///< no side has sent a close frame, and the connection stands
     std::optional<int> closeCode; ///< of the client's close frame; 1005 for one without a code
     int appends = 0;              ///< append frames among `frames`
     int commits = 0;
