@@ -50,6 +50,11 @@ protected:
         EXPECT_TRUE(eventually(NetworkTasks::patience, [&] { return environment_.socket().isOpen; }));
         return task;
     }
+    /// Until both sides know that it is open.
+    void greet(platform::WebSocketTask& task) {
+        tasks_.finish(task.send(text("hello")));
+        tasks_.finish(task.receive());
+    }
     bool waitForMessages(std::size_t count) {
         return eventually(NetworkTasks::patience,
                           [&] { return environment_.socket().messages.size() >= count; });
@@ -137,6 +142,7 @@ TYPED_TEST_P(WebSocketTaskContract, FailsAReceiveThatWaitsWhenTheOtherSideCloses
 TYPED_TEST_P(WebSocketTaskContract, ClosesWithTheCodeItIsGivenAndEndsWhatWaits) {
     for (const int code : {platform::WebSocketTask::goingAway, platform::WebSocketTask::normalClosure}) {
         const auto task = this->openTask();
+        this->greet(*task);
         const auto waiting = this->tasks_.start(task->receive());
         task->cancel(code);
         task->cancel(1003);
@@ -158,7 +164,9 @@ TYPED_TEST_P(WebSocketTaskContract, SendsWhatWasTakenBeforeItCloses) {
 }
 
 TYPED_TEST_P(WebSocketTaskContract, ClosesAsGoingAwayWhenItIsDropped) {
-    this->openTask().reset();
+    auto task = this->openTask();
+    this->greet(*task);
+    task.reset();
     EXPECT_TRUE(this->waitForCloseCode(platform::WebSocketTask::goingAway));
 }
 

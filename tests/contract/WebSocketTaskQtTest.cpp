@@ -50,6 +50,12 @@ protected:
     std::shared_ptr<platform::UrlSession> session_ = sessions_.makeEphemeral();
 };
 
+Answer silence() {
+    Answer answer;
+    answer.fault = Answer::Fault::neverAnswers;
+    return answer;
+}
+
 /// Of this process's connections to a port.
 int connectionsWithoutDelay(int port) {
     int count = 0;
@@ -96,9 +102,8 @@ TEST_F(QtWebSocketTaskTest, RefusesHeadersThatWouldBecomeOthers) {
 }
 
 TEST_F(QtWebSocketTaskTest, TimesOutWhenTheHandshakeIsNotAnswered) {
-    realtime_.handshakeSeconds = NetworkTasks::patience;
-    server_.setRealtime(realtime_);
-    const auto task = connect(0.4);
+    server_.answer("/silent", silence());
+    const auto task = connectTo(server_.socketUrl("/silent"), 0.4);
     const double start = monotonicSeconds();
     EXPECT_EQ(tasks_.failure(task->send(text("words"))), Code::timedOut);
     EXPECT_GT(monotonicSeconds() - start, 0.3);
@@ -115,10 +120,9 @@ TEST_F(QtWebSocketTaskTest, HasNoTimeLimitOnceItIsOpen) {
 }
 
 TEST_F(QtWebSocketTaskTest, ClosesTheConnectionWhenItIsCancelledWhileItConnects) {
-    realtime_.handshakeSeconds = NetworkTasks::patience;
-    server_.setRealtime(realtime_);
-    const auto task = connect();
-    ASSERT_TRUE(eventually(NetworkTasks::patience, [&] { return server_.openConnections() == 1; }));
+    server_.answer("/silent", silence());
+    const auto task = connectTo(server_.socketUrl("/silent"));
+    ASSERT_TRUE(server_.waitForRequests(1, NetworkTasks::patience));
     task->cancel(platform::WebSocketTask::goingAway);
     EXPECT_TRUE(waitForNoConnection());
 }

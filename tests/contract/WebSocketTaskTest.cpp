@@ -55,7 +55,7 @@ public:
         server_.setRealtime(realtime_);
     }
     void holdHandshakes() {
-        realtime_.handshakeSeconds = NetworkTasks::patience;
+        realtime_.handshakeSeconds = 2;
         server_.setRealtime(realtime_);
     }
     void say(const platform::WebSocketMessage& message) {

@@ -1,8 +1,9 @@
 #include "platform/qt/HttpCall.h"
 
+#include "platform/qt/BodyDevice.h"
 #include "platform/qt/NetworkRequests.h"
 
-#include <QBuffer>
+#include <QMetaObject>
 #include <QSslError>
 #include <algorithm>
 
@@ -106,7 +107,7 @@ void HttpCall::send() {
     setDefault("User-Agent", "SonVale");
 
     const auto method = QByteArray::fromStdString(request_.method);
-    stage_ = TransferStage::connecting;
+    stage_ = url_.scheme() == QStringLiteral("https") ? TransferStage::securing : TransferStage::connecting;
     inactivity_.start();
     if (!request_.body && (method == "GET" || method == "HEAD")) {
         watch(manager_.sendCustomRequest(request, method));
@@ -116,13 +117,15 @@ void HttpCall::send() {
     // Qt complains on stderr about a body without one.
     setDefault("Content-Type", "application/octet-stream");
     // An empty body has its length announced too (RFC 9110, 8.6).
-    auto* body = new QBuffer;
-    if (request_.body)
-        body->setData(QByteArray::fromRawData(reinterpret_cast<const char*>(request_.body->data()),
-                                              static_cast<qsizetype>(request_.body->size())));
-    body->open(QIODevice::ReadOnly);
+    auto* body = new BodyDevice(request_.body, [this] {
+        // Later: Qt is about to read.
+        QMetaObject::invokeMethod(
+            this, [this] { end(urlError(Code::networkConnectionLost)); }, Qt::QueuedConnection);
+    });
+    body->open(QIODevice::ReadOnly | QIODevice::Unbuffered);
     auto* reply = manager_.sendCustomRequest(request, method, body);
     body->setParent(reply);
+    connect(reply, &QNetworkReply::socketStartedConnecting, body, [body] { body->forbidRepeat(); });
     watch(reply);
 }
 

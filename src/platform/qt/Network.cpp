@@ -20,9 +20,9 @@ public:
 
 } // namespace
 
-NetworkSession::NetworkSession(QSslConfiguration ssl, QObject& keeper)
+NetworkSession::NetworkSession(QSslConfiguration ssl, ClosingSockets& closing)
     : ssl_(std::move(ssl))
-    , keeper_(keeper) {}
+    , closing_(closing) {}
 
 NetworkSession::~NetworkSession() {
     sockets_.clear();
@@ -55,7 +55,7 @@ void NetworkSession::cancelCall(NetworkId id) {
 }
 
 void NetworkSession::addSocket(NetworkId id, UrlRequest request) {
-    sockets_[id] = std::make_unique<SocketConnection>(ssl_, std::move(request), keeper_);
+    sockets_[id] = std::make_unique<SocketConnection>(ssl_, std::move(request), closing_);
 }
 
 SocketConnection* NetworkSession::socket(NetworkId id) {
@@ -67,9 +67,12 @@ void NetworkSession::dropSocket(NetworkId id) {
     sockets_.erase(id);
 }
 
+Network::Network(QString authorities)
+    : authorities_(std::move(authorities)) {}
+
 void Network::addSession(NetworkId id) {
     if (!ssl_)
-        ssl_ = std::make_unique<QSslConfiguration>(sslConfiguration());
+        ssl_ = std::make_unique<QSslConfiguration>(sslConfiguration(authorities_));
     sessions_[id] = std::make_unique<NetworkSession>(*ssl_, closingSockets_);
 }
 
@@ -82,8 +85,10 @@ void Network::endSession(NetworkId id) {
     sessions_.erase(id);
 }
 
-void Network::endAllSessions() {
+void Network::endAllSessions(std::function<void()> done) {
+    constexpr int millisecondsToClose = 500;
     sessions_.clear();
+    closingSockets_.whenEmpty(millisecondsToClose, std::move(done));
 }
 
 } // namespace sonvale::platform::qt

@@ -1,12 +1,15 @@
 #pragma once
 
+#include "platform/qt/ClosingSockets.h"
 #include "platform/qt/HttpCall.h"
 #include "platform/qt/SocketConnection.h"
 
 #include <QNetworkAccessManager>
 #include <QObject>
 #include <QSslConfiguration>
+#include <QString>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 
@@ -17,8 +20,7 @@ using NetworkId = std::uint64_t;
 /// One session on the network thread: its connections, requests and sockets. With it they all end, cancelled.
 class NetworkSession final : public QObject {
 public:
-    /// `keeper` owns the sockets that still close when the session has gone.
-    NetworkSession(QSslConfiguration ssl, QObject& keeper);
+    NetworkSession(QSslConfiguration ssl, ClosingSockets& closing);
     ~NetworkSession() override;
 
     void startCall(NetworkId id, UrlRequest request, runtime::Continuation<UrlResponse> caller);
@@ -33,7 +35,7 @@ private:
     QNetworkAccessManager& manager();
 
     const QSslConfiguration ssl_;
-    QObject& keeper_;
+    ClosingSockets& closing_;
     std::unique_ptr<QNetworkAccessManager> manager_; ///< made for the first request
     std::map<NetworkId, std::unique_ptr<HttpCall>> calls_;
     std::map<NetworkId, std::unique_ptr<SocketConnection>> sockets_;
@@ -43,14 +45,18 @@ private:
 /// invalidated or dropped.
 class Network {
 public:
+    /// `authorities` names a file of certificates that are trusted too; empty for none.
+    explicit Network(QString authorities);
     void addSession(NetworkId id);
     /// Null when there is none.
     NetworkSession* session(NetworkId id);
     void endSession(NetworkId id);
-    void endAllSessions();
+    /// Then calls `done`, maybe later: sockets get a moment to say that they close.
+    void endAllSessions(std::function<void()> done);
 
 private:
-    QObject closingSockets_;                 ///< their parent
+    const QString authorities_;
+    ClosingSockets closingSockets_;
     std::unique_ptr<QSslConfiguration> ssl_; ///< read from the system for the first session
     std::map<NetworkId, std::unique_ptr<NetworkSession>> sessions_;
 };

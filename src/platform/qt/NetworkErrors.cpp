@@ -39,6 +39,14 @@ Code secureFailure(CertificateCheck certificates) {
                                                        : Code::secureConnectionFailed;
 }
 
+Code lostOr(Code beforeConnection, TransferStage stage) {
+    return stage == TransferStage::connected ? Code::networkConnectionLost : beforeConnection;
+}
+
+Code closed(TransferStage stage) {
+    return stage == TransferStage::securing ? Code::secureConnectionFailed : Code::networkConnectionLost;
+}
+
 } // namespace
 
 UrlError urlError(Code code) {
@@ -60,6 +68,7 @@ std::optional<Code> codeOf(QNetworkReply::NetworkError error, TransferStage stag
     case QNetworkReply::ContentConflictError:
     case QNetworkReply::ContentGoneError:
     case QNetworkReply::UnknownContentError:
+    case QNetworkReply::ProtocolInvalidOperationError: // of 400 and 418
     case QNetworkReply::InternalServerError:
     case QNetworkReply::OperationNotImplementedError:
     case QNetworkReply::ServiceUnavailableError:
@@ -80,6 +89,7 @@ std::optional<Code> codeOf(QNetworkReply::NetworkError error, TransferStage stag
     case QNetworkReply::SslHandshakeFailedError:
         return secureFailure(certificates);
     case QNetworkReply::RemoteHostClosedError:
+        return closed(stage);
     case QNetworkReply::ContentReSendError:
         return Code::networkConnectionLost;
     case QNetworkReply::TemporaryNetworkFailureError:
@@ -87,10 +97,8 @@ std::optional<Code> codeOf(QNetworkReply::NetworkError error, TransferStage stag
         return Code::notConnectedToInternet;
     case QNetworkReply::UnknownNetworkError:
         // Before a connection: no route. Later: the route went away.
-        return stage == TransferStage::connecting ? Code::notConnectedToInternet
-                                                  : Code::networkConnectionLost;
+        return lostOr(Code::notConnectedToInternet, stage);
     case QNetworkReply::ProtocolUnknownError:
-    case QNetworkReply::ProtocolInvalidOperationError:
         return Code::badUrl;
     case QNetworkReply::ProtocolFailure:
         return Code::badServerResponse;
@@ -120,12 +128,11 @@ Code codeOf(QAbstractSocket::SocketError error, TransferStage stage, Certificate
     case QAbstractSocket::ProxyProtocolError:
         return Code::cannotConnectToHost;
     case QAbstractSocket::NetworkError:
-        return stage == TransferStage::connecting ? Code::notConnectedToInternet
-                                                  : Code::networkConnectionLost;
+        return lostOr(Code::notConnectedToInternet, stage);
     case QAbstractSocket::RemoteHostClosedError:
-        return Code::networkConnectionLost;
+        return closed(stage);
     default:
-        return stage == TransferStage::connecting ? Code::cannotConnectToHost : Code::networkConnectionLost;
+        return lostOr(Code::cannotConnectToHost, stage);
     }
 }
 

@@ -10,7 +10,11 @@
 namespace sonvale::platform::qt {
 
 /// How far a transfer had come when it failed: the same error of the system means different things.
-enum class TransferStage { connecting, connected };
+enum class TransferStage {
+    connecting,
+    securing,  ///< until TLS is agreed on; of a request, connecting is part of it
+    connected, ///< the other side has been spoken to
+};
 
 /// Whether certificate checks had complained.
 enum class CertificateCheck { isFine, hasFailed };

@@ -20,12 +20,11 @@ bool isControlCharacter(char c) {
 
 } // namespace
 
-QSslConfiguration sslConfiguration() {
+QSslConfiguration sslConfiguration(const QString& authorities) {
     auto configuration = QSslConfiguration::defaultConfiguration();
-    const auto file = qEnvironmentVariable("SSL_CERT_FILE");
-    if (file.isEmpty())
+    if (authorities.isEmpty())
         return configuration;
-    const auto extra = QSslCertificate::fromPath(file);
+    const auto extra = QSslCertificate::fromPath(authorities);
     // Without a list of its own Qt looks the system's authorities up as they are needed.
     if (!extra.isEmpty())
         configuration.setCaCertificates(QSslConfiguration::systemCaCertificates() + extra);

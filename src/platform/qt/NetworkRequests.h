@@ -10,8 +10,8 @@
 
 namespace sonvale::platform::qt {
 
-/// The system's authorities and those of the file that the environment's SSL_CERT_FILE names.
-QSslConfiguration sslConfiguration();
+/// The system's authorities and those of this file; empty for none.
+QSslConfiguration sslConfiguration(const QString& authorities);
 
 /// Absent when it is no absolute address of one of these two schemes.
 std::optional<QUrl> parseUrl(const std::string& text, const QString& scheme, const QString& secureScheme);

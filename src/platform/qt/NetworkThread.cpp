@@ -6,10 +6,11 @@
 
 namespace sonvale::platform::qt {
 
-NetworkThread::NetworkThread() {
+NetworkThread::NetworkThread(const QString& authorities) {
     // Shared: the one who sets it may still be at it when the other has seen it.
     const auto started = std::make_shared<std::promise<void>>();
-    thread_.reset(QThread::create([this, started] { run([started] { started->set_value(); }); }));
+    thread_.reset(QThread::create(
+        [this, authorities, started] { run(authorities, [started] { started->set_value(); }); }));
     thread_->setObjectName(QStringLiteral("network"));
     thread_->start();
     started->get_future().wait();
@@ -19,8 +20,8 @@ NetworkThread::~NetworkThread() {
     end();
 }
 
-void NetworkThread::run(std::function<void()> started) {
-    Network network;
+void NetworkThread::run(const QString& authorities, const std::function<void()>& started) {
+    Network network(authorities);
     QObject receiver;
     QEventLoop loop;
     network_ = &network;
@@ -30,7 +31,6 @@ void NetworkThread::run(std::function<void()> started) {
     }
     started();
     loop.exec();
-    network.endAllSessions();
 }
 
 bool NetworkThread::post(std::function<void(Network&)> work) {
@@ -48,7 +48,9 @@ void NetworkThread::end() {
         if (!receiver_)
             return;
         // Behind everything that was posted, as nothing is any more afterwards.
-        QMetaObject::invokeMethod(receiver_, [this] { thread_->quit(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            receiver_, [this] { network_->endAllSessions([this] { thread_->quit(); }); },
+            Qt::QueuedConnection);
         receiver_ = nullptr;
     }
     thread_->wait();

@@ -13,7 +13,8 @@ namespace sonvale::platform::qt {
 /// The thread on which requests and sockets run. Any thread may use it.
 class NetworkThread {
 public:
-    NetworkThread();
+    /// `authorities` names a file of certificates that are trusted too; empty for none.
+    explicit NetworkThread(const QString& authorities);
     NetworkThread(const NetworkThread&) = delete;
     NetworkThread& operator=(const NetworkThread&) = delete;
     /// As `end()`.
@@ -26,12 +27,12 @@ public:
     /// A number that no other session, request or socket has.
     NetworkId makeId() { return ++lastId_; }
 
-    /// Runs what is queued, ends every session and the thread. Not on the thread itself. A second call does
-    /// nothing.
+    /// Runs what is queued, ends every session and, within half a second, the thread. Not on the thread
+    /// itself. A second call does nothing.
     void end();
 
 private:
-    void run(std::function<void()> started);
+    void run(const QString& authorities, const std::function<void()>& started);
 
     std::atomic<NetworkId> lastId_ = 0;
     std::unique_ptr<QThread> thread_;

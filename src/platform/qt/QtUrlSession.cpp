@@ -58,7 +58,7 @@ private:
 } // namespace
 
 QtUrlSessions::QtUrlSessions()
-    : thread_(std::make_shared<NetworkThread>()) {}
+    : thread_(std::make_shared<NetworkThread>(qEnvironmentVariable("SSL_CERT_FILE"))) {}
 
 QtUrlSessions::~QtUrlSessions() {
     thread_->end();

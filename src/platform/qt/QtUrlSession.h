@@ -13,7 +13,7 @@ class NetworkThread;
 ///
 /// Make it after Qt's application object. Destroying it, not from within a continuation, ends what still runs
 /// in any of its sessions with `cancelled` and waits for the thread; sessions that are left are invalid then.
-/// What SSL_CERT_FILE names is read when the first session is made.
+/// The environment's SSL_CERT_FILE counts as it is when they are made.
 class QtUrlSessions final : public UrlSessions {
 public:
     QtUrlSessions();

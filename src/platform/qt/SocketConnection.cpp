@@ -15,30 +15,13 @@ using Code = UrlError::Code;
 constexpr quint64 messageBytesAtMost = 16UL << 20U;
 /// Of messages that nobody has received yet.
 constexpr std::size_t incomingBytesAtMost = 64UL << 20U;
-/// A closing socket gets so long to write what it still holds.
-constexpr int millisecondsToClose = 2000;
-
-/// Keeps the socket until its last bytes are written.
-void lingerAndDelete(std::unique_ptr<QWebSocket> closing, QObject& keeper) {
-    auto* socket = closing.release();
-    socket->setParent(&keeper);
-    if (socket->state() == QAbstractSocket::UnconnectedState) {
-        socket->deleteLater();
-        return;
-    }
-    QObject::connect(socket, &QWebSocket::disconnected, socket, &QObject::deleteLater);
-    QTimer::singleShot(millisecondsToClose, socket, [socket] {
-        socket->abort();
-        socket->deleteLater();
-    });
-}
 
 } // namespace
 
-SocketConnection::SocketConnection(QSslConfiguration ssl, UrlRequest request, QObject& keeper)
+SocketConnection::SocketConnection(QSslConfiguration ssl, UrlRequest request, ClosingSockets& closing)
     : ssl_(std::move(ssl))
     , request_(std::move(request))
-    , keeper_(keeper) {
+    , closing_(closing) {
     handshakeLimit_.setSingleShot(true);
     connect(&handshakeLimit_, &QTimer::timeout, this, [this] { fail(Code::timedOut); });
 }
@@ -65,18 +48,19 @@ void SocketConnection::open() {
     handshakeLimit_.start(millisecondsOf(request_.timeoutSeconds));
     socket_->open(makeRequest(*url, request_.headers, ssl_));
 
-    // Qt keeps the transport to itself, but it is the only one among the socket's children.
-    transport_ =
-        socket_ ? socket_->findChild<QAbstractSocket*>(QString(), Qt::FindDirectChildrenOnly) : nullptr;
+    transport_ = socket_ ? transportOf(*socket_) : nullptr;
     if (!transport_)
         return;
-    connect(transport_, &QAbstractSocket::connected, this, [this] {
-        stage_ = TransferStage::connected;
+    auto* secure = qobject_cast<QSslSocket*>(transport_);
+    connect(transport_, &QAbstractSocket::connected, this, [this, secure] {
+        stage_ = secure ? TransferStage::securing : TransferStage::connected;
         // What Qt sets before the connection is there has no effect.
         transport_->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     });
-    if (auto* secure = qobject_cast<QSslSocket*>(transport_))
-        connect(secure, &QSslSocket::encryptedBytesWritten, this, [this] { sendWaiting(); });
+    if (!secure)
+        return;
+    connect(secure, &QSslSocket::encrypted, this, [this] { stage_ = TransferStage::connected; });
+    connect(secure, &QSslSocket::encryptedBytesWritten, this, [this] { sendWaiting(); });
 }
 
 void SocketConnection::watch() {
@@ -84,16 +68,18 @@ void SocketConnection::watch() {
     connect(socket, &QWebSocket::connected, this, [this] { connected(); });
     connect(socket, &QWebSocket::sslErrors, this, [this] { certificates_ = CertificateCheck::hasFailed; });
     connect(socket, qOverload<QAbstractSocket::SocketError>(&QWebSocket::error), this,
-            [this](QAbstractSocket::SocketError error) {
-                fail(isOpen_ ? Code::networkConnectionLost : codeOf(error, stage_, certificates_));
-            });
-    connect(socket, &QWebSocket::disconnected, this, [this] { fail(Code::networkConnectionLost); });
+            [this](QAbstractSocket::SocketError error) { ended(error); });
+    connect(socket, &QWebSocket::disconnected, this, [this] { ended(socket_->error()); });
     connect(socket, &QWebSocket::bytesWritten, this, [this] { sendWaiting(); });
     connect(socket, &QWebSocket::textMessageReceived, this,
             [this](const QString& text) { arrived({WebSocketMessage::Kind::text, text.toStdString()}); });
     connect(socket, &QWebSocket::binaryMessageReceived, this, [this](const QByteArray& bytes) {
         arrived({WebSocketMessage::Kind::binary, bytes.toStdString()});
     });
+}
+
+void SocketConnection::ended(QAbstractSocket::SocketError error) {
+    fail(isOpen_ ? Code::networkConnectionLost : codeOf(error, stage_, certificates_));
 }
 
 void SocketConnection::connected() {
@@ -173,22 +159,26 @@ void SocketConnection::arrived(WebSocketMessage message) {
 }
 
 void SocketConnection::cancel(int closeCode) {
-    if (!failure_) {
-        failure_ = Code::cancelled;
-        letGo(closeCode);
-    }
+    if (failure_)
+        return;
+    auto socket = endWaits(Code::cancelled);
+    if (socket && isOpen_)
+        closing_.close(std::move(socket), closeCode);
+    else if (socket)
+        closing_.abort(std::move(socket));
 }
 
 void SocketConnection::fail(Code code) {
     if (failure_)
         return;
-    failure_ = code;
-    letGo(WebSocketTask::goingAway);
+    if (auto socket = endWaits(code))
+        closing_.abort(std::move(socket));
 }
 
-void SocketConnection::letGo(int closeCode) {
+std::unique_ptr<QWebSocket> SocketConnection::endWaits(Code code) {
+    failure_ = code;
     handshakeLimit_.stop();
-    const auto error = urlFailure(*failure_);
+    const auto error = urlFailure(code);
     if (const auto sender = std::exchange(writing_, std::nullopt))
         sender->fail(error);
     for (const auto& waiting : std::exchange(outgoing_, {}))
@@ -196,17 +186,12 @@ void SocketConnection::letGo(int closeCode) {
     if (const auto receiver = std::exchange(receiver_, std::nullopt))
         receiver->fail(error);
 
-    if (!socket_)
-        return;
-    socket_->disconnect(this);
+    if (socket_)
+        socket_->disconnect(this);
     if (transport_)
         transport_->disconnect(this);
-    if (isOpen_)
-        socket_->close(static_cast<QWebSocketProtocol::CloseCode>(closeCode));
-    else
-        socket_->abort();
-    lingerAndDelete(std::move(socket_), keeper_);
     transport_ = nullptr;
+    return std::move(socket_);
 }
 
 } // namespace sonvale::platform::qt

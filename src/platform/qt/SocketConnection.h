@@ -2,6 +2,7 @@
 
 #include "platform/UrlSession.h"
 #include "platform/WebSocketTask.h"
+#include "platform/qt/ClosingSockets.h"
 #include "platform/qt/NetworkErrors.h"
 
 #include <QAbstractSocket>
@@ -18,8 +19,7 @@ namespace sonvale::platform::qt {
 /// One WebSocket on the network thread. Destroying it closes it as "going away".
 class SocketConnection final : public QObject {
 public:
-    /// `keeper` owns the sockets that still close when their connection has gone.
-    SocketConnection(QSslConfiguration ssl, UrlRequest request, QObject& keeper);
+    SocketConnection(QSslConfiguration ssl, UrlRequest request, ClosingSockets& closing);
     ~SocketConnection() override;
 
     void open();
@@ -34,18 +34,20 @@ private:
     };
 
     void watch();
+    void ended(QAbstractSocket::SocketError error);
     void connected();
     void sendWaiting();
     bool hasWrittenAll() const;
     void arrived(WebSocketMessage message);
     void fail(UrlError::Code code);
-    void letGo(int closeCode);
+    /// Hands out the socket, which may be null.
+    std::unique_ptr<QWebSocket> endWaits(UrlError::Code code);
 
     const QSslConfiguration ssl_;
     const UrlRequest request_;
-    QObject& keeper_;
+    ClosingSockets& closing_;
     std::unique_ptr<QWebSocket> socket_;
-    QAbstractSocket* transport_ = nullptr; ///< of `socket_`
+    QAbstractSocket* transport_ = nullptr; ///< of `socket_`; null without
     QTimer handshakeLimit_;
     TransferStage stage_ = TransferStage::connecting;
     CertificateCheck certificates_ = CertificateCheck::isFine;
