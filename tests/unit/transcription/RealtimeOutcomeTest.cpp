@@ -3,7 +3,6 @@
 namespace sonvale::transcription {
 
 using RealtimeOutcome = RealtimeFixture;
-using platform::UrlError;
 using platform::WebSocketMessage;
 
 TEST_F(RealtimeOutcome, ReturnsTheTranscriptWithoutOuterBlanks) {

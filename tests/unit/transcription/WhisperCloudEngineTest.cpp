@@ -160,7 +160,7 @@ TEST_F(WhisperCloudEngineTest, JudgesTheAnswer) {
     EXPECT_EQ(transcribeAfter({200, {}, " \n\t "}), "invalidResponse");
     EXPECT_EQ(transcribeAfter({200, {}, "\xff"}), "invalidResponse");
     EXPECT_EQ(transcribeAfter({299, {}, "fine"}), "fine");
-    const auto description = [](platform::UrlResponse response) {
+    const auto description = [](const platform::UrlResponse& response) {
         try {
             return transcriptFrom(response);
         } catch (const TranscriptionError& error) {
