@@ -285,8 +285,6 @@ private:
             co_await giveWhole(std::move(answer), keepsAlive);
             break;
         }
-        if (answer.fault == Fault::neverEnds)
-            co_await waitForEnd();
         co_return keepsAlive;
     }
 
@@ -297,7 +295,9 @@ private:
             co_await pause(answer.pieceSeconds);
             co_await write(chunk(piece));
         }
-        if (isChunked(answer) && answer.fault != Answer::Fault::neverEnds)
+        if (answer.fault == Answer::Fault::neverEnds)
+            co_await waitForEnd();
+        if (isChunked(answer))
             co_await write("0\r\n\r\n");
     }
 
