@@ -1,4 +1,5 @@
 #include "tests/e2e/Session.h"
+#include "tests/support/TestServer.h"
 #include "tests/support/Voices.h"
 
 #include <X11/keysym.h>
@@ -11,8 +12,10 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -122,6 +125,105 @@ void measureTheWait(int dictations) {
     printTimings("the same, less the recogniser's thread", std::move(lessTheRecogniser));
 }
 
+constexpr const char* servicesText = "words from the service";
+
+Session::Options streamingTo(const TestServer& server) {
+    Session::Options options{.editor = Editor::Program::xterm,
+                             .terminalCommand = "stty raw -echo; exec cat >FILE"};
+    options.prepare = [](PrivateDesktop& desktop) {
+        RunningProgram::writeSettings(
+            desktop, R"({"isOnboardingComplete": true, "transcriptionEngine": "streaming"})");
+    };
+    options.program.info = {{"OPENAI_API_KEY", "sk-of-this-measurement"}, {"OPENAI_BASE_URL", server.url()}};
+    return options;
+}
+
+void setTranscript(TestServer& server) {
+    Realtime realtime;
+    realtime.transcript = servicesText;
+    realtime.sendsDeltas = false;
+    server.setRealtime(realtime);
+}
+
+double commitTime(const TestServer& server) {
+    const auto socket = server.socket();
+    for (auto frame = socket.frames.rbegin(); frame != socket.frames.rend(); ++frame) {
+        if (frame->bytes.find("input_audio_buffer.commit") != std::string::npos)
+            return frame->monotonicTime;
+    }
+    throw std::runtime_error("no commit arrived");
+}
+
+/// With a service on this machine that answers at once: from the key that goes up to the commit at the
+/// service, and to the words in a terminal.
+void measureStreaming(int dictations) {
+    TestServer server;
+    setTranscript(server);
+    Session session(streamingTo(server));
+    server.waitForSockets(1, 20);
+
+    std::vector<double> toCommit;
+    std::vector<double> toWords;
+    for (int i = 0; i < dictations; ++i) {
+        session.holdToTalk();
+        pauseMilliseconds(700 + i % 7 * 13);
+        const auto sizeBefore = std::filesystem::file_size(session.editor.file());
+        const double released = monotonicSeconds();
+        session.keyboard.up(XK_Alt_L);
+        while (std::filesystem::file_size(session.editor.file()) == sizeBefore) {
+            if (monotonicSeconds() - released > 30)
+                throw std::runtime_error("the words did not arrive");
+            std::this_thread::sleep_for(std::chrono::microseconds(500));
+        }
+        toWords.push_back((monotonicSeconds() - released) * 1000);
+        toCommit.push_back((commitTime(server) - released) * 1000);
+        session.letGo();
+    }
+    printTimings("streaming: key up to the commit", std::move(toCommit));
+    printTimings("streaming: key up to the words in a terminal", std::move(toWords));
+}
+
+/// One long recording: the memory of the program, and how late its audio leaves.
+void measureLongStream(int seconds) {
+    TestServer server;
+    setTranscript(server);
+    Session session(streamingTo(server));
+    server.waitForSockets(1, 20);
+    session.holdToTalk();
+    const double begun = monotonicSeconds();
+    double firstMegabytes = 0;
+    double firstSeconds = 0;
+    while (monotonicSeconds() - begun < seconds) {
+        pauseMilliseconds(10000);
+        const double elapsed = monotonicSeconds() - begun;
+        if (firstMegabytes == 0) {
+            firstMegabytes = residentMegabytes(session.program.pid());
+            firstSeconds = elapsed;
+        }
+    }
+    const double lastMegabytes = residentMegabytes(session.program.pid());
+    const double lastSeconds = monotonicSeconds() - begun;
+    // The recorder keeps what it captured, as 4 bytes a frame at 48 kHz, to overwrite it afterwards.
+    const double recorded = (lastSeconds - firstSeconds) * 48000 * 4 / 1024 / 1024;
+    fmt::print("{:<44} {:.1f} MB, less the recorder's {:.1f} MB: {:.1f} MB\n",
+               fmt::format("streaming: growth in {:.0f} s", lastSeconds - firstSeconds),
+               lastMegabytes - firstMegabytes, recorded, lastMegabytes - firstMegabytes - recorded);
+
+    std::optional<double> start;
+    double sent = 0;
+    double latest = 0;
+    for (const auto& frame : server.socket().frames) {
+        if (frame.bytes.find("input_audio_buffer.append") == std::string::npos)
+            continue;
+        // Three quarters of base64, 2 bytes a sample, 24,000 a second.
+        sent += static_cast<double>(frame.bytes.size() - 50) * 0.75 / 48000;
+        start = std::min(start.value_or(1e9), frame.monotonicTime - sent);
+        latest = std::max(latest, frame.monotonicTime - sent - *start);
+    }
+    fmt::print("{:<44} {:.0f} ms\n", "streaming: the latest frame behind the quickest", latest * 1000);
+    session.letGo();
+}
+
 void measure(int dictations) {
     Session session;
     auto& program = session.program;
@@ -161,12 +263,18 @@ void measure(int dictations) {
 
 } // namespace
 
-/// Measures the whole program at rest and at work in a private desktop, which takes about three minutes.
+/// Measures the whole program at rest and at work in a private desktop, which takes about four minutes. With
+/// "stream SECONDS" one recording of that length by way of a service, instead.
 int main(int argc, char** argv) {
     try {
+        if (argc > 2 && std::string_view(argv[1]) == "stream") {
+            measureLongStream(std::stoi(argv[2]));
+            return 0;
+        }
         const int dictations = argc > 1 ? std::stoi(argv[1]) : 10;
         measure(dictations);
         measureTheWait(dictations);
+        measureStreaming(3 * dictations);
         return 0;
     } catch (const std::exception& error) {
         fmt::print(stderr, "{}\n", error.what());

@@ -9,6 +9,7 @@
 #include "platform/linux/PocketSphinxRecognizer.h"
 #include "platform/linux/PulseAudioEngine.h"
 #include "platform/linux/PulseCaptureAuthorization.h"
+#include "platform/linux/SoxrSampleRateConverter.h"
 #include "platform/linux/SyntheticKeyLedger.h"
 #include "platform/linux/X11AccessibilityTree.h"
 #include "platform/linux/X11EventTap.h"
@@ -17,8 +18,10 @@
 #include "platform/linux/X11Workspace.h"
 #include "platform/qt/QtApplication.h"
 #include "platform/qt/QtMainContext.h"
+#include "platform/qt/QtUrlSession.h"
 #include "runtime/SystemClock.h"
 #include "runtime/TaskPool.h"
+#include "services/ServiceAddresses.h"
 #include "ui/FloatingPanelController.h"
 #include "ui/TrayIcon.h"
 
@@ -31,6 +34,15 @@ namespace {
 /// Waiting work is short; two threads keep the audit log from waiting for an insertion's clipboard.
 constexpr unsigned poolThreads = 2;
 constexpr double shutDownSeconds = 5;
+
+/// Beside the program when it was built, in the shared data when it is installed.
+std::filesystem::path infoFile(const platform::Directories& directories) {
+    const auto beside = directories.executable / "Info.json";
+    std::error_code ignored; // what cannot be looked at is not there
+    return std::filesystem::exists(beside, ignored)
+               ? beside
+               : directories.executable.parent_path() / "share/sonvale/Info.json";
+}
 
 } // namespace
 
@@ -62,7 +74,9 @@ struct CompositionRoot::Parts {
     platform::linux::PulseCaptureAuthorization captureAuthorization;
     platform::linux::FfmpegAudioFiles audioFiles;
     platform::linux::PocketSphinxRecognizers speechRecognizers{audioFiles};
+    platform::linux::SoxrSampleRateConverters sampleRateConverters;
     platform::linux::LinuxSecureRandom secureRandom;
+    platform::qt::QtUrlSessions urlSessions;
     platform::qt::QtApplication application;
     ui::FloatingPanelController floatingPanel{clock};
 
@@ -78,10 +92,12 @@ CompositionRoot::CompositionRoot(platform::Directories directories)
     auto& p = *parts_;
     core::Environment environment{
         .main = p.mainContext.actor(),
+        .pool = p.pool.actor(),
         .makeSerialActor = [&pool =
                                 p.pool](std::string name) { return pool.makeSerialActor(std::move(name)); },
         .clock = p.clock,
         .directories = p.directories,
+        .addresses = services::ServiceAddresses::from(services::BundleInfo::load(infoFile(p.directories))),
         .settings = p.settings,
         .auditLogger = p.auditLogger,
         .eventTap = p.eventTap,
@@ -91,9 +107,11 @@ CompositionRoot::CompositionRoot(platform::Directories directories)
         .accessibilityTree = p.accessibilityTree,
         .audioEngines = p.audioEngines,
         .audioFiles = p.audioFiles,
+        .sampleRateConverters = p.sampleRateConverters,
         .captureAuthorization = p.captureAuthorization,
         .speechRecognizers = p.speechRecognizers,
         .secureRandom = p.secureRandom,
+        .urlSessions = p.urlSessions,
         .floatingPanel = p.floatingPanel,
         .application = p.application,
         .currentLocale = base::currentLocaleIdentifier,

@@ -15,6 +15,7 @@ runtime::Task<> AppState::finishTranscript(std::string text, double stopTime) {
 
     recordingState = RecordingState::idle;
     environment_.floatingPanel.hide();
+    preWarmEngine();
     printStopTotal(stopTime);
 }
 

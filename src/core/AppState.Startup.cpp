@@ -76,6 +76,7 @@ void AppState::startHotkeysIfReady() {
 void AppState::adoptBindings() {
     hotkeys::migrateHotkeyBindings(environment_.settings, modelContext);
     hotkeyManager->updateBindings(hotkeys::HotkeyBindingStore::load(environment_.settings));
+    preWarmEngine();
 }
 
 runtime::Task<> AppState::retrySlowly(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock) {
@@ -149,6 +150,9 @@ void AppState::setLocalOnlyMode(bool enabled) {
         settings.set(keys::engineBeforeLocalOnly, std::string(rawValue(preference.get())));
         preference = TranscriptionEnginePreference::local;
         settings.set(keys::transcriptionEngine, std::string(rawValue(preference.get())));
+        // Nothing of a later dictation may reach a session that still stands.
+        preWarmTask_.cancel();
+        transcriptionManager->realtimeEngine->cancelSession();
         return;
     }
 

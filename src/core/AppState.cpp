@@ -7,6 +7,7 @@
 #include "runtime/Clock.h"
 #include "transcription/AppleSpeechEngine.h"
 #include "transcription/TranscriptionEnginePreference.h"
+#include "transcription/WhisperCloudEngine.h"
 
 namespace sonvale::core {
 
@@ -18,6 +19,10 @@ namespace {
 
 /// How often the ring takes over the loudness of the voice.
 constexpr double levelUpdatePeriod = 0.033;
+
+runtime::Task<std::optional<std::string>> given(std::optional<std::string> value) {
+    co_return value;
+}
 
 runtime::Task<> dispatch(std::weak_ptr<AppState> weakSelf, HotkeyAction action, HotkeyEventType event) {
     if (const auto self = weakSelf.lock())
@@ -49,13 +54,39 @@ AppState::AppState(const Environment& environment)
     isOnboardingComplete = e.settings.read(keys::isOnboardingComplete);
     e.settings.registerDefaults();
 
-    transcriptionManager = std::make_shared<transcription::TranscriptionManager>();
+    transcriptionManager = makeTranscriptionManager();
     transcriptionManager->localEngine.set(
         std::make_shared<transcription::AppleSpeechEngine>(e.speechRecognizers, e.currentLocale));
     transcriptionManager->preferredEngine =
         transcription::preferenceAtStart(e.settings.stored(keys::transcriptionEngine));
     if (e.settings.read(keys::localOnlyMode))
         transcriptionManager->preferredEngine = transcription::TranscriptionEnginePreference::local;
+}
+
+std::shared_ptr<transcription::TranscriptionManager> AppState::makeTranscriptionManager() {
+    auto& e = environment_;
+    const transcription::TokenProvider tokenProvider =
+        [key = e.addresses.key]() -> runtime::Task<std::optional<std::string>> { return given(key); };
+    auto cloud = std::make_shared<transcription::WhisperCloudEngine>(transcription::WhisperCloudEngine::Parts{
+        .pool = e.pool,
+        .clock = e.clock,
+        .urlSessions = e.urlSessions,
+        .auditLogger = e.auditLogger,
+        .addresses = e.addresses,
+        .tokenProvider = tokenProvider,
+    });
+    auto realtime = std::make_shared<transcription::RealtimeTranscriptionEngine>(
+        transcription::RealtimeTranscriptionEngine::Parts{
+            .pool = e.pool,
+            .sending = e.makeSerialActor("RealtimeSTT"),
+            .clock = e.clock,
+            .urlSessions = e.urlSessions,
+            .converters = e.sampleRateConverters,
+            .addresses = e.addresses,
+            .tokenProvider = tokenProvider,
+            .language = [&settings = e.settings] { return settings.stored(keys::language); },
+        });
+    return std::make_shared<transcription::TranscriptionManager>(std::move(cloud), std::move(realtime));
 }
 
 void AppState::connect() {
@@ -111,6 +142,11 @@ runtime::Task<> AppState::startDictation() {
 
     // No suspension until the recorder runs, so that no other event can slip in between.
     try {
+        // After a cancel the service may still be waited for, with the microphone open.
+        if (audioRecorder->isRecording.get()) {
+            audioRecorder->stopRecording();
+            audioRecorder->cleanupRecording();
+        }
         audioRecorder->startRecording();
     } catch (const std::exception& error) {
         failToStart(error.what());
@@ -118,12 +154,24 @@ runtime::Task<> AppState::startDictation() {
     }
 
     environment_.auditLogger.logRecordingStarted();
-    transcriptionManager->prepare();
+    co_await startEngine();
 
     base::perfLog(
         fmt::format("startDictation total: {}ms", runtime::millisecondsSince(environment_.clock, startTime)));
 
     runtime::spawn(environment_.main, updateLevels(weak_from_this(), &environment_.clock));
+}
+
+runtime::Task<> AppState::startEngine() {
+    if (transcriptionManager->isStreamingPreferred()) {
+        try {
+            co_await transcriptionManager->startStreaming(audioRecorder);
+            co_return;
+        } catch (const std::exception&) {
+            // The recording goes on: the text then comes from its file.
+        }
+    }
+    transcriptionManager->prepareLocalEngine();
 }
 
 void AppState::failToStart(const std::string& description) {
@@ -155,26 +203,53 @@ runtime::Task<> AppState::stopDictation() {
     recordingState = RecordingState::processing;
     environment_.floatingPanel.show(RecordingState::processing, 0);
 
+    std::optional<std::string> text;
+    if (transcriptionManager->isStreamingPreferred())
+        text = co_await finalizeStream();
+
     const auto file = audioRecorder->stopRecording();
     if (!file) {
         endWithoutAudio();
         co_return;
     }
 
-    std::string text;
     std::optional<std::string> failure;
-    try {
-        text = co_await transcriptionManager->transcribe(*file, std::nullopt);
-    } catch (const std::exception& error) {
-        failure = error.what();
+    if (!text) {
+        try {
+            text = co_await transcriptionManager->transcribe(*file, std::nullopt);
+        } catch (const std::exception& error) {
+            failure = error.what();
+        }
     }
 
     if (failure)
         endAfterFailedTranscription(*failure, stopTime);
     else {
         audioRecorder->cleanupRecording();
-        co_await finishTranscript(std::move(text), stopTime);
+        co_await finishTranscript(*std::move(text), stopTime);
     }
+}
+
+/// The text of the running session; absent when the file has to give it.
+runtime::Task<std::optional<std::string>> AppState::finalizeStream() {
+    const auto engine = transcriptionManager->realtimeEngine;
+    // What is said from here on belongs to no dictation, and the session may serve the next one.
+    audioRecorder->setOnBuffer(nullptr);
+
+    const double startTime = environment_.clock.now();
+    std::optional<std::string> text;
+    std::string remark;
+    try {
+        text = co_await engine->finalizeStreamingTranscription();
+    } catch (const std::exception& error) {
+        remark = fmt::format(" (failed: {})", error.what());
+    }
+    base::perfLog(fmt::format("stopDictation → finalize: {}ms{}",
+                              runtime::millisecondsSince(environment_.clock, startTime), remark));
+    // A transcript that comes after all must not turn up in the next text.
+    if (!text)
+        engine->cancelSession();
+    co_return text;
 }
 
 void AppState::endWithoutAudio() {
@@ -190,12 +265,16 @@ void AppState::endAfterFailedTranscription(const std::string& description, doubl
     environment_.auditLogger.logError("transcription", "transcription-failed");
     recordingState = RecordingState::idle;
     environment_.floatingPanel.hide();
+    preWarmEngine();
     printStopTotal(stopTime);
 }
 
 runtime::Task<> AppState::cancelDictation() {
     environment_.main.assertCurrent();
     if (recordingState.get() == RecordingState::recording) {
+        // Whatever the service has heard of it must not turn up in the next text.
+        if (transcriptionManager->isStreamingPreferred())
+            transcriptionManager->realtimeEngine->cancelSession();
         audioRecorder->stopRecording();
         audioRecorder->cleanupRecording();
     }
@@ -203,7 +282,29 @@ runtime::Task<> AppState::cancelDictation() {
     recordingState = RecordingState::idle;
     errorMessage = std::nullopt;
     environment_.floatingPanel.hide();
+    preWarmEngine();
     co_return;
+}
+
+void AppState::preWarmEngine() {
+    preWarmTask_.cancel();
+    preWarmTask_ = runtime::spawn(environment_.main, preWarm(weak_from_this()));
+}
+
+runtime::Task<> AppState::preWarm(std::weak_ptr<AppState> weakSelf) {
+    std::shared_ptr<transcription::TranscriptionManager> manager;
+    platform::AudioFormat format;
+    {
+        const auto self = weakSelf.lock();
+        if (!self || !self->transcriptionManager->isStreamingPreferred())
+            co_return;
+        manager = self->transcriptionManager;
+        const auto* capture = self->audioRecorder->audioEngine();
+        format =
+            capture ? capture->outputFormat() : self->environment_.audioEngines.makeEngine()->outputFormat();
+    }
+    if (format.channelCount > 0)
+        co_await manager->preWarm(format);
 }
 
 void AppState::pasteLastTranscript() {

@@ -65,11 +65,16 @@ public:
     /// when the text has been inserted and the clipboard put back.
     runtime::Task<> stopDictation();
 
-    /// Throws a recording away. A transcript that is already on its way goes on and is still inserted.
+    /// Throws a recording away, with what a session has heard of it. A transcript that is already on its way
+    /// goes on and is still inserted.
     runtime::Task<> cancelDictation();
 
     /// Inserts `lastTranscription` at the cursor, in whatever state; nothing when it is empty.
     void pasteLastTranscript();
+
+    /// Begins to open a streaming session ahead of the next recording, where the preference streams; a former
+    /// attempt that still runs is cancelled.
+    void preWarmEngine();
 
     /// Sets the one line for the user; it stays until the next start or cancel.
     void surfaceError(const std::string& message);
@@ -96,9 +101,13 @@ private:
 
     // AppState.cpp
     void surfaceTakenShortcut(platform::KeyCombination combination);
+    std::shared_ptr<transcription::TranscriptionManager> makeTranscriptionManager();
     void failToStart(const std::string& description);
+    runtime::Task<> startEngine();
+    runtime::Task<std::optional<std::string>> finalizeStream();
     void endWithoutAudio();
     void endAfterFailedTranscription(const std::string& description, double stopTime);
+    static runtime::Task<> preWarm(std::weak_ptr<AppState> weakSelf);
     static runtime::Task<> updateLevels(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock);
     static runtime::Task<> insertLast(std::shared_ptr<AppState> self);
 
@@ -114,6 +123,7 @@ private:
     static runtime::Task<> retryStart(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock);
 
     Environment environment_;
+    runtime::TaskHandle<> preWarmTask_;
     textprocessing::FocusedAppDetector focusedAppDetector_;
 };
 

@@ -11,11 +11,14 @@
 #include "platform/EventTap.h"
 #include "platform/FloatingPanel.h"
 #include "platform/Pasteboard.h"
+#include "platform/SampleRateConverter.h"
 #include "platform/SecureRandom.h"
 #include "platform/SpeechRecognizer.h"
 #include "platform/SyntheticInput.h"
+#include "platform/UrlSession.h"
 #include "platform/Workspace.h"
 #include "runtime/Clock.h"
+#include "services/ServiceAddresses.h"
 
 #include <functional>
 #include <string>
@@ -26,10 +29,12 @@ namespace sonvale::core {
 /// and what is made once for the whole process. Everything outlives the core.
 struct Environment {
     runtime::Actor main;
+    runtime::Actor pool;
     std::function<runtime::Actor(std::string name)> makeSerialActor;
     runtime::Clock& clock;
 
     platform::Directories directories;
+    services::ServiceAddresses addresses;
     persistence::Settings& settings;
     persistence::AuditLogger& auditLogger;
 
@@ -40,9 +45,11 @@ struct Environment {
     platform::AccessibilityTree& accessibilityTree;
     platform::AudioEngines& audioEngines;
     platform::AudioFiles& audioFiles;
+    platform::SampleRateConverters& sampleRateConverters;
     platform::CaptureAuthorization& captureAuthorization;
     platform::SpeechRecognizers& speechRecognizers;
     platform::SecureRandom& secureRandom;
+    platform::UrlSessions& urlSessions;
     platform::FloatingPanel& floatingPanel;
     platform::Application& application;
 

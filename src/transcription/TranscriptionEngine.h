@@ -25,7 +25,7 @@ public:
 
     /// The words in a finished audio file. `language` is a code such as "en" or "auto"; absent: the engine
     /// chooses. Runs on any actor and never holds it; the engine must outlive the task. Throws
-    /// `TranscriptionError`, when the task is cancelled too.
+    /// `TranscriptionError`, when the task is cancelled too, or what the system says about the file.
     virtual runtime::Task<std::string> transcribe(std::filesystem::path audioFileURL,
                                                   std::optional<std::string> language) = 0;
 };

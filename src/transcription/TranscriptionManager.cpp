@@ -2,30 +2,81 @@
 
 #include "transcription/TranscriptionError.h"
 
+#include <exception>
 #include <utility>
 
 namespace sonvale::transcription {
 
-std::shared_ptr<TranscriptionEngine> TranscriptionManager::usableEngine() const {
+using Preference = TranscriptionEnginePreference;
+
+TranscriptionManager::TranscriptionManager(std::shared_ptr<TranscriptionEngine> cloud,
+                                           std::shared_ptr<RealtimeTranscriptionEngine> realtime)
+    : cloudEngine(std::move(cloud))
+    , realtimeEngine(std::move(realtime)) {}
+
+bool TranscriptionManager::isStreamingPreferred() const {
     const auto preference = preferredEngine.get();
-    const bool isLocalAllowed = preference == TranscriptionEnginePreference::local ||
-                                preference == TranscriptionEnginePreference::hybrid;
-    const auto engine = localEngine.get();
-    return isLocalAllowed && engine && engine->isAvailable() ? engine : nullptr;
+    return preference == Preference::streaming || preference == Preference::hybrid;
 }
 
-void TranscriptionManager::prepare() const {
-    if (const auto engine = usableEngine())
+std::shared_ptr<TranscriptionEngine> TranscriptionManager::usableLocalEngine() const {
+    const auto engine = localEngine.get();
+    return engine && engine->isAvailable() ? engine : nullptr;
+}
+
+void TranscriptionManager::prepareLocalEngine() const {
+    const auto preference = preferredEngine.get();
+    const bool isLocalPossible = preference == Preference::local || preference == Preference::hybrid;
+    if (const auto engine = isLocalPossible ? usableLocalEngine() : nullptr)
         engine->prepare();
 }
 
 runtime::Task<std::string> TranscriptionManager::transcribe(std::filesystem::path audioFileURL,
                                                             std::optional<std::string> language) {
-    // Held, so that the engine stays while it works.
-    const auto engine = usableEngine();
-    if (!engine)
+    const auto preference = preferredEngine.get();
+    std::exception_ptr cloudError;
+    if (preference != Preference::local) {
+        // Held, so that the engine stays while it works.
+        const auto cloud = cloudEngine;
+        try {
+            co_return co_await cloud->transcribe(audioFileURL, language);
+        } catch (...) {
+            cloudError = std::current_exception();
+        }
+        if (preference != Preference::hybrid)
+            std::rethrow_exception(cloudError);
+    }
+
+    const auto local = usableLocalEngine();
+    if (!local && cloudError)
+        std::rethrow_exception(cloudError);
+    if (!local)
         throw TranscriptionError::engineUnavailable();
-    co_return co_await engine->transcribe(std::move(audioFileURL), std::move(language));
+    co_return co_await local->transcribe(std::move(audioFileURL), std::move(language));
+}
+
+runtime::Task<> TranscriptionManager::startStreaming(std::shared_ptr<audio::AudioRecorder> recorder) {
+    const auto* capture = recorder->audioEngine();
+    const auto format = capture ? capture->outputFormat() : platform::AudioFormat{};
+    if (format.channelCount == 0)
+        throw TranscriptionError::engineUnavailable();
+
+    // First, so that what is said while the socket is being opened is kept.
+    const auto engine = realtimeEngine;
+    recorder->setOnBuffer([engine](const platform::PcmBufferPtr& buffer) { engine->appendAudio(*buffer); });
+
+    if (engine->hasReadySession()) {
+        engine->clearPreWarmState();
+        co_return;
+    }
+    co_await engine->startSession(format);
+}
+
+runtime::Task<> TranscriptionManager::preWarm(platform::AudioFormat inputFormat) {
+    if (!isStreamingPreferred())
+        co_return;
+    const auto engine = realtimeEngine;
+    co_await engine->preWarm(inputFormat);
 }
 
 } // namespace sonvale::transcription

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "audio/AudioRecorder.h"
 #include "base/Observed.h"
+#include "transcription/RealtimeTranscriptionEngine.h"
 #include "transcription/TranscriptionEngine.h"
 #include "transcription/TranscriptionEnginePreference.h"
 
@@ -11,25 +13,42 @@ namespace sonvale::transcription {
 /// Owns the engines and chooses between them. Lives on the main actor.
 class TranscriptionManager {
 public:
-    TranscriptionManager() = default;
+    TranscriptionManager(std::shared_ptr<TranscriptionEngine> cloudEngine,
+                         std::shared_ptr<RealtimeTranscriptionEngine> realtimeEngine);
     TranscriptionManager(const TranscriptionManager&) = delete;
     TranscriptionManager& operator=(const TranscriptionManager&) = delete;
+
+    const std::shared_ptr<TranscriptionEngine> cloudEngine;
+    const std::shared_ptr<RealtimeTranscriptionEngine> realtimeEngine;
 
     base::Observed<TranscriptionEnginePreference> preferredEngine{TranscriptionEnginePreference::hybrid};
 
     /// Null until the start-up sets it.
     base::Observed<std::shared_ptr<TranscriptionEngine>> localEngine;
 
-    /// Told when a recording begins, so that the engine that will be asked can get ready. Returns at once.
-    void prepare() const;
+    /// Whether the preference streams while the user speaks.
+    bool isStreamingPreferred() const;
 
-    /// Transcribes a finished file by the preferred engine. Throws the engine's error as it is, and
-    /// `engineUnavailable` when no engine that the preference allows is there. Cancelling goes to the engine.
+    /// Told when a recording goes on without a session, whose file may come to the local engine: it can load
+    /// its model meanwhile. Returns at once.
+    void prepareLocalEngine() const;
+
+    /// Transcribes a finished file: `cloud` and `streaming` by the cloud, `local` on this machine, `hybrid`
+    /// by the cloud and after any failure on this machine. Throws the error of the engine that was asked
+    /// last; without a usable local engine `engineUnavailable`, or with `hybrid` the cloud's error.
+    /// Cancelling goes to the engine.
     runtime::Task<std::string> transcribe(std::filesystem::path audioFileURL,
                                           std::optional<std::string> language);
 
+    /// Binds the recorder's buffers to the realtime engine and makes sure that a session stands. Throws as
+    /// `startSession` does; audio is kept from the call on, whatever comes.
+    runtime::Task<> startStreaming(std::shared_ptr<audio::AudioRecorder> recorder);
+
+    /// Opens a session ahead of a recording where the preference streams. Never throws.
+    runtime::Task<> preWarm(platform::AudioFormat inputFormat);
+
 private:
-    std::shared_ptr<TranscriptionEngine> usableEngine() const;
+    std::shared_ptr<TranscriptionEngine> usableLocalEngine() const;
 };
 
 } // namespace sonvale::transcription

@@ -24,14 +24,26 @@ std::vector<std::string> linesOf(const std::string& text) {
     return lines;
 }
 
+/// The program in a folder of its own, with this information dictionary beside it.
+fs::path installWith(const PrivateDesktop& desktop, const std::map<std::string, std::string>& info) {
+    const auto folder = desktop.folder() / "program";
+    fs::create_directories(folder);
+    const auto program = folder / fs::path(SONVALE_PROGRAM).filename();
+    fs::copy_file(SONVALE_PROGRAM, program);
+    writeFile(folder / "Info.json", nlohmann::json(info).dump());
+    return program;
+}
+
 } // namespace
 
-RunningProgram::RunningProgram(PrivateDesktop& desktop)
+RunningProgram::RunningProgram(PrivateDesktop& desktop, const Options& options)
     : desktop_(desktop)
     , log_(desktop.folder() / "sonvale.log") {
     if (!fs::exists(desktop.configuration() / "com.sonvale.app"))
         writeSettings(desktop, R"({"isOnboardingComplete": true})");
-    process_.emplace(desktop.start({SONVALE_PROGRAM}, log_.string()));
+    const auto program =
+        options.info.empty() ? fs::path(SONVALE_PROGRAM) : installWith(desktop, options.info);
+    process_.emplace(desktop.start({program.string()}, log_.string(), options.environment));
 }
 
 fs::path RunningProgram::writeSettings(const PrivateDesktop& desktop, const std::string& content) {

@@ -22,9 +22,17 @@ public:
         std::int64_t wordCount = 0;
     };
 
+    struct Options {
+        /// Entries of its information dictionary in place of those that it was built with, such as addresses.
+        std::map<std::string, std::string> info = {};
+        std::map<std::string, std::string> environment = {}; ///< more than the desktop's
+    };
+
     /// Writes the settings file, unless there is one already, and starts the program; `waitUntilItListens()`
     /// comes next.
-    explicit RunningProgram(PrivateDesktop& desktop);
+    explicit RunningProgram(PrivateDesktop& desktop)
+        : RunningProgram(desktop, Options{}) {}
+    RunningProgram(PrivateDesktop& desktop, const Options& options);
 
     /// Settings as the program's user would have left them. The place exists then, with nothing else in it.
     static std::filesystem::path writeSettings(const PrivateDesktop& desktop, const std::string& content);

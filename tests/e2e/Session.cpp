@@ -28,7 +28,7 @@ Session::Session()
 
 Session::Session(Options options)
     : desktop(options.windowManager, options.sound)
-    , program(prepared(desktop, options))
+    , program(prepared(desktop, options), options.program)
     , editor(Editor::Options{desktop.display(), options.editor, {}, {}, std::move(options.terminalCommand)})
     , keyboard(desktop.display(), TestKeyboard::Source::hardware) {
     if (!program.waitUntilItListens())

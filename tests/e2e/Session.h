@@ -20,6 +20,7 @@ public:
         Editor::Program editor = Editor::Program::mousepad;
         std::string terminalCommand = {};                  ///< as in `Editor::Options`
         std::function<void(PrivateDesktop&)> prepare = {}; ///< called before the program starts
+        RunningProgram::Options program = {};
     };
 
     Session();

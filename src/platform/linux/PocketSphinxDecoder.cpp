@@ -73,7 +73,9 @@ PocketSphinxDecoder::~PocketSphinxDecoder() {
 std::string PocketSphinxDecoder::transcribe(std::span<const float> samples,
                                             const std::atomic<bool>& isCancelled) {
     auto input = integers(samples);
-    adaptTo(input, isCancelled);
+    auto features = featuresOf(input, isCancelled);
+    explicit_bzero(input.data(), input.size() * sizeof(input[0]));
+    adaptTo(features);
 
     std::string text;
     const auto append = [&text](const std::string& words) {
@@ -82,20 +84,23 @@ std::string PocketSphinxDecoder::transcribe(std::span<const float> samples,
         text += words;
     };
 
-    // Forgets the noise that earlier recordings had.
-    ps_start_stream(decoder_);
     ps_start_utt(decoder_);
     std::size_t utteranceSamples = 0;
     bool wasInSpeech = false;
-    for (std::size_t start = 0; start < input.size() && !isCancelled; start += blockSamples) {
-        const auto count = std::min(blockSamples, input.size() - start);
-        if (ps_process_raw(decoder_, input.data() + start, count, FALSE, FALSE) < 0)
+    std::vector<mfcc_t*> rows;
+    for (const auto& block : features.blocks) {
+        if (isCancelled)
+            break;
+        rows.clear();
+        for (std::size_t row = block.first; row < block.end; ++row)
+            rows.push_back(features.values.data() + row * features.length);
+        if (!rows.empty() &&
+            ps_process_cep(decoder_, rows.data(), static_cast<int>(rows.size()), FALSE, FALSE) < 0)
             throw PocketSphinxError("The speech recogniser failed.");
 
-        utteranceSamples += count;
-        const bool isInSpeech = ps_get_in_speech(decoder_) != 0;
-        const bool isAtPause = wasInSpeech && !isInSpeech && utteranceSamples >= samplesUntilPause;
-        wasInSpeech = isInSpeech;
+        utteranceSamples += blockSamples;
+        const bool isAtPause = wasInSpeech && !block.endsInSpeech && utteranceSamples >= samplesUntilPause;
+        wasInSpeech = block.endsInSpeech;
         if (isAtPause || utteranceSamples >= samplesUntilCut) {
             append(endUtterance());
             ps_start_utt(decoder_);
@@ -103,56 +108,70 @@ std::string PocketSphinxDecoder::transcribe(std::span<const float> samples,
         }
     }
     append(endUtterance());
-    explicit_bzero(input.data(), input.size() * sizeof(input[0]));
     return text;
+}
+
+PocketSphinxDecoder::Features PocketSphinxDecoder::featuresOf(std::span<const std::int16_t> samples,
+                                                              const std::atomic<bool>& isCancelled) {
+    // More than a block gives, with the frames that the library holds back until it is sure of speech.
+    constexpr std::size_t rowsAtOnce = 512;
+    fe_t* frontEnd = ps_get_fe(decoder_);
+
+    Features features;
+    features.length = static_cast<std::size_t>(fe_get_output_size(frontEnd));
+    std::vector<mfcc_t> values(rowsAtOnce * features.length);
+    std::array<mfcc_t*, rowsAtOnce> rows{};
+    for (std::size_t row = 0; row < rowsAtOnce; ++row)
+        rows[row] = values.data() + row * features.length;
+    const auto take = [&](int32 count) {
+        const auto size = static_cast<std::ptrdiff_t>(features.length) * std::max(count, 0);
+        features.values.insert(features.values.end(), values.begin(), values.begin() + size);
+    };
+    const auto count = [&] { return features.values.size() / features.length; };
+
+    // Forgets the noise that earlier recordings had.
+    fe_start_stream(frontEnd);
+    fe_start_utt(frontEnd);
+    for (std::size_t start = 0; start < samples.size() && !isCancelled; start += blockSamples) {
+        const auto first = count();
+        const int16* next = samples.data() + start;
+        std::size_t left = std::min(blockSamples, samples.size() - start);
+        while (left > 0) {
+            const auto before = left;
+            int32 produced = rowsAtOnce;
+            fe_process_frames(frontEnd, &next, &left, rows.data(), &produced, nullptr);
+            take(produced);
+            if (produced <= 0 && left == before)
+                break;
+        }
+        features.blocks.push_back({first, count(), fe_get_vad_state(frontEnd) != 0});
+    }
+    const auto first = count();
+    int32 produced = 0;
+    fe_end_utt(frontEnd, rows[0], &produced);
+    take(produced);
+    features.blocks.push_back({first, count(), false});
+    return features;
 }
 
 /// Sets the mean that is taken out of the recording's cepstrum to the recording's own. Left alone, the
 /// library starts from the mean of what was recorded before, and adapts only while it recognises: the same
 /// file would give different words at different times, and the first words of a new microphone would suffer.
-void PocketSphinxDecoder::adaptTo(std::span<const std::int16_t> samples,
-                                  const std::atomic<bool>& isCancelled) {
-    constexpr std::size_t rows = 512;
-    fe_t* frontEnd = ps_get_fe(decoder_);
-    const auto length = static_cast<std::size_t>(fe_get_output_size(frontEnd));
-    std::vector<mfcc_t> values(rows * length);
-    std::array<mfcc_t*, rows> cepstra{};
-    for (std::size_t row = 0; row < rows; ++row)
-        cepstra[row] = values.data() + row * length;
-
-    std::vector<double> sum(length);
+void PocketSphinxDecoder::adaptTo(const Features& features) {
+    std::vector<double> sum(features.length);
     std::size_t speechFrames = 0;
-    const auto add = [&](int32 count) {
-        for (std::size_t row = 0; row < static_cast<std::size_t>(std::max(count, 0)); ++row) {
-            // The library leaves out the same frames: those without energy.
-            if (cepstra[row][0] < 0)
-                continue;
-            ++speechFrames;
-            for (std::size_t i = 0; i < length; ++i)
-                sum[i] += cepstra[row][i];
-        }
-    };
-
-    fe_start_stream(frontEnd);
-    fe_start_utt(frontEnd);
-    const int16* next = samples.data();
-    std::size_t left = samples.size();
-    while (left > 0 && !isCancelled) {
-        const auto before = left;
-        int32 count = rows;
-        fe_process_frames(frontEnd, &next, &left, cepstra.data(), &count, nullptr);
-        add(count);
-        if (count <= 0 && left == before)
-            break;
+    for (std::size_t start = 0; start < features.values.size(); start += features.length) {
+        // The library leaves out the same frames: those without energy.
+        if (features.values[start] < 0)
+            continue;
+        ++speechFrames;
+        for (std::size_t i = 0; i < features.length; ++i)
+            sum[i] += features.values[start + i];
     }
-    int32 count = 0;
-    fe_end_utt(frontEnd, cepstra[0], &count);
-    add(count);
-
     if (speechFrames == 0)
         return;
-    std::vector<mfcc_t> mean(length);
-    for (std::size_t i = 0; i < length; ++i)
+    std::vector<mfcc_t> mean(features.length);
+    for (std::size_t i = 0; i < features.length; ++i)
         mean[i] = static_cast<mfcc_t>(sum[i] / static_cast<double>(speechFrames));
     cmn_live_set(ps_get_feat(decoder_)->cmn_struct, mean.data());
 }

@@ -9,6 +9,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 struct ps_decoder_s;
 
@@ -49,7 +50,21 @@ public:
     std::string transcribe(std::span<const float> samples, const std::atomic<bool>& isCancelled);
 
 private:
-    void adaptTo(std::span<const std::int16_t> samples, const std::atomic<bool>& isCancelled);
+    /// What the recogniser looks at: a vector of `length` numbers for each hundredth of a second in which
+    /// there may be speech, by the blocks of samples that they come from.
+    struct Features {
+        struct Block {
+            std::size_t first = 0; ///< vector
+            std::size_t end = 0;   ///< behind the last one
+            bool endsInSpeech = false;
+        };
+        std::size_t length = 0;
+        std::vector<float> values;
+        std::vector<Block> blocks;
+    };
+
+    Features featuresOf(std::span<const std::int16_t> samples, const std::atomic<bool>& isCancelled);
+    void adaptTo(const Features& features);
     std::string endUtterance();
 
     ps_decoder_s* decoder_ = nullptr;

@@ -25,6 +25,7 @@ void addTextCases(CaseRegistry& registry);
 void addHotkeyCases(CaseRegistry& registry);
 void addAudioCases(CaseRegistry& registry);
 void addEngineCases(CaseRegistry& registry);
+void addServiceCases(CaseRegistry& registry);
 void addPersistenceCases(CaseRegistry& registry);
 void addInterfaceCases(CaseRegistry& registry);
 

@@ -32,6 +32,7 @@ CaseRegistry allCases() {
     addHotkeyCases(registry);
     addAudioCases(registry);
     addEngineCases(registry);
+    addServiceCases(registry);
     addPersistenceCases(registry);
     addInterfaceCases(registry);
     return registry;

@@ -13,9 +13,11 @@
 #include "tests/fakes/FakeEventTap.h"
 #include "tests/fakes/FakeFloatingPanel.h"
 #include "tests/fakes/FakePasteboard.h"
+#include "tests/fakes/FakeSampleRateConverters.h"
 #include "tests/fakes/FakeSecureRandom.h"
 #include "tests/fakes/FakeSpeechRecognizers.h"
 #include "tests/fakes/FakeSyntheticInput.h"
+#include "tests/fakes/FakeUrlSessions.h"
 #include "tests/fakes/FakeWorkspace.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TestRuntime.h"
@@ -45,8 +47,12 @@ protected:
     FakeWorkspace::Control& workspace() { return workspace_.control(); }
     FakeAccessibilityTree::Control& accessibility() { return accessibility_.control(); }
     FakeSpeechRecognizers::Control& recogniser() { return recognizers_.control(); }
+    FakeUrlSessions::Control& network() { return urlSessions_.control(); }
     FakeFloatingPanel& panel() { return panel_; }
     FakeApplication& application() { return application_; }
+
+    /// Of the service; without a key nobody is signed in. For the next `rebuildState()`.
+    services::ServiceAddresses addresses;
 
     /// Builds the controller anew from the present settings, as a new start of the program does.
     void rebuildState();
@@ -95,7 +101,9 @@ private:
     FakeAudioFiles audioFiles_;
     FakeCaptureAuthorization capture_;
     FakeSpeechRecognizers recognizers_;
+    FakeSampleRateConverters converters_;
     FakeSecureRandom random_;
+    FakeUrlSessions urlSessions_;
     FakeFloatingPanel panel_;
     FakeApplication application_;
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 namespace sonvale::core {
@@ -184,8 +185,8 @@ TEST_F(Dictation, ReportsAFailedTranscriptionAndKeepsTheLastText) {
     EXPECT_EQ(state().lastTranscription.get(), "kept");
     EXPECT_EQ(recordingsLeft(), 0U);
     EXPECT_FALSE(panel().shown().has_value());
-    ASSERT_FALSE(perfLines.empty());
-    EXPECT_EQ(perfLines.back().rfind("[PERF] stopDictation total: ", 0), 0U);
+    EXPECT_TRUE(std::ranges::any_of(
+        perfLines, [](const std::string& line) { return line.starts_with("[PERF] stopDictation total: "); }));
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"kept"});
 }
 
@@ -200,6 +201,7 @@ TEST_F(Dictation, TakesSilenceForAFailedTranscription) {
 }
 
 TEST_F(Dictation, SaysThatNothingWasRecordedWhenTheWatchdogHasEndedTheRecording) {
+    state().transcriptionManager->preferredEngine = transcription::TranscriptionEnginePreference::local;
     press(HotkeyAction::pushToTalk);
     advance(601);
     perfLines.clear();
@@ -272,6 +274,7 @@ TEST_F(Dictation, PastesTheLastTextAgainInEveryState) {
 }
 
 TEST_F(Dictation, PrintsItsTimingsInWholeMilliseconds) {
+    state().transcriptionManager->preferredEngine = transcription::TranscriptionEnginePreference::local;
     dictate("timed");
     ASSERT_EQ(perfLines.size(), 2U);
     EXPECT_EQ(perfLines[0], "[PERF] startDictation total: 0ms");

@@ -36,7 +36,8 @@ Task<> addOne(Actor home, int* unguarded, std::atomic<int>* strays) {
 /// Threads that have ended when this has gone. Any thread adds to it.
 class Threads {
 public:
-    template <typename Work> void run(Work work) {
+    template <typename Work>
+    void run(Work work) {
         const std::scoped_lock lock(mutex_);
         threads_.emplace_back(std::move(work));
     }

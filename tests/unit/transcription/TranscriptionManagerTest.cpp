@@ -1,6 +1,6 @@
 #include "transcription/TranscriptionManager.h"
 
-#include "tests/support/TestRuntime.h"
+#include "tests/unit/transcription/RealtimeFixture.h"
 #include "transcription/TranscriptionError.h"
 
 #include <gtest/gtest.h>
@@ -14,6 +14,7 @@ using Preference = TranscriptionEnginePreference;
 class FakeEngine final : public TranscriptionEngine {
 public:
     bool isAvailable() const override { return isReady; }
+    void prepare() override { ++preparations; }
 
     runtime::Task<std::string> transcribe(std::filesystem::path audioFileURL,
                                           std::optional<std::string> language) override {
@@ -25,9 +26,10 @@ public:
         if (clock)
             co_await runtime::sleep(*clock, 60);
         wasCancelled = co_await runtime::isCurrentTaskCancelled();
-        co_return "hello";
+        co_return name;
     }
 
+    std::string name = "local text";
     bool isReady = true;
     std::optional<TranscriptionError> error;
     runtime::Clock* clock = nullptr;
@@ -35,22 +37,31 @@ public:
     std::filesystem::path file;
     std::optional<std::string> spoken;
     bool wasCancelled = false;
+    int preparations = 0;
 };
 
-class TranscriptionManagerTest : public testing::Test {
+class TranscriptionManagerTest : public RealtimeFixture {
 protected:
-    std::string errorName(Preference preference) {
+    TranscriptionManagerTest() { cloud_->name = "cloud text"; }
+
+    std::string outcomeWith(Preference preference) {
         manager_.preferredEngine = preference;
+        return outcomeOf(manager_.transcribe("a.m4a", std::nullopt));
+    }
+    std::string outcomeOf(runtime::Task<std::string> task) {
         try {
-            return "result " + runtime_.wait(manager_.transcribe("a.m4a", std::nullopt));
+            return runtime_.wait(std::move(task));
         } catch (const TranscriptionError& error) {
             return error.name();
         }
     }
+    void failCloud() {
+        cloud_->error = TranscriptionError::networkError({"NSURLErrorDomain", -1009, "offline"});
+    }
 
-    tests::TestRuntime runtime_;
-    TranscriptionManager manager_;
-    std::shared_ptr<FakeEngine> engine_ = std::make_shared<FakeEngine>();
+    std::shared_ptr<FakeEngine> cloud_ = std::make_shared<FakeEngine>();
+    std::shared_ptr<FakeEngine> local_ = std::make_shared<FakeEngine>();
+    TranscriptionManager manager_{cloud_, engine_};
 };
 
 } // namespace
@@ -60,70 +71,114 @@ TEST_F(TranscriptionManagerTest, PrefersHybridAndHasNoLocalEngineAtFirst) {
     EXPECT_EQ(manager_.localEngine.get(), nullptr);
 }
 
-TEST_F(TranscriptionManagerTest, AnswersLocalAndHybridByTheLocalEngine) {
-    manager_.localEngine = engine_;
-    EXPECT_EQ(errorName(Preference::local), "result hello");
-    EXPECT_EQ(errorName(Preference::hybrid), "result hello");
-    EXPECT_EQ(engine_->calls, 2);
+TEST_F(TranscriptionManagerTest, AsksTheEngineOfThePreference) {
+    manager_.localEngine = local_;
+    EXPECT_EQ(outcomeWith(Preference::cloud), "cloud text");
+    EXPECT_EQ(outcomeWith(Preference::hybrid), "cloud text");
+    EXPECT_EQ(outcomeWith(Preference::streaming), "cloud text");
+    EXPECT_EQ(local_->calls, 0);
+    EXPECT_EQ(outcomeWith(Preference::local), "local text");
+    EXPECT_EQ(cloud_->calls, 3);
 }
 
 TEST_F(TranscriptionManagerTest, HandsTheFileAndTheLanguageOn) {
-    manager_.localEngine = engine_;
+    manager_.localEngine = local_;
+    failCloud();
     runtime_.wait(manager_.transcribe("/tmp/one.m4a", "de"));
-    EXPECT_EQ(engine_->file, "/tmp/one.m4a");
-    EXPECT_EQ(engine_->spoken, "de");
-    runtime_.wait(manager_.transcribe("/tmp/two.m4a", std::nullopt));
-    EXPECT_EQ(engine_->spoken, std::nullopt);
+    EXPECT_EQ(cloud_->file, "/tmp/one.m4a");
+    EXPECT_EQ(cloud_->spoken, "de");
+    EXPECT_EQ(local_->file, "/tmp/one.m4a");
+    EXPECT_EQ(local_->spoken, "de");
 }
 
 TEST_F(TranscriptionManagerTest, IsUnavailableWithoutAnAvailableLocalEngine) {
-    EXPECT_EQ(errorName(Preference::local), "engineUnavailable");
-    EXPECT_EQ(errorName(Preference::hybrid), "engineUnavailable");
-    manager_.localEngine = engine_;
-    engine_->isReady = false;
-    EXPECT_EQ(errorName(Preference::local), "engineUnavailable");
-    EXPECT_EQ(errorName(Preference::hybrid), "engineUnavailable");
-    EXPECT_EQ(engine_->calls, 0);
+    EXPECT_EQ(outcomeWith(Preference::local), "engineUnavailable");
+    manager_.localEngine = local_;
+    local_->isReady = false;
+    EXPECT_EQ(outcomeWith(Preference::local), "engineUnavailable");
+    EXPECT_EQ(local_->calls, 0);
+    EXPECT_EQ(cloud_->calls, 0) << "nothing local is sent anywhere";
 }
 
-TEST_F(TranscriptionManagerTest, DoesNotSendCloudAndStreamingToTheLocalEngine) {
-    manager_.localEngine = engine_;
-    EXPECT_EQ(errorName(Preference::cloud), "engineUnavailable");
-    EXPECT_EQ(errorName(Preference::streaming), "engineUnavailable");
-    EXPECT_EQ(engine_->calls, 0);
+TEST_F(TranscriptionManagerTest, AsksTheLocalEngineAfterTheCloudOnlyWithHybrid) {
+    manager_.localEngine = local_;
+    failCloud();
+    EXPECT_EQ(outcomeWith(Preference::hybrid), "local text");
+    EXPECT_EQ(outcomeWith(Preference::cloud), "networkError");
+    EXPECT_EQ(outcomeWith(Preference::streaming), "networkError");
+    EXPECT_EQ(local_->calls, 1);
 }
 
-TEST_F(TranscriptionManagerTest, ThrowsTheLocalErrorAsItIs) {
-    manager_.localEngine = engine_;
-    engine_->error = TranscriptionError::invalidResponse();
-    EXPECT_EQ(errorName(Preference::local), "invalidResponse");
-    EXPECT_EQ(errorName(Preference::hybrid), "invalidResponse");
+TEST_F(TranscriptionManagerTest, ThrowsTheLocalErrorWhenBothFail) {
+    manager_.localEngine = local_;
+    failCloud();
+    local_->error = TranscriptionError::invalidResponse();
+    EXPECT_EQ(outcomeWith(Preference::hybrid), "invalidResponse");
+    EXPECT_EQ(outcomeWith(Preference::local), "invalidResponse");
+}
+
+TEST_F(TranscriptionManagerTest, ThrowsTheCloudsErrorWhenNobodyElseIsThere) {
+    failCloud();
+    EXPECT_EQ(outcomeWith(Preference::hybrid), "networkError");
+    manager_.localEngine = local_;
+    local_->isReady = false;
+    EXPECT_EQ(outcomeWith(Preference::hybrid), "networkError");
 }
 
 TEST_F(TranscriptionManagerTest, PassesItsCancellationToTheEngine) {
-    manager_.localEngine = engine_;
-    engine_->clock = &runtime_.clock();
+    manager_.localEngine = local_;
+    manager_.preferredEngine = Preference::local;
+    local_->clock = &runtime_.clock();
     const auto task = runtime::spawn(runtime_.main(), manager_.transcribe("a.m4a", std::nullopt));
-    runtime_.runUntilIdle();
+    run();
     EXPECT_FALSE(task.isDone());
     task.cancel();
-    runtime_.runUntilIdle();
+    run();
     EXPECT_TRUE(task.isDone());
-    EXPECT_TRUE(engine_->wasCancelled);
+    EXPECT_TRUE(local_->wasCancelled);
 }
 
 TEST_F(TranscriptionManagerTest, KeepsTheEngineThatWorksWhenAnotherOneIsSet) {
-    engine_->clock = &runtime_.clock();
-    manager_.localEngine = engine_;
+    local_->clock = &runtime_.clock();
+    manager_.localEngine = local_;
+    manager_.preferredEngine = Preference::local;
     const auto task = runtime::spawn(runtime_.main(), manager_.transcribe("a.m4a", std::nullopt));
-    runtime_.runUntilIdle();
-    const std::weak_ptr<FakeEngine> working = engine_;
-    engine_.reset();
+    run();
+    const std::weak_ptr<FakeEngine> working = local_;
+    local_.reset();
     manager_.localEngine = nullptr;
     EXPECT_FALSE(working.expired());
     runtime_.clock().advance(60);
     EXPECT_TRUE(task.isDone());
-    EXPECT_EQ(runtime_.wait(task.value()), "hello");
+    EXPECT_EQ(runtime_.wait(task.value()), "local text");
+}
+
+TEST_F(TranscriptionManagerTest, LetsTheLocalEngineGetReadyOnlyWhereItMayBeAsked) {
+    manager_.localEngine = local_;
+    for (const auto preference : {Preference::cloud, Preference::streaming}) {
+        manager_.preferredEngine = preference;
+        manager_.prepareLocalEngine();
+        EXPECT_EQ(local_->preparations, 0);
+    }
+    for (const auto preference : {Preference::local, Preference::hybrid}) {
+        manager_.preferredEngine = preference;
+        manager_.prepareLocalEngine();
+    }
+    EXPECT_EQ(local_->preparations, 2);
+}
+
+TEST_F(TranscriptionManagerTest, PreWarmsOnlyWhereItStreams) {
+    for (const auto preference : {Preference::cloud, Preference::local}) {
+        manager_.preferredEngine = preference;
+        runtime_.wait(manager_.preWarm(format));
+        EXPECT_TRUE(network().sockets().empty());
+    }
+    for (const auto preference : {Preference::streaming, Preference::hybrid}) {
+        engine_->cancelSession();
+        manager_.preferredEngine = preference;
+        runtime_.wait(manager_.preWarm(format));
+        EXPECT_TRUE(engine_->hasReadySession());
+    }
 }
 
 TEST_F(TranscriptionManagerTest, TellsObserversOfItsFields) {
@@ -133,8 +188,8 @@ TEST_F(TranscriptionManagerTest, TellsObserversOfItsFields) {
     const auto second = manager_.localEngine.subscribe([&](const auto&) { ++engines; });
     manager_.preferredEngine = Preference::hybrid;
     manager_.preferredEngine = Preference::local;
-    manager_.localEngine = engine_;
-    manager_.localEngine = engine_;
+    manager_.localEngine = local_;
+    manager_.localEngine = local_;
     EXPECT_EQ(heard, std::vector{Preference::local});
     EXPECT_EQ(engines, 1);
 }

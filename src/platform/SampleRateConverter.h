@@ -1,0 +1,50 @@
+#pragma once
+
+#include "platform/AudioTypes.h"
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+namespace sonvale::platform {
+
+/// A conversion that failed. `what()` says why, without any audio.
+class SampleRateConverterError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Converts single buffers of one format to 16-bit mono at one rate. Channels are averaged. One thread at a
+/// time.
+class SampleRateConverter {
+public:
+    SampleRateConverter() = default;
+    SampleRateConverter(const SampleRateConverter&) = delete;
+    SampleRateConverter& operator=(const SampleRateConverter&) = delete;
+    virtual ~SampleRateConverter() = default;
+
+    /// Forgets what came before.
+    virtual void reset() = 0;
+
+    /// Converts the buffer as a whole, with nothing kept back for a next one: the frames that its duration
+    /// gives at the new rate, a fraction left out, at most `maximumFrames`. Buffers that follow each other
+    /// join without a step that can be heard. `buffer` has the converter's format. Does not block. Throws
+    /// `SampleRateConverterError`.
+    virtual std::vector<std::int16_t> convert(const PcmBuffer& buffer, std::size_t maximumFrames) = 0;
+};
+
+/// Makes converters. Any thread.
+class SampleRateConverters {
+public:
+    SampleRateConverters() = default;
+    SampleRateConverters(const SampleRateConverters&) = delete;
+    SampleRateConverters& operator=(const SampleRateConverters&) = delete;
+    virtual ~SampleRateConverters() = default;
+
+    /// Null when there is no conversion from that format: no channel, or a rate that is not positive or out
+    /// of proportion.
+    virtual std::unique_ptr<SampleRateConverter> make(const AudioFormat& input, double outputRate) = 0;
+};
+
+} // namespace sonvale::platform

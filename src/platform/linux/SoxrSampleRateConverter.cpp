@@ -1,0 +1,162 @@
+#include "platform/linux/SoxrSampleRateConverter.h"
+
+#include <soxr.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <numeric>
+#include <span>
+
+namespace sonvale::platform::linux {
+
+namespace {
+
+/// Beyond these the filters get out of hand; sound cards stay far inside.
+constexpr double lowestRate = 1000;
+constexpr double highestRate = 768000;
+
+/// Long enough for the filter's tail to die down.
+constexpr double edgeSeconds = 0.005;
+
+struct SoxrDeleter {
+    void operator()(soxr* resampler) const { soxr_delete(resampler); }
+};
+
+/// How far a buffer is continued at each end: so many frames that whole frames come out.
+struct Edge {
+    std::size_t inputFrames = 0;
+    std::size_t outputFrames = 0;
+};
+
+Edge edgeFor(double inputRate, double outputRate) {
+    const auto in = std::lround(inputRate);
+    const auto out = std::lround(outputRate);
+    const auto divisor = std::gcd(in, out);
+    const auto inputStep = in / divisor;
+    const auto steps =
+        std::max(1L, static_cast<long>(std::ceil(edgeSeconds * inputRate / static_cast<double>(inputStep))));
+    return {static_cast<std::size_t>(steps * inputStep), static_cast<std::size_t>(steps * (out / divisor))};
+}
+
+void averageChannels(const PcmBuffer& buffer, std::span<float> mono) {
+    const auto channels = buffer.format().channelCount;
+    std::ranges::copy(buffer.channel(0), mono.begin());
+    if (channels == 1)
+        return;
+    for (std::size_t channel = 1; channel < channels; ++channel) {
+        const auto samples = buffer.channel(channel);
+        for (std::size_t i = 0; i < mono.size(); ++i)
+            mono[i] += samples[i];
+    }
+    const float share = 1.0F / static_cast<float>(channels);
+    for (float& sample : mono)
+        sample *= share;
+}
+
+/// Continues the middle beyond both ends, each turned around its last sample: value and slope go on.
+void reflectEdges(std::span<float> padded, std::size_t edge) {
+    const auto middle = padded.subspan(edge, padded.size() - 2 * edge);
+    const auto furthest = middle.size() - 1;
+    for (std::size_t i = 1; i <= edge; ++i) {
+        const auto mirrored = std::min(i, furthest);
+        padded[edge - i] = 2 * middle.front() - middle[mirrored];
+        padded[edge + furthest + i] = 2 * middle.back() - middle[furthest - mirrored];
+    }
+}
+
+std::int16_t sampleOf(float value) {
+    if (!std::isfinite(value))
+        return 0;
+    return static_cast<std::int16_t>(std::lround(std::clamp(value, -1.0F, 1.0F) * 32767.0F));
+}
+
+class SoxrSampleRateConverter final : public SampleRateConverter {
+public:
+    SoxrSampleRateConverter(const AudioFormat& input, double outputRate,
+                            std::unique_ptr<soxr, SoxrDeleter> resampler)
+        : input_(input)
+        , ratio_(outputRate / input.sampleRate)
+        , edge_(edgeFor(input.sampleRate, outputRate))
+        , resampler_(std::move(resampler)) {}
+
+    void reset() override {
+        if (const auto* error = soxr_clear(resampler_.get()))
+            throw SampleRateConverterError(error);
+    }
+
+    std::vector<std::int16_t> convert(const PcmBuffer& buffer, std::size_t maximumFrames) override {
+        if (buffer.format() != input_)
+            throw SampleRateConverterError("the buffer has another format");
+        const auto frames = buffer.frameLength();
+        if (frames == 0)
+            return {};
+
+        padded_.resize(frames + 2 * edge_.inputFrames);
+        averageChannels(buffer, std::span(padded_).subspan(edge_.inputFrames, frames));
+        reflectEdges(padded_, edge_.inputFrames);
+
+        const auto produced = resample();
+        const auto whole = static_cast<std::size_t>(std::floor(static_cast<double>(frames) * ratio_ + 1e-6));
+        const auto available =
+            produced > 2 * edge_.outputFrames ? produced - 2 * edge_.outputFrames : std::size_t{0};
+        const auto count = std::min({whole, available, maximumFrames});
+
+        std::vector<std::int16_t> result(count);
+        const auto middle = std::span(converted_).subspan(edge_.outputFrames, count);
+        std::ranges::transform(middle, result.begin(), sampleOf);
+        wipe();
+        return result;
+    }
+
+private:
+    /// Converts `padded_` into `converted_`; returns the frames that came out.
+    std::size_t resample() {
+        converted_.resize(static_cast<std::size_t>(std::ceil(static_cast<double>(padded_.size()) * ratio_)) +
+                          1);
+        std::size_t consumed = 0;
+        std::size_t produced = 0;
+        // A complemented length says that the input ends with it, so that all of it comes out.
+        const auto* error = soxr_process(resampler_.get(), padded_.data(), ~padded_.size(), &consumed,
+                                         converted_.data(), converted_.size(), &produced);
+        if (error)
+            throw SampleRateConverterError(error);
+        return produced;
+    }
+
+    void wipe() {
+        for (auto* samples : {&padded_, &converted_}) {
+            for (volatile float& sample : *samples)
+                sample = 0;
+        }
+    }
+
+    AudioFormat input_;
+    double ratio_;
+    Edge edge_;
+    std::unique_ptr<soxr, SoxrDeleter> resampler_;
+    std::vector<float> padded_;    ///< kept for its memory, as `converted_`
+    std::vector<float> converted_; ///< zeros between the calls
+};
+
+bool isUsable(double rate) {
+    return rate >= lowestRate && rate <= highestRate;
+}
+
+} // namespace
+
+std::unique_ptr<SampleRateConverter> SoxrSampleRateConverters::make(const AudioFormat& input,
+                                                                    double outputRate) {
+    if (input.channelCount == 0 || !isUsable(input.sampleRate) || !isUsable(outputRate))
+        return nullptr;
+    const auto samples = soxr_io_spec(SOXR_FLOAT32_I, SOXR_FLOAT32_I);
+    const auto quality = soxr_quality_spec(SOXR_HQ, 0);
+    soxr_error_t error = nullptr;
+    std::unique_ptr<soxr, SoxrDeleter> resampler(
+        soxr_create(input.sampleRate, outputRate, 1, &error, &samples, &quality, nullptr));
+    if (!resampler || error)
+        return nullptr;
+    return std::make_unique<SoxrSampleRateConverter>(input, outputRate, std::move(resampler));
+}
+
+} // namespace sonvale::platform::linux

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "services/BundleInfo.h"
+
+#include <nlohmann/json.hpp>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace sonvale::services {
+
+/// Where the clients of the backend and of the speech and chat service send their requests, and what they
+/// add to them. Fixed for the life of the process.
+struct ServiceAddresses {
+    static constexpr std::string_view defaultBackend = "https://api.sonvale.com";
+    static constexpr std::string_view defaultService = "https://api.openai.com";
+
+    /// Takes the entries of the dictionary; what is not usable there gives its default.
+    static ServiceAddresses from(const BundleInfo& bundle);
+
+    /// The backend's address with a path such as "api/chat" appended.
+    std::string backendURL(std::string_view path) const;
+    /// The service's address with a path such as "/v1/realtime"; for a socket with the socket's scheme.
+    std::string serviceURL(std::string_view path) const { return service + std::string(path); }
+    std::string serviceSocketURL(std::string_view path) const;
+
+    std::string backend = std::string(defaultBackend);
+    std::string service = std::string(defaultService); ///< scheme, host and port
+    std::string appVersion = "0.0.0";
+    std::optional<std::string> key; ///< of the direct path; without one requests go through the backend
+    bool useProxy() const { return !key; }
+};
+
+/// The backend's address in an entry of the dictionary, as it stands there. Nothing when the entry is
+/// absent, empty, a build variable that was left unexpanded, or no URL (RFC 3986).
+std::optional<std::string> usableBackendURL(const nlohmann::json& value);
+
+} // namespace sonvale::services

@@ -1,0 +1,168 @@
+#include "platform/linux/FfmpegAudioFiles.h"
+#include "platform/linux/SoxrSampleRateConverter.h"
+#include "platform/linux/StreamResampler.h"
+#include "tests/fakes/FakeSampleRateConverters.h"
+#include "tests/support/Voices.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <span>
+
+namespace sonvale::tests {
+
+namespace {
+
+using platform::AudioFormat;
+using platform::PcmBuffer;
+using platform::linux::SoxrSampleRateConverters;
+
+template <class Converters>
+class SampleRateConverterContract : public testing::Test {
+protected:
+    std::size_t framesOf(AudioFormat format, std::size_t frames, std::size_t maximum = 1'000'000) {
+        const auto converter = converters_.make(format, 24000);
+        return converter->convert(PcmBuffer(format, frames), maximum).size();
+    }
+
+    Converters converters_;
+};
+
+using Implementations = testing::Types<FakeSampleRateConverters, SoxrSampleRateConverters>;
+TYPED_TEST_SUITE(SampleRateConverterContract, Implementations);
+
+/// `samples` in the capture's buffers, one by one, to 24 kHz.
+std::vector<float> convertedByBuffers(std::span<const float> samples, double rate, std::size_t channels = 1,
+                                      std::size_t frames = 1024) {
+    const AudioFormat format{rate, static_cast<std::uint32_t>(channels)};
+    SoxrSampleRateConverters converters;
+    const auto converter = converters.make(format, 24000);
+    std::vector<float> result;
+    for (std::size_t start = 0; start + frames <= samples.size(); start += frames) {
+        PcmBuffer buffer(format, frames);
+        for (std::size_t channel = 0; channel < channels; ++channel)
+            std::ranges::copy(samples.subspan(start, frames), buffer.channel(channel).begin());
+        converter->reset();
+        for (const auto sample : converter->convert(buffer, frames))
+            result.push_back(static_cast<float>(sample) / 32767.0F);
+    }
+    return result;
+}
+
+double decibels(std::span<const float> wanted, std::span<const float> got) {
+    double signal = 0;
+    double noise = 0;
+    for (std::size_t i = 0; i < std::min(wanted.size(), got.size()); ++i) {
+        signal += static_cast<double>(wanted[i]) * wanted[i];
+        noise += std::pow(static_cast<double>(wanted[i]) - got[i], 2);
+    }
+    return 10 * std::log10(signal / noise);
+}
+
+std::vector<float> tone(double frequency, double rate, std::size_t frames) {
+    std::vector<float> samples(frames);
+    for (std::size_t i = 0; i < frames; ++i)
+        samples[i] = static_cast<float>(
+            0.9 * std::sin(2 * std::numbers::pi * frequency * static_cast<double>(i) / rate));
+    return samples;
+}
+
+} // namespace
+
+TYPED_TEST(SampleRateConverterContract, GivesTheWholeFramesOfABuffersDuration) {
+    EXPECT_EQ(this->framesOf({48000, 1}, 1024), 512U);
+    EXPECT_EQ(this->framesOf({44100, 2}, 1024), 557U);
+    EXPECT_EQ(this->framesOf({24000, 1}, 1024), 1024U);
+    EXPECT_EQ(this->framesOf({16000, 1}, 100), 150U);
+    EXPECT_EQ(this->framesOf({192000, 8}, 1024), 128U);
+    EXPECT_EQ(this->framesOf({48000, 1}, 3), 1U);
+    EXPECT_EQ(this->framesOf({48000, 1}, 1), 0U);
+    EXPECT_EQ(this->framesOf({48000, 1}, 0), 0U);
+    EXPECT_EQ(this->framesOf({48000, 1}, 1024, 500), 500U);
+}
+
+TYPED_TEST(SampleRateConverterContract, RefusesWhatIsNoFormat) {
+    EXPECT_EQ(this->converters_.make({48000, 0}, 24000), nullptr);
+    EXPECT_EQ(this->converters_.make({0, 1}, 24000), nullptr);
+    EXPECT_EQ(this->converters_.make({-48000, 1}, 24000), nullptr);
+}
+
+TYPED_TEST(SampleRateConverterContract, ThrowsForABufferOfAnotherFormat) {
+    const auto converter = this->converters_.make({48000, 1}, 24000);
+    EXPECT_THROW(converter->convert(PcmBuffer({44100, 1}, 64), 64), platform::SampleRateConverterError);
+}
+
+TYPED_TEST(SampleRateConverterContract, GivesTheSameForTheSameBuffer) {
+    const auto converter = this->converters_.make({48000, 1}, 24000);
+    PcmBuffer buffer({48000, 1}, 1024);
+    std::ranges::copy(tone(300, 48000, 1024), buffer.channel(0).begin());
+    const auto first = converter->convert(buffer, 512);
+    converter->reset();
+    EXPECT_EQ(converter->convert(buffer, 512), first);
+}
+
+TEST(SoxrSampleRateConverter, RefusesRatesOutOfProportion) {
+    SoxrSampleRateConverters converters;
+    EXPECT_EQ(converters.make({1, 1}, 24000), nullptr);
+    EXPECT_EQ(converters.make({1e9, 1}, 24000), nullptr);
+    EXPECT_EQ(converters.make({std::numeric_limits<double>::quiet_NaN(), 1}, 24000), nullptr);
+    EXPECT_EQ(converters.make({std::numeric_limits<double>::infinity(), 1}, 24000), nullptr);
+}
+
+TEST(SoxrSampleRateConverter, JoinsTheBuffersOfATone) {
+    const auto samples = tone(440, 48000, 100 * 1024);
+    const auto got = convertedByBuffers(samples, 48000);
+    ASSERT_EQ(got.size(), 100U * 512);
+    EXPECT_GT(decibels(tone(440, 24000, got.size()), got), 90);
+}
+
+TEST(SoxrSampleRateConverter, ConvertsEachBufferOfAnOddRate) {
+    const auto samples = tone(440, 44100, 1024);
+    const auto got = convertedByBuffers(samples, 44100);
+    EXPECT_GT(decibels(tone(440, 24000, got.size()), got), 90);
+}
+
+TEST(SoxrSampleRateConverter, JoinsTheBuffersOfSpeech) {
+    platform::linux::FfmpegAudioFiles files;
+    const auto audio = files.read(voiceFile(voices().front().name), {48000, 1});
+    const auto samples = audio->channel(0);
+    platform::linux::StreamResampler atOnce(48000, 24000, 1);
+    platform::linux::Planes planes(1);
+    const float* const input = samples.data();
+    atOnce.process(std::span(&input, 1), samples.size(), planes);
+    atOnce.finish(planes);
+    EXPECT_GT(decibels(planes[0], convertedByBuffers(samples, 48000)), 65);
+}
+
+TEST(SoxrSampleRateConverter, AveragesTheChannels) {
+    const auto samples = tone(440, 48000, 4096);
+    EXPECT_EQ(convertedByBuffers(samples, 48000, 4), convertedByBuffers(samples, 48000, 1));
+
+    PcmBuffer opposite({48000, 2}, 1024);
+    std::ranges::copy(std::span(samples).first(1024), opposite.channel(0).begin());
+    for (std::size_t i = 0; i < 1024; ++i)
+        opposite.channel(1)[i] = -samples[i];
+    SoxrSampleRateConverters converters;
+    const auto got = converters.make({48000, 2}, 24000)->convert(opposite, 512);
+    EXPECT_TRUE(std::ranges::all_of(got, [](std::int16_t sample) { return sample == 0; }));
+}
+
+TEST(SoxrSampleRateConverter, SurvivesSamplesThatAreNone) {
+    PcmBuffer buffer({48000, 1}, 1024);
+    std::ranges::fill(buffer.channel(0), std::numeric_limits<float>::quiet_NaN());
+    SoxrSampleRateConverters converters;
+    const auto converter = converters.make({48000, 1}, 24000);
+    EXPECT_EQ(converter->convert(buffer, 512), std::vector<std::int16_t>(512, 0));
+
+    std::ranges::copy(tone(440, 48000, 1024), buffer.channel(0).begin());
+    converter->reset();
+    const auto after = converter->convert(buffer, 512);
+    EXPECT_TRUE(std::ranges::any_of(after, [](std::int16_t sample) { return sample != 0; }));
+    std::ranges::fill(buffer.channel(0), 5.0F);
+    converter->reset();
+    EXPECT_EQ(converter->convert(buffer, 512)[256], 32767);
+}
+
+} // namespace sonvale::tests

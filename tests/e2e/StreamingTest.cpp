@@ -1,0 +1,304 @@
+#include "platform/linux/FfmpegAudioFiles.h"
+#include "tests/e2e/Session.h"
+#include "tests/support/Files.h"
+#include "tests/support/ServiceAnswers.h"
+#include "tests/support/TestCertificates.h"
+#include "tests/support/Voices.h"
+
+#include <X11/keysym.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <optional>
+
+namespace sonvale::tests {
+
+namespace {
+
+constexpr const char* key = "sk-of-this-test";
+constexpr const char* files = "/v1/audio/transcriptions";
+constexpr double rate = 24000;
+
+/// A program that is built with a key for that service and has this setting.
+Session::Options with(const TestServer& server, const std::string& engine) {
+    Session::Options options;
+    options.prepare = [engine](PrivateDesktop& desktop) {
+        RunningProgram::writeSettings(desktop, R"({"isOnboardingComplete": true, "transcriptionEngine": ")" +
+                                                   engine + "\"}");
+    };
+    options.program.info = {
+        {"OPENAI_API_KEY", key}, {"OPENAI_BASE_URL", server.url()}, {"CFBundleShortVersionString", "1.0"}};
+    return options;
+}
+
+Realtime saying(const std::string& transcript) {
+    Realtime realtime;
+    realtime.transcript = transcript;
+    realtime.token = key;
+    return realtime;
+}
+
+std::vector<float> samplesOf(const std::string& pcm) {
+    std::vector<float> samples;
+    for (std::size_t i = 0; i + 1 < pcm.size(); i += 2) {
+        const auto low = static_cast<unsigned char>(pcm[i]);
+        const auto high = static_cast<unsigned char>(pcm[i + 1]);
+        samples.push_back(static_cast<float>(static_cast<std::int16_t>(low | (high << 8))) / 32768.0F);
+    }
+    return samples;
+}
+
+std::vector<float> samplesOfFile(const std::string& path) {
+    platform::linux::FfmpegAudioFiles audioFiles;
+    const auto audio = audioFiles.read(path, {rate, 1});
+    const auto channel = audio->channel(0);
+    return {channel.begin(), channel.end()};
+}
+
+double correlation(const std::vector<float>& a, std::size_t start, const std::vector<float>& b,
+                   std::size_t step = 1) {
+    double ab = 0;
+    double aa = 0;
+    double bb = 0;
+    for (std::size_t i = 0; i < b.size() && start + i < a.size(); i += step) {
+        ab += static_cast<double>(a[start + i]) * b[i];
+        aa += static_cast<double>(a[start + i]) * a[start + i];
+        bb += static_cast<double>(b[i]) * b[i];
+    }
+    return aa > 0 && bb > 0 ? ab / std::sqrt(aa * bb) : 0;
+}
+
+/// The best correlation of `part` with a stretch of `whole`, wherever it begins. A gap or a repeat of a
+/// hundredth of a second in the middle of speech brings it down to a half.
+double likeness(const std::vector<float>& whole, const std::vector<float>& part) {
+    if (whole.size() < part.size())
+        return 0;
+    double best = 0;
+    std::size_t place = 0;
+    for (std::size_t start = 0; start + part.size() <= whole.size(); start += 2) {
+        const double found = correlation(whole, start, part, 23);
+        if (found > best) {
+            best = found;
+            place = start;
+        }
+    }
+    best = 0;
+    for (std::size_t start = place < 4 ? 0 : place - 4; start < place + 4; ++start)
+        best = std::max(best, correlation(whole, start, part));
+    return best;
+}
+
+/// Lets go a moment after the last word, when the sound of it has come through the whole desktop.
+void dictateUnhurriedly(Session& session, const Voice& voice) {
+    session.holdToTalk();
+    session.speak(voice);
+    pauseMilliseconds(400);
+    session.letGo();
+}
+
+} // namespace
+
+TEST(Streaming, PutsTheServicesWordsAtTheCursor) {
+    TestServer server;
+    server.setRealtime(saying("words from the service"));
+    Session session(with(server, "streaming"));
+    ASSERT_TRUE(server.waitForSockets(1, 20)) << "no session stands ready:\n" << session.program.output();
+
+    dictateUnhurriedly(session, voices().front());
+
+    EXPECT_TRUE(session.editor.comesToHold("words from the service", 10)) << session.editor.savedText();
+    EXPECT_EQ(server.sockets().size(), 1U) << "the session was there before the key went down";
+    const auto socket = server.socket();
+    EXPECT_EQ(socket.handshake.header("Authorization"), std::string("Bearer ") + key);
+    EXPECT_EQ(socket.events("session.update").size(), 1U);
+    EXPECT_EQ(socket.commits, 1);
+    EXPECT_TRUE(server.requests(files).empty());
+    EXPECT_GT(likeness(samplesOf(socket.audio()), samplesOfFile(voiceFile(voices().front().name))), 0.95);
+    EXPECT_TRUE(session.program.recordings().empty());
+    EXPECT_EQ(session.program.history().size(), 1U);
+    EXPECT_EQ(session.program.output().find("words from"), std::string::npos);
+    EXPECT_EQ(session.program.output().find(key), std::string::npos);
+    EXPECT_EQ(session.program.quit(), 0);
+    EXPECT_TRUE(server.waitForClosedSockets(1, 5));
+}
+
+TEST(Streaming, SendsWhatWasSaidBeforeTheHandshake) {
+    TestServer server;
+    auto slow = saying("all of it");
+    slow.handshakeSeconds = 6;
+    server.setRealtime(slow);
+    Session session(with(server, "streaming"));
+    server.dropAll();
+    ASSERT_TRUE(session.program.waitForOutput("Pre-warm failed", 20)) << session.program.output();
+
+    const auto& voice = voices().front();
+    session.keyboard.down(XK_Alt_L);
+    ASSERT_TRUE(eventually(10, [&] { return session.program.auditCount("recordingStarted") == 1; }));
+    ASSERT_EQ(session.startSpeaking(voice).wait(60), 0);
+    ASSERT_TRUE(session.program.waitForTimings("WebSocket session start: ", 1, 20))
+        << session.program.output();
+    ASSERT_EQ(session.startSpeaking(voice).wait(60), 0);
+    pauseMilliseconds(400);
+    session.keyboard.up(XK_Alt_L);
+
+    EXPECT_TRUE(session.editor.comesToHold("all of it", 20)) << session.program.output();
+    const auto sent = samplesOf(server.socket().audio());
+    EXPECT_GT(static_cast<double>(sent.size()) / rate, 6);
+    const auto spoken = samplesOfFile(voiceFile(voice.name));
+    const std::vector<float> early(sent.begin(), sent.begin() + static_cast<std::ptrdiff_t>(5 * rate));
+    const std::vector<float> late(sent.begin() + static_cast<std::ptrdiff_t>(5 * rate), sent.end());
+    EXPECT_GT(likeness(early, spoken), 0.95);
+    EXPECT_GT(likeness(late, spoken), 0.95);
+}
+
+TEST(Streaming, HasTheWholeRecordingInItsFrames) {
+    TestServer server;
+    auto closing = saying("");
+    closing.closesAtCommit = true;
+    server.setRealtime(closing);
+    server.answer(files, plainTranscript("from the file\n"));
+    Session session(with(server, "streaming"));
+    ASSERT_TRUE(server.waitForSockets(1, 20));
+
+    session.dictate(voices().front());
+
+    EXPECT_TRUE(session.editor.comesToHold("from the file", 10)) << session.program.output();
+    const auto posted = server.requests(files);
+    ASSERT_EQ(posted.size(), 1U);
+    // The file in the body is the recorder's own; it goes on until the session has failed.
+    const auto begin = posted[0].body.find("Content-Type: audio/m4a\r\n\r\n");
+    ASSERT_NE(begin, std::string::npos);
+    const auto start = begin + std::string_view("Content-Type: audio/m4a\r\n\r\n").size();
+    const auto end = posted[0].body.rfind("\r\n--");
+    const TemporaryDirectory directory;
+    writeFile(directory.path() + "/posted.m4a", std::string_view(posted[0].body).substr(start, end - start));
+    const auto recorded = samplesOfFile(directory.path() + "/posted.m4a");
+    const auto sent = samplesOf(server.sockets().front().audio());
+    EXPECT_LE(sent.size(), recorded.size());
+    EXPECT_LT(static_cast<double>(recorded.size() - sent.size()) / rate, 0.25);
+    EXPECT_GT(likeness(recorded, sent), 0.95);
+}
+
+TEST(Streaming, TakesTheWordsFromTheFileWhenTheSessionDropsInTheMiddle) {
+    TestServer server;
+    auto dropping = saying("never");
+    dropping.dropsAfterAppends = 8;
+    dropping.ending = Realtime::Ending::reset;
+    server.setRealtime(dropping);
+    server.answer(files, plainTranscript("from the file"));
+    Session session(with(server, "hybrid"));
+    ASSERT_TRUE(server.waitForSockets(1, 20));
+
+    session.holdToTalk();
+    session.speak(voices().front());
+    ASSERT_TRUE(session.program.waitForOutput("WebSocket receive error", 10));
+    server.setRealtime(saying(" and then the service"));
+    session.letGo();
+
+    EXPECT_TRUE(session.editor.comesToHold("from the file", 10)) << session.program.output();
+    EXPECT_TRUE(session.program.recordings().empty());
+
+    // The next one has a session again.
+    session.dictate(voices().front());
+    EXPECT_TRUE(session.editor.comesToHold("from the fileand then the service", 10))
+        << session.program.output();
+}
+
+TEST(Streaming, WaitsForALateTranscriptAndNoLonger) {
+    TestServer server;
+    auto late = saying("late");
+    late.transcriptSeconds = 9;
+    server.setRealtime(late);
+    server.answer(files, plainTranscript(" and the file"));
+    Session session(with(server, "streaming"));
+    ASSERT_TRUE(server.waitForSockets(1, 20));
+
+    session.dictate(voices().front());
+    EXPECT_TRUE(session.editor.comesToHold("late", 10)) << session.program.output();
+    EXPECT_TRUE(server.requests(files).empty());
+
+    auto silent = saying("never");
+    silent.isSilent = true;
+    server.setRealtime(silent);
+    server.closeAll(1001);
+    ASSERT_TRUE(session.program.waitForOutput("Receive loop exited", 10));
+    session.dictate(voices().front());
+    EXPECT_TRUE(session.editor.comesToHold("lateand the file", 10)) << session.program.output();
+    const auto waits = session.program.timings("stopDictation → finalize: ");
+    ASSERT_EQ(waits.size(), 2U);
+    EXPECT_NEAR(std::stod(waits[1]), 10000, 500);
+}
+
+TEST(Streaming, TakesTheWordsFromTheFileAfterAnErrorOfTheService) {
+    TestServer server;
+    auto failing = saying("never");
+    failing.error = Realtime::Error{"The server had an error.", "server_error", "server_error"};
+    server.setRealtime(failing);
+    server.answer(files, plainTranscript("from the file"));
+    Session session(with(server, "streaming"));
+    ASSERT_TRUE(server.waitForSockets(1, 20));
+
+    session.dictate(voices().front());
+
+    EXPECT_TRUE(session.editor.comesToHold("from the file", 10)) << session.program.output();
+}
+
+TEST(Streaming, UsesThisMachineWhenNobodyCanBeReached) {
+    const auto& voice = voices().front();
+    TestServer server;
+    auto options = with(server, "hybrid");
+    server.setListening(false);
+    Session session(std::move(options));
+
+    session.dictate(voice);
+
+    EXPECT_TRUE(session.editor.comesToHold(voice.sentence, 10)) << session.program.output();
+    EXPECT_TRUE(server.requests().empty());
+}
+
+TEST(Streaming, TellsTheUserWhatTheServiceAnswered) {
+    TestServer server;
+    server.answer(files, {.status = 500, .body = "down"});
+    server.answer(files, {.status = 426, .body = "too old"});
+    Session session(with(server, "cloud"));
+
+    session.dictate(voices().front());
+    EXPECT_TRUE(session.program.waitForOutput("Transcription failed: API error (500): down", 5))
+        << session.program.output();
+    session.dictate(voices().front());
+    EXPECT_TRUE(session.program.waitForOutput(
+        "Transcription failed: Please update Son Vale to the latest version.", 5));
+    EXPECT_EQ(session.program.auditCount("error", "transcription-failed"), 2U);
+    EXPECT_TRUE(server.sockets().empty());
+    EXPECT_TRUE(session.program.recordings().empty());
+    EXPECT_EQ(session.editor.savedText(), "");
+}
+
+TEST(Streaming, GoesNowhereWithACertificateThatNobodyVouchesFor) {
+    const auto& voice = voices().front();
+    TestServer server({.isTls = true});
+    server.setRealtime(saying("never"));
+    server.answer(files, plainTranscript("never"));
+    Session session(with(server, "hybrid"));
+
+    session.dictate(voice);
+
+    EXPECT_TRUE(session.editor.comesToHold(voice.sentence, 10)) << session.program.output();
+    EXPECT_TRUE(server.requests().empty());
+}
+
+TEST(Streaming, WorksOverTlsWithAnAuthorityOfTheUsersOwn) {
+    TestServer server({.isTls = true});
+    server.setRealtime(saying("words over tls"));
+    auto options = with(server, "streaming");
+    options.program.environment = {{"SSL_CERT_FILE", server.caFile().string()}};
+    Session session(std::move(options));
+    ASSERT_TRUE(server.waitForSockets(1, 20)) << session.program.output();
+
+    session.dictate(voices().front());
+
+    EXPECT_TRUE(session.editor.comesToHold("words over tls", 10)) << session.program.output();
+}
+
+} // namespace sonvale::tests

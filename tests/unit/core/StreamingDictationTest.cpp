@@ -1,0 +1,287 @@
+#include "base/Base64.h"
+#include "base/Json.h"
+#include "tests/unit/core/CoreFixture.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace sonvale::core {
+
+namespace {
+
+using hotkeys::HotkeyAction;
+using platform::UrlError;
+using Preference = transcription::TranscriptionEnginePreference;
+
+/// A whole dictation with a key for the service, which the test plays.
+class StreamingDictation : public tests::CoreFixture {
+protected:
+    StreamingDictation() {
+        addresses.service = "https://service.example";
+        addresses.key = "sk-own";
+        rebuildState();
+    }
+
+    tests::FakeSocket& socket() { return *network().lastSocket(); }
+    std::size_t countOf(const std::string& type) {
+        const auto texts = socket().texts();
+        return static_cast<std::size_t>(std::ranges::count_if(
+            texts, [&](const std::string& text) { return base::Json::parse(text).at("type") == type; }));
+    }
+    std::size_t bytesHeard() {
+        std::size_t bytes = 0;
+        for (const auto& text : socket().texts()) {
+            const auto frame = base::Json::parse(text);
+            if (frame.at("type") == "input_audio_buffer.append")
+                bytes += base::decodeBase64(frame.at("audio").get<std::string>()).value().size();
+        }
+        return bytes;
+    }
+    void answer(const std::string& text) {
+        socket().deliverText(base::Json{
+            {"type", "conversation.item.input_audio_transcription.completed"},
+            {"transcript", text}}.dump());
+        runtimeSupport().runUntilIdle();
+    }
+    bool printed(const std::string& beginning) const {
+        return std::ranges::any_of(
+            perfLines, [&](const std::string& line) { return line.starts_with("[PERF] " + beginning); });
+    }
+    void hold(double seconds = 0.512) {
+        press(HotkeyAction::pushToTalk);
+        speak(seconds);
+    }
+    void letGo() { release(HotkeyAction::pushToTalk); }
+    void prefer(Preference preference) { state().transcriptionManager->preferredEngine = preference; }
+};
+
+} // namespace
+
+TEST_F(StreamingDictation, InsertsTheServicesText) {
+    hold();
+    letGo();
+    EXPECT_EQ(state().recordingState.get(), RecordingState::processing);
+    EXPECT_EQ(countOf("input_audio_buffer.commit"), 1U);
+    answer("words from the service");
+    settle();
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"words from the service"});
+    EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
+    EXPECT_EQ(recogniser().startedCount(), 0);
+    EXPECT_TRUE(network().requests().empty()) << "the file is sent to nobody";
+    EXPECT_EQ(recordingsLeft(), 0U);
+    EXPECT_TRUE(printed("stopDictation → finalize: 0ms"));
+    EXPECT_EQ(bytesHeard(), 24576U);
+}
+
+TEST_F(StreamingDictation, PreWarmsASessionAndTakesItOverAtKeyDown) {
+    completeOnboardingAndStart();
+    ASSERT_EQ(network().sockets().size(), 1U);
+    EXPECT_TRUE(printed("Pre-warm session: 0ms (success)"));
+    advance(90);
+    hold();
+    EXPECT_EQ(network().sockets().size(), 1U);
+    advance(60);
+    EXPECT_TRUE(state().transcriptionManager->realtimeEngine->hasReadySession())
+        << "a session in use is not closed for its age";
+    letGo();
+    answer("at once");
+    settle();
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"at once"});
+    EXPECT_EQ(network().sockets().size(), 1U) << "the session serves the next dictation";
+}
+
+TEST_F(StreamingDictation, SendsNothingThatIsSaidAfterTheKeyWentUp) {
+    hold();
+    letGo();
+    const auto heard = bytesHeard();
+    speak(1);
+    answer("before");
+    settle();
+    EXPECT_EQ(bytesHeard(), heard);
+
+    hold();
+    letGo();
+    EXPECT_EQ(bytesHeard(), heard + 24576);
+    answer("after");
+    settle();
+}
+
+TEST_F(StreamingDictation, TakesTheTextFromTheFileWhenTheSessionIsLost) {
+    network().answerNext(200, "from the file");
+    hold();
+    socket().close();
+    speak(0.5);
+    letGo();
+    settle();
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"from the file"});
+    EXPECT_EQ(network().lastRequest()->url, "https://service.example/v1/audio/transcriptions");
+    EXPECT_EQ(state().errorMessage.get(), std::nullopt);
+    EXPECT_TRUE(
+        printed("stopDictation → finalize: 0ms (failed: Network error: WebSocket session ended during "
+                "recording)"));
+    EXPECT_EQ(recordingsLeft(), 0U);
+}
+
+TEST_F(StreamingDictation, TakesTheTextFromTheFileWhenTheServiceIsSilent) {
+    network().answerNext(200, "from the file");
+    hold();
+    letGo();
+    advance(9.9);
+    EXPECT_EQ(state().recordingState.get(), RecordingState::processing);
+    advance(1);
+    settle();
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"from the file"});
+}
+
+TEST_F(StreamingDictation, KeepsALateTranscriptOutOfTheNextText) {
+    network().answerNext(200, "first");
+    hold();
+    letGo();
+    const auto silent = network().lastSocket();
+    advance(11);
+    EXPECT_TRUE(silent->isEnded());
+    hold();
+    letGo();
+    answer("second");
+    settle();
+    EXPECT_EQ(pastedTexts(), (std::vector<std::string>{"first", "second"}));
+}
+
+TEST_F(StreamingDictation, TakesTheTextFromTheFileWhenNoSessionComesAbout) {
+    network().failHandshakes(UrlError(UrlError::Code::cannotConnectToHost, "nobody there"));
+    network().answerNext(200, "from the file");
+    hold();
+    EXPECT_EQ(state().recordingState.get(), RecordingState::recording);
+    EXPECT_EQ(state().errorMessage.get(), std::nullopt) << "the user need not know";
+    EXPECT_TRUE(printed("startDictation total: "));
+    letGo();
+    settle();
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"from the file"});
+}
+
+TEST_F(StreamingDictation, UsesTheLocalEngineWhenThereIsNoNetworkAtAll) {
+    network().failHandshakes(UrlError(UrlError::Code::notConnectedToInternet, "offline"));
+    network().failNext(UrlError::Code::notConnectedToInternet, "offline");
+    recogniser().answerWith("words from this machine");
+    hold();
+    EXPECT_EQ(recogniser().preparations(), 1) << "it loads while the user speaks";
+    letGo();
+    settle();
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"words from this machine"});
+}
+
+TEST_F(StreamingDictation, DoesNotRetryLocallyWhenOnlyStreamingIsWanted) {
+    prefer(Preference::streaming);
+    network().failHandshakes(UrlError(UrlError::Code::notConnectedToInternet, "offline"));
+    network().failNext(UrlError::Code::notConnectedToInternet, "offline");
+    hold();
+    EXPECT_EQ(recogniser().preparations(), 0);
+    letGo();
+    settle();
+    EXPECT_TRUE(pastedTexts().empty());
+    EXPECT_EQ(state().errorMessage.get(), "Transcription failed: Network error: offline");
+}
+
+TEST_F(StreamingDictation, SendsTheFileWithTheCloudPreferenceAndOpensNoSocket) {
+    prefer(Preference::cloud);
+    completeOnboardingAndStart();
+    network().answerNext(200, "from the cloud");
+    hold();
+    letGo();
+    settle();
+    EXPECT_TRUE(network().sockets().empty());
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"from the cloud"});
+}
+
+TEST_F(StreamingDictation, ReportsTheServicesRefusal) {
+    prefer(Preference::cloud);
+    for (const auto& [status, message] : std::vector<std::pair<int, std::string>>{
+             {500, "Transcription failed: API error (500): down"},
+             {426, "Transcription failed: Please update Son Vale to the latest version."}}) {
+        network().answerNext(status, "down");
+        hold();
+        letGo();
+        settle();
+        EXPECT_EQ(state().errorMessage.get(), message);
+        EXPECT_EQ(recordingsLeft(), 0U);
+    }
+}
+
+TEST_F(StreamingDictation, GoesOnWithTheStartWhenTheKeyWentUpMeanwhile) {
+    network().holdHandshakes();
+    hold();
+    EXPECT_EQ(state().recordingState.get(), RecordingState::recording);
+    EXPECT_FALSE(printed("startDictation total: "));
+    letGo();
+    EXPECT_EQ(state().recordingState.get(), RecordingState::processing);
+    socket().open();
+    runtimeSupport().runUntilIdle();
+    EXPECT_TRUE(printed("startDictation total: "));
+    answer("all of it");
+    settle();
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"all of it"});
+    EXPECT_EQ(bytesHeard(), 24576U) << "what was said before the handshake is there";
+}
+
+TEST_F(StreamingDictation, InsertsAnEmptyTranscriptWithoutAskingAgain) {
+    hold();
+    letGo();
+    answer("");
+    settle();
+    EXPECT_TRUE(network().requests().empty());
+    EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
+    EXPECT_EQ(state().errorMessage.get(), std::nullopt);
+}
+
+TEST_F(StreamingDictation, CancelKeepsTheRecordingOutOfTheNextText) {
+    hold();
+    const auto first = network().lastSocket();
+    press(HotkeyAction::cancel);
+    release(HotkeyAction::pushToTalk);
+    settle();
+    EXPECT_TRUE(first->isEnded());
+    EXPECT_EQ(recordingsLeft(), 0U);
+    EXPECT_EQ(network().sockets().size(), 2U) << "a fresh session stands ready";
+
+    hold();
+    letGo();
+    answer("only this");
+    settle();
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"only this"});
+    EXPECT_EQ(bytesHeard(), 24576U);
+}
+
+TEST_F(StreamingDictation, DeletesTheFileOfACancelledDictationWhoseServiceIsSilent) {
+    hold();
+    letGo();
+    press(HotkeyAction::cancel);
+    hold();
+    EXPECT_EQ(recordingsLeft(), 1U);
+    press(HotkeyAction::cancel);
+    advance(12);
+    EXPECT_EQ(recordingsLeft(), 0U);
+}
+
+TEST_F(StreamingDictation, ClosesTheSessionInLocalOnlyMode) {
+    completeOnboardingAndStart();
+    ASSERT_TRUE(state().transcriptionManager->realtimeEngine->hasReadySession());
+    runtimeSupport().main().post([this] { state().setLocalOnlyMode(true); });
+    runtimeSupport().runUntilIdle();
+    EXPECT_TRUE(socket().isEnded());
+    recogniser().answerWith("local");
+    hold();
+    letGo();
+    settle();
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"local"});
+    EXPECT_EQ(network().sockets().size(), 1U);
+    EXPECT_TRUE(network().requests().empty());
+}
+
+TEST_F(StreamingDictation, OpensNoSessionWithoutAMicrophone) {
+    microphone().setFormat({});
+    completeOnboardingAndStart();
+    EXPECT_TRUE(network().sockets().empty());
+}
+
+} // namespace sonvale::core

@@ -1,0 +1,71 @@
+#include "services/ServiceAddresses.h"
+
+#include "tests/support/LogCapture.h"
+
+#include <gtest/gtest.h>
+
+namespace sonvale::services {
+
+namespace {
+
+ServiceAddresses from(nlohmann::json::object_t values) {
+    return ServiceAddresses::from(BundleInfo(std::move(values)));
+}
+
+} // namespace
+
+TEST(ServiceAddresses, HaveDefaultsForAnEmptyDictionary) {
+    const auto addresses = from({});
+    EXPECT_EQ(addresses.backend, ServiceAddresses::defaultBackend);
+    EXPECT_EQ(addresses.service, "https://api.openai.com");
+    EXPECT_EQ(addresses.appVersion, "0.0.0");
+    EXPECT_TRUE(addresses.useProxy());
+}
+
+TEST(ServiceAddresses, TakeTheDirectPathWithAUsableKeyOnly) {
+    EXPECT_FALSE(from({{"OPENAI_API_KEY", "sk-1"}}).useProxy());
+    for (const auto* key : {"", "$(OPENAI_API_KEY)", "sk-your-key-here"})
+        EXPECT_TRUE(from({{"OPENAI_API_KEY", key}}).useProxy()) << key;
+}
+
+TEST(ServiceAddresses, TakeAUsableBackendAsItStands) {
+    EXPECT_EQ(usableBackendURL("https://backend.example.com/v2/"), "https://backend.example.com/v2/");
+    for (const nlohmann::json& value :
+         {nlohmann::json(), nlohmann::json(""), nlohmann::json("$(BACKEND_URL)"), nlohmann::json(5),
+          nlohmann::json("https://back end.example"), nlohmann::json("http://[::1")})
+        EXPECT_EQ(usableBackendURL(value), std::nullopt) << value;
+}
+
+TEST(ServiceAddresses, AppendPathsToTheBackend) {
+    ServiceAddresses addresses;
+    for (const auto& [backend, whole] : std::vector<std::pair<std::string, std::string>>{
+             {"https://b.example", "https://b.example/api/chat"},
+             {"https://b.example/", "https://b.example/api/chat"},
+             {"https://b.example:8443/v2", "https://b.example:8443/v2/api/chat"},
+             {"https://b.example/v2/?x=1", "https://b.example/v2/api/chat?x=1"}}) {
+        addresses.backend = backend;
+        EXPECT_EQ(addresses.backendURL("api/chat"), whole);
+    }
+}
+
+TEST(ServiceAddresses, ReachTheSocketByTheSameHost) {
+    const tests::LogCapture log;
+    const auto socket = [](const char* base) {
+        return from({{"OPENAI_BASE_URL", base}}).serviceSocketURL("/v1/realtime");
+    };
+    EXPECT_EQ(socket("https://speech.example"), "wss://speech.example/v1/realtime");
+    EXPECT_EQ(socket("https://speech.example:444/"), "wss://speech.example:444/v1/realtime");
+    EXPECT_EQ(socket("http://127.0.0.1:8080"), "ws://127.0.0.1:8080/v1/realtime");
+    EXPECT_EQ(socket("http://localhost:8080"), "ws://localhost:8080/v1/realtime");
+    EXPECT_TRUE(log.lines().empty());
+}
+
+TEST(ServiceAddresses, SendNothingUnencryptedToAnotherMachine) {
+    const tests::LogCapture log;
+    for (const auto* base :
+         {"http://speech.example", "http://127.evil.example", "ftp://127.0.0.1", "speech", ""})
+        EXPECT_EQ(from({{"OPENAI_BASE_URL", base}}).service, "https://api.openai.com") << base;
+    EXPECT_EQ(log.lines().size(), 5U);
+}
+
+} // namespace sonvale::services
