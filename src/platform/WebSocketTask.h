@@ -28,7 +28,7 @@ public:
     /// Sends one message and ends when the system has taken all of it. Messages leave in the order in which
     /// the calls were begun; before the socket is open they wait for it. Throws `UrlError` when the socket
     /// could not be opened, has failed, was closed by the other side or cancelled. Cancelling the calling
-    /// task does not take a message back.
+    /// task throws `cancelled` and does not take the message back.
     virtual runtime::Task<> send(WebSocketMessage message) = 0;
 
     /// Waits for the next message; messages that nobody waits for are kept in their order. What came before

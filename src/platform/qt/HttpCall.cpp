@@ -49,10 +49,10 @@ void HttpCall::Deleter::operator()(QNetworkReply* reply) const {
     reply->deleteLater();
 }
 
-HttpCall::HttpCall(QNetworkAccessManager& manager, QSslConfiguration ssl, UrlRequest request,
+HttpCall::HttpCall(QNetworkAccessManager& manager, const QSslConfiguration& ssl, UrlRequest request,
                    runtime::Continuation<UrlResponse> caller, std::function<void()> onEnd)
     : manager_(manager)
-    , ssl_(std::move(ssl))
+    , ssl_(ssl)
     , request_(std::move(request))
     , caller_(std::move(caller))
     , onEnd_(std::move(onEnd)) {

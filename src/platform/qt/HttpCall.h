@@ -21,7 +21,7 @@ class HttpCall final : public QObject {
 public:
     /// `onEnd` is called once, from a later turn's work it should destroy the call. The manager must outlive
     /// it.
-    HttpCall(QNetworkAccessManager& manager, QSslConfiguration ssl, UrlRequest request,
+    HttpCall(QNetworkAccessManager& manager, const QSslConfiguration& ssl, UrlRequest request,
              runtime::Continuation<UrlResponse> caller, std::function<void()> onEnd);
     /// Closes the connection of a request that still runs, which has then been cancelled.
     ~HttpCall() override;

@@ -20,8 +20,8 @@ public:
 
 } // namespace
 
-NetworkSession::NetworkSession(QSslConfiguration ssl, ClosingSockets& closing)
-    : ssl_(std::move(ssl))
+NetworkSession::NetworkSession(const QSslConfiguration& ssl, ClosingSockets& closing)
+    : ssl_(ssl)
     , closing_(closing) {}
 
 NetworkSession::~NetworkSession() {

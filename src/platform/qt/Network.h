@@ -20,7 +20,7 @@ using NetworkId = std::uint64_t;
 /// One session on the network thread: its connections, requests and sockets. With it they all end, cancelled.
 class NetworkSession final : public QObject {
 public:
-    NetworkSession(QSslConfiguration ssl, ClosingSockets& closing);
+    NetworkSession(const QSslConfiguration& ssl, ClosingSockets& closing);
     ~NetworkSession() override;
 
     void startCall(NetworkId id, UrlRequest request, runtime::Continuation<UrlResponse> caller);

@@ -32,7 +32,7 @@ QSslConfiguration sslConfiguration(const QString& authorities) {
 }
 
 std::optional<QUrl> parseUrl(const std::string& text, const QString& scheme, const QString& secureScheme) {
-    const QUrl url(QString::fromStdString(text), QUrl::StrictMode);
+    QUrl url(QString::fromStdString(text), QUrl::StrictMode);
     if (!url.isValid() || url.host().isEmpty())
         return std::nullopt;
     if (url.scheme() != scheme && url.scheme() != secureScheme)

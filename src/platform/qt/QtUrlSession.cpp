@@ -15,7 +15,7 @@ runtime::Task<UrlResponse> dataOf(std::shared_ptr<SessionHandle> session, UrlReq
         throw urlError(UrlError::Code::cancelled);
 
     const auto id = session->thread().makeId();
-    std::function<void(Caller)> start = [session, id, request = std::move(request)](Caller caller) {
+    std::function<void(Caller)> start = [session, id, request = std::move(request)](const Caller& caller) {
         const bool isPosted =
             session->thread().post([sessionId = session->id(), id, request, caller](Network& network) {
                 if (auto* running = network.session(sessionId))

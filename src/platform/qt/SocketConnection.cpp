@@ -18,8 +18,8 @@ constexpr std::size_t incomingBytesAtMost = 64UL << 20U;
 
 } // namespace
 
-SocketConnection::SocketConnection(QSslConfiguration ssl, UrlRequest request, ClosingSockets& closing)
-    : ssl_(std::move(ssl))
+SocketConnection::SocketConnection(const QSslConfiguration& ssl, UrlRequest request, ClosingSockets& closing)
+    : ssl_(ssl)
     , request_(std::move(request))
     , closing_(closing) {
     handshakeLimit_.setSingleShot(true);

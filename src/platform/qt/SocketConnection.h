@@ -19,7 +19,7 @@ namespace sonvale::platform::qt {
 /// One WebSocket on the network thread. Destroying it closes it as "going away".
 class SocketConnection final : public QObject {
 public:
-    SocketConnection(QSslConfiguration ssl, UrlRequest request, ClosingSockets& closing);
+    SocketConnection(const QSslConfiguration& ssl, UrlRequest request, ClosingSockets& closing);
     ~SocketConnection() override;
 
     void open();
