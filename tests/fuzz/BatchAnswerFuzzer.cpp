@@ -1,4 +1,5 @@
 #include "base/Text.h"
+#include "tests/fuzz/Answer.h"
 #include "tests/fuzz/Quiet.h"
 #include "transcription/TranscriptionError.h"
 #include "transcription/WhisperCloudEngine.h"
@@ -6,19 +7,15 @@
 #include <cstdint>
 #include <cstdlib>
 
-/// The service's answer to a posted recording: two bytes of status, then the body.
+/// The service's answer to a posted recording.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size < 2)
+    const auto response = sonvale::tests::answerFrom(data, size);
+    if (!response)
         return 0;
-    const int status = (data[0] * 256 + data[1]) % 600;
-    sonvale::platform::UrlResponse response;
-    if (status > 0)
-        response.statusCode = status;
-    response.body.assign(reinterpret_cast<const char*>(data) + 2, size - 2);
     try {
-        const auto text = sonvale::transcription::transcriptFrom(response);
+        const auto text = sonvale::transcription::transcriptFrom(*response);
         const bool isClean = sonvale::base::isValidUtf8(text) && text == sonvale::base::trimmed(text);
-        if (text.empty() || !isClean || status < 200 || status > 299)
+        if (text.empty() || !isClean || !sonvale::tests::isSuccess(*response))
             std::abort();
     } catch (const sonvale::transcription::TranscriptionError& error) {
         if (!sonvale::base::isValidUtf8(error.errorDescription()))

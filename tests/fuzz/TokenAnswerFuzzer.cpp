@@ -1,3 +1,4 @@
+#include "tests/fuzz/Answer.h"
 #include "tests/fuzz/Quiet.h"
 #include "transcription/RealtimeTranscriptionEngine.h"
 #include "transcription/TranscriptionError.h"
@@ -5,18 +6,14 @@
 #include <cstdint>
 #include <cstdlib>
 
-/// The backend's answer to the request for a token: two bytes of status, then the body.
+/// The backend's answer to the request for a token.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size < 2)
+    const auto response = sonvale::tests::answerFrom(data, size);
+    if (!response)
         return 0;
-    const int status = (data[0] * 256 + data[1]) % 600;
-    sonvale::platform::UrlResponse response;
-    if (status > 0)
-        response.statusCode = status;
-    response.body.assign(reinterpret_cast<const char*>(data) + 2, size - 2);
     try {
-        const auto token = sonvale::transcription::ephemeralTokenFrom(response);
-        if (token.empty() || status < 200 || status > 299)
+        const auto token = sonvale::transcription::ephemeralTokenFrom(*response);
+        if (token.empty() || !sonvale::tests::isSuccess(*response))
             std::abort();
     } catch (const sonvale::transcription::TranscriptionError&) {
         // The one thing that it may throw.
