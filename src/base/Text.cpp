@@ -159,10 +159,6 @@ std::string normalized(std::string text, Form form) {
     return U_SUCCESS(status) ? result : text;
 }
 
-std::string composed(std::string_view text) {
-    return normalized(repairedUtf8(text), Form::composed);
-}
-
 std::string asciiLowercased(std::string_view text) {
     std::string result(text);
     for (char& byte : result) {
@@ -175,7 +171,7 @@ std::string asciiLowercased(std::string_view text) {
 enum class Case { kept, ignored };
 
 std::string comparable(std::string_view text, Case mode) {
-    return mode == Case::kept ? composed(text) : caseFolded(text);
+    return mode == Case::kept ? canonicalForm(text) : caseFolded(text);
 }
 
 /// A text in the form in which texts are compared, with the places where its characters begin and end.
@@ -392,19 +388,29 @@ bool isEqual(std::string_view a, std::string_view b) {
         return true;
     if (isAscii(a) && isAscii(b))
         return false;
-    return composed(a) == composed(b);
+    return canonicalForm(a) == canonicalForm(b);
 }
 
 bool hasPrefix(std::string_view text, std::string_view prefix) {
-    const auto whole = composed(text);
-    const auto wanted = composed(prefix);
+    const auto whole = canonicalForm(text);
+    const auto wanted = canonicalForm(prefix);
     return whole.starts_with(wanted) && Boundaries(whole).contains(wanted.size());
 }
 
 bool hasSuffix(std::string_view text, std::string_view suffix) {
-    const auto whole = composed(text);
-    const auto wanted = composed(suffix);
-    return whole.ends_with(wanted) && Boundaries(whole).contains(whole.size() - wanted.size());
+    return SuffixTest(text).hasSuffix(suffix);
+}
+
+SuffixTest::SuffixTest(std::string_view text)
+    : form_(canonicalForm(text)) {}
+
+bool SuffixTest::hasSuffix(std::string_view suffix) const {
+    const auto wanted = canonicalForm(suffix);
+    return form_.ends_with(wanted) && Boundaries(form_).contains(form_.size() - wanted.size());
+}
+
+std::string canonicalForm(std::string_view text) {
+    return normalized(repairedUtf8(text), Form::composed);
 }
 
 std::string lowercased(std::string_view text) {
@@ -458,7 +464,9 @@ std::optional<TextRange> findIgnoringCase(std::string_view text, std::string_vie
 }
 
 std::optional<TextRange> findPrefixIgnoringCase(std::string_view text, std::string_view prefix) {
-    return Searchable(text, Case::ignored).prefix(caseFolded(prefix));
+    const auto wanted = caseFolded(prefix);
+    // Each character of the text gives a byte of the form at least.
+    return Searchable(text.substr(0, placeBehind(text, wanted.size() + 1)), Case::ignored).prefix(wanted);
 }
 
 bool contains(std::string_view text, std::string_view wanted) {

@@ -52,6 +52,19 @@ bool isEqual(std::string_view a, std::string_view b);
 bool hasPrefix(std::string_view text, std::string_view prefix);
 bool hasSuffix(std::string_view text, std::string_view suffix);
 
+/// `hasSuffix` of one text for many suffixes.
+class SuffixTest {
+public:
+    explicit SuffixTest(std::string_view text);
+    bool hasSuffix(std::string_view suffix) const;
+
+private:
+    std::string form_;
+};
+
+/// A form that is equal, byte for byte, for texts that are equal as `isEqual` says.
+std::string canonicalForm(std::string_view text);
+
 /// Lower case, code point by code point (the sign for a final sigma is not chosen by its place).
 std::string lowercased(std::string_view text);
 /// A form that is equal, byte for byte, for texts that differ only in case or in canonical composition.

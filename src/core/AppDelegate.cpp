@@ -19,8 +19,23 @@ void AppDelegate::applicationDidFinishLaunching() {
     appState->modelContext = &services_->modelContainer().mainContext();
     appState->setup();
     environment_.auditLogger.logAppLaunch();
+    startDataRetention();
     base::systemLog(fmt::format("[AppDelegate] Initialization complete — isOnboardingComplete={}",
                                 appState->isOnboardingComplete.get()));
+}
+
+void AppDelegate::startDataRetention() {
+    dataRetentionManager_ =
+        std::make_shared<persistence::DataRetentionManager>(persistence::DataRetentionManager::Parts{
+            .main = environment_.main,
+            .clock = environment_.clock,
+            .settings = environment_.settings,
+            .auditLogger = environment_.auditLogger,
+            .secureRandom = environment_.secureRandom,
+            .temporaryDirectory = environment_.directories.temporary,
+        });
+    dataRetentionManager_->modelContext = &services_->modelContainer().mainContext();
+    dataRetentionManager_->startCleanup();
 }
 
 } // namespace sonvale::core

@@ -1,17 +1,37 @@
 #include "core/AppState.h"
 
 #include "base/Log.h"
+#include "base/Text.h"
 #include "base/Uuid.h"
 #include "core/TranscriptText.h"
 #include "persistence/Records.h"
 #include "persistence/SettingsKeys.h"
+#include "textprocessing/SnippetMatcher.h"
 
 namespace sonvale::core {
 
 namespace keys = persistence::keys;
 
+namespace {
+
+constexpr double cleanUpLimit = 5;
+constexpr double batchCleanUpLimit = 8;
+
+/// Ends a race that takes too long.
+runtime::Task<std::string> timeLimit(runtime::Clock* clock, double seconds) {
+    co_await runtime::sleep(*clock, seconds);
+    throw runtime::CancellationError();
+}
+
+} // namespace
+
 runtime::Task<> AppState::finishTranscript(std::string text, double stopTime) {
-    co_await processAndInsert(std::move(text), false);
+    if (co_await insertSnippet(text)) {
+        recordingState = RecordingState::idle;
+        environment_.floatingPanel.hide();
+        co_return;
+    }
+    co_await processAndInsert(std::move(text), false, false);
 
     recordingState = RecordingState::idle;
     environment_.floatingPanel.hide();
@@ -19,19 +39,97 @@ runtime::Task<> AppState::finishTranscript(std::string text, double stopTime) {
     printStopTotal(stopTime);
 }
 
-runtime::Task<> AppState::processAndInsert(std::string text, bool addLeadingSpace) {
-    const bool isPrivate = environment_.settings.read(keys::privacyModeEnabled);
+/// Inserts the snippet that the text calls for, as it stands. False when it calls for none.
+runtime::Task<bool> AppState::insertSnippet(std::string text) {
+    if (!modelContext)
+        co_return false;
+    auto match = textprocessing::SnippetMatcher(*modelContext).match(text);
+    if (!match.matched || !match.content)
+        co_return false;
+    setTranscription(*match.content);
+    co_await textInserter->insert(*std::move(match.content));
+    co_return true;
+}
 
-    currentTranscription = text;
-    lastTranscription = text;
+runtime::Task<> AppState::processAndInsert(std::string text, bool isFragment, bool addLeadingSpace) {
+    const bool isPrivate = environment_.settings.read(keys::privacyModeEnabled);
+    auto processed = text;
+    if (isCleanUpWanted())
+        processed = co_await cleanUp(text, isFragment);
+    else
+        setTranscription(text);
 
     // Before the insertion: a paste that goes astray must not cost the user the text.
     if (!isPrivate && modelContext)
-        recordHistory(text, text);
+        recordHistory(text, processed);
 
     if (addLeadingSpace)
-        text.insert(0, " ");
-    co_await textInserter->insert(std::move(text));
+        processed.insert(0, " ");
+    co_await textInserter->insert(std::move(processed));
+}
+
+bool AppState::isCleanUpWanted() const {
+    const auto& settings = environment_.settings;
+    return settings.read(keys::aiProcessingEnabled) && !settings.read(keys::localOnlyMode) &&
+           (environment_.addresses.key || authService->isAuthenticated.get());
+}
+
+/// The text as the language model cleans it, or as it is when that fails or takes too long; views see it
+/// then.
+runtime::Task<std::string> AppState::cleanUp(std::string text, bool isFragment) {
+    auto& clock = environment_.clock;
+    auto context = buildProcessingContext();
+    const double startTime = clock.now();
+    const auto elapsed = [&clock, startTime] { return runtime::millisecondsSince(clock, startTime); };
+
+    auto processed = text;
+    try {
+        processed = co_await runtime::race(environment_.pool,
+                                           postProcessor->process(text, std::move(context), isFragment),
+                                           timeLimit(&clock, cleanUpLimit));
+    } catch (const runtime::CancellationError&) {
+        base::perfLog(fmt::format("AI processing timed out after {}ms (>5s), using raw text", elapsed()));
+    } catch (const std::exception& error) {
+        base::perfLog(fmt::format("AI processing failed after {}ms: {}", elapsed(), error.what()));
+    }
+    setTranscription(processed);
+    base::perfLog(fmt::format("AI processing: {}ms ({})", elapsed(),
+                              base::isEqual(processed, text) ? "unchanged" : "text changed"));
+    co_return processed;
+}
+
+textprocessing::ProcessingContext AppState::buildProcessingContext() const {
+    return contextBuilder.build(dictationTargetApp.get(), modelContext);
+}
+
+runtime::Task<std::string> AppState::performBatchAICleanup(std::string rawText, std::int64_t insertionCount,
+                                                           textprocessing::ProcessingContext context) {
+    auto& clock = environment_.clock;
+    const double startTime = clock.now();
+    std::optional<std::string> cleaned;
+    try {
+        cleaned = co_await runtime::race(environment_.pool,
+                                         postProcessor->process(rawText, std::move(context), false),
+                                         timeLimit(&clock, batchCleanUpLimit));
+    } catch (const std::exception&) {
+        base::perfLog(fmt::format("Batch AI cleanup failed/timed out after {}ms",
+                                  runtime::millisecondsSince(clock, startTime)));
+    }
+    if (!cleaned)
+        co_return rawText;
+    base::perfLog(fmt::format("Batch AI cleanup: {}ms ({} chars → {} chars)",
+                              runtime::millisecondsSince(clock, startTime), base::characterCount(rawText),
+                              base::characterCount(*cleaned)));
+    if (!base::isEqual(*cleaned, rawText)) {
+        co_await textInserter->undo(insertionCount);
+        co_await textInserter->insert(*cleaned);
+    }
+    co_return *std::move(cleaned);
+}
+
+void AppState::setTranscription(const std::string& text) {
+    currentTranscription = text;
+    lastTranscription = text;
 }
 
 void AppState::recordHistory(const std::string& rawText, const std::string& processedText) {

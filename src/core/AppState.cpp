@@ -20,7 +20,7 @@ namespace {
 /// How often the ring takes over the loudness of the voice.
 constexpr double levelUpdatePeriod = 0.033;
 
-runtime::Task<std::optional<std::string>> given(std::optional<std::string> value) {
+runtime::Task<std::optional<std::string>> given(std::string value) {
     co_return value;
 }
 
@@ -38,8 +38,9 @@ std::shared_ptr<AppState> AppState::make(const Environment& environment) {
 }
 
 AppState::AppState(const Environment& environment)
-    : environment_(environment)
-    , focusedAppDetector_(environment.workspace) {
+    : contextBuilder(textprocessing::FocusedAppDetector(environment.workspace))
+    , environment_(environment)
+    , chatSession_(std::make_shared<services::SharedUrlSession>(environment.urlSessions)) {
     auto& e = environment_;
     audioRecorder =
         std::make_shared<audio::AudioRecorder>(e.main, e.clock, e.audioEngines, e.audioFiles, e.secureRandom,
@@ -54,7 +55,15 @@ AppState::AppState(const Environment& environment)
     isOnboardingComplete = e.settings.read(keys::isOnboardingComplete);
     e.settings.registerDefaults();
 
+    authService = std::make_shared<services::AuthService>(services::AuthService::Parts{
+        .main = e.main,
+        .clock = e.clock,
+        .urlSessions = e.urlSessions,
+        .settings = e.settings,
+        .addresses = e.addresses,
+    });
     transcriptionManager = makeTranscriptionManager();
+    postProcessor = std::make_unique<textprocessing::PostProcessor>(makeChatClient());
     transcriptionManager->localEngine.set(
         std::make_shared<transcription::AppleSpeechEngine>(e.speechRecognizers, e.currentLocale));
     transcriptionManager->preferredEngine =
@@ -63,10 +72,28 @@ AppState::AppState(const Environment& environment)
         transcriptionManager->preferredEngine = transcription::TranscriptionEnginePreference::local;
 }
 
+/// The key of the direct path, or the user's own token.
+services::TokenProvider AppState::makeTokenProvider() const {
+    if (const auto& key = environment_.addresses.key)
+        return [key = *key] { return given(key); };
+    return [auth = authService] { return auth->validAccessToken(); };
+}
+
+textprocessing::OpenAIChatClient AppState::makeChatClient() const {
+    const auto& e = environment_;
+    return textprocessing::OpenAIChatClient({
+        .pool = e.pool,
+        .clock = e.clock,
+        .urlSession = chatSession_,
+        .auditLogger = e.auditLogger,
+        .addresses = e.addresses,
+        .tokenProvider = makeTokenProvider(),
+    });
+}
+
 std::shared_ptr<transcription::TranscriptionManager> AppState::makeTranscriptionManager() {
     auto& e = environment_;
-    const transcription::TokenProvider tokenProvider =
-        [key = e.addresses.key]() -> runtime::Task<std::optional<std::string>> { return given(key); };
+    const auto tokenProvider = makeTokenProvider();
     auto cloud = std::make_shared<transcription::WhisperCloudEngine>(transcription::WhisperCloudEngine::Parts{
         .pool = e.pool,
         .clock = e.clock,
@@ -133,7 +160,7 @@ runtime::Task<> AppState::startDictation() {
     if (recordingState.get() != RecordingState::idle)
         co_return;
 
-    dictationTargetApp = focusedAppDetector_.detect();
+    dictationTargetApp = contextBuilder.focusedAppDetector.detect();
 
     recordingState = RecordingState::recording;
     errorMessage = std::nullopt;

@@ -7,8 +7,10 @@
 #include "insertion/TextInserter.h"
 #include "persistence/ModelContext.h"
 #include "platform/RecordingState.h"
+#include "services/AuthService.h"
 #include "services/PermissionsManager.h"
-#include "textprocessing/FocusedAppDetector.h"
+#include "textprocessing/ContextBuilder.h"
+#include "textprocessing/PostProcessor.h"
 #include "transcription/TranscriptionManager.h"
 
 #include <memory>
@@ -50,7 +52,10 @@ public:
     std::shared_ptr<hotkeys::HotkeyManager> hotkeyManager;
     std::shared_ptr<insertion::TextInserter> textInserter;
     std::shared_ptr<services::PermissionsManager> permissionsManager;
+    textprocessing::ContextBuilder contextBuilder;
+    std::shared_ptr<services::AuthService> authService;
     std::shared_ptr<transcription::TranscriptionManager> transcriptionManager;
+    std::unique_ptr<textprocessing::PostProcessor> postProcessor;
 
     // Dictation (AppState.cpp).
 
@@ -79,6 +84,22 @@ public:
     /// Sets the one line for the user; it stays until the next start or cancel.
     void surfaceError(const std::string& message);
 
+    // What happens to a finished transcript (AppState.Finalisation.cpp).
+
+    /// Cleans a text up where that is wanted, keeps it, and inserts it at the cursor. Never fails: the text
+    /// as it was said stands in for a clean-up that fails or takes more than 5 s. Ends when the text has been
+    /// inserted and the clipboard put back. `addLeadingSpace`: a blank goes before what is inserted.
+    runtime::Task<> processAndInsert(std::string text, bool isFragment, bool addLeadingSpace);
+
+    /// What the clean-up of a text goes by that is dictated now.
+    textprocessing::ProcessingContext buildProcessingContext() const;
+
+    /// Cleans up a text that was inserted in `insertionCount` pieces. When that changes it, the pieces are
+    /// undone and the whole is inserted. Returns the final text; a clean-up that fails or takes more than 8 s
+    /// leaves everything as it is.
+    runtime::Task<std::string> performBatchAICleanup(std::string rawText, std::int64_t insertionCount,
+                                                     textprocessing::ProcessingContext context);
+
     // Start-up and modes (AppState.Startup.cpp).
 
     /// Applies the dock setting and, after onboarding, starts the shortcuts with their retries. May run
@@ -101,7 +122,9 @@ private:
 
     // AppState.cpp
     void surfaceTakenShortcut(platform::KeyCombination combination);
+    services::TokenProvider makeTokenProvider() const;
     std::shared_ptr<transcription::TranscriptionManager> makeTranscriptionManager();
+    textprocessing::OpenAIChatClient makeChatClient() const;
     void failToStart(const std::string& description);
     runtime::Task<> startEngine();
     runtime::Task<std::optional<std::string>> finalizeStream();
@@ -113,7 +136,10 @@ private:
 
     // AppState.Finalisation.cpp
     runtime::Task<> finishTranscript(std::string text, double stopTime);
-    runtime::Task<> processAndInsert(std::string text, bool addLeadingSpace);
+    bool isCleanUpWanted() const;
+    runtime::Task<bool> insertSnippet(std::string text);
+    runtime::Task<std::string> cleanUp(std::string text, bool isFragment);
+    void setTranscription(const std::string& text);
     void recordHistory(const std::string& rawText, const std::string& processedText);
     void printStopTotal(double stopTime) const;
 
@@ -124,7 +150,7 @@ private:
 
     Environment environment_;
     runtime::TaskHandle<> preWarmTask_;
-    textprocessing::FocusedAppDetector focusedAppDetector_;
+    std::shared_ptr<services::SharedUrlSession> chatSession_; ///< of all chat clients
 };
 
 } // namespace sonvale::core

@@ -220,6 +220,10 @@ public:
         return valueOf(state_, detail::TaskCore::Cancelling::isForwarded);
     }
 
+    /// As `value()`, but a waiter that is or gets cancelled gets `CancellationError` at once; the task goes
+    /// on.
+    Task<T> valueUnlessCancelled() const { return valueCutShort(state_); }
+
     /// The task's untyped state.
     const std::shared_ptr<detail::TaskState<T>>& state() const { return state_; }
 
@@ -227,6 +231,20 @@ private:
     static Task<T> valueOf(std::shared_ptr<detail::TaskState<T>> state,
                            detail::TaskCore::Cancelling cancelling) {
         co_await detail::TaskCore::waitUntilDone(state, cancelling);
+        detail::Outcome<T> outcome = state->outcome;
+        co_return detail::take<T>(std::move(outcome));
+    }
+
+    static Task<T> valueCutShort(std::shared_ptr<detail::TaskState<T>> state) {
+        const auto waiter = std::make_shared<std::optional<Continuation<>>>();
+        std::function<void(Continuation<>)> start = [waiter, state](Continuation<> done) {
+            waiter->emplace(done);
+            state->whenDone([done] { done.resume(); });
+        };
+        std::function<void()> cutShort = [waiter] {
+            (*waiter)->fail(std::make_exception_ptr(CancellationError()));
+        };
+        co_await suspend<>(std::move(start), std::move(cutShort));
         detail::Outcome<T> outcome = state->outcome;
         co_return detail::take<T>(std::move(outcome));
     }

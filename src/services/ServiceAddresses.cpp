@@ -35,6 +35,14 @@ std::optional<std::string> usableService(const nlohmann::json& value) {
     return std::string(isSecure ? "https://" : "http://") + std::string(url->encoded_host_and_port());
 }
 
+platform::UrlRequest authorizedPost(std::string url, const std::string& token, std::string contentType) {
+    platform::UrlRequest request;
+    request.method = "POST";
+    request.url = std::move(url);
+    request.headers = {{"Authorization", "Bearer " + token}, {"Content-Type", std::move(contentType)}};
+    return request;
+}
+
 } // namespace
 
 std::optional<std::string> usableBackendURL(const nlohmann::json& value) {
@@ -71,6 +79,19 @@ std::string ServiceAddresses::backendURL(std::string_view path) const {
         whole += '/';
     url.set_encoded_path(whole + std::string(path));
     return std::string(url.buffer());
+}
+
+platform::UrlRequest ServiceAddresses::backendPost(std::string_view path, const std::string& token,
+                                                   std::string contentType) const {
+    auto request = authorizedPost(backendURL(path), token, std::move(contentType));
+    request.headers.push_back({"X-App-Version", appVersion});
+    return request;
+}
+
+platform::UrlRequest ServiceAddresses::post(std::string_view backendPath, std::string_view servicePath,
+                                            const std::string& token, std::string contentType) const {
+    return useProxy() ? backendPost(backendPath, token, std::move(contentType))
+                      : authorizedPost(serviceURL(servicePath), token, std::move(contentType));
 }
 
 std::string ServiceAddresses::serviceSocketURL(std::string_view path) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/UrlSession.h"
 #include "services/BundleInfo.h"
 
 #include <nlohmann/json.hpp>
@@ -24,6 +25,13 @@ struct ServiceAddresses {
     /// The service's address with a path such as "/v1/realtime"; for a socket with the socket's scheme.
     std::string serviceURL(std::string_view path) const { return service + std::string(path); }
     std::string serviceSocketURL(std::string_view path) const;
+
+    /// A POST to the backend that carries the bearer token and the program's version.
+    platform::UrlRequest backendPost(std::string_view path, const std::string& token,
+                                     std::string contentType) const;
+    /// A POST with the bearer token: to the backend as above or, with a key, to the service itself.
+    platform::UrlRequest post(std::string_view backendPath, std::string_view servicePath,
+                              const std::string& token, std::string contentType) const;
 
     std::string backend = std::string(defaultBackend);
     std::string service = std::string(defaultService); ///< scheme, host and port

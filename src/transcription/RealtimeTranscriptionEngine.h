@@ -1,15 +1,14 @@
 #pragma once
 
 #include "audio/PCMResampler.h"
-#include "base/Json.h"
 #include "base/Log.h"
 #include "platform/UrlSession.h"
 #include "platform/WebSocketTask.h"
 #include "runtime/Clock.h"
 #include "services/ServiceAddresses.h"
+#include "services/TokenProvider.h"
 #include "transcription/RealtimeTranscript.h"
 #include "transcription/StreamingTranscriptionEngine.h"
-#include "transcription/TokenProvider.h"
 
 #include <atomic>
 #include <deque>
@@ -42,7 +41,7 @@ public:
         platform::UrlSessions& urlSessions;
         platform::SampleRateConverters& converters;
         services::ServiceAddresses addresses;
-        TokenProvider tokenProvider;
+        services::TokenProvider tokenProvider;
         std::function<std::optional<std::string>()> language; ///< the user's choice now; any thread
     };
 
@@ -100,7 +99,7 @@ private:
     static runtime::Task<> sendRest(Self self);
     static runtime::Task<> closeLater(WeakSelf weakSelf, runtime::Clock* clock);
     static runtime::Task<> watchWait(WeakSelf weakSelf, runtime::Clock* clock);
-    static runtime::Task<> sendMessage(Self self, base::Json message);
+    static runtime::Task<> sendMessage(Self self, platform::WebSocketMessage message);
 
     runtime::Task<std::string> fetchEphemeralToken(std::string authToken);
     std::uint64_t beginSession();
@@ -139,11 +138,5 @@ private:
     std::atomic<bool> audioWasSentInSession_ = false;
     std::atomic<bool> sessionDroppedUnexpectedly_ = false;
 };
-
-/// The frame that sets a session up.
-base::Json sessionUpdateFrame(const std::optional<std::string>& language);
-
-/// The token in the backend's answer. Throws `TranscriptionError`.
-std::string ephemeralTokenFrom(const platform::UrlResponse& response);
 
 } // namespace sonvale::transcription

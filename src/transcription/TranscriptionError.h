@@ -1,17 +1,13 @@
 #pragma once
 
+#include "services/UnderlyingError.h"
+
 #include <exception>
 #include <string>
 
 namespace sonvale::transcription {
 
-/// An error of another part of the system that lies behind a failure.
-struct UnderlyingError {
-    std::string domain;
-    int code = 0;
-    std::string localizedDescription;
-    bool operator==(const UnderlyingError&) const = default;
-};
+using services::UnderlyingError;
 
 /// What every engine and every backend call of transcription throws.
 class TranscriptionError : public std::exception {

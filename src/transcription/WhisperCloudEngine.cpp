@@ -3,6 +3,7 @@
 #include "base/Log.h"
 #include "base/Text.h"
 #include "base/Uuid.h"
+#include "services/RequestBody.h"
 #include "transcription/TranscriptionError.h"
 
 #include <strings.h>
@@ -17,21 +18,6 @@ namespace sonvale::transcription {
 namespace {
 
 using Bytes = std::vector<std::byte>;
-
-/// Overwrites what the request was made of when it goes, whatever the way out.
-class Body {
-public:
-    explicit Body(Bytes bytes)
-        : bytes_(std::make_shared<Bytes>(std::move(bytes))) {}
-    Body(const Body&) = delete;
-    Body& operator=(const Body&) = delete;
-    ~Body() { explicit_bzero(bytes_->data(), bytes_->size()); }
-
-    std::shared_ptr<const Bytes> bytes() const { return bytes_; }
-
-private:
-    std::shared_ptr<Bytes> bytes_;
-};
 
 /// A file in memory, overwritten when it goes.
 class FileContent {
@@ -109,33 +95,13 @@ std::string transcriptFrom(const platform::UrlResponse& response) {
 }
 
 WhisperCloudEngine::WhisperCloudEngine(Parts parts)
-    : parts_(std::move(parts)) {}
-
-/// Made with the first call: a program that stays on this machine need not load what a session takes.
-platform::UrlSession& WhisperCloudEngine::urlSession() {
-    std::call_once(urlSessionIsMade_, [this] { urlSession_ = parts_.urlSessions.makeEphemeral(); });
-    return *urlSession_;
-}
+    : parts_(std::move(parts))
+    , urlSession_(parts_.urlSessions) {}
 
 runtime::Task<std::string> WhisperCloudEngine::transcribe(std::filesystem::path audioFileURL,
                                                           std::optional<std::string> language) {
     return runtime::runOn(parts_.pool,
                           upload(shared_from_this(), std::move(audioFileURL), std::move(language)));
-}
-
-platform::UrlRequest WhisperCloudEngine::makeRequest(const std::string& token,
-                                                     const std::string& boundary) const {
-    const auto& addresses = parts_.addresses;
-    platform::UrlRequest request;
-    request.method = "POST";
-    request.url = addresses.useProxy() ? addresses.backendURL("api/transcribe")
-                                       : addresses.serviceURL("/v1/audio/transcriptions");
-    request.timeoutSeconds = requestTimeout;
-    request.headers = {{"Authorization", "Bearer " + token},
-                       {"Content-Type", "multipart/form-data; boundary=" + boundary}};
-    if (addresses.useProxy())
-        request.headers.push_back({"X-App-Version", addresses.appVersion});
-    return request;
 }
 
 runtime::Task<std::string> WhisperCloudEngine::upload(std::shared_ptr<WhisperCloudEngine> self,
@@ -147,9 +113,11 @@ runtime::Task<std::string> WhisperCloudEngine::upload(std::shared_ptr<WhisperClo
         throw TranscriptionError::apiKeyMissing();
 
     const auto boundary = base::Uuid::make().toString();
-    auto request = self->makeRequest(*token, boundary);
+    auto request = parts.addresses.post("api/transcribe", "/v1/audio/transcriptions", *token,
+                                        "multipart/form-data; boundary=" + boundary);
+    request.timeoutSeconds = requestTimeout;
     std::int64_t fileSize = 0;
-    std::optional<Body> body;
+    std::optional<services::RequestBody> body;
     {
         const FileContent file(audioFileURL);
         fileSize = static_cast<std::int64_t>(file.bytes().size());
@@ -162,13 +130,9 @@ runtime::Task<std::string> WhisperCloudEngine::upload(std::shared_ptr<WhisperClo
     platform::UrlResponse response;
     std::optional<UnderlyingError> failure;
     try {
-        response = co_await self->urlSession().data(std::move(request));
-    } catch (const platform::UrlError& error) {
-        failure = {platform::UrlError::domain, static_cast<int>(error.code()), error.what()};
-    } catch (const TranscriptionError&) {
-        throw;
+        response = co_await self->urlSession_.get().data(std::move(request));
     } catch (const std::exception& error) {
-        failure = {"WhisperCloudEngine", -1, error.what()};
+        failure = UnderlyingError::from(error, "WhisperCloudEngine");
     }
     if (failure)
         throw TranscriptionError::networkError(*std::move(failure));

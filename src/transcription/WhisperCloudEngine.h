@@ -4,12 +4,12 @@
 #include "platform/UrlSession.h"
 #include "runtime/Clock.h"
 #include "services/ServiceAddresses.h"
-#include "transcription/TokenProvider.h"
+#include "services/SharedUrlSession.h"
+#include "services/TokenProvider.h"
 #include "transcription/TranscriptionEngine.h"
 
 #include <cstddef>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -31,7 +31,7 @@ public:
         platform::UrlSessions& urlSessions;
         persistence::AuditLogger& auditLogger;
         services::ServiceAddresses addresses;
-        TokenProvider tokenProvider;
+        services::TokenProvider tokenProvider;
     };
 
     explicit WhisperCloudEngine(Parts parts);
@@ -48,12 +48,9 @@ private:
     static runtime::Task<std::string> upload(std::shared_ptr<WhisperCloudEngine> self,
                                              std::filesystem::path audioFileURL,
                                              std::optional<std::string> language);
-    platform::UrlSession& urlSession();
-    platform::UrlRequest makeRequest(const std::string& token, const std::string& boundary) const;
 
     const Parts parts_;
-    std::once_flag urlSessionIsMade_;
-    std::shared_ptr<platform::UrlSession> urlSession_; ///< serves all calls
+    services::SharedUrlSession urlSession_;
 };
 
 /// The body of the request (RFC 7578).

@@ -24,8 +24,10 @@ constexpr double rate = 24000;
 Session::Options with(const TestServer& server, const std::string& engine) {
     Session::Options options;
     options.prepare = [engine](PrivateDesktop& desktop) {
-        RunningProgram::writeSettings(desktop, R"({"isOnboardingComplete": true, "transcriptionEngine": ")" +
-                                                   engine + "\"}");
+        RunningProgram::writeSettings(
+            desktop,
+            R"({"isOnboardingComplete": true, "aiProcessingEnabled": false, "transcriptionEngine": ")" +
+                engine + "\"}");
     };
     options.program.info = {
         {"OPENAI_API_KEY", key}, {"OPENAI_BASE_URL", server.url()}, {"CFBundleShortVersionString", "1.0"}};

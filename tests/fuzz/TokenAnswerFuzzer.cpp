@@ -1,6 +1,6 @@
 #include "tests/fuzz/Answer.h"
 #include "tests/fuzz/Quiet.h"
-#include "transcription/RealtimeTranscriptionEngine.h"
+#include "transcription/RealtimeMessages.h"
 #include "transcription/TranscriptionError.h"
 
 #include <cstdint>

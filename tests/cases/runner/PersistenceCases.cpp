@@ -1,5 +1,6 @@
 #include "base/Dates.h"
 #include "persistence/AuditLogEntry.h"
+#include "persistence/DataRetentionManager.h"
 #include "tests/cases/runner/CaseInput.h"
 
 namespace sonvale::tests {
@@ -25,10 +26,21 @@ json auditLine(const json& in) {
         moment, event, text(in, "actor"), text(in, "resource"), text(in, "outcome"), metadata(in)));
 }
 
+json retentionCutoff(const json& in) {
+    const auto now = known(base::parseIso8601(text(in, "now")), "form of now");
+    const auto stored = field(in, "stored").is_null() ? std::nullopt : std::optional(integer(in, "stored"));
+    const auto cutoff = persistence::retentionCutoff(now, stored, text(in, "timeZone"));
+    return cutoff ? json(base::iso8601(*cutoff)) : json();
+}
+
 } // namespace
 
 void addPersistenceCases(CaseRegistry& registry) {
     registry["auditLine"] = auditLine;
+    registry["retentionCutoff"] = retentionCutoff;
+    registry["isStrayRecording"] = [](const json& in) {
+        return persistence::isStrayRecording(text(in, "name"));
+    };
 }
 
 } // namespace sonvale::tests

@@ -1,9 +1,13 @@
 #include "base/Base64.h"
+#include "services/AuthAnswers.h"
 #include "tests/cases/runner/CaseInput.h"
 #include "tests/fakes/FakeSampleRateConverters.h"
 #include "tests/fakes/FakeUrlSessions.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestRuntime.h"
+#include "textprocessing/ChatMessages.h"
+#include "textprocessing/TextProcessingError.h"
+#include "transcription/RealtimeMessages.h"
 #include "transcription/RealtimeTranscriptionEngine.h"
 #include "transcription/TranscriptionManager.h"
 #include "transcription/WhisperCloudEngine.h"
@@ -187,6 +191,21 @@ json multipart(const json& in) {
     return std::string(reinterpret_cast<const char*>(body.data()), body.size());
 }
 
+json chatResponse(const json& in) {
+    using textprocessing::TextProcessingError;
+    try {
+        const auto answer =
+            textprocessing::chatAnswerFrom({static_cast<int>(integer(in, "status")), {}, text(in, "body")});
+        return {{"text", answer.content},
+                {"promptTokens", answer.promptTokens},
+                {"completionTokens", answer.completionTokens}};
+    } catch (const TextProcessingError& error) {
+        if (error.errorCase() == TextProcessingError::Case::networkError)
+            return {{"error", "networkError"}};
+        return {{"error", error.errorDescription()}};
+    }
+}
+
 } // namespace
 
 void addServiceCases(CaseRegistry& registry) {
@@ -194,7 +213,7 @@ void addServiceCases(CaseRegistry& registry) {
         return services::usableBackendURL(field(in, "value")).value_or("default");
     };
     registry["sessionUpdate"] = [](const json& in) {
-        return transcription::sessionUpdateFrame(textOrNull(in, "language"));
+        return transcription::sessionUpdate(textOrNull(in, "language"));
     };
     registry["batchRoute"] = batchRoute;
     registry["realtimeEvents"] = realtimeEvents;
@@ -202,6 +221,17 @@ void addServiceCases(CaseRegistry& registry) {
     registry["ephemeralToken"] = ephemeralToken;
     registry["cloudResponse"] = cloudResponse;
     registry["multipart"] = multipart;
+    registry["chatBody"] = [](const json& in) {
+        return textprocessing::chatBody(text(in, "systemPrompt"), text(in, "userMessage"),
+                                        integer(in, "maxTokens"), number(in, "temperature"));
+    };
+    registry["chatResponse"] = chatResponse;
+    registry["tokenExpired"] = [](const json& in) {
+        return services::isTokenExpired(text(in, "token"), number(in, "now"));
+    };
+    registry["authErrorText"] = [](const json& in) {
+        return services::authErrorText(static_cast<int>(integer(in, "status")), text(in, "body"));
+    };
 }
 
 } // namespace sonvale::tests

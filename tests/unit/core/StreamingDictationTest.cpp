@@ -20,6 +20,7 @@ protected:
     StreamingDictation() {
         addresses.service = "https://service.example";
         addresses.key = "sk-own";
+        settings().set(persistence::keys::aiProcessingEnabled, false);
         rebuildState();
     }
 

@@ -1,5 +1,7 @@
 #include "tests/unit/transcription/RealtimeFixture.h"
 
+#include "transcription/RealtimeMessages.h"
+
 namespace sonvale::transcription {
 
 using RealtimeSession = RealtimeFixture;

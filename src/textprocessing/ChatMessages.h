@@ -1,0 +1,28 @@
+#pragma once
+
+#include "base/Json.h"
+#include "platform/UrlSession.h"
+
+#include <cstdint>
+#include <string>
+
+// What the chat service is asked and what its answers mean. Pure; any thread.
+
+namespace sonvale::textprocessing {
+
+inline constexpr const char* chatModel = "gpt-4o-mini";
+
+base::Json chatBody(const std::string& systemPrompt, const std::string& userMessage, std::int64_t maxTokens,
+                    double temperature);
+
+/// The first choice of an answer.
+struct ChatAnswer {
+    std::string content; ///< as it came, never empty
+    std::int64_t promptTokens = 0;
+    std::int64_t completionTokens = 0;
+};
+
+/// Throws `TextProcessingError`; a body that is not JSON counts as a failure of the network.
+ChatAnswer chatAnswerFrom(const platform::UrlResponse& response);
+
+} // namespace sonvale::textprocessing

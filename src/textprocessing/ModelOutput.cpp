@@ -1,0 +1,117 @@
+#include "textprocessing/ModelOutput.h"
+
+#include "base/Text.h"
+
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <string_view>
+#include <unordered_set>
+
+namespace sonvale::textprocessing {
+
+namespace {
+
+constexpr std::array<std::string_view, 14> chatterPrefixes = {
+    "Here is the cleaned text:",
+    "Here's the cleaned text:",
+    "Here is the corrected text:",
+    "Here's the corrected text:",
+    "Here is the cleaned version:",
+    "Here's the cleaned version:",
+    "Here is the corrected version:",
+    "Here's the corrected version:",
+    "Sure!",
+    "Sure,",
+    "Certainly!",
+    "Certainly,",
+    "Of course!",
+    "Of course,",
+};
+
+constexpr std::array<std::string_view, 9> commentaryMarkers = {
+    "Note:",   "NOTE:",     "(Note:",        "[Note:",       "I corrected",
+    "I fixed", "I changed", "Changes made:", "Corrections:",
+};
+
+constexpr std::size_t fewestWordsToCompare = 3;
+constexpr double smallestSharedPart = 0.3;
+constexpr std::size_t largestGrowth = 3;
+constexpr std::size_t longestFreelyGrowing = 10; ///< characters
+constexpr std::size_t fewestCharacters = 2;
+
+std::string withoutLeadingChatter(std::string text) {
+    for (const auto prefix : chatterPrefixes) {
+        const auto found = base::findPrefixIgnoringCase(text, prefix);
+        if (!found)
+            continue;
+        const auto rest = std::string_view(text).substr(found->end);
+        auto trimmedRest = base::trimmed(rest);
+        if (trimmedRest.empty())
+            continue;
+        // "Sure,footed" begins with one of them and is none.
+        if (prefix.ends_with(':') || base::beginsWithWhiteSpace(rest))
+            return trimmedRest;
+    }
+    return text;
+}
+
+std::string withoutQuotes(std::string text) {
+    if (base::hasPrefix(text, "\"") && base::hasSuffix(text, "\"") && base::characterCount(text) > 2)
+        return base::trimmed(std::string_view(text).substr(1, text.size() - 2));
+    return text;
+}
+
+/// The first line feed that the marker follows.
+std::optional<std::size_t> findCommentary(std::string_view text, std::string_view marker) {
+    for (auto lineFeed = text.find('\n'); lineFeed != std::string_view::npos;
+         lineFeed = text.find('\n', lineFeed + 1)) {
+        if (base::hasPrefixIgnoringCase(text.substr(lineFeed + 1), marker))
+            return lineFeed;
+    }
+    return std::nullopt;
+}
+
+std::string withoutTrailingCommentary(std::string text) {
+    for (const auto marker : commentaryMarkers) {
+        if (const auto lineFeed = findCommentary(text, marker))
+            text = base::trimmed(std::string_view(text).substr(0, *lineFeed));
+    }
+    return text;
+}
+
+std::unordered_set<std::string> wordsOf(const std::string& text) {
+    std::unordered_set<std::string> words;
+    for (auto& word : base::piecesBetweenBlanks(base::canonicalForm(base::lowercased(text))))
+        words.insert(std::move(word));
+    return words;
+}
+
+/// Whether so few words of the raw text are left that the model has answered or invented.
+bool isReply(const std::string& text, const std::string& rawText) {
+    const auto before = wordsOf(rawText);
+    if (before.size() < fewestWordsToCompare)
+        return false;
+    const auto after = wordsOf(text);
+    std::size_t shared = 0;
+    for (const auto& word : before)
+        shared += after.contains(word) ? 1 : 0;
+    return static_cast<double>(shared) / static_cast<double>(before.size()) < smallestSharedPart;
+}
+
+bool hasGrownTooMuch(const std::string& text, const std::string& rawText) {
+    const auto before = base::characterCount(rawText);
+    return before > longestFreelyGrowing && base::characterCount(text) > largestGrowth * before;
+}
+
+} // namespace
+
+std::string cleanOutput(const std::string& output, const std::string& rawText) {
+    auto text = withoutTrailingCommentary(withoutQuotes(withoutLeadingChatter(base::trimmed(output))));
+    if (isReply(text, rawText) || hasGrownTooMuch(text, rawText) ||
+        base::characterCount(text) < fewestCharacters)
+        return rawText;
+    return text;
+}
+
+} // namespace sonvale::textprocessing

@@ -1,0 +1,40 @@
+#include "textprocessing/PostProcessor.h"
+
+#include "base/Text.h"
+#include "textprocessing/CleanUpPrompt.h"
+#include "textprocessing/ModelOutput.h"
+
+#include <utility>
+
+namespace sonvale::textprocessing {
+
+namespace {
+
+constexpr std::size_t fewestCharacters = 4;
+constexpr std::int64_t maxTokens = 4096;
+constexpr double temperature = 0;
+
+} // namespace
+
+bool isWorthProcessing(const std::string& text) {
+    return base::characterCount(text) >= fewestCharacters;
+}
+
+PostProcessor::PostProcessor(OpenAIChatClient client)
+    : client_(std::move(client)) {}
+
+runtime::Task<std::string> PostProcessor::process(std::string text, ProcessingContext context,
+                                                  bool isFragment) const {
+    return clean(client_, std::move(text), std::move(context), isFragment);
+}
+
+runtime::Task<std::string> PostProcessor::clean(OpenAIChatClient client, std::string text,
+                                                ProcessingContext context, bool isFragment) {
+    if (!isWorthProcessing(text))
+        co_return text;
+    const auto answer = co_await client.complete(buildSystemPrompt(context, isFragment),
+                                                 dictationMessage(text), maxTokens, temperature);
+    co_return cleanOutput(answer, text);
+}
+
+} // namespace sonvale::textprocessing
