@@ -1,3 +1,5 @@
+#include "base/Base64.h"
+#include "base/Json.h"
 #include "tests/e2e/Session.h"
 #include "tests/support/TestServer.h"
 #include "tests/support/Voices.h"
@@ -215,8 +217,9 @@ void measureLongStream(int seconds) {
     for (const auto& frame : server.socket().frames) {
         if (frame.bytes.find("input_audio_buffer.append") == std::string::npos)
             continue;
-        // Three quarters of base64, 2 bytes a sample, 24,000 a second.
-        sent += static_cast<double>(frame.bytes.size() - 50) * 0.75 / 48000;
+        // 2 bytes a sample, 24,000 a second.
+        const auto audio = sonvale::base::jsonString(*sonvale::base::parseJson(frame.bytes), "audio");
+        sent += static_cast<double>(sonvale::base::decodeBase64(audio.value()).value().size()) / 48000;
         behind.push_back(frame.monotonicTime - sent);
     }
     const double quickest = *std::ranges::min_element(behind);

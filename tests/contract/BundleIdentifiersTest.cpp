@@ -98,12 +98,58 @@ TEST(BundleIdentifiers, KnowsTheDesktopFilesOfTheirPackages) {
         EXPECT_EQ(knownBundleIdentifier(name), identifier) << name;
 }
 
+TEST(BundleIdentifiers, CountsTheDesktopsOwnProgramsAsThoseThatMacOsBrings) {
+    const std::pair<std::string, std::vector<std::string>> rows[] = {
+        {"com.apple.mail",
+         {"thunderbird",
+          "org.mozilla.thunderbird",
+          "thunderbird_thunderbird",
+          "net.thunderbird.thunderbird",
+          "betterbird",
+          "eu.betterbird.betterbird",
+          "evolution",
+          "org.gnome.evolution",
+          "geary",
+          "org.gnome.geary",
+          "kmail",
+          "org.kde.kmail2",
+          "kontact",
+          "org.kde.kontact",
+          "claws-mail",
+          "org.claws_mail.claws-mail",
+          "sylpheed",
+          "mailspring",
+          "com.getmailspring.mailspring",
+          "mailspring_mailspring"}},
+        {"com.apple.Terminal",
+         {"xterm", "uxterm", "debian-xterm", "debian-uxterm", "gnome-terminal", "gnome-terminal-server",
+          "org.gnome.terminal", "kgx", "org.gnome.console", "ptyxis", "org.gnome.ptyxis", "konsole",
+          "org.kde.konsole", "xfce4-terminal", "mate-terminal", "lxterminal", "qterminal",
+          "com.system76.cosmicterm", "deepin-terminal"}},
+        {"com.apple.dt.Xcode", {"gnome-builder", "org.gnome.builder", "kdevelop", "org.kde.kdevelop"}},
+        {"com.apple.Safari",
+         {"epiphany", "epiphany-browser", "org.gnome.epiphany", "falkon", "org.kde.falkon", "konqueror",
+          "org.kde.konqueror"}},
+        {"com.apple.Notes",
+         {"bijiben", "org.gnome.notes", "gnote", "org.gnome.gnote", "knotes", "org.kde.knotes",
+          "xfce4-notes"}},
+    };
+    for (const auto& [identifier, names] : rows) {
+        for (const auto& name : names)
+            EXPECT_EQ(knownBundleIdentifier(name), identifier) << name;
+    }
+    // As their windows really say it.
+    EXPECT_EQ(bundleIdentifier("Mail", "thunderbird"), "com.apple.mail");
+    EXPECT_EQ(bundleIdentifier("evolution", "Evolution"), "com.apple.mail");
+    EXPECT_EQ(bundleIdentifier("xterm", "XTerm"), "com.apple.Terminal");
+    EXPECT_EQ(bundleIdentifier("gnome-terminal-server", "Gnome-terminal"), "com.apple.Terminal");
+    EXPECT_EQ(bundleIdentifier("xfce4-terminal", "Xfce4-terminal"), "com.apple.Terminal");
+}
+
 TEST(BundleIdentifiers, PassesEveryOtherProgramThrough) {
     const Row rows[] = {
-        {"mail", "thunderbird", "thunderbird"},
-        {"Mail", "Thunderbird", "Thunderbird"},
         {"mousepad", "Mousepad", "Mousepad"},
-        {"xterm", "XTerm", "XTerm"},
+        {"nemo", "Nemo", "Nemo"},
         // Other editions have other identifiers.
         {"sun-awt-X11-XFramePeer", "jetbrains-idea-ce", "jetbrains-idea-ce"},
         {"code - insiders", "Code - Insiders", "Code - Insiders"},

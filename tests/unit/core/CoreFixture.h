@@ -44,6 +44,7 @@ protected:
     FakeEventTap::Control& tap() { return tap_.control(); }
     FakeMicrophone& microphone() { return engines_.control(); }
     FakePasteboard::Control& pasteboard() { return pasteboard_.control(); }
+    FakeSyntheticInput::Control& input() { return input_.control(); }
     FakeWorkspace::Control& workspace() { return workspace_.control(); }
     FakeAccessibilityTree::Control& accessibility() { return accessibility_.control(); }
     FakeSpeechRecognizers::Control& recogniser() { return recognizers_.control(); }

@@ -226,6 +226,35 @@ Task<> cancelMyself(TaskHandle<>* self, Clock* clock, std::vector<std::string>* 
 
 } // namespace
 
+namespace {
+
+Task<int> numberUnlessCancelled(TaskHandle<int> other) {
+    return other.valueUnlessCancelled();
+}
+
+} // namespace
+
+TEST(Cancellation, CutsTheWaitShortWhereThatIsAskedForAndLeavesTheOtherTaskAlone) {
+    TestRuntime runtime;
+    const auto slow = spawn(runtime.pool(), numberAfter(&runtime.clock(), 5, 7));
+    const auto impatient = spawn(runtime.main(), numberUnlessCancelled(slow));
+    const auto patient = spawn(runtime.main(), numberUnlessCancelled(slow));
+    const auto late = spawn(runtime.main(), numberUnlessCancelled(slow));
+    runtime.runUntilIdle();
+    impatient.cancel();
+    runtime.runUntilIdle();
+    EXPECT_EQ(messageOf(impatient), "cancelled");
+    EXPECT_FALSE(slow.isCancelled());
+    runtime.clock().advance(5);
+    EXPECT_EQ(runtime.wait(patient.value()), 7);
+    late.cancel();
+    EXPECT_EQ(runtime.wait(late.value()), 7) << "it had its value before";
+    EXPECT_EQ(runtime.wait(numberUnlessCancelled(slow)), 7);
+
+    const auto failing = spawn(runtime.pool(), failAfter(&runtime.clock(), 1, "lost"));
+    EXPECT_THROW(runtime.wait(numberUnlessCancelled(failing)), std::runtime_error);
+}
+
 TEST(Cancellation, FromWithinTheTaskItselfLetsItRunOn) {
     TestRuntime runtime;
     std::vector<std::string> log;

@@ -68,4 +68,25 @@ TEST(ServiceAddresses, SendNothingUnencryptedToAnotherMachine) {
     EXPECT_EQ(log.lines().size(), 5U);
 }
 
+TEST(ServiceAddresses, SendTheVersionToTheBackendOnly) {
+    using Headers = std::vector<platform::HttpHeader>;
+    ServiceAddresses addresses;
+    addresses.backend = "https://b.example";
+    addresses.service = "https://s.example";
+    addresses.appVersion = "2.5";
+    const auto toBackend = addresses.post("api/chat", "/v1/chat", "token", "application/json");
+    EXPECT_EQ(toBackend.method, "POST");
+    EXPECT_EQ(toBackend.url, "https://b.example/api/chat");
+    EXPECT_EQ(toBackend.headers, (Headers{{"Authorization", "Bearer token"},
+                                          {"Content-Type", "application/json"},
+                                          {"X-App-Version", "2.5"}}));
+    addresses.key = "sk-own";
+    const auto toService = addresses.post("api/chat", "/v1/chat", "sk-own", "text/plain");
+    EXPECT_EQ(toService.url, "https://s.example/v1/chat");
+    EXPECT_EQ(toService.headers,
+              (Headers{{"Authorization", "Bearer sk-own"}, {"Content-Type", "text/plain"}}));
+    EXPECT_EQ(addresses.backendPost("api/realtime/session", "token", "application/json").url,
+              "https://b.example/api/realtime/session");
+}
+
 } // namespace sonvale::services

@@ -1,5 +1,4 @@
 #include "tests/unit/transcription/RealtimeFixture.h"
-
 #include "transcription/RealtimeMessages.h"
 
 namespace sonvale::transcription {
