@@ -43,7 +43,9 @@ RunningProgram::RunningProgram(PrivateDesktop& desktop, const Options& options)
         writeSettings(desktop, R"({"isOnboardingComplete": true})");
     const auto program =
         options.info.empty() ? fs::path(SONVALE_PROGRAM) : installWith(desktop, options.info);
-    process_.emplace(desktop.start({program.string()}, log_.string(), options.environment));
+    auto command = options.launcher;
+    command.push_back(program.string());
+    process_.emplace(desktop.start(std::move(command), log_.string(), options.environment));
 }
 
 fs::path RunningProgram::writeSettings(const PrivateDesktop& desktop, const std::string& content) {

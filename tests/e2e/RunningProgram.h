@@ -26,6 +26,8 @@ public:
         /// Entries of its information dictionary in place of those that it was built with, such as addresses.
         std::map<std::string, std::string> info = {};
         std::map<std::string, std::string> environment = {}; ///< more than the desktop's
+        /// A command that is given the program as its last argument and becomes it.
+        std::vector<std::string> launcher = {};
     };
 
     /// Writes the settings file, unless there is one already, and starts the program; `waitUntilItListens()`
