@@ -2,9 +2,9 @@
 
 #include "base/Text.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
-#include <optional>
 #include <string_view>
 #include <unordered_set>
 
@@ -62,20 +62,18 @@ std::string withoutQuotes(std::string text) {
     return text;
 }
 
-/// The first line feed that the marker follows.
-std::optional<std::size_t> findCommentary(std::string_view text, std::string_view marker) {
-    for (auto lineFeed = text.find('\n'); lineFeed != std::string_view::npos;
-         lineFeed = text.find('\n', lineFeed + 1)) {
-        if (base::hasPrefixIgnoringCase(text.substr(lineFeed + 1), marker))
-            return lineFeed;
-    }
-    return std::nullopt;
+bool isCommentary(std::string_view line) {
+    return std::ranges::any_of(commentaryMarkers, [line](std::string_view marker) {
+        return base::hasPrefixIgnoringCase(line, marker);
+    });
 }
 
+/// Cuts before the first line that begins with a marker: whichever marker it is, what follows goes too.
 std::string withoutTrailingCommentary(std::string text) {
-    for (const auto marker : commentaryMarkers) {
-        if (const auto lineFeed = findCommentary(text, marker))
-            text = base::trimmed(std::string_view(text).substr(0, *lineFeed));
+    for (auto lineFeed = text.find('\n'); lineFeed != std::string::npos;
+         lineFeed = text.find('\n', lineFeed + 1)) {
+        if (isCommentary(std::string_view(text).substr(lineFeed + 1)))
+            return base::trimmed(std::string_view(text).substr(0, lineFeed));
     }
     return text;
 }
