@@ -180,7 +180,7 @@ std::string normalized(std::string text, Form form) {
     return U_SUCCESS(status) ? result : text;
 }
 
-char asciiLowercased(char byte) {
+constexpr char asciiLowercased(char byte) {
     return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + ('a' - 'A')) : byte;
 }
 
@@ -238,13 +238,6 @@ public:
         return std::nullopt;
     }
 
-    std::optional<TextRange> prefix(const std::string& wanted) const {
-        if (!form_.starts_with(wanted))
-            return std::nullopt;
-        const auto end = originalPlace(wanted.size());
-        return end ? std::optional(TextRange{0, *end}) : std::nullopt;
-    }
-
 private:
     struct Border {
         std::size_t form;
@@ -265,15 +258,6 @@ private:
     std::size_t size_ = 0;
     bool isAscii_ = false;
 };
-
-/// Whether the first bytes, of ASCII both, already tell that `text` does not begin with `folded`. A mark
-/// behind the first letter of the text changes nothing: what they compose to is not of ASCII.
-bool beginWithOtherAscii(std::string_view text, std::string_view folded) {
-    if (text.empty() || folded.empty())
-        return false;
-    return isAscii(text.substr(0, 1)) && isAscii(folded.substr(0, 1)) &&
-           asciiLowercased(text.front()) != folded.front();
-}
 
 std::optional<TextRange> findAs(std::string_view text, std::string_view wanted, Case mode) {
     if (wanted.empty())
@@ -451,6 +435,10 @@ std::string lowercased(std::string_view text) {
     std::string result;
     result.reserve(text.size());
     for (std::size_t place = 0; place < text.size();) {
+        if (U8_IS_SINGLE(static_cast<std::uint8_t>(text[place]))) {
+            result += asciiLowercased(text[place++]);
+            continue;
+        }
         const auto point = nextCodePoint(text, place);
         // The one code point whose lower case is two, whatever stands beside it.
         if (point == 0x0130)
@@ -496,11 +484,20 @@ std::optional<TextRange> findIgnoringCase(std::string_view text, std::string_vie
 }
 
 std::optional<TextRange> findPrefixIgnoringCase(std::string_view text, std::string_view prefix) {
-    const auto wanted = caseFolded(prefix);
-    if (beginWithOtherAscii(text, wanted))
-        return std::nullopt;
-    // Each character of the text gives a byte of the form at least.
-    return Searchable(text.substr(0, placeBehind(text, wanted.size() + 1)), Case::ignored).prefix(wanted);
+    const auto form = caseFolded(prefix);
+    std::string_view wanted = form;
+    std::size_t place = 0;
+    eachCharacter(text, [&](std::size_t begin, std::size_t end) {
+        if (wanted.empty())
+            return false;
+        const auto character = caseFolded(text.substr(begin, end - begin));
+        if (!wanted.starts_with(character))
+            return false;
+        wanted.remove_prefix(character.size());
+        place = end;
+        return true;
+    });
+    return wanted.empty() ? std::optional(TextRange{0, place}) : std::nullopt;
 }
 
 bool contains(std::string_view text, std::string_view wanted) {

@@ -42,7 +42,17 @@ std::string selection(const FetchDescriptor<R>& descriptor) {
     return sql + "sequence";
 }
 
-/// Passes the rows to `take`, in the descriptor's order, until it returns false.
+/// Whether the row that the statement is at keeps the rule for one text.
+template <class R>
+bool keepsTextRule(SQLite::Statement& statement, const FetchDescriptor<R>& descriptor) {
+    if (!descriptor.text)
+        return true;
+    std::string text;
+    readValue(statement.getColumn(columnIndex(descriptor.text->field)), text);
+    return descriptor.text->holds(text);
+}
+
+/// Passes the rows that keep that rule to `take`, in the descriptor's order, until it returns false.
 template <class R, class Take>
 void readStored(SQLite::Database& database, const FetchDescriptor<R>& descriptor, Take take) {
     SQLite::Statement statement(database, selection(descriptor));
@@ -50,7 +60,7 @@ void readStored(SQLite::Database& database, const FetchDescriptor<R>& descriptor
     for (const auto& condition : descriptor.where)
         std::visit([&](const auto& value) { bindValue(statement, ++index, value); }, condition.value);
     while (statement.executeStep()) {
-        if (!take(readRecord<R>(statement)))
+        if (keepsTextRule(statement, descriptor) && !take(readRecord<R>(statement)))
             return;
     }
 }
@@ -61,6 +71,8 @@ bool matches(const R& record, const FetchDescriptor<R>& descriptor) {
         if (!condition.holds(record))
             return false;
     }
+    if (descriptor.text && !descriptor.text->holds(record.*descriptor.text->field))
+        return false;
     return !descriptor.predicate || descriptor.predicate(record);
 }
 
