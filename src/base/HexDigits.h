@@ -12,8 +12,8 @@ inline constexpr auto hexDigitValues = [] {
     std::array<std::int8_t, 256> values{};
     values.fill(-1);
     for (int value = 0; value < 16; ++value) {
-        values[static_cast<std::size_t>("0123456789ABCDEF"[value])] = static_cast<std::int8_t>(value);
-        values[static_cast<std::size_t>("0123456789abcdef"[value])] = static_cast<std::int8_t>(value);
+        values[static_cast<unsigned char>("0123456789ABCDEF"[value])] = static_cast<std::int8_t>(value);
+        values[static_cast<unsigned char>("0123456789abcdef"[value])] = static_cast<std::int8_t>(value);
     }
     return values;
 }();

@@ -40,7 +40,7 @@ SnippetMatch SnippetMatcher::match(const std::string& transcript) {
     } catch (const persistence::StoreError&) {
         // The count stays staged and goes with the next save that succeeds.
     }
-    return {true, snippet->content, *std::move(snippet)};
+    return {true, snippet->content, std::move(snippet)};
 }
 
 std::optional<Snippet> SnippetMatcher::find(const std::string& spoken) const {

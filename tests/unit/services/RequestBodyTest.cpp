@@ -32,10 +32,11 @@ TEST(RequestBody, IsOverwrittenWhenItGoes) {
 }
 
 TEST(RequestBody, KeepsItsBytesWhenItIsMoved) {
-    auto first = std::make_optional(RequestBody::ofJson("secret"));
-    const RequestBody second = *std::move(first);
-    first.reset();
-    EXPECT_EQ(textOf(second), "\"secret\"");
+    const auto moved = [] {
+        auto first = RequestBody::ofJson("secret");
+        return RequestBody(std::move(first));
+    }();
+    EXPECT_EQ(textOf(moved), "\"secret\"");
 }
 
 TEST(RequestBody, MayBeEmpty) {
