@@ -42,25 +42,24 @@ std::string selection(const FetchDescriptor<R>& descriptor) {
     return sql + "sequence";
 }
 
-/// Whether the row that the statement is at keeps the rule for one text.
-template <class R>
-bool keepsTextRule(SQLite::Statement& statement, const FetchDescriptor<R>& descriptor) {
-    if (!descriptor.text)
-        return true;
-    std::string text;
-    readValue(statement.getColumn(columnIndex(descriptor.text->field)), text);
-    return descriptor.text->holds(text);
-}
-
-/// Passes the rows that keep that rule to `take`, in the descriptor's order, until it returns false.
+/// Passes the rows that keep the rule for one text to `take`, in the descriptor's order, until it returns
+/// false.
 template <class R, class Take>
 void readStored(SQLite::Database& database, const FetchDescriptor<R>& descriptor, Take take) {
     SQLite::Statement statement(database, selection(descriptor));
     int index = 0;
     for (const auto& condition : descriptor.where)
         std::visit([&](const auto& value) { bindValue(statement, ++index, value); }, condition.value);
+    const auto& rule = descriptor.text;
+    const int ruledColumn = rule ? columnIndex(rule->field) : 0;
+    std::string text;
     while (statement.executeStep()) {
-        if (keepsTextRule(statement, descriptor) && !take(readRecord<R>(statement)))
+        if (rule) {
+            text = textOf(statement.getColumn(ruledColumn));
+            if (!rule->holds(text))
+                continue;
+        }
+        if (!take(readRecord<R>(statement)))
             return;
     }
 }
