@@ -271,6 +271,16 @@ TEST(WebToken, IsWhatOthersMakeOfTheSameSecret) {
         EXPECT_FALSE(webTokenClaims(text, secret)) << text;
 }
 
+TEST(WebToken, OfAnotherAlgorithmIsNoneWhateverItsSignature) {
+    // Both are signed by HMAC and SHA-256; the first says "none".
+    EXPECT_FALSE(webTokenClaims("eyJhbGciOiJub25lIiwidHlwIjoiSldUIn0.eyJpc3MiOiJqb2UifQ."
+                                "wkvx8Itwzu8Gm6W8QzIxrWFZUa9a3qHIlclVm4G7Ql0",
+                                "secret"));
+    EXPECT_TRUE(webTokenClaims("eyJhbGciOiJIUzI1NiIsInR5cCI6IkpXVCJ9.eyJpc3MiOiJqb2UifQ."
+                               "yb-iLVXluCLKGDiKkuA0qgbKh7vbSrvNpKh2f-QihWg",
+                               "secret"));
+}
+
 } // namespace
 
 } // namespace sonvale::tests
