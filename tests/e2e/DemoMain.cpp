@@ -84,7 +84,9 @@ bool showDictation(const std::filesystem::path& folder, bool streams) {
                    service->transcript(), service->audioBytes(), service->server.sockets().size());
     }
     fmt::print("arrived: {}{}\n", session.editor.savedText(),
-               service ? " (cleaned by the rules of the test server, which has no language model)" : "");
+               service && hasArrived
+                   ? " (cleaned by the rules of the test server, which has no language model)"
+                   : "");
     if (hasPicture)
         fmt::print("picture: {}\n", picture.string());
     if (!hasArrived)
