@@ -18,7 +18,6 @@ namespace sonvale::tests {
 namespace {
 
 using base::Json;
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 

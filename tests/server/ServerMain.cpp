@@ -58,6 +58,25 @@ std::optional<long> number(const std::string& word, long largest) {
     return word.empty() || *end != '\0' || value < 0 || value > largest ? std::nullopt : std::optional(value);
 }
 
+/// False for an option or a value that is not understood.
+bool takeOption(Arguments& arguments, const std::string& option, const std::string& value) {
+    if (option == "--text") {
+        arguments.text = value;
+        return true;
+    }
+    if (option == "--account") {
+        arguments.accounts.push_back(value);
+        return true;
+    }
+    if (option == "--token-seconds") {
+        arguments.tokenSeconds = number(value, 1'000'000'000);
+        return arguments.tokenSeconds.has_value();
+    }
+    const auto port = option == "--port" ? number(value, 65535) : std::nullopt;
+    arguments.server.port = static_cast<int>(port.value_or(0));
+    return port.has_value();
+}
+
 /// Nothing for arguments that are not understood.
 std::optional<Arguments> parse(const std::vector<std::string>& words) {
     Arguments result;
@@ -68,23 +87,10 @@ std::optional<Arguments> parse(const std::vector<std::string>& words) {
             result.transcribes = true;
         } else if (*word == "--help") {
             result.isHelp = true;
-        } else if (word + 1 == words.end()) {
-            return std::nullopt;
-        } else if (*word == "--text") {
-            result.text = *++word;
-        } else if (*word == "--account") {
-            result.accounts.push_back(*++word);
-        } else if (*word == "--token-seconds") {
-            result.tokenSeconds = number(*++word, 1'000'000'000);
-            if (!result.tokenSeconds)
-                return std::nullopt;
-        } else if (*word == "--port") {
-            const auto port = number(*++word, 65535);
-            if (!port)
-                return std::nullopt;
-            result.server.port = static_cast<int>(*port);
         } else {
-            return std::nullopt;
+            const auto option = word++;
+            if (word == words.end() || !takeOption(result, *option, *word))
+                return std::nullopt;
         }
     }
     // Tokens are for accounts.

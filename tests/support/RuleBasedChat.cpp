@@ -64,7 +64,7 @@ std::optional<CodePoint> firstLetter(const std::string& word) {
     if (begin == std::string::npos)
         return std::nullopt;
     CodePoint found{.begin = static_cast<int>(begin), .end = static_cast<int>(begin)};
-    U8_NEXT(word.data(), found.end, static_cast<int>(word.size()), found.value);
+    U8_NEXT(word, found.end, static_cast<int>(word.size()), found.value);
     return u_isalpha(found.value) ? std::optional(found) : std::nullopt;
 }
 
@@ -79,7 +79,7 @@ std::string capitalized(const std::string& word) {
         return word;
     std::array<char, U8_MAX_LENGTH> capital{};
     std::size_t length = 0;
-    U8_APPEND_UNSAFE(capital.data(), length, u_totitle(letter->value));
+    U8_APPEND_UNSAFE(capital, length, u_totitle(letter->value));
     return word.substr(0, static_cast<std::size_t>(letter->begin)) + std::string(capital.data(), length) +
            word.substr(static_cast<std::size_t>(letter->end));
 }
