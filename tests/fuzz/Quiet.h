@@ -2,14 +2,12 @@
 
 #include "base/Log.h"
 
-namespace sonvale::tests {
-
-/// No log lines: a fuzzer would drown in them, and be slow.
-inline const bool isQuiet = [] {
-    base::setLogSinks({.logger = [](const base::LogLine&) {},
-                       .system = [](std::string_view) {},
-                       .perf = [](std::string_view) {}});
-    return true;
-}();
-
-} // namespace sonvale::tests
+/// No log lines: a fuzzer would drown in them, and be slow. libFuzzer calls this once before the first input,
+/// when every object of the program is made.
+extern "C" __attribute__((used)) inline int LLVMFuzzerInitialize(int* /*argumentCount*/,
+                                                                 char*** /*arguments*/) {
+    sonvale::base::setLogSinks({.logger = [](const sonvale::base::LogLine&) {},
+                                .system = [](std::string_view) {},
+                                .perf = [](std::string_view) {}});
+    return 0;
+}
