@@ -31,6 +31,9 @@ public:
         return runtime::spawn(pool_.actor(), std::move(task));
     }
 
+    /// Where `startInOrder` starts.
+    const runtime::Actor& serialActor() const { return serial_; }
+
     /// In the order of the calls, as far as the tasks begin.
     template <class T>
     runtime::TaskHandle<T> startInOrder(runtime::Task<T> task) {
