@@ -1,16 +1,28 @@
 #pragma once
 
+#include <array>
+#include <cstdint>
+
 namespace sonvale::base {
+
+namespace detail {
+
+// A table, because no processor foresees which of the branches a random digit takes.
+inline constexpr auto hexDigitValues = [] {
+    std::array<std::int8_t, 256> values{};
+    values.fill(-1);
+    for (int value = 0; value < 16; ++value) {
+        values[static_cast<unsigned char>("0123456789ABCDEF"[value])] = static_cast<std::int8_t>(value);
+        values[static_cast<unsigned char>("0123456789abcdef"[value])] = static_cast<std::int8_t>(value);
+    }
+    return values;
+}();
+
+} // namespace detail
 
 /// 0 to 15 for a hexadecimal digit of either case, -1 for any other byte.
 constexpr int hexDigitValue(char digit) {
-    if (digit >= '0' && digit <= '9')
-        return digit - '0';
-    if (digit >= 'A' && digit <= 'F')
-        return digit - 'A' + 10;
-    if (digit >= 'a' && digit <= 'f')
-        return digit - 'a' + 10;
-    return -1;
+    return detail::hexDigitValues[static_cast<unsigned char>(digit)];
 }
 
 } // namespace sonvale::base

@@ -105,22 +105,43 @@ private:
     icu::BreakIterator* rules_ = nullptr;
 };
 
-/// Calls `visit(begin, end)` for each character until it returns false.
+/// The code point at one place of a text, for the walk over its characters.
+struct Step {
+    std::size_t end;
+    /// Between two of this kind there is always a boundary (UAX #29, GB4, GB5 and GB999). Most code points
+    /// are of it; a carriage return is not, since a line feed may join it.
+    bool standsAlone;
+};
+
+Step stepAt(std::string_view text, std::size_t begin) {
+    if (begin >= text.size())
+        return {text.size(), true};
+    if (U8_IS_SINGLE(static_cast<std::uint8_t>(text[begin])))
+        return {begin + 1, text[begin] != '\r'};
+    auto end = begin;
+    const auto kind = u_getIntPropertyValue(nextCodePoint(text, end), UCHAR_GRAPHEME_CLUSTER_BREAK);
+    return {end, kind == U_GCB_OTHER || kind == U_GCB_CONTROL};
+}
+
+/// Calls `visit(begin, end)` for each character until it returns false. Looks at no more of the text than
+/// that; the library, which is slow, is asked about the rare characters of several code points only.
 template <class Visit>
 void eachCharacter(std::string_view text, Visit visit) {
-    if (isOneByteEach(text)) {
-        for (std::size_t i = 0; i < text.size(); ++i) {
-            if (!visit(i, i + 1))
-                return;
-        }
-        return;
-    }
-    Boundaries boundaries(text);
+    std::optional<Boundaries> boundaries;
+    auto step = stepAt(text, 0);
     for (std::size_t begin = 0; begin < text.size();) {
-        const auto end = boundaries.endOfCharacter(begin);
+        auto end = step.end;
+        auto next = stepAt(text, end);
+        if (!step.standsAlone || !next.standsAlone) {
+            if (!boundaries)
+                boundaries.emplace(text);
+            end = boundaries->endOfCharacter(begin);
+            next = stepAt(text, end);
+        }
         if (!visit(begin, end))
             return;
         begin = end;
+        step = next;
     }
 }
 
@@ -159,12 +180,14 @@ std::string normalized(std::string text, Form form) {
     return U_SUCCESS(status) ? result : text;
 }
 
+constexpr char asciiLowercased(char byte) {
+    return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + ('a' - 'A')) : byte;
+}
+
 std::string asciiLowercased(std::string_view text) {
     std::string result(text);
-    for (char& byte : result) {
-        if (byte >= 'A' && byte <= 'Z')
-            byte = static_cast<char>(byte + ('a' - 'A'));
-    }
+    for (char& byte : result)
+        byte = asciiLowercased(byte);
     return result;
 }
 
@@ -213,13 +236,6 @@ public:
                 return Match{{*begin, *end}, at + wanted.size()};
         }
         return std::nullopt;
-    }
-
-    std::optional<TextRange> prefix(const std::string& wanted) const {
-        if (!form_.starts_with(wanted))
-            return std::nullopt;
-        const auto end = originalPlace(wanted.size());
-        return end ? std::optional(TextRange{0, *end}) : std::nullopt;
     }
 
 private:
@@ -419,6 +435,10 @@ std::string lowercased(std::string_view text) {
     std::string result;
     result.reserve(text.size());
     for (std::size_t place = 0; place < text.size();) {
+        if (U8_IS_SINGLE(static_cast<std::uint8_t>(text[place]))) {
+            result += asciiLowercased(text[place++]);
+            continue;
+        }
         const auto point = nextCodePoint(text, place);
         // The one code point whose lower case is two, whatever stands beside it.
         if (point == 0x0130)
@@ -464,9 +484,20 @@ std::optional<TextRange> findIgnoringCase(std::string_view text, std::string_vie
 }
 
 std::optional<TextRange> findPrefixIgnoringCase(std::string_view text, std::string_view prefix) {
-    const auto wanted = caseFolded(prefix);
-    // Each character of the text gives a byte of the form at least.
-    return Searchable(text.substr(0, placeBehind(text, wanted.size() + 1)), Case::ignored).prefix(wanted);
+    const auto form = caseFolded(prefix);
+    std::string_view wanted = form;
+    std::size_t place = 0;
+    eachCharacter(text, [&](std::size_t begin, std::size_t end) {
+        if (wanted.empty())
+            return false;
+        const auto character = caseFolded(text.substr(begin, end - begin));
+        if (!wanted.starts_with(character))
+            return false;
+        wanted.remove_prefix(character.size());
+        place = end;
+        return true;
+    });
+    return wanted.empty() ? std::optional(TextRange{0, place}) : std::nullopt;
 }
 
 bool contains(std::string_view text, std::string_view wanted) {

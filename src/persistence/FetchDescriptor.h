@@ -69,10 +69,18 @@ private:
     static Value valueOf(const base::Uuid& id) { return id.toString(); }
 };
 
+/// A rule for one text of a record. Of a row that it does not hold for, nothing else is read.
+template <class R>
+struct TextCondition {
+    std::string R::* field;
+    std::function<bool(const std::string&)> holds;
+};
+
 /// Which records to fetch and in which order.
 template <class R>
 struct FetchDescriptor {
     std::vector<FieldCondition<R>> where{};    ///< all must hold
+    std::optional<TextCondition<R>> text{};    ///< further rule for one text
     std::function<bool(const R&)> predicate{}; ///< any further rule; empty: every record
     std::vector<SortDescriptor<R>> sortBy{};   ///< the first decides first, the order of insertion last
     std::optional<std::size_t> limit{};        ///< at most so many

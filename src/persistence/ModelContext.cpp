@@ -42,14 +42,23 @@ std::string selection(const FetchDescriptor<R>& descriptor) {
     return sql + "sequence";
 }
 
-/// Passes the rows to `take`, in the descriptor's order, until it returns false.
+/// Passes the rows that keep the rule for one text to `take`, in the descriptor's order, until it returns
+/// false.
 template <class R, class Take>
 void readStored(SQLite::Database& database, const FetchDescriptor<R>& descriptor, Take take) {
     SQLite::Statement statement(database, selection(descriptor));
     int index = 0;
     for (const auto& condition : descriptor.where)
         std::visit([&](const auto& value) { bindValue(statement, ++index, value); }, condition.value);
+    const auto& rule = descriptor.text;
+    const int ruledColumn = rule ? columnIndex(rule->field) : 0;
+    std::string text;
     while (statement.executeStep()) {
+        if (rule) {
+            text = textOf(statement.getColumn(ruledColumn));
+            if (!rule->holds(text))
+                continue;
+        }
         if (!take(readRecord<R>(statement)))
             return;
     }
@@ -61,6 +70,8 @@ bool matches(const R& record, const FetchDescriptor<R>& descriptor) {
         if (!condition.holds(record))
             return false;
     }
+    if (descriptor.text && !descriptor.text->holds(record.*descriptor.text->field))
+        return false;
     return !descriptor.predicate || descriptor.predicate(record);
 }
 

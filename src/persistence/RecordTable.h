@@ -114,4 +114,23 @@ constexpr std::string_view columnName(M R::* field) {
     return name;
 }
 
+/// Its place among the columns of the table, from 0.
+template <class R, class M>
+constexpr int columnIndex(M R::* field) {
+    const auto name = columnName(field);
+    int place = 0;
+    int index = 0;
+    std::apply(
+        [&](const auto&... column) {
+            const auto look = [&](std::string_view candidate) {
+                if (candidate == name)
+                    index = place;
+                ++place;
+            };
+            (look(column.name), ...);
+        },
+        RecordTable<R>::columns);
+    return index;
+}
+
 } // namespace sonvale::persistence

@@ -56,6 +56,12 @@ inline void bindValue(SQLite::Statement& statement, int index, const std::option
         statement.bind(index);
 }
 
+/// The column's text where the library keeps it, until the next step.
+inline std::string_view textOf(const SQLite::Column& column) {
+    const char* text = column.getText();
+    return {text, static_cast<std::size_t>(column.getBytes())};
+}
+
 inline void readValue(const SQLite::Column& column, std::string& text) {
     text = column.getString();
 }
@@ -72,10 +78,10 @@ inline void readValue(const SQLite::Column& column, base::Date& date) {
     date = base::Date(base::Date::duration(column.getInt64()));
 }
 inline void readValue(const SQLite::Column& column, base::Uuid& id) {
-    id = base::Uuid::parse(column.getString()).value_or(base::Uuid{});
+    id = base::Uuid::parse(textOf(column)).value_or(base::Uuid{});
 }
 inline void readValue(const SQLite::Column& column, EntryCategory& category) {
-    category = entryCategory(column.getString()).value_or(EntryCategory::other);
+    category = entryCategory(textOf(column)).value_or(EntryCategory::other);
 }
 inline void readValue(const SQLite::Column& column, std::optional<std::string>& text) {
     text = column.isNull() ? std::nullopt : std::optional(column.getString());

@@ -20,7 +20,7 @@ RequestBody RequestBody::ofJson(const base::Json& object) {
 }
 
 RequestBody::~RequestBody() {
-    if (bytes_)
+    if (bytes_ && !bytes_->empty())
         explicit_bzero(bytes_->data(), bytes_->size());
 }
 

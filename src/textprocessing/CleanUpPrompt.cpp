@@ -71,6 +71,9 @@ std::string_view formalityPhrase(std::int64_t formality) {
 }
 
 std::string onOneLine(std::string_view text, std::size_t longest) {
+    // Hardly any has a line break, and looking for whole characters is slow in thousands of words.
+    if (text.find('\n') == std::string_view::npos)
+        return base::firstCharacters(text, longest);
     return base::firstCharacters(base::replacing(text, "\n", " "), longest);
 }
 

@@ -27,7 +27,7 @@ std::string dictionaryTerm(const std::string& word, const std::optional<std::str
 }
 
 ContextBuilder::ContextBuilder(FocusedAppDetector detector)
-    : focusedAppDetector(std::move(detector)) {}
+    : focusedAppDetector(detector) {}
 
 ProcessingContext ContextBuilder::build(const std::optional<FocusedAppInfo>& target,
                                         const persistence::ModelContext* modelContext) const {

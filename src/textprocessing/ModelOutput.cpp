@@ -2,11 +2,12 @@
 
 #include "base/Text.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
-#include <optional>
 #include <string_view>
 #include <unordered_set>
+#include <vector>
 
 namespace sonvale::textprocessing {
 
@@ -57,25 +58,34 @@ std::string withoutLeadingChatter(std::string text) {
 }
 
 std::string withoutQuotes(std::string text) {
-    if (base::hasPrefix(text, "\"") && base::hasSuffix(text, "\"") && base::characterCount(text) > 2)
+    if (base::firstCharacters(text, 1) == "\"" && base::hasSuffix(text, "\"") &&
+        base::characterCount(text) > 2)
         return base::trimmed(std::string_view(text).substr(1, text.size() - 2));
     return text;
 }
 
-/// The first line feed that the marker follows.
-std::optional<std::size_t> findCommentary(std::string_view text, std::string_view marker) {
-    for (auto lineFeed = text.find('\n'); lineFeed != std::string_view::npos;
-         lineFeed = text.find('\n', lineFeed + 1)) {
-        if (base::hasPrefixIgnoringCase(text.substr(lineFeed + 1), marker))
-            return lineFeed;
-    }
-    return std::nullopt;
+std::vector<std::string> foldedMarkers() {
+    std::vector<std::string> folded;
+    for (const auto marker : commentaryMarkers)
+        folded.push_back(base::caseFolded(marker));
+    return folded;
 }
 
+bool isCommentary(std::string_view line) {
+    static const auto markers = foldedMarkers();
+    // Nearly every line is told by its first character, which need not be folded once for each marker.
+    const auto first = base::caseFolded(base::firstCharacters(line, 1));
+    return std::ranges::any_of(markers, [&](const std::string& marker) {
+        return marker.starts_with(first) && base::hasPrefixIgnoringCase(line, marker);
+    });
+}
+
+/// Cuts before the first line that begins with a marker: whichever marker it is, what follows goes too.
 std::string withoutTrailingCommentary(std::string text) {
-    for (const auto marker : commentaryMarkers) {
-        if (const auto lineFeed = findCommentary(text, marker))
-            text = base::trimmed(std::string_view(text).substr(0, *lineFeed));
+    for (auto lineFeed = text.find('\n'); lineFeed != std::string::npos;
+         lineFeed = text.find('\n', lineFeed + 1)) {
+        if (isCommentary(std::string_view(text).substr(lineFeed + 1)))
+            return base::trimmed(std::string_view(text).substr(0, lineFeed));
     }
     return text;
 }
@@ -99,17 +109,18 @@ bool isReply(const std::string& text, const std::string& rawText) {
     return static_cast<double>(shared) / static_cast<double>(before.size()) < smallestSharedPart;
 }
 
-bool hasGrownTooMuch(const std::string& text, const std::string& rawText) {
-    const auto before = base::characterCount(rawText);
-    return before > longestFreelyGrowing && base::characterCount(text) > largestGrowth * before;
+/// In characters.
+bool hasGrownTooMuch(std::size_t count, std::size_t rawCount) {
+    return rawCount > longestFreelyGrowing && count > largestGrowth * rawCount;
 }
 
 } // namespace
 
 std::string cleanOutput(const std::string& output, const std::string& rawText) {
     auto text = withoutTrailingCommentary(withoutQuotes(withoutLeadingChatter(base::trimmed(output))));
-    if (isReply(text, rawText) || hasGrownTooMuch(text, rawText) ||
-        base::characterCount(text) < fewestCharacters)
+    const auto count = base::characterCount(text);
+    if (count < fewestCharacters || isReply(text, rawText) ||
+        hasGrownTooMuch(count, base::characterCount(rawText)))
         return rawText;
     return text;
 }

@@ -40,15 +40,15 @@ SnippetMatch SnippetMatcher::match(const std::string& transcript) {
     } catch (const persistence::StoreError&) {
         // The count stays staged and goes with the next save that succeeds.
     }
-    return {true, snippet->content, *std::move(snippet)};
+    return {true, snippet->content, std::move(snippet)};
 }
 
 std::optional<Snippet> SnippetMatcher::find(const std::string& spoken) const {
     const base::SuffixTest ending(spoken);
     persistence::FetchDescriptor<Snippet> firstMatch;
-    firstMatch.predicate = [&ending](const Snippet& snippet) {
-        return ending.hasSuffix(normalized(snippet.trigger));
-    };
+    firstMatch.text = {&Snippet::trigger, [&ending](const std::string& trigger) {
+                           return ending.hasSuffix(normalized(trigger));
+                       }};
     firstMatch.limit = 1;
     try {
         auto found = modelContext_.fetch(firstMatch);

@@ -75,7 +75,56 @@ TEST_F(TestServerProgram, ServesTlsUntilItsInputEnds) {
     EXPECT_EQ(program->wait(5), 0);
 }
 
+TEST_F(TestServerProgram, CleansADictationByItsRules) {
+    start({"--text", "um hi"});
+    RawClient client(line.at("port"));
+    const std::string body = R"({"messages":[{"role":"user","content":"<dictation>um so so</dictation>"}]})";
+    client.send("POST /v1/chat/completions HTTP/1.1\r\nContent-Length: " + std::to_string(body.size()) +
+                "\r\n\r\n" + body);
+    EXPECT_THAT(client.readUntil("\"usage\""), HasSubstr("\"content\":\"So so.\""));
+    EXPECT_FALSE(line.contains("accounts"));
+}
+
+TEST_F(TestServerProgram, LetsOnlyItsAccountsIn) {
+    start({"--account", "ada@example.com", "--account", "bob@example.com", "--token-seconds", "120"});
+    EXPECT_EQ(line.at("accounts"), Json({"ada@example.com", "bob@example.com"}));
+    RawClient client(line.at("port"));
+    const auto post = [&](const std::string& path, const std::string& body, const std::string& headers) {
+        client.send("POST " + path + " HTTP/1.1\r\n" + headers +
+                    "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
+        const auto head = client.readUntil("\r\n\r\n");
+        const auto length = head.find("Content-Length: ") + std::string_view("Content-Length: ").size();
+        return head.substr(9, 3) + " " + client.read(std::stoul(head.substr(length)));
+    };
+
+    EXPECT_THAT(post("/api/transcribe", "", ""), StartsWith("401 "));
+    EXPECT_THAT(post("/auth/login", R"({"email":"ada@example.com","password":"guessed"})", ""),
+                HasSubstr("invalid_credentials"));
+    const auto session = base::parseJson(
+        post("/auth/login", base::jsonText({{"email", "bob@example.com"}, {"password", line.at("password")}}),
+             "")
+            .substr(4));
+    ASSERT_TRUE(session);
+    EXPECT_EQ(session->at("expires_in"), 120);
+    const auto bearer = "Authorization: Bearer " + session->at("access_token").get<std::string>() + "\r\n";
+    EXPECT_EQ(post("/api/transcribe", "", bearer), "200 Hello from the test server.\n");
+}
+
+TEST_F(TestServerProgram, TellsHowToUseItAndThatItsChatIsNoModel) {
+    program.emplace(ChildProcess::Options{.arguments = {SONVALE_TEST_SERVER, "--help"},
+                                          .environment = {},
+                                          .withoutEnvironment = {},
+                                          .outputFile = output(),
+                                          .descriptors = {}});
+    EXPECT_EQ(program->wait(10), 0);
+    EXPECT_THAT(contentOf(output()), HasSubstr("rule-based stand-in and no language model"));
+    EXPECT_THAT(contentOf(output()), HasSubstr("--account EMAIL"));
+}
+
 TEST_F(TestServerProgram, RefusesArgumentsThatItDoesNotKnow) {
+    EXPECT_EQ(run({SONVALE_TEST_SERVER, "--account"}), 1);
+    EXPECT_EQ(run({SONVALE_TEST_SERVER, "--token-seconds", "60"}), 1);
+    EXPECT_EQ(run({SONVALE_TEST_SERVER, "--account", "a@example.com", "--token-seconds", "soon"}), 1);
     EXPECT_EQ(run({SONVALE_TEST_SERVER, "--dance"}), 1);
     EXPECT_EQ(run({SONVALE_TEST_SERVER, "--port", "70000"}), 1);
     EXPECT_EQ(run({SONVALE_TEST_SERVER, "--text"}), 1);

@@ -242,6 +242,29 @@ TEST(TestServer, AsksAHandlerWithoutHoldingUpTheOthers) {
     EXPECT_THAT(slow.readUntil("\r\n\r\n"), HasSubstr(" 500 "));
 }
 
+TEST(TestServer, AsksThePathsGuardFirst) {
+    TestServer server;
+    server.answer("/a", {.body = "one"});
+    server.answer("/a", {.body = "two"});
+    server.guard("/a", [](const Request& head) -> std::optional<Answer> {
+        EXPECT_EQ(head.body, "");
+        if (head.header("X-Key") == "k")
+            return std::nullopt;
+        return Answer{.status = 401, .body = "who?"};
+    });
+
+    RawClient client(server.port());
+    client.send("POST /a HTTP/1.1\r\nContent-Length: 2\r\n\r\nhi");
+    EXPECT_THAT(client.readUntil("who?"), StartsWith("HTTP/1.1 401 "));
+    client.send("POST /a?b HTTP/1.1\r\nX-Key: k\r\nContent-Length: 2\r\n\r\nhi");
+    EXPECT_THAT(client.readUntil("one"), StartsWith("HTTP/1.1 200 "));
+    EXPECT_EQ(server.requests("/a").front().body, "hi");
+    server.guard("/a", {});
+    client.send(get);
+    EXPECT_THAT(client.readUntil("two"), StartsWith("HTTP/1.1 200 "));
+    EXPECT_EQ(server.connections(), 1);
+}
+
 TEST(TestServer, RefusesConnectionsWhileItDoesNotListen) {
     TestServer server;
     server.setListening(false);

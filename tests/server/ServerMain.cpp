@@ -1,4 +1,6 @@
 #include "tests/server/ServerTranscriber.h"
+#include "tests/support/Accounts.h"
+#include "tests/support/RuleBasedChat.h"
 #include "tests/support/ServiceAnswers.h"
 #include "tests/support/TestServer.h"
 
@@ -19,22 +21,42 @@ namespace sonvale::tests {
 
 namespace {
 
+constexpr const char* accountPassword = "sonvale-test";
+
 constexpr const char* usage =
-    "sonvale-test-server [--port N] [--tls] [--transcribe] [--text TEXT]\n"
+    "sonvale-test-server [--port N] [--tls] [--transcribe] [--text TEXT] [--account EMAIL]... "
+    "[--token-seconds N]\n"
     "\n"
     "Plays the outside service and the backend on 127.0.0.1: prints one line of JSON with its addresses and\n"
     "serves until SIGTERM, SIGINT or the end of its input.\n"
     "\n"
-    "--port N       the port (default: any free one)\n"
-    "--tls          https and wss; the line names the file of the authority, for SSL_CERT_FILE\n"
-    "--transcribe   answers with what it hears (English)\n"
-    "--text TEXT    answers with this text\n";
+    "The chat is a rule-based stand-in and no language model: it takes fillers and stutters out of a "
+    "dictation,\n"
+    "and gives it a capital first letter and a final period.\n"
+    "\n"
+    "--port N           the port (default: any free one)\n"
+    "--tls              https and wss; the line names the file of the authority, for SSL_CERT_FILE\n"
+    "--transcribe       transcribes what it hears (English)\n"
+    "--text TEXT        transcribes everything as this text\n"
+    "--account EMAIL    lets only those in who sign in, as EMAIL or with an account that they sign up for;\n"
+    "                   the password is \"sonvale-test\"\n"
+    "--token-seconds N  how long their access tokens last (default: 3600)\n"
+    "--help             prints this\n";
 
 struct Arguments {
     TestServer::Options server;
     bool transcribes = false;
+    bool isHelp = false;
     std::string text = "Hello from the test server.";
+    std::vector<std::string> accounts;
+    std::optional<long> tokenSeconds;
 };
+
+std::optional<long> number(const std::string& word, long largest) {
+    char* end = nullptr;
+    const auto value = std::strtol(word.c_str(), &end, 10);
+    return word.empty() || *end != '\0' || value < 0 || value > largest ? std::nullopt : std::optional(value);
+}
 
 /// Nothing for arguments that are not understood.
 std::optional<Arguments> parse(const std::vector<std::string>& words) {
@@ -44,19 +66,29 @@ std::optional<Arguments> parse(const std::vector<std::string>& words) {
             result.server.isTls = true;
         } else if (*word == "--transcribe") {
             result.transcribes = true;
-        } else if (*word == "--text" && word + 1 != words.end()) {
+        } else if (*word == "--help") {
+            result.isHelp = true;
+        } else if (word + 1 == words.end()) {
+            return std::nullopt;
+        } else if (*word == "--text") {
             result.text = *++word;
-        } else if (*word == "--port" && word + 1 != words.end()) {
-            char* end = nullptr;
-            const auto port = std::strtol((++word)->c_str(), &end, 10);
-            if (word->empty() || *end != '\0' || port < 0 || port > 65535)
+        } else if (*word == "--account") {
+            result.accounts.push_back(*++word);
+        } else if (*word == "--token-seconds") {
+            result.tokenSeconds = number(*++word, 1'000'000'000);
+            if (!result.tokenSeconds)
                 return std::nullopt;
-            result.server.port = static_cast<int>(port);
+        } else if (*word == "--port") {
+            const auto port = number(*++word, 65535);
+            if (!port)
+                return std::nullopt;
+            result.server.port = static_cast<int>(*port);
         } else {
             return std::nullopt;
         }
     }
-    return result;
+    // Tokens are for accounts.
+    return result.tokenSeconds && result.accounts.empty() ? std::nullopt : std::optional(result);
 }
 
 /// Returns at SIGTERM, SIGINT or the end of the input. They must be blocked in every thread.
@@ -87,11 +119,21 @@ int serve(const Arguments& arguments) {
         serveEverything(server, transcriber.emplace().listening());
     else
         serveEverything(server, arguments.text);
+    serveChatByRules(server);
 
     base::Json line{
         {"port", server.port()}, {"url", server.url()}, {"realtime", server.socketUrl("/v1/realtime")}};
     if (arguments.server.isTls)
         line["caFile"] = server.caFile().string();
+    if (!arguments.accounts.empty()) {
+        Accounts accounts(server);
+        for (const auto& email : arguments.accounts)
+            accounts.add(email, accountPassword);
+        if (arguments.tokenSeconds)
+            accounts.setTokenSeconds(static_cast<double>(*arguments.tokenSeconds));
+        line["accounts"] = arguments.accounts;
+        line["password"] = accountPassword;
+    }
     std::puts(base::jsonText(line).c_str());
     std::fflush(stdout);
     waitForEnd(signals);
@@ -107,6 +149,10 @@ int main(int count, char** words) {
     if (!arguments) {
         std::fputs(sonvale::tests::usage, stderr);
         return EXIT_FAILURE;
+    }
+    if (arguments->isHelp) {
+        std::fputs(sonvale::tests::usage, stdout);
+        return EXIT_SUCCESS;
     }
     try {
         return sonvale::tests::serve(*arguments);

@@ -218,7 +218,8 @@ private:
             co_return co_await open(std::move(self), parser.release(), std::move(request));
         }
 
-        auto reply = shared_.record.nextReply(request.path());
+        auto refusal = shared_.record.refusal(request);
+        auto reply = refusal ? *std::move(refusal) : shared_.record.nextReply(request.path());
         const auto* const scripted = std::get_if<Answer>(&reply);
         if (scripted && scripted->fault == Answer::Fault::closesInUpload) {
             shared_.record.received(std::move(request));
@@ -304,6 +305,8 @@ private:
     Awaitable<bool> open(Pointer self, http::request<http::string_body> upgrade, Request handshake) {
         auto script = shared_.record.realtime();
         co_await pause(script.handshakeSeconds);
+        if (auto refusal = shared_.record.refusal(handshake))
+            co_return co_await give(*std::move(refusal), false);
         if (script.refusesWithStatus != 0)
             co_return co_await give(serviceError(script.refusesWithStatus, "The socket was refused."), false);
         if (!script.token.empty() && handshake.header("Authorization") != "Bearer " + script.token)

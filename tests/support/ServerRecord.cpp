@@ -26,6 +26,21 @@ void ServerRecord::forget(const std::string& path) {
     answers_.erase(path);
 }
 
+void ServerRecord::guard(const std::string& path, TestServer::Guard guard) {
+    const std::lock_guard lock(mutex_);
+    guards_[path] = std::move(guard);
+}
+
+std::optional<Answer> ServerRecord::refusal(const Request& head) const {
+    TestServer::Guard guard;
+    {
+        const std::lock_guard lock(mutex_);
+        if (const auto found = guards_.find(head.path()); found != guards_.end())
+            guard = found->second;
+    }
+    return guard ? guard(head) : std::nullopt;
+}
+
 void ServerRecord::setRealtime(Realtime realtime) {
     const std::lock_guard lock(mutex_);
     realtime_ = std::move(realtime);

@@ -18,7 +18,10 @@ public:
     void answer(const std::string& path, Answer answer);
     void answerBy(const std::string& path, TestServer::Handler handler);
     void forget(const std::string& path);
+    void guard(const std::string& path, TestServer::Guard guard);
     void setRealtime(Realtime realtime);
+    /// What the path's guard has to say against a request.
+    std::optional<Answer> refusal(const Request& head) const;
     /// Takes the next answer of a path; 404 when it has none.
     Reply nextReply(const std::string& path);
     Realtime realtime() const;
@@ -58,6 +61,7 @@ private:
     mutable std::condition_variable changed_;
     std::map<std::string, std::deque<Answer>> answers_;
     std::map<std::string, TestServer::Handler> handlers_;
+    std::map<std::string, TestServer::Guard> guards_;
     Realtime realtime_;
     std::vector<Request> requests_;
     std::vector<Socket> sockets_;

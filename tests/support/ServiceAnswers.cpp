@@ -1,11 +1,9 @@
 #include "tests/support/ServiceAnswers.h"
 
-#include "base/Base64.h"
 #include "tests/support/RealtimeConversation.h"
+#include "tests/support/RuleBasedChat.h"
+#include "tests/support/WebToken.h"
 
-#include <fmt/format.h>
-
-#include <algorithm>
 #include <ctime>
 #include <stdexcept>
 
@@ -15,7 +13,6 @@ namespace {
 
 using base::Json;
 
-constexpr const char* chatModel = "gpt-4o-mini-2024-07-18";
 constexpr const char* fingerprint = "fp_560af6e559";
 
 Answer json(const Json& body, int status = 200) {
@@ -28,19 +25,6 @@ Answer json(const Json& body, int status = 200) {
                         {"Strict-Transport-Security", "max-age=31536000; includeSubDomains; preload"},
                         {"Cf-Cache-Status", "DYNAMIC"}},
             .body = base::jsonText(body)};
-}
-
-/// Base64 for the pieces of a web token (RFC 7515, appendix C).
-std::string tokenPiece(const std::string& bytes) {
-    auto text = base::encodeBase64(bytes);
-    std::ranges::replace(text, '+', '-');
-    std::ranges::replace(text, '/', '_');
-    text.erase(std::ranges::find(text, '='), text.end());
-    return text;
-}
-
-std::size_t roughTokens(const std::string& text) {
-    return text.size() / 4 + 1;
 }
 
 /// The file of a multipart form (RFC 7578).
@@ -66,13 +50,11 @@ std::string emailIn(const Request& request) {
     return email.value_or("ada@example.com");
 }
 
-void serveAllBut(TestServer& server, const std::string& chatText) {
+void serveAccountsAndSupport(TestServer& server) {
     for (const auto* const path : {"/auth/login", "/auth/signup", "/auth/refresh"})
         server.answerBy(path, [](const Request& request) { return authSession(emailIn(request)); });
     server.answerBy("/api/realtime/session",
                     [](const Request&) { return ephemeralToken(serviceIdentifier("ek")); });
-    for (const auto* const path : {"/v1/chat/completions", "/api/chat"})
-        server.answerBy(path, [=](const Request&) { return chatCompletion(chatText); });
     server.answerBy("/api/support-chat", [](const Request&) {
         return chatStream({"You", " can", " hold", " the", " key", " and", " speak."}, 0.05);
     });
@@ -80,12 +62,16 @@ void serveAllBut(TestServer& server, const std::string& chatText) {
 
 } // namespace
 
-Answer chatCompletion(const std::string& text) {
+std::size_t roughTokens(const std::string& text) {
+    return text.size() / 4 + 1;
+}
+
+Answer chatCompletion(const std::string& text, const ChatDetails& details) {
     const auto tokens = roughTokens(text);
     return json({{"id", serviceIdentifier("chatcmpl")},
                  {"object", "chat.completion"},
                  {"created", std::time(nullptr)},
-                 {"model", chatModel},
+                 {"model", details.model},
                  {"choices", Json::array({{{"index", 0},
                                            {"message",
                                             {{"role", "assistant"},
@@ -95,9 +81,9 @@ Answer chatCompletion(const std::string& text) {
                                            {"logprobs", nullptr},
                                            {"finish_reason", "stop"}}})},
                  {"usage",
-                  {{"prompt_tokens", 412},
+                  {{"prompt_tokens", details.promptTokens},
                    {"completion_tokens", tokens},
-                   {"total_tokens", 412 + tokens},
+                   {"total_tokens", details.promptTokens + tokens},
                    {"prompt_tokens_details", {{"cached_tokens", 0}, {"audio_tokens", 0}}},
                    {"completion_tokens_details",
                     {{"reasoning_tokens", 0},
@@ -115,7 +101,7 @@ Answer chatStream(const std::vector<std::string>& pieces, double pieceSeconds) {
                base::jsonText({{"id", id},
                                {"object", "chat.completion.chunk"},
                                {"created", std::time(nullptr)},
-                               {"model", chatModel},
+                               {"model", ChatDetails{}.model},
                                {"service_tier", "default"},
                                {"system_fingerprint", fingerprint},
                                {"choices", Json::array({{{"index", 0},
@@ -157,34 +143,36 @@ Answer nestedEphemeralToken(const std::string& value) {
     return json(session);
 }
 
-std::string accessToken(const std::string& email, double expiresInSeconds) {
+Json accessClaims(const std::string& email, const std::string& userIdentifier, double expiresInSeconds) {
     const auto now = std::time(nullptr);
-    const Json header{{"alg", "HS256"}, {"kid", "test"}, {"typ", "JWT"}};
-    const Json claims{{"iss", "https://auth.example.com"},
-                      {"sub", "3f1c2a6e-6f0b-4c0e-9f5a-0c7d1b1f5a10"},
-                      {"aud", "authenticated"},
-                      {"iat", now},
-                      {"exp", now + static_cast<std::time_t>(expiresInSeconds)},
-                      {"email", email},
-                      {"phone", ""},
-                      {"app_metadata", {{"provider", "email"}, {"providers", Json::array({"email"})}}},
-                      {"role", "authenticated"},
-                      {"session_id", "9a0f0d4e-51f2-4f0e-8f3e-4a8a2bd0a3b1"}};
-    return tokenPiece(base::jsonText(header)) + "." + tokenPiece(base::jsonText(claims)) + "." +
-           tokenPiece("no signature");
+    return {{"iss", "https://auth.example.com"},
+            {"sub", userIdentifier},
+            {"aud", "authenticated"},
+            {"iat", now},
+            {"exp", now + static_cast<std::time_t>(expiresInSeconds)},
+            {"email", email},
+            {"phone", ""},
+            {"app_metadata", {{"provider", "email"}, {"providers", Json::array({"email"})}}},
+            {"role", "authenticated"},
+            {"session_id", "9a0f0d4e-51f2-4f0e-8f3e-4a8a2bd0a3b1"}};
 }
 
-Answer authSession(const std::string& email, double expiresInSeconds) {
-    return json({{"access_token", accessToken(email, expiresInSeconds)},
+std::string accessToken(const std::string& email, double expiresInSeconds) {
+    return signedWebToken(accessClaims(email, GivenSession{}.userIdentifier, expiresInSeconds),
+                          "a secret of nobody's");
+}
+
+Answer authSession(const GivenSession& session) {
+    return json({{"access_token", session.accessToken},
                  {"token_type", "bearer"},
-                 {"expires_in", expiresInSeconds},
-                 {"expires_at", std::time(nullptr) + static_cast<std::time_t>(expiresInSeconds)},
-                 {"refresh_token", serviceIdentifier("rt")},
+                 {"expires_in", session.expiresInSeconds},
+                 {"expires_at", std::time(nullptr) + static_cast<std::time_t>(session.expiresInSeconds)},
+                 {"refresh_token", session.refreshToken},
                  {"user",
-                  {{"id", "3f1c2a6e-6f0b-4c0e-9f5a-0c7d1b1f5a10"},
+                  {{"id", session.userIdentifier},
                    {"aud", "authenticated"},
                    {"role", "authenticated"},
-                   {"email", email},
+                   {"email", session.email},
                    {"email_confirmed_at", "2025-01-10T09:12:33.120Z"},
                    {"phone", ""},
                    {"app_metadata", {{"provider", "email"}, {"providers", Json::array({"email"})}}},
@@ -193,6 +181,13 @@ Answer authSession(const std::string& email, double expiresInSeconds) {
                    {"created_at", "2025-01-10T09:11:02.000Z"},
                    {"updated_at", "2025-01-10T09:12:33.120Z"},
                    {"is_anonymous", false}}}});
+}
+
+Answer authSession(const std::string& email, double expiresInSeconds) {
+    return authSession({.email = email,
+                        .accessToken = accessToken(email, expiresInSeconds),
+                        .refreshToken = serviceIdentifier("rt"),
+                        .expiresInSeconds = expiresInSeconds});
 }
 
 Answer serviceError(int status, const std::string& message, const Json& code) {
@@ -208,15 +203,22 @@ Answer backendError(int status, const std::string& message) {
     return json({{"error", message}, {"code", status}, {"request_id", serviceIdentifier("req")}}, status);
 }
 
+Answer authError(int status, const std::string& code, const std::string& message) {
+    return json({{"code", status}, {"error_code", code}, {"msg", message}}, status);
+}
+
 void serveEverything(TestServer& server, const std::string& text) {
-    serveAllBut(server, text);
+    serveAccountsAndSupport(server);
+    for (const auto* const path : {"/v1/chat/completions", "/api/chat"})
+        server.answerBy(path, [=](const Request&) { return chatCompletion(text); });
     for (const auto* const path : {"/v1/audio/transcriptions", "/api/transcribe"})
         server.answerBy(path, [=](const Request&) { return plainTranscript(text); });
     server.setRealtime({.transcript = text});
 }
 
 void serveEverything(TestServer& server, const Listening& listening) {
-    serveAllBut(server, "The text as it should stand.");
+    serveAccountsAndSupport(server);
+    serveChatByRules(server);
     for (const auto* const path : {"/v1/audio/transcriptions", "/api/transcribe"})
         server.answerBy(path, [ofAudioFile = listening.ofAudioFile](const Request& request) {
             return plainTranscript(ofAudioFile(fileIn(request)));

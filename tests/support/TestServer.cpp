@@ -97,6 +97,10 @@ void TestServer::forget(const std::string& path) {
     impl_->record.forget(path);
 }
 
+void TestServer::guard(const std::string& path, Guard guard) {
+    impl_->record.guard(path, std::move(guard));
+}
+
 void TestServer::setRealtime(Realtime realtime) {
     impl_->record.setRealtime(std::move(realtime));
 }

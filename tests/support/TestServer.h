@@ -134,6 +134,7 @@ public:
     };
 
     using Handler = std::function<Answer(const Request&)>;
+    using Guard = std::function<std::optional<Answer>(const Request& head)>;
 
     TestServer();
     /// Throws `std::runtime_error` when the port is taken or the certificates cannot be made.
@@ -157,6 +158,13 @@ public:
     void answerBy(const std::string& path, Handler handler);
     /// Drops the answers of a path.
     void forget(const std::string& path);
+
+    /// Shows the head of each request for the path, with an empty body, to `guard` from now on. What it
+    /// returns is the answer then, and none of the path's own is used up; nothing lets the request go on to
+    /// those.
+    /// "/v1/realtime" is the handshake of the sockets. It runs on the server's thread: it is quick and does
+    /// not throw. An empty one takes the path's guard away.
+    void guard(const std::string& path, Guard guard);
 
     /// For the sockets that come next.
     void setRealtime(Realtime realtime);

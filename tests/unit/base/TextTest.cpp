@@ -1,7 +1,11 @@
 #include "base/Text.h"
 
 #include <gtest/gtest.h>
+#include <unicode/brkiter.h>
+#include <unicode/uchar.h>
 
+#include <map>
+#include <memory>
 #include <random>
 #include <thread>
 
@@ -28,6 +32,22 @@ std::string randomBytes(std::mt19937& engine) {
     for (auto count = engine() % 12; count > 0; --count)
         text += pieces[engine() % pieces.size()];
     return text;
+}
+
+/// For each class of code points that the rules of characters know, a few of it.
+std::vector<UChar32> pointsOfEveryBreakClass() {
+    std::map<int, std::vector<UChar32>> classes;
+    std::mt19937 engine(5);
+    for (int round = 0; round < 400000; ++round) {
+        const auto point = static_cast<UChar32>(engine() % 0x20000);
+        auto& same = classes[u_getIntPropertyValue(point, UCHAR_GRAPHEME_CLUSTER_BREAK)];
+        if (!U_IS_SURROGATE(point) && same.size() < 6)
+            same.push_back(point);
+    }
+    std::vector<UChar32> points{'a', ' ', '\r', '\n', 0x200D, 0x1F468, 0x1F3FD, 0x0915, 0x094D, 0x1F1E9};
+    for (const auto& [breakClass, same] : classes)
+        points.insert(points.end(), same.begin(), same.end());
+    return points;
 }
 
 } // namespace
@@ -57,6 +77,30 @@ TEST(Text, CountsUserPerceivedCharacters) {
     for (const auto& [text, count] : rows) {
         EXPECT_EQ(characterCount(text), count) << text;
         EXPECT_EQ(characters(text).size(), count) << text;
+    }
+}
+
+TEST(Text, BreaksWhereTheUnicodeLibraryDoes) {
+    UErrorCode status = U_ZERO_ERROR;
+    const std::unique_ptr<icu::BreakIterator> library(
+        icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+    ASSERT_TRUE(U_SUCCESS(status));
+    const auto points = pointsOfEveryBreakClass();
+    ASSERT_GT(points.size(), 40U);
+    std::mt19937 engine(11);
+    for (int round = 0; round < 20000; ++round) {
+        icu::UnicodeString wide;
+        for (auto count = engine() % 8; count > 0; --count)
+            wide.append(points[engine() % points.size()]);
+        library->setText(wide);
+        Strings wanted;
+        for (auto begin = library->first(), end = library->next(); end != icu::BreakIterator::DONE;
+             begin = end, end = library->next())
+            wide.tempSubStringBetween(begin, end).toUTF8String(wanted.emplace_back());
+        std::string text;
+        wide.toUTF8String(text);
+        ASSERT_EQ(characters(text), wanted);
+        ASSERT_EQ(characterCount(text), wanted.size());
     }
 }
 
@@ -149,6 +193,33 @@ TEST(Text, MatchesPrefixesAndSuffixesOfWholeCharacters) {
     EXPECT_FALSE(hasSuffix("abc", "zabc"));
 }
 
+TEST(Text, TestsManySuffixesOfOneText) {
+    const SuffixTest ending("un Cafe\u0301");
+    EXPECT_TRUE(ending.hasSuffix("Caf\u00E9"));
+    EXPECT_TRUE(ending.hasSuffix("Cafe\u0301"));
+    EXPECT_TRUE(ending.hasSuffix("\u00E9"));
+    EXPECT_TRUE(ending.hasSuffix("un Caf\u00E9"));
+    EXPECT_TRUE(ending.hasSuffix(""));
+    EXPECT_FALSE(ending.hasSuffix("caf\u00E9"));
+    EXPECT_FALSE(ending.hasSuffix("Cafe"));
+    EXPECT_FALSE(ending.hasSuffix("\u0301"));
+    EXPECT_FALSE(ending.hasSuffix("x un Caf\u00E9"));
+    EXPECT_TRUE(SuffixTest("").hasSuffix(""));
+    EXPECT_FALSE(SuffixTest("").hasSuffix("a"));
+    EXPECT_TRUE(SuffixTest("a\xFF").hasSuffix("\uFFFD"));
+}
+
+TEST(Text, HasOneCanonicalFormForTextsThatAreEqual) {
+    EXPECT_EQ(canonicalForm("plain"), "plain");
+    EXPECT_EQ(canonicalForm(eAcuteInTwo), canonicalForm(eAcute));
+    EXPECT_EQ(canonicalForm("\u212B"), canonicalForm("A\u030A"));
+    EXPECT_EQ(canonicalForm("q\u0307\u0323"), canonicalForm("q\u0323\u0307"));
+    EXPECT_EQ(canonicalForm("\xFF"), "\uFFFD");
+    EXPECT_NE(canonicalForm("\uFB01"), canonicalForm("fi"));
+    EXPECT_NE(canonicalForm("a"), canonicalForm("A"));
+    EXPECT_EQ(canonicalForm(""), "");
+}
+
 TEST(Text, LowersCaseWithoutRegardToPlaceOrLocale) {
     EXPECT_EQ(lowercased("HELLO World"), "hello world");
     EXPECT_EQ(lowercased("\u00C4\u00D6\u00DC\u00DF"), "\u00E4\u00F6\u00FC\u00DF");
@@ -180,6 +251,14 @@ TEST(Text, FindsPrefixesWithoutRegardToCaseAsTheyStandInTheText) {
     EXPECT_FALSE(findPrefixIgnoringCase("", "a"));
     EXPECT_EQ(findPrefixIgnoringCase("abc", ""), (TextRange{0, 0}));
     EXPECT_TRUE(hasPrefixIgnoringCase("ABC", "ab"));
+    EXPECT_FALSE(findPrefixIgnoringCase("x here", "here"));
+    EXPECT_EQ(findPrefixIgnoringCase("\u212Aelvin", "kelvin"), (TextRange{0, 8}));
+    EXPECT_EQ(findPrefixIgnoringCase("kelvin", "\u212A"), (TextRange{0, 1}));
+    EXPECT_EQ(findPrefixIgnoringCase("E\u0301t\u00E9", "\u00E9T"), (TextRange{0, 4}));
+    EXPECT_FALSE(findPrefixIgnoringCase("e\u0301t\u00E9", "e"));
+    EXPECT_EQ(findPrefixIgnoringCase("HERE" + std::string(100000, 'x') + "\u00E9", "here"),
+              (TextRange{0, 4}));
+    EXPECT_FALSE(findPrefixIgnoringCase("note:\u0301" + std::string(1000, 'x'), "note:"));
 }
 
 TEST(Text, FindsWholeCharactersWithTheirPlace) {
@@ -265,6 +344,13 @@ TEST(Text, KeepsItsRulesOnAnyBytes) {
         ASSERT_EQ(firstCharacters(text, count) + withoutFirstCharacters(text, count), text);
         ASSERT_EQ(withoutLastCharacters(text, count) + lastCharacters(text, count), text);
         ASSERT_TRUE(isEqual(text, repairedUtf8(text)));
+        ASSERT_EQ(canonicalForm(text) == canonicalForm(other), isEqual(text, other));
+        ASSERT_EQ(SuffixTest(text).hasSuffix(other), hasSuffix(text, other));
+        if (const auto range = findPrefixIgnoringCase(text + other, text)) {
+            ASSERT_EQ(range->begin, 0U);
+            ASSERT_TRUE(isEqualIgnoringCase((text + other).substr(0, range->end), text));
+        }
+        ASSERT_TRUE(hasPrefixIgnoringCase(text, text));
         ASSERT_TRUE(hasPrefix(text, text) && hasSuffix(text, text));
         ASSERT_TRUE(isEqualIgnoringCase(text, repairedUtf8(text)));
         ASSERT_TRUE(isValidUtf8(lowercased(text)) && isValidUtf8(caseFolded(text)));

@@ -221,6 +221,27 @@ TEST_F(ModelContextTest, FiltersAlikeWithAndWithoutStagedChanges) {
     }
 }
 
+TEST_F(ModelContextTest, FiltersByOneTextAlikeWithAndWithoutStagedChanges) {
+    for (const bool saved : {true, false}) {
+        for (const auto* trigger : {"b", "ab", "c", "bb"})
+            context().insert(snippet(trigger));
+        if (saved)
+            context().save();
+        const TextCondition<Snippet> endsInB{&Snippet::trigger,
+                                             [](const std::string& text) { return text.ends_with('b'); }};
+        const auto isLong = [](const Snippet& one) { return one.trigger.size() > 1; };
+        EXPECT_EQ(triggers({.text = endsInB}), (Names{"b", "ab", "bb"}));
+        EXPECT_EQ(triggers({.text = endsInB, .limit = 1, .offset = 1}), Names{"ab"});
+        EXPECT_EQ(triggers({.text = endsInB, .predicate = isLong}), (Names{"ab", "bb"}));
+        EXPECT_EQ(triggers({.text = endsInB, .sortBy = {{&Snippet::trigger, SortOrder::reverse}}}),
+                  (Names{"bb", "b", "ab"}));
+        EXPECT_EQ(context().fetch<Snippet>({.text = endsInB}).front().content, "content");
+        for (auto& old : context().fetch<Snippet>())
+            context().remove(old);
+        context().save();
+    }
+}
+
 TEST_F(ModelContextTest, SortsAbsentTextFirst) {
     for (const bool saved : {true, false}) {
         context().insert(Transcription{.rawText = "2", .appName = "a"});
