@@ -150,12 +150,12 @@ std::optional<std::filesystem::path> AudioRecorder::stopRecording() {
     return recordingURL_;
 }
 
-void AudioRecorder::forceStop() {
+std::optional<std::filesystem::path> AudioRecorder::forceStop() {
     main_.assertCurrent();
     if (audioEngine_)
         endCapture();
     recordingStartTime_.reset();
-    recordingURL_.reset();
+    return std::exchange(recordingURL_, std::nullopt);
 }
 
 void AudioRecorder::cleanupRecording() {

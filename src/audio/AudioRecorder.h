@@ -57,8 +57,9 @@ public:
     /// the input hands out its last samples (60 ms at most) and the file is finished.
     std::optional<std::filesystem::path> stopRecording();
 
-    /// Stops the capture and forgets the recording; its file stays on disk.
-    void forceStop();
+    /// Stops the capture and forgets the recording. Its file stays on disk and is returned, now the caller's
+    /// to delete; nothing when there was none.
+    std::optional<std::filesystem::path> forceStop();
 
     /// Deletes the recording so that it cannot be read back, and overwrites the retained samples. For the
     /// time after a stop.

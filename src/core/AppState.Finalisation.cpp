@@ -25,18 +25,27 @@ runtime::Task<std::string> timeLimit(runtime::Clock* clock, double seconds) {
 
 } // namespace
 
-runtime::Task<> AppState::finishTranscript(std::string text, double stopTime) {
-    if (co_await insertSnippet(text)) {
-        recordingState = RecordingState::idle;
-        environment_.floatingPanel.hide();
+runtime::Task<> AppState::finishTranscript(std::string text, bool isLocalOnly, double stopTime) {
+    if ((isCommand(isLocalOnly) && co_await runCommand(text)) || co_await insertSnippet(text)) {
+        endCommandOrSnippet();
         co_return;
     }
     co_await processAndInsert(std::move(text), false, false);
 
+    selectedTextForCommand = std::nullopt;
     recordingState = RecordingState::idle;
-    environment_.floatingPanel.hide();
-    preWarmEngine();
+    resumeMedia();
+    if (!isHandsFreeMode.get()) {
+        environment_.floatingPanel.hide();
+        preWarmEngine();
+    }
     printStopTotal(stopTime);
+}
+
+void AppState::endCommandOrSnippet() {
+    recordingState = RecordingState::idle;
+    resumeMedia();
+    environment_.floatingPanel.hide();
 }
 
 /// Inserts the snippet that the text calls for, as it stands. False when it calls for none.
@@ -53,8 +62,9 @@ runtime::Task<bool> AppState::insertSnippet(std::string text) {
 
 runtime::Task<> AppState::processAndInsert(std::string text, bool isFragment, bool addLeadingSpace) {
     const bool isPrivate = environment_.settings.read(keys::privacyModeEnabled);
+    const bool isLocalOnly = environment_.settings.read(keys::localOnlyMode);
     auto processed = text;
-    if (isCleanUpWanted())
+    if (isCleanUpWanted(isLocalOnly))
         processed = co_await cleanUp(text, isFragment);
     else
         setTranscription(text);
@@ -68,10 +78,12 @@ runtime::Task<> AppState::processAndInsert(std::string text, bool isFragment, bo
     co_await textInserter->insert(std::move(processed));
 }
 
-bool AppState::isCleanUpWanted() const {
-    const auto& settings = environment_.settings;
-    return settings.read(keys::aiProcessingEnabled) && !settings.read(keys::localOnlyMode) &&
-           (environment_.addresses.key || authService->isAuthenticated.get());
+bool AppState::isModelReachable() const {
+    return environment_.addresses.key || authService->isAuthenticated.get();
+}
+
+bool AppState::isCleanUpWanted(bool isLocalOnly) const {
+    return environment_.settings.read(keys::aiProcessingEnabled) && !isLocalOnly && isModelReachable();
 }
 
 /// The text as the language model cleans it, or as it is when that fails or takes too long; views see it

@@ -9,6 +9,8 @@
 #include "transcription/TranscriptionEnginePreference.h"
 #include "transcription/WhisperCloudEngine.h"
 
+#include <utility>
+
 namespace sonvale::core {
 
 namespace keys = persistence::keys;
@@ -46,11 +48,17 @@ AppState::AppState(const Environment& environment)
         std::make_shared<audio::AudioRecorder>(e.main, e.clock, e.audioEngines, e.audioFiles, e.secureRandom,
                                                e.directories.temporary, e.auditLogger);
     hotkeyManager = std::make_shared<hotkeys::HotkeyManager>(e.main, e.clock, e.eventTap);
-    textInserter = std::make_shared<insertion::TextInserter>(e.makeSerialActor("TextInserter"), e.clock,
-                                                             insertion::ClipboardManager(e.pasteboard),
-                                                             e.syntheticInput);
+    // Insertions and the reading of a selection use the same pasteboard.
+    const auto insertionActor = e.makeSerialActor("TextInserter");
+    textInserter = std::make_shared<insertion::TextInserter>(
+        insertionActor, e.clock, insertion::ClipboardManager(e.pasteboard), e.syntheticInput);
     permissionsManager = std::make_shared<services::PermissionsManager>(
         e.captureAuthorization, e.accessibilityTree, e.eventTap, e.speechRecognizers);
+    connectivityMonitor = std::make_unique<services::ConnectivityMonitor>(e.main, e.pathMonitor);
+    selectedTextReader = std::make_unique<insertion::SelectedTextReader>(
+        insertionActor, e.clock, e.accessibilityTree, e.pasteboard, e.syntheticInput);
+    systemAudioController = std::make_unique<audio::SystemAudioController>(e.mediaPlayers);
+    voiceActivityDetector = std::make_unique<audio::VoiceActivityDetector>(e.clock);
 
     isOnboardingComplete = e.settings.read(keys::isOnboardingComplete);
     e.settings.registerDefaults();
@@ -64,6 +72,7 @@ AppState::AppState(const Environment& environment)
     });
     transcriptionManager = makeTranscriptionManager();
     postProcessor = std::make_unique<textprocessing::PostProcessor>(makeChatClient());
+    commandProcessor = std::make_unique<textprocessing::CommandProcessor>(makeChatClient(), e.auditLogger);
     transcriptionManager->localEngine.set(
         std::make_shared<transcription::AppleSpeechEngine>(e.speechRecognizers, e.currentLocale));
     transcriptionManager->preferredEngine =
@@ -137,9 +146,18 @@ runtime::Task<> AppState::handleHotkey(HotkeyAction action, HotkeyEventType even
     const bool isDown = event == HotkeyEventType::down;
     switch (action) {
     case HotkeyAction::pushToTalk:
-    // Without a selection to rewrite, a command is a plain dictation.
+        if (isDown)
+            co_await (isHandsFreeMode.get() ? stopHandsFreeMode() : startDictation());
+        else if (!isHandsFreeMode.get())
+            co_await stopDictation();
+        break;
     case HotkeyAction::commandMode:
-        co_await (isDown ? startDictation() : stopDictation());
+        if (isDown) {
+            forceCommandMode = true;
+            co_await startDictation();
+        } else if (!isHandsFreeMode.get()) {
+            co_await stopDictation();
+        }
         break;
     case HotkeyAction::pasteLastTranscript:
         if (isDown)
@@ -150,6 +168,8 @@ runtime::Task<> AppState::handleHotkey(HotkeyAction action, HotkeyEventType even
             co_await cancelDictation();
         break;
     case HotkeyAction::handsFree:
+        if (isDown)
+            co_await (isHandsFreeMode.get() ? stopHandsFreeMode() : startHandsFreeMode());
         break;
     }
 }
@@ -161,50 +181,97 @@ runtime::Task<> AppState::startDictation() {
         co_return;
 
     dictationTargetApp = contextBuilder.focusedAppDetector.detect();
+    if (forceCommandMode.get()) {
+        auto selection = co_await readSelection();
+        forceCommandMode = false;
+        // Another start may have come in between.
+        if (recordingState.get() != RecordingState::idle)
+            co_return;
+        selectedTextForCommand = std::move(selection);
+    } else {
+        selectedTextForCommand = std::nullopt;
+    }
 
     recordingState = RecordingState::recording;
     errorMessage = std::nullopt;
-
+    pauseMedia();
     environment_.floatingPanel.show(RecordingState::recording, 0);
 
     // No suspension until the recorder runs, so that no other event can slip in between.
     try {
-        // After a cancel the service may still be waited for, with the microphone open.
-        if (audioRecorder->isRecording.get()) {
-            audioRecorder->stopRecording();
-            audioRecorder->cleanupRecording();
-        }
-        audioRecorder->startRecording();
+        startRecorder();
     } catch (const std::exception& error) {
         failToStart(error.what());
         co_return;
     }
 
     environment_.auditLogger.logRecordingStarted();
-    co_await startEngine();
+    if (!co_await startEngine() && isHandsFreeMode.get()) {
+        failToConnect();
+        co_return;
+    }
 
     base::perfLog(
         fmt::format("startDictation total: {}ms", runtime::millisecondsSince(environment_.clock, startTime)));
-
+    if (!isHandsFreeMode.get() && recordingState.get() == RecordingState::recording &&
+        transcriptionManager->realtimeEngine->hasReadySession())
+        startLongFormTimer();
     runtime::spawn(environment_.main, updateLevels(weak_from_this(), &environment_.clock));
+    if (isHandsFreeMode.get())
+        runtime::spawn(environment_.main, feedDetector(weak_from_this(), &environment_.clock));
 }
 
-runtime::Task<> AppState::startEngine() {
+void AppState::startRecorder() {
+    // After a cancel the service may still be waited for, with the microphone open.
+    if (audioRecorder->isRecording.get()) {
+        audioRecorder->stopRecording();
+        audioRecorder->cleanupRecording();
+    }
+    audioRecorder->startRecording();
+}
+
+/// Whether the recording is streamed. When it is not, its file gives the text.
+runtime::Task<bool> AppState::startEngine() {
     if (transcriptionManager->isStreamingPreferred()) {
         try {
             co_await transcriptionManager->startStreaming(audioRecorder);
-            co_return;
+            co_return true;
         } catch (const std::exception&) {
-            // The recording goes on: the text then comes from its file.
+            // The manager has said why; the recording goes on.
         }
     }
     transcriptionManager->prepareLocalEngine();
+    co_return false;
+}
+
+/// Hands-free dictation has no file that could give its text.
+void AppState::failToConnect() {
+    audioRecorder->stopRecording();
+    audioRecorder->cleanupRecording();
+    recordingState = RecordingState::idle;
+    surfaceError("Unable to connect to the transcription service. Please try again.");
+    // A task of its own: the end of the mode waits for the utterance that may be waiting for this.
+    runtime::spawn(environment_.main, leaveHandsFree(shared_from_this()));
+}
+
+void AppState::pauseMedia() {
+    if (!environment_.settings.read(keys::pauseAudioDuringDictation) ||
+        !systemAudioController->isMediaCurrentlyPlaying())
+        return;
+    systemAudioController->togglePlayPause();
+    systemAudioController->didPauseMedia = true;
+}
+
+void AppState::resumeMedia() {
+    if (std::exchange(systemAudioController->didPauseMedia, false))
+        systemAudioController->togglePlayPause();
 }
 
 void AppState::failToStart(const std::string& description) {
     recordingState = RecordingState::idle;
     surfaceError("Failed to start recording: " + description);
     environment_.auditLogger.logError("audioRecorder", "recording-start-failed");
+    resumeMedia();
     environment_.floatingPanel.hide();
 }
 
@@ -229,6 +296,13 @@ runtime::Task<> AppState::stopDictation() {
 
     recordingState = RecordingState::processing;
     environment_.floatingPanel.show(RecordingState::processing, 0);
+    pttLongFormTimer_.cancel();
+    pttLongFormTimer_ = {};
+    const bool isLocalOnly = environment_.settings.read(keys::localOnlyMode);
+    if (pttLongFormActive_) {
+        co_await stopLongForm(isLocalOnly, stopTime);
+        co_return;
+    }
 
     std::optional<std::string> text;
     if (transcriptionManager->isStreamingPreferred())
@@ -253,7 +327,7 @@ runtime::Task<> AppState::stopDictation() {
         endAfterFailedTranscription(*failure, stopTime);
     else {
         audioRecorder->cleanupRecording();
-        co_await finishTranscript(*std::move(text), stopTime);
+        co_await finishTranscript(*std::move(text), isLocalOnly, stopTime);
     }
 }
 
@@ -283,6 +357,7 @@ void AppState::endWithoutAudio() {
     audioRecorder->cleanupRecording();
     recordingState = RecordingState::idle;
     surfaceError("No audio recorded.");
+    resumeMedia();
     environment_.floatingPanel.hide();
 }
 
@@ -290,27 +365,52 @@ void AppState::endAfterFailedTranscription(const std::string& description, doubl
     audioRecorder->cleanupRecording();
     surfaceError("Transcription failed: " + description);
     environment_.auditLogger.logError("transcription", "transcription-failed");
+    selectedTextForCommand = std::nullopt;
     recordingState = RecordingState::idle;
-    environment_.floatingPanel.hide();
-    preWarmEngine();
+    resumeMedia();
+    if (!isHandsFreeMode.get()) {
+        environment_.floatingPanel.hide();
+        preWarmEngine();
+    }
     printStopTotal(stopTime);
 }
 
 runtime::Task<> AppState::cancelDictation() {
     environment_.main.assertCurrent();
-    if (recordingState.get() == RecordingState::recording) {
-        // Whatever the service has heard of it must not turn up in the next text.
-        if (transcriptionManager->isStreamingPreferred())
-            transcriptionManager->realtimeEngine->cancelSession();
-        audioRecorder->stopRecording();
-        audioRecorder->cleanupRecording();
-    }
+    const bool wasHandsFree = isHandsFreeMode.get();
+    if (wasHandsFree)
+        co_await cancelHandsFree();
+    else if (recordingState.get() == RecordingState::recording)
+        co_await cancelRecording();
 
+    forceCommandMode = false;
+    selectedTextForCommand = std::nullopt;
     recordingState = RecordingState::idle;
     errorMessage = std::nullopt;
+    resumeMedia();
     environment_.floatingPanel.hide();
-    preWarmEngine();
-    co_return;
+    if (!wasHandsFree)
+        preWarmEngine();
+}
+
+runtime::Task<> AppState::cancelHandsFree() {
+    ++handsFreeRun_;
+    transcriptionManager->realtimeEngine->cancelSession();
+    discardCapture();
+    isHandsFreeMode = false;
+    endDetection();
+    co_await cancelTyping(&AppState::handsFreePieces_);
+    handsFreePieces_.forget();
+}
+
+runtime::Task<> AppState::cancelRecording() {
+    co_await cancelTyping(&AppState::pttPieces_);
+    resetPTTLongFormState();
+    // Whatever the service has heard of it must not turn up in the next text.
+    if (transcriptionManager->isStreamingPreferred())
+        transcriptionManager->realtimeEngine->cancelSession();
+    audioRecorder->stopRecording();
+    audioRecorder->cleanupRecording();
 }
 
 void AppState::preWarmEngine() {

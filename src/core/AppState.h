@@ -1,18 +1,26 @@
 #pragma once
 
 #include "audio/AudioRecorder.h"
+#include "audio/SystemAudioController.h"
+#include "audio/VoiceActivityDetector.h"
 #include "base/Observed.h"
 #include "core/Environment.h"
+#include "core/TypedPieces.h"
 #include "hotkeys/HotkeyManager.h"
+#include "insertion/SelectedTextReader.h"
 #include "insertion/TextInserter.h"
 #include "persistence/ModelContext.h"
 #include "platform/RecordingState.h"
 #include "services/AuthService.h"
+#include "services/ConnectivityMonitor.h"
 #include "services/PermissionsManager.h"
+#include "textprocessing/CommandProcessor.h"
 #include "textprocessing/ContextBuilder.h"
 #include "textprocessing/PostProcessor.h"
 #include "transcription/TranscriptionManager.h"
 
+#include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -41,7 +49,10 @@ public:
     base::Observed<std::string> lastTranscription;           ///< text that paste-last inserts
     base::Observed<std::optional<std::string>> errorMessage; ///< the one line for the user
     base::Observed<std::optional<textprocessing::FocusedAppInfo>>
-        dictationTargetApp; ///< in front at key down
+        dictationTargetApp;                                            ///< in front at key down
+    base::Observed<std::optional<std::string>> selectedTextForCommand; ///< what the instruction is to change
+    base::Observed<bool> forceCommandMode{false};                      ///< the next start reads the selection
+    base::Observed<bool> isHandsFreeMode{false}; ///< from the start of the mode to the first step of its end
     base::Observed<bool> isOnboardingComplete{false};
 
     /// The store's main context, once it is open; without it no history is written.
@@ -52,10 +63,15 @@ public:
     std::shared_ptr<hotkeys::HotkeyManager> hotkeyManager;
     std::shared_ptr<insertion::TextInserter> textInserter;
     std::shared_ptr<services::PermissionsManager> permissionsManager;
+    std::unique_ptr<services::ConnectivityMonitor> connectivityMonitor;
     textprocessing::ContextBuilder contextBuilder;
+    std::unique_ptr<insertion::SelectedTextReader> selectedTextReader;
+    std::unique_ptr<audio::SystemAudioController> systemAudioController;
+    std::unique_ptr<audio::VoiceActivityDetector> voiceActivityDetector;
     std::shared_ptr<services::AuthService> authService;
     std::shared_ptr<transcription::TranscriptionManager> transcriptionManager;
     std::unique_ptr<textprocessing::PostProcessor> postProcessor;
+    std::unique_ptr<textprocessing::CommandProcessor> commandProcessor;
 
     // Dictation (AppState.cpp).
 
@@ -63,15 +79,16 @@ public:
     /// their first suspension.
     runtime::Task<> handleHotkey(hotkeys::HotkeyAction action, hotkeys::HotkeyEventType event);
 
-    /// Begins one recording. Nothing unless the state is `idle`. A failure to start is surfaced.
+    /// Begins one recording, of an instruction when `forceCommandMode` is set: the selection is read first
+    /// then. Nothing unless the state is `idle`. A failure to start is surfaced.
     runtime::Task<> startDictation();
 
     /// Ends the recording, transcribes it and inserts the text. Nothing unless the state is `recording`. Ends
     /// when the text has been inserted and the clipboard put back.
     runtime::Task<> stopDictation();
 
-    /// Throws a recording away, with what a session has heard of it. A transcript that is already on its way
-    /// goes on and is still inserted.
+    /// Throws a recording away, with what a session has heard of it, and leaves hands-free mode; what was
+    /// typed piece by piece stays. A transcript that is already on its way goes on and is still inserted.
     runtime::Task<> cancelDictation();
 
     /// Inserts `lastTranscription` at the cursor, in whatever state; nothing when it is empty.
@@ -83,6 +100,20 @@ public:
 
     /// Sets the one line for the user; it stays until the next start or cancel.
     void surfaceError(const std::string& message);
+
+    // Hands-free mode (AppState.HandsFree.cpp).
+
+    /// Begins a recording that needs no key: each pause ends an utterance, which is typed at once while the
+    /// recording goes on. Needs a streaming session; without one the mode ends with a message.
+    runtime::Task<> startHandsFreeMode();
+
+    /// Ends the mode; what was typed is then replaced by the cleaned whole.
+    runtime::Task<> stopHandsFreeMode();
+
+    // Long-form dictation (AppState.LongForm.cpp).
+
+    /// Forgets what was typed of a long push-to-talk, and ends its timer. Insertions on their way go on.
+    void resetPTTLongFormState();
 
     // What happens to a finished transcript (AppState.Finalisation.cpp).
 
@@ -126,7 +157,13 @@ private:
     std::shared_ptr<transcription::TranscriptionManager> makeTranscriptionManager();
     textprocessing::OpenAIChatClient makeChatClient() const;
     void failToStart(const std::string& description);
-    runtime::Task<> startEngine();
+    void startRecorder();
+    runtime::Task<bool> startEngine();
+    void failToConnect();
+    void pauseMedia();
+    void resumeMedia();
+    runtime::Task<> cancelHandsFree();
+    runtime::Task<> cancelRecording();
     runtime::Task<std::optional<std::string>> finalizeStream();
     void endWithoutAudio();
     void endAfterFailedTranscription(const std::string& description, double stopTime);
@@ -134,9 +171,48 @@ private:
     static runtime::Task<> updateLevels(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock);
     static runtime::Task<> insertLast(std::shared_ptr<AppState> self);
 
+    // AppState.Command.cpp
+    runtime::Task<std::optional<std::string>> readSelection();
+    bool isCommand(bool isLocalOnly) const;
+    runtime::Task<bool> runCommand(std::string transcript);
+
+    // AppState.Pieces.cpp
+    using Pieces = TypedPieces AppState::*;
+    static std::string pieceOf(const std::string& transcript);
+    runtime::Task<std::optional<std::string>> finalizePiece();
+    void keepAndType(Pieces pieces, const std::string& text, std::string spaced);
+    static runtime::Task<> typeAfter(runtime::TaskHandle<> previous, std::weak_ptr<AppState> weakSelf,
+                                     Pieces pieces, std::string text);
+    runtime::Task<> finishTyping(Pieces pieces);
+    runtime::Task<> cancelTyping(Pieces pieces);
+    runtime::Task<> finishPieces(Pieces pieces, bool isLocalOnly);
+    void deleteRecording(const std::optional<std::filesystem::path>& file);
+    void discardCapture();
+
+    // AppState.HandsFree.cpp
+    void stopDetector();
+    void endDetection();
+    static runtime::Task<> feedDetector(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock);
+    static runtime::Task<> commitHandsFreeUtterance(std::weak_ptr<AppState> weakSelf);
+    static runtime::Task<> leaveHandsFree(std::shared_ptr<AppState> self);
+    runtime::Task<> commitUtterance();
+    void typeUtterance(const std::string& transcript);
+    runtime::Task<> restartHandsFree();
+    runtime::Task<> waitForUtterance();
+    runtime::Task<> finishLastUtterance();
+
+    // AppState.LongForm.cpp
+    void startLongFormTimer();
+    static runtime::Task<> runLongForm(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock);
+    static runtime::Task<> commitPTTSegment(std::shared_ptr<AppState> self);
+    void typeSegment(const std::string& text, bool asFirst);
+    runtime::Task<> stopLongForm(bool isLocalOnly, double stopTime);
+
     // AppState.Finalisation.cpp
-    runtime::Task<> finishTranscript(std::string text, double stopTime);
-    bool isCleanUpWanted() const;
+    runtime::Task<> finishTranscript(std::string text, bool isLocalOnly, double stopTime);
+    void endCommandOrSnippet();
+    bool isModelReachable() const;
+    bool isCleanUpWanted(bool isLocalOnly) const;
     runtime::Task<bool> insertSnippet(std::string text);
     runtime::Task<std::string> cleanUp(std::string text, bool isFragment);
     void setTranscription(const std::string& text);
@@ -151,6 +227,15 @@ private:
     Environment environment_;
     runtime::TaskHandle<> preWarmTask_;
     std::shared_ptr<services::SharedUrlSession> chatSession_; ///< of all chat clients
+
+    TypedPieces handsFreePieces_;
+    bool isProcessingUtterance_ = false; ///< an utterance is being committed
+    std::uint64_t handsFreeRun_ = 0;     ///< grows with every start and cancel of the mode
+
+    TypedPieces pttPieces_;
+    runtime::TaskHandle<> pttLongFormTimer_;
+    bool pttLongFormActive_ = false; ///< the key has been held for so long that text is typed meanwhile
+    bool isPTTCommitting_ = false;   ///< a piece is being committed
 };
 
 } // namespace sonvale::core

@@ -10,7 +10,9 @@
 #include "platform/Directories.h"
 #include "platform/EventTap.h"
 #include "platform/FloatingPanel.h"
+#include "platform/MediaPlayers.h"
 #include "platform/Pasteboard.h"
+#include "platform/PathMonitor.h"
 #include "platform/SampleRateConverter.h"
 #include "platform/SecureRandom.h"
 #include "platform/SpeechRecognizer.h"
@@ -50,6 +52,8 @@ struct Environment {
     platform::SpeechRecognizers& speechRecognizers;
     platform::SecureRandom& secureRandom;
     platform::UrlSessions& urlSessions;
+    platform::PathMonitor& pathMonitor;
+    platform::MediaPlayers& mediaPlayers;
     platform::FloatingPanel& floatingPanel;
     platform::Application& application;
 

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <optional>
+#include <string>
+
 namespace sonvale::platform {
 
 /// The right to act in other applications, and what they expose. Main actor.
@@ -13,6 +16,11 @@ public:
     /// Whether this program may press keys in others and use the clipboard for them (macOS: the Accessibility
     /// grant; X11: XTEST and the selections are usable). A few milliseconds.
     virtual bool isTrusted() = 0;
+
+    /// The text that is selected in the element that has the keyboard focus in the front application, as it
+    /// stands; absent when nothing is selected and when the application does not tell. It asks another
+    /// program, and waits a tenth of a second for it at most, whatever that program does.
+    virtual std::optional<std::string> selectedText() = 0;
 };
 
 } // namespace sonvale::platform

@@ -18,6 +18,10 @@ public:
     /// The front application's own shortcut for "paste" (Command-V; Control-V, or a terminal's own on Linux).
     virtual void pressPaste() = 0;
 
+    /// The front application's own shortcut for "copy" (Command-C; Control-C, or a terminal's own on Linux).
+    /// Nothing is pressed in a program where that shortcut would do something else.
+    virtual void pressCopy() = 0;
+
     /// The shortcut for "undo" (Command-Z; Control-Z on Linux).
     virtual void pressUndo() = 0;
 };

@@ -2,6 +2,10 @@
 
 #include "platform/AccessibilityTree.h"
 
+#include <optional>
+#include <string>
+#include <utility>
+
 namespace sonvale::tests {
 
 /// A grant that a test gives and takes away.
@@ -11,13 +15,16 @@ public:
     class Control {
     public:
         void setTrusted(bool isTrusted) { isTrusted_ = isTrusted; }
-        /// How often the port was asked.
+        /// What is selected in the front application; it does not tell of nothing.
+        void setSelectedText(std::optional<std::string> text) { selectedText_ = std::move(text); }
+        /// How often the port was asked for its trust.
         int questions() const { return questions_; }
 
     private:
         friend class FakeAccessibilityTree;
         bool isTrusted_ = true;
         int questions_ = 0;
+        std::optional<std::string> selectedText_;
     };
 
     Control& control() { return control_; }
@@ -26,6 +33,8 @@ public:
         ++control_.questions_;
         return control_.isTrusted_;
     }
+
+    std::optional<std::string> selectedText() override { return control_.selectedText_; }
 
 private:
     Control control_;

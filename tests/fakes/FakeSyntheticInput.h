@@ -12,7 +12,7 @@ namespace sonvale::tests {
 /// Key presses that are written down instead of sent.
 class FakeSyntheticInput final : public platform::SyntheticInput {
 public:
-    enum class Press { paste, undo };
+    enum class Press { paste, undo, copy };
 
     /// What only tests call. From any thread.
     class Control {
@@ -60,6 +60,7 @@ public:
 
     void pressPaste() override { control_.add(Press::paste); }
     void pressUndo() override { control_.add(Press::undo); }
+    void pressCopy() override { control_.add(Press::copy); }
 
 private:
     Control control_;

@@ -57,6 +57,8 @@ void CoreFixture::rebuildState() {
         .speechRecognizers = recognizers_,
         .secureRandom = random_,
         .urlSessions = urlSessions_,
+        .pathMonitor = pathMonitor_,
+        .mediaPlayers = players_,
         .floatingPanel = panel_,
         .application = application_,
         .currentLocale = [] { return std::string("en-US"); },

@@ -12,7 +12,9 @@
 #include "tests/fakes/FakeCaptureAuthorization.h"
 #include "tests/fakes/FakeEventTap.h"
 #include "tests/fakes/FakeFloatingPanel.h"
+#include "tests/fakes/FakeMediaPlayers.h"
 #include "tests/fakes/FakePasteboard.h"
+#include "tests/fakes/FakePathMonitor.h"
 #include "tests/fakes/FakeSampleRateConverters.h"
 #include "tests/fakes/FakeSecureRandom.h"
 #include "tests/fakes/FakeSpeechRecognizers.h"
@@ -49,6 +51,8 @@ protected:
     FakeAccessibilityTree::Control& accessibility() { return accessibility_.control(); }
     FakeSpeechRecognizers::Control& recogniser() { return recognizers_.control(); }
     FakeUrlSessions::Control& network() { return urlSessions_.control(); }
+    FakeMediaPlayers::Control& players() { return players_.control(); }
+    FakePathMonitor::Control& link() { return pathMonitor_.control(); }
     FakeFloatingPanel& panel() { return panel_; }
     FakeApplication& application() { return application_; }
 
@@ -105,6 +109,8 @@ private:
     FakeSampleRateConverters converters_;
     FakeSecureRandom random_;
     FakeUrlSessions urlSessions_;
+    FakePathMonitor pathMonitor_;
+    FakeMediaPlayers players_;
     FakeFloatingPanel panel_;
     FakeApplication application_;
 

@@ -1,6 +1,4 @@
-#include "base/Base64.h"
-#include "base/Json.h"
-#include "tests/unit/core/CoreFixture.h"
+#include "tests/unit/core/StreamingFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -14,47 +12,13 @@ using hotkeys::HotkeyAction;
 using platform::UrlError;
 using Preference = transcription::TranscriptionEnginePreference;
 
-/// A whole dictation with a key for the service, which the test plays.
-class StreamingDictation : public tests::CoreFixture {
+class StreamingDictation : public tests::StreamingFixture {
 protected:
-    StreamingDictation() {
-        addresses.service = "https://service.example";
-        addresses.key = "sk-own";
-        settings().set(persistence::keys::aiProcessingEnabled, false);
-        rebuildState();
-    }
-
-    tests::FakeSocket& socket() { return *network().lastSocket(); }
-    std::size_t countOf(const std::string& type) {
-        const auto texts = socket().texts();
-        return static_cast<std::size_t>(std::ranges::count_if(
-            texts, [&](const std::string& text) { return base::Json::parse(text).at("type") == type; }));
-    }
-    std::size_t bytesHeard() {
-        std::size_t bytes = 0;
-        for (const auto& text : socket().texts()) {
-            const auto frame = base::Json::parse(text);
-            if (frame.at("type") == "input_audio_buffer.append")
-                bytes += base::decodeBase64(frame.at("audio").get<std::string>()).value().size();
-        }
-        return bytes;
-    }
-    void answer(const std::string& text) {
-        socket().deliverText(base::Json{
-            {"type", "conversation.item.input_audio_transcription.completed"},
-            {"transcript", text}}.dump());
-        runtimeSupport().runUntilIdle();
-    }
-    bool printed(const std::string& beginning) const {
-        return std::ranges::any_of(
-            perfLines, [&](const std::string& line) { return line.starts_with("[PERF] " + beginning); });
-    }
     void hold(double seconds = 0.512) {
         press(HotkeyAction::pushToTalk);
         speak(seconds);
     }
     void letGo() { release(HotkeyAction::pushToTalk); }
-    void prefer(Preference preference) { state().transcriptionManager->preferredEngine = preference; }
 };
 
 } // namespace

@@ -1,0 +1,175 @@
+#include "core/AppState.h"
+
+#include "base/Text.h"
+#include "persistence/SettingsKeys.h"
+#include "runtime/Clock.h"
+
+#include <utility>
+
+namespace sonvale::core {
+
+namespace keys = persistence::keys;
+
+namespace {
+
+constexpr double handsFreeEndOfUtteranceDelay = 2.0;
+constexpr double levelFeedPeriod = 0.05;
+constexpr double utterancePollPeriod = 0.05;
+
+} // namespace
+
+runtime::Task<> AppState::startHandsFreeMode() {
+    environment_.main.assertCurrent();
+    pttPieces_.pendingInsertion.cancel();
+    pttPieces_.pendingInsertion = {};
+    resetPTTLongFormState();
+    isHandsFreeMode = true;
+    ++handsFreeRun_;
+
+    voiceActivityDetector->onEndOfUtterance = [weak = weak_from_this(), main = environment_.main] {
+        runtime::spawn(main, commitHandsFreeUtterance(weak));
+    };
+    voiceActivityDetector->start();
+    voiceActivityDetector->endOfUtteranceDelay = handsFreeEndOfUtteranceDelay;
+    handsFreePieces_.forget();
+    co_await startDictation();
+}
+
+void AppState::stopDetector() {
+    voiceActivityDetector->stop();
+    endDetection();
+}
+
+void AppState::endDetection() {
+    voiceActivityDetector->onEndOfUtterance = nullptr;
+    voiceActivityDetector->endOfUtteranceDelay = audio::VoiceActivityDetector::defaultEndOfUtteranceDelay;
+}
+
+runtime::Task<> AppState::feedDetector(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock) {
+    while (true) {
+        {
+            const auto self = weakSelf.lock();
+            if (!self || !self->isHandsFreeMode.get() ||
+                self->recordingState.get() != RecordingState::recording)
+                co_return;
+            self->voiceActivityDetector->process(self->audioRecorder->audioLevel.get());
+            // The recorder stops by itself after its longest time; what is said from then on would be lost.
+            if (!self->audioRecorder->isRecording.get() && !self->isProcessingUtterance_)
+                runtime::spawn(self->environment_.main, commitHandsFreeUtterance(weakSelf));
+        }
+        if (co_await runtime::sleep(*clock, levelFeedPeriod) == runtime::SleepOutcome::interrupted)
+            co_return;
+    }
+}
+
+runtime::Task<> AppState::commitHandsFreeUtterance(std::weak_ptr<AppState> weakSelf) {
+    const auto self = weakSelf.lock();
+    if (!self || !self->isHandsFreeMode.get() || self->recordingState.get() != RecordingState::recording ||
+        self->isProcessingUtterance_)
+        co_return;
+    self->isProcessingUtterance_ = true;
+    co_await self->commitUtterance();
+    self->isProcessingUtterance_ = false;
+}
+
+runtime::Task<> AppState::commitUtterance() {
+    const auto run = handsFreeRun_;
+    const auto transcript = co_await finalizePiece();
+    // A cancel has cleared up already, and another recording may have begun.
+    if (run != handsFreeRun_)
+        co_return;
+    if (!transcript) {
+        discardCapture();
+        transcriptionManager->realtimeEngine->cancelSession();
+        co_await restartHandsFree();
+        co_return;
+    }
+    transcriptionManager->realtimeEngine->resetForNextUtterance();
+
+    if (!audioRecorder->isRecording.get()) {
+        typeUtterance(*transcript);
+        discardCapture();
+        co_await restartHandsFree();
+        co_return;
+    }
+    deleteRecording(audioRecorder->closeSegment());
+    bool isOpen = true;
+    try {
+        audioRecorder->openSegment();
+    } catch (const std::exception&) {
+        isOpen = false;
+    }
+    if (!isOpen) {
+        deleteRecording(audioRecorder->forceStop());
+        co_await restartHandsFree();
+        co_return;
+    }
+    recordingState = RecordingState::recording;
+    voiceActivityDetector->resetForNextUtterance();
+    typeUtterance(*transcript);
+}
+
+void AppState::typeUtterance(const std::string& transcript) {
+    const auto text = pieceOf(transcript);
+    if (text.empty())
+        return;
+    auto spaced = handsFreePieces_.add(text, std::exchange(handsFreePieces_.isFirst, false));
+    keepAndType(&AppState::handsFreePieces_, text, std::move(spaced));
+}
+
+/// Begins a new recording with a new session, so that the mode goes on.
+runtime::Task<> AppState::restartHandsFree() {
+    recordingState = RecordingState::idle;
+    if (isHandsFreeMode.get())
+        co_await startDictation();
+}
+
+runtime::Task<> AppState::leaveHandsFree(std::shared_ptr<AppState> self) {
+    co_await self->stopHandsFreeMode();
+}
+
+runtime::Task<> AppState::waitForUtterance() {
+    while (isProcessingUtterance_) {
+        if (co_await runtime::sleep(environment_.clock, utterancePollPeriod) ==
+            runtime::SleepOutcome::interrupted)
+            co_return;
+    }
+}
+
+runtime::Task<> AppState::stopHandsFreeMode() {
+    environment_.main.assertCurrent();
+    isHandsFreeMode = false;
+    stopDetector();
+
+    co_await waitForUtterance();
+    co_await finishTyping(&AppState::handsFreePieces_);
+    // A commit may have begun meanwhile.
+    co_await waitForUtterance();
+    co_await finishTyping(&AppState::handsFreePieces_);
+
+    if (recordingState.get() == RecordingState::recording)
+        co_await finishLastUtterance();
+    transcriptionManager->realtimeEngine->cancelSession();
+    deleteRecording(audioRecorder->forceStop());
+
+    co_await finishPieces(&AppState::handsFreePieces_, environment_.settings.read(keys::localOnlyMode));
+    handsFreePieces_.forget();
+    recordingState = RecordingState::idle;
+    resumeMedia();
+    environment_.floatingPanel.hide();
+    preWarmEngine();
+}
+
+runtime::Task<> AppState::finishLastUtterance() {
+    recordingState = RecordingState::processing;
+    const auto transcript = co_await finalizePiece();
+    audioRecorder->stopRecording();
+    audioRecorder->cleanupRecording();
+    if (const auto text = pieceOf(transcript.value_or("")); !text.empty()) {
+        auto spaced = handsFreePieces_.add(text, handsFreePieces_.accumulatedText.empty());
+        keepAndType(&AppState::handsFreePieces_, text, std::move(spaced));
+    }
+    co_await finishTyping(&AppState::handsFreePieces_);
+}
+
+} // namespace sonvale::core

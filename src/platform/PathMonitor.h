@@ -1,0 +1,30 @@
+#pragma once
+
+#include <functional>
+
+namespace sonvale::platform {
+
+/// What the machine's way into the network is like.
+struct NetworkPath {
+    bool isSatisfied = false; ///< something can be reached
+    bool usesWifi = false;
+    bool usesCellular = false;
+    bool usesWiredEthernet = false;
+    bool operator==(const NetworkPath&) const = default;
+};
+
+/// Tells of the state of the link.
+class PathMonitor {
+public:
+    PathMonitor() = default;
+    PathMonitor(const PathMonitor&) = delete;
+    PathMonitor& operator=(const PathMonitor&) = delete;
+    /// Cancels; when it returns, no report is on its way any more.
+    virtual ~PathMonitor() = default;
+
+    /// Begins to report: the path as it is, soon, and then every change. `handler` is called on a thread of
+    /// the monitor's choosing, one call at a time. Once; main actor.
+    virtual void start(std::function<void(const NetworkPath&)> handler) = 0;
+};
+
+} // namespace sonvale::platform

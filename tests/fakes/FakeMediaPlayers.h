@@ -1,0 +1,49 @@
+#pragma once
+
+#include "platform/MediaPlayers.h"
+
+#include <functional>
+#include <utility>
+
+namespace sonvale::tests {
+
+/// Players whose state a test reports.
+class FakeMediaPlayers final : public platform::MediaPlayers {
+public:
+    /// What only tests call. Main actor.
+    class Control {
+    public:
+        /// A player reports that it plays, or that it does not.
+        void report(bool isPlaying) {
+            isPlaying_ = isPlaying;
+            if (observer_)
+                observer_(isPlaying);
+        }
+        /// How often the command was sent.
+        int toggles() const { return toggles_; }
+        /// Whether the player plays, by its reports and the commands that it was sent.
+        bool isPlaying() const { return isPlaying_; }
+
+    private:
+        friend class FakeMediaPlayers;
+        std::function<void(bool)> observer_;
+        bool isPlaying_ = false;
+        int toggles_ = 0;
+    };
+
+    Control& control() { return control_; }
+
+    void setOnPlaybackChange(std::function<void(bool isPlaying)> observer) override {
+        control_.observer_ = std::move(observer);
+    }
+    /// The player does as it is told, and reports it.
+    void togglePlayPause() override {
+        ++control_.toggles_;
+        control_.report(!control_.isPlaying_);
+    }
+
+private:
+    Control control_;
+};
+
+} // namespace sonvale::tests

@@ -1,0 +1,365 @@
+#include "tests/unit/core/StreamingFixture.h"
+
+#include <gtest/gtest.h>
+
+namespace sonvale::core {
+
+namespace {
+
+namespace keys = persistence::keys;
+using hotkeys::HotkeyAction;
+using platform::UrlError;
+using Texts = std::vector<std::string>;
+using Preference = transcription::TranscriptionEnginePreference;
+
+class HandsFree : public tests::StreamingFixture {
+protected:
+    void tap() {
+        press(HotkeyAction::handsFree);
+        release(HotkeyAction::handsFree);
+    }
+    /// An utterance, and the pause that ends it.
+    void utter(double seconds = 0.5, double pause = 2.2) {
+        speak(seconds, 0.1F);
+        speak(pause, 0.0F);
+    }
+    void start(std::vector<std::optional<std::string>> transcripts) {
+        willHear(std::move(transcripts));
+        tap();
+        runtimeSupport().runUntilIdle();
+    }
+    void stop() {
+        tap();
+        advance(10);
+    }
+    bool isListening() {
+        return state().isHandsFreeMode.get() && state().recordingState.get() == RecordingState::recording;
+    }
+    void expectAtRest() {
+        EXPECT_FALSE(state().isHandsFreeMode.get());
+        EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
+        EXPECT_FALSE(state().audioRecorder->isRecording.get());
+        EXPECT_EQ(state().audioRecorder->audioEngine(), nullptr);
+        EXPECT_EQ(panel().shown(), std::nullopt);
+        EXPECT_EQ(recordingsLeft(), 0U);
+        EXPECT_EQ(state().voiceActivityDetector->onEndOfUtterance, nullptr);
+        EXPECT_EQ(state().voiceActivityDetector->endOfUtteranceDelay, 1.5);
+    }
+};
+
+} // namespace
+
+TEST_F(HandsFree, TypesEachUtteranceWhileTheRecordingGoesOn) {
+    start({"first words", "second words", "third words", ""});
+    EXPECT_TRUE(isListening());
+    EXPECT_EQ(state().voiceActivityDetector->endOfUtteranceDelay, 2.0);
+    utter();
+    EXPECT_EQ(pastedTexts(), Texts{"first words"});
+    EXPECT_TRUE(isListening());
+    utter();
+    utter();
+    EXPECT_EQ(pastedTexts(), (Texts{"first words", " second words", " third words"}));
+    EXPECT_EQ(network().sockets().size(), 1U) << "one session serves them all";
+    stop();
+    expectAtRest();
+    EXPECT_EQ(state().lastTranscription.get(), "first words second words third words");
+    EXPECT_EQ(state().currentTranscription.get(), "first words second words third words");
+    EXPECT_EQ(history().size(), 3U);
+    EXPECT_EQ(history().at(1).rawText, "second words");
+    EXPECT_EQ(history().at(1).processedText, "second words");
+    EXPECT_EQ(undone(), 0);
+}
+
+TEST_F(HandsFree, EndsAnUtteranceAfterTwoSecondsOfSilence) {
+    start({"words"});
+    speak(0.5, 0.1F);
+    speak(1.9, 0.0F);
+    EXPECT_EQ(commits(), 0U);
+    speak(0.2, 0.0F);
+    EXPECT_EQ(commits(), 1U);
+    stop();
+}
+
+TEST_F(HandsFree, ReplacesThePiecesByTheCleanedWhole) {
+    start({"um first words", "second words", ""});
+    utter();
+    utter();
+    willClean({"First words, second words."});
+    stop();
+    expectAtRest();
+    EXPECT_EQ(undone(), 2);
+    EXPECT_EQ(pastedTexts(), (Texts{"um first words", " second words", "First words, second words."}));
+    EXPECT_EQ(state().lastTranscription.get(), "First words, second words.");
+    const auto rows = history();
+    ASSERT_EQ(rows.size(), 3U);
+    EXPECT_EQ(rows[2].rawText, "um first words second words");
+    EXPECT_EQ(rows[2].processedText, "First words, second words.");
+    EXPECT_EQ(rows[2].wordCount, 4);
+    EXPECT_EQ(panel().history().back().state, RecordingState::processingHandsFree);
+}
+
+TEST_F(HandsFree, KeepsAnUnchangedWholeAsItStands) {
+    start({"First words.", ""});
+    utter();
+    willClean({"First words."});
+    stop();
+    EXPECT_EQ(undone(), 0);
+    EXPECT_EQ(pastedTexts(), Texts{"First words."});
+    EXPECT_EQ(history().size(), 2U) << "the whole is kept all the same";
+}
+
+TEST_F(HandsFree, CleansARunOfOnePieceToo) {
+    start({"um words", ""});
+    utter();
+    willClean({"Words."});
+    stop();
+    EXPECT_EQ(undone(), 1);
+    EXPECT_EQ(pastedTexts().back(), "Words.");
+}
+
+TEST_F(HandsFree, TypesWhatIsSaidLastWithoutAPause) {
+    start({"first words", "last words"});
+    utter();
+    speak(0.5, 0.1F);
+    stop();
+    expectAtRest();
+    EXPECT_EQ(pastedTexts(), (Texts{"first words", " last words"}));
+    EXPECT_EQ(state().lastTranscription.get(), "first words last words");
+}
+
+TEST_F(HandsFree, PutsNoBlankBeforeALastPieceThatIsTheOnlyOne) {
+    start({"only words"});
+    speak(0.5, 0.1F);
+    stop();
+    EXPECT_EQ(pastedTexts(), Texts{"only words"});
+}
+
+TEST_F(HandsFree, LeavesOutUtterancesOfNothing) {
+    start({"...", " \n", "words…", ""});
+    utter();
+    utter();
+    EXPECT_TRUE(pastedTexts().empty());
+    utter();
+    EXPECT_EQ(pastedTexts(), Texts{"words"}) << "the first with text has no blank";
+    stop();
+    EXPECT_EQ(history().size(), 1U);
+}
+
+TEST_F(HandsFree, LeavesTheLastTextWhenNothingWasSaid) {
+    state().lastTranscription = "of before";
+    start({""});
+    speak(1, 0.0F);
+    stop();
+    expectAtRest();
+    EXPECT_EQ(state().lastTranscription.get(), "of before");
+    EXPECT_TRUE(history().empty());
+    EXPECT_TRUE(pastedTexts().empty());
+}
+
+TEST_F(HandsFree, KeepsTheOrderWhenAnInsertionIsSlowerThanTheNextUtterance) {
+    start({"one", "two", "three", ""});
+    runtimeSupport().wait(state().textInserter->undo(0));
+    // Each takes 350 ms; the three come within 100.
+    for (int i = 0; i < 3; ++i)
+        state().voiceActivityDetector->onEndOfUtterance();
+    runtimeSupport().runUntilIdle();
+    state().voiceActivityDetector->onEndOfUtterance();
+    runtimeSupport().runUntilIdle();
+    state().voiceActivityDetector->onEndOfUtterance();
+    runtimeSupport().runUntilIdle();
+    advance(2);
+    EXPECT_EQ(pastedTexts(), (Texts{"one", " two", " three"}));
+    stop();
+    EXPECT_EQ(state().lastTranscription.get(), "one two three");
+}
+
+TEST_F(HandsFree, DropsAnEndThatComesWhileAnUtteranceIsCommitted) {
+    willHear({});
+    tap();
+    utter();
+    EXPECT_EQ(commits(), 1U);
+    utter();
+    EXPECT_EQ(commits(), 1U) << "its audio stays for the next";
+    answer("both");
+    advance(1);
+    EXPECT_EQ(pastedTexts(), Texts{"both"});
+    tap();
+    answer("");
+    advance(10);
+    expectAtRest();
+}
+
+TEST_F(HandsFree, LeavesByAPushToTalkPress) {
+    start({"first words", "last words"});
+    utter();
+    speak(0.5, 0.1F);
+    press(HotkeyAction::pushToTalk);
+    release(HotkeyAction::pushToTalk);
+    advance(5);
+    expectAtRest();
+    EXPECT_EQ(pastedTexts(), (Texts{"first words", " last words"}));
+}
+
+TEST_F(HandsFree, LeavesWhatWasTypedWhenItIsCancelled) {
+    start({"first words", "never"});
+    utter();
+    speak(0.5, 0.1F);
+    willClean({"never"});
+    press(HotkeyAction::cancel);
+    advance(5);
+    expectAtRest();
+    EXPECT_EQ(pastedTexts(), Texts{"first words"});
+    EXPECT_EQ(undone(), 0);
+    EXPECT_EQ(history().size(), 1U);
+    EXPECT_TRUE(network().requests().empty());
+    EXPECT_TRUE(socket().isEnded());
+}
+
+TEST_F(HandsFree, CanBeCancelledWhileAnUtteranceIsCommitted) {
+    willHear({});
+    tap();
+    utter();
+    EXPECT_EQ(commits(), 1U);
+    press(HotkeyAction::cancel);
+    advance(5);
+    expectAtRest();
+    EXPECT_TRUE(pastedTexts().empty());
+
+    // The next run is whole again.
+    start({"words", ""});
+    utter();
+    stop();
+    EXPECT_EQ(pastedTexts(), Texts{"words"});
+}
+
+TEST_F(HandsFree, RepairsItselfAfterACommitThatFailed) {
+    start({std::nullopt, "second words", ""});
+    utter();
+    EXPECT_TRUE(isListening());
+    EXPECT_EQ(state().errorMessage.get(), std::nullopt);
+    utter();
+    EXPECT_EQ(pastedTexts(), Texts{"second words"});
+    EXPECT_EQ(network().sockets().size(), 2U);
+    EXPECT_LE(recordingsLeft(), 1U) << "the lost utterance's voice is deleted";
+    stop();
+    expectAtRest();
+}
+
+TEST_F(HandsFree, EndsWithAMessageWhenItCannotConnectAgain) {
+    start({"first words", std::nullopt});
+    utter();
+    network().failHandshakes(UrlError(UrlError::Code::cannotConnectToHost, "nobody there"));
+    utter();
+    advance(10);
+    expectAtRest();
+    EXPECT_EQ(state().errorMessage.get(),
+              "Unable to connect to the transcription service. Please try again.");
+    EXPECT_EQ(pastedTexts(), Texts{"first words"});
+    EXPECT_EQ(state().lastTranscription.get(), "first words");
+}
+
+TEST_F(HandsFree, EndsWithAMessageWhenItCannotConnectAtAll) {
+    network().failHandshakes(UrlError(UrlError::Code::cannotConnectToHost, "nobody there"));
+    start({});
+    advance(5);
+    expectAtRest();
+    EXPECT_EQ(state().errorMessage.get(),
+              "Unable to connect to the transcription service. Please try again.");
+    EXPECT_FALSE(printed("startDictation total"));
+}
+
+TEST_F(HandsFree, SaysAtOnceThatItNeedsTheService) {
+    for (const auto preference : {Preference::local, Preference::cloud}) {
+        prefer(preference);
+        start({});
+        advance(1);
+        expectAtRest();
+        EXPECT_EQ(state().errorMessage.get(),
+                  "Unable to connect to the transcription service. Please try again.");
+    }
+}
+
+TEST_F(HandsFree, BeginsAnewWhenTheInputIsGone) {
+    start({"lost with it", "second words", ""});
+    speak(0.5, 0.1F);
+    microphone().unplug();
+    speak(2.2, 0.0F);
+    advance(1);
+    EXPECT_TRUE(isListening());
+    utter();
+    EXPECT_EQ(pastedTexts().back().substr(pastedTexts().back().size() - 12), "second words");
+    stop();
+    expectAtRest();
+}
+
+TEST_F(HandsFree, GoesOnBeyondTheLongestRecording) {
+    start({"first words", "later words", ""});
+    utter();
+    advance(601);
+    EXPECT_TRUE(isListening());
+    EXPECT_TRUE(state().audioRecorder->isRecording.get());
+    utter();
+    advance(1);
+    EXPECT_EQ(pastedTexts().front(), "first words");
+    EXPECT_EQ(pastedTexts().back(), " later words");
+    stop();
+    expectAtRest();
+}
+
+TEST_F(HandsFree, DoesNothingWithARunThatBeganWhileATextIsMade) {
+    prefer(Preference::streaming);
+    willHear({});
+    press(HotkeyAction::pushToTalk);
+    speak(0.5);
+    release(HotkeyAction::pushToTalk);
+    tap();
+    EXPECT_TRUE(state().isHandsFreeMode.get());
+    EXPECT_EQ(state().recordingState.get(), RecordingState::processing);
+    answer("words");
+    advance(2);
+    EXPECT_EQ(pastedTexts(), Texts{"words"});
+    tap();
+    advance(5);
+    expectAtRest();
+}
+
+TEST_F(HandsFree, KeepsNothingInPrivacyMode) {
+    settings().set(keys::privacyModeEnabled, true);
+    start({"words", "more"});
+    utter();
+    willClean({"Words more."});
+    speak(0.5, 0.1F);
+    stop();
+    EXPECT_TRUE(history().empty());
+    EXPECT_EQ(pastedTexts().back(), "Words more.");
+}
+
+TEST_F(HandsFree, LetsTheMusicGoOnAfterwards) {
+    players().report(true);
+    start({"words", ""});
+    EXPECT_FALSE(players().isPlaying());
+    utter();
+    EXPECT_FALSE(players().isPlaying());
+    stop();
+    EXPECT_TRUE(players().isPlaying());
+    start({});
+    press(HotkeyAction::cancel);
+    advance(1);
+    EXPECT_TRUE(players().isPlaying());
+}
+
+TEST_F(HandsFree, RunsForAnHour) {
+    std::vector<std::optional<std::string>> transcripts(1200, "words");
+    transcripts.emplace_back("");
+    start(std::move(transcripts));
+    for (int i = 0; i < 1200; ++i)
+        utter(0.7, 2.3);
+    EXPECT_TRUE(isListening());
+    stop();
+    expectAtRest();
+    EXPECT_EQ(pastedTexts().size(), 1200U);
+    EXPECT_EQ(history().size(), 1200U);
+    EXPECT_LE(runtimeSupport().registry().count(), 2U) << "of the pre-warmed session";
+}
+
+} // namespace sonvale::core

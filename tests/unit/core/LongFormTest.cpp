@@ -1,0 +1,213 @@
+#include "tests/unit/core/StreamingFixture.h"
+
+#include <gtest/gtest.h>
+
+namespace sonvale::core {
+
+namespace {
+
+namespace keys = persistence::keys;
+using hotkeys::HotkeyAction;
+using platform::UrlError;
+using Texts = std::vector<std::string>;
+using Preference = transcription::TranscriptionEnginePreference;
+
+class LongForm : public tests::StreamingFixture {
+protected:
+    void hold(double seconds) {
+        press(HotkeyAction::pushToTalk);
+        speak(seconds);
+    }
+    void letGo(double seconds = 3) {
+        release(HotkeyAction::pushToTalk);
+        advance(seconds);
+    }
+    void expectAtRest() {
+        EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
+        EXPECT_FALSE(state().audioRecorder->isRecording.get());
+        EXPECT_EQ(panel().shown(), std::nullopt);
+        EXPECT_EQ(recordingsLeft(), 0U);
+    }
+};
+
+} // namespace
+
+TEST_F(LongForm, TypesTheFirstPartWhileTheKeyIsHeldAndTheRestAtItsRelease) {
+    willHear({"the first part", "and all the rest"});
+    hold(5.5);
+    EXPECT_EQ(pastedTexts(), Texts{"the first part"});
+    EXPECT_EQ(state().recordingState.get(), RecordingState::recording);
+    EXPECT_TRUE(printed("PTT long-form mode activated (held > 5.0s)"));
+    EXPECT_TRUE(printed("PTT long-form segment: 14 chars (total accumulated: 14 chars)"));
+    speak(24.5);
+    EXPECT_EQ(commits(), 1U) << "one part is committed by time";
+    EXPECT_EQ(pastedTexts().size(), 1U);
+    letGo();
+    expectAtRest();
+    EXPECT_EQ(pastedTexts(), (Texts{"the first part", " and all the rest"}));
+    EXPECT_EQ(state().lastTranscription.get(), "the first part and all the rest");
+    EXPECT_EQ(history().size(), 2U);
+    EXPECT_TRUE(printed("stopDictation total (long-form): "));
+    EXPECT_FALSE(printed("stopDictation total: "));
+}
+
+TEST_F(LongForm, ReplacesThePartsByTheCleanedWhole) {
+    willHear({"um the first part", "and the rest"});
+    hold(6);
+    willClean({"The first part, and the rest."});
+    letGo();
+    expectAtRest();
+    EXPECT_EQ(undone(), 2);
+    EXPECT_EQ(pastedTexts().back(), "The first part, and the rest.");
+    EXPECT_EQ(state().lastTranscription.get(), "The first part, and the rest.");
+    const auto rows = history();
+    ASSERT_EQ(rows.size(), 3U);
+    EXPECT_EQ(rows[2].rawText, "um the first part and the rest");
+    EXPECT_EQ(rows[2].processedText, "The first part, and the rest.");
+}
+
+TEST_F(LongForm, LeavesThePartsWhenTheCleanUpFails) {
+    willHear({"the first part", "the rest"});
+    hold(6);
+    settings().set(keys::aiProcessingEnabled, true);
+    network().answerNext(500, "");
+    letGo();
+    EXPECT_EQ(undone(), 0);
+    EXPECT_EQ(pastedTexts(), (Texts{"the first part", " the rest"}));
+    EXPECT_EQ(state().lastTranscription.get(), "the first part the rest");
+}
+
+TEST_F(LongForm, IsAnOrdinaryDictationBeforeFiveSeconds) {
+    willHear({"words"});
+    hold(4.9);
+    letGo();
+    advance(10);
+    EXPECT_EQ(commits(), 1U);
+    EXPECT_EQ(pastedTexts(), Texts{"words"});
+    EXPECT_FALSE(printed("PTT long-form"));
+    EXPECT_TRUE(printed("stopDictation total: "));
+}
+
+TEST_F(LongForm, NeedsASession) {
+    network().failHandshakes(UrlError(UrlError::Code::cannotConnectToHost, "nobody there"));
+    recogniser().answerWith("from this machine");
+    willHear({});
+    hold(12);
+    EXPECT_FALSE(printed("PTT long-form"));
+    network().failNext(UrlError::Code::cannotConnectToHost);
+    letGo();
+    EXPECT_EQ(pastedTexts(), Texts{"from this machine"});
+
+    prefer(Preference::local);
+    hold(12);
+    letGo();
+    EXPECT_FALSE(printed("PTT long-form"));
+}
+
+TEST_F(LongForm, GivesTheLastPartNoBlankWhenTheFirstWasSilence) {
+    willHear({"...", "all of it"});
+    hold(8);
+    EXPECT_TRUE(pastedTexts().empty());
+    willClean({"All of it."});
+    letGo();
+    EXPECT_EQ(pastedTexts(), (Texts{"all of it", "All of it."}));
+    EXPECT_EQ(undone(), 1);
+}
+
+TEST_F(LongForm, GoesOnAfterACommitThatFailed) {
+    willHear({std::nullopt, "the rest"});
+    hold(8);
+    letGo();
+    expectAtRest();
+    EXPECT_EQ(pastedTexts(), Texts{"the rest"});
+    EXPECT_EQ(state().errorMessage.get(), std::nullopt);
+}
+
+TEST_F(LongForm, KeepsTheFirstPartWhenTheLastFails) {
+    willHear({"the first part", std::nullopt});
+    hold(8);
+    letGo();
+    expectAtRest();
+    EXPECT_EQ(pastedTexts(), Texts{"the first part"});
+    EXPECT_EQ(state().lastTranscription.get(), "the first part");
+}
+
+TEST_F(LongForm, WaitsForACommitThatIsOnItsWayAtTheRelease) {
+    willHear({});
+    hold(5.2);
+    EXPECT_EQ(commits(), 1U);
+    release(HotkeyAction::pushToTalk);
+    advance(0.5);
+    EXPECT_EQ(commits(), 1U) << "the two never finalise at once";
+    answer("the first part");
+    advance(0.5);
+    EXPECT_EQ(commits(), 2U);
+    answer("the rest");
+    advance(3);
+    expectAtRest();
+    EXPECT_EQ(pastedTexts(), (Texts{"the first part", " the rest"}));
+}
+
+TEST_F(LongForm, LeavesWhatWasTypedWhenItIsCancelled) {
+    willHear({"the first part", "never"});
+    hold(7);
+    willClean({"never"});
+    press(HotkeyAction::cancel);
+    advance(3);
+    release(HotkeyAction::pushToTalk);
+    advance(10);
+    expectAtRest();
+    EXPECT_EQ(pastedTexts(), Texts{"the first part"});
+    EXPECT_EQ(undone(), 0);
+}
+
+TEST_F(LongForm, CanBeCancelledWhileThePartIsCommitted) {
+    willHear({});
+    hold(5.2);
+    EXPECT_EQ(commits(), 1U);
+    press(HotkeyAction::cancel);
+    advance(1);
+    release(HotkeyAction::pushToTalk);
+    expectAtRest();
+    advance(10);
+    EXPECT_TRUE(pastedTexts().empty());
+
+    willHear({"words"});
+    hold(1);
+    letGo();
+    EXPECT_EQ(pastedTexts(), Texts{"words"});
+}
+
+TEST_F(LongForm, DropsACommand) {
+    accessibility().setSelectedText("selected");
+    willHear({"make it", "shorter"});
+    press(HotkeyAction::commandMode);
+    speak(6);
+    EXPECT_EQ(state().selectedTextForCommand.get(), "selected");
+    release(HotkeyAction::commandMode);
+    advance(3);
+    expectAtRest();
+    EXPECT_EQ(state().selectedTextForCommand.get(), std::nullopt);
+    EXPECT_EQ(pastedTexts(), (Texts{"make it", " shorter"}));
+}
+
+TEST_F(LongForm, IsNotBegunByTheTimerOfAnEarlierRecording) {
+    willHear({"one", "two"});
+    hold(4);
+    letGo(0.6);
+    hold(4.5);
+    EXPECT_FALSE(printed("PTT long-form"));
+    letGo();
+    EXPECT_EQ(pastedTexts(), (Texts{"one", "two"}));
+}
+
+TEST_F(LongForm, LetsTheMusicGoOnAfterwards) {
+    players().report(true);
+    willHear({"one", "two"});
+    hold(6);
+    EXPECT_FALSE(players().isPlaying());
+    letGo();
+    EXPECT_TRUE(players().isPlaying());
+}
+
+} // namespace sonvale::core

@@ -1,0 +1,98 @@
+#pragma once
+
+#include "base/Base64.h"
+#include "base/Json.h"
+#include "tests/unit/core/CoreFixture.h"
+
+#include <algorithm>
+#include <deque>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace sonvale::tests {
+
+/// Dictations by way of a realtime service, with a key for it; the test plays the service.
+class StreamingFixture : public CoreFixture {
+protected:
+    StreamingFixture() {
+        addresses.service = "https://service.example";
+        addresses.key = "sk-own";
+        settings().set(persistence::keys::aiProcessingEnabled, false);
+        rebuildState();
+    }
+
+    FakeSocket& socket() { return *network().lastSocket(); }
+
+    /// What the service hears next; each commit is answered with one of these, from then on. Nothing stands
+    /// for an error of the service; without any left, a commit waits for `answer`.
+    void willHear(std::vector<std::optional<std::string>> transcripts) {
+        transcripts_.assign(transcripts.begin(), transcripts.end());
+        network().onMessage([this](FakeSocket& from, const FakeSocket::Message& message) {
+            if (base::Json::parse(message.bytes).at("type") != "input_audio_buffer.commit" ||
+                transcripts_.empty())
+                return;
+            const auto transcript = std::move(transcripts_.front());
+            transcripts_.pop_front();
+            from.deliverText(transcript
+                                 ? completed(*transcript)
+                                 : base::jsonText({{"type", "error"}, {"error", {{"message", "down"}}}}));
+        });
+        // The hook serves the sockets that are made from now on.
+        state().transcriptionManager->realtimeEngine->cancelSession();
+        runtimeSupport().runUntilIdle();
+    }
+    void answer(const std::string& text) {
+        socket().deliverText(completed(text));
+        runtimeSupport().runUntilIdle();
+    }
+
+    std::size_t countOf(const std::string& type) {
+        const auto texts = socket().texts();
+        return static_cast<std::size_t>(std::ranges::count_if(
+            texts, [&](const std::string& text) { return base::Json::parse(text).at("type") == type; }));
+    }
+    std::size_t commits() {
+        std::size_t count = 0;
+        for (const auto& each : network().sockets()) {
+            for (const auto& text : each->texts())
+                count += base::Json::parse(text).at("type") == "input_audio_buffer.commit" ? 1 : 0;
+        }
+        return count;
+    }
+    std::size_t bytesHeard() {
+        std::size_t bytes = 0;
+        for (const auto& text : socket().texts()) {
+            const auto frame = base::Json::parse(text);
+            if (frame.at("type") == "input_audio_buffer.append")
+                bytes += base::decodeBase64(frame.at("audio").get<std::string>()).value().size();
+        }
+        return bytes;
+    }
+    bool printed(const std::string& beginning) const {
+        return std::ranges::any_of(
+            perfLines, [&](const std::string& line) { return line.starts_with("[PERF] " + beginning); });
+    }
+    void prefer(transcription::TranscriptionEnginePreference preference) {
+        state().transcriptionManager->preferredEngine = preference;
+    }
+    int undone() { return input().count(FakeSyntheticInput::Press::undo); }
+
+    /// From now on texts are cleaned, each request being answered with one of these.
+    void willClean(const std::vector<std::string>& answers) {
+        settings().set(persistence::keys::aiProcessingEnabled, true);
+        for (const auto& text : answers)
+            network().answerNext(200, base::jsonText({{"choices", {{{"message", {{"content", text}}}}}}}));
+    }
+
+    static std::string completed(const std::string& text) {
+        return base::jsonText(
+            {{"type", "conversation.item.input_audio_transcription.completed"}, {"transcript", text}});
+    }
+
+private:
+    std::deque<std::optional<std::string>> transcripts_;
+};
+
+} // namespace sonvale::tests
