@@ -24,6 +24,7 @@ foreach(folder IN LISTS pocketsphinx_folders)
   endif()
 endforeach()
 set_target_properties(PkgConfig::POCKETSPHINX PROPERTIES INTERFACE_INCLUDE_DIRECTORIES "${pocketsphinx_folders}")
+pkg_check_modules(DBUS REQUIRED IMPORTED_TARGET dbus-1)
 pkg_check_modules(X11 REQUIRED IMPORTED_TARGET x11 x11-xcb xi xtst xfixes xext xcb xcb-xinput xcb-xtest xcb-xfixes xcb-xkb xcb-shape)
 
 if(SONVALE_TESTS)

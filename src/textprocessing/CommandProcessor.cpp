@@ -47,15 +47,16 @@ CommandProcessor::CommandProcessor(OpenAIChatClient client, persistence::AuditLo
     , auditLogger_(auditLogger) {}
 
 runtime::Task<std::string> CommandProcessor::process(std::string selectedText, std::string command) const {
-    auditLogger_.log(persistence::AuditEventType::aiProcessingRequested, "user", "commandMode", "success",
-                     {{"selectedTextLength", std::to_string(base::characterCount(selectedText))}});
-    return transform(client_, commandPrompt(selectedText), std::move(command));
+    return transform(client_, &auditLogger_, std::move(selectedText), std::move(command));
 }
 
-runtime::Task<std::string> CommandProcessor::transform(OpenAIChatClient client, std::string systemPrompt,
-                                                       std::string command) {
+runtime::Task<std::string> CommandProcessor::transform(OpenAIChatClient client,
+                                                       persistence::AuditLogger* auditLogger,
+                                                       std::string selectedText, std::string command) {
+    auditLogger->log(persistence::AuditEventType::aiProcessingRequested, "user", "commandMode", "success",
+                     {{"selectedTextLength", std::to_string(base::characterCount(selectedText))}});
     co_return base::trimmed(
-        co_await client.complete(std::move(systemPrompt), std::move(command), maxTokens, temperature));
+        co_await client.complete(commandPrompt(selectedText), std::move(command), maxTokens, temperature));
 }
 
 } // namespace sonvale::textprocessing

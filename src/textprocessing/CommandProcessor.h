@@ -19,8 +19,9 @@ public:
     runtime::Task<std::string> process(std::string selectedText, std::string command) const;
 
 private:
-    static runtime::Task<std::string> transform(OpenAIChatClient client, std::string systemPrompt,
-                                                std::string command);
+    static runtime::Task<std::string> transform(OpenAIChatClient client,
+                                                persistence::AuditLogger* auditLogger,
+                                                std::string selectedText, std::string command);
 
     OpenAIChatClient client_;
     persistence::AuditLogger& auditLogger_;

@@ -21,6 +21,9 @@ constexpr std::string_view terminals[] = {
 constexpr std::string_view xterms[] = {"XTerm", "UXTerm", "KOI8RXTerm", "URxvt", "Rxvt",
                                        "Eterm", "Aterm",  "Mrxvt",      "mlterm"};
 
+/// Control-C is the beginning of many commands in the one and leaves the present mode in the other.
+constexpr std::string_view editorsOfTheirOwn[] = {"Emacs", "Gvim"};
+
 bool isSame(std::string_view a, std::string_view b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                       [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
@@ -40,6 +43,18 @@ PasteCustom pasteCustomOf(std::string_view windowClass) {
     if (contains(xterms, windowClass))
         return PasteCustom::shiftInsertOfPrimary;
     return PasteCustom::controlV;
+}
+
+CopyCustom copyCustomOf(std::string_view windowClass) {
+    switch (pasteCustomOf(windowClass)) {
+    case PasteCustom::controlShiftV:
+        return CopyCustom::controlShiftC;
+    case PasteCustom::shiftInsertOfPrimary:
+        return CopyCustom::none;
+    case PasteCustom::controlV:
+        break;
+    }
+    return contains(editorsOfTheirOwn, windowClass) ? CopyCustom::none : CopyCustom::controlC;
 }
 
 } // namespace sonvale::platform::linux

@@ -14,4 +14,14 @@ enum class PasteCustom {
 /// By the class of WM_CLASS of the program's window, in any case.
 PasteCustom pasteCustomOf(std::string_view windowClass);
 
+/// How a program copies.
+enum class CopyCustom {
+    controlC,      ///< ordinary applications
+    controlShiftC, ///< terminals, where Control-C ends the running program
+    none,          ///< the xterm family, which has no key for it; editors in which Control-C begins a command
+};
+
+/// By the class of WM_CLASS of the program's window, in any case.
+CopyCustom copyCustomOf(std::string_view windowClass);
+
 } // namespace sonvale::platform::linux

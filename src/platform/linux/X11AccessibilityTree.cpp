@@ -1,15 +1,24 @@
 #include "platform/linux/X11AccessibilityTree.h"
 
+#include "platform/linux/AtSpiReader.h"
 #include "platform/linux/BrokenPipeGuard.h"
+#include "platform/linux/TerminalPrograms.h"
 #include "platform/linux/X11Client.h"
+#include "platform/linux/X11SelectionReader.h"
+#include "platform/linux/X11Text.h"
+#include "platform/linux/X11Windows.h"
 
 #include <xcb/xtest.h>
+
+#include <span>
+#include <utility>
 
 namespace sonvale::platform::linux {
 
 namespace {
 
 constexpr double answerSeconds = 0.5;
+constexpr double selectionSeconds = 0.1;
 
 bool hasXTest(X11Client& client, double deadline) {
     const auto* extension = xcb_get_extension_data(client.connection(), &xcb_test_id);
@@ -33,23 +42,86 @@ bool canOwnSelections(X11Client& client, double deadline) {
 
 } // namespace
 
-X11AccessibilityTree::X11AccessibilityTree(const runtime::Clock& clock, std::string displayName)
+X11AccessibilityTree::X11AccessibilityTree(const runtime::Clock& clock, std::string displayName,
+                                           std::string sessionAddress)
     : clock_(clock)
-    , displayName_(std::move(displayName)) {}
+    , displayName_(std::move(displayName))
+    , bus_(std::make_unique<AccessibilityBus>(
+          clock, [this](double deadline) { return busAddress(deadline); }, std::move(sessionAddress))) {}
 
 X11AccessibilityTree::~X11AccessibilityTree() = default;
 
 bool X11AccessibilityTree::isTrusted() {
     const BrokenPipeGuard guard;
-    if (!client_ || !client_->isAlive())
-        client_ = std::make_unique<X11Client>(displayName_, clock_);
     const double deadline = clock_.now() + answerSeconds;
-    const bool isTrusted =
-        client_->isAlive() && hasXTest(*client_, deadline) && canOwnSelections(*client_, deadline);
-    // What the questions left behind says nothing more.
-    while (client_->takeEvent()) {
-    }
+    const bool isTrusted = connect() && hasXTest(*client_, deadline) && canOwnSelections(*client_, deadline);
+    dropEvents();
     return isTrusted;
+}
+
+std::optional<std::string> X11AccessibilityTree::selectedText() {
+    const BrokenPipeGuard guard;
+    const double deadline = clock_.now() + selectionSeconds;
+    if (!connect())
+        return std::nullopt;
+    std::optional<std::string> text;
+    if (const auto window = activeWindow(*client_, deadline)) {
+        const auto windowClass = client_->property(*window, XCB_ATOM_WM_CLASS, false, deadline);
+        const auto custom = pasteCustomOf(windowClassIn(windowClass.get()));
+        text = custom == PasteCustom::shiftInsertOfPrimary ? markedText(*window, deadline)
+                                                           : textInFocus(*window, deadline);
+    }
+    dropEvents();
+    return text;
+}
+
+bool X11AccessibilityTree::connect() {
+    if (!client_ || !client_->isAlive()) {
+        selections_.reset();
+        client_ = std::make_unique<X11Client>(displayName_, clock_);
+    }
+    return client_->isAlive();
+}
+
+std::string X11AccessibilityTree::busAddress(double deadline) {
+    const auto address =
+        client_->property(client_->root(), client_->atom("AT_SPI_BUS", deadline), false, deadline);
+    if (!address || address->format != 8)
+        return {};
+    const auto bytes = bytesOf(*address);
+    const auto text = textOf(std::span<const std::byte>(bytes));
+    return std::string(text.substr(0, text.find('\0')));
+}
+
+std::optional<std::string> X11AccessibilityTree::textInFocus(std::uint32_t window, double deadline) {
+    const auto process = processOf(*client_, window, deadline);
+    return process ? AtSpiReader(*bus_).selectedText(*process, deadline) : std::nullopt;
+}
+
+std::optional<std::string> X11AccessibilityTree::markedText(std::uint32_t window, double deadline) {
+    const auto question = xcb_get_selection_owner(client_->connection(), XCB_ATOM_PRIMARY);
+    const auto owner = client_->reply<xcb_get_selection_owner_reply_t>(question.sequence, deadline);
+    // It is often that of another window, where something was marked last.
+    if (!owner || !isSameClient(client_->connection(), owner->owner, window))
+        return std::nullopt;
+    if (!selections_) {
+        selections_ = std::make_unique<X11SelectionReader>(
+            *client_, clock_, [this](const xcb_generic_event_t& event) { selections_->handle(event); });
+    }
+    const auto utf8 = client_->atom("UTF8_STRING", deadline);
+    const auto time = client_->timestamp(deadline);
+    const auto data = time ? selections_->fetch(XCB_ATOM_PRIMARY, utf8, *time, deadline) : std::nullopt;
+    if (!data || data->type != utf8 || data->bytes.empty())
+        return std::nullopt;
+    return repairedUtf8(textOf(std::span<const std::byte>(data->bytes)));
+}
+
+void X11AccessibilityTree::dropEvents() {
+    // What the questions left behind says nothing more, but for the rest of an answer that came too late.
+    while (const auto event = client_->takeEvent()) {
+        if (selections_)
+            selections_->handle(*event);
+    }
 }
 
 } // namespace sonvale::platform::linux

@@ -4,12 +4,12 @@
 #include "platform/linux/KeyChord.h"
 #include "platform/linux/X11KeySender.h"
 #include "platform/linux/X11KeyboardMap.h"
+#include "platform/linux/X11Windows.h"
 
 #include <X11/keysym.h>
 
 #include <algorithm>
 #include <bitset>
-#include <string_view>
 #include <utility>
 
 namespace sonvale::platform::linux {
@@ -21,22 +21,16 @@ constexpr double longestPress = 0.2;
 constexpr KeyChord controlV{XK_v, 55, modifier::control, false};
 constexpr KeyChord controlShiftV{XK_v, 55, modifier::control | modifier::shift, false};
 constexpr KeyChord shiftInsert{XK_Insert, 118, modifier::shift, false};
+constexpr KeyChord controlC{XK_c, 54, modifier::control, false};
+constexpr KeyChord controlShiftC{XK_c, 54, modifier::control | modifier::shift, false};
 constexpr KeyChord controlZ{XK_z, 52, modifier::control, false};
 constexpr KeyChord controlUnderscore{XK_underscore, 20, modifier::control, true};
 
-/// The class of WM_CLASS; empty when the window has none.
+/// The class of the window's program; empty when the window has none.
 std::string windowClass(X11Connection& connection, xcb_window_t window, double deadline) {
     const auto reply = connection.reply<xcb_get_property_reply_t>(
         xcb_get_property(connection.raw(), 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 256), deadline);
-    if (!reply || reply->format != 8)
-        return {};
-    // Two strings, each with its end: the instance and the class.
-    std::string_view names(static_cast<const char*>(xcb_get_property_value(reply.get())),
-                           static_cast<std::size_t>(xcb_get_property_value_length(reply.get())));
-    names.remove_prefix(std::min(names.find('\0'), names.size()));
-    if (!names.empty())
-        names.remove_prefix(1);
-    return std::string(names.substr(0, names.find('\0')));
+    return windowClassIn(reply.get());
 }
 
 bool isDown(const xcb_query_keymap_reply_t& keys, unsigned int keycode) {
@@ -55,7 +49,8 @@ struct X11SyntheticInput::Situation {
     X11Keyboards keyboards;
     X11KeyboardMap map;
     std::bitset<256> down;
-    PasteCustom custom = PasteCustom::controlV;
+    xcb_window_t window = XCB_WINDOW_NONE; ///< that gets the keys
+    std::string windowClass;
 };
 
 void X11SyntheticInput::pressPaste() {
@@ -66,7 +61,7 @@ void X11SyntheticInput::pressPaste() {
     const auto situation = look(deadline);
     if (!situation)
         return;
-    switch (situation->custom) {
+    switch (pasteCustomOf(situation->windowClass)) {
     case PasteCustom::controlV:
         press(controlV, *situation, deadline);
         break;
@@ -84,6 +79,26 @@ void X11SyntheticInput::pressPaste() {
     }
 }
 
+void X11SyntheticInput::pressCopy() {
+    if (!isUsable())
+        return;
+    const double deadline = connection_->clock().now() + longestPress;
+    const auto situation = look(deadline);
+    if (!situation)
+        return;
+    switch (copyCustomOf(situation->windowClass)) {
+    case CopyCustom::controlC:
+        press(controlC, *situation, deadline);
+        break;
+    case CopyCustom::controlShiftC:
+        if (hasMarkedText(*situation, deadline))
+            press(controlShiftC, *situation, deadline);
+        break;
+    case CopyCustom::none:
+        break;
+    }
+}
+
 void X11SyntheticInput::pressUndo() {
     if (!isUsable())
         return;
@@ -91,7 +106,7 @@ void X11SyntheticInput::pressUndo() {
     const auto situation = look(deadline);
     if (!situation)
         return;
-    const bool isTerminal = situation->custom != PasteCustom::controlV;
+    const bool isTerminal = pasteCustomOf(situation->windowClass) != PasteCustom::controlV;
     press(isTerminal ? controlUnderscore : controlZ, *situation, deadline);
 }
 
@@ -116,27 +131,34 @@ std::optional<X11SyntheticInput::Situation> X11SyntheticInput::look(double deadl
     if (!keyboards || !map || !keys || !focus || !pointer)
         return std::nullopt;
 
-    Situation situation{std::move(*keyboards), std::move(*map), {}, PasteCustom::controlV};
+    Situation situation{std::move(*keyboards), std::move(*map), {}, XCB_WINDOW_NONE, {}};
     for (unsigned int keycode = 0; keycode < situation.down.size(); ++keycode)
         situation.down.set(keycode, isDown(*keys, keycode));
     // Where no window has the focus, and nobody manages it, the one under the pointer gets the keys.
     const bool hasWindow = focus->focus > XCB_INPUT_FOCUS_POINTER_ROOT && focus->focus != connection_->root();
-    situation.custom = customOf(hasWindow ? focus->focus : pointer->child, deadline);
+    situation.window = hasWindow ? focus->focus : pointer->child;
+    situation.windowClass = classOf(situation.window, deadline);
     return situation;
 }
 
-PasteCustom X11SyntheticInput::customOf(xcb_window_t window, double deadline) {
+std::string X11SyntheticInput::classOf(xcb_window_t window, double deadline) {
     // The focus is often on a window inside the program's own, the class always on that.
     constexpr int deepest = 16;
     for (int depth = 0; depth < deepest && window != XCB_NONE && window != connection_->root(); ++depth) {
         const auto treeRequest = xcb_query_tree(connection_->raw(), window);
-        const auto name = windowClass(*connection_, window, deadline);
+        auto name = windowClass(*connection_, window, deadline);
         const auto tree = connection_->reply<xcb_query_tree_reply_t>(treeRequest, deadline);
         if (!name.empty())
-            return pasteCustomOf(name);
+            return name;
         window = tree ? tree->parent : XCB_NONE;
     }
-    return PasteCustom::controlV;
+    return {};
+}
+
+bool X11SyntheticInput::hasMarkedText(const Situation& situation, double deadline) {
+    const auto owner = connection_->reply<xcb_get_selection_owner_reply_t>(
+        xcb_get_selection_owner(connection_->raw(), XCB_ATOM_PRIMARY), deadline);
+    return owner && isSameClient(connection_->raw(), owner->owner, situation.window);
 }
 
 void X11SyntheticInput::press(const KeyChord& chord, const Situation& situation, double deadline) {

@@ -18,7 +18,9 @@ struct KeyChord;
 ///
 /// The connection is made at construction. `pressPaste` chooses the keys by the WM_CLASS of the window that
 /// has the keyboard. In a terminal `pressUndo` presses Control-underscore, the undo of line editors:
-/// Control-Z would stop the program that runs there.
+/// Control-Z would stop the program that runs there. `pressCopy` presses Control-Shift-C in a terminal, and
+/// only when something is marked there, because some of them hand it on as Control-C otherwise; it presses
+/// nothing in the xterm family, which has no key for it, nor in the editors that begin a command with it.
 class X11SyntheticInput final : public SyntheticInput {
 public:
     /// `offerPrimary` is called inside `pressPaste`, only for programs that paste PRIMARY: it has to make the
@@ -31,6 +33,7 @@ public:
     bool isUsable() const { return connection_ && !connection_->isBroken(); }
 
     void pressPaste() override;
+    void pressCopy() override;
     void pressUndo() override;
 
 private:
@@ -38,7 +41,8 @@ private:
     struct Situation;
 
     std::optional<Situation> look(double deadline);
-    PasteCustom customOf(xcb_window_t window, double deadline);
+    std::string classOf(xcb_window_t window, double deadline);
+    bool hasMarkedText(const Situation& situation, double deadline);
     void press(const KeyChord& chord, const Situation& situation, double deadline);
     void rouseUserKeyboard(const Situation& situation);
 

@@ -4,6 +4,7 @@
 #include "platform/linux/BundleIdentifiers.h"
 #include "platform/linux/X11Client.h"
 #include "platform/linux/X11Text.h"
+#include "platform/linux/X11Windows.h"
 
 #include <array>
 
@@ -49,15 +50,14 @@ std::optional<FrontApplication> X11Workspace::frontmostApplication() {
     const auto atoms =
         client_->atoms({"_NET_ACTIVE_WINDOW", "_NET_WM_PID", "_NET_WM_NAME", "UTF8_STRING"}, deadline);
 
-    const auto active = client_->property(client_->root(), atoms[0], false, deadline);
-    const auto windows = active ? numbersOf(*active) : std::vector<std::uint32_t>();
-    if (windows.empty() || windows.front() == XCB_WINDOW_NONE)
+    const auto window = activeWindow(*client_, deadline);
+    if (!window)
         return std::nullopt;
 
     // All asked at once: one round trip, and one state of the window.
     const auto ask = [&](xcb_atom_t property) {
-        return xcb_get_property(client_->connection(), 0, windows.front(), property,
-                                XCB_GET_PROPERTY_TYPE_ANY, 0, 4096)
+        return xcb_get_property(client_->connection(), 0, *window, property, XCB_GET_PROPERTY_TYPE_ANY, 0,
+                                4096)
             .sequence;
     };
     const unsigned int questions[] = {ask(XCB_ATOM_WM_CLASS), ask(atoms[1]), ask(atoms[2]),
