@@ -53,8 +53,8 @@ runtime::Task<> AppState::feedDetector(std::weak_ptr<AppState> weakSelf, runtime
                 self->recordingState.get() != RecordingState::recording)
                 co_return;
             self->voiceActivityDetector->process(self->audioRecorder->audioLevel.get());
-            // The recorder stops by itself after its longest time; what is said from then on would be lost.
-            if (!self->audioRecorder->isRecording.get() && !self->isProcessingUtterance_)
+            // What is said from then on would be lost.
+            if (!self->isCapturing() && !self->isProcessingUtterance_)
                 runtime::spawn(self->environment_.main, commitHandsFreeUtterance(weakSelf));
         }
         if (co_await runtime::sleep(*clock, levelFeedPeriod) == runtime::SleepOutcome::interrupted)
@@ -86,7 +86,7 @@ runtime::Task<> AppState::commitUtterance() {
     }
     transcriptionManager->realtimeEngine->resetForNextUtterance();
 
-    if (!audioRecorder->isRecording.get()) {
+    if (!isCapturing()) {
         typeUtterance(*transcript);
         discardCapture();
         co_await restartHandsFree();
@@ -107,6 +107,12 @@ runtime::Task<> AppState::commitUtterance() {
     recordingState = RecordingState::recording;
     voiceActivityDetector->resetForNextUtterance();
     typeUtterance(*transcript);
+}
+
+/// The recorder stops by itself after its longest time, and when its input goes.
+bool AppState::isCapturing() const {
+    const auto* engine = audioRecorder->audioEngine();
+    return audioRecorder->isRecording.get() && engine != nullptr && engine->isRunning();
 }
 
 void AppState::typeUtterance(const std::string& transcript) {

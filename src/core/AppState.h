@@ -196,6 +196,7 @@ private:
     static runtime::Task<> commitHandsFreeUtterance(std::weak_ptr<AppState> weakSelf);
     static runtime::Task<> leaveHandsFree(std::shared_ptr<AppState> self);
     runtime::Task<> commitUtterance();
+    bool isCapturing() const;
     void typeUtterance(const std::string& transcript);
     runtime::Task<> restartHandsFree();
     runtime::Task<> waitForUtterance();

@@ -115,15 +115,6 @@ TEST_F(Dictation, IgnoresASecondPressWhileItWorks) {
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"once"});
 }
 
-TEST_F(Dictation, TreatsACommandWithoutASelectionAsPlainText) {
-    recogniser().answerWith("make it shorter");
-    press(HotkeyAction::commandMode);
-    speak(0.1);
-    release(HotkeyAction::commandMode);
-    settle();
-    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"make it shorter"});
-}
-
 TEST_F(Dictation, NotesTheApplicationInFrontAtKeyDown) {
     workspace().setFrontmost(platform::FrontApplication{"com.apple.mail", "Mail", 77});
     press(HotkeyAction::pushToTalk);
@@ -300,13 +291,6 @@ TEST_F(Dictation, TakesAnEmptyTranscriptForAFailedOne) {
     settle();
     EXPECT_EQ(state().errorMessage.get(),
               "Transcription failed: Invalid response from transcription service.");
-}
-
-TEST_F(Dictation, DropsAPressOfACombinationOfLaterModes) {
-    press(HotkeyAction::handsFree);
-    release(HotkeyAction::handsFree);
-    EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
-    EXPECT_EQ(microphone().madeCount(), 0);
 }
 
 TEST_F(Dictation, HearsTheShortcutThroughTheListener) {

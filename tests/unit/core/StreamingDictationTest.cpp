@@ -43,10 +43,10 @@ TEST_F(StreamingDictation, PreWarmsASessionAndTakesItOverAtKeyDown) {
     completeOnboardingAndStart();
     ASSERT_EQ(network().sockets().size(), 1U);
     EXPECT_TRUE(printed("Pre-warm session: 0ms (success)"));
-    advance(90);
+    advance(97);
     hold();
     EXPECT_EQ(network().sockets().size(), 1U);
-    advance(60);
+    advance(4);
     EXPECT_TRUE(state().transcriptionManager->realtimeEngine->hasReadySession())
         << "a session in use is not closed for its age";
     letGo();

@@ -30,8 +30,7 @@ protected:
     void willHear(std::vector<std::optional<std::string>> transcripts) {
         transcripts_.assign(transcripts.begin(), transcripts.end());
         network().onMessage([this](FakeSocket& from, const FakeSocket::Message& message) {
-            if (base::Json::parse(message.bytes).at("type") != "input_audio_buffer.commit" ||
-                transcripts_.empty())
+            if (message.bytes.find("input_audio_buffer.commit") == std::string::npos || transcripts_.empty())
                 return;
             const auto transcript = std::move(transcripts_.front());
             transcripts_.pop_front();

@@ -16,6 +16,7 @@ namespace {
 class SettableAccessibility final : public platform::AccessibilityTree {
 public:
     bool isTrusted() override { return answer; }
+    std::optional<std::string> selectedText() override { return std::nullopt; }
 
     bool answer = false;
 };
