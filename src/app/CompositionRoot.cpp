@@ -16,8 +16,10 @@
 #include "platform/linux/X11Pasteboard.h"
 #include "platform/linux/X11SyntheticInput.h"
 #include "platform/linux/X11Workspace.h"
+#include "platform/qt/MprisMediaPlayers.h"
 #include "platform/qt/QtApplication.h"
 #include "platform/qt/QtMainContext.h"
+#include "platform/qt/QtPathMonitor.h"
 #include "platform/qt/QtUrlSession.h"
 #include "runtime/SystemClock.h"
 #include "runtime/TaskPool.h"
@@ -77,6 +79,8 @@ struct CompositionRoot::Parts {
     platform::linux::SoxrSampleRateConverters sampleRateConverters;
     platform::linux::LinuxSecureRandom secureRandom;
     platform::qt::QtUrlSessions urlSessions;
+    platform::qt::QtPathMonitor pathMonitor;
+    platform::qt::MprisMediaPlayers mediaPlayers;
     platform::qt::QtApplication application;
     ui::FloatingPanelController floatingPanel{clock};
 
@@ -112,6 +116,8 @@ CompositionRoot::CompositionRoot(platform::Directories directories)
         .speechRecognizers = p.speechRecognizers,
         .secureRandom = p.secureRandom,
         .urlSessions = p.urlSessions,
+        .pathMonitor = p.pathMonitor,
+        .mediaPlayers = p.mediaPlayers,
         .floatingPanel = p.floatingPanel,
         .application = p.application,
         .currentLocale = base::currentLocaleIdentifier,

@@ -34,7 +34,8 @@ void VoiceActivityDetector::process(float level) {
         silenceDuration = 0;
         return;
     }
-    if (level >= silenceThreshold || !isSpeaking.get() || !lastSpeechTime_)
+    const bool isSilent = level < silenceThreshold;
+    if (!isSilent || !isSpeaking.get() || !lastSpeechTime_)
         return;
     silenceDuration = now - *lastSpeechTime_;
     if (silenceDuration.get() < endOfUtteranceDelay - rounding)

@@ -1,4 +1,6 @@
 #include "audio/Level.h"
+#include "audio/VoiceActivityDetector.h"
+#include "runtime/ManualClock.h"
 #include "tests/cases/runner/CaseInput.h"
 
 #include <algorithm>
@@ -29,10 +31,48 @@ platform::PcmBuffer buffer(const json& channels) {
     return pcm;
 }
 
+void apply(audio::VoiceActivityDetector& detector, const json& sample) {
+    if (!sample.contains("do")) {
+        detector.process(static_cast<float>(number(sample, "level")));
+        return;
+    }
+    const auto operation = text(sample, "do");
+    if (operation == "stop")
+        detector.stop();
+    else if (operation == "start")
+        detector.start();
+    else if (operation == "resetForNextUtterance")
+        detector.resetForNextUtterance();
+    else
+        throw BadCase("unknown operation \"" + operation + "\"");
+}
+
+json detect(const json& in) {
+    runtime::ManualClock clock;
+    audio::VoiceActivityDetector detector(clock);
+    double now = 0;
+    auto fired = json::array();
+    detector.onEndOfUtterance = [&fired, &now] { fired.push_back(now); };
+    detector.endOfUtteranceDelay = number(in, "delay");
+    if (!in.contains("start") || boolean(in, "start"))
+        detector.start();
+    const double begin = clock.now();
+    for (const auto& sample : array(in, "samples")) {
+        const double at = number(sample, "at");
+        if (at < now)
+            throw BadCase("\"samples\" are not in order of time");
+        clock.advance(begin + at - clock.now());
+        now = at;
+        apply(detector, sample);
+    }
+    return {{"fired", fired}, {"isSpeaking", detector.isSpeaking.get()}};
+}
+
 } // namespace
 
 void addAudioCases(CaseRegistry& registry) {
     registry["level"] = [](const json& in) { return audio::level(buffer(array(in, "channels"))); };
+    registry["voiceActivity"] = detect;
 }
 
 } // namespace sonvale::tests

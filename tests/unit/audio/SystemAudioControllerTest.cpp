@@ -1,0 +1,73 @@
+#include "audio/SystemAudioController.h"
+
+#include "tests/fakes/FakeMediaPlayers.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+namespace sonvale::audio {
+
+namespace {
+
+class SystemAudioControllerTest : public testing::Test {
+protected:
+    tests::FakeMediaPlayers players;
+    tests::FakeMediaPlayers::Control& desktop = players.control();
+    std::optional<SystemAudioController> controller{players};
+};
+
+} // namespace
+
+TEST_F(SystemAudioControllerTest, KnowsNothingBeforeTheFirstReport) {
+    EXPECT_FALSE(controller->isMediaCurrentlyPlaying());
+    EXPECT_FALSE(controller->didPauseMedia);
+    EXPECT_EQ(desktop.toggles(), 0);
+}
+
+TEST_F(SystemAudioControllerTest, FollowsTheReports) {
+    desktop.report(true);
+    EXPECT_TRUE(controller->isMediaCurrentlyPlaying());
+    desktop.report(false);
+    EXPECT_FALSE(controller->isMediaCurrentlyPlaying());
+    desktop.report(true);
+    EXPECT_TRUE(controller->isMediaCurrentlyPlaying());
+}
+
+TEST_F(SystemAudioControllerTest, TheReportThatCameLastDecidesForAllPlayers) {
+    desktop.report(true);  // one
+    desktop.report(true);  // another
+    desktop.report(false); // the other one pauses, the first plays on
+    EXPECT_FALSE(controller->isMediaCurrentlyPlaying());
+}
+
+TEST_F(SystemAudioControllerTest, SendsOneCommandForEachToggle) {
+    desktop.report(true);
+    controller->togglePlayPause();
+    EXPECT_EQ(desktop.toggles(), 1);
+    EXPECT_FALSE(desktop.isPlaying());
+    controller->togglePlayPause();
+    EXPECT_EQ(desktop.toggles(), 2);
+    EXPECT_TRUE(desktop.isPlaying());
+}
+
+TEST_F(SystemAudioControllerTest, SendsTheCommandWhetherOrNotSomethingPlays) {
+    controller->togglePlayPause();
+    EXPECT_EQ(desktop.toggles(), 1);
+}
+
+TEST_F(SystemAudioControllerTest, ItsOwnCommandIsReportedBackAndLeavesTheDebt) {
+    desktop.report(true);
+    controller->togglePlayPause();
+    controller->didPauseMedia = true;
+    EXPECT_FALSE(controller->isMediaCurrentlyPlaying());
+    EXPECT_TRUE(controller->didPauseMedia);
+}
+
+TEST_F(SystemAudioControllerTest, AReportAfterItsEndFindsNobody) {
+    controller.reset();
+    desktop.report(true);
+    EXPECT_TRUE(desktop.isPlaying());
+}
+
+} // namespace sonvale::audio

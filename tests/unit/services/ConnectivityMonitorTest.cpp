@@ -1,0 +1,106 @@
+#include "services/ConnectivityMonitor.h"
+
+#include "tests/fakes/FakePathMonitor.h"
+#include "tests/support/TestRuntime.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <thread>
+#include <vector>
+
+namespace sonvale::services {
+
+namespace {
+
+using platform::NetworkPath;
+
+class ConnectivityMonitorTest : public testing::Test {
+protected:
+    void report(const NetworkPath& changed) {
+        link.report(changed);
+        runtime.runUntilIdle();
+    }
+
+    tests::TestRuntime runtime;
+    tests::FakePathMonitor paths;
+    tests::FakePathMonitor::Control& link = paths.control();
+    std::optional<ConnectivityMonitor> monitor{std::in_place, runtime.main(), paths};
+};
+
+struct TypeCase {
+    NetworkPath path;
+    ConnectionType type;
+};
+
+} // namespace
+
+TEST_F(ConnectivityMonitorTest, IsConnectedByUnknownMeansBeforeTheFirstReport) {
+    EXPECT_TRUE(link.isStarted());
+    EXPECT_TRUE(monitor->isConnected().get());
+    EXPECT_EQ(monitor->connectionType().get(), ConnectionType::unknown);
+}
+
+TEST_F(ConnectivityMonitorTest, TakesTheFirstTypeThatThePathUses) {
+    const TypeCase cases[] = {
+        {{.isSatisfied = true}, ConnectionType::unknown},
+        {{.isSatisfied = true, .usesWifi = true}, ConnectionType::wifi},
+        {{.isSatisfied = true, .usesCellular = true}, ConnectionType::cellular},
+        {{.isSatisfied = true, .usesWiredEthernet = true}, ConnectionType::wired},
+        {{.isSatisfied = true, .usesWifi = true, .usesCellular = true, .usesWiredEthernet = true},
+         ConnectionType::wifi},
+        {{.isSatisfied = true, .usesCellular = true, .usesWiredEthernet = true}, ConnectionType::cellular},
+        {{.isSatisfied = true, .usesWifi = true, .usesWiredEthernet = true}, ConnectionType::wifi},
+    };
+    for (const auto& [path, type] : cases) {
+        report(path);
+        EXPECT_TRUE(monitor->isConnected().get());
+        EXPECT_EQ(monitor->connectionType().get(), type);
+    }
+}
+
+TEST_F(ConnectivityMonitorTest, APathOnAVirtualInterfaceOnlyIsConnectedAndUnknown) {
+    report({.isSatisfied = true, .usesWiredEthernet = true});
+    report({.isSatisfied = true});
+    EXPECT_TRUE(monitor->isConnected().get());
+    EXPECT_EQ(monitor->connectionType().get(), ConnectionType::unknown);
+}
+
+TEST_F(ConnectivityMonitorTest, AnUnsatisfiedPathIsNotConnectedWhateverItUses) {
+    report({.isSatisfied = false, .usesWifi = true});
+    EXPECT_FALSE(monitor->isConnected().get());
+    EXPECT_EQ(monitor->connectionType().get(), ConnectionType::wifi);
+    report({});
+    EXPECT_EQ(monitor->connectionType().get(), ConnectionType::unknown);
+}
+
+TEST_F(ConnectivityMonitorTest, WritesOnTheMainActorOnly) {
+    std::thread([this] { link.report({}); }).join();
+    EXPECT_TRUE(monitor->isConnected().get());
+    runtime.runUntilIdle();
+    EXPECT_FALSE(monitor->isConnected().get());
+}
+
+TEST_F(ConnectivityMonitorTest, ObserversAreToldOfRealChangesOnly) {
+    std::vector<bool> connected;
+    std::vector<ConnectionType> types;
+    const auto first = monitor->isConnected().subscribe([&](bool value) { connected.push_back(value); });
+    const auto second =
+        monitor->connectionType().subscribe([&](ConnectionType value) { types.push_back(value); });
+    const NetworkPath wifi{.isSatisfied = true, .usesWifi = true};
+    report(wifi);
+    report(wifi);
+    report({});
+    report({});
+    EXPECT_EQ(connected, std::vector<bool>{false});
+    EXPECT_EQ(types, (std::vector<ConnectionType>{ConnectionType::wifi, ConnectionType::unknown}));
+}
+
+TEST_F(ConnectivityMonitorTest, AReportThatArrivesAfterItsEndFindsNobody) {
+    link.report({});
+    monitor.reset();
+    runtime.runUntilIdle();
+    report({.isSatisfied = true});
+}
+
+} // namespace sonvale::services
