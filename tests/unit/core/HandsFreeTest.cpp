@@ -353,8 +353,10 @@ TEST_F(HandsFree, RunsForAnHour) {
     std::vector<std::optional<std::string>> transcripts(1200, "words");
     transcripts.emplace_back("");
     start(std::move(transcripts));
-    for (int i = 0; i < 1200; ++i)
-        utter(0.7, 2.3);
+    for (int i = 0; i < 1200; ++i) {
+        utter(0.1, 0.05);
+        advance(2.85);
+    }
     EXPECT_TRUE(isListening());
     stop();
     expectAtRest();
