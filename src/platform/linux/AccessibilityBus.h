@@ -26,6 +26,9 @@ public:
     std::vector<DBusMessagePointer> ask(std::vector<DBusMessagePointer> calls, double deadline);
     DBusMessagePointer ask(DBusMessagePointer call, double deadline);
 
+    /// Lets `seconds` pass, at most until the deadline; returns early when the bus has gone.
+    void pause(double seconds, double deadline);
+
     /// Connects, anew when the bus has gone. False when there is none.
     bool connect(double deadline);
 
