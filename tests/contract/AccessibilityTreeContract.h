@@ -21,6 +21,9 @@ public:
     virtual platform::AccessibilityTree& tree() = 0;
     /// Before it the right is there.
     virtual void takeAway() = 0;
+    /// Puts an editor with this text in front and selects all of it, or nothing when that is said.
+    virtual void select(const std::string& text) = 0;
+    virtual void unselect() = 0;
 };
 
 struct AccessibilityTreeMaker {

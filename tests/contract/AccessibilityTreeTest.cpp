@@ -1,6 +1,7 @@
 #include "platform/linux/X11AccessibilityTree.h"
 #include "runtime/SystemClock.h"
 #include "tests/contract/AccessibilityTreeContract.h"
+#include "tests/contract/AccessibleSession.h"
 #include "tests/fakes/FakeAccessibilityTree.h"
 #include "tests/support/PrivateDisplay.h"
 #include "tests/support/SelectionOwner.h"
@@ -16,6 +17,8 @@ class FakeHarness final : public AccessibilityTreeHarness {
 public:
     platform::AccessibilityTree& tree() override { return fake_; }
     void takeAway() override { fake_.control().setTrusted(false); }
+    void select(const std::string& text) override { fake_.control().setSelectedText(text); }
+    void unselect() override { fake_.control().setSelectedText(std::nullopt); }
 
 private:
     FakeAccessibilityTree fake_;
@@ -23,13 +26,16 @@ private:
 
 class X11Harness final : public AccessibilityTreeHarness {
 public:
-    platform::AccessibilityTree& tree() override { return tree_; }
-    void takeAway() override { display_.reset(); }
+    platform::AccessibilityTree& tree() override { return session_.tree(); }
+    void takeAway() override { session_.endDisplay(); }
+    void select(const std::string& text) override {
+        session_.open(Editor::Program::mousepad, text);
+        session_.selectAll();
+    }
+    void unselect() override { session_.keyboard().tap(XK_End); }
 
 private:
-    runtime::SystemClock clock_;
-    std::unique_ptr<PrivateDisplay> display_ = std::make_unique<PrivateDisplay>();
-    platform::linux::X11AccessibilityTree tree_{clock_, display_->name()};
+    AccessibleSession session_;
 };
 
 } // namespace
@@ -43,6 +49,25 @@ TEST_P(AccessibilityTreeContract, NoticesThatTheRightIsTakenAway) {
     ASSERT_TRUE(tree.isTrusted());
     harness->takeAway();
     EXPECT_FALSE(tree.isTrusted());
+}
+
+TEST_P(AccessibilityTreeContract, TellsTheSelectedTextAsItStands) {
+    const std::string text = "  one two\n\nna\u00EFve \U0001F44D\u200D e\u0301 ";
+    harness->select(text);
+    EXPECT_TRUE(eventually(10, [&] { return tree.selectedText() == text; }));
+    EXPECT_TRUE(tree.isTrusted());
+    EXPECT_EQ(tree.selectedText(), text) << "it stays selected";
+}
+
+TEST_P(AccessibilityTreeContract, TellsNothingWithoutASelection) {
+    harness->select("one two");
+    ASSERT_TRUE(eventually(10, [&] { return tree.selectedText() == "one two"; }));
+    harness->unselect();
+    EXPECT_TRUE(eventually(10, [&] { return !tree.selectedText(); }));
+}
+
+TEST_P(AccessibilityTreeContract, TellsNothingWhenThereIsNothingInFront) {
+    EXPECT_EQ(tree.selectedText(), std::nullopt);
 }
 
 INSTANTIATE_TEST_SUITE_P(

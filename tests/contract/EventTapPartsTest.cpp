@@ -248,6 +248,15 @@ TEST(TerminalPrograms, AreKnownByTheirClass) {
     EXPECT_EQ(pasteCustomOf("Mousepad"), PasteCustom::controlV);
     EXPECT_EQ(pasteCustomOf(""), PasteCustom::controlV);
     EXPECT_EQ(pasteCustomOf("terminator-like"), PasteCustom::controlV);
+
+    EXPECT_EQ(copyCustomOf("Xfce4-terminal"), CopyCustom::controlShiftC);
+    EXPECT_EQ(copyCustomOf("konsole"), CopyCustom::controlShiftC);
+    EXPECT_EQ(copyCustomOf("XTerm"), CopyCustom::none);
+    EXPECT_EQ(copyCustomOf("URxvt"), CopyCustom::none);
+    EXPECT_EQ(copyCustomOf("Emacs"), CopyCustom::none);
+    EXPECT_EQ(copyCustomOf("Gvim"), CopyCustom::none);
+    EXPECT_EQ(copyCustomOf("Mousepad"), CopyCustom::controlC);
+    EXPECT_EQ(copyCustomOf(""), CopyCustom::controlC);
 }
 
 } // namespace sonvale::platform::linux

@@ -30,9 +30,10 @@ using Source = TestKeyboard::Source;
 class FakeFront {
 public:
     platform::SyntheticInput& input() { return input_; }
-    bool gets(int pastes, int undos) {
+    bool gets(int pastes, int undos, int copies = 0) {
         return input_.control().count(FakeSyntheticInput::Press::paste) == pastes &&
-               input_.control().count(FakeSyntheticInput::Press::undo) == undos;
+               input_.control().count(FakeSyntheticInput::Press::undo) == undos &&
+               input_.control().count(FakeSyntheticInput::Press::copy) == copies;
     }
 
 private:
@@ -43,10 +44,11 @@ private:
 class X11Front {
 public:
     platform::SyntheticInput& input() { return input_; }
-    bool gets(int pastes, int undos) {
+    bool gets(int pastes, int undos, int copies = 0) {
         return eventually(5, [&] {
             return window_.presses(keyboard_.keycodeOf(XK_v)) == pastes &&
-                   window_.presses(keyboard_.keycodeOf(XK_z)) == undos;
+                   window_.presses(keyboard_.keycodeOf(XK_z)) == undos &&
+                   window_.presses(keyboard_.keycodeOf(XK_c)) == copies;
         });
     }
 
@@ -79,6 +81,8 @@ TYPED_TEST(SyntheticInputContract, PressesOncePerCall) {
     input.pressUndo();
     input.pressUndo();
     EXPECT_TRUE(this->front_.gets(1, 2));
+    input.pressCopy();
+    EXPECT_TRUE(this->front_.gets(1, 2, 1));
 }
 
 TYPED_TEST(SyntheticInputContract, ReturnsSoon) {
@@ -274,6 +278,7 @@ TEST(SyntheticInputX11, DoesNothingWithoutADisplay) {
     X11SyntheticInput input(clock, std::make_shared<SyntheticKeyLedger>(), {}, ":9999");
     EXPECT_FALSE(input.isUsable());
     input.pressPaste();
+    input.pressCopy();
     input.pressUndo();
 }
 

@@ -48,6 +48,8 @@ public:
 
     const std::string& file() const { return file_; }
     pid_t pid() const { return process_->pid(); }
+    /// Its X window.
+    unsigned long window() const { return window_; }
 
 private:
     bool isTerminal() const;

@@ -1,5 +1,6 @@
 #include "platform/linux/AccessibilityBus.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <utility>
 
@@ -38,6 +39,11 @@ std::vector<DBusMessagePointer> AccessibilityBus::ask(std::vector<DBusMessagePoi
 
 DBusMessagePointer AccessibilityBus::ask(DBusMessagePointer call, double deadline) {
     return bus_ ? bus_->ask(std::move(call), deadline) : nullptr;
+}
+
+void AccessibilityBus::pause(double seconds, double deadline) {
+    if (bus_)
+        bus_->pauseUntil(std::min(clock_.now() + seconds, deadline));
 }
 
 bool AccessibilityBus::connect(double deadline) {

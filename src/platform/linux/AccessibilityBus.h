@@ -11,8 +11,8 @@ namespace sonvale::platform::linux {
 
 /// The bus on which programs tell assistive technology what they show (AT-SPI 2).
 ///
-/// Plain D-Bus, not libatspi: the first call of that waits up to 25 s for a bus that hangs, and its one
-/// connection for the process ends the process with the session. Nothing is connected before the first
+/// Plain D-Bus, not libatspi: the first call of that does not come back for more than a minute while the
+/// session's bus hangs, and it has one connection for the process. Nothing is connected before the first
 /// question, and no bus is started for it. One thread at a time.
 class AccessibilityBus {
 public:
@@ -25,6 +25,9 @@ public:
     /// As `DBusClient::ask`; nothing but nulls without a bus.
     std::vector<DBusMessagePointer> ask(std::vector<DBusMessagePointer> calls, double deadline);
     DBusMessagePointer ask(DBusMessagePointer call, double deadline);
+
+    /// Lets `seconds` pass, at most until the deadline; returns early when the bus has gone.
+    void pause(double seconds, double deadline);
 
     /// Connects, anew when the bus has gone. False when there is none.
     bool connect(double deadline);

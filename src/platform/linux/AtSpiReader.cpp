@@ -15,9 +15,19 @@ constexpr const char* textInterface = "org.a11y.atspi.Text";
 
 // From AtspiStateType and AtspiRole.
 constexpr unsigned int stateActive = 1;
+constexpr unsigned int stateFocusable = 11;
 constexpr unsigned int stateFocused = 12;
 constexpr unsigned int stateShowing = 25;
 constexpr std::uint32_t rolePasswordText = 40;
+
+/// An editor of Qt in which the focus is has it on its open tab and on the area of the text as well, but only
+/// where the keys go can it be.
+constexpr std::uint32_t focusStates = 1u << stateFocusable | 1u << stateFocused;
+
+/// The grab of a shortcut takes the focus from the program, which gets to know a moment after its end that it
+/// has it again.
+constexpr int attempts = 4;
+constexpr double secondsBetweenAttempts = 0.01;
 
 /// A table has an object for each of its cells, and makes it when it is asked for its children.
 constexpr std::int32_t mostChildren = 256;
@@ -94,7 +104,7 @@ void addFocusRule(DBusMessage* call) {
     dbus_message_iter_init_append(call, &arguments);
     dbus_message_iter_open_container(&arguments, DBUS_TYPE_STRUCT, nullptr, &rule);
     dbus_message_iter_open_container(&rule, DBUS_TYPE_ARRAY, "i", &states);
-    addNumber(states, DBUS_TYPE_INT32, 1 << stateFocused);
+    addNumber(states, DBUS_TYPE_INT32, focusStates);
     addNumber(states, DBUS_TYPE_INT32, 0);
     dbus_message_iter_close_container(&rule, &states);
     addNumber(rule, DBUS_TYPE_INT32, all);
@@ -143,9 +153,14 @@ std::vector<AtSpiReader::Element> AtSpiReader::elementsIn(DBusMessage* answer) {
 std::optional<std::string> AtSpiReader::selectedText(std::int32_t processId, double deadline) {
     if (!bus_.connect(deadline))
         return std::nullopt;
-    for (const auto& program : programsOf(processId, deadline)) {
-        if (const auto element = focusedElement(program, deadline))
-            return selectionOf(*element, deadline);
+    const auto programs = programsOf(processId, deadline);
+    for (int attempt = 0; attempt < attempts && !programs.empty(); ++attempt) {
+        if (attempt > 0)
+            bus_.pause(secondsBetweenAttempts, deadline);
+        for (const auto& program : programs) {
+            if (const auto element = focusedElement(program, deadline))
+                return selectionOf(*element, deadline);
+        }
     }
     return std::nullopt;
 }
@@ -198,7 +213,7 @@ std::optional<AtSpiReader::Element> AtSpiReader::searchForFocus(const Element& p
         questions.clear();
         for (std::size_t i = 0; i < level.size(); ++i) {
             const auto states = statesIn(answers[2 * i].get());
-            if (!isTop && has(states, stateFocused))
+            if (!isTop && (states & focusStates) == focusStates)
                 return level[i];
             const auto children = propertyIn(answers[2 * i + 1].get());
             if (has(states, isTop ? stateActive : stateShowing) && children > 0 && children <= mostChildren)

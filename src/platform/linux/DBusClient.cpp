@@ -56,6 +56,11 @@ DBusMessagePointer DBusClient::ask(DBusMessagePointer call, double deadline) {
     return std::move(ask(std::move(calls), deadline).front());
 }
 
+void DBusClient::pauseUntil(double deadline) {
+    while (isAlive() && readUntil(deadline)) {
+    }
+}
+
 DBusClient::Pending DBusClient::send(DBusMessage* call) {
     DBusPendingCall* pending = nullptr;
     // Null when the connection has gone.
@@ -67,14 +72,19 @@ bool DBusClient::waitFor(DBusPendingCall* pending, double deadline) {
     if (!pending)
         return false;
     while (!dbus_pending_call_get_completed(pending)) {
-        const double left = deadline - clock_.now();
-        if (left <= 0)
-            return false;
-        const int milliseconds = static_cast<int>(std::ceil(std::min(left, 1.0) * 1000));
-        if (!dbus_connection_read_write_dispatch(connection_, milliseconds))
+        if (!readUntil(deadline))
             return false;
     }
     return true;
+}
+
+/// Takes in one message at most; false when the time is over or the bus has gone.
+bool DBusClient::readUntil(double deadline) {
+    const double left = deadline - clock_.now();
+    if (left <= 0)
+        return false;
+    const int milliseconds = static_cast<int>(std::ceil(std::min(left, 1.0) * 1000));
+    return dbus_connection_read_write_dispatch(connection_, milliseconds) != FALSE;
 }
 
 bool DBusClient::isWelcome(double deadline) {

@@ -39,6 +39,9 @@ public:
     std::vector<DBusMessagePointer> ask(std::vector<DBusMessagePointer> calls, double deadline);
     DBusMessagePointer ask(DBusMessagePointer call, double deadline);
 
+    /// Takes in what comes until then; returns early when the bus has gone.
+    void pauseUntil(double deadline);
+
 private:
     struct UnrefPending {
         void operator()(DBusPendingCall* pending) const { dbus_pending_call_unref(pending); }
@@ -47,6 +50,7 @@ private:
 
     Pending send(DBusMessage* call);
     bool waitFor(DBusPendingCall* pending, double deadline);
+    bool readUntil(double deadline);
     bool isWelcome(double deadline);
 
     const runtime::Clock& clock_;

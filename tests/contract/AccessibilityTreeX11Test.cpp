@@ -1,0 +1,268 @@
+#include "platform/linux/X11EventTap.h"
+#include "tests/contract/AccessibleSession.h"
+#include "tests/support/TapRecorder.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+
+namespace sonvale::tests {
+
+namespace {
+
+using Program = Editor::Program;
+using Text = std::optional<std::string>;
+
+/// What a call may take on a machine that does other things as well.
+constexpr double mostSeconds = 0.25;
+
+class X11SelectedText : public testing::Test {
+protected:
+    Text timed() {
+        const double before = monotonicSeconds();
+        auto text = session.tree().selectedText();
+        seconds = monotonicSeconds() - before;
+        return text;
+    }
+
+    AccessibleSession session;
+    double seconds = 0;
+};
+
+/// A bus that takes connections and never says a word.
+class SilentBus {
+public:
+    SilentBus() {
+        sockaddr_un place{};
+        place.sun_family = AF_UNIX;
+        path().copy(place.sun_path, sizeof place.sun_path - 1);
+        if (bind(socket_, reinterpret_cast<const sockaddr*>(&place), sizeof place) != 0 ||
+            listen(socket_, 3) != 0)
+            throw std::runtime_error("no socket");
+    }
+    ~SilentBus() { close(socket_); }
+    SilentBus(const SilentBus&) = delete;
+    SilentBus& operator=(const SilentBus&) = delete;
+
+    std::string path() const { return directory_.path() + "/bus"; }
+
+private:
+    TemporaryDirectory directory_;
+    int socket_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+};
+
+int openDescriptors() {
+    const std::filesystem::directory_iterator files("/proc/self/fd");
+    return static_cast<int>(std::distance(begin(files), end(files)));
+}
+
+} // namespace
+
+TEST_F(X11SelectedText, ComesFromAQtEditor) {
+    session.turnOnForAll();
+    const std::string text = "  eins zwei\n\ndrei \u00FC \U0001F44D";
+    session.open(Program::featherpad, text);
+    session.selectAll();
+    EXPECT_TRUE(session.comesToTell(text)) << session.tree().selectedText().value_or("nothing");
+    session.keyboard().tap(XK_End);
+    EXPECT_TRUE(session.comesToTell(std::nullopt));
+}
+
+TEST_F(X11SelectedText, ComesWholeHoweverLongItIs) {
+    std::string text;
+    while (text.size() < 500000)
+        text += "line " + std::to_string(text.size()) + "\n";
+    session.open(Program::mousepad, text);
+    session.selectAll();
+    EXPECT_TRUE(session.comesToTell(text));
+}
+
+TEST_F(X11SelectedText, IsOnlyThePartThatIsSelected) {
+    session.open(Program::mousepad, "one two three");
+    session.keyboard().tap(XK_Home);
+    session.keyboard().down(XK_Shift_L);
+    for (int i = 0; i < 4; ++i)
+        session.keyboard().tap(XK_Right);
+    session.keyboard().up(XK_Shift_L);
+    EXPECT_TRUE(session.comesToTell("one "));
+}
+
+TEST_F(X11SelectedText, IsThatOfTheWindowInFront) {
+    session.open(Program::mousepad, "behind");
+    session.selectAll();
+    ASSERT_TRUE(session.comesToTell("behind"));
+    Editor front(Editor::Options{session.display(), Program::mousepad, "", session.environment(), {}});
+    EXPECT_TRUE(session.comesToTell(std::nullopt));
+    ASSERT_TRUE(session.editor().focus());
+    EXPECT_TRUE(session.comesToTell("behind"));
+}
+
+TEST_F(X11SelectedText, IsAbsentFromAnEditorThatDoesNotTell) {
+    session.open(Program::mousepad, "one two", false);
+    session.selectAll();
+    for (int i = 0; i < 20; ++i) {
+        EXPECT_EQ(timed(), std::nullopt);
+        EXPECT_LT(seconds, mostSeconds);
+    }
+}
+
+TEST_F(X11SelectedText, IsAbsentWhenAPictureIsAmongTheText) {
+    session.open(Program::mousepad, "one \uFFFC two");
+    session.selectAll();
+    pauseMilliseconds(500);
+    EXPECT_EQ(timed(), std::nullopt);
+    session.keyboard().tap(XK_Home);
+    session.keyboard().chord(XK_Shift_L, XK_Right);
+    EXPECT_TRUE(session.comesToTell("o"));
+}
+
+TEST_F(X11SelectedText, DoesNotWaitForAnEditorThatHangs) {
+    for (const auto program : {Program::mousepad, Program::featherpad}) {
+        session.turnOnForAll();
+        session.open(program, "one two");
+        session.selectAll();
+        ASSERT_TRUE(session.comesToTell("one two"));
+        kill(session.editor().pid(), SIGSTOP);
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_EQ(timed(), std::nullopt);
+            EXPECT_LT(seconds, mostSeconds);
+        }
+        kill(session.editor().pid(), SIGCONT);
+        EXPECT_TRUE(session.comesToTell("one two")) << "late answers are not taken for others";
+    }
+}
+
+TEST_F(X11SelectedText, DoesNotWaitForABusThatHangs) {
+    const PrivateDisplay display(WindowManager::openbox);
+    const Editor editor(display.name(), Program::mousepad);
+    const SilentBus bus;
+    const runtime::SystemClock clock;
+    platform::linux::X11AccessibilityTree tree(clock, display.name(), "unix:path=" + bus.path());
+    EXPECT_EQ(tree.selectedText(), std::nullopt);
+    const int descriptors = openDescriptors();
+    for (int i = 0; i < 10; ++i) {
+        const double before = monotonicSeconds();
+        EXPECT_EQ(tree.selectedText(), std::nullopt);
+        EXPECT_LT(monotonicSeconds() - before, mostSeconds);
+    }
+    EXPECT_EQ(openDescriptors(), descriptors);
+}
+
+TEST_F(X11SelectedText, IsAbsentWithoutABusAndStartsNone) {
+    session.open(Program::mousepad, "one two", false);
+    session.selectAll();
+    EXPECT_EQ(timed(), std::nullopt);
+    EXPECT_NE(session.call({"--dest=org.freedesktop.DBus", "/org/freedesktop/DBus",
+                            "org.freedesktop.DBus.GetNameOwner", "string:org.a11y.Bus"}),
+              0);
+
+    const runtime::SystemClock clock;
+    platform::linux::X11AccessibilityTree lonely(clock, session.display(), "unix:path=/nowhere/bus");
+    EXPECT_EQ(lonely.selectedText(), std::nullopt);
+    platform::linux::X11AccessibilityTree confused(clock, session.display(), "no address at all");
+    EXPECT_EQ(confused.selectedText(), std::nullopt);
+    platform::linux::X11AccessibilityTree blind(clock, ":65000", "unix:path=/nowhere/bus");
+    EXPECT_EQ(blind.selectedText(), std::nullopt);
+}
+
+TEST_F(X11SelectedText, FindsTheBusByTheSessionWhenTheDisplayDoesNotNameIt) {
+    session.open(Program::mousepad, "one two");
+    session.selectAll();
+    ASSERT_EQ(run({"xprop", "-root", "-remove", "AT_SPI_BUS"}, session.environment()), 0);
+    EXPECT_TRUE(session.comesToTell("one two"));
+}
+
+TEST_F(X11SelectedText, ComesAgainAfterTheBusHasBeenReplaced) {
+    session.open(Program::mousepad, "one two");
+    session.selectAll();
+    ASSERT_TRUE(session.comesToTell("one two"));
+    // The bus ends with the program that started it.
+    ASSERT_EQ(run({"sh", "-c",
+                   "kill $(dbus-send --session --print-reply=literal --dest=org.freedesktop.DBus "
+                   "/org/freedesktop/DBus org.freedesktop.DBus.GetConnectionUnixProcessID "
+                   "string:org.a11y.Bus | sed 's/.* //')"},
+                  session.environment()),
+              0);
+    EXPECT_TRUE(session.comesToTell(std::nullopt));
+    session.open(Program::mousepad, "three");
+    session.selectAll();
+    EXPECT_TRUE(session.comesToTell("three"));
+}
+
+TEST_F(X11SelectedText, IsWhatIsMarkedInATerminalThatTellsNothing) {
+    session.open(Program::xterm, {}, true, "echo 'marked na\u00EFve'; exec sleep 1000");
+    EXPECT_TRUE(session.comesToTell(std::nullopt));
+    pauseMilliseconds(1000);
+    EXPECT_EQ(timed(), std::nullopt);
+    ASSERT_EQ(run({"xdotool", "mousemove", "--window", std::to_string(session.editor().window()), "30", "8",
+                   "click", "--repeat", "2", "--delay", "50", "1"},
+                  session.environment()),
+              0);
+    EXPECT_TRUE(session.comesToTell("marked"));
+
+    Editor other(Editor::Options{session.display(), Program::mousepad, "", session.environment(), {}});
+    EXPECT_TRUE(session.comesToTell(std::nullopt)) << "it is that of a window behind";
+    ASSERT_TRUE(session.editor().focus());
+    kill(session.editor().pid(), SIGSTOP);
+    EXPECT_EQ(timed(), std::nullopt);
+    EXPECT_LT(seconds, mostSeconds);
+    kill(session.editor().pid(), SIGCONT);
+    EXPECT_TRUE(session.comesToTell("marked"));
+}
+
+TEST_F(X11SelectedText, IsThereAtTheMomentOfAShortcutThatIsKeptFromTheEditor) {
+    session.turnOnForAll();
+    for (const auto program : {Program::mousepad, Program::featherpad}) {
+        const runtime::SystemClock clock;
+        TapRecorder recorder;
+        const platform::KeyCombination shortcut{49, platform::modifier::option};
+        recorder.swallow(shortcut);
+        platform::linux::X11EventTap tap(clock, std::make_shared<platform::linux::SyntheticKeyLedger>(),
+                                         session.display());
+        tap.setSwallowable({shortcut});
+        ASSERT_TRUE(tap.start(recorder.callback()));
+        session.open(program, "one two");
+        session.selectAll();
+        ASSERT_TRUE(session.comesToTell("one two"));
+        int told = 0;
+        for (int i = 0; i < 10; ++i) {
+            recorder.clear();
+            session.keyboard().down(XK_Alt_L);
+            session.keyboard().down(XK_space);
+            EXPECT_TRUE(eventually(5, [&] {
+                return recorder.has({platform::KeyEvent::Type::keyDown, 49, platform::modifier::option});
+            }));
+            told += session.tree().selectedText() == "one two" ? 1 : 0;
+            session.keyboard().up(XK_space);
+            session.keyboard().up(XK_Alt_L);
+            pauseMilliseconds(200);
+        }
+        tap.stop();
+        EXPECT_EQ(told, 10);
+    }
+}
+
+TEST_F(X11SelectedText, ComesInAFewMillisecondsOnceItIsConnected) {
+    session.turnOnForAll();
+    for (const auto program : {Program::mousepad, Program::featherpad}) {
+        session.open(program, "one two");
+        session.selectAll();
+        ASSERT_TRUE(session.comesToTell("one two"));
+        std::vector<double> all;
+        for (int i = 0; i < 50; ++i) {
+            EXPECT_EQ(timed(), "one two");
+            all.push_back(seconds);
+        }
+        std::ranges::sort(all);
+        EXPECT_LT(all[25], 0.03);
+        RecordProperty(program == Program::mousepad ? "gtk_microseconds" : "qt_microseconds",
+                       static_cast<int>(all[25] * 1e6));
+    }
+}
+
+} // namespace sonvale::tests

@@ -1,0 +1,95 @@
+#pragma once
+
+#include "platform/linux/X11AccessibilityTree.h"
+#include "runtime/SystemClock.h"
+#include "tests/support/Editors.h"
+#include "tests/support/PrivateBus.h"
+#include "tests/support/PrivateDisplay.h"
+#include "tests/support/TestKeyboard.h"
+
+#include <X11/keysym.h>
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace sonvale::tests {
+
+/// A display with a window manager, a D-Bus session, an editor in front that tells assistive technology of
+/// itself, and the adapter that asks.
+class AccessibleSession {
+public:
+    /// Starts the editor with this text.
+    void open(Editor::Program program, const std::string& text, bool isAccessible = true,
+              const std::string& command = {}) {
+        editor_.reset();
+        auto environment = environment_;
+        environment["NO_AT_BRIDGE"] = isAccessible ? "0" : "1";
+        editor_ = std::make_unique<Editor>(Editor::Options{display(), program, text, environment, command});
+    }
+
+    void selectAll() { keyboard_->chord(XK_Control_L, XK_a); }
+
+    /// Whether the adapter comes to tell this.
+    bool comesToTell(const std::optional<std::string>& text) {
+        return eventually(10, [&] { return tree_.selectedText() == text; });
+    }
+
+    /// Calls a method of a program of the session; the exit status of dbus-send.
+    int call(std::vector<std::string> words) const {
+        words.insert(words.begin(), {"dbus-send", "--session", "--print-reply"});
+        return run(std::move(words), environment_);
+    }
+
+    /// What screen readers do. There are programs that tell nothing unless it is done before they start, Qt's
+    /// neither unless the registry runs already.
+    void turnOnForAll() const {
+        const std::string wake =
+            "bus=$(dbus-send --session --print-reply=literal --dest=org.a11y.Bus /org/a11y/bus "
+            "org.a11y.Bus.GetAddress | sed 's/^ *//') && "
+            "dbus-send --bus=\"$bus\" --print-reply --dest=org.a11y.atspi.Registry "
+            "/org/a11y/atspi/accessible/root org.a11y.atspi.Accessible.GetChildren";
+        if (call({"--dest=org.a11y.Bus", "/org/a11y/bus", "org.freedesktop.DBus.Properties.Set",
+                  "string:org.a11y.Status", "string:IsEnabled", "variant:boolean:true"}) != 0 ||
+            run({"sh", "-c", wake}, environment_) != 0)
+            throw std::runtime_error("the accessibility bus did not start");
+    }
+
+    /// Everything in the session goes with it.
+    void endDisplay() {
+        editor_.reset();
+        keyboard_.reset();
+        display_.reset();
+    }
+
+    const std::string& display() const { return display_->name(); }
+    const std::map<std::string, std::string>& environment() const { return environment_; }
+    TestKeyboard& keyboard() { return *keyboard_; }
+    Editor& editor() { return *editor_; }
+    platform::linux::X11AccessibilityTree& tree() { return tree_; }
+
+private:
+    std::map<std::string, std::string> common() const {
+        return {{"DISPLAY", display()}, {"XDG_RUNTIME_DIR", directory_.path()}, {"LANG", "C.UTF-8"}};
+    }
+    std::map<std::string, std::string> withBus() const {
+        auto environment = common();
+        environment["DBUS_SESSION_BUS_ADDRESS"] = bus_.address();
+        return environment;
+    }
+
+    TemporaryDirectory directory_;
+    std::unique_ptr<PrivateDisplay> display_ = std::make_unique<PrivateDisplay>(WindowManager::openbox);
+    PrivateBus bus_{common()};
+    const std::map<std::string, std::string> environment_ = withBus();
+    runtime::SystemClock clock_;
+    std::unique_ptr<TestKeyboard> keyboard_ =
+        std::make_unique<TestKeyboard>(display(), TestKeyboard::Source::hardware);
+    std::unique_ptr<Editor> editor_;
+    platform::linux::X11AccessibilityTree tree_{clock_, display(), bus_.address()};
+};
+
+} // namespace sonvale::tests
