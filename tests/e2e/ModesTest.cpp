@@ -132,7 +132,7 @@ TEST(HandsFree, TypesEachUtteranceAndReplacesThemByTheCleanedWhole) {
     tap(session);
     EXPECT_TRUE(session.editor.comesToHold("First words, second words, third words.", 15))
         << session.editor.savedText() << session.program.output();
-    EXPECT_EQ(session.program.history().size(), 4U);
+    EXPECT_TRUE(eventually(5, [&] { return session.program.history().size() == 4; }));
     EXPECT_TRUE(eventually(5, [&] { return session.program.recordings().empty(); }));
     EXPECT_EQ(server.requests(chat).size(), 1U);
 }
