@@ -8,6 +8,7 @@
 #include <QDBusVariant>
 #include <QStringList>
 #include <QVariantMap>
+#include <optional>
 
 namespace sonvale::platform::qt {
 

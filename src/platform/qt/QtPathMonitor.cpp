@@ -51,11 +51,26 @@ private:
     std::optional<NetworkPath> last_;
 };
 
+class SystemBus final {
+public:
+    SystemBus() = default;
+    SystemBus(const SystemBus&) = delete;
+    SystemBus& operator=(const SystemBus&) = delete;
+    ~SystemBus() { QDBusConnection::disconnectFromBus(name_); }
+
+    const QDBusConnection& connection() const { return connection_; }
+
+private:
+    const QString name_ = QStringLiteral("connectivity");
+    const QDBusConnection connection_ = QDBusConnection::connectToBus(QDBusConnection::SystemBus, name_);
+};
+
 /// Qt waits for NetworkManager in a way that cannot be cut short, so one that does not answer is not for Qt.
 /// A wait here ends with the thread.
 bool networkManagerAnswers() {
-    const auto bus = QDBusConnection::systemBus();
-    if (!bus.isConnected())
+    // A connection of its own: the system bus of the process would keep a question that nobody answers.
+    const SystemBus bus;
+    if (!bus.connection().isConnected())
         return false;
     const auto service = QStringLiteral("org.freedesktop.NetworkManager");
     auto question = QDBusMessage::createMethodCall(service, QStringLiteral("/org/freedesktop/NetworkManager"),
@@ -63,7 +78,7 @@ bool networkManagerAnswers() {
                                                    QStringLiteral("Get"));
     question << service << QStringLiteral("State");
     question.setAutoStartService(false);
-    const QDBusPendingCallWatcher answer(bus.asyncCall(question, answerMilliseconds));
+    const QDBusPendingCallWatcher answer(bus.connection().asyncCall(question, answerMilliseconds));
     QEventLoop loop;
     QObject::connect(&answer, &QDBusPendingCallWatcher::finished, &loop, &QEventLoop::quit);
     loop.exec();
