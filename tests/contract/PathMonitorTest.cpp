@@ -116,13 +116,11 @@ public:
 private:
     static ChildProcess::Options makeNetwork() {
         ChildProcess::Options options;
-        options.arguments = {"unshare",
-                             "--map-root-user",
-                             "--net",
-                             "sh",
-                             "-c",
-                             "ip link set lo up && ip link add cable type veth peer name far && "
-                             "ip link set cable up && exec sleep 600"};
+        options.arguments = {"unshare",           "--map-root-user", "--net", "sh", "-c",
+                             R"(ip link set lo up
+                                ip link add cable type veth peer name far
+                                ip link set cable up
+                                exec sleep 600)"};
         return options;
     }
     std::vector<std::string> enter() const {

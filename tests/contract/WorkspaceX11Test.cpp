@@ -51,7 +51,8 @@ TEST_F(X11WorkspaceTest, KnowsARealProgram) {
     options.environment = {{"DISPLAY", display->name()}};
     const tests::ChildProcess terminal(std::move(options));
     ASSERT_TRUE(eventually(20, [this] { return workspace.frontmostApplication().has_value(); }));
-    EXPECT_EQ(workspace.frontmostApplication(), (FrontApplication{"com.apple.Terminal", "a terminal", terminal.pid()}));
+    EXPECT_EQ(workspace.frontmostApplication(),
+              (FrontApplication{"com.apple.Terminal", "a terminal", terminal.pid()}));
 }
 
 TEST_F(X11WorkspaceTest, CountsAWindowThatHasGoneAsNone) {

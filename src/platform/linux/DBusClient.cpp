@@ -33,7 +33,8 @@ bool DBusClient::isAlive() const {
     return connection_ && dbus_connection_get_is_connected(connection_);
 }
 
-std::vector<DBusMessagePointer> DBusClient::ask(std::vector<DBusMessagePointer> calls, double deadline) {
+std::vector<DBusMessagePointer> DBusClient::ask(const std::vector<DBusMessagePointer>& calls,
+                                                double deadline) {
     std::vector<DBusMessagePointer> answers(calls.size());
     if (!isWelcome(deadline) || clock_.now() >= deadline)
         return answers;

@@ -36,7 +36,7 @@ public:
 
     /// Sends all calls at once and waits for their answers, errors among them; null in the place of one that
     /// has not come by the deadline. No call starts a program.
-    std::vector<DBusMessagePointer> ask(std::vector<DBusMessagePointer> calls, double deadline);
+    std::vector<DBusMessagePointer> ask(const std::vector<DBusMessagePointer>& calls, double deadline);
     DBusMessagePointer ask(DBusMessagePointer call, double deadline);
 
     /// Takes in what comes until then; returns early when the bus has gone.

@@ -30,7 +30,7 @@ protected:
     }
 
     /// The front application answers "copy" after `seconds`.
-    void copyAfter(double seconds, FakePasteboard::Items items) {
+    void copyAfter(double seconds, const FakePasteboard::Items& items) {
         input.control().setOnPress([this, seconds, items](Press) {
             if (seconds > 0)
                 runtime::spawn(runtime.main(), copyLater(seconds, items));
