@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace sonvale::services {
@@ -24,27 +25,29 @@ using platform::RecordPermission;
 using platform::SpeechAuthorization;
 using Texts = std::vector<std::string>;
 
-/// Lets a test step in between the end of a sleep and the sleeper's next step.
+/// Lets a test step in on the main actor between the end of a sleep and the sleeper's next step.
 class InterveningClock final : public runtime::Clock {
 public:
-    explicit InterveningClock(runtime::ManualClock& clock)
-        : clock_(clock) {}
+    InterveningClock(runtime::ManualClock& clock, runtime::Actor main)
+        : clock_(clock)
+        , main_(std::move(main)) {}
 
     double now() const override { return clock_.now(); }
     runtime::Date date() const override { return clock_.date(); }
     TimerId schedule(double seconds, std::function<void()> due) override {
         return clock_.schedule(seconds, [this, due = std::move(due)] {
+            if (auto action = std::exchange(whileTheSleeperWakes, {}))
+                main_.post(std::move(action));
             due();
-            if (const auto action = std::exchange(afterTheNextSleep, {}))
-                action();
         });
     }
     bool cancel(TimerId timer) override { return clock_.cancel(timer); }
 
-    std::function<void()> afterTheNextSleep;
+    std::function<void()> whileTheSleeperWakes; ///< once
 
 private:
     runtime::ManualClock& clock_;
+    const runtime::Actor main_;
 };
 
 class PermissionsManagerTest : public testing::Test {
@@ -82,7 +85,7 @@ protected:
     tests::LogCapture log;
     tests::TestRuntime runtime;
     runtime::Actor pool = runtime.makeSerialActor("pool");
-    InterveningClock clock{runtime.clock()};
+    InterveningClock clock{runtime.clock(), runtime.main()};
 
     tests::FakeCaptureAuthorization captureAuthorization;
     tests::FakeAccessibilityTree accessibilityTree;
@@ -506,7 +509,7 @@ TEST_F(PermissionsManagerTest, ANewPollHasAMinuteOfItsOwn) {
 
 TEST_F(PermissionsManagerTest, AnAbandonedPollDoesNotLookOnceMoreWhenItsSleepIsJustOver) {
     manager->pollAccessibility();
-    clock.afterTheNextSleep = [this] { manager->openInputMonitoringAndPoll(); };
+    clock.whileTheSleeperWakes = [this] { manager->openInputMonitoringAndPoll(); };
     advance(1);
     EXPECT_EQ(pages(), listeningPage);
     EXPECT_EQ(accessibility.questions(), 1);
