@@ -25,8 +25,11 @@
 #include "runtime/SystemClock.h"
 #include "runtime/TaskPool.h"
 #include "services/ServiceAddresses.h"
+#include "ui/DashboardWindow.h"
 #include "ui/FloatingPanelController.h"
+#include "ui/MenuPopover.h"
 #include "ui/TrayIcon.h"
+#include "ui/Views.h"
 
 #include <QCoreApplication>
 
@@ -87,6 +90,10 @@ struct CompositionRoot::Parts {
 
     std::unique_ptr<core::AppDelegate> delegate;
 
+    ui::Views views;
+    std::unique_ptr<ui::DashboardWindow> dashboard;
+    std::unique_ptr<ui::MenuModel> menuModel;
+    std::unique_ptr<ui::MenuPopover> menu;
     std::unique_ptr<ui::TrayIcon> trayIcon;
     base::Subscription stateForTray;
     base::Subscription stateForMemory;
@@ -131,11 +138,11 @@ CompositionRoot::~CompositionRoot() = default;
 
 void CompositionRoot::launch() {
     auto& p = *parts_;
+    p.delegate->makeDashboardWindow = [&p] { p.dashboard->open(); };
     p.delegate->applicationDidFinishLaunching();
     const auto& appState = p.delegate->services()->appState();
-
-    p.trayIcon = std::make_unique<ui::TrayIcon>(p.mainContext.actor(), p.clock,
-                                                [&application = p.application] { application.terminate(); });
+    p.dashboard = std::make_unique<ui::DashboardWindow>(p.views, p.mainContext.actor(), appState, p.settings);
+    makeMenu();
     p.stateForTray = appState->recordingState.subscribe(
         [&tray = *p.trayIcon](platform::RecordingState state) { tray.setState(state); });
     p.stateForMemory =
@@ -145,10 +152,27 @@ void CompositionRoot::launch() {
         });
     p.errorForTray = appState->errorMessage.subscribe(
         [&tray = *p.trayIcon](const std::optional<std::string>& message) { tray.setErrorMessage(message); });
+}
 
-    // There is nothing to be led through yet: the shortcuts work from the first start on.
-    if (!appState->isOnboardingComplete.get())
-        appState->completeOnboarding();
+void CompositionRoot::makeMenu() {
+    auto& p = *parts_;
+    const auto openDashboard = [&delegate = *p.delegate] { delegate.openDashboard(); };
+    const auto quit = [&application = p.application] { application.terminate(); };
+    const auto giveKeyboardBack = [&p](std::function<void()> then) { p.menu->closeAndThen(std::move(then)); };
+    const auto toggleMenu = [&p](const QRect& icon) {
+        p.delegate->openWindow = [&p](const std::string&) { p.dashboard->open(); };
+        p.menu->toggle(icon);
+    };
+    p.menuModel = std::make_unique<ui::MenuModel>(
+        p.delegate->services()->appState(), p.settings,
+        ui::MenuModel::Actions{
+            .openDashboard = openDashboard, .quit = quit, .giveKeyboardBack = giveKeyboardBack});
+    p.menu = std::make_unique<ui::MenuPopover>(p.views, *p.menuModel);
+    p.trayIcon = std::make_unique<ui::TrayIcon>(p.mainContext.actor(), p.clock,
+                                                ui::TrayIcon::Actions{.toggleMenu = toggleMenu,
+                                                                      .openDashboard = openDashboard,
+                                                                      .quit = quit,
+                                                                      .noPanel = openDashboard});
 }
 
 void CompositionRoot::shutDown() {
@@ -165,6 +189,9 @@ void CompositionRoot::shutDown() {
     p.stateForMemory.reset();
     p.errorForTray.reset();
     p.trayIcon.reset();
+    p.menu.reset();
+    p.menuModel.reset();
+    p.dashboard.reset();
     p.floatingPanel.hide();
 
     p.registry->cancelAll();

@@ -23,6 +23,8 @@ public:
     void shutDown();
 
 private:
+    void makeMenu();
+
     struct Parts;
     std::unique_ptr<Parts> parts_;
 };

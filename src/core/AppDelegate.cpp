@@ -7,6 +7,13 @@ namespace sonvale::core {
 
 namespace keys = persistence::keys;
 
+namespace {
+
+constexpr double dashboardDelay = 0.2;
+constexpr const char* dashboardTitle = "Son Vale Dashboard";
+
+} // namespace
+
 void AppDelegate::applicationDidFinishLaunching() {
     services_ = std::make_unique<SharedAppServices>(environment_);
     const auto& appState = services_->appState();
@@ -22,6 +29,40 @@ void AppDelegate::applicationDidFinishLaunching() {
     startDataRetention();
     base::systemLog(fmt::format("[AppDelegate] Initialization complete — isOnboardingComplete={}",
                                 appState->isOnboardingComplete.get()));
+
+    if (!appState->isOnboardingComplete.get() || !appState->isModelReachable())
+        runtime::spawn(environment_.main, openDashboardSoon(self_, &environment_.clock));
+}
+
+runtime::Task<> AppDelegate::openDashboardSoon(std::weak_ptr<AppDelegate*> weakSelf, runtime::Clock* clock) {
+    if (co_await runtime::sleep(*clock, dashboardDelay) == runtime::SleepOutcome::interrupted)
+        co_return;
+    if (const auto self = weakSelf.lock())
+        (*self)->openDashboard();
+}
+
+void AppDelegate::openDashboard() {
+    environment_.main.assertCurrent();
+    if (environment_.application.makeKeyAndOrderFront(dashboardTitle))
+        return;
+    prepareDashboard();
+    if (openWindow) {
+        base::systemLog("[AppDelegate] Opening dashboard via stored SwiftUI action");
+        openWindow("dashboard");
+    } else {
+        base::systemLog("[AppDelegate] Opening dashboard via NSHostingController (bridge not yet available)");
+        makeDashboardWindow();
+    }
+}
+
+/// The window may come up ahead of the launch sequence.
+void AppDelegate::prepareDashboard() {
+    const auto& appState = services_->appState();
+    if (appState->modelContext)
+        return;
+    base::systemLog("[Dashboard] Initializing AppState from dashboard window (late init)");
+    appState->modelContext = &services_->modelContainer().mainContext();
+    appState->setup();
 }
 
 void AppDelegate::startDataRetention() {

@@ -464,6 +464,15 @@ runtime::Task<> AppState::insertLast(std::shared_ptr<AppState> self) {
     co_await self->insertText(self->lastTranscription.get());
 }
 
+void AppState::copyText(std::string text) {
+    runtime::spawn(environment_.main, copy(shared_from_this(), std::move(text)));
+}
+
+runtime::Task<> AppState::copy(std::shared_ptr<AppState> self, std::string text) {
+    const auto turn = co_await self->insertion_.lock();
+    co_await self->textInserter->copy(std::move(text));
+}
+
 void AppState::surfaceError(const std::string& message) {
     // Without a panel for the menu the log is where the user can find out.
     if (errorMessage.set(message))

@@ -95,6 +95,12 @@ public:
     /// Inserts `lastTranscription` at the cursor, in whatever state; nothing when it is empty.
     void pasteLastTranscript();
 
+    /// Puts a text on the pasteboard for the user to keep, once no insertion uses it. Begins only; any text.
+    void copyText(std::string text);
+
+    /// Whether there is a key or a user's session for the network's services.
+    bool isModelReachable() const;
+
     /// Begins to open a streaming session ahead of the next recording, where the preference streams; a former
     /// attempt that still runs is cancelled.
     void preWarmEngine();
@@ -172,6 +178,7 @@ private:
     static runtime::Task<> preWarm(std::weak_ptr<AppState> weakSelf);
     static runtime::Task<> updateLevels(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock);
     static runtime::Task<> insertLast(std::shared_ptr<AppState> self);
+    static runtime::Task<> copy(std::shared_ptr<AppState> self, std::string text);
 
     // AppState.Command.cpp
     runtime::Task<std::optional<std::string>> readSelection();
@@ -215,7 +222,6 @@ private:
     runtime::Task<> finishTranscript(std::string text, bool isLocalOnly, double stopTime);
     void endCommandOrSnippet();
     runtime::Task<> insertText(std::string text);
-    bool isModelReachable() const;
     bool isCleanUpWanted(bool isLocalOnly) const;
     runtime::Task<bool> insertSnippet(std::string text);
     runtime::Task<std::string> cleanUp(std::string text, bool isFragment);

@@ -60,6 +60,15 @@ runtime::Task<runtime::Date> TextInserter::runInsertion(std::string text) {
     co_return clock_.date();
 }
 
+runtime::Task<> TextInserter::copy(std::string text) {
+    return runtime::runOn(actor_, runCopy(std::move(text)));
+}
+
+runtime::Task<> TextInserter::runCopy(std::string text) {
+    clipboardManager_.replaceContents(text);
+    co_return;
+}
+
 runtime::Task<> TextInserter::undo(std::int64_t count) {
     if (count < 0) {
         std::fputs("TextInserter.undo: the count is negative\n", stderr);

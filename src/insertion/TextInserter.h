@@ -40,7 +40,11 @@ public:
     /// presses to come.
     runtime::Task<> undo(std::int64_t count);
 
+    /// Puts `text` on the pasteboard to stay. From any actor; an insertion must not be under way.
+    runtime::Task<> copy(std::string text);
+
 private:
+    runtime::Task<> runCopy(std::string text);
     runtime::Task<runtime::Date> runInsertion(std::string text);
     runtime::Task<> runUndo(std::int64_t count);
 

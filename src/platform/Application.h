@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 namespace sonvale::platform {
 
 /// How the program stands in the desktop.
@@ -18,6 +20,10 @@ public:
 
     /// Holds for the windows that are open and for those to come.
     virtual void setActivationPolicy(ActivationPolicy policy) = 0;
+
+    /// Shows the program's window with exactly this title in front of the others, with the keyboard; false
+    /// when it has none.
+    virtual bool makeKeyAndOrderFront(const std::string& windowTitle) = 0;
 
     /// Ends the program by the platform's normal quit.
     virtual void terminate() = 0;

@@ -1,6 +1,7 @@
 #include "ui/TrayIcon.h"
 
 #include "ui/MenuStatus.h"
+#include "ui/Texts.h"
 #include "ui/TrayHost.h"
 #include "ui/TrayIconSymbol.h"
 
@@ -15,31 +16,32 @@ namespace {
 /// A menu is as wide as its widest line; a server's whole answer must not stretch it over the screen.
 constexpr int widestLine = 420;
 
-QString textFor(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
 /// One line, shortened at its end, in which "&" does not mark a shortcut.
 QString lineFor(const std::string& message, const QFont& font) {
     const QString line =
-        QFontMetrics(font).elidedText(textFor(message).simplified(), Qt::ElideRight, widestLine);
+        QFontMetrics(font).elidedText(textOf(message).simplified(), Qt::ElideRight, widestLine);
     return QString(line).replace(QLatin1Char('&'), QLatin1String("&&"));
 }
 
 } // namespace
 
-TrayIcon::TrayIcon(const runtime::Actor& mainActor, runtime::Clock& clock, std::function<void()> onQuit) {
-    status_ = menu_.addAction(textFor(menuStatus(state_)));
+TrayIcon::TrayIcon(const runtime::Actor& mainActor, runtime::Clock& clock, Actions actions)
+    : actions_(std::move(actions)) {
+    status_ = menu_.addAction(textOf(menuStatus(state_)));
     status_->setEnabled(false);
     error_ = menu_.addAction(QString());
     error_->setEnabled(false);
     error_->setVisible(false);
     menu_.addSeparator();
+    const auto* dashboard = menu_.addAction(QStringLiteral("Dashboard"));
+    QObject::connect(dashboard, &QAction::triggered, &menu_, [this] { actions_.openDashboard(); });
+    menu_.addSeparator();
     const auto* quit = menu_.addAction(QStringLiteral("Quit Son Vale"));
-    QObject::connect(quit, &QAction::triggered, &menu_, [onQuit = std::move(onQuit)] { onQuit(); });
+    QObject::connect(quit, &QAction::triggered, &menu_, [this] { actions_.quit(); });
 
     const auto onNoneYet = [this] {
         logger_.info("No panel with a tray here: the program runs without its icon until there is one");
+        actions_.noPanel();
     };
     host_ = std::make_unique<TrayHost>(mainActor, clock, [this] { appear(); }, onNoneYet);
 }
@@ -50,11 +52,10 @@ void TrayIcon::appear() {
     icon_ = std::make_unique<QSystemTrayIcon>(trayIconSymbol(state_));
     icon_->setToolTip(QStringLiteral("Son Vale"));
     icon_->setContextMenu(&menu_);
-    // Panels differ in which button opens the menu of an icon; this one has nothing else to offer.
     QObject::connect(icon_.get(), &QSystemTrayIcon::activated, &menu_,
                      [this](QSystemTrayIcon::ActivationReason reason) {
                          if (reason == QSystemTrayIcon::Trigger)
-                             menu_.popup(QCursor::pos());
+                             actions_.toggleMenu(icon_->geometry());
                      });
     icon_->show();
 }
@@ -63,14 +64,14 @@ void TrayIcon::setState(platform::RecordingState state) {
     if (state == state_)
         return;
     state_ = state;
-    status_->setText(textFor(menuStatus(state)));
+    status_->setText(textOf(menuStatus(state)));
     if (icon_)
         icon_->setIcon(trayIconSymbol(state));
 }
 
 void TrayIcon::setErrorMessage(std::optional<std::string> message) {
     error_->setText(message ? lineFor(*message, menu_.font()) : QString());
-    error_->setToolTip(message ? textFor(*message) : QString());
+    error_->setToolTip(message ? textOf(*message) : QString());
     error_->setVisible(message.has_value());
 }
 

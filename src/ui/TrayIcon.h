@@ -6,6 +6,7 @@
 #include "runtime/Clock.h"
 
 #include <QMenu>
+#include <QRect>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -17,15 +18,26 @@ namespace sonvale::ui {
 
 class TrayHost;
 
-/// The program's place in the panel: an icon that shows the state, and a menu with the state in words, the
-/// error line while there is one, and the way out. Main actor.
+/// The program's place in the panel: an icon that shows the state. Pressing it opens the program's menu; its
+/// context menu, which some panels open at every press, has the state in words, the error line while there is
+/// one, the way to the dashboard, and the way out. Main actor.
 ///
 /// It appears as soon as there is a panel that takes it, which may be later than the program's start or
 /// never; the program goes on without.
 class TrayIcon {
 public:
-    /// `clock` must outlive the icon. `onQuit` is called when the user chooses "Quit Son Vale".
-    TrayIcon(const runtime::Actor& mainActor, runtime::Clock& clock, std::function<void()> onQuit);
+    /// What it leads to.
+    struct Actions {
+        /// With the icon's place on the screen, empty where the panel does not tell.
+        std::function<void(const QRect& icon)> toggleMenu;
+        std::function<void()> openDashboard;
+        std::function<void()> quit;
+        /// There is no panel that takes the icon, so far.
+        std::function<void()> noPanel;
+    };
+
+    /// `clock` must outlive the icon.
+    TrayIcon(const runtime::Actor& mainActor, runtime::Clock& clock, Actions actions);
     ~TrayIcon();
     TrayIcon(const TrayIcon&) = delete;
     TrayIcon& operator=(const TrayIcon&) = delete;
@@ -33,13 +45,14 @@ public:
     void setState(platform::RecordingState state);
     void setErrorMessage(std::optional<std::string> message);
 
-    /// The menu as it opens from the icon.
+    /// The context menu.
     QMenu& menu() { return menu_; }
 
 private:
     void appear();
 
     base::Logger logger_{"TrayIcon"};
+    const Actions actions_;
     platform::RecordingState state_ = platform::RecordingState::idle;
     QMenu menu_;
     QAction* status_ = nullptr;

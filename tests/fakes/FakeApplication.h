@@ -2,7 +2,8 @@
 
 #include "platform/Application.h"
 
-#include <vector>
+#include <set>
+#include <string>
 
 namespace sonvale::tests {
 
@@ -10,13 +11,23 @@ namespace sonvale::tests {
 class FakeApplication final : public platform::Application {
 public:
     void setActivationPolicy(platform::ActivationPolicy policy) override { policy_ = policy; }
+    bool makeKeyAndOrderFront(const std::string& windowTitle) override {
+        const bool isThere = windows.contains(windowTitle);
+        if (isThere)
+            front_ = windowTitle;
+        return isThere;
+    }
     void terminate() override { isTerminated_ = true; }
+
+    std::set<std::string> windows; ///< titles of those that are open
+    const std::string& front() const { return front_; }
 
     platform::ActivationPolicy policy() const { return policy_; }
     bool isTerminated() const { return isTerminated_; }
 
 private:
     platform::ActivationPolicy policy_ = platform::ActivationPolicy::regular;
+    std::string front_;
     bool isTerminated_ = false;
 };
 

@@ -31,6 +31,10 @@ TestRuntime::TestRuntime()
     : impl_(std::make_unique<Impl>()) {}
 
 TestRuntime::~TestRuntime() {
+    endTasks();
+}
+
+void TestRuntime::endTasks() {
     impl_->registry->cancelAll();
     runUntilIdle();
     // Operations that ignore cancellation may still wait for the clock.

@@ -35,6 +35,10 @@ public:
         return runtime::detail::take<T>(std::move(outcome));
     }
 
+    /// Cancels all tasks and lets them end, moving the clock as far as they need it. Ends the process when
+    /// some do not end. A fixture whose members tasks use calls it before these go.
+    void endTasks();
+
     /// Runs and moves the clock until `isDone`.
     void drive(const std::function<bool()>& isDone);
 

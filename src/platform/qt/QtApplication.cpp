@@ -35,14 +35,32 @@ void QtApplication::setActivationPolicy(ActivationPolicy policy) {
     }
 }
 
+bool QtApplication::makeKeyAndOrderFront(const std::string& windowTitle) {
+    const auto title = QString::fromStdString(windowTitle);
+    for (QWindow* window : QGuiApplication::topLevelWindows()) {
+        if (!window->isVisible() || window->title() != title)
+            continue;
+        if (window->windowStates() & Qt::WindowMinimized)
+            window->showNormal();
+        window->raise();
+        window->requestActivate();
+        return true;
+    }
+    return false;
+}
+
 void QtApplication::terminate() {
     QMetaObject::invokeMethod(qGuiApp, [] { QCoreApplication::quit(); }, Qt::QueuedConnection);
 }
 
 bool QtApplication::eventFilter(QObject* object, QEvent* event) {
-    if (event->type() == QEvent::Show && object->isWindowType() &&
-        canBeInTaskbar(static_cast<QWindow&>(*object)))
-        placeNewWindow(static_cast<QWindow&>(*object));
+    if (event->type() == QEvent::Show && object->isWindowType()) {
+        auto& window = static_cast<QWindow&>(*object);
+        if (canBeInTaskbar(window))
+            placeNewWindow(window);
+        else if (window.isTopLevel() && window.type() == Qt::Tool)
+            prepareTaskbarPlace(window, false); // some task bars list them all the same
+    }
     return QObject::eventFilter(object, event);
 }
 

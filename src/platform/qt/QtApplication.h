@@ -20,6 +20,8 @@ public:
 
     void setActivationPolicy(ActivationPolicy policy) override;
 
+    bool makeKeyAndOrderFront(const std::string& windowTitle) override;
+
     /// Quits from the event loop, after the caller has returned; also when the loop has yet to start.
     void terminate() override;
 

@@ -1,6 +1,15 @@
+#include "persistence/Settings.h"
+#include "persistence/SettingsKeys.h"
 #include "tests/cases/runner/CaseInput.h"
+#include "tests/support/ChildProcess.h"
+#include "ui/Languages.h"
+#include "ui/LoginCheck.h"
+#include "ui/MenuStatus.h"
+#include "ui/OnboardingStep.h"
 #include "ui/RingGeometry.h"
+#include "ui/ScratchpadText.h"
 
+#include <fstream>
 #include <map>
 
 namespace sonvale::tests {
@@ -31,6 +40,17 @@ int index(const json& in, const char* name, int count) {
     return static_cast<int>(value);
 }
 
+/// What the settings make of a value that somebody wrote into their file.
+std::optional<std::int64_t> storedStep(const json& value) {
+    const TemporaryDirectory folder;
+    const auto file = folder.path() + "/defaults.json";
+    json content = json::object();
+    if (!value.is_null())
+        content[std::string(persistence::keys::onboardingStep.name)] = value;
+    std::ofstream(file) << content;
+    return persistence::Settings(file).stored(persistence::keys::onboardingStep);
+}
+
 } // namespace
 
 void addInterfaceCases(CaseRegistry& registry) {
@@ -41,6 +61,19 @@ void addInterfaceCases(CaseRegistry& registry) {
                           index(in, "point", ui::ringPointCount));
         return json{{"x", point.x}, {"y", point.y}};
     };
+    registry["onboardingStep"] = [](const json& in) {
+        return json(ui::caseName(ui::onboardingStepAtStart(storedStep(field(in, "stored")))));
+    };
+    registry["loginCheck"] = [](const json& in) {
+        const auto message = ui::loginCheck({.email = text(in, "email"),
+                                             .password = text(in, "password"),
+                                             .confirmPassword = text(in, "confirmPassword"),
+                                             .isSignUp = boolean(in, "isSignUp")});
+        return message ? json(*message) : json();
+    };
+    registry["menuStatus"] = [](const json& in) { return json(ui::menuStatus(recordingState(in))); };
+    registry["languageName"] = [](const json& in) { return json(ui::languageName(text(in, "code"))); };
+    registry["scratchpadWords"] = [](const json& in) { return json(ui::scratchpadWords(text(in, "text"))); };
 }
 
 } // namespace sonvale::tests

@@ -15,6 +15,11 @@ namespace {
 
 using namespace sonvale;
 
+/// What the icon was told to do by its panel.
+void say(const char* what) {
+    std::cout << what << std::endl;
+}
+
 void obey(ui::TrayIcon& tray, const std::string& line) {
     using platform::RecordingState;
     if (line == "idle")
@@ -38,7 +43,11 @@ int main(int argc, char** argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     runtime::SystemClock clock;
     platform::qt::QtMainContext context(clock, std::make_shared<runtime::TaskRegistry>());
-    ui::TrayIcon tray(context.actor(), clock, [] { QApplication::quit(); });
+    ui::TrayIcon tray(context.actor(), clock,
+                      {.toggleMenu = [](const QRect&) { say("menu"); },
+                       .openDashboard = [] { say("dashboard"); },
+                       .quit = [] { QApplication::quit(); },
+                       .noPanel = [] { say("no panel"); }});
 
     std::string input;
     QSocketNotifier orders(STDIN_FILENO, QSocketNotifier::Read);

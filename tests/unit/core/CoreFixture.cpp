@@ -28,6 +28,7 @@ CoreFixture::CoreFixture() {
 
 CoreFixture::~CoreFixture() {
     state_.reset();
+    runtime_.endTasks();
     base::setLogSinks(std::move(formerSinks_));
 }
 

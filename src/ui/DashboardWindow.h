@@ -1,0 +1,46 @@
+#pragma once
+
+#include "core/AppState.h"
+#include "persistence/Settings.h"
+#include "ui/DashboardModel.h"
+#include "ui/Views.h"
+
+#include <QObject>
+#include <memory>
+
+namespace sonvale::ui {
+
+/// The application's one ordinary window. It is made when it opens and gone when it is closed, with the
+/// memory that its views took. Main actor.
+class DashboardWindow final : public QObject {
+    Q_OBJECT
+
+public:
+    static constexpr const char* title = "Son Vale Dashboard";
+
+    /// Everything that is referred to must outlive it.
+    DashboardWindow(Views& views, runtime::Actor main, std::shared_ptr<core::AppState> appState,
+                    persistence::Settings& settings);
+    ~DashboardWindow() override;
+
+    /// Opens the window, or brings the open one to the front.
+    void open();
+
+    /// The open window; null when there is none.
+    QQuickView* view() const { return view_.get(); }
+
+protected:
+    bool eventFilter(QObject* object, QEvent* event) override;
+
+private:
+    void drop();
+
+    Views& views_;
+    const runtime::Actor main_;
+    const std::shared_ptr<core::AppState> appState_;
+    persistence::Settings& settings_;
+    std::unique_ptr<DashboardModel> model_;
+    std::unique_ptr<QQuickView> view_;
+};
+
+} // namespace sonvale::ui

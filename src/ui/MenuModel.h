@@ -1,0 +1,66 @@
+#pragma once
+
+#include "base/Observed.h"
+#include "core/AppState.h"
+#include "persistence/Settings.h"
+
+#include <QObject>
+#include <QVariantList>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace sonvale::ui {
+
+/// What the menu at the tray shows and does. It follows the controller; main actor.
+class MenuModel final : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QString state READ state NOTIFY stateChanged)
+    Q_PROPERTY(QString statusText READ statusText NOTIFY stateChanged)
+    Q_PROPERTY(QString lastTranscription READ lastTranscription NOTIFY transcriptionChanged)
+    Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY errorChanged)
+    Q_PROPERTY(QString language READ language NOTIFY languageChanged)
+    Q_PROPERTY(QString languageName READ languageName NOTIFY languageChanged)
+    Q_PROPERTY(QVariantList languages READ languages CONSTANT)
+
+public:
+    struct Actions {
+        std::function<void()> openDashboard;
+        std::function<void()> quit;
+        /// Closes the menu, and then calls back once the keyboard is the front application's again.
+        std::function<void(std::function<void()> then)> giveKeyboardBack;
+    };
+
+    /// `settings` must outlive the model.
+    MenuModel(std::shared_ptr<core::AppState> appState, persistence::Settings& settings, Actions actions);
+
+    QString state() const; ///< the case's name, such as "processing"
+    QString statusText() const;
+    QString lastTranscription() const;
+    QString errorMessage() const; ///< empty for none
+    QString language() const;
+    QString languageName() const;
+    static QVariantList languages();
+
+    /// Does nothing without a text, like the next.
+    Q_INVOKABLE void copyLastTranscript();
+    Q_INVOKABLE void pasteLastTranscript();
+    Q_INVOKABLE void openDashboard();
+    Q_INVOKABLE void selectLanguage(const QString& code);
+    Q_INVOKABLE void quit();
+    /// For whatever else may have changed the setting.
+    Q_INVOKABLE void refresh() { Q_EMIT languageChanged(); }
+
+    Q_SIGNAL void stateChanged();
+    Q_SIGNAL void transcriptionChanged();
+    Q_SIGNAL void errorChanged();
+    Q_SIGNAL void languageChanged();
+
+private:
+    std::shared_ptr<core::AppState> appState_;
+    persistence::Settings& settings_;
+    Actions actions_;
+    std::vector<base::Subscription> subscriptions_;
+};
+
+} // namespace sonvale::ui

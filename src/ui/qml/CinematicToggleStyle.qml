@@ -1,0 +1,54 @@
+import QtQuick
+import QtQuick.Controls.Basic
+
+/// The switch of the settings.
+Switch {
+    id: toggle
+
+    implicitWidth: 44
+    implicitHeight: Theme.hitHeight
+    focusPolicy: Qt.StrongFocus
+    Accessible.name: text
+
+    indicator: Rectangle {
+        x: (toggle.width - width) / 2
+        y: (toggle.height - height) / 2
+        width: 40
+        height: 24
+        radius: 12
+        color: toggle.checked ? Theme.accent : Theme.raised
+        border.width: 1
+        border.color: toggle.checked ? Theme.accent : Theme.fieldLine
+
+        Behavior on color  {
+            ColorAnimation {
+                duration: Theme.motion
+            }
+        }
+
+        Rectangle {
+            x: toggle.checked ? parent.width - width - 3 : 3
+            y: 3
+            width: 18
+            height: 18
+            radius: 9
+            color: toggle.checked ? Theme.textOnAccent : Theme.secondaryText
+
+            Behavior on x  {
+                NumberAnimation {
+                    duration: Theme.motion
+                    easing.type: Easing.OutCubic
+                }
+            }
+        }
+
+        FocusRing {
+            control: toggle
+            controlRadius: 12
+            anchors.fill: parent
+        }
+    }
+
+    contentItem: Item {
+    }
+}

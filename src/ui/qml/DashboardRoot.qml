@@ -1,0 +1,44 @@
+import QtQuick
+
+/// The content of the dashboard's window: what the user has to do first, or the dashboard.
+Rectangle {
+    id: root
+
+    required property var model
+
+    color: Theme.window
+
+    Loader {
+        id: content
+
+        anchors.fill: parent
+        focus: true
+        sourceComponent: root.model.content === "onboarding" ? onboarding : root.model.content === "login" ? login : home
+        onLoaded: item.forceActiveFocus()
+    }
+
+    Component {
+        id: onboarding
+
+        OnboardingView {
+            objectName: "onboarding"
+            model: root.model.onboarding
+        }
+    }
+    Component {
+        id: login
+
+        LoginView {
+            objectName: "login"
+            model: root.model.login
+        }
+    }
+    Component {
+        id: home
+
+        HomeView {
+            objectName: "home"
+            model: root.model
+        }
+    }
+}

@@ -1,0 +1,29 @@
+import QtQuick
+
+/// Where the dashboard begins.
+FocusScope {
+    id: home
+
+    required property var model
+
+    Column {
+        anchors.centerIn: parent
+        width: Math.min(520, parent.width - 2 * Theme.pageEdge)
+        spacing: Theme.inCard
+
+        Symbol {
+            anchors.horizontalCenter: parent.horizontalCenter
+            name: "waveform"
+            size: 40
+            color: Theme.accent
+        }
+        SVText {
+            objectName: "lastTranscription"
+            width: parent.width
+            horizontalAlignment: Text.AlignHCenter
+            text: home.model.lastTranscription === "" ? Texts.startHint : home.model.lastTranscription.substring(0, 2000)
+            maximumLineCount: 12
+            elide: Text.ElideRight
+        }
+    }
+}

@@ -1,0 +1,35 @@
+import QtQuick
+import QtQuick.Controls.Basic
+
+/// Words that do something; a part of them may be bold.
+AbstractButton {
+    id: link
+
+    implicitHeight: Theme.hitHeight
+    implicitWidth: words.implicitWidth + 2 * Theme.inControl
+    focusPolicy: Qt.StrongFocus
+    hoverEnabled: true
+    opacity: enabled ? 1 : 0.5
+    Accessible.role: Accessible.Button
+    Accessible.name: text.replace(/<[^>]*>/g, "")
+    Keys.onReturnPressed: link.clicked()
+    Keys.onEnterPressed: link.clicked()
+
+    background: Item {
+        FocusRing {
+            control: link
+            anchors.margins: -2
+        }
+    }
+
+    contentItem: Text {
+        id: words
+
+        text: link.text
+        textFormat: Text.StyledText
+        font: Theme.body
+        color: link.hovered ? Theme.text : Theme.secondaryText
+        horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+    }
+}

@@ -1,0 +1,38 @@
+import QtQuick
+import QtQuick.Controls.Basic
+
+/// A button beside the main one.
+Button {
+    id: button
+
+    implicitHeight: 40
+    implicitWidth: Math.max(80, words.implicitWidth + 2 * 16)
+    opacity: enabled ? 1 : 0.5
+    focusPolicy: Qt.StrongFocus
+    hoverEnabled: true
+    Accessible.name: text
+    Keys.onReturnPressed: button.clicked()
+    Keys.onEnterPressed: button.clicked()
+
+    background: Rectangle {
+        radius: Theme.controlRadius
+        color: button.down ? Theme.hairline : button.hovered ? Theme.raised : "transparent"
+        border.width: 1
+        border.color: Theme.hairline
+
+        FocusRing {
+            control: button
+        }
+    }
+
+    contentItem: SVText {
+        id: words
+
+        text: button.text
+        font: Theme.rowTitle
+        horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+        wrapMode: Text.NoWrap
+        elide: Text.ElideRight
+    }
+}

@@ -1,0 +1,61 @@
+import QtQuick
+import QtQuick.Controls.Basic
+
+/// One line to type into; a secure one hides what is typed until its eye is pressed.
+FocusScope {
+    id: field
+
+    property alias text: input.text
+    property string placeholder
+    property bool isSecure: false
+    property bool isDisabled: false
+    property bool isRevealed: false
+    readonly property bool isFocused: input.activeFocus
+
+    signal accepted
+
+    implicitHeight: 44
+    implicitWidth: 320
+    opacity: isDisabled ? 0.6 : 1
+
+    TextField {
+        id: input
+
+        anchors.fill: parent
+        focus: true
+        enabled: !field.isDisabled
+        placeholderText: field.placeholder
+        placeholderTextColor: Theme.secondaryText
+        color: Theme.text
+        font: Theme.body
+        selectByMouse: true
+        selectionColor: Theme.accent
+        selectedTextColor: Theme.textOnAccent
+        leftPadding: 14
+        rightPadding: field.isSecure ? 44 : 14
+        maximumLength: 20000
+        echoMode: field.isSecure && !field.isRevealed ? TextInput.Password : TextInput.Normal
+        inputMethodHints: field.isSecure ? Qt.ImhHiddenText | Qt.ImhSensitiveData | Qt.ImhNoPredictiveText | Qt.ImhNoAutoUppercase : Qt.ImhNoAutoUppercase | Qt.ImhEmailCharactersOnly
+        Accessible.name: field.placeholder
+        onAccepted: field.accepted()
+
+        background: Rectangle {
+            radius: Theme.controlRadius
+            color: Theme.surface
+            border.width: input.activeFocus ? 2 : 1
+            border.color: input.activeFocus ? Theme.accent : Theme.fieldLine
+        }
+    }
+
+    SymbolButton {
+        objectName: "reveal"
+        anchors.right: parent.right
+        anchors.rightMargin: 6
+        anchors.verticalCenter: parent.verticalCenter
+        visible: field.isSecure
+        enabled: !field.isDisabled
+        symbol: field.isRevealed ? "eye" : "eye.slash"
+        text: field.isRevealed ? Texts.hidePassword : Texts.showPassword
+        onClicked: field.isRevealed = !field.isRevealed
+    }
+}

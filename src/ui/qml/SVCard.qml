@@ -1,0 +1,23 @@
+import QtQuick
+
+/// A surface with room for its content, which stands in it from the top.
+Rectangle {
+    id: card
+
+    default property alias content: holder.data
+    property int padding: Theme.inCard
+
+    implicitWidth: holder.childrenRect.width + 2 * padding
+    implicitHeight: holder.childrenRect.height + 2 * padding
+    radius: Theme.cardRadius
+    color: Theme.surface
+    border.width: 1
+    border.color: Theme.hairline
+
+    Item {
+        id: holder
+
+        anchors.fill: parent
+        anchors.margins: card.padding
+    }
+}

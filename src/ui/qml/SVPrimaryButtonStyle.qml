@@ -1,0 +1,37 @@
+import QtQuick
+import QtQuick.Controls.Basic
+
+/// The filled button of a screen's one main action; dimmed while it is disabled.
+Button {
+    id: button
+
+    implicitHeight: 40
+    implicitWidth: Math.max(120, words.implicitWidth + 2 * 20)
+    opacity: enabled ? 1 : 0.5
+    focusPolicy: Qt.StrongFocus
+    hoverEnabled: true
+    Accessible.name: text
+    Keys.onReturnPressed: button.clicked()
+    Keys.onEnterPressed: button.clicked()
+
+    background: Rectangle {
+        radius: Theme.controlRadius
+        color: button.down ? Qt.darker(Theme.accent, 1.15) : button.hovered ? Qt.darker(Theme.accent, 1.07) : Theme.accent
+
+        FocusRing {
+            control: button
+        }
+    }
+
+    contentItem: SVText {
+        id: words
+
+        text: button.text
+        font: Theme.rowTitle
+        color: Theme.textOnAccent
+        horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+        wrapMode: Text.NoWrap
+        elide: Text.ElideRight
+    }
+}

@@ -1,0 +1,7 @@
+import QtQuick
+
+Rectangle {
+    implicitHeight: 1
+    implicitWidth: 40
+    color: Theme.hairline
+}

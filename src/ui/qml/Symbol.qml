@@ -1,0 +1,17 @@
+import QtQuick
+import QtQuick.Window
+
+/// A line drawing of the program's own set, in one colour.
+Image {
+    id: symbol
+
+    property string name
+    property color color: Theme.text
+    property int size: 20
+
+    width: size
+    height: size
+    sourceSize: Qt.size(Math.round(size * Screen.devicePixelRatio), Math.round(size * Screen.devicePixelRatio))
+    source: name === "" ? "" : "image://symbol/" + name + "/" + encodeURIComponent(String(color))
+    fillMode: Image.PreserveAspectFit
+}

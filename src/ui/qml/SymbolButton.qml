@@ -1,0 +1,38 @@
+import QtQuick
+import QtQuick.Controls.Basic
+
+/// A button that is a symbol alone; its words are for screen readers and the tool tip.
+AbstractButton {
+    id: button
+
+    property string symbol
+
+    implicitWidth: Theme.hitHeight
+    implicitHeight: Theme.hitHeight
+    focusPolicy: Qt.StrongFocus
+    hoverEnabled: true
+    opacity: enabled ? 1 : 0.45
+    Accessible.role: Accessible.Button
+    Accessible.name: text
+    Keys.onReturnPressed: button.clicked()
+    Keys.onEnterPressed: button.clicked()
+
+    background: Rectangle {
+        radius: Theme.controlRadius
+        color: button.down ? Theme.hairline : button.hovered ? Theme.raised : "transparent"
+
+        FocusRing {
+            control: button
+            anchors.margins: -2
+        }
+    }
+
+    contentItem: Item {
+        Symbol {
+            anchors.centerIn: parent
+            name: button.symbol
+            size: 18
+            color: Theme.secondaryText
+        }
+    }
+}

@@ -1,0 +1,105 @@
+pragma Singleton
+import QtQuick
+
+/// Every text of the views that is not told by a model, for translation.
+QtObject {
+    readonly property string applicationName: qsTr("Son Vale")
+    readonly property string copy: qsTr("Copy")
+
+    // The menu.
+    readonly property string startHint: qsTr("Hold ⌥D to start dictating")
+    readonly property string dashboard: qsTr("Dashboard")
+    readonly property string copyLast: qsTr("Copy Last Transcript")
+    readonly property string pasteLast: qsTr("Paste Last Transcript")
+    readonly property string pasteLastShortcut: "⌘⌥V"
+    readonly property string shortcuts: qsTr("Shortcuts")
+    readonly property string language: qsTr("Language")
+    readonly property string quit: qsTr("Quit Son Vale")
+
+    // The way in.
+    readonly property string signIn: qsTr("Sign In")
+    readonly property string signInSubtitle: qsTr("Sign in to your Son Vale account.")
+    readonly property string createAccount: qsTr("Create Account")
+    readonly property string createAccountSubtitle: qsTr("Create an account to start using Son Vale.")
+    readonly property string emailAddress: qsTr("Email address")
+    readonly property string password: qsTr("Password")
+    readonly property string confirmPassword: qsTr("Confirm password")
+    readonly property string noAccount: qsTr("Don't have an account? <b>Sign up</b>")
+    readonly property string haveAccount: qsTr("Already have an account? <b>Sign in</b>")
+    readonly property string showPassword: qsTr("Show password")
+    readonly property string hidePassword: qsTr("Hide password")
+
+    // The steps for a new user.
+    readonly property string back: qsTr("Back")
+    readonly property string skip: qsTr("Skip")
+    readonly property string continueOn: qsTr("Continue")
+    readonly property string getStarted: qsTr("Get Started")
+    readonly property string checkAgain: qsTr("Check Again")
+    readonly property string granted: qsTr("Granted")
+    readonly property string notGranted: qsTr("Not granted")
+    readonly property string skipForNow: qsTr("Skip for Now")
+    readonly property string listening: qsTr("Listening...")
+    readonly property string polishing: qsTr("Polishing")
+    readonly property string inputMonitoringHint: qsTr("Don't see Son Vale in the list? Click the \"+\" button and select Son Vale from your Applications folder.")
+    readonly property string privacyLine: qsTr("Privacy Mode in Settings")
+    readonly property string microphone: qsTr("Microphone")
+    readonly property string accessibility: qsTr("Accessibility")
+    readonly property string inputMonitoring: qsTr("Input Monitoring")
+    readonly property string speechRecognition: qsTr("Speech Recognition")
+
+    /// By the steps' names: title, body, and the words of the button that asks for the grant.
+    readonly property var steps: ({
+            "welcome": {
+                "title": qsTr("Welcome to Son Vale"),
+                "body": qsTr("Voice-to-text that adapts to how you write.\nLet's set up a few things first.")
+            },
+            "microphone": {
+                "title": qsTr("Microphone Access"),
+                "body": qsTr("Son Vale needs access to your microphone to transcribe your speech."),
+                "ask": qsTr("Grant Microphone Access")
+            },
+            "speechRecognition": {
+                "title": qsTr("Offline Speech Recognition"),
+                "body": qsTr("Enable on-device speech recognition for private,\noffline transcription — no data leaves your Mac."),
+                "ask": qsTr("Enable Speech Recognition")
+            },
+            "accessibility": {
+                "title": qsTr("Accessibility Access"),
+                "body": qsTr("Required to paste transcribed text into other apps.\nYou'll need to enable this in System Settings."),
+                "ask": qsTr("Open Accessibility Settings")
+            },
+            "inputMonitoring": {
+                "title": qsTr("Input Monitoring"),
+                "body": qsTr("Required for the global hotkey to work.\nEnable Input Monitoring in System Settings."),
+                "ask": qsTr("Open Input Monitoring Settings")
+            },
+            "ready": {
+                "title": qsTr("You're All Set!"),
+                "body": qsTr("Press %1 to start dictating.\nYour text will appear wherever your cursor is.")
+            },
+            "howToUse": {
+                "title": qsTr("Here's How to Use Son Vale"),
+                "body": qsTr("A quick look at the basics.")
+            },
+            "pushToTalk": {
+                "title": qsTr("Hold to Dictate"),
+                "body": qsTr("Hold your hotkey, speak, release.")
+            },
+            "handsFree": {
+                "title": qsTr("Hands-Free"),
+                "body": qsTr("Tap once to start. Tap again to stop.")
+            },
+            "processingExplainer": {
+                "title": qsTr("What the Colors Mean"),
+                "body": qsTr("Green means we're cleaning up your text.")
+            },
+            "privacyTip": {
+                "title": qsTr("Chat History"),
+                "body": qsTr("History stays on your Mac. Or turn it off entirely.")
+            },
+            "accessingApp": {
+                "title": qsTr("You're Ready"),
+                "body": qsTr("Find Son Vale in your menu bar, always.")
+            }
+        })
+}

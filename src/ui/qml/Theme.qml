@@ -1,0 +1,67 @@
+pragma Singleton
+import QtQuick
+import SonVale.App
+
+/// Colours, type, space and motion, in one place.
+QtObject {
+    readonly property bool isDark: Appearance.isDark
+
+    readonly property color window: isDark ? "#111318" : "#F6F7F9"
+    readonly property color surface: isDark ? "#1A1D24" : "#FFFFFF"
+    readonly property color raised: isDark ? "#222630" : "#F0F2F5"
+    readonly property color hairline: isDark ? "#2D323D" : "#E3E6EB"
+    readonly property color fieldLine: isDark ? "#6B7484" : "#8A93A2"
+    readonly property color text: isDark ? "#F2F4F8" : "#14171C"
+    readonly property color secondaryText: isDark ? "#A3ACBA" : "#5B6472"
+    readonly property color accent: isDark ? "#6E9BFF" : "#2A63F0"
+    readonly property color textOnAccent: isDark ? "#0B1220" : "#FFFFFF"
+    readonly property color good: isDark ? "#59D08E" : "#1B8A4E"
+    readonly property color caution: isDark ? "#F0B35A" : "#9A5B00"
+    readonly property color danger: isDark ? "#FF7B72" : "#C0352B"
+    /// The ring glows on its own ground, whatever the window's.
+    readonly property color ringGround: "#111318"
+
+    readonly property string family: "Inter"
+    readonly property font pageTitle: Qt.font({
+            "family": family,
+            "pixelSize": 26,
+            "weight": 650
+        })
+    readonly property font section: Qt.font({
+            "family": family,
+            "pixelSize": 17,
+            "weight": 600
+        })
+    readonly property font body: Qt.font({
+            "family": family,
+            "pixelSize": 14,
+            "weight": 400
+        })
+    readonly property font rowTitle: Qt.font({
+            "family": family,
+            "pixelSize": 14,
+            "weight": 550
+        })
+    readonly property font caption: Qt.font({
+            "family": family,
+            "pixelSize": 12,
+            "weight": 400
+        })
+    readonly property real lineHeight: 1.4
+
+    readonly property int inControl: 8
+    readonly property int betweenRows: 12
+    readonly property int inCard: 16
+    readonly property int betweenCards: 24
+    readonly property int pageEdge: 32
+    readonly property int cardRadius: 12
+    readonly property int controlRadius: 8
+    readonly property int hitHeight: 32
+
+    readonly property int motion: Appearance.isMotionReduced ? 0 : 150
+
+    /// A layer of `colour` over `ground`.
+    function tint(colour, strength) {
+        return Qt.rgba(colour.r, colour.g, colour.b, strength);
+    }
+}

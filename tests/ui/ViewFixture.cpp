@@ -1,0 +1,147 @@
+#include "tests/ui/ViewFixture.h"
+
+#include "tests/ui/DesktopProbe.h"
+
+#include <QCoreApplication>
+#include <QTest>
+#include <stdexcept>
+
+namespace sonvale::tests {
+
+namespace {
+
+QQuickItem* visibleItem(QQuickItem* from, const std::string& name) {
+    if (!from->isVisible())
+        return nullptr;
+    if (from->objectName().toStdString() == name)
+        return from;
+    for (auto* child : from->childItems()) {
+        if (auto* found = visibleItem(child, name))
+            return found;
+    }
+    return nullptr;
+}
+
+void collectTexts(QQuickItem* from, std::vector<std::string>& texts) {
+    if (!from->isVisible())
+        return;
+    if (from->inherits("QQuickText")) {
+        const auto text = from->property("text").toString();
+        if (!text.isEmpty())
+            texts.push_back(text.toStdString());
+    }
+    for (auto* child : from->childItems())
+        collectTexts(child, texts);
+}
+
+} // namespace
+
+ViewFixture::ViewFixture() {
+    views_.onWarning = [this](const QString& warning) { warnings_.append(warning); };
+    settleViews();
+}
+
+ViewFixture::~ViewFixture() = default;
+
+void ViewFixture::TearDown() {
+    menu_.reset();
+    menuModel_.reset();
+    dashboard_.reset();
+    settleViews();
+    EXPECT_EQ(warnings_.join(QLatin1Char('\n')).toStdString(), "");
+    CoreFixture::TearDown();
+}
+
+QQuickView& ViewFixture::openDashboard() {
+    dashboard_ = std::make_unique<ui::DashboardWindow>(views_, runtimeSupport().main(),
+                                                       state().shared_from_this(), settings());
+    dashboard_->open();
+    EXPECT_TRUE(QTest::qWaitForWindowActive(dashboard_->view(), 10000));
+    settleViews();
+    return *dashboard_->view();
+}
+
+void ViewFixture::closeDashboard() {
+    dashboard_.reset();
+    settleViews();
+}
+
+QQuickView& ViewFixture::openMenu() {
+    menu_.reset();
+    menuModel_ = std::make_unique<ui::MenuModel>(
+        state().shared_from_this(), settings(),
+        ui::MenuModel::Actions{
+            .openDashboard = [this] { ++dashboardsOpened; },
+            .quit = [this] { ++quits; },
+            .giveKeyboardBack =
+                [this](std::function<void()> then) { menu_->closeAndThen(std::move(then)); }});
+    menu_ = std::make_unique<ui::MenuPopover>(views_, *menuModel_);
+    menu_->toggle(QRect(500, 100, 16, 16));
+    EXPECT_TRUE(QTest::qWaitForWindowActive(menu_->view(), 10000));
+    settleViews();
+    return *menu_->view();
+}
+
+QQuickItem* ViewFixture::find(QQuickView& view, const std::string& name) {
+    return visibleItem(view.rootObject(), name);
+}
+
+QQuickItem& ViewFixture::item(QQuickView& view, const std::string& name) {
+    auto* found = find(view, name);
+    if (!found)
+        throw std::runtime_error("nothing shows that is called " + name);
+    return *found;
+}
+
+std::string ViewFixture::text(QQuickView& view, const std::string& name) {
+    const auto* found = find(view, name);
+    return found ? found->property("text").toString().toStdString() : std::string();
+}
+
+std::vector<std::string> ViewFixture::readable(QQuickView& view) {
+    std::vector<std::string> texts;
+    collectTexts(view.rootObject(), texts);
+    return texts;
+}
+
+void ViewFixture::click(QQuickView& view, const std::string& name) {
+    auto& target = item(view, name);
+    QPoint middle;
+    // A window that grows with its content waits for the window manager.
+    EXPECT_TRUE(eventuallyInQt(5, [&] {
+        middle = target.mapToScene(QPointF(target.width() / 2, target.height() / 2)).toPoint();
+        return QRect(QPoint(), view.size()).contains(middle);
+    })) << name;
+    QTest::mouseClick(&view, Qt::LeftButton, {}, middle);
+    settleViews();
+}
+
+void ViewFixture::press(QQuickView& view, Qt::Key key) {
+    QTest::keyClick(&view, key);
+    settleViews();
+}
+
+void ViewFixture::type(QQuickView& view, const std::string& text) {
+    for (const QChar letter : QString::fromStdString(text))
+        QTest::sendKeyEvent(QTest::Click, &view, Qt::Key_unknown, QString(letter), Qt::NoModifier);
+    settleViews();
+}
+
+std::string ViewFixture::focused(QQuickView& view) {
+    for (auto* each = view.activeFocusItem(); each; each = each->parentItem()) {
+        if (!each->objectName().isEmpty())
+            return each->objectName().toStdString();
+    }
+    return {};
+}
+
+void ViewFixture::settleViews() {
+    for (int i = 0; i < 5; ++i) {
+        runtimeSupport().runUntilIdle();
+        QCoreApplication::sendPostedEvents(nullptr, 0);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QCoreApplication::processEvents();
+    }
+}
+
+} // namespace sonvale::tests
