@@ -133,4 +133,12 @@ void StatusNotifierPanel::choose(int id) {
     bus_.send(order);
 }
 
+void StatusNotifierPanel::activate() {
+    auto order = QDBusMessage::createMethodCall(items_.at(0), QStringLiteral("/StatusNotifierItem"),
+                                                QStringLiteral("org.kde.StatusNotifierItem"),
+                                                QStringLiteral("Activate"));
+    order << 0 << 0;
+    bus_.send(order);
+}
+
 } // namespace sonvale::tests

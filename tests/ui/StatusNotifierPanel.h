@@ -47,6 +47,8 @@ public:
     /// The visible lines of the first item's menu.
     std::vector<MenuLine> menu();
     void choose(int id);
+    /// Presses the first item's icon.
+    void activate();
 
     bool hasHost() const { return true; }
 

@@ -143,7 +143,8 @@ TEST(TrayIcon, StandsInAStatusNotifierPanel) {
     TrayProgram program(bus.address());
     ASSERT_TRUE(eventuallyInQt(20, [&] { return panel.itemCount() == 1; }));
     EXPECT_EQ(panel.iconGround(), ground(RecordingState::idle));
-    EXPECT_EQ(labels(panel.menu()), (std::vector<std::string>{"Ready", "-", "Quit Son Vale"}));
+    EXPECT_EQ(labels(panel.menu()),
+              (std::vector<std::string>{"Ready", "-", "Dashboard", "-", "Quit Son Vale"}));
     EXPECT_FALSE(panel.menu().at(0).isEnabled);
     EXPECT_EQ(program.timesLogged(noPanel), 0);
 }
@@ -168,8 +169,9 @@ TEST(TrayIcon, ShowsTheErrorLineWhileThereIsOne) {
     ASSERT_TRUE(eventuallyInQt(20, [&] { return panel.itemCount() == 1; }));
     program.tell("error No speech detected");
     EXPECT_TRUE(eventuallyInQt(10, [&] {
-        return labels(panel.menu()) ==
-               std::vector<std::string>{"Ready", "No speech detected", "-", "Quit Son Vale"};
+        return labels(panel.menu()) == std::vector<std::string>{"Ready", "No speech detected",
+                                                                "-",     "Dashboard",
+                                                                "-",     "Quit Son Vale"};
     }));
     EXPECT_FALSE(panel.menu().at(1).isEnabled);
     program.tell("error " + std::string(2000, 'x'));
@@ -178,7 +180,7 @@ TEST(TrayIcon, ShowsTheErrorLineWhileThereIsOne) {
         return line.starts_with("xxx") && line.size() < 200;
     }));
     program.tell("no error");
-    EXPECT_TRUE(eventuallyInQt(10, [&] { return panel.menu().size() == 3; }));
+    EXPECT_TRUE(eventuallyInQt(10, [&] { return panel.menu().size() == 5; }));
 }
 
 TEST(TrayIcon, QuitsByItsMenu) {
@@ -186,9 +188,21 @@ TEST(TrayIcon, QuitsByItsMenu) {
     tests::StatusNotifierPanel panel(bus);
     TrayProgram program(bus.address());
     ASSERT_TRUE(eventuallyInQt(20, [&] { return panel.itemCount() == 1; }));
-    panel.choose(panel.menu().at(2).id);
+    panel.choose(panel.menu().at(4).id);
     EXPECT_TRUE(eventuallyInQt(10, [&] { return !program.process().isRunning(); }));
     EXPECT_EQ(program.process().wait(0), 0);
+}
+
+TEST(TrayIcon, LeadsToTheDashboardAndToTheMenu) {
+    const tests::PrivateBus bus;
+    tests::StatusNotifierPanel panel(bus);
+    TrayProgram program(bus.address());
+    ASSERT_TRUE(eventuallyInQt(20, [&] { return panel.itemCount() == 1; }));
+    panel.choose(panel.menu().at(2).id);
+    EXPECT_TRUE(eventuallyInQt(10, [&] { return program.timesLogged("dashboard") == 1; }));
+    panel.activate();
+    EXPECT_TRUE(eventuallyInQt(10, [&] { return program.timesLogged("menu") == 1; }));
+    EXPECT_EQ(program.timesLogged("no panel"), 0);
 }
 
 TEST(TrayIcon, WaitsForAPanelThatComesALittleLater) {
@@ -250,6 +264,7 @@ TEST(TrayIcon, LetsTheProgramRunAndRestWithoutAnyPanel) {
     EXPECT_LE(program.wakeUps() - before, 2);
     EXPECT_TRUE(program.process().isRunning());
     EXPECT_EQ(program.timesLogged(noPanel), 1);
+    EXPECT_EQ(program.timesLogged("no panel"), 1) << "and the dashboard opens instead";
 }
 
 } // namespace sonvale::ui

@@ -32,9 +32,8 @@ CoreFixture::~CoreFixture() {
     base::setLogSinks(std::move(formerSinks_));
 }
 
-void CoreFixture::rebuildState() {
-    state_.reset();
-    state_ = core::AppState::make(core::Environment{
+core::Environment CoreFixture::environment() {
+    return core::Environment{
         .main = runtime_.main(),
         .pool = runtime_.pool(),
         .makeSerialActor = [this](std::string name) { return runtime_.makeSerialActor(std::move(name)); },
@@ -63,7 +62,12 @@ void CoreFixture::rebuildState() {
         .floatingPanel = panel_,
         .application = application_,
         .currentLocale = [] { return std::string("en-US"); },
-    });
+    };
+}
+
+void CoreFixture::rebuildState() {
+    state_.reset();
+    state_ = core::AppState::make(environment());
     state_->modelContext = &store_->mainContext();
 }
 

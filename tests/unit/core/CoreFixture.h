@@ -59,6 +59,9 @@ protected:
     /// Of the service; without a key nobody is signed in. For the next `rebuildState()`.
     services::ServiceAddresses addresses;
 
+    /// What a core of the test's own is made with.
+    core::Environment environment();
+
     /// Builds the controller anew from the present settings, as a new start of the program does.
     void rebuildState();
     void dropState() { state_.reset(); }
