@@ -233,6 +233,51 @@ void measureLongStream(int seconds) {
     session.letGo();
 }
 
+struct Resources {
+    double megabytes = 0;
+    long threads = 0;
+    long descriptors = 0;
+};
+
+Resources resourcesOf(pid_t process) {
+    using Entries = std::filesystem::directory_iterator;
+    const auto entries = [process](const char* folder) {
+        return std::distance(Entries(fmt::format("/proc/{}/{}", process, folder)), Entries());
+    };
+    return {residentMegabytes(process), entries("task"), entries("fd")};
+}
+
+/// Many dictations in a row, by way of a service or, with nobody to stream to, by the recogniser. Whether the
+/// program holds as much after the last one as after the 20th.
+bool soak(int dictations, bool isLocal) {
+    constexpr int settled = 20;
+    constexpr double allowedMegabytes = 3;
+    TestServer server;
+    setTranscript(server);
+    Session session(isLocal ? Session::Options() : streamingTo(server));
+    Resources before;
+    for (int i = 1; i <= dictations; ++i) {
+        session.holdToTalk();
+        if (isLocal)
+            session.speak(voices()[static_cast<std::size_t>(i) % voices().size()]);
+        else
+            pauseMilliseconds(400);
+        session.letGo();
+        if (i == settled || i == dictations)
+            pauseMilliseconds(5000); // what the session before has to close
+        if (i == settled)
+            before = resourcesOf(session.program.pid());
+        if (i % settled == 0)
+            fmt::print("{:>4} dictations: {:.1f} MB\n", i, residentMegabytes(session.program.pid()));
+    }
+    const auto after = resourcesOf(session.program.pid());
+    fmt::print("from the {}th to the {}th: {:+.1f} MB, {:+} threads of {}, {:+} descriptors of {}\n", settled,
+               dictations, after.megabytes - before.megabytes, after.threads - before.threads, after.threads,
+               after.descriptors - before.descriptors, after.descriptors);
+    return after.megabytes - before.megabytes < allowedMegabytes && after.threads <= before.threads &&
+           after.descriptors <= before.descriptors;
+}
+
 void measure(int dictations) {
     Session session;
     auto& program = session.program;
@@ -273,13 +318,16 @@ void measure(int dictations) {
 } // namespace
 
 /// Measures the whole program at rest and at work in a private desktop, which takes about four minutes. With
-/// "stream SECONDS" one recording of that length by way of a service, instead.
+/// "stream SECONDS" one recording of that length by way of a service, instead; with "soak DICTATIONS [local]"
+/// so many in a row.
 int main(int argc, char** argv) {
     try {
         if (argc > 2 && std::string_view(argv[1]) == "stream") {
             measureLongStream(std::stoi(argv[2]));
             return 0;
         }
+        if (argc > 2 && std::string_view(argv[1]) == "soak")
+            return soak(std::stoi(argv[2]), argc > 3 && std::string_view(argv[3]) == "local") ? 0 : 1;
         const int dictations = argc > 1 ? std::stoi(argv[1]) : 10;
         measure(dictations);
         measureTheWait(dictations);

@@ -172,6 +172,14 @@ void AudioRecorder::cleanupRecording() {
     setOnBuffer({});
 }
 
+void AudioRecorder::cleanupRecording(const std::filesystem::path& file) {
+    main_.assertCurrent();
+    if (recordingURL_ == file)
+        cleanupRecording();
+    else
+        deleteRecording(file);
+}
+
 std::optional<std::filesystem::path> AudioRecorder::closeSegment() {
     main_.assertCurrent();
     if (!isRecording.get())

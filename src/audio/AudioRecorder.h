@@ -65,6 +65,10 @@ public:
     /// time after a stop.
     void cleanupRecording();
 
+    /// As `cleanupRecording()`, for the recording that a stop returned as `file`: one that has begun since is
+    /// left alone.
+    void cleanupRecording(const std::filesystem::path& file);
+
     /// Closes the present file and returns it, now the caller's to delete; the capture goes on, and so does
     /// the consumer. Nothing when not recording.
     std::optional<std::filesystem::path> closeSegment();

@@ -7,6 +7,7 @@ namespace sonvale::core {
 runtime::Task<std::optional<std::string>> AppState::readSelection() {
     if (auto text = selectedTextReader->readViaAccessibility())
         co_return text;
+    const auto turn = co_await insertion_.lock();
     co_return co_await selectedTextReader->readViaClipboard();
 }
 
@@ -29,7 +30,7 @@ runtime::Task<bool> AppState::runCommand(std::string transcript) {
     if (!result)
         co_return false;
     setTranscription(*result);
-    co_await textInserter->insert(*std::move(result));
+    co_await insertText(*std::move(result));
     co_return true;
 }
 

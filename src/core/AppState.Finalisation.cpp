@@ -33,7 +33,7 @@ runtime::Task<> AppState::finishTranscript(std::string text, bool isLocalOnly, d
     co_await processAndInsert(std::move(text), false, false);
 
     selectedTextForCommand = std::nullopt;
-    recordingState = RecordingState::idle;
+    endRecordingState();
     resumeMedia();
     if (!isHandsFreeMode.get()) {
         environment_.floatingPanel.hide();
@@ -43,7 +43,7 @@ runtime::Task<> AppState::finishTranscript(std::string text, bool isLocalOnly, d
 }
 
 void AppState::endCommandOrSnippet() {
-    recordingState = RecordingState::idle;
+    endRecordingState();
     resumeMedia();
     environment_.floatingPanel.hide();
 }
@@ -56,7 +56,7 @@ runtime::Task<bool> AppState::insertSnippet(std::string text) {
     if (!match.matched || !match.content)
         co_return false;
     setTranscription(*match.content);
-    co_await textInserter->insert(*std::move(match.content));
+    co_await insertText(*std::move(match.content));
     co_return true;
 }
 
@@ -75,7 +75,14 @@ runtime::Task<> AppState::processAndInsert(std::string text, bool isFragment, bo
 
     if (addLeadingSpace)
         processed.insert(0, " ");
-    co_await textInserter->insert(std::move(processed));
+    co_await insertText(std::move(processed));
+}
+
+/// Insertions share the clipboard: one that began before the last had put it back would take that one's text
+/// for the user's, or paste the user's for its own.
+runtime::Task<> AppState::insertText(std::string text) {
+    const auto turn = co_await insertion_.lock();
+    co_await textInserter->insert(std::move(text));
 }
 
 bool AppState::isModelReachable() const {
@@ -133,6 +140,7 @@ runtime::Task<std::string> AppState::performBatchAICleanup(std::string rawText, 
                               runtime::millisecondsSince(clock, startTime), base::characterCount(rawText),
                               base::characterCount(*cleaned)));
     if (!base::isEqual(*cleaned, rawText)) {
+        const auto turn = co_await insertion_.lock();
         co_await textInserter->undo(insertionCount);
         co_await textInserter->insert(*cleaned);
     }

@@ -145,6 +145,7 @@ runtime::Task<> AppState::waitForUtterance() {
 runtime::Task<> AppState::stopHandsFreeMode() {
     environment_.main.assertCurrent();
     isHandsFreeMode = false;
+    isLeavingHandsFree_ = true;
     stopDetector();
 
     co_await waitForUtterance();
@@ -153,6 +154,7 @@ runtime::Task<> AppState::stopHandsFreeMode() {
     co_await waitForUtterance();
     co_await finishTyping(&AppState::handsFreePieces_);
 
+    isLeavingHandsFree_ = false;
     if (recordingState.get() == RecordingState::recording)
         co_await finishLastUtterance();
     transcriptionManager->realtimeEngine->cancelSession();
@@ -160,7 +162,7 @@ runtime::Task<> AppState::stopHandsFreeMode() {
 
     co_await finishPieces(&AppState::handsFreePieces_, environment_.settings.read(keys::localOnlyMode));
     handsFreePieces_.forget();
-    recordingState = RecordingState::idle;
+    endRecordingState();
     resumeMedia();
     environment_.floatingPanel.hide();
     preWarmEngine();

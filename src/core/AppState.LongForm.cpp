@@ -69,9 +69,10 @@ runtime::Task<> AppState::commitPTTSegment(std::shared_ptr<AppState> self) {
         self->isHandsFreeMode.get() || self->isPTTCommitting_)
         co_return;
     self->isPTTCommitting_ = true;
+    const auto cancellations = self->pttCancellations_;
     const auto transcript = co_await self->finalizePiece();
     // After a cancel the pieces are those of another recording.
-    if (!self->isPTTCommitting_)
+    if (cancellations != self->pttCancellations_)
         co_return;
     if (transcript) {
         self->transcriptionManager->realtimeEngine->resetForNextUtterance();
@@ -110,7 +111,7 @@ runtime::Task<> AppState::stopLongForm(bool isLocalOnly, double stopTime) {
 
     resetPTTLongFormState();
     selectedTextForCommand = std::nullopt;
-    recordingState = RecordingState::idle;
+    endRecordingState();
     resumeMedia();
     environment_.floatingPanel.hide();
     preWarmEngine();

@@ -16,6 +16,8 @@ std::string AppState::pieceOf(const std::string& transcript) {
 }
 
 runtime::Task<std::optional<std::string>> AppState::finalizePiece() {
+    // The service's answers do not say to which of two commits they belong.
+    const auto turn = co_await pieceCommit_.lock();
     const auto engine = transcriptionManager->realtimeEngine;
     try {
         co_return co_await engine->finalizeStreamingTranscription();
@@ -39,7 +41,7 @@ runtime::Task<> AppState::typeAfter(runtime::TaskHandle<> previous, std::weak_pt
     const auto self = weakSelf.lock();
     if (!self)
         co_return;
-    co_await self->textInserter->insert(std::move(text));
+    co_await self->insertText(std::move(text));
     ++(self.get()->*pieces).insertionCount;
 }
 

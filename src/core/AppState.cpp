@@ -291,7 +291,7 @@ runtime::Task<> AppState::updateLevels(std::weak_ptr<AppState> weakSelf, runtime
 runtime::Task<> AppState::stopDictation() {
     environment_.main.assertCurrent();
     const double stopTime = environment_.clock.now();
-    if (recordingState.get() != RecordingState::recording)
+    if (recordingState.get() != RecordingState::recording || isLeavingHandsFree_)
         co_return;
 
     recordingState = RecordingState::processing;
@@ -323,12 +323,11 @@ runtime::Task<> AppState::stopDictation() {
         }
     }
 
+    audioRecorder->cleanupRecording(*file);
     if (failure)
         endAfterFailedTranscription(*failure, stopTime);
-    else {
-        audioRecorder->cleanupRecording();
+    else
         co_await finishTranscript(*std::move(text), isLocalOnly, stopTime);
-    }
 }
 
 /// The text of the running session; absent when the file has to give it.
@@ -362,17 +361,26 @@ void AppState::endWithoutAudio() {
 }
 
 void AppState::endAfterFailedTranscription(const std::string& description, double stopTime) {
-    audioRecorder->cleanupRecording();
     surfaceError("Transcription failed: " + description);
     environment_.auditLogger.logError("transcription", "transcription-failed");
     selectedTextForCommand = std::nullopt;
-    recordingState = RecordingState::idle;
+    endRecordingState();
     resumeMedia();
     if (!isHandsFreeMode.get()) {
         environment_.floatingPanel.hide();
         preWarmEngine();
     }
     printStopTotal(stopTime);
+}
+
+/// Goes idle at the end of a dictation. When that one had been cancelled, another may be recording by now:
+/// it ends here too, as no key would end it any more, and nothing of it is kept.
+void AppState::endRecordingState() {
+    recordingState = RecordingState::idle;
+    if (!audioRecorder->isRecording.get())
+        return;
+    transcriptionManager->realtimeEngine->cancelSession();
+    discardCapture();
 }
 
 runtime::Task<> AppState::cancelDictation() {
@@ -404,6 +412,7 @@ runtime::Task<> AppState::cancelHandsFree() {
 }
 
 runtime::Task<> AppState::cancelRecording() {
+    ++pttCancellations_;
     co_await cancelTyping(&AppState::pttPieces_);
     resetPTTLongFormState();
     // Whatever the service has heard of it must not turn up in the next text.
@@ -440,7 +449,7 @@ void AppState::pasteLastTranscript() {
 }
 
 runtime::Task<> AppState::insertLast(std::shared_ptr<AppState> self) {
-    co_await self->textInserter->insert(self->lastTranscription.get());
+    co_await self->insertText(self->lastTranscription.get());
 }
 
 void AppState::surfaceError(const std::string& message) {

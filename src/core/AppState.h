@@ -11,6 +11,7 @@
 #include "insertion/TextInserter.h"
 #include "persistence/ModelContext.h"
 #include "platform/RecordingState.h"
+#include "runtime/AsyncMutex.h"
 #include "services/AuthService.h"
 #include "services/ConnectivityMonitor.h"
 #include "services/PermissionsManager.h"
@@ -167,6 +168,7 @@ private:
     runtime::Task<std::optional<std::string>> finalizeStream();
     void endWithoutAudio();
     void endAfterFailedTranscription(const std::string& description, double stopTime);
+    void endRecordingState();
     static runtime::Task<> preWarm(std::weak_ptr<AppState> weakSelf);
     static runtime::Task<> updateLevels(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock);
     static runtime::Task<> insertLast(std::shared_ptr<AppState> self);
@@ -212,6 +214,7 @@ private:
     // AppState.Finalisation.cpp
     runtime::Task<> finishTranscript(std::string text, bool isLocalOnly, double stopTime);
     void endCommandOrSnippet();
+    runtime::Task<> insertText(std::string text);
     bool isModelReachable() const;
     bool isCleanUpWanted(bool isLocalOnly) const;
     runtime::Task<bool> insertSnippet(std::string text);
@@ -229,14 +232,19 @@ private:
     runtime::TaskHandle<> preWarmTask_;
     std::shared_ptr<services::SharedUrlSession> chatSession_; ///< of all chat clients
 
+    runtime::AsyncMutex insertion_;   ///< held by whoever uses the clipboard or types
+    runtime::AsyncMutex pieceCommit_; ///< held by whoever waits for the text of a piece
+
     TypedPieces handsFreePieces_;
     bool isProcessingUtterance_ = false; ///< an utterance is being committed
     std::uint64_t handsFreeRun_ = 0;     ///< grows with every start and cancel of the mode
+    bool isLeavingHandsFree_ = false;    ///< the mode's end waits for what was said; no key up ends it twice
 
     TypedPieces pttPieces_;
     runtime::TaskHandle<> pttLongFormTimer_;
     bool pttLongFormActive_ = false; ///< the key has been held for so long that text is typed meanwhile
     bool isPTTCommitting_ = false;   ///< a piece is being committed
+    std::uint64_t pttCancellations_ = 0;
 };
 
 } // namespace sonvale::core

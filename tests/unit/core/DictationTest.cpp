@@ -242,6 +242,42 @@ TEST_F(Dictation, AnOldFinalisationEndsTheRingOfANewRecording) {
     settle();
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
     EXPECT_FALSE(panel().shown().has_value());
+    EXPECT_FALSE(microphone().isCapturing()) << "no key would end it";
+    EXPECT_EQ(recordingsLeft(), 0U);
+    release(HotkeyAction::pushToTalk);
+}
+
+TEST_F(Dictation, DeletesTheFilesOfTwoDictationsThatAreTranscribedAtATime) {
+    recogniser().hold();
+    for (int i = 0; i < 2; ++i) {
+        press(HotkeyAction::pushToTalk);
+        speak(0.2);
+        release(HotkeyAction::pushToTalk);
+        press(HotkeyAction::cancel);
+    }
+    const auto waiting = recogniser().recognitions();
+    ASSERT_EQ(waiting.size(), 2U);
+    waiting.at(0)->finish("first");
+    settle();
+    EXPECT_FALSE(std::filesystem::exists(waiting.at(0)->audioFile));
+    EXPECT_TRUE(std::filesystem::exists(waiting.at(1)->audioFile)) << "it is still being read";
+    waiting.at(1)->finish("second");
+    settle();
+    EXPECT_EQ(recordingsLeft(), 0U);
+    EXPECT_EQ(pastedTexts(), (std::vector<std::string>{"first", "second"}));
+}
+
+TEST_F(Dictation, InsertsOneTextAfterTheOther) {
+    dictate("before");
+    pasteboard().copyElsewhere("the user's own");
+    press(HotkeyAction::pasteLastTranscript);
+    advance(0.2);
+    recogniser().answerWith("after");
+    press(HotkeyAction::pushToTalk);
+    release(HotkeyAction::pushToTalk);
+    settle();
+    EXPECT_EQ(pastedTexts(), (std::vector<std::string>{"before", "before", "after"}));
+    EXPECT_EQ(pasteboard().text(), "the user's own");
 }
 
 TEST_F(Dictation, PastesTheLastTextAgainInEveryState) {

@@ -200,6 +200,43 @@ TEST_F(HandsFree, LeavesByAPushToTalkPress) {
     EXPECT_EQ(pastedTexts(), (Texts{"first words", " last words"}));
 }
 
+TEST_F(HandsFree, LeavesByAPushToTalkPressWhileAnUtteranceIsBeingHeard) {
+    start({});
+    utter();
+    EXPECT_EQ(commits(), 1U);
+    press(HotkeyAction::pushToTalk);
+    release(HotkeyAction::pushToTalk);
+    EXPECT_EQ(commits(), 1U) << "the key that came up ends nothing a second time";
+    answer("first words");
+    advance(1);
+    EXPECT_EQ(commits(), 2U);
+    answer("last words");
+    advance(5);
+    expectAtRest();
+    EXPECT_EQ(pastedTexts(), (Texts{"first words", " last words"}));
+}
+
+TEST_F(HandsFree, TypesThePieceOfALongPushToTalkThatIsStillBeingHeard) {
+    start({});
+    tap();
+    answer("");
+    advance(10);
+    press(HotkeyAction::pushToTalk);
+    speak(5.5, 0.1F);
+    const auto before = commits();
+    tap();
+    tap();
+    EXPECT_EQ(commits(), before) << "one answer is waited for at a time";
+    answer("the long piece");
+    advance(1);
+    EXPECT_EQ(commits(), before + 1);
+    answer("the rest");
+    release(HotkeyAction::pushToTalk);
+    advance(10);
+    expectAtRest();
+    EXPECT_EQ(pastedTexts(), (Texts{"the long piece", "the rest"}));
+}
+
 TEST_F(HandsFree, LeavesWhatWasTypedWhenItIsCancelled) {
     start({"first words", "never"});
     utter();
