@@ -1,5 +1,6 @@
 #include "app/CompositionRoot.h"
 
+#include "app/FreedMemory.h"
 #include "base/Locale.h"
 #include "core/AppDelegate.h"
 #include "persistence/AuditLogger.h"
@@ -88,6 +89,7 @@ struct CompositionRoot::Parts {
 
     std::unique_ptr<ui::TrayIcon> trayIcon;
     base::Subscription stateForTray;
+    base::Subscription stateForMemory;
     base::Subscription errorForTray;
 };
 
@@ -136,6 +138,11 @@ void CompositionRoot::launch() {
                                                 [&application = p.application] { application.terminate(); });
     p.stateForTray = appState->recordingState.subscribe(
         [&tray = *p.trayIcon](platform::RecordingState state) { tray.setState(state); });
+    p.stateForMemory =
+        appState->recordingState.subscribe([pool = p.pool.actor()](platform::RecordingState state) {
+            if (state == platform::RecordingState::idle)
+                pool.post(returnFreedMemory);
+        });
     p.errorForTray = appState->errorMessage.subscribe(
         [&tray = *p.trayIcon](const std::optional<std::string>& message) { tray.setErrorMessage(message); });
 
@@ -155,6 +162,7 @@ void CompositionRoot::shutDown() {
     }
 
     p.stateForTray.reset();
+    p.stateForMemory.reset();
     p.errorForTray.reset();
     p.trayIcon.reset();
     p.floatingPanel.hide();

@@ -1,4 +1,5 @@
 #include "app/CompositionRoot.h"
+#include "app/FreedMemory.h"
 #include "app/SingleInstance.h"
 #include "app/TerminationSignals.h"
 #include "platform/linux/XdgDirectories.h"
@@ -20,6 +21,8 @@ int main(int argc, char** argv) {
     setrlimit(RLIMIT_CORE, &noCoreFile);
     // A peer that closes its end is an error of that call, not the end of the program.
     std::signal(SIGPIPE, SIG_IGN);
+
+    app::keepFreedMemoryTogether();
 
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Son Vale"));

@@ -52,8 +52,20 @@ AppState::AppState(const Environment& environment)
     const auto insertionActor = e.makeSerialActor("TextInserter");
     textInserter = std::make_shared<insertion::TextInserter>(
         insertionActor, e.clock, insertion::ClipboardManager(e.pasteboard), e.syntheticInput);
-    permissionsManager = std::make_shared<services::PermissionsManager>(
-        e.captureAuthorization, e.accessibilityTree, e.eventTap, e.speechRecognizers);
+    permissionsManager = std::make_shared<services::PermissionsManager>(services::PermissionsManager::Parts{
+        .main = e.main,
+        .pool = e.pool,
+        .clock = e.clock,
+        .captureAuthorization = e.captureAuthorization,
+        .accessibilityTree = e.accessibilityTree,
+        .eventTap = e.eventTap,
+        .speechRecognizers = e.speechRecognizers,
+        .workspace = e.workspace,
+        .requestSpeechAuthorization =
+            [&recognizers = e.speechRecognizers] {
+                return transcription::AppleSpeechEngine::requestAuthorization(recognizers);
+            },
+    });
     connectivityMonitor = std::make_unique<services::ConnectivityMonitor>(e.main, e.pathMonitor);
     selectedTextReader = std::make_unique<insertion::SelectedTextReader>(
         insertionActor, e.clock, e.accessibilityTree, e.pasteboard, e.syntheticInput);

@@ -17,6 +17,11 @@ public:
     /// grant; X11: XTEST and the selections are usable). A few milliseconds.
     virtual bool isTrusted() = 0;
 
+    /// As `isTrusted()`, and when the right is missing the system tells the user how to give it, where it has
+    /// a prompt for that; returns without waiting for the user. On X11 nobody can give it: the log says what
+    /// is missing.
+    virtual bool isTrustedWithPrompt() = 0;
+
     /// The text that is selected in the element that has the keyboard focus in the front application, as it
     /// stands; absent when nothing is selected and when the application does not tell. It asks another
     /// program, and waits a tenth of a second for it at most, whatever that program does.

@@ -40,7 +40,8 @@ struct KeyCombination {
 /// A listener on every key of the session that may keep single keys from the focused application.
 ///
 /// One tap has one thread of its own, named "com.sonvale.hotkey", on which its callback and the blocks of
-/// `perform()` run, one at a time. The other operations are called from the main actor.
+/// `perform()` run, one at a time. The other operations are called from the main actor, unless they say
+/// otherwise.
 class EventTap {
 public:
     /// Decides about one event. It is inside the system's event path: it must not block. `swallow` is
@@ -53,7 +54,7 @@ public:
     virtual ~EventTap() = default;
 
     /// Whether a listener can be made at all (on macOS the Input Monitoring grant). May take some
-    /// milliseconds; any thread.
+    /// milliseconds. From any thread, also while the tap is started, runs or is stopped.
     virtual bool probe() = 0;
 
     /// Starts listening on the tap's thread. False, with nothing changed, when the system refuses. Calling it

@@ -3,6 +3,7 @@
 #include "tests/contract/AccessibilityTreeContract.h"
 #include "tests/contract/AccessibleSession.h"
 #include "tests/fakes/FakeAccessibilityTree.h"
+#include "tests/support/LogCapture.h"
 #include "tests/support/PrivateDisplay.h"
 #include "tests/support/SelectionOwner.h"
 #include "tests/support/XcbSession.h"
@@ -51,6 +52,13 @@ TEST_P(AccessibilityTreeContract, NoticesThatTheRightIsTakenAway) {
     EXPECT_FALSE(tree.isTrusted());
 }
 
+TEST_P(AccessibilityTreeContract, AnswersTheSameWithAPrompt) {
+    EXPECT_TRUE(tree.isTrustedWithPrompt());
+    harness->takeAway();
+    EXPECT_FALSE(tree.isTrustedWithPrompt());
+    EXPECT_FALSE(tree.isTrusted());
+}
+
 TEST_P(AccessibilityTreeContract, TellsTheSelectedTextAsItStands) {
     const std::string text = "  one two\n\nna\u00EFve \U0001F44D\u200D e\u0301 ";
     harness->select(text);
@@ -85,6 +93,22 @@ TEST(X11AccessibilityTree, IsNotTrustedWithoutXTest) {
 TEST(X11AccessibilityTree, IsNotTrustedWithoutAServer) {
     runtime::SystemClock clock;
     EXPECT_FALSE(platform::linux::X11AccessibilityTree(clock, ":65000").isTrusted());
+}
+
+TEST(X11AccessibilityTree, SaysWhatIsMissingWhereTheUserIsToBeTold) {
+    const PrivateDisplay display(WindowManager::none, {"-extension", "XTEST"});
+    runtime::SystemClock clock;
+    const LogCapture log;
+    platform::linux::X11AccessibilityTree withoutExtension(clock, display.name());
+    EXPECT_FALSE(withoutExtension.isTrusted());
+    EXPECT_TRUE(log.lines().empty());
+    EXPECT_FALSE(withoutExtension.isTrustedWithPrompt());
+    EXPECT_FALSE(platform::linux::X11AccessibilityTree(clock, ":65000").isTrustedWithPrompt());
+    ASSERT_EQ(log.lines().size(), 2);
+    EXPECT_EQ(log.lines()[0].text,
+              "Nothing can be typed into other programs: the X server has no XTEST, or does not answer");
+    EXPECT_EQ(log.lines()[1].text,
+              "Nothing can be typed into other programs: the X server cannot be reached");
 }
 
 TEST(X11AccessibilityTree, DoesNotHangWhenTheServerDoes) {

@@ -8,11 +8,15 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
+#include <thread>
+#include <vector>
 
 namespace sonvale::tests {
 
 using platform::CaptureStatus;
+using platform::RecordPermission;
 using platform::linux::PulseCaptureAuthorization;
 
 namespace {
@@ -34,9 +38,11 @@ int freePort() {
 class FakeRig {
 public:
     platform::CaptureAuthorization& authorization() { return fake_; }
-    void plugIn() { fake_.control().status = CaptureStatus::authorized; }
-    void unplug() { fake_.control().status = CaptureStatus::notDetermined; }
-    void refuse() { fake_.control().status = CaptureStatus::denied; }
+    void plugIn() { fake_.control().setStatus(CaptureStatus::authorized); }
+    void unplug() { fake_.control().setStatus(CaptureStatus::notDetermined); }
+    void refuse() { fake_.control().setStatus(CaptureStatus::denied); }
+
+    FakeRig() { unplug(); }
 
 private:
     FakeCaptureAuthorization fake_;
@@ -85,6 +91,46 @@ TYPED_TEST(CaptureAuthorizationContract, IsDeniedByAServerThatRefuses) {
     rig.plugIn();
     rig.refuse();
     EXPECT_EQ(rig.authorization().status(), CaptureStatus::denied);
+}
+
+TYPED_TEST(CaptureAuthorizationContract, AnswersARequestOnceByWhatThereIs) {
+    TypeParam rig;
+    std::vector<bool> answers;
+    const auto request = [&] {
+        rig.authorization().requestRecordPermission([&](bool isGranted) { answers.push_back(isGranted); });
+    };
+    request();
+    rig.plugIn();
+    request();
+    rig.refuse();
+    request();
+    EXPECT_EQ(answers, (std::vector<bool>{false, true, false}));
+}
+
+TYPED_TEST(CaptureAuthorizationContract, HasNoSecondRecordOfItsOwnAccord) {
+    TypeParam rig;
+    EXPECT_EQ(rig.authorization().recordPermission(), RecordPermission::undetermined);
+    rig.plugIn();
+    rig.authorization().requestRecordPermission([](bool) {});
+    EXPECT_EQ(rig.authorization().recordPermission(), RecordPermission::undetermined);
+    rig.refuse();
+    EXPECT_EQ(rig.authorization().recordPermission(), RecordPermission::undetermined);
+}
+
+TYPED_TEST(CaptureAuthorizationContract, MayBeAskedFromSeveralThreads) {
+    TypeParam rig;
+    rig.plugIn();
+    std::atomic<int> authorized = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            for (int j = 0; j < 5; ++j)
+                authorized += rig.authorization().status() == CaptureStatus::authorized ? 1 : 0;
+        });
+    }
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(authorized, 20);
 }
 
 TEST(PulseCaptureAuthorization, IsNotDeterminedWithoutAServer) {

@@ -24,6 +24,13 @@ public:
     virtual void bringToFront(const platform::FrontApplication& application) = 0;
     /// Closes every program.
     virtual void closeAll() = 0;
+
+    /// Puts a program there for the pages of the settings and those of the web.
+    virtual void installPrograms() = 0;
+    /// How many addresses were opened with it; waits for so many, and a moment for more.
+    virtual std::size_t openedCount(std::size_t expected) = 0;
+    /// What the account says by another road.
+    virtual std::string nameOfTheUser() = 0;
 };
 
 struct WorkspaceMaker {

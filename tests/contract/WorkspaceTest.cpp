@@ -1,10 +1,13 @@
 #include "platform/linux/X11Workspace.h"
 #include "runtime/SystemClock.h"
+#include "tests/contract/ScriptedPrograms.h"
 #include "tests/contract/WorkspaceContract.h"
 #include "tests/fakes/FakeWorkspace.h"
+#include "tests/support/LogCapture.h"
 #include "tests/support/PrivateDisplay.h"
 #include "tests/support/TestWindow.h"
 
+#include <stdexcept>
 #include <vector>
 
 namespace sonvale::tests {
@@ -18,6 +21,14 @@ public:
         fake_.control().setFrontmost(application);
     }
     void closeAll() override { fake_.control().setFrontmost(std::nullopt); }
+    void installPrograms() override { fake_.control().setCanOpen(true); }
+    std::size_t openedCount(std::size_t /*expected*/) override { return fake_.control().opened().size(); }
+    std::string nameOfTheUser() override { return "Ada King"; }
+
+    FakeHarness() {
+        fake_.control().setCanOpen(false);
+        fake_.control().setFullUserName(nameOfTheUser());
+    }
 
 private:
     FakeWorkspace fake_;
@@ -45,11 +56,30 @@ public:
         XcbSession session(display_.name());
         eventually(10, [&session] { return TestWindow::activeWindow(session) == XCB_WINDOW_NONE; });
     }
+    void installPrograms() override {
+        programs_.install("xdg-open");
+        programs_.install("xfce4-settings-manager");
+    }
+    std::size_t openedCount(std::size_t expected) override {
+        eventually(10, [&] { return programs_.calls().size() >= expected; });
+        pauseMilliseconds(50);
+        return programs_.calls().size();
+    }
+    std::string nameOfTheUser() override {
+        ScriptedPrograms folder;
+        folder.write(
+            "name", "#!/bin/sh\ngetent passwd \"$(id -u)\" | cut -d: -f5 | cut -d, -f1 > \"$0.txt\"\n", 0755);
+        if (run({folder.path() + "/name"}) != 0)
+            throw std::runtime_error("the account cannot be read");
+        const auto lines = folder.read("name.txt");
+        return lines.empty() ? "" : lines.front();
+    }
 
 private:
     PrivateDisplay display_;
     runtime::SystemClock clock_;
-    platform::linux::X11Workspace workspace_{clock_, display_.name()};
+    ScriptedPrograms programs_;
+    platform::linux::X11Workspace workspace_{clock_, display_.name(), {"XFCE", programs_.path()}};
     std::vector<std::unique_ptr<TestWindow>> windows_;
 };
 
@@ -80,6 +110,31 @@ TEST_P(WorkspaceContract, FollowsTheUserAtOnce) {
     EXPECT_EQ(workspace.frontmostApplication(), second);
     harness->closeAll();
     EXPECT_EQ(workspace.frontmostApplication(), std::nullopt);
+}
+
+TEST_P(WorkspaceContract, OpensPagesOnceThereIsAProgramForThem) {
+    EXPECT_FALSE(workspace.openURL(platform::settingsPage::microphone));
+    EXPECT_FALSE(workspace.openURL("https://example.com/"));
+    harness->installPrograms();
+    EXPECT_TRUE(workspace.openURL(platform::settingsPage::microphone));
+    EXPECT_TRUE(workspace.openURL(platform::settingsPage::speechRecognition));
+    EXPECT_TRUE(workspace.openURL(platform::settingsPage::inputMonitoring));
+    EXPECT_TRUE(workspace.openURL("https://example.com/"));
+    EXPECT_TRUE(workspace.openURL("mailto:someone@example.com"));
+    EXPECT_EQ(harness->openedCount(5), 5);
+}
+
+TEST_P(WorkspaceContract, SkipsSilentlyWhatIsNoAddress) {
+    harness->installPrograms();
+    const LogCapture log;
+    for (const auto* text : {"", "no address", "https://exa mple.com/", "://", "https://a/%zz"})
+        EXPECT_FALSE(workspace.openURL(text)) << text;
+    EXPECT_EQ(harness->openedCount(0), 0);
+    EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_P(WorkspaceContract, TellsTheUsersNameAsTheAccountHasIt) {
+    EXPECT_EQ(workspace.fullUserName(), harness->nameOfTheUser());
 }
 
 INSTANTIATE_TEST_SUITE_P(

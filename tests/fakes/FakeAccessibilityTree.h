@@ -19,11 +19,14 @@ public:
         void setSelectedText(std::optional<std::string> text) { selectedText_ = std::move(text); }
         /// How often the port was asked for its trust.
         int questions() const { return questions_; }
+        /// How often the user was to be led to the grant.
+        int prompts() const { return prompts_; }
 
     private:
         friend class FakeAccessibilityTree;
         bool isTrusted_ = true;
         int questions_ = 0;
+        int prompts_ = 0;
         std::optional<std::string> selectedText_;
     };
 
@@ -31,6 +34,12 @@ public:
 
     bool isTrusted() override {
         ++control_.questions_;
+        return control_.isTrusted_;
+    }
+
+    bool isTrustedWithPrompt() override {
+        if (!control_.isTrusted_)
+            ++control_.prompts_;
         return control_.isTrusted_;
     }
 

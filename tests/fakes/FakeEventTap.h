@@ -30,6 +30,13 @@ public:
         /// What `start()` alone answers from now on.
         void setStartPermitted(bool permitted) { tap_.startPermitted_ = permitted; }
 
+        /// Runs inside each call of `probe()`, on its thread.
+        void setOnProbe(std::function<void()> onProbe) {
+            const std::lock_guard lock(tap_.mutex_);
+            tap_.onProbe_ = std::move(onProbe);
+        }
+        int probeCount() const { return tap_.probeCount_; }
+
         /// Number of calls of `start()`, refused ones included.
         int startCount() const { return tap_.startCount_; }
         int enableCount() const { return tap_.enableCount_; }
@@ -94,7 +101,17 @@ public:
 
     Control& control() { return control_; }
 
-    bool probe() override { return permitted_; }
+    bool probe() override {
+        ++probeCount_;
+        std::function<void()> onProbe;
+        {
+            const std::lock_guard lock(mutex_);
+            onProbe = onProbe_;
+        }
+        if (onProbe)
+            onProbe();
+        return permitted_;
+    }
 
     bool start(Callback callback) override {
         ++startCount_;
@@ -180,11 +197,13 @@ private:
     std::vector<platform::KeyCombination> swallowable_;
     std::vector<platform::KeyCombination> reported_;
     std::function<void(platform::KeyCombination)> onTaken_;
+    std::function<void()> onProbe_;
 
     std::recursive_mutex
         turn_; ///< one callback or block at a time; recursive, because a block may call stop()
     std::atomic<bool> permitted_ = true;
     std::atomic<bool> startPermitted_ = true;
+    std::atomic<int> probeCount_ = 0;
     std::atomic<int> startCount_ = 0;
     std::atomic<int> enableCount_ = 0;
     std::atomic<std::uint64_t> flags_ = 0;

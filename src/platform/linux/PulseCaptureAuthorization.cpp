@@ -24,4 +24,8 @@ CaptureStatus PulseCaptureAuthorization::status() {
     return connection.findInput(waitSeconds) ? CaptureStatus::authorized : CaptureStatus::notDetermined;
 }
 
+void PulseCaptureAuthorization::requestRecordPermission(std::function<void(bool isGranted)> answer) {
+    answer(status() == CaptureStatus::authorized);
+}
+
 } // namespace sonvale::platform::linux

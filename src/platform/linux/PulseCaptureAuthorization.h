@@ -14,9 +14,11 @@ public:
         : server_(std::move(server)) {}
 
     CaptureStatus status() override;
+    RecordPermission recordPermission() override { return RecordPermission::undetermined; }
+    void requestRecordPermission(std::function<void(bool isGranted)> answer) override;
 
 private:
-    std::string server_;
+    const std::string server_;
 };
 
 } // namespace sonvale::platform::linux

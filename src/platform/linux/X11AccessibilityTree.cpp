@@ -1,5 +1,6 @@
 #include "platform/linux/X11AccessibilityTree.h"
 
+#include "base/Log.h"
 #include "platform/linux/AtSpiReader.h"
 #include "platform/linux/BrokenPipeGuard.h"
 #include "platform/linux/TerminalPrograms.h"
@@ -19,6 +20,11 @@ namespace {
 
 constexpr double answerSeconds = 0.5;
 constexpr double selectionSeconds = 0.1;
+
+const base::Logger& logger() {
+    static const base::Logger instance("X11AccessibilityTree");
+    return instance;
+}
 
 bool hasXTest(X11Client& client, double deadline) {
     const auto* extension = xcb_get_extension_data(client.connection(), &xcb_test_id);
@@ -52,11 +58,29 @@ X11AccessibilityTree::X11AccessibilityTree(const runtime::Clock& clock, std::str
 X11AccessibilityTree::~X11AccessibilityTree() = default;
 
 bool X11AccessibilityTree::isTrusted() {
+    return whatIsMissing() == nullptr;
+}
+
+bool X11AccessibilityTree::isTrustedWithPrompt() {
+    const char* const missing = whatIsMissing();
+    if (missing)
+        logger().error("Nothing can be typed into other programs: {}", missing);
+    return missing == nullptr;
+}
+
+/// Null when nothing is.
+const char* X11AccessibilityTree::whatIsMissing() {
     const BrokenPipeGuard guard;
     const double deadline = clock_.now() + answerSeconds;
-    const bool isTrusted = connect() && hasXTest(*client_, deadline) && canOwnSelections(*client_, deadline);
+    const char* missing = nullptr;
+    if (!connect())
+        missing = "the X server cannot be reached";
+    else if (!hasXTest(*client_, deadline))
+        missing = "the X server has no XTEST, or does not answer";
+    else if (!canOwnSelections(*client_, deadline))
+        missing = "the X server lets this program own no selection";
     dropEvents();
-    return isTrusted;
+    return missing;
 }
 
 std::optional<std::string> X11AccessibilityTree::selectedText() {

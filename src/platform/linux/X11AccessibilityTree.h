@@ -31,9 +31,11 @@ public:
     ~X11AccessibilityTree() override;
 
     bool isTrusted() override;
+    bool isTrustedWithPrompt() override;
     std::optional<std::string> selectedText() override;
 
 private:
+    const char* whatIsMissing();
     bool connect();
     std::string busAddress(double deadline);
     std::optional<std::string> textInFocus(std::uint32_t window, double deadline);

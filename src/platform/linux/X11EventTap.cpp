@@ -1,6 +1,7 @@
 #include "platform/linux/X11EventTap.h"
 
 #include "base/Log.h"
+#include "platform/linux/BrokenPipeGuard.h"
 #include "platform/linux/X11KeyListener.h"
 
 #include <poll.h>
@@ -63,6 +64,7 @@ X11EventTap::~X11EventTap() {
 }
 
 bool X11EventTap::probe() {
+    const BrokenPipeGuard guard;
     return X11Connection::open(displayName_, clock_) != nullptr;
 }
 

@@ -1,5 +1,6 @@
 #include "platform/linux/X11Workspace.h"
 
+#include "platform/linux/AccountName.h"
 #include "platform/linux/BrokenPipeGuard.h"
 #include "platform/linux/BundleIdentifiers.h"
 #include "platform/linux/X11Client.h"
@@ -7,6 +8,7 @@
 #include "platform/linux/X11Windows.h"
 
 #include <array>
+#include <utility>
 
 namespace sonvale::platform::linux {
 
@@ -34,8 +36,10 @@ std::pair<std::string, std::string> partsOfClass(const std::string& value) {
 
 } // namespace
 
-X11Workspace::X11Workspace(const runtime::Clock& clock, const std::string& displayName)
-    : clock_(clock) {
+X11Workspace::X11Workspace(const runtime::Clock& clock, const std::string& displayName,
+                           UrlOpener::Environment environment)
+    : clock_(clock)
+    , opener_(std::move(environment)) {
     const BrokenPipeGuard guard;
     client_ = std::make_unique<X11Client>(displayName, clock);
 }
@@ -88,6 +92,14 @@ std::optional<FrontApplication> X11Workspace::frontmostApplication() {
     if (!title.empty())
         application.localizedName = std::move(title);
     return application;
+}
+
+bool X11Workspace::openURL(const std::string& address) {
+    return opener_.open(address);
+}
+
+std::string X11Workspace::fullUserName() {
+    return fullNameOfAccount();
 }
 
 } // namespace sonvale::platform::linux

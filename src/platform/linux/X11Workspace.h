@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Workspace.h"
+#include "platform/linux/UrlOpener.h"
 #include "runtime/Clock.h"
 
 #include <memory>
@@ -14,15 +15,20 @@ class X11Client;
 /// ICCCM: WM_CLASS, WM_NAME). Without such a window manager, and without a server, there is none.
 class X11Workspace final : public Workspace {
 public:
-    /// Connects to `displayName`, or to DISPLAY when it is empty. The clock must outlive it.
-    explicit X11Workspace(const runtime::Clock& clock, const std::string& displayName = {});
+    /// Connects to `displayName`, or to DISPLAY when it is empty. The clock must outlive it. `environment`
+    /// decides about the programs that open addresses.
+    explicit X11Workspace(const runtime::Clock& clock, const std::string& displayName = {},
+                          UrlOpener::Environment environment = UrlOpener::Environment::ofThisProcess());
     ~X11Workspace() override;
 
     std::optional<FrontApplication> frontmostApplication() override;
+    bool openURL(const std::string& address) override;
+    std::string fullUserName() override;
 
 private:
     const runtime::Clock& clock_;
     std::unique_ptr<X11Client> client_;
+    const UrlOpener opener_;
 };
 
 } // namespace sonvale::platform::linux

@@ -79,6 +79,29 @@ TEST_F(Startup, GivesUpAfterTheSlowPassesUntilAGrantIsReported) {
     EXPECT_EQ(tap().startCount(), 1);
 }
 
+TEST_F(Startup, StartsTheListenerWhenAPollFindsTheGrant) {
+    accessibility().setTrusted(false);
+    completeOnboardingAndStart();
+    advance(200);
+    state().permissionsManager->requestAccessibilityPrompt();
+    state().permissionsManager->pollAccessibility();
+    advance(2.5);
+    EXPECT_FALSE(tap().isRunning());
+    accessibility().setTrusted(true);
+    advance(0.5);
+    EXPECT_TRUE(tap().isRunning());
+    EXPECT_FALSE(tap().swallowable().empty());
+}
+
+TEST_F(Startup, AsksTheRecogniserOfThisMachineForItsGrant) {
+    recogniser().setAuthorization(platform::SpeechAuthorization::notDetermined);
+    state().permissionsManager->requestSpeechRecognitionWithPolling();
+    recogniser().setAuthorization(platform::SpeechAuthorization::authorized);
+    runtimeSupport().runUntilIdle();
+    EXPECT_TRUE(state().permissionsManager->speechRecognitionGranted.get());
+    EXPECT_TRUE(workspace().opened().empty());
+}
+
 TEST_F(Startup, TriesARefusedListenerThreeTimesAndThenSaysSo) {
     tap().setStartPermitted(false);
     completeOnboardingAndStart();
