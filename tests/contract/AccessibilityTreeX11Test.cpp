@@ -199,10 +199,7 @@ TEST_F(X11SelectedText, IsWhatIsMarkedInATerminalThatTellsNothing) {
     EXPECT_TRUE(session.comesToTell(std::nullopt));
     pauseMilliseconds(1000);
     EXPECT_EQ(timed(), std::nullopt);
-    ASSERT_EQ(run({"xdotool", "mousemove", "--window", std::to_string(session.editor().window()), "30", "8",
-                   "click", "--repeat", "2", "--delay", "50", "1"},
-                  session.environment()),
-              0);
+    session.editor().markFirstWord();
     EXPECT_TRUE(session.comesToTell("marked"));
 
     Editor other(Editor::Options{session.display(), Program::mousepad, "", session.environment(), {}});

@@ -2,6 +2,7 @@
 
 #include "platform/linux/X11AccessibilityTree.h"
 #include "runtime/SystemClock.h"
+#include "tests/support/Accessibility.h"
 #include "tests/support/Editors.h"
 #include "tests/support/PrivateBus.h"
 #include "tests/support/PrivateDisplay.h"
@@ -12,7 +13,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -44,19 +44,7 @@ public:
         return run(std::move(words), environment_);
     }
 
-    /// What screen readers do. There are programs that tell nothing unless it is done before they start, Qt's
-    /// neither unless the registry runs already.
-    void turnOnForAll() const {
-        const std::string wake =
-            "bus=$(dbus-send --session --print-reply=literal --dest=org.a11y.Bus /org/a11y/bus "
-            "org.a11y.Bus.GetAddress | sed 's/^ *//') && "
-            "dbus-send --bus=\"$bus\" --print-reply --dest=org.a11y.atspi.Registry "
-            "/org/a11y/atspi/accessible/root org.a11y.atspi.Accessible.GetChildren";
-        if (call({"--dest=org.a11y.Bus", "/org/a11y/bus", "org.freedesktop.DBus.Properties.Set",
-                  "string:org.a11y.Status", "string:IsEnabled", "variant:boolean:true"}) != 0 ||
-            run({"sh", "-c", wake}, environment_) != 0)
-            throw std::runtime_error("the accessibility bus did not start");
-    }
+    void turnOnForAll() const { turnOnAccessibility(environment_); }
 
     /// Everything in the session goes with it.
     void endDisplay() {

@@ -1,8 +1,8 @@
 #include "platform/qt/MprisMediaPlayers.h"
 #include "tests/contract/MediaPlayersContract.h"
-#include "tests/contract/MpvPlayer.h"
 #include "tests/contract/ScriptedPlayer.h"
 #include "tests/fakes/FakeMediaPlayers.h"
+#include "tests/support/MpvPlayer.h"
 #include "tests/support/PrivateBus.h"
 
 #include <QCoreApplication>

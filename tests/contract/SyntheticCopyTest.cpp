@@ -44,15 +44,6 @@ struct Copying {
         return program == Program::xterm || program == Program::xfce4Terminal;
     }
 
-    /// Marks the first word of a terminal by two clicks; the menu above it is as high as `y`.
-    void mark(int y) {
-        ASSERT_EQ(run({"xdotool", "mousemove", "--window", std::to_string(editor.window()), "30",
-                       std::to_string(y), "click", "--repeat", "2", "--delay", "50", "1"},
-                      {{"DISPLAY", display.name()}}),
-                  0);
-        pauseMilliseconds(500);
-    }
-
     bool clipboardComesToHold(const std::string& text) const {
         return eventually(10, [&] {
             return run({"sh", "-c",
@@ -125,7 +116,7 @@ TEST(SyntheticCopyX11, LeavesTheClipboardAloneWhenNothingIsSelected) {
 
 TEST(SyntheticCopyX11, CopiesWhatIsMarkedInATerminalWithoutInterruptingIt) {
     Copying copying(Program::xfce4Terminal);
-    copying.mark(40);
+    copying.editor.markFirstWord();
     copying.hardware.down(XK_Alt_L);
     copying.input.pressCopy();
     EXPECT_TRUE(copying.clipboardComesToHold("marked"));
@@ -156,7 +147,7 @@ TEST(SyntheticCopyX11, PressesNothingInATerminalInWhichNothingIsMarked) {
 
 TEST(SyntheticCopyX11, PressesNothingInAnXtermEvenWhenSomethingIsMarked) {
     Copying copying(Program::xterm);
-    copying.mark(8);
+    copying.editor.markFirstWord();
     copying.hardware.down(XK_Alt_L);
     copying.input.pressCopy();
     pauseMilliseconds(500);

@@ -1,5 +1,6 @@
 #include "tests/support/TestServer.h"
 
+#include "tests/support/ChildProcess.h"
 #include "tests/support/Files.h"
 #include "tests/support/RawClient.h"
 #include "tests/support/ServiceAnswers.h"
@@ -10,6 +11,7 @@
 
 #include <future>
 #include <stdexcept>
+#include <utility>
 
 namespace sonvale::tests {
 
@@ -267,6 +269,9 @@ TEST(TestServer, AsksThePathsGuardFirst) {
 
 TEST(TestServer, RefusesConnectionsWhileItDoesNotListen) {
     TestServer server;
+    ChildProcess::Options other;
+    other.arguments = {"sleep", "60"};
+    const ChildProcess programOfTheTest(std::move(other));
     server.setListening(false);
     EXPECT_THROW(RawClient{server.port()}, std::runtime_error);
     server.setListening(true);

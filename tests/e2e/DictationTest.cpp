@@ -1,6 +1,5 @@
+#include "tests/e2e/CopiedPage.h"
 #include "tests/e2e/Session.h"
-#include "tests/support/SelectionOwner.h"
-#include "tests/support/SelectionRequestor.h"
 #include "tests/support/Voices.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +7,6 @@
 #include <filesystem>
 #include <fstream>
 #include <ostream>
-#include <random>
 
 namespace sonvale::tests {
 
@@ -24,41 +22,6 @@ struct Place {
 
 void PrintTo(const Place& place, std::ostream* stream) {
     *stream << place.name;
-}
-
-std::vector<std::byte> bytesOf(std::string_view text) {
-    const auto* first = reinterpret_cast<const std::byte*>(text.data());
-    return {first, first + text.size()};
-}
-
-std::vector<std::byte> someImage() {
-    std::vector<std::byte> image(300'000);
-    std::mt19937 random(7);
-    for (auto& byte : image)
-        byte = static_cast<std::byte>(random());
-    return image;
-}
-
-SelectionOwner::Form form(std::string target, std::vector<std::byte> data) {
-    SelectionOwner::Form result;
-    result.target = std::move(target);
-    result.data = std::move(data);
-    return result;
-}
-
-/// What the user had copied before: a passage of a web page and a picture.
-std::vector<SelectionOwner::Form> copiedPage() {
-    return {form("UTF8_STRING", bytesOf("copied before — naïve café")),
-            form("text/html", bytesOf("<b>copied</b> before")), form("image/png", someImage())};
-}
-
-void expectClipboardHolds(const std::string& display, const std::vector<SelectionOwner::Form>& forms) {
-    SelectionRequestor requestor(display);
-    for (const auto& form : forms) {
-        const auto answer = requestor.convert(form.target);
-        ASSERT_TRUE(answer) << form.target;
-        EXPECT_TRUE(answer->data == form.data) << form.target << ": " << answer->data.size() << " bytes";
-    }
 }
 
 void expectPrivate(const fs::path& file) {

@@ -1,80 +1,43 @@
-#include "tests/e2e/Session.h"
-#include "tests/support/Files.h"
+#include "tests/e2e/CopiedPage.h"
+#include "tests/e2e/SpeechService.h"
 #include "tests/support/ServiceAnswers.h"
 
 #include <X11/keysym.h>
 #include <gtest/gtest.h>
 
-#include <deque>
-#include <memory>
-#include <mutex>
-
 namespace sonvale::tests {
 
 namespace {
 
-constexpr const char* key = "sk-of-this-test";
-constexpr const char* chat = "/v1/chat/completions";
-
-Session::Options with(const TestServer& server, bool isCleaned,
-                      Editor::Program editor = Editor::Program::mousepad) {
-    Session::Options options;
-    options.editor = editor;
-    options.prepare = [isCleaned](PrivateDesktop& desktop) {
-        RunningProgram::writeSettings(desktop, base::Json{{"isOnboardingComplete", true},
-                                                          {"transcriptionEngine", "streaming"},
-                                                          {"aiProcessingEnabled", isCleaned}}
-                                                   .dump());
-    };
-    options.program.info = {
-        {"OPENAI_API_KEY", key}, {"OPENAI_BASE_URL", server.url()}, {"CFBundleShortVersionString", "1.0"}};
-    return options;
-}
-
-/// Each commit of the sockets to come is answered with the next of these.
-void hear(TestServer& server, std::vector<std::string> transcripts) {
-    struct Queue {
-        std::mutex mutex;
-        std::deque<std::string> texts;
-    };
-    auto queue = std::make_shared<Queue>();
-    queue->texts.assign(transcripts.begin(), transcripts.end());
-    Realtime realtime;
-    realtime.token = key;
-    realtime.refusesShortAudio = false;
-    realtime.transcriber = [queue](const std::string&) {
-        const std::lock_guard lock(queue->mutex);
-        if (queue->texts.empty())
-            return std::string();
-        auto text = std::move(queue->texts.front());
-        queue->texts.pop_front();
-        return text;
-    };
-    server.setRealtime(realtime);
-}
-
-int commits(const TestServer& server) {
-    int count = 0;
-    for (const auto& socket : server.sockets())
-        count += socket.commits;
-    return count;
-}
-
-/// Waits until the utterance that was spoken has been cut at its pause.
-bool comesToCommits(const TestServer& server, int count) {
-    return eventually(10, [&] { return commits(server) >= count; });
-}
-
-void tap(Session& session) {
-    session.keyboard.down(XK_Alt_L);
-    session.keyboard.down(XK_space);
-    session.keyboard.up(XK_space);
-    session.keyboard.up(XK_Alt_L);
-}
-
 /// Runs until the program is ready to be tapped or held.
 void expectSession(Session& session, const TestServer& server) {
     ASSERT_TRUE(server.waitForSockets(1, 20)) << session.program.output();
+}
+
+void expectRecording(const Session& session) {
+    ASSERT_TRUE(eventually(10, [&] { return session.program.auditCount("recordingStarted") == 1; }))
+        << session.program.output();
+}
+
+bool comesToRows(const Session& session, std::size_t count) {
+    return eventually(10, [&] { return session.program.history().size() == count; });
+}
+
+/// Says something and is silent again.
+void speakShortly(Session& session) {
+    const auto speech = session.startSpeaking(voices().front());
+    pauseMilliseconds(1300);
+}
+
+/// Presses the shortcut, as fast as a keyboard can. In the other order of letting go Alt would be held alone,
+/// which is a tap.
+void pasteLast(TestKeyboard& keyboard) {
+    keyboard.down(XK_Alt_L);
+    keyboard.down(XK_Super_L);
+    keyboard.tap(XK_v);
+    keyboard.up(XK_Alt_L);
+    keyboard.up(XK_Super_L);
+    pauseMilliseconds(5);
 }
 
 } // namespace
@@ -82,8 +45,8 @@ void expectSession(Session& session, const TestServer& server) {
 TEST(LongForm, TypesTheFirstPartAfterFiveSecondsAndTheRestAtTheRelease) {
     TestServer server;
     hear(server, {"the first part", "and the rest"});
-    server.answer(chat, chatCompletion("The first part, and the rest."));
-    Session session(with(server, true));
+    server.answer(chatPath, chatCompletion("The first part, and the rest."));
+    Session session(streamingTo(server, true));
     expectSession(session, server);
 
     session.holdToTalk();
@@ -110,41 +73,108 @@ TEST(LongForm, TypesTheFirstPartAfterFiveSecondsAndTheRestAtTheRelease) {
     session.keyboard.tap(XK_x);
     EXPECT_TRUE(session.editor.comesToHold("The first part, and the rest.x", 5))
         << session.editor.savedText();
+    // Alt is Alt again: with an arrow it moves the line.
+    session.keyboard.type("\ny");
+    session.keyboard.chord(XK_Alt_L, XK_Up);
+    EXPECT_TRUE(session.editor.comesToHold("y\nThe first part, and the rest.x", 5))
+        << session.editor.savedText();
 }
 
 TEST(HandsFree, TypesEachUtteranceAndReplacesThemByTheCleanedWhole) {
     TestServer server;
     hear(server, {"first words", "second words", "third words", ""});
-    server.answer(chat, chatCompletion("First words, second words, third words."));
-    Session session(with(server, true));
+    server.answer(chatPath, chatCompletion("First words, second words, third words."));
+    Session session(streamingTo(server, true));
     expectSession(session, server);
+    session.keyboard.type("before: ");
 
-    tap(session);
-    ASSERT_TRUE(eventually(10, [&] { return session.program.auditCount("recordingStarted") == 1; }))
-        << session.program.output();
+    session.tapHandsFree();
+    expectRecording(session);
     for (int utterance = 1; utterance <= 3; ++utterance) {
         ASSERT_EQ(session.startSpeaking(voices().front()).wait(60), 0);
         ASSERT_TRUE(comesToCommits(server, utterance)) << session.program.output();
-        EXPECT_TRUE(eventually(
-            5, [&] { return session.program.history().size() == static_cast<std::size_t>(utterance); }));
+        EXPECT_TRUE(comesToRows(session, static_cast<std::size_t>(utterance)));
     }
     pauseMilliseconds(600);
-    tap(session);
-    EXPECT_TRUE(session.editor.comesToHold("First words, second words, third words.", 15))
+    session.tapHandsFree();
+    EXPECT_TRUE(session.editor.comesToHold("before: First words, second words, third words.", 15))
         << session.editor.savedText() << session.program.output();
-    EXPECT_TRUE(eventually(5, [&] { return session.program.history().size() == 4; }));
+    EXPECT_TRUE(comesToRows(session, 4));
     EXPECT_TRUE(eventually(5, [&] { return session.program.recordings().empty(); }));
-    EXPECT_EQ(server.requests(chat).size(), 1U);
+    EXPECT_EQ(server.requests(chatPath).size(), 1U);
+    // The whole is one step for the editor, as each piece was.
+    session.keyboard.chord(XK_Control_L, XK_z);
+    EXPECT_TRUE(session.editor.comesToHold("before: ", 5)) << session.editor.savedText();
+}
+
+TEST(HandsFree, IsLeftByAPressOfPushToTalk) {
+    TestServer server;
+    hear(server, {"first words", "last words", "and again"});
+    server.answer(chatPath, chatCompletion("First words, last words."));
+    server.answer(chatPath, chatCompletion("And again."));
+    Session session(streamingTo(server, true));
+    expectSession(session, server);
+
+    session.tapHandsFree();
+    expectRecording(session);
+    speakShortly(session);
+    ASSERT_TRUE(comesToCommits(server, 1)) << session.program.output();
+    ASSERT_TRUE(comesToRows(session, 1));
+    speakShortly(session);
+    session.keyboard.down(XK_Alt_L);
+    ASSERT_TRUE(comesToCommits(server, 2)) << session.program.output();
+    session.keyboard.up(XK_Alt_L);
+
+    EXPECT_TRUE(session.editor.comesToHold("First words, last words.", 15)) << session.program.output();
+    EXPECT_EQ(server.requests(chatPath).size(), 1U);
+    EXPECT_EQ(session.program.auditCount("recordingStarted"), 1U) << "the press began no other";
+    EXPECT_TRUE(eventually(5, [&] { return session.program.recordings().empty(); }));
+    EXPECT_FALSE(session.keyboard.isAnyKeyDown());
+
+    // The next press is one like any other.
+    session.dictate(voices().front());
+    EXPECT_TRUE(session.editor.comesToHold("First words, last words.And again.", 10))
+        << session.editor.savedText() << session.program.output();
+}
+
+TEST(HandsFree, KeepsTheOrderWhenAnInsertionIsSlowerThanTheNextUtterance) {
+    TestServer server;
+    hear(server, {"x", "first words", "second words"});
+    Session session(streamingTo(server, false));
+    expectSession(session, server);
+    session.holdToTalk();
+    session.letGo();
+    auto copied = copiedPage();
+    // The first insertion thus begins when all keys of the others have been pressed.
+    for (auto& form : copied)
+        form.delayMilliseconds = 100;
+    const SelectionOwner owner(session.desktop.display(), copied);
+
+    session.tapHandsFree();
+    ASSERT_TRUE(eventually(10, [&] { return session.program.auditCount("recordingStarted") == 2; }));
+    speakShortly(session);
+    // Insertions wait for each other, those of the pieces as well.
+    for (int i = 0; i < 20; ++i)
+        pasteLast(session.keyboard);
+    ASSERT_TRUE(comesToCommits(server, 2)) << session.program.output();
+    speakShortly(session);
+    ASSERT_TRUE(comesToCommits(server, 3)) << session.program.output();
+    EXPECT_EQ(session.editor.savedText().find("first"), std::string::npos) << "it was not slower";
+    session.tapHandsFree();
+
+    EXPECT_TRUE(session.editor.comesToHold(std::string(21, 'x') + "first words second words", 15))
+        << session.editor.savedText() << session.program.output();
+    expectClipboardHolds(session.desktop.display(), copied);
 }
 
 TEST(HandsFree, KeepsWhatWasTypedWhenItIsCancelled) {
     TestServer server;
     hear(server, {"first words", "never"});
-    Session session(with(server, false));
+    Session session(streamingTo(server, false));
     expectSession(session, server);
 
-    tap(session);
-    ASSERT_TRUE(eventually(10, [&] { return session.program.auditCount("recordingStarted") == 1; }));
+    session.tapHandsFree();
+    expectRecording(session);
     ASSERT_EQ(session.startSpeaking(voices().front()).wait(60), 0);
     ASSERT_TRUE(comesToCommits(server, 1)) << session.program.output();
     EXPECT_TRUE(session.editor.comesToHold("first words", 10)) << session.program.output();
@@ -158,11 +188,11 @@ TEST(HandsFree, KeepsWhatWasTypedWhenItIsCancelled) {
 
 TEST(HandsFree, SaysThatItNeedsTheService) {
     TestServer server;
-    auto options = with(server, false);
+    auto options = streamingTo(server, false);
     server.setListening(false);
     Session session(std::move(options));
 
-    tap(session);
+    session.tapHandsFree();
     EXPECT_TRUE(session.program.waitForOutput(
         "Unable to connect to the transcription service. Please try again.", 10))
         << session.program.output();

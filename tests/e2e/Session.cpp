@@ -1,5 +1,7 @@
 #include "tests/e2e/Session.h"
 
+#include "tests/support/Accessibility.h"
+
 #include <X11/keysym.h>
 
 #include <stdexcept>
@@ -16,9 +18,21 @@ const std::string started = "startDictation total: ";
 const std::string stopped = "stopDictation total: ";
 
 PrivateDesktop& prepared(PrivateDesktop& desktop, const Session::Options& options) {
+    if (options.isAccessible)
+        turnOnAccessibility(desktop.environment());
     if (options.prepare)
         options.prepare(desktop);
     return desktop;
+}
+
+Editor::Options editorOf(const PrivateDesktop& desktop, Session::Options options) {
+    std::map<std::string, std::string> environment;
+    if (options.isAccessible) {
+        environment["DBUS_SESSION_BUS_ADDRESS"] = desktop.environment().at("DBUS_SESSION_BUS_ADDRESS");
+        environment["NO_AT_BRIDGE"] = "0";
+    }
+    return {desktop.display(), options.editor, std::move(options.text), std::move(environment),
+            std::move(options.terminalCommand)};
 }
 
 } // namespace
@@ -29,7 +43,7 @@ Session::Session()
 Session::Session(Options options)
     : desktop(options.windowManager, options.sound)
     , program(prepared(desktop, options), options.program)
-    , editor(Editor::Options{desktop.display(), options.editor, {}, {}, std::move(options.terminalCommand)})
+    , editor(editorOf(desktop, std::move(options)))
     , keyboard(desktop.display(), TestKeyboard::Source::hardware) {
     if (!program.waitUntilItListens())
         fail("the program does not hear keys");
@@ -47,8 +61,28 @@ void Session::holdToTalk() {
     startsBefore_ = program.timings(started).size();
     stopsBefore_ = program.timings(stopped).size();
     keyboard.down(XK_Alt_L);
+    waitForStart();
+}
+
+void Session::holdToCommand() {
+    startsBefore_ = program.timings(started).size();
+    keyboard.down(XK_Alt_L);
+    keyboard.down(XK_equal);
+    waitForStart();
+}
+
+void Session::letGoOfCommand() {
+    keyboard.up(XK_equal);
+    keyboard.up(XK_Alt_L);
+}
+
+void Session::tapHandsFree() {
+    keyboard.chord(XK_Alt_L, XK_space);
+}
+
+void Session::waitForStart() {
     if (!program.waitForTimings(started, startsBefore_ + 1, patience))
-        fail("no recording began when Alt was held");
+        fail("no recording began when the keys were held");
 }
 
 void Session::speak(const Voice& voice) {

@@ -18,7 +18,9 @@ public:
         WindowManager windowManager = WindowManager::openbox;
         PrivateDesktop::Sound sound = PrivateDesktop::Sound::withMicrophone;
         Editor::Program editor = Editor::Program::mousepad;
-        std::string terminalCommand = {};                  ///< as in `Editor::Options`
+        std::string text = {};            ///< that the editor's file holds at first
+        std::string terminalCommand = {}; ///< as in `Editor::Options`
+        bool isAccessible = false;        ///< the editor tells assistive technology of itself
         std::function<void(PrivateDesktop&)> prepare = {}; ///< called before the program starts
         RunningProgram::Options program = {};
     };
@@ -37,6 +39,12 @@ public:
     void speak(const Voice& voice);
     void letGo();
 
+    /// Holds the keys of command mode and waits for the recording, as `holdToTalk` does.
+    void holdToCommand();
+    void letGoOfCommand();
+    /// Enters hands-free mode, or leaves it.
+    void tapHandsFree();
+
     /// Begins to play the sentence; the player ends with it.
     ChildProcess startSpeaking(const Voice& voice);
 
@@ -46,6 +54,7 @@ public:
     TestKeyboard keyboard;
 
 private:
+    void waitForStart();
     [[noreturn]] void fail(const std::string& reason) const;
 
     std::size_t startsBefore_ = 0;

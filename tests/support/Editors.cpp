@@ -248,6 +248,17 @@ bool Editor::comesToHold(const std::string& expected, double seconds) {
     });
 }
 
+void Editor::markFirstWord() {
+    // The one has a menu above its text.
+    const std::string y = options_.program == Program::xfce4Terminal ? "40" : "8";
+    if (run({"xdotool", "mousemove", "--window", std::to_string(window_), "30", y, "click", "--repeat", "2",
+             "--delay", "50", "1"},
+            {{"DISPLAY", options_.display}}) != 0)
+        throw std::runtime_error("the terminal could not be clicked into");
+    // The program takes a moment to own what is marked.
+    pauseMilliseconds(500);
+}
+
 bool Editor::isTerminal() const {
     return options_.program == Program::xterm || options_.program == Program::xfce4Terminal;
 }

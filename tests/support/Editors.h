@@ -46,6 +46,9 @@ public:
     /// Whether the text gets to be `expected` within `seconds`; saves every now and then.
     bool comesToHold(const std::string& expected, double seconds);
 
+    /// Marks the first word that a terminal shows, by two clicks.
+    void markFirstWord();
+
     const std::string& file() const { return file_; }
     pid_t pid() const { return process_->pid(); }
     /// Its X window.

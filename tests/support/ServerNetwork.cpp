@@ -22,6 +22,7 @@
 #include <boost/beast/ssl/ssl_stream.hpp>
 #include <boost/beast/websocket/ssl.hpp>
 #include <boost/beast/websocket/stream.hpp>
+#include <fcntl.h>
 #include <fmt/format.h>
 
 #include <chrono>
@@ -436,6 +437,12 @@ private:
     bool isClosing_ = false;
 };
 
+/// A program that a test starts would hold the socket open, and a closed port would go on to take
+/// connections.
+void keepFromPrograms(int descriptor) {
+    fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+}
+
 } // namespace
 
 struct ServerNetwork::Impl {
@@ -460,6 +467,7 @@ struct ServerNetwork::Impl {
 
     void listenOn(unsigned short wanted) {
         acceptor.emplace(context, tcp::endpoint(asio::ip::address_v4::loopback(), wanted));
+        keepFromPrograms(acceptor->native_handle());
         asio::co_spawn(context, acceptAll(), rethrowUnlessNetwork);
     }
 
@@ -473,6 +481,7 @@ struct ServerNetwork::Impl {
                 co_await pause(0.01);
                 continue;
             }
+            keepFromPrograms(stream.native_handle());
             if (tls)
                 start(std::make_shared<Connection<TlsStream>>(
                     shared, TlsStream(beast::tcp_stream(std::move(stream)), *tls)));

@@ -2,8 +2,7 @@
 
 #include "tests/support/ChildProcess.h"
 
-#include <QDBusConnection>
-#include <QString>
+#include <memory>
 #include <string>
 
 namespace sonvale::tests {
@@ -21,12 +20,16 @@ public:
     void setPlaying(bool isPlaying);
     /// "Playing", "Paused" or "Stopped", as the player says when it is asked; waits for its answer.
     std::string status() const;
+    /// The newest that the player has told everybody by itself, which it does a moment later; empty before
+    /// that.
+    std::string reportedStatus();
     void quit() { process_.end(); }
 
 private:
+    class Bus;
+
     TemporaryDirectory directory_;
-    const QString connectionName_;
-    QDBusConnection bus_;
+    const std::unique_ptr<Bus> bus_;
     ChildProcess process_;
 };
 
