@@ -25,6 +25,16 @@ PrivateDesktop& prepared(PrivateDesktop& desktop, const Session::Options& option
     return desktop;
 }
 
+/// A user who is not signed in is shown the way in first, and closes it.
+const PrivateDesktop& withDashboardClosed(const RunningProgram& program, const PrivateDesktop& desktop) {
+    constexpr double longerThanItTakesToOpen = 0.5;
+    program.waitForOutput("[AppDelegate] Initialization complete", patience);
+    if (program.waitForOutput("[AppDelegate] Opening dashboard", longerThanItTakesToOpen))
+        run({"xdotool", "search", "--sync", "--onlyvisible", "--name", "^Son Vale Dashboard$", "windowquit"},
+            {{"DISPLAY", desktop.display()}});
+    return desktop;
+}
+
 Editor::Options editorOf(const PrivateDesktop& desktop, Session::Options options) {
     std::map<std::string, std::string> environment;
     if (options.isAccessible) {
@@ -42,8 +52,9 @@ Session::Session()
 
 Session::Session(Options options)
     : desktop(options.windowManager, options.sound)
+    , panel(desktop.start({"tint2"}))
     , program(prepared(desktop, options), options.program)
-    , editor(editorOf(desktop, std::move(options)))
+    , editor(editorOf(withDashboardClosed(program, desktop), std::move(options)))
     , keyboard(desktop.display(), TestKeyboard::Source::hardware) {
     if (!program.waitUntilItListens())
         fail("the program does not hear keys");

@@ -49,6 +49,7 @@ public:
     ChildProcess startSpeaking(const Voice& voice);
 
     PrivateDesktop desktop;
+    ChildProcess panel; ///< with a tray
     RunningProgram program;
     Editor editor;
     TestKeyboard keyboard;
