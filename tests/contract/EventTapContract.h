@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <thread>
 #include <utility>
+#include <vector>
 
 namespace sonvale::tests {
 
@@ -53,6 +55,24 @@ TYPED_TEST_P(EventTapContract, CannotBeStartedWhereTheSystemRefuses) {
     this->bench_.forbid();
     EXPECT_FALSE(this->bench_.tap().probe());
     EXPECT_FALSE(this->start());
+}
+
+TYPED_TEST_P(EventTapContract, MayBeProbedOnOtherThreadsWhileItIsStartedAndStopped) {
+    std::atomic<int> probes = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 3; ++i) {
+        threads.emplace_back([&] {
+            for (int j = 0; j < 10; ++j)
+                probes += this->bench_.tap().probe() ? 1 : 0;
+        });
+    }
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_TRUE(this->start());
+        this->bench_.tap().stop();
+    }
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(probes, 30);
 }
 
 TYPED_TEST_P(EventTapContract, ReportsKeysByTheirPlace) {
@@ -170,7 +190,8 @@ TYPED_TEST_P(EventTapContract, ReportsATakenCombinationOnce) {
     EXPECT_TRUE(isReported(2));
 }
 
-REGISTER_TYPED_TEST_SUITE_P(EventTapContract, CannotBeStartedWhereTheSystemRefuses, ReportsKeysByTheirPlace,
+REGISTER_TYPED_TEST_SUITE_P(EventTapContract, CannotBeStartedWhereTheSystemRefuses,
+                            MayBeProbedOnOtherThreadsWhileItIsStartedAndStopped, ReportsKeysByTheirPlace,
                             ReportsEachModifierWithItsFlag, KeepsTheFlagWhileOneOfTwoSidesIsHeld,
                             RunsBlocksInOrderAndOnlyWhileRunning, IsSilentAfterStopAndCanBeStartedAgain,
                             SwallowsOnlyWhatIsSwallowableAndSwallowed, ReportsATakenCombinationOnce);

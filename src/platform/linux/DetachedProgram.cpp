@@ -45,13 +45,21 @@ void resetSignals() {
     sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
+void tell(int report, int error) {
+    // Unread when the caller has stopped waiting.
+    [[maybe_unused]] const auto written = write(report, &error, sizeof error);
+}
+
 /// In the copy of this process, where only what a signal handler may call is safe: other threads may have
 /// held any lock at the moment of the fork.
 [[noreturn]] void become(const char* file, char* const* arguments, int report) {
     setsid();
     // The copy of the copy has no parent that would have to wait for it.
-    if (const pid_t copy = fork(); copy != 0)
-        _exit(copy < 0 ? 1 : 0);
+    if (const pid_t copy = fork(); copy != 0) {
+        if (copy < 0)
+            tell(report, errno);
+        _exit(0);
+    }
 
     resetSignals();
     int highReport = fcntl(report, F_DUPFD_CLOEXEC, firstFreeDescriptor);
@@ -63,9 +71,7 @@ void resetSignals() {
     closefrom(firstFreeDescriptor + 1);
 
     execve(file, arguments, environ);
-    const int error = errno;
-    // Unread when the caller has stopped waiting.
-    [[maybe_unused]] const auto written = write(highReport, &error, sizeof error);
+    tell(highReport, errno);
     _exit(127);
 }
 
@@ -117,17 +123,10 @@ bool startDetached(const std::string& file, const std::vector<std::string>& argu
             become(file.c_str(), pointers.data(), report[1]);
     }
     close(report[1]);
-    int status = 0;
-    bool isForked = copy > 0;
-    if (isForked) {
-        while (waitpid(copy, &status, 0) < 0) {
-            // Where the process ignores SIGCHLD there is nothing to wait for, and nothing to learn.
-            if (errno != EINTR)
-                break;
-        }
-        isForked = status == 0;
+    // Where the process ignores SIGCHLD there is nothing to wait for.
+    while (copy > 0 && waitpid(copy, nullptr, 0) < 0 && errno == EINTR) {
     }
-    const bool isRunning = isForked && isStarted(report[0]);
+    const bool isRunning = copy > 0 && isStarted(report[0]);
     close(report[0]);
     return isRunning;
 }

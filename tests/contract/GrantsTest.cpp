@@ -1,0 +1,142 @@
+#include "platform/linux/PulseCaptureAuthorization.h"
+#include "platform/linux/X11AccessibilityTree.h"
+#include "platform/linux/X11EventTap.h"
+#include "platform/linux/X11Workspace.h"
+#include "runtime/SystemClock.h"
+#include "runtime/TaskPool.h"
+#include "services/PermissionsManager.h"
+#include "tests/contract/ScriptedPrograms.h"
+#include "tests/fakes/FakeSpeechRecognizers.h"
+#include "tests/support/PrivateDisplay.h"
+#include "tests/support/PrivateSound.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <functional>
+#include <future>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace sonvale::tests {
+
+namespace {
+
+using services::PermissionsManager;
+
+/// The manager on the system's own grants, with real threads and real time.
+class Grants : public testing::Test {
+protected:
+    Grants() {
+        onMain([this] {
+            manager_ = std::make_shared<PermissionsManager>(PermissionsManager::Parts{
+                .main = main_,
+                .pool = pool_.actor(),
+                .clock = clock_,
+                .captureAuthorization = capture_,
+                .accessibilityTree = accessibility_,
+                .eventTap = eventTap_,
+                .speechRecognizers = speech_,
+                .workspace = workspace_,
+                .requestSpeechAuthorization = {},
+            });
+            manager_->onPermissionGranted = [this] { ++reports_; };
+        });
+    }
+    ~Grants() override {
+        onMain([this] { manager_.reset(); });
+        registry_->cancelAll();
+        EXPECT_TRUE(registry_->waitUntilEmpty(30)) << "a task did not end";
+        pool_.join();
+    }
+
+    void onMain(std::function<void()> work) {
+        std::promise<void> done;
+        main_.post([&] {
+            work();
+            done.set_value();
+        });
+        done.get_future().wait();
+    }
+    bool isMicrophoneGranted() {
+        bool isGranted = false;
+        onMain([&] { isGranted = *manager_->microphoneGranted; });
+        return isGranted;
+    }
+
+    PrivateSound sound_{PrivateSound::Microphone::absent};
+    ScriptedPrograms programs_;
+    std::atomic<int> reports_ = 0;
+    std::shared_ptr<PermissionsManager> manager_; ///< on the main actor
+
+private:
+    PrivateDisplay display_;
+    runtime::SystemClock clock_;
+    platform::linux::PulseCaptureAuthorization capture_{sound_.serverAddress()};
+    platform::linux::X11AccessibilityTree accessibility_{clock_, display_.name()};
+    platform::linux::X11EventTap eventTap_{clock_, std::make_shared<platform::linux::SyntheticKeyLedger>(),
+                                           display_.name()};
+    FakeSpeechRecognizers speech_;
+    platform::linux::X11Workspace workspace_{clock_, display_.name(), {"XFCE", programs_.path()}};
+
+    const std::shared_ptr<runtime::TaskRegistry> registry_ = std::make_shared<runtime::TaskRegistry>();
+    runtime::TaskPool pool_{2, registry_};
+    const runtime::Actor main_ = pool_.makeSerialActor("main");
+};
+
+} // namespace
+
+TEST_F(Grants, AMicrophoneThatAppearsIsNoticedWithinTwoSeconds) {
+    programs_.install("pavucontrol");
+    onMain([this] { manager_->requestMicrophoneWithPolling(); });
+    EXPECT_TRUE(eventually(
+        10, [this] { return programs_.calls() == std::vector<std::string>{"pavucontrol --tab=4"}; }));
+    EXPECT_FALSE(isMicrophoneGranted());
+    pauseMilliseconds(1500);
+    EXPECT_EQ(reports_, 0);
+
+    sound_.addMicrophone();
+    const double start = monotonicSeconds();
+    EXPECT_TRUE(eventually(10, [this] { return reports_ == 1; }));
+    EXPECT_LT(monotonicSeconds() - start, 2);
+    EXPECT_TRUE(isMicrophoneGranted());
+    pauseMilliseconds(1500);
+    EXPECT_EQ(reports_, 1);
+}
+
+TEST_F(Grants, ASoundServerThatHangsDoesNotStopTheMainActorDuringAPoll) {
+    programs_.install("pavucontrol");
+    onMain([this] { manager_->requestMicrophoneWithPolling(); });
+    ASSERT_TRUE(eventually(10, [this] { return !programs_.calls().empty(); }));
+    sound_.server().signal(SIGSTOP);
+    double longest = 0;
+    for (const double end = monotonicSeconds() + 3; monotonicSeconds() < end;) {
+        const double start = monotonicSeconds();
+        onMain([] {});
+        longest = std::max(longest, monotonicSeconds() - start);
+        pauseMilliseconds(5);
+    }
+    sound_.server().signal(SIGCONT);
+    EXPECT_LT(longest, 0.5);
+}
+
+TEST_F(Grants, AreThereInAnXSession) {
+    onMain([this] {
+        manager_->requestAccessibilityPrompt();
+        EXPECT_TRUE(*manager_->accessibilityGranted);
+        manager_->pollInputMonitoring();
+        EXPECT_TRUE(*manager_->inputMonitoringGranted);
+    });
+    EXPECT_EQ(reports_, 1);
+    onMain([this] {
+        manager_->inputMonitoringGranted = false;
+        manager_->openInputMonitoringAndPoll();
+    });
+    EXPECT_TRUE(eventually(10, [this] { return reports_ == 2; }));
+    onMain([this] { EXPECT_TRUE(*manager_->inputMonitoringGranted); });
+}
+
+} // namespace sonvale::tests
