@@ -154,6 +154,10 @@ void CompositionRoot::launch() {
         [&tray = *p.trayIcon](const std::optional<std::string>& message) { tray.setErrorMessage(message); });
 }
 
+void CompositionRoot::reopen() {
+    parts_->delegate->openDashboard();
+}
+
 void CompositionRoot::makeMenu() {
     auto& p = *parts_;
     const auto openDashboard = [&delegate = *p.delegate] { delegate.openDashboard(); };

@@ -18,6 +18,9 @@ public:
     /// Runs the launch sequence; the main loop has to run afterwards.
     void launch();
 
+    /// The user has started the program once more.
+    void reopen();
+
     /// After the main loop: throws a running recording away, lets the insertion in flight put the clipboard
     /// back, and ends all tasks and threads. Some seconds at most.
     void shutDown();

@@ -31,8 +31,9 @@ int main(int argc, char** argv) {
 
     const auto directories = platform::linux::XdgDirectories::resolve();
     const char* display = std::getenv("DISPLAY");
-    const app::SingleInstance instance(directories.temporary, display ? display : "");
+    app::SingleInstance instance(directories.temporary, display ? display : "");
     if (!instance.isFirst()) {
+        instance.tellFirst();
         std::fputs("Son Vale is already running.\n", stderr);
         return EXIT_SUCCESS;
     }
@@ -40,6 +41,7 @@ int main(int argc, char** argv) {
     app::CompositionRoot root(directories);
     const app::TerminationSignals signals([] { QApplication::quit(); });
     root.launch();
+    instance.listen([&root] { root.reopen(); });
     const int status = QApplication::exec();
     root.shutDown();
     return status;

@@ -1,3 +1,4 @@
+#include "tests/e2e/FirstSteps.h"
 #include "tests/e2e/Session.h"
 #include "tests/support/Files.h"
 #include "tests/support/Voices.h"
@@ -114,8 +115,10 @@ TEST(StoreThatCannotBeMade, LeavesAProgramThatWorksWithoutIt) {
 
 TEST(BrokenSettingsFile, IsPutAsideAndTheDefaultsCount) {
     const std::string broken = R"({"isOnboardingComplete": tru)";
-    Session session(
-        {.prepare = [&](PrivateDesktop& desktop) { RunningProgram::writeSettings(desktop, broken); }});
+    // Nothing is known of the user any more.
+    Session session({.isNewUser = true, .prepare = [&](PrivateDesktop& desktop) {
+                         RunningProgram::writeSettings(desktop, broken);
+                     }});
     expectDictationWorks(session);
 
     const auto folder = session.desktop.configuration() / "com.sonvale.app";
@@ -128,6 +131,11 @@ TEST(SecondProgram, SaysThatThereIsOneAndEnds) {
     EXPECT_EQ(session.desktop.start({SONVALE_PROGRAM}, log).wait(30), 0);
 
     EXPECT_EQ(contentOf(log), "Son Vale is already running.\n");
+    // Whoever starts it again wants to see it.
+    const DashboardOnScreen dashboard(session.desktop);
+    dashboard.activate();
+    dashboard.close();
+    session.editor.focus();
     expectDictationWorks(session);
 }
 

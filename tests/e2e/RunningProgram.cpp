@@ -43,6 +43,7 @@ RunningProgram::RunningProgram(PrivateDesktop& desktop, const Options& options)
         writeSettings(desktop, R"({"isOnboardingComplete": true})");
     const auto program =
         options.info.empty() ? fs::path(SONVALE_PROGRAM) : installWith(desktop, options.info);
+    fs::remove(log_); // of a former run in this desktop
     auto command = options.launcher;
     command.push_back(program.string());
     process_.emplace(desktop.start(std::move(command), log_.string(), options.environment));

@@ -1,5 +1,6 @@
 #include "tests/e2e/Session.h"
 
+#include "tests/e2e/FirstSteps.h"
 #include "tests/support/Accessibility.h"
 
 #include <X11/keysym.h>
@@ -26,12 +27,17 @@ PrivateDesktop& prepared(PrivateDesktop& desktop, const Session::Options& option
 }
 
 /// A user who is not signed in is shown the way in first, and closes it.
-const PrivateDesktop& withDashboardClosed(const RunningProgram& program, const PrivateDesktop& desktop) {
+const PrivateDesktop& withDashboardClosed(const RunningProgram& program, const PrivateDesktop& desktop,
+                                          bool isNewUser) {
     constexpr double longerThanItTakesToOpen = 0.5;
     program.waitForOutput("[AppDelegate] Initialization complete", patience);
-    if (program.waitForOutput("[AppDelegate] Opening dashboard", longerThanItTakesToOpen))
-        run({"xdotool", "search", "--sync", "--onlyvisible", "--name", "^Son Vale Dashboard$", "windowquit"},
-            {{"DISPLAY", desktop.display()}});
+    if (isNewUser)
+        goThroughFirstSteps(desktop, program);
+    if (program.waitForOutput("[AppDelegate] Opening dashboard", longerThanItTakesToOpen)) {
+        const DashboardOnScreen dashboard(desktop);
+        dashboard.activate();
+        dashboard.close();
+    }
     return desktop;
 }
 
@@ -54,7 +60,7 @@ Session::Session(Options options)
     : desktop(options.windowManager, options.sound)
     , panel(desktop.start({"tint2"}))
     , program(prepared(desktop, options), options.program)
-    , editor(editorOf(withDashboardClosed(program, desktop), std::move(options)))
+    , editor(editorOf(withDashboardClosed(program, desktop, options.isNewUser), std::move(options)))
     , keyboard(desktop.display(), TestKeyboard::Source::hardware) {
     if (!program.waitUntilItListens())
         fail("the program does not hear keys");

@@ -20,6 +20,7 @@ public:
         Editor::Program editor = Editor::Program::mousepad;
         std::string text = {};            ///< that the editor's file holds at first
         std::string terminalCommand = {}; ///< as in `Editor::Options`
+        bool isNewUser = false;           ///< who goes through the first steps before the editor opens
         bool isAccessible = false;        ///< the editor tells assistive technology of itself
         std::function<void(PrivateDesktop&)> prepare = {}; ///< called before the program starts
         RunningProgram::Options program = {};

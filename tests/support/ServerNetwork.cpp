@@ -30,6 +30,7 @@
 #include <list>
 #include <map>
 #include <stdexcept>
+#include <thread>
 
 namespace sonvale::tests {
 
@@ -465,6 +466,21 @@ struct ServerNetwork::Impl {
         thread.join();
     }
 
+    /// Keeps the port from the other tests of this machine; a socket that does not listen refuses
+    /// connections.
+    void reserve(unsigned short wanted) {
+        reservation.emplace(context, tcp::v4());
+        reservation->set_option(tcp::socket::reuse_address(true));
+        const tcp::endpoint place(asio::ip::address_v4::loopback(), wanted);
+        // A program that is just being started has a copy of every socket until it has become itself.
+        boost::system::error_code failure;
+        for (int attempts = 400; reservation->bind(place, failure), failure && attempts > 0; --attempts)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        if (failure)
+            throw boost::system::system_error(failure);
+        keepFromPrograms(reservation->native_handle());
+    }
+
     void listenOn(unsigned short wanted) {
         acceptor.emplace(context, tcp::endpoint(asio::ip::address_v4::loopback(), wanted));
         keepFromPrograms(acceptor->native_handle());
@@ -517,6 +533,7 @@ struct ServerNetwork::Impl {
     Shared shared;
     std::optional<asio::ssl::context> tls;
     std::optional<tcp::acceptor> acceptor;
+    std::optional<tcp::socket> reservation;               ///< of the port, while nobody listens
     std::list<std::weak_ptr<ConnectionBase>> connections; ///< the newest last
     std::thread thread;
     int port = 0;
@@ -565,10 +582,13 @@ void ServerNetwork::setListening(bool isListening) {
     impl_->onThread([&] {
         if (isListening == impl_->acceptor->is_open())
             return;
-        if (isListening)
+        if (isListening) {
+            impl_->reservation.reset();
             impl_->listenOn(static_cast<unsigned short>(impl_->port));
-        else
+        } else {
             impl_->acceptor->close();
+            impl_->reserve(static_cast<unsigned short>(impl_->port));
+        }
     });
 }
 
