@@ -24,6 +24,7 @@ FocusScope {
             objectName: "title"
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
+            topPadding: Theme.inControl
             text: login.model.isSignUp ? Texts.createAccount : Texts.signIn
             font: Theme.pageTitle
             Accessible.role: Accessible.Heading
@@ -74,6 +75,7 @@ FocusScope {
             objectName: "localError"
             width: parent.width
             visible: text !== ""
+            isParagraph: true
             text: login.model.localError
             color: Theme.danger
             maximumLineCount: 6
