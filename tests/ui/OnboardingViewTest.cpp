@@ -17,7 +17,6 @@ namespace {
 namespace keys = persistence::keys;
 namespace settingsPage = platform::settingsPage;
 using hotkeys::HotkeyAction;
-using tests::eventuallyInQt;
 using Texts = std::vector<std::string>;
 
 constexpr std::int64_t microphoneStep = 1;

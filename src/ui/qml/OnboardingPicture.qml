@@ -1,5 +1,4 @@
 import QtQuick
-import SonVale.App
 
 /// What a step shows above its title.
 Item {

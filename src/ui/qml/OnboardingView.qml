@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import SonVale.App
 
 /// Leads a new user through the grants and the tour, one step at a time.
 FocusScope {
