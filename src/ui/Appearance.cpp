@@ -51,6 +51,11 @@ void Appearance::overrideDark(std::optional<bool> isDark) {
     Q_EMIT changed();
 }
 
+void Appearance::overrideMotionReduced(std::optional<bool> isMotionReduced) {
+    motionOverride_ = isMotionReduced;
+    Q_EMIT changed();
+}
+
 bool Appearance::eventFilter(QObject* object, QEvent* event) {
     if (event->type() == QEvent::ApplicationPaletteChange && object == QCoreApplication::instance())
         Q_EMIT changed();

@@ -19,10 +19,11 @@ public:
     Appearance();
 
     bool isDark() const;
-    bool isMotionReduced() const { return isMotionReduced_; }
+    bool isMotionReduced() const { return motionOverride_.value_or(isMotionReduced_); }
 
     /// Instead of what the desktop says; for pictures and tests.
     void overrideDark(std::optional<bool> isDark);
+    void overrideMotionReduced(std::optional<bool> isMotionReduced);
 
     Q_SIGNAL void changed();
 
@@ -34,7 +35,8 @@ private:
     void take(const QString& group, const QString& key, const QVariant& value);
     Q_SLOT void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
 
-    std::optional<bool> override_;
+    std::optional<bool> override_; ///< of what is dark
+    std::optional<bool> motionOverride_;
     std::optional<bool> portalIsDark_; ///< absent when the portal has no preference
     bool isMotionReduced_ = false;
 };

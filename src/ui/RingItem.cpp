@@ -38,14 +38,22 @@ void RingItem::paint(QPainter* painter) {
     painter->drawImage(boundingRect(), painter_->paint(state, sampleLevel(t), t));
 }
 
-void RingItem::itemChange(ItemChange change, const ItemChangeData& value) {
-    QQuickPaintedItem::itemChange(change, value);
+void RingItem::itemChange(ItemChange change, const ItemChangeData& data) {
+    QQuickPaintedItem::itemChange(change, data);
+    if (change == ItemSceneChange) {
+        disconnect(windowChanges_);
+        if (data.window)
+            windowChanges_ =
+                connect(data.window, &QWindow::visibilityChanged, this, [this] { moveOrRest(); });
+    }
     if (change == ItemVisibleHasChanged || change == ItemSceneChange)
         moveOrRest();
 }
 
 void RingItem::moveOrRest() {
-    if (isVisible() && window() && !isStill_)
+    const auto isWindowShown =
+        window() && window()->visibility() != QWindow::Hidden && window()->visibility() != QWindow::Minimized;
+    if (isVisible() && isWindowShown && !isStill_)
         frames_.start(millisecondsPerFrame, this);
     else
         frames_.stop();

@@ -10,8 +10,8 @@
 
 namespace sonvale::ui {
 
-/// The ring as a sample inside a window, moving as if somebody spoke. It rests while it is not visible, and
-/// stands still where `isStill`.
+/// The ring as a sample inside a window, moving as if somebody spoke. It rests while it or its window is not
+/// visible, and stands still where `isStill`.
 class RingItem : public QQuickPaintedItem {
     Q_OBJECT
     Q_PROPERTY(bool isWorking MEMBER isWorking_ NOTIFY changed)
@@ -33,6 +33,7 @@ private:
 
     bool isWorking_ = false;
     bool isStill_ = false;
+    QMetaObject::Connection windowChanges_;
     QBasicTimer frames_;
     QElapsedTimer time_;
     std::optional<RingPainter> painter_; ///< for the size in pixels last drawn

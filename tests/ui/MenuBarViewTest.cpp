@@ -50,7 +50,7 @@ TEST_F(MenuBarView, ColoursTheDotByTheState) {
     setState(RecordingState::recording);
     EXPECT_TRUE(eventuallyInQt(5, [&] { return color() == "#2a63f0"; })) << color();
     setState(RecordingState::processing);
-    EXPECT_TRUE(eventuallyInQt(5, [&] { return color() == "#1b8a4e"; })) << color();
+    EXPECT_TRUE(eventuallyInQt(5, [&] { return color() == "#177843"; })) << color();
     setState(RecordingState::idle);
     EXPECT_TRUE(eventuallyInQt(5, [&] { return color() == idle; })) << color();
 }

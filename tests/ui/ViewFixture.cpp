@@ -2,7 +2,9 @@
 
 #include "tests/ui/DesktopProbe.h"
 
+#include <QClipboard>
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <QTest>
 #include <stdexcept>
 
@@ -32,6 +34,36 @@ void collectTexts(QQuickItem* from, std::vector<std::string>& texts) {
     }
     for (auto* child : from->childItems())
         collectTexts(child, texts);
+}
+
+void collectOutside(QQuickItem* from, QRectF room, std::vector<std::string>& names) {
+    if (!from->isVisible() || from->opacity() == 0)
+        return;
+    const auto place = from->mapRectToScene(QRectF(0, 0, from->width(), from->height()));
+    constexpr double rounding = 0.5;
+    if (!room.adjusted(-rounding, -rounding, rounding, rounding).contains(place))
+        names.push_back(std::string(from->metaObject()->className()) + " " +
+                        from->objectName().toStdString());
+    if (from->clip())
+        return;
+    for (auto* child : from->childItems())
+        collectOutside(child, room, names);
+}
+
+void collectControls(QQuickItem* from, std::vector<QQuickItem*>& controls) {
+    if (!from->isVisible() || !from->isEnabled())
+        return;
+    if (from->inherits("QQuickAbstractButton") || from->inherits("QQuickTextField"))
+        controls.push_back(from);
+    for (auto* child : from->childItems())
+        collectControls(child, controls);
+}
+
+/// Rows and columns place what they hold only before the next picture.
+void layOut(QQuickItem* from) {
+    for (auto* child : from->childItems())
+        layOut(child);
+    from->ensurePolished();
 }
 
 } // namespace
@@ -104,6 +136,18 @@ std::vector<std::string> ViewFixture::readable(QQuickView& view) {
     return texts;
 }
 
+std::vector<std::string> ViewFixture::outside(QQuickView& view) {
+    std::vector<std::string> names;
+    collectOutside(view.rootObject(), QRectF(QPointF(), view.size()), names);
+    return names;
+}
+
+std::vector<QQuickItem*> ViewFixture::controls(QQuickView& view) {
+    std::vector<QQuickItem*> found;
+    collectControls(view.rootObject(), found);
+    return found;
+}
+
 void ViewFixture::click(QQuickView& view, const std::string& name) {
     auto& target = item(view, name);
     QPoint middle;
@@ -122,8 +166,15 @@ void ViewFixture::press(QQuickView& view, Qt::Key key) {
 }
 
 void ViewFixture::type(QQuickView& view, const std::string& text) {
-    for (const QChar letter : QString::fromStdString(text))
-        QTest::sendKeyEvent(QTest::Click, &view, Qt::Key_unknown, QString(letter), Qt::NoModifier);
+    for (const char32_t letter : QString::fromStdString(text).toStdU32String())
+        QTest::sendKeyEvent(QTest::Click, &view, Qt::Key_unknown, QString::fromUcs4(&letter, 1),
+                            Qt::NoModifier);
+    settleViews();
+}
+
+void ViewFixture::paste(QQuickView& view, const std::string& text) {
+    QGuiApplication::clipboard()->setText(QString::fromStdString(text));
+    QTest::keyClick(&view, Qt::Key_V, Qt::ControlModifier);
     settleViews();
 }
 
@@ -141,6 +192,10 @@ void ViewFixture::settleViews() {
         QCoreApplication::sendPostedEvents(nullptr, 0);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QCoreApplication::processEvents();
+        for (auto* view : {dashboard_ ? dashboard_->view() : nullptr, menu_ ? menu_->view() : nullptr}) {
+            if (view && view->rootObject())
+                layOut(view->rootObject());
+        }
     }
 }
 

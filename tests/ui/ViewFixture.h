@@ -42,10 +42,17 @@ protected:
     static std::string text(QQuickView& view, const std::string& name);
     /// Every text that can be read now, from top to bottom.
     static std::vector<std::string> readable(QQuickView& view);
+    /// Everything that is drawn and does not stand wholly inside the window; what a scrolled page or a field
+    /// cuts off does not count.
+    static std::vector<std::string> outside(QQuickView& view);
+    /// Every button and field that is there and not disabled.
+    static std::vector<QQuickItem*> controls(QQuickView& view);
 
     void click(QQuickView& view, const std::string& name);
     void press(QQuickView& view, Qt::Key key);
     void type(QQuickView& view, const std::string& text);
+    /// By the clipboard, for a text that is too long to type.
+    void paste(QQuickView& view, const std::string& text);
     using CoreFixture::press;
 
     /// The object name of what has the keyboard, or of what it is in.

@@ -2,6 +2,8 @@ import QtQuick
 
 /// The outline around whatever has the keyboard, with air between.
 Rectangle {
+    objectName: "focusRing"
+
     property Item control: parent
     property real controlRadius: Theme.controlRadius
 

@@ -11,14 +11,23 @@ FocusScope {
         width: Math.min(520, parent.width - 2 * Theme.pageEdge)
         spacing: Theme.inCard
 
-        Symbol {
+        Rectangle {
             anchors.horizontalCenter: parent.horizontalCenter
-            name: "waveform"
-            size: 40
-            color: Theme.accent
+            width: 88
+            height: 88
+            radius: 44
+            color: Theme.tint(Theme.accent, 0.12)
+
+            Symbol {
+                anchors.centerIn: parent
+                name: "waveform"
+                size: 40
+                color: Theme.accent
+            }
         }
         SVText {
             objectName: "lastTranscription"
+            isParagraph: true
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
             text: home.model.lastTranscription === "" ? Texts.startHint : home.model.lastTranscription.substring(0, 2000)

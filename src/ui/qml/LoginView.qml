@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Controls.Basic
 
 /// What a signed-out user sees: signing in, or creating an account.
 FocusScope {
@@ -24,6 +23,7 @@ FocusScope {
             objectName: "title"
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
+            topPadding: Theme.inControl
             text: login.model.isSignUp ? Texts.createAccount : Texts.signIn
             font: Theme.pageTitle
             Accessible.role: Accessible.Heading
@@ -74,6 +74,7 @@ FocusScope {
             objectName: "localError"
             width: parent.width
             visible: text !== ""
+            isParagraph: true
             text: login.model.localError
             color: Theme.danger
             maximumLineCount: 6
@@ -89,14 +90,13 @@ FocusScope {
             enabled: !login.model.isLoading
             onClicked: login.model.submit()
 
-            BusyIndicator {
+            BusyDots {
+                objectName: "busy"
                 anchors.right: parent.right
-                anchors.rightMargin: Theme.inControl
+                anchors.rightMargin: Theme.inCard
                 anchors.verticalCenter: parent.verticalCenter
-                width: 24
-                height: 24
-                running: login.model.isLoading
-                visible: running
+                color: Theme.textOnAccent
+                visible: login.model.isLoading
             }
         }
         LinkButton {

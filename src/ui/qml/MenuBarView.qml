@@ -58,6 +58,7 @@ FocusScope {
 
         SVText {
             objectName: "error"
+            isParagraph: true
             visible: text !== ""
             width: parent.width - 2 * Theme.inControl
             x: Theme.inControl
@@ -70,8 +71,11 @@ FocusScope {
 
         Rectangle {
             objectName: "transcription"
+
+            readonly property real shownHeight: words.contentHeight * Math.min(1, 4 / Math.max(1, words.lineCount))
+
             width: parent.width
-            height: Math.min(Math.max(words.contentHeight + 2 * Theme.betweenRows, 56), 132)
+            height: Math.max(shownHeight + 2 * Theme.betweenRows, 56)
             radius: Theme.controlRadius
             color: Theme.raised
 
@@ -92,7 +96,7 @@ FocusScope {
                 anchors.leftMargin: Theme.betweenRows
                 anchors.rightMargin: Theme.inControl
                 anchors.verticalCenter: parent.verticalCenter
-                height: Math.min(words.contentHeight, parent.height - 2 * Theme.betweenRows)
+                height: parent.shownHeight
                 contentHeight: words.contentHeight
                 clip: true
                 interactive: contentHeight > height
@@ -102,6 +106,7 @@ FocusScope {
                     id: words
 
                     objectName: "transcriptionText"
+                    isParagraph: menu.model.lastTranscription !== ""
                     width: scroll.width
                     // The beginning says which one it is; the whole of a long dictation is not for here.
                     text: menu.model.lastTranscription === "" ? Texts.startHint : menu.model.lastTranscription.substring(0, 2000)

@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import SonVale.App
 
 /// Leads a new user through the grants and the tour, one step at a time.
 FocusScope {
@@ -10,132 +9,72 @@ FocusScope {
     readonly property var texts: Texts.steps[model.stepName]
     readonly property bool isGrant: texts.ask !== undefined
     readonly property bool isGranted: model.stepName === "microphone" ? model.microphoneGranted : model.stepName === "speechRecognition" ? model.speechRecognitionGranted : model.stepName === "accessibility" ? model.accessibilityGranted : model.stepName === "inputMonitoring" ? model.inputMonitoringGranted : false
-    readonly property var symbols: ({
-            "welcome": "Logo",
-            "microphone": "mic",
-            "speechRecognition": "waveform",
-            "accessibility": "accessibility",
-            "inputMonitoring": "keyboard",
-            "ready": "checkmark.circle.fill",
-            "howToUse": "questionmark.circle",
-            "pushToTalk": "hand.tap",
-            "handsFree": "waveform",
-            "privacyTip": "lock",
-            "accessingApp": "macwindow"
-        })
-    readonly property bool isTour: model.stepName === "pushToTalk" || model.stepName === "handsFree"
+    readonly property bool isMissing: isGrant && !isGranted
+    readonly property bool hasVisualFocus: forward.visualFocus || back.visualFocus || skip.visualFocus || skipForNow.visualFocus
     property bool hasAsked: false
+    property int shownStep: 0
 
     focus: true
+    // A button that is the only one has the keyboard already, but not the mark of it.
+    Keys.onTabPressed: forward.focusReason = Qt.TabFocusReason
+    Component.onCompleted: shownStep = model.step
+
+    /// Where the user goes on, with the keyboard's mark when the keyboard led there.
+    function focusForward(isByKeyboard) {
+        forward.forceActiveFocus(isByKeyboard ? Qt.TabFocusReason : Qt.OtherFocusReason);
+    }
+
+    onIsGrantedChanged: {
+        if (isGranted)
+            focusForward(ask.visualFocus || checkAgain.visualFocus);
+    }
 
     Connections {
         target: onboarding.model
         function onStepChanged() {
+            const isByKeyboard = onboarding.hasVisualFocus;
             onboarding.hasAsked = false;
-            forward.forceActiveFocus();
+            turn.from = onboarding.model.step > onboarding.shownStep ? 24 : -24;
+            onboarding.shownStep = onboarding.model.step;
+            onboarding.focusForward(isByKeyboard);
+            turn.restart();
+        }
+    }
+
+    ParallelAnimation {
+        id: turn
+
+        property real from: 0
+
+        NumberAnimation {
+            target: page
+            property: "contentOpacity"
+            from: 0
+            to: 1
+            duration: Theme.motion
+            easing.type: Easing.OutCubic
+        }
+        NumberAnimation {
+            target: page
+            property: "shift"
+            from: turn.from
+            to: 0
+            duration: Theme.motion
+            easing.type: Easing.OutCubic
         }
     }
 
     ScrollPage {
+        id: page
+
         anchors.left: parent.left
         anchors.right: parent.right
         anchors.top: parent.top
         anchors.bottom: bar.top
-
-        Item {
+        steadyHeight: 452
+        OnboardingPicture {
             width: parent.width
-            height: 96
-            visible: onboarding.model.stepName !== "processingExplainer"
-
-            Rectangle {
-                anchors.centerIn: parent
-                width: 80
-                height: 80
-                radius: 40
-                color: Theme.tint(Theme.accent, 0.12)
-                scale: onboarding.isTour ? pulse.value : 1
-
-                Symbol {
-                    anchors.centerIn: parent
-                    name: onboarding.symbols[onboarding.model.stepName] || ""
-                    size: 40
-                    color: Theme.accent
-                }
-            }
-
-            QtObject {
-                id: pulse
-
-                property real value: 1
-
-                readonly property SequentialAnimation beat: SequentialAnimation {
-                    running: onboarding.isTour && onboarding.visible && Theme.motion > 0
-                    loops: 3
-
-                    NumberAnimation {
-                        target: pulse
-                        property: "value"
-                        to: 1.12
-                        duration: 900
-                        easing.type: Easing.InOutSine
-                    }
-                    NumberAnimation {
-                        target: pulse
-                        property: "value"
-                        to: 1
-                        duration: 900
-                        easing.type: Easing.InOutSine
-                    }
-                }
-            }
-        }
-
-        Row {
-            anchors.horizontalCenter: parent.horizontalCenter
-            visible: onboarding.model.stepName === "processingExplainer"
-            spacing: 48
-
-            Repeater {
-                model: [{
-                        "working": false,
-                        "text": Texts.listening
-                    }, {
-                        "working": true,
-                        "text": Texts.polishing
-                    }]
-
-                Column {
-                    id: sample
-
-                    required property var modelData
-
-                    spacing: Theme.betweenRows
-
-                    Rectangle {
-                        anchors.horizontalCenter: parent.horizontalCenter
-                        width: 112
-                        height: 112
-                        radius: 56
-                        color: Theme.ringGround
-
-                        Ring {
-                            objectName: sample.modelData.working ? "workingRing" : "listeningRing"
-                            anchors.centerIn: parent
-                            width: 96
-                            height: 96
-                            isWorking: sample.modelData.working
-                            isStill: Theme.motion === 0
-                            Accessible.role: Accessible.Graphic
-                            Accessible.name: sample.modelData.text
-                        }
-                    }
-                    SVText {
-                        anchors.horizontalCenter: parent.horizontalCenter
-                        text: sample.modelData.text
-                        font: Theme.rowTitle
-                    }
-                }
-            }
+            stepName: onboarding.model.stepName
         }
 
         SVText {
@@ -149,9 +88,10 @@ FocusScope {
         }
         SVText {
             objectName: "body"
+            isParagraph: true
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
-            text: onboarding.model.stepName === "ready" ? onboarding.texts.body.replace("%1", onboarding.model.shortcutLabel) : onboarding.texts.body
+            text: onboarding.model.stepName === "ready" ? onboarding.texts.body.arg(onboarding.model.shortcutLabel) : onboarding.texts.body
             color: Theme.secondaryText
         }
 
@@ -159,13 +99,18 @@ FocusScope {
             objectName: "granted"
             anchors.horizontalCenter: parent.horizontalCenter
             visible: onboarding.isGrant && onboarding.isGranted
+            topPadding: Theme.betweenRows
             spacing: Theme.inControl
 
             Symbol {
+                id: check
+
                 name: "checkmark.circle.fill"
                 color: Theme.good
             }
             SVText {
+                height: check.height
+                verticalAlignment: Text.AlignVCenter
                 text: Texts.granted
                 font: Theme.rowTitle
                 color: Theme.good
@@ -174,10 +119,13 @@ FocusScope {
 
         Column {
             anchors.horizontalCenter: parent.horizontalCenter
-            visible: onboarding.isGrant && !onboarding.isGranted
+            visible: onboarding.isMissing
+            topPadding: Theme.betweenRows
             spacing: Theme.betweenRows
 
             SVPrimaryButtonStyle {
+                id: ask
+
                 objectName: "ask"
                 anchors.horizontalCenter: parent.horizontalCenter
                 text: onboarding.texts.ask || ""
@@ -187,6 +135,8 @@ FocusScope {
                 }
             }
             PlainButton {
+                id: checkAgain
+
                 objectName: "checkAgain"
                 anchors.horizontalCenter: parent.horizontalCenter
                 text: Texts.checkAgain
@@ -194,6 +144,8 @@ FocusScope {
                 onClicked: onboarding.model.check()
             }
             LinkButton {
+                id: skipForNow
+
                 objectName: "skipForNow"
                 anchors.horizontalCenter: parent.horizontalCenter
                 visible: onboarding.model.stepName === "speechRecognition"
@@ -204,7 +156,9 @@ FocusScope {
 
         SVText {
             objectName: "inputMonitoringHint"
-            width: parent.width
+            isParagraph: true
+            anchors.horizontalCenter: parent.horizontalCenter
+            width: Math.min(parent.width, 400)
             horizontalAlignment: Text.AlignHCenter
             visible: onboarding.model.stepName === "inputMonitoring" && !onboarding.isGranted
             text: Texts.inputMonitoringHint
@@ -279,6 +233,8 @@ FocusScope {
                             color: grant.modelData.isGranted ? Theme.good : Theme.danger
                         }
                         SVText {
+                            height: 20
+                            verticalAlignment: Text.AlignVCenter
                             text: grant.modelData.text
                         }
                     }
@@ -296,6 +252,8 @@ FocusScope {
         height: 40 + 2 * Theme.betweenCards
 
         PlainButton {
+            id: back
+
             objectName: "back"
             anchors.left: parent.left
             anchors.leftMargin: Theme.pageEdge
@@ -314,10 +272,19 @@ FocusScope {
                 Rectangle {
                     required property int index
 
-                    width: 6
+                    readonly property bool isHere: index === onboarding.model.step
+
+                    width: isHere ? 20 : 6
                     height: 6
                     radius: 3
-                    color: index === onboarding.model.step ? Theme.accent : Theme.hairline
+                    color: isHere ? Theme.accent : index < onboarding.model.step ? Theme.fieldLine : Theme.hairline
+
+                    Behavior on width  {
+                        NumberAnimation {
+                            duration: Theme.motion
+                            easing.type: Easing.OutCubic
+                        }
+                    }
                 }
             }
         }
@@ -328,6 +295,8 @@ FocusScope {
             spacing: Theme.betweenRows
 
             PlainButton {
+                id: skip
+
                 objectName: "skip"
                 visible: onboarding.model.canSkip
                 text: Texts.skip
@@ -338,6 +307,7 @@ FocusScope {
 
                 objectName: onboarding.model.isLast ? "getStarted" : "continue"
                 focus: true
+                isQuiet: onboarding.isMissing
                 text: onboarding.model.isLast ? Texts.getStarted : Texts.continueOn
                 onClicked: onboarding.model.goOn()
             }

@@ -42,8 +42,12 @@ FocusScope {
         background: Rectangle {
             radius: Theme.controlRadius
             color: Theme.surface
-            border.width: input.activeFocus ? 2 : 1
-            border.color: input.activeFocus ? Theme.accent : Theme.fieldLine
+            border.width: 1
+            border.color: Theme.fieldLine
+
+            FocusRing {
+                control: input
+            }
         }
     }
 

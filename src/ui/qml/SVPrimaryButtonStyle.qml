@@ -5,6 +5,11 @@ import QtQuick.Controls.Basic
 Button {
     id: button
 
+    /// Whether another button of the screen is its main one now.
+    property bool isQuiet: false
+    readonly property color quietGround: down ? Theme.hairline : hovered ? Theme.raised : Theme.surface
+    readonly property color filledGround: down ? Qt.darker(Theme.accent, 1.15) : hovered ? Qt.darker(Theme.accent, 1.07) : Theme.accent
+
     implicitHeight: 40
     implicitWidth: Math.max(120, words.implicitWidth + 2 * 20)
     opacity: enabled ? 1 : 0.5
@@ -16,7 +21,9 @@ Button {
 
     background: Rectangle {
         radius: Theme.controlRadius
-        color: button.down ? Qt.darker(Theme.accent, 1.15) : button.hovered ? Qt.darker(Theme.accent, 1.07) : Theme.accent
+        color: button.isQuiet ? button.quietGround : button.filledGround
+        border.width: button.isQuiet ? 1 : 0
+        border.color: Theme.hairline
 
         FocusRing {
             control: button
@@ -28,7 +35,7 @@ Button {
 
         text: button.text
         font: Theme.rowTitle
-        color: Theme.textOnAccent
+        color: button.isQuiet ? Theme.text : Theme.textOnAccent
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter
         wrapMode: Text.NoWrap

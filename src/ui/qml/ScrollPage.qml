@@ -6,6 +6,12 @@ Flickable {
     id: page
 
     default property alias content: column.data
+    /// The height that the content is centred by, at least, so that its beginning does not jump between contents
+    /// of different heights.
+    property int steadyHeight: 0
+    /// For a content that comes in from a side.
+    property real shift: 0
+    property alias contentOpacity: column.opacity
     property int columnWidth: 520
     property alias spacing: column.spacing
 
@@ -21,7 +27,10 @@ Flickable {
 
         width: Math.min(page.columnWidth, page.width - 2 * Theme.pageEdge)
         x: (page.width - width) / 2
-        y: Math.max(Theme.pageEdge, (page.height - height) / 2)
+        y: Math.max(Theme.pageEdge, (page.height - Math.max(height, page.steadyHeight)) / 2)
         spacing: Theme.inCard
+        transform: Translate {
+            x: page.shift
+        }
     }
 }

@@ -10,16 +10,17 @@ QtObject {
     readonly property color surface: isDark ? "#1A1D24" : "#FFFFFF"
     readonly property color raised: isDark ? "#222630" : "#F0F2F5"
     readonly property color hairline: isDark ? "#2D323D" : "#E3E6EB"
-    readonly property color fieldLine: isDark ? "#6B7484" : "#8A93A2"
+    readonly property color fieldLine: isDark ? "#6B7484" : "#828B9A"
     readonly property color text: isDark ? "#F2F4F8" : "#14171C"
     readonly property color secondaryText: isDark ? "#A3ACBA" : "#5B6472"
     readonly property color accent: isDark ? "#6E9BFF" : "#2A63F0"
     readonly property color textOnAccent: isDark ? "#0B1220" : "#FFFFFF"
-    readonly property color good: isDark ? "#59D08E" : "#1B8A4E"
+    readonly property color good: isDark ? "#59D08E" : "#177843"
     readonly property color caution: isDark ? "#F0B35A" : "#9A5B00"
     readonly property color danger: isDark ? "#FF7B72" : "#C0352B"
     /// The ring glows on its own ground, whatever the window's.
     readonly property color ringGround: "#111318"
+    readonly property color ringRest: "#A3ACBA"
 
     readonly property string family: "Inter"
     readonly property font pageTitle: Qt.font({

@@ -49,6 +49,7 @@ protected:
     FakeSyntheticInput::Control& input() { return input_.control(); }
     FakeWorkspace::Control& workspace() { return workspace_.control(); }
     FakeAccessibilityTree::Control& accessibility() { return accessibility_.control(); }
+    FakeCaptureAuthorization::Control& capture() { return capture_.control(); }
     FakeSpeechRecognizers::Control& recogniser() { return recognizers_.control(); }
     FakeUrlSessions::Control& network() { return urlSessions_.control(); }
     FakeMediaPlayers::Control& players() { return players_.control(); }

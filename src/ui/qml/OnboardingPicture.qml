@@ -1,0 +1,210 @@
+import QtQuick
+
+/// What a step shows above its title.
+Item {
+    id: picture
+
+    required property string stepName
+    readonly property var symbols: ({
+            "welcome": "Logo",
+            "microphone": "mic",
+            "speechRecognition": "waveform",
+            "accessibility": "accessibility",
+            "inputMonitoring": "keyboard",
+            "ready": "checkmark.circle.fill",
+            "howToUse": "questionmark.circle",
+            "privacyTip": "lock",
+            "accessingApp": "macwindow"
+        })
+    readonly property bool isPushToTalk: stepName === "pushToTalk"
+    readonly property bool isHandsFree: stepName === "handsFree"
+    readonly property bool isTour: isPushToTalk || isHandsFree
+    property bool isKeyDown: false
+    property bool isListening: false
+
+    implicitHeight: 168
+
+    onStepNameChanged: play()
+    Component.onCompleted: play()
+
+    /// Plays the step's movement from its beginning; without motion its picture is that of somebody speaking.
+    function play() {
+        pushToTalkPulse.stop();
+        handsFreePulse.stop();
+        isListening = isTour;
+        isKeyDown = isPushToTalk;
+        if (Theme.motion > 0 && isPushToTalk)
+            pushToTalkPulse.start();
+        else if (Theme.motion > 0 && isHandsFree)
+            handsFreePulse.start();
+    }
+
+    function hold(isDown) {
+        isKeyDown = isDown;
+        isListening = isDown;
+    }
+
+    SequentialAnimation {
+        id: pushToTalkPulse
+
+        loops: 4
+
+        ScriptAction {
+            script: picture.hold(false)
+        }
+        PauseAnimation {
+            duration: 900
+        }
+        ScriptAction {
+            script: picture.hold(true)
+        }
+        PauseAnimation {
+            duration: 2200
+        }
+    }
+
+    SequentialAnimation {
+        id: handsFreePulse
+
+        loops: 4
+
+        ScriptAction {
+            script: {
+                picture.isListening = false;
+                picture.isKeyDown = true;
+            }
+        }
+        PauseAnimation {
+            duration: 160
+        }
+        ScriptAction {
+            script: {
+                picture.isKeyDown = false;
+                picture.isListening = true;
+            }
+        }
+        PauseAnimation {
+            duration: 2200
+        }
+        ScriptAction {
+            script: {
+                picture.isListening = true;
+                picture.isKeyDown = true;
+            }
+        }
+        PauseAnimation {
+            duration: 160
+        }
+        ScriptAction {
+            script: picture.hold(false)
+        }
+        PauseAnimation {
+            duration: 900
+        }
+        ScriptAction {
+            script: picture.isListening = true
+        }
+    }
+
+    Rectangle {
+        anchors.centerIn: parent
+        visible: picture.symbols[picture.stepName] !== undefined
+        width: 112
+        height: 112
+        radius: 56
+        color: picture.stepName === "ready" ? Theme.tint(Theme.good, 0.12) : Theme.tint(Theme.accent, 0.12)
+
+        Symbol {
+            anchors.centerIn: parent
+            name: picture.symbols[picture.stepName] || ""
+            size: 52
+            color: picture.stepName === "ready" ? Theme.good : Theme.accent
+        }
+    }
+
+    Row {
+        anchors.centerIn: parent
+        visible: picture.isTour
+        spacing: 40
+
+        Item {
+            anchors.verticalCenter: parent.verticalCenter
+            width: 96
+            height: 76
+
+            Rectangle {
+                width: parent.width
+                height: 70
+                y: 6
+                radius: Theme.cardRadius
+                color: Theme.hairline
+            }
+            Rectangle {
+                width: parent.width
+                height: 70
+                y: picture.isKeyDown ? 4 : 0
+                radius: Theme.cardRadius
+                color: picture.isKeyDown ? Theme.raised : Theme.surface
+                border.width: 1
+                border.color: Theme.fieldLine
+
+                Behavior on y  {
+                    NumberAnimation {
+                        duration: Theme.motion
+                        easing.type: Easing.OutCubic
+                    }
+                }
+
+                Symbol {
+                    anchors.centerIn: parent
+                    name: "hand.tap"
+                    size: 32
+                    color: Theme.accent
+                }
+            }
+        }
+        RingSample {
+            objectName: "sampleRing"
+            anchors.verticalCenter: parent.verticalCenter
+            isOn: picture.isListening
+        }
+    }
+
+    Row {
+        anchors.centerIn: parent
+        visible: picture.stepName === "processingExplainer"
+        spacing: 64
+
+        Repeater {
+            model: [{
+                    "working": false,
+                    "text": Texts.listening
+                }, {
+                    "working": true,
+                    "text": Texts.polishing
+                }]
+
+            Column {
+                id: sample
+
+                required property var modelData
+
+                spacing: Theme.inControl
+
+                RingSample {
+                    objectName: sample.modelData.working ? "workingSample" : "listeningSample"
+                    ringName: sample.modelData.working ? "workingRing" : "listeningRing"
+                    anchors.horizontalCenter: parent.horizontalCenter
+                    isWorking: sample.modelData.working
+                    Accessible.role: Accessible.Graphic
+                    Accessible.name: sample.modelData.text
+                }
+                SVText {
+                    anchors.horizontalCenter: parent.horizontalCenter
+                    text: sample.modelData.text
+                    font: Theme.rowTitle
+                }
+            }
+        }
+    }
+}

@@ -1,0 +1,35 @@
+import QtQuick
+import SonVale.App
+
+/// The ring on the dark ground on which it glows; while it is off, the microphone that waits for its key.
+Rectangle {
+    id: sample
+
+    property bool isOn: true
+    property alias isWorking: ring.isWorking
+    property alias ringName: ring.objectName
+
+    implicitWidth: 128
+    implicitHeight: 128
+    radius: width / 2
+    color: Theme.ringGround
+    border.width: 1
+    border.color: Theme.hairline
+
+    Symbol {
+        anchors.centerIn: parent
+        visible: !sample.isOn
+        name: "mic"
+        size: 32
+        color: Theme.ringRest
+    }
+    Ring {
+        id: ring
+
+        anchors.centerIn: parent
+        width: parent.width - 12
+        height: parent.height - 12
+        visible: sample.isOn
+        isStill: Theme.motion === 0
+    }
+}

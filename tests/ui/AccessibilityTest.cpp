@@ -1,0 +1,138 @@
+#include "persistence/SettingsKeys.h"
+#include "tests/ui/ViewFixture.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <QAccessible>
+#include <QTest>
+#include <algorithm>
+
+namespace sonvale::ui {
+
+namespace {
+
+namespace keys = persistence::keys;
+
+/// What a user needs who does not see the screen or does not use a mouse, on every screen.
+class Accessibility : public tests::ViewFixture {
+protected:
+    static void expectNames(QQuickView& view, const std::string& screen) {
+        for (auto* control : controls(view)) {
+            const auto name = screen + ": " + nameOf(control);
+            auto* told = QAccessible::queryAccessibleInterface(control);
+            ASSERT_TRUE(told) << name;
+            EXPECT_FALSE(told->text(QAccessible::Name).isEmpty()) << name;
+            EXPECT_FALSE(told->text(QAccessible::Name).contains(QLatin1Char('<'))) << name;
+            EXPECT_NE(told->role(), QAccessible::NoRole) << name;
+            EXPECT_TRUE(told->state().focusable) << name;
+        }
+    }
+
+    /// Walks once around with Tab: each control once, where it is drawn marked, in the order of reading.
+    void expectTabOrder(QQuickView& view, const std::string& screen) {
+        const auto all = controls(view);
+        std::vector<QQuickItem*> walked;
+        for (std::size_t i = 0; i < all.size(); ++i) {
+            QTest::keyClick(&view, Qt::Key_Tab);
+            settleViews();
+            walked.push_back(view.activeFocusItem());
+            EXPECT_TRUE(walked.back() && hasVisibleRing(walked.back()))
+                << screen << ": " << nameOf(walked.back());
+        }
+        EXPECT_TRUE(std::ranges::is_permutation(walked, all)) << screen << ": " << namesOf(walked);
+
+        const auto first = std::ranges::min_element(walked, isReadBefore);
+        std::ranges::rotate(walked, first);
+        EXPECT_TRUE(std::ranges::is_sorted(walked, isReadBefore)) << screen << ": " << namesOf(walked);
+    }
+
+    void expectUsable(QQuickView& view, const std::string& screen) {
+        expectNames(view, screen);
+        expectTabOrder(view, screen);
+    }
+
+private:
+    static QPointF middle(const QQuickItem* item) { return item->mapToScene(item->boundingRect().center()); }
+    static bool isReadBefore(const QQuickItem* one, const QQuickItem* other) {
+        constexpr double sameLine = 20;
+        const auto a = middle(one);
+        const auto b = middle(other);
+        return std::abs(a.y() - b.y()) > sameLine ? a.y() < b.y() : a.x() < b.x();
+    }
+    static bool hasVisibleRing(QQuickItem* from) {
+        if (from->objectName() == QLatin1String("focusRing"))
+            return from->isVisible();
+        return std::ranges::any_of(from->childItems(), hasVisibleRing);
+    }
+    static std::string nameOf(const QQuickItem* item) {
+        for (; item; item = item->parentItem()) {
+            if (!item->objectName().isEmpty())
+                return item->objectName().toStdString();
+        }
+        return "nothing";
+    }
+    static std::string namesOf(const std::vector<QQuickItem*>& items) {
+        std::string names;
+        for (const auto* item : items)
+            names += nameOf(item) + " ";
+        return names;
+    }
+};
+
+} // namespace
+
+TEST_F(Accessibility, OfEveryStepOfOnboarding) {
+    capture().setStatus(platform::CaptureStatus::denied);
+    accessibility().setTrusted(false);
+    tap().setPermitted(false);
+    recogniser().setAuthorization(platform::SpeechAuthorization::denied);
+    for (std::int64_t step = 0; step < 12; ++step) {
+        settings().set(keys::onboardingStep, step);
+        auto& view = openDashboard();
+        expectUsable(view, fmt::format("step {}", step));
+        if (isShown(view, "ask")) {
+            click(view, "ask");
+            expectUsable(view, fmt::format("step {}, asked", step));
+        }
+    }
+}
+
+TEST_F(Accessibility, OfTheGrantsInTheList) {
+    tap().setPermitted(false);
+    settings().set(keys::onboardingStep, 5);
+    auto& view = openDashboard();
+    const auto description = [&](const char* grant) {
+        auto* row = item(view, std::string("grant.") + grant).parentItem();
+        auto* told = QAccessible::queryAccessibleInterface(row);
+        return told ? told->text(QAccessible::Name).toStdString() + ": " +
+                          told->text(QAccessible::Description).toStdString()
+                    : std::string("nothing");
+    };
+    EXPECT_EQ(description("Microphone"), "Microphone: Granted");
+    EXPECT_EQ(description("Input Monitoring"), "Input Monitoring: Not granted");
+}
+
+TEST_F(Accessibility, OfTheWayIn) {
+    completeOnboardingAndStart();
+    auto& view = openDashboard();
+    expectUsable(view, "sign in");
+    click(view, "submit");
+    auto* error = QAccessible::queryAccessibleInterface(&item(view, "localError"));
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->role(), QAccessible::AlertMessage);
+    EXPECT_EQ(error->text(QAccessible::Name), QStringLiteral("Please enter your email address."));
+    click(view, "switchMode");
+    expectUsable(view, "sign up");
+}
+
+TEST_F(Accessibility, OfTheMenu) {
+    expectUsable(openMenu(), "menu");
+    change([&] { state().lastTranscription = "words"; });
+    auto& view = openMenu();
+    expectUsable(view, "menu with a transcript");
+    click(view, "language");
+    expectNames(view, "menu with languages");
+}
+
+} // namespace sonvale::ui
