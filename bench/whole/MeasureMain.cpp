@@ -1,9 +1,12 @@
 #include "base/Base64.h"
 #include "base/Json.h"
+#include "tests/e2e/FirstSteps.h"
 #include "tests/e2e/Session.h"
 #include "tests/support/TestServer.h"
 #include "tests/support/Voices.h"
 
+#include <X11/Xatom.h>
+#include <X11/Xlib.h>
 #include <X11/keysym.h>
 #include <fmt/format.h>
 #include <unistd.h>
@@ -278,6 +281,86 @@ bool soak(int dictations, bool isLocal) {
            after.descriptors <= before.descriptors;
 }
 
+/// The windows that the window manager of a display knows.
+class WindowList {
+public:
+    explicit WindowList(const std::string& displayName)
+        : display_(XOpenDisplay(displayName.c_str()))
+        , property_(XInternAtom(display_, "_NET_CLIENT_LIST", False)) {}
+    ~WindowList() { XCloseDisplay(display_); }
+    WindowList(const WindowList&) = delete;
+    WindowList& operator=(const WindowList&) = delete;
+
+    unsigned long count() const {
+        Atom type = 0;
+        int format = 0;
+        unsigned long count = 0;
+        unsigned long left = 0;
+        unsigned char* value = nullptr;
+        XGetWindowProperty(display_, DefaultRootWindow(display_), property_, 0, 1000, False, XA_WINDOW, &type,
+                           &format, &count, &left, &value);
+        if (value)
+            XFree(value);
+        return count;
+    }
+
+private:
+    Display* display_;
+    Atom property_;
+};
+
+template <class Condition>
+double millisecondsUntil(double begun, Condition condition) {
+    while (!condition()) {
+        if (monotonicSeconds() - begun > 30)
+            throw std::runtime_error("the program did not come up");
+        std::this_thread::sleep_for(std::chrono::microseconds(500));
+    }
+    return (monotonicSeconds() - begun) * 1000;
+}
+
+/// From the start of the process to the listener, and to the first window of a user who is not signed in;
+/// then what a window leaves behind.
+void measureStart(int starts) {
+    PrivateDesktop desktop;
+    const auto panel = desktop.start({"tint2"});
+    pauseMilliseconds(1000);
+    const WindowList windows(desktop.display());
+    const auto others = windows.count();
+    std::vector<double> toListener;
+    std::vector<double> toWindow;
+    for (int i = 0; i < starts; ++i) {
+        const double begun = monotonicSeconds();
+        RunningProgram program(desktop);
+        toListener.push_back(millisecondsUntil(begun, [&] {
+            return program.output().find("hotkeyManager.start() returned true") != std::string::npos;
+        }));
+        toWindow.push_back(millisecondsUntil(begun, [&] { return windows.count() > others; }));
+        program.quit();
+        millisecondsUntil(monotonicSeconds(), [&] { return windows.count() == others; });
+    }
+    printTimings("start to a live listener", std::move(toListener));
+    printTimings("start to the first window", std::move(toWindow));
+
+    const RunningProgram::Options withKey{
+        .info = {{"OPENAI_API_KEY", "sk-of-this-measurement"}, {"OPENAI_BASE_URL", "http://127.0.0.1:9"}}};
+    RunningProgram program(desktop, withKey);
+    program.waitUntilItListens();
+    pauseMilliseconds(5000);
+    const double before = residentMegabytes(program.pid());
+    const DashboardOnScreen dashboard(desktop);
+    desktop.start({(desktop.folder() / "program" / "sonvale").string()}).wait(10);
+    dashboard.activate();
+    pauseMilliseconds(2000);
+    const double during = residentMegabytes(program.pid());
+    dashboard.close();
+    pauseMilliseconds(3000);
+    fmt::print("{:<44} {:.1f} MB, with the dashboard open {:.1f} MB, closed again {:.1f} MB\n",
+               "resident, idle, before any window", before, during, residentMegabytes(program.pid()));
+    fmt::print("{:<44} {:.1f}\n", "wake-ups per second, idle, afterwards",
+               wakeUpsPerSecond(program.pid(), 10));
+}
+
 void measure(int dictations) {
     Session session;
     auto& program = session.program;
@@ -319,7 +402,7 @@ void measure(int dictations) {
 
 /// Measures the whole program at rest and at work in a private desktop, which takes about four minutes. With
 /// "stream SECONDS" one recording of that length by way of a service, instead; with "soak DICTATIONS [local]"
-/// so many in a row.
+/// so many in a row; with "start TIMES" how long it takes to come up, and what a window costs.
 int main(int argc, char** argv) {
     try {
         if (argc > 2 && std::string_view(argv[1]) == "stream") {
@@ -328,6 +411,10 @@ int main(int argc, char** argv) {
         }
         if (argc > 2 && std::string_view(argv[1]) == "soak")
             return soak(std::stoi(argv[2]), argc > 3 && std::string_view(argv[3]) == "local") ? 0 : 1;
+        if (argc > 2 && std::string_view(argv[1]) == "start") {
+            measureStart(std::stoi(argv[2]));
+            return 0;
+        }
         const int dictations = argc > 1 ? std::stoi(argv[1]) : 10;
         measure(dictations);
         measureTheWait(dictations);

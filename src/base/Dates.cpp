@@ -81,6 +81,16 @@ private:
     bool failed_ = false;
 };
 
+/// Null for a zone that is not known.
+std::unique_ptr<icu::TimeZone> zoneNamed(const std::string& name) {
+    std::unique_ptr<icu::TimeZone> zone(
+        name.empty() ? icu::TimeZone::createDefault()
+                     : icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name)));
+    if (zone && *zone == icu::TimeZone::getUnknown())
+        zone.reset();
+    return zone;
+}
+
 bool isHeldByDate(seconds sinceEpoch) {
     constexpr auto limit = std::chrono::duration_cast<seconds>(Date::duration::max()) - seconds(1);
     return sinceEpoch < limit && sinceEpoch > -limit;
@@ -130,12 +140,9 @@ std::optional<Date> parseIso8601(std::string_view text) {
 std::optional<Date> daysBefore(Date date, std::int64_t days, const std::string& timeZone) {
     if (days > std::numeric_limits<std::int32_t>::max() || days < -std::numeric_limits<std::int32_t>::max())
         return std::nullopt;
-    std::unique_ptr<icu::TimeZone> zone(
-        timeZone.empty() ? icu::TimeZone::createDefault()
-                         : icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(timeZone)));
-    if (!zone || *zone == icu::TimeZone::getUnknown())
+    auto zone = zoneNamed(timeZone);
+    if (!zone)
         return std::nullopt;
-
     UErrorCode status = U_ZERO_ERROR;
     icu::GregorianCalendar calendar(zone.release(), status);
     const auto whole = std::chrono::floor<std::chrono::milliseconds>(date);
@@ -147,6 +154,20 @@ std::optional<Date> daysBefore(Date date, std::int64_t days, const std::string& 
     return Date(std::chrono::duration_cast<Date::duration>(
                std::chrono::milliseconds(static_cast<std::int64_t>(milliseconds)))) +
            (date - whole);
+}
+
+std::optional<std::int64_t> calendarDay(Date date, const std::string& timeZone) {
+    auto zone = zoneNamed(timeZone);
+    if (!zone)
+        return std::nullopt;
+    UErrorCode status = U_ZERO_ERROR;
+    icu::GregorianCalendar calendar(zone.release(), status);
+    const auto whole = std::chrono::floor<std::chrono::milliseconds>(date);
+    calendar.setTime(static_cast<UDate>(whole.time_since_epoch().count()), status);
+    const auto day = calendar.get(UCAL_JULIAN_DAY, status);
+    if (U_FAILURE(status))
+        return std::nullopt;
+    return day;
 }
 
 } // namespace sonvale::base

@@ -23,4 +23,8 @@ std::optional<Date> parseIso8601(std::string_view text);
 /// no `Date` results. Any thread.
 std::optional<Date> daysBefore(Date date, std::int64_t days, const std::string& timeZone = {});
 
+/// A number for the day of the calendar on which `date` falls in `timeZone` (IANA name; empty means the
+/// system's own zone); the day after has the next number. Nothing when the zone is unknown. Any thread.
+std::optional<std::int64_t> calendarDay(Date date, const std::string& timeZone = {});
+
 } // namespace sonvale::base

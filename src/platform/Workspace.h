@@ -17,14 +17,14 @@ struct FrontApplication {
 
 /// Pages of the system's settings, for `Workspace::openURL`. Where a desktop has no such page its settings
 /// open at the nearest one.
-namespace settingsPage {
+namespace settings_page {
 inline constexpr const char* microphone =
     "x-apple.systempreferences:com.apple.preference.security?Privacy_Microphone";
 inline constexpr const char* speechRecognition =
     "x-apple.systempreferences:com.apple.preference.security?Privacy_SpeechRecognition";
 inline constexpr const char* inputMonitoring =
     "x-apple.systempreferences:com.apple.preference.security?Privacy_ListenEvent";
-} // namespace settingsPage
+} // namespace settings_page
 
 /// What the desktop knows about applications and the user. Main actor; each call answers within a few
 /// milliseconds.

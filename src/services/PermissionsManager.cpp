@@ -87,7 +87,7 @@ void PermissionsManager::requestSpeechRecognitionWithPolling() {
         runtime::spawn(parts_.main, requestSpeech(weak_from_this(), parts_.requestSpeechAuthorization));
         return;
     }
-    parts_.workspace.openURL(platform::settingsPage::speechRecognition);
+    parts_.workspace.openURL(platform::settings_page::speechRecognition);
     startPolling(speechRecognitionCheck);
 }
 
@@ -114,7 +114,7 @@ void PermissionsManager::pollInputMonitoring() {
 void PermissionsManager::openInputMonitoringAndPoll() {
     // The answer does not matter: only who has tried to listen is listed on the page.
     parts_.eventTap.probe();
-    parts_.workspace.openURL(platform::settingsPage::inputMonitoring);
+    parts_.workspace.openURL(platform::settings_page::inputMonitoring);
     startPolling(inputMonitoringCheck);
 }
 
@@ -125,7 +125,7 @@ void PermissionsManager::startPolling(Check check) {
 }
 
 void PermissionsManager::openMicrophonePageAndPoll() {
-    parts_.workspace.openURL(platform::settingsPage::microphone);
+    parts_.workspace.openURL(platform::settings_page::microphone);
     startPolling(microphoneCheck);
 }
 

@@ -82,10 +82,10 @@ TEST_F(UrlOpenerTest, OpensThePagesWithTheDesktopsOwnSettings) {
         const ScriptedPrograms installed;
         installed.install(program);
         const UrlOpener opener({desktop, installed.path()});
-        EXPECT_TRUE(opener.open(settingsPage::microphone)) << desktop;
+        EXPECT_TRUE(opener.open(settings_page::microphone)) << desktop;
         EXPECT_TRUE(eventually(10, [&] { return installed.calls() == Lines{soundCall}; }))
             << desktop << " " << program;
-        for (const auto* page : {settingsPage::speechRecognition, settingsPage::inputMonitoring}) {
+        for (const auto* page : {settings_page::speechRecognition, settings_page::inputMonitoring}) {
             const auto before = installed.calls().size();
             EXPECT_EQ(opener.open(page), !privacyCall.empty()) << desktop << " " << program;
             if (!privacyCall.empty()) {
@@ -102,20 +102,20 @@ TEST_F(UrlOpenerTest, TakesTheBestOfSeveralPrograms) {
     programs.install("pavucontrol");
     programs.install("gnome-control-center");
     programs.install("xfce4-settings-manager");
-    EXPECT_TRUE(opener("XFCE").open(settingsPage::microphone));
+    EXPECT_TRUE(opener("XFCE").open(settings_page::microphone));
     EXPECT_TRUE(eventually(10, [&] { return programs.calls() == Lines{"pavucontrol --tab=4"}; }));
-    EXPECT_TRUE(opener("gnome").open(settingsPage::microphone));
+    EXPECT_TRUE(opener("gnome").open(settings_page::microphone));
     EXPECT_TRUE(eventually(10, [&] { return programs.calls().size() == 2; }));
     EXPECT_EQ(programs.calls().back(), "gnome-control-center sound");
 }
 
 TEST_F(UrlOpenerTest, SaysWhatIsMissingWhereNothingIsInstalled) {
-    EXPECT_FALSE(opener("XFCE").open(settingsPage::microphone));
+    EXPECT_FALSE(opener("XFCE").open(settings_page::microphone));
     EXPECT_TRUE(hasLogged("The microphone is granted once the sound server has an input that this program "
                           "may use"));
     EXPECT_TRUE(hasLogged("No program of the desktop \"XFCE\" opens the settings page: pavucontrol, "
                           "xfce4-settings-manager, pavucontrol-qt"));
-    EXPECT_FALSE(opener("").open(settingsPage::inputMonitoring));
+    EXPECT_FALSE(opener("").open(settings_page::inputMonitoring));
     EXPECT_TRUE(hasLogged("No program of the desktop \"\" opens the settings page"));
     EXPECT_FALSE(opener("").open("https://example.com/"));
     EXPECT_TRUE(hasLogged("No program of the desktop \"\" opens the https address: xdg-open"));
@@ -127,11 +127,11 @@ TEST_F(UrlOpenerTest, PassesOverProgramsThatCannotBeStarted) {
     broken.write("xfce4-settings-manager", "#!/bin/sh\n", 0644);
     std::filesystem::create_directory(broken.path() + "/pavucontrol-qt");
     const UrlOpener failing({"XFCE", broken.path()});
-    EXPECT_FALSE(failing.open(settingsPage::microphone));
+    EXPECT_FALSE(failing.open(settings_page::microphone));
     broken.install("pavucontrol-qt-2");
     std::filesystem::remove(broken.path() + "/pavucontrol-qt");
     broken.install("pavucontrol-qt");
-    EXPECT_TRUE(failing.open(settingsPage::microphone));
+    EXPECT_TRUE(failing.open(settings_page::microphone));
     EXPECT_TRUE(eventually(10, [&] { return broken.calls() == Lines{"pavucontrol-qt --tab=4"}; }));
 }
 

@@ -113,12 +113,12 @@ TEST_P(WorkspaceContract, FollowsTheUserAtOnce) {
 }
 
 TEST_P(WorkspaceContract, OpensPagesOnceThereIsAProgramForThem) {
-    EXPECT_FALSE(workspace.openURL(platform::settingsPage::microphone));
+    EXPECT_FALSE(workspace.openURL(platform::settings_page::microphone));
     EXPECT_FALSE(workspace.openURL("https://example.com/"));
     harness->installPrograms();
-    EXPECT_TRUE(workspace.openURL(platform::settingsPage::microphone));
-    EXPECT_TRUE(workspace.openURL(platform::settingsPage::speechRecognition));
-    EXPECT_TRUE(workspace.openURL(platform::settingsPage::inputMonitoring));
+    EXPECT_TRUE(workspace.openURL(platform::settings_page::microphone));
+    EXPECT_TRUE(workspace.openURL(platform::settings_page::speechRecognition));
+    EXPECT_TRUE(workspace.openURL(platform::settings_page::inputMonitoring));
     EXPECT_TRUE(workspace.openURL("https://example.com/"));
     EXPECT_TRUE(workspace.openURL("mailto:someone@example.com"));
     EXPECT_EQ(harness->openedCount(5), 5);

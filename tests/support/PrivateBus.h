@@ -11,7 +11,7 @@ namespace sonvale::tests {
 /// A D-Bus session of a test's own. The services that it starts get `environment`, and end with it.
 class PrivateBus {
 public:
-    explicit PrivateBus(const std::map<std::string, std::string>& environment);
+    explicit PrivateBus(const std::map<std::string, std::string>& environment = {});
 
     /// For DBUS_SESSION_BUS_ADDRESS.
     std::string address() const { return "unix:path=" + directory_.path() + "/bus"; }

@@ -15,7 +15,7 @@ namespace sonvale::ui {
 namespace {
 
 namespace keys = persistence::keys;
-namespace settingsPage = platform::settingsPage;
+namespace settings_page = platform::settings_page;
 using hotkeys::HotkeyAction;
 using Texts = std::vector<std::string>;
 
@@ -297,7 +297,7 @@ TEST_F(OnboardingView, LeadsToThePageOfTheMicrophoneAfterANo) {
     capture().setStatus(platform::CaptureStatus::denied);
     capture().answer(false);
     settleViews();
-    EXPECT_EQ(workspace().opened(), Texts{settingsPage::microphone});
+    EXPECT_EQ(workspace().opened(), Texts{settings_page::microphone});
     EXPECT_TRUE(isShown(view, "ask"));
 }
 
@@ -305,7 +305,7 @@ TEST_F(OnboardingView, ShowsAMicrophoneWithinTwoSecondsOfItsComing) {
     denyEverything();
     auto& view = openAt(microphoneStep);
     click(view, "ask");
-    EXPECT_EQ(workspace().opened(), Texts{settingsPage::microphone});
+    EXPECT_EQ(workspace().opened(), Texts{settings_page::microphone});
     pass(20.5);
     EXPECT_FALSE(isShown(view, "granted"));
     grant(microphoneStep);
@@ -321,8 +321,8 @@ TEST_F(OnboardingView, SendsTheUserToEachPageAndNoticesTheGrant) {
         int probes;
     };
     for (const auto& each :
-         {Case{speechStep, {settingsPage::speechRecognition}, 0, 0}, Case{accessibilityStep, {}, 1, 0},
-          Case{inputStep, {settingsPage::inputMonitoring}, 0, 1}}) {
+         {Case{speechStep, {settings_page::speechRecognition}, 0, 0}, Case{accessibilityStep, {}, 1, 0},
+          Case{inputStep, {settings_page::inputMonitoring}, 0, 1}}) {
         denyEverything();
         auto& view = openAt(each.step);
         const auto pages = workspace().opened().size();

@@ -7,7 +7,6 @@
 #include <QDBusPendingReply>
 #include <QDBusVariant>
 #include <QUuid>
-#include <filesystem>
 #include <stdexcept>
 
 namespace sonvale::tests {
@@ -26,15 +25,6 @@ QDBusMessage answerTo(const QDBusConnection& bus, const QDBusMessage& question) 
 }
 
 } // namespace
-
-PrivateBus::PrivateBus()
-    : address_("unix:path=" + directory_.path() + "/bus") {
-    ChildProcess::Options options;
-    options.arguments = {"dbus-daemon", "--session", "--nofork", "--nopidfile", "--address=" + address_};
-    daemon_ = std::make_unique<ChildProcess>(std::move(options));
-    if (!eventually(20, [this] { return std::filesystem::exists(directory_.path() + "/bus"); }))
-        throw std::runtime_error("dbus-daemon did not start");
-}
 
 StatusNotifierPanel::StatusNotifierPanel(const PrivateBus& bus)
     : bus_(QDBusConnection::connectToBus(QString::fromStdString(bus.address()),

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/support/ChildProcess.h"
+#include "tests/support/PrivateBus.h"
 
 #include <QDBusConnection>
 #include <QObject>
@@ -11,18 +11,6 @@
 #include <vector>
 
 namespace sonvale::tests {
-
-/// A session bus of a test's own.
-class PrivateBus {
-public:
-    PrivateBus();
-    const std::string& address() const { return address_; }
-
-private:
-    TemporaryDirectory directory_;
-    std::string address_;
-    std::unique_ptr<ChildProcess> daemon_;
-};
 
 /// A panel that shows StatusNotifierItems: the watcher and its one host.
 class StatusNotifierPanel : public QObject {

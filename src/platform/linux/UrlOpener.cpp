@@ -22,11 +22,11 @@ struct Page {
 };
 
 constexpr Page pages[] = {
-    {settingsPage::microphone, SettingsPage::sound,
+    {settings_page::microphone, SettingsPage::sound,
      "The microphone is granted once the sound server has an input that this program may use"},
-    {settingsPage::speechRecognition, SettingsPage::privacy,
+    {settings_page::speechRecognition, SettingsPage::privacy,
      "Speech recognition has no switch here: it is granted once the recogniser's model is installed"},
-    {settingsPage::inputMonitoring, SettingsPage::privacy,
+    {settings_page::inputMonitoring, SettingsPage::privacy,
      "Input monitoring has no switch here: it is granted once the X server offers XInput, XKB and XTEST"},
 };
 

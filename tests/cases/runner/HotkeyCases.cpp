@@ -1,6 +1,8 @@
 #include "hotkeys/HotkeyBindingStore.h"
 #include "hotkeys/HotkeyManager.h"
 #include "hotkeys/HotkeyMigration.h"
+#include "hotkeys/KeyCapture.h"
+#include "hotkeys/KeyPills.h"
 #include "persistence/ModelContainer.h"
 #include "persistence/Settings.h"
 #include "tests/cases/runner/CaseInput.h"
@@ -37,12 +39,35 @@ HotkeyBindings bindings(const json& in) {
     return known(HotkeyBindingStore::decode(value.dump()), "form of bindings").bindings;
 }
 
+json shown(const HotkeyConfiguration& config) {
+    return {
+        {"keyCode", config.keyCode}, {"modifiers", config.modifiers}, {"displayName", config.displayName}};
+}
+
 json shown(const std::vector<HotkeyConfiguration>& configs) {
     auto list = json::array();
-    for (const auto& config : configs) {
-        list.push_back({{"keyCode", config.keyCode},
-                        {"modifiers", config.modifiers},
-                        {"displayName", config.displayName}});
+    for (const auto& config : configs)
+        list.push_back(shown(config));
+    return list;
+}
+
+/// What a recorder makes of each event.
+json captured(const json& events) {
+    using Type = platform::KeyEvent::Type;
+    static const std::map<std::string, Type> types{{"keyDown", Type::keyDown},
+                                                   {"flagsChanged", Type::flagsChanged}};
+    auto list = json::array();
+    for (const auto& event : events) {
+        const auto type = types.find(text(event, "type"));
+        if (type == types.end())
+            throw BadCase("unknown type of event");
+        const auto capture = captureKey({.type = type->second,
+                                         .keyCode = static_cast<int>(integer(event, "keyCode")),
+                                         .flags = unsignedInteger(event, "flags")});
+        if (const auto* config = std::get_if<HotkeyConfiguration>(&capture))
+            list.push_back(shown(*config));
+        else
+            list.push_back(std::holds_alternative<CaptureCancelled>(capture) ? json("cancel") : json());
     }
     return list;
 }
@@ -221,6 +246,11 @@ json listen(const json& in) {
 } // namespace
 
 void addHotkeyCases(CaseRegistry& registry) {
+    registry["keySymbol"] = [](const json& in) { return json(keySymbol(integer(in, "keyCode"))); };
+    registry["keyPills"] = [](const json& in) {
+        return json(keyPills(integer(in, "keyCode"), unsignedInteger(in, "modifiers")));
+    };
+    registry["captureKey"] = [](const json& in) { return captured(array(in, "events")); };
     registry["keyName"] = [](const json& in) { return HotkeyConfiguration::keyName(integer(in, "keyCode")); };
     registry["formatDisplayName"] = [](const json& in) {
         return HotkeyConfiguration::formatDisplayName(integer(in, "keyCode"),

@@ -1,13 +1,17 @@
+#include "base/Dates.h"
 #include "persistence/Settings.h"
 #include "persistence/SettingsKeys.h"
 #include "tests/cases/runner/CaseInput.h"
 #include "tests/support/ChildProcess.h"
+#include "ui/FormalityText.h"
+#include "ui/HistoryStats.h"
 #include "ui/Languages.h"
 #include "ui/LoginCheck.h"
 #include "ui/MenuStatus.h"
 #include "ui/OnboardingStep.h"
 #include "ui/RingGeometry.h"
 #include "ui/ScratchpadText.h"
+#include "ui/SnippetSearch.h"
 
 #include <fstream>
 #include <map>
@@ -51,6 +55,10 @@ std::optional<std::int64_t> storedStep(const json& value) {
     return persistence::Settings(file).stored(persistence::keys::onboardingStep);
 }
 
+base::Date date(const json& in, const char* name) {
+    return known(base::parseIso8601(text(in, name)), std::string("date in \"") + name + "\"");
+}
+
 } // namespace
 
 void addInterfaceCases(CaseRegistry& registry) {
@@ -74,6 +82,30 @@ void addInterfaceCases(CaseRegistry& registry) {
     registry["menuStatus"] = [](const json& in) { return json(ui::menuStatus(recordingState(in))); };
     registry["languageName"] = [](const json& in) { return json(ui::languageName(text(in, "code"))); };
     registry["scratchpadWords"] = [](const json& in) { return json(ui::scratchpadWords(text(in, "text"))); };
+    registry["stats"] = [](const json& in) {
+        ui::HistoryStats stats(text(in, "timeZone"));
+        for (const auto& row : array(in, "rows"))
+            stats.add(date(row, "timestamp"), integer(row, "wordCount"), number(row, "durationSeconds"));
+        return json{{"days", stats.days()}, {"words", stats.words()}, {"wpm", stats.wordsPerMinute()}};
+    };
+    registry["daySection"] = [](const json& in) {
+        const auto section = ui::daySection(date(in, "timestamp"), date(in, "now"), text(in, "timeZone"));
+        return section ? json(*section) : json();
+    };
+    registry["formalityText"] = [](const json& in) {
+        return json(ui::formalityText(integer(in, "formality")));
+    };
+    registry["snippetSearch"] = [](const json& in) {
+        auto shown = json::array();
+        for (const auto& each : array(in, "snippets")) {
+            persistence::Snippet snippet;
+            snippet.trigger = text(each, "trigger");
+            snippet.content = text(each, "content");
+            if (ui::matchesSearch(snippet, text(in, "searchText")))
+                shown.push_back(snippet.trigger);
+        }
+        return shown;
+    };
 }
 
 } // namespace sonvale::tests

@@ -1,5 +1,6 @@
 #include "base/Base64.h"
 #include "services/AuthAnswers.h"
+#include "services/SupportMessages.h"
 #include "tests/cases/runner/CaseInput.h"
 #include "tests/fakes/FakeSampleRateConverters.h"
 #include "tests/fakes/FakeUrlSessions.h"
@@ -209,6 +210,22 @@ json chatResponse(const json& in) {
 } // namespace
 
 void addServiceCases(CaseRegistry& registry) {
+    registry["supportStream"] = [](const json& in) {
+        services::SupportStream stream;
+        std::string answer;
+        for (const auto& line : array(in, "lines")) {
+            if (!line.is_string())
+                throw BadCase("a line is no string");
+            answer += stream.take(line.get<std::string>()).text;
+        }
+        return json{{"text", answer}, {"ended", stream.isEnded()}};
+    };
+    registry["supportBody"] = [](const json& in) {
+        std::vector<services::SupportMessage> messages;
+        for (const auto& message : array(in, "messages"))
+            messages.push_back({text(message, "role"), text(message, "content")});
+        return services::supportBody(messages);
+    };
     registry["baseURL"] = [](const json& in) {
         return services::usableBackendURL(field(in, "value")).value_or("default");
     };
