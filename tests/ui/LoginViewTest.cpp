@@ -53,7 +53,13 @@ protected:
         click(view, "submit");
         return text(view, "localError");
     }
-    base::Json lastBody() { return base::Json::parse(network().lastRequest()->body.value()); }
+    tests::FakeRequest& request() {
+        const auto last = network().lastRequest();
+        if (!last)
+            throw std::runtime_error("the service was not asked");
+        return *last; // the network keeps it
+    }
+    base::Json lastBody() { return base::Json::parse(request().body.value()); }
 
     static QString shownText(QQuickView& view, const std::string& field) {
         return input(view, field).property("displayText").toString();
@@ -162,7 +168,7 @@ TEST_F(LoginView, SignsInAndGoesHome) {
     fill(view, "email", " \tann@example.com  ");
     fill(view, "password", " pass word ");
     click(view, "submit");
-    EXPECT_EQ(network().lastRequest()->url, "https://api.sonvale.com/auth/login");
+    EXPECT_EQ(request().url, "https://api.sonvale.com/auth/login");
     EXPECT_EQ(lastBody(), (base::Json{{"email", "ann@example.com"}, {"password", " pass word "}}));
     EXPECT_TRUE(isShown(view, "home"));
     EXPECT_FALSE(isShown(view, "login"));
@@ -194,7 +200,7 @@ TEST_F(LoginView, CreatesAnAccountByTheKeyboardAlone) {
     EXPECT_EQ(focused(view), "confirmPassword");
     type(view, "long enough");
     press(view, Qt::Key_Return);
-    EXPECT_EQ(network().lastRequest()->url, "https://api.sonvale.com/auth/signup");
+    EXPECT_EQ(request().url, "https://api.sonvale.com/auth/signup");
     EXPECT_EQ(lastBody(), (base::Json{{"email", "ann@example.com"}, {"password", "long enough"}}));
     EXPECT_TRUE(isShown(view, "home"));
 }
@@ -228,7 +234,7 @@ TEST_F(LoginView, IsDisabledWhileTheServiceIsAsked) {
     press(view, Qt::Key_Return);
     EXPECT_EQ(network().requests().size(), 1U);
 
-    network().lastRequest()->answer(500, "");
+    request().answer(500, "");
     settleViews();
     EXPECT_TRUE(input(view, "email").isEnabled());
     EXPECT_TRUE(item(view, "submit").isEnabled());

@@ -17,6 +17,7 @@ namespace {
 namespace keys = persistence::keys;
 namespace settings_page = platform::settings_page;
 using hotkeys::HotkeyAction;
+using tests::eventuallyInQt;
 using Texts = std::vector<std::string>;
 
 constexpr std::int64_t microphoneStep = 1;
@@ -406,6 +407,33 @@ TEST_F(OnboardingView, LetsTheKeyboardReachEveryButtonInTheOrderOfReading) {
     press(view, Qt::Key_Return);
     EXPECT_EQ(storedStep(), microphoneStep);
     EXPECT_EQ(order(openAt(6)), (Texts{"continue", "back", "skip"}));
+}
+
+TEST_F(OnboardingView, StandsWhollyInItsWindowAtEveryStep) {
+    denyEverything();
+    labelPushToTalk({{105, 0, "Control + Option + Shift + Command + " + std::string(200, 'w')}});
+    for (const auto& size : {QSize(800, 600), QSize(900, 700)}) {
+        for (std::int64_t step = 0; step <= lastStep; ++step) {
+            auto& view = openAt(step);
+            view.resize(size);
+            ASSERT_TRUE(eventuallyInQt(10, [&] { return view.rootObject()->size() == QSizeF(size); }));
+            settleViews();
+            if (isShown(view, "ask"))
+                click(view, "ask");
+            // The longest label that is possible scrolls.
+            if (step != readyStep)
+                EXPECT_EQ(outside(view), Texts{}) << step;
+            const auto words = item(view, "body").mapRectToScene(item(view, "body").boundingRect());
+            EXPECT_GE(words.left(), 0) << step;
+            EXPECT_LE(words.right(), size.width()) << step;
+        }
+    }
+    labelPushToTalk({{105, 0, "Control + Option + Shift + Command + Space"}});
+    auto& view = openAt(readyStep);
+    view.resize(800, 600);
+    ASSERT_TRUE(eventuallyInQt(10, [&] { return view.rootObject()->height() == 600; }));
+    settleViews();
+    EXPECT_EQ(outside(view), Texts{});
 }
 
 TEST_F(OnboardingView, MovesTheRingsOnlyWhileTheyAreShown) {

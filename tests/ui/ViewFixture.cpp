@@ -39,13 +39,15 @@ void collectTexts(QQuickItem* from, std::vector<std::string>& texts) {
 void collectOutside(QQuickItem* from, QRectF room, std::vector<std::string>& names) {
     if (!from->isVisible() || from->opacity() == 0)
         return;
-    const auto place = from->mapRectToScene(QRectF(0, 0, from->width(), from->height()));
+    // A text's rectangle is where its words are.
+    const auto place = from->mapRectToScene(
+        from->inherits("QQuickText") ? from->boundingRect() : QRectF(0, 0, from->width(), from->height()));
     constexpr double rounding = 0.5;
-    if (!room.adjusted(-rounding, -rounding, rounding, rounding).contains(place))
+    if (!place.isEmpty() && !room.adjusted(-rounding, -rounding, rounding, rounding).contains(place))
         names.push_back(std::string(from->metaObject()->className()) + " " +
                         from->objectName().toStdString());
     if (from->clip())
-        return;
+        room = room.intersected(place);
     for (auto* child : from->childItems())
         collectOutside(child, room, names);
 }

@@ -42,8 +42,8 @@ protected:
     static std::string text(QQuickView& view, const std::string& name);
     /// Every text that can be read now, from top to bottom.
     static std::vector<std::string> readable(QQuickView& view);
-    /// Everything that is drawn and does not stand wholly inside the window; what a scrolled page or a field
-    /// cuts off does not count.
+    /// Everything that is drawn and does not stand wholly inside the window, or inside the page that could be
+    /// scrolled to see it.
     static std::vector<std::string> outside(QQuickView& view);
     /// Every button and field that is there and not disabled.
     static std::vector<QQuickItem*> controls(QQuickView& view);

@@ -77,7 +77,7 @@ FocusScope {
             isParagraph: true
             text: login.model.localError
             color: Theme.danger
-            maximumLineCount: 6
+            maximumLineCount: 4
             elide: Text.ElideRight
             Accessible.role: Accessible.AlertMessage
             Accessible.name: text

@@ -22,7 +22,7 @@ Item {
     property bool isKeyDown: false
     property bool isListening: false
 
-    implicitHeight: 168
+    implicitHeight: 152
 
     onStepNameChanged: play()
     Component.onCompleted: play()
@@ -30,13 +30,13 @@ Item {
     /// Plays the step's movement from its beginning; without motion its picture is that of somebody speaking.
     function play() {
         pushToTalkPulse.stop();
-        handsFreePulse.stop();
+        breatheAnimation.stop();
         isListening = isTour;
         isKeyDown = isPushToTalk;
         if (Theme.motion > 0 && isPushToTalk)
             pushToTalkPulse.start();
         else if (Theme.motion > 0 && isHandsFree)
-            handsFreePulse.start();
+            breatheAnimation.start();
     }
 
     function hold(isDown) {
@@ -64,7 +64,7 @@ Item {
     }
 
     SequentialAnimation {
-        id: handsFreePulse
+        id: breatheAnimation
 
         loops: 4
 

@@ -71,7 +71,7 @@ FocusScope {
         anchors.right: parent.right
         anchors.top: parent.top
         anchors.bottom: bar.top
-        steadyHeight: 452
+        steadyHeight: 444
         OnboardingPicture {
             width: parent.width
             stepName: onboarding.model.stepName

@@ -9,8 +9,8 @@ Rectangle {
     property alias isWorking: ring.isWorking
     property alias ringName: ring.objectName
 
-    implicitWidth: 128
-    implicitHeight: 128
+    implicitWidth: 120
+    implicitHeight: 120
     radius: width / 2
     color: Theme.ringGround
     border.width: 1
