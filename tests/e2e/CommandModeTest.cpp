@@ -61,7 +61,7 @@ TEST_P(CommandInEditor, RewritesTheSelectionInPlaceAndTypesTheWordsWhenThereIsNo
     auto options = streamingTo(server, false, GetParam().editor);
     options.text = "one two three";
     options.isAccessible = GetParam().isAccessible;
-    Session session(std::move(options));
+    Session session(options);
     ASSERT_TRUE(server.waitForSockets(1, 20)) << session.program.output();
     const auto copied = copiedPage();
     {
@@ -143,7 +143,7 @@ TEST(Command, TypesTheInstructionWhenTheModelFailsOrDoesNotAnswer) {
     auto options = streamingTo(server, false);
     options.text = "one two three";
     options.isAccessible = true;
-    Session session(std::move(options));
+    Session session(options);
     ASSERT_TRUE(server.waitForSockets(1, 20)) << session.program.output();
     const auto copied = copiedPage();
     const SelectionOwner owner(session.desktop.display(), copied);

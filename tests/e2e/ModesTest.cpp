@@ -190,7 +190,7 @@ TEST(HandsFree, SaysThatItNeedsTheService) {
     TestServer server;
     auto options = streamingTo(server, false);
     server.setListening(false);
-    Session session(std::move(options));
+    Session session(options);
 
     session.tapHandsFree();
     EXPECT_TRUE(session.program.waitForOutput(

@@ -27,8 +27,7 @@ PrivateDesktop& prepared(PrivateDesktop& desktop, const Session::Options& option
 }
 
 /// A user who is not signed in is shown the way in first, and closes it.
-const PrivateDesktop& withDashboardClosed(const RunningProgram& program, const PrivateDesktop& desktop,
-                                          bool isNewUser) {
+void comeToTheEditor(const RunningProgram& program, const PrivateDesktop& desktop, bool isNewUser) {
     constexpr double longerThanItTakesToOpen = 0.5;
     program.waitForOutput("[AppDelegate] Initialization complete", patience);
     if (isNewUser)
@@ -38,17 +37,17 @@ const PrivateDesktop& withDashboardClosed(const RunningProgram& program, const P
         dashboard.activate();
         dashboard.close();
     }
-    return desktop;
 }
 
-Editor::Options editorOf(const PrivateDesktop& desktop, Session::Options options) {
+Editor::Options editorOf(const RunningProgram& program, const PrivateDesktop& desktop,
+                         const Session::Options& options) {
+    comeToTheEditor(program, desktop, options.isNewUser);
     std::map<std::string, std::string> environment;
     if (options.isAccessible) {
         environment["DBUS_SESSION_BUS_ADDRESS"] = desktop.environment().at("DBUS_SESSION_BUS_ADDRESS");
         environment["NO_AT_BRIDGE"] = "0";
     }
-    return {desktop.display(), options.editor, std::move(options.text), std::move(environment),
-            std::move(options.terminalCommand)};
+    return {desktop.display(), options.editor, options.text, std::move(environment), options.terminalCommand};
 }
 
 } // namespace
@@ -56,11 +55,11 @@ Editor::Options editorOf(const PrivateDesktop& desktop, Session::Options options
 Session::Session()
     : Session(Options{}) {}
 
-Session::Session(Options options)
+Session::Session(const Options& options)
     : desktop(options.windowManager, options.sound)
     , panel(desktop.start({"tint2"}))
     , program(prepared(desktop, options), options.program)
-    , editor(editorOf(withDashboardClosed(program, desktop, options.isNewUser), std::move(options)))
+    , editor(editorOf(program, desktop, options))
     , keyboard(desktop.display(), TestKeyboard::Source::hardware) {
     if (!program.waitUntilItListens())
         fail("the program does not hear keys");

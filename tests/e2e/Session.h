@@ -29,7 +29,7 @@ public:
     Session();
     /// Comes back when the program hears keys and the editor has the keyboard; throws when it does not get
     /// there.
-    explicit Session(Options options);
+    explicit Session(const Options& options);
 
     /// Holds Alt, speaks the sentence into the microphone, lets go, and waits for the end of the dictation.
     /// Throws with the reason, and with what the program wrote, when one of these steps does not come about.

@@ -251,7 +251,7 @@ TEST(Streaming, UsesThisMachineWhenNobodyCanBeReached) {
     TestServer server;
     auto options = with(server, "hybrid");
     server.setListening(false);
-    Session session(std::move(options));
+    Session session(options);
 
     session.dictate(voice);
 
@@ -295,7 +295,7 @@ TEST(Streaming, WorksOverTlsWithAnAuthorityOfTheUsersOwn) {
     server.setRealtime(saying("words over tls"));
     auto options = with(server, "streaming");
     options.program.environment = {{"SSL_CERT_FILE", server.caFile().string()}};
-    Session session(std::move(options));
+    Session session(options);
     ASSERT_TRUE(server.waitForSockets(1, 20)) << session.program.output();
 
     session.dictate(voices().front());

@@ -30,11 +30,11 @@ AccessibilityBus::AccessibilityBus(const runtime::Clock& clock,
     , addressOfDisplay_(std::move(addressOfDisplay))
     , sessionAddress_(std::move(sessionAddress)) {}
 
-std::vector<DBusMessagePointer> AccessibilityBus::ask(std::vector<DBusMessagePointer> calls,
+std::vector<DBusMessagePointer> AccessibilityBus::ask(const std::vector<DBusMessagePointer>& calls,
                                                       double deadline) {
     if (!bus_)
         return std::vector<DBusMessagePointer>(calls.size());
-    return bus_->ask(std::move(calls), deadline);
+    return bus_->ask(calls, deadline);
 }
 
 DBusMessagePointer AccessibilityBus::ask(DBusMessagePointer call, double deadline) {

@@ -23,7 +23,7 @@ public:
                      std::string sessionAddress);
 
     /// As `DBusClient::ask`; nothing but nulls without a bus.
-    std::vector<DBusMessagePointer> ask(std::vector<DBusMessagePointer> calls, double deadline);
+    std::vector<DBusMessagePointer> ask(const std::vector<DBusMessagePointer>& calls, double deadline);
     DBusMessagePointer ask(DBusMessagePointer call, double deadline);
 
     /// Lets `seconds` pass, at most until the deadline; returns early when the bus has gone.

@@ -54,7 +54,7 @@ std::vector<DBusMessagePointer> DBusClient::ask(const std::vector<DBusMessagePoi
 DBusMessagePointer DBusClient::ask(DBusMessagePointer call, double deadline) {
     std::vector<DBusMessagePointer> calls;
     calls.push_back(std::move(call));
-    return std::move(ask(std::move(calls), deadline).front());
+    return std::move(ask(calls, deadline).front());
 }
 
 void DBusClient::pauseUntil(double deadline) {

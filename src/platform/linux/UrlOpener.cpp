@@ -47,7 +47,8 @@ bool isHexadecimal(char c) {
 
 /// Unreserved and reserved characters; the percent sign begins an escape.
 bool isOfAddresses(char c) {
-    return isLetter(c) || isDigit(c) || std::string_view("-._~:/?#[]@!$&'()*+,;=%").find(c) != std::string_view::npos;
+    return isLetter(c) || isDigit(c) ||
+           std::string_view("-._~:/?#[]@!$&'()*+,;=%").find(c) != std::string_view::npos;
 }
 
 std::string variable(const char* name, std::string_view otherwise) {
