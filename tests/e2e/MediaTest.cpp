@@ -22,8 +22,8 @@ std::string busOf(const Session& session) {
 /// The program and a player of its user's, which comes after it and plays once it is told to.
 class ListeningSession {
 public:
-    explicit ListeningSession(Session::Options options)
-        : session(std::move(options))
+    explicit ListeningSession(const Session::Options& options)
+        : session(options)
         , player_(busOf(session), false) {}
 
     void startMusic() { player_.setPlaying(true); }

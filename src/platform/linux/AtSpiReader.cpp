@@ -176,7 +176,7 @@ std::vector<AtSpiReader::Element> AtSpiReader::programsOf(std::int32_t processId
         const char* name = program.program.c_str();
         dbus_message_append_args(questions.back().get(), DBUS_TYPE_STRING, &name, DBUS_TYPE_INVALID);
     }
-    const auto answers = bus_.ask(std::move(questions), deadline);
+    const auto answers = bus_.ask(questions, deadline);
     std::vector<Element> found;
     for (std::size_t i = 0; i < programs.size(); ++i) {
         if (numberIn<std::int32_t>(answers[i].get()) == processId)
@@ -208,7 +208,7 @@ std::optional<AtSpiReader::Element> AtSpiReader::searchForFocus(const Element& p
             dbus_message_append_args(questions.back().get(), DBUS_TYPE_STRING, &accessibleInterface,
                                      DBUS_TYPE_STRING, &property, DBUS_TYPE_INVALID);
         }
-        const auto answers = bus_.ask(std::move(questions), deadline);
+        const auto answers = bus_.ask(questions, deadline);
 
         questions.clear();
         for (std::size_t i = 0; i < level.size(); ++i) {
@@ -220,7 +220,7 @@ std::optional<AtSpiReader::Element> AtSpiReader::searchForFocus(const Element& p
                 questions.push_back(call(level[i], accessibleInterface, "GetChildren"));
         }
         level.clear();
-        for (const auto& answer : bus_.ask(std::move(questions), deadline)) {
+        for (const auto& answer : bus_.ask(questions, deadline)) {
             auto children = elementsIn(answer.get());
             std::move(children.begin(), children.end(), std::back_inserter(level));
         }
@@ -234,7 +234,7 @@ std::optional<std::string> AtSpiReader::selectionOf(const Element& element, doub
     questions.push_back(call(element, textInterface, "GetSelection"));
     const dbus_int32_t first = 0;
     dbus_message_append_args(questions.back().get(), DBUS_TYPE_INT32, &first, DBUS_TYPE_INVALID);
-    const auto answers = bus_.ask(std::move(questions), deadline);
+    const auto answers = bus_.ask(questions, deadline);
     dbus_int32_t begin = 0;
     dbus_int32_t end = 0;
     if (numberIn<std::uint32_t>(answers[0].get()).value_or(rolePasswordText) == rolePasswordText ||
