@@ -16,7 +16,7 @@ struct ProgramCall {
 };
 
 /// What shows the page, the best first; any of them may be missing on a machine. `desktop` has the form of
-/// XDG_CURRENT_DESKTOP (Desktop Entry Specification): names with colons between them, the nearest first.
+/// XDG_CURRENT_DESKTOP (freedesktop.org, Desktop Entry): names with colons between them, the nearest first.
 std::vector<ProgramCall> settingsPrograms(SettingsPage page, std::string_view desktop);
 
 } // namespace sonvale::platform::linux

@@ -13,7 +13,7 @@ class QDBusMessage;
 
 namespace sonvale::platform::qt {
 
-/// The players that speak MPRIS 2.2 (Media Player Remote Interfacing Specification): each says on the session
+/// The players that speak MPRIS 2.2 (freedesktop.org): each says on the session
 /// bus by `PlaybackStatus` what it does, and obeys `PlayPause`. Main actor; the event loop brings the
 /// reports.
 ///
