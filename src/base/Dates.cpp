@@ -81,14 +81,17 @@ private:
     bool failed_ = false;
 };
 
-/// Null for a zone that is not known.
-std::unique_ptr<icu::TimeZone> zoneNamed(const std::string& name) {
+/// The calendar of a zone, at the whole millisecond before `date`; null for a zone that is not known.
+std::unique_ptr<icu::GregorianCalendar> calendarAt(std::chrono::sys_time<std::chrono::milliseconds> date,
+                                                   const std::string& timeZone, UErrorCode& status) {
     std::unique_ptr<icu::TimeZone> zone(
-        name.empty() ? icu::TimeZone::createDefault()
-                     : icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name)));
-    if (zone && *zone == icu::TimeZone::getUnknown())
-        zone.reset();
-    return zone;
+        timeZone.empty() ? icu::TimeZone::createDefault()
+                         : icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(timeZone)));
+    if (!zone || *zone == icu::TimeZone::getUnknown())
+        return nullptr;
+    auto calendar = std::make_unique<icu::GregorianCalendar>(zone.release(), status);
+    calendar->setTime(static_cast<UDate>(date.time_since_epoch().count()), status);
+    return calendar;
 }
 
 bool isHeldByDate(seconds sinceEpoch) {
@@ -140,15 +143,13 @@ std::optional<Date> parseIso8601(std::string_view text) {
 std::optional<Date> daysBefore(Date date, std::int64_t days, const std::string& timeZone) {
     if (days > std::numeric_limits<std::int32_t>::max() || days < -std::numeric_limits<std::int32_t>::max())
         return std::nullopt;
-    auto zone = zoneNamed(timeZone);
-    if (!zone)
-        return std::nullopt;
     UErrorCode status = U_ZERO_ERROR;
-    icu::GregorianCalendar calendar(zone.release(), status);
     const auto whole = std::chrono::floor<std::chrono::milliseconds>(date);
-    calendar.setTime(static_cast<UDate>(whole.time_since_epoch().count()), status);
-    calendar.add(UCAL_DATE, -static_cast<std::int32_t>(days), status);
-    const UDate milliseconds = calendar.getTime(status);
+    const auto calendar = calendarAt(whole, timeZone, status);
+    if (!calendar)
+        return std::nullopt;
+    calendar->add(UCAL_DATE, -static_cast<std::int32_t>(days), status);
+    const UDate milliseconds = calendar->getTime(status);
     if (U_FAILURE(status) || !isHeldByDate(seconds(static_cast<std::int64_t>(milliseconds / 1000))))
         return std::nullopt;
     return Date(std::chrono::duration_cast<Date::duration>(
@@ -157,14 +158,11 @@ std::optional<Date> daysBefore(Date date, std::int64_t days, const std::string& 
 }
 
 std::optional<std::int64_t> calendarDay(Date date, const std::string& timeZone) {
-    auto zone = zoneNamed(timeZone);
-    if (!zone)
-        return std::nullopt;
     UErrorCode status = U_ZERO_ERROR;
-    icu::GregorianCalendar calendar(zone.release(), status);
-    const auto whole = std::chrono::floor<std::chrono::milliseconds>(date);
-    calendar.setTime(static_cast<UDate>(whole.time_since_epoch().count()), status);
-    const auto day = calendar.get(UCAL_JULIAN_DAY, status);
+    const auto calendar = calendarAt(std::chrono::floor<std::chrono::milliseconds>(date), timeZone, status);
+    if (!calendar)
+        return std::nullopt;
+    const auto day = calendar->get(UCAL_JULIAN_DAY, status);
     if (U_FAILURE(status))
         return std::nullopt;
     return day;

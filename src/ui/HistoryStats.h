@@ -1,7 +1,6 @@
 #pragma once
 
 #include "base/Dates.h"
-#include "persistence/Records.h"
 
 #include <cstdint>
 #include <optional>
