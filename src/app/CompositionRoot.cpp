@@ -32,6 +32,7 @@
 #include "ui/Views.h"
 
 #include <QCoreApplication>
+#include <optional>
 
 namespace sonvale::app {
 
@@ -88,6 +89,7 @@ struct CompositionRoot::Parts {
     platform::qt::QtApplication application;
     ui::FloatingPanelController floatingPanel{clock};
 
+    std::optional<core::Environment> environment;
     std::unique_ptr<core::AppDelegate> delegate;
 
     ui::Views views;
@@ -103,7 +105,7 @@ struct CompositionRoot::Parts {
 CompositionRoot::CompositionRoot(platform::Directories directories)
     : parts_(std::make_unique<Parts>(std::move(directories))) {
     auto& p = *parts_;
-    core::Environment environment{
+    p.environment.emplace(core::Environment{
         .main = p.mainContext.actor(),
         .pool = p.pool.actor(),
         .makeSerialActor = [&pool =
@@ -130,8 +132,8 @@ CompositionRoot::CompositionRoot(platform::Directories directories)
         .floatingPanel = p.floatingPanel,
         .application = p.application,
         .currentLocale = base::currentLocaleIdentifier,
-    };
-    p.delegate = std::make_unique<core::AppDelegate>(std::move(environment));
+    });
+    p.delegate = std::make_unique<core::AppDelegate>(*p.environment);
 }
 
 CompositionRoot::~CompositionRoot() = default;
@@ -141,7 +143,7 @@ void CompositionRoot::launch() {
     p.delegate->makeDashboardWindow = [&p] { p.dashboard->open(); };
     p.delegate->applicationDidFinishLaunching();
     const auto& appState = p.delegate->services()->appState();
-    p.dashboard = std::make_unique<ui::DashboardWindow>(p.views, p.mainContext.actor(), appState, p.settings);
+    p.dashboard = std::make_unique<ui::DashboardWindow>(p.views, *p.environment, appState);
     makeMenu();
     p.stateForTray = appState->recordingState.subscribe(
         [&tray = *p.trayIcon](platform::RecordingState state) { tray.setState(state); });
