@@ -17,6 +17,8 @@ AbstractButton {
     Accessible.role: Accessible.PageTab
     Accessible.name: text
     Accessible.selected: isSelected
+    Accessible.onPressAction: if (enabled)
+        button.clicked()
     Keys.onReturnPressed: button.clicked()
     Keys.onEnterPressed: button.clicked()
     Keys.onUpPressed: button.nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)
