@@ -132,6 +132,7 @@ CompositionRoot::CompositionRoot(platform::Directories directories)
         .floatingPanel = p.floatingPanel,
         .application = p.application,
         .currentLocale = base::currentLocaleIdentifier,
+        .currentDateLocale = base::currentDateLocaleIdentifier,
     });
     p.delegate = std::make_unique<core::AppDelegate>(*p.environment);
 }

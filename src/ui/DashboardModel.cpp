@@ -20,4 +20,10 @@ QString DashboardModel::content() const {
     return appState_->isModelReachable() ? QStringLiteral("home") : QStringLiteral("login");
 }
 
+HistoryModel* DashboardModel::history() {
+    if (!history_)
+        history_ = std::make_unique<HistoryModel>(environment_, appState_);
+    return history_.get();
+}
+
 } // namespace sonvale::ui

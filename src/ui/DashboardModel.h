@@ -3,6 +3,7 @@
 #include "base/Observed.h"
 #include "core/AppState.h"
 #include "core/Environment.h"
+#include "ui/HistoryModel.h"
 #include "ui/LoginModel.h"
 #include "ui/OnboardingModel.h"
 
@@ -19,6 +20,7 @@ class DashboardModel final : public QObject {
     Q_PROPERTY(QString content READ content NOTIFY contentChanged)
     Q_PROPERTY(sonvale::ui::OnboardingModel* onboarding READ onboarding CONSTANT)
     Q_PROPERTY(sonvale::ui::LoginModel* login READ login CONSTANT)
+    Q_PROPERTY(sonvale::ui::HistoryModel* history READ history CONSTANT)
 
 public:
     /// Everything that the environment refers to must outlive the model.
@@ -29,6 +31,8 @@ public:
     QString content() const;
     OnboardingModel* onboarding() { return &onboarding_; }
     LoginModel* login() { return &login_; }
+    // The models of the tabs are made when they are first looked at.
+    HistoryModel* history();
 
     Q_SIGNAL void contentChanged();
 
@@ -37,6 +41,7 @@ private:
     const std::shared_ptr<core::AppState> appState_;
     OnboardingModel onboarding_;
     LoginModel login_;
+    std::unique_ptr<HistoryModel> history_;
     std::vector<base::Subscription> subscriptions_;
 };
 

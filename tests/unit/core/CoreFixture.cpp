@@ -62,6 +62,7 @@ core::Environment CoreFixture::environment() {
         .floatingPanel = panel_,
         .application = application_,
         .currentLocale = [] { return std::string("en-US"); },
+        .currentDateLocale = [] { return std::string("en-US"); },
     };
 }
 
