@@ -10,6 +10,7 @@
 #include "platform/Directories.h"
 #include "platform/EventTap.h"
 #include "platform/FloatingPanel.h"
+#include "platform/LoginItem.h"
 #include "platform/MediaPlayers.h"
 #include "platform/Pasteboard.h"
 #include "platform/PathMonitor.h"
@@ -17,6 +18,7 @@
 #include "platform/SecureRandom.h"
 #include "platform/SpeechRecognizer.h"
 #include "platform/SyntheticInput.h"
+#include "platform/Updater.h"
 #include "platform/UrlSession.h"
 #include "platform/Workspace.h"
 #include "runtime/Clock.h"
@@ -56,6 +58,8 @@ struct Environment {
     platform::MediaPlayers& mediaPlayers;
     platform::FloatingPanel& floatingPanel;
     platform::Application& application;
+    platform::LoginItem& loginItem;
+    platform::Updater& updater;
 
     /// The user's locale, such as "en-US".
     std::function<std::string()> currentLocale;
