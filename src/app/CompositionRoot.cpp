@@ -34,6 +34,7 @@
 #include "ui/Views.h"
 
 #include <QCoreApplication>
+#include <optional>
 
 namespace sonvale::app {
 
@@ -106,6 +107,7 @@ struct CompositionRoot::Parts {
                                           .feed = textOf(bundle, services::BundleInfo::updateFeedURL),
                                           .version = textOf(bundle, services::BundleInfo::shortVersion)}};
 
+    std::optional<core::Environment> environment;
     std::unique_ptr<core::AppDelegate> delegate;
 
     ui::Views views;
@@ -121,7 +123,7 @@ struct CompositionRoot::Parts {
 CompositionRoot::CompositionRoot(platform::Directories directories)
     : parts_(std::make_unique<Parts>(std::move(directories))) {
     auto& p = *parts_;
-    core::Environment environment{
+    p.environment.emplace(core::Environment{
         .main = p.mainContext.actor(),
         .pool = p.pool.actor(),
         .makeSerialActor = [&pool =
@@ -150,8 +152,8 @@ CompositionRoot::CompositionRoot(platform::Directories directories)
         .loginItem = p.loginItem,
         .updater = p.updater,
         .currentLocale = base::currentLocaleIdentifier,
-    };
-    p.delegate = std::make_unique<core::AppDelegate>(std::move(environment));
+    });
+    p.delegate = std::make_unique<core::AppDelegate>(*p.environment);
 }
 
 CompositionRoot::~CompositionRoot() = default;
@@ -161,7 +163,7 @@ void CompositionRoot::launch() {
     p.delegate->makeDashboardWindow = [&p] { p.dashboard->open(); };
     p.delegate->applicationDidFinishLaunching();
     const auto& appState = p.delegate->services()->appState();
-    p.dashboard = std::make_unique<ui::DashboardWindow>(p.views, p.mainContext.actor(), appState, p.settings);
+    p.dashboard = std::make_unique<ui::DashboardWindow>(p.views, *p.environment, appState);
     makeMenu();
     p.stateForTray = appState->recordingState.subscribe(
         [&tray = *p.trayIcon](platform::RecordingState state) { tray.setState(state); });

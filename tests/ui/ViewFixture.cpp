@@ -87,8 +87,7 @@ void ViewFixture::TearDown() {
 }
 
 QQuickView& ViewFixture::openDashboard() {
-    dashboard_ = std::make_unique<ui::DashboardWindow>(views_, runtimeSupport().main(),
-                                                       state().shared_from_this(), settings());
+    dashboard_ = std::make_unique<ui::DashboardWindow>(views_, environment(), state().shared_from_this());
     dashboard_->open();
     EXPECT_TRUE(QTest::qWaitForWindowActive(dashboard_->view(), 10000));
     settleViews();
@@ -117,7 +116,7 @@ QQuickView& ViewFixture::openMenu() {
 }
 
 QQuickItem* ViewFixture::find(QQuickView& view, const std::string& name) {
-    return visibleItem(view.rootObject(), name);
+    return visibleItem(view.contentItem(), name);
 }
 
 QQuickItem& ViewFixture::item(QQuickView& view, const std::string& name) {
@@ -134,19 +133,19 @@ std::string ViewFixture::text(QQuickView& view, const std::string& name) {
 
 std::vector<std::string> ViewFixture::readable(QQuickView& view) {
     std::vector<std::string> texts;
-    collectTexts(view.rootObject(), texts);
+    collectTexts(view.contentItem(), texts);
     return texts;
 }
 
 std::vector<std::string> ViewFixture::outside(QQuickView& view) {
     std::vector<std::string> names;
-    collectOutside(view.rootObject(), QRectF(QPointF(), view.size()), names);
+    collectOutside(view.contentItem(), QRectF(QPointF(), view.size()), names);
     return names;
 }
 
 std::vector<QQuickItem*> ViewFixture::controls(QQuickView& view) {
     std::vector<QQuickItem*> found;
-    collectControls(view.rootObject(), found);
+    collectControls(view.contentItem(), found);
     return found;
 }
 
@@ -196,7 +195,7 @@ void ViewFixture::settleViews() {
         QCoreApplication::processEvents();
         for (auto* view : {dashboard_ ? dashboard_->view() : nullptr, menu_ ? menu_->view() : nullptr}) {
             if (view && view->rootObject())
-                layOut(view->rootObject());
+                layOut(view->contentItem());
         }
     }
 }

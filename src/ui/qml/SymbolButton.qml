@@ -14,6 +14,8 @@ AbstractButton {
     opacity: enabled ? 1 : 0.45
     Accessible.role: Accessible.Button
     Accessible.name: text
+    Accessible.onPressAction: if (enabled)
+        button.clicked()
     Keys.onReturnPressed: button.clicked()
     Keys.onEnterPressed: button.clicked()
 

@@ -16,6 +16,17 @@ QtObject {
     readonly property string language: qsTr("Language")
     readonly property string quit: qsTr("Quit Son Vale")
 
+    // The dashboard's tabs.
+    readonly property var tabs: ({
+            "home": qsTr("Home"),
+            "snippets": qsTr("Snippets"),
+            "style": qsTr("Style"),
+            "scratchpad": qsTr("Scratchpad"),
+            "settings": qsTr("Settings"),
+            "help": qsTr("Help")
+        })
+    readonly property string close: qsTr("Close")
+
     // The way in.
     readonly property string signIn: qsTr("Sign In")
     readonly property string signInSubtitle: qsTr("Sign in to your Son Vale account.")
