@@ -15,6 +15,7 @@
 #include "platform/linux/SyntheticKeyLedger.h"
 #include "platform/linux/X11AccessibilityTree.h"
 #include "platform/linux/X11EventTap.h"
+#include "platform/linux/X11NativeKeys.h"
 #include "platform/linux/X11Pasteboard.h"
 #include "platform/linux/X11SyntheticInput.h"
 #include "platform/linux/X11Workspace.h"
@@ -96,6 +97,7 @@ struct CompositionRoot::Parts {
     platform::qt::MprisMediaPlayers mediaPlayers;
     platform::qt::QtApplication application;
     ui::FloatingPanelController floatingPanel{clock};
+    platform::linux::X11NativeKeys nativeKeys;
     platform::linux::XdgAutostart loginItem{
         platform::linux::XdgAutostart::Environment::ofThisProcess(directories.configuration)};
 
@@ -149,6 +151,7 @@ CompositionRoot::CompositionRoot(platform::Directories directories)
         .mediaPlayers = p.mediaPlayers,
         .floatingPanel = p.floatingPanel,
         .application = p.application,
+        .nativeKeys = p.nativeKeys,
         .loginItem = p.loginItem,
         .updater = p.updater,
         .currentLocale = base::currentLocaleIdentifier,

@@ -12,6 +12,7 @@
 #include "platform/FloatingPanel.h"
 #include "platform/LoginItem.h"
 #include "platform/MediaPlayers.h"
+#include "platform/NativeKeys.h"
 #include "platform/Pasteboard.h"
 #include "platform/PathMonitor.h"
 #include "platform/SampleRateConverter.h"
@@ -58,6 +59,7 @@ struct Environment {
     platform::MediaPlayers& mediaPlayers;
     platform::FloatingPanel& floatingPanel;
     platform::Application& application;
+    const platform::NativeKeys& nativeKeys;
     platform::LoginItem& loginItem;
     platform::Updater& updater;
 

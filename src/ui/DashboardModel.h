@@ -3,6 +3,7 @@
 #include "base/Observed.h"
 #include "core/AppState.h"
 #include "core/Environment.h"
+#include "ui/HotkeySheetModel.h"
 #include "ui/LoginModel.h"
 #include "ui/OnboardingModel.h"
 
@@ -19,6 +20,7 @@ class DashboardModel final : public QObject {
     Q_PROPERTY(QString content READ content NOTIFY contentChanged)
     Q_PROPERTY(sonvale::ui::OnboardingModel* onboarding READ onboarding CONSTANT)
     Q_PROPERTY(sonvale::ui::LoginModel* login READ login CONSTANT)
+    Q_PROPERTY(sonvale::ui::HotkeySheetModel* shortcuts READ shortcuts CONSTANT)
 
 public:
     /// Everything that the environment refers to must outlive the model.
@@ -29,6 +31,7 @@ public:
     QString content() const;
     OnboardingModel* onboarding() { return &onboarding_; }
     LoginModel* login() { return &login_; }
+    HotkeySheetModel* shortcuts();
 
     Q_SIGNAL void contentChanged();
 
@@ -37,6 +40,7 @@ private:
     const std::shared_ptr<core::AppState> appState_;
     OnboardingModel onboarding_;
     LoginModel login_;
+    std::unique_ptr<HotkeySheetModel> shortcuts_;
     std::vector<base::Subscription> subscriptions_;
 };
 

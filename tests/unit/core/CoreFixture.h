@@ -14,6 +14,7 @@
 #include "tests/fakes/FakeFloatingPanel.h"
 #include "tests/fakes/FakeLoginItem.h"
 #include "tests/fakes/FakeMediaPlayers.h"
+#include "tests/fakes/FakeNativeKeys.h"
 #include "tests/fakes/FakePasteboard.h"
 #include "tests/fakes/FakePathMonitor.h"
 #include "tests/fakes/FakeSampleRateConverters.h"
@@ -121,6 +122,7 @@ private:
     FakeMediaPlayers players_;
     FakeFloatingPanel panel_;
     FakeApplication application_;
+    FakeNativeKeys nativeKeys_;
     FakeLoginItem loginItem_;
     FakeUpdater updater_;
 
