@@ -5,6 +5,7 @@
 #include "core/AppDelegate.h"
 #include "persistence/AuditLogger.h"
 #include "persistence/Settings.h"
+#include "platform/linux/FeedUpdater.h"
 #include "platform/linux/FfmpegAudioFiles.h"
 #include "platform/linux/LinuxSecureRandom.h"
 #include "platform/linux/PocketSphinxRecognizer.h"
@@ -14,9 +15,11 @@
 #include "platform/linux/SyntheticKeyLedger.h"
 #include "platform/linux/X11AccessibilityTree.h"
 #include "platform/linux/X11EventTap.h"
+#include "platform/linux/X11NativeKeys.h"
 #include "platform/linux/X11Pasteboard.h"
 #include "platform/linux/X11SyntheticInput.h"
 #include "platform/linux/X11Workspace.h"
+#include "platform/linux/XdgAutostart.h"
 #include "platform/qt/MprisMediaPlayers.h"
 #include "platform/qt/QtApplication.h"
 #include "platform/qt/QtMainContext.h"
@@ -49,6 +52,12 @@ std::filesystem::path infoFile(const platform::Directories& directories) {
     return std::filesystem::exists(beside, ignored)
                ? beside
                : directories.executable.parent_path() / "share/sonvale/Info.json";
+}
+
+/// An entry that is a text; empty for any other.
+std::string textOf(const services::BundleInfo& bundle, std::string_view name) {
+    const auto value = bundle.value(name);
+    return value.is_string() ? value.get<std::string>() : std::string();
 }
 
 } // namespace
@@ -88,6 +97,17 @@ struct CompositionRoot::Parts {
     platform::qt::MprisMediaPlayers mediaPlayers;
     platform::qt::QtApplication application;
     ui::FloatingPanelController floatingPanel{clock};
+    platform::linux::X11NativeKeys nativeKeys;
+    platform::linux::XdgAutostart loginItem{
+        platform::linux::XdgAutostart::Environment::ofThisProcess(directories.configuration)};
+
+    services::BundleInfo bundle = services::BundleInfo::load(infoFile(directories));
+    platform::linux::FeedUpdater updater{{.main = mainContext.actor(),
+                                          .clock = clock,
+                                          .urlSessions = urlSessions,
+                                          .workspace = workspace,
+                                          .feed = textOf(bundle, services::BundleInfo::updateFeedURL),
+                                          .version = textOf(bundle, services::BundleInfo::shortVersion)}};
 
     std::optional<core::Environment> environment;
     std::unique_ptr<core::AppDelegate> delegate;
@@ -112,7 +132,7 @@ CompositionRoot::CompositionRoot(platform::Directories directories)
                                 p.pool](std::string name) { return pool.makeSerialActor(std::move(name)); },
         .clock = p.clock,
         .directories = p.directories,
-        .addresses = services::ServiceAddresses::from(services::BundleInfo::load(infoFile(p.directories))),
+        .addresses = services::ServiceAddresses::from(p.bundle),
         .settings = p.settings,
         .auditLogger = p.auditLogger,
         .eventTap = p.eventTap,
@@ -131,6 +151,9 @@ CompositionRoot::CompositionRoot(platform::Directories directories)
         .mediaPlayers = p.mediaPlayers,
         .floatingPanel = p.floatingPanel,
         .application = p.application,
+        .nativeKeys = p.nativeKeys,
+        .loginItem = p.loginItem,
+        .updater = p.updater,
         .currentLocale = base::currentLocaleIdentifier,
         .currentDateLocale = base::currentDateLocaleIdentifier,
     });

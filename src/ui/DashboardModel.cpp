@@ -14,6 +14,14 @@ DashboardModel::DashboardModel(const core::Environment& environment, std::shared
 
 DashboardModel::~DashboardModel() = default;
 
+HotkeySheetModel* DashboardModel::shortcuts() {
+    if (!shortcuts_)
+        shortcuts_ = std::make_unique<HotkeySheetModel>(
+            environment_.settings, environment_.nativeKeys,
+            [appState = appState_](const hotkeys::HotkeyBindings&) { appState->applyHotkeyBindings(); });
+    return shortcuts_.get();
+}
+
 QString DashboardModel::content() const {
     if (!appState_->isOnboardingComplete.get())
         return QStringLiteral("onboarding");

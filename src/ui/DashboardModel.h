@@ -4,6 +4,7 @@
 #include "core/AppState.h"
 #include "core/Environment.h"
 #include "ui/HistoryModel.h"
+#include "ui/HotkeySheetModel.h"
 #include "ui/LoginModel.h"
 #include "ui/OnboardingModel.h"
 
@@ -21,6 +22,7 @@ class DashboardModel final : public QObject {
     Q_PROPERTY(sonvale::ui::OnboardingModel* onboarding READ onboarding CONSTANT)
     Q_PROPERTY(sonvale::ui::LoginModel* login READ login CONSTANT)
     Q_PROPERTY(sonvale::ui::HistoryModel* history READ history CONSTANT)
+    Q_PROPERTY(sonvale::ui::HotkeySheetModel* shortcuts READ shortcuts CONSTANT)
 
 public:
     /// Everything that the environment refers to must outlive the model.
@@ -33,6 +35,7 @@ public:
     LoginModel* login() { return &login_; }
     // The models of the tabs are made when they are first looked at.
     HistoryModel* history();
+    HotkeySheetModel* shortcuts();
 
     Q_SIGNAL void contentChanged();
 
@@ -42,6 +45,7 @@ private:
     OnboardingModel onboarding_;
     LoginModel login_;
     std::unique_ptr<HistoryModel> history_;
+    std::unique_ptr<HotkeySheetModel> shortcuts_;
     std::vector<base::Subscription> subscriptions_;
 };
 
