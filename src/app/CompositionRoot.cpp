@@ -155,6 +155,7 @@ CompositionRoot::CompositionRoot(platform::Directories directories)
         .loginItem = p.loginItem,
         .updater = p.updater,
         .currentLocale = base::currentLocaleIdentifier,
+        .currentDateLocale = base::currentDateLocaleIdentifier,
     });
     p.delegate = std::make_unique<core::AppDelegate>(*p.environment);
 }

@@ -65,6 +65,8 @@ struct Environment {
 
     /// The user's locale, such as "en-US".
     std::function<std::string()> currentLocale;
+    /// The one by which dates and times are written.
+    std::function<std::string()> currentDateLocale;
 };
 
 } // namespace sonvale::core

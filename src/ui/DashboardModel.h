@@ -3,6 +3,7 @@
 #include "base/Observed.h"
 #include "core/AppState.h"
 #include "core/Environment.h"
+#include "ui/HistoryModel.h"
 #include "ui/HotkeySheetModel.h"
 #include "ui/LoginModel.h"
 #include "ui/OnboardingModel.h"
@@ -20,6 +21,7 @@ class DashboardModel final : public QObject {
     Q_PROPERTY(QString content READ content NOTIFY contentChanged)
     Q_PROPERTY(sonvale::ui::OnboardingModel* onboarding READ onboarding CONSTANT)
     Q_PROPERTY(sonvale::ui::LoginModel* login READ login CONSTANT)
+    Q_PROPERTY(sonvale::ui::HistoryModel* history READ history CONSTANT)
     Q_PROPERTY(sonvale::ui::HotkeySheetModel* shortcuts READ shortcuts CONSTANT)
 
 public:
@@ -31,6 +33,8 @@ public:
     QString content() const;
     OnboardingModel* onboarding() { return &onboarding_; }
     LoginModel* login() { return &login_; }
+    // The models of the tabs are made when they are first looked at.
+    HistoryModel* history();
     HotkeySheetModel* shortcuts();
 
     Q_SIGNAL void contentChanged();
@@ -40,6 +44,7 @@ private:
     const std::shared_ptr<core::AppState> appState_;
     OnboardingModel onboarding_;
     LoginModel login_;
+    std::unique_ptr<HistoryModel> history_;
     std::unique_ptr<HotkeySheetModel> shortcuts_;
     std::vector<base::Subscription> subscriptions_;
 };

@@ -43,7 +43,8 @@ void collectOutside(QQuickItem* from, QRectF room, std::vector<std::string>& nam
     const auto place = from->mapRectToScene(
         from->inherits("QQuickText") ? from->boundingRect() : QRectF(0, 0, from->width(), from->height()));
     constexpr double rounding = 0.5;
-    if (!place.isEmpty() && !room.adjusted(-rounding, -rounding, rounding, rounding).contains(place))
+    const bool isDrawn = (from->flags() & QQuickItem::ItemHasContents) != 0;
+    if (isDrawn && !place.isEmpty() && !room.adjusted(-rounding, -rounding, rounding, rounding).contains(place))
         names.push_back(std::string(from->metaObject()->className()) + " " +
                         from->objectName().toStdString());
     if (from->clip())
@@ -147,6 +148,15 @@ std::vector<QQuickItem*> ViewFixture::controls(QQuickView& view) {
     std::vector<QQuickItem*> found;
     collectControls(view.contentItem(), found);
     return found;
+}
+
+void ViewFixture::resize(QQuickView& view, QSize size) {
+    view.resize(size);
+    EXPECT_TRUE(eventuallyInQt(5, [&] {
+        return view.size() == size && view.rootObject()->size() == QSizeF(size) &&
+               view.contentItem()->size() == QSizeF(size);
+    }));
+    settleViews();
 }
 
 void ViewFixture::click(QQuickView& view, const std::string& name) {

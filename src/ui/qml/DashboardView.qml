@@ -48,7 +48,7 @@ FocusScope {
 
         HomeView {
             objectName: "tab.home"
-            model: dashboard.model
+            model: dashboard.model.history
             onStyleWanted: dashboard.selectedTab = "style"
         }
     }

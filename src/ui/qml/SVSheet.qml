@@ -1,4 +1,5 @@
 import QtQuick
+import QtQuick.Window
 import QtQuick.Controls.Basic
 
 /// A sheet over the window that has to be answered or closed first. The keyboard stays inside it, and goes back
@@ -10,6 +11,9 @@ Popup {
     property string title
     property string subtitle
     property alias spacing: column.spacing
+    /// Stays in sight below what scrolls.
+    property alias footer: foot.data
+    readonly property int footHeight: foot.children.length > 0 ? foot.height + Theme.inCard : 0
 
     parent: Overlay.overlay
     anchors.centerIn: parent
@@ -35,7 +39,7 @@ Popup {
     contentItem: FocusScope {
         objectName: "sheet"
         focus: true
-        implicitHeight: heading.height + Theme.inCard + column.implicitHeight
+        implicitHeight: heading.height + Theme.inCard + column.implicitHeight + sheet.footHeight
         LayoutMirroring.enabled: Qt.application.layoutDirection === Qt.RightToLeft
         LayoutMirroring.childrenInherit: true
         Accessible.role: Accessible.Dialog
@@ -79,13 +83,34 @@ Popup {
         Flickable {
             id: room
 
+            readonly property Item focusItem: Window.activeFocusItem
+
+            /// Scrolls to what has the keyboard.
+            function reveal(item) {
+                var place = item.mapToItem(column, 0, 0).y + column.y;
+                if (place - 6 < contentY)
+                    contentY = Math.max(0, place - 6);
+                else if (place + item.height + 6 > contentY + height)
+                    contentY = Math.min(contentHeight - height, place + item.height + 6 - height);
+            }
+            function holds(item) {
+                for (var each = item; each; each = each.parent) {
+                    if (each === column)
+                        return true;
+                }
+                return false;
+            }
+
+            onFocusItemChanged: if (focusItem && holds(focusItem))
+                reveal(focusItem)
             anchors.left: parent.left
             anchors.right: parent.right
             anchors.top: heading.bottom
-            anchors.topMargin: Theme.inCard
             anchors.bottom: parent.bottom
             // The outlines of what has the keyboard stand a little outside.
             anchors.margins: -6
+            anchors.topMargin: Theme.inCard - 6
+            anchors.bottomMargin: sheet.footHeight - 6
             contentWidth: width
             contentHeight: column.implicitHeight + 12
             boundsBehavior: Flickable.StopAtBounds
@@ -102,6 +127,14 @@ Popup {
                 width: room.width - 12
                 spacing: Theme.inCard
             }
+        }
+        Item {
+            id: foot
+
+            anchors.left: parent.left
+            anchors.right: parent.right
+            anchors.bottom: parent.bottom
+            height: childrenRect.height
         }
     }
 }

@@ -65,6 +65,7 @@ core::Environment CoreFixture::environment() {
         .loginItem = loginItem_,
         .updater = updater_,
         .currentLocale = [] { return std::string("en-US"); },
+        .currentDateLocale = [] { return std::string("en-US"); },
     };
 }
 
