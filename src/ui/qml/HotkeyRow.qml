@@ -80,8 +80,7 @@ Item {
 
                 objectName: "edit"
                 symbol: "pencil"
-                text: Texts.editShortcut
-                Accessible.description: row.action.label
+                text: Texts.editShortcut.arg(row.action.label)
                 onClicked: row.record(0)
             }
         }

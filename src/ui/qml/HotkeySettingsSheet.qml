@@ -11,7 +11,7 @@ SVSheet {
     title: Texts.changeHotkeys
     subtitle: Texts.changeHotkeysSubtitle
     width: Math.min(620, parent ? parent.width - 2 * Theme.pageEdge : 620)
-    spacing: Theme.betweenRows
+    rowSpacing: Theme.betweenRows
     // The first Escape ends the recording.
     closePolicy: isRecording ? Popup.NoAutoClose : Popup.CloseOnEscape
     onAboutToShow: model.open()

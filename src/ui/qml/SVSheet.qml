@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Window
 import QtQuick.Controls.Basic
+import QtQuick.Templates as T
 
 /// A sheet over the window that has to be answered or closed first. The keyboard stays inside it, and goes back
 /// to where it was. Escape closes it, unless something inside takes the key.
@@ -10,12 +11,25 @@ Popup {
     default property alias content: column.data
     property string title
     property string subtitle
-    property alias spacing: column.spacing
+    property alias rowSpacing: column.spacing
     /// Stays in sight below what scrolls.
     property alias footer: foot.data
     readonly property int footHeight: foot.children.length > 0 ? foot.height + Theme.inCard : 0
 
-    parent: Overlay.overlay
+    /// What had the keyboard before, and whether it was marked.
+    property Item opener: null
+    property bool isOpenerMarked: false
+
+    onAboutToShow: {
+        opener = parent.Window.activeFocusItem;
+        isOpenerMarked = opener !== null && opener.visualFocus === true;
+    }
+    onClosed: {
+        if (opener)
+            opener.forceActiveFocus(isOpenerMarked ? Qt.TabFocusReason : Qt.PopupFocusReason);
+        opener = null;
+    }
+    parent: T.Overlay.overlay
     anchors.centerIn: parent
     width: Math.min(480, parent ? parent.width - 2 * Theme.pageEdge : 480)
     height: Math.min(implicitHeight, parent ? parent.height - 2 * Theme.pageEdge : implicitHeight)
@@ -25,7 +39,7 @@ Popup {
     dim: true
     closePolicy: Popup.CloseOnEscape
 
-    Overlay.modal: Rectangle {
+    T.Overlay.modal: Rectangle {
         color: Theme.veil
     }
 

@@ -44,14 +44,14 @@ QtObject {
     readonly property string showAll: qsTr("Show all")
     readonly property string showLess: qsTr("Show less")
 
-    // The shortcuts.
+    // The sheet of the shortcuts.
     readonly property string changeHotkeys: qsTr("Change Hotkeys")
     readonly property string changeHotkeysSubtitle: qsTr("Customize keyboard shortcuts for each action")
     readonly property string pressShortcut: qsTr("Press shortcut… (Esc to cancel)")
     readonly property string reRecord: qsTr("Re-record")
     readonly property string removeShortcut: qsTr("Remove")
     readonly property string addShortcut: qsTr("Add another shortcut")
-    readonly property string editShortcut: qsTr("Edit")
+    readonly property string editShortcut: qsTr("Edit the shortcut of %1")
     readonly property string resetToDefault: qsTr("Reset to Default")
     readonly property string cancel: qsTr("Cancel")
     readonly property string save: qsTr("Save")
