@@ -16,7 +16,8 @@ Item {
         edit.forceActiveFocus(Qt.TabFocusReason);
     }
 
-    implicitHeight: Math.max(words.height, controls.height)
+    // What stands below does not jump when a recording begins or ends.
+    implicitHeight: Math.max(words.height, controls.height, 2 * Theme.hitHeight + controls.spacing)
     // The recorder goes with the keyboard; whoever works without a mouse goes on where they were.
     onIsRecordingChanged: if (!isRecording && recorder.activeFocus)
         focusEdit()
@@ -34,6 +35,8 @@ Item {
             width: parent.width
             text: row.action.label
             font: Theme.rowTitle
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
         }
         SVText {
             objectName: "explanation"
@@ -41,6 +44,8 @@ Item {
             text: row.action.subtitle
             font: Theme.caption
             color: Theme.secondaryText
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
         }
     }
 

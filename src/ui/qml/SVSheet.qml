@@ -81,6 +81,8 @@ Popup {
                 visible: text !== ""
                 text: sheet.subtitle
                 color: Theme.secondaryText
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
             }
         }
         SymbolButton {
