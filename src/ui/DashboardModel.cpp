@@ -16,14 +16,6 @@ DashboardModel::DashboardModel(const core::Environment& environment, std::shared
 
 DashboardModel::~DashboardModel() = default;
 
-HotkeySheetModel* DashboardModel::shortcuts() {
-    if (!shortcuts_)
-        shortcuts_ = std::make_unique<HotkeySheetModel>(
-            environment_.settings, environment_.nativeKeys,
-            [appState = appState_](const hotkeys::HotkeyBindings&) { appState->applyHotkeyBindings(); });
-    return shortcuts_.get();
-}
-
 QString DashboardModel::content() const {
     if (!appState_->isOnboardingComplete.get())
         return QStringLiteral("onboarding");
@@ -48,6 +40,14 @@ HistoryModel* DashboardModel::history() {
     if (!history_)
         history_ = std::make_unique<HistoryModel>(environment_, appState_);
     return history_.get();
+}
+
+HotkeySheetModel* DashboardModel::shortcuts() {
+    if (!shortcuts_)
+        shortcuts_ = std::make_unique<HotkeySheetModel>(
+            environment_.settings, environment_.nativeKeys,
+            [appState = appState_](const hotkeys::HotkeyBindings&) { appState->applyHotkeyBindings(); });
+    return shortcuts_.get();
 }
 
 } // namespace sonvale::ui

@@ -101,6 +101,17 @@ QtObject {
         })
     readonly property string signOut: qsTr("Sign Out")
 
+    // The sheet of the shortcuts.
+    readonly property string changeHotkeysSubtitle: qsTr("Customize keyboard shortcuts for each action")
+    readonly property string pressShortcut: qsTr("Press shortcut… (Esc to cancel)")
+    readonly property string reRecord: qsTr("Re-record")
+    readonly property string removeShortcut: qsTr("Remove")
+    readonly property string addShortcut: qsTr("Add another shortcut")
+    readonly property string editShortcut: qsTr("Edit the shortcut of %1")
+    readonly property string resetToDefault: qsTr("Reset to Default")
+    readonly property string cancel: qsTr("Cancel")
+    readonly property string save: qsTr("Save")
+
     // The way in.
     readonly property string signIn: qsTr("Sign In")
     readonly property string signInSubtitle: qsTr("Sign in to your Son Vale account.")

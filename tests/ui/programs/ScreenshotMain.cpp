@@ -1,3 +1,4 @@
+#include "hotkeys/HotkeyBindingStore.h"
 #include "persistence/SettingsKeys.h"
 #include "tests/support/PrivateDisplay.h"
 #include "tests/ui/DesktopProbe.h"
@@ -188,6 +189,41 @@ TEST_F(Screenshots, OfTheSettings) {
     scrollTo(view, "checkForUpdates");
     click(view, "checkForUpdates");
     draw(view, "settings-about");
+}
+
+TEST_F(Screenshots, OfTheShortcuts) {
+    settings().set(keys::refreshToken, "refresh");
+    auto bindings = hotkeys::HotkeyBindingStore::defaults();
+    bindings.at(hotkeys::HotkeyAction::handsFree).configs.push_back({96, 0, "F5"});
+    bindings.at(hotkeys::HotkeyAction::commandMode).configs = {{40, platform::modifier::mask, ""}};
+    hotkeys::HotkeyBindingStore::save(settings(), bindings);
+    rebuildState();
+    showLogin();
+    auto& view = openDashboard();
+    click(view, "sidebar.settings");
+    click(view, "changeHotkeys");
+    EXPECT_TRUE(eventuallyInQt(10, [&] {
+        settleViews();
+        return focused(view) == "edit";
+    }));
+    draw(view, "shortcuts");
+
+    auto* shortcuts = view.rootObject()->property("model").value<ui::DashboardModel*>()->shortcuts();
+    shortcuts->startRecording(QStringLiteral("cancel"), 0);
+    const auto isReady = [&] {
+        settleViews();
+        return focused(view) == "recorder";
+    };
+    EXPECT_TRUE(eventuallyInQt(10, isReady));
+    draw(view, "shortcuts-recording");
+    shortcuts->capture(hotkeys::HotkeyConfiguration::modifiersOnly, platform::modifier::option, {});
+    settleViews();
+    draw(view, "shortcuts-conflict");
+    shortcuts->cancelRecording();
+    settleViews();
+    item(view, "pill.1").forceActiveFocus(Qt::TabFocusReason);
+    press(view, Qt::Key_Menu);
+    draw(view, "shortcuts-menu");
 }
 
 } // namespace sonvale::tests
