@@ -28,6 +28,24 @@ SettingsModel* DashboardModel::settings() {
     return settings_.get();
 }
 
+SnippetsModel* DashboardModel::snippets() {
+    if (!snippets_)
+        snippets_ = std::make_unique<SnippetsModel>(environment_, appState_);
+    return snippets_.get();
+}
+
+StyleModel* DashboardModel::style() {
+    if (!style_)
+        style_ = std::make_unique<StyleModel>(environment_, appState_);
+    return style_.get();
+}
+
+ScratchpadModel* DashboardModel::scratchpad() {
+    if (!scratchpad_)
+        scratchpad_ = std::make_unique<ScratchpadModel>(environment_, appState_);
+    return scratchpad_.get();
+}
+
 QString DashboardModel::userEmail() const {
     return textOf(appState_->authService->currentUserEmail.get().value_or(""));
 }

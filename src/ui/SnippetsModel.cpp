@@ -61,7 +61,7 @@ QVariant SnippetsModel::data(const QModelIndex& index, int role) const {
 
 QHash<int, QByteArray> SnippetsModel::roleNames() const {
     return {{triggerRole, "trigger"},
-            {contentRole, "content"},
+            {contentRole, "expansion"},
             {categoryRole, "category"},
             {usageCountRole, "usageCount"}};
 }

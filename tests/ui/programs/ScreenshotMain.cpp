@@ -173,6 +173,55 @@ TEST_F(Screenshots, OfHome) {
     draw(view, "home-hovered", Pointer::stays);
 }
 
+TEST_F(Screenshots, OfTheSnippets) {
+    signIn();
+    auto& view = openDashboard();
+    click(view, "sidebar.snippets");
+    draw(view, "snippets-empty");
+    const std::tuple<const char*, const char*, const char*, int> rows[] = {
+        {"my address", "221 Main Street, Springfield", "Personal", 12},
+        {"sign off", "Best wishes,\nAda", "", 1},
+        {"standard reply",
+         "Thank you for writing. I have read your message and will come back to you by the end of the week. "
+         "If "
+         "it is urgent, please call the office; somebody is there from nine to five on every working day, "
+         "and "
+         "will know how to reach me. Until then, the page with the frequent questions may help.",
+         "Work", 0}};
+    for (const auto& [trigger, expansion, category, usageCount] : rows)
+        state().modelContext->insert(persistence::Snippet{
+            .trigger = trigger, .content = expansion, .category = category, .usageCount = usageCount});
+    change([&] { state().modelContext->save(); });
+    draw(view, "snippets");
+    click(view, "addNew");
+    draw(view, "snippets-add");
+    press(view, Qt::Key_Escape);
+    click(view, "search");
+    type(view, "nothing like it");
+    draw(view, "snippets-not-found");
+}
+
+TEST_F(Screenshots, OfTheStyle) {
+    signIn();
+    auto& view = openDashboard();
+    click(view, "sidebar.style");
+    draw(view, "style");
+    click(view, "category.email");
+    click(view, "customInstructions");
+    type(view, "No exclamation marks. Sign with my first name.");
+    scrollTo(view, "customInstructions");
+    draw(view, "style-email");
+}
+
+TEST_F(Screenshots, OfTheScratchpad) {
+    signIn();
+    settings().set(keys::scratchpadText, "Points for Thursday:\n- the figures of the second quarter\n- the "
+                                         "warehouse\n- who speaks to the landlord?");
+    auto& view = openDashboard();
+    click(view, "sidebar.scratchpad");
+    draw(view, "scratchpad");
+}
+
 TEST_F(Screenshots, OfTheSettings) {
     settings().set(keys::userEmail, "ann@example.com");
     recogniser().setAuthorization(platform::SpeechAuthorization::denied);
