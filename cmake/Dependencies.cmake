@@ -32,6 +32,7 @@ if(SONVALE_TESTS)
   find_package(GTest REQUIRED)
   find_package(benchmark REQUIRED)
   find_package(OpenSSL 3 REQUIRED COMPONENTS SSL)
+  pkg_check_modules(ATSPI REQUIRED IMPORTED_TARGET atspi-2 gobject-2.0)
 endif()
 
 # Headers that nearly every file reads, compiled once. Targets with Qt have their own set of

@@ -5,6 +5,7 @@
 #include "core/AppDelegate.h"
 #include "persistence/AuditLogger.h"
 #include "persistence/Settings.h"
+#include "platform/linux/FeedUpdater.h"
 #include "platform/linux/FfmpegAudioFiles.h"
 #include "platform/linux/LinuxSecureRandom.h"
 #include "platform/linux/PocketSphinxRecognizer.h"
@@ -14,9 +15,11 @@
 #include "platform/linux/SyntheticKeyLedger.h"
 #include "platform/linux/X11AccessibilityTree.h"
 #include "platform/linux/X11EventTap.h"
+#include "platform/linux/X11NativeKeys.h"
 #include "platform/linux/X11Pasteboard.h"
 #include "platform/linux/X11SyntheticInput.h"
 #include "platform/linux/X11Workspace.h"
+#include "platform/linux/XdgAutostart.h"
 #include "platform/qt/MprisMediaPlayers.h"
 #include "platform/qt/QtApplication.h"
 #include "platform/qt/QtMainContext.h"
@@ -32,6 +35,7 @@
 #include "ui/Views.h"
 
 #include <QCoreApplication>
+#include <optional>
 
 namespace sonvale::app {
 
@@ -48,6 +52,12 @@ std::filesystem::path infoFile(const platform::Directories& directories) {
     return std::filesystem::exists(beside, ignored)
                ? beside
                : directories.executable.parent_path() / "share/sonvale/Info.json";
+}
+
+/// An entry that is a text; empty for any other.
+std::string textOf(const services::BundleInfo& bundle, std::string_view name) {
+    const auto value = bundle.value(name);
+    return value.is_string() ? value.get<std::string>() : std::string();
 }
 
 } // namespace
@@ -87,7 +97,19 @@ struct CompositionRoot::Parts {
     platform::qt::MprisMediaPlayers mediaPlayers;
     platform::qt::QtApplication application;
     ui::FloatingPanelController floatingPanel{clock};
+    platform::linux::X11NativeKeys nativeKeys;
+    platform::linux::XdgAutostart loginItem{
+        platform::linux::XdgAutostart::Environment::ofThisProcess(directories.configuration)};
 
+    services::BundleInfo bundle = services::BundleInfo::load(infoFile(directories));
+    platform::linux::FeedUpdater updater{{.main = mainContext.actor(),
+                                          .clock = clock,
+                                          .urlSessions = urlSessions,
+                                          .workspace = workspace,
+                                          .feed = textOf(bundle, services::BundleInfo::updateFeedURL),
+                                          .version = textOf(bundle, services::BundleInfo::shortVersion)}};
+
+    std::optional<core::Environment> environment;
     std::unique_ptr<core::AppDelegate> delegate;
 
     ui::Views views;
@@ -103,14 +125,14 @@ struct CompositionRoot::Parts {
 CompositionRoot::CompositionRoot(platform::Directories directories)
     : parts_(std::make_unique<Parts>(std::move(directories))) {
     auto& p = *parts_;
-    core::Environment environment{
+    p.environment.emplace(core::Environment{
         .main = p.mainContext.actor(),
         .pool = p.pool.actor(),
         .makeSerialActor = [&pool =
                                 p.pool](std::string name) { return pool.makeSerialActor(std::move(name)); },
         .clock = p.clock,
         .directories = p.directories,
-        .addresses = services::ServiceAddresses::from(services::BundleInfo::load(infoFile(p.directories))),
+        .addresses = services::ServiceAddresses::from(p.bundle),
         .settings = p.settings,
         .auditLogger = p.auditLogger,
         .eventTap = p.eventTap,
@@ -129,9 +151,13 @@ CompositionRoot::CompositionRoot(platform::Directories directories)
         .mediaPlayers = p.mediaPlayers,
         .floatingPanel = p.floatingPanel,
         .application = p.application,
+        .nativeKeys = p.nativeKeys,
+        .loginItem = p.loginItem,
+        .updater = p.updater,
         .currentLocale = base::currentLocaleIdentifier,
-    };
-    p.delegate = std::make_unique<core::AppDelegate>(std::move(environment));
+        .currentDateLocale = base::currentDateLocaleIdentifier,
+    });
+    p.delegate = std::make_unique<core::AppDelegate>(*p.environment);
 }
 
 CompositionRoot::~CompositionRoot() = default;
@@ -141,7 +167,7 @@ void CompositionRoot::launch() {
     p.delegate->makeDashboardWindow = [&p] { p.dashboard->open(); };
     p.delegate->applicationDidFinishLaunching();
     const auto& appState = p.delegate->services()->appState();
-    p.dashboard = std::make_unique<ui::DashboardWindow>(p.views, p.mainContext.actor(), appState, p.settings);
+    p.dashboard = std::make_unique<ui::DashboardWindow>(p.views, *p.environment, appState);
     makeMenu();
     p.stateForTray = appState->recordingState.subscribe(
         [&tray = *p.trayIcon](platform::RecordingState state) { tray.setState(state); });

@@ -99,6 +99,13 @@ bool isHeldByDate(seconds sinceEpoch) {
     return sinceEpoch < limit && sinceEpoch > -limit;
 }
 
+std::optional<Date> dateFrom(UDate milliseconds) {
+    if (!isHeldByDate(seconds(static_cast<std::int64_t>(milliseconds / 1000))))
+        return std::nullopt;
+    return Date(std::chrono::duration_cast<Date::duration>(
+        std::chrono::milliseconds(static_cast<std::int64_t>(milliseconds))));
+}
+
 } // namespace
 
 std::string iso8601(Date date) {
@@ -149,23 +156,26 @@ std::optional<Date> daysBefore(Date date, std::int64_t days, const std::string& 
     if (!calendar)
         return std::nullopt;
     calendar->add(UCAL_DATE, -static_cast<std::int32_t>(days), status);
-    const UDate milliseconds = calendar->getTime(status);
-    if (U_FAILURE(status) || !isHeldByDate(seconds(static_cast<std::int64_t>(milliseconds / 1000))))
+    const auto result = dateFrom(calendar->getTime(status));
+    if (U_FAILURE(status) || !result)
         return std::nullopt;
-    return Date(std::chrono::duration_cast<Date::duration>(
-               std::chrono::milliseconds(static_cast<std::int64_t>(milliseconds)))) +
-           (date - whole);
+    return *result + (date - whole);
 }
 
-std::optional<std::int64_t> calendarDay(Date date, const std::string& timeZone) {
+std::optional<CalendarDay> dayOf(Date date, const std::string& timeZone) {
     UErrorCode status = U_ZERO_ERROR;
     const auto calendar = calendarAt(std::chrono::floor<std::chrono::milliseconds>(date), timeZone, status);
     if (!calendar)
         return std::nullopt;
-    const auto day = calendar->get(UCAL_JULIAN_DAY, status);
-    if (U_FAILURE(status))
+    const auto number = calendar->get(UCAL_JULIAN_DAY, status);
+    for (const auto field : {UCAL_HOUR_OF_DAY, UCAL_MINUTE, UCAL_SECOND, UCAL_MILLISECOND})
+        calendar->set(field, 0);
+    const auto begin = dateFrom(calendar->getTime(status));
+    calendar->add(UCAL_DATE, 1, status);
+    const auto end = dateFrom(calendar->getTime(status));
+    if (U_FAILURE(status) || !begin || !end)
         return std::nullopt;
-    return day;
+    return CalendarDay{.number = number, .begin = *begin, .end = *end};
 }
 
 } // namespace sonvale::base

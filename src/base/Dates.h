@@ -23,8 +23,18 @@ std::optional<Date> parseIso8601(std::string_view text);
 /// no `Date` results. Any thread.
 std::optional<Date> daysBefore(Date date, std::int64_t days, const std::string& timeZone = {});
 
-/// A number for the day of the calendar on which `date` falls in `timeZone` (IANA name; empty means the
-/// system's own zone); the day after has the next number. Nothing when the zone is unknown. Any thread.
-std::optional<std::int64_t> calendarDay(Date date, const std::string& timeZone = {});
+/// A day of the calendar.
+struct CalendarDay {
+    std::int64_t number = 0; ///< the day after has the next one
+    Date begin{};
+    Date end{}; ///< the beginning of the next day
+
+    bool holds(Date date) const { return begin <= date && date < end; }
+};
+
+/// The day of the calendar on which `date` falls in `timeZone`, from its first moment on, whatever daylight
+/// saving does to its length. Nothing when the zone is unknown, or for a day that `Date` cannot hold. Any
+/// thread.
+std::optional<CalendarDay> dayOf(Date date, const std::string& timeZone = {});
 
 } // namespace sonvale::base

@@ -21,14 +21,23 @@ std::string_view scriptOf(std::string_view modifier) {
     return {};
 }
 
-} // namespace
-
-std::string currentLocaleIdentifier() {
-    for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+/// POSIX: LC_ALL is over the category's own variable, LANG under it; an empty one is as good as none.
+std::string currentIdentifier(const char* category) {
+    for (const char* variable : {"LC_ALL", category, "LANG"}) {
         if (const char* value = std::getenv(variable); value != nullptr && *value != '\0')
             return localeIdentifier(value);
     }
     return std::string(fallback);
+}
+
+} // namespace
+
+std::string currentLocaleIdentifier() {
+    return currentIdentifier("LC_MESSAGES");
+}
+
+std::string currentDateLocaleIdentifier() {
+    return currentIdentifier("LC_TIME");
 }
 
 std::string localeIdentifier(std::string_view posixName) {

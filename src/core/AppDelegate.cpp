@@ -29,6 +29,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     startDataRetention();
     base::systemLog(fmt::format("[AppDelegate] Initialization complete — isOnboardingComplete={}",
                                 appState->isOnboardingComplete.get()));
+    updater_ = &environment_.updater;
 
     if (!appState->isOnboardingComplete.get() || !appState->isModelReachable())
         runtime::spawn(environment_.main, openDashboardSoon(self_, &environment_.clock));

@@ -24,6 +24,10 @@ public:
     /// Brings the dashboard to the front, opening it when it is not open. After the launch sequence.
     void openDashboard();
 
+    /// Asks whether there is a newer version, and shows its page. As `platform::Updater::checkForUpdates`;
+    /// after the launch sequence.
+    runtime::Task<platform::UpdateOutcome> checkForUpdates() { return updater_->checkForUpdates(); }
+
     /// Set once before the launch: makes the dashboard's window.
     std::function<void()> makeDashboardWindow;
     /// Set by the menu once it has been up: its own way of opening the window with an identifier.
@@ -40,6 +44,7 @@ private:
     Environment environment_;
     std::unique_ptr<SharedAppServices> services_;
     std::shared_ptr<persistence::DataRetentionManager> dataRetentionManager_;
+    platform::Updater* updater_ = nullptr; ///< set by the launch sequence
     std::shared_ptr<AppDelegate*> self_ = std::make_shared<AppDelegate*>(this); ///< tasks hold it weakly
 };
 

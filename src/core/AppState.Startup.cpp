@@ -73,9 +73,14 @@ void AppState::startHotkeysIfReady() {
         runtime::spawn(environment_.main, retryStart(weak_from_this(), &environment_.clock));
 }
 
-void AppState::adoptBindings() {
+void AppState::applyHotkeyBindings() {
+    environment_.main.assertCurrent();
     hotkeys::migrateHotkeyBindings(environment_.settings, modelContext);
     hotkeyManager->updateBindings(hotkeys::HotkeyBindingStore::load(environment_.settings));
+}
+
+void AppState::adoptBindings() {
+    applyHotkeyBindings();
     preWarmEngine();
 }
 

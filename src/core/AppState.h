@@ -147,6 +147,9 @@ public:
     /// Starts the listener when the grants are there and it does not run.
     void startHotkeysIfReady();
 
+    /// Listens for the stored shortcuts from now on. Main actor.
+    void applyHotkeyBindings();
+
     /// Ends onboarding for good and sets up.
     void completeOnboarding();
 

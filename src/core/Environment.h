@@ -10,13 +10,16 @@
 #include "platform/Directories.h"
 #include "platform/EventTap.h"
 #include "platform/FloatingPanel.h"
+#include "platform/LoginItem.h"
 #include "platform/MediaPlayers.h"
+#include "platform/NativeKeys.h"
 #include "platform/Pasteboard.h"
 #include "platform/PathMonitor.h"
 #include "platform/SampleRateConverter.h"
 #include "platform/SecureRandom.h"
 #include "platform/SpeechRecognizer.h"
 #include "platform/SyntheticInput.h"
+#include "platform/Updater.h"
 #include "platform/UrlSession.h"
 #include "platform/Workspace.h"
 #include "runtime/Clock.h"
@@ -56,9 +59,14 @@ struct Environment {
     platform::MediaPlayers& mediaPlayers;
     platform::FloatingPanel& floatingPanel;
     platform::Application& application;
+    const platform::NativeKeys& nativeKeys;
+    platform::LoginItem& loginItem;
+    platform::Updater& updater;
 
     /// The user's locale, such as "en-US".
     std::function<std::string()> currentLocale;
+    /// The one by which dates and times are written.
+    std::function<std::string()> currentDateLocale;
 };
 
 } // namespace sonvale::core

@@ -40,6 +40,8 @@ KeyCapture captureKey(const platform::KeyEvent& event) {
     if (event.type == platform::KeyEvent::Type::keyDown) {
         if (event.keyCode == escape)
             return CaptureCancelled{};
+        if (event.keyCode < 0) // as a shortcut it would be one of modifiers alone
+            return std::monostate{};
         return configuration(event.keyCode, modifiers);
     }
     if (event.type != platform::KeyEvent::Type::flagsChanged || std::popcount(modifiers) != 1)

@@ -29,27 +29,49 @@ std::string_view sqlOperator(Comparison comparison) {
 }
 
 template <class R>
-std::string selection(const FetchDescriptor<R>& descriptor) {
-    auto sql = fmt::format("SELECT {} FROM {}", columnNames<R>(), RecordTable<R>::name);
+std::string conditions(const FetchDescriptor<R>& descriptor) {
+    std::string sql;
     std::string_view joint = " WHERE ";
     for (const auto& condition : descriptor.where) {
         sql += fmt::format("{}{} {} ?", joint, condition.column, sqlOperator(condition.comparison));
         joint = " AND ";
     }
-    sql += " ORDER BY ";
+    return sql;
+}
+
+template <class R>
+std::string selection(const FetchDescriptor<R>& descriptor) {
+    auto sql = fmt::format("SELECT {} FROM {}{} ORDER BY ", columnNames<R>(), RecordTable<R>::name,
+                           conditions(descriptor));
     for (const auto& sort : descriptor.sortBy)
         sql += fmt::format("{} {}, ", sort.column, sort.order == SortOrder::forward ? "ASC" : "DESC");
     return sql + "sequence";
+}
+
+/// Whether the store itself can tell which rows the descriptor means.
+template <class R>
+bool isWhollySql(const FetchDescriptor<R>& descriptor) {
+    return !descriptor.text && !descriptor.predicate;
+}
+
+template <class R>
+void bindConditions(SQLite::Statement& statement, const FetchDescriptor<R>& descriptor) {
+    int index = 0;
+    for (const auto& condition : descriptor.where)
+        std::visit([&](const auto& value) { bindValue(statement, ++index, value); }, condition.value);
 }
 
 /// Passes the rows that keep the rule for one text to `take`, in the descriptor's order, until it returns
 /// false.
 template <class R, class Take>
 void readStored(SQLite::Database& database, const FetchDescriptor<R>& descriptor, Take take) {
-    SQLite::Statement statement(database, selection(descriptor));
-    int index = 0;
-    for (const auto& condition : descriptor.where)
-        std::visit([&](const auto& value) { bindValue(statement, ++index, value); }, condition.value);
+    auto sql = selection(descriptor);
+    if (isWhollySql(descriptor) && (descriptor.limit || descriptor.offset > 0))
+        sql += fmt::format(" LIMIT {} OFFSET {}",
+                           descriptor.limit ? static_cast<std::int64_t>(*descriptor.limit) : -1,
+                           descriptor.offset);
+    SQLite::Statement statement(database, sql);
+    bindConditions(statement, descriptor);
     const auto& rule = descriptor.text;
     const int ruledColumn = rule ? columnIndex(rule->field) : 0;
     std::string text;
@@ -110,6 +132,14 @@ private:
 
 template <class R>
 std::vector<R> fetchStored(SQLite::Database& database, const FetchDescriptor<R>& descriptor) {
+    if (isWhollySql(descriptor)) {
+        std::vector<R> records;
+        readStored<R>(database, descriptor, [&](R record) {
+            records.push_back(std::move(record));
+            return true;
+        });
+        return records;
+    }
     Window<R> window(descriptor);
     if (!window.isFull()) {
         readStored<R>(database, descriptor, [&](R record) {
@@ -146,6 +176,27 @@ std::vector<R> fetchWithChanges(SQLite::Database& database, const StagedChanges<
 }
 
 template <class R>
+std::size_t countStored(SQLite::Database& database, const FetchDescriptor<R>& descriptor) {
+    SQLite::Statement statement(
+        database, fmt::format("SELECT count(*) FROM {}{}", RecordTable<R>::name, conditions(descriptor)));
+    bindConditions(statement, descriptor);
+    statement.executeStep();
+    return static_cast<std::size_t>(statement.getColumn(0).getInt64());
+}
+
+void visitFigures(SQLite::Database& database, const std::function<void(const TranscriptionFigures&)>& visit) {
+    SQLite::Statement statement(database, "SELECT timestamp, wordCount, durationSeconds FROM Transcription "
+                                          "ORDER BY timestamp DESC, sequence");
+    while (statement.executeStep()) {
+        TranscriptionFigures figures;
+        readValue(statement.getColumn(0), figures.timestamp);
+        readValue(statement.getColumn(1), figures.wordCount);
+        readValue(statement.getColumn(2), figures.durationSeconds);
+        visit(figures);
+    }
+}
+
+template <class R>
 void write(SQLite::Database& database, const StagedChanges<R>& staged) {
     if (staged.isEmpty())
         return;
@@ -179,6 +230,12 @@ void write(SQLite::Database& database, const StagedChanges<R>& staged) {
     }
 }
 
+/// Grows with each change of a record of the type.
+template <class R>
+struct Revision {
+    base::Observed<std::uint64_t> number;
+};
+
 } // namespace
 
 struct ModelContext::Impl {
@@ -186,14 +243,24 @@ struct ModelContext::Impl {
     std::tuple<StagedChanges<Transcription>, StagedChanges<AppSettings>, StagedChanges<Snippet>,
                StagedChanges<DictionaryEntry>, StagedChanges<WritingStyle>>
         staged;
-    base::Observed<std::uint64_t> revision;
+    std::tuple<Revision<Transcription>, Revision<AppSettings>, Revision<Snippet>, Revision<DictionaryEntry>,
+               Revision<WritingStyle>>
+        revisions;
 
     template <class R>
     StagedChanges<R>& changes() {
         return std::get<StagedChanges<R>>(staged);
     }
 
-    void announce() { revision.set(*revision + 1); }
+    template <class R>
+    base::Observed<std::uint64_t>& revision() {
+        return std::get<Revision<R>>(revisions).number;
+    }
+
+    template <class R>
+    void announce() {
+        revision<R>().set(*revision<R>() + 1);
+    }
 };
 
 ModelContext::ModelContext(std::unique_ptr<Store> store)
@@ -206,19 +273,19 @@ ModelContext::~ModelContext() = default;
 template <class R>
 void ModelContext::insert(R record) {
     impl_->changes<R>().insert(std::move(record));
-    impl_->announce();
+    impl_->announce<R>();
 }
 
 template <class R>
 void ModelContext::update(R record) {
     impl_->changes<R>().update(std::move(record));
-    impl_->announce();
+    impl_->announce<R>();
 }
 
 template <class R>
 void ModelContext::remove(const R& record) {
     impl_->changes<R>().remove(record.id);
-    impl_->announce();
+    impl_->announce<R>();
 }
 
 void ModelContext::save() {
@@ -251,15 +318,43 @@ std::vector<R> ModelContext::fetch(const FetchDescriptor<R>& descriptor) const {
     }
 }
 
+template <class R>
+std::size_t ModelContext::fetchCount(const FetchDescriptor<R>& descriptor) const {
+    if (!impl_->changes<R>().isEmpty() || !isWhollySql(descriptor))
+        return fetch(descriptor).size();
+    try {
+        return countStored(impl_->store->database(), descriptor);
+    } catch (const SQLite::Exception& error) {
+        throw StoreError(StoreError::Case::fetchFailed, error.what());
+    }
+}
+
+void ModelContext::eachTranscription(const std::function<void(const TranscriptionFigures&)>& visit) const {
+    if (!impl_->changes<Transcription>().isEmpty()) {
+        for (const auto& one :
+             fetch<Transcription>({.sortBy = {{&Transcription::timestamp, SortOrder::reverse}}}))
+            visit({one.timestamp, one.wordCount, one.durationSeconds});
+        return;
+    }
+    try {
+        visitFigures(impl_->store->database(), visit);
+    } catch (const SQLite::Exception& error) {
+        throw StoreError(StoreError::Case::fetchFailed, error.what());
+    }
+}
+
+template <class R>
 base::Subscription ModelContext::onChange(std::function<void()> observer) {
-    return impl_->revision.subscribe([observer = std::move(observer)](std::uint64_t) { observer(); });
+    return impl_->revision<R>().subscribe([observer = std::move(observer)](std::uint64_t) { observer(); });
 }
 
 #define SONVALE_INSTANTIATE(R)                                                                               \
     template void ModelContext::insert(R);                                                                   \
     template void ModelContext::update(R);                                                                   \
     template void ModelContext::remove(const R&);                                                            \
-    template std::vector<R> ModelContext::fetch(const FetchDescriptor<R>&) const;
+    template std::vector<R> ModelContext::fetch(const FetchDescriptor<R>&) const;                            \
+    template std::size_t ModelContext::fetchCount(const FetchDescriptor<R>&) const;                          \
+    template base::Subscription ModelContext::onChange<R>(std::function<void()>);
 
 SONVALE_INSTANTIATE(Transcription)
 SONVALE_INSTANTIATE(AppSettings)

@@ -45,7 +45,17 @@ public:
     template <class R>
     std::vector<R> fetch(const FetchDescriptor<R>& descriptor = {}) const;
 
-    /// `observer` is called, inside the changing call, after each staged change, until the subscription ends.
+    /// How many records match, by the conditions and the rules of the descriptor alone. Throws `StoreError`.
+    template <class R>
+    std::size_t fetchCount(const FetchDescriptor<R>& descriptor = {}) const;
+
+    /// Visits the figures of the whole history, newest first, without reading its texts. Throws `StoreError`.
+    void eachTranscription(const std::function<void(const TranscriptionFigures&)>& visit) const;
+
+    /// `observer` is called, inside the changing call, after each staged change of a record of the type,
+    /// until the subscription ends. It must not read the changed records there: they are soon saved, and
+    /// cheap to read then.
+    template <class R>
     [[nodiscard]] base::Subscription onChange(std::function<void()> observer);
 
 private:

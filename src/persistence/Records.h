@@ -25,6 +25,15 @@ struct Transcription {
     bool operator==(const Transcription&) const = default;
 };
 
+/// What is counted of a finished dictation.
+struct TranscriptionFigures {
+    base::Date timestamp{};
+    std::int64_t wordCount = 0;
+    double durationSeconds = 0;
+
+    bool operator==(const TranscriptionFigures&) const = default;
+};
+
 /// A record of older versions, read once to take over the single hotkey. The program creates none.
 struct AppSettings {
     base::Uuid id = base::Uuid::make();

@@ -46,10 +46,16 @@ std::string creation() {
 void createSchema(SQLite::Database& database) {
     SQLite::Transaction transaction(database);
     eachTable([&]<class R>() { database.exec(creation<R>()); });
-    // The history is shown newest first, page by page.
-    database.exec("CREATE INDEX TranscriptionByTime ON Transcription (timestamp)");
     database.exec(fmt::format("PRAGMA user_version = {}", schemaVersion));
     transaction.commit();
+}
+
+/// The history is shown newest first, page by page, and counted without its texts: in this order, and from
+/// these columns. A store of an older version has a plain index of the times instead.
+void indexHistory(SQLite::Database& database) {
+    database.exec("CREATE INDEX IF NOT EXISTS TranscriptionNewestFirst ON Transcription "
+                  "(timestamp DESC, sequence, wordCount, durationSeconds)");
+    database.exec("DROP INDEX IF EXISTS TranscriptionByTime");
 }
 
 void checkContent(SQLite::Database& database) {
@@ -82,6 +88,7 @@ void prepare(SQLite::Database& database) {
                          fmt::format("schema version {} instead of {}", version, schemaVersion));
     else
         checkContent(database);
+    indexHistory(database);
 }
 
 /// SQLite gives its companion files the rights of the main one.

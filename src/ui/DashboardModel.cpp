@@ -1,19 +1,25 @@
 #include "ui/DashboardModel.h"
 
-#include "ui/Texts.h"
-
 namespace sonvale::ui {
 
-DashboardModel::DashboardModel(runtime::Actor main, std::shared_ptr<core::AppState> appState,
-                               persistence::Settings& settings)
-    : appState_(std::move(appState))
-    , onboarding_(appState_, settings)
-    , login_(std::move(main), appState_->authService) {
+DashboardModel::DashboardModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState)
+    : environment_(environment)
+    , appState_(std::move(appState))
+    , onboarding_(appState_, environment_.settings)
+    , login_(environment_.main, appState_->authService) {
     const auto changed = [this](bool) { Q_EMIT contentChanged(); };
     subscriptions_.push_back(appState_->isOnboardingComplete.subscribe(changed));
     subscriptions_.push_back(appState_->authService->isAuthenticated.subscribe(changed));
-    subscriptions_.push_back(appState_->lastTranscription.subscribe(
-        [this](const std::string&) { Q_EMIT transcriptionChanged(); }));
+}
+
+DashboardModel::~DashboardModel() = default;
+
+HotkeySheetModel* DashboardModel::shortcuts() {
+    if (!shortcuts_)
+        shortcuts_ = std::make_unique<HotkeySheetModel>(
+            environment_.settings, environment_.nativeKeys,
+            [appState = appState_](const hotkeys::HotkeyBindings&) { appState->applyHotkeyBindings(); });
+    return shortcuts_.get();
 }
 
 QString DashboardModel::content() const {
@@ -22,8 +28,10 @@ QString DashboardModel::content() const {
     return appState_->isModelReachable() ? QStringLiteral("home") : QStringLiteral("login");
 }
 
-QString DashboardModel::lastTranscription() const {
-    return textOf(appState_->lastTranscription.get());
+HistoryModel* DashboardModel::history() {
+    if (!history_)
+        history_ = std::make_unique<HistoryModel>(environment_, appState_);
+    return history_.get();
 }
 
 } // namespace sonvale::ui

@@ -2,7 +2,9 @@
 
 #include "base/Observed.h"
 #include "core/AppState.h"
-#include "persistence/Settings.h"
+#include "core/Environment.h"
+#include "ui/HistoryModel.h"
+#include "ui/HotkeySheetModel.h"
 #include "ui/LoginModel.h"
 #include "ui/OnboardingModel.h"
 
@@ -12,32 +14,38 @@
 
 namespace sonvale::ui {
 
-/// What the dashboard's window shows: the steps for a new user, then the way in, then the dashboard itself.
-/// It follows the controller while the window is open; main actor.
+/// What the dashboard's window shows: the steps for a new user, then the way in, then the dashboard itself,
+/// with a model for each of its tabs. It follows the controller while the window is open; main actor.
 class DashboardModel final : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString content READ content NOTIFY contentChanged)
     Q_PROPERTY(sonvale::ui::OnboardingModel* onboarding READ onboarding CONSTANT)
     Q_PROPERTY(sonvale::ui::LoginModel* login READ login CONSTANT)
-    Q_PROPERTY(QString lastTranscription READ lastTranscription NOTIFY transcriptionChanged)
+    Q_PROPERTY(sonvale::ui::HistoryModel* history READ history CONSTANT)
+    Q_PROPERTY(sonvale::ui::HotkeySheetModel* shortcuts READ shortcuts CONSTANT)
 
 public:
-    DashboardModel(runtime::Actor main, std::shared_ptr<core::AppState> appState,
-                   persistence::Settings& settings);
+    /// Everything that the environment refers to must outlive the model.
+    DashboardModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState);
+    ~DashboardModel() override;
 
     /// "onboarding", "login" or "home".
     QString content() const;
     OnboardingModel* onboarding() { return &onboarding_; }
     LoginModel* login() { return &login_; }
-    QString lastTranscription() const;
+    // The models of the tabs are made when they are first looked at.
+    HistoryModel* history();
+    HotkeySheetModel* shortcuts();
 
     Q_SIGNAL void contentChanged();
-    Q_SIGNAL void transcriptionChanged();
 
 private:
-    std::shared_ptr<core::AppState> appState_;
+    const core::Environment environment_;
+    const std::shared_ptr<core::AppState> appState_;
     OnboardingModel onboarding_;
     LoginModel login_;
+    std::unique_ptr<HistoryModel> history_;
+    std::unique_ptr<HotkeySheetModel> shortcuts_;
     std::vector<base::Subscription> subscriptions_;
 };
 

@@ -15,12 +15,11 @@ constexpr QSize smallestSize(800, 600);
 
 } // namespace
 
-DashboardWindow::DashboardWindow(Views& views, runtime::Actor main, std::shared_ptr<core::AppState> appState,
-                                 persistence::Settings& settings)
+DashboardWindow::DashboardWindow(Views& views, core::Environment environment,
+                                 std::shared_ptr<core::AppState> appState)
     : views_(views)
-    , main_(std::move(main))
-    , appState_(std::move(appState))
-    , settings_(settings) {}
+    , environment_(std::move(environment))
+    , appState_(std::move(appState)) {}
 
 DashboardWindow::~DashboardWindow() {
     view_.reset();
@@ -28,7 +27,7 @@ DashboardWindow::~DashboardWindow() {
 
 void DashboardWindow::open() {
     if (!view_) {
-        model_ = std::make_unique<DashboardModel>(main_, appState_, settings_);
+        model_ = std::make_unique<DashboardModel>(environment_, appState_);
         view_ = views_.make(QStringLiteral("DashboardRoot"),
                             {{QStringLiteral("model"), QVariant::fromValue<QObject*>(model_.get())}});
         view_->setTitle(QString::fromLatin1(title));

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "core/AppState.h"
-#include "persistence/Settings.h"
+#include "core/Environment.h"
 #include "ui/DashboardModel.h"
 #include "ui/Views.h"
 
@@ -18,9 +18,8 @@ class DashboardWindow final : public QObject {
 public:
     static constexpr const char* title = "Son Vale Dashboard";
 
-    /// Everything that is referred to must outlive it.
-    DashboardWindow(Views& views, runtime::Actor main, std::shared_ptr<core::AppState> appState,
-                    persistence::Settings& settings);
+    /// Everything that is referred to, by the environment as well, must outlive it.
+    DashboardWindow(Views& views, core::Environment environment, std::shared_ptr<core::AppState> appState);
     ~DashboardWindow() override;
 
     /// Opens the window, or brings the open one to the front.
@@ -36,9 +35,8 @@ private:
     void drop();
 
     Views& views_;
-    const runtime::Actor main_;
+    const core::Environment environment_;
     const std::shared_ptr<core::AppState> appState_;
-    persistence::Settings& settings_;
     std::unique_ptr<DashboardModel> model_;
     std::unique_ptr<QQuickView> view_;
 };

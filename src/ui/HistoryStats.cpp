@@ -17,8 +17,12 @@ std::string thousands(std::int64_t words) {
 } // namespace
 
 void HistoryStats::add(base::Date timestamp, std::int64_t wordCount, double durationSeconds) {
-    if (const auto day = base::calendarDay(timestamp, timeZone_))
-        days_.insert(*day);
+    if (!lastDay_.holds(timestamp)) {
+        if (const auto day = base::dayOf(timestamp, timeZone_)) {
+            lastDay_ = *day;
+            days_.insert(day->number);
+        }
+    }
     if (__builtin_add_overflow(words_, wordCount, &words_))
         words_ = wordCount > 0 ? INT64_MAX : INT64_MIN;
     seconds_ += durationSeconds;
@@ -38,16 +42,20 @@ std::string HistoryStats::wordsPerMinute() const {
     return fmt::format("{:.0f}", std::round(static_cast<double>(words_) / (seconds_ / 60)));
 }
 
-std::optional<std::string> daySection(base::Date timestamp, base::Date now, const std::string& timeZone) {
-    const auto day = base::calendarDay(timestamp, timeZone);
-    const auto today = base::calendarDay(now, timeZone);
-    if (!day || !today)
-        return std::nullopt;
-    if (*day == *today)
+std::optional<std::string> daySection(const base::CalendarDay& day, const base::CalendarDay& today) {
+    if (day.number == today.number)
         return "Today";
-    if (*day == *today - 1)
+    if (day.number == today.number - 1)
         return "Yesterday";
     return std::nullopt;
+}
+
+std::optional<std::string> daySection(base::Date timestamp, base::Date now, const std::string& timeZone) {
+    const auto day = base::dayOf(timestamp, timeZone);
+    const auto today = base::dayOf(now, timeZone);
+    if (!day || !today)
+        return std::nullopt;
+    return daySection(*day, *today);
 }
 
 } // namespace sonvale::ui

@@ -24,13 +24,16 @@ public:
     std::string wordsPerMinute() const; ///< "0" where nothing was measured
 
 private:
-    const std::string timeZone_;
+    std::string timeZone_;
+    base::CalendarDay lastDay_{}; ///< rows come in the order of time, so the next is of the same day mostly
     std::set<std::int64_t> days_;
     std::int64_t words_ = 0;
     double seconds_ = 0;
 };
 
-/// "Today" or "Yesterday", by the calendar of `timeZone`; absent for a day that is called by its date.
+/// "Today" or "Yesterday"; absent for a day that is called by its date.
+std::optional<std::string> daySection(const base::CalendarDay& day, const base::CalendarDay& today);
+/// The same by the calendar of `timeZone`.
 std::optional<std::string> daySection(base::Date timestamp, base::Date now, const std::string& timeZone = {});
 
 } // namespace sonvale::ui

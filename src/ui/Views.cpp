@@ -1,5 +1,6 @@
 #include "ui/Views.h"
 
+#include "ui/KeyCaptureItem.h"
 #include "ui/RingItem.h"
 #include "ui/SymbolProvider.h"
 
@@ -27,6 +28,7 @@ QQmlEngine& Views::engine() {
     engine_->addImageProvider(QStringLiteral("symbol"), new SymbolProvider);
     qmlRegisterSingletonInstance("SonVale.App", 1, 0, "Appearance", appearance_.get());
     qmlRegisterType<RingItem>("SonVale.App", 1, 0, "Ring");
+    qmlRegisterType<KeyCaptureItem>("SonVale.App", 1, 0, "KeyCapture");
     QObject::connect(engine_.get(), &QQmlEngine::warnings, engine_.get(),
                      [this](const QList<QQmlError>& all) {
                          if (!onWarning)

@@ -7,6 +7,7 @@
 
 #include <csignal>
 #include <sstream>
+#include <stdexcept>
 
 namespace sonvale::tests {
 
@@ -41,11 +42,10 @@ RunningProgram::RunningProgram(PrivateDesktop& desktop, const Options& options)
     , log_(desktop.folder() / "sonvale.log") {
     if (!fs::exists(desktop.configuration() / "com.sonvale.app"))
         writeSettings(desktop, R"({"isOnboardingComplete": true})");
-    const auto program =
-        options.info.empty() ? fs::path(SONVALE_PROGRAM) : installWith(desktop, options.info);
+    executable_ = options.info.empty() ? fs::path(SONVALE_PROGRAM) : installWith(desktop, options.info);
     fs::remove(log_); // of a former run in this desktop
     auto command = options.launcher;
-    command.push_back(program.string());
+    command.push_back(executable_.string());
     process_.emplace(desktop.start(std::move(command), log_.string(), options.environment));
 }
 
@@ -59,6 +59,12 @@ fs::path RunningProgram::writeSettings(const PrivateDesktop& desktop, const std:
 
 bool RunningProgram::waitUntilItListens(double seconds) {
     return waitForOutput("hotkeyManager.start() returned true", seconds);
+}
+
+void RunningProgram::reopen() const {
+    constexpr double patience = 30;
+    if (desktop_.start({executable_.string()}).wait(patience) != 0)
+        throw std::runtime_error("a second start did not come to its end");
 }
 
 std::optional<int> RunningProgram::quit(double seconds) {

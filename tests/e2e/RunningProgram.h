@@ -44,6 +44,9 @@ public:
     bool isRunning() { return process_->isRunning(); }
     pid_t pid() const { return process_->pid(); }
 
+    /// Starts the program once more, which opens the dashboard of the one that runs.
+    void reopen() const;
+
     /// Asks it to end, as the end of a session does; its exit status, absent when it does not end.
     std::optional<int> quit(double seconds = 20);
 
@@ -69,6 +72,7 @@ public:
 private:
     PrivateDesktop& desktop_;
     std::filesystem::path log_;
+    std::filesystem::path executable_;
     std::optional<ChildProcess> process_;
 };
 

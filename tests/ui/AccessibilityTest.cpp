@@ -126,6 +126,16 @@ TEST_F(Accessibility, OfTheWayIn) {
     expectUsable(view, "sign up");
 }
 
+TEST_F(Accessibility, PressesButtons) {
+    auto& view = openMenu();
+    auto* told = QAccessible::queryAccessibleInterface(&item(view, "language"));
+    ASSERT_TRUE(told && told->actionInterface());
+    EXPECT_TRUE(told->actionInterface()->actionNames().contains(QAccessibleActionInterface::pressAction()));
+    told->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    settleViews();
+    EXPECT_TRUE(isShown(view, "languages"));
+}
+
 TEST_F(Accessibility, OfTheMenu) {
     expectUsable(openMenu(), "menu");
     change([&] { state().lastTranscription = "words"; });

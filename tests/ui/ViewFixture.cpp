@@ -43,7 +43,8 @@ void collectOutside(QQuickItem* from, QRectF room, std::vector<std::string>& nam
     const auto place = from->mapRectToScene(
         from->inherits("QQuickText") ? from->boundingRect() : QRectF(0, 0, from->width(), from->height()));
     constexpr double rounding = 0.5;
-    if (!place.isEmpty() && !room.adjusted(-rounding, -rounding, rounding, rounding).contains(place))
+    const bool isDrawn = (from->flags() & QQuickItem::ItemHasContents) != 0;
+    if (isDrawn && !place.isEmpty() && !room.adjusted(-rounding, -rounding, rounding, rounding).contains(place))
         names.push_back(std::string(from->metaObject()->className()) + " " +
                         from->objectName().toStdString());
     if (from->clip())
@@ -87,8 +88,7 @@ void ViewFixture::TearDown() {
 }
 
 QQuickView& ViewFixture::openDashboard() {
-    dashboard_ = std::make_unique<ui::DashboardWindow>(views_, runtimeSupport().main(),
-                                                       state().shared_from_this(), settings());
+    dashboard_ = std::make_unique<ui::DashboardWindow>(views_, environment(), state().shared_from_this());
     dashboard_->open();
     EXPECT_TRUE(QTest::qWaitForWindowActive(dashboard_->view(), 10000));
     settleViews();
@@ -117,7 +117,7 @@ QQuickView& ViewFixture::openMenu() {
 }
 
 QQuickItem* ViewFixture::find(QQuickView& view, const std::string& name) {
-    return visibleItem(view.rootObject(), name);
+    return visibleItem(view.contentItem(), name);
 }
 
 QQuickItem& ViewFixture::item(QQuickView& view, const std::string& name) {
@@ -134,20 +134,29 @@ std::string ViewFixture::text(QQuickView& view, const std::string& name) {
 
 std::vector<std::string> ViewFixture::readable(QQuickView& view) {
     std::vector<std::string> texts;
-    collectTexts(view.rootObject(), texts);
+    collectTexts(view.contentItem(), texts);
     return texts;
 }
 
 std::vector<std::string> ViewFixture::outside(QQuickView& view) {
     std::vector<std::string> names;
-    collectOutside(view.rootObject(), QRectF(QPointF(), view.size()), names);
+    collectOutside(view.contentItem(), QRectF(QPointF(), view.size()), names);
     return names;
 }
 
 std::vector<QQuickItem*> ViewFixture::controls(QQuickView& view) {
     std::vector<QQuickItem*> found;
-    collectControls(view.rootObject(), found);
+    collectControls(view.contentItem(), found);
     return found;
+}
+
+void ViewFixture::resize(QQuickView& view, QSize size) {
+    view.resize(size);
+    EXPECT_TRUE(eventuallyInQt(5, [&] {
+        return view.size() == size && view.rootObject()->size() == QSizeF(size) &&
+               view.contentItem()->size() == QSizeF(size);
+    }));
+    settleViews();
 }
 
 void ViewFixture::click(QQuickView& view, const std::string& name) {
@@ -196,7 +205,7 @@ void ViewFixture::settleViews() {
         QCoreApplication::processEvents();
         for (auto* view : {dashboard_ ? dashboard_->view() : nullptr, menu_ ? menu_->view() : nullptr}) {
             if (view && view->rootObject())
-                layOut(view->rootObject());
+                layOut(view->contentItem());
         }
     }
 }

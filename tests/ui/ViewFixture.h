@@ -48,6 +48,8 @@ protected:
     /// Every button and field that is there and not disabled.
     static std::vector<QQuickItem*> controls(QQuickView& view);
 
+    /// Gives the window a size, and waits until it has it.
+    void resize(QQuickView& view, QSize size);
     void click(QQuickView& view, const std::string& name);
     void press(QQuickView& view, Qt::Key key);
     void type(QQuickView& view, const std::string& text);

@@ -5,10 +5,21 @@ import QtQuick.Controls.Basic
 Switch {
     id: toggle
 
+    /// As a click does.
+    function turn() {
+        if (!enabled)
+            return;
+        toggle();
+        toggled();
+        clicked();
+    }
+
     implicitWidth: 44
     implicitHeight: Theme.hitHeight
     focusPolicy: Qt.StrongFocus
     Accessible.name: text
+    Accessible.onPressAction: turn()
+    Accessible.onToggleAction: turn()
 
     indicator: Rectangle {
         x: (toggle.width - width) / 2

@@ -7,6 +7,8 @@ Rectangle {
     required property var model
 
     color: Theme.window
+    LayoutMirroring.enabled: Qt.application.layoutDirection === Qt.RightToLeft
+    LayoutMirroring.childrenInherit: true
 
     Loader {
         id: content
@@ -36,7 +38,7 @@ Rectangle {
     Component {
         id: home
 
-        HomeView {
+        DashboardView {
             objectName: "home"
             model: root.model
         }

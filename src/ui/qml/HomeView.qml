@@ -1,38 +1,133 @@
 import QtQuick
+import QtQuick.Controls.Basic
 
-/// Where the dashboard begins.
+/// Where the dashboard begins: counters, and the history by day.
 FocusScope {
     id: home
 
     required property var model
+    readonly property int columnWidth: Math.min(720, width - 2 * Theme.pageEdge)
 
-    Column {
-        anchors.centerIn: parent
-        width: Math.min(520, parent.width - 2 * Theme.pageEdge)
-        spacing: Theme.inCard
+    signal styleWanted
 
-        Rectangle {
-            anchors.horizontalCenter: parent.horizontalCenter
-            width: 88
-            height: 88
-            radius: 44
-            color: Theme.tint(Theme.accent, 0.12)
+    ListView {
+        id: list
 
-            Symbol {
-                anchors.centerIn: parent
-                name: "waveform"
-                size: 40
-                color: Theme.accent
+        /// The rows that are shown whole, by their identifiers.
+        property var expanded: ({})
+        /// What comes in above does not push the beginning out of sight.
+        property bool isAtTop: true
+
+        objectName: "history"
+        anchors.fill: parent
+        focus: true
+        clip: true
+        boundsBehavior: Flickable.StopAtBounds
+        keyNavigationEnabled: true
+        highlightMoveDuration: 0
+        // Rows differ in height: what is just outside is made already, so that scrolling does not stutter.
+        cacheBuffer: 600
+        model: home.model
+        onContentYChanged: isAtTop = contentY <= originY + 1
+        onOriginYChanged: if (isAtTop)
+            contentY = originY
+        Accessible.role: Accessible.List
+        Accessible.name: Texts.history
+        ScrollBar.vertical: ScrollBar {
+        }
+
+        header: Item {
+            width: list.width
+            height: top.height + Theme.pageEdge + Theme.inCard
+
+            Column {
+                id: top
+
+                y: Theme.pageEdge
+                width: home.columnWidth
+                anchors.horizontalCenter: parent.horizontalCenter
+                spacing: Theme.betweenCards
+
+                SVText {
+                    objectName: "greeting"
+                    width: parent.width
+                    text: Texts.welcomeBack.arg(home.model.firstName === "" ? Texts.somebody : home.model.firstName)
+                    font: Theme.pageTitle
+                    Accessible.role: Accessible.Heading
+                    Accessible.name: text
+                }
+                StatsBarView {
+                    model: home.model
+                }
+                PromotionCard {
+                    width: parent.width
+                    onAccepted: home.styleWanted()
+                }
+                Column {
+                    objectName: "noTranscriptions"
+                    width: parent.width
+                    visible: home.model.count === 0
+                    topPadding: Theme.pageEdge
+                    spacing: Theme.inControl
+
+                    Symbol {
+                        anchors.horizontalCenter: parent.horizontalCenter
+                        name: "waveform"
+                        size: 40
+                        color: Theme.secondaryText
+                    }
+                    SVText {
+                        width: parent.width
+                        horizontalAlignment: Text.AlignHCenter
+                        text: Texts.noTranscriptions
+                        font: Theme.section
+                    }
+                    SVText {
+                        width: parent.width
+                        horizontalAlignment: Text.AlignHCenter
+                        text: Texts.pressToStart
+                        color: Theme.secondaryText
+                    }
+                }
             }
         }
-        SVText {
-            objectName: "lastTranscription"
-            isParagraph: true
-            width: parent.width
-            horizontalAlignment: Text.AlignHCenter
-            text: home.model.lastTranscription === "" ? Texts.startHint : home.model.lastTranscription.substring(0, 2000)
-            maximumLineCount: 12
-            elide: Text.ElideRight
+        footer: Item {
+            width: list.width
+            height: Theme.pageEdge
+        }
+
+        section.property: "section"
+        section.delegate: Item {
+            required property string section
+
+            width: list.width
+            height: 44
+
+            SVText {
+                objectName: "section." + parent.section
+                width: home.columnWidth
+                anchors.horizontalCenter: parent.horizontalCenter
+                anchors.bottom: parent.bottom
+                anchors.bottomMargin: Theme.inControl
+                leftPadding: Theme.betweenRows
+                text: parent.section
+                font: Theme.rowTitle
+                color: Theme.secondaryText
+                Accessible.role: Accessible.Heading
+                Accessible.name: text
+            }
+        }
+        delegate: TranscriptionRowView {
+            width: home.columnWidth
+            anchors.horizontalCenter: parent ? parent.horizontalCenter : undefined
+            activeFocusOnTab: ListView.isCurrentItem || activeFocus
+            copied: home.model.copiedRow === identifier
+            isExpanded: list.expanded[identifier] === true
+            onCopyWanted: home.model.copy(index)
+            onExpansionWanted: isWanted => {
+                list.expanded[identifier] = isWanted;
+                list.expandedChanged();
+            }
         }
     }
 }

@@ -12,6 +12,8 @@ AbstractButton {
     opacity: enabled ? 1 : 0.5
     Accessible.role: Accessible.Button
     Accessible.name: text.replace(/<[^>]*>/g, "")
+    Accessible.onPressAction: if (enabled)
+        link.clicked()
     Keys.onReturnPressed: link.clicked()
     Keys.onEnterPressed: link.clicked()
 

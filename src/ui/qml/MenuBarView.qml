@@ -11,6 +11,8 @@ FocusScope {
 
     signal closeRequested
 
+    LayoutMirroring.enabled: Qt.application.layoutDirection === Qt.RightToLeft
+    LayoutMirroring.childrenInherit: true
     implicitWidth: 320
     implicitHeight: wantedHeight
     focus: true

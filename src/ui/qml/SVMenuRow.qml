@@ -16,6 +16,8 @@ AbstractButton {
     focusPolicy: Qt.StrongFocus
     Accessible.role: Accessible.MenuItem
     Accessible.name: text
+    Accessible.onPressAction: if (enabled)
+        row.clicked()
     Keys.onReturnPressed: row.clicked()
     Keys.onEnterPressed: row.clicked()
 

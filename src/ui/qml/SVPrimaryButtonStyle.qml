@@ -16,6 +16,8 @@ Button {
     focusPolicy: Qt.StrongFocus
     hoverEnabled: true
     Accessible.name: text
+    Accessible.onPressAction: if (enabled)
+        button.clicked()
     Keys.onReturnPressed: button.clicked()
     Keys.onEnterPressed: button.clicked()
 

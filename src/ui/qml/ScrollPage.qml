@@ -1,4 +1,5 @@
 import QtQuick
+import QtQuick.Window
 import QtQuick.Controls.Basic
 
 /// A page whose content stands in its middle and scrolls when there is more of it than room.
@@ -13,8 +14,31 @@ Flickable {
     property real shift: 0
     property alias contentOpacity: column.opacity
     property int columnWidth: 520
+    /// Begins at the top, however little there is.
+    property bool isTopAligned: false
     property alias spacing: column.spacing
 
+    readonly property Item focusItem: Window.activeFocusItem
+
+    /// Scrolls to what has the keyboard.
+    function reveal(item) {
+        var place = item.mapToItem(column, 0, 0).y + column.y;
+        var air = Theme.inCard;
+        if (place - air < contentY)
+            contentY = Math.max(0, place - air);
+        else if (place + item.height + air > contentY + height)
+            contentY = Math.min(Math.max(0, contentHeight - height), Math.min(place - air, place + item.height + air - height));
+    }
+    function holds(item) {
+        for (var each = item; each; each = each.parent) {
+            if (each === column)
+                return true;
+        }
+        return false;
+    }
+
+    onFocusItemChanged: if (focusItem && focusItem.visualFocus && holds(focusItem))
+        reveal(focusItem)
     contentWidth: width
     contentHeight: Math.max(column.height + 2 * Theme.pageEdge, height)
     boundsBehavior: Flickable.StopAtBounds
@@ -27,7 +51,7 @@ Flickable {
 
         width: Math.min(page.columnWidth, page.width - 2 * Theme.pageEdge)
         x: (page.width - width) / 2
-        y: Math.max(Theme.pageEdge, (page.height - Math.max(height, page.steadyHeight)) / 2)
+        y: page.isTopAligned ? Theme.pageEdge : Math.max(Theme.pageEdge, (page.height - Math.max(height, page.steadyHeight)) / 2)
         spacing: Theme.inCard
         transform: Translate {
             x: page.shift

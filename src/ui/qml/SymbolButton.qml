@@ -6,6 +6,8 @@ AbstractButton {
     id: button
 
     property string symbol
+    /// Shown beside the pointer; none when it is empty.
+    property string hint
 
     implicitWidth: Theme.hitHeight
     implicitHeight: Theme.hitHeight
@@ -14,8 +16,14 @@ AbstractButton {
     opacity: enabled ? 1 : 0.45
     Accessible.role: Accessible.Button
     Accessible.name: text
+    Accessible.onPressAction: if (enabled)
+        button.clicked()
     Keys.onReturnPressed: button.clicked()
     Keys.onEnterPressed: button.clicked()
+
+    ToolTip.text: hint
+    ToolTip.visible: hint !== "" && hovered
+    ToolTip.delay: 600
 
     background: Rectangle {
         radius: Theme.controlRadius

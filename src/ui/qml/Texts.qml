@@ -16,6 +16,34 @@ QtObject {
     readonly property string language: qsTr("Language")
     readonly property string quit: qsTr("Quit Son Vale")
 
+    // The dashboard's tabs.
+    readonly property var tabs: ({
+            "home": qsTr("Home"),
+            "snippets": qsTr("Snippets"),
+            "style": qsTr("Style"),
+            "scratchpad": qsTr("Scratchpad"),
+            "settings": qsTr("Settings"),
+            "help": qsTr("Help")
+        })
+    readonly property string close: qsTr("Close")
+
+    // Home.
+    readonly property string welcomeBack: qsTr("Welcome back, %1")
+    readonly property string somebody: qsTr("there")
+    readonly property string days: qsTr("days")
+    readonly property string words: qsTr("words")
+    readonly property string wordsPerMinute: qsTr("WPM")
+    readonly property string promotionHeading: qsTr("Make Son Vale sound like %1")
+    readonly property string promotionYou: qsTr("you")
+    readonly property string promotionBody: qsTr("Son Vale adapts to how you write in different apps. Personalize your style for messages, work chats, emails, and more.")
+    readonly property string startNow: qsTr("Start now")
+    readonly property string noTranscriptions: qsTr("No transcriptions yet")
+    readonly property string pressToStart: qsTr("Press Option + D to start dictating")
+    readonly property string history: qsTr("History")
+    readonly property string copied: qsTr("Copied")
+    readonly property string showAll: qsTr("Show all")
+    readonly property string showLess: qsTr("Show less")
+
     // The way in.
     readonly property string signIn: qsTr("Sign In")
     readonly property string signInSubtitle: qsTr("Sign in to your Son Vale account.")

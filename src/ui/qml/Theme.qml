@@ -18,6 +18,8 @@ QtObject {
     readonly property color good: isDark ? "#59D08E" : "#177843"
     readonly property color caution: isDark ? "#F0B35A" : "#9A5B00"
     readonly property color danger: isDark ? "#FF7B72" : "#C0352B"
+    /// Over what a sheet covers.
+    readonly property color veil: isDark ? "#99000000" : "#5914171C"
     /// The ring glows on its own ground, whatever the window's.
     readonly property color ringGround: "#111318"
     readonly property color ringRest: "#A3ACBA"

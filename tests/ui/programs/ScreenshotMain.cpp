@@ -27,13 +27,17 @@ protected:
         // Whatever moves or blinks would make each run's pictures different.
         views().appearance().overrideMotionReduced(true);
         QGuiApplication::styleHints()->setCursorFlashTime(0);
+        clock().setDate(base::parseIso8601("2026-11-20T15:20:00Z").value());
     }
 
-    void draw(QQuickView& view, const std::string& name) {
+    enum class Pointer { away, stays };
+
+    void draw(QQuickView& view, const std::string& name, Pointer pointer = Pointer::away) {
         for (const bool isDark : {false, true}) {
             views().appearance().overrideDark(isDark);
             // A pointer that rests on a button would colour it.
-            QTest::mouseMove(&view, QPoint(0, 0));
+            if (pointer == Pointer::away)
+                QTest::mouseMove(&view, QPoint(0, 0));
             settleViews();
             const auto file = folder / fmt::format("{}-{}.png", name, isDark ? "dark" : "light");
             EXPECT_TRUE(view.grabWindow()
@@ -49,6 +53,39 @@ protected:
         accessibility().setTrusted(false);
         tap().setPermitted(false);
         recogniser().setAuthorization(platform::SpeechAuthorization::denied);
+    }
+    void hover(QQuickView& view, const std::string& name) {
+        auto& target = item(view, name);
+        QTest::mouseMove(&view,
+                         target.mapToScene(QPointF(target.width() / 2, target.height() / 2)).toPoint());
+        settleViews();
+    }
+
+    void signIn() {
+        settings().set(keys::refreshToken, "refresh");
+        rebuildState();
+        showLogin();
+    }
+    void addHistory() {
+        const std::pair<double, const char*> rows[] = {
+            {0, "Could you send me the notes from this morning?"},
+            {2,
+             "I would like to go through the figures for the second quarter before we meet on Thursday. "
+             "There "
+             "are two things that I do not understand yet: where the growth in the north comes from, and why "
+             "the costs of the warehouse fell although we opened a new one."},
+            {5, "Thanks, that works for me."},
+            {26, "Tomorrow at ten is fine."},
+            {29, "Please book the small room."},
+            {100, "The first draft is done. I will read it once more tonight and send it to you."}};
+        for (const auto& [hours, text] : rows)
+            state().modelContext->insert(persistence::Transcription{
+                .rawText = text,
+                .processedText = text,
+                .timestamp = clock().date() - std::chrono::minutes(static_cast<int>(60 * hours)),
+                .wordCount = static_cast<std::int64_t>(std::string_view(text).size() / 6),
+                .durationSeconds = 4});
+        state().modelContext->save();
     }
     void showLogin() {
         completeOnboardingAndStart();
@@ -125,10 +162,14 @@ TEST_F(Screenshots, OfTheMenu) {
 }
 
 TEST_F(Screenshots, OfHome) {
-    settings().set(keys::refreshToken, "refresh");
-    rebuildState();
-    showLogin();
-    draw(openDashboard(), "home");
+    signIn();
+    workspace().setFullUserName("Ada King");
+    draw(openDashboard(), "home-empty");
+    addHistory();
+    auto& view = openDashboard();
+    draw(view, "home");
+    hover(view, "transcription.0");
+    draw(view, "home-hovered", Pointer::stays);
 }
 
 } // namespace sonvale::tests

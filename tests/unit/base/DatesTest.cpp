@@ -97,6 +97,34 @@ TEST(Dates, TakesTheSystemsZoneWithoutAName) {
     EXPECT_NEAR(std::chrono::duration<double>(at("2026-11-16T00:59:08Z") - *date).count(), 86400, 2 * 3600);
 }
 
+TEST(Dates, KnowsWhereADayBeginsAndEndsWhateverItsLength) {
+    const auto at = [](const char* text) { return parseIso8601(text).value(); };
+    struct Row {
+        const char* moment;
+        const char* begin;
+        const char* end;
+    };
+    constexpr const char* zone = "Europe/Berlin";
+    for (const auto& [moment, begin, end] :
+         {Row{"2026-11-16T10:00:00+01:00", "2026-11-16T00:00:00+01:00", "2026-11-17T00:00:00+01:00"},
+          Row{"2026-11-16T00:00:00+01:00", "2026-11-16T00:00:00+01:00", "2026-11-17T00:00:00+01:00"},
+          Row{"2026-03-29T12:00:00+02:00", "2026-03-29T00:00:00+01:00", "2026-03-30T00:00:00+02:00"},
+          Row{"2026-10-25T02:30:00+01:00", "2026-10-25T00:00:00+02:00", "2026-10-26T00:00:00+01:00"}}) {
+        const auto day = dayOf(at(moment), zone);
+        ASSERT_TRUE(day) << moment;
+        EXPECT_EQ(iso8601(day->begin), iso8601(at(begin))) << moment;
+        EXPECT_EQ(iso8601(day->end), iso8601(at(end))) << moment;
+        EXPECT_TRUE(day->holds(at(moment)));
+        EXPECT_FALSE(day->holds(day->end));
+        EXPECT_EQ(dayOf(day->end, zone)->number, day->number + 1) << moment;
+        EXPECT_EQ(dayOf(day->begin, zone)->number, day->number) << moment;
+    }
+    EXPECT_EQ(dayOf(at("2026-11-16T23:30:00Z"), zone)->number,
+              dayOf(at("2026-11-17T10:00:00Z"), zone)->number);
+    EXPECT_FALSE(dayOf(at("2026-11-16T23:30:00Z"), "Nowhere/Atall"));
+    EXPECT_FALSE(dayOf(Date::max(), zone)) << "its end is no moment any more";
+}
+
 TEST(Dates, GivesNothingWhereNoDateResults) {
     const auto now = at("2026-11-16T00:59:08Z");
     EXPECT_FALSE(daysBefore(now, 1, "Mars/Olympus"));

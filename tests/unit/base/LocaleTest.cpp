@@ -14,7 +14,7 @@ namespace {
 class LocaleVariables {
 public:
     LocaleVariables() {
-        for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        for (const char* name : {"LC_ALL", "LC_MESSAGES", "LC_TIME", "LANG"}) {
             const char* value = std::getenv(name);
             former_[name] = value != nullptr ? std::optional<std::string>(value) : std::nullopt;
             ::unsetenv(name);
@@ -65,6 +65,18 @@ TEST(Locale, TurnsPosixNamesIntoIdentifiers) {
              {"12345", "en-US"},
          })
         EXPECT_EQ(localeIdentifier(posix), identifier) << '"' << posix << '"';
+}
+
+TEST(Locale, TakesDatesFromTheirOwnVariable) {
+    const LocaleVariables restored;
+    EXPECT_EQ(currentDateLocaleIdentifier(), "en-US");
+    ::setenv("LANG", "en_US.UTF-8", 1);
+    ::setenv("LC_MESSAGES", "fr_FR.UTF-8", 1);
+    ::setenv("LC_TIME", "de_DE.UTF-8", 1);
+    EXPECT_EQ(currentDateLocaleIdentifier(), "de-DE");
+    EXPECT_EQ(currentLocaleIdentifier(), "fr-FR");
+    ::setenv("LC_ALL", "ja_JP.UTF-8", 1);
+    EXPECT_EQ(currentDateLocaleIdentifier(), "ja-JP");
 }
 
 TEST(Locale, TakesTheFirstVariableThatIsSet) {

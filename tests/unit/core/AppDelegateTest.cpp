@@ -88,6 +88,17 @@ TEST_F(AppDelegateTest, SetsUpOnceMoreWhenTheWindowComesAheadOfTheStore) {
     advance(1);
 }
 
+TEST_F(AppDelegateTest, AsksForUpdatesOnlyWhenItIsToldTo) {
+    launch();
+    advance(24 * 3600);
+    EXPECT_EQ(updater().checks(), 0);
+
+    const platform::NewerVersion newer{"1.3.0", "https://example.org/new", true};
+    updater().answer(newer);
+    EXPECT_EQ(runtimeSupport().wait(delegate().checkForUpdates()), platform::UpdateOutcome(newer));
+    EXPECT_EQ(updater().checks(), 1);
+}
+
 TEST_F(AppDelegateTest, OpensNothingWhenItIsGoneByThen) {
     int opened = 0;
     {

@@ -61,7 +61,11 @@ core::Environment CoreFixture::environment() {
         .mediaPlayers = players_,
         .floatingPanel = panel_,
         .application = application_,
+        .nativeKeys = nativeKeys_,
+        .loginItem = loginItem_,
+        .updater = updater_,
         .currentLocale = [] { return std::string("en-US"); },
+        .currentDateLocale = [] { return std::string("en-US"); },
     };
 }
 

@@ -12,13 +12,16 @@
 #include "tests/fakes/FakeCaptureAuthorization.h"
 #include "tests/fakes/FakeEventTap.h"
 #include "tests/fakes/FakeFloatingPanel.h"
+#include "tests/fakes/FakeLoginItem.h"
 #include "tests/fakes/FakeMediaPlayers.h"
+#include "tests/fakes/FakeNativeKeys.h"
 #include "tests/fakes/FakePasteboard.h"
 #include "tests/fakes/FakePathMonitor.h"
 #include "tests/fakes/FakeSampleRateConverters.h"
 #include "tests/fakes/FakeSecureRandom.h"
 #include "tests/fakes/FakeSpeechRecognizers.h"
 #include "tests/fakes/FakeSyntheticInput.h"
+#include "tests/fakes/FakeUpdater.h"
 #include "tests/fakes/FakeUrlSessions.h"
 #include "tests/fakes/FakeWorkspace.h"
 #include "tests/support/ChildProcess.h"
@@ -56,6 +59,8 @@ protected:
     FakePathMonitor::Control& link() { return pathMonitor_.control(); }
     FakeFloatingPanel& panel() { return panel_; }
     FakeApplication& application() { return application_; }
+    FakeLoginItem::Control& loginItem() { return loginItem_.control(); }
+    FakeUpdater::Control& updater() { return updater_.control(); }
 
     /// Of the service; without a key nobody is signed in. For the next `rebuildState()`.
     services::ServiceAddresses addresses;
@@ -117,6 +122,9 @@ private:
     FakeMediaPlayers players_;
     FakeFloatingPanel panel_;
     FakeApplication application_;
+    FakeNativeKeys nativeKeys_;
+    FakeLoginItem loginItem_;
+    FakeUpdater updater_;
 
     std::vector<std::string> pasted_;
     std::shared_ptr<core::AppState> state_;

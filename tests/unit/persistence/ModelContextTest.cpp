@@ -4,6 +4,7 @@
 #include "tests/support/LogCapture.h"
 
 #include <SQLiteCpp/Database.h>
+#include <SQLiteCpp/Statement.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -372,7 +373,9 @@ TEST_F(ModelContextTest, ReadsAWordOfAnUnknownKindAsOther) {
 TEST_F(ModelContextTest, TellsObserversOfEachStagedChange) {
     int heard = 0;
     auto record = snippet("a");
-    auto subscription = context().onChange([&] { ++heard; });
+    auto subscription = context().onChange<Snippet>([&] { ++heard; });
+    context().insert(WritingStyle{.category = "email"});
+    EXPECT_EQ(heard, 0) << "of another type";
     context().insert(record);
     context().update(record);
     context().remove(record);
@@ -382,6 +385,71 @@ TEST_F(ModelContextTest, TellsObserversOfEachStagedChange) {
     subscription.reset();
     context().insert(record);
     EXPECT_EQ(heard, 3);
+}
+
+TEST_F(ModelContextTest, FetchesAPageOfTheHistoryNewestFirst) {
+    for (int i = 0; i < 10; ++i)
+        context().insert(
+            Transcription{.rawText = std::to_string(i), .timestamp = base::Date(std::chrono::hours(i / 2))});
+    const auto page = [&](std::size_t offset, std::size_t limit) {
+        std::string texts;
+        for (const auto& one :
+             context().fetch<Transcription>({.sortBy = {{&Transcription::timestamp, SortOrder::reverse}},
+                                             .limit = limit,
+                                             .offset = offset}))
+            texts += one.rawText;
+        return texts;
+    };
+    for (const bool isSaved : {false, true}) {
+        if (isSaved)
+            context().save();
+        EXPECT_EQ(page(0, 3), "896") << isSaved;
+        EXPECT_EQ(page(3, 4), "7452") << isSaved;
+        EXPECT_EQ(page(8, 9), "01") << isSaved;
+        EXPECT_EQ(page(10, 9), "") << isSaved;
+        EXPECT_EQ(page(0, 0), "") << isSaved;
+        EXPECT_EQ(context().fetchCount<Transcription>(), 10U) << isSaved;
+        EXPECT_EQ(context().fetchCount<Transcription>(
+                      {.where = {{&Transcription::timestamp, Comparison::less, base::Date(2h)}}}),
+                  4U)
+            << isSaved;
+    }
+}
+
+TEST_F(ModelContextTest, VisitsTheFiguresOfTheHistoryNewestFirst) {
+    const TranscriptionFigures older{base::Date(1h), 7, 2.5};
+    const TranscriptionFigures newer{base::Date(2h), 3, 0};
+    for (const auto& each : {older, newer})
+        context().insert(Transcription{.timestamp = each.timestamp,
+                                       .wordCount = each.wordCount,
+                                       .durationSeconds = each.durationSeconds});
+    for (const bool isSaved : {false, true}) {
+        if (isSaved)
+            context().save();
+        std::vector<TranscriptionFigures> seen;
+        context().eachTranscription([&](const auto& figures) { seen.push_back(figures); });
+        EXPECT_EQ(seen, (std::vector{newer, older})) << isSaved;
+    }
+}
+
+TEST_F(ModelContextTest, GivesAnOlderStoreTheIndexOfTheHistory) {
+    const auto indices = [&] {
+        SQLite::Database database(store().string());
+        SQLite::Statement all(
+            database, "SELECT name FROM sqlite_master WHERE name LIKE 'Transcription%' AND type = 'index'");
+        Names names;
+        while (all.executeStep())
+            names.push_back(all.getColumn(0).getString());
+        return names;
+    };
+    close();
+    {
+        SQLite::Database other(store().string(), SQLite::OPEN_READWRITE);
+        other.exec("DROP INDEX TranscriptionNewestFirst");
+        other.exec("CREATE INDEX TranscriptionByTime ON Transcription (timestamp)");
+    }
+    open();
+    EXPECT_EQ(indices(), Names{"TranscriptionNewestFirst"});
 }
 
 TEST_F(ModelContextTest, KeepsWhatWasSavedWhenTheProcessIsKilled) {

@@ -1,0 +1,165 @@
+#include "platform/linux/FeedUpdater.h"
+
+#include "base/Json.h"
+#include "base/Log.h"
+
+#include <boost/url/parse.hpp>
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+namespace sonvale::platform::linux {
+
+namespace {
+
+constexpr double patienceSeconds = 25;
+constexpr std::size_t bytesAtMost = 64 * 1024;
+constexpr std::size_t fieldsAtMost = 8;
+constexpr std::size_t addressAtMost = 2048;
+
+const base::Logger& logger() {
+    static const base::Logger instance("FeedUpdater");
+    return instance;
+}
+
+UpdateCheckFailed failed(const std::string& description) {
+    logger().error("The check for updates failed: {}", description);
+    return {description};
+}
+
+bool isLoopback(const boost::urls::url_view& url) {
+    // Boost.URL 1.81 takes "127.0.0.1.example.org" for an address with a path behind it.
+    const auto path = url.encoded_path();
+    if (!path.empty() && !path.starts_with('/'))
+        return false;
+    switch (url.host_type()) {
+    case boost::urls::host_type::ipv4:
+        return url.host_ipv4_address().is_loopback();
+    case boost::urls::host_type::ipv6:
+        return url.host_ipv6_address().is_loopback();
+    default:
+        return url.encoded_host() == "localhost";
+    }
+}
+
+/// Whoever can change the feed on its way chooses the page that opens.
+bool isUsableFeed(const std::string& address) {
+    const auto url = boost::urls::parse_uri(address);
+    if (!url || url->host().empty())
+        return false;
+    return url->scheme_id() == boost::urls::scheme::https ||
+           (url->scheme_id() == boost::urls::scheme::http && isLoopback(*url));
+}
+
+bool isUsablePage(const std::string& address) {
+    const auto url = boost::urls::parse_uri(address);
+    return url && address.size() <= addressAtMost && !url->host().empty() &&
+           (url->scheme_id() == boost::urls::scheme::https || url->scheme_id() == boost::urls::scheme::http);
+}
+
+/// The numbers of a version without leading zeros, those that are zero at the end left out; nothing when it
+/// is none.
+std::optional<std::vector<std::string_view>> fieldsOf(std::string_view version) {
+    constexpr std::string_view digits = "0123456789";
+    constexpr std::size_t digitsAtMost = 18;
+    std::vector<std::string_view> fields;
+    for (bool isLast = false; !isLast;) {
+        const auto dot = version.find('.');
+        isLast = dot == std::string_view::npos;
+        auto field = version.substr(0, dot);
+        version.remove_prefix(isLast ? version.size() : dot + 1);
+        if (field.empty() || field.size() > digitsAtMost || fields.size() == fieldsAtMost ||
+            field.find_first_not_of(digits) != std::string_view::npos)
+            return std::nullopt;
+        field.remove_prefix(std::min(field.find_first_not_of('0'), field.size()));
+        fields.push_back(field);
+    }
+    while (!fields.empty() && fields.back().empty())
+        fields.pop_back();
+    return fields;
+}
+
+} // namespace
+
+std::optional<int> compareVersions(std::string_view a, std::string_view b) {
+    const auto first = fieldsOf(a);
+    const auto second = fieldsOf(b);
+    if (!first || !second)
+        return std::nullopt;
+    for (std::size_t i = 0; i < std::min(first->size(), second->size()); ++i) {
+        const auto& x = (*first)[i];
+        const auto& y = (*second)[i];
+        if (x.size() != y.size())
+            return x.size() < y.size() ? -1 : 1;
+        if (x != y)
+            return x < y ? -1 : 1;
+    }
+    if (first->size() == second->size())
+        return 0;
+    return first->size() < second->size() ? -1 : 1;
+}
+
+UpdateOutcome readUpdateFeed(std::string_view body, std::string_view version) {
+    static const std::string unreadable = "The update server's answer could not be understood.";
+    if (body.size() > bytesAtMost)
+        return failed(unreadable);
+    const auto feed = base::parseJson(body);
+    if (!feed)
+        return failed(unreadable);
+    const auto offered = base::jsonString(*feed, "version");
+    const auto page = base::jsonString(*feed, "page");
+    if (!offered || !compareVersions(*offered, *offered) || !page || !isUsablePage(*page))
+        return failed(unreadable);
+
+    const auto order = compareVersions(version, *offered);
+    if (!order)
+        return failed("This build of Son Vale has no version that could be compared.");
+    if (*order >= 0)
+        return UpToDate{std::string(version)};
+    return NewerVersion{.version = *offered, .page = *page};
+}
+
+FeedUpdater::FeedUpdater(Parts parts)
+    : parts_(std::move(parts)) {}
+
+runtime::Task<UpdateOutcome> FeedUpdater::checkForUpdates() {
+    if (!isUsableFeed(parts_.feed))
+        co_return failed("This build of Son Vale has no address to ask for updates.");
+
+    auto outcome = co_await runtime::race<UpdateOutcome>(
+        parts_.main, fetch(parts_.urlSessions.makeEphemeral(), parts_.feed, parts_.version),
+        giveUpLater(&parts_.clock));
+    if (auto* newer = std::get_if<NewerVersion>(&outcome))
+        newer->isPageOpened = parts_.workspace.openURL(newer->page);
+    co_return outcome;
+}
+
+runtime::Task<UpdateOutcome> FeedUpdater::fetch(std::shared_ptr<UrlSession> session, std::string feed,
+                                                std::string version) {
+    UrlRequest request;
+    request.url = std::move(feed);
+    request.headers = {{"Accept", "application/json"}};
+    request.timeoutSeconds = patienceSeconds;
+    std::optional<UrlError> error;
+    try {
+        const auto response = co_await session->data(std::move(request));
+        if (response.statusCode != 200)
+            co_return failed("The update server did not answer as expected.");
+        co_return readUpdateFeed(response.body, version);
+    } catch (const UrlError& caught) {
+        error = caught;
+    }
+    if (error->code() == UrlError::Code::cancelled)
+        throw runtime::CancellationError();
+    co_return failed(error->what());
+}
+
+runtime::Task<UpdateOutcome> FeedUpdater::giveUpLater(runtime::Clock* clock) {
+    if (co_await runtime::sleep(*clock, patienceSeconds) == runtime::SleepOutcome::interrupted)
+        throw runtime::CancellationError();
+    co_return failed("The update server takes too long to answer.");
+}
+
+} // namespace sonvale::platform::linux

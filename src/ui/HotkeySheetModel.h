@@ -1,0 +1,85 @@
+#pragma once
+
+#include "hotkeys/HotkeyBinding.h"
+#include "persistence/Settings.h"
+#include "platform/NativeKeys.h"
+
+#include <QObject>
+#include <QString>
+#include <QVariant>
+#include <QVariantList>
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace sonvale::ui {
+
+/// The sheet in which the user changes the shortcuts. It works on a copy of the bindings, which are stored
+/// and used only by `save()`. Main actor.
+class HotkeySheetModel final : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QVariantList actions READ actions CONSTANT)
+    Q_PROPERTY(QVariantList shortcuts READ shortcuts NOTIFY storeChanged)
+    Q_PROPERTY(QString recordingAction READ recordingActionName NOTIFY recordingChanged)
+    Q_PROPERTY(QString conflictWarning READ conflictWarningText NOTIFY recordingChanged)
+    Q_PROPERTY(QVariant nativeKeys READ nativeKeys CONSTANT)
+
+public:
+    /// Called by `save()` once the bindings are stored.
+    using OnSave = std::function<void(const hotkeys::HotkeyBindings& bindings)>;
+
+    /// What is referred to must outlive the model.
+    HotkeySheetModel(persistence::Settings& settings, const platform::NativeKeys& nativeKeys, OnSave onSave);
+
+    /// The five actions in their order: `action` (the stored name), `label` and `subtitle`.
+    static QVariantList actions();
+    /// For each of `actions()`, its shortcuts in their order: `pills`, the key caps, and `name`.
+    QVariantList shortcuts() const;
+    QString recordingActionName() const; ///< the stored name; empty while nothing is recorded
+    QString conflictWarningText() const; ///< empty for none
+    /// A `const platform::NativeKeys*`, for the recorder.
+    QVariant nativeKeys() const { return QVariant::fromValue(nativeKeys_); }
+
+    const hotkeys::HotkeyBindings& store() const { return store_; }
+    std::optional<hotkeys::HotkeyAction> recordingAction() const { return recordingAction_; }
+    int recordingIndex() const { return recordingIndex_; } ///< of the shortcut to be replaced; -1 adds one
+    const std::optional<std::string>& conflictWarning() const { return conflictWarning_; }
+
+    /// The sheet comes up: with the stored bindings, nothing being recorded.
+    Q_INVOKABLE void open();
+
+    // A name that is no action's does nothing.
+
+    /// From now on the next key is for the action, in place of the shortcut with that index; an index without
+    /// a shortcut adds one. Another recording ends.
+    Q_INVOKABLE void startRecording(const QString& action, int index);
+    /// Takes what was pressed, unless another action has it already: then there is a warning, and recording
+    /// goes on. Nothing while nothing is recorded.
+    Q_INVOKABLE void capture(qlonglong keyCode, qulonglong modifiers, const QString& displayName);
+    Q_INVOKABLE void cancelRecording();
+    /// Nothing for the last shortcut of an action, and for an index without one.
+    Q_INVOKABLE void remove(const QString& action, int index);
+    /// The shortcuts of a new user, which count once they are saved.
+    Q_INVOKABLE void resetToDefault();
+    Q_INVOKABLE void save();
+    Q_INVOKABLE void cancel();
+
+    Q_SIGNAL void storeChanged();
+    Q_SIGNAL void recordingChanged();
+    /// The sheet has to go.
+    Q_SIGNAL void dismissed();
+
+private:
+    void endRecording();
+
+    persistence::Settings& settings_;
+    const platform::NativeKeys* nativeKeys_;
+    OnSave onSave_;
+
+    hotkeys::HotkeyBindings store_;
+    std::optional<hotkeys::HotkeyAction> recordingAction_;
+    int recordingIndex_ = -1;
+    std::optional<std::string> conflictWarning_;
+};
+
+} // namespace sonvale::ui

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "platform/EventTap.h"
+#include "platform/NativeKeys.h"
+
+#include <QQuickItem>
+#include <QString>
+#include <QVariant>
+#include <cstdint>
+#include <optional>
+
+class QKeyEvent;
+
+namespace sonvale::ui {
+
+/// Turns the next keys that reach the window into a shortcut. While it records, every key that it gets stays
+/// with it, those by which other items move the focus or close a window too.
+///
+/// Modifiers count by what they mean, as for the listener: the left and the right one are the same, and
+/// AltGr, which types signs, is none. Other keys count by their place.
+class KeyCaptureItem : public QQuickItem {
+    Q_OBJECT
+    Q_PROPERTY(bool isRecording READ isRecording WRITE setRecording NOTIFY recordingChanged)
+    /// A `const platform::NativeKeys*` that outlives the item; without it no key is known.
+    Q_PROPERTY(QVariant nativeKeys READ nativeKeys WRITE setNativeKeys NOTIFY nativeKeysChanged)
+
+public:
+    explicit KeyCaptureItem(QQuickItem* parent = nullptr);
+
+    bool isRecording() const { return isRecording_; }
+    /// Once it records it takes the keyboard, in the next turn of the main loop.
+    void setRecording(bool isRecording);
+    QVariant nativeKeys() const { return QVariant::fromValue(nativeKeys_); }
+    void setNativeKeys(const QVariant& nativeKeys);
+
+    /// A shortcut was pressed; recording goes on until somebody ends it.
+    Q_SIGNAL void capture(qlonglong keyCode, qulonglong modifiers, const QString& displayName);
+    /// Escape was pressed.
+    Q_SIGNAL void cancel();
+
+    Q_SIGNAL void recordingChanged();
+    Q_SIGNAL void nativeKeysChanged();
+
+protected:
+    bool event(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void keyReleaseEvent(QKeyEvent* event) override;
+
+private:
+    std::optional<platform::KeyEvent> translated(const QKeyEvent& event) const;
+    void tell(QKeyEvent& event);
+
+    bool isRecording_ = false;
+    const platform::NativeKeys* nativeKeys_ = nullptr;
+};
+
+} // namespace sonvale::ui

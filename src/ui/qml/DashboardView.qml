@@ -1,0 +1,95 @@
+import QtQuick
+
+/// The dashboard itself: the sidebar and, beside it, the selected tab.
+FocusScope {
+    id: dashboard
+
+    required property var model
+    property string selectedTab: "home"
+
+    SidebarView {
+        id: sidebar
+
+        objectName: "sidebar"
+        anchors.left: parent.left
+        anchors.top: parent.top
+        anchors.bottom: parent.bottom
+        width: 208
+        focus: true
+        selectedTab: dashboard.selectedTab
+        onSelected: tab => dashboard.selectedTab = tab
+    }
+    Rectangle {
+        anchors.left: sidebar.right
+        anchors.top: parent.top
+        anchors.bottom: parent.bottom
+        width: 1
+        color: Theme.hairline
+    }
+    Loader {
+        objectName: "tab"
+        anchors.left: sidebar.right
+        anchors.leftMargin: 1
+        anchors.right: parent.right
+        anchors.top: parent.top
+        anchors.bottom: parent.bottom
+        sourceComponent: ({
+                "home": home,
+                "snippets": snippets,
+                "style": style,
+                "scratchpad": scratchpad,
+                "settings": settings,
+                "help": help
+            })[dashboard.selectedTab]
+    }
+
+    Component {
+        id: home
+
+        HomeView {
+            objectName: "tab.home"
+            model: dashboard.model.history
+            onStyleWanted: dashboard.selectedTab = "style"
+        }
+    }
+    Component {
+        id: snippets
+
+        SnippetsView {
+            objectName: "tab.snippets"
+            model: dashboard.model
+        }
+    }
+    Component {
+        id: style
+
+        StyleView {
+            objectName: "tab.style"
+            model: dashboard.model
+        }
+    }
+    Component {
+        id: scratchpad
+
+        ScratchpadView {
+            objectName: "tab.scratchpad"
+            model: dashboard.model
+        }
+    }
+    Component {
+        id: settings
+
+        SettingsView {
+            objectName: "tab.settings"
+            model: dashboard.model
+        }
+    }
+    Component {
+        id: help
+
+        HelpView {
+            objectName: "tab.help"
+            model: dashboard.model
+        }
+    }
+}

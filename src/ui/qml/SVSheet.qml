@@ -1,0 +1,107 @@
+import QtQuick
+import QtQuick.Controls.Basic
+
+/// A sheet over the window that has to be answered or closed first. The keyboard stays inside it, and goes back
+/// to where it was. Escape closes it, unless something inside takes the key.
+Popup {
+    id: sheet
+
+    default property alias content: column.data
+    property string title
+    property string subtitle
+    property alias spacing: column.spacing
+
+    parent: Overlay.overlay
+    anchors.centerIn: parent
+    width: Math.min(480, parent ? parent.width - 2 * Theme.pageEdge : 480)
+    height: Math.min(implicitHeight, parent ? parent.height - 2 * Theme.pageEdge : implicitHeight)
+    padding: Theme.betweenCards
+    modal: true
+    focus: true
+    dim: true
+    closePolicy: Popup.CloseOnEscape
+
+    Overlay.modal: Rectangle {
+        color: Theme.veil
+    }
+
+    background: Rectangle {
+        radius: Theme.cardRadius
+        color: Theme.surface
+        border.width: 1
+        border.color: Theme.hairline
+    }
+
+    contentItem: FocusScope {
+        objectName: "sheet"
+        focus: true
+        implicitHeight: heading.height + Theme.inCard + column.implicitHeight
+        LayoutMirroring.enabled: Qt.application.layoutDirection === Qt.RightToLeft
+        LayoutMirroring.childrenInherit: true
+        Accessible.role: Accessible.Dialog
+        Accessible.name: sheet.title
+
+        Column {
+            id: heading
+
+            anchors.left: parent.left
+            anchors.right: closing.left
+            anchors.rightMargin: Theme.inControl
+            spacing: 4
+
+            SVText {
+                objectName: "sheetTitle"
+                width: parent.width
+                text: sheet.title
+                font: Theme.section
+                Accessible.role: Accessible.Heading
+                Accessible.name: text
+            }
+            SVText {
+                objectName: "sheetSubtitle"
+                width: parent.width
+                visible: text !== ""
+                text: sheet.subtitle
+                color: Theme.secondaryText
+            }
+        }
+        SymbolButton {
+            id: closing
+
+            objectName: "closeSheet"
+            anchors.right: parent.right
+            anchors.top: parent.top
+            anchors.margins: -6
+            symbol: "xmark.circle.fill"
+            text: Texts.close
+            onClicked: sheet.close()
+        }
+        Flickable {
+            id: room
+
+            anchors.left: parent.left
+            anchors.right: parent.right
+            anchors.top: heading.bottom
+            anchors.topMargin: Theme.inCard
+            anchors.bottom: parent.bottom
+            // The outlines of what has the keyboard stand a little outside.
+            anchors.margins: -6
+            contentWidth: width
+            contentHeight: column.implicitHeight + 12
+            boundsBehavior: Flickable.StopAtBounds
+            clip: true
+            ScrollBar.vertical: ScrollBar {
+                visible: room.contentHeight > room.height + 1
+            }
+
+            Column {
+                id: column
+
+                x: 6
+                y: 6
+                width: room.width - 12
+                spacing: Theme.inCard
+            }
+        }
+    }
+}

@@ -1,0 +1,96 @@
+import QtQuick
+
+/// The tabs of the dashboard: those of every day on top, settings and help at the foot.
+FocusScope {
+    id: sidebar
+
+    required property string selectedTab
+    readonly property var mainTabs: ["home", "snippets", "style", "scratchpad"]
+    readonly property var footTabs: ["settings", "help"]
+    readonly property var icons: ({
+            "home": "house",
+            "snippets": "scissors",
+            "style": "textformat",
+            "scratchpad": "note.text",
+            "settings": "gear",
+            "help": "questionmark.circle"
+        })
+
+    signal selected(string tab)
+
+    Accessible.role: Accessible.PageTabList
+    Accessible.name: Texts.applicationName
+
+    Rectangle {
+        anchors.fill: parent
+        color: Theme.surface
+    }
+
+    Row {
+        id: product
+
+        anchors.left: parent.left
+        anchors.top: parent.top
+        anchors.margins: Theme.inCard
+        anchors.topMargin: Theme.betweenCards
+        anchors.leftMargin: Theme.inCard + Theme.inControl
+        spacing: Theme.inControl + 2
+
+        Symbol {
+            name: "Logo"
+            size: 28
+            color: Theme.accent
+        }
+        SVText {
+            height: 28
+            verticalAlignment: Text.AlignVCenter
+            text: Texts.applicationName
+            font: Theme.section
+        }
+    }
+
+    Column {
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.top: product.bottom
+        anchors.margins: Theme.inCard
+        anchors.topMargin: Theme.betweenCards
+        spacing: 4
+
+        Repeater {
+            model: sidebar.mainTabs
+
+            SidebarButton {
+                required property string modelData
+
+                width: parent.width
+                tab: modelData
+                icon_: sidebar.icons[modelData]
+                isSelected: sidebar.selectedTab === modelData
+                focus: isSelected
+                onClicked: sidebar.selected(modelData)
+            }
+        }
+    }
+    Column {
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.bottom: parent.bottom
+        anchors.margins: Theme.inCard
+        spacing: 4
+
+        Repeater {
+            model: sidebar.footTabs
+
+            SidebarButton {
+                required property string modelData
+
+                width: parent.width
+                tab: modelData
+                icon_: sidebar.icons[modelData]
+                isSelected: sidebar.selectedTab === modelData
+                onClicked: sidebar.selected(modelData)
+            }
+        }
+    }
+}

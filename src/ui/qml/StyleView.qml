@@ -1,0 +1,10 @@
+import QtQuick
+
+FocusScope {
+    required property var model
+
+    TabPage {
+        anchors.fill: parent
+        title: Texts.tabs.style
+    }
+}
