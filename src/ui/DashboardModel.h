@@ -7,6 +7,7 @@
 #include "ui/HotkeySheetModel.h"
 #include "ui/LoginModel.h"
 #include "ui/OnboardingModel.h"
+#include "ui/SupportChatModel.h"
 
 #include <QObject>
 #include <memory>
@@ -23,6 +24,7 @@ class DashboardModel final : public QObject {
     Q_PROPERTY(sonvale::ui::LoginModel* login READ login CONSTANT)
     Q_PROPERTY(sonvale::ui::HistoryModel* history READ history CONSTANT)
     Q_PROPERTY(sonvale::ui::HotkeySheetModel* shortcuts READ shortcuts CONSTANT)
+    Q_PROPERTY(sonvale::ui::SupportChatModel* support READ support CONSTANT)
 
 public:
     /// Everything that the environment refers to must outlive the model.
@@ -36,6 +38,7 @@ public:
     // The models of the tabs are made when they are first looked at.
     HistoryModel* history();
     HotkeySheetModel* shortcuts();
+    SupportChatModel* support();
 
     Q_SIGNAL void contentChanged();
 
@@ -46,6 +49,7 @@ private:
     LoginModel login_;
     std::unique_ptr<HistoryModel> history_;
     std::unique_ptr<HotkeySheetModel> shortcuts_;
+    std::unique_ptr<SupportChatModel> support_;
     std::vector<base::Subscription> subscriptions_;
 };
 

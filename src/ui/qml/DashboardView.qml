@@ -89,7 +89,7 @@ FocusScope {
 
         HelpView {
             objectName: "tab.help"
-            model: dashboard.model
+            model: dashboard.model.support
         }
     }
 }

@@ -1,5 +1,7 @@
+#include "base/Json.h"
 #include "persistence/SettingsKeys.h"
 #include "tests/support/PrivateDisplay.h"
+#include "tests/support/WebToken.h"
 #include "tests/ui/DesktopProbe.h"
 #include "tests/ui/ViewFixture.h"
 
@@ -170,6 +172,50 @@ TEST_F(Screenshots, OfHome) {
     draw(view, "home");
     hover(view, "transcription.0");
     draw(view, "home-hovered", Pointer::stays);
+}
+
+TEST_F(Screenshots, OfTheSupportChat) {
+    const auto now = std::chrono::duration<double>(clock().date().time_since_epoch()).count();
+    settings().set(keys::accessToken,
+                   signedWebToken({{"exp", static_cast<std::int64_t>(now) + 86400}}, "secret"));
+    signIn();
+    auto& view = openDashboard();
+    click(view, "sidebar.help");
+    draw(view, "help-greeting");
+    const auto ask = [&](const std::string& question) {
+        click(view, "input");
+        type(view, question);
+        press(view, Qt::Key_Return);
+        change([&] { network().lastRequest()->answerHead(200); });
+    };
+    const auto give = [&](const std::string& text) {
+        change([&] {
+            network().lastRequest()->lines->give(
+                "data: " + base::jsonText({{"choices", {{{"delta", {{"content", text}}}}}}}) + "\n\n");
+            advance(1);
+        });
+    };
+    ask("The ring shows, but it does not move when I speak.");
+    draw(view, "help-waiting");
+    give("Then no sound arrives. Please look at these, in this order:\n\n1. Is the microphone the one that "
+         "you "
+         "speak into?\n2. Is it granted in Settings?\n3. Does another program hear you?\n\nTell me what "
+         "you find.");
+    change([&] { network().lastRequest()->lines->end(); });
+    ask("Yes, it is granted. Another program hears me well.");
+    give("Good. Please sign out, then");
+    draw(view, "help-conversation");
+    change([&] { network().lastRequest()->lines->fail(platform::UrlError::Code::networkConnectionLost); });
+    type(view, "It stopped in the middle");
+    draw(view, "help-error");
+    std::string whole;
+    for (int i = 0; i < 400; ++i)
+        whole += fmt::format("This is sentence {} of an answer that goes on and on.{}", i,
+                             i % 9 == 8 ? "\n" : " ");
+    press(view, Qt::Key_Return);
+    change([&] { network().lastRequest()->answerHead(200); });
+    give(whole);
+    draw(view, "help-long");
 }
 
 } // namespace sonvale::tests

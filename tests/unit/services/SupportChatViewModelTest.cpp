@@ -25,6 +25,8 @@ constexpr const char* otherFailure = "Something went wrong. Please check your co
 class SupportChatViewModelTest : public testing::Test {
 protected:
     SupportChatViewModelTest() {
+        addresses_.backend = "https://backend.example/v2";
+        addresses_.appVersion = "1.2.3";
         signIn();
         launch();
     }
@@ -106,7 +108,7 @@ protected:
     tests::TestRuntime runtime_;
     tests::FakeUrlSessions sessions_;
     persistence::Settings settings_{directory_.path() + "/own/defaults.json"};
-    ServiceAddresses addresses_{.backend = "https://backend.example/v2", .appVersion = "1.2.3"};
+    ServiceAddresses addresses_;
     std::string token_;
     std::shared_ptr<AuthService> authService_;
     std::shared_ptr<SupportChatViewModel> chat_;
