@@ -49,14 +49,18 @@ protected:
     static SupportChatModel& model(QQuickView& view) {
         return *view.rootObject()->property("model").value<DashboardModel*>()->support();
     }
+    /// The requests of the chat; the program makes others too.
+    std::vector<std::shared_ptr<tests::FakeRequest>> asked() {
+        auto all = network().requests();
+        std::erase_if(all, [](const auto& each) { return !each->lines; });
+        return all;
+    }
     /// Asks by the field; the answer has begun.
     tests::FakeBody& ask(QQuickView& view, const std::string& question = "Why?") {
         click(view, "input");
         type(view, question);
         press(view, Qt::Key_Return);
-        const auto request = network().lastRequest();
-        if (!request || !request->lines)
-            throw std::runtime_error("nothing was asked");
+        const auto request = asked().at(asked().size() - 1);
         change([&] { request->answerHead(200); });
         return *request->lines;
     }
@@ -83,6 +87,17 @@ protected:
         return all;
     }
     static bool isAtEnd(QQuickView& view) { return item(view, "conversation").property("isAtEnd").toBool(); }
+    /// Whether everything around the messages, which scroll, stands inside the window.
+    static bool isFrameInSight(QQuickView& view) {
+        const QRectF room(QPointF(), view.size());
+        return std::ranges::all_of(
+            std::vector<std::string>{"title", "clear", "conversation", "composer", "send"},
+            [&](const std::string& name) {
+                const auto& part = item(view, name);
+                return room.contains(part.mapRectToScene(part.boundingRect())) &&
+                       part.height() > 30 - (name == "title" ? 10 : 0);
+            });
+    }
     static std::string clipboard() { return QGuiApplication::clipboard()->text().toStdString(); }
     std::string pasteboardText() { return pasteboard().text().value_or(""); }
 
@@ -117,7 +132,7 @@ TEST_F(HelpView, SendsByReturnAndByTheButtonButNoBlanks) {
     click(view, "input");
     type(view, "   ");
     press(view, Qt::Key_Return);
-    EXPECT_TRUE(network().requests().empty());
+    EXPECT_TRUE(asked().empty());
     EXPECT_FALSE(item(view, "send").isEnabled());
 
     auto& body = ask(view, "Why?");
@@ -128,7 +143,7 @@ TEST_F(HelpView, SendsByReturnAndByTheButtonButNoBlanks) {
     type(view, "And how?");
     EXPECT_TRUE(item(view, "send").isEnabled());
     click(view, "send");
-    EXPECT_EQ(network().requests().size(), 2U);
+    EXPECT_EQ(asked().size(), 2U);
     EXPECT_EQ(focused(view), "input") << "for the next question";
 }
 
@@ -139,7 +154,7 @@ TEST_F(HelpView, MakesANewLineByShiftAndReturn) {
     QTest::keyClick(&view, Qt::Key_Return, Qt::ShiftModifier);
     type(view, "two");
     EXPECT_EQ(text(view, "input"), "one\ntwo");
-    EXPECT_TRUE(network().requests().empty());
+    EXPECT_TRUE(asked().empty());
     press(view, Qt::Key_Return);
     EXPECT_EQ(shown(view).back(), "one\ntwo");
 }
@@ -158,7 +173,7 @@ TEST_F(HelpView, ShowsDotsUntilTheFirstWordsComeAndThenTheGrowingAnswer) {
     type(view, "a draft");
     EXPECT_FALSE(item(view, "send").isEnabled());
     press(view, Qt::Key_Return);
-    EXPECT_EQ(network().requests().size(), 1U);
+    EXPECT_EQ(asked().size(), 1U);
     EXPECT_EQ(text(view, "input"), "a draft");
     end(body);
     EXPECT_TRUE(item(view, "send").isEnabled());
@@ -204,7 +219,7 @@ TEST_F(HelpView, ShowsEachFailureInItsWords) {
         EXPECT_FALSE(isShown(view, "error"));
         type(view, "Why?");
         press(view, Qt::Key_Return);
-        change([&] { row.what(*network().lastRequest()); });
+        change([&] { row.what(*asked().back()); });
         EXPECT_EQ(text(view, "errorMessage"), row.words);
         EXPECT_EQ(shown(view), (std::vector<std::string>{greeting, "Why?"}));
         EXPECT_EQ(outside(view), std::vector<std::string>{});
@@ -303,7 +318,7 @@ TEST_F(HelpView, CopiesAMessageOfManyBlocksWhole) {
     ASSERT_GT(chat.messages()->rowCount(), 4);
     for (const int row : {2, chat.messages()->rowCount() - 1}) {
         pasteboard().copyElsewhere(std::string());
-        chat.copy(row);
+        change([&] { chat.copy(row); });
         EXPECT_EQ(pasteboardText(), whole);
     }
 }
@@ -316,7 +331,7 @@ TEST_F(HelpView, IsUsedByTheKeyboardAlone) {
     std::vector<std::string> order;
     for (int i = 0; i < 20; ++i) {
         press(view, Qt::Key_Tab);
-        const auto name = focused(view);
+        const auto name = focused(view).starts_with("message.") ? "conversation" : focused(view);
         if (std::ranges::find(order, name) != order.end())
             break;
         order.push_back(name);
@@ -409,7 +424,7 @@ TEST_F(HelpView, LaysAnAnswerOfFiftyThousandCharactersOutQuickly) {
     view.grabWindow();
     EXPECT_LT(timer.elapsed(), 20'000);
     EXPECT_TRUE(isAtEnd(view));
-    EXPECT_EQ(outside(view), std::vector<std::string>{});
+    EXPECT_TRUE(isFrameInSight(view));
     const auto last = shown(view).back();
     EXPECT_TRUE(whole.ends_with(last));
 }
@@ -418,10 +433,9 @@ TEST_F(HelpView, StaysInSightWithALongQuestionWithoutBlanks) {
     auto& view = openHelp();
     click(view, "input");
     paste(view, std::string(50'000, 'x'));
-    EXPECT_EQ(outside(view), std::vector<std::string>{});
-    EXPECT_LE(item(view, "input").parentItem()->height(), 60'000);
+    EXPECT_TRUE(isFrameInSight(view));
     press(view, Qt::Key_Return);
-    EXPECT_EQ(outside(view), std::vector<std::string>{});
+    EXPECT_TRUE(isFrameInSight(view));
     EXPECT_TRUE(isAtEnd(view));
 }
 
@@ -472,7 +486,7 @@ TEST_F(HelpView, FitsItsSmallestWindow) {
     body.fail(platform::UrlError::Code::timedOut);
     settleViews();
     EXPECT_TRUE(isShown(view, "error"));
-    EXPECT_EQ(outside(view), std::vector<std::string>{});
+    EXPECT_TRUE(isFrameInSight(view));
 }
 
 TEST(MessageBlocks, AreCutWhereTheyStayHoweverTheTextGrows) {

@@ -165,6 +165,7 @@ FocusScope {
         Item {
             id: composer
 
+            objectName: "composer"
             anchors.left: parent.left
             anchors.right: parent.right
             anchors.bottom: parent.bottom

@@ -182,15 +182,20 @@ TEST_F(Screenshots, OfTheSupportChat) {
     auto& view = openDashboard();
     click(view, "sidebar.help");
     draw(view, "help-greeting");
+    const auto asked = [&] {
+        auto all = network().requests();
+        std::erase_if(all, [](const auto& each) { return !each->lines; });
+        return all.back();
+    };
     const auto ask = [&](const std::string& question) {
         click(view, "input");
         type(view, question);
         press(view, Qt::Key_Return);
-        change([&] { network().lastRequest()->answerHead(200); });
+        change([&] { asked()->answerHead(200); });
     };
     const auto give = [&](const std::string& text) {
         change([&] {
-            network().lastRequest()->lines->give(
+            asked()->lines->give(
                 "data: " + base::jsonText({{"choices", {{{"delta", {{"content", text}}}}}}}) + "\n\n");
             advance(1);
         });
@@ -201,11 +206,11 @@ TEST_F(Screenshots, OfTheSupportChat) {
          "you "
          "speak into?\n2. Is it granted in Settings?\n3. Does another program hear you?\n\nTell me what "
          "you find.");
-    change([&] { network().lastRequest()->lines->end(); });
+    change([&] { asked()->lines->end(); });
     ask("Yes, it is granted. Another program hears me well.");
     give("Good. Please sign out, then");
     draw(view, "help-conversation");
-    change([&] { network().lastRequest()->lines->fail(platform::UrlError::Code::networkConnectionLost); });
+    change([&] { asked()->lines->fail(platform::UrlError::Code::networkConnectionLost); });
     type(view, "It stopped in the middle");
     draw(view, "help-error");
     std::string whole;
@@ -213,7 +218,7 @@ TEST_F(Screenshots, OfTheSupportChat) {
         whole += fmt::format("This is sentence {} of an answer that goes on and on.{}", i,
                              i % 9 == 8 ? "\n" : " ");
     press(view, Qt::Key_Return);
-    change([&] { network().lastRequest()->answerHead(200); });
+    change([&] { asked()->answerHead(200); });
     give(whole);
     draw(view, "help-long");
 }
