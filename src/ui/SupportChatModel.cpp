@@ -59,10 +59,7 @@ void SupportChatModel::updateCanSend() {
 }
 
 void SupportChatModel::send() {
-    const auto before = chat_->messages().size();
     chat_->send();
-    if (chat_->messages().size() != before)
-        Q_EMIT sent();
 }
 
 void SupportChatModel::clear() {

@@ -49,8 +49,6 @@ public:
     Q_SIGNAL void isWaitingForFirstChunkChanged();
     Q_SIGNAL void canSendChanged();
     Q_SIGNAL void errorMessageChanged();
-    /// A question was asked.
-    Q_SIGNAL void sent();
 
 private:
     void follow();

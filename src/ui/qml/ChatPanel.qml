@@ -8,16 +8,9 @@ FocusScope {
     required property var model
 
     function send() {
+        list.sticks = list.sticks || model.canSend;
         model.send();
         editor.forceActiveFocus();
-    }
-
-    Connections {
-        target: panel.model
-
-        function onSent() {
-            list.sticks = true;
-        }
     }
 
     Item {

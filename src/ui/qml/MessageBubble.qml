@@ -14,7 +14,7 @@ Item {
     property bool isCurrent: false
 
     readonly property bool isWhole: isFirst && isLast
-    readonly property int widest: Math.round(width * (isUser ? 0.78 : 0.92))
+    readonly property int widest: isUser ? Math.round(width * 0.78) : width - Theme.hitHeight - 8
     readonly property int air: 14
     readonly property color ground: isUser ? Qt.tint(Theme.window, Theme.tint(Theme.accent, Theme.isDark ? 0.26 : 0.14)) : Theme.surface
 
