@@ -133,6 +133,7 @@ CompositionRoot::CompositionRoot(platform::Directories directories)
         .clock = p.clock,
         .directories = p.directories,
         .addresses = services::ServiceAddresses::from(p.bundle),
+        .version = p.bundle.version(),
         .settings = p.settings,
         .auditLogger = p.auditLogger,
         .eventTap = p.eventTap,

@@ -40,6 +40,7 @@ struct Environment {
 
     platform::Directories directories;
     services::ServiceAddresses addresses;
+    std::string version; ///< the program's own, such as "1.2.0"
     persistence::Settings& settings;
     persistence::AuditLogger& auditLogger;
 

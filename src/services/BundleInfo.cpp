@@ -35,6 +35,12 @@ nlohmann::json BundleInfo::value(std::string_view name) const {
     return entry == values_.end() ? nlohmann::json() : entry->second;
 }
 
+std::string BundleInfo::version() const {
+    const auto entry = value(shortVersion);
+    return entry.is_string() && !entry.get_ref<const std::string&>().empty() ? entry.get<std::string>()
+                                                                             : "1.0.0";
+}
+
 bool BundleInfo::hasUsableKey() const {
     return isUsableBundleKey(value(openAIKey));
 }

@@ -28,6 +28,9 @@ public:
     /// The entry with that name as it was written; null when there is none.
     nlohmann::json value(std::string_view name) const;
 
+    /// The program's version as users are told it; "1.0.0" when the dictionary has none.
+    std::string version() const;
+
     /// Whether the build was given a key for the direct path.
     bool hasUsableKey() const;
 

@@ -1,5 +1,7 @@
 #include "ui/DashboardModel.h"
 
+#include "ui/Texts.h"
+
 namespace sonvale::ui {
 
 DashboardModel::DashboardModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState)
@@ -30,6 +32,20 @@ QString DashboardModel::content() const {
     if (!appState_->isOnboardingComplete.get())
         return QStringLiteral("onboarding");
     return appState_->isModelReachable() ? QStringLiteral("home") : QStringLiteral("login");
+}
+
+SettingsModel* DashboardModel::settings() {
+    if (!settings_)
+        settings_ = std::make_unique<SettingsModel>(environment_, appState_);
+    return settings_.get();
+}
+
+QString DashboardModel::userEmail() const {
+    return textOf(appState_->authService->currentUserEmail.get().value_or(""));
+}
+
+void DashboardModel::signOut() {
+    appState_->authService->signOut();
 }
 
 HistoryModel* DashboardModel::history() {

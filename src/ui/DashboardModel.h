@@ -7,6 +7,7 @@
 #include "ui/HotkeySheetModel.h"
 #include "ui/LoginModel.h"
 #include "ui/OnboardingModel.h"
+#include "ui/SettingsModel.h"
 #include "ui/SupportChatModel.h"
 
 #include <QObject>
@@ -24,6 +25,9 @@ class DashboardModel final : public QObject {
     Q_PROPERTY(sonvale::ui::LoginModel* login READ login CONSTANT)
     Q_PROPERTY(sonvale::ui::HistoryModel* history READ history CONSTANT)
     Q_PROPERTY(sonvale::ui::HotkeySheetModel* shortcuts READ shortcuts CONSTANT)
+    Q_PROPERTY(sonvale::ui::SettingsModel* settings READ settings CONSTANT)
+    Q_PROPERTY(bool isSignedIn READ isSignedIn NOTIFY contentChanged)
+    Q_PROPERTY(QString userEmail READ userEmail NOTIFY contentChanged)
     Q_PROPERTY(sonvale::ui::SupportChatModel* support READ support CONSTANT)
 
 public:
@@ -33,11 +37,15 @@ public:
 
     /// "onboarding", "login" or "home".
     QString content() const;
+    bool isSignedIn() const { return appState_->authService->isAuthenticated.get(); }
     OnboardingModel* onboarding() { return &onboarding_; }
     LoginModel* login() { return &login_; }
     // The models of the tabs are made when they are first looked at.
     HistoryModel* history();
     HotkeySheetModel* shortcuts();
+    SettingsModel* settings();
+    QString userEmail() const; ///< empty without a user's session
+    Q_INVOKABLE void signOut();
     SupportChatModel* support();
 
     Q_SIGNAL void contentChanged();
@@ -49,6 +57,7 @@ private:
     LoginModel login_;
     std::unique_ptr<HistoryModel> history_;
     std::unique_ptr<HotkeySheetModel> shortcuts_;
+    std::unique_ptr<SettingsModel> settings_;
     std::unique_ptr<SupportChatModel> support_;
     std::vector<base::Subscription> subscriptions_;
 };

@@ -44,11 +44,15 @@ void collectOutside(QQuickItem* from, QRectF room, std::vector<std::string>& nam
         from->inherits("QQuickText") ? from->boundingRect() : QRectF(0, 0, from->width(), from->height()));
     constexpr double rounding = 0.5;
     const bool isDrawn = (from->flags() & QQuickItem::ItemHasContents) != 0;
-    if (isDrawn && !place.isEmpty() && !room.adjusted(-rounding, -rounding, rounding, rounding).contains(place))
+    if (isDrawn && !place.isEmpty() &&
+        !room.adjusted(-rounding, -rounding, rounding, rounding).contains(place))
         names.push_back(std::string(from->metaObject()->className()) + " " +
                         from->objectName().toStdString());
     if (from->clip())
         room = room.intersected(place);
+    constexpr double endless = 1e6;
+    if (from->inherits("QQuickFlickable") && from->property("contentHeight").toReal() > from->height())
+        room.adjust(0, -endless, 0, endless);
     for (auto* child : from->childItems())
         collectOutside(child, room, names);
 }
@@ -156,6 +160,16 @@ void ViewFixture::resize(QQuickView& view, QSize size) {
         return view.size() == size && view.rootObject()->size() == QSizeF(size) &&
                view.contentItem()->size() == QSizeF(size);
     }));
+    settleViews();
+}
+
+void ViewFixture::scrollTo(QQuickView& view, const std::string& name) {
+    auto& target = item(view, name);
+    for (auto* page = target.parentItem(); page; page = page->parentItem()) {
+        if (page->metaObject()->indexOfMethod("reveal(QVariant)") >= 0)
+            QMetaObject::invokeMethod(page, "reveal",
+                                      Q_ARG(QVariant, QVariant::fromValue<QQuickItem*>(&target)));
+    }
     settleViews();
 }
 

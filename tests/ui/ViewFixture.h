@@ -50,6 +50,8 @@ protected:
 
     /// Gives the window a size, and waits until it has it.
     void resize(QQuickView& view, QSize size);
+    /// Scrolls the page that it stands in until it is in sight, as the keyboard would.
+    void scrollTo(QQuickView& view, const std::string& name);
     void click(QQuickView& view, const std::string& name);
     void press(QQuickView& view, Qt::Key key);
     void type(QQuickView& view, const std::string& text);

@@ -3,7 +3,7 @@ import QtQuick.Controls.Basic
 
 /// The switch of the settings.
 Switch {
-    id: toggle
+    id: control
 
     /// As a click does.
     function turn() {
@@ -22,14 +22,14 @@ Switch {
     Accessible.onToggleAction: turn()
 
     indicator: Rectangle {
-        x: (toggle.width - width) / 2
-        y: (toggle.height - height) / 2
+        x: (control.width - width) / 2
+        y: (control.height - height) / 2
         width: 40
         height: 24
         radius: 12
-        color: toggle.checked ? Theme.accent : Theme.raised
+        color: control.checked ? Theme.accent : Theme.raised
         border.width: 1
-        border.color: toggle.checked ? Theme.accent : Theme.fieldLine
+        border.color: control.checked ? Theme.accent : Theme.fieldLine
 
         Behavior on color  {
             ColorAnimation {
@@ -38,12 +38,12 @@ Switch {
         }
 
         Rectangle {
-            x: toggle.checked ? parent.width - width - 3 : 3
+            x: control.checked ? parent.width - width - 3 : 3
             y: 3
             width: 18
             height: 18
             radius: 9
-            color: toggle.checked ? Theme.textOnAccent : Theme.secondaryText
+            color: control.checked ? Theme.textOnAccent : Theme.secondaryText
 
             Behavior on x  {
                 NumberAnimation {
@@ -54,7 +54,7 @@ Switch {
         }
 
         FocusRing {
-            control: toggle
+            control: control
             controlRadius: 12
             anchors.fill: parent
         }

@@ -17,7 +17,10 @@ FocusScope {
         width: 208
         focus: true
         selectedTab: dashboard.selectedTab
+        isSignedIn: dashboard.model.isSignedIn
+        userEmail: dashboard.model.userEmail
         onSelected: tab => dashboard.selectedTab = tab
+        onSignOutWanted: dashboard.model.signOut()
     }
     Rectangle {
         anchors.left: sidebar.right
@@ -81,7 +84,8 @@ FocusScope {
 
         SettingsView {
             objectName: "tab.settings"
-            model: dashboard.model
+            model: dashboard.model.settings
+            shortcuts: dashboard.model.shortcuts
         }
     }
     Component {

@@ -16,7 +16,11 @@ FocusScope {
             "help": "questionmark.circle"
         })
 
+    property bool isSignedIn: false
+    property string userEmail
+
     signal selected(string tab)
+    signal signOutWanted
 
     Accessible.role: Accessible.PageTabList
     Accessible.name: Texts.applicationName
@@ -91,6 +95,30 @@ FocusScope {
                 isSelected: sidebar.selectedTab === modelData
                 onClicked: sidebar.selected(modelData)
             }
+        }
+
+        SVSeparator {
+            width: parent.width
+            visible: sidebar.isSignedIn
+        }
+        SVText {
+            objectName: "userEmail"
+            width: parent.width
+            visible: sidebar.isSignedIn && text !== ""
+            topPadding: Theme.inControl
+            leftPadding: Theme.inControl
+            rightPadding: Theme.inControl
+            text: sidebar.userEmail
+            font: Theme.caption
+            color: Theme.secondaryText
+            elide: Text.ElideMiddle
+            wrapMode: Text.NoWrap
+        }
+        LinkButton {
+            objectName: "signOut"
+            visible: sidebar.isSignedIn
+            text: Texts.signOut
+            onClicked: sidebar.signOutWanted()
         }
     }
 }

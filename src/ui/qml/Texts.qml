@@ -44,6 +44,63 @@ QtObject {
     readonly property string showAll: qsTr("Show all")
     readonly property string showLess: qsTr("Show less")
 
+    // The settings.
+    readonly property string general: qsTr("General")
+    readonly property string launchAtLogin: qsTr("Launch at login")
+    readonly property string soundEffects: qsTr("Sound effects")
+    readonly property string pauseAudio: qsTr("Pause audio during dictation")
+    readonly property string pauseAudioExplanation: qsTr("Pauses Spotify and Apple Music while recording.")
+    readonly property string showInDock: qsTr("Show in Dock")
+    readonly property string showInDockExplanation: qsTr("Hide the Dock icon to keep Son Vale as a menu bar-only app.")
+    readonly property string textCleanup: qsTr("Text cleanup")
+    readonly property string textCleanupExplanation: qsTr("Automatically clean up grammar, punctuation, and apply your style preferences after dictation.")
+    readonly property string privacyAndData: qsTr("Privacy & Data")
+    readonly property string privacyMode: qsTr("Privacy mode")
+    readonly property string privacyModeExplanation: qsTr("Transcription still uses cloud services, but nothing is saved to your history.")
+    readonly property string localOnlyMode: qsTr("Local-only mode")
+    readonly property string localOnlyModeExplanation: qsTr("All processing happens on-device. No audio or text leaves your Mac.")
+    readonly property string hotkey: qsTr("Hotkey")
+    readonly property string keyboardShortcuts: qsTr("Keyboard Shortcuts")
+    readonly property string keyboardShortcutsExplanation: qsTr("Customize hotkeys for dictation, commands, and more")
+    readonly property string changeHotkeys: qsTr("Change Hotkeys")
+    readonly property string transcription: qsTr("Transcription")
+    readonly property var engines: [{
+            "value": "streaming",
+            "icon": "waveform.circle.fill",
+            "title": qsTr("Streaming"),
+            "badge": "",
+            "description": qsTr("Fastest. Audio is transcribed in real-time as you speak.")
+        }, {
+            "value": "hybrid",
+            "icon": "arrow.triangle.branch",
+            "title": qsTr("Hybrid"),
+            "badge": qsTr("Recommended"),
+            "description": qsTr("Best of both. Streams when online, falls back to local when offline.")
+        }, {
+            "value": "local",
+            "icon": "desktopcomputer",
+            "title": qsTr("Local"),
+            "badge": qsTr("Free"),
+            "description": qsTr("Free. No API key needed — uses your Mac's built-in speech recognition.")
+        }]
+    readonly property string languageExplanation: qsTr("Select the language you'll be speaking. Choose Auto-detect if you switch languages frequently.")
+    readonly property string permissions: qsTr("Permissions")
+    readonly property string grant: qsTr("Grant")
+    readonly property string speechNeeded: qsTr("Speech Recognition is needed for Local and Hybrid modes.")
+    readonly property string recheckPermissions: qsTr("Re-check Permissions")
+    readonly property string about: qsTr("About")
+    readonly property string aboutLine: qsTr("Voice-to-text that adapts to how you write.")
+    readonly property string checkForUpdates: qsTr("Check for Updates")
+    /// By the states of a check; what is told with it stands for %1.
+    readonly property var updateStates: ({
+            "checking": qsTr("Checking…"),
+            "upToDate": qsTr("Son Vale is up to date."),
+            "newer": qsTr("Version %1 is available. Its page has been opened."),
+            "newerAt": qsTr("A newer version is available: %1"),
+            "failed": "%1"
+        })
+    readonly property string signOut: qsTr("Sign Out")
+
     // The support chat.
     readonly property string support: qsTr("Son Vale Support")
     readonly property string supportSubtitle: qsTr("Troubleshooting and account help")

@@ -174,6 +174,24 @@ TEST_F(Screenshots, OfHome) {
     draw(view, "home-hovered", Pointer::stays);
 }
 
+TEST_F(Screenshots, OfTheSettings) {
+    settings().set(keys::userEmail, "ann@example.com");
+    recogniser().setAuthorization(platform::SpeechAuthorization::denied);
+    signIn();
+    auto& view = openDashboard();
+    click(view, "sidebar.settings");
+    draw(view, "settings-general");
+    scrollTo(view, "languagePicker");
+    draw(view, "settings-transcription");
+    click(view, "languagePicker");
+    draw(view, "settings-languages");
+    press(view, Qt::Key_Escape);
+    updater().answer(platform::UpToDate{"2.3.4"});
+    scrollTo(view, "checkForUpdates");
+    click(view, "checkForUpdates");
+    draw(view, "settings-about");
+}
+
 TEST_F(Screenshots, OfTheSupportChat) {
     const auto now = std::chrono::duration<double>(clock().date().time_since_epoch()).count();
     settings().set(keys::accessToken,

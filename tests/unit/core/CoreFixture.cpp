@@ -43,6 +43,7 @@ core::Environment CoreFixture::environment() {
                         .temporary = directory_.path() + "/recordings",
                         .executable = directory_.path()},
         .addresses = addresses,
+        .version = "2.3.4",
         .settings = *settings_,
         .auditLogger = *auditLogger_,
         .eventTap = tap_,
