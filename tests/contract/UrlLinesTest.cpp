@@ -190,9 +190,9 @@ TYPED_TEST(QtUrlLinesTest, DoesNotTimeOutWhileALineTricklesInOrNobodyWaits) {
     const auto lines = this->open("/slow", 1);
     EXPECT_EQ(this->next(lines), std::string(30, 'x'));
 
-    this->server().answer("/in", {.fault = Answer::Fault::none, .pieces = {"one\n", "two\n"}});
+    this->server().answer("/in", {.pieces = {"one\n", "two\n"}, .pieceSeconds = 0.9});
     const auto others = this->open("/in", 0.5);
-    EXPECT_FALSE(eventually(1, [] { return false; }));
+    EXPECT_FALSE(eventually(2.5, [] { return false; }));
     EXPECT_EQ(this->next(others), "one");
     EXPECT_EQ(this->next(others), "two");
     EXPECT_EQ(this->next(others), std::nullopt);

@@ -14,6 +14,7 @@
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QTest>
+#include <QWheelEvent>
 #include <algorithm>
 #include <chrono>
 
@@ -221,6 +222,10 @@ TEST_F(HelpView, ShowsEachFailureInItsWords) {
         press(view, Qt::Key_Return);
         change([&] { row.what(*asked().back()); });
         EXPECT_EQ(text(view, "errorMessage"), row.words);
+        auto* told = QAccessible::queryAccessibleInterface(find(view, "error"));
+        ASSERT_TRUE(told);
+        EXPECT_EQ(told->role(), QAccessible::AlertMessage);
+        EXPECT_EQ(told->text(QAccessible::Name).toStdString(), row.words);
         EXPECT_EQ(shown(view), (std::vector<std::string>{greeting, "Why?"}));
         EXPECT_EQ(outside(view), std::vector<std::string>{});
         type(view, "And?");
@@ -335,6 +340,7 @@ TEST_F(HelpView, IsUsedByTheKeyboardAlone) {
         if (std::ranges::find(order, name) != order.end())
             break;
         order.push_back(name);
+        EXPECT_TRUE(isShown(view, "focusRing")) << name;
     }
     for (const auto* name : {"clear", "conversation", "input"})
         EXPECT_NE(std::ranges::find(order, name), order.end()) << name;
@@ -383,6 +389,32 @@ TEST_F(HelpView, FollowsTheEndButNotAReaderFurtherUp) {
     type(view, "Next");
     press(view, Qt::Key_Return);
     EXPECT_TRUE(isAtEnd(view)) << "the own question is seen";
+}
+
+TEST_F(HelpView, LetsTheWheelLeadAwayFromTheEndAndBack) {
+    auto& view = openHelp();
+    auto& body = ask(view);
+    give(body, longText(6000));
+    auto& list = item(view, "conversation");
+    unsigned long time = 1000;
+    const auto turn = [&](int steps) {
+        const auto place = list.mapToScene(QPointF(list.width() / 2, list.height() / 2));
+        QWheelEvent event(place, view.mapToGlobal(place), {}, QPoint(0, 120 * steps), Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        event.setTimestamp(time += 200);
+        QCoreApplication::sendEvent(&view, &event);
+        EXPECT_TRUE(tests::eventuallyInQt(10, [&] { return !list.property("moving").toBool(); }));
+        settleViews();
+    };
+    turn(4);
+    ASSERT_FALSE(isAtEnd(view));
+    give(body, longText(3000));
+    EXPECT_FALSE(isAtEnd(view));
+    for (int i = 0; i < 40 && !isAtEnd(view); ++i)
+        turn(-8);
+    ASSERT_TRUE(isAtEnd(view));
+    give(body, longText(3000));
+    EXPECT_TRUE(isAtEnd(view));
 }
 
 TEST_F(HelpView, ShowsAGrowingAnswerThirtyTimesASecondAndItsEndAtOnce) {

@@ -117,6 +117,9 @@ FocusScope {
             onHeightChanged: Qt.callLater(follow)
             onMovementStarted: sticks = false
             onMovementEnded: sticks = isAtEnd
+            // Where the end is, is known for sure only once it is near.
+            onIsAtEndChanged: if (isAtEnd)
+                sticks = true
 
             ScrollBar.vertical: ScrollBar {
                 onPressedChanged: list.sticks = !pressed && list.isAtEnd
