@@ -28,6 +28,7 @@ public:
         networkConnectionLost = -1005,
         notConnectedToInternet = -1009,
         badServerResponse = -1011,
+        dataLengthExceedsMaximum = -1103,
         secureConnectionFailed = -1200,
         serverCertificateUntrusted = -1202,
     };
@@ -67,6 +68,33 @@ struct UrlResponse {
     std::string body; ///< decoded from its transfer coding, otherwise as it came
 };
 
+/// An answer whose body is read while it comes, line by line. Dropping it closes the connection of an answer
+/// that has not ended.
+///
+/// It keeps its session. Any thread; one `next()` at a time.
+class UrlLines {
+public:
+    /// Of one line, in bytes. A longer one ends the answer with `dataLengthExceedsMaximum`.
+    static constexpr std::size_t longestLine = 1UL << 20U;
+
+    UrlLines() = default;
+    UrlLines(const UrlLines&) = delete;
+    UrlLines& operator=(const UrlLines&) = delete;
+    virtual ~UrlLines() = default;
+
+    /// The answer without its body.
+    virtual const UrlResponse& head() const = 0;
+
+    /// The next line as soon as it has come, without its end: a line feed, a carriage return, or both in this
+    /// order. The last one may do without. The bytes are as they came, UTF-8 or not. Nothing once the answer
+    /// has ended.
+    ///
+    /// Throws `UrlError` where it breaks off, behind all whole lines that had come, and again when it is
+    /// called again. Cancelling the task closes the connection and throws `cancelled`, as does a session that
+    /// is or gets invalidated.
+    virtual runtime::Task<std::optional<std::string>> next() = 0;
+};
+
 /// A set of connections without memory: no cookies, no cache, nothing on disk. Connections are kept alive
 /// between its requests. The system's proxy settings are honoured, and certificates are verified against the
 /// system's authorities and those of the file that SSL_CERT_FILE names.
@@ -85,6 +113,12 @@ public:
     /// (scheme, host and port, RFC 6454). Throws `UrlError`. Cancelling the task closes the connection and
     /// throws `cancelled`; so does a session that is or gets invalidated.
     virtual runtime::Task<UrlResponse> data(UrlRequest request) = 0;
+
+    /// Sends the request as `data` does, and returns as soon as the head of the answer has come, whatever its
+    /// status; never null. Only a little of the body is read ahead of who takes its lines. The request's time
+    /// limit goes on to count for the body, while a line is waited for. The request's own body is let go of
+    /// with the return, even where the server has answered before it had it whole.
+    virtual runtime::Task<std::shared_ptr<UrlLines>> lines(UrlRequest request) = 0;
 
     /// A socket that is not connected yet; never null. On an invalidated session it fails when it is resumed.
     virtual std::shared_ptr<WebSocketTask> webSocketTask(UrlRequest request) = 0;

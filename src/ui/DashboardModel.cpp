@@ -9,7 +9,11 @@ DashboardModel::DashboardModel(const core::Environment& environment, std::shared
     , appState_(std::move(appState))
     , onboarding_(appState_, environment_.settings)
     , login_(environment_.main, appState_->authService) {
-    const auto changed = [this](bool) { Q_EMIT contentChanged(); };
+    const auto changed = [this](bool) {
+        Q_EMIT contentChanged();
+        if (support_ && content() != QStringLiteral("home"))
+            support_->forget();
+    };
     subscriptions_.push_back(appState_->isOnboardingComplete.subscribe(changed));
     subscriptions_.push_back(appState_->authService->isAuthenticated.subscribe(changed));
 }
@@ -66,6 +70,12 @@ HotkeySheetModel* DashboardModel::shortcuts() {
             environment_.settings, environment_.nativeKeys,
             [appState = appState_](const hotkeys::HotkeyBindings&) { appState->applyHotkeyBindings(); });
     return shortcuts_.get();
+}
+
+SupportChatModel* DashboardModel::support() {
+    if (!support_)
+        support_ = std::make_unique<SupportChatModel>(environment_, appState_);
+    return support_.get();
 }
 
 } // namespace sonvale::ui

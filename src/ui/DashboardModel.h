@@ -11,6 +11,7 @@
 #include "ui/SettingsModel.h"
 #include "ui/SnippetsModel.h"
 #include "ui/StyleModel.h"
+#include "ui/SupportChatModel.h"
 
 #include <QObject>
 #include <memory>
@@ -33,6 +34,7 @@ class DashboardModel final : public QObject {
     Q_PROPERTY(sonvale::ui::ScratchpadModel* scratchpad READ scratchpad CONSTANT)
     Q_PROPERTY(bool isSignedIn READ isSignedIn NOTIFY contentChanged)
     Q_PROPERTY(QString userEmail READ userEmail NOTIFY contentChanged)
+    Q_PROPERTY(sonvale::ui::SupportChatModel* support READ support CONSTANT)
 
 public:
     /// Everything that the environment refers to must outlive the model.
@@ -53,6 +55,7 @@ public:
     ScratchpadModel* scratchpad();
     QString userEmail() const; ///< empty without a user's session
     Q_INVOKABLE void signOut();
+    SupportChatModel* support();
 
     Q_SIGNAL void contentChanged();
 
@@ -67,6 +70,7 @@ private:
     std::unique_ptr<SnippetsModel> snippets_;
     std::unique_ptr<StyleModel> style_;
     std::unique_ptr<ScratchpadModel> scratchpad_;
+    std::unique_ptr<SupportChatModel> support_;
     std::vector<base::Subscription> subscriptions_;
 };
 

@@ -6,9 +6,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <stdexcept>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -100,6 +102,19 @@ private:
     runtime::TaskPool pool_{2, registry_};
     const runtime::Actor serial_ = pool_.makeSerialActor("in order");
 };
+
+/// At most so many lines of an answer.
+inline runtime::Task<std::vector<std::string>> linesOf(std::shared_ptr<platform::UrlLines> lines,
+                                                       std::size_t most = SIZE_MAX) {
+    std::vector<std::string> all;
+    while (all.size() < most) {
+        auto line = co_await lines->next();
+        if (!line)
+            break;
+        all.push_back(*std::move(line));
+    }
+    co_return all;
+}
 
 inline std::shared_ptr<const std::vector<std::byte>> makeBody(const std::string& text) {
     const auto* bytes = reinterpret_cast<const std::byte*>(text.data());

@@ -1,11 +1,11 @@
 #include "platform/qt/QtUrlSession.h"
 #include "tests/contract/NetworkTasks.h"
+#include "tests/contract/ScopedVariable.h"
 #include "tests/support/TestCertificates.h"
 #include "tests/support/TestServer.h"
 
 #include <QString>
 #include <QtGlobal>
-#include <cstdlib>
 #include <mutex>
 #include <thread>
 
@@ -14,29 +14,6 @@ namespace sonvale::tests {
 namespace {
 
 using Code = platform::UrlError::Code;
-
-/// A variable of the environment that goes back to what it was.
-class ScopedVariable {
-public:
-    ScopedVariable(const char* name, const std::string& value)
-        : name_(name) {
-        if (const char* before = std::getenv(name))
-            before_ = before;
-        setenv(name, value.c_str(), 1);
-    }
-    ScopedVariable(const ScopedVariable&) = delete;
-    ScopedVariable& operator=(const ScopedVariable&) = delete;
-    ~ScopedVariable() {
-        if (before_)
-            setenv(name_, before_->c_str(), 1);
-        else
-            unsetenv(name_);
-    }
-
-private:
-    const char* name_;
-    std::optional<std::string> before_;
-};
 
 /// What Qt logs while it lives.
 class QtLog {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/UrlSession.h"
+#include "tests/fakes/FakeBody.h"
 
 #include <functional>
 #include <memory>
@@ -36,13 +37,16 @@ inline std::optional<std::string> headerOf(const std::vector<platform::HttpHeade
 /// A request as the test sees and answers it. Any thread.
 class FakeRequest {
 public:
-    FakeRequest(int sessionIndex, const platform::UrlRequest& request)
+    /// `answerBody` of an answer that is read line by line; null for one that is wanted whole.
+    FakeRequest(int sessionIndex, const platform::UrlRequest& request,
+                std::shared_ptr<FakeBody> answerBody = nullptr)
         : session(sessionIndex)
         , method(request.method)
         , url(request.url)
         , headers(request.headers)
         , body(copyOf(request.body))
         , timeoutSeconds(request.timeoutSeconds)
+        , lines(std::move(answerBody))
         , live_(request.body) {}
 
     /// The first header of exactly this name.
@@ -52,8 +56,17 @@ public:
 
     /// The first answer counts; false for the others.
     bool answer(platform::UrlResponse response) {
+        if (lines) {
+            lines->give(std::exchange(response.body, {}));
+            lines->end();
+        }
+        return answerHead(std::move(response));
+    }
+    /// Of an answer that is read line by line; what follows is up to `lines`.
+    bool answerHead(platform::UrlResponse response) {
         return end([&](const auto& waiting) { return waiting.resume(std::move(response)); });
     }
+    bool answerHead(int status) { return answerHead(platform::UrlResponse{status, {}, ""}); }
     bool answer(int status, std::string text) {
         return answer(platform::UrlResponse{status, {}, std::move(text)});
     }
@@ -83,6 +96,7 @@ public:
     const std::vector<platform::HttpHeader> headers;
     const std::optional<std::string> body; ///< a copy of when the request was made
     const double timeoutSeconds;
+    const std::shared_ptr<FakeBody> lines; ///< of an answer that is read line by line; else null
 
 private:
     friend class FakeUrlSessions;
@@ -99,6 +113,8 @@ private:
         waiting_.emplace(std::move(waiting));
     }
     void cancel() {
+        if (lines)
+            lines->close();
         {
             const std::lock_guard lock(mutex_);
             if (isEnded_)

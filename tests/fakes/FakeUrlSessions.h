@@ -271,6 +271,33 @@ private:
     const std::shared_ptr<FakeSocket> socket_;
 };
 
+class FakeUrlLines final : public platform::UrlLines {
+public:
+    explicit FakeUrlLines(std::shared_ptr<FakeBody> body)
+        : body_(std::move(body)) {}
+    ~FakeUrlLines() override { body_->close(); }
+
+    void setHead(platform::UrlResponse head) { head_ = std::move(head); }
+    const platform::UrlResponse& head() const override { return head_; }
+    runtime::Task<FakeBody::Line> next() override { return nextOf(body_); }
+
+private:
+    static runtime::Task<FakeBody::Line> nextOf(std::shared_ptr<FakeBody> body) {
+        if (co_await runtime::isCurrentTaskCancelled()) {
+            body->close();
+            throw detail::cancelledError();
+        }
+        std::function<void(runtime::Continuation<FakeBody::Line>)> start = [body](auto reader) {
+            body->next(std::move(reader));
+        };
+        std::function<void()> onCancel = [body] { body->close(); };
+        co_return co_await runtime::suspend<FakeBody::Line>(std::move(start), std::move(onCancel));
+    }
+
+    const std::shared_ptr<FakeBody> body_;
+    platform::UrlResponse head_;
+};
+
 class FakeUrlSession final : public platform::UrlSession {
 public:
     FakeUrlSession(std::shared_ptr<FakeUrlSessions::Control> control, int index)
@@ -279,6 +306,10 @@ public:
 
     runtime::Task<platform::UrlResponse> data(platform::UrlRequest request) override {
         return dataOf(control_, index_, std::move(request));
+    }
+
+    runtime::Task<std::shared_ptr<platform::UrlLines>> lines(platform::UrlRequest request) override {
+        return linesOf(control_, index_, std::move(request));
     }
 
     std::shared_ptr<platform::WebSocketTask> webSocketTask(platform::UrlRequest request) override {
@@ -292,7 +323,22 @@ private:
                                                        int session, platform::UrlRequest request) {
         if (co_await runtime::isCurrentTaskCancelled())
             throw detail::cancelledError();
-        auto record = std::make_shared<FakeRequest>(session, request);
+        co_return co_await answerTo(control, std::make_shared<FakeRequest>(session, request));
+    }
+
+    static runtime::Task<std::shared_ptr<platform::UrlLines>>
+    linesOf(std::shared_ptr<FakeUrlSessions::Control> control, int session, platform::UrlRequest request) {
+        if (co_await runtime::isCurrentTaskCancelled())
+            throw detail::cancelledError();
+        const auto body = std::make_shared<FakeBody>();
+        const auto lines = std::make_shared<FakeUrlLines>(body);
+        lines->setHead(
+            co_await answerTo(control, std::make_shared<FakeRequest>(session, std::move(request), body)));
+        co_return lines;
+    }
+
+    static runtime::Task<platform::UrlResponse> answerTo(std::shared_ptr<FakeUrlSessions::Control> control,
+                                                         std::shared_ptr<FakeRequest> record) {
         std::function<void(runtime::Continuation<platform::UrlResponse>)> start = [control,
                                                                                    record](auto waiting) {
             record->begin(std::move(waiting));

@@ -78,7 +78,8 @@ void rethrowUnlessNetwork(const std::exception_ptr& exception) {
 }
 
 bool isChunked(const Answer& answer) {
-    return !answer.pieces.empty() || answer.fault == Answer::Fault::neverEnds;
+    return !answer.pieces.empty() || answer.fault == Answer::Fault::neverEnds ||
+           answer.fault == Answer::Fault::breaksOff;
 }
 
 std::string headOf(const Answer& answer, bool keepsAlive) {
@@ -287,6 +288,9 @@ private:
         case Fault::neverEnds:
             co_await giveWhole(std::move(answer), keepsAlive);
             break;
+        case Fault::breaksOff:
+            co_await giveWhole(std::move(answer), keepsAlive);
+            co_return false;
         }
         co_return keepsAlive;
     }
@@ -300,7 +304,7 @@ private:
         }
         if (answer.fault == Answer::Fault::neverEnds)
             co_await waitForEnd();
-        if (isChunked(answer))
+        if (isChunked(answer) && answer.fault != Answer::Fault::breaksOff)
             co_await write("0\r\n\r\n");
     }
 

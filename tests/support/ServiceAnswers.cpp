@@ -2,6 +2,7 @@
 
 #include "tests/support/RealtimeConversation.h"
 #include "tests/support/RuleBasedChat.h"
+#include "tests/support/RuleBasedSupport.h"
 #include "tests/support/WebToken.h"
 
 #include <ctime>
@@ -55,9 +56,7 @@ void serveAccountsAndSupport(TestServer& server) {
         server.answerBy(path, [](const Request& request) { return authSession(emailIn(request)); });
     server.answerBy("/api/realtime/session",
                     [](const Request&) { return ephemeralToken(serviceIdentifier("ek")); });
-    server.answerBy("/api/support-chat", [](const Request&) {
-        return chatStream({"You", " can", " hold", " the", " key", " and", " speak."}, 0.05);
-    });
+    server.answerBy("/api/support-chat", supportByRules);
 }
 
 } // namespace

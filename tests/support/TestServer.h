@@ -29,6 +29,7 @@ struct Answer {
         closesInBody,       ///< announces the whole body, sends its first half, then closes
         neverAnswers,       ///< reads the request and keeps the connection open without a byte
         neverEnds,          ///< sends everything, and keeps the body open
+        breaksOff,          ///< sends everything but the end of a chunked body, then closes
         sendsGarbage,       ///< bytes that are not HTTP, then closes
         tricklesSlowly,     ///< the body byte by byte, `pieceSeconds` apart (50 ms when that is 0)
     };

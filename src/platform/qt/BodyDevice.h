@@ -21,6 +21,8 @@ public:
     BodyDevice(std::shared_ptr<const std::vector<std::byte>> bytes, std::function<void()> onRepeat);
 
     void forbidRepeat() { mayRepeat_ = false; }
+    /// Drops the bytes: whoever reads on gets to the end.
+    void letGo() { bytes_.reset(); }
 
     qint64 size() const override;
     /// Qt goes back also before it reports a redirect, so that going back alone is no repeat.
@@ -31,7 +33,7 @@ protected:
     qint64 writeData(const char* data, qint64 size) override;
 
 private:
-    const std::shared_ptr<const std::vector<std::byte>> bytes_;
+    std::shared_ptr<const std::vector<std::byte>> bytes_;
     const std::function<void()> onRepeat_;
     bool mayRepeat_ = true;
     bool isRepeat_ = false;

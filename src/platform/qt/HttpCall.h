@@ -1,23 +1,15 @@
 #pragma once
 
-#include "platform/UrlSession.h"
-#include "platform/qt/NetworkErrors.h"
+#include "platform/qt/HttpExchange.h"
 
-#include <QNetworkAccessManager>
-#include <QObject>
-#include <QSslConfiguration>
-#include <QTimer>
-#include <QUrl>
 #include <functional>
-#include <memory>
-#include <optional>
-#include <variant>
+#include <string>
 
 namespace sonvale::platform::qt {
 
-/// One request with its redirects, on the network thread. It answers its caller when it is destroyed: by then
-/// nothing reads the request's body any more.
-class HttpCall final : public QObject {
+/// A request whose answer is wanted whole, on the network thread. It answers its caller when it is destroyed:
+/// by then nothing reads the request's body any more.
+class HttpCall final : public HttpExchange {
 public:
     /// `onEnd` is called once, from a later turn's work it should destroy the call. The manager must outlive
     /// it.
@@ -26,36 +18,15 @@ public:
     /// Closes the connection of a request that still runs, which has then been cancelled.
     ~HttpCall() override;
 
-    void start();
-    void cancel();
-
 private:
-    struct Deleter {
-        void operator()(QNetworkReply* reply) const;
-    };
+    void headCame(const UrlResponse& head) override;
+    void bodyCame() override;
+    void ended(const std::optional<UrlError>& error) override;
 
-    void send();
-    void watch(QNetworkReply* reply);
-    void readMore();
-    void replyFinished();
-    bool followRedirect(int status);
-    void takeAnswer(std::optional<int> status);
-    void end(std::variant<UrlResponse, UrlError> outcome);
-
-    QNetworkAccessManager& manager_;
-    const QSslConfiguration ssl_;
-    UrlRequest request_;
     const runtime::Continuation<UrlResponse> caller_;
     const std::function<void()> onEnd_;
-
-    QUrl url_;
-    int redirects_ = 0;
-    TransferStage stage_ = TransferStage::connecting;
-    CertificateCheck certificates_ = CertificateCheck::isFine;
-    QTimer inactivity_;
-    std::string body_;
-    std::unique_ptr<QNetworkReply, Deleter> reply_;
-    std::optional<std::variant<UrlResponse, UrlError>> outcome_;
+    UrlResponse response_;
+    std::optional<UrlError> error_;
 };
 
 } // namespace sonvale::platform::qt

@@ -26,6 +26,7 @@ NetworkSession::NetworkSession(const QSslConfiguration& ssl, ClosingSockets& clo
 
 NetworkSession::~NetworkSession() {
     sockets_.clear();
+    lines_.clear();
     calls_.clear();
 }
 
@@ -52,6 +53,21 @@ void NetworkSession::cancelCall(NetworkId id) {
     const auto found = calls_.find(id);
     if (found != calls_.end())
         found->second->cancel();
+}
+
+void NetworkSession::startLines(NetworkId id, UrlRequest request, runtime::Continuation<UrlResponse> caller) {
+    auto& lines = lines_[id];
+    lines = std::make_unique<HttpLines>(manager(), ssl_, std::move(request), std::move(caller));
+    lines->start();
+}
+
+HttpLines* NetworkSession::lines(NetworkId id) {
+    const auto found = lines_.find(id);
+    return found == lines_.end() ? nullptr : found->second.get();
+}
+
+void NetworkSession::dropLines(NetworkId id) {
+    lines_.erase(id);
 }
 
 void NetworkSession::addSocket(NetworkId id, UrlRequest request) {

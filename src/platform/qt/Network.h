@@ -2,6 +2,7 @@
 
 #include "platform/qt/ClosingSockets.h"
 #include "platform/qt/HttpCall.h"
+#include "platform/qt/HttpLines.h"
 #include "platform/qt/SocketConnection.h"
 
 #include <QNetworkAccessManager>
@@ -26,6 +27,11 @@ public:
     void startCall(NetworkId id, UrlRequest request, runtime::Continuation<UrlResponse> caller);
     void cancelCall(NetworkId id);
 
+    void startLines(NetworkId id, UrlRequest request, runtime::Continuation<UrlResponse> caller);
+    /// Null when there are none.
+    HttpLines* lines(NetworkId id);
+    void dropLines(NetworkId id);
+
     void addSocket(NetworkId id, UrlRequest request);
     /// Null when there is none.
     SocketConnection* socket(NetworkId id);
@@ -38,6 +44,7 @@ private:
     ClosingSockets& closing_;
     std::unique_ptr<QNetworkAccessManager> manager_; ///< made for the first request
     std::map<NetworkId, std::unique_ptr<HttpCall>> calls_;
+    std::map<NetworkId, std::unique_ptr<HttpLines>> lines_;
     std::map<NetworkId, std::unique_ptr<SocketConnection>> sockets_;
 };
 

@@ -28,6 +28,8 @@ const char* wordsFor(Code code) {
         return "A secure connection to the server could not be made.";
     case Code::serverCertificateUntrusted:
         return "The certificate of the server is not trusted.";
+    case Code::dataLengthExceedsMaximum:
+        return "The server's answer is too large.";
     case Code::unknown:
         break;
     }

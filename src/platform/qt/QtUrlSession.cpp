@@ -1,6 +1,7 @@
 #include "platform/qt/QtUrlSession.h"
 
 #include "platform/qt/NetworkErrors.h"
+#include "platform/qt/QtUrlLines.h"
 #include "platform/qt/QtWebSocketTask.h"
 #include "platform/qt/SessionHandle.h"
 
@@ -43,6 +44,10 @@ public:
 
     runtime::Task<UrlResponse> data(UrlRequest request) override {
         return dataOf(handle_, std::move(request));
+    }
+
+    runtime::Task<std::shared_ptr<UrlLines>> lines(UrlRequest request) override {
+        return QtUrlLines::open(handle_, std::move(request));
     }
 
     std::shared_ptr<WebSocketTask> webSocketTask(UrlRequest request) override {

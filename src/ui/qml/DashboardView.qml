@@ -93,7 +93,7 @@ FocusScope {
 
         HelpView {
             objectName: "tab.help"
-            model: dashboard.model
+            model: dashboard.model.support
         }
     }
 }

@@ -1,10 +1,14 @@
 import QtQuick
 
+/// A conversation with the support assistant.
 FocusScope {
+    id: help
+
     required property var model
 
-    TabPage {
+    ChatPanel {
         anchors.fill: parent
-        title: Texts.tabs.help
+        focus: true
+        model: help.model
     }
 }

@@ -6,6 +6,8 @@ AbstractButton {
     id: button
 
     property string symbol
+    property color symbolColor: Theme.secondaryText
+    property int symbolSize: 18
     /// Shown beside the pointer; none when it is empty.
     property string hint
 
@@ -39,8 +41,8 @@ AbstractButton {
         Symbol {
             anchors.centerIn: parent
             name: button.symbol
-            size: 18
-            color: Theme.secondaryText
+            size: button.symbolSize
+            color: button.symbolColor
         }
     }
 }

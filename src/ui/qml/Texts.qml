@@ -167,6 +167,16 @@ QtObject {
     readonly property string scratchpadWords: qsTr("%1 words")
     readonly property string clear: qsTr("Clear")
 
+    // The support chat.
+    readonly property string support: qsTr("Son Vale Support")
+    readonly property string supportSubtitle: qsTr("Troubleshooting and account help")
+    readonly property string describeIssue: qsTr("Describe your issue...")
+    readonly property string send: qsTr("Send")
+    readonly property string conversation: qsTr("Conversation")
+    readonly property string yourMessage: qsTr("You")
+    readonly property string supportMessage: qsTr("Support")
+    readonly property string waitingForAnswer: qsTr("Waiting for an answer")
+
     // The way in.
     readonly property string signIn: qsTr("Sign In")
     readonly property string signInSubtitle: qsTr("Sign in to your Son Vale account.")

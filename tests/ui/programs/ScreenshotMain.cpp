@@ -1,6 +1,8 @@
+#include "base/Json.h"
 #include "hotkeys/HotkeyBindingStore.h"
 #include "persistence/SettingsKeys.h"
 #include "tests/support/PrivateDisplay.h"
+#include "tests/support/WebToken.h"
 #include "tests/ui/DesktopProbe.h"
 #include "tests/ui/ViewFixture.h"
 
@@ -273,6 +275,55 @@ TEST_F(Screenshots, OfTheShortcuts) {
     item(view, "pill.1").forceActiveFocus(Qt::TabFocusReason);
     press(view, Qt::Key_Menu);
     draw(view, "shortcuts-menu");
+}
+
+TEST_F(Screenshots, OfTheSupportChat) {
+    const auto now = std::chrono::duration<double>(clock().date().time_since_epoch()).count();
+    settings().set(keys::accessToken,
+                   signedWebToken({{"exp", static_cast<std::int64_t>(now) + 86400}}, "secret"));
+    signIn();
+    auto& view = openDashboard();
+    click(view, "sidebar.help");
+    draw(view, "help-greeting");
+    const auto asked = [&] {
+        auto all = network().requests();
+        std::erase_if(all, [](const auto& each) { return !each->lines; });
+        return all.back();
+    };
+    const auto ask = [&](const std::string& question) {
+        click(view, "input");
+        type(view, question);
+        press(view, Qt::Key_Return);
+        change([&] { asked()->answerHead(200); });
+    };
+    const auto give = [&](const std::string& text) {
+        change([&] {
+            asked()->lines->give(
+                "data: " + base::jsonText({{"choices", {{{"delta", {{"content", text}}}}}}}) + "\n\n");
+            advance(1);
+        });
+    };
+    ask("The ring shows, but it does not move when I speak.");
+    draw(view, "help-waiting");
+    give("Then no sound arrives. Please look at these, in this order:\n\n1. Is the microphone the one that "
+         "you "
+         "speak into?\n2. Is it granted in Settings?\n3. Does another program hear you?\n\nTell me what "
+         "you find.");
+    change([&] { asked()->lines->end(); });
+    ask("Yes, it is granted. Another program hears me well.");
+    give("Good. Please sign out, then");
+    draw(view, "help-conversation");
+    change([&] { asked()->lines->fail(platform::UrlError::Code::networkConnectionLost); });
+    type(view, "It stopped in the middle");
+    draw(view, "help-error");
+    std::string whole;
+    for (int i = 0; i < 400; ++i)
+        whole += fmt::format("This is sentence {} of an answer that goes on and on.{}", i,
+                             i % 9 == 8 ? "\n" : " ");
+    press(view, Qt::Key_Return);
+    change([&] { asked()->answerHead(200); });
+    give(whole);
+    draw(view, "help-long");
 }
 
 } // namespace sonvale::tests

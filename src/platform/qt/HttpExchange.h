@@ -1,0 +1,92 @@
+#pragma once
+
+#include "platform/UrlSession.h"
+#include "platform/qt/BodyDevice.h"
+#include "platform/qt/NetworkErrors.h"
+
+#include <QNetworkAccessManager>
+#include <QObject>
+#include <QPointer>
+#include <QSslConfiguration>
+#include <QTimer>
+#include <QUrl>
+#include <memory>
+#include <optional>
+
+namespace sonvale::platform::qt {
+
+/// One request with its redirects, on the network thread. What becomes of the answer is up to those who
+/// derive from it. The manager must outlive it.
+class HttpExchange : public QObject {
+public:
+    ~HttpExchange() override;
+
+    void start();
+    void cancel();
+
+protected:
+    HttpExchange(QNetworkAccessManager& manager, const QSslConfiguration& ssl, UrlRequest request);
+
+    // What happens. Nothing of it is told of an answer that is a redirect which is followed.
+
+    /// The head of the answer has come; told once.
+    virtual void headCame(const UrlResponse& head) = 0;
+    /// There is more to `read`, or there may be.
+    virtual void bodyCame() = 0;
+    /// Told once, and last. Behind a whole answer what has not been read yet can still be.
+    virtual void ended(const std::optional<UrlError>& error) = 0;
+
+    std::size_t bytesAvailable() const;
+    /// Appends at most so many bytes of the body.
+    void read(std::string& to, std::size_t most);
+
+    /// Ends the exchange, as if this had happened to it.
+    void end(std::optional<UrlError> error);
+    bool isEnded() const { return isEnded_; }
+
+    /// Bounds what is read of the answer ahead of `read`.
+    void setReadAhead(qint64 bytes) { readAhead_ = bytes; }
+
+    enum class TimeLimit { runs, stands };
+    /// Whether nothing may move for so long. It runs from the beginning.
+    void setTimeLimit(TimeLimit limit);
+
+    /// Nothing reads the request's body after this. What is missing of it is not sent any more.
+    void letGoOfBody();
+    /// Closes the connection, unless the answer is complete; nothing can be read any more.
+    void close();
+
+private:
+    struct Deleter {
+        void operator()(QNetworkReply* reply) const;
+    };
+
+    void send();
+    void watch(QNetworkReply* reply);
+    void moved();
+    void takeHead();
+    void takeBody();
+    void replyFinished();
+    void followRedirect();
+    bool isFollowed() const;
+    bool isCutShort() const;
+
+    QNetworkAccessManager& manager_;
+    const QSslConfiguration ssl_;
+    UrlRequest request_;
+
+    QUrl url_;
+    int redirects_ = 0;
+    qint64 readAhead_ = 0; ///< 0: no bound
+    TimeLimit timeLimit_ = TimeLimit::runs;
+    TransferStage stage_ = TransferStage::connecting;
+    CertificateCheck certificates_ = CertificateCheck::isFine;
+    QTimer inactivity_;
+    QPointer<BodyDevice> bodyDevice_;
+    std::optional<int> status_; ///< of the present reply; set with its head
+    qint64 bytesRead_ = 0;      ///< of the body of the present reply
+    bool isEnded_ = false;
+    std::unique_ptr<QNetworkReply, Deleter> reply_;
+};
+
+} // namespace sonvale::platform::qt

@@ -1,0 +1,95 @@
+import QtQuick
+
+/// A block of a message: a short message is one, a long one some under each other on one ground. What it says
+/// is shown as it stands, without any markup, and can be selected.
+Item {
+    id: bubble
+
+    required property int index
+    required property string text
+    required property bool isUser
+    required property bool isFirst
+    required property bool isLast
+    /// Whether the keyboard is on it.
+    property bool isCurrent: false
+
+    readonly property bool isWhole: isFirst && isLast
+    readonly property int widest: isUser ? Math.round(width * 0.78) : width - Theme.hitHeight - 8
+    readonly property int air: 14
+    readonly property color ground: isUser ? Qt.tint(Theme.window, Theme.tint(Theme.accent, Theme.isDark ? 0.26 : 0.14)) : Theme.surface
+
+    signal copyWanted
+
+    objectName: "message." + index
+    height: area.height + (isLast ? Theme.betweenRows : 0)
+    Accessible.role: Accessible.ListItem
+    Accessible.name: isFirst ? (isUser ? Texts.yourMessage : Texts.supportMessage) + ": " + text : text
+
+    HoverHandler {
+        id: hover
+    }
+    Rectangle {
+        id: area
+
+        anchors.left: bubble.isUser ? undefined : parent.left
+        anchors.right: bubble.isUser ? parent.right : undefined
+        width: words.width + 2 * bubble.air
+        height: words.height + (bubble.isFirst ? 10 : 0) + (bubble.isLast ? 10 : 0)
+        radius: bubble.isWhole || bubble.isFirst || bubble.isLast ? Theme.cardRadius : 0
+        color: bubble.ground
+
+        // Where it goes on, the ground has no round corners.
+        Rectangle {
+            anchors.left: parent.left
+            anchors.right: parent.right
+            anchors.top: parent.top
+            height: Theme.cardRadius
+            visible: !bubble.isFirst
+            color: bubble.ground
+        }
+        Rectangle {
+            anchors.left: parent.left
+            anchors.right: parent.right
+            anchors.bottom: parent.bottom
+            height: Theme.cardRadius
+            visible: !bubble.isLast
+            color: bubble.ground
+        }
+        TextEdit {
+            id: words
+
+            objectName: "message." + bubble.index + ".text"
+            anchors.horizontalCenter: parent.horizontalCenter
+            y: bubble.isFirst ? 10 : 0
+            width: bubble.isWhole ? Math.min(Math.ceil(implicitWidth), bubble.widest - 2 * bubble.air) : bubble.widest - 2 * bubble.air
+            text: bubble.text
+            textFormat: TextEdit.PlainText
+            wrapMode: TextEdit.Wrap
+            readOnly: true
+            selectByMouse: true
+            color: Theme.text
+            font: Theme.body
+            selectionColor: Theme.accent
+            selectedTextColor: Theme.textOnAccent
+            Accessible.ignored: true
+        }
+        FocusRing {
+            anchors.margins: -3
+            radius: Theme.cardRadius + 3
+            visible: bubble.isCurrent && !words.activeFocus
+        }
+    }
+    SymbolButton {
+        objectName: "message." + bubble.index + ".copy"
+        anchors.left: area.right
+        anchors.leftMargin: 4
+        anchors.bottom: area.bottom
+        visible: !bubble.isUser && bubble.isLast
+        opacity: hover.hovered || bubble.isCurrent ? 1 : 0
+        focusPolicy: Qt.NoFocus
+        symbol: "doc.on.doc"
+        text: Texts.copy
+        hint: Texts.copy
+        onClicked: bubble.copyWanted()
+    }
+}

@@ -1,0 +1,128 @@
+#pragma once
+
+#include "platform/UrlSession.h"
+
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace sonvale::tests {
+
+/// The body of an answer that is read line by line: the test gives its bytes when it likes. Any thread.
+class FakeBody {
+public:
+    using Line = std::optional<std::string>;
+
+    // The test's side. Nothing happens any more after an end.
+
+    void give(const std::string& bytes) {
+        change([&] {
+            for (const char byte : bytes)
+                take(byte);
+        });
+    }
+    /// The answer is complete.
+    void end() {
+        change([&] {
+            if (!open_.empty())
+                endLine();
+            isEnded_ = true;
+        });
+    }
+    /// It breaks off.
+    void fail(platform::UrlError error) {
+        change([&] { breakOff(std::move(error)); });
+    }
+    void fail(platform::UrlError::Code code) { fail(platform::UrlError(code, "The request failed.")); }
+
+    /// Whether the connection stands: it has neither ended nor been closed by whoever read it.
+    bool isOpen() const {
+        const std::lock_guard lock(mutex_);
+        return !isEnded_;
+    }
+    /// Whether it was closed by whoever read it, before it had ended.
+    bool wasClosed() const {
+        const std::lock_guard lock(mutex_);
+        return wasClosed_;
+    }
+
+    // The reader's side.
+
+    void next(runtime::Continuation<Line> reader) {
+        {
+            const std::lock_guard lock(mutex_);
+            reader_.emplace(std::move(reader));
+        }
+        change([] {});
+    }
+    void close() {
+        {
+            const std::lock_guard lock(mutex_);
+            wasClosed_ = wasClosed_ || !isEnded_;
+            lines_.clear();
+            breakOff({platform::UrlError::Code::cancelled, "cancelled"});
+        }
+        change([] {});
+    }
+
+private:
+    /// Then answers the reader who waits, when there is an answer.
+    template <class Change>
+    void change(Change what) {
+        std::optional<runtime::Continuation<Line>> reader;
+        Line line;
+        std::optional<platform::UrlError> error;
+        {
+            const std::lock_guard lock(mutex_);
+            if (!isEnded_)
+                what();
+            if (!reader_ || (lines_.empty() && !isEnded_))
+                return;
+            reader = std::exchange(reader_, std::nullopt);
+            if (!lines_.empty()) {
+                line = std::move(lines_.front());
+                lines_.pop_front();
+            } else {
+                error = error_;
+            }
+        }
+        if (error)
+            reader->fail(std::make_exception_ptr(*std::move(error)));
+        else
+            reader->resume(std::move(line));
+    }
+
+    // With `mutex_` held.
+
+    void take(char byte) {
+        const bool isSecondHalf = std::exchange(isBehindReturn_, byte == '\r') && byte == '\n';
+        if (isEnded_ || isSecondHalf)
+            return;
+        if (byte == '\n' || byte == '\r') {
+            endLine();
+            return;
+        }
+        open_ += byte;
+        if (open_.size() > platform::UrlLines::longestLine)
+            breakOff({platform::UrlError::Code::dataLengthExceedsMaximum, "The answer is too large."});
+    }
+    void endLine() { lines_.push_back(std::exchange(open_, {})); }
+    void breakOff(platform::UrlError error) {
+        open_.clear();
+        isEnded_ = true;
+        error_ = std::move(error);
+    }
+
+    mutable std::mutex mutex_;
+    std::deque<std::string> lines_; ///< guarded by `mutex_`, as all below
+    std::string open_;
+    bool isBehindReturn_ = false;
+    bool isEnded_ = false;
+    bool wasClosed_ = false;
+    std::optional<platform::UrlError> error_;
+    std::optional<runtime::Continuation<Line>> reader_;
+};
+
+} // namespace sonvale::tests
