@@ -69,7 +69,6 @@ private:
     void replyFinished();
     void followRedirect();
     bool isFollowed() const;
-    bool isCutShort() const;
 
     QNetworkAccessManager& manager_;
     const QSslConfiguration ssl_;
