@@ -20,14 +20,6 @@ DashboardModel::DashboardModel(const core::Environment& environment, std::shared
 
 DashboardModel::~DashboardModel() = default;
 
-HotkeySheetModel* DashboardModel::shortcuts() {
-    if (!shortcuts_)
-        shortcuts_ = std::make_unique<HotkeySheetModel>(
-            environment_.settings, environment_.nativeKeys,
-            [appState = appState_](const hotkeys::HotkeyBindings&) { appState->applyHotkeyBindings(); });
-    return shortcuts_.get();
-}
-
 QString DashboardModel::content() const {
     if (!appState_->isOnboardingComplete.get())
         return QStringLiteral("onboarding");
@@ -38,6 +30,24 @@ SettingsModel* DashboardModel::settings() {
     if (!settings_)
         settings_ = std::make_unique<SettingsModel>(environment_, appState_);
     return settings_.get();
+}
+
+SnippetsModel* DashboardModel::snippets() {
+    if (!snippets_)
+        snippets_ = std::make_unique<SnippetsModel>(environment_, appState_);
+    return snippets_.get();
+}
+
+StyleModel* DashboardModel::style() {
+    if (!style_)
+        style_ = std::make_unique<StyleModel>(environment_, appState_);
+    return style_.get();
+}
+
+ScratchpadModel* DashboardModel::scratchpad() {
+    if (!scratchpad_)
+        scratchpad_ = std::make_unique<ScratchpadModel>(environment_, appState_);
+    return scratchpad_.get();
 }
 
 QString DashboardModel::userEmail() const {
@@ -52,6 +62,14 @@ HistoryModel* DashboardModel::history() {
     if (!history_)
         history_ = std::make_unique<HistoryModel>(environment_, appState_);
     return history_.get();
+}
+
+HotkeySheetModel* DashboardModel::shortcuts() {
+    if (!shortcuts_)
+        shortcuts_ = std::make_unique<HotkeySheetModel>(
+            environment_.settings, environment_.nativeKeys,
+            [appState = appState_](const hotkeys::HotkeyBindings&) { appState->applyHotkeyBindings(); });
+    return shortcuts_.get();
 }
 
 SupportChatModel* DashboardModel::support() {

@@ -7,7 +7,10 @@
 #include "ui/HotkeySheetModel.h"
 #include "ui/LoginModel.h"
 #include "ui/OnboardingModel.h"
+#include "ui/ScratchpadModel.h"
 #include "ui/SettingsModel.h"
+#include "ui/SnippetsModel.h"
+#include "ui/StyleModel.h"
 #include "ui/SupportChatModel.h"
 
 #include <QObject>
@@ -26,6 +29,9 @@ class DashboardModel final : public QObject {
     Q_PROPERTY(sonvale::ui::HistoryModel* history READ history CONSTANT)
     Q_PROPERTY(sonvale::ui::HotkeySheetModel* shortcuts READ shortcuts CONSTANT)
     Q_PROPERTY(sonvale::ui::SettingsModel* settings READ settings CONSTANT)
+    Q_PROPERTY(sonvale::ui::SnippetsModel* snippets READ snippets CONSTANT)
+    Q_PROPERTY(sonvale::ui::StyleModel* style READ style CONSTANT)
+    Q_PROPERTY(sonvale::ui::ScratchpadModel* scratchpad READ scratchpad CONSTANT)
     Q_PROPERTY(bool isSignedIn READ isSignedIn NOTIFY contentChanged)
     Q_PROPERTY(QString userEmail READ userEmail NOTIFY contentChanged)
     Q_PROPERTY(sonvale::ui::SupportChatModel* support READ support CONSTANT)
@@ -44,6 +50,9 @@ public:
     HistoryModel* history();
     HotkeySheetModel* shortcuts();
     SettingsModel* settings();
+    SnippetsModel* snippets();
+    StyleModel* style();
+    ScratchpadModel* scratchpad();
     QString userEmail() const; ///< empty without a user's session
     Q_INVOKABLE void signOut();
     SupportChatModel* support();
@@ -58,6 +67,9 @@ private:
     std::unique_ptr<HistoryModel> history_;
     std::unique_ptr<HotkeySheetModel> shortcuts_;
     std::unique_ptr<SettingsModel> settings_;
+    std::unique_ptr<SnippetsModel> snippets_;
+    std::unique_ptr<StyleModel> style_;
+    std::unique_ptr<ScratchpadModel> scratchpad_;
     std::unique_ptr<SupportChatModel> support_;
     std::vector<base::Subscription> subscriptions_;
 };

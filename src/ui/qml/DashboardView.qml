@@ -60,7 +60,7 @@ FocusScope {
 
         SnippetsView {
             objectName: "tab.snippets"
-            model: dashboard.model
+            model: dashboard.model.snippets
         }
     }
     Component {
@@ -68,7 +68,7 @@ FocusScope {
 
         StyleView {
             objectName: "tab.style"
-            model: dashboard.model
+            model: dashboard.model.style
         }
     }
     Component {
@@ -76,7 +76,7 @@ FocusScope {
 
         ScratchpadView {
             objectName: "tab.scratchpad"
-            model: dashboard.model
+            model: dashboard.model.scratchpad
         }
     }
     Component {

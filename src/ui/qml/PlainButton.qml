@@ -5,6 +5,9 @@ import QtQuick.Controls.Basic
 Button {
     id: button
 
+    /// Before the words; none when it is empty.
+    property string symbol
+
     implicitHeight: 40
     implicitWidth: Math.max(80, words.implicitWidth + 2 * 16)
     opacity: enabled ? 1 : 0.5
@@ -27,14 +30,11 @@ Button {
         }
     }
 
-    contentItem: SVText {
+    contentItem: ButtonLabel {
         id: words
 
+        symbol: button.symbol
         text: button.text
-        font: Theme.rowTitle
-        horizontalAlignment: Text.AlignHCenter
-        verticalAlignment: Text.AlignVCenter
-        wrapMode: Text.NoWrap
-        elide: Text.ElideRight
+        color: Theme.text
     }
 }

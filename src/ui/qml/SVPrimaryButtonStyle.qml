@@ -7,6 +7,8 @@ Button {
 
     /// Whether another button of the screen is its main one now.
     property bool isQuiet: false
+    /// Before the words; none when it is empty.
+    property string symbol
     readonly property color quietGround: down ? Theme.hairline : hovered ? Theme.raised : Theme.surface
     readonly property color filledGround: down ? Qt.darker(Theme.accent, 1.15) : hovered ? Qt.darker(Theme.accent, 1.07) : Theme.accent
 
@@ -32,15 +34,11 @@ Button {
         }
     }
 
-    contentItem: SVText {
+    contentItem: ButtonLabel {
         id: words
 
+        symbol: button.symbol
         text: button.text
-        font: Theme.rowTitle
         color: button.isQuiet ? Theme.text : Theme.textOnAccent
-        horizontalAlignment: Text.AlignHCenter
-        verticalAlignment: Text.AlignVCenter
-        wrapMode: Text.NoWrap
-        elide: Text.ElideRight
     }
 }

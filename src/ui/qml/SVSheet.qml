@@ -1,5 +1,7 @@
 import QtQuick
+import QtQuick.Window
 import QtQuick.Controls.Basic
+import QtQuick.Templates as T
 
 /// A sheet over the window that has to be answered or closed first. The keyboard stays inside it, and goes back
 /// to where it was. Escape closes it, unless something inside takes the key.
@@ -9,9 +11,25 @@ Popup {
     default property alias content: column.data
     property string title
     property string subtitle
-    property alias spacing: column.spacing
+    property alias rowSpacing: column.spacing
+    /// Stays in sight below what scrolls.
+    property alias footer: foot.data
+    readonly property int footHeight: foot.children.length > 0 ? foot.height + Theme.inCard : 0
 
-    parent: Overlay.overlay
+    /// What had the keyboard before, and whether it was marked.
+    property Item opener: null
+    property bool isOpenerMarked: false
+
+    onAboutToShow: {
+        opener = parent.Window.activeFocusItem;
+        isOpenerMarked = opener !== null && opener.visualFocus === true;
+    }
+    onClosed: {
+        if (opener)
+            opener.forceActiveFocus(isOpenerMarked ? Qt.TabFocusReason : Qt.PopupFocusReason);
+        opener = null;
+    }
+    parent: T.Overlay.overlay
     anchors.centerIn: parent
     width: Math.min(480, parent ? parent.width - 2 * Theme.pageEdge : 480)
     height: Math.min(implicitHeight, parent ? parent.height - 2 * Theme.pageEdge : implicitHeight)
@@ -21,7 +39,7 @@ Popup {
     dim: true
     closePolicy: Popup.CloseOnEscape
 
-    Overlay.modal: Rectangle {
+    T.Overlay.modal: Rectangle {
         color: Theme.veil
     }
 
@@ -35,7 +53,7 @@ Popup {
     contentItem: FocusScope {
         objectName: "sheet"
         focus: true
-        implicitHeight: heading.height + Theme.inCard + column.implicitHeight
+        implicitHeight: heading.height + Theme.inCard + column.implicitHeight + sheet.footHeight
         LayoutMirroring.enabled: Qt.application.layoutDirection === Qt.RightToLeft
         LayoutMirroring.childrenInherit: true
         Accessible.role: Accessible.Dialog
@@ -63,6 +81,8 @@ Popup {
                 visible: text !== ""
                 text: sheet.subtitle
                 color: Theme.secondaryText
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
             }
         }
         SymbolButton {
@@ -79,13 +99,34 @@ Popup {
         Flickable {
             id: room
 
+            readonly property Item focusItem: Window.activeFocusItem
+
+            /// Scrolls to what has the keyboard.
+            function reveal(item) {
+                var place = item.mapToItem(column, 0, 0).y + column.y;
+                if (place - 6 < contentY)
+                    contentY = Math.max(0, place - 6);
+                else if (place + item.height + 6 > contentY + height)
+                    contentY = Math.min(contentHeight - height, place + item.height + 6 - height);
+            }
+            function holds(item) {
+                for (var each = item; each; each = each.parent) {
+                    if (each === column)
+                        return true;
+                }
+                return false;
+            }
+
+            onFocusItemChanged: if (focusItem && holds(focusItem))
+                reveal(focusItem)
             anchors.left: parent.left
             anchors.right: parent.right
             anchors.top: heading.bottom
-            anchors.topMargin: Theme.inCard
             anchors.bottom: parent.bottom
             // The outlines of what has the keyboard stand a little outside.
             anchors.margins: -6
+            anchors.topMargin: Theme.inCard - 6
+            anchors.bottomMargin: sheet.footHeight - 6
             contentWidth: width
             contentHeight: column.implicitHeight + 12
             boundsBehavior: Flickable.StopAtBounds
@@ -102,6 +143,14 @@ Popup {
                 width: room.width - 12
                 spacing: Theme.inCard
             }
+        }
+        Item {
+            id: foot
+
+            anchors.left: parent.left
+            anchors.right: parent.right
+            anchors.bottom: parent.bottom
+            height: childrenRect.height
         }
     }
 }

@@ -41,9 +41,9 @@ FocusScope {
             textFormat: TextEdit.PlainText
             wrapMode: TextEdit.Wrap
             Accessible.name: area.label
-            KeyNavigation.priority: KeyNavigation.BeforeItem
-            KeyNavigation.tab: editor.nextItemInFocusChain(true)
-            KeyNavigation.backtab: editor.nextItemInFocusChain(false)
+            Keys.priority: Keys.BeforeItem
+            Keys.onTabPressed: nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
+            Keys.onBacktabPressed: nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)
             onTextChanged: if (activeFocus)
                 area.edited()
         }

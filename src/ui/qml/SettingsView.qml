@@ -7,10 +7,12 @@ FocusScope {
 
     required property var model
     /// Of the sheet that changes the shortcuts.
-    property var shortcuts: null
+    required property var shortcuts
     property bool showHotkeySheet: false
     readonly property bool isWindowActive: Window.active
 
+    onShowHotkeySheetChanged: if (showHotkeySheet)
+        hotkeySheet.open()
     // The menu, and the desktop's own tools, change some of them too.
     onIsWindowActiveChanged: if (isWindowActive)
         model.refresh()
@@ -277,5 +279,12 @@ FocusScope {
                 }
             }
         }
+    }
+
+    HotkeySettingsSheet {
+        id: hotkeySheet
+
+        model: view.shortcuts
+        onClosed: view.showHotkeySheet = false
     }
 }

@@ -1,10 +1,186 @@
 import QtQuick
+import QtQuick.Controls.Basic
 
+/// How the user wants to sound in each kind of application.
 FocusScope {
+    id: view
+
     required property var model
+    readonly property var chosen: Texts.styleCategories[model.category]
+
+    Component.onDestruction: model.save()
 
     TabPage {
         anchors.fill: parent
         title: Texts.tabs.style
+        subtitle: Texts.styleLine
+
+        Flow {
+            width: parent.width
+            spacing: Theme.inControl
+
+            Repeater {
+                model: view.model.categories
+
+                SelectorButton {
+                    required property string modelData
+
+                    objectName: "category." + modelData
+                    text: Texts.styleCategories[modelData].label
+                    isSelected: view.model.category === modelData
+                    onClicked: view.model.category = modelData
+                }
+            }
+        }
+
+        SVCard {
+            width: parent.width
+            implicitHeight: style.height + 2 * padding
+
+            Column {
+                id: style
+
+                width: parent.width
+                spacing: Theme.inCard
+
+                SVText {
+                    objectName: "styleHeading"
+                    width: parent.width
+                    text: Texts.promotionHeading.arg(view.chosen.label)
+                    font: Theme.section
+                    Accessible.role: Accessible.Heading
+                    Accessible.name: text
+                }
+                Column {
+                    width: parent.width
+                    spacing: 6
+
+                    SVText {
+                        width: parent.width
+                        text: Texts.formality
+                        font: Theme.rowTitle
+                    }
+                    SVSlider {
+                        objectName: "formality"
+                        width: parent.width
+                        label: Texts.formality
+                        from: 1
+                        to: 5
+                        stepSize: 1
+                        value: view.model.formality
+                        onMoved: view.model.formality = value
+                    }
+                    Item {
+                        width: parent.width
+                        height: casual.height
+
+                        SVText {
+                            id: casual
+
+                            anchors.left: parent.left
+                            text: Texts.veryCasual
+                            font: Theme.caption
+                            color: Theme.secondaryText
+                        }
+                        SVText {
+                            anchors.right: parent.right
+                            text: Texts.formal
+                            font: Theme.caption
+                            color: Theme.secondaryText
+                        }
+                    }
+                    SVText {
+                        objectName: "formalityText"
+                        width: parent.width
+                        text: view.model.formalityText
+                        color: Theme.accent
+                        Accessible.role: Accessible.StatusBar
+                        Accessible.name: text
+                    }
+                }
+                Column {
+                    width: parent.width
+                    spacing: 6
+
+                    SVText {
+                        width: parent.width
+                        text: Texts.customInstructions
+                        font: Theme.rowTitle
+                    }
+                    SVText {
+                        objectName: "instructionsLine"
+                        width: parent.width
+                        text: Texts.customInstructionsLine.arg(view.chosen.label)
+                        font: Theme.caption
+                        color: Theme.secondaryText
+                    }
+                    SVTextArea {
+                        id: instructions
+
+                        editorName: "customInstructions"
+                        width: parent.width
+                        height: 120
+                        label: Texts.customInstructions
+                        onEdited: view.model.customInstructions = text
+
+                        // Not a binding, which each key would set the editor's text by.
+                        Connections {
+                            function onStyleChanged() {
+                                if (instructions.text !== view.model.customInstructions)
+                                    instructions.text = view.model.customInstructions;
+                            }
+
+                            target: view.model
+                        }
+                        Component.onCompleted: text = view.model.customInstructions
+                    }
+                }
+            }
+        }
+
+        SettingSection {
+            title: Texts.whichApps
+
+            Repeater {
+                model: view.model.categories
+
+                Column {
+                    id: row
+
+                    required property string modelData
+
+                    width: parent ? parent.width : 0
+                    spacing: 2
+
+                    SVText {
+                        width: parent.width
+                        text: Texts.styleCategories[row.modelData].label
+                        font: Theme.rowTitle
+                    }
+                    SVText {
+                        width: parent.width
+                        text: Texts.styleCategories[row.modelData].apps
+                        color: Theme.secondaryText
+                    }
+                }
+            }
+        }
+
+        Row {
+            width: parent.width
+            spacing: Theme.inControl
+
+            Symbol {
+                id: info
+
+                name: "info.circle.fill"
+                color: Theme.secondaryText
+            }
+            SVText {
+                width: parent.width - info.width - parent.spacing
+                text: Texts.styleInfo
+                color: Theme.secondaryText
+            }
+        }
     }
 }

@@ -101,6 +101,72 @@ QtObject {
         })
     readonly property string signOut: qsTr("Sign Out")
 
+    // The sheet of the shortcuts.
+    readonly property string changeHotkeysSubtitle: qsTr("Customize keyboard shortcuts for each action")
+    readonly property string pressShortcut: qsTr("Press shortcut… (Esc to cancel)")
+    readonly property string reRecord: qsTr("Re-record")
+    readonly property string removeShortcut: qsTr("Remove")
+    readonly property string addShortcut: qsTr("Add another shortcut")
+    readonly property string editShortcut: qsTr("Edit the shortcut of %1")
+    readonly property string resetToDefault: qsTr("Reset to Default")
+    readonly property string cancel: qsTr("Cancel")
+    readonly property string save: qsTr("Save")
+
+    // Snippets.
+    readonly property string remove: qsTr("Remove")
+    readonly property string snippetsLine: qsTr("Say a trigger phrase and Son Vale will insert the full snippet text.")
+    readonly property string addNew: qsTr("Add new")
+    readonly property string searchSnippets: qsTr("Search snippets")
+    readonly property string noSnippets: qsTr("No snippets yet")
+    readonly property string noSnippetsBody: qsTr("Create voice shortcuts for frequently used text.\nSay the trigger phrase and the full text will be inserted.")
+    readonly property string createFirstSnippet: qsTr("Create your first snippet")
+    readonly property string edit: qsTr("Edit")
+    readonly property string notUsedYet: qsTr("Not used yet")
+    readonly property string usedOnce: qsTr("Used once")
+    readonly property string usedTimes: qsTr("Used %1 times")
+    readonly property string addSnippet: qsTr("Add Snippet")
+    readonly property string editSnippet: qsTr("Edit Snippet")
+    readonly property string triggerPhrase: qsTr("Trigger phrase")
+    readonly property string triggerPlaceholder: qsTr("e.g., my address")
+    readonly property string triggerNote: qsTr("Say this phrase to insert the snippet")
+    readonly property string content: qsTr("Content")
+    readonly property string categoryOptional: qsTr("Category (optional)")
+    readonly property string categoryPlaceholder: qsTr("e.g., Work, Personal")
+    readonly property string done: qsTr("Done")
+
+    // Style.
+    readonly property string styleLine: qsTr("Son Vale detects which app you're using and applies your style preferences automatically. Customize the formality and tone for each type of app below.")
+    readonly property string formality: qsTr("Formality")
+    readonly property string veryCasual: qsTr("Very Casual")
+    readonly property string formal: qsTr("Formal")
+    readonly property string customInstructions: qsTr("Custom Instructions")
+    readonly property string customInstructionsLine: qsTr("Tell Son Vale how you want to sound in %1")
+    readonly property string whichApps: qsTr("Which apps use each style")
+    readonly property string styleInfo: qsTr("Style settings only apply when text cleanup is enabled in Settings.")
+    /// By the words under which their styles are stored.
+    readonly property var styleCategories: ({
+            "personalMessaging": {
+                "label": qsTr("Personal messages"),
+                "apps": qsTr("iMessage, WhatsApp, Telegram, Signal, Messenger")
+            },
+            "workMessaging": {
+                "label": qsTr("Work messages"),
+                "apps": qsTr("Slack, Microsoft Teams, Discord, Linear")
+            },
+            "email": {
+                "label": qsTr("Email"),
+                "apps": qsTr("Mail, Outlook, Gmail, Spark, Superhuman")
+            },
+            "other": {
+                "label": qsTr("Other"),
+                "apps": qsTr("All other apps — browsers, notes, code editors, and more")
+            }
+        })
+
+    // Scratchpad.
+    readonly property string scratchpadWords: qsTr("%1 words")
+    readonly property string clear: qsTr("Clear")
+
     // The support chat.
     readonly property string support: qsTr("Son Vale Support")
     readonly property string supportSubtitle: qsTr("Troubleshooting and account help")

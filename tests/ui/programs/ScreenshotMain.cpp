@@ -1,4 +1,5 @@
 #include "base/Json.h"
+#include "hotkeys/HotkeyBindingStore.h"
 #include "persistence/SettingsKeys.h"
 #include "tests/support/PrivateDisplay.h"
 #include "tests/support/WebToken.h"
@@ -174,6 +175,55 @@ TEST_F(Screenshots, OfHome) {
     draw(view, "home-hovered", Pointer::stays);
 }
 
+TEST_F(Screenshots, OfTheSnippets) {
+    signIn();
+    auto& view = openDashboard();
+    click(view, "sidebar.snippets");
+    draw(view, "snippets-empty");
+    const std::tuple<const char*, const char*, const char*, int> rows[] = {
+        {"my address", "221 Main Street, Springfield", "Personal", 12},
+        {"sign off", "Best wishes,\nAda", "", 1},
+        {"standard reply",
+         "Thank you for writing. I have read your message and will come back to you by the end of the week. "
+         "If "
+         "it is urgent, please call the office; somebody is there from nine to five on every working day, "
+         "and "
+         "will know how to reach me. Until then, the page with the frequent questions may help.",
+         "Work", 0}};
+    for (const auto& [trigger, expansion, category, usageCount] : rows)
+        state().modelContext->insert(persistence::Snippet{
+            .trigger = trigger, .content = expansion, .category = category, .usageCount = usageCount});
+    change([&] { state().modelContext->save(); });
+    draw(view, "snippets");
+    click(view, "addNew");
+    draw(view, "snippets-add");
+    press(view, Qt::Key_Escape);
+    click(view, "search");
+    type(view, "nothing like it");
+    draw(view, "snippets-not-found");
+}
+
+TEST_F(Screenshots, OfTheStyle) {
+    signIn();
+    auto& view = openDashboard();
+    click(view, "sidebar.style");
+    draw(view, "style");
+    click(view, "category.email");
+    click(view, "customInstructions");
+    type(view, "No exclamation marks. Sign with my first name.");
+    scrollTo(view, "customInstructions");
+    draw(view, "style-email");
+}
+
+TEST_F(Screenshots, OfTheScratchpad) {
+    signIn();
+    settings().set(keys::scratchpadText, "Points for Thursday:\n- the figures of the second quarter\n- the "
+                                         "warehouse\n- who speaks to the landlord?");
+    auto& view = openDashboard();
+    click(view, "sidebar.scratchpad");
+    draw(view, "scratchpad");
+}
+
 TEST_F(Screenshots, OfTheSettings) {
     settings().set(keys::userEmail, "ann@example.com");
     recogniser().setAuthorization(platform::SpeechAuthorization::denied);
@@ -190,6 +240,41 @@ TEST_F(Screenshots, OfTheSettings) {
     scrollTo(view, "checkForUpdates");
     click(view, "checkForUpdates");
     draw(view, "settings-about");
+}
+
+TEST_F(Screenshots, OfTheShortcuts) {
+    settings().set(keys::refreshToken, "refresh");
+    auto bindings = hotkeys::HotkeyBindingStore::defaults();
+    bindings.at(hotkeys::HotkeyAction::handsFree).configs.push_back({96, 0, "F5"});
+    bindings.at(hotkeys::HotkeyAction::commandMode).configs = {{40, platform::modifier::mask, ""}};
+    hotkeys::HotkeyBindingStore::save(settings(), bindings);
+    rebuildState();
+    showLogin();
+    auto& view = openDashboard();
+    click(view, "sidebar.settings");
+    click(view, "changeHotkeys");
+    EXPECT_TRUE(eventuallyInQt(10, [&] {
+        settleViews();
+        return focused(view) == "edit";
+    }));
+    draw(view, "shortcuts");
+
+    auto* shortcuts = view.rootObject()->property("model").value<ui::DashboardModel*>()->shortcuts();
+    shortcuts->startRecording(QStringLiteral("cancel"), 0);
+    const auto isReady = [&] {
+        settleViews();
+        return focused(view) == "recorder";
+    };
+    EXPECT_TRUE(eventuallyInQt(10, isReady));
+    draw(view, "shortcuts-recording");
+    shortcuts->capture(hotkeys::HotkeyConfiguration::modifiersOnly, platform::modifier::option, {});
+    settleViews();
+    draw(view, "shortcuts-conflict");
+    shortcuts->cancelRecording();
+    settleViews();
+    item(view, "pill.1").forceActiveFocus(Qt::TabFocusReason);
+    press(view, Qt::Key_Menu);
+    draw(view, "shortcuts-menu");
 }
 
 TEST_F(Screenshots, OfTheSupportChat) {

@@ -1,0 +1,64 @@
+import QtQuick
+
+/// Asks for a new snippet.
+SVSheet {
+    id: sheet
+
+    signal saved(string trigger, string content, string category)
+
+    title: Texts.addSnippet
+    onAboutToShow: {
+        trigger.text = "";
+        content_.text = "";
+        category.text = "";
+    }
+    onOpened: trigger.focusField()
+
+    LabelledField {
+        id: trigger
+
+        name: "triggerField"
+        label: Texts.triggerPhrase
+        placeholder: Texts.triggerPlaceholder
+        note: Texts.triggerNote
+    }
+    LabelledEditor {
+        id: content_
+
+        name: "contentField"
+        label: Texts.content
+    }
+    LabelledField {
+        id: category
+
+        name: "categoryField"
+        label: Texts.categoryOptional
+        placeholder: Texts.categoryPlaceholder
+    }
+
+    footer: Item {
+        width: parent.width
+        height: 40
+
+        Row {
+            anchors.right: parent.right
+            spacing: Theme.inControl
+
+            PlainButton {
+                objectName: "cancel"
+                text: Texts.cancel
+                onClicked: sheet.close()
+            }
+            SVPrimaryButtonStyle {
+                objectName: "addSnippet"
+                text: Texts.addSnippet
+                // Nobody can say nothing, and nothing would be inserted.
+                enabled: trigger.text.trim() !== "" && content_.text !== ""
+                onClicked: {
+                    sheet.saved(trigger.text, content_.text, category.text);
+                    sheet.close();
+                }
+            }
+        }
+    }
+}

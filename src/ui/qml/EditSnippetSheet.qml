@@ -1,0 +1,64 @@
+import QtQuick
+
+/// Changes a snippet, as it is typed.
+SVSheet {
+    id: sheet
+
+    required property var model
+
+    title: Texts.editSnippet
+    onAboutToShow: {
+        trigger.text = model.trigger;
+        content_.text = model.content;
+        category.text = model.category;
+    }
+    onOpened: trigger.focusField()
+    // However it is closed, but by Done.
+    onClosed: model.cancelEditing()
+
+    LabelledField {
+        id: trigger
+
+        name: "triggerField"
+        label: Texts.triggerPhrase
+        onEdited: sheet.model.trigger = text
+    }
+    LabelledEditor {
+        id: content_
+
+        name: "contentField"
+        label: Texts.content
+        onEdited: sheet.model.content = text
+    }
+    LabelledField {
+        id: category
+
+        name: "categoryField"
+        label: Texts.categoryOptional
+        onEdited: sheet.model.category = text
+    }
+
+    footer: Item {
+        width: parent.width
+        height: 40
+
+        Row {
+            anchors.right: parent.right
+            spacing: Theme.inControl
+
+            PlainButton {
+                objectName: "cancel"
+                text: Texts.cancel
+                onClicked: sheet.close()
+            }
+            SVPrimaryButtonStyle {
+                objectName: "done"
+                text: Texts.done
+                onClicked: {
+                    sheet.model.finishEditing();
+                    sheet.close();
+                }
+            }
+        }
+    }
+}

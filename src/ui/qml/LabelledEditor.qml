@@ -1,0 +1,33 @@
+import QtQuick
+
+/// An editor under its name.
+Column {
+    id: labelled
+
+    property string label
+    property alias text: area.text
+    property alias placeholder: area.placeholder
+    property alias editorHeight: area.height
+    property string name
+
+    signal edited
+
+    width: parent ? parent.width : 0
+    spacing: 6
+
+    SVText {
+        width: parent.width
+        visible: text !== ""
+        text: labelled.label
+        font: Theme.rowTitle
+    }
+    SVTextArea {
+        id: area
+
+        editorName: labelled.name
+        width: parent.width
+        height: 120
+        label: labelled.label
+        onEdited: labelled.edited()
+    }
+}

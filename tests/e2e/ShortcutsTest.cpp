@@ -1,0 +1,119 @@
+#include "tests/e2e/FirstSteps.h"
+#include "tests/e2e/ScreenReader.h"
+#include "tests/e2e/Session.h"
+#include "tests/support/Files.h"
+
+#include <X11/keysym.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace sonvale::tests {
+
+namespace {
+
+/// A signed-in user with the recogniser of this machine.
+constexpr const char* signedIn = R"({"isOnboardingComplete": true, "transcriptionEngine": "local",
+                                     "com.sonvale.refreshToken": "refresh", "aiProcessingEnabled": false})";
+
+constexpr double patience = 20;
+const std::string subtitle = "Customize keyboard shortcuts for each action";
+const std::string started = "startDictation total: ";
+const std::string stopped = "stopDictation total: ";
+
+struct ShortcutsSession : Session {
+    ShortcutsSession()
+        : Session({.isAccessible = true,
+                   .prepare = [](PrivateDesktop& d) { RunningProgram::writeSettings(d, signedIn); }}) {
+        program.reopen();
+        DashboardOnScreen(desktop).activate();
+        reader.press("Settings", "push button");
+        reader.press("Change Hotkeys", "push button");
+        if (!reader.comesToSay(subtitle, patience))
+            throw std::runtime_error("the sheet did not open: " + reader.read());
+    }
+
+    void record(const std::string& label) {
+        reader.press("Edit the shortcut of " + label, "push button");
+        if (!reader.comesToSay("Press shortcut…", patience))
+            throw std::runtime_error("nothing is recorded: " + reader.read());
+    }
+    void save() {
+        reader.press("Save", "push button");
+        if (!reader.comesNotToSay(subtitle, patience))
+            throw std::runtime_error("the sheet stays: " + reader.read());
+    }
+    void closeDashboard() { DashboardOnScreen(desktop).close(); }
+
+    /// Whether holding the key begins a dictation; that is over when the key is up again.
+    static bool dictatesBy(const RunningProgram& running, TestKeyboard& hands, unsigned long key,
+                           double seconds) {
+        const auto starts = running.timings(started).size();
+        const auto stops = running.timings(stopped).size();
+        hands.down(key);
+        const bool hasBegun = running.waitForTimings(started, starts + 1, seconds);
+        hands.up(key);
+        if (hasBegun)
+            running.waitForTimings(stopped, stops + 1, 60);
+        return hasBegun;
+    }
+
+    nlohmann::json settings() const {
+        return nlohmann::json::parse(contentOf(desktop.configuration() / "com.sonvale.app/defaults.json"));
+    }
+
+    ScreenReader reader{desktop};
+};
+
+} // namespace
+
+TEST(Shortcuts, ARecordedOneCountsAtOnceAndAfterARestartAndTheFormerOneNoLonger) {
+    const auto& voice = voices().front();
+    ShortcutsSession session;
+    session.record("Push to Talk");
+    session.keyboard.tap(XK_F8);
+    ASSERT_TRUE(session.reader.comesToSay("F8", patience)) << session.reader.read();
+    session.save();
+    session.closeDashboard();
+
+    session.keyboard.down(XK_F8);
+    ASSERT_TRUE(session.program.waitForTimings(started, 1, 60)) << session.program.output();
+    session.speak(voice);
+    session.keyboard.up(XK_F8);
+    EXPECT_TRUE(session.editor.comesToHold(voice.sentence, 60)) << session.editor.savedText();
+    EXPECT_FALSE(ShortcutsSession::dictatesBy(session.program, session.keyboard, XK_Alt_L, 1));
+
+    EXPECT_EQ(session.program.quit(), 0);
+    RunningProgram again(session.desktop);
+    ASSERT_TRUE(again.waitUntilItListens());
+    pauseMilliseconds(1500);
+    EXPECT_TRUE(ShortcutsSession::dictatesBy(again, session.keyboard, XK_F8, 60)) << again.output();
+    EXPECT_FALSE(ShortcutsSession::dictatesBy(again, session.keyboard, XK_Alt_L, 1));
+    EXPECT_FALSE(session.keyboard.isAnyKeyDown());
+}
+
+TEST(Shortcuts, TakeALetterWithAModifierThatAloneIsAnotherActionsAlready) {
+    ShortcutsSession session;
+    session.record("Cancel");
+    session.keyboard.down(XK_Alt_L);
+    EXPECT_TRUE(session.reader.comesToSay("Already used by Push to Talk", patience)) << session.reader.read();
+    session.keyboard.tap(XK_k);
+    EXPECT_TRUE(session.reader.comesToSay("Option + K", patience)) << session.reader.read();
+    session.keyboard.up(XK_Alt_L);
+    // The listener goes on meanwhile: the held key has begun a dictation of nothing.
+    EXPECT_TRUE(session.program.waitForTimings(stopped, 1, 60)) << session.program.output();
+    session.save();
+    EXPECT_NE(session.settings().dump().find("Option + K"), std::string::npos) << session.settings();
+    EXPECT_EQ(session.editor.savedText(), "");
+}
+
+TEST(Shortcuts, EscapeReachesTheRecorderAlthoughTheListenerHearsIt) {
+    ShortcutsSession session;
+    session.record("Hands-Free Mode");
+    session.keyboard.tap(XK_Escape);
+    EXPECT_TRUE(session.reader.comesNotToSay("Press shortcut…", patience)) << session.reader.read();
+    EXPECT_NE(session.reader.read().find(subtitle), std::string::npos);
+    session.keyboard.tap(XK_Escape);
+    EXPECT_TRUE(session.reader.comesNotToSay(subtitle, patience)) << session.reader.read();
+}
+
+} // namespace sonvale::tests

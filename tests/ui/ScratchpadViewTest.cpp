@@ -1,0 +1,84 @@
+#include "persistence/SettingsKeys.h"
+#include "tests/ui/ViewFixture.h"
+
+#include <gtest/gtest.h>
+
+#include <QTest>
+
+namespace sonvale::ui {
+
+namespace {
+
+namespace keys = persistence::keys;
+
+class ScratchpadView : public tests::ViewFixture {
+protected:
+    ScratchpadView() {
+        settings().set(keys::refreshToken, "refresh");
+        rebuildState();
+        completeOnboardingAndStart();
+        settleViews();
+    }
+
+    QQuickView& openScratchpad() {
+        auto& view = openDashboard();
+        click(view, "sidebar.scratchpad");
+        return view;
+    }
+};
+
+} // namespace
+
+TEST_F(ScratchpadView, CountsWordsAndKeepsTheTextAMomentLater) {
+    auto& view = openScratchpad();
+    EXPECT_EQ(text(view, "words"), "0 words");
+    click(view, "scratchpad");
+    type(view, "three  small");
+    press(view, Qt::Key_Return);
+    type(view, "words");
+    EXPECT_EQ(text(view, "words"), "3 words");
+    change([&] { advance(0.3); });
+    EXPECT_EQ(settings().stored(keys::scratchpadText), "three  small\nwords");
+}
+
+TEST_F(ScratchpadView, KeepsTheTextWhenTheTabIsLeftAndWhenTheWindowCloses) {
+    auto& view = openScratchpad();
+    click(view, "scratchpad");
+    type(view, "one");
+    click(view, "sidebar.home");
+    EXPECT_EQ(settings().stored(keys::scratchpadText), "one");
+    click(view, "sidebar.scratchpad");
+    EXPECT_EQ(text(view, "scratchpad"), "one");
+    click(view, "scratchpad");
+    QTest::keyClick(&view, Qt::Key_End, Qt::ControlModifier);
+    type(view, " two");
+    closeDashboard();
+    EXPECT_EQ(settings().stored(keys::scratchpadText), "one two");
+}
+
+TEST_F(ScratchpadView, CopiesAndClears) {
+    settings().set(keys::scratchpadText, "a note");
+    auto& view = openScratchpad();
+    EXPECT_EQ(text(view, "scratchpad"), "a note");
+    click(view, "copyText");
+    EXPECT_EQ(pasteboard().text(), "a note");
+    click(view, "clear");
+    EXPECT_EQ(text(view, "scratchpad"), "");
+    EXPECT_EQ(text(view, "words"), "0 words");
+    change([&] { advance(0.3); });
+    EXPECT_EQ(settings().stored(keys::scratchpadText), "");
+    click(view, "clear");
+    EXPECT_EQ(text(view, "scratchpad"), "") << "nothing more to clear";
+}
+
+TEST_F(ScratchpadView, TakesAVeryLongText) {
+    std::string longText;
+    while (longText.size() < 200000)
+        longText += "a sentence of six words here. ";
+    settings().set(keys::scratchpadText, longText);
+    auto& view = openScratchpad();
+    EXPECT_EQ(text(view, "scratchpad").size(), longText.size());
+    EXPECT_EQ(outside(view), std::vector<std::string>{});
+}
+
+} // namespace sonvale::ui
