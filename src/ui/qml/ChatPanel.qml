@@ -52,7 +52,7 @@ FocusScope {
             objectName: "clear"
             anchors.right: parent.right
             anchors.verticalCenter: heading.verticalCenter
-            text: Texts.clear
+            text: Texts.clearConversation
             onClicked: {
                 panel.model.clear();
                 list.sticks = true;
