@@ -118,7 +118,7 @@ FocusScope {
             onMovementStarted: sticks = false
             onMovementEnded: sticks = isAtEnd
             // Where the end is, is known for sure only once it is near.
-            onIsAtEndChanged: if (isAtEnd)
+            onIsAtEndChanged: if (isAtEnd && !moving)
                 sticks = true
 
             ScrollBar.vertical: ScrollBar {
