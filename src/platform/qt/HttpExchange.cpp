@@ -120,7 +120,6 @@ void HttpExchange::send() {
     const auto method = QByteArray::fromStdString(request_.method);
     stage_ = url_.scheme() == QStringLiteral("https") ? TransferStage::securing : TransferStage::connecting;
     status_.reset();
-    bytesRead_ = 0;
     moved();
     if (!request_.body && (method == "GET" || method == "HEAD")) {
         watch(manager_.sendCustomRequest(request, method));
@@ -203,14 +202,6 @@ void HttpExchange::read(std::string& to, std::size_t most) {
     to.resize(held + more);
     const auto got = more == 0 ? 0 : reply_->read(to.data() + held, static_cast<qint64>(more));
     to.resize(held + static_cast<std::size_t>(std::max<qint64>(got, 0)));
-    bytesRead_ += std::max<qint64>(got, 0);
-}
-
-bool HttpExchange::isCutShort() const {
-    const bool hasBody = request_.method != "HEAD" && status_ != 204 && status_ != 304;
-    bool isNumber = false;
-    const auto length = reply_->rawHeader("Content-Length").toLongLong(&isNumber);
-    return hasBody && isNumber && bytesRead_ + reply_->bytesAvailable() < length;
 }
 
 void HttpExchange::replyFinished() {
@@ -222,9 +213,6 @@ void HttpExchange::replyFinished() {
     auto failure = codeOf(reply_->error(), stage_, certificates_);
     if (!failure && !status_)
         failure = Code::badServerResponse;
-    // Qt does not tell with a bound of what is read ahead.
-    if (!failure && !isFollowed() && isCutShort())
-        failure = Code::networkConnectionLost;
     if (failure)
         end(urlError(*failure));
     else if (isFollowed())

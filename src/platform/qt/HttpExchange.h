@@ -69,7 +69,6 @@ private:
     void replyFinished();
     void followRedirect();
     bool isFollowed() const;
-    bool isCutShort() const;
 
     QNetworkAccessManager& manager_;
     const QSslConfiguration ssl_;
@@ -84,7 +83,6 @@ private:
     QTimer inactivity_;
     QPointer<BodyDevice> bodyDevice_;
     std::optional<int> status_; ///< of the present reply; set with its head
-    qint64 bytesRead_ = 0;      ///< of the body of the present reply
     bool isEnded_ = false;
     std::unique_ptr<QNetworkReply, Deleter> reply_;
 };

@@ -52,7 +52,7 @@ FocusScope {
             objectName: "clear"
             anchors.right: parent.right
             anchors.verticalCenter: heading.verticalCenter
-            text: Texts.clear
+            text: Texts.clearConversation
             onClicked: {
                 panel.model.clear();
                 list.sticks = true;
@@ -118,7 +118,7 @@ FocusScope {
             onMovementStarted: sticks = false
             onMovementEnded: sticks = isAtEnd
             // Where the end is, is known for sure only once it is near.
-            onIsAtEndChanged: if (isAtEnd)
+            onIsAtEndChanged: if (isAtEnd && !moving)
                 sticks = true
 
             ScrollBar.vertical: ScrollBar {

@@ -170,6 +170,7 @@ QtObject {
     // The support chat.
     readonly property string support: qsTr("Son Vale Support")
     readonly property string supportSubtitle: qsTr("Troubleshooting and account help")
+    readonly property string clearConversation: qsTr("Clear")
     readonly property string describeIssue: qsTr("Describe your issue...")
     readonly property string send: qsTr("Send")
     readonly property string conversation: qsTr("Conversation")
