@@ -1,3 +1,5 @@
+#include "bench/ui/BenchApplication.h"
+
 #include "services/SupportChatViewModel.h"
 #include "tests/support/ChildProcess.h"
 #include "ui/SupportMessagesModel.h"
@@ -6,11 +8,9 @@
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
 
-#include <QApplication>
 #include <QQmlPropertyMap>
 #include <QQuickView>
 #include <algorithm>
-#include <cstdlib>
 
 namespace sonvale::tests {
 
@@ -28,11 +28,7 @@ std::string answer() {
 
 /// An answer that grows by so many bytes from one picture to the next, in the window of the help tab.
 void drawGrowingAnswer(benchmark::State& state) {
-    setenv("QT_QPA_PLATFORM", "offscreen", 1);
-    int argc = 1;
-    char name[] = "bench";
-    char* argv[] = {name, nullptr};
-    const QApplication application(argc, argv);
+    startApplication();
     ui::Views views;
     const auto whole = answer();
     const auto step = static_cast<std::size_t>(state.range(0));

@@ -8,8 +8,16 @@ namespace sonvale::ui {
 
 namespace {
 
-bool isAscii(char byte) {
-    return static_cast<unsigned char>(byte) < 0x80 && byte != '\r';
+/// Whether a code point below U+0300 begins with this byte, none of which joins with a neighbour but the
+/// carriage return (Unicode Standard Annex 29).
+bool isPlainLead(char byte) {
+    const auto value = static_cast<unsigned char>(byte);
+    return (value < 0x80 && byte != '\r') || (value >= 0xC2 && value <= 0xCB);
+}
+
+bool isPlainBehind(std::string_view text) {
+    const bool isOneByte = static_cast<unsigned char>(text.back()) < 0x80;
+    return isPlainLead(isOneByte || text.size() < 2 ? text.back() : text[text.size() - 2]);
 }
 
 std::ptrdiff_t codePoints(std::string_view text) {
@@ -17,9 +25,10 @@ std::ptrdiff_t codePoints(std::string_view text) {
                                  [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; });
 }
 
-/// Whether a character surely ends and begins here, since nothing of ASCII joins with its neighbour.
+/// Whether a character surely ends and another begins here.
 bool isPlainBorder(std::string_view text, std::size_t place) {
-    return place == 0 || place == text.size() || (isAscii(text[place - 1]) && isAscii(text[place]));
+    return place == 0 || place == text.size() ||
+           (isPlainBehind(text.substr(0, place)) && isPlainLead(text[place]));
 }
 
 } // namespace

@@ -69,9 +69,7 @@ QHash<int, QByteArray> SnippetsModel::roleNames() const {
 void SnippetsModel::setSearchText(const QString& text) {
     if (std::exchange(searchText_, text) == text)
         return;
-    beginResetModel();
     filter();
-    endResetModel();
     Q_EMIT searchTextChanged();
 }
 
@@ -173,21 +171,40 @@ void SnippetsModel::load() {
 
 void SnippetsModel::filter() {
     const SearchedText::Query query(searchText_.toStdString());
-    shown_.clear();
+    std::vector<std::size_t> found;
     for (std::size_t place = 0; place < all_.size(); ++place) {
         if (all_[place].matches(query))
-            shown_.push_back(place);
+            found.push_back(place);
     }
+    show(std::move(found));
+}
+
+/// The rows that are there get other snippets: making rows anew at every key would take most of its time.
+void SnippetsModel::show(std::vector<std::size_t> places) {
+    const int before = rowCount();
+    const int after = static_cast<int>(places.size());
+    if (after < before) {
+        beginRemoveRows({}, after, before - 1);
+        shown_ = std::move(places);
+        endRemoveRows();
+    } else if (after > before) {
+        beginInsertRows({}, before, after - 1);
+        shown_ = std::move(places);
+        endInsertRows();
+    } else {
+        shown_ = std::move(places);
+    }
+    if (const int kept = std::min(before, after); kept > 0)
+        Q_EMIT dataChanged(index(0), index(kept - 1));
 }
 
 void SnippetsModel::follow() {
     isFollowing_ = false;
-    beginResetModel();
     load();
     filter();
-    endResetModel();
     if (edited_) {
-        const auto found = std::ranges::find(all_, edited_->id, [](const Entry& one) { return one.record.id; });
+        const auto found =
+            std::ranges::find(all_, edited_->id, [](const Entry& one) { return one.record.id; });
         if (found != all_.end())
             edited_->usageCount = found->record.usageCount;
     }

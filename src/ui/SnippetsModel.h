@@ -74,6 +74,7 @@ private:
     const Entry* shownAt(int row) const;
     void load();
     void filter();
+    void show(std::vector<std::size_t> places);
     void follow();
     void update(const persistence::Snippet& record);
     void changeEdited(std::string persistence::Snippet::* field, const QString& text);

@@ -275,6 +275,8 @@ TEST_F(SnippetsView, FindsWhatTheRuleFinds) {
         {"İstanbul", {"i", "i\u0307", "STAN"}},
         {"one\r\ntwo", {"\n", "\r", "e\r\nt", "TWO"}},
         {"ﬁne", {"fi", "i", "NE"}},
+        {"Müller über Łódź", {"ü", "mü", "ÜB", "r ü", "ó", "ŁÓDŹ", "u", "l"}},
+        {"a\u0308b \u0600x", {"a", "ä", "b", "x", "\u0600"}},
         {"👩‍👩‍👧 family", {"👩", "👧", "FAM"}}};
     for (const auto& [words, searches] : rows) {
         const SearchedText searched(words);
