@@ -6,6 +6,8 @@
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QTest>
+#include <algorithm>
+#include <array>
 #include <stdexcept>
 
 namespace sonvale::tests {
@@ -60,7 +62,13 @@ void collectOutside(QQuickItem* from, QRectF room, std::vector<std::string>& nam
 void collectControls(QQuickItem* from, std::vector<QQuickItem*>& controls) {
     if (!from->isVisible() || !from->isEnabled())
         return;
-    if (from->inherits("QQuickAbstractButton") || from->inherits("QQuickTextField"))
+    const bool isControl = std::ranges::any_of(std::array{"QQuickAbstractButton", "QQuickTextField",
+                                                          "QQuickTextArea", "QQuickSlider", "QQuickComboBox"},
+                                               [from](const char* kind) { return from->inherits(kind); });
+    // What is only for the pointer has another way by the keyboard.
+    const auto policy = from->property("focusPolicy");
+    const bool takesKeyboard = policy.isValid() ? policy.toInt() != Qt::NoFocus : from->activeFocusOnTab();
+    if (isControl && takesKeyboard)
         controls.push_back(from);
     for (auto* child : from->childItems())
         collectControls(child, controls);
