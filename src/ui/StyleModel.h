@@ -20,8 +20,8 @@ class StyleModel final : public QObject {
     Q_PROPERTY(QString category READ category WRITE select NOTIFY styleChanged)
     Q_PROPERTY(int formality READ formality WRITE setFormality NOTIFY styleChanged)
     Q_PROPERTY(QString formalityText READ formalityText NOTIFY styleChanged)
-    Q_PROPERTY(QString customInstructions READ customInstructions WRITE setCustomInstructions NOTIFY
-                   styleChanged)
+    Q_PROPERTY(
+        QString customInstructions READ customInstructions WRITE setCustomInstructions NOTIFY styleChanged)
 
 public:
     /// Begins at the first kind. Everything that the environment refers to must outlive the model.

@@ -30,8 +30,9 @@ protected:
     platform::UrlRequest to(const std::string& path, std::string method = "GET") {
         return requestTo(environment_.url(path), std::move(method));
     }
-    void answer(const std::string& path, std::vector<std::string> pieces, Ending ending = Ending::isProper) {
-        environment_.answer(path, {.pieces = std::move(pieces), .ending = ending});
+    void answer(const std::string& path, const std::vector<std::string>& pieces,
+                Ending ending = Ending::isProper) {
+        environment_.answer(path, {.pieces = pieces, .ending = ending});
     }
     std::shared_ptr<platform::UrlLines> open(const std::string& path) {
         return tasks_.finish(session_->lines(to(path)));

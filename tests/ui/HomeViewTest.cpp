@@ -235,6 +235,16 @@ TEST_F(HomeView, ShowsALongDictationWholeWhenAsked) {
     EXPECT_EQ(height(), before);
 }
 
+TEST_F(HomeView, LeavesAShortDictationAsItIs) {
+    add("short", now());
+    auto& view = openDashboard();
+    for (int i = 0; i < 20 && focused(view) != "transcription.0"; ++i)
+        press(view, Qt::Key_Tab);
+    press(view, Qt::Key_Space);
+    EXPECT_FALSE(reads(view, "Show less"));
+    EXPECT_FALSE(reads(view, "Show all"));
+}
+
 TEST_F(HomeView, ShowsTextAsItIsWithoutMarkup) {
     add("<b>bold</b> <img src='http://127.0.0.1/x'>", now());
     EXPECT_TRUE(reads(openDashboard(), "<b>bold</b> <img src='http://127.0.0.1/x'>"));

@@ -247,7 +247,7 @@ void HttpExchange::followRedirect() {
     send();
 }
 
-void HttpExchange::end(std::optional<UrlError> error) {
+void HttpExchange::end(const std::optional<UrlError>& error) {
     if (isEnded_)
         return;
     isEnded_ = true;

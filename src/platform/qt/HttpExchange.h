@@ -41,7 +41,7 @@ protected:
     void read(std::string& to, std::size_t most);
 
     /// Ends the exchange, as if this had happened to it.
-    void end(std::optional<UrlError> error);
+    void end(const std::optional<UrlError>& error);
     bool isEnded() const { return isEnded_; }
 
     /// Bounds what is read of the answer ahead of `read`.

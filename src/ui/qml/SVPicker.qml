@@ -75,7 +75,7 @@ ComboBox {
     popup: Popup {
         y: picker.height + 4
         width: picker.width
-        height: Math.min(contentItem.implicitHeight + 12, 300)
+        height: Math.min(contentItem.implicitHeight + 12, 380)
         padding: 6
 
         background: Rectangle {

@@ -23,7 +23,8 @@ Item {
     Accessible.onPressAction: row.copyWanted()
     Keys.onReturnPressed: row.copyWanted()
     Keys.onEnterPressed: row.copyWanted()
-    Keys.onSpacePressed: row.expansionWanted(!row.isExpanded)
+    Keys.onSpacePressed: if (words.truncated || row.isExpanded)
+        row.expansionWanted(!row.isExpanded)
     Keys.onPressed: event => {
         if (event.matches(StandardKey.Copy)) {
             row.copyWanted();

@@ -1,0 +1,31 @@
+#include "platform/linux/FeedUpdater.h"
+#include "tests/fuzz/Quiet.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+
+/// The input as the answer of a feed of versions, and as two versions that stand apart by a blank.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    using namespace sonvale::platform;
+    const std::string_view input(reinterpret_cast<const char*>(data), size);
+
+    const auto outcome = linux::readUpdateFeed(input, "1.2.3");
+    if (const auto* newer = std::get_if<NewerVersion>(&outcome)) {
+        if (!newer->page.starts_with("http") && !newer->page.starts_with("HTTP") && newer->page.find(':') > 5)
+            std::abort();
+        if (linux::compareVersions(newer->version, "1.2.3").value_or(0) <= 0)
+            std::abort();
+    }
+
+    const auto blank = input.find(' ');
+    if (blank == std::string_view::npos)
+        return 0;
+    const auto one = input.substr(0, blank);
+    const auto other = input.substr(blank + 1);
+    const auto there = linux::compareVersions(one, other);
+    const auto back = linux::compareVersions(other, one);
+    if (there.has_value() != back.has_value() || (there && *there != -*back))
+        std::abort();
+    return 0;
+}
