@@ -15,7 +15,6 @@ namespace {
 namespace keys = persistence::keys;
 namespace modifier = platform::modifier;
 using hotkeys::HotkeyAction;
-using hotkeys::HotkeyBinding;
 using hotkeys::HotkeyBindings;
 using hotkeys::HotkeyBindingStore;
 using hotkeys::HotkeyConfiguration;

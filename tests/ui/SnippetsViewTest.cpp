@@ -63,12 +63,10 @@ TEST_F(SnippetsView, InvitesToTheFirstSnippet) {
     auto& view = openSnippets();
     for (const auto* words :
          {"Snippets", "Say a trigger phrase and Son Vale will insert the full snippet text.", "Add new",
-          "No snippets yet",
-          "Create voice shortcuts for frequently used text.\nSay the trigger phrase and the full text will "
-          "be "
-          "inserted.",
-          "Create your first snippet"})
+          "No snippets yet", "Create your first snippet"})
         EXPECT_TRUE(reads(view, words)) << words;
+    EXPECT_TRUE(reads(view, "Create voice shortcuts for frequently used text.\n"
+                            "Say the trigger phrase and the full text will be inserted."));
     EXPECT_EQ(item(view, "search").property("placeholderText"), QStringLiteral("Search snippets"));
     click(view, "createFirst");
     EXPECT_EQ(text(view, "sheetTitle"), "Add Snippet");
