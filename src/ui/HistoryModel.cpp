@@ -183,7 +183,8 @@ QString HistoryModel::sectionOf(base::Date timestamp) const {
     if (sectionDay_.holds(timestamp))
         return section_;
     sectionDay_ = base::dayOf(timestamp).value_or(base::CalendarDay{});
-    section_ = textOf(daySection(sectionDay_, today_).value_or(dateText_.mediumDate(timestamp)));
+    const auto name = daySection(sectionDay_, today_);
+    section_ = name ? translated(*name) : textOf(dateText_.mediumDate(timestamp));
     return section_;
 }
 

@@ -42,8 +42,8 @@ QVariantList HotkeySheetModel::actions() {
     QVariantList result;
     for (const auto action : hotkeys::allHotkeyActions)
         result.append(QVariantMap{{QStringLiteral("action"), textOf(hotkeys::rawValue(action))},
-                                  {QStringLiteral("label"), textOf(hotkeys::label(action))},
-                                  {QStringLiteral("subtitle"), textOf(hotkeys::subtitle(action))}});
+                                  {QStringLiteral("label"), translated(hotkeys::label(action))},
+                                  {QStringLiteral("subtitle"), translated(hotkeys::subtitle(action))}});
     return result;
 }
 
@@ -90,7 +90,8 @@ void HotkeySheetModel::capture(qlonglong keyCode, qulonglong modifiers, const QS
         return;
     const auto action = *recordingAction_;
     if (const auto other = HotkeyBindingStore::conflictingAction(keyCode, modifiers, action, store_)) {
-        conflictWarning_ = "Already used by " + std::string(hotkeys::label(*other));
+        conflictWarning_ =
+            (translated("Already used by ") + translated(hotkeys::label(*other))).toStdString();
         Q_EMIT recordingChanged();
         return;
     }

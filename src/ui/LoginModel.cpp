@@ -30,7 +30,7 @@ void LoginModel::submit() {
                            .confirmPassword = confirmPassword_.toStdString(),
                            .isSignUp = isSignUp_};
     if (const auto problem = loginCheck(input)) {
-        setLocalError(textOf(*problem));
+        setLocalError(translated(*problem));
         return;
     }
     runtime::spawn(main_,
@@ -47,7 +47,7 @@ runtime::Task<> LoginModel::authenticate(std::weak_ptr<LoginModel*> weakSelf,
         else
             co_await authService->signIn(std::move(email), std::move(password));
     } catch (const services::AuthError& error) {
-        failure = textOf(error.what());
+        failure = translated(error.what());
     }
     // Once signed in, the view has gone.
     if (const auto self = weakSelf.lock())

@@ -29,7 +29,7 @@ QString MenuModel::state() const {
 }
 
 QString MenuModel::statusText() const {
-    return textOf(menuStatus(appState_->recordingState.get()));
+    return translated(menuStatus(appState_->recordingState.get()));
 }
 
 QString MenuModel::lastTranscription() const {
@@ -37,7 +37,7 @@ QString MenuModel::lastTranscription() const {
 }
 
 QString MenuModel::errorMessage() const {
-    return textOf(appState_->errorMessage->value_or(""));
+    return translated(appState_->errorMessage->value_or(""));
 }
 
 QString MenuModel::language() const {
@@ -45,14 +45,14 @@ QString MenuModel::language() const {
 }
 
 QString MenuModel::languageName() const {
-    return textOf(ui::languageName(settings_.bound(keys::language)));
+    return translated(ui::languageName(settings_.bound(keys::language)));
 }
 
 QVariantList MenuModel::languages() {
     QVariantList result;
     for (const auto& each : ui::languages())
         result.append(QVariantMap{{QStringLiteral("code"), textOf(each.code)},
-                                  {QStringLiteral("label"), textOf(each.label)}});
+                                  {QStringLiteral("label"), translated(each.label)}});
     return result;
 }
 

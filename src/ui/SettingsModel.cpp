@@ -128,7 +128,7 @@ void SettingsModel::selectEngine(const QString& rawValue) {
 QVariantList SettingsModel::languages() {
     QVariantList labels;
     for (const auto& each : ui::languages())
-        labels.append(textOf(each.label));
+        labels.append(translated(each.label));
     return labels;
 }
 
@@ -189,7 +189,7 @@ void SettingsModel::take(const platform::UpdateOutcome& outcome) {
         newer->isPageOpened ? setUpdate(QStringLiteral("newer"), textOf(newer->version))
                             : setUpdate(QStringLiteral("newerAt"), textOf(newer->page));
     else if (const auto* failed = std::get_if<platform::UpdateCheckFailed>(&outcome))
-        setUpdate(QStringLiteral("failed"), textOf(failed->description));
+        setUpdate(QStringLiteral("failed"), translated(failed->description));
     else
         setUpdate(QStringLiteral("upToDate"));
 }

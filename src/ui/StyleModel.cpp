@@ -53,7 +53,7 @@ void StyleModel::setFormality(int formality) {
 }
 
 QString StyleModel::formalityText() const {
-    return textOf(ui::formalityText(style_.formality));
+    return translated(ui::formalityText(style_.formality));
 }
 
 QString StyleModel::customInstructions() const {

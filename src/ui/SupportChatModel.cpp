@@ -49,7 +49,7 @@ void SupportChatModel::setInputText(const QString& text) {
 }
 
 QString SupportChatModel::errorMessage() const {
-    return textOf(chat_->errorMessage.get().value_or(""));
+    return translated(chat_->errorMessage.get().value_or(""));
 }
 
 void SupportChatModel::updateCanSend() {

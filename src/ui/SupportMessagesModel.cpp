@@ -1,5 +1,6 @@
 #include "ui/SupportMessagesModel.h"
 
+#include "services/SupportMessages.h"
 #include "ui/MessageBlocks.h"
 #include "ui/Texts.h"
 
@@ -71,6 +72,12 @@ std::vector<SupportMessagesModel::Row> SupportMessagesModel::newRows(std::size_t
     std::vector<Row> rows;
     std::string_view rest(now.content);
     rest.remove_prefix(shown.lastBegin);
+    if (now.content == services::supportGreeting)
+        return {{.message = static_cast<int>(message),
+                 .isUser = false,
+                 .isFirst = true,
+                 .isLast = true,
+                 .text = translated(now.content)}};
     for (;;) {
         const auto cut = firstBlockCut(rest);
         rows.push_back({.message = static_cast<int>(message),

@@ -19,7 +19,7 @@ constexpr int widestLine = 420;
 /// One line, shortened at its end, in which "&" does not mark a shortcut.
 QString lineFor(const std::string& message, const QFont& font) {
     const QString line =
-        QFontMetrics(font).elidedText(textOf(message).simplified(), Qt::ElideRight, widestLine);
+        QFontMetrics(font).elidedText(translated(message).simplified(), Qt::ElideRight, widestLine);
     return QString(line).replace(QLatin1Char('&'), QLatin1String("&&"));
 }
 
@@ -27,16 +27,16 @@ QString lineFor(const std::string& message, const QFont& font) {
 
 TrayIcon::TrayIcon(const runtime::Actor& mainActor, runtime::Clock& clock, Actions actions)
     : actions_(std::move(actions)) {
-    status_ = menu_.addAction(textOf(menuStatus(state_)));
+    status_ = menu_.addAction(translated(menuStatus(state_)));
     status_->setEnabled(false);
     error_ = menu_.addAction(QString());
     error_->setEnabled(false);
     error_->setVisible(false);
     menu_.addSeparator();
-    const auto* dashboard = menu_.addAction(QStringLiteral("Dashboard"));
+    const auto* dashboard = menu_.addAction(translated("Dashboard"));
     QObject::connect(dashboard, &QAction::triggered, &menu_, [this] { actions_.openDashboard(); });
     menu_.addSeparator();
-    const auto* quit = menu_.addAction(QStringLiteral("Quit Son Vale"));
+    const auto* quit = menu_.addAction(translated("Quit Son Vale"));
     QObject::connect(quit, &QAction::triggered, &menu_, [this] { actions_.quit(); });
 
     const auto onNoneYet = [this] {
@@ -64,14 +64,14 @@ void TrayIcon::setState(platform::RecordingState state) {
     if (state == state_)
         return;
     state_ = state;
-    status_->setText(textOf(menuStatus(state)));
+    status_->setText(translated(menuStatus(state)));
     if (icon_)
         icon_->setIcon(trayIconSymbol(state));
 }
 
 void TrayIcon::setErrorMessage(std::optional<std::string> message) {
     error_->setText(message ? lineFor(*message, menu_.font()) : QString());
-    error_->setToolTip(message ? textOf(*message) : QString());
+    error_->setToolTip(message ? translated(*message) : QString());
     error_->setVisible(message.has_value());
 }
 
