@@ -1,8 +1,13 @@
-#include "tests/e2e/FirstSteps.h"
-#include "tests/e2e/ScreenReader.h"
-#include "tests/e2e/Session.h"
+#include "persistence/ModelContainer.h"
+#include "tests/e2e/DashboardUser.h"
+#include "tests/support/SelectionRequestor.h"
+#include "tests/support/XcbSession.h"
 
+#include <X11/keysym.h>
+#include <fmt/format.h>
 #include <gtest/gtest.h>
+
+#include <chrono>
 
 namespace sonvale::tests {
 
@@ -20,6 +25,30 @@ struct DashboardSession : Session {
     ScreenReader reader{desktop};
 };
 
+constexpr double patience = 20;
+
+/// A long history, all of it of the day before today.
+void fillHistory(PrivateDesktop& desktop, int count) {
+    const auto store = persistence::ModelContainer::open(desktop.data());
+    const auto yesterday = base::daysBefore(std::chrono::system_clock::now(), 1).value();
+    for (int i = 1; i <= count; ++i)
+        store->mainContext().insert(
+            persistence::Transcription{.rawText = "raw",
+                                       .processedText = fmt::format("former words {}", i),
+                                       .timestamp = yesterday - std::chrono::milliseconds(count - i),
+                                       .wordCount = 1});
+    store->mainContext().save();
+}
+
+/// What the clipboard gives somebody who pastes.
+std::string clipboardOf(const Session& session) {
+    SelectionRequestor requestor(session.desktop.display());
+    const auto answer = requestor.convert("UTF8_STRING", 1);
+    if (!answer)
+        return {};
+    return {reinterpret_cast<const char*>(answer->data.data()), answer->data.size()};
+}
+
 } // namespace
 
 TEST(Dashboard, OpensForWhoStartsTheProgramAgainAndShowsEachTab) {
@@ -31,6 +60,47 @@ TEST(Dashboard, OpensForWhoStartsTheProgramAgainAndShowsEachTab) {
         EXPECT_TRUE(session.reader.comesToSay("push button\t" + std::string(tab) + "\ton", 10))
             << session.reader.read();
     }
+}
+
+TEST(Dashboard, ShowsADictationIntoAnotherProgramWithoutBeingAsked) {
+    DashboardUser user({.transcripts = {"three fresh words"}});
+    ASSERT_TRUE(user.reader.comesToSay("No transcriptions yet", patience)) << user.reader.read();
+    user.dictate();
+    EXPECT_TRUE(user.session.editor.comesToHold("three fresh words", patience));
+    EXPECT_TRUE(user.reader.comesToSay(" three fresh words\t", patience)) << user.reader.read();
+    const auto seen = user.reader.read();
+    for (const auto* expected : {"\t1 days\t", "\t3 words\t", "\tToday\t"})
+        EXPECT_NE(seen.find(expected), std::string::npos) << expected << " in\n" << seen;
+    EXPECT_EQ(seen.find("No transcriptions yet"), std::string::npos);
+
+    // The new row is the first that Tab comes to after the card above it.
+    user.dashboard.activate();
+    user.reader.focus("Start now", "push button");
+    user.session.keyboard.tap(XK_Tab);
+    user.session.keyboard.tap(XK_Return);
+    EXPECT_TRUE(eventually(patience, [&] { return clipboardOf(user.session) == "three fresh words"; }));
+    EXPECT_TRUE(user.reader.comesToSay("Copied", patience)) << user.reader.read();
+}
+
+TEST(Dashboard, OpensWithALongHistoryAndPutsANewDictationOnTop) {
+    constexpr int count = 3000;
+    DashboardUser user({.transcripts = {"three fresh words"},
+                        .prepare = [](PrivateDesktop& desktop) { fillHistory(desktop, count); }});
+    ASSERT_TRUE(user.reader.comesToSay(fmt::format("former words {}\t", count), patience))
+        << user.reader.read();
+    EXPECT_TRUE(user.reader.comesToSay("\t3.0K words\t", patience));
+    EXPECT_EQ(user.reader.read().find("former words 1\t"), std::string::npos)
+        << "no more rows are made than are seen";
+    user.dictate();
+    EXPECT_TRUE(user.reader.comesToSay(" three fresh words\t", patience)) << user.reader.read();
+    EXPECT_TRUE(user.reader.comesToSay("\t2 days\t", patience)) << user.reader.read();
+
+    // Tab comes to the row that was the first; there is only one above it.
+    user.dashboard.activate();
+    user.reader.focus("Start now", "push button");
+    for (const auto key : {XK_Tab, XK_Up, XK_Up, XK_Return})
+        user.session.keyboard.tap(key);
+    EXPECT_TRUE(eventually(patience, [&] { return clipboardOf(user.session) == "three fresh words"; }));
 }
 
 } // namespace sonvale::tests

@@ -39,14 +39,19 @@ fs::path installWith(const PrivateDesktop& desktop, const std::map<std::string, 
 
 RunningProgram::RunningProgram(PrivateDesktop& desktop, const Options& options)
     : desktop_(desktop)
+    , options_(options)
     , log_(desktop.folder() / "sonvale.log") {
     if (!fs::exists(desktop.configuration() / "com.sonvale.app"))
         writeSettings(desktop, R"({"isOnboardingComplete": true})");
     executable_ = options.info.empty() ? fs::path(SONVALE_PROGRAM) : installWith(desktop, options.info);
+    launch();
+}
+
+void RunningProgram::launch() {
     fs::remove(log_); // of a former run in this desktop
-    auto command = options.launcher;
+    auto command = options_.launcher;
     command.push_back(executable_.string());
-    process_.emplace(desktop.start(std::move(command), log_.string(), options.environment));
+    process_.emplace(desktop_.start(std::move(command), log_.string(), options_.environment));
 }
 
 fs::path RunningProgram::writeSettings(const PrivateDesktop& desktop, const std::string& content) {
@@ -70,6 +75,19 @@ void RunningProgram::reopen() const {
 std::optional<int> RunningProgram::quit(double seconds) {
     process_->signal(SIGTERM);
     return process_->wait(seconds);
+}
+
+void RunningProgram::kill() {
+    constexpr double patience = 20;
+    process_->signal(SIGKILL);
+    if (!process_->wait(patience))
+        throw std::runtime_error("a killed program did not end");
+}
+
+void RunningProgram::startAgain() {
+    launch();
+    if (!waitUntilItListens())
+        throw std::runtime_error("the program does not hear keys:\n" + output());
 }
 
 std::string RunningProgram::output() const {

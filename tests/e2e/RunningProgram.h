@@ -49,6 +49,10 @@ public:
 
     /// Asks it to end, as the end of a session does; its exit status, absent when it does not end.
     std::optional<int> quit(double seconds = 20);
+    /// Ends it as a crash does, without a chance to tidy up.
+    void kill();
+    /// Starts it once more after it has ended; what it wrote before is forgotten.
+    void startAgain();
 
     /// Everything that it wrote to its two output streams so far.
     std::string output() const;
@@ -70,7 +74,10 @@ public:
     std::filesystem::path storeFile() const { return desktop_.data() / "Sonvale" / "Sonvale.store"; }
 
 private:
+    void launch();
+
     PrivateDesktop& desktop_;
+    const Options options_;
     std::filesystem::path log_;
     std::filesystem::path executable_;
     std::optional<ChildProcess> process_;

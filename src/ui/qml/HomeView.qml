@@ -80,12 +80,16 @@ FocusScope {
                         width: parent.width
                         horizontalAlignment: Text.AlignHCenter
                         text: Texts.noTranscriptions
+                        Accessible.role: Accessible.StaticText
+                        Accessible.name: text
                         font: Theme.section
                     }
                     SVText {
                         width: parent.width
                         horizontalAlignment: Text.AlignHCenter
                         text: Texts.pressToStart
+                        Accessible.role: Accessible.StaticText
+                        Accessible.name: text
                         color: Theme.secondaryText
                     }
                 }

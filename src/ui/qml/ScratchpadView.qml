@@ -37,6 +37,8 @@ FocusScope {
                 verticalAlignment: Text.AlignVCenter
                 rightPadding: Theme.inControl
                 text: Texts.scratchpadWords.arg(view.model.words)
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
                 font: Theme.caption
                 color: Theme.secondaryText
             }

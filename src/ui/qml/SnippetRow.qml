@@ -88,6 +88,8 @@ SVCard {
                     height: 20
                     verticalAlignment: Text.AlignVCenter
                     text: row.usageCount === 0 ? Texts.notUsedYet : row.usageCount === 1 ? Texts.usedOnce : Texts.usedTimes.arg(row.usageCount)
+                    Accessible.role: Accessible.StaticText
+                    Accessible.name: text
                     font: Theme.caption
                     color: Theme.secondaryText
                 }

@@ -83,6 +83,8 @@ FocusScope {
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
             text: Texts.noSnippets
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
             font: Theme.section
         }
         SVText {
@@ -90,6 +92,8 @@ FocusScope {
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
             text: Texts.noSnippetsBody
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
             color: Theme.secondaryText
             bottomPadding: Theme.inControl
         }

@@ -1,0 +1,72 @@
+#include "tests/e2e/DashboardUser.h"
+#include "tests/support/ServiceAnswers.h"
+
+#include <X11/keysym.h>
+#include <gtest/gtest.h>
+
+namespace sonvale::tests {
+
+namespace {
+
+constexpr double patience = 20;
+
+} // namespace
+
+TEST(Content, OfASnippetIsInsertedAndAFormalStyleAskedForOnceTheyAreMade) {
+    DashboardUser user({.settings = {{"aiProcessingEnabled", true}},
+                        .transcripts = {"Please put in my address.", "um one apple"}});
+    user.server.answer(chatPath, chatCompletion("One apple."));
+    auto& keyboard = user.session.keyboard;
+
+    user.show("Snippets");
+    user.reader.press("Create your first snippet", "push button");
+    user.reader.focus("Trigger phrase", "text");
+    keyboard.type("my address");
+    keyboard.tap(XK_Tab);
+    keyboard.type("1 Main Street");
+    user.reader.press("Add Snippet", "push button");
+    ASSERT_TRUE(user.reader.comesToSay("Not used yet", patience)) << user.reader.read();
+
+    ASSERT_TRUE(user.session.editor.focus());
+    user.session.holdToTalk();
+    pauseMilliseconds(400);
+    keyboard.up(XK_Alt_L); // an inserted snippet is told nobody, so there is no end to wait for
+    EXPECT_TRUE(user.session.editor.comesToHold("1 Main Street", patience)) << user.session.program.output();
+    EXPECT_TRUE(user.server.requests(chatPath).empty());
+    EXPECT_TRUE(user.reader.comesToSay("Used once", patience)) << user.reader.read();
+
+    user.dashboard.activate();
+    user.show("Style");
+    user.reader.press("Other", "push button");
+    user.reader.focus("Formality", "slider");
+    for (int i = 0; i < 4; ++i)
+        keyboard.tap(XK_Right);
+    ASSERT_TRUE(user.reader.comesToSay("Formal — no contractions", patience)) << user.reader.read();
+    user.dictate();
+    EXPECT_TRUE(user.session.editor.comesToHold("1 Main StreetOne apple.", patience))
+        << user.session.program.output();
+    const auto asked = user.server.requests(chatPath);
+    ASSERT_EQ(asked.size(), 1U);
+    EXPECT_NE(systemPromptOf(asked[0]).find("Formal — no contractions"), std::string::npos)
+        << systemPromptOf(asked[0]);
+}
+
+TEST(Content, OfTheScratchpadSurvivesAKill) {
+    DashboardUser user({.settings = {{"transcriptionEngine", "local"}}});
+    user.show("Scratchpad");
+    user.reader.focus("Scratchpad", "text");
+    user.session.keyboard.type("do not forget the milk");
+    ASSERT_TRUE(user.reader.comesToSay("5 words", patience)) << user.reader.read();
+    // As long as it may take until what was typed is kept.
+    pauseMilliseconds(1000);
+
+    user.session.program.kill();
+    user.session.program.startAgain();
+    user.openDashboard();
+    user.show("Scratchpad");
+    EXPECT_TRUE(eventually(patience, [&] {
+        return user.reader.text("Scratchpad", "text") == "do not forget the milk";
+    })) << user.reader.read();
+}
+
+} // namespace sonvale::tests
