@@ -1,6 +1,5 @@
 #include "bench/ui/BenchApplication.h"
 
-#include "persistence/SettingsKeys.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/HistoryModel.h"
 #include "ui/SnippetsModel.h"
@@ -20,12 +19,7 @@ using namespace std::chrono_literals;
 /// A signed-in user at the dashboard, in a window without a screen.
 class Dashboard : public ViewFixture {
 public:
-    Dashboard() {
-        settings().set(persistence::keys::refreshToken, "refresh");
-        rebuildState();
-        completeOnboardingAndStart();
-        settleViews();
-    }
+    Dashboard() { startSignedIn(); }
 
     persistence::ModelContext& store() { return *state().modelContext; }
     QQuickView& open() { return openDashboard(); }

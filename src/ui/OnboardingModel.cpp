@@ -10,15 +10,10 @@ namespace sonvale::ui {
 namespace keys = persistence::keys;
 
 OnboardingModel::OnboardingModel(std::shared_ptr<core::AppState> appState, persistence::Settings& settings)
-    : appState_(std::move(appState))
+    : GrantsModel(std::move(appState))
     , settings_(settings)
     , step_(onboardingStepAtStart(settings.stored(keys::onboardingStep))) {
-    const auto changed = [this](bool) { Q_EMIT grantsChanged(); };
-    auto& permissions = *appState_->permissionsManager;
-    for (auto* flag : {&permissions.microphoneGranted, &permissions.accessibilityGranted,
-                       &permissions.inputMonitoringGranted, &permissions.speechRecognitionGranted})
-        subscriptions_.push_back(flag->subscribe(changed));
-    if (!appState_->isOnboardingComplete.get())
+    if (!this->appState().isOnboardingComplete.get())
         check();
 }
 
@@ -42,7 +37,7 @@ void OnboardingModel::goBack() {
 void OnboardingModel::goOn() {
     if (isLast()) {
         base::systemLog("[Onboarding] GET STARTED clicked — calling completeOnboarding()");
-        appState_->completeOnboarding();
+        appState().completeOnboarding();
         return;
     }
     const auto next = static_cast<OnboardingStep>(step() + 1);
@@ -65,20 +60,19 @@ void OnboardingModel::moveTo(OnboardingStep step) {
 }
 
 void OnboardingModel::ask() {
-    auto& permissions = *appState_->permissionsManager;
     switch (step_) {
     case OnboardingStep::microphone:
-        permissions.requestMicrophoneWithPolling();
+        permissions().requestMicrophoneWithPolling();
         break;
     case OnboardingStep::speechRecognition:
-        permissions.requestSpeechRecognitionWithPolling();
+        permissions().requestSpeechRecognitionWithPolling();
         break;
     case OnboardingStep::accessibility:
-        permissions.requestAccessibilityPrompt();
-        permissions.pollAccessibility();
+        permissions().requestAccessibilityPrompt();
+        permissions().pollAccessibility();
         break;
     case OnboardingStep::inputMonitoring:
-        permissions.openInputMonitoringAndPoll();
+        permissions().openInputMonitoringAndPoll();
         break;
     default:
         break;
@@ -86,22 +80,21 @@ void OnboardingModel::ask() {
 }
 
 void OnboardingModel::check() {
-    auto& permissions = *appState_->permissionsManager;
     switch (step_) {
     case OnboardingStep::microphone:
-        permissions.checkMicrophone();
+        permissions().checkMicrophone();
         break;
     case OnboardingStep::speechRecognition:
-        permissions.checkSpeechRecognition();
+        permissions().checkSpeechRecognition();
         break;
     case OnboardingStep::accessibility:
-        permissions.checkAccessibility();
+        permissions().checkAccessibility();
         break;
     case OnboardingStep::inputMonitoring:
-        permissions.checkInputMonitoring();
+        permissions().checkInputMonitoring();
         break;
     case OnboardingStep::ready:
-        permissions.refresh();
+        permissions().refresh();
         break;
     default:
         break;

@@ -1,19 +1,14 @@
 #pragma once
 
-#include "base/Observed.h"
-#include "core/AppState.h"
 #include "persistence/Settings.h"
+#include "ui/GrantsModel.h"
 #include "ui/OnboardingStep.h"
-
-#include <QObject>
-#include <memory>
-#include <vector>
 
 namespace sonvale::ui {
 
 /// Leads a new user through the four grants and the tour. The step is stored at every change, because giving
 /// a grant can make the user start the program again. Main actor.
-class OnboardingModel final : public QObject {
+class OnboardingModel final : public GrantsModel {
     Q_OBJECT
     Q_PROPERTY(int step READ step NOTIFY stepChanged)
     Q_PROPERTY(QString stepName READ stepName NOTIFY stepChanged)
@@ -21,10 +16,6 @@ class OnboardingModel final : public QObject {
     Q_PROPERTY(bool canSkip READ canSkip NOTIFY stepChanged)
     Q_PROPERTY(bool isLast READ isLast NOTIFY stepChanged)
     Q_PROPERTY(QString shortcutLabel READ shortcutLabel CONSTANT)
-    Q_PROPERTY(bool microphoneGranted READ microphoneGranted NOTIFY grantsChanged)
-    Q_PROPERTY(bool accessibilityGranted READ accessibilityGranted NOTIFY grantsChanged)
-    Q_PROPERTY(bool inputMonitoringGranted READ inputMonitoringGranted NOTIFY grantsChanged)
-    Q_PROPERTY(bool speechRecognitionGranted READ speechRecognitionGranted NOTIFY grantsChanged)
 
 public:
     /// Begins at the stored step. `settings` must outlive the model.
@@ -38,15 +29,6 @@ public:
     /// What starts a dictation, as it is written.
     QString shortcutLabel() const;
 
-    bool microphoneGranted() const { return appState_->permissionsManager->microphoneGranted.get(); }
-    bool accessibilityGranted() const { return appState_->permissionsManager->accessibilityGranted.get(); }
-    bool inputMonitoringGranted() const {
-        return appState_->permissionsManager->inputMonitoringGranted.get();
-    }
-    bool speechRecognitionGranted() const {
-        return appState_->permissionsManager->speechRecognitionGranted.get();
-    }
-
     /// Nothing on the first step.
     Q_INVOKABLE void goBack();
     /// To the next step; on the last one onboarding ends.
@@ -59,15 +41,12 @@ public:
     Q_INVOKABLE void check();
 
     Q_SIGNAL void stepChanged();
-    Q_SIGNAL void grantsChanged();
 
 private:
     void moveTo(OnboardingStep step);
 
-    std::shared_ptr<core::AppState> appState_;
     persistence::Settings& settings_;
     OnboardingStep step_;
-    std::vector<base::Subscription> subscriptions_;
 };
 
 } // namespace sonvale::ui

@@ -13,14 +13,9 @@ namespace sonvale::ui {
 namespace keys = persistence::keys;
 
 SettingsModel::SettingsModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState)
-    : environment_(environment)
-    , appState_(std::move(appState)) {
+    : GrantsModel(std::move(appState))
+    , environment_(environment) {
     takeOverLoginItem();
-    const auto granted = [this](bool) { Q_EMIT grantsChanged(); };
-    auto& permissions = *appState_->permissionsManager;
-    for (auto* flag : {&permissions.microphoneGranted, &permissions.accessibilityGranted,
-                       &permissions.inputMonitoringGranted, &permissions.speechRecognitionGranted})
-        subscriptions_.push_back(flag->subscribe(granted));
 }
 
 SettingsModel::~SettingsModel() {
@@ -110,7 +105,7 @@ void SettingsModel::setLocalOnlyMode(bool isOn) {
     if (isOn == localOnlyMode())
         return;
     environment_.settings.set(keys::localOnlyMode, isOn);
-    appState_->setLocalOnlyMode(isOn);
+    appState().setLocalOnlyMode(isOn);
     Q_EMIT changed();
 }
 
@@ -121,7 +116,7 @@ QString SettingsModel::transcriptionEngine() const {
 void SettingsModel::selectEngine(const QString& rawValue) {
     const auto value = rawValue.toStdString();
     environment_.settings.set(keys::transcriptionEngine, value);
-    appState_->transcriptionManager->preferredEngine = transcription::preferenceAtStart(value);
+    appState().transcriptionManager->preferredEngine = transcription::preferenceAtStart(value);
     Q_EMIT changed();
 }
 
@@ -147,24 +142,24 @@ void SettingsModel::selectLanguage(int index) {
 }
 
 void SettingsModel::grantMicrophone() {
-    appState_->permissionsManager->requestMicrophoneWithPolling();
+    permissions().requestMicrophoneWithPolling();
 }
 
 void SettingsModel::grantAccessibility() {
-    appState_->permissionsManager->requestAccessibilityPrompt();
-    appState_->permissionsManager->pollAccessibility();
+    permissions().requestAccessibilityPrompt();
+    permissions().pollAccessibility();
 }
 
 void SettingsModel::grantInputMonitoring() {
-    appState_->permissionsManager->openInputMonitoringAndPoll();
+    permissions().openInputMonitoringAndPoll();
 }
 
 void SettingsModel::grantSpeechRecognition() {
-    appState_->permissionsManager->requestSpeechRecognitionWithPolling();
+    permissions().requestSpeechRecognitionWithPolling();
 }
 
 void SettingsModel::recheckPermissions() {
-    appState_->startHotkeysIfReady();
+    appState().startHotkeysIfReady();
 }
 
 QString SettingsModel::version() const {

@@ -1,20 +1,17 @@
 #pragma once
 
-#include "base/Observed.h"
-#include "core/AppState.h"
 #include "core/Environment.h"
 #include "runtime/Task.h"
+#include "ui/GrantsModel.h"
 
-#include <QObject>
 #include <QVariantList>
 #include <memory>
-#include <vector>
 
 namespace sonvale::ui {
 
 /// The settings, as their tab shows and changes them. Each change is stored at once, and takes effect at
 /// once. Main actor.
-class SettingsModel final : public QObject {
+class SettingsModel final : public GrantsModel {
     Q_OBJECT
     Q_PROPERTY(bool launchAtLogin READ launchAtLogin WRITE setLaunchAtLogin NOTIFY changed)
     Q_PROPERTY(bool soundEffects READ soundEffects WRITE setSoundEffects NOTIFY changed)
@@ -27,10 +24,6 @@ class SettingsModel final : public QObject {
     Q_PROPERTY(QString transcriptionEngine READ transcriptionEngine NOTIFY changed)
     Q_PROPERTY(QVariantList languages READ languages CONSTANT)
     Q_PROPERTY(int languageIndex READ languageIndex NOTIFY changed)
-    Q_PROPERTY(bool microphoneGranted READ microphoneGranted NOTIFY grantsChanged)
-    Q_PROPERTY(bool accessibilityGranted READ accessibilityGranted NOTIFY grantsChanged)
-    Q_PROPERTY(bool inputMonitoringGranted READ inputMonitoringGranted NOTIFY grantsChanged)
-    Q_PROPERTY(bool speechRecognitionGranted READ speechRecognitionGranted NOTIFY grantsChanged)
     Q_PROPERTY(QString version READ version CONSTANT)
     Q_PROPERTY(QString updateState READ updateState NOTIFY updateChanged)
     Q_PROPERTY(QString updateDetail READ updateDetail NOTIFY updateChanged)
@@ -65,14 +58,6 @@ public:
     int languageIndex() const;       ///< of the stored one; -1 for one that is not offered
     Q_INVOKABLE void selectLanguage(int index);
 
-    bool microphoneGranted() const { return appState_->permissionsManager->microphoneGranted.get(); }
-    bool accessibilityGranted() const { return appState_->permissionsManager->accessibilityGranted.get(); }
-    bool inputMonitoringGranted() const {
-        return appState_->permissionsManager->inputMonitoringGranted.get();
-    }
-    bool speechRecognitionGranted() const {
-        return appState_->permissionsManager->speechRecognitionGranted.get();
-    }
     Q_INVOKABLE void grantMicrophone();
     Q_INVOKABLE void grantAccessibility();
     Q_INVOKABLE void grantInputMonitoring();
@@ -93,7 +78,6 @@ public:
     Q_INVOKABLE void refresh();
 
     Q_SIGNAL void changed();
-    Q_SIGNAL void grantsChanged();
     Q_SIGNAL void updateChanged();
 
 private:
@@ -104,10 +88,8 @@ private:
     static runtime::Task<> check(std::weak_ptr<SettingsModel*> weakSelf, platform::Updater* updater);
 
     const core::Environment environment_;
-    const std::shared_ptr<core::AppState> appState_;
     QString updateState_;
     QString updateDetail_;
-    std::vector<base::Subscription> subscriptions_;
     std::shared_ptr<SettingsModel*> self_ = std::make_shared<SettingsModel*>(this); ///< tasks hold it weakly
     runtime::TaskHandle<> updateTask_;
 };

@@ -2,6 +2,7 @@
 
 #include "base/Log.h"
 #include "persistence/ModelContext.h"
+#include "ui/StoredChanges.h"
 #include "ui/Texts.h"
 
 #include <QMetaObject>
@@ -25,7 +26,7 @@ bool SnippetsModel::Entry::matches(const SearchedText::Query& query) const {
 SnippetsModel::SnippetsModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState)
     : appState_(std::move(appState))
     , clock_(environment.clock)
-    , saving_(environment.main, environment.clock, [this] { commit(); }) {
+    , saving_(environment.main, environment.clock, [this] { commitChanges(appState_->modelContext); }) {
     load();
     filter();
     if (auto* store = appState_->modelContext) {
@@ -80,7 +81,7 @@ void SnippetsModel::add(const QString& trigger, const QString& content, const QS
                                             .content = content.toStdString(),
                                             .category = category.toStdString(),
                                             .createdAt = clock_.date()});
-    commit();
+    commitChanges(appState_->modelContext);
 }
 
 void SnippetsModel::remove(int row) {
@@ -88,7 +89,7 @@ void SnippetsModel::remove(int row) {
     if (!entry || !appState_->modelContext)
         return;
     appState_->modelContext->remove(entry->record);
-    commit();
+    commitChanges(appState_->modelContext);
 }
 
 void SnippetsModel::edit(int row) {
@@ -228,16 +229,6 @@ void SnippetsModel::update(const Snippet& record) {
         return;
     const auto changed = index(static_cast<int>(shown - shown_.begin()));
     Q_EMIT dataChanged(changed, changed);
-}
-
-void SnippetsModel::commit() {
-    if (!appState_->modelContext)
-        return;
-    try {
-        appState_->modelContext->save();
-    } catch (const persistence::StoreError&) {
-        // It counts all the same, and goes with the next save that succeeds.
-    }
 }
 
 } // namespace sonvale::ui

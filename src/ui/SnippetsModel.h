@@ -78,7 +78,6 @@ private:
     void follow();
     void update(const persistence::Snippet& record);
     void changeEdited(std::string persistence::Snippet::* field, const QString& text);
-    void commit();
 
     const std::shared_ptr<core::AppState> appState_;
     runtime::Clock& clock_;

@@ -3,6 +3,7 @@
 #include "persistence/ModelContext.h"
 #include "textprocessing/AppCategory.h"
 #include "ui/FormalityText.h"
+#include "ui/StoredChanges.h"
 #include "ui/Texts.h"
 
 #include <array>
@@ -22,7 +23,7 @@ constexpr int mostFormal = 5;
 
 StyleModel::StyleModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState)
     : appState_(std::move(appState))
-    , saving_(environment.main, environment.clock, [this] { commit(); }) {
+    , saving_(environment.main, environment.clock, [this] { commitChanges(appState_->modelContext); }) {
     load(std::string(rawValue(offered.front())));
 }
 
@@ -89,7 +90,7 @@ void StyleModel::load(const std::string& category) {
     if (!appState_->modelContext)
         return;
     appState_->modelContext->insert(style_);
-    commit();
+    commitChanges(appState_->modelContext);
 }
 
 void StyleModel::store() {
@@ -97,16 +98,6 @@ void StyleModel::store() {
         appState_->modelContext->update(style_);
     saving_.request();
     Q_EMIT styleChanged();
-}
-
-void StyleModel::commit() const {
-    if (!appState_->modelContext)
-        return;
-    try {
-        appState_->modelContext->save();
-    } catch (const persistence::StoreError&) {
-        // It counts all the same, and goes with the next save that succeeds.
-    }
 }
 
 } // namespace sonvale::ui

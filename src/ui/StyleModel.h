@@ -46,7 +46,6 @@ private:
     std::optional<persistence::WritingStyle> find(const std::string& category) const;
     void load(const std::string& category);
     void store();
-    void commit() const;
 
     const std::shared_ptr<core::AppState> appState_;
     persistence::WritingStyle style_;

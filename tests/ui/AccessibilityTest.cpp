@@ -158,9 +158,7 @@ TEST_F(Accessibility, OfEveryTab) {
 }
 
 TEST_F(Accessibility, OfTheSheetOfASnippet) {
-    settings().set(keys::refreshToken, "refresh");
-    rebuildState();
-    completeOnboardingAndStart();
+    startSignedIn();
     auto& view = openDashboard();
     click(view, "sidebar.snippets");
     click(view, "addNew");
@@ -171,9 +169,7 @@ TEST_F(Accessibility, OfTheSheetOfASnippet) {
 }
 
 TEST_F(Accessibility, OfARowOfTheHistory) {
-    settings().set(keys::refreshToken, "refresh");
-    rebuildState();
-    completeOnboardingAndStart();
+    startSignedIn();
     auto& view = openDashboard();
     change([&] { dictate("some words"); });
     auto* row = QAccessible::queryAccessibleInterface(&item(view, "transcription.0"));

@@ -1,5 +1,4 @@
 #include "base/DateText.h"
-#include "persistence/SettingsKeys.h"
 #include "tests/ui/DesktopProbe.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/HistoryModel.h"
@@ -15,18 +14,12 @@ namespace sonvale::ui {
 
 namespace {
 
-namespace keys = persistence::keys;
 using namespace std::chrono_literals;
 using tests::eventuallyInQt;
 
 class HomeView : public tests::ViewFixture {
 protected:
-    HomeView() {
-        settings().set(keys::refreshToken, "refresh");
-        rebuildState();
-        completeOnboardingAndStart();
-        settleViews();
-    }
+    HomeView() { startSignedIn(); }
 
     static bool reads(QQuickView& view, const std::string& words) {
         const auto texts = readable(view);

@@ -32,9 +32,7 @@ protected:
     HotkeySheet() { views().appearance().overrideMotionReduced(true); }
 
     QQuickView& openSheet() {
-        settings().set(keys::refreshToken, "refresh");
-        rebuildState();
-        completeOnboardingAndStart();
+        startSignedIn();
         auto& view = openDashboard();
         click(view, "sidebar.settings");
         item(view, "changeHotkeys").forceActiveFocus(Qt::TabFocusReason);

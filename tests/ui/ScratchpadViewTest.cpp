@@ -13,12 +13,7 @@ namespace keys = persistence::keys;
 
 class ScratchpadView : public tests::ViewFixture {
 protected:
-    ScratchpadView() {
-        settings().set(keys::refreshToken, "refresh");
-        rebuildState();
-        completeOnboardingAndStart();
-        settleViews();
-    }
+    ScratchpadView() { startSignedIn(); }
 
     QQuickView& openScratchpad() {
         auto& view = openDashboard();

@@ -1,4 +1,3 @@
-#include "persistence/SettingsKeys.h"
 #include "tests/ui/DesktopProbe.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/SnippetsModel.h"
@@ -15,18 +14,12 @@ namespace sonvale::ui {
 
 namespace {
 
-namespace keys = persistence::keys;
 using persistence::Snippet;
 using namespace std::chrono_literals;
 
 class SnippetsView : public tests::ViewFixture {
 protected:
-    SnippetsView() {
-        settings().set(keys::refreshToken, "refresh");
-        rebuildState();
-        completeOnboardingAndStart();
-        settleViews();
-    }
+    SnippetsView() { startSignedIn(); }
 
     QQuickView& openSnippets() {
         auto& view = openDashboard();

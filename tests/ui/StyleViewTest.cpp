@@ -1,4 +1,3 @@
-#include "persistence/SettingsKeys.h"
 #include "tests/ui/DesktopProbe.h"
 #include "tests/ui/ViewFixture.h"
 #include "ui/StyleModel.h"
@@ -12,17 +11,11 @@ namespace sonvale::ui {
 
 namespace {
 
-namespace keys = persistence::keys;
 using persistence::WritingStyle;
 
 class StyleView : public tests::ViewFixture {
 protected:
-    StyleView() {
-        settings().set(keys::refreshToken, "refresh");
-        rebuildState();
-        completeOnboardingAndStart();
-        settleViews();
-    }
+    StyleView() { startSignedIn(); }
 
     QQuickView& openStyle() {
         auto& view = openDashboard();

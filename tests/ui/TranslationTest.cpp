@@ -97,9 +97,7 @@ TEST_F(Translation, OfEveryTab) {
 }
 
 TEST_F(Translation, OfTheSheets) {
-    settings().set(keys::refreshToken, "refresh");
-    rebuildState();
-    completeOnboardingAndStart();
+    startSignedIn();
     auto& view = openDashboard();
     click(view, "sidebar.snippets");
     click(view, "addNew");

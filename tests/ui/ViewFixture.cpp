@@ -1,5 +1,6 @@
 #include "tests/ui/ViewFixture.h"
 
+#include "persistence/SettingsKeys.h"
 #include "tests/ui/DesktopProbe.h"
 
 #include <QClipboard>
@@ -97,6 +98,13 @@ void ViewFixture::TearDown() {
     settleViews();
     EXPECT_EQ(warnings_.join(QLatin1Char('\n')).toStdString(), "");
     CoreFixture::TearDown();
+}
+
+void ViewFixture::startSignedIn() {
+    settings().set(persistence::keys::refreshToken, "refresh");
+    rebuildState();
+    completeOnboardingAndStart();
+    settleViews();
 }
 
 QQuickView& ViewFixture::openDashboard() {

@@ -23,6 +23,9 @@ protected:
 
     ui::Views& views() { return views_; }
 
+    /// The core as a new start builds it for a user who has been through the first steps and has an account.
+    void startSignedIn();
+
     /// The dashboard's window, opened anew. Completes what is in flight.
     QQuickView& openDashboard();
     void closeDashboard();
