@@ -24,8 +24,9 @@ runtime::Task<> RealtimeTranscriptionEngine::startSession(platform::AudioFormat 
 }
 
 bool RealtimeTranscriptionEngine::hasReadySession() const {
+    const auto language = parts_.language();
     const std::lock_guard lock(accumulationLock_);
-    return sessionReady_ && webSocketTask_;
+    return sessionReady_ && webSocketTask_ && sessionLanguage_ == language;
 }
 
 runtime::Task<> RealtimeTranscriptionEngine::open(Self self, platform::AudioFormat inputFormat) {
@@ -51,9 +52,10 @@ runtime::Task<> RealtimeTranscriptionEngine::open(Self self, platform::AudioForm
         bearer = co_await self->fetchEphemeralToken(bearer);
 
     const auto socket = self->connect(session, bearer, inputFormat);
-    co_await socket->send(sessionUpdateFrame(self->parts_.language()));
+    auto language = self->parts_.language();
+    co_await socket->send(sessionUpdateFrame(language));
 
-    self->becomeReady(session, socket);
+    self->becomeReady(session, socket, std::move(language));
     self->flushPreHandshake();
     base::perfLog(fmt::format("WebSocket session start: {}ms (reused: false)",
                               runtime::millisecondsSince(self->parts_.clock, startTime)));
@@ -133,7 +135,8 @@ RealtimeTranscriptionEngine::connect(std::uint64_t session, const std::string& t
     return socket;
 }
 
-void RealtimeTranscriptionEngine::becomeReady(std::uint64_t session, const Socket& socket) {
+void RealtimeTranscriptionEngine::becomeReady(std::uint64_t session, const Socket& socket,
+                                              std::optional<std::string> language) {
     requireCurrent(session);
     {
         const std::lock_guard lock(pendingSendLock_);
@@ -152,6 +155,7 @@ void RealtimeTranscriptionEngine::becomeReady(std::uint64_t session, const Socke
             receiveTask_ = receiveTask;
             sessionOpenedAt_ = parts_.clock.now();
             sessionReady_ = true;
+            sessionLanguage_ = std::move(language);
         }
     }
     if (!isCurrent) {

@@ -77,7 +77,8 @@ public:
     /// For the one who takes a pre-warmed session over: it is not closed any more.
     void clearPreWarmState();
 
-    /// Whether audio that is appended now goes out at once.
+    /// Whether audio that is appended now goes out at once, to a session of the language that is set now: the
+    /// service is told it when a session opens and not again.
     bool hasReadySession() const;
 
 private:
@@ -106,7 +107,7 @@ private:
     void requireCurrent(std::uint64_t session) const;
     Socket connect(std::uint64_t session, const std::string& token, const platform::AudioFormat& inputFormat);
     void takeDownFormerSession();
-    void becomeReady(std::uint64_t session, const Socket& socket);
+    void becomeReady(std::uint64_t session, const Socket& socket, std::optional<std::string> language);
     void flushPreHandshake();
     void sendChunk();
     void endReceiving(const Socket& socket);
@@ -120,9 +121,10 @@ private:
     audio::PCMResampler pcmResampler_; ///< the capture thread's
     RealtimeTranscript transcript_;    ///< has the second lock, `continuationLock`
 
-    mutable std::mutex accumulationLock_; ///< guards all down to `sessionOpenedAt_`
-    std::string accumulatedPCM_;          ///< converted and not yet sent
-    bool sessionReady_ = false;           ///< the session has its settings
+    mutable std::mutex accumulationLock_;        ///< guards all down to `sessionOpenedAt_`
+    std::string accumulatedPCM_;                 ///< converted and not yet sent
+    bool sessionReady_ = false;                  ///< the session has its settings
+    std::optional<std::string> sessionLanguage_; ///< among them
     Socket webSocketTask_;
     std::deque<Chunk> outgoing_; ///< in the order of the capture
     std::uint64_t session_ = 0;  ///< grows with every start and cancel

@@ -65,11 +65,10 @@ runtime::Task<> TranscriptionManager::startStreaming(std::shared_ptr<audio::Audi
     const auto engine = realtimeEngine;
     recorder->setOnBuffer([engine](const platform::PcmBufferPtr& buffer) { engine->appendAudio(*buffer); });
 
-    if (engine->hasReadySession()) {
-        engine->clearPreWarmState();
-        co_return;
-    }
-    co_await engine->startSession(format);
+    // Also where another session is opened: the end of the former's time is not this one's.
+    engine->clearPreWarmState();
+    if (!engine->hasReadySession())
+        co_await engine->startSession(format);
 }
 
 runtime::Task<> TranscriptionManager::preWarm(platform::AudioFormat inputFormat) {

@@ -36,6 +36,18 @@ TEST_F(RealtimeSession, SendsTheLanguageUnlessItIsLeftToTheService) {
     EXPECT_EQ(transcription().at("language"), "de");
 }
 
+TEST_F(RealtimeSession, IsNotReusedInAnotherLanguage) {
+    start();
+    start();
+    EXPECT_EQ(network().sockets().size(), 1U);
+    language_ = "de";
+    EXPECT_FALSE(engine_->hasReadySession());
+    start();
+    ASSERT_EQ(network().sockets().size(), 2U);
+    EXPECT_EQ(frames(socket()).front().at("/session/audio/input/transcription/language"_json_pointer), "de");
+    EXPECT_TRUE(engine_->hasReadySession());
+}
+
 TEST_F(RealtimeSession, FailsWithoutATokenBeforeAnySocketIsTouched) {
     for (const auto& token : {std::optional<std::string>(), std::optional<std::string>("")}) {
         makeEngine(std::nullopt, token);
