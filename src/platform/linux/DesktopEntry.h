@@ -9,7 +9,7 @@
 
 namespace sonvale::platform::linux {
 
-/// The main group of a desktop entry, by the Desktop Entry Specification 1.5. A plain value.
+/// The main group of a desktop entry, as freedesktop.org defines them (version 1.5). A plain value.
 class DesktopEntry {
 public:
     /// Reads the text of a file: the group "Desktop Entry" alone, and of a key that stands twice the last.

@@ -7,7 +7,7 @@
 
 namespace sonvale::platform::linux {
 
-/// The start at login by the Desktop Application Autostart Specification 0.5: an entry of the user's own,
+/// The start at login as freedesktop.org defines it (autostart, version 0.5): an entry of the user's own,
 /// `com.sonvale.app.desktop` in `$XDG_CONFIG_HOME/autostart`.
 ///
 /// An entry there counts as off when the desktop would pass it over: Hidden, OnlyShowIn and NotShowIn,
