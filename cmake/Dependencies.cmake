@@ -35,9 +35,14 @@ if(SONVALE_TESTS)
   pkg_check_modules(ATSPI REQUIRED IMPORTED_TARGET atspi-2 gobject-2.0)
 endif()
 
-# Headers that nearly every file reads, compiled once. Targets with Qt have their own set of
-# definitions and therefore a precompiled header of their own.
-add_library(sonvale_pch OBJECT ${CMAKE_SOURCE_DIR}/cmake/pch.cpp)
-target_precompile_headers(sonvale_pch PRIVATE ${CMAKE_SOURCE_DIR}/cmake/pch.h)
-target_compile_definitions(sonvale_pch PUBLIC BOOST_ASIO_NO_DEPRECATED BOOST_ASIO_DISABLE_BOOST_COROUTINE)
-target_link_libraries(sonvale_pch PUBLIC Boost::headers fmt::fmt nlohmann_json::nlohmann_json Threads::Threads)
+# Headers that nearly every file reads, compiled once for the program and once for the tests. The tests are compiled
+# without optimization, which halves the time of their build; what they call is as optimized as in the program.
+foreach(pch IN ITEMS sonvale_pch sonvale_test_pch)
+  add_library(${pch} OBJECT ${CMAKE_SOURCE_DIR}/cmake/pch.cpp)
+  target_precompile_headers(${pch} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/pch.h)
+  target_compile_definitions(${pch} PUBLIC BOOST_ASIO_NO_DEPRECATED BOOST_ASIO_DISABLE_BOOST_COROUTINE)
+  target_link_libraries(${pch} PUBLIC Boost::headers fmt::fmt nlohmann_json::nlohmann_json Threads::Threads)
+endforeach()
+set_target_properties(sonvale_test_pch PROPERTIES EXCLUDE_FROM_ALL ON)
+target_compile_options(sonvale_test_pch PRIVATE -O0)
+set(SONVALE_PCH sonvale_pch)

@@ -25,13 +25,12 @@ function(sonvale_layer NAME)
   endif()
 endfunction()
 
-# Qt adds definitions of its own to a target, so its precompiled header cannot be shared with the others.
+# Uses the precompiled header that the folder has chosen in SONVALE_PCH. Targets with Qt share it: the header includes
+# nothing of Qt, and clang only refuses a macro whose value differs from the one that the header saw.
 function(sonvale_precompile TARGET QT)
   if(QT)
     target_compile_definitions(${TARGET} PUBLIC QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII)
     set_target_properties(${TARGET} PROPERTIES AUTOMOC ON AUTORCC ON)
-    target_precompile_headers(${TARGET} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/pch.h)
-  else()
-    target_precompile_headers(${TARGET} REUSE_FROM sonvale_pch)
   endif()
+  target_precompile_headers(${TARGET} REUSE_FROM ${SONVALE_PCH})
 endfunction()
