@@ -1,11 +1,5 @@
-#include "platform/linux/X11EventTap.h"
-#include "platform/linux/X11SyntheticInput.h"
-#include "runtime/SystemClock.h"
+#include "tests/contract/KeyDesk.h"
 #include "tests/support/ChildProcess.h"
-#include "tests/support/KeyWindow.h"
-#include "tests/support/PrivateDisplay.h"
-#include "tests/support/TapRecorder.h"
-#include "tests/support/TestKeyboard.h"
 
 #include <X11/keysym.h>
 #include <gtest/gtest.h>
@@ -14,6 +8,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string>
 
 namespace sonvale::tests {
@@ -30,53 +25,11 @@ using Type = KeyEvent::Type;
 constexpr int letterX = 7;
 constexpr int letterV = 9;
 constexpr int letterA = 0;
-constexpr int space = 49;
 constexpr int leftOption = 58;
 constexpr int leftControl = 59;
 /// What xfwm4 takes, on a busy machine, to grab its shortcuts anew after a change of the keyboard. A press at
 /// the very moment of that grab is lost to it.
 constexpr int settlingTime = 700;
-constexpr platform::KeyCombination optionSpace{space, platform::modifier::option};
-
-/// The tap and the synthetic keys as the program has them, on a display with one window.
-struct Desk {
-    explicit Desk(WindowManager windowManager = WindowManager::none)
-        : display(windowManager) {
-        tap.setOnTaken(recorder.onTaken());
-    }
-    ~Desk() { tap.stop(); }
-
-    bool start() { return tap.start(recorder.callback()); }
-
-    void swallowOptionSpace() {
-        tap.setSwallowable({optionSpace});
-        recorder.swallow(optionSpace);
-    }
-
-    bool isTold(KeyEvent event) {
-        return eventually(5, [&] { return recorder.has(event); });
-    }
-
-    /// Waits until everything that was typed so far has been told.
-    void finishHearing(TestKeyboard& keyboard) {
-        recorder.clear();
-        keyboard.tap(XK_F9);
-        ASSERT_TRUE(eventually(5, [&] {
-            const auto events = recorder.events();
-            return !events.empty() && events.back().type == Type::keyUp && events.back().keyCode == 101;
-        }));
-    }
-
-    PrivateDisplay display;
-    runtime::SystemClock clock;
-    std::shared_ptr<SyntheticKeyLedger> ledger = std::make_shared<SyntheticKeyLedger>();
-    TapRecorder recorder;
-    X11EventTap tap{clock, ledger, display.name()};
-    X11SyntheticInput input{clock, ledger, {}, display.name()};
-    TestKeyboard xtest{display.name(), Source::xtest};
-    TestKeyboard hardware{display.name(), Source::hardware};
-    KeyWindow window{display.name()};
-};
 
 /// Number of times that the tap's thread has gone to sleep and been woken.
 long wakeUpsOfTapThread() {
@@ -99,7 +52,7 @@ class EventTapUnderWindowManager : public testing::TestWithParam<std::tuple<Wind
 
 TEST_P(EventTapUnderWindowManager, SwallowsOptionSpaceAndLeavesTheWindowTheKeyboard) {
     const auto [windowManager, source] = GetParam();
-    Desk desk(windowManager);
+    KeyDesk desk(windowManager);
     auto& keyboard = source == Source::xtest ? desk.xtest : desk.hardware;
     desk.swallowOptionSpace();
     ASSERT_TRUE(desk.start());
@@ -119,7 +72,7 @@ TEST_P(EventTapUnderWindowManager, SwallowsOptionSpaceAndLeavesTheWindowTheKeybo
             << "Alt+X arrives";
         pauseMilliseconds(settlingTime);
     }
-    EXPECT_EQ(desk.recorder.count({Type::keyDown, space, platform::modifier::option}), 6)
+    EXPECT_EQ(desk.recorder.count({Type::keyDown, spaceKeyCode, platform::modifier::option}), 6)
         << desk.recorder.text();
     EXPECT_EQ(desk.window.presses(spaceKey), 0);
     EXPECT_TRUE(desk.window.stateOfLastPress(letterKey) & 8u) << "with its Alt";
@@ -135,7 +88,7 @@ INSTANTIATE_TEST_SUITE_P(All, EventTapUnderWindowManager,
                                           testing::Values(Source::xtest, Source::hardware)));
 
 TEST(EventTapX11, DoesNotHearThePastesOfItsOwnProgram) {
-    Desk desk;
+    KeyDesk desk;
     ASSERT_TRUE(desk.start());
     desk.hardware.tap(XK_a);
     ASSERT_TRUE(desk.isTold({Type::keyUp, letterA, 0}));
@@ -153,7 +106,7 @@ TEST(EventTapX11, DoesNotHearThePastesOfItsOwnProgram) {
 }
 
 TEST(EventTapX11, HearsWhatOtherProgramsTypeThroughXtestBetweenItsOwnKeys) {
-    Desk desk;
+    KeyDesk desk;
     ASSERT_TRUE(desk.start());
     for (int i = 0; i < 20; ++i) {
         desk.input.pressPaste();
@@ -170,7 +123,7 @@ TEST(EventTapX11, HearsWhatOtherProgramsTypeThroughXtestBetweenItsOwnKeys) {
 
 TEST(EventTapX11, TellsTheFlagsOfTheUserThroughAPasteThatLetsTheModifierGo) {
     for (const auto source : {Source::xtest, Source::hardware}) {
-        Desk desk;
+        KeyDesk desk;
         auto& keyboard = source == Source::xtest ? desk.xtest : desk.hardware;
         ASSERT_TRUE(desk.start());
         keyboard.down(XK_Alt_L);
@@ -192,7 +145,7 @@ TEST(EventTapX11, TellsTheFlagsOfTheUserThroughAPasteThatLetsTheModifierGo) {
 }
 
 TEST(EventTapX11, KnowsAModifierThatWasHeldBeforeItStarted) {
-    Desk desk;
+    KeyDesk desk;
     desk.hardware.down(XK_Alt_L);
     ASSERT_TRUE(desk.start());
     desk.hardware.tap(XK_x);
@@ -202,7 +155,7 @@ TEST(EventTapX11, KnowsAModifierThatWasHeldBeforeItStarted) {
 }
 
 TEST(EventTapX11, SwallowsWhileCapsLockOrNumLockIsOn) {
-    Desk desk;
+    KeyDesk desk;
     desk.swallowOptionSpace();
     ASSERT_TRUE(desk.start());
     pauseMilliseconds(100);
@@ -221,7 +174,7 @@ TEST(EventTapX11, SwallowsWhileCapsLockOrNumLockIsOn) {
 
 TEST(EventTapX11, SwallowsTheRepeatsOfAHeldKey) {
     for (const auto source : {Source::xtest, Source::hardware}) {
-        Desk desk;
+        KeyDesk desk;
         auto& keyboard = source == Source::xtest ? desk.xtest : desk.hardware;
         desk.swallowOptionSpace();
         ASSERT_TRUE(desk.start());
@@ -234,12 +187,12 @@ TEST(EventTapX11, SwallowsTheRepeatsOfAHeldKey) {
         keyboard.tap(XK_x);
         EXPECT_TRUE(eventually(5, [&] { return desk.window.presses(keyboard.keycodeOf(XK_x)) == 1; }));
         EXPECT_EQ(desk.window.presses(keyboard.keycodeOf(XK_space)), 0);
-        EXPECT_EQ(desk.recorder.count({Type::keyDown, space, platform::modifier::option}), 1);
+        EXPECT_EQ(desk.recorder.count({Type::keyDown, spaceKeyCode, platform::modifier::option}), 1);
     }
 }
 
 TEST(EventTapX11, PassesTheRepeatsOfAKeyThatIsPassed) {
-    Desk desk;
+    KeyDesk desk;
     desk.tap.setSwallowable({optionSpace});
     ASSERT_TRUE(desk.start());
     pauseMilliseconds(100);
@@ -253,7 +206,7 @@ TEST(EventTapX11, PassesTheRepeatsOfAKeyThatIsPassed) {
 }
 
 TEST(EventTapX11, WinsACombinationBackFromACoreGrab) {
-    Desk desk;
+    KeyDesk desk;
     desk.swallowOptionSpace();
     ASSERT_TRUE(desk.start());
     pauseMilliseconds(100);
@@ -271,7 +224,7 @@ TEST(EventTapX11, WinsACombinationBackFromACoreGrab) {
 }
 
 TEST(EventTapX11, ReportsACombinationThatIsTakenAgainAfterEveryGrab) {
-    Desk desk;
+    KeyDesk desk;
     desk.swallowOptionSpace();
     ASSERT_TRUE(desk.start());
     pauseMilliseconds(100);
@@ -287,7 +240,7 @@ TEST(EventTapX11, ReportsACombinationThatIsTakenAgainAfterEveryGrab) {
 }
 
 TEST(EventTapX11, GoesOnAfterTheLayoutHasChanged) {
-    Desk desk;
+    KeyDesk desk;
     desk.swallowOptionSpace();
     ASSERT_TRUE(desk.start());
     for (const std::string layout : {"de", "fr", "ru", "us"}) {
@@ -299,14 +252,14 @@ TEST(EventTapX11, GoesOnAfterTheLayoutHasChanged) {
         desk.hardware.up(XK_Alt_L);
         desk.hardware.downKeycode(24);
         desk.hardware.upKeycode(24);
-        EXPECT_TRUE(desk.isTold({Type::keyDown, space, platform::modifier::option})) << layout;
+        EXPECT_TRUE(desk.isTold({Type::keyDown, spaceKeyCode, platform::modifier::option})) << layout;
         EXPECT_TRUE(desk.isTold({Type::keyDown, 12, 0})) << "the place of Q in " << layout;
         EXPECT_EQ(desk.window.presses(65), 0) << layout;
     }
 }
 
 TEST(EventTapX11, FollowsModifiersThatTheUserHasExchanged) {
-    Desk desk;
+    KeyDesk desk;
     desk.swallowOptionSpace();
     ASSERT_TRUE(desk.start());
     ASSERT_EQ(run({"setxkbmap", "-display", desk.display.name(), "-option", "altwin:swap_alt_win"}), 0);
@@ -320,7 +273,7 @@ TEST(EventTapX11, FollowsModifiersThatTheUserHasExchanged) {
 }
 
 TEST(EventTapX11, TakesAltGrForNoModifier) {
-    Desk desk;
+    KeyDesk desk;
     ASSERT_EQ(run({"setxkbmap", "-display", desk.display.name(), "-layout", "de"}), 0);
     ASSERT_TRUE(desk.start());
     desk.hardware.downKeycode(108);
@@ -329,7 +282,7 @@ TEST(EventTapX11, TakesAltGrForNoModifier) {
 }
 
 TEST(EventTapX11, DoesNothingWhileNothingHappens) {
-    Desk desk;
+    KeyDesk desk;
     desk.swallowOptionSpace();
     ASSERT_TRUE(desk.start());
     desk.hardware.chord(XK_Alt_L, XK_space);
@@ -367,7 +320,7 @@ TEST(EventTapX11, EndsQuietlyWhenTheDisplayDies) {
 }
 
 TEST(EventTapX11, StopsWhileTheServerDoesNotAnswer) {
-    Desk desk;
+    KeyDesk desk;
     desk.swallowOptionSpace();
     ASSERT_TRUE(desk.start());
     pauseMilliseconds(100);

@@ -19,7 +19,7 @@ struct KeyWindow::Impl {
     std::map<unsigned int, unsigned int> states;
 };
 
-KeyWindow::KeyWindow(const std::string& displayName)
+KeyWindow::KeyWindow(const std::string& displayName, const std::string& className)
     : impl_(std::make_unique<Impl>()) {
     auto* display = impl_->display = XOpenDisplay(displayName.c_str());
     if (!display)
@@ -31,6 +31,11 @@ KeyWindow::KeyWindow(const std::string& displayName)
     hints.flags = InputHint;
     hints.input = True;
     XSetWMHints(display, impl_->window, &hints);
+    if (!className.empty()) {
+        std::string name = className;
+        XClassHint hint{name.data(), name.data()};
+        XSetClassHint(display, impl_->window, &hint);
+    }
     const bool hasGotFocus = eventually(10, [&] {
         XWindowAttributes attributes{};
         XGetWindowAttributes(display, impl_->window, &attributes);

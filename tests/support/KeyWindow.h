@@ -8,7 +8,8 @@ namespace sonvale::tests {
 /// A window of a test's own that has the keyboard and counts what arrives.
 class KeyWindow {
 public:
-    explicit KeyWindow(const std::string& displayName);
+    /// `className` is that of its WM_CLASS; none if it is empty.
+    explicit KeyWindow(const std::string& displayName, const std::string& className = {});
     ~KeyWindow();
     KeyWindow(const KeyWindow&) = delete;
     KeyWindow& operator=(const KeyWindow&) = delete;

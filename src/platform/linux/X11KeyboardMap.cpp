@@ -154,12 +154,24 @@ std::optional<X11KeyboardMap::Position> X11KeyboardMap::find(xcb_keysym_t keysym
     return std::nullopt;
 }
 
+bool X11KeyboardMap::isUnused(int keycode) const {
+    const auto& key = keys_[static_cast<std::size_t>(keycode)];
+    const bool isSilent = std::all_of(key.keysyms.begin(), key.keysyms.end(),
+                                      [](xcb_keysym_t keysym) { return keysym == XCB_NO_SYMBOL; });
+    return isSilent && !key.modifierBits;
+}
+
 std::optional<xcb_keycode_t> X11KeyboardMap::unusedKeycode() const {
     for (int keycode = lowestKeycode; keycode <= highestKeycode; ++keycode) {
-        const auto& key = keys_[static_cast<std::size_t>(keycode)];
-        const bool isSilent = std::all_of(key.keysyms.begin(), key.keysyms.end(),
-                                          [](xcb_keysym_t keysym) { return keysym == XCB_NO_SYMBOL; });
-        if (isSilent && !key.modifierBits)
+        if (isUnused(keycode))
+            return static_cast<xcb_keycode_t>(keycode);
+    }
+    return std::nullopt;
+}
+
+std::optional<xcb_keycode_t> X11KeyboardMap::markerKeycode() const {
+    for (int keycode = highestKeycode; keycode >= lowestKeycode; --keycode) {
+        if (isUnused(keycode))
             return static_cast<xcb_keycode_t>(keycode);
     }
     return std::nullopt;

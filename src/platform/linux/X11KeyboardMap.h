@@ -64,7 +64,12 @@ public:
     /// A key code that means nothing to anybody.
     std::optional<xcb_keycode_t> unusedKeycode() const;
 
+    /// Another such key code, if there are two: its release marks the beginning of strokes that the program
+    /// sends.
+    std::optional<xcb_keycode_t> markerKeycode() const;
+
 private:
+    bool isUnused(int keycode) const;
     xcb_keysym_t firstKeysym(xcb_keycode_t keycode) const;
     xcb_keysym_t keysymAt(const Key& key, int group, int level) const;
     std::optional<Position> findIn(xcb_keysym_t keysym, int group) const;

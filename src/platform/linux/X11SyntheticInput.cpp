@@ -162,9 +162,13 @@ bool X11SyntheticInput::hasMarkedText(const Situation& situation, double deadlin
 }
 
 void X11SyntheticInput::press(const KeyChord& chord, const Situation& situation, double deadline) {
-    X11KeySender(*connection_, *ledger_)
-        .send(situation.keyboards, situation.keyboards.xtest,
-              strokesFor(chord, situation.map, situation.down));
+    auto strokes = strokesFor(chord, situation.map, situation.down);
+    // The listener may still have to read what other programs typed through XTEST before these strokes, and
+    // would take the same keys for the program's own. Nothing before this release can be the program's. The
+    // server reports it and sends it to no window, because the key is not down.
+    if (const auto marker = situation.map.markerKeycode())
+        strokes.insert(strokes.begin(), {*marker, false});
+    X11KeySender(*connection_, *ledger_).send(situation.keyboards, situation.keyboards.xtest, strokes);
     rouseUserKeyboard(situation);
     connection_->synchronize(deadline);
 }

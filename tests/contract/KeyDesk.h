@@ -1,0 +1,66 @@
+#pragma once
+
+#include "platform/linux/X11EventTap.h"
+#include "platform/linux/X11SyntheticInput.h"
+#include "runtime/SystemClock.h"
+#include "tests/support/KeyWindow.h"
+#include "tests/support/PrivateDisplay.h"
+#include "tests/support/TapRecorder.h"
+#include "tests/support/TestKeyboard.h"
+
+#include <X11/keysym.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+namespace sonvale::tests {
+
+inline constexpr int spaceKeyCode = 49;
+inline constexpr platform::KeyCombination optionSpace{spaceKeyCode, platform::modifier::option};
+
+/// The tap and the synthetic keys as the program has them, on a display with one window.
+struct KeyDesk {
+    /// `windowClass`: the program that the window belongs to.
+    explicit KeyDesk(WindowManager windowManager = WindowManager::none, const std::string& windowClass = {})
+        : display(windowManager)
+        , window(display.name(), windowClass) {
+        tap.setOnTaken(recorder.onTaken());
+    }
+    ~KeyDesk() { tap.stop(); }
+
+    bool start() { return tap.start(recorder.callback()); }
+
+    void swallowOptionSpace() {
+        tap.setSwallowable({optionSpace});
+        recorder.swallow(optionSpace);
+    }
+
+    bool isTold(platform::KeyEvent event) {
+        return eventually(5, [&] { return recorder.has(event); });
+    }
+
+    /// Waits until everything that was typed so far has been told.
+    void finishHearing(TestKeyboard& keyboard) {
+        recorder.clear();
+        keyboard.tap(XK_F9);
+        ASSERT_TRUE(eventually(5, [&] {
+            const auto events = recorder.events();
+            return !events.empty() && events.back().type == platform::KeyEvent::Type::keyUp &&
+                   events.back().keyCode == 101;
+        }));
+    }
+
+    PrivateDisplay display;
+    runtime::SystemClock clock;
+    std::shared_ptr<platform::linux::SyntheticKeyLedger> ledger =
+        std::make_shared<platform::linux::SyntheticKeyLedger>();
+    TapRecorder recorder;
+    platform::linux::X11EventTap tap{clock, ledger, display.name()};
+    platform::linux::X11SyntheticInput input{clock, ledger, {}, display.name()};
+    TestKeyboard xtest{display.name(), TestKeyboard::Source::xtest};
+    TestKeyboard hardware{display.name(), TestKeyboard::Source::hardware};
+    KeyWindow window;
+};
+
+} // namespace sonvale::tests
