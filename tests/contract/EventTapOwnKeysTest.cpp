@@ -16,6 +16,8 @@ using platform::KeyEvent;
 using Type = KeyEvent::Type;
 
 constexpr int letterV = 9;
+constexpr int letterC = 8;
+constexpr int letterZ = 6;
 constexpr int letterX = 7;
 constexpr int leftControl = 59;
 
@@ -40,6 +42,13 @@ private:
     std::promise<void> end_;
 };
 
+struct OwnChord {
+    platform::KeyCombination hotkey;
+    void (platform::SyntheticInput::*press)();
+    unsigned long keysym;
+    std::string windowClass;
+};
+
 } // namespace
 
 TEST(EventTapX11, ReportsKeysOfOtherProgramsThatItReadsAfterAnOwnPasteHasBegun) {
@@ -61,5 +70,46 @@ TEST(EventTapX11, ReportsKeysOfOtherProgramsThatItReadsAfterAnOwnPasteHasBegun) 
     EXPECT_EQ(desk.recorder.events().size(), 6u) << desk.recorder.text();
     EXPECT_EQ(desk.window.presses(desk.xtest.keycodeOf(XK_v)), 2);
 }
+
+class OwnChordAsHotkey : public testing::TestWithParam<OwnChord> {};
+
+TEST_P(OwnChordAsHotkey, StillArrivesAfterTheUserHasPressedIt) {
+    const auto& chord = GetParam();
+    KeyDesk desk(WindowManager::none, chord.windowClass);
+    desk.tap.setSwallowable({chord.hotkey});
+    desk.recorder.swallow(chord.hotkey);
+    ASSERT_TRUE(desk.start());
+    pauseMilliseconds(100);
+    const auto keycode = desk.hardware.keycodeOf(chord.keysym);
+    const bool hasShift = (chord.hotkey.modifiers & modifier::shift) != 0;
+
+    desk.hardware.down(XK_Control_L);
+    if (hasShift)
+        desk.hardware.down(XK_Shift_L);
+    desk.hardware.tap(chord.keysym);
+    if (hasShift)
+        desk.hardware.up(XK_Shift_L);
+    desk.hardware.up(XK_Control_L);
+    ASSERT_TRUE(desk.isTold({Type::keyDown, chord.hotkey.keyCode, chord.hotkey.modifiers}));
+    ASSERT_TRUE(desk.isTold({Type::flagsChanged, leftControl, 0}));
+    EXPECT_EQ(desk.window.presses(keycode), 0) << "it is the user's hotkey";
+
+    for (int round = 1; round <= 3; ++round) {
+        (desk.input.*chord.press)();
+        EXPECT_TRUE(eventually(5, [&] { return desk.window.presses(keycode) == round; })) << round;
+    }
+    EXPECT_EQ(desk.recorder.count({Type::keyDown, chord.hotkey.keyCode, chord.hotkey.modifiers}), 1);
+    EXPECT_FALSE(desk.hardware.isAnyKeyDown());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, OwnChordAsHotkey,
+    testing::Values(OwnChord{{letterV, modifier::control}, &platform::SyntheticInput::pressPaste, XK_v, ""},
+                    OwnChord{{letterV, modifier::control | modifier::shift},
+                             &platform::SyntheticInput::pressPaste,
+                             XK_v,
+                             "Xfce4-terminal"},
+                    OwnChord{{letterC, modifier::control}, &platform::SyntheticInput::pressCopy, XK_c, ""},
+                    OwnChord{{letterZ, modifier::control}, &platform::SyntheticInput::pressUndo, XK_z, ""}));
 
 } // namespace sonvale::tests

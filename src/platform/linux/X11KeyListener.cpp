@@ -138,8 +138,11 @@ bool X11KeyListener::isOwn(std::uint16_t keyboard, KeyStroke stroke) {
 
 void X11KeyListener::keyWentDown(std::uint16_t keyboard, xcb_keycode_t keycode) {
     downInServer_.set(keycode);
-    if (isOwn(keyboard, {keycode, true}))
+    if (isOwn(keyboard, {keycode, true})) {
+        // A hotkey of the user's may be the chord that the program presses for a paste.
+        verdicts_[keycode] = {KeyVerdict::pass, keyboard};
         return;
+    }
     ledger_.setUserKeyboard(keyboard);
     held_.press(keyboard, keycode);
     if (map_.isStateKey(keycode)) {
