@@ -94,8 +94,16 @@ private:
         tap_->perform([weak = weak_from_this(), number] {
             const auto self = weak.lock();
             if (self && self->delayNumber_ == number)
-                self->deliver(self->machine_.delayElapsed());
+                self->endDelay();
         });
+    }
+
+    void endDelay() {
+        const auto decision = machine_.delayElapsed();
+        // The text is pasted after the modifiers' release, which must not have moved the keyboard to a menu.
+        if (decision.deliveryCount > 0)
+            tap_->maskHeldKeys();
+        deliver(decision);
     }
 
     void deliver(const HotkeyStateMachine::Decision& decision) const {

@@ -75,6 +75,12 @@ public:
     /// any thread; takes effect within some milliseconds.
     virtual void setSwallowable(std::vector<KeyCombination> combinations) = 0;
 
+    /// Makes the keys that are held count as used, by pressing a key that means nothing to any program. The
+    /// release of held modifiers is then no press of these modifiers alone, which opens menus in many
+    /// programs and desktops, and a held key stops repeating. The callback does not receive that key. On the
+    /// tap's thread, also inside the callback. Does nothing on systems that have no need of it.
+    virtual void maskHeldKeys() {}
+
     /// Called on the tap's thread, at most once for each combination between two calls of `setSwallowable`,
     /// when another program keeps a combination so that this one cannot swallow it. Set before `start`.
     virtual void setOnTaken(std::function<void(KeyCombination)> onTaken) = 0;

@@ -14,12 +14,16 @@ namespace {
 namespace modifier = platform::modifier;
 using platform::KeyEvent;
 using Type = KeyEvent::Type;
+using Source = TestKeyboard::Source;
 
 constexpr int letterV = 9;
 constexpr int letterC = 8;
 constexpr int letterZ = 6;
 constexpr int letterX = 7;
+constexpr int leftOption = 58;
 constexpr int leftControl = 59;
+/// The lowest key code of Xvfb's keyboard without a meaning.
+constexpr unsigned int maskKeycode = 8;
 
 /// Keeps the tap's thread from reading events.
 class BusyTap {
@@ -41,6 +45,16 @@ public:
 private:
     std::promise<void> end_;
 };
+
+void maskHeldKeys(platform::EventTap& tap) {
+    std::promise<void> done;
+    auto isDone = done.get_future();
+    tap.perform([&tap, done = std::make_shared<std::promise<void>>(std::move(done))] {
+        tap.maskHeldKeys();
+        done->set_value();
+    });
+    isDone.wait();
+}
 
 struct OwnChord {
     platform::KeyCombination hotkey;
@@ -111,5 +125,31 @@ INSTANTIATE_TEST_SUITE_P(
                              "Xfce4-terminal"},
                     OwnChord{{letterC, modifier::control}, &platform::SyntheticInput::pressCopy, XK_c, ""},
                     OwnChord{{letterZ, modifier::control}, &platform::SyntheticInput::pressUndo, XK_z, ""}));
+
+class MaskedKeys : public testing::TestWithParam<Source> {};
+
+TEST_P(MaskedKeys, PutAKeyWithoutMeaningBetweenAModifiersPressAndItsRelease) {
+    for (const auto& [keysym, keyCode, flag] :
+         {std::tuple(XK_Alt_L, leftOption, modifier::option), std::tuple(XK_Super_L, 55, modifier::command),
+          std::tuple(XK_Control_L, leftControl, modifier::control)}) {
+        KeyDesk desk;
+        auto& keyboard = GetParam() == Source::xtest ? desk.xtest : desk.hardware;
+        ASSERT_TRUE(desk.start());
+        keyboard.down(static_cast<unsigned long>(keysym));
+        ASSERT_TRUE(desk.isTold({Type::flagsChanged, keyCode, flag}));
+        maskHeldKeys(desk.tap);
+        EXPECT_TRUE(eventually(5, [&] { return desk.window.releases(maskKeycode) == 1; }));
+        EXPECT_EQ(desk.window.presses(maskKeycode), 1);
+        EXPECT_NE(desk.window.stateOfLastPress(maskKeycode), 0u) << "while the modifier is held";
+        EXPECT_EQ(desk.window.releases(keyboard.keycodeOf(static_cast<unsigned long>(keysym))), 0);
+        keyboard.up(static_cast<unsigned long>(keysym));
+        ASSERT_TRUE(desk.isTold({Type::flagsChanged, keyCode, 0}));
+        EXPECT_EQ(desk.recorder.events().size(), 2u) << desk.recorder.text();
+        EXPECT_FALSE(keyboard.isAnyKeyDown());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, MaskedKeys, testing::Values(Source::xtest, Source::hardware),
+                         [](const auto& info) { return info.param == Source::xtest ? "xtest" : "hardware"; });
 
 } // namespace sonvale::tests

@@ -40,6 +40,8 @@ public:
         /// Number of calls of `start()`, refused ones included.
         int startCount() const { return tap_.startCount_; }
         int enableCount() const { return tap_.enableCount_; }
+        /// Number of calls of `maskHeldKeys()`.
+        int maskCount() const { return tap_.maskCount_; }
         bool isRunning() const {
             const std::lock_guard lock(tap_.mutex_);
             return tap_.running_;
@@ -134,6 +136,7 @@ public:
     }
 
     void enable() override { ++enableCount_; }
+    void maskHeldKeys() override { ++maskCount_; }
 
     void perform(std::function<void()> block) override {
         const std::lock_guard lock(mutex_);
@@ -206,6 +209,7 @@ private:
     std::atomic<int> probeCount_ = 0;
     std::atomic<int> startCount_ = 0;
     std::atomic<int> enableCount_ = 0;
+    std::atomic<int> maskCount_ = 0;
     std::atomic<std::uint64_t> flags_ = 0;
     Control control_{*this};
 };

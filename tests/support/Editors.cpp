@@ -116,6 +116,8 @@ std::string classOf(Editor::Program program) {
         return "ousepad";
     case Editor::Program::featherpad:
         return "FeatherPad";
+    case Editor::Program::kwrite:
+        return "kwrite";
     case Editor::Program::xterm:
         return "XTerm";
     case Editor::Program::xfce4Terminal:
@@ -131,6 +133,8 @@ std::vector<std::string> argumentsFor(Editor::Program program, const std::string
         return {"mousepad", "--disable-server", file};
     case Editor::Program::featherpad:
         return {"featherpad", "--standalone", file};
+    case Editor::Program::kwrite:
+        return {"kwrite", file};
     case Editor::Program::xterm:
         return {"xterm", "-e", "sh", "-c", command};
     case Editor::Program::xfce4Terminal:

@@ -20,6 +20,7 @@ public:
         featherpad,    ///< Qt 5
         xterm,         ///< a program of the xterm family that runs `cat` into the file
         xfce4Terminal, ///< a VTE terminal that does the same
+        kwrite,        ///< KDE's frameworks, on Qt 5
     };
 
     struct Options {

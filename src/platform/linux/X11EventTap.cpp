@@ -117,6 +117,10 @@ void X11EventTap::setSwallowable(std::vector<KeyCombination> combinations) {
     applySwallowable();
 }
 
+void X11EventTap::maskHeldKeys() {
+    listener_->maskHeldKeys();
+}
+
 void X11EventTap::setOnTaken(std::function<void(KeyCombination)> onTaken) {
     onTaken_ = std::move(onTaken);
 }

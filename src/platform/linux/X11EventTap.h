@@ -38,6 +38,7 @@ public:
     void enable() override;
     void perform(std::function<void()> block) override;
     void setSwallowable(std::vector<KeyCombination> combinations) override;
+    void maskHeldKeys() override;
     void setOnTaken(std::function<void(KeyCombination)> onTaken) override;
 
 private:

@@ -182,10 +182,20 @@ void X11KeyListener::grabWasMet(xcb_keycode_t keycode) {
     // As long as a grab is active, the application has lost the focus and a paste would come to us.
     xcb_input_xi_ungrab_device(connection_->raw(), XCB_CURRENT_TIME, keyboards_.master);
     xcb_flush(connection_->raw());
-    // A key that means nothing ends the repeating of the one just swallowed, and keeps Qt from taking the
-    // modifier's release for a bare Alt, which opens the menu.
+    tapMaskKey(found->second.keyboard);
+}
+
+void X11KeyListener::maskHeldKeys() {
+    // On the keyboard that was used last: a press on another one makes window managers grab their shortcuts
+    // again.
+    tapMaskKey(ledger_.userKeyboard());
+}
+
+void X11KeyListener::tapMaskKey(std::uint16_t keyboard) {
+    // A key that means nothing ends the repeating of the key before it, and keeps Qt from taking the release
+    // of Alt for a bare Alt, which moves the keyboard to the menu bar.
     if (const auto mask = map_.unusedKeycode())
-        sender_.send(keyboards_, found->second.keyboard, {{*mask, true}, {*mask, false}});
+        sender_.send(keyboards_, keyboard, {{*mask, true}, {*mask, false}});
 }
 
 void X11KeyListener::keyboardsChanged() {

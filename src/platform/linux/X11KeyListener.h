@@ -41,6 +41,9 @@ public:
     /// Does what is due; false when nothing is.
     bool runDue() { return grabs_.runDue(); }
 
+    /// As `EventTap::maskHeldKeys`.
+    void maskHeldKeys();
+
     /// The system has ended the listening: tells the callback.
     void reportDisabled();
 
@@ -64,6 +67,7 @@ private:
     void keyWentUp(std::uint16_t keyboard, xcb_keycode_t keycode);
     bool isOwn(std::uint16_t keyboard, KeyStroke stroke);
     void grabWasMet(xcb_keycode_t keycode);
+    void tapMaskKey(std::uint16_t keyboard);
     void keyboardsChanged();
     void mapChanged();
     std::uint64_t flagsInServer() const;

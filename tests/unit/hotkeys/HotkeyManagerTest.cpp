@@ -125,6 +125,35 @@ TEST_F(HotkeyManagerTest, DeliversAQuickTapAtItsRelease) {
     EXPECT_EQ(runtime.clock().pending(), 0U);
 }
 
+TEST_F(HotkeyManagerTest, MasksTheHeldModifiersWhenTheirActionGoesDown) {
+    listen();
+    hold(modifier::option);
+    pass(149);
+    EXPECT_EQ(keyboard.maskCount(), 0);
+    pass(1);
+    EXPECT_EQ(keyboard.maskCount(), 1);
+    hold(0);
+    pass(500);
+    EXPECT_EQ(keyboard.maskCount(), 1);
+}
+
+TEST_F(HotkeyManagerTest, MasksNoModifiersThatBelongToAnotherShortcutOrATap) {
+    listen();
+    hold(modifier::option);
+    press(space);
+    release(space);
+    hold(0);
+    hold(modifier::option);
+    press(letterX);
+    release(letterX);
+    hold(0);
+    hold(modifier::option);
+    pass(50);
+    hold(0);
+    pass(500);
+    EXPECT_EQ(keyboard.maskCount(), 0);
+}
+
 TEST_F(HotkeyManagerTest, DeliversNothingForAChordOfModifiers) {
     listen();
     hold(modifier::option);
