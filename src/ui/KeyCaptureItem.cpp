@@ -14,6 +14,8 @@ namespace modifier = platform::modifier;
 
 namespace {
 
+constexpr int escapeKeyCode = 53; // of macOS
+
 /// A modifier's bit, and the keys of macOS that hold it: the left one first.
 struct ModifierKeys {
     std::uint64_t flag;
@@ -125,9 +127,17 @@ void KeyCaptureItem::keyReleaseEvent(QKeyEvent* event) {
     event->setAccepted(isRecording_);
 }
 
+/// Escape goes by what the key means, as for the listener; every other key goes by its place.
+int KeyCaptureItem::keyCodeOf(const QKeyEvent& event) const {
+    if (event.key() == Qt::Key_Escape)
+        return escapeKeyCode;
+    const int placeCode = nativeKeys_ ? nativeKeys_->virtualKeyCode(event.nativeScanCode()) : -1;
+    return placeCode == escapeKeyCode ? -1 : placeCode;
+}
+
 std::optional<platform::KeyEvent> KeyCaptureItem::translated(const QKeyEvent& event) const {
     using Type = platform::KeyEvent::Type;
-    const int placeCode = nativeKeys_ ? nativeKeys_->virtualKeyCode(event.nativeScanCode()) : -1;
+    const int placeCode = keyCodeOf(event);
     // What was held before; QKeyEvent's own operation takes off what the key itself adds when the other one
     // of a pair is held already.
     const auto before = flagsOf(static_cast<const QInputEvent&>(event).modifiers());

@@ -17,7 +17,7 @@ namespace sonvale::ui {
 /// with it, those by which other items move the focus or close a window too.
 ///
 /// Modifiers count by what they mean, as for the listener: the left and the right one are the same, and
-/// AltGr, which types signs, is none. Other keys count by their place.
+/// AltGr, which types signs, is none. Escape counts by what it means too; other keys count by their place.
 class KeyCaptureItem : public QQuickItem {
     Q_OBJECT
     Q_PROPERTY(bool isRecording READ isRecording WRITE setRecording NOTIFY recordingChanged)
@@ -47,6 +47,7 @@ protected:
     void keyReleaseEvent(QKeyEvent* event) override;
 
 private:
+    int keyCodeOf(const QKeyEvent& event) const;
     std::optional<platform::KeyEvent> translated(const QKeyEvent& event) const;
     void tell(QKeyEvent& event);
 

@@ -20,6 +20,8 @@ constexpr int letterV = 9;
 constexpr int letterC = 8;
 constexpr int letterZ = 6;
 constexpr int letterX = 7;
+constexpr int escape = 53;
+constexpr int capsLock = 57;
 constexpr int leftOption = 58;
 constexpr int leftControl = 59;
 /// The lowest key code of Xvfb's keyboard without a meaning.
@@ -151,5 +153,41 @@ TEST_P(MaskedKeys, PutAKeyWithoutMeaningBetweenAModifiersPressAndItsRelease) {
 
 INSTANTIATE_TEST_SUITE_P(All, MaskedKeys, testing::Values(Source::xtest, Source::hardware),
                          [](const auto& info) { return info.param == Source::xtest ? "xtest" : "hardware"; });
+
+TEST(EventTapX11, TakesTheKeyForEscapeThatMeansEscape) {
+    KeyDesk desk;
+    ASSERT_EQ(run({"setxkbmap", "-display", desk.display.name(), "-option", "caps:swapescape"}), 0);
+    ASSERT_TRUE(desk.start());
+    constexpr unsigned int capsLockKey = 66;
+    constexpr unsigned int escapeKey = 9;
+    desk.hardware.downKeycode(capsLockKey);
+    EXPECT_TRUE(desk.isTold({Type::keyDown, escape, 0})) << desk.recorder.text();
+    desk.hardware.upKeycode(capsLockKey);
+    EXPECT_TRUE(desk.isTold({Type::keyUp, escape, 0})) << desk.recorder.text();
+    desk.recorder.clear();
+    desk.hardware.downKeycode(escapeKey);
+    desk.hardware.upKeycode(escapeKey);
+    desk.finishHearing(desk.hardware);
+    EXPECT_FALSE(desk.recorder.has({Type::keyDown, escape, 0})) << desk.recorder.text();
+}
+
+TEST(EventTapX11, SwallowsTheKeyThatMeansEscape) {
+    KeyDesk desk;
+    const platform::KeyCombination optionEscape{escape, modifier::option};
+    ASSERT_EQ(run({"setxkbmap", "-display", desk.display.name(), "-option", "caps:escape"}), 0);
+    desk.tap.setSwallowable({optionEscape});
+    desk.recorder.swallow(optionEscape);
+    ASSERT_TRUE(desk.start());
+    pauseMilliseconds(100);
+    constexpr unsigned int capsLockKey = 66;
+    desk.hardware.down(XK_Alt_L);
+    desk.hardware.downKeycode(capsLockKey);
+    desk.hardware.upKeycode(capsLockKey);
+    desk.hardware.tap(XK_x);
+    desk.hardware.up(XK_Alt_L);
+    EXPECT_TRUE(eventually(5, [&] { return desk.window.presses(desk.hardware.keycodeOf(XK_x)) == 1; }));
+    EXPECT_EQ(desk.window.presses(capsLockKey), 0);
+    EXPECT_FALSE(desk.recorder.has({Type::keyDown, capsLock, modifier::option}));
+}
 
 } // namespace sonvale::tests

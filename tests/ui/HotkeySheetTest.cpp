@@ -1,5 +1,6 @@
 #include "hotkeys/HotkeyBindingStore.h"
 #include "persistence/SettingsKeys.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/TestKeyboard.h"
 #include "tests/ui/DesktopProbe.h"
 #include "tests/ui/ViewFixture.h"
@@ -11,6 +12,7 @@
 #include <QTest>
 #include <algorithm>
 #include <cstdlib>
+#include <stdexcept>
 
 namespace sonvale::ui {
 
@@ -25,6 +27,18 @@ using hotkeys::HotkeyConfiguration;
 using tests::eventuallyInQt;
 using Strings = std::vector<std::string>;
 using Configs = std::vector<HotkeyConfiguration>;
+
+/// Keys of the display that have changed their meanings, by an option of its keyboard's layout.
+class ExchangedKeys {
+public:
+    explicit ExchangedKeys(const std::string& option) {
+        if (tests::run({"setxkbmap", "-option", option}) != 0)
+            throw std::runtime_error("the keys could not be exchanged");
+    }
+    ~ExchangedKeys() { tests::run({"setxkbmap", "-option", ""}); }
+    ExchangedKeys(const ExchangedKeys&) = delete;
+    ExchangedKeys& operator=(const ExchangedKeys&) = delete;
+};
 
 /// The sheet over the settings, and a real keyboard.
 class HotkeySheet : public tests::ViewFixture {
@@ -245,6 +259,24 @@ TEST_F(HotkeySheet, TheFirstEscapeEndsTheRecordingAndTheNextClosesTheSheet) {
     keyboard.tap(XK_Escape);
     EXPECT_TRUE(isGone(view));
     EXPECT_EQ(focused(view), "changeHotkeys");
+}
+
+TEST_F(HotkeySheet, TheKeyThatMeansEscapeEndsTheRecording) {
+    const ExchangedKeys exchanged("caps:swapescape");
+    auto& view = openSheet();
+    record(view, "cancel");
+    constexpr unsigned int capsLockKey = 66;
+    constexpr unsigned int escapeKey = 9;
+    keyboard.downKeycode(escapeKey);
+    keyboard.upKeycode(escapeKey);
+    keyboard.downKeycode(escapeKey);
+    keyboard.upKeycode(escapeKey);
+    settleViews();
+    EXPECT_TRUE(isRecording(view, "cancel")) << "Caps Lock is no shortcut, wherever it is";
+    keyboard.downKeycode(capsLockKey);
+    keyboard.upKeycode(capsLockKey);
+    ASSERT_TRUE(comesToShow(view, "cancel", {"⎋ Esc"}));
+    EXPECT_TRUE(isShown(view, "sheet"));
 }
 
 TEST_F(HotkeySheet, EscapeEndsTheRecordingWhereverTheKeyboardIs) {

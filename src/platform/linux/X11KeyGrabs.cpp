@@ -1,7 +1,5 @@
 #include "platform/linux/X11KeyGrabs.h"
 
-#include "platform/linux/X11KeyCodes.h"
-
 #include <xcb/xinput.h>
 
 #include <algorithm>
@@ -141,7 +139,7 @@ std::vector<X11KeyGrabs::Grab> X11KeyGrabs::grabsOf(const KeyCombination& combin
     if (!modifiers)
         return {};
     std::vector<Grab> result;
-    for (const auto keycode : keycodesOf(combination.keyCode))
+    for (const auto keycode : map.keycodesOf(combination.keyCode))
         result.push_back({keycode, *modifiers});
     return result;
 }

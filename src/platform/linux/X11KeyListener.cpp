@@ -1,7 +1,5 @@
 #include "platform/linux/X11KeyListener.h"
 
-#include "platform/linux/X11KeyCodes.h"
-
 #include <xcb/xinput.h>
 
 #include <utility>
@@ -234,7 +232,7 @@ std::uint64_t X11KeyListener::flagsInServer() const {
 }
 
 KeyVerdict X11KeyListener::tell(KeyEvent::Type type, xcb_keycode_t keycode) {
-    return callback_({type, virtualKeyCode(keycode), held_.flags(map_)});
+    return callback_({type, map_.virtualKeyCodeOf(keycode), held_.flags(map_)});
 }
 
 } // namespace sonvale::platform::linux

@@ -1,6 +1,7 @@
 #include "platform/linux/X11KeyboardMap.h"
 
 #include "platform/EventTap.h"
+#include "platform/linux/X11KeyCodes.h"
 #include "platform/linux/X11Xkb.h"
 
 #include <X11/keysym.h>
@@ -14,6 +15,8 @@ namespace {
 
 constexpr int lowestKeycode = 8; // of the protocol
 constexpr int highestKeycode = 255;
+
+constexpr int escapeKeyCode = 53; // of macOS
 
 std::uint64_t flagOf(xcb_keysym_t keysym) {
     switch (keysym) {
@@ -100,6 +103,27 @@ bool X11KeyboardMap::isStateKey(xcb_keycode_t keycode) const {
     const auto keysym = firstKeysym(keycode);
     return (keysym >= XK_Shift_L && keysym <= XK_Hyper_R) || keysym == XK_Mode_switch ||
            (keysym >= XK_ISO_Lock && keysym <= XK_ISO_Level5_Lock);
+}
+
+int X11KeyboardMap::virtualKeyCodeOf(xcb_keycode_t keycode) const {
+    if (firstKeysym(keycode) == XK_Escape)
+        return escapeKeyCode;
+    const int atItsPlace = virtualKeyCode(keycode);
+    return atItsPlace == escapeKeyCode ? -1 : atItsPlace;
+}
+
+std::vector<xcb_keycode_t> X11KeyboardMap::keycodesOf(int virtualKeyCode) const {
+    if (virtualKeyCode != escapeKeyCode) {
+        auto atItsPlace = linux::keycodesOf(virtualKeyCode);
+        std::erase_if(atItsPlace, [&](xcb_keycode_t keycode) { return firstKeysym(keycode) == XK_Escape; });
+        return atItsPlace;
+    }
+    std::vector<xcb_keycode_t> result;
+    for (int keycode = lowestKeycode; keycode <= highestKeycode; ++keycode) {
+        if (firstKeysym(static_cast<xcb_keycode_t>(keycode)) == XK_Escape)
+            result.push_back(static_cast<xcb_keycode_t>(keycode));
+    }
+    return result;
 }
 
 bool X11KeyboardMap::isHeldModifier(xcb_keycode_t keycode) const {

@@ -48,6 +48,13 @@ public:
     /// Whether the key changes the keyboard's state instead of typing: modifiers of all kinds, Caps Lock too.
     bool isStateKey(xcb_keycode_t keycode) const;
 
+    /// The macOS virtual key code that events of this key carry: that of its place, except for Escape. Escape
+    /// is the key that means Escape now, such as Caps Lock with the option caps:escape. Returns -1 if there
+    /// is no such code, and for a key at Escape's place that means something else.
+    int virtualKeyCodeOf(xcb_keycode_t keycode) const;
+    /// The key codes whose events carry a macOS virtual key code.
+    std::vector<xcb_keycode_t> keycodesOf(int virtualKeyCode) const;
+
     /// Whether the key holds a modifier only as long as it is down (Alt, AltGr..., and no locks).
     bool isHeldModifier(xcb_keycode_t keycode) const;
 
