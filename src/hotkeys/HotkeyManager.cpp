@@ -57,6 +57,8 @@ public:
             cancelDelay();
         if (decision.delay == HotkeyStateMachine::Delay::start)
             startDelay();
+        if (needsMask(event, decision))
+            tap_->maskHeldKeys();
         deliver(decision);
         return decision.verdict;
     }
@@ -104,6 +106,14 @@ private:
         if (decision.deliveryCount > 0)
             tap_->maskHeldKeys();
         deliver(decision);
+    }
+
+    static bool needsMask(const platform::KeyEvent& event, const HotkeyStateMachine::Decision& decision) {
+        // The cancel key reaches the application, and its repeats must not. A tap that is not asked about
+        // them has to end them.
+        const HotkeyStateMachine::Delivery cancelDown{HotkeyAction::cancel, HotkeyEventType::down};
+        return event.type == platform::KeyEvent::Type::keyDown && decision.deliveryCount > 0 &&
+               decision.delivered.front() == cancelDown;
     }
 
     void deliver(const HotkeyStateMachine::Decision& decision) const {

@@ -151,6 +151,27 @@ TEST_P(MaskedKeys, PutAKeyWithoutMeaningBetweenAModifiersPressAndItsRelease) {
     }
 }
 
+TEST_P(MaskedKeys, NoLongerRepeat) {
+    KeyDesk desk;
+    auto& keyboard = GetParam() == Source::xtest ? desk.xtest : desk.hardware;
+    desk.recorder.setDecide([&](const KeyEvent& event) {
+        if (event.type == Type::keyDown && event.keyCode == escape)
+            desk.tap.maskHeldKeys();
+        return platform::KeyVerdict::pass;
+    });
+    ASSERT_TRUE(desk.start());
+    const auto escapeKey = keyboard.keycodeOf(XK_Escape);
+    const auto letterKey = keyboard.keycodeOf(XK_x);
+    keyboard.down(XK_Escape);
+    ASSERT_TRUE(eventually(5, [&] { return desk.window.releases(maskKeycode) == 1; }));
+    pauseMilliseconds(1500); // Xvfb repeats after 660 ms
+    keyboard.up(XK_Escape);
+    keyboard.down(XK_x);
+    EXPECT_TRUE(eventually(5, [&] { return desk.window.presses(letterKey) > 3; })) << "other keys do";
+    keyboard.up(XK_x);
+    EXPECT_EQ(desk.window.presses(escapeKey), 1);
+}
+
 INSTANTIATE_TEST_SUITE_P(All, MaskedKeys, testing::Values(Source::xtest, Source::hardware),
                          [](const auto& info) { return info.param == Source::xtest ? "xtest" : "hardware"; });
 

@@ -154,6 +154,18 @@ TEST_F(HotkeyManagerTest, MasksNoModifiersThatBelongToAnotherShortcutOrATap) {
     EXPECT_EQ(keyboard.maskCount(), 0);
 }
 
+TEST_F(HotkeyManagerTest, EndsTheRepeatsOfTheCancelKey) {
+    listen();
+    EXPECT_EQ(press(escape), KeyVerdict::pass);
+    EXPECT_EQ(keyboard.maskCount(), 1);
+    release(escape);
+    EXPECT_EQ(keyboard.maskCount(), 1);
+    hold(modifier::option);
+    pass(200);
+    press(escape);
+    EXPECT_EQ(keyboard.maskCount(), 2) << "for Option alone, and not for an Escape that is not recognized";
+}
+
 TEST_F(HotkeyManagerTest, DeliversNothingForAChordOfModifiers) {
     listen();
     hold(modifier::option);
