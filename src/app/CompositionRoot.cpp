@@ -157,6 +157,8 @@ CompositionRoot::CompositionRoot(platform::Directories directories)
         .updater = p.updater,
         .currentLocale = base::currentLocaleIdentifier,
         .currentDateLocale = base::currentDateLocaleIdentifier,
+        // Alt+Tab, Alt+F4 and the menus' letters; Super opens many desktops' overview.
+        .areModifiersShared = true,
     });
     p.delegate = std::make_unique<core::AppDelegate>(*p.environment);
 }

@@ -77,6 +77,7 @@ void AppState::applyHotkeyBindings() {
     environment_.main.assertCurrent();
     hotkeys::migrateHotkeyBindings(environment_.settings, modelContext);
     hotkeyManager->updateBindings(hotkeys::HotkeyBindingStore::load(environment_.settings));
+    hotkeyManager->setModifierGuard(isModifierGuardOn());
 }
 
 void AppState::adoptBindings() {

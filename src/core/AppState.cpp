@@ -152,10 +152,17 @@ void AppState::connect() {
         if (const auto self = weak.lock())
             self->startHotkeysIfReady();
     };
+    observeDictating();
 }
 
 runtime::Task<> AppState::handleHotkey(HotkeyAction action, HotkeyEventType event) {
     const bool isDown = event == HotkeyEventType::down;
+    if (event == HotkeyEventType::discarded) {
+        co_await handleDiscardedPress();
+        co_return;
+    }
+    if (isDown)
+        isRecordingOfPress_ = recordingState.get() == RecordingState::idle;
     switch (action) {
     case HotkeyAction::pushToTalk:
         if (isDown)
@@ -194,10 +201,11 @@ runtime::Task<> AppState::startDictation() {
 
     dictationTargetApp = contextBuilder.focusedAppDetector.detect();
     if (forceCommandMode.get()) {
+        const auto discardedBefore = discardedPresses_;
         auto selection = co_await readSelection();
         forceCommandMode = false;
-        // Another start may have come in between.
-        if (recordingState.get() != RecordingState::idle)
+        // Another start, or the end of the press, may have come in between.
+        if (recordingState.get() != RecordingState::idle || discardedPresses_ != discardedBefore)
             co_return;
         selectedTextForCommand = std::move(selection);
     } else {

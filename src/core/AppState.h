@@ -150,6 +150,12 @@ public:
     /// Listens for the stored shortcuts from now on. Main actor.
     void applyHotkeyBindings();
 
+    /// Whether hotkeys that are modifiers alone give way to other shortcuts, by the setting
+    /// `guardModifierHotkeys`.
+    bool isModifierGuardOn() const;
+    /// Stores the setting and applies it at once. Main actor.
+    void setModifierGuard(bool isOn);
+
     /// Ends onboarding for good and sets up.
     void completeOnboarding();
 
@@ -160,6 +166,10 @@ public:
 private:
     explicit AppState(const Environment& environment);
     void connect();
+
+    // AppState.Presses.cpp
+    void observeDictating();
+    runtime::Task<> handleDiscardedPress();
 
     // AppState.cpp
     void surfaceTakenShortcut(platform::KeyCombination combination);
@@ -254,6 +264,11 @@ private:
     bool pttLongFormActive_ = false; ///< the key has been held for so long that text is typed meanwhile
     bool isPTTCommitting_ = false;   ///< a piece is being committed
     std::uint64_t pttCancellations_ = 0;
+
+    bool isRecordingOfPress_ = false;    ///< the last press of a key that is held began the recording
+    std::uint64_t discardedPresses_ = 0; ///< grows with every one
+    base::Subscription stateForListener_;
+    base::Subscription modeForListener_;
 };
 
 } // namespace sonvale::core

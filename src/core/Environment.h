@@ -68,6 +68,10 @@ struct Environment {
     std::function<std::string()> currentLocale;
     /// The one by which dates and times are written.
     std::function<std::string()> currentDateLocale;
+
+    /// Whether the desktop's own shortcuts begin with the modifiers of hotkeys that are modifiers alone: the
+    /// setting `guardModifierHotkeys` is then on unless the user turns it off.
+    bool areModifiersShared = false;
 };
 
 } // namespace sonvale::core

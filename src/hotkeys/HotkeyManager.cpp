@@ -52,7 +52,7 @@ public:
             tap_->enable();
             return platform::KeyVerdict::pass;
         }
-        const auto decision = machine_.handle(event);
+        const auto decision = machine_.handle(event, clock_.now());
         if (decision.delay != HotkeyStateMachine::Delay::leave)
             cancelDelay();
         if (decision.delay == HotkeyStateMachine::Delay::start)
@@ -64,6 +64,8 @@ public:
     }
 
     void setBindings(const HotkeyBindings& bindings) { machine_.setBindings(bindings); }
+    void setGuard(bool isOn) { machine_.setGuard(isOn); }
+    void setDictating(bool isDictating) { machine_.setDictating(isDictating); }
 
     /// Called once the tap has stopped, so that nothing else is under way here but perhaps the timer.
     void close() {
@@ -108,7 +110,10 @@ private:
         deliver(decision);
     }
 
-    static bool needsMask(const platform::KeyEvent& event, const HotkeyStateMachine::Decision& decision) {
+    bool needsMask(const platform::KeyEvent& event, const HotkeyStateMachine::Decision& decision) const {
+        // During a dictation a tap of the modifiers ends it, and its last text is pasted after that.
+        if (decision.delay == HotkeyStateMachine::Delay::start)
+            return machine_.isDictating();
         // The cancel key reaches the application, and its repeats must not. A tap that is not asked about
         // them has to end them.
         const HotkeyStateMachine::Delivery cancelDown{HotkeyAction::cancel, HotkeyEventType::down};
@@ -175,13 +180,27 @@ bool HotkeyManager::start() {
 void HotkeyManager::updateBindings(const HotkeyBindings& bindings) {
     main_.assertCurrent();
     tap_.setSwallowable(swallowable(bindings));
+    change([bindings](Listener& listener) { listener.setBindings(bindings); });
+}
+
+void HotkeyManager::setModifierGuard(bool isOn) {
+    main_.assertCurrent();
+    change([isOn](Listener& listener) { listener.setGuard(isOn); });
+}
+
+void HotkeyManager::setDictating(bool isDictating) {
+    main_.assertCurrent();
+    change([isDictating](Listener& listener) { listener.setDictating(isDictating); });
+}
+
+void HotkeyManager::change(std::function<void(Listener&)> change) {
     if (!isListening_) {
-        listener_->setBindings(bindings);
+        change(*listener_);
         return;
     }
-    tap_.perform([weak = std::weak_ptr(listener_), bindings] {
+    tap_.perform([weak = std::weak_ptr(listener_), change = std::move(change)] {
         if (const auto listener = weak.lock())
-            listener->setBindings(bindings);
+            change(*listener);
     });
 }
 

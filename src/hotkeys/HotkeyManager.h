@@ -40,6 +40,14 @@ public:
     /// progress is forgotten: its `up` never comes. May be called before `start()`.
     void updateBindings(const HotkeyBindings& bindings);
 
+    /// Turns the guard of hotkeys that are modifiers alone on or off, between two events; see
+    /// `HotkeyStateMachine`. Off at first. May be called before `start()`.
+    void setModifierGuard(bool isOn);
+
+    /// Notes whether a dictation runs, between two events. A tap of modifiers then ends it, with the guard
+    /// too. May be called before `start()`.
+    void setDictating(bool isDictating);
+
     /// Sets the one receiver; an empty one drops the presses. It is kept until this object goes: let it hold
     /// its owner weakly.
     void setOnAction(OnAction onAction);
@@ -51,6 +59,9 @@ public:
 private:
     class Listener;
     struct Receiver;
+
+    /// Changes what the listener knows, between two events.
+    void change(std::function<void(Listener&)> change);
 
     runtime::Actor main_;
     platform::EventTap& tap_;

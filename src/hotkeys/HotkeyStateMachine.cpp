@@ -21,6 +21,11 @@ Decision deliver(HotkeyAction action, HotkeyEventType type, KeyVerdict verdict, 
     return {.verdict = verdict, .delay = delay, .delivered = {{{action, type}}}, .deliveryCount = 1};
 }
 
+/// The actions that open the microphone for as long as their hotkey is held.
+bool recordsWhileHeld(HotkeyAction action) {
+    return action == HotkeyAction::pushToTalk || action == HotkeyAction::commandMode;
+}
+
 bool contains(std::uint64_t flags, std::uint64_t modifiers) {
     return (flags & modifiers) == modifiers;
 }
@@ -45,7 +50,7 @@ void HotkeyStateMachine::reset() {
     waiting_.reset();
 }
 
-Decision HotkeyStateMachine::handle(const KeyEvent& event) {
+Decision HotkeyStateMachine::handle(const KeyEvent& event, double now) {
     const auto flags = event.flags & platform::modifier::mask;
     switch (event.type) {
     case KeyEvent::Type::keyDown:
@@ -53,7 +58,7 @@ Decision HotkeyStateMachine::handle(const KeyEvent& event) {
     case KeyEvent::Type::keyUp:
         return keyUp(event.keyCode);
     case KeyEvent::Type::flagsChanged:
-        return flagsChanged(flags);
+        return flagsChanged(flags, now);
     case KeyEvent::Type::tapDisabled:
         break;
     }
@@ -64,6 +69,7 @@ Decision HotkeyStateMachine::delayElapsed() {
     if (!waiting_)
         return {};
     pressed_ = std::exchange(waiting_, std::nullopt);
+    isHeldByGuard_ = isGuarded_;
     return deliver(*pressed_, HotkeyEventType::down, KeyVerdict::pass);
 }
 
@@ -73,12 +79,18 @@ Decision HotkeyStateMachine::keyDown(std::int64_t keyCode, std::uint64_t flags) 
 
     if (waiting_) {
         const auto waited = *std::exchange(waiting_, std::nullopt);
+        if (isGuardOn_ && !match && recordsWhileHeld(waited))
+            return {.delay = Delay::cancel};
+        isHeldByGuard_ = false;
         pressed_ = match.value_or(waited);
         return deliver(*pressed_, HotkeyEventType::down, match ? verdictFor(*match) : KeyVerdict::pass,
                        Delay::cancel);
     }
 
     if (pressed_) {
+        if (isHeldByGuard_ && !match)
+            return deliver(*std::exchange(pressed_, std::nullopt), HotkeyEventType::discarded,
+                           KeyVerdict::pass);
         // The same key again is its repeat. It is kept from the application even where the press itself was
         // not.
         return {.verdict = hasKey(*pressed_, keyCode) ? KeyVerdict::swallow : KeyVerdict::pass};
@@ -86,6 +98,7 @@ Decision HotkeyStateMachine::keyDown(std::int64_t keyCode, std::uint64_t flags) 
 
     if (!match)
         return {};
+    isHeldByGuard_ = false;
     pressed_ = match;
     return deliver(*match, HotkeyEventType::down, verdictFor(*match));
 }
@@ -97,14 +110,24 @@ Decision HotkeyStateMachine::keyUp(std::int64_t keyCode) {
     return deliver(released, HotkeyEventType::up, verdictFor(released));
 }
 
-Decision HotkeyStateMachine::flagsChanged(std::uint64_t flags) {
+Decision HotkeyStateMachine::flagsChanged(std::uint64_t flags, double now) {
+    const bool hasGrown = (flags & ~std::exchange(flags_, flags)) != 0;
     if (pressed_)
-        return flagsChangedWhileHeld(flags);
+        return flagsChangedWhileHeld(flags, now);
     if (waiting_)
         return flagsChangedWhileWaiting(flags);
 
-    waiting_ = matchAction(HotkeyConfiguration::modifiersOnly, flags);
-    return {.delay = waiting_ ? Delay::start : Delay::leave};
+    const auto match = matchAction(HotkeyConfiguration::modifiersOnly, flags);
+    if (!match)
+        return {};
+    const bool isGuarded = isGuardOn_ && recordsWhileHeld(*match);
+    // After Alt+Shift+Tab, Shift usually goes up first.
+    if (isGuarded && !hasGrown)
+        return {};
+    waiting_ = match;
+    isGuarded_ = isGuarded && !isDictating_;
+    pressBegan_ = now;
+    return {.delay = Delay::start};
 }
 
 Decision HotkeyStateMachine::flagsChangedWhileWaiting(std::uint64_t flags) {
@@ -119,12 +142,14 @@ Decision HotkeyStateMachine::flagsChangedWhileWaiting(std::uint64_t flags) {
 
     // Released before the delay was over: a quick tap.
     const auto tapped = *std::exchange(waiting_, std::nullopt);
+    if (isGuarded_)
+        return {.delay = Delay::cancel};
     return {.delay = Delay::cancel,
             .delivered = {{{tapped, HotkeyEventType::down}, {tapped, HotkeyEventType::up}}},
             .deliveryCount = 2};
 }
 
-Decision HotkeyStateMachine::flagsChangedWhileHeld(std::uint64_t flags) {
+Decision HotkeyStateMachine::flagsChangedWhileHeld(std::uint64_t flags, double now) {
     if (const auto required = modifiersAlone(*pressed_)) {
         if (*required != 0 && contains(flags, *required)) {
             if (flags == *required)
@@ -142,8 +167,12 @@ Decision HotkeyStateMachine::flagsChangedWhileHeld(std::uint64_t flags) {
             return {};
     }
 
-    const auto released = *std::exchange(pressed_, std::nullopt);
-    return deliver(released, HotkeyEventType::up, KeyVerdict::pass);
+    const auto type = isTooShort(now) ? HotkeyEventType::discarded : HotkeyEventType::up;
+    return deliver(*std::exchange(pressed_, std::nullopt), type, KeyVerdict::pass);
+}
+
+bool HotkeyStateMachine::isTooShort(double now) const {
+    return isHeldByGuard_ && now - pressBegan_ < minGuardedPress;
 }
 
 std::optional<HotkeyAction> HotkeyStateMachine::matchAction(std::int64_t keyCode, std::uint64_t flags) const {

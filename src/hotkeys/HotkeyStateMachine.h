@@ -19,8 +19,20 @@ namespace sonvale::hotkeys {
 /// A shortcut of modifiers alone is also the first half of other shortcuts, so its action waits for a delay
 /// that the owner runs; it becomes something else, or nothing, when more keys come before its end. Nothing
 /// here allocates but `setBindings`. Not safe to use from two threads at once.
+///
+/// A guard, off at first, is for desktops whose own shortcuts begin with the same modifiers (Alt+Tab, Alt+F4,
+/// a menu's letter). While it is on, a press of modifiers alone that would record while it is held
+/// - begins only when a modifier goes down, not when another one goes up;
+/// - delivers nothing if another key goes down before the delay is over, and `discarded` if one goes down
+///   later. Every key counts but modifiers and the program's own hotkeys, which keep their meaning;
+/// - delivers nothing if it ends before the delay is over, and `discarded` if it ends later but within
+///   `minGuardedPress`. A press that begins during a dictation keeps its meaning, so that a tap ends it.
 class HotkeyStateMachine {
 public:
+    /// The shortest press of modifiers alone that the guard lets through, in seconds, from the moment at
+    /// which the modifier goes down.
+    static constexpr double minGuardedPress = 0.3;
+
     /// What the owner has to do with the timer of the delay.
     enum class Delay { leave, start, cancel };
 
@@ -48,8 +60,15 @@ public:
     /// Forgets all bindings and any press in progress.
     void reset();
 
-    /// Decides about a key event; not for `tapDisabled`.
-    Decision handle(const platform::KeyEvent& event);
+    /// Turns the guard on or off, from the next press on.
+    void setGuard(bool isOn) { isGuardOn_ = isOn; }
+
+    /// Whether a dictation runs. The guard treats a press that begins meanwhile differently.
+    void setDictating(bool isDictating) { isDictating_ = isDictating; }
+    bool isDictating() const { return isDictating_; }
+
+    /// Decides about a key event; not for `tapDisabled`. `now` in seconds of a clock that does not go back.
+    Decision handle(const platform::KeyEvent& event, double now);
 
     /// The delay has run to its end: the waiting action goes down, if one still waits.
     Decision delayElapsed();
@@ -63,9 +82,10 @@ private:
 
     Decision keyDown(std::int64_t keyCode, std::uint64_t flags);
     Decision keyUp(std::int64_t keyCode);
-    Decision flagsChanged(std::uint64_t flags);
+    Decision flagsChanged(std::uint64_t flags, double now);
     Decision flagsChangedWhileWaiting(std::uint64_t flags);
-    Decision flagsChangedWhileHeld(std::uint64_t flags);
+    Decision flagsChangedWhileHeld(std::uint64_t flags, double now);
+    bool isTooShort(double now) const;
 
     std::optional<HotkeyAction> matchAction(std::int64_t keyCode, std::uint64_t flags) const;
     const std::vector<Shortcut>& shortcuts(HotkeyAction action) const;
@@ -77,6 +97,14 @@ private:
         listened_; ///< for each action, none when disabled
     std::optional<HotkeyAction> pressed_;
     std::optional<HotkeyAction> waiting_;
+
+    bool isGuardOn_ = false;
+    bool isDictating_ = false;
+    std::uint64_t flags_ = 0; ///< after the last change
+    // About the last press of modifiers alone.
+    bool isGuarded_ = false;     ///< it is subject to the guard
+    bool isHeldByGuard_ = false; ///< it is what `pressed_` is held by, and guarded
+    double pressBegan_ = 0;
 };
 
 } // namespace sonvale::hotkeys

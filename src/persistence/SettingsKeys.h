@@ -69,6 +69,10 @@ inline constexpr SettingKey<Data> hotkeyBindings{"hotkeyBindings", std::nullopt,
                                                  "encoded shortcuts of all actions"};
 inline constexpr SettingKey<bool> hotkeyBindingsMigrated{"hotkeyBindingsMigrated", false, DefaultGiven::none,
                                                          "the one-time migration of the single hotkey ran"};
+inline constexpr SettingKey<bool> guardModifierHotkeys{
+    "guardModifierHotkeys", std::nullopt, DefaultGiven::byReader,
+    "a hotkey of modifiers alone gives way to other shortcuts and ignores short presses; the desktop decides "
+    "the default"};
 inline constexpr SettingKey<std::string> accessToken{"com.sonvale.accessToken", std::nullopt,
                                                      DefaultGiven::none, "session access token"};
 inline constexpr SettingKey<std::string> refreshToken{"com.sonvale.refreshToken", std::nullopt,
@@ -93,6 +97,7 @@ inline constexpr std::tuple table{isOnboardingComplete,
                                   retentionPeriodDays,
                                   hotkeyBindings,
                                   hotkeyBindingsMigrated,
+                                  guardModifierHotkeys,
                                   accessToken,
                                   refreshToken,
                                   userEmail};

@@ -80,6 +80,15 @@ void SettingsModel::setShowInDock(bool isOn) {
                                                       : platform::ActivationPolicy::accessory);
 }
 
+bool SettingsModel::guardModifierHotkeys() const {
+    return appState().isModifierGuardOn();
+}
+
+void SettingsModel::setGuardModifierHotkeys(bool isOn) {
+    appState().setModifierGuard(isOn);
+    Q_EMIT changed();
+}
+
 bool SettingsModel::textCleanup() const {
     return environment_.settings.bound(keys::aiProcessingEnabled);
 }

@@ -18,6 +18,8 @@ class SettingsModel final : public GrantsModel {
     Q_PROPERTY(bool pauseAudioDuringDictation READ pauseAudioDuringDictation WRITE
                    setPauseAudioDuringDictation NOTIFY changed)
     Q_PROPERTY(bool showInDock READ showInDock WRITE setShowInDock NOTIFY changed)
+    Q_PROPERTY(
+        bool guardModifierHotkeys READ guardModifierHotkeys WRITE setGuardModifierHotkeys NOTIFY changed)
     Q_PROPERTY(bool textCleanup READ textCleanup WRITE setTextCleanup NOTIFY changed)
     Q_PROPERTY(bool privacyMode READ privacyMode WRITE setPrivacyMode NOTIFY changed)
     Q_PROPERTY(bool localOnlyMode READ localOnlyMode WRITE setLocalOnlyMode NOTIFY changed)
@@ -42,6 +44,8 @@ public:
     void setPauseAudioDuringDictation(bool isOn);
     bool showInDock() const;
     void setShowInDock(bool isOn);
+    bool guardModifierHotkeys() const;
+    void setGuardModifierHotkeys(bool isOn);
     bool textCleanup() const;
     void setTextCleanup(bool isOn);
     bool privacyMode() const;

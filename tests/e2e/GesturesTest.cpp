@@ -26,8 +26,11 @@ void expectNextDictationWorks(Session& session, const std::string& before) {
 
 } // namespace
 
-TEST(QuickTap, TypesNothingAndLeavesTheNextDictationWhole) {
-    Session session;
+TEST(QuickTap, WithoutTheGuardTypesNothingAndLeavesTheNextDictationWhole) {
+    Session session({.prepare = [](PrivateDesktop& desktop) {
+        RunningProgram::writeSettings(desktop,
+                                      R"({"isOnboardingComplete": true, "guardModifierHotkeys": false})");
+    }});
 
     session.keyboard.down(XK_Alt_L);
     pauseMilliseconds(quickMilliseconds);

@@ -78,6 +78,8 @@ void Session::holdToTalk() {
     stopsBefore_ = program.timings(stopped).size();
     keyboard.down(XK_Alt_L);
     waitForStart();
+    // A shorter press counts as none.
+    pauseMilliseconds(300);
 }
 
 void Session::holdToCommand() {

@@ -83,6 +83,9 @@ TEST_F(SettingsView, SaysEverythingInItsOrder) {
         "Keyboard Shortcuts",
         "Customize hotkeys for dictation, commands, and more",
         "Change Hotkeys",
+        "Ignore short presses and other shortcuts",
+        "A shortcut that is a modifier alone records only when it is held by itself, not when you tap it or "
+        "use it for another shortcut.",
         "Transcription",
         "Streaming",
         "Fastest. Audio is transcribed in real-time as you speak.",
@@ -132,9 +135,20 @@ TEST_F(SettingsView, StoresEverySwitchAtOnce) {
     expectTurns("soundEffects", keys::soundEffectsEnabled, true);
     expectTurns("pauseAudioDuringDictation", keys::pauseAudioDuringDictation, true);
     expectTurns("showInDock", keys::showInDock, true);
+    expectTurns("guardModifierHotkeys", keys::guardModifierHotkeys, false);
     expectTurns("textCleanup", keys::aiProcessingEnabled, true);
     expectTurns("privacyMode", keys::privacyModeEnabled, false);
     expectTurns("localOnlyMode", keys::localOnlyMode, false);
+}
+
+TEST_F(SettingsView, ShowsTheGuardOfModifiersAsTheDesktopNeedsItUntilItIsChanged) {
+    EXPECT_FALSE(isOn(openSettings(), "guardModifierHotkeys"));
+    areModifiersShared = true;
+    restart();
+    auto& view = openSettings();
+    EXPECT_TRUE(isOn(view, "guardModifierHotkeys"));
+    toggle(view, "guardModifierHotkeys");
+    EXPECT_FALSE(state().isModifierGuardOn());
 }
 
 TEST_F(SettingsView, RegistersTheProgramForTheLogin) {

@@ -92,6 +92,13 @@ FocusScope {
                     onClicked: view.showHotkeySheet = true
                 }
             }
+            SettingToggle {
+                name: "guardModifierHotkeys"
+                title: Texts.guardModifierHotkeys
+                explanation: Texts.guardModifierHotkeysExplanation
+                isOn: view.model.guardModifierHotkeys
+                onTurned: isOn => view.model.guardModifierHotkeys = isOn
+            }
         }
 
         SettingSection {

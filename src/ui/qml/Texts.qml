@@ -63,6 +63,8 @@ QtObject {
     readonly property string keyboardShortcuts: qsTr("Keyboard Shortcuts")
     readonly property string keyboardShortcutsExplanation: qsTr("Customize hotkeys for dictation, commands, and more")
     readonly property string changeHotkeys: qsTr("Change Hotkeys")
+    readonly property string guardModifierHotkeys: qsTr("Ignore short presses and other shortcuts")
+    readonly property string guardModifierHotkeysExplanation: qsTr("A shortcut that is a modifier alone records only when it is held by itself, not when you tap it or use it for another shortcut.")
     readonly property string transcription: qsTr("Transcription")
     readonly property var engines: [{
             "value": "streaming",

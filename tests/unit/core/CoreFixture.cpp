@@ -67,6 +67,7 @@ core::Environment CoreFixture::environment() {
         .updater = updater_,
         .currentLocale = [] { return std::string("en-US"); },
         .currentDateLocale = [] { return std::string("en-US"); },
+        .areModifiersShared = areModifiersShared,
     };
 }
 

@@ -62,6 +62,9 @@ protected:
     FakeLoginItem::Control& loginItem() { return loginItem_.control(); }
     FakeUpdater::Control& updater() { return updater_.control(); }
 
+    /// Whether the desktop uses modifiers alone itself. For the next `rebuildState()`.
+    bool areModifiersShared = false;
+
     /// Of the service; without a key nobody is signed in. For the next `rebuildState()`.
     services::ServiceAddresses addresses;
 
@@ -76,6 +79,8 @@ protected:
     /// One event of a shortcut, as the listener delivers it.
     void press(hotkeys::HotkeyAction action) { deliver(action, hotkeys::HotkeyEventType::down); }
     void release(hotkeys::HotkeyAction action) { deliver(action, hotkeys::HotkeyEventType::up); }
+
+    void deliver(hotkeys::HotkeyAction action, hotkeys::HotkeyEventType event);
 
     /// Speech of a loudness for `seconds`; time goes on with it.
     void speak(double seconds, float loudness = 0.1F);
@@ -97,8 +102,6 @@ protected:
     bool systemHas(const std::string& line) const;
 
 private:
-    void deliver(hotkeys::HotkeyAction action, hotkeys::HotkeyEventType event);
-
     TemporaryDirectory directory_;
     TestRuntime runtime_;
     base::LogSinks formerSinks_;

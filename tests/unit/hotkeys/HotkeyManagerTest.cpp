@@ -154,6 +154,16 @@ TEST_F(HotkeyManagerTest, MasksNoModifiersThatBelongToAnotherShortcutOrATap) {
     EXPECT_EQ(keyboard.maskCount(), 0);
 }
 
+TEST_F(HotkeyManagerTest, MasksTheModifiersOfATapThatEndsADictation) {
+    listen();
+    onMain([&] { manager->setDictating(true); });
+    hold(modifier::option);
+    EXPECT_EQ(keyboard.maskCount(), 1);
+    pass(50);
+    hold(0);
+    EXPECT_EQ(keyboard.maskCount(), 1);
+}
+
 TEST_F(HotkeyManagerTest, EndsTheRepeatsOfTheCancelKey) {
     listen();
     EXPECT_EQ(press(escape), KeyVerdict::pass);
@@ -164,6 +174,37 @@ TEST_F(HotkeyManagerTest, EndsTheRepeatsOfTheCancelKey) {
     pass(200);
     press(escape);
     EXPECT_EQ(keyboard.maskCount(), 2) << "for Option alone, and not for an Escape that is not recognized";
+}
+
+TEST_F(HotkeyManagerTest, GuardsModifiersOnlyWhenToldTo) {
+    listen();
+    const auto tapped = [&] {
+        heard.clear();
+        hold(modifier::option);
+        pass(50);
+        hold(0);
+        return heard.size();
+    };
+    EXPECT_EQ(tapped(), 2U);
+    onMain([&] { manager->setModifierGuard(true); });
+    EXPECT_EQ(tapped(), 0U);
+    onMain([&] { manager->setModifierGuard(false); });
+    EXPECT_EQ(tapped(), 2U);
+}
+
+TEST_F(HotkeyManagerTest, MeasuresAGuardedPressFromTheMomentItsModifierGoesDown) {
+    onMain([&] { manager->setModifierGuard(true); });
+    listen();
+    hold(modifier::option);
+    pass(299);
+    hold(0);
+    hold(modifier::option);
+    pass(301);
+    hold(0);
+    EXPECT_EQ(heard, (Heard{{150, HotkeyAction::pushToTalk, down},
+                            {299, HotkeyAction::pushToTalk, HotkeyEventType::discarded},
+                            {449, HotkeyAction::pushToTalk, down},
+                            {600, HotkeyAction::pushToTalk, up}}));
 }
 
 TEST_F(HotkeyManagerTest, DeliversNothingForAChordOfModifiers) {

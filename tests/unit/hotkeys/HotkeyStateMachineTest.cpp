@@ -37,7 +37,7 @@ protected:
     }
 
     KeyVerdict send(Type type, int keyCode, std::uint64_t flags) {
-        return take(machine.handle({type, keyCode, flags}));
+        return take(machine.handle({type, keyCode, flags}, now));
     }
     KeyVerdict press(int keyCode, std::uint64_t flags = 0) { return send(Type::keyDown, keyCode, flags); }
     KeyVerdict release(int keyCode, std::uint64_t flags = 0) { return send(Type::keyUp, keyCode, flags); }
@@ -49,6 +49,7 @@ protected:
 
     HotkeyBindings bindings;
     HotkeyStateMachine machine;
+    double now = 0; ///< of the next events, in seconds
 
 private:
     KeyVerdict take(const HotkeyStateMachine::Decision& decision) {
@@ -249,7 +250,7 @@ TEST_F(HotkeyStateMachineTest, DropsAWaitingActionWhenAnotherModifierJoinsIn) {
 
 TEST_F(HotkeyStateMachineTest, DeliversAQuickTapInOnePiece) {
     modifiers(modifier::option);
-    const auto decision = machine.handle({Type::flagsChanged, optionKey, 0});
+    const auto decision = machine.handle({Type::flagsChanged, optionKey, 0}, now);
     EXPECT_EQ(decision.verdict, KeyVerdict::pass);
     EXPECT_EQ(decision.delay, Delay::cancel);
     EXPECT_EQ(Deliveries(decision.deliveries().begin(), decision.deliveries().end()),

@@ -78,6 +78,7 @@ TEST(SettingsKeys, HaveTheirNamesTypesAndDefaults) {
         {"retentionPeriodDays", "integer", "30", byReader},
         {"hotkeyBindings", "data", "absent", none},
         {"hotkeyBindingsMigrated", "bool", "false", none},
+        {"guardModifierHotkeys", "bool", "absent", byReader},
         {"com.sonvale.accessToken", "string", "absent", none},
         {"com.sonvale.refreshToken", "string", "absent", none},
         {"com.sonvale.userEmail", "string", "absent", none},
