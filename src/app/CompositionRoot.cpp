@@ -24,6 +24,7 @@
 #include "platform/qt/QtApplication.h"
 #include "platform/qt/QtMainContext.h"
 #include "platform/qt/QtPathMonitor.h"
+#include "platform/qt/QtSessionLock.h"
 #include "platform/qt/QtUrlSession.h"
 #include "runtime/SystemClock.h"
 #include "runtime/TaskPool.h"
@@ -95,6 +96,7 @@ struct CompositionRoot::Parts {
     platform::qt::QtUrlSessions urlSessions;
     platform::qt::QtPathMonitor pathMonitor;
     platform::qt::MprisMediaPlayers mediaPlayers;
+    platform::qt::QtSessionLock sessionLock;
     platform::qt::QtApplication application;
     ui::FloatingPanelController floatingPanel{clock};
     platform::linux::X11NativeKeys nativeKeys;
@@ -150,6 +152,7 @@ CompositionRoot::CompositionRoot(platform::Directories directories)
         .urlSessions = p.urlSessions,
         .pathMonitor = p.pathMonitor,
         .mediaPlayers = p.mediaPlayers,
+        .sessionLock = p.sessionLock,
         .floatingPanel = p.floatingPanel,
         .application = p.application,
         .nativeKeys = p.nativeKeys,

@@ -80,9 +80,13 @@ runtime::Task<> AppState::processAndInsert(std::string text, bool isFragment, bo
 
 /// Insertions share the clipboard: one that began before the last had put it back would take that one's text
 /// for the user's, or paste the user's for its own.
-runtime::Task<> AppState::insertText(std::string text) {
+/// Returns whether the text was inserted; on the lock screen nothing is.
+runtime::Task<bool> AppState::insertText(std::string text) {
     const auto turn = co_await insertion_.lock();
+    if (!isTypingPossible())
+        co_return false;
     co_await textInserter->insert(std::move(text));
+    co_return true;
 }
 
 bool AppState::isModelReachable() const {
@@ -141,8 +145,10 @@ runtime::Task<std::string> AppState::performBatchAICleanup(std::string rawText, 
                               base::characterCount(*cleaned)));
     if (!base::isEqual(*cleaned, rawText)) {
         const auto turn = co_await insertion_.lock();
-        co_await textInserter->undo(insertionCount);
-        co_await textInserter->insert(*cleaned);
+        if (isTypingPossible()) {
+            co_await textInserter->undo(insertionCount);
+            co_await textInserter->insert(*cleaned);
+        }
     }
     co_return *std::move(cleaned);
 }

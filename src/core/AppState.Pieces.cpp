@@ -41,8 +41,8 @@ runtime::Task<> AppState::typeAfter(runtime::TaskHandle<> previous, std::weak_pt
     const auto self = weakSelf.lock();
     if (!self)
         co_return;
-    co_await self->insertText(std::move(text));
-    ++(self.get()->*pieces).insertionCount;
+    if (co_await self->insertText(std::move(text)))
+        ++(self.get()->*pieces).insertionCount;
 }
 
 /// Waits for everything that is still to be typed, also for a piece that comes meanwhile.
@@ -66,6 +66,11 @@ runtime::Task<> AppState::cancelTyping(Pieces pieces) {
 runtime::Task<> AppState::finishPieces(Pieces pieces, bool isLocalOnly) {
     const auto finalText = base::trimmed((this->*pieces).accumulatedText);
     const auto count = (this->*pieces).insertionCount;
+    if (isScreenLocked_ && !finalText.empty()) {
+        // The pieces that were typed cannot be replaced now, and the others were not typed at all.
+        setTranscription(finalText);
+        co_return;
+    }
     if (finalText.empty() || count < 1)
         co_return;
     environment_.floatingPanel.show(RecordingState::processingHandsFree, 0);

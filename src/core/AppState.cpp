@@ -153,10 +153,14 @@ void AppState::connect() {
             self->startHotkeysIfReady();
     };
     observeDictating();
+    observeLock();
 }
 
 runtime::Task<> AppState::handleHotkey(HotkeyAction action, HotkeyEventType event) {
     const bool isDown = event == HotkeyEventType::down;
+    // The listener hears keys on the lock screen too.
+    if (isDown && isScreenLocked_)
+        co_return;
     if (event == HotkeyEventType::discarded) {
         co_await handleDiscardedPress();
         co_return;
@@ -196,7 +200,7 @@ runtime::Task<> AppState::handleHotkey(HotkeyAction action, HotkeyEventType even
 runtime::Task<> AppState::startDictation() {
     environment_.main.assertCurrent();
     const double startTime = environment_.clock.now();
-    if (recordingState.get() != RecordingState::idle)
+    if (recordingState.get() != RecordingState::idle || isScreenLocked_)
         co_return;
 
     dictationTargetApp = contextBuilder.focusedAppDetector.detect();
@@ -205,7 +209,8 @@ runtime::Task<> AppState::startDictation() {
         auto selection = co_await readSelection();
         forceCommandMode = false;
         // Another start, or the end of the press, may have come in between.
-        if (recordingState.get() != RecordingState::idle || discardedPresses_ != discardedBefore)
+        const bool isGivenUp = discardedPresses_ != discardedBefore || isScreenLocked_;
+        if (recordingState.get() != RecordingState::idle || isGivenUp)
             co_return;
         selectedTextForCommand = std::move(selection);
     } else {

@@ -81,7 +81,7 @@ public:
     runtime::Task<> handleHotkey(hotkeys::HotkeyAction action, hotkeys::HotkeyEventType event);
 
     /// Begins one recording, of an instruction when `forceCommandMode` is set: the selection is read first
-    /// then. Nothing unless the state is `idle`. A failure to start is surfaced.
+    /// then. Nothing unless the state is `idle` and the screen is not locked. A failure to start is surfaced.
     runtime::Task<> startDictation();
 
     /// Ends the recording, transcribes it and inserts the text. Nothing unless the state is `recording`. Ends
@@ -171,6 +171,12 @@ private:
     void observeDictating();
     runtime::Task<> handleDiscardedPress();
 
+    // AppState.Lock.cpp
+    void observeLock();
+    void setScreenLocked(bool isLocked);
+    static runtime::Task<> endForLock(std::shared_ptr<AppState> self);
+    bool isTypingPossible();
+
     // AppState.cpp
     void surfaceTakenShortcut(platform::KeyCombination combination);
     services::TokenProvider makeTokenProvider() const;
@@ -234,7 +240,7 @@ private:
     // AppState.Finalisation.cpp
     runtime::Task<> finishTranscript(std::string text, bool isLocalOnly, double stopTime);
     void endCommandOrSnippet();
-    runtime::Task<> insertText(std::string text);
+    runtime::Task<bool> insertText(std::string text);
     bool isCleanUpWanted(bool isLocalOnly) const;
     runtime::Task<bool> insertSnippet(std::string text);
     runtime::Task<std::string> cleanUp(std::string text, bool isFragment);
@@ -267,6 +273,7 @@ private:
 
     bool isRecordingOfPress_ = false;    ///< the last press of a key that is held began the recording
     std::uint64_t discardedPresses_ = 0; ///< grows with every one
+    bool isScreenLocked_ = false;
     base::Subscription stateForListener_;
     base::Subscription modeForListener_;
 };

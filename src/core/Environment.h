@@ -17,6 +17,7 @@
 #include "platform/PathMonitor.h"
 #include "platform/SampleRateConverter.h"
 #include "platform/SecureRandom.h"
+#include "platform/SessionLock.h"
 #include "platform/SpeechRecognizer.h"
 #include "platform/SyntheticInput.h"
 #include "platform/Updater.h"
@@ -58,6 +59,7 @@ struct Environment {
     platform::UrlSessions& urlSessions;
     platform::PathMonitor& pathMonitor;
     platform::MediaPlayers& mediaPlayers;
+    platform::SessionLock& sessionLock;
     platform::FloatingPanel& floatingPanel;
     platform::Application& application;
     const platform::NativeKeys& nativeKeys;

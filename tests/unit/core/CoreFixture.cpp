@@ -60,6 +60,7 @@ core::Environment CoreFixture::environment() {
         .urlSessions = urlSessions_,
         .pathMonitor = pathMonitor_,
         .mediaPlayers = players_,
+        .sessionLock = sessionLock_,
         .floatingPanel = panel_,
         .application = application_,
         .nativeKeys = nativeKeys_,

@@ -19,6 +19,7 @@
 #include "tests/fakes/FakePathMonitor.h"
 #include "tests/fakes/FakeSampleRateConverters.h"
 #include "tests/fakes/FakeSecureRandom.h"
+#include "tests/fakes/FakeSessionLock.h"
 #include "tests/fakes/FakeSpeechRecognizers.h"
 #include "tests/fakes/FakeSyntheticInput.h"
 #include "tests/fakes/FakeUpdater.h"
@@ -56,6 +57,7 @@ protected:
     FakeSpeechRecognizers::Control& recogniser() { return recognizers_.control(); }
     FakeUrlSessions::Control& network() { return urlSessions_.control(); }
     FakeMediaPlayers::Control& players() { return players_.control(); }
+    FakeSessionLock::Control& sessionLock() { return sessionLock_.control(); }
     FakePathMonitor::Control& link() { return pathMonitor_.control(); }
     FakeFloatingPanel& panel() { return panel_; }
     FakeApplication& application() { return application_; }
@@ -121,6 +123,7 @@ private:
     FakeSampleRateConverters converters_;
     FakeSecureRandom random_;
     FakeUrlSessions urlSessions_;
+    FakeSessionLock sessionLock_;
     FakePathMonitor pathMonitor_;
     FakeMediaPlayers players_;
     FakeFloatingPanel panel_;

@@ -70,6 +70,19 @@ TEST_F(HandsFree, TypesEachUtteranceWhileTheRecordingGoesOn) {
     EXPECT_EQ(undone(), 0);
 }
 
+TEST_F(HandsFree, IsLeftWhenTheScreenIsLockedAndKeepsWhatWasSaid) {
+    start({"first words", "last words"});
+    utter();
+    speak(0.5, 0.1F);
+    sessionLock().setLocked(true);
+    advance(10);
+    expectAtRest();
+    EXPECT_EQ(pastedTexts(), Texts{"first words"});
+    EXPECT_EQ(undone(), 0);
+    ASSERT_EQ(history().size(), 2U);
+    EXPECT_EQ(state().lastTranscription.get(), "first words last words");
+}
+
 TEST_F(HandsFree, EndsAnUtteranceAfterTwoSecondsOfSilence) {
     start({"words"});
     speak(0.5, 0.1F);
