@@ -177,10 +177,13 @@ void CompositionRoot::launch() {
     makeMenu();
     p.stateForTray = appState->recordingState.subscribe(
         [&tray = *p.trayIcon](platform::RecordingState state) { tray.setState(state); });
-    p.stateForMemory =
-        appState->recordingState.subscribe([pool = p.pool.actor()](platform::RecordingState state) {
-            if (state == platform::RecordingState::idle)
-                pool.post(returnFreedMemory);
+    p.stateForMemory = appState->recordingState.subscribe(
+        [&appState = *appState, pool = p.pool.actor()](platform::RecordingState state) {
+            if (state != platform::RecordingState::idle)
+                return;
+            // A cancelled dictation inserts nothing.
+            appState.textInserter->dropPrepared();
+            pool.post(returnFreedMemory);
         });
     p.errorForTray = appState->errorMessage.subscribe(
         [&tray = *p.trayIcon](const std::optional<std::string>& message) { tray.setErrorMessage(message); });

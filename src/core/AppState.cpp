@@ -231,6 +231,7 @@ runtime::Task<> AppState::startDictation() {
     }
 
     environment_.auditLogger.logRecordingStarted();
+    textInserter->prepare();
     if (!co_await startEngine() && isHandsFreeMode.get()) {
         failToConnect();
         co_return;

@@ -4,6 +4,14 @@
 
 namespace sonvale::insertion {
 
+void ClipboardManager::prepareToSave() const {
+    pasteboard_->prefetch();
+}
+
+void ClipboardManager::dropPrepared() const {
+    pasteboard_->dropPrefetch();
+}
+
 PasteboardSnapshot ClipboardManager::saveContents() const {
     PasteboardSnapshot snapshot;
     snapshot.changeCount = pasteboard_->changeCount();

@@ -20,12 +20,19 @@ struct PasteboardSnapshot {
 /// Saves the contents of the general pasteboard and puts them back. It holds nothing of its own, and its
 /// copies are equal; the pasteboard must outlive them.
 ///
-/// On the caller's thread, for about half a second at most. Access to the pasteboard has no lock: callers on
-/// different actors must not overlap.
+/// On the caller's thread, for about three seconds at most. Access to the pasteboard has no lock: callers on
+/// different actors must not overlap, except for `prepareToSave` and `dropPrepared`.
 class ClipboardManager {
 public:
     explicit ClipboardManager(platform::Pasteboard& pasteboard)
         : pasteboard_(&pasteboard) {}
+
+    /// Starts to read the contents, so that the next `saveContents` need not wait for a slow program. Returns
+    /// at once. Any thread.
+    void prepareToSave() const;
+
+    /// Frees what `prepareToSave` has read. Returns at once. Any thread.
+    void dropPrepared() const;
 
     PasteboardSnapshot saveContents() const;
 

@@ -28,8 +28,16 @@ public:
     TextInserter(runtime::Actor actor, runtime::Clock& clock, ClipboardManager clipboardManager,
                  platform::SyntheticInput& input);
 
-    /// Pastes `text` and puts the pasteboard back; about 350 ms, 50 of them before the paste. Never fails.
-    /// From any actor; its end comes back on the caller's.
+    /// Starts to read the user's clipboard for the next `insert`. A program that holds a large picture can
+    /// need seconds to hand it over, and by then the user is still speaking. Returns at once. Any thread.
+    void prepare() const { clipboardManager_.prepareToSave(); }
+
+    /// Frees what `prepare` has read; called when no insertion follows. Returns at once. Any thread.
+    void dropPrepared() const { clipboardManager_.dropPrepared(); }
+
+    /// Pastes `text` and puts the pasteboard back; about 350 ms, 50 of them before the paste, and up to 3 s
+    /// more if the clipboard's owner is slow and `prepare` was called too late. Never fails. From any actor;
+    /// its end comes back on the caller's.
     ///
     /// Cancelling: before the text is on the pasteboard nothing is pasted; afterwards the paste is pressed
     /// without the wait before it. The pasteboard is put back at once, and the token comes in every case.

@@ -28,9 +28,8 @@ struct PasteboardItem {
 
 /// The general pasteboard (clipboard) of the session.
 ///
-/// From any thread, one call at a time per object. Reading asks another program and therefore waits for it:
-/// at most about half a second altogether, whatever that program does; what it does not answer in time is
-/// left out.
+/// Called from any thread, one call at a time per object except for `prefetch` and `dropPrefetch`. Reading
+/// asks another program and waits for it: `items` at most about 3 s, `string` at most about half a second.
 class Pasteboard {
 public:
     Pasteboard() = default;
@@ -41,8 +40,17 @@ public:
     /// A number that grows whenever anybody, this program included, changes the contents.
     virtual std::int64_t changeCount() = 0;
 
-    /// Deep copies of the items with all their forms. An empty vector for an empty pasteboard; absent when
-    /// the system cannot be asked.
+    /// Starts to read the items in the background, so that `items` has them at once even if the program that
+    /// owns them needs seconds. Follows each change until `dropPrefetch`. Returns at once. Called from any
+    /// thread, also during another call.
+    virtual void prefetch() = 0;
+
+    /// Frees what `prefetch` has read. Returns at once. Called from any thread, also during another call.
+    virtual void dropPrefetch() = 0;
+
+    /// Returns deep copies of the items with all their forms: an empty vector for an empty pasteboard,
+    /// nullopt if the system cannot be asked. Forms that the owner does not give in time are missing. They
+    /// may still arrive after the items have been written back, and are then added to them.
     virtual std::optional<std::vector<PasteboardItem>> items() = 0;
 
     /// Empties the pasteboard.

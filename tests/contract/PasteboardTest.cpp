@@ -105,6 +105,41 @@ TEST_P(PasteboardContract, DoesNotCountReading) {
     EXPECT_EQ(pasteboard.changeCount(), before);
 }
 
+TEST_P(PasteboardContract, DoesNotCountAPrefetch) {
+    harness->copyTextElsewhere("text");
+    const auto before = pasteboard.changeCount();
+    pasteboard.prefetch();
+    EXPECT_EQ(pasteboard.changeCount(), before);
+    EXPECT_EQ(pasteboard.string(), "text");
+    pasteboard.dropPrefetch();
+    EXPECT_EQ(pasteboard.changeCount(), before);
+}
+
+TEST_P(PasteboardContract, ReadsWhatWasCopiedAfterAPrefetch) {
+    const auto old = form("application/x-old", "old");
+    const auto current = form("application/x-new", "new");
+    harness->copyElsewhere(old);
+    pasteboard.prefetch();
+    harness->copyElsewhere(current);
+    for (int i = 0; i < 2; ++i) {
+        const auto items = pasteboard.items();
+        ASSERT_TRUE(items && items->size() == 1);
+        EXPECT_EQ(items->front().representations, std::vector{current});
+    }
+}
+
+TEST_P(PasteboardContract, ReadsWhatItWroteItselfAfterAPrefetch) {
+    harness->copyTextElsewhere("theirs");
+    pasteboard.prefetch();
+    pasteboard.clearContents();
+    pasteboard.setString("own");
+    EXPECT_EQ(pasteboard.string(), "own");
+    pasteboard.prefetch();
+    EXPECT_EQ(harness->textElsewhere(), "own");
+    pasteboard.dropPrefetch();
+    EXPECT_EQ(pasteboard.string(), "own");
+}
+
 TEST_P(PasteboardContract, ReadsTheTextThatOthersCopied) {
     for (const std::string text : {"plain", "", "na\xc3\xafve \xf0\x9f\x91\x8d\n\t"}) {
         harness->copyTextElsewhere(text);

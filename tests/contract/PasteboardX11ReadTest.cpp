@@ -84,14 +84,28 @@ TEST_F(X11PasteboardTest, LeavesOutWhatIsNoContents) {
     EXPECT_EQ(owner.requests("MULTIPLE"), 0);
 }
 
-TEST_F(X11PasteboardTest, ReadsOfAPictureThePngAlone) {
+TEST_F(X11PasteboardTest, LeavesOutTheBitmapsThatThePngReplaces) {
     SelectionOwner owner(displayName(), {{"image/bmp", bytes("bmp")},
                                          {"image/png", bytes("png")},
+                                         {"image/tiff", bytes("tiff")},
+                                         {"image/x-icon", bytes("icon")},
                                          {"application/x-qt-image", bytes("qt")},
                                          {"PIXMAP", bytes("1234"), "PIXMAP", 32},
                                          {"text/html", bytes("<img>")}});
     EXPECT_THAT(readTypes(), ElementsAre("image/png", "text/html"));
     EXPECT_EQ(owner.requests("image/bmp"), 0);
+}
+
+TEST_F(X11PasteboardTest, KeepsVectorPicturesAndOtherEncodingsBesideThePng) {
+    SelectionOwner owner(displayName(), {{"image/svg+xml", bytes("svg")},
+                                         {"image/x-inkscape-svg", bytes("own")},
+                                         {"image/png", bytes("png")},
+                                         {"image/jpeg", bytes("jpeg")},
+                                         {"image/gif", bytes("gif")},
+                                         {"image/x-emf", bytes("emf")},
+                                         {"image/x-wmf", bytes("wmf")}});
+    EXPECT_THAT(readTypes(), ElementsAre("image/gif", "image/jpeg", "image/png", "image/svg+xml",
+                                         "image/x-emf", "image/x-inkscape-svg", "image/x-wmf"));
 }
 
 TEST_F(X11PasteboardTest, ReadsAllFormsOfAPictureThatIsNotInPng) {
@@ -115,12 +129,13 @@ TEST_F(X11PasteboardTest, GivesUpOnAnOwnerThatHangs) {
     {
         SelectionOwner owner(displayName(), {{"UTF8_STRING", bytes("text")}}, {.answersTargets = false});
         std::optional<std::vector<PasteboardItem>> items;
-        EXPECT_THAT(secondsOf([&] { items = pasteboard->items(); }), AllOf(Gt(0.45), Lt(1.0)));
+        EXPECT_THAT(secondsOf([&] { items = pasteboard->items(); }), AllOf(Gt(2.9), Lt(5.0)));
         ASSERT_TRUE(items.has_value());
         EXPECT_TRUE(items->empty());
     }
     SelectionOwner owner(displayName(), {{"UTF8_STRING", bytes("next")}});
     EXPECT_EQ(pasteboard->string(), "next");
+    EXPECT_THAT(readTypes(), ElementsAre("UTF8_STRING"));
 }
 
 TEST_F(X11PasteboardTest, GivesUpOnAnOwnerThatDoesNotGiveItsText) {
@@ -130,37 +145,41 @@ TEST_F(X11PasteboardTest, GivesUpOnAnOwnerThatDoesNotGiveItsText) {
     EXPECT_EQ(text, std::nullopt);
 }
 
-TEST_F(X11PasteboardTest, ReadsTextAndPictureBeforeWhatIsSlow) {
-    SelectionOwner owner(displayName(),
-                         {{.target = "application/x-slow", .data = bytes("slow"), .delayMilliseconds = 900},
-                          {.target = "image/png", .data = manyBytes(1000000), .isIncremental = true},
-                          {.target = "text/html", .data = bytes("<b>")},
-                          {.target = "UTF8_STRING", .data = bytes("text")}});
-    std::vector<std::string> types;
-    EXPECT_THAT(secondsOf([&] { types = readTypes(); }), Lt(0.8));
-    EXPECT_THAT(types, ElementsAre("UTF8_STRING", "image/png", "text/html"));
+TEST_F(X11PasteboardTest, AsksForTextFirstThenForThePictureAndForItsOtherEncodingsLast) {
+    std::vector<std::string> asked;
+    const auto form = [&asked](const std::string& target) {
+        return SelectionOwner::Form{
+            .target = target, .data = bytes("x"), .onRequest = [&asked, target] { asked.push_back(target); }};
+    };
+    {
+        SelectionOwner owner(displayName(),
+                             {form("image/jpeg"), form("image/svg+xml"), form("application/x-own"),
+                              form("image/png"), form("text/html"), form("UTF8_STRING")});
+        EXPECT_EQ(readTypes().size(), 6u);
+    }
+    EXPECT_THAT(asked, ElementsAre("UTF8_STRING", "text/html", "image/png", "application/x-own",
+                                   "image/svg+xml", "image/jpeg"));
 }
 
-TEST_F(X11PasteboardTest, LeavesOutATransferThatDoesNotEnd) {
+TEST_F(X11PasteboardTest, LeavesOutATransferThatDoesNotEndAndReadsTheRest) {
     SelectionOwner owner(
         displayName(),
         {{.target = "UTF8_STRING", .data = bytes("text")},
-         {.target = "image/png", .data = manyBytes(100000), .isIncremental = true, .isNeverFinished = true}});
+         {.target = "image/png", .data = manyBytes(100000), .isIncremental = true, .isNeverFinished = true},
+         {.target = "application/x-own", .data = bytes("own")}});
     std::vector<std::string> types;
-    EXPECT_THAT(secondsOf([&] { types = readTypes(); }), Lt(0.8));
-    EXPECT_THAT(types, ElementsAre("UTF8_STRING"));
+    EXPECT_THAT(secondsOf([&] { types = readTypes(); }), Lt(5.0));
+    EXPECT_THAT(types, ElementsAre("UTF8_STRING", "application/x-own"));
 }
 
 TEST_F(X11PasteboardTest, TakesNoLateAnswerForTheOneAskedFor) {
-    SelectionOwner owner(displayName(), {{.target = "UTF8_STRING", .data = bytes("text")},
-                                         {.target = "application/x-late",
-                                          .data = manyBytes(200000),
-                                          .isIncremental = true,
-                                          .delayMilliseconds = 600}});
+    SelectionOwner owner(
+        displayName(),
+        {{.target = "UTF8_STRING", .data = bytes("late"), .isIncremental = true, .delayMilliseconds = 700}});
+    EXPECT_EQ(pasteboard->string(), std::nullopt);
+    // It is let through to its end.
+    EXPECT_TRUE(eventually(10, [&] { return owner.finishedTransfers() == 1; }));
     EXPECT_THAT(readTypes(), ElementsAre("UTF8_STRING"));
-    // It is let through to its end, and nobody takes it for anything else.
-    EXPECT_TRUE(eventually(5, [&] { return owner.finishedTransfers() == 1; }));
-    EXPECT_EQ(pasteboard->string(), "text");
 }
 
 TEST_F(X11PasteboardTest, NoticesThatTheOwnerDiesWhileItIsAsked) {
@@ -168,11 +187,11 @@ TEST_F(X11PasteboardTest, NoticesThatTheOwnerDiesWhileItIsAsked) {
         displayName(), std::vector<SelectionOwner::Form>{{"UTF8_STRING", bytes("text")}},
         SelectionOwner::Options{.answersTargets = false});
     std::thread killer([&owner] {
-        eventually(5, [&] { return owner->requests("TARGETS") > 0; });
+        EXPECT_TRUE(eventually(5, [&] { return owner->requests("TARGETS") > 0; }));
         owner.reset();
     });
     std::optional<std::vector<PasteboardItem>> items;
-    EXPECT_THAT(secondsOf([&] { items = pasteboard->items(); }), Lt(0.4));
+    EXPECT_THAT(secondsOf([&] { items = pasteboard->items(); }), Lt(2.5));
     killer.join();
     ASSERT_TRUE(items.has_value());
     EXPECT_TRUE(items->empty());

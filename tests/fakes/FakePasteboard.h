@@ -51,7 +51,17 @@ public:
             return calls_;
         }
 
-        /// Called at the end of each call of the port, on its thread.
+        /// How many calls have asked to read ahead, and to drop what was read.
+        int prefetches() const {
+            const std::lock_guard lock(mutex_);
+            return prefetches_;
+        }
+        int drops() const {
+            const std::lock_guard lock(mutex_);
+            return drops_;
+        }
+
+        /// Called at the end of each call of the port but those two, on its thread.
         void setOnCall(std::function<void(Call)> onCall) {
             const std::lock_guard lock(mutex_);
             onCall_ = std::move(onCall);
@@ -88,6 +98,8 @@ public:
         std::int64_t changeCount_ = 1;
         bool isUnavailable_ = false;
         std::vector<Call> calls_;
+        int prefetches_ = 0;
+        int drops_ = 0;
         std::function<void(Call)> onCall_;
     };
 
@@ -102,6 +114,16 @@ public:
 
     std::int64_t changeCount() override {
         return control_.perform(Call::changeCount, [this] { return control_.changeCount_; });
+    }
+
+    void prefetch() override {
+        const std::lock_guard lock(control_.mutex_);
+        ++control_.prefetches_;
+    }
+
+    void dropPrefetch() override {
+        const std::lock_guard lock(control_.mutex_);
+        ++control_.drops_;
     }
 
     std::optional<Items> items() override {

@@ -1,9 +1,12 @@
 #include "platform/linux/X11Clipboard.h"
 
+#include "base/Log.h"
+
 #include <xcb/xfixes.h>
 
 #include <algorithm>
-#include <cstring>
+#include <limits>
+#include <utility>
 
 namespace sonvale::platform::linux {
 
@@ -11,28 +14,25 @@ namespace {
 
 /// For a question that the server answers by itself.
 constexpr double serverSeconds = 0.5;
-/// For the owner's first answer; one that has not come by then comes from a program that hangs.
+/// For the owner's text; one that has not come by then comes from a program that hangs.
 constexpr double ownerSeconds = 0.5;
-/// For all forms together: Qt's programs need 2 s for some forms of a picture.
-constexpr double snapshotSeconds = 0.4;
-/// For the forms, when the first answer came late.
-constexpr double leastFormsSeconds = 0.1;
+/// Time for other encodings of a picture that is there as PNG. Qt's programs need seconds for each.
+constexpr double encodingSeconds = 0.5;
+/// Until then an owner is asked for one form after the other, as the oldest programs need it.
+constexpr double oneByOneSeconds = 0.4;
 constexpr double handOverSeconds = 1;
-constexpr int mostAttempts = 2;
-constexpr std::size_t mostTargets = 1000;
+constexpr int maxTextAttempts = 2;
 
-/// Forms that are asked for first are there when time runs out: text before the picture, the picture before
-/// what is only known to its own program.
-int urgency(const std::string& name) {
-    if (name == "UTF8_STRING")
-        return 0;
-    if (target::isPlainText(name))
-        return 1;
-    if (name.starts_with("text/"))
-        return 2;
-    if (name == "image/png")
-        return 3;
-    return target::isImageBesidePng(name) ? 5 : 4;
+/// Names of forms for the log. Another program has chosen them, so they are shortened and made printable.
+std::string listOf(const std::vector<std::string>& names) {
+    constexpr std::size_t maxLength = 60;
+    std::string list;
+    for (const auto& name : names) {
+        list += list.empty() ? "" : ", ";
+        for (const char c : name.substr(0, maxLength))
+            list += c >= ' ' && c <= '~' ? c : '?';
+    }
+    return list;
 }
 
 } // namespace
@@ -41,14 +41,14 @@ X11Clipboard::X11Clipboard(const runtime::Clock& clock, const std::string& displ
     : clock_(clock)
     , client_(displayName, clock)
     , server_(client_, clock)
-    , reader_(client_, clock, [this](const xcb_generic_event_t& event) { dispatch(event); }) {
+    , reader_(client_, clock, [this](const xcb_generic_event_t& event) { dispatch(event); })
+    , fetch_(client_, clock, {}) {
     if (!client_.isAlive())
         return;
-    const auto atoms = client_.atoms({"CLIPBOARD", "TARGETS", "SAVE_TARGETS", "CLIPBOARD_MANAGER"}, soon());
+    const auto atoms = client_.atoms({"CLIPBOARD", "SAVE_TARGETS", "CLIPBOARD_MANAGER"}, soon());
     clipboard_ = atoms[0];
-    targets_ = atoms[1];
-    saveTargets_ = atoms[2];
-    clipboardManager_ = atoms[3];
+    saveTargets_ = atoms[1];
+    clipboardManager_ = atoms[2];
     watchChanges();
 }
 
@@ -78,27 +78,125 @@ X11SelectionServer::ContentsPointer X11Clipboard::ownContents() {
     return client_.isAlive() ? server_.contents(clipboard_) : nullptr;
 }
 
-std::optional<std::vector<PasteboardItem>> X11Clipboard::readItems() {
-    const double start = clock_.now();
-    for (int attempt = 1;; ++attempt) {
-        const auto time = client_.timestamp(start + serverSeconds);
-        if (!time)
-            return std::nullopt;
-        if (!hasOwner(clipboard_))
-            return std::vector<PasteboardItem>();
+void X11Clipboard::prefetch() {
+    dispatchArrived();
+    if (!client_.isAlive() || server_.owns(clipboard_) || waiting_)
+        return;
+    endFetch();
+    isPrefetching_ = true;
+    startFetch();
+}
 
-        dispatchArrived();
-        const auto count = changeCount_;
-        auto item = fetchItem(*time, start);
-        // Half of one owner's contents and half of another's are nobody's.
-        const bool isTorn = changeCount_ != count;
-        if (isTorn && attempt < mostAttempts && clock_.now() < start + snapshotSeconds / 2)
-            continue;
-        std::vector<PasteboardItem> items;
-        if (!item.representations.empty())
-            items.push_back(std::move(item));
-        return items;
+void X11Clipboard::dropPrefetch() {
+    dispatchArrived();
+    isPrefetching_ = false;
+    // A reader may wait for it, and late forms belong to an insertion.
+    if (!waiting_ && late_ == Late::none)
+        fetch_.stop();
+}
+
+void X11Clipboard::readItems(ItemsReady ready) {
+    client_.sync(soon());
+    dispatchArrived();
+    if (late_ != Late::none)
+        endFetch();
+    const bool isCurrent = !fetch_.isIdle() && fetchedCount_ == changeCount_;
+    if (!client_.isAlive() || (!isCurrent && !startFetch())) {
+        ready(std::nullopt);
+        return;
     }
+    waiting_ = Waiting{std::move(ready), clock_.now()};
+    advance();
+}
+
+bool X11Clipboard::startFetch() {
+    const auto time = client_.timestamp(soon());
+    dispatchArrived();
+    fetchedCount_ = changeCount_;
+    fetch_.stop();
+    if (!time)
+        return false;
+    if (hasOwner(clipboard_))
+        fetch_.start(clipboard_, *time);
+    else
+        fetch_.completeEmpty();
+    return true;
+}
+
+void X11Clipboard::advance() {
+    const bool isOutdated = fetchedCount_ != changeCount_;
+    // Half of one owner's contents and half of another's are nobody's.
+    if (late_ == Late::none && isOutdated && (isPrefetching_ || waiting_) && !server_.owns(clipboard_))
+        startFetch();
+    fetch_.advance();
+    if (waiting_)
+        answerItems();
+    else if (late_ == Late::restored)
+        addLateForms();
+}
+
+/// Answers the reader of the items if everything is there, or if it must not wait any longer.
+void X11Clipboard::answerItems() {
+    const double waited = clock_.now() - waiting_->since;
+    if (waited >= oneByOneSeconds)
+        fetch_.askForAll();
+    const bool isEnough = fetch_.isComplete() || waited >= itemsSeconds ||
+                          (waited >= encodingSeconds && fetch_.hasAllButEncodings()) || !client_.isAlive();
+    if (!isEnough)
+        return;
+
+    const auto ready = std::move(waiting_->ready);
+    waiting_.reset();
+    fetch_.askForAllNow();
+    order_ = fetch_.names();
+    std::vector<PasteboardItem> items;
+    for (auto& form : fetch_.takeArrived()) {
+        if (items.empty())
+            items.emplace_back();
+        items.front().representations.push_back(std::move(form.representation));
+    }
+    // Idle: the server did not answer when the fetch was to start.
+    if (fetch_.isComplete() || fetch_.isIdle())
+        logAndEndFetch();
+    else
+        late_ = Late::kept;
+    ready(client_.isAlive() ? std::optional(std::move(items)) : std::nullopt);
+}
+
+/// Adds to what is offered the forms that have arrived since the items were read.
+void X11Clipboard::addLateForms() {
+    PasteboardItem item;
+    for (auto& form : fetch_.takeArrived())
+        item.representations.push_back(std::move(form.representation));
+    const auto present = server_.contents(clipboard_);
+    if (present && !item.representations.empty()) {
+        auto contents = *present;
+        std::vector<PasteboardItem> items;
+        items.push_back(std::move(item));
+        contents.merge(X11SelectionContents::fromItems(std::move(items)), order_);
+        contents.resolve(client_, soon());
+        server_.update(clipboard_, std::make_shared<const X11SelectionContents>(std::move(contents)));
+    }
+    if (!fetch_.isComplete())
+        return;
+    logAndEndFetch();
+    if (server_.isUnfilled(clipboard_))
+        server_.release(clipboard_);
+}
+
+/// Ends a fetch of items that were read.
+void X11Clipboard::logAndEndFetch() {
+    if (const auto missing = fetch_.missing(); !missing.empty())
+        base::Logger("Clipboard")
+            .error("Not restored, because its owner was too slow or offered too much: {}", listOf(missing));
+    else if (!fetch_.hasList())
+        base::Logger("Clipboard").error("Not restored, because its owner did not answer");
+    endFetch();
+}
+
+void X11Clipboard::endFetch() {
+    fetch_.stop();
+    late_ = Late::none;
 }
 
 std::optional<std::string> X11Clipboard::readText() {
@@ -110,8 +208,8 @@ std::optional<std::string> X11Clipboard::readText() {
 
         dispatchArrived();
         const auto count = changeCount_;
-        auto text = fetchText(*time, start + ownerSeconds);
-        if (changeCount_ == count || attempt == mostAttempts)
+        auto text = fetchText(clipboard_, *time, start + ownerSeconds);
+        if (changeCount_ == count || attempt == maxTextAttempts)
             return text;
     }
 }
@@ -119,15 +217,25 @@ std::optional<std::string> X11Clipboard::readText() {
 void X11Clipboard::clearContents() {
     dispatchArrived();
     server_.release(XCB_ATOM_PRIMARY);
+    if (late_ == Late::restored)
+        late_ = Late::kept;
     server_.claimUnfilled(clipboard_, soon());
 }
 
-void X11Clipboard::write(X11SelectionContents contents) {
+void X11Clipboard::writeText(X11SelectionContents contents) {
     dispatchArrived();
     server_.release(XCB_ATOM_PRIMARY);
     contents.resolve(client_, soon());
     if (!contents.items.empty())
         server_.fill(clipboard_, std::make_shared<const X11SelectionContents>(std::move(contents)), soon());
+}
+
+void X11Clipboard::writeItems(X11SelectionContents contents) {
+    writeText(std::move(contents));
+    if (late_ == Late::none)
+        return;
+    late_ = Late::restored;
+    addLateForms();
 }
 
 void X11Clipboard::offerPrimary() {
@@ -168,21 +276,37 @@ void X11Clipboard::handOver() {
 
 void X11Clipboard::serveAndWait(int otherDescriptor) {
     dispatchArrived();
+    advance();
+    waitForLateForms();
     server_.expire();
-    client_.waitForInput(otherDescriptor, server_.nextDeadline());
+    client_.waitForInput(otherDescriptor, nextDeadline());
+}
+
+/// An emptied clipboard that gets no contents at once has been restored as empty. If the owner of before is
+/// still sending, what it sends belongs there.
+void X11Clipboard::waitForLateForms() {
+    if (late_ != Late::kept || clock_.now() < server_.fillDeadline(clipboard_))
+        return;
+    late_ = Late::restored;
+    server_.waitForContents(clipboard_, std::numeric_limits<double>::infinity());
+    addLateForms();
+}
+
+double X11Clipboard::nextDeadline() const {
+    double next = std::min(server_.nextDeadline(), fetch_.nextDeadline());
+    if (!waiting_)
+        return next;
+    for (const double step : {oneByOneSeconds, encodingSeconds, itemsSeconds}) {
+        if (clock_.now() < waiting_->since + step)
+            return std::min(next, waiting_->since + step);
+    }
+    return next;
 }
 
 void X11Clipboard::dispatch(const xcb_generic_event_t& event) {
     const int type = event.response_type & 0x7f;
     if (type == selectionEvent_) {
-        const auto& change = reinterpret_cast<const xcb_xfixes_selection_notify_event_t&>(event);
-        // Letting go of what `clearContents` took is the second half of one change.
-        const bool isOwnRelease = change.owner == XCB_WINDOW_NONE && change.selection == clipboard_ &&
-                                  server_.tellsOfRelease(clipboard_, event.full_sequence);
-        if (change.selection == clipboard_ && !isOwnRelease) {
-            ++changeCount_;
-            reader_.abandon();
-        }
+        noteChange(event);
         return;
     }
     if (type == XCB_SELECTION_NOTIFY &&
@@ -190,6 +314,23 @@ void X11Clipboard::dispatch(const xcb_generic_event_t& event) {
         isHandedOver_ = true;
     server_.handle(event);
     reader_.handle(event);
+    fetch_.handle(event);
+}
+
+void X11Clipboard::noteChange(const xcb_generic_event_t& event) {
+    const auto& change = reinterpret_cast<const xcb_xfixes_selection_notify_event_t&>(event);
+    if (change.selection != clipboard_)
+        return;
+    // Letting go of what `clearContents` took is the second half of one change.
+    if (change.owner == XCB_WINDOW_NONE && server_.tellsOfRelease(clipboard_, event.full_sequence))
+        return;
+    ++changeCount_;
+    reader_.abandon();
+    // What this program puts there meanwhile does not concern forms that are still to come.
+    const bool isLateInUse =
+        late_ == Late::kept || (late_ == Late::restored && change.owner == client_.window());
+    if (!isLateInUse)
+        endFetch();
 }
 
 void X11Clipboard::dispatchArrived() {
@@ -203,67 +344,11 @@ bool X11Clipboard::hasOwner(xcb_atom_t selection) {
     return answer && answer->owner != XCB_WINDOW_NONE;
 }
 
-std::vector<X11Clipboard::Wanted> X11Clipboard::offeredTargets(xcb_timestamp_t time, double deadline) {
-    std::vector<xcb_atom_t> atoms;
-    if (const auto answer = reader_.fetch(clipboard_, targets_, time, deadline)) {
-        if (answer->format == 32) {
-            atoms.resize(std::min(answer->bytes.size() / sizeof(xcb_atom_t), mostTargets));
-            std::memcpy(atoms.data(), answer->bytes.data(), atoms.size() * sizeof(xcb_atom_t));
-        }
-    } else if (clock_.now() < deadline) {
-        // The oldest programs know plain text and nothing else.
-        atoms = client_.atoms({"UTF8_STRING", "STRING"}, soon());
-    }
-
-    const auto names = client_.atomNames(atoms, soon());
-    const bool hasPng = std::ranges::find(names, "image/png") != names.end();
-    std::vector<Wanted> wanted;
-    for (std::size_t i = 0; i < atoms.size(); ++i) {
-        const auto& name = names[i];
-        const bool isLeftOut = name.empty() || target::isNoContents(name) ||
-                               (hasPng && target::isImageBesidePng(name)) ||
-                               std::ranges::find(wanted, atoms[i], &Wanted::target) != wanted.end();
-        if (!isLeftOut)
-            wanted.push_back({name, atoms[i], std::nullopt});
-    }
-    return wanted;
-}
-
-PasteboardItem X11Clipboard::fetchItem(xcb_timestamp_t time, double start) {
-    const auto count = changeCount_;
-    auto wanted = offeredTargets(time, start + ownerSeconds);
-
-    std::vector<Wanted*> order;
-    for (auto& form : wanted)
-        order.push_back(&form);
-    std::ranges::sort(order, {}, [](const Wanted* form) { return std::pair(urgency(form->name), form); });
-    const double deadline = std::max(start + snapshotSeconds, clock_.now() + leastFormsSeconds);
-    for (auto* form : order) {
-        if (clock_.now() >= deadline || changeCount_ != count)
-            break;
-        form->data = reader_.fetch(clipboard_, form->target, time, deadline);
-    }
-
-    std::vector<xcb_atom_t> types;
-    for (const auto& form : wanted)
-        types.push_back(form.data ? form.data->type : xcb_atom_t{XCB_ATOM_NONE});
-    const auto typeNames = client_.atomNames(types, soon());
-
-    PasteboardItem item;
-    for (std::size_t i = 0; i < wanted.size(); ++i) {
-        auto& form = wanted[i];
-        if (!form.data)
-            continue;
-        const auto encoding = typeNames[i] == form.name ? std::string() : typeNames[i];
-        item.representations.push_back({form.name, std::move(form.data->bytes), form.data->format, encoding});
-    }
-    return item;
-}
-
-std::optional<std::string> X11Clipboard::fetchText(xcb_timestamp_t time, double deadline) {
+std::optional<std::string> X11Clipboard::fetchText(xcb_atom_t selection, xcb_timestamp_t time,
+                                                   double deadline) {
     const auto count = changeCount_;
     for (const std::string name : target::plainText) {
-        const auto data = reader_.fetch(clipboard_, client_.atom(name, soon()), time, deadline);
+        const auto data = reader_.fetch(selection, client_.atom(name, soon()), time, deadline);
         if (data && data->format == 8)
             return target::decodedText(name, data->bytes);
         if (clock_.now() >= deadline || changeCount_ != count)

@@ -68,32 +68,47 @@ public:
     template <class Order>
     auto perform(Order order) -> std::optional<decltype(order(std::declval<X11Clipboard&>()))> {
         using Result = decltype(order(std::declval<X11Clipboard&>()));
+        return ask<Result>(longestOrder,
+                           [order = std::move(order)](X11Clipboard& clipboard, const auto& answer) mutable {
+                               answer(order(clipboard));
+                           });
+    }
+
+    /// As `perform`, for an order that may answer after it has returned.
+    template <class Result, class Order>
+    std::optional<Result> ask(std::chrono::milliseconds limit, Order order) {
         struct Answer {
             std::mutex mutex;
             std::condition_variable given;
             std::optional<Result> result; ///< guarded by `mutex`
         };
         const auto answer = std::make_shared<Answer>();
-        {
-            const std::lock_guard lock(mutex_);
-            orders_.push_back([answer, order = std::move(order)](X11Clipboard& clipboard) mutable {
-                auto result = order(clipboard);
-                {
-                    const std::lock_guard answerLock(answer->mutex);
-                    answer->result = std::move(result);
-                }
-                answer->given.notify_all();
-            });
-        }
-        wake();
-
+        post([order = std::move(order), answer](X11Clipboard& clipboard) mutable {
+            order(clipboard, std::function<void(Result)>([answer](Result result) {
+                      {
+                          const std::lock_guard lock(answer->mutex);
+                          answer->result = std::move(result);
+                      }
+                      answer->given.notify_all();
+                  }));
+        });
         std::unique_lock lock(answer->mutex);
-        answer->given.wait_for(lock, longestOrder, [&] { return answer->result.has_value(); });
+        answer->given.wait_for(lock, limit, [&] { return answer->result.has_value(); });
         return std::move(answer->result);
     }
 
-private:
+    /// Has `order` carried out on the thread and does not wait for it.
+    void post(std::function<void(X11Clipboard&)> order) {
+        {
+            const std::lock_guard lock(mutex_);
+            orders_.push_back(std::move(order));
+        }
+        wake();
+    }
+
     static constexpr std::chrono::milliseconds longestOrder{2500};
+
+private:
     static constexpr std::chrono::milliseconds longestEnd{500};
 
     void run() {
@@ -146,13 +161,25 @@ std::int64_t X11Pasteboard::changeCount() {
     return lastCount_;
 }
 
+void X11Pasteboard::prefetch() {
+    worker_->post([](X11Clipboard& clipboard) { clipboard.prefetch(); });
+}
+
+void X11Pasteboard::dropPrefetch() {
+    worker_->post([](X11Clipboard& clipboard) { clipboard.dropPrefetch(); });
+}
+
 std::optional<std::vector<PasteboardItem>> X11Pasteboard::items() {
-    auto reading = worker_->perform([](X11Clipboard& clipboard) {
-        Reading<std::vector<PasteboardItem>> r{clipboard.ownContents(), std::nullopt};
-        if (!r.own)
-            r.other = clipboard.readItems();
-        return r;
-    });
+    using Items = Reading<std::vector<PasteboardItem>>;
+    const auto limit =
+        Worker::longestOrder + std::chrono::seconds(static_cast<int>(X11Clipboard::itemsSeconds));
+    auto reading =
+        worker_->ask<Items>(limit, [](X11Clipboard& clipboard, const std::function<void(Items)>& answer) {
+            if (auto own = clipboard.ownContents())
+                answer({std::move(own), std::nullopt});
+            else
+                clipboard.readItems([answer](auto items) { answer({nullptr, std::move(items)}); });
+        });
     if (!reading)
         return std::nullopt;
     return reading->own ? reading->own->copy() : std::move(reading->other);
@@ -166,16 +193,17 @@ void X11Pasteboard::clearContents() {
 }
 
 void X11Pasteboard::setString(const std::string& text) {
-    write(X11SelectionContents::fromText(text));
+    auto contents = X11SelectionContents::fromText(text);
+    worker_->perform([contents = std::move(contents)](X11Clipboard& clipboard) mutable {
+        clipboard.writeText(std::move(contents));
+        return true;
+    });
 }
 
 void X11Pasteboard::writeItems(std::vector<PasteboardItem> items) {
-    write(X11SelectionContents::fromItems(std::move(items)));
-}
-
-void X11Pasteboard::write(X11SelectionContents contents) {
+    auto contents = X11SelectionContents::fromItems(std::move(items));
     worker_->perform([contents = std::move(contents)](X11Clipboard& clipboard) mutable {
-        clipboard.write(std::move(contents));
+        clipboard.writeItems(std::move(contents));
         return true;
     });
 }

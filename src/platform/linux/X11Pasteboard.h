@@ -8,14 +8,17 @@
 
 namespace sonvale::platform::linux {
 
-struct X11SelectionContents;
-
 /// The clipboard of an X session: the selection CLIPBOARD (ICCCM 2, the freedesktop clipboard convention).
 ///
 /// It has a connection and a thread of its own, so that what it holds is served while the rest of the program
 /// is busy. Every target is kept as it is, with its type and format, but for those that are no contents;
-/// where a picture is offered in PNG its other forms are left out. A selection has no items: what others own
+/// bitmaps that a PNG of the same picture replaces are left out. A selection has no items: what others own
 /// reads as one item, and of several items others see each target once.
+///
+/// Reading is bounded. An owner is given up after 10 s without an answer, or 60 s altogether. One copy of at
+/// most 256 MB is held from `prefetch` until it is read, or until `dropPrefetch`. `items` waits 3 s at most.
+/// What is missing then has been asked for, and owners answer that even after they have lost the clipboard:
+/// it is added to the items once they are written back. Forms that never arrive are named in the log.
 ///
 /// Without a server, or once it has gone, reading answers with nothing and writing does nothing.
 class X11Pasteboard final : public Pasteboard {
@@ -26,6 +29,8 @@ public:
     ~X11Pasteboard() override;
 
     std::int64_t changeCount() override;
+    void prefetch() override;
+    void dropPrefetch() override;
     std::optional<std::vector<PasteboardItem>> items() override;
     void clearContents() override;
     void setString(const std::string& text) override;
@@ -33,14 +38,13 @@ public:
     std::optional<std::string> string() override;
 
     /// Offers the present plain text as the selection PRIMARY too, until the contents are next cleared or
-    /// written. For terminals of xterm's kind, whose Shift-Insert pastes that one; for others it must not be
-    /// taken, since GTK's programs then drop what the user has selected. Nothing when there is no plain text.
+    /// written. For terminals of xterm's kind, whose
+    /// Shift-Insert pastes that one; for others it must not be taken, since GTK's programs then drop what the
+    /// user has selected. Nothing when there is no plain text.
     void offerPrimary();
 
 private:
     class Worker;
-
-    void write(X11SelectionContents contents);
 
     std::int64_t lastCount_ = 0; ///< what is told when the server does not answer
     std::unique_ptr<Worker> worker_;

@@ -12,6 +12,45 @@ namespace {
 constexpr std::string_view noContents[] = {"TARGETS",      "MULTIPLE", "TIMESTAMP",
                                            "SAVE_TARGETS", "DELETE",   "GTK_TEXT_BUFFER_CONTENTS"};
 
+/// PIXMAP and BITMAP are numbers of server objects that go with their owner. The others are what GTK and Qt
+/// make of any bitmap when they are asked to.
+constexpr std::string_view bitmaps[] = {"PIXMAP",
+                                        "BITMAP",
+                                        "application/x-qt-image",
+                                        "image/bmp",
+                                        "image/x-bmp",
+                                        "image/x-ms-bmp",
+                                        "image/x-MS-bmp",
+                                        "image/x-win-bitmap",
+                                        "image/ico",
+                                        "image/icon",
+                                        "image/x-ico",
+                                        "image/x-icon",
+                                        "image/vnd.microsoft.icon",
+                                        "image/x-win-cursor",
+                                        "image/icns",
+                                        "image/x-icns",
+                                        "image/tiff",
+                                        "image/x-tiff",
+                                        "image/x-tga",
+                                        "image/x-xbitmap",
+                                        "image/x-xpixmap",
+                                        "image/bw",
+                                        "image/cur",
+                                        "image/pbm",
+                                        "image/pgm",
+                                        "image/ppm",
+                                        "image/rgb",
+                                        "image/rgba",
+                                        "image/sgi",
+                                        "image/tga",
+                                        "image/tif",
+                                        "image/xbm",
+                                        "image/xpm"};
+
+/// Parts of the names of vector formats, such as "image/x-inkscape-svg".
+constexpr const char* vectorFormats[] = {"svg", "emf", "wmf", "eps"};
+
 std::uint8_t formatFor(int unitBits) {
     return unitBits == 16 || unitBits == 32 ? static_cast<std::uint8_t>(unitBits) : std::uint8_t{8};
 }
@@ -120,6 +159,22 @@ X11SelectionContents X11SelectionContents::fromText(const std::string& text) {
     return contents;
 }
 
+void X11SelectionContents::merge(X11SelectionContents later, const std::vector<std::string>& order) {
+    if (items.empty())
+        items.emplace_back();
+    auto& forms = items.front();
+    const auto placeOf = [&order](const Form& form) { return std::ranges::find(order, form.name); };
+    for (auto& item : later.items) {
+        for (auto& form : item) {
+            if (find(form.name))
+                continue;
+            const auto next =
+                std::ranges::find_if(forms, [&](const Form& each) { return placeOf(each) > placeOf(form); });
+            forms.insert(next, std::move(form));
+        }
+    }
+}
+
 void X11SelectionContents::resolve(X11Client& client, double deadline) {
     std::vector<std::string> names;
     for (const auto& item : items) {
@@ -148,11 +203,18 @@ bool isNoContents(const std::string& name) {
     return std::ranges::find(noContents, name) != std::end(noContents) || name.starts_with("INSERT_");
 }
 
-bool isImageBesidePng(const std::string& name) {
-    // PIXMAP and BITMAP are numbers of server objects that go with their owner; Qt offers its image under its
-    // own name too.
-    return (name.starts_with("image/") && name != "image/png") || name == "PIXMAP" || name == "BITMAP" ||
-           name == "application/x-qt-image";
+bool isBitmapLikePng(const std::string& name) {
+    return std::ranges::find(bitmaps, name) != std::end(bitmaps) || name.starts_with("image/x-portable-");
+}
+
+bool isVectorPicture(const std::string& name) {
+    return isPicture(name) && std::ranges::any_of(vectorFormats, [&name](const char* format) {
+               return name.find(format) != std::string::npos;
+           });
+}
+
+bool isPicture(const std::string& name) {
+    return name.starts_with("image/") || isBitmapLikePng(name);
 }
 
 bool isPlainText(const std::string& name) {

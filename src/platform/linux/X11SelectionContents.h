@@ -40,6 +40,10 @@ struct X11SelectionContents {
     static X11SelectionContents fromItems(std::vector<PasteboardItem> items);
     static X11SelectionContents fromText(const std::string& text);
 
+    /// Adds forms that have arrived later. `order` lists the names of all forms as their owner did; a form
+    /// that is there already stays.
+    void merge(X11SelectionContents later, const std::vector<std::string>& order);
+
     /// Fills in the atoms; forms whose names cannot be atoms are dropped.
     void resolve(X11Client& client, double deadline);
 };
@@ -54,8 +58,15 @@ inline constexpr const char* plainText[] = {"UTF8_STRING", "text/plain;charset=u
 /// Whether the target is a question about the selection or an order to its owner, and not contents.
 bool isNoContents(const std::string& name);
 
-/// Whether it holds a picture in a form that the one in PNG stands for as well.
-bool isImageBesidePng(const std::string& name);
+/// Whether it is a bitmap that a PNG of the same picture replaces without loss. Vector pictures and pictures
+/// with a compression of their own (JPEG, GIF) are not.
+bool isBitmapLikePng(const std::string& name);
+
+/// Whether it is a picture that can be scaled without loss.
+bool isVectorPicture(const std::string& name);
+
+/// Whether it is any form of a picture.
+bool isPicture(const std::string& name);
 
 /// Whether it is one form of plain text.
 bool isPlainText(const std::string& name);

@@ -1,12 +1,15 @@
 #include "platform/linux/X11SelectionReader.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace sonvale::platform::linux {
 
 namespace {
 
 constexpr double setUpSeconds = 0.5;
+/// For a property of up to 16 MB that is already in the server.
+constexpr double propertySeconds = 1;
 constexpr int propertyCount = 8;
 
 } // namespace
@@ -29,16 +32,8 @@ X11SelectionReader::X11SelectionReader(X11Client& client, const runtime::Clock& 
 
 std::optional<X11SelectionData> X11SelectionReader::fetch(xcb_atom_t selection, xcb_atom_t target,
                                                           xcb_timestamp_t time, double deadline) {
-    if (!client_.isAlive() || target == XCB_ATOM_NONE)
-        return std::nullopt;
-    target_ = target;
-    time_ = time;
-    deadline_ = deadline;
-    data_ = {};
-    stage_ = Stage::asked;
-    xcb_convert_selection(client_.connection(), window_, selection, target, properties_[current_], time);
-
-    while (stage_ == Stage::asked || stage_ == Stage::receiving) {
+    begin(selection, target, time);
+    while (isBusy()) {
         const auto event = client_.waitForEvent(deadline);
         if (!event)
             break;
@@ -47,18 +42,30 @@ std::optional<X11SelectionData> X11SelectionReader::fetch(xcb_atom_t selection, 
         if (clock_.now() >= deadline)
             break;
     }
+    abandon();
+    return take();
+}
 
-    const bool isComplete = stage_ == Stage::complete;
-    if (stage_ == Stage::asked || stage_ == Stage::receiving)
-        abandon();
-    stage_ = Stage::idle;
-    if (!isComplete)
+void X11SelectionReader::begin(xcb_atom_t selection, xcb_atom_t target, xcb_timestamp_t time) {
+    data_ = {};
+    stage_ = Stage::failed;
+    if (!client_.isAlive() || target == XCB_ATOM_NONE)
+        return;
+    target_ = target;
+    time_ = time;
+    stage_ = Stage::asked;
+    xcb_convert_selection(client_.connection(), window_, selection, target, properties_[current_], time);
+    xcb_flush(client_.connection());
+}
+
+std::optional<X11SelectionData> X11SelectionReader::take() {
+    if (std::exchange(stage_, Stage::idle) != Stage::complete)
         return std::nullopt;
-    return std::move(data_);
+    return std::exchange(data_, {});
 }
 
 void X11SelectionReader::abandon() {
-    if (stage_ != Stage::asked && stage_ != Stage::receiving)
+    if (!isBusy())
         return;
     stage_ = Stage::failed;
     data_ = {};
@@ -101,11 +108,12 @@ void X11SelectionReader::takeAnswer(const xcb_selection_notify_event_t& answer) 
             xcb_delete_property(client_.connection(), window_, answer.property);
         return;
     }
+    lastActivity_ = clock_.now();
     if (answer.property == XCB_ATOM_NONE) {
         stage_ = Stage::failed;
         return;
     }
-    const auto property = client_.property(window_, answer.property, true, deadline_);
+    const auto property = client_.property(window_, answer.property, true, clock_.now() + propertySeconds);
     if (!property || property->type == XCB_ATOM_NONE) {
         stage_ = Stage::failed;
         return;
@@ -120,7 +128,9 @@ void X11SelectionReader::takeAnswer(const xcb_selection_notify_event_t& answer) 
 }
 
 void X11SelectionReader::takePiece() {
-    const auto piece = client_.property(window_, properties_[current_], true, deadline_);
+    lastActivity_ = clock_.now();
+    const auto piece =
+        client_.property(window_, properties_[current_], true, lastActivity_ + propertySeconds);
     if (!piece || piece->type == XCB_ATOM_NONE)
         return;
     const auto bytes = bytesOf(*piece);

@@ -22,14 +22,26 @@ struct X11SelectionData {
 /// and thrown away, so that a slow owner gets to the end of its sending.
 class X11SelectionReader {
 public:
+    /// `dispatch` is needed by `fetch` only.
     X11SelectionReader(X11Client& client, const runtime::Clock& clock,
-                       std::function<void(const xcb_generic_event_t&)> dispatch);
+                       std::function<void(const xcb_generic_event_t&)> dispatch = {});
 
     /// Absent when the owner refuses, has none, or has not given it all at the deadline, and after `abandon`.
     std::optional<X11SelectionData> fetch(xcb_atom_t selection, xcb_atom_t target, xcb_timestamp_t time,
                                           double deadline);
 
-    /// Ends the present fetch, because its owner has gone.
+    /// Asks the owner and returns at once. The answer comes through `handle`.
+    void begin(xcb_atom_t selection, xcb_atom_t target, xcb_timestamp_t time);
+    /// Whether the answer to `begin` is incomplete.
+    bool isBusy() const { return stage_ == Stage::asked || stage_ == Stage::receiving; }
+    /// Returns the answer to `begin`, once; nullopt if the owner has refused, and after `abandon`.
+    std::optional<X11SelectionData> take();
+    /// Bytes of the present answer so far.
+    std::size_t received() const { return data_.bytes.size(); }
+    /// When the owner last sent something; 0 before its first answer.
+    double lastActivity() const { return lastActivity_; }
+
+    /// Ends the present request, because its owner has gone or is too slow.
     void abandon();
 
     void handle(const xcb_generic_event_t& event);
@@ -53,7 +65,7 @@ private:
     Stage stage_ = Stage::idle;
     xcb_atom_t target_ = XCB_ATOM_NONE;
     xcb_timestamp_t time_ = 0;
-    double deadline_ = 0;
+    double lastActivity_ = 0;
     X11SelectionData data_;
 };
 

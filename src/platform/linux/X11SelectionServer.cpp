@@ -73,13 +73,34 @@ bool X11SelectionServer::fill(xcb_atom_t selection, ContentsPointer contents, do
     const auto entry = offers_.find(selection);
     if (entry == offers_.end() || entry->second.contents)
         return claim(selection, std::move(contents), deadline);
+    update(selection, std::move(contents));
+    return true;
+}
 
+bool X11SelectionServer::isUnfilled(xcb_atom_t selection) const {
+    const auto entry = offers_.find(selection);
+    return entry != offers_.end() && !entry->second.contents;
+}
+
+double X11SelectionServer::fillDeadline(xcb_atom_t selection) const {
+    return isUnfilled(selection) ? offers_.at(selection).fillDeadline
+                                 : std::numeric_limits<double>::infinity();
+}
+
+void X11SelectionServer::waitForContents(xcb_atom_t selection, double deadline) {
+    if (isUnfilled(selection))
+        offers_[selection].fillDeadline = deadline;
+}
+
+void X11SelectionServer::update(xcb_atom_t selection, ContentsPointer contents) {
+    const auto entry = offers_.find(selection);
+    if (entry == offers_.end())
+        return;
     auto& offer = entry->second;
     offer.contents = std::move(contents);
     for (const auto& request : std::exchange(offer.waiting, {}))
         serve(offer, request);
     xcb_flush(client_.connection());
-    return true;
 }
 
 void X11SelectionServer::release(xcb_atom_t selection) {

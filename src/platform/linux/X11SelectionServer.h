@@ -27,6 +27,17 @@ public:
     /// Gives the contents after `claimUnfilled`; claims anew when there is none of it.
     bool fill(xcb_atom_t selection, ContentsPointer contents, double deadline);
 
+    /// Whether `claimUnfilled` still waits for contents.
+    bool isUnfilled(xcb_atom_t selection) const;
+    /// When `expire` will release an unfilled selection; infinity for any other.
+    double fillDeadline(xcb_atom_t selection) const;
+    /// Lets requests wait until `deadline` instead of 20 ms. Does nothing unless it is unfilled.
+    void waitForContents(xcb_atom_t selection, double deadline);
+
+    /// Replaces the contents without claiming the selection again. Transfers in progress keep what they send.
+    /// Does nothing if the selection is not owned.
+    void update(xcb_atom_t selection, ContentsPointer contents);
+
     /// Leaves the selection without an owner if it is this program's.
     void release(xcb_atom_t selection);
 

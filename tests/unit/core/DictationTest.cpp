@@ -32,6 +32,15 @@ TEST_F(Dictation, InsertsWhatWasSpokenAndPutsTheClipboardBack) {
     EXPECT_EQ(recordingsLeft(), 0U);
 }
 
+TEST_F(Dictation, ReadsTheClipboardWhileTheUserSpeaks) {
+    press(HotkeyAction::pushToTalk);
+    EXPECT_EQ(pasteboard().prefetches(), 1);
+    EXPECT_TRUE(pasteboard().calls().empty()) << "it is not waited for";
+    press(HotkeyAction::pushToTalk);
+    EXPECT_EQ(pasteboard().prefetches(), 1);
+    settle();
+}
+
 TEST_F(Dictation, LetsTheRecogniserGetReadyWhileTheUserSpeaks) {
     press(HotkeyAction::pushToTalk);
     EXPECT_EQ(recogniser().preparations(), 1);

@@ -157,6 +157,17 @@ TEST_F(TextInserterTest, PastesTextOfEveryKindUnchanged) {
     }
 }
 
+TEST_F(TextInserterTest, ReadsTheClipboardAheadOnlyWhenPrepared) {
+    inserter.prepare();
+    EXPECT_EQ(pasteboard.control().prefetches(), 1);
+    EXPECT_TRUE(isUntouched());
+    inserter.dropPrepared();
+    EXPECT_EQ(pasteboard.control().drops(), 1);
+
+    runtime.wait(inserter.insert("dictated"));
+    EXPECT_EQ(pasteboard.control().prefetches(), 1);
+}
+
 TEST_F(TextInserterTest, TouchesNothingWhenCancelledBeforeItBegins) {
     const auto task = insert("dictated");
     task.cancel();
@@ -246,10 +257,17 @@ TEST_F(TextInserterTest, LetsASecondInsertionBeginDuringASleepOfTheFirst) {
 }
 
 TEST_F(TextInserterTest, LeavesThePasteboardEmptyWhenItCouldNotBeAsked) {
+    using Call = FakePasteboard::Call;
     pasteboard.control().setUnavailable(true);
+    pasteboard.control().setOnCall([this](Call call) {
+        if (call == Call::items)
+            pasteboard.control().setUnavailable(false);
+    });
     const auto token = runtime.wait(inserter.insert("dictated"));
     EXPECT_EQ(token.text, "dictated");
-    EXPECT_EQ(input.control().count(Press::paste), 1);
+    EXPECT_EQ(pastedTexts, std::vector<std::optional<std::string>>{"dictated"});
+    EXPECT_TRUE(pasteboard.control().contents().empty());
+    EXPECT_EQ(pasteboard.control().calls().back(), Call::clearContents) << "there is nothing to write";
 }
 
 TEST_F(TextInserterTest, WaitsOnlyWhenNothingIsToBeUndone) {
