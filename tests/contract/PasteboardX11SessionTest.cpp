@@ -42,6 +42,34 @@ TEST_F(X11PasteboardTest, LetsGoOfPrimaryWithTheContents) {
     EXPECT_TRUE(eventually(5, [&] { return !primary.hasOwner(); }));
 }
 
+TEST_F(X11PasteboardTest, OffersAgainByPrimaryWhatWasMarkedBefore) {
+    SelectionRequestor primary(displayName(), "PRIMARY");
+    SelectionOwner marked(displayName(), {{"UTF8_STRING", bytes("marked")}}, {.selection = "PRIMARY"});
+    for (const std::string text : {"first", "second"}) {
+        setText(text);
+        pasteboard->offerPrimary();
+        EXPECT_EQ(primary.convert("UTF8_STRING")->data, bytes(text));
+        pasteboard->clearContents();
+        pasteboard->writeItems({{{{"UTF8_STRING", bytes("copied"), 8, ""}}}});
+
+        const auto answer = primary.convert("UTF8_STRING");
+        ASSERT_TRUE(answer.has_value());
+        EXPECT_EQ(answer->data, bytes("marked"));
+        EXPECT_EQ(primary.convert("STRING")->data, bytes("marked"));
+    }
+}
+
+TEST_F(X11PasteboardTest, GivesUpOnAMarkingThatIsNotGiven) {
+    SelectionRequestor primary(displayName(), "PRIMARY");
+    SelectionOwner hangs(displayName(), {{.target = "UTF8_STRING", .isNeverAnswered = true}},
+                         {.selection = "PRIMARY"});
+    setText("text");
+    EXPECT_THAT(secondsOf([this] { pasteboard->offerPrimary(); }), Lt(2.0));
+    EXPECT_EQ(primary.convert("UTF8_STRING")->data, bytes("text"));
+    pasteboard->clearContents();
+    EXPECT_TRUE(eventually(5, [&] { return !primary.hasOwner(); }));
+}
+
 TEST_F(X11PasteboardTest, LeavesPrimaryToOthersWhenItHasNoText) {
     SelectionOwner marked(displayName(), {{"UTF8_STRING", bytes("marked")}}, {.selection = "PRIMARY"});
     pasteboard->clearContents();

@@ -216,7 +216,7 @@ std::optional<std::string> X11Clipboard::readText() {
 
 void X11Clipboard::clearContents() {
     dispatchArrived();
-    server_.release(XCB_ATOM_PRIMARY);
+    releasePrimary();
     if (late_ == Late::restored)
         late_ = Late::kept;
     server_.claimUnfilled(clipboard_, soon());
@@ -224,7 +224,7 @@ void X11Clipboard::clearContents() {
 
 void X11Clipboard::writeText(X11SelectionContents contents) {
     dispatchArrived();
-    server_.release(XCB_ATOM_PRIMARY);
+    releasePrimary();
     contents.resolve(client_, soon());
     if (!contents.items.empty())
         server_.fill(clipboard_, std::make_shared<const X11SelectionContents>(std::move(contents)), soon());
@@ -245,9 +245,41 @@ void X11Clipboard::offerPrimary() {
     else if (const auto text = readText())
         texts = X11SelectionContents::fromText(*text);
     texts.resolve(client_, soon());
-    if (!texts.targets().empty())
-        server_.claim(XCB_ATOM_PRIMARY, std::make_shared<const X11SelectionContents>(std::move(texts)),
-                      soon());
+    if (texts.targets().empty())
+        return;
+    if (!isPrimaryOffered_)
+        formerPrimary_ = std::make_shared<const X11SelectionContents>(readPrimary());
+    isPrimaryOffered_ = server_.claim(XCB_ATOM_PRIMARY,
+                                      std::make_shared<const X11SelectionContents>(std::move(texts)), soon());
+}
+
+/// The text that is marked somewhere; no forms if there is none.
+X11SelectionContents X11Clipboard::readPrimary() {
+    if (const auto own = server_.contents(XCB_ATOM_PRIMARY))
+        return *own;
+    X11SelectionContents texts;
+    const auto time = client_.timestamp(soon());
+    if (!time || !hasOwner(XCB_ATOM_PRIMARY))
+        return texts;
+    if (const auto text = fetchText(XCB_ATOM_PRIMARY, *time, clock_.now() + ownerSeconds)) {
+        texts = X11SelectionContents::fromText(*text);
+        texts.resolve(client_, soon());
+    }
+    return texts;
+}
+
+/// Offers again by PRIMARY what `offerPrimary` has displaced. Does nothing if another program has taken it
+/// since.
+void X11Clipboard::releasePrimary() {
+    if (!std::exchange(isPrimaryOffered_, false))
+        return;
+    const auto former = std::exchange(formerPrimary_, nullptr);
+    if (!server_.owns(XCB_ATOM_PRIMARY))
+        return;
+    if (former && !former->targets().empty())
+        server_.update(XCB_ATOM_PRIMARY, former);
+    else
+        server_.release(XCB_ATOM_PRIMARY);
 }
 
 void X11Clipboard::handOver() {

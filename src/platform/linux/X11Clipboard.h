@@ -78,6 +78,8 @@ private:
     void endFetch();
     void waitForLateForms();
     double nextDeadline() const;
+    void releasePrimary();
+    X11SelectionContents readPrimary();
     std::optional<std::string> fetchText(xcb_atom_t selection, xcb_timestamp_t time, double deadline);
     double soon() const;
 
@@ -96,6 +98,9 @@ private:
     std::optional<Waiting> waiting_; ///< for `readItems`
     Late late_ = Late::none;
     std::vector<std::string> order_; ///< names of the forms of `fetch_` in their owner's order
+    /// What PRIMARY held before `offerPrimary`; absent while that is not in use.
+    X11SelectionServer::ContentsPointer formerPrimary_;
+    bool isPrimaryOffered_ = false;
     bool isHandedOver_ = false;
 };
 
