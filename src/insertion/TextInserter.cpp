@@ -53,7 +53,8 @@ runtime::Task<runtime::Date> TextInserter::runInsertion(std::string text) {
 
     // Pasted even when interrupted: the text is on the pasteboard, and the user's words are not to be lost.
     co_await runtime::sleep(clock_, secondsBeforePaste);
-    input_.pressPaste();
+    if (!text.empty())
+        input_.pressPaste();
     if (!co_await isCancelledByNow())
         co_await runtime::sleep(clock_, secondsToReadPasteboard);
     clipboardManager_.restoreContents(std::move(snapshot));

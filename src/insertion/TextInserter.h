@@ -37,7 +37,8 @@ public:
 
     /// Pastes `text` and puts the pasteboard back; about 350 ms, 50 of them before the paste, and up to 3 s
     /// more if the clipboard's owner is slow and `prepare` was called too late. Never fails. From any actor;
-    /// its end comes back on the caller's.
+    /// its end comes back on the caller's. For an empty text "paste" is not pressed, because it would delete
+    /// what the user has selected; everything else is the same.
     ///
     /// Cancelling: before the text is on the pasteboard nothing is pasted; afterwards the paste is pressed
     /// without the wait before it. The pasteboard is put back at once, and the token comes in every case.

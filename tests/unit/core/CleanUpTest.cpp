@@ -240,7 +240,7 @@ TEST_F(CleanUp, TakesATextOfNothingAsItIs) {
     ASSERT_EQ(history().size(), 1U);
     EXPECT_EQ(history()[0].processedText, "");
     EXPECT_EQ(history()[0].wordCount, 0);
-    EXPECT_EQ(pastedTexts(), Texts{""});
+    EXPECT_EQ(pastedTexts(), Texts()) << "a paste of nothing deletes what is selected";
 }
 
 TEST_F(CleanUp, PutsABlankBeforeWhatIsInsertedOnly) {

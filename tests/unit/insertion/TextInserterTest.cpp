@@ -148,13 +148,26 @@ TEST_F(TextInserterTest, OverwritesACopyMadeDuringTheLastWait) {
 }
 
 TEST_F(TextInserterTest, PastesTextOfEveryKindUnchanged) {
-    const std::string texts[] = {"", " \n", "na\xc3\xafve \xf0\x9f\x91\x8d", std::string("a\0b", 3),
+    const std::string texts[] = {" \n", "na\xc3\xafve \xf0\x9f\x91\x8d", std::string("a\0b", 3),
                                  std::string(1 << 20, 'x')};
     for (const auto& text : texts) {
         EXPECT_EQ(runtime.wait(inserter.insert(text)).text, text);
         EXPECT_EQ(pastedTexts.back(), text);
         EXPECT_EQ(onPasteboard(), "the user's");
     }
+}
+
+TEST_F(TextInserterTest, MakesAnEmptyInsertionWithoutPressingPaste) {
+    const auto task = insert("");
+    runtime.clock().advance(0.35 - hair);
+    EXPECT_EQ(onPasteboard(), "");
+    EXPECT_FALSE(task.isDone());
+    runtime.clock().advance(2 * hair);
+
+    ASSERT_TRUE(task.isDone());
+    EXPECT_EQ(tokenOf(task).text, "");
+    EXPECT_EQ(onPasteboard(), "the user's");
+    EXPECT_TRUE(input.control().presses().empty()) << "a paste of nothing deletes what is selected";
 }
 
 TEST_F(TextInserterTest, ReadsTheClipboardAheadOnlyWhenPrepared) {
