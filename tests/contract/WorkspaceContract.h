@@ -20,7 +20,7 @@ public:
 
     virtual platform::Workspace& workspace() = 0;
 
-    /// Brings a program to the front that tells this about itself.
+    /// Brings a program to the front that tells this about itself, with a document open in its window.
     virtual void bringToFront(const platform::FrontApplication& application) = 0;
     /// Closes every program.
     virtual void closeAll() = 0;

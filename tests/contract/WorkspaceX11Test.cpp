@@ -35,14 +35,14 @@ TEST_F(X11WorkspaceTest, TellsTheMacIdentifierOfAProgramThatExistsThere) {
     EXPECT_EQ(frontWith({"code", "Code", "main.cpp", {}, 1})->bundleIdentifier, "com.microsoft.VSCode");
 }
 
-TEST_F(X11WorkspaceTest, TakesTheOldNameWhenThereIsNoOther) {
-    EXPECT_EQ(frontWith({"a", "A", {}, "old", 1})->localizedName, "old");
-    EXPECT_EQ(frontWith({"a", "A", "", "na\xefve", 1})->localizedName, "na\xc3\xafve");
-    EXPECT_EQ(frontWith({"a", "A", "new", "old", 1})->localizedName, "new");
+TEST_F(X11WorkspaceTest, TellsTheNameOfTheProgramAndNotTheTitleOfItsWindow) {
+    EXPECT_EQ(frontWith({"code", "Code", "main.cpp - Code", "main.cpp", 1})->localizedName, "Code");
+    EXPECT_EQ(frontWith({"soffice", "", "letter.odt", {}, 1})->localizedName, "soffice");
+    EXPECT_EQ(frontWith({"", "", "letter.odt", "letter.odt", 1})->localizedName, std::nullopt);
 }
 
 TEST_F(X11WorkspaceTest, RepairsNamesThatAreNotUtf8) {
-    EXPECT_EQ(frontWith({"a", "A\xff", "b\xff", {}, 1}), (FrontApplication{"A\uFFFD", "b\uFFFD", 1}));
+    EXPECT_EQ(frontWith({"a", "A\xff", "b\xff", {}, 1}), (FrontApplication{"A\uFFFD", "A\uFFFD", 1}));
 }
 
 TEST_F(X11WorkspaceTest, KnowsARealProgram) {
@@ -52,7 +52,7 @@ TEST_F(X11WorkspaceTest, KnowsARealProgram) {
     const tests::ChildProcess terminal(std::move(options));
     ASSERT_TRUE(eventually(20, [this] { return workspace.frontmostApplication().has_value(); }));
     EXPECT_EQ(workspace.frontmostApplication(),
-              (FrontApplication{"com.apple.Terminal", "a terminal", terminal.pid()}));
+              (FrontApplication{"com.apple.Terminal", "XTerm", terminal.pid()}));
 }
 
 TEST_F(X11WorkspaceTest, CountsAWindowThatHasGoneAsNone) {

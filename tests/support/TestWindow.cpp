@@ -52,6 +52,15 @@ void TestWindow::activate() {
         throw std::runtime_error("the window does not become active");
 }
 
+std::size_t TestWindow::managedCount(XcbSession& session) {
+    const auto cookie = xcb_get_property(session.connection(), 0, session.root(),
+                                         session.atom("_NET_CLIENT_LIST"), XCB_ATOM_WINDOW, 0, 1000);
+    std::unique_ptr<xcb_get_property_reply_t, decltype(&std::free)> reply(
+        xcb_get_property_reply(session.connection(), cookie, nullptr), &std::free);
+    return reply ? static_cast<std::size_t>(xcb_get_property_value_length(reply.get())) / sizeof(xcb_window_t)
+                 : 0;
+}
+
 xcb_window_t TestWindow::activeWindow(XcbSession& session) {
     const auto cookie = xcb_get_property(session.connection(), 0, session.root(),
                                          session.atom("_NET_ACTIVE_WINDOW"), XCB_ATOM_WINDOW, 0, 1);

@@ -24,6 +24,8 @@ public:
     xcb_window_t id() const { return window_; }
     /// Makes it the active one again.
     void activate();
+    /// Number of windows that the window manager knows.
+    static std::size_t managedCount(XcbSession& session);
     /// The window that the window manager calls active.
     static xcb_window_t activeWindow(XcbSession& session);
 

@@ -51,8 +51,7 @@ std::optional<FrontApplication> X11Workspace::frontmostApplication() {
         return std::nullopt;
     const BrokenPipeGuard guard;
     const double deadline = clock_.now() + answerSeconds;
-    const auto atoms =
-        client_->atoms({"_NET_ACTIVE_WINDOW", "_NET_WM_PID", "_NET_WM_NAME", "UTF8_STRING"}, deadline);
+    const auto atoms = client_->atoms({"_NET_WM_PID"}, deadline);
 
     const auto window = activeWindow(*client_, deadline);
     if (!window)
@@ -64,33 +63,28 @@ std::optional<FrontApplication> X11Workspace::frontmostApplication() {
                                 4096)
             .sequence;
     };
-    const unsigned int questions[] = {ask(XCB_ATOM_WM_CLASS), ask(atoms[1]), ask(atoms[2]),
-                                      ask(XCB_ATOM_WM_NAME)};
-    std::array<XcbPointer<xcb_get_property_reply_t>, 4> answers;
+    const unsigned int questions[] = {ask(XCB_ATOM_WM_CLASS), ask(atoms[0])};
+    std::array<XcbPointer<xcb_get_property_reply_t>, 2> answers;
     for (std::size_t i = 0; i < answers.size(); ++i)
         answers[i] = client_->reply<xcb_get_property_reply_t>(questions[i], deadline);
     // Nothing is left in the queue to grow: the answers' neighbours are errors of windows that went away.
     while (client_->takeEvent()) {
     }
-    const auto& [windowClass, processId, name, oldName] = answers;
+    const auto& [windowClass, processId] = answers;
     if (!windowClass)
         return std::nullopt;
 
     FrontApplication application;
-    const auto [instance, className] = partsOfClass(textIn(windowClass.get()));
-    if (auto identifier = bundleIdentifier(repairedUtf8(instance), repairedUtf8(className)))
-        application.bundleIdentifier = std::move(identifier);
+    const auto [rawInstance, rawClass] = partsOfClass(textIn(windowClass.get()));
+    const auto instance = repairedUtf8(rawInstance);
+    const auto className = repairedUtf8(rawClass);
+    application.bundleIdentifier = bundleIdentifier(instance, className);
+    // The window's title names what is open in it.
+    if (const auto& name = className.empty() ? instance : className; !name.empty())
+        application.localizedName = name;
     const auto numbers = processId ? numbersOf(*processId) : std::vector<std::uint32_t>();
     if (!numbers.empty())
         application.processIdentifier = static_cast<std::int32_t>(numbers.front());
-    // WM_NAME may be in Latin-1, or in an encoding of the past whose ASCII still reads.
-    auto title = repairedUtf8(textIn(name.get()));
-    if (title.empty() && oldName && oldName->type == atoms[3])
-        title = repairedUtf8(textIn(oldName.get()));
-    else if (title.empty())
-        title = utf8FromLatin1(textIn(oldName.get()));
-    if (!title.empty())
-        application.localizedName = std::move(title);
     return application;
 }
 

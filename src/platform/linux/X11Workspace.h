@@ -11,8 +11,10 @@ namespace sonvale::platform::linux {
 
 class X11Client;
 
-/// The front application as the window manager tells it (EWMH: _NET_ACTIVE_WINDOW, _NET_WM_PID, _NET_WM_NAME;
-/// ICCCM: WM_CLASS, WM_NAME). Without such a window manager, and without a server, there is none.
+/// The front application as the window manager tells it (EWMH: _NET_ACTIVE_WINDOW, _NET_WM_PID; ICCCM:
+/// WM_CLASS). Its name is the class of WM_CLASS, which programs do not translate; the window's title is never
+/// used, because it often names a document. Without such a window manager, and without a server, there is
+/// none.
 class X11Workspace final : public Workspace {
 public:
     /// Connects to `displayName`, or to DISPLAY when it is empty. The clock must outlive it. `environment`
