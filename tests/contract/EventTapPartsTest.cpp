@@ -2,7 +2,6 @@
 #include "platform/linux/HeldKeys.h"
 #include "platform/linux/KeyChord.h"
 #include "platform/linux/SyntheticKeyLedger.h"
-#include "platform/linux/TerminalPrograms.h"
 #include "platform/linux/X11KeyCodes.h"
 #include "platform/linux/X11KeyboardMap.h"
 
@@ -239,24 +238,6 @@ TEST(X11KeyboardMap, TellsTheServersModifiersAndLocks) {
     EXPECT_EQ(map.unusedKeycode(), 8);
     EXPECT_EQ(map.modifierOf(rightAlt), 0u) << "AltGr types signs";
     EXPECT_TRUE(map.isStateKey(rightAlt));
-}
-
-TEST(TerminalPrograms, AreKnownByTheirClass) {
-    EXPECT_EQ(pasteCustomOf("Xfce4-terminal"), PasteCustom::controlShiftV);
-    EXPECT_EQ(pasteCustomOf("konsole"), PasteCustom::controlShiftV);
-    EXPECT_EQ(pasteCustomOf("XTerm"), PasteCustom::shiftInsertOfPrimary);
-    EXPECT_EQ(pasteCustomOf("Mousepad"), PasteCustom::controlV);
-    EXPECT_EQ(pasteCustomOf(""), PasteCustom::controlV);
-    EXPECT_EQ(pasteCustomOf("terminator-like"), PasteCustom::controlV);
-
-    EXPECT_EQ(copyCustomOf("Xfce4-terminal"), CopyCustom::controlShiftC);
-    EXPECT_EQ(copyCustomOf("konsole"), CopyCustom::controlShiftC);
-    EXPECT_EQ(copyCustomOf("XTerm"), CopyCustom::none);
-    EXPECT_EQ(copyCustomOf("URxvt"), CopyCustom::none);
-    EXPECT_EQ(copyCustomOf("Emacs"), CopyCustom::none);
-    EXPECT_EQ(copyCustomOf("Gvim"), CopyCustom::none);
-    EXPECT_EQ(copyCustomOf("Mousepad"), CopyCustom::controlC);
-    EXPECT_EQ(copyCustomOf(""), CopyCustom::controlC);
 }
 
 } // namespace sonvale::platform::linux

@@ -11,6 +11,7 @@
 
 #include <X11/keysym.h>
 #include <gtest/gtest.h>
+#include <xcb/xproto.h>
 
 #include <csignal>
 #include <fstream>
@@ -225,23 +226,161 @@ TEST(SyntheticInputX11, UndoesInTheLineOfAShellWithoutStoppingIt) {
     EXPECT_TRUE(eventually(10, [&] { return line() == "ab"; })) << line();
 }
 
+namespace {
+
+/// Another layout on the keyboard of a private display, for the life of this object.
+class KeyboardLayout {
+public:
+    KeyboardLayout(std::string display, const std::string& layout, const std::string& variant = {})
+        : display_(std::move(display)) {
+        use(layout, variant);
+    }
+    ~KeyboardLayout() { use("us", {}); }
+    KeyboardLayout(const KeyboardLayout&) = delete;
+    KeyboardLayout& operator=(const KeyboardLayout&) = delete;
+
+private:
+    void use(const std::string& layout, const std::string& variant) const {
+        EXPECT_EQ(run({"setxkbmap", "-display", display_, "-layout", layout, "-variant", variant}), 0);
+        // Programs take a moment to follow.
+        pauseMilliseconds(1000);
+    }
+
+    const std::string display_;
+};
+
+} // namespace
+
 TEST(SyntheticInputX11, FindsTheKeysInOtherLayouts) {
     for (const std::string layout : {"fr", "ru,us", "dvorak"}) {
         Writing writing(Program::mousepad);
-        const auto name = layout == "dvorak" ? std::string("us") : layout;
-        ASSERT_EQ(run({"setxkbmap", "-display", writing.display.name(), "-layout", name, "-variant",
-                       layout == "dvorak" ? "dvorak" : ""}),
-                  0);
-        pauseMilliseconds(1000);
-        writing.input.pressPaste();
-        pauseMilliseconds(300);
-        writing.input.pressPaste();
-        pauseMilliseconds(300);
-        writing.input.pressUndo();
-        pauseMilliseconds(300);
-        ASSERT_EQ(run({"setxkbmap", "-display", writing.display.name(), "-layout", "us", "-variant", ""}), 0);
+        const bool isVariant = layout == "dvorak";
+        {
+            const KeyboardLayout other(writing.display.name(), isVariant ? "us" : layout,
+                                       isVariant ? layout : "");
+            writing.input.pressPaste();
+            pauseMilliseconds(300);
+            writing.input.pressPaste();
+            pauseMilliseconds(300);
+            writing.input.pressUndo();
+            pauseMilliseconds(300);
+        }
         EXPECT_TRUE(writing.editor.comesToHold(Writing::clipboardText, 15))
             << layout << ": " << writing.editor.savedText();
+    }
+}
+
+namespace {
+
+std::string nameOfLayout(const testing::TestParamInfo<std::tuple<Program, const char*>>& info) {
+    const char* programs[] = {"Mousepad", "Featherpad", "Xterm", "Xfce4Terminal"};
+    const auto [program, layout] = info.param;
+    return std::string(programs[static_cast<int>(program)]) + layout;
+}
+
+} // namespace
+
+class SyntheticInputWithoutLatinLetters : public testing::TestWithParam<std::tuple<Program, const char*>> {};
+
+TEST_P(SyntheticInputWithoutLatinLetters, PastesAndCopies) {
+    const auto [program, layout] = GetParam();
+    Writing writing(program);
+    const bool isTerminal = program == Program::xfce4Terminal;
+    {
+        const KeyboardLayout other(writing.display.name(), layout);
+        writing.input.pressPaste();
+        pauseMilliseconds(500);
+    }
+    EXPECT_TRUE(writing.editor.comesToHold(Writing::clipboardText, 15)) << writing.editor.savedText();
+    EXPECT_EQ(writing.primaryOffers, isTerminal ? 1 : 0);
+    EXPECT_FALSE(writing.hardware.isAnyKeyDown());
+    if (isTerminal)
+        return;
+    writing.hardware.type("x");
+    writing.hardware.chord(XK_Control_L, XK_a);
+    pauseMilliseconds(300);
+    const KeyboardLayout other(writing.display.name(), layout);
+    writing.input.pressCopy();
+    EXPECT_TRUE(eventually(10, [&] {
+        return run({"sh", "-c",
+                    "test \"$(timeout 2 xclip -selection clipboard -o)\" = '" +
+                        std::string(Writing::clipboardText) + "x'"},
+                   {{"DISPLAY", writing.display.name()}}) == 0;
+    }));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, SyntheticInputWithoutLatinLetters,
+                         testing::Combine(testing::Values(Program::mousepad, Program::featherpad,
+                                                          Program::xfce4Terminal),
+                                          testing::Values("ru", "gr", "il")),
+                         nameOfLayout);
+
+namespace {
+
+/// A window of a program that is known by its class alone.
+struct ProgramOfClass {
+    explicit ProgramOfClass(const std::string& className)
+        : window(display.name(), className) {}
+
+    bool gets(unsigned long keysym, unsigned int modifiers) {
+        const auto keycode = keyboard.keycodeOf(keysym);
+        return eventually(5, [&] { return window.presses(keycode) == 1; }) &&
+               (window.stateOfLastPress(keycode) &
+                (XCB_MOD_MASK_SHIFT | XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1)) == modifiers;
+    }
+    /// Whether no key but a modifier has arrived.
+    bool getsNothing() {
+        pauseMilliseconds(300);
+        for (const auto keysym : {XK_v, XK_c, XK_z, XK_Insert, XK_minus, XK_u}) {
+            if (window.presses(keyboard.keycodeOf(keysym)) != 0)
+                return false;
+        }
+        return true;
+    }
+
+    PrivateDisplay display;
+    runtime::SystemClock clock;
+    TestKeyboard keyboard{display.name(), Source::xtest};
+    KeyWindow window;
+    int primaryOffers = 0;
+    X11SyntheticInput input{clock, std::make_shared<SyntheticKeyLedger>(), [this] { ++primaryOffers; },
+                            display.name()};
+};
+
+} // namespace
+
+TEST(SyntheticInputX11, PastesAndUndoesInEmacsByItsOwnKeys) {
+    ProgramOfClass emacs("Emacs");
+    emacs.input.pressCopy();
+    EXPECT_TRUE(emacs.getsNothing());
+    emacs.input.pressPaste();
+    EXPECT_TRUE(emacs.gets(XK_Insert, XCB_MOD_MASK_SHIFT));
+    EXPECT_EQ(emacs.primaryOffers, 0);
+    emacs.input.pressUndo();
+    EXPECT_TRUE(emacs.gets(XK_minus, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT));
+    EXPECT_EQ(emacs.window.presses(emacs.keyboard.keycodeOf(XK_v)), 0);
+    EXPECT_EQ(emacs.window.presses(emacs.keyboard.keycodeOf(XK_z)), 0);
+}
+
+TEST(SyntheticInputX11, PastesInGvimAndLeavesItsUndoAlone) {
+    ProgramOfClass gvim("Gvim");
+    gvim.input.pressCopy();
+    gvim.input.pressUndo();
+    EXPECT_TRUE(gvim.getsNothing());
+    gvim.input.pressPaste();
+    EXPECT_TRUE(gvim.gets(XK_Insert, XCB_MOD_MASK_SHIFT));
+    EXPECT_EQ(gvim.primaryOffers, 1) << "it pastes PRIMARY";
+}
+
+TEST(SyntheticInputX11, NeverPressesControlCWhereTheNameSaysTerminal) {
+    for (const std::string name : {"com.system76.CosmicTerm", "Blackterm"}) {
+        ProgramOfClass terminal(name);
+        terminal.input.pressCopy();
+        EXPECT_TRUE(terminal.getsNothing()) << name;
+        terminal.input.pressPaste();
+        EXPECT_TRUE(terminal.gets(XK_v, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT)) << name;
+        terminal.input.pressUndo();
+        EXPECT_TRUE(terminal.gets(XK_minus, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT)) << name;
     }
 }
 

@@ -1,5 +1,7 @@
 #include "platform/linux/BundleIdentifiers.h"
 
+#include "platform/linux/TerminalPrograms.h"
+
 #include <algorithm>
 #include <array>
 
@@ -58,7 +60,6 @@ constexpr KnownProgram knownPrograms[] = {
     {"sublime-text", "com.sublimetext.4"},
     {"com.sublimetext.three", "com.sublimetext.4"},
     {"sublime-text_subl", "com.sublimetext.4"},
-    {"kitty", "net.kovidgoyal.kitty"},
     {"jetbrains-idea", "com.jetbrains.intellij"},
     {"intellij-idea-ultimate", "com.jetbrains.intellij"},
     {"com.jetbrains.intellij-idea-ultimate", "com.jetbrains.intellij"},
@@ -84,8 +85,8 @@ constexpr KnownProgram knownPrograms[] = {
     {"notion-desktop", "com.notion.id"},
     {"notion-snap-reborn", "com.notion.id"},
 
-    // What the desktops here bring for mail, the terminal, development, the web and notes is used for the
-    // same as what macOS brings, and the user's style goes by the use.
+    // What the desktops here bring for mail, development, the web and notes is used for the same as what
+    // macOS brings, and the user's style goes by the use. Terminals have a list of their own.
     {"thunderbird", "com.apple.mail"},
     {"org.mozilla.thunderbird", "com.apple.mail"},
     {"thunderbird_thunderbird", "com.apple.mail"},
@@ -106,26 +107,6 @@ constexpr KnownProgram knownPrograms[] = {
     {"mailspring", "com.apple.mail"},
     {"com.getmailspring.mailspring", "com.apple.mail"},
     {"mailspring_mailspring", "com.apple.mail"},
-
-    {"xterm", "com.apple.Terminal"},
-    {"uxterm", "com.apple.Terminal"},
-    {"debian-xterm", "com.apple.Terminal"},
-    {"debian-uxterm", "com.apple.Terminal"},
-    {"gnome-terminal", "com.apple.Terminal"},
-    {"gnome-terminal-server", "com.apple.Terminal"},
-    {"org.gnome.terminal", "com.apple.Terminal"},
-    {"kgx", "com.apple.Terminal"},
-    {"org.gnome.console", "com.apple.Terminal"},
-    {"ptyxis", "com.apple.Terminal"},
-    {"org.gnome.ptyxis", "com.apple.Terminal"},
-    {"konsole", "com.apple.Terminal"},
-    {"org.kde.konsole", "com.apple.Terminal"},
-    {"xfce4-terminal", "com.apple.Terminal"},
-    {"mate-terminal", "com.apple.Terminal"},
-    {"lxterminal", "com.apple.Terminal"},
-    {"qterminal", "com.apple.Terminal"},
-    {"com.system76.cosmicterm", "com.apple.Terminal"},
-    {"deepin-terminal", "com.apple.Terminal"},
 
     {"gnome-builder", "com.apple.dt.Xcode"},
     {"org.gnome.builder", "com.apple.dt.Xcode"},
@@ -160,9 +141,11 @@ std::optional<std::string> knownBundleIdentifier(std::string_view name) {
     });
     const auto find = [](std::string_view wanted) -> std::optional<std::string> {
         const auto entry = std::ranges::find(knownPrograms, wanted, &KnownProgram::name);
-        if (entry == std::end(knownPrograms))
-            return std::nullopt;
-        return std::string(entry->bundleIdentifier);
+        if (entry != std::end(knownPrograms))
+            return std::string(entry->bundleIdentifier);
+        if (const auto terminal = terminalIdentifier(wanted))
+            return std::string(*terminal);
+        return std::nullopt;
     };
     // As it is first: one program's own name ends in ".desktop".
     if (auto known = find(lowered))

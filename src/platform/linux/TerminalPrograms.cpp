@@ -1,60 +1,103 @@
 #include "platform/linux/TerminalPrograms.h"
 
 #include <algorithm>
-#include <cctype>
+#include <string>
 
 namespace sonvale::platform::linux {
 
 namespace {
 
-constexpr std::string_view terminals[] = {
+struct Terminal {
+    std::string_view name; ///< in lower case: of its windows or of its desktop file
+    KeyStyle style = KeyStyle::terminal;
+    std::string_view bundleIdentifier = "com.apple.Terminal";
+};
+
+constexpr Terminal terminals[] = {
     // VTE
-    "Gnome-terminal", "gnome-terminal-server", "Xfce4-terminal", "Mate-terminal", "Tilix", "Terminator",
-    "Lxterminal", "Guake", "Tilda", "Sakura", "Roxterm", "Io.elementary.terminal", "org.gnome.Console", "kgx",
-    "org.gnome.Ptyxis", "com.raggesilver.BlackBox", "Termite", "Deepin-terminal",
+    {"gnome-terminal"},
+    {"gnome-terminal-server"},
+    {"org.gnome.terminal"},
+    {"xfce4-terminal"},
+    {"mate-terminal"},
+    {"lxterminal"},
+    {"tilix"},
+    {"com.gexperts.tilix"},
+    {"terminator"},
+    {"guake"},
+    {"tilda"},
+    {"sakura"},
+    {"roxterm"},
+    {"termite"},
+    {"io.elementary.terminal"},
+    {"kgx"},
+    {"org.gnome.console"},
+    {"ptyxis"},
+    {"org.gnome.ptyxis"},
+    {"com.raggesilver.blackbox"},
+    {"deepin-terminal"},
     // Qt
-    "Konsole", "org.kde.konsole", "Yakuake", "Qterminal", "org.lxqt.qterminal", "cool-retro-term",
+    {"konsole"},
+    {"org.kde.konsole"},
+    {"yakuake"},
+    {"org.kde.yakuake"},
+    {"qterminal"},
+    {"org.lxqt.qterminal"},
+    {"cool-retro-term"},
     // With a drawing of their own
-    "kitty", "Alacritty", "org.wezfurlong.wezterm", "com.mitchellh.ghostty", "contour", "Terminology",
-    "Hyper", "tabby", "dev.warp.Warp", "st-256color", "st"};
+    {"kitty", KeyStyle::terminal, "net.kovidgoyal.kitty"},
+    {"alacritty"},
+    {"wezterm"},
+    {"org.wezfurlong.wezterm"},
+    {"ghostty"},
+    {"com.mitchellh.ghostty"},
+    {"com.system76.cosmicterm"},
+    {"contour"},
+    {"terminology"},
+    {"hyper"},
+    {"tabby"},
+    {"dev.warp.warp"},
+    {"st"},
+    {"st-256color"},
+    // The xterm family; Debian's desktop files have names of their own.
+    {"xterm", KeyStyle::xterm},
+    {"uxterm", KeyStyle::xterm},
+    {"debian-xterm", KeyStyle::xterm},
+    {"debian-uxterm", KeyStyle::xterm},
+    {"koi8rxterm", KeyStyle::xterm},
+    {"urxvt", KeyStyle::xterm},
+    {"rxvt", KeyStyle::xterm},
+    {"eterm", KeyStyle::xterm},
+    {"aterm", KeyStyle::xterm},
+    {"mrxvt", KeyStyle::xterm},
+    {"mlterm", KeyStyle::xterm},
+};
 
-constexpr std::string_view xterms[] = {"XTerm", "UXTerm", "KOI8RXTerm", "URxvt", "Rxvt",
-                                       "Eterm", "Aterm",  "Mrxvt",      "mlterm"};
-
-/// Control-C is the beginning of many commands in the one and leaves the present mode in the other.
-constexpr std::string_view editorsOfTheirOwn[] = {"Emacs", "Gvim"};
-
-bool isSame(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
-}
-
-template <class List>
-bool contains(const List& list, std::string_view name) {
-    return std::any_of(std::begin(list), std::end(list),
-                       [&](std::string_view each) { return isSame(each, name); });
+std::string lowered(std::string_view name) {
+    std::string result(name);
+    std::ranges::transform(result, result.begin(), [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    });
+    return result;
 }
 
 } // namespace
 
-PasteCustom pasteCustomOf(std::string_view windowClass) {
-    if (contains(terminals, windowClass))
-        return PasteCustom::controlShiftV;
-    if (contains(xterms, windowClass))
-        return PasteCustom::shiftInsertOfPrimary;
-    return PasteCustom::controlV;
+KeyStyle keyStyleOf(std::string_view windowClass) {
+    const auto name = lowered(windowClass);
+    if (const auto* terminal = std::ranges::find(terminals, name, &Terminal::name);
+        terminal != std::end(terminals))
+        return terminal->style;
+    if (name == "emacs")
+        return KeyStyle::emacs;
+    if (name == "gvim")
+        return KeyStyle::gvim;
+    return name.find("term") == std::string::npos ? KeyStyle::ordinary : KeyStyle::terminal;
 }
 
-CopyCustom copyCustomOf(std::string_view windowClass) {
-    switch (pasteCustomOf(windowClass)) {
-    case PasteCustom::controlShiftV:
-        return CopyCustom::controlShiftC;
-    case PasteCustom::shiftInsertOfPrimary:
-        return CopyCustom::none;
-    case PasteCustom::controlV:
-        break;
-    }
-    return contains(editorsOfTheirOwn, windowClass) ? CopyCustom::none : CopyCustom::controlC;
+std::optional<std::string_view> terminalIdentifier(std::string_view name) {
+    const auto* terminal = std::ranges::find(terminals, name, &Terminal::name);
+    return terminal == std::end(terminals) ? std::nullopt : std::optional(terminal->bundleIdentifier);
 }
 
 } // namespace sonvale::platform::linux

@@ -91,9 +91,8 @@ std::optional<std::string> X11AccessibilityTree::selectedText() {
     std::optional<std::string> text;
     if (const auto window = activeWindow(*client_, deadline)) {
         const auto windowClass = client_->property(*window, XCB_ATOM_WM_CLASS, false, deadline);
-        const auto custom = pasteCustomOf(windowClassIn(windowClass.get()));
-        text = custom == PasteCustom::shiftInsertOfPrimary ? markedText(*window, deadline)
-                                                           : textInFocus(*window, deadline);
+        const auto style = keyStyleOf(windowClassIn(windowClass.get()));
+        text = style == KeyStyle::xterm ? markedText(*window, deadline) : textInFocus(*window, deadline);
     }
     dropEvents();
     return text;

@@ -2,6 +2,7 @@
 
 #include "platform/EventTap.h"
 #include "platform/linux/KeyChord.h"
+#include "platform/linux/TerminalPrograms.h"
 #include "platform/linux/X11KeySender.h"
 #include "platform/linux/X11KeyboardMap.h"
 #include "platform/linux/X11Windows.h"
@@ -21,6 +22,7 @@ constexpr double longestPress = 0.2;
 constexpr KeyChord controlV{XK_v, 55, modifier::control, false};
 constexpr KeyChord controlShiftV{XK_v, 55, modifier::control | modifier::shift, false};
 constexpr KeyChord shiftInsert{XK_Insert, 118, modifier::shift, false};
+constexpr KeyChord controlInsert{XK_Insert, 118, modifier::control, false};
 constexpr KeyChord controlC{XK_c, 54, modifier::control, false};
 constexpr KeyChord controlShiftC{XK_c, 54, modifier::control | modifier::shift, false};
 constexpr KeyChord controlZ{XK_z, 52, modifier::control, false};
@@ -61,22 +63,20 @@ void X11SyntheticInput::pressPaste() {
     const auto situation = look(deadline);
     if (!situation)
         return;
-    switch (pasteCustomOf(situation->windowClass)) {
-    case PasteCustom::controlV:
-        press(controlV, *situation, deadline);
-        break;
-    case PasteCustom::controlShiftV:
-        press(controlShiftV, *situation, deadline);
-        break;
-    case PasteCustom::shiftInsertOfPrimary:
-        if (offerPrimary_) {
-            const double before = clock.now();
-            offerPrimary_();
-            deadline += clock.now() - before;
-        }
-        press(shiftInsert, *situation, deadline);
-        break;
+    const auto style = keyStyleOf(situation->windowClass);
+    const bool hasLetter = situation->map.find(XK_v).has_value();
+    // Without the letter Shift-Insert works everywhere; it pastes the clipboard or PRIMARY.
+    const bool isPrimary =
+        style == KeyStyle::xterm || style == KeyStyle::gvim || (style == KeyStyle::terminal && !hasLetter);
+    if (isPrimary && offerPrimary_) {
+        const double before = clock.now();
+        offerPrimary_();
+        deadline += clock.now() - before;
     }
+    if (isPrimary || style == KeyStyle::emacs || !hasLetter)
+        press(shiftInsert, *situation, deadline);
+    else
+        press(style == KeyStyle::terminal ? controlShiftV : controlV, *situation, deadline);
 }
 
 void X11SyntheticInput::pressCopy() {
@@ -86,17 +86,15 @@ void X11SyntheticInput::pressCopy() {
     const auto situation = look(deadline);
     if (!situation)
         return;
-    switch (copyCustomOf(situation->windowClass)) {
-    case CopyCustom::controlC:
-        press(controlC, *situation, deadline);
-        break;
-    case CopyCustom::controlShiftC:
-        if (hasMarkedText(*situation, deadline))
-            press(controlShiftC, *situation, deadline);
-        break;
-    case CopyCustom::none:
-        break;
-    }
+    const bool isTerminal = keyStyleOf(situation->windowClass) == KeyStyle::terminal;
+    const bool canCopy = isTerminal ? hasMarkedText(*situation, deadline)
+                                    : keyStyleOf(situation->windowClass) == KeyStyle::ordinary;
+    if (!canCopy)
+        return;
+    if (!situation->map.find(XK_c))
+        press(controlInsert, *situation, deadline);
+    else
+        press(isTerminal ? controlShiftC : controlC, *situation, deadline);
 }
 
 void X11SyntheticInput::pressUndo() {
@@ -106,8 +104,19 @@ void X11SyntheticInput::pressUndo() {
     const auto situation = look(deadline);
     if (!situation)
         return;
-    const bool isTerminal = pasteCustomOf(situation->windowClass) != PasteCustom::controlV;
-    press(isTerminal ? controlUnderscore : controlZ, *situation, deadline);
+    switch (keyStyleOf(situation->windowClass)) {
+    case KeyStyle::ordinary:
+        press(controlZ, *situation, deadline);
+        break;
+    case KeyStyle::terminal:
+    case KeyStyle::xterm:
+    case KeyStyle::emacs:
+        press(controlUnderscore, *situation, deadline);
+        break;
+    case KeyStyle::gvim:
+        // Its undo of insert mode takes back what the user typed before as well.
+        break;
+    }
 }
 
 std::optional<X11SyntheticInput::Situation> X11SyntheticInput::look(double deadline) {

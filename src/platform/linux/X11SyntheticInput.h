@@ -2,7 +2,6 @@
 
 #include "platform/SyntheticInput.h"
 #include "platform/linux/SyntheticKeyLedger.h"
-#include "platform/linux/TerminalPrograms.h"
 #include "platform/linux/X11Connection.h"
 
 #include <functional>
@@ -16,15 +15,16 @@ struct KeyChord;
 
 /// Synthetic keys through XTEST.
 ///
-/// The connection is made at construction. `pressPaste` chooses the keys by the WM_CLASS of the window that
-/// has the keyboard. In a terminal `pressUndo` presses Control-underscore, the undo of line editors:
-/// Control-Z would stop the program that runs there. `pressCopy` presses Control-Shift-C in a terminal, and
-/// only when something is marked there, because some of them hand it on as Control-C otherwise; it presses
-/// nothing in the xterm family, which has no key for it, nor in the editors that begin a command with it.
+/// The connection is made at construction. The keys are chosen by the WM_CLASS of the window that has the
+/// keyboard, see `KeyStyle`. In a terminal and in Emacs `pressUndo` presses Control-underscore, the undo of
+/// line editors; in gVim it presses nothing. `pressCopy` presses Control-Shift-C in a terminal, and only if
+/// something is marked there, because some of them hand it on as Control-C otherwise; it presses nothing in
+/// the xterm family, in Emacs and in gVim. On a keyboard without Latin letters Shift-Insert pastes and
+/// Control-Insert copies; there is no such key for undo.
 class X11SyntheticInput final : public SyntheticInput {
 public:
-    /// `offerPrimary` is called inside `pressPaste`, only for programs that paste PRIMARY: it has to make the
-    /// pasteboard's text the PRIMARY selection before it returns. An empty display name means that of the
+    /// `offerPrimary` is called inside `pressPaste`, only for programs that may paste PRIMARY: it has to make
+    /// the pasteboard's text the PRIMARY selection before it returns. An empty display name means that of the
     /// environment.
     X11SyntheticInput(const runtime::Clock& clock, std::shared_ptr<SyntheticKeyLedger> ledger,
                       std::function<void()> offerPrimary, const std::string& displayName = {});
