@@ -4,7 +4,7 @@ namespace sonvale::platform {
 
 /// Key presses made by the program in the front application.
 ///
-/// Called from the insertion actor; each press returns once it is sent (a few milliseconds; 200 at most when
+/// Called from the insertion actor; each press returns once it is sent (a few milliseconds; 1 s at most if
 /// the display does not answer). No operation fails towards the caller: where the keys cannot be sent nothing
 /// happens. They work while the user holds modifier keys, leave no key stuck, and are not reported by the
 /// program's own `EventTap`.

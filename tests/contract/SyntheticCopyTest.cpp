@@ -167,7 +167,7 @@ TEST(SyntheticCopyX11, ReturnsWhileTheServerDoesNotAnswer) {
     input.pressCopy();
     const double taken = monotonicSeconds() - before;
     display.signalServer(SIGCONT);
-    EXPECT_LT(taken, 0.7);
+    EXPECT_LT(taken, 3);
 }
 
 } // namespace sonvale::tests

@@ -90,7 +90,7 @@ TYPED_TEST(SyntheticInputContract, ReturnsSoon) {
     const double before = monotonicSeconds();
     for (int i = 0; i < 5; ++i)
         this->front_.input().pressPaste();
-    EXPECT_LT(monotonicSeconds() - before, 5 * 0.2);
+    EXPECT_LT(monotonicSeconds() - before, 5 * 1.0);
     EXPECT_TRUE(this->front_.gets(5, 0));
 }
 
@@ -408,8 +408,8 @@ TEST(SyntheticInputX11, ReturnsWhileTheServerDoesNotAnswer) {
     input.pressPaste();
     const double taken = monotonicSeconds() - before;
     display.signalServer(SIGCONT);
-    EXPECT_GE(taken, 0.19);
-    EXPECT_LT(taken, 0.7);
+    EXPECT_GE(taken, 0.9);
+    EXPECT_LT(taken, 3);
 }
 
 TEST(SyntheticInputX11, DoesNothingWithoutADisplay) {

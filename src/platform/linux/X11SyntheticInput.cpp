@@ -1,5 +1,6 @@
 #include "platform/linux/X11SyntheticInput.h"
 
+#include "base/Log.h"
 #include "platform/EventTap.h"
 #include "platform/linux/KeyChord.h"
 #include "platform/linux/TerminalPrograms.h"
@@ -17,7 +18,8 @@ namespace sonvale::platform::linux {
 
 namespace {
 
-constexpr double longestPress = 0.2;
+/// A busy server can need more than a few milliseconds, and a press that is dropped loses the user's text.
+constexpr double maxPressSeconds = 1;
 
 constexpr KeyChord controlV{XK_v, 55, modifier::control, false};
 constexpr KeyChord controlShiftV{XK_v, 55, modifier::control | modifier::shift, false};
@@ -59,7 +61,7 @@ void X11SyntheticInput::pressPaste() {
     if (!isUsable())
         return;
     const auto& clock = connection_->clock();
-    double deadline = clock.now() + longestPress;
+    double deadline = clock.now() + maxPressSeconds;
     const auto situation = look(deadline);
     if (!situation)
         return;
@@ -82,7 +84,7 @@ void X11SyntheticInput::pressPaste() {
 void X11SyntheticInput::pressCopy() {
     if (!isUsable())
         return;
-    const double deadline = connection_->clock().now() + longestPress;
+    const double deadline = connection_->clock().now() + maxPressSeconds;
     const auto situation = look(deadline);
     if (!situation)
         return;
@@ -100,7 +102,7 @@ void X11SyntheticInput::pressCopy() {
 void X11SyntheticInput::pressUndo() {
     if (!isUsable())
         return;
-    const double deadline = connection_->clock().now() + longestPress;
+    const double deadline = connection_->clock().now() + maxPressSeconds;
     const auto situation = look(deadline);
     if (!situation)
         return;
@@ -137,8 +139,10 @@ std::optional<X11SyntheticInput::Situation> X11SyntheticInput::look(double deadl
     const auto focus = connection_->reply<xcb_get_input_focus_reply_t>(focusRequest, deadline);
     const auto pointer = connection_->reply<xcb_query_pointer_reply_t>(pointerRequest, deadline);
     // A server that does not answer now would get the keys later, at a moment when nobody expects them.
-    if (!keyboards || !map || !keys || !focus || !pointer)
+    if (!keyboards || !map || !keys || !focus || !pointer) {
+        base::Logger("SyntheticInput").error("The X server does not answer: no key was pressed");
         return std::nullopt;
+    }
 
     Situation situation{std::move(*keyboards), std::move(*map), {}, XCB_WINDOW_NONE, {}};
     for (unsigned int keycode = 0; keycode < situation.down.size(); ++keycode)
