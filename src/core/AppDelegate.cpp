@@ -11,6 +11,8 @@ namespace {
 
 constexpr double dashboardDelay = 0.2;
 constexpr const char* dashboardTitle = "Son Vale Dashboard";
+constexpr const char* storePutAsideMessage =
+    "Your saved history could not be opened. It was put aside, and a new one has been started.";
 
 } // namespace
 
@@ -25,6 +27,8 @@ void AppDelegate::applicationDidFinishLaunching() {
 
     appState->modelContext = &services_->modelContainer().mainContext();
     appState->setup();
+    if (services_->modelContainer().storePutAside())
+        appState->surfaceError(storePutAsideMessage);
     environment_.auditLogger.logAppLaunch();
     startDataRetention();
     base::systemLog(fmt::format("[AppDelegate] Initialization complete — isOnboardingComplete={}",
@@ -75,6 +79,7 @@ void AppDelegate::startDataRetention() {
             .auditLogger = environment_.auditLogger,
             .secureRandom = environment_.secureRandom,
             .temporaryDirectory = environment_.directories.temporary,
+            .applicationSupport = environment_.directories.applicationSupport,
         });
     dataRetentionManager_->modelContext = &services_->modelContainer().mainContext();
     dataRetentionManager_->startCleanup();

@@ -2,7 +2,11 @@
 
 #include "persistence/SecureDeletion.h"
 #include "persistence/SettingsKeys.h"
+#include "persistence/StoreFiles.h"
 
+#include <sys/stat.h>
+
+#include <chrono>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -63,20 +67,26 @@ void DataRetentionManager::performCleanup() {
     parts_.main.assertCurrent();
     if (modelContext == nullptr)
         return;
-    const auto deleted = deleteExpired() + deleteDismissed();
+    const auto expiry = cutoff();
+    const auto deleted = deleteExpired(expiry) + deleteDismissed();
     const auto removed = removeTemporaryFiles();
+    deleteOldStores(expiry);
     parts_.auditLogger.cleanupOldLogs();
     parts_.auditLogger.log(
         AuditEventType::dataDeleted, "system", resource, "success",
         {{"transcriptionsDeleted", std::to_string(deleted)}, {"tempFilesRemoved", std::to_string(removed)}});
 }
 
-std::int64_t DataRetentionManager::deleteExpired() {
+std::optional<base::Date> DataRetentionManager::cutoff() const {
     const auto& key = keys::retentionPeriodDays;
-    // A value that is no number keeps everything: it is not for the program to guess what may go.
+    // A key that is set to something else than an integer reads as 0, which switches the age rule off. Only a
+    // key that is not set means the default.
     const auto days =
         parts_.settings.has(key.name) ? std::optional(parts_.settings.stored(key).value_or(0)) : std::nullopt;
-    const auto cutoff = retentionCutoff(parts_.clock.date(), days);
+    return retentionCutoff(parts_.clock.date(), days);
+}
+
+std::int64_t DataRetentionManager::deleteExpired(const std::optional<base::Date>& cutoff) {
     if (!cutoff)
         return 0;
     return deleteTranscriptions({.where = {{&Transcription::timestamp, Comparison::less, *cutoff}}},
@@ -107,6 +117,22 @@ std::int64_t DataRetentionManager::deleteTranscriptions(const FetchDescriptor<Tr
         // The removals stay staged and go with the next save that succeeds.
     }
     return static_cast<std::int64_t>(records.size());
+}
+
+void DataRetentionManager::deleteOldStores(const std::optional<base::Date>& cutoff) {
+    if (!cutoff)
+        return;
+    for (const auto& file : filesOfStoresPutAside(parts_.applicationSupport / storeDirectoryName)) {
+        struct stat status{};
+        if (::lstat(file.c_str(), &status) != 0 ||
+            std::chrono::system_clock::from_time_t(status.st_mtime) >= *cutoff)
+            continue;
+        try {
+            secureDelete(file, parts_.secureRandom);
+        } catch (const std::exception&) {
+            parts_.auditLogger.logError(resource, "old-store-removal-failed");
+        }
+    }
 }
 
 std::int64_t DataRetentionManager::removeTemporaryFiles() {

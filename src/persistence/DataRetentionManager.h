@@ -33,6 +33,7 @@ public:
         AuditLogger& auditLogger;
         platform::SecureRandom& secureRandom;
         std::filesystem::path temporaryDirectory;
+        std::filesystem::path applicationSupport; ///< holds the store's folder
     };
 
     explicit DataRetentionManager(Parts parts);
@@ -45,16 +46,19 @@ public:
     /// Cleans up now and from then on once a day; a former schedule ends.
     void startCleanup();
 
-    /// Deletes the dictations that are older than the user wants to keep them, those that were dismissed, and
-    /// every recording that was left in the temporary folder, however young; a running one's too. Rotated
-    /// audit logs go with it. Never throws: a failure is recorded in the audit log and the rest goes on.
+    /// Deletes the dictations that are older than the user wants to keep them, those that were dismissed,
+    /// stores that were put aside longer ago than that, and every recording that was left in the temporary
+    /// folder, however young; a running one's too. Rotated audit logs go with it. Never throws: a failure is
+    /// recorded in the audit log and the rest goes on.
     void performCleanup();
 
 private:
     static runtime::Task<> repeat(std::weak_ptr<DataRetentionManager> weakSelf, runtime::Clock* clock);
     std::int64_t deleteTranscriptions(const FetchDescriptor<Transcription>& which,
                                       std::string failureDetails);
-    std::int64_t deleteExpired();
+    std::int64_t deleteExpired(const std::optional<base::Date>& cutoff);
+    std::optional<base::Date> cutoff() const;
+    void deleteOldStores(const std::optional<base::Date>& cutoff);
     std::int64_t deleteDismissed();
     std::int64_t removeTemporaryFiles();
 
@@ -62,9 +66,9 @@ private:
     runtime::TaskHandle<> cleanupTimer_;
 };
 
-/// Dictations from before this moment are to go. `stored` is the setting of days: nothing for an absent one,
-/// 0 for ever, as is less than that. Nothing when there is no such moment. `timeZone`: an IANA name; empty
-/// for the system's own.
+/// Returns the moment before which dictations expire. `stored` is the setting of days: the default applies if
+/// it is nullopt, and 0 or less switches the age rule off. Returns nullopt if the rule is off or the calendar
+/// has no such moment. `timeZone`: an IANA name; empty for the system's own.
 std::optional<base::Date> retentionCutoff(base::Date now, std::optional<std::int64_t> stored,
                                           const std::string& timeZone = {});
 

@@ -3,28 +3,44 @@
 #include "base/Log.h"
 #include "persistence/PrivateFiles.h"
 #include "persistence/Store.h"
+#include "persistence/StoreFiles.h"
 
 #include <cstdlib>
+#include <string>
 #include <system_error>
+#include <utility>
 
 namespace sonvale::persistence {
 
 namespace {
 
-constexpr std::string_view storeDirectoryName = "Sonvale";
-constexpr std::string_view storeFileName = "Sonvale.store";
-
-/// The store itself, the companions named by extension, and those that SQLite makes.
-constexpr std::string_view storeFileSuffixes[] = {"", ".wal", ".shm", "-wal", "-shm"};
-
-void deleteStore(const std::filesystem::path& file) {
-    for (const auto suffix : storeFileSuffixes) {
-        auto path = file;
-        path += suffix;
-        // What cannot be deleted shows when the store is opened again.
-        std::error_code ignored;
-        std::filesystem::remove(path, ignored);
+/// A second try without shared memory may open what a full disk keeps from opening. The first failure is
+/// the one that counts for the log.
+std::unique_ptr<Store> openOnDisk(const std::filesystem::path& file) {
+    std::string reason;
+    try {
+        return Store::open(file);
+    } catch (const StoreError& error) {
+        if (error.which() != StoreError::Case::unavailable)
+            throw;
+        reason = error.errorDescription();
     }
+    try {
+        return Store::open(file, Store::Locking::exclusive);
+    } catch (const StoreError& error) {
+        throw StoreError(error.which(), reason);
+    }
+}
+
+/// Makes room for a new store. Returns where the old one was put.
+std::optional<std::filesystem::path> clearAway(const std::filesystem::path& file) {
+    auto aside = putStoreAside(file);
+    if (!aside) {
+        // A folder in its place. What cannot be removed shows when the store is opened again.
+        std::error_code ignored;
+        std::filesystem::remove(file, ignored);
+    }
+    return aside;
 }
 
 std::unique_ptr<Store> openInMemoryOrStop(const base::Logger& logger) {
@@ -38,7 +54,7 @@ std::unique_ptr<Store> openInMemoryOrStop(const base::Logger& logger) {
 
 std::unique_ptr<Store> reopenOrFallBack(const std::filesystem::path& file, const base::Logger& logger) {
     try {
-        auto store = Store::open(file);
+        auto store = openOnDisk(file);
         logger.info("SwiftData: store reopened successfully after delete");
         return store;
     } catch (const StoreError& error) {
@@ -61,17 +77,22 @@ std::unique_ptr<ModelContainer> ModelContainer::open(const std::filesystem::path
         logger.error("SwiftData: could not create store directory: {}", error.message());
 
     logger.info("SwiftData: opening store at {}", file.string());
+    std::optional<std::filesystem::path> aside;
     try {
-        auto store = Store::open(file);
+        auto store = openOnDisk(file);
         logger.info("SwiftData: store opened successfully");
         return std::make_unique<ModelContainer>(std::move(store));
     } catch (const StoreError& error) {
         logger.error("SwiftData: initial open failed ({}); deleting store and retrying",
                      error.errorDescription());
+        // A store that may be intact stays where it is, for the next start.
+        if (error.which() != StoreError::Case::unavailable)
+            aside = clearAway(file);
     }
 
-    deleteStore(file);
-    return std::make_unique<ModelContainer>(reopenOrFallBack(file, logger));
+    auto container = std::make_unique<ModelContainer>(reopenOrFallBack(file, logger));
+    container->storePutAside_ = std::move(aside);
+    return container;
 }
 
 std::unique_ptr<ModelContainer> ModelContainer::openInMemory() {

@@ -7,7 +7,11 @@
 #include <SQLiteCpp/Exception.h>
 #include <SQLiteCpp/Transaction.h>
 #include <fmt/format.h>
+#include <sqlite3.h>
 #include <sys/stat.h>
+
+#include <algorithm>
+#include <system_error>
 
 namespace sonvale::persistence {
 
@@ -68,7 +72,9 @@ void checkContent(SQLite::Database& database) {
     });
 }
 
-void prepare(SQLite::Database& database) {
+void prepare(SQLite::Database& database, Store::Locking locking) {
+    if (locking == Store::Locking::exclusive)
+        database.exec("PRAGMA locking_mode = EXCLUSIVE");
     // A commit is one write to the log file, without a wait for the disk: saving happens on the main thread
     // between the words and their insertion. The file is brought to the disk right afterwards, off that
     // thread, and a loss of power before that leaves the store as it was before the commit.
@@ -91,14 +97,54 @@ void prepare(SQLite::Database& database) {
     indexHistory(database);
 }
 
+/// Whether the cause lies in what surrounds the file.
+bool isPassing(const SQLite::Exception& error) {
+    switch (error.getErrorCode()) {
+    case SQLITE_FULL:
+    case SQLITE_CANTOPEN:
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+    case SQLITE_NOMEM:
+    case SQLITE_PERM:
+    case SQLITE_READONLY:
+        return true;
+    case SQLITE_IOERR:
+        return error.getExtendedErrorCode() != SQLITE_IOERR_READ &&
+               error.getExtendedErrorCode() != SQLITE_IOERR_SHORT_READ &&
+               error.getExtendedErrorCode() != SQLITE_IOERR_CORRUPTFS;
+    default:
+        return false;
+    }
+}
+
+bool isPassing(std::error_code error) {
+    constexpr std::errc causes[] = {
+        std::errc::too_many_files_open,   std::errc::too_many_files_open_in_system,
+        std::errc::not_enough_memory,     std::errc::no_space_on_device,
+        std::errc::read_only_file_system,
+    };
+    return error == std::error_code(EDQUOT, std::generic_category()) ||
+           std::ranges::any_of(causes, [error](std::errc cause) { return error == cause; });
+}
+
+template <class Error>
+StoreError openError(const Error& error, const std::string& description) {
+    return {isPassing(error) ? StoreError::Case::unavailable : StoreError::Case::openFailed, description};
+}
+
+StoreError lastOpenError() {
+    const auto error = lastSystemError();
+    return openError(error, error.message());
+}
+
 /// SQLite gives its companion files the rights of the main one.
 void makePrivate(const std::filesystem::path& file) {
     const FileDescriptor descriptor(file, O_RDWR | O_CREAT | O_NONBLOCK, 0600);
     struct stat status{};
     if (!descriptor || ::fstat(descriptor.number(), &status) != 0)
-        throw StoreError(StoreError::Case::openFailed, lastSystemError().message());
+        throw lastOpenError();
     if ((status.st_mode & 0077) != 0 && ::fchmod(descriptor.number(), 0600) != 0)
-        throw StoreError(StoreError::Case::openFailed, lastSystemError().message());
+        throw lastOpenError();
 }
 
 } // namespace
@@ -108,17 +154,17 @@ Store::Store(std::unique_ptr<SQLite::Database> database)
 
 Store::~Store() = default;
 
-std::unique_ptr<Store> Store::open(const std::filesystem::path& file) {
+std::unique_ptr<Store> Store::open(const std::filesystem::path& file, Locking locking) {
     makePrivate(file);
     try {
         auto database = std::make_unique<SQLite::Database>(file.string(), openMode(), busyMilliseconds);
-        prepare(*database);
+        prepare(*database, locking);
         std::unique_ptr<Store> store(new Store(std::move(database)));
         // Never the main file: closing another descriptor of it would drop SQLite's locks.
         store->synchronizer_.emplace(file.string() + "-wal");
         return store;
     } catch (const SQLite::Exception& error) {
-        throw StoreError(StoreError::Case::openFailed, error.what());
+        throw openError(error, error.what());
     }
 }
 
@@ -130,7 +176,7 @@ void Store::synchronizeSoon() {
 std::unique_ptr<Store> Store::openInMemory() {
     try {
         auto database = std::make_unique<SQLite::Database>(":memory:", openMode() | SQLite::OPEN_CREATE);
-        prepare(*database);
+        prepare(*database, Locking::shared);
         return std::unique_ptr<Store>(new Store(std::move(database)));
     } catch (const SQLite::Exception& error) {
         throw StoreError(StoreError::Case::openFailed, error.what());

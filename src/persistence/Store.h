@@ -16,9 +16,13 @@ namespace sonvale::persistence {
 /// One open SQLite database with the schema of the records. Main thread only.
 class Store {
 public:
+    /// How other processes may use the file while it is open. `exclusive` keeps them out; it needs no index
+    /// in shared memory, so it opens a store on a full disk too.
+    enum class Locking { shared, exclusive };
+
     /// Opens or makes the store in an existing folder, the file being 0600. Throws `StoreError` when it
-    /// cannot be opened, is damaged or has another schema.
-    static std::unique_ptr<Store> open(const std::filesystem::path& file);
+    /// cannot be opened, is damaged or has another schema; with `unavailable` if the file may be intact.
+    static std::unique_ptr<Store> open(const std::filesystem::path& file, Locking locking = Locking::shared);
 
     /// A store that never reaches the disk. Throws `StoreError`.
     static std::unique_ptr<Store> openInMemory();

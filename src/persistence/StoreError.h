@@ -9,7 +9,15 @@ namespace sonvale::persistence {
 /// content.
 class StoreError : public std::runtime_error {
 public:
-    enum class Case { openFailed, schemaMismatch, fetchFailed, saveFailed };
+    enum class Case {
+        openFailed,
+        /// The cause lies outside the file, which may be intact: a full disk, no free file descriptor, a lock
+        /// of another process.
+        unavailable,
+        schemaMismatch,
+        fetchFailed,
+        saveFailed,
+    };
 
     StoreError(Case which, const std::string& description)
         : std::runtime_error(description)

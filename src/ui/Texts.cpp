@@ -73,6 +73,8 @@ constexpr std::array told{
     QT_TRANSLATE_NOOP("Texts", "No audio recorded."),
     QT_TRANSLATE_NOOP("Texts", "Failed to start hotkey listener. Try restarting the app."),
     QT_TRANSLATE_NOOP("Texts", "Unable to connect to the transcription service. Please try again."),
+    QT_TRANSLATE_NOOP(
+        "Texts", "Your saved history could not be opened. It was put aside, and a new one has been started."),
 };
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "core/AppDelegate.h"
 
+#include "tests/support/Files.h"
 #include "tests/unit/core/CoreFixture.h"
 
 #include <gtest/gtest.h>
@@ -56,6 +57,21 @@ TEST_F(AppDelegateTest, OpensNothingForAUserWhoIsSignedIn) {
     launch();
     advance(10);
     EXPECT_EQ(made, 0);
+}
+
+TEST_F(AppDelegateTest, TellsTheUserOfAStoreThatWasPutAside) {
+    const auto folder = environment().directories.applicationSupport / "Sonvale";
+    std::filesystem::create_directories(folder);
+    tests::writeFile(folder / "Sonvale.store", std::string(5000, 'g'));
+    launch();
+    const auto& state = *delegate().services()->appState();
+    EXPECT_EQ(state.errorMessage.get(),
+              "Your saved history could not be opened. It was put aside, and a new one has been started.");
+}
+
+TEST_F(AppDelegateTest, TellsTheUserNothingOfAStoreThatOpens) {
+    launch();
+    EXPECT_EQ(delegate().services()->appState()->errorMessage.get(), std::nullopt);
 }
 
 TEST_F(AppDelegateTest, BringsTheOpenDashboardToTheFront) {

@@ -3,6 +3,7 @@
 #include "base/Json.h"
 #include "persistence/ModelContainer.h"
 #include "persistence/SettingsKeys.h"
+#include "persistence/StoreFiles.h"
 #include "tests/fakes/FakeSecureRandom.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Files.h"
@@ -10,7 +11,9 @@
 #include "tests/support/TestRuntime.h"
 
 #include <SQLiteCpp/Database.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -36,6 +39,7 @@ protected:
             .auditLogger = auditLogger_,
             .secureRandom = random_,
             .temporaryDirectory = temporary(),
+            .applicationSupport = directory_.path(),
         });
         container_ = ModelContainer::open(directory_.path());
         manager_->modelContext = &container_->mainContext();
@@ -166,6 +170,7 @@ TEST_F(DataRetentionManagerTest, KeepsEverythingForEverWithZeroAndWithWhatIsNoNu
         .auditLogger = auditLogger_,
         .secureRandom = random_,
         .temporaryDirectory = temporary(),
+        .applicationSupport = directory_.path(),
     });
     manager_->modelContext = &store();
     cleanUp();
@@ -178,6 +183,52 @@ TEST_F(DataRetentionManagerTest, CountsADismissedOldRecordOnce) {
     cleanUp();
     EXPECT_EQ(left(), Names{});
     EXPECT_EQ(counts(), "2 and 0");
+}
+
+TEST_F(DataRetentionManagerTest, DeletesStoresThatWerePutAsideWhenTheirTimeIsOver) {
+    const auto folder = fs::path(directory_.path()) / "Sonvale";
+    const auto putAside = [&](const std::string& name, std::chrono::hours age) {
+        tests::writeFile(folder / name, "history");
+        const auto time = std::chrono::system_clock::to_time_t(runtime_.clock().date() - age);
+        const timespec times[] = {{time, 0}, {time, 0}};
+        ASSERT_EQ(::utimensat(AT_FDCWD, (folder / name).c_str(), times, 0), 0);
+    };
+    const auto stores = [&] {
+        Names names;
+        for (const auto& file : filesOfStoresPutAside(folder))
+            names.insert(file.filename().string().substr(std::string("Sonvale.store.").size()));
+        return names;
+    };
+    for (const char* suffix : {"", "-wal", "-shm"})
+        putAside(std::string("Sonvale.store.broken-1") + suffix, 31 * 24h);
+    putAside("Sonvale.store.broken-2", 29 * 24h);
+    cleanUp();
+    EXPECT_EQ(stores(), Names{"broken-2"});
+    EXPECT_EQ(counts(), "0 and 0");
+
+    settings_.set(keys::retentionPeriodDays, 0);
+    putAside("Sonvale.store.broken-3", 4000 * 24h);
+    cleanUp();
+    EXPECT_EQ(stores(), (Names{"broken-2", "broken-3"})) << "kept for ever";
+
+    settings_.set(keys::retentionPeriodDays, 10);
+    cleanUp();
+    EXPECT_EQ(stores(), Names{});
+    EXPECT_TRUE(fs::exists(folder / "Sonvale.store"));
+}
+
+TEST_F(DataRetentionManagerTest, RecordsAStoreThatCannotBeDeletedAndGoesOn) {
+    const auto folder = fs::path(directory_.path()) / "Sonvale" / "Sonvale.store.broken-1";
+    fs::create_directories(folder);
+    runtime_.clock().advance(86400.0 * 40);
+    settings_.set(keys::retentionPeriodDays, 1);
+    const timespec times[] = {{0, 0}, {0, 0}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, folder.c_str(), times, 0), 0);
+    cleanUp();
+    const auto errors = audit("error");
+    ASSERT_EQ(errors.size(), 1U);
+    EXPECT_EQ(errors[0].at("metadata").at("errorDetails"), "old-store-removal-failed");
+    EXPECT_EQ(counts(), "0 and 0");
 }
 
 TEST_F(DataRetentionManagerTest, RemovesLeftRecordingsAndNothingElse) {

@@ -1,13 +1,18 @@
 #include "persistence/ModelContainer.h"
 
+#include "persistence/FileDescriptor.h"
+#include "persistence/StoreFiles.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Files.h"
 #include "tests/support/LogCapture.h"
 
 #include <SQLiteCpp/Database.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <functional>
+#include <memory>
+#include <vector>
 
 namespace sonvale::persistence {
 
@@ -19,6 +24,28 @@ using tests::contentOf;
 using tests::modeOf;
 using tests::writeFile;
 using Lines = std::vector<std::pair<LogLevel, std::string>>;
+
+/// While it lives, this process can open so many files more.
+class DescriptorLimit {
+public:
+    explicit DescriptorLimit(int free) {
+        ::getrlimit(RLIMIT_NOFILE, &before_);
+        // New files take the lowest number that is free.
+        std::vector<std::unique_ptr<FileDescriptor>> fillers;
+        for (int i = 0; i < free; ++i)
+            fillers.push_back(std::make_unique<FileDescriptor>("/dev/null", O_RDONLY));
+        const FileDescriptor next("/dev/null", O_RDONLY);
+        auto limit = before_;
+        limit.rlim_cur = static_cast<rlim_t>(next.number());
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+    }
+    DescriptorLimit(const DescriptorLimit&) = delete;
+    DescriptorLimit& operator=(const DescriptorLimit&) = delete;
+    ~DescriptorLimit() { ::setrlimit(RLIMIT_NOFILE, &before_); }
+
+private:
+    rlimit before_{};
+};
 
 class ModelContainerTest : public testing::Test {
 protected:
@@ -71,6 +98,29 @@ protected:
         insertSnippet(*container);
         container.reset();
         EXPECT_EQ(ModelContainer::open(support())->mainContext().fetch<Snippet>().size(), 1U);
+    }
+
+    /// Expects `ModelContainer::open` to fall back to memory while what `makeTrouble` returns lives, and to
+    /// put nothing aside.
+    void expectMemoryFor(const auto& makeTrouble) {
+        std::unique_ptr<ModelContainer> container;
+        {
+            [[maybe_unused]] const auto trouble = makeTrouble();
+            container = ModelContainer::open(support());
+        }
+        EXPECT_EQ(lines().back().first, LogLevel::fault);
+        EXPECT_FALSE(container->storePutAside());
+        EXPECT_TRUE(filesOfStoresPutAside(directory()).empty());
+        EXPECT_TRUE(container->mainContext().fetch<Snippet>().empty());
+        container->mainContext().insert(Snippet{.trigger = "for this run"});
+        container->mainContext().save();
+        EXPECT_EQ(container->mainContext().fetch<Snippet>().size(), 1U);
+    }
+    /// Expects the one snippet that `insertSnippet` has saved.
+    void expectSnippetKept() {
+        const auto snippets = ModelContainer::open(support())->mainContext().fetch<Snippet>();
+        ASSERT_EQ(snippets.size(), 1U);
+        EXPECT_EQ(snippets[0].trigger, "t");
     }
 
     tests::LogCapture log_;
@@ -206,13 +256,104 @@ TEST_F(ModelContainerTest, FallsBackToMemoryWhenTheBrokenStoreCannotBeDeleted) {
     EXPECT_TRUE(fs::is_directory(store() / "inside"));
 }
 
+TEST_F(ModelContainerTest, OpensAnIntactStoreOnAFullDisk) {
+    insertSnippet(*ModelContainer::open(support()));
+    {
+        const tests::FileSizeLimit fullDisk(0);
+        const auto container = ModelContainer::open(support());
+        EXPECT_EQ(lines().back(),
+                  (std::pair{LogLevel::info, std::string("SwiftData: store opened successfully")}));
+        EXPECT_EQ(container->mainContext().fetch<Snippet>().size(), 1U);
+        EXPECT_FALSE(container->storePutAside());
+
+        container->mainContext().insert(Snippet{.trigger = "while the disk is full"});
+        EXPECT_THROW(container->mainContext().save(), StoreError);
+    }
+    expectSnippetKept();
+}
+
 TEST_F(ModelContainerTest, FallsBackToMemoryOnAFullDisk) {
+    insertSnippet(*ModelContainer::open(support()));
+    // A store of an older version, which cannot be opened without a write.
+    SQLite::Database(store().string(), SQLite::OPEN_READWRITE).exec("DROP INDEX TranscriptionNewestFirst");
+    expectMemoryFor([] { return std::make_unique<tests::FileSizeLimit>(0); });
+    expectSnippetKept();
+}
+
+TEST_F(ModelContainerTest, FallsBackToMemoryOnAFullDiskWithoutAStore) {
     fs::create_directories(directory());
-    const tests::FileSizeLimit fullDisk(0);
-    const auto container = ModelContainer::open(support());
-    EXPECT_EQ(lines().back().first, LogLevel::fault);
+    expectMemoryFor([] { return std::make_unique<tests::FileSizeLimit>(0); });
+}
+
+TEST_F(ModelContainerTest, KeepsTheStoreWhenNoFileCanBeOpened) {
+    insertSnippet(*ModelContainer::open(support()));
+    // None at all, and none for the log beside the store.
+    for (const int free : {0, 1}) {
+        expectMemoryFor([free] { return std::make_unique<DescriptorLimit>(free); });
+        expectSnippetKept();
+    }
+    const DescriptorLimit enoughWithoutSharedMemory(2);
+    expectSnippetKept();
+    EXPECT_EQ(lines().back().second, "SwiftData: store opened successfully");
+}
+
+TEST_F(ModelContainerTest, KeepsTheStoreThatAnotherProcessHasLocked) {
+    insertSnippet(*ModelContainer::open(support()));
+    {
+        SQLite::Database other(store().string(), SQLite::OPEN_READWRITE);
+        other.exec("PRAGMA locking_mode = EXCLUSIVE");
+        other.exec("BEGIN EXCLUSIVE");
+        expectMemoryFor([] { return 0; });
+    }
+    expectSnippetKept();
+}
+
+TEST_F(ModelContainerTest, PutsAStoreThatItCannotOpenAside) {
+    const std::string garbage(5000, 'g');
+    for (const char* number : {"1", "2"}) {
+        const auto aside = beside((std::string(".broken-") + number).c_str());
+        fs::create_directories(directory());
+        writeFile(store(), garbage + number);
+        fs::permissions(store(), fs::perms(0644));
+        writeFile(beside(".wal"), "log");
+
+        const auto container = ModelContainer::open(support());
+
+        EXPECT_EQ(container->storePutAside(), aside);
+        EXPECT_EQ(contentOf(aside), garbage + number);
+        EXPECT_EQ(contentOf(aside.string() + ".wal"), "log");
+        for (const char* suffix : {"", ".wal"})
+            EXPECT_EQ(modeOf(aside.string() + suffix), 0600U) << suffix;
+        insertSnippet(*container);
+    }
+}
+
+TEST_F(ModelContainerTest, PutsAStoreAsideInAStateThatSqliteOpens) {
+    const auto saved = [](const fs::path& file) {
+        return SQLite::Database(file.string(), SQLite::OPEN_READONLY)
+            .execAndGet("SELECT trigger FROM Snippet")
+            .getString();
+    };
+    // What was saved last is in the log alone.
+    auto container = ModelContainer::open(support());
     insertSnippet(*container);
-    EXPECT_EQ(container->mainContext().fetch<Snippet>().size(), 1U);
+    for (const char* suffix : {"", "-wal"})
+        fs::copy_file(beside(suffix), support() / ("copy" + std::string(suffix)));
+    container.reset();
+    for (const char* suffix : {"", "-wal"})
+        fs::rename(support() / ("copy" + std::string(suffix)), beside(suffix));
+    writeFile(beside("-shm"), "");
+    fs::permissions(beside("-wal"), fs::perms(0644));
+
+    const auto aside = putStoreAside(store());
+
+    ASSERT_TRUE(aside);
+    EXPECT_FALSE(fs::exists(store()));
+    EXPECT_FALSE(fs::exists(beside("-wal")));
+    EXPECT_FALSE(fs::exists(beside("-shm")));
+    for (const char* suffix : {"", "-wal"})
+        EXPECT_EQ(modeOf(aside->string() + suffix), 0600U) << suffix;
+    EXPECT_EQ(saved(*aside), "t");
 }
 
 TEST_F(ModelContainerTest, OpensInMemoryWithoutTouchingTheDisk) {
