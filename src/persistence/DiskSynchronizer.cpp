@@ -7,7 +7,13 @@
 namespace sonvale::persistence {
 
 DiskSynchronizer::DiskSynchronizer(std::filesystem::path file)
-    : file_(std::move(file))
+    : DiskSynchronizer([file = std::move(file)] {
+        if (const FileDescriptor descriptor(file, O_RDONLY); descriptor)
+            descriptor.synchronize(); // NOLINT(bugprone-unused-return-value): the next save tries again
+    }) {}
+
+DiskSynchronizer::DiskSynchronizer(std::function<void()> synchronize)
+    : synchronize_(std::move(synchronize))
     , thread_([this] { run(); }) {}
 
 DiskSynchronizer::~DiskSynchronizer() {
@@ -34,8 +40,7 @@ void DiskSynchronizer::run() {
         if (!std::exchange(isRequested_, false))
             return;
         lock.unlock();
-        if (const FileDescriptor descriptor(file_, O_RDONLY); descriptor)
-            descriptor.synchronize(); // NOLINT(bugprone-unused-return-value): the next save tries again
+        synchronize_();
         lock.lock();
     }
 }

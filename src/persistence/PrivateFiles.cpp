@@ -43,7 +43,8 @@ std::error_code makePrivateDirectory(const std::filesystem::path& directory) {
     return {};
 }
 
-std::error_code replacePrivateFile(const std::filesystem::path& file, std::string_view content) {
+std::error_code replacePrivateFile(const std::filesystem::path& file, std::string_view content,
+                                   Durability durability) {
     // Always the same name, so that an end of the process in between leaves at most one such file behind.
     auto temporary = file;
     temporary += ".new";
@@ -59,11 +60,14 @@ std::error_code replacePrivateFile(const std::filesystem::path& file, std::strin
             return lastSystemError();
         if (const auto error = descriptor.write(content))
             return giveUp(error);
-        if (const auto error = descriptor.synchronize())
+        const auto error = durability == Durability::now ? descriptor.synchronize() : std::error_code{};
+        if (error)
             return giveUp(error);
     }
     if (::rename(temporary.c_str(), file.c_str()) != 0)
         return giveUp(lastSystemError());
+    if (durability == Durability::later)
+        return {};
 
     const FileDescriptor folder(file.has_parent_path() ? file.parent_path() : ".", O_RDONLY | O_DIRECTORY);
     if (!folder)

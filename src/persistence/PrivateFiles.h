@@ -11,9 +11,13 @@ namespace sonvale::persistence {
 /// when it is the user's and wider.
 std::error_code makePrivateDirectory(const std::filesystem::path& directory);
 
-/// Puts a file with `content` at `file`, 0600, in place of what is there. At every moment, a loss of power
-/// included, the old file or the whole new one is there. The folder must exist. One call at a time for one
-/// file.
-std::error_code replacePrivateFile(const std::filesystem::path& file, std::string_view content);
+/// Whether a change is on the disk when the call returns, or is brought there later by the caller.
+enum class Durability { now, later };
+
+/// Puts a file with `content` at `file`, 0600, in place of what is there. At every moment the old file or the
+/// whole new one is there; with `Durability::now` a loss of power does not change that. The folder must
+/// exist. One call at a time for one file.
+std::error_code replacePrivateFile(const std::filesystem::path& file, std::string_view content,
+                                   Durability durability = Durability::now);
 
 } // namespace sonvale::persistence

@@ -2,10 +2,13 @@
 
 #include "base/Json.h"
 #include "base/Log.h"
+#include "persistence/SettingsFile.h"
 #include "persistence/SettingsKeys.h"
 
 #include <atomic>
 #include <filesystem>
+#include <functional>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -19,10 +22,15 @@ namespace sonvale::persistence {
 /// key's (the file can be edited by hand) reads as if nothing of the type were stored, and stays in the file
 /// until it is set. Keys that the program does not know stay in the file.
 ///
-/// Reading never waits for the disk. A change is on the disk when `set` or `remove` returns, the file being
-/// replaced whole, so that an end of the process or of the power at any moment leaves the old or the new one.
-/// When it cannot be written, the value counts for this run, the failure is logged without content, and the
-/// next change or `synchronize()` tries again. The file is 0600 in a 0700 folder.
+/// A change survives an end of the process once `set` or `remove` returns, and is brought to the disk right
+/// afterwards on another thread, so that no caller waits for the disk. At any moment an end of the process or
+/// of the power leaves the old table or the new one. If the file cannot be written, the value counts for this
+/// run, the failure is logged without content, and the next change or `synchronize()` tries again. The file
+/// is 0600 in a 0700 folder.
+///
+/// The user may run the program in several sessions. A write changes only the keys that this process has
+/// changed and keeps the others as the file has them. A read takes up what another process has written before
+/// it; nobody is notified of that.
 class Settings {
 public:
     /// Loads `file`. Never throws for what it finds there: a file that cannot be read is put aside, in the
@@ -89,22 +97,25 @@ private:
             return key.defaultValue ? T(*key.defaultValue) : T{};
     }
 
-    void load();
-    void putAside(std::string_view reason);
     std::optional<base::Json> rawValue(std::string_view name) const;
-    void change(std::string_view name, std::optional<base::Json> value);
+    using Change = std::optional<base::Json>; ///< nullopt removes the key
+
+    void change(std::string_view name, Change value);
+    static void apply(base::Json& table, std::string_view name, const Change& change);
+    /// Needs `valuesMutex_`.
+    void takeUpChangesOfOthers() const;
     /// Needs `writing_`; returns the failure's description, empty for none.
     std::string write();
 
-    const std::filesystem::path file_;
+    const std::filesystem::path folder_;
     const base::Logger logger_{"Settings"};
     std::atomic<bool> defaultsAreRegistered_ = false;
 
-    mutable std::mutex valuesMutex_; ///< guards `values_`
-    base::Json values_ = base::Json::object();
-
-    std::mutex writing_; ///< orders changes and guards `isUnwritten_`; taken before `valuesMutex_`
-    bool isUnwritten_ = false;
+    std::mutex writing_;             ///< orders changes; taken before `valuesMutex_`
+    mutable std::mutex valuesMutex_; ///< guards what follows
+    mutable base::Json values_ = base::Json::object();
+    std::map<std::string, Change, std::less<>> unwritten_; ///< in `values_`, and not yet in the file
+    mutable SettingsFile file_;
 };
 
 } // namespace sonvale::persistence

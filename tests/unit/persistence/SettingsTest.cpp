@@ -5,13 +5,18 @@
 #include "tests/support/LogCapture.h"
 
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
+#include <functional>
 #include <limits>
+#include <mutex>
 #include <thread>
+#include <vector>
 
 namespace sonvale::persistence {
 
@@ -21,6 +26,46 @@ namespace fs = std::filesystem;
 using tests::contentOf;
 using tests::modeOf;
 using tests::writeFile;
+
+/// Watches the waits of this process for the disk.
+class SynchronizationWatch {
+public:
+    explicit SynchronizationWatch(std::function<void()> onWait = {}) {
+        const std::lock_guard lock(mutex);
+        waits.clear();
+        hook = std::move(onWait);
+    }
+    SynchronizationWatch(const SynchronizationWatch&) = delete;
+    SynchronizationWatch& operator=(const SynchronizationWatch&) = delete;
+    ~SynchronizationWatch() {
+        const std::lock_guard lock(mutex);
+        hook = nullptr;
+    }
+
+    int all() const {
+        const std::lock_guard lock(mutex);
+        return static_cast<int>(waits.size());
+    }
+    int onThisThread() const {
+        const std::lock_guard lock(mutex);
+        return static_cast<int>(std::ranges::count(waits, std::this_thread::get_id()));
+    }
+
+    static int wait(int file) {
+        {
+            const std::lock_guard lock(mutex);
+            waits.push_back(std::this_thread::get_id());
+            if (hook)
+                hook();
+        }
+        return static_cast<int>(::syscall(SYS_fsync, file));
+    }
+
+private:
+    inline static std::mutex mutex;
+    inline static std::vector<std::thread::id> waits; ///< guarded by `mutex`, as the next
+    inline static std::function<void()> hook;
+};
 
 class SettingsTest : public testing::Test {
 protected:
@@ -33,6 +78,8 @@ protected:
         writeFile(file(), content);
     }
 
+    fs::path durableFile() const { return folder() / "defaults.json.durable"; }
+
     base::Json onDisk() const { return *base::parseJson(contentOf(file())); }
 
     tests::LogCapture log_;
@@ -42,6 +89,11 @@ private:
 };
 
 } // namespace
+
+/// In place of the system library's.
+extern "C" int fsync(int file) {
+    return SynchronizationWatch::wait(file);
+}
 
 TEST_F(SettingsTest, BeginsEmptyWithoutAFileAndWritesNone) {
     Settings settings(file());
@@ -328,9 +380,11 @@ TEST_F(SettingsTest, WorksOnWhenItsFolderCannotBeMade) {
 }
 
 TEST_F(SettingsTest, LeavesNoOtherFilesBehind) {
-    Settings settings(file());
-    for (int i = 0; i < 10; ++i)
-        settings.set(keys::onboardingStep, i);
+    {
+        Settings settings(file());
+        for (int i = 0; i < 10; ++i)
+            settings.set(keys::onboardingStep, i);
+    }
     EXPECT_EQ(std::distance(fs::directory_iterator(folder()), fs::directory_iterator()), 1);
 }
 
@@ -373,6 +427,160 @@ TEST_F(SettingsTest, IsWholeAfterTheProcessIsKilledAtAnyMoment) {
         EXPECT_EQ(*text, std::string(text->size(), 'x'));
     }
     EXPECT_TRUE(log_.lines().empty());
+}
+
+// The disk.
+
+TEST_F(SettingsTest, WaitsForTheDiskOnAnotherThreadOnly) {
+    const SynchronizationWatch watch;
+    {
+        Settings settings(file());
+        for (int i = 0; i < 20; ++i)
+            settings.set(keys::onboardingStep, i);
+        settings.synchronize();
+        EXPECT_EQ(watch.onThisThread(), 0);
+    }
+    EXPECT_EQ(watch.onThisThread(), 0);
+    EXPECT_GE(watch.all(), 2) << "the file and its folder";
+}
+
+TEST_F(SettingsTest, KeepsTheVersionThatIsOnTheDiskUntilTheNextOneIs) {
+    write(R"({"language":"de"})");
+    std::string durable;
+    bool isFollowed = false;
+    {
+        const SynchronizationWatch watch([&] {
+            durable = contentOf(durableFile());
+            isFollowed = contentOf(file()).find("fr") != std::string::npos;
+        });
+        Settings settings(file());
+        settings.set(keys::language, "fr");
+    }
+    EXPECT_EQ(durable, R"({"language":"de"})");
+    EXPECT_TRUE(isFollowed);
+    EXPECT_FALSE(fs::exists(durableFile()));
+    EXPECT_EQ(Settings(file()).stored(keys::language), "fr");
+}
+
+TEST_F(SettingsTest, ReturnsToTheVersionThatWasOnTheDiskAfterALossOfPower) {
+    for (const auto& damaged : {std::string(), std::string(100, '\0'), std::string(R"({"language":)")}) {
+        write(damaged);
+        writeFile(durableFile(), R"({"language":"de"})");
+        Settings settings(file());
+        EXPECT_EQ(settings.stored(keys::language), "de");
+        settings.set(keys::onboardingStep, 3);
+        EXPECT_EQ(onDisk(), *base::parseJson(R"({"language":"de","onboardingStep":3})"));
+    }
+    fs::remove(file());
+    writeFile(durableFile(), R"({"language":"de"})");
+    EXPECT_EQ(Settings(file()).stored(keys::language), "de") << "the new version never came to the disk";
+}
+
+TEST_F(SettingsTest, PrefersAWholeNewVersionToTheOneThatWasOnTheDisk) {
+    write(R"({"language":"fr"})");
+    writeFile(durableFile(), R"({"language":"de"})");
+    {
+        const Settings settings(file());
+        EXPECT_EQ(settings.stored(keys::language), "fr");
+    }
+    EXPECT_FALSE(fs::exists(durableFile()));
+    EXPECT_TRUE(log_.lines().empty());
+}
+
+// Several sessions of one user.
+
+TEST_F(SettingsTest, KeepsWhatAnotherSessionHasChanged) {
+    Settings first(file());
+    Settings second(file());
+    first.set(keys::refreshToken, "old");
+    EXPECT_EQ(second.stored(keys::refreshToken), "old");
+
+    first.set(keys::refreshToken, "rotated");
+    second.set(keys::scratchpadText, "notes");
+    first.remove(keys::language);
+    second.set(keys::language, "de");
+    first.set(keys::language, "fr");
+
+    for (const auto* settings : {&first, &second}) {
+        EXPECT_EQ(settings->stored(keys::refreshToken), "rotated");
+        EXPECT_EQ(settings->stored(keys::scratchpadText), "notes");
+        EXPECT_EQ(settings->stored(keys::language), "fr");
+    }
+    EXPECT_EQ(onDisk(),
+              *base::parseJson(
+                  R"({"com.sonvale.refreshToken":"rotated","scratchpadText":"notes","language":"fr"})"));
+}
+
+TEST_F(SettingsTest, DoesNotBringBackWhatAnotherSessionHasRemoved) {
+    Settings first(file());
+    first.set(keys::accessToken, "token");
+    Settings second(file());
+    EXPECT_TRUE(second.has("com.sonvale.accessToken"));
+    first.remove(keys::accessToken);
+    second.set(keys::language, "de");
+    EXPECT_FALSE(second.has("com.sonvale.accessToken"));
+    EXPECT_EQ(contentOf(file()).find("token"), std::string::npos);
+}
+
+TEST_F(SettingsTest, SetsAValueThatAnotherSessionHasChangedMeanwhile) {
+    Settings first(file());
+    Settings second(file());
+    first.set(keys::language, "de");
+    second.set(keys::language, "fr");
+    first.set(keys::language, "de");
+    EXPECT_EQ(onDisk()["language"], "de");
+}
+
+TEST_F(SettingsTest, WritesOnlyItsOwnChangesAfterAFailure) {
+    Settings first(file());
+    Settings second(file());
+    first.set(keys::userEmail, "a@b.c");
+    {
+        const tests::FileSizeLimit fullDisk(0);
+        second.set(keys::language, "de");
+        EXPECT_EQ(second.stored(keys::language), "de");
+    }
+    first.set(keys::userEmail, "d@e.f");
+    EXPECT_EQ(second.stored(keys::userEmail), "d@e.f");
+    EXPECT_EQ(second.stored(keys::language), "de") << "counts before it is written";
+    second.synchronize();
+    EXPECT_EQ(onDisk(), *base::parseJson(R"({"com.sonvale.userEmail":"d@e.f","language":"de"})"));
+}
+
+TEST_F(SettingsTest, KeepsItsOwnTableWhenAnotherProgramDamagesTheFile) {
+    Settings settings(file());
+    settings.set(keys::language, "de");
+    write("{ half of a fil");
+    EXPECT_EQ(settings.stored(keys::language), "de");
+    settings.set(keys::onboardingStep, 2);
+    EXPECT_EQ(onDisk(), *base::parseJson(R"({"language":"de","onboardingStep":2})"));
+    write(R"({"language":"fr"})");
+    EXPECT_EQ(settings.stored(keys::language), "fr") << "written by hand";
+}
+
+TEST_F(SettingsTest, LosesNoChangeOfTwoProcesses) {
+    constexpr std::int64_t changes = 300;
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    {
+        Settings settings(file());
+        for (std::int64_t i = 1; i <= changes; ++i) {
+            if (child == 0)
+                settings.set(keys::onboardingStep, i);
+            else
+                settings.set(keys::retentionPeriodDays, i);
+        }
+        const auto own = settings.stored(child == 0 ? keys::onboardingStep : keys::retentionPeriodDays);
+        if (child == 0)
+            ::_exit(own == changes ? 0 : 1);
+        EXPECT_EQ(own, changes);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    const Settings settings(file());
+    EXPECT_EQ(settings.stored(keys::onboardingStep), changes);
+    EXPECT_EQ(settings.stored(keys::retentionPeriodDays), changes);
 }
 
 TEST_F(SettingsTest, ServesSeveralThreads) {
