@@ -120,7 +120,20 @@ runtime::Task<AuthService::Token> AuthService::validAccessToken() {
     return runtime::runOn(parts_.main, currentToken(shared_from_this()));
 }
 
+void AuthService::takeUpStoredSession() {
+    auto accessToken = parts_.settings.read(keys::accessToken);
+    auto refreshToken = parts_.settings.read(keys::refreshToken);
+    if (accessToken == accessToken_ && refreshToken == refreshToken_)
+        return;
+    ++session_;
+    accessToken_ = std::move(accessToken);
+    refreshToken_ = std::move(refreshToken);
+    currentUserEmail = absentIfEmpty(parts_.settings.stored(keys::userEmail));
+    isAuthenticated = (!accessToken_.empty() && !isExpired(accessToken_)) || !refreshToken_.empty();
+}
+
 runtime::Task<AuthService::Token> AuthService::currentToken(Self self) {
+    self->takeUpStoredSession();
     if (self->accessToken_.empty())
         co_return std::nullopt;
     if (!self->isExpired(self->accessToken_))
@@ -148,8 +161,17 @@ runtime::Task<AuthService::Token> AuthService::refresh(Self self) {
         // The link may be down: the session stays, and the next call tries again.
         co_return std::nullopt;
     }
-    // Whoever signed out or in meanwhile has the say.
-    if (self->session_ != session || !response.statusCode)
+    // A sign-in or sign-out during the request takes precedence.
+    if (self->session_ != session)
+        co_return std::nullopt;
+    // So do the tokens that another program of the user has got for the same refresh token, which the backend
+    // takes only once.
+    self->takeUpStoredSession();
+    if (self->session_ != session) {
+        const bool isUsable = !self->accessToken_.empty() && !self->isExpired(self->accessToken_);
+        co_return isUsable ? Token(self->accessToken_) : std::nullopt;
+    }
+    if (!response.statusCode)
         co_return std::nullopt;
 
     const int status = *response.statusCode;

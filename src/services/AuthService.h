@@ -20,7 +20,7 @@ namespace sonvale::services {
 /// token.
 ///
 /// Lives on the main actor; `validAccessToken` alone may be awaited from any. Held by a shared pointer. The
-/// session is kept in the settings, and nowhere else.
+/// session is kept in the settings, and nowhere else; the user's other desktop sessions share it by them.
 class AuthService : public std::enable_shared_from_this<AuthService> {
 public:
     static constexpr double requestTimeout = 30; ///< seconds without a byte moving
@@ -53,9 +53,10 @@ public:
     /// is dropped.
     void signOut();
 
-    /// The bearer token, refreshed where it has run out; nothing when there is none to be had. However many
-    /// ask, one refresh is on its way. Never throws. A cancelled caller gets nothing at once; the refresh
-    /// goes on.
+    /// Returns the bearer token, refreshed where it has run out; nullopt if there is no session or it cannot
+    /// be refreshed now. Concurrent callers share one refresh. Takes up what another program of the user has
+    /// made of the session: new tokens, a sign-in, a sign-out. Never throws. A cancelled caller gets nullopt
+    /// at once; the refresh goes on.
     runtime::Task<std::optional<std::string>> validAccessToken();
 
 private:
@@ -69,6 +70,7 @@ private:
     /// `body` must outlive the task.
     runtime::Task<platform::UrlResponse> post(const std::string& path, const RequestBody& body);
     void store(AuthTokenResponse session);
+    void takeUpStoredSession();
     bool isExpired(const std::string& accessToken) const;
 
     const Parts parts_;

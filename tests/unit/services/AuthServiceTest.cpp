@@ -405,4 +405,51 @@ TEST_F(AuthServiceTest, UsesOneSessionWithoutMemoryForAllItsCalls) {
     EXPECT_EQ(network().sessions().size(), 1U);
 }
 
+// Another desktop session of the user.
+
+TEST_F(AuthServiceTest, UsesTheTokensThatAnotherProgramHasRefreshed) {
+    launchWith(token(-3600), "old");
+    persistence::Settings other(settingsFile());
+    other.set(keys::accessToken, token(3600, "other"));
+    other.set(keys::refreshToken, "rotated");
+    EXPECT_EQ(validToken(), token(3600, "other"));
+    EXPECT_TRUE(network().requests().empty());
+
+    other.set(keys::accessToken, token(-3600));
+    other.set(keys::refreshToken, "rotated again");
+    network().answerNext(200, session(token(3600), "own"));
+    EXPECT_EQ(validToken(), token(3600));
+    EXPECT_EQ(network().lastRequest()->body, base::jsonText({{"refresh_token", "rotated again"}}));
+    EXPECT_EQ(other.stored(keys::refreshToken), "own");
+}
+
+TEST_F(AuthServiceTest, StaysSignedInWhenAnotherProgramHasUsedTheRefreshTokenFirst) {
+    launchWith(token(-3600), "old");
+    const auto waiting = ask();
+    persistence::Settings other(settingsFile());
+    other.set(keys::accessToken, token(3600, "other"));
+    other.set(keys::refreshToken, "rotated");
+    network().lastRequest()->answer(401, R"({"error_code":"refresh_token_already_used"})");
+    runUntilIdle();
+    EXPECT_EQ(outcome(waiting), token(3600, "other"));
+    EXPECT_TRUE(service_->isAuthenticated.get());
+    EXPECT_EQ(other.stored(keys::refreshToken), "rotated");
+}
+
+TEST_F(AuthServiceTest, IsSignedOutAndInWithAnotherProgram) {
+    launchWith(token(3600), "refresh");
+    persistence::Settings other(settingsFile());
+    for (const auto* key : {&keys::accessToken, &keys::refreshToken, &keys::userEmail})
+        other.remove(*key);
+    EXPECT_EQ(validToken(), "nothing");
+    EXPECT_FALSE(service_->isAuthenticated.get());
+
+    other.set(keys::accessToken, token(3600));
+    other.set(keys::refreshToken, "refresh");
+    other.set(keys::userEmail, "ann@example.com");
+    EXPECT_EQ(validToken(), token(3600));
+    EXPECT_TRUE(service_->isAuthenticated.get());
+    EXPECT_EQ(service_->currentUserEmail.get(), "ann@example.com");
+}
+
 } // namespace sonvale::services
