@@ -54,19 +54,57 @@ void PermissionsManager::refresh() {
     checkSpeechRecognition();
 }
 
+void PermissionsManager::checkMicrophoneLater() {
+    runtime::spawn(parts_.main, checkLater(weak_from_this(), Checks::microphone));
+}
+
+void PermissionsManager::refreshLater() {
+    runtime::spawn(parts_.main, checkLater(weak_from_this(), Checks::all));
+}
+
+runtime::Task<> PermissionsManager::checkLater(std::weak_ptr<PermissionsManager> weakSelf, Checks checks) {
+    const auto microphone = co_await readMicrophone(weakSelf);
+    const auto self = weakSelf.lock();
+    if (!microphone || !self)
+        co_return;
+    self->take(*microphone);
+    if (checks == Checks::microphone)
+        co_return;
+    self->checkAccessibility();
+    self->checkInputMonitoring();
+    self->checkSpeechRecognition();
+}
+
 void PermissionsManager::requestMicrophoneWithPolling() {
     parts_.main.assertCurrent();
-    const auto status = parts_.captureAuthorization.status();
+    if (std::exchange(isRequestingMicrophone_, true))
+        return;
+    runtime::spawn(parts_.main, requestMicrophone(weak_from_this()));
+}
+
+runtime::Task<> PermissionsManager::requestMicrophone(std::weak_ptr<PermissionsManager> weakSelf) {
+    const auto microphone = co_await readMicrophone(weakSelf);
+    const auto self = weakSelf.lock();
+    if (!microphone || !self)
+        co_return;
+    self->isRequestingMicrophone_ = false;
+    self->askForMicrophone(microphone->status);
+}
+
+void PermissionsManager::askForMicrophone(CaptureStatus status) {
     base::systemLog(fmt::format("requestMicrophoneWithPolling() — status: {} (0=notDetermined, 1=restricted, "
                                 "2=denied, 3=authorized)",
                                 static_cast<int>(status)));
     switch (status) {
     case CaptureStatus::notDetermined:
-        parts_.captureAuthorization.requestRecordPermission(
-            [weak = weak_from_this(), main = parts_.main](bool isGranted) {
-                main.post([weak, isGranted] {
-                    if (const auto self = weak.lock())
-                        self->takeAnswer(isGranted);
+        // On Linux the request asks the sound server once more.
+        parts_.pool.post(
+            [authorization = &parts_.captureAuthorization, weak = weak_from_this(), main = parts_.main] {
+                authorization->requestRecordPermission([weak, main](bool isGranted) {
+                    main.post([weak, isGranted] {
+                        if (const auto self = weak.lock())
+                            self->takeAnswer(isGranted);
+                    });
                 });
             });
         break;
@@ -189,20 +227,24 @@ runtime::Task<> PermissionsManager::poll(std::weak_ptr<PermissionsManager> weakS
     }
 }
 
-runtime::Task<bool> PermissionsManager::microphoneCheck(std::weak_ptr<PermissionsManager> weakSelf) {
+runtime::Task<std::optional<PermissionsManager::Microphone>>
+PermissionsManager::readMicrophone(std::weak_ptr<PermissionsManager> weakSelf) {
     auto self = weakSelf.lock();
     if (!self)
-        co_return false;
-    // A sound server that hangs would stop the main actor each second.
+        co_return std::nullopt;
+    // A sound server that hangs would stop the main actor for 2 s.
     const auto pool = self->parts_.pool;
     auto reading = readLater(&self->parts_.captureAuthorization);
     self.reset();
-    const auto microphone = co_await runtime::runOn(pool, std::move(reading));
+    co_return co_await runtime::runOn(pool, std::move(reading));
+}
 
-    self = weakSelf.lock();
-    if (!self)
+runtime::Task<bool> PermissionsManager::microphoneCheck(std::weak_ptr<PermissionsManager> weakSelf) {
+    const auto microphone = co_await readMicrophone(weakSelf);
+    const auto self = weakSelf.lock();
+    if (!microphone || !self)
         co_return false;
-    self->take(microphone);
+    self->take(*microphone);
     co_return *self->microphoneGranted;
 }
 

@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace sonvale::services {
 
@@ -56,8 +57,14 @@ public:
     /// All four checks, in the order above.
     void refresh();
 
+    /// As `checkMicrophone` and `refresh`, without a wait for a sound server that hangs (2 s): the microphone
+    /// is read off the main actor, and the checks and their log lines follow on it.
+    void checkMicrophoneLater();
+    void refreshLater();
+
     /// Asks the user for the microphone where that has not been decided. Where the answer is or was no, the
-    /// settings page opens and a poll begins.
+    /// settings page opens and a poll begins. Returns at once: the system is asked off the main actor. Does
+    /// nothing while an earlier call waits for the system.
     void requestMicrophoneWithPolling();
 
     /// Asks for the recogniser where that has not been decided; otherwise the settings page opens and a poll
@@ -89,6 +96,7 @@ private:
 
     void startPolling(Check check);
     void openMicrophonePageAndPoll();
+    void askForMicrophone(platform::CaptureStatus status);
     void takeAnswer(bool isMicrophoneGranted);
     void take(const Microphone& microphone);
     void takeInputMonitoring(bool isGranted);
@@ -105,11 +113,19 @@ private:
     static runtime::Task<bool> inputMonitoringCheck(std::weak_ptr<PermissionsManager> weakSelf);
     static runtime::Task<bool> speechRecognitionCheck(std::weak_ptr<PermissionsManager> weakSelf);
 
+    enum class Checks { microphone, all };
+    static runtime::Task<> checkLater(std::weak_ptr<PermissionsManager> weakSelf, Checks checks);
+    static runtime::Task<> requestMicrophone(std::weak_ptr<PermissionsManager> weakSelf);
+    /// Returns nullopt if the manager has ended. Resumes on the main actor.
+    static runtime::Task<std::optional<Microphone>>
+    readMicrophone(std::weak_ptr<PermissionsManager> weakSelf);
+
     using SpeechRequest = std::function<runtime::Task<platform::SpeechAuthorization>()>;
     static runtime::Task<> requestSpeech(std::weak_ptr<PermissionsManager> weakSelf, SpeechRequest request);
 
     const Parts parts_;
-    runtime::TaskHandle<> pollTask_; ///< stays set when it has ended, until the next replaces it
+    bool isRequestingMicrophone_ = false; ///< until the system has said whether the user is to be asked
+    runtime::TaskHandle<> pollTask_;      ///< stays set when it has ended, until the next replaces it
 };
 
 } // namespace sonvale::services

@@ -82,7 +82,7 @@ void OnboardingModel::ask() {
 void OnboardingModel::check() {
     switch (step_) {
     case OnboardingStep::microphone:
-        permissions().checkMicrophone();
+        permissions().checkMicrophoneLater();
         break;
     case OnboardingStep::speechRecognition:
         permissions().checkSpeechRecognition();
@@ -94,7 +94,7 @@ void OnboardingModel::check() {
         permissions().checkInputMonitoring();
         break;
     case OnboardingStep::ready:
-        permissions().refresh();
+        permissions().refreshLater();
         break;
     default:
         break;

@@ -78,6 +78,11 @@ protected:
         });
     }
 
+    /// Waits for what the system says.
+    void requestMicrophone() {
+        manager->requestMicrophoneWithPolling();
+        runtime.runUntilIdle();
+    }
     void advance(double seconds) { runtime.clock().advance(seconds); }
     bool isPolling() { return runtime.clock().pending() > 0; }
     const Texts& pages() { return workspace.control().opened(); }
@@ -219,7 +224,7 @@ TEST_F(PermissionsManagerTest, LogsTheStatusOfEachRequestForTheMicrophone) {
     capture.showPrompt();
     for (const int status : {0, 1, 2, 3}) {
         capture.setStatus(static_cast<CaptureStatus>(status));
-        manager->requestMicrophoneWithPolling();
+        requestMicrophone();
         EXPECT_EQ(log.system().back(), "requestMicrophoneWithPolling() — status: " + std::to_string(status) +
                                            " (0=notDetermined, 1=restricted, 2=denied, 3=authorized)");
     }
@@ -227,7 +232,7 @@ TEST_F(PermissionsManagerTest, LogsTheStatusOfEachRequestForTheMicrophone) {
 
 TEST_F(PermissionsManagerTest, ReportsAMicrophoneThatIsGrantedAlready) {
     capture.setStatus(CaptureStatus::authorized);
-    manager->requestMicrophoneWithPolling();
+    requestMicrophone();
     EXPECT_TRUE(*manager->microphoneGranted);
     EXPECT_EQ(reports, 1);
     EXPECT_EQ(capture.requests(), 0);
@@ -237,7 +242,7 @@ TEST_F(PermissionsManagerTest, ReportsAMicrophoneThatIsGrantedAlready) {
 
 TEST_F(PermissionsManagerTest, AsksWhereNothingWasDecidedAndReportsTheGrant) {
     capture.showPrompt();
-    manager->requestMicrophoneWithPolling();
+    requestMicrophone();
     EXPECT_EQ(capture.requests(), 1);
     EXPECT_FALSE(isPolling());
 
@@ -254,7 +259,7 @@ TEST_F(PermissionsManagerTest, AsksWhereNothingWasDecidedAndReportsTheGrant) {
 TEST_F(PermissionsManagerTest, OpensTheMicrophonePageOnlyWhenThePromptIsRefused) {
     capture.showPrompt();
     manager->microphoneGranted = true;
-    manager->requestMicrophoneWithPolling();
+    requestMicrophone();
     runtime.runUntilIdle();
     EXPECT_TRUE(pages().empty());
 
@@ -274,7 +279,7 @@ TEST_F(PermissionsManagerTest, OpensTheMicrophonePageOnlyWhenThePromptIsRefused)
 TEST_F(PermissionsManagerTest, OpensTheMicrophonePageAtOnceWhereItWasRefusedBefore) {
     for (const auto status : {CaptureStatus::denied, CaptureStatus::restricted}) {
         capture.setStatus(status);
-        manager->requestMicrophoneWithPolling();
+        requestMicrophone();
         EXPECT_EQ(pages().back(), microphonePage.front());
         EXPECT_EQ(capture.requests(), 0) << "no prompt";
         runtime.runUntilIdle();
@@ -286,7 +291,7 @@ TEST_F(PermissionsManagerTest, OpensTheMicrophonePageAtOnceWhereItWasRefusedBefo
 
 TEST_F(PermissionsManagerTest, AnAnswerThatComesAfterItsEndFindsNobody) {
     capture.showPrompt();
-    manager->requestMicrophoneWithPolling();
+    requestMicrophone();
     manager.reset();
     capture.answer(false);
     runtime.runUntilIdle();
@@ -296,7 +301,7 @@ TEST_F(PermissionsManagerTest, AnAnswerThatComesAfterItsEndFindsNobody) {
 
 TEST_F(PermissionsManagerTest, ThePollForTheMicrophoneGoesByEitherRecord) {
     capture.setStatus(CaptureStatus::denied);
-    manager->requestMicrophoneWithPolling();
+    requestMicrophone();
     advance(2);
     EXPECT_EQ(reports, 0);
     capture.setRecordPermission(RecordPermission::granted);
@@ -305,13 +310,57 @@ TEST_F(PermissionsManagerTest, ThePollForTheMicrophoneGoesByEitherRecord) {
     EXPECT_EQ(reports, 1);
 }
 
-TEST_F(PermissionsManagerTest, ThePollReadsTheMicrophoneOffTheMainActor) {
-    capture.setStatus(CaptureStatus::denied);
+TEST_F(PermissionsManagerTest, NeverReadsTheMicrophoneOnTheMainActorForARequest) {
     std::vector<bool> isOnPool;
     capture.setOnStatus([&] { isOnPool.push_back(pool.isCurrent()); });
+    for (const auto status : {CaptureStatus::denied, CaptureStatus::notDetermined}) {
+        capture.setStatus(status);
+        manager->requestMicrophoneWithPolling();
+        EXPECT_TRUE(isOnPool.empty()) << "returns before the system is asked";
+        runtime.runUntilIdle();
+        advance(2);
+        EXPECT_EQ(isOnPool, (std::vector<bool>{true, true, true}));
+        isOnPool.clear();
+    }
+}
+
+TEST_F(PermissionsManagerTest, AsksForTheMicrophoneOnceWhileTheSystemIsSilent) {
+    capture.showPrompt();
     manager->requestMicrophoneWithPolling();
-    advance(2);
-    EXPECT_EQ(isOnPool, (std::vector<bool>{false, true, true}));
+    manager->requestMicrophoneWithPolling();
+    runtime.runUntilIdle();
+    EXPECT_EQ(capture.requests(), 1);
+    requestMicrophone();
+    EXPECT_EQ(capture.requests(), 2);
+}
+
+TEST_F(PermissionsManagerTest, ChecksLaterWithoutReadingTheMicrophoneOnTheMainActor) {
+    capture.setStatus(CaptureStatus::authorized);
+    std::vector<bool> isOnPool;
+    capture.setOnStatus([&] { isOnPool.push_back(pool.isCurrent()); });
+    manager->checkMicrophoneLater();
+    EXPECT_TRUE(log.system().empty());
+    runtime.runUntilIdle();
+    const std::string line =
+        "checkMicrophone() — AVCaptureDevice status: 3, AVAudioApplication recordPermission: 1970168948";
+    EXPECT_EQ(log.system(), Texts{line});
+    EXPECT_TRUE(*manager->microphoneGranted);
+
+    manager->refreshLater();
+    runtime.runUntilIdle();
+    EXPECT_EQ(log.system(), (Texts{line, line, "checkAccessibility() — false",
+                                   "checkInputMonitoring() — false", "checkSpeechRecognition() — false"}));
+    EXPECT_EQ(isOnPool, (std::vector<bool>{true, true}));
+    EXPECT_EQ(reports, 0);
+}
+
+TEST_F(PermissionsManagerTest, EndsDuringACheckOrARequest) {
+    manager->refreshLater();
+    manager->requestMicrophoneWithPolling();
+    manager.reset();
+    runtime.runUntilIdle();
+    EXPECT_EQ(capture.queries(), 0);
+    EXPECT_TRUE(log.system().empty());
 }
 
 // Asking for the recogniser.
@@ -483,7 +532,7 @@ TEST_F(PermissionsManagerTest, ThePollForTheMicrophoneEndsTheOneForAccessibility
     capture.setStatus(CaptureStatus::denied);
     manager->pollAccessibility();
     advance(1.5);
-    manager->requestMicrophoneWithPolling();
+    requestMicrophone();
     accessibility.setTrusted(true);
     advance(10);
     EXPECT_EQ(accessibility.questions(), 2);
@@ -584,7 +633,7 @@ TEST_F(PermissionsManagerTest, MayEndWhileItsPollLooks) {
 
     manager = make();
     capture.setStatus(CaptureStatus::denied);
-    manager->requestMicrophoneWithPolling();
+    requestMicrophone();
     capture.setStatus(CaptureStatus::authorized);
     capture.setOnStatus([this] { manager.reset(); });
     advance(10);
@@ -616,7 +665,7 @@ TEST_F(PermissionsManagerTest, PollsWithoutAnybodyToReportTo) {
 TEST_F(PermissionsManagerTest, PollsAlsoWhereNoProgramOpensThePage) {
     workspace.control().setCanOpen(false);
     capture.setStatus(CaptureStatus::denied);
-    manager->requestMicrophoneWithPolling();
+    requestMicrophone();
     EXPECT_TRUE(pages().empty());
     capture.setStatus(CaptureStatus::authorized);
     advance(1);
