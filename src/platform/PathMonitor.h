@@ -19,12 +19,17 @@ public:
     PathMonitor() = default;
     PathMonitor(const PathMonitor&) = delete;
     PathMonitor& operator=(const PathMonitor&) = delete;
-    /// Cancels; when it returns, no report is on its way any more.
+    /// As `cancel`.
     virtual ~PathMonitor() = default;
 
     /// Begins to report: the path as it is, soon, and then every change. `handler` is called on a thread of
     /// the monitor's choosing, one call at a time. Once; main actor.
     virtual void start(std::function<void(const NetworkPath&)> handler) = 0;
+
+    /// Ends the reports: when it returns, the handler neither runs nor is called again, and it has been
+    /// destroyed. Does nothing if the monitor was not started or is cancelled. Main actor; not from within
+    /// the handler.
+    virtual void cancel() = 0;
 };
 
 } // namespace sonvale::platform

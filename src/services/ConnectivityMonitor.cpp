@@ -14,8 +14,9 @@ ConnectionType typeOf(const platform::NetworkPath& path) {
 
 } // namespace
 
-ConnectivityMonitor::ConnectivityMonitor(runtime::Actor main, platform::PathMonitor& monitor) {
-    monitor.start([main, weak = std::weak_ptr<State>(state_)](const platform::NetworkPath& path) {
+ConnectivityMonitor::ConnectivityMonitor(runtime::Actor main, platform::PathMonitor& monitor)
+    : monitor_(monitor) {
+    monitor_.start([main, weak = std::weak_ptr<State>(state_)](const platform::NetworkPath& path) {
         main.post([weak, path] {
             if (const auto state = weak.lock()) {
                 state->isConnected = path.isSatisfied;
@@ -23,6 +24,10 @@ ConnectivityMonitor::ConnectivityMonitor(runtime::Actor main, platform::PathMoni
             }
         });
     });
+}
+
+ConnectivityMonitor::~ConnectivityMonitor() {
+    monitor_.cancel();
 }
 
 } // namespace sonvale::services

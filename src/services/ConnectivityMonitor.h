@@ -14,8 +14,10 @@ enum class ConnectionType { wifi, cellular, wired, unknown };
 /// machine is found out by calls that fail.
 class ConnectivityMonitor {
 public:
-    /// Begins to watch. `monitor` must outlive it.
+    /// Starts `monitor`, which must outlive it.
     ConnectivityMonitor(runtime::Actor main, platform::PathMonitor& monitor);
+    /// Cancels the monitor.
+    ~ConnectivityMonitor();
     ConnectivityMonitor(const ConnectivityMonitor&) = delete;
     ConnectivityMonitor& operator=(const ConnectivityMonitor&) = delete;
 
@@ -23,6 +25,7 @@ public:
     base::Observed<ConnectionType>& connectionType() { return state_->connectionType; }
 
 private:
+    platform::PathMonitor& monitor_;
     struct State {
         base::Observed<bool> isConnected{true};
         base::Observed<ConnectionType> connectionType{ConnectionType::unknown};

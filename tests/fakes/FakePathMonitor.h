@@ -30,6 +30,7 @@ public:
     void start(std::function<void(const platform::NetworkPath&)> handler) override {
         control_.handler_ = std::move(handler);
     }
+    void cancel() override { control_.handler_ = nullptr; }
 
 private:
     Control control_;

@@ -118,10 +118,15 @@ void followInterfaces(std::function<void(const NetworkPath&)> handler) {
 } // namespace
 
 QtPathMonitor::~QtPathMonitor() {
+    cancel();
+}
+
+void QtPathMonitor::cancel() {
     if (!thread_)
         return;
     thread_->quit();
     thread_->wait();
+    thread_.reset();
 }
 
 void QtPathMonitor::start(std::function<void(const NetworkPath&)> handler) {

@@ -15,10 +15,11 @@ namespace sonvale::platform::qt {
 class QtPathMonitor final : public PathMonitor {
 public:
     QtPathMonitor() = default;
-    /// Waits for a handler that runs, and for an answer of NetworkManager that is still due.
     ~QtPathMonitor() override;
 
     void start(std::function<void(const NetworkPath&)> handler) override;
+    /// Waits for a handler that runs, and for an answer of NetworkManager that has not come yet.
+    void cancel() override;
 
 private:
     std::unique_ptr<QThread> thread_;

@@ -96,11 +96,20 @@ TEST_F(ConnectivityMonitorTest, ObserversAreToldOfRealChangesOnly) {
     EXPECT_EQ(types, (std::vector<ConnectionType>{ConnectionType::wifi, ConnectionType::unknown}));
 }
 
-TEST_F(ConnectivityMonitorTest, AReportThatArrivesAfterItsEndFindsNobody) {
+TEST_F(ConnectivityMonitorTest, CancelsItsMonitorAtItsEnd) {
+    EXPECT_TRUE(link.isStarted());
+    monitor.reset();
+    EXPECT_FALSE(link.isStarted());
+}
+
+TEST_F(ConnectivityMonitorTest, DropsAReportThatIsOnItsWayAtItsEnd) {
+    std::vector<bool> connected;
+    const auto subscription =
+        monitor->isConnected().subscribe([&](bool value) { connected.push_back(value); });
     link.report({});
     monitor.reset();
     runtime.runUntilIdle();
-    report({.isSatisfied = true});
+    EXPECT_TRUE(connected.empty());
 }
 
 } // namespace sonvale::services
