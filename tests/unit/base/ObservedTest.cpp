@@ -41,11 +41,17 @@ TEST(Observed, LeavesOutAnObserverThatAnotherOneEndsDuringTheNotification) {
     EXPECT_EQ(heard, 0);
 }
 
-TEST(Observed, LetsAHandleOutliveTheValue) {
+TEST(Observed, DropsItsObserversAtItsEndAndLetsTheirHandlesOutliveIt) {
     auto number = std::make_unique<Observed<int>>(0);
-    auto subscription = number->subscribe([](int) {});
+    auto owned = std::make_shared<int>(0);
+    const std::weak_ptr<int> held = owned;
+    auto first = number->subscribe([owned](int) {});
+    const auto second = number->subscribe([owned = std::move(owned)](int) {});
+    EXPECT_FALSE(held.expired());
+    first.reset();
+    EXPECT_FALSE(held.expired());
     number.reset();
-    subscription.reset();
+    EXPECT_TRUE(held.expired());
 }
 
 } // namespace sonvale::base
