@@ -1,38 +1,24 @@
 #include "services/ServiceAddresses.h"
 
 #include "base/Log.h"
+#include "base/WebAddress.h"
 
-#include <boost/url/parse.hpp>
-#include <boost/url/url.hpp>
+#include <algorithm>
+#include <stdexcept>
 
 namespace sonvale::services {
 
 namespace {
 
-bool isLoopback(const boost::urls::url_view& url) {
-    switch (url.host_type()) {
-    case boost::urls::host_type::ipv4:
-        return url.host_ipv4_address().is_loopback();
-    case boost::urls::host_type::ipv6:
-        return url.host_ipv6_address().is_loopback();
-    default:
-        return url.encoded_host() == "localhost";
-    }
-}
-
 /// Scheme, host and port of the service, when they are usable. Without encryption only on this machine: the
 /// key and the voice go there.
 std::optional<std::string> usableService(const nlohmann::json& value) {
+    using Scheme = base::WebAddress::Scheme;
     if (!value.is_string())
         return std::nullopt;
-    const auto url = boost::urls::parse_uri(value.get_ref<const std::string&>());
-    if (!url || url->host().empty())
-        return std::nullopt;
-    const bool isSecure = url->scheme_id() == boost::urls::scheme::https;
-    const bool isPlain = url->scheme_id() == boost::urls::scheme::http;
-    if (!isSecure && !(isPlain && isLoopback(*url)))
-        return std::nullopt;
-    return std::string(isSecure ? "https://" : "http://") + std::string(url->encoded_host_and_port());
+    const auto address = base::WebAddress::parse(value.get_ref<const std::string&>());
+    const bool isHttp = address && (address->scheme() == Scheme::https || address->scheme() == Scheme::http);
+    return isHttp && address->isConfidential() ? std::optional(address->origin()) : std::nullopt;
 }
 
 platform::UrlRequest authorizedPost(std::string url, const std::string& token, std::string contentType) {
@@ -49,7 +35,7 @@ std::optional<std::string> usableBackendURL(const nlohmann::json& value) {
     if (!value.is_string())
         return std::nullopt;
     const auto& text = value.get_ref<const std::string&>();
-    if (text.empty() || text.starts_with("$(") || !boost::urls::parse_uri_reference(text))
+    if (text.empty() || text.starts_with("$(") || !base::isUriReference(text))
         return std::nullopt;
     return text;
 }
@@ -73,12 +59,13 @@ ServiceAddresses ServiceAddresses::from(const BundleInfo& bundle) {
 }
 
 std::string ServiceAddresses::backendURL(std::string_view path) const {
-    boost::urls::url url(boost::urls::parse_uri_reference(backend).value());
-    std::string whole(url.encoded_path());
-    if (!whole.ends_with('/'))
-        whole += '/';
-    url.set_encoded_path(whole + std::string(path));
-    return std::string(url.buffer());
+    if (!base::isUriReference(backend))
+        throw std::invalid_argument("the address of the backend is not usable");
+    const auto end = std::min(backend.find_first_of("?#"), backend.size());
+    auto url = backend.substr(0, end);
+    if (!url.ends_with('/'))
+        url += '/';
+    return url.append(path).append(backend, end);
 }
 
 platform::UrlRequest ServiceAddresses::backendPost(std::string_view path, const std::string& token,

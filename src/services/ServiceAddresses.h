@@ -20,7 +20,8 @@ struct ServiceAddresses {
     /// Takes the entries of the dictionary; what is not usable there gives its default.
     static ServiceAddresses from(const BundleInfo& bundle);
 
-    /// The backend's address with a path such as "api/chat" appended.
+    /// Returns the backend's address with a path such as "api/chat" appended. Throws `std::invalid_argument`
+    /// if `backend` is not a URI reference.
     std::string backendURL(std::string_view path) const;
     /// The service's address with a path such as "/v1/realtime"; for a socket with the socket's scheme.
     std::string serviceURL(std::string_view path) const { return service + std::string(path); }

@@ -2,8 +2,7 @@
 
 #include "base/Json.h"
 #include "base/Log.h"
-
-#include <boost/url/parse.hpp>
+#include "base/WebAddress.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -29,34 +28,21 @@ UpdateCheckFailed failed(const std::string& description) {
     return {description};
 }
 
-bool isLoopback(const boost::urls::url_view& url) {
-    // Boost.URL 1.81 takes "127.0.0.1.example.org" for an address with a path behind it.
-    const auto path = url.encoded_path();
-    if (!path.empty() && !path.starts_with('/'))
-        return false;
-    switch (url.host_type()) {
-    case boost::urls::host_type::ipv4:
-        return url.host_ipv4_address().is_loopback();
-    case boost::urls::host_type::ipv6:
-        return url.host_ipv6_address().is_loopback();
-    default:
-        return url.encoded_host() == "localhost";
-    }
+std::optional<base::WebAddress> httpAddress(const std::string& text) {
+    using Scheme = base::WebAddress::Scheme;
+    auto address = base::WebAddress::parse(text);
+    const bool isHttp = address && (address->scheme() == Scheme::https || address->scheme() == Scheme::http);
+    return isHttp ? std::move(address) : std::nullopt;
 }
 
 /// Whoever can change the feed on its way chooses the page that opens.
-bool isUsableFeed(const std::string& address) {
-    const auto url = boost::urls::parse_uri(address);
-    if (!url || url->host().empty())
-        return false;
-    return url->scheme_id() == boost::urls::scheme::https ||
-           (url->scheme_id() == boost::urls::scheme::http && isLoopback(*url));
+bool isUsableFeed(const std::string& text) {
+    const auto address = httpAddress(text);
+    return address && address->isConfidential();
 }
 
-bool isUsablePage(const std::string& address) {
-    const auto url = boost::urls::parse_uri(address);
-    return url && address.size() <= addressAtMost && !url->host().empty() &&
-           (url->scheme_id() == boost::urls::scheme::https || url->scheme_id() == boost::urls::scheme::http);
+bool isUsablePage(const std::string& text) {
+    return text.size() <= addressAtMost && httpAddress(text);
 }
 
 /// The numbers of a version without leading zeros, those that are zero at the end left out; nothing when it

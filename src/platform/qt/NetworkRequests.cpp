@@ -1,5 +1,7 @@
 #include "platform/qt/NetworkRequests.h"
 
+#include "base/WebAddress.h"
+
 #include <QSslCertificate>
 #include <algorithm>
 #include <cmath>
@@ -32,10 +34,14 @@ QSslConfiguration sslConfiguration(const QString& authorities) {
 }
 
 std::optional<QUrl> parseUrl(const std::string& text, const QString& scheme, const QString& secureScheme) {
-    QUrl url(QString::fromStdString(text), QUrl::StrictMode);
-    if (!url.isValid() || url.host().isEmpty())
+    const auto address = base::WebAddress::parse(text);
+    if (!address)
         return std::nullopt;
-    if (url.scheme() != scheme && url.scheme() != secureScheme)
+    QUrl url(QString::fromStdString(address->text()), QUrl::StrictMode);
+    // Qt connects to what it reads itself.
+    const bool isSameServer = url.isValid() && url.host().toStdString() == address->host() &&
+                              url.port(address->port()) == address->port();
+    if (!isSameServer || (url.scheme() != scheme && url.scheme() != secureScheme))
         return std::nullopt;
     return url;
 }

@@ -13,7 +13,7 @@ namespace sonvale::platform::qt {
 /// The system's authorities and those of this file; empty for none.
 QSslConfiguration sslConfiguration(const QString& authorities);
 
-/// Absent when it is no absolute address of one of these two schemes.
+/// Returns nullopt if `text` is not a `base::WebAddress` of one of these two schemes.
 std::optional<QUrl> parseUrl(const std::string& text, const QString& scheme, const QString& secureScheme);
 
 /// Whether these headers can be sent without becoming other headers (RFC 9110, 5.1 and 5.5).

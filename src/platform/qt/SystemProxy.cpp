@@ -1,6 +1,6 @@
 #include "platform/qt/SystemProxy.h"
 
-#include <QHostAddress>
+#include "base/WebAddress.h"
 
 namespace sonvale::platform::qt {
 
@@ -8,8 +8,7 @@ namespace {
 
 bool isThisMachine(const QString& host) {
     const QString name = host.toLower();
-    return name == QStringLiteral("localhost") || name.endsWith(QStringLiteral(".localhost")) ||
-           QHostAddress(name).isLoopback();
+    return base::isLoopbackHost(name.toStdString()) || name.endsWith(QStringLiteral(".localhost"));
 }
 
 } // namespace

@@ -32,7 +32,8 @@ TEST(ServiceAddresses, TakeAUsableBackendAsItStands) {
     EXPECT_EQ(usableBackendURL("https://backend.example.com/v2/"), "https://backend.example.com/v2/");
     for (const nlohmann::json& value :
          {nlohmann::json(), nlohmann::json(""), nlohmann::json("$(BACKEND_URL)"), nlohmann::json(5),
-          nlohmann::json("https://back end.example"), nlohmann::json("http://[::1")})
+          nlohmann::json("https://back end.example"), nlohmann::json("http://[::1"),
+          nlohmann::json("https://backend.example:port/")})
         EXPECT_EQ(usableBackendURL(value), std::nullopt) << value;
 }
 
@@ -42,7 +43,8 @@ TEST(ServiceAddresses, AppendPathsToTheBackend) {
              {"https://b.example", "https://b.example/api/chat"},
              {"https://b.example/", "https://b.example/api/chat"},
              {"https://b.example:8443/v2", "https://b.example:8443/v2/api/chat"},
-             {"https://b.example/v2/?x=1", "https://b.example/v2/api/chat?x=1"}}) {
+             {"https://b.example/v2/?x=1", "https://b.example/v2/api/chat?x=1"},
+             {"http://127.0.0.1.b.example", "http://127.0.0.1.b.example/api/chat"}}) {
         addresses.backend = backend;
         EXPECT_EQ(addresses.backendURL("api/chat"), whole);
     }
@@ -63,9 +65,10 @@ TEST(ServiceAddresses, ReachTheSocketByTheSameHost) {
 TEST(ServiceAddresses, SendNothingUnencryptedToAnotherMachine) {
     const tests::LogCapture log;
     for (const auto* base :
-         {"http://speech.example", "http://127.evil.example", "ftp://127.0.0.1", "speech", ""})
+         {"http://speech.example", "http://127.evil.example", "http://127.0.0.1.evil.example",
+          "ftp://127.0.0.1", "http://127.0.0.1@evil.example", "https://speech.example:port", "speech", ""})
         EXPECT_EQ(from({{"OPENAI_BASE_URL", base}}).service, "https://api.openai.com") << base;
-    EXPECT_EQ(log.lines().size(), 5U);
+    EXPECT_EQ(log.lines().size(), 8U);
 }
 
 TEST(ServiceAddresses, SendTheVersionToTheBackendOnly) {
