@@ -96,8 +96,9 @@ public:
 };
 
 /// A set of connections without memory: no cookies, no cache, nothing on disk. Connections are kept alive
-/// between its requests. The system's proxy settings are honoured, and certificates are verified against the
-/// system's authorities and those of the file that SSL_CERT_FILE names.
+/// between its requests, unless they were idle for so long that the other side may have closed them. The
+/// system's proxy settings are honoured, and certificates are verified against the system's authorities and
+/// those of the file that SSL_CERT_FILE names.
 ///
 /// Any thread, and every operation may be called on several at once. A session that is dropped lives on until
 /// its last request has ended.
@@ -112,6 +113,10 @@ public:
     /// most, never from https to http); an Authorization header goes along only within the same origin
     /// (scheme, host and port, RFC 6454). Throws `UrlError`. Cancelling the task closes the connection and
     /// throws `cancelled`; so does a session that is or gets invalidated.
+    ///
+    /// A request with a body or another method than GET and HEAD reaches the server at most once: if its
+    /// connection ends without an answer, the call throws `networkConnectionLost`, also on a connection that
+    /// was kept from an earlier request.
     virtual runtime::Task<UrlResponse> data(UrlRequest request) = 0;
 
     /// Sends the request as `data` does, and returns as soon as the head of the answer has come, whatever its

@@ -154,6 +154,27 @@ TYPED_TEST_P(UrlSessionContract, FailsWhenTheConnectionIsClosedInsteadOfAnAnswer
     EXPECT_EQ(this->environment_.received().size(), 1U);
 }
 
+TYPED_TEST_P(UrlSessionContract, SendsNothingTwiceOverAConnectionThatWasKept) {
+    this->environment_.answer("/in", 200, "");
+    const auto session = this->makeSession();
+    int number = 0;
+    for (const char* method : {"POST", "PUT", "PATCH", "DELETE"}) {
+        for (const std::size_t size : {0U, 5U, 300'000U}) {
+            auto request = this->to("/in", method);
+            request.body = makeBody(std::string(size, 'x'));
+            this->tasks_.finish(session->data(request));
+
+            const auto path = "/close" + std::to_string(++number);
+            this->environment_.close(path);
+            request.url = this->environment_.url(path);
+            EXPECT_EQ(this->tasks_.failure(session->data(request)),
+                      platform::UrlError::Code::networkConnectionLost);
+            EXPECT_EQ(this->environment_.received().size(), 2U * static_cast<unsigned>(number))
+                << method << " " << size;
+        }
+    }
+}
+
 TYPED_TEST_P(UrlSessionContract, EndsEverythingWithItsMaker) {
     this->environment_.hang("/hang");
     const auto session = this->makeSession();
@@ -171,6 +192,7 @@ REGISTER_TYPED_TEST_SUITE_P(UrlSessionContract, GivesStatusAndBodyWhateverTheSta
                             EndsItsRequestsWhenItIsInvalidatedAndRefusesOthers,
                             LivesOnUntilItsLastRequestHasEndedWhenItIsDropped,
                             GivesEachOfManyRequestsItsOwnAnswer,
-                            FailsWhenTheConnectionIsClosedInsteadOfAnAnswer, EndsEverythingWithItsMaker);
+                            FailsWhenTheConnectionIsClosedInsteadOfAnAnswer,
+                            SendsNothingTwiceOverAConnectionThatWasKept, EndsEverythingWithItsMaker);
 
 } // namespace sonvale::tests

@@ -6,6 +6,8 @@
 
 #include <QString>
 #include <QtGlobal>
+#include <atomic>
+#include <filesystem>
 #include <mutex>
 #include <thread>
 
@@ -86,8 +88,21 @@ protected:
         return tasks_.failure(session_->data(request));
     }
 
+    /// Waits until this process has no more sockets open than that.
+    static bool waitForSockets(int count) {
+        return eventually(NetworkTasks::patience, [&] { return openSockets() <= count; });
+    }
+    static int openSockets() {
+        int count = 0;
+        std::error_code ignored; // one that is closed meanwhile is no socket
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
+            count += std::filesystem::read_symlink(entry, ignored).string().starts_with("socket:") ? 1 : 0;
+        return count;
+    }
+
     TestServer server_;
-    platform::qt::QtUrlSessions sessions_;
+    std::atomic<double> uptime_ = 1000;
+    platform::qt::QtUrlSessions sessions_{[this] { return uptime_.load(); }};
     NetworkTasks tasks_;
     std::shared_ptr<platform::UrlSession> session_ = sessions_.makeEphemeral();
 };
@@ -113,12 +128,80 @@ TEST_F(QtUrlSessionTest, KeepsItsConnectionForTheNextRequest) {
 
 TEST_F(QtUrlSessionTest, ConnectsAgainWhenTheServerHasClosedTheConnectionMeanwhile) {
     server_.answer("/in", saying("words"));
+    const int before = openSockets();
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(get(post("/in", "body")).body, "words");
         server_.dropAll();
         ASSERT_TRUE(waitForNoConnection());
+        ASSERT_TRUE(waitForSockets(before));
     }
     EXPECT_EQ(server_.requests().size(), 3U);
+}
+
+TEST_F(QtUrlSessionTest, ConnectsAgainWhenTheConnectionWasIdleForLong) {
+    server_.answer("/in", saying("words"));
+    const auto connectionsAfter = [this](double idleSeconds) {
+        uptime_ = uptime_ + idleSeconds;
+        EXPECT_EQ(get(post("/in", "body")).body, "words");
+        return server_.connections();
+    };
+    EXPECT_EQ(connectionsAfter(0), 1);
+    EXPECT_EQ(connectionsAfter(49), 1);
+    EXPECT_EQ(connectionsAfter(49), 1);
+    EXPECT_EQ(connectionsAfter(51), 2);
+    EXPECT_EQ(connectionsAfter(49), 2);
+    // The connection that was given up is closed.
+    EXPECT_TRUE(server_.waitForOpenConnections(1, NetworkTasks::patience));
+    EXPECT_EQ(server_.requests().size(), 5U);
+}
+
+TEST_F(QtUrlSessionTest, ConnectsAgainWhenTheServerSaysThatItHasClosedTheConnection) {
+    auto answer = saying("words");
+    answer.headers = {{"Keep-Alive", "max=100, Timeout=5"}};
+    server_.answer("/in", answer);
+    get(post("/in", "body"));
+    uptime_ = uptime_ + 3.9;
+    get(post("/in", "body"));
+    EXPECT_EQ(server_.connections(), 1);
+    uptime_ = uptime_ + 4.1;
+    get(post("/in", "body"));
+    EXPECT_EQ(server_.connections(), 2);
+}
+
+TEST_F(QtUrlSessionTest, LetsARequestFinishOverAConnectionThatIsGivenUp) {
+    server_.answer("/in", saying("words"));
+    server_.answer("/slow", failing(Answer::Fault::tricklesSlowly, std::string(20, 'x')));
+    const auto slow = tasks_.start(session_->data(post("/slow", "body")));
+    ASSERT_TRUE(server_.waitForRequests("/slow", 1, NetworkTasks::patience));
+    uptime_ = uptime_ + 60;
+    EXPECT_EQ(get(post("/in", "body")).body, "words");
+    EXPECT_EQ(tasks_.finish(slow).body, std::string(20, 'x'));
+    EXPECT_EQ(server_.connections(), 2);
+    EXPECT_TRUE(server_.waitForOpenConnections(1, NetworkTasks::patience));
+}
+
+TEST_F(QtUrlSessionTest, SendsABodyOnceHoweverAKeptConnectionEnds) {
+    server_.answer("/in", saying("words"));
+    const auto big = bytesOfSize(3'000'000);
+    for (const auto fault : {Answer::Fault::closesBeforeAnswer, Answer::Fault::resets,
+                             Answer::Fault::closesInUpload, Answer::Fault::closesInBody}) {
+        for (const auto& body : {std::string("body"), big}) {
+            get(post("/in", "body"));
+            server_.forget("/cut");
+            server_.answer("/cut", failing(fault));
+            const auto before = server_.requests("/cut").size();
+            EXPECT_EQ(failureOf(post("/cut", body)), Code::networkConnectionLost) << static_cast<int>(fault);
+            EXPECT_EQ(server_.requests("/cut").size(), before + 1) << static_cast<int>(fault);
+        }
+    }
+}
+
+TEST_F(QtUrlSessionTest, SendsABodyOnceForAnAnswerThatIsReadByLines) {
+    server_.answer("/in", saying("words"));
+    server_.answer("/cut", failing(Answer::Fault::closesBeforeAnswer));
+    get(post("/in", "body"));
+    EXPECT_EQ(tasks_.failure(session_->lines(post("/cut", "body"))), Code::networkConnectionLost);
+    EXPECT_EQ(server_.requests("/cut").size(), 1U);
 }
 
 TEST_F(QtUrlSessionTest, ClosesItsConnectionsWhenItIsInvalidatedOrDropped) {
@@ -258,7 +341,8 @@ TEST_F(QtUrlSessionTest, TellsWhyItCannotConnect) {
 TEST_F(QtUrlSessionTest, RefusesWhatIsNoAddress) {
     for (const char* url :
          {"", "words", "/in", "http://", "http:///in", "ftp://127.0.0.1/in", "file:///etc/hostname",
-          "ws://127.0.0.1/in", "http://127.0.0.1:99999/in", "http://[::1/in", "data:text/plain,words"})
+          "ws://127.0.0.1/in", "http://127.0.0.1:99999/in", "http://127.0.0.1:port/in", "http://127.1/in",
+          "http://user@127.0.0.1/in", "http://[::1/in", "data:text/plain,words"})
         EXPECT_EQ(failureOf(requestTo(url)), Code::badUrl) << url;
 }
 
@@ -327,6 +411,15 @@ TEST_F(QtUrlSessionTest, KeepsTheTokenFromAnotherOriginAndFromWhereThatSendsIt) 
     EXPECT_EQ(other.requests()[0].header("Authorization"), "");
     EXPECT_EQ(other.requests()[0].body, "body");
     EXPECT_EQ(server_.requests()[1].header("Authorization"), "");
+}
+
+TEST_F(QtUrlSessionTest, RefusesARedirectToWhatIsNoAddress) {
+    for (const char* location :
+         {"http://127.0.0.1:port/", "http://user@127.0.0.1/", "//[::1", "//127.1/", "http://127.1/"}) {
+        server_.forget("/old");
+        server_.answer("/old", redirect(302, location));
+        EXPECT_EQ(failureOf(to("/old")), Code::badServerResponse) << location;
+    }
 }
 
 TEST_F(QtUrlSessionTest, TurnsAPostIntoAGetWhereARedirectSaysSo) {

@@ -1,4 +1,5 @@
 #include "platform/qt/QtUrlSession.h"
+#include "tests/contract/ScopedVariable.h"
 #include "tests/contract/UrlSessionContract.h"
 #include "tests/fakes/FakeUrlSessions.h"
 #include "tests/support/TestServer.h"
@@ -69,8 +70,12 @@ private:
     std::unique_ptr<FakeUrlSessions> fake_ = std::make_unique<FakeUrlSessions>();
 };
 
+template <bool isTls>
 class QtEnvironment {
 public:
+    QtEnvironment()
+        : server_({.isTls = isTls})
+        , authorities_("SSL_CERT_FILE", isTls ? server_.caFile().string() : std::string()) {}
     ~QtEnvironment() { release(); }
 
     platform::UrlSessions& sessions() { return *sessions_; }
@@ -119,12 +124,14 @@ private:
     std::condition_variable changed_;
     bool isReleased_ = false; ///< guarded by `mutex_`
     TestServer server_;
+    const ScopedVariable authorities_;
     std::unique_ptr<platform::UrlSessions> sessions_ = std::make_unique<platform::qt::QtUrlSessions>();
 };
 
 } // namespace
 
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, UrlSessionContract, FakeEnvironment);
-INSTANTIATE_TYPED_TEST_SUITE_P(Qt, UrlSessionContract, QtEnvironment);
+INSTANTIATE_TYPED_TEST_SUITE_P(Qt, UrlSessionContract, QtEnvironment<false>);
+INSTANTIATE_TYPED_TEST_SUITE_P(QtTls, UrlSessionContract, QtEnvironment<true>);
 
 } // namespace sonvale::tests

@@ -4,27 +4,24 @@
 
 namespace sonvale::platform::qt {
 
-BodyDevice::BodyDevice(std::shared_ptr<const std::vector<std::byte>> bytes, std::function<void()> onRepeat)
+// The head of a request without a body is the whole request.
+BodyDevice::BodyDevice(std::shared_ptr<const std::vector<std::byte>> bytes)
     : bytes_(std::move(bytes))
-    , onRepeat_(std::move(onRepeat)) {}
+    , wasRead_(size() == 0) {}
 
 qint64 BodyDevice::size() const {
     return bytes_ ? static_cast<qint64>(bytes_->size()) : 0;
 }
 
 bool BodyDevice::seek(qint64 position) {
-    isRepeat_ = true;
-    return QIODevice::seek(position);
+    return (hasAnswer_ || !wasRead_) && QIODevice::seek(position);
 }
 
-qint64 BodyDevice::readData(char* data, qint64 most) {
-    if (isRepeat_ && !mayRepeat_) {
-        onRepeat_();
-        return 0;
-    }
-    const qint64 count = std::min(most, size() - pos());
+qint64 BodyDevice::readData(char* data, qint64 maxSize) {
+    const qint64 count = std::min(maxSize, size() - pos());
     if (count <= 0)
-        return most > 0 ? -1 : 0;
+        return maxSize > 0 ? -1 : 0;
+    wasRead_ = true;
     std::copy_n(reinterpret_cast<const char*>(bytes_->data()) + pos(), count, data);
     return count;
 }

@@ -2,41 +2,39 @@
 
 #include <QIODevice>
 #include <cstddef>
-#include <functional>
 #include <memory>
 #include <vector>
 
 namespace sonvale::platform::qt {
 
-/// The body of a request for Qt to read, in place. Open it before use.
+/// The body of a request for Qt to read, in place and only once. Open it before use.
 ///
-/// Qt sends a request again when its connection ends without an answer. For a connection that was kept from
-/// an earlier request that is right: the server may have closed it at the same moment. On a new one the
-/// server has read the request, and to send what is not idempotent again is not for the client to decide (RFC
-/// 9110, 9.2.2).
+/// Qt sends a request again if its connection ends without an answer. The server may have acted on the
+/// request by then, and a recording that arrives twice is paid for twice, so only the caller may repeat what
+/// is not idempotent (RFC 9110, 9.2.2). Before Qt sends a body again it goes back to its beginning, which
+/// this device refuses; the reply then fails with `ContentReSendError`.
 class BodyDevice final : public QIODevice {
 public:
-    /// Null is an empty body. `onRepeat` is called instead when it is read from its beginning again and may
-    /// not be; it should see to it that the request ends.
-    BodyDevice(std::shared_ptr<const std::vector<std::byte>> bytes, std::function<void()> onRepeat);
+    /// Null is an empty body.
+    explicit BodyDevice(std::shared_ptr<const std::vector<std::byte>> bytes);
 
-    void forbidRepeat() { mayRepeat_ = false; }
-    /// Drops the bytes: whoever reads on gets to the end.
+    /// From now on the device goes back: once there is an answer, Qt does so for a redirect, which it reports
+    /// and does not follow.
+    void answerCame() { hasAnswer_ = true; }
+    /// Drops the bytes; a reader finds the end.
     void letGo() { bytes_.reset(); }
 
     qint64 size() const override;
-    /// Qt goes back also before it reports a redirect, so that going back alone is no repeat.
     bool seek(qint64 position) override;
 
 protected:
-    qint64 readData(char* data, qint64 most) override;
+    qint64 readData(char* data, qint64 maxSize) override;
     qint64 writeData(const char* data, qint64 size) override;
 
 private:
     std::shared_ptr<const std::vector<std::byte>> bytes_;
-    const std::function<void()> onRepeat_;
-    bool mayRepeat_ = true;
-    bool isRepeat_ = false;
+    bool hasAnswer_ = false;
+    bool wasRead_;
 };
 
 } // namespace sonvale::platform::qt

@@ -9,9 +9,9 @@ constexpr std::size_t answerBytesAtMost = 64UL << 20U;
 
 } // namespace
 
-HttpCall::HttpCall(QNetworkAccessManager& manager, const QSslConfiguration& ssl, UrlRequest request,
+HttpCall::HttpCall(KeptConnections& connections, const QSslConfiguration& ssl, UrlRequest request,
                    runtime::Continuation<UrlResponse> caller, std::function<void()> onEnd)
-    : HttpExchange(manager, ssl, std::move(request))
+    : HttpExchange(connections, ssl, std::move(request))
     , caller_(std::move(caller))
     , onEnd_(std::move(onEnd)) {}
 

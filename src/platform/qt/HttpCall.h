@@ -11,9 +11,9 @@ namespace sonvale::platform::qt {
 /// by then nothing reads the request's body any more.
 class HttpCall final : public HttpExchange {
 public:
-    /// `onEnd` is called once, from a later turn's work it should destroy the call. The manager must outlive
-    /// it.
-    HttpCall(QNetworkAccessManager& manager, const QSslConfiguration& ssl, UrlRequest request,
+    /// `onEnd` is called once, from a later turn's work it should destroy the call. The connections must
+    /// outlive it.
+    HttpCall(KeptConnections& connections, const QSslConfiguration& ssl, UrlRequest request,
              runtime::Continuation<UrlResponse> caller, std::function<void()> onEnd);
     /// Closes the connection of a request that still runs, which has then been cancelled.
     ~HttpCall() override;

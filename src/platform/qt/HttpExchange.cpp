@@ -1,8 +1,8 @@
 #include "platform/qt/HttpExchange.h"
 
+#include "base/WebAddress.h"
 #include "platform/qt/NetworkRequests.h"
 
-#include <QMetaObject>
 #include <QSslError>
 #include <algorithm>
 
@@ -18,11 +18,24 @@ bool isSameName(const std::string& name, const char* other) {
     return QByteArray::fromStdString(name).compare(other, Qt::CaseInsensitive) == 0;
 }
 
-bool isSameOrigin(const QUrl& a, const QUrl& b) {
-    const auto port = [](const QUrl& url) {
-        return url.port(url.scheme() == QStringLiteral("https") ? 443 : 80);
-    };
-    return a.scheme() == b.scheme() && a.host() == b.host() && port(a) == port(b);
+/// Of an address that `parseUrl` has returned.
+std::string originOf(const QUrl& url) {
+    const auto address = base::WebAddress::parse(url.toString(QUrl::FullyEncoded).toStdString());
+    return address ? address->origin() : std::string();
+}
+
+/// The text of the address that a Location header names (RFC 9110, 10.2.2). Empty if it names none.
+std::string redirectTarget(const QUrl& from, const QByteArray& location) {
+    const QUrl reference(QString::fromUtf8(location), QUrl::StrictMode);
+    if (!reference.isValid())
+        return {};
+    // Qt corrects a host ("127.1") where it resolves one, so an address with a host of its own stays as it
+    // is.
+    if (!reference.isRelative())
+        return location.toStdString();
+    if (location.startsWith("//"))
+        return from.scheme().toStdString() + ':' + location.toStdString();
+    return from.resolved(reference).toString(QUrl::FullyEncoded).toStdString();
 }
 
 bool isRedirect(int status) {
@@ -46,8 +59,8 @@ void HttpExchange::Deleter::operator()(QNetworkReply* reply) const {
     reply->deleteLater();
 }
 
-HttpExchange::HttpExchange(QNetworkAccessManager& manager, const QSslConfiguration& ssl, UrlRequest request)
-    : manager_(manager)
+HttpExchange::HttpExchange(KeptConnections& connections, const QSslConfiguration& ssl, UrlRequest request)
+    : connections_(connections)
     , ssl_(ssl)
     , request_(std::move(request)) {
     inactivity_.setSingleShot(true);
@@ -120,25 +133,22 @@ void HttpExchange::send() {
     const auto method = QByteArray::fromStdString(request_.method);
     stage_ = url_.scheme() == QStringLiteral("https") ? TransferStage::securing : TransferStage::connecting;
     status_.reset();
+    origin_ = originOf(url_);
+    manager_ = connections_.take(origin_);
     moved();
     if (!request_.body && (method == "GET" || method == "HEAD")) {
-        watch(manager_.sendCustomRequest(request, method));
+        watch(manager_->sendCustomRequest(request, method));
         return;
     }
 
     // Qt complains on stderr about a body without one.
     setDefault("Content-Type", "application/octet-stream");
     // An empty body has its length announced too (RFC 9110, 8.6).
-    auto* body = new BodyDevice(request_.body, [this] {
-        // Later: Qt is about to read.
-        QMetaObject::invokeMethod(
-            this, [this] { end(urlError(Code::networkConnectionLost)); }, Qt::QueuedConnection);
-    });
+    auto* body = new BodyDevice(request_.body);
     bodyDevice_ = body;
     body->open(QIODevice::ReadOnly | QIODevice::Unbuffered);
-    auto* reply = manager_.sendCustomRequest(request, method, body);
+    auto* reply = manager_->sendCustomRequest(request, method, body);
     body->setParent(reply);
-    connect(reply, &QNetworkReply::socketStartedConnecting, body, [body] { body->forbidRepeat(); });
     watch(reply);
 }
 
@@ -174,6 +184,8 @@ void HttpExchange::takeHead() {
     if (isEnded_ || status_ || !status.isValid())
         return;
     status_ = status.toInt();
+    if (bodyDevice_)
+        bodyDevice_->answerCame();
     if (isFollowed())
         return;
     UrlResponse head;
@@ -210,6 +222,7 @@ void HttpExchange::replyFinished() {
     if (isEnded_)
         return;
 
+    connections_.used(origin_, manager_, keepAliveTimeout(reply_->rawHeader("Keep-Alive")));
     auto failure = codeOf(reply_->error(), stage_, certificates_);
     if (!failure && !status_)
         failure = Code::badServerResponse;
@@ -222,9 +235,7 @@ void HttpExchange::replyFinished() {
 }
 
 void HttpExchange::followRedirect() {
-    const QUrl target =
-        url_.resolved(QUrl(QString::fromUtf8(reply_->rawHeader("Location")), QUrl::StrictMode));
-    const auto next = parseUrl(target.toString(QUrl::FullyEncoded).toStdString(), QStringLiteral("http"),
+    const auto next = parseUrl(redirectTarget(url_, reply_->rawHeader("Location")), QStringLiteral("http"),
                                QStringLiteral("https"));
     const bool isLessSecure =
         url_.scheme() == QStringLiteral("https") && next && next->scheme() == QStringLiteral("http");
@@ -233,7 +244,7 @@ void HttpExchange::followRedirect() {
         return;
     }
 
-    if (!isSameOrigin(url_, *next))
+    if (originOf(*next) != origin_)
         std::erase_if(request_.headers,
                       [](const HttpHeader& header) { return isSameName(header.name, "Authorization"); });
     if (becomesGet(*status_, request_.method)) {

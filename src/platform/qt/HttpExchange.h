@@ -2,6 +2,7 @@
 
 #include "platform/UrlSession.h"
 #include "platform/qt/BodyDevice.h"
+#include "platform/qt/KeptConnections.h"
 #include "platform/qt/NetworkErrors.h"
 
 #include <QNetworkAccessManager>
@@ -16,7 +17,7 @@
 namespace sonvale::platform::qt {
 
 /// One request with its redirects, on the network thread. What becomes of the answer is up to those who
-/// derive from it. The manager must outlive it.
+/// derive from it. The connections must outlive it.
 class HttpExchange : public QObject {
 public:
     ~HttpExchange() override;
@@ -25,7 +26,7 @@ public:
     void cancel();
 
 protected:
-    HttpExchange(QNetworkAccessManager& manager, const QSslConfiguration& ssl, UrlRequest request);
+    HttpExchange(KeptConnections& connections, const QSslConfiguration& ssl, UrlRequest request);
 
     // What happens. Nothing of it is told of an answer that is a redirect which is followed.
 
@@ -70,11 +71,13 @@ private:
     void followRedirect();
     bool isFollowed() const;
 
-    QNetworkAccessManager& manager_;
+    KeptConnections& connections_;
     const QSslConfiguration ssl_;
     UrlRequest request_;
 
     QUrl url_;
+    std::string origin_;                             ///< of `url_`
+    std::shared_ptr<QNetworkAccessManager> manager_; ///< set by `send`; outlives the reply
     int redirects_ = 0;
     qint64 readAhead_ = 0; ///< 0: no bound
     TimeLimit timeLimit_ = TimeLimit::runs;

@@ -11,9 +11,9 @@ constexpr std::size_t readAhead = 64UL << 10U;
 
 } // namespace
 
-HttpLines::HttpLines(QNetworkAccessManager& manager, const QSslConfiguration& ssl, UrlRequest request,
+HttpLines::HttpLines(KeptConnections& connections, const QSslConfiguration& ssl, UrlRequest request,
                      runtime::Continuation<UrlResponse> caller)
-    : HttpExchange(manager, ssl, std::move(request))
+    : HttpExchange(connections, ssl, std::move(request))
     , caller_(std::move(caller)) {
     setReadAhead(readAhead);
 }

@@ -16,7 +16,7 @@ public:
     using Line = std::optional<std::string>;
 
     /// `caller` gets the head. The manager must outlive it.
-    HttpLines(QNetworkAccessManager& manager, const QSslConfiguration& ssl, UrlRequest request,
+    HttpLines(KeptConnections& connections, const QSslConfiguration& ssl, UrlRequest request,
               runtime::Continuation<UrlResponse> caller);
     ~HttpLines() override;
 

@@ -1,42 +1,21 @@
 #include "platform/qt/Network.h"
 
 #include "platform/qt/NetworkRequests.h"
-#include "platform/qt/SystemProxy.h"
 
 #include <QMetaObject>
-#include <QNetworkCookie>
-#include <QNetworkCookieJar>
 
 namespace sonvale::platform::qt {
 
-namespace {
-
-/// Forgets what it is given.
-class NoCookies final : public QNetworkCookieJar {
-public:
-    QList<QNetworkCookie> cookiesForUrl(const QUrl&) const override { return {}; }
-    bool setCookiesFromUrl(const QList<QNetworkCookie>&, const QUrl&) override { return false; }
-};
-
-} // namespace
-
-NetworkSession::NetworkSession(const QSslConfiguration& ssl, ClosingSockets& closing)
+NetworkSession::NetworkSession(const QSslConfiguration& ssl, ClosingSockets& closing,
+                               KeptConnections::Uptime uptime)
     : ssl_(ssl)
-    , closing_(closing) {}
+    , closing_(closing)
+    , connections_(std::move(uptime)) {}
 
 NetworkSession::~NetworkSession() {
     sockets_.clear();
     lines_.clear();
     calls_.clear();
-}
-
-QNetworkAccessManager& NetworkSession::manager() {
-    if (!manager_) {
-        manager_ = std::make_unique<QNetworkAccessManager>();
-        manager_->setCookieJar(new NoCookies);
-        manager_->setProxyFactory(new SystemProxy);
-    }
-    return *manager_;
 }
 
 void NetworkSession::startCall(NetworkId id, UrlRequest request, runtime::Continuation<UrlResponse> caller) {
@@ -45,7 +24,7 @@ void NetworkSession::startCall(NetworkId id, UrlRequest request, runtime::Contin
         QMetaObject::invokeMethod(this, [this, id] { calls_.erase(id); }, Qt::QueuedConnection);
     };
     auto& call = calls_[id];
-    call = std::make_unique<HttpCall>(manager(), ssl_, std::move(request), std::move(caller), onEnd);
+    call = std::make_unique<HttpCall>(connections_, ssl_, std::move(request), std::move(caller), onEnd);
     call->start();
 }
 
@@ -57,7 +36,7 @@ void NetworkSession::cancelCall(NetworkId id) {
 
 void NetworkSession::startLines(NetworkId id, UrlRequest request, runtime::Continuation<UrlResponse> caller) {
     auto& lines = lines_[id];
-    lines = std::make_unique<HttpLines>(manager(), ssl_, std::move(request), std::move(caller));
+    lines = std::make_unique<HttpLines>(connections_, ssl_, std::move(request), std::move(caller));
     lines->start();
 }
 
@@ -83,13 +62,14 @@ void NetworkSession::dropSocket(NetworkId id) {
     sockets_.erase(id);
 }
 
-Network::Network(QString authorities)
-    : authorities_(std::move(authorities)) {}
+Network::Network(QString authorities, KeptConnections::Uptime uptime)
+    : authorities_(std::move(authorities))
+    , uptime_(std::move(uptime)) {}
 
 void Network::addSession(NetworkId id) {
     if (!ssl_)
         ssl_ = std::make_unique<QSslConfiguration>(sslConfiguration(authorities_));
-    sessions_[id] = std::make_unique<NetworkSession>(*ssl_, closingSockets_);
+    sessions_[id] = std::make_unique<NetworkSession>(*ssl_, closingSockets_, uptime_);
 }
 
 NetworkSession* Network::session(NetworkId id) {

@@ -3,9 +3,9 @@
 #include "platform/qt/ClosingSockets.h"
 #include "platform/qt/HttpCall.h"
 #include "platform/qt/HttpLines.h"
+#include "platform/qt/KeptConnections.h"
 #include "platform/qt/SocketConnection.h"
 
-#include <QNetworkAccessManager>
 #include <QObject>
 #include <QSslConfiguration>
 #include <QString>
@@ -21,7 +21,7 @@ using NetworkId = std::uint64_t;
 /// One session on the network thread: its connections, requests and sockets. With it they all end, cancelled.
 class NetworkSession final : public QObject {
 public:
-    NetworkSession(const QSslConfiguration& ssl, ClosingSockets& closing);
+    NetworkSession(const QSslConfiguration& ssl, ClosingSockets& closing, KeptConnections::Uptime uptime);
     ~NetworkSession() override;
 
     void startCall(NetworkId id, UrlRequest request, runtime::Continuation<UrlResponse> caller);
@@ -38,11 +38,9 @@ public:
     void dropSocket(NetworkId id);
 
 private:
-    QNetworkAccessManager& manager();
-
     const QSslConfiguration ssl_;
     ClosingSockets& closing_;
-    std::unique_ptr<QNetworkAccessManager> manager_; ///< made for the first request
+    KeptConnections connections_;
     std::map<NetworkId, std::unique_ptr<HttpCall>> calls_;
     std::map<NetworkId, std::unique_ptr<HttpLines>> lines_;
     std::map<NetworkId, std::unique_ptr<SocketConnection>> sockets_;
@@ -53,7 +51,7 @@ private:
 class Network {
 public:
     /// `authorities` names a file of certificates that are trusted too; empty for none.
-    explicit Network(QString authorities);
+    Network(QString authorities, KeptConnections::Uptime uptime);
     void addSession(NetworkId id);
     /// Null when there is none.
     NetworkSession* session(NetworkId id);
@@ -63,6 +61,7 @@ public:
 
 private:
     const QString authorities_;
+    const KeptConnections::Uptime uptime_;
     ClosingSockets closingSockets_;
     std::unique_ptr<QSslConfiguration> ssl_; ///< read from the system for the first session
     std::map<NetworkId, std::unique_ptr<NetworkSession>> sessions_;

@@ -6,11 +6,12 @@
 
 namespace sonvale::platform::qt {
 
-NetworkThread::NetworkThread(const QString& authorities) {
+NetworkThread::NetworkThread(const QString& authorities, const KeptConnections::Uptime& uptime) {
     // Shared: the one who sets it may still be at it when the other has seen it.
     const auto started = std::make_shared<std::promise<void>>();
-    thread_.reset(QThread::create(
-        [this, authorities, started] { run(authorities, [started] { started->set_value(); }); }));
+    thread_.reset(QThread::create([this, authorities, uptime, started] {
+        run(authorities, uptime, [started] { started->set_value(); });
+    }));
     thread_->setObjectName(QStringLiteral("network"));
     thread_->start();
     started->get_future().wait();
@@ -20,8 +21,9 @@ NetworkThread::~NetworkThread() {
     end();
 }
 
-void NetworkThread::run(const QString& authorities, const std::function<void()>& started) {
-    Network network(authorities);
+void NetworkThread::run(const QString& authorities, const KeptConnections::Uptime& uptime,
+                        const std::function<void()>& started) {
+    Network network(authorities, uptime);
     QObject receiver;
     QEventLoop loop;
     network_ = &network;

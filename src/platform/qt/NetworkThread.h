@@ -14,7 +14,7 @@ namespace sonvale::platform::qt {
 class NetworkThread {
 public:
     /// `authorities` names a file of certificates that are trusted too; empty for none.
-    explicit NetworkThread(const QString& authorities);
+    NetworkThread(const QString& authorities, const KeptConnections::Uptime& uptime);
     NetworkThread(const NetworkThread&) = delete;
     NetworkThread& operator=(const NetworkThread&) = delete;
     /// As `end()`.
@@ -32,7 +32,8 @@ public:
     void end();
 
 private:
-    void run(const QString& authorities, const std::function<void()>& started);
+    void run(const QString& authorities, const KeptConnections::Uptime& uptime,
+             const std::function<void()>& started);
 
     std::atomic<NetworkId> lastId_ = 0;
     std::unique_ptr<QThread> thread_;

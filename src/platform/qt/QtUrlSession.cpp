@@ -5,6 +5,8 @@
 #include "platform/qt/QtWebSocketTask.h"
 #include "platform/qt/SessionHandle.h"
 
+#include <ctime>
+
 namespace sonvale::platform::qt {
 
 namespace {
@@ -62,8 +64,14 @@ private:
 
 } // namespace
 
-QtUrlSessions::QtUrlSessions()
-    : thread_(std::make_shared<NetworkThread>(qEnvironmentVariable("SSL_CERT_FILE"))) {}
+QtUrlSessions::QtUrlSessions(const std::function<double()>& uptime)
+    : thread_(std::make_shared<NetworkThread>(qEnvironmentVariable("SSL_CERT_FILE"), uptime)) {}
+
+double QtUrlSessions::secondsSinceBoot() {
+    timespec time{};
+    ::clock_gettime(CLOCK_BOOTTIME, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
 
 QtUrlSessions::~QtUrlSessions() {
     thread_->end();

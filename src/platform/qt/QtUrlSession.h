@@ -2,6 +2,7 @@
 
 #include "platform/UrlSession.h"
 
+#include <functional>
 #include <memory>
 
 namespace sonvale::platform::qt {
@@ -16,10 +17,14 @@ class NetworkThread;
 /// The environment's SSL_CERT_FILE counts as it is when they are made.
 class QtUrlSessions final : public UrlSessions {
 public:
-    QtUrlSessions();
+    /// `uptime` returns seconds, those of the computer's sleep included; it is called on the network thread.
+    explicit QtUrlSessions(const std::function<double()>& uptime = secondsSinceBoot);
     ~QtUrlSessions() override;
 
     std::shared_ptr<UrlSession> makeEphemeral() override;
+
+    /// Seconds since the computer was started, those of its sleep included. Any thread.
+    static double secondsSinceBoot();
 
 private:
     const std::shared_ptr<NetworkThread> thread_;
