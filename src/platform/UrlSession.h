@@ -27,6 +27,7 @@ public:
         cannotConnectToHost = -1004,
         networkConnectionLost = -1005,
         notConnectedToInternet = -1009,
+        redirectToNonExistentLocation = -1010, ///< to another origin, with what may not go there
         badServerResponse = -1011,
         dataLengthExceedsMaximum = -1103,
         secureConnectionFailed = -1200,
@@ -110,13 +111,13 @@ public:
     virtual ~UrlSession() = default;
 
     /// Sends the request and waits for the whole answer, whatever its status. Redirects are followed (ten at
-    /// most, never from https to http); an Authorization header goes along only within the same origin
-    /// (scheme, host and port, RFC 6454). Throws `UrlError`. Cancelling the task closes the connection and
-    /// throws `cancelled`; so does a session that is or gets invalidated.
+    /// most, never from https to http). A request with a body, an Authorization header or another method than
+    /// GET and HEAD is redirected only within its origin (scheme, host and port, RFC 6454); otherwise the
+    /// call throws `redirectToNonExistentLocation`. Throws `UrlError`. Cancelling the task closes the
+    /// connection and throws `cancelled`; so does a session that is or gets invalidated.
     ///
-    /// A request with a body or another method than GET and HEAD reaches the server at most once: if its
-    /// connection ends without an answer, the call throws `networkConnectionLost`, also on a connection that
-    /// was kept from an earlier request.
+    /// Such a request reaches the server at most once: if its connection ends without an answer, the call
+    /// throws `networkConnectionLost`, also on a connection that was kept from an earlier request.
     virtual runtime::Task<UrlResponse> data(UrlRequest request) = 0;
 
     /// Sends the request as `data` does, and returns as soon as the head of the answer has come, whatever its

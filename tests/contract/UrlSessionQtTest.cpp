@@ -398,19 +398,38 @@ TEST_F(QtUrlSessionTest, FollowsARedirectWithTheTokenWithinTheOrigin) {
     EXPECT_EQ(server_.requests()[1].header("Authorization"), "Bearer token");
 }
 
-TEST_F(QtUrlSessionTest, KeepsTheTokenFromAnotherOriginAndFromWhereThatSendsIt) {
+TEST_F(QtUrlSessionTest, KeepsTheTokenAndTheBodyFromAnotherOrigin) {
     TestServer other;
-    server_.answer("/old", redirect(307, other.url("/middle")));
-    other.answer("/middle", redirect(307, server_.url("/new")));
-    server_.answer("/new", saying("words"));
-    auto request = post("/old", "body");
-    request.headers[0].name = "authorization";
-    EXPECT_EQ(get(request).body, "words");
-    ASSERT_EQ(other.requests().size(), 1U);
-    EXPECT_EQ(server_.requests()[0].header("Authorization"), "Bearer token");
-    EXPECT_EQ(other.requests()[0].header("Authorization"), "");
-    EXPECT_EQ(other.requests()[0].body, "body");
-    EXPECT_EQ(server_.requests()[1].header("Authorization"), "");
+    other.answer("/new", saying("words"));
+    auto authorized = to("/old");
+    authorized.headers = {{"authorization", "Bearer token"}};
+    auto unauthorized = post("/old", "body");
+    unauthorized.headers.clear();
+    for (const int status : {301, 302, 303, 307, 308}) {
+        server_.forget("/old");
+        server_.answer("/old", redirect(status, other.url("/new")));
+        for (const auto& request : {post("/old", "body"), authorized, unauthorized, to("/old", "DELETE")})
+            EXPECT_EQ(failureOf(request), Code::redirectToNonExistentLocation) << status;
+        EXPECT_EQ(tasks_.failure(session_->lines(post("/old", "body"))), Code::redirectToNonExistentLocation);
+    }
+    EXPECT_TRUE(other.requests().empty());
+    EXPECT_EQ(other.connections(), 0);
+}
+
+TEST_F(QtUrlSessionTest, KeepsTheTokenFromAnOriginThatIsReachedByTheSecondRedirect) {
+    TestServer other;
+    server_.answer("/old", redirect(307, "/middle"));
+    server_.answer("/middle", redirect(307, other.url("/new")));
+    EXPECT_EQ(failureOf(post("/old", "body")), Code::redirectToNonExistentLocation);
+    EXPECT_EQ(server_.requests().size(), 2U);
+    EXPECT_EQ(other.connections(), 0);
+}
+
+TEST_F(QtUrlSessionTest, FollowsAPlainQuestionToAnotherOrigin) {
+    TestServer other;
+    server_.answer("/old", redirect(302, other.url("/new")));
+    other.answer("/new", saying("words"));
+    EXPECT_EQ(get(to("/old")).body, "words");
 }
 
 TEST_F(QtUrlSessionTest, RefusesARedirectToWhatIsNoAddress) {

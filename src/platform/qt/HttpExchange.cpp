@@ -234,6 +234,15 @@ void HttpExchange::replyFinished() {
         end(std::nullopt);
 }
 
+/// What the user said, what was made of it and the key to the account go where the program sends them, and
+/// not where that server points to.
+bool HttpExchange::mayBeSentTo(const QUrl& target) const {
+    const bool isPlainQuestion = !request_.body && (request_.method == "GET" || request_.method == "HEAD");
+    const bool isAuthorized = std::ranges::any_of(
+        request_.headers, [](const HttpHeader& header) { return isSameName(header.name, "Authorization"); });
+    return (isPlainQuestion && !isAuthorized) || originOf(target) == origin_;
+}
+
 void HttpExchange::followRedirect() {
     const auto next = parseUrl(redirectTarget(url_, reply_->rawHeader("Location")), QStringLiteral("http"),
                                QStringLiteral("https"));
@@ -244,9 +253,10 @@ void HttpExchange::followRedirect() {
         return;
     }
 
-    if (originOf(*next) != origin_)
-        std::erase_if(request_.headers,
-                      [](const HttpHeader& header) { return isSameName(header.name, "Authorization"); });
+    if (!mayBeSentTo(*next)) {
+        end(urlError(Code::redirectToNonExistentLocation));
+        return;
+    }
     if (becomesGet(*status_, request_.method)) {
         request_.method = "GET";
         request_.body.reset();

@@ -70,6 +70,7 @@ private:
     void replyFinished();
     void followRedirect();
     bool isFollowed() const;
+    bool mayBeSentTo(const QUrl& target) const;
 
     KeptConnections& connections_;
     const QSslConfiguration ssl_;

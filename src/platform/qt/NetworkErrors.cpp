@@ -22,6 +22,8 @@ const char* wordsFor(Code code) {
         return "The network connection was lost.";
     case Code::notConnectedToInternet:
         return "The Internet connection appears to be offline.";
+    case Code::redirectToNonExistentLocation:
+        return "The server redirected the request to another server.";
     case Code::badServerResponse:
         return "The server gave an answer that cannot be used.";
     case Code::secureConnectionFailed:
