@@ -2,7 +2,9 @@
 
 #include "platform/FloatingPanel.h"
 
+#include <functional>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace sonvale::tests {
@@ -22,6 +24,8 @@ public:
             ++panels_;
         shown_ = Shown{state, level, panels_};
         history_.push_back(*shown_);
+        if (onChange_)
+            onChange_(state);
     }
 
     void setLevel(float level) override {
@@ -29,7 +33,16 @@ public:
             shown_->level = level;
     }
 
-    void hide() override { shown_.reset(); }
+    void hide() override {
+        shown_.reset();
+        if (onChange_)
+            onChange_(std::nullopt);
+    }
+
+    /// Calls `observer` after each `show` with its state, and after each `hide` with none.
+    void setOnChange(std::function<void(std::optional<platform::RecordingState>)> observer) {
+        onChange_ = std::move(observer);
+    }
 
     const std::optional<Shown>& shown() const { return shown_; }
     /// What each `show` left on the screen.
@@ -38,6 +51,7 @@ public:
 private:
     std::optional<Shown> shown_;
     std::vector<Shown> history_;
+    std::function<void(std::optional<platform::RecordingState>)> onChange_;
     int panels_ = 0;
 };
 

@@ -19,6 +19,8 @@ public:
             if (observer_)
                 observer_(isPlaying);
         }
+        /// Calls `observer` each time the command is sent.
+        void setOnToggle(std::function<void()> observer) { onToggle_ = std::move(observer); }
         /// How often the command was sent.
         int toggles() const { return toggles_; }
         /// Whether the player plays, by its reports and the commands that it was sent.
@@ -27,6 +29,7 @@ public:
     private:
         friend class FakeMediaPlayers;
         std::function<void(bool)> observer_;
+        std::function<void()> onToggle_;
         bool isPlaying_ = false;
         int toggles_ = 0;
     };
@@ -39,6 +42,8 @@ public:
     /// The player does as it is told, and reports it.
     void togglePlayPause() override {
         ++control_.toggles_;
+        if (control_.onToggle_)
+            control_.onToggle_();
         control_.report(!control_.isPlaying_);
     }
 

@@ -8,12 +8,40 @@
 
 namespace sonvale::tests {
 
+namespace {
+
+std::string nameOf(platform::RecordingState state) {
+    switch (state) {
+    case platform::RecordingState::idle:
+        return "idle";
+    case platform::RecordingState::recording:
+        return "recording";
+    case platform::RecordingState::processing:
+        return "processing";
+    case platform::RecordingState::processingHandsFree:
+        return "processingHandsFree";
+    }
+    return {};
+}
+
+/// Holds the controller as long as it works on the event, as the listener's tasks do.
+runtime::Task<> handle(std::shared_ptr<core::AppState> state, hotkeys::HotkeyAction action,
+                       hotkeys::HotkeyEventType event) {
+    co_await state->handleHotkey(action, event);
+}
+
+} // namespace
+
 CoreFixture::CoreFixture() {
     formerSinks_ = base::setLogSinks({
-        .logger = [](const base::LogLine&) {},
+        .logger = [this](const base::LogLine& line) { noteLog(line); },
         .system = [this](std::string_view line) { systemLines.emplace_back(line); },
-        .perf = [this](std::string_view line) { perfLines.emplace_back(line); },
+        .perf = [this](std::string_view line) { notePerf(std::string(line)); },
     });
+    panel_.setOnChange([this](std::optional<platform::RecordingState> state) {
+        note(state ? "show " + nameOf(*state) : "hide");
+    });
+    players_.control().setOnToggle([this] { note("media"); });
     std::filesystem::create_directory(directory_.path() + "/recordings");
     settings_ = std::make_unique<persistence::Settings>(directory_.path() + "/defaults.json");
     auditLogger_ = std::make_unique<persistence::AuditLogger>(runtime_.makeSerialActor("audit"),
@@ -27,6 +55,7 @@ CoreFixture::CoreFixture() {
 }
 
 CoreFixture::~CoreFixture() {
+    subscriptions_.clear();
     state_.reset();
     runtime_.endTasks();
     base::setLogSinks(std::move(formerSinks_));
@@ -73,9 +102,33 @@ core::Environment CoreFixture::environment() {
 }
 
 void CoreFixture::rebuildState() {
+    subscriptions_.clear();
     state_.reset();
     state_ = core::AppState::make(environment());
     state_->modelContext = &store_->mainContext();
+    observeState();
+}
+
+void CoreFixture::observeState() {
+    subscriptions_.push_back(state_->recordingState.subscribe(
+        [this](platform::RecordingState now) { note("state " + nameOf(now)); }));
+    subscriptions_.push_back(
+        state_->errorMessage.subscribe([this](const std::optional<std::string>& message) {
+            note(message ? "error: " + *message : "no error");
+        }));
+}
+
+void CoreFixture::notePerf(const std::string& line) {
+    perfLines.push_back(line);
+    note(line.starts_with("[PERF] Pre-warm session: ") ? "pre-warm" : line.substr(0, line.find(": ")));
+}
+
+void CoreFixture::noteLog(const base::LogLine& line) {
+    logLines.push_back(line);
+    if (line.text.ends_with("Pre-warm skipped — session already active"))
+        note("pre-warm");
+    else if (line.text.ends_with("Cancelling session"))
+        note("session closed");
 }
 
 void CoreFixture::completeOnboardingAndStart() {
@@ -85,7 +138,7 @@ void CoreFixture::completeOnboardingAndStart() {
 }
 
 void CoreFixture::deliver(hotkeys::HotkeyAction action, hotkeys::HotkeyEventType event) {
-    runtime::spawn(runtime_.main(), state_->handleHotkey(action, event));
+    runtime::spawn(runtime_.main(), handle(state_, action, event));
     runtime_.runUntilIdle();
 }
 

@@ -32,6 +32,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace sonvale::tests {
@@ -101,9 +102,19 @@ protected:
 
     std::vector<std::string> systemLines; ///< lines of the system log
     std::vector<std::string> perfLines;   ///< timing lines
+    std::vector<base::LogLine> logLines;  ///< lines of the platform logger
     bool systemHas(const std::string& line) const;
 
+    /// What the user and the machine notice, in order: "state recording", "show processing", "hide",
+    /// "media", "error: ..." or "no error", "pre-warm", "session closed", "[PERF] ..." without its time.
+    std::vector<std::string> sequence;
+
 private:
+    void note(std::string what) { sequence.push_back(std::move(what)); }
+    void notePerf(const std::string& line);
+    void noteLog(const base::LogLine& line);
+    void observeState();
+
     TemporaryDirectory directory_;
     TestRuntime runtime_;
     base::LogSinks formerSinks_;
@@ -134,6 +145,7 @@ private:
 
     std::vector<std::string> pasted_;
     std::shared_ptr<core::AppState> state_;
+    std::vector<base::Subscription> subscriptions_;
 };
 
 } // namespace sonvale::tests

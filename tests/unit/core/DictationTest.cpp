@@ -1,6 +1,7 @@
 #include "tests/unit/core/CoreFixture.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <filesystem>
@@ -170,6 +171,21 @@ TEST_F(Dictation, KeepsTheErrorUntilTheNextStartOrCancel) {
     press(HotkeyAction::cancel);
 }
 
+TEST_F(Dictation, RaisesNoSecondChangeForTheSameError) {
+    int changes = 0;
+    const auto subscription = state().errorMessage.subscribe([&](const auto&) { ++changes; });
+    const auto errorsLogged = [this] {
+        return std::ranges::count_if(logLines, [](const auto& line) { return line.category == "AppState"; });
+    };
+    state().surfaceError("It broke.");
+    state().surfaceError("It broke.");
+    EXPECT_EQ(changes, 1);
+    EXPECT_EQ(errorsLogged(), 1);
+    state().surfaceError("It broke again.");
+    EXPECT_EQ(changes, 2);
+    EXPECT_EQ(errorsLogged(), 2);
+}
+
 TEST_F(Dictation, ReportsAFailedTranscriptionAndKeepsTheLastText) {
     dictate("kept");
     perfLines.clear();
@@ -318,14 +334,33 @@ TEST_F(Dictation, PrintsItsTimingsInWholeMilliseconds) {
 }
 
 TEST_F(Dictation, LeavesItsFactsInTheAuditLogAndNoText) {
-    dictate("unmistakable");
+    recogniser().answerWith("unmistakable");
+    press(HotkeyAction::pushToTalk);
+    speak(1.25);
+    release(HotkeyAction::pushToTalk);
+    settle();
     const auto lines = auditLines();
-    EXPECT_TRUE(auditHas("recordingStarted", "recording", ""));
-    EXPECT_TRUE(auditHas("recordingStopped", "recording", ""));
-    for (const auto& line : lines)
+    std::vector<nlohmann::json> events;
+    for (const auto& line : lines) {
         EXPECT_EQ(line.find("unmistakable"), std::string::npos);
+        const auto entry = nlohmann::json::parse(line);
+        if (entry.at("resource") == "recording")
+            events.push_back(entry);
+    }
+    ASSERT_EQ(events.size(), 2U);
+    EXPECT_EQ(events[0].at("eventType"), "recordingStarted");
+    EXPECT_EQ(events[1].at("eventType"), "recordingStopped");
+    for (const auto& event : events) {
+        EXPECT_EQ(event.at("actor"), "user");
+        EXPECT_EQ(event.at("outcome"), "success");
+    }
+    EXPECT_EQ(events[1].at("metadata").at("durationSeconds"), "1.25");
     for (const auto& line : systemLines)
         EXPECT_EQ(line.find("unmistakable"), std::string::npos);
+    for (const auto& line : perfLines)
+        EXPECT_EQ(line.find("unmistakable"), std::string::npos);
+    for (const auto& line : logLines)
+        EXPECT_EQ(line.text.find("unmistakable"), std::string::npos);
 }
 
 TEST_F(Dictation, TakesAnEmptyTranscriptForAFailedOne) {

@@ -1,4 +1,4 @@
-#include "tests/unit/core/StreamingFixture.h"
+#include "tests/unit/core/HandsFreeFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -12,40 +12,7 @@ using platform::UrlError;
 using Texts = std::vector<std::string>;
 using Preference = transcription::TranscriptionEnginePreference;
 
-class HandsFree : public tests::StreamingFixture {
-protected:
-    void tap() {
-        press(HotkeyAction::handsFree);
-        release(HotkeyAction::handsFree);
-    }
-    /// An utterance, and the pause that ends it.
-    void utter(double seconds = 0.5, double pause = 2.2) {
-        speak(seconds, 0.1F);
-        speak(pause, 0.0F);
-    }
-    void start(std::vector<std::optional<std::string>> transcripts) {
-        willHear(std::move(transcripts));
-        tap();
-        runtimeSupport().runUntilIdle();
-    }
-    void stop() {
-        tap();
-        advance(10);
-    }
-    bool isListening() {
-        return state().isHandsFreeMode.get() && state().recordingState.get() == RecordingState::recording;
-    }
-    void expectAtRest() {
-        EXPECT_FALSE(state().isHandsFreeMode.get());
-        EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
-        EXPECT_FALSE(state().audioRecorder->isRecording.get());
-        EXPECT_EQ(state().audioRecorder->audioEngine(), nullptr);
-        EXPECT_EQ(panel().shown(), std::nullopt);
-        EXPECT_EQ(recordingsLeft(), 0U);
-        EXPECT_EQ(state().voiceActivityDetector->onEndOfUtterance, nullptr);
-        EXPECT_EQ(state().voiceActivityDetector->endOfUtteranceDelay, 1.5);
-    }
-};
+using HandsFree = tests::HandsFreeFixture;
 
 } // namespace
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace sonvale::core {
 
 using tests::CoreFixture;
@@ -130,6 +132,60 @@ TEST_F(Startup, TellsOnceThatAnotherProgramKeepsAShortcut) {
     tap().take({49, platform::modifier::option});
     runtimeSupport().runUntilIdle();
     EXPECT_EQ(state().errorMessage.get(), "Option + Space is used by another program.");
+
+    int changes = 0;
+    const auto subscription = state().errorMessage.subscribe([&](const auto&) { ++changes; });
+    tap().take({49, platform::modifier::option});
+    runtimeSupport().runUntilIdle();
+    EXPECT_EQ(changes, 0) << "it is said already";
+    tap().take({24, platform::modifier::option});
+    runtimeSupport().runUntilIdle();
+    EXPECT_EQ(changes, 1);
+    EXPECT_EQ(state().errorMessage.get(), "Option + = is used by another program.");
+}
+
+TEST_F(Startup, EndsTheRetriesOfARefusedListenerInSilenceWhenAGrantGoes) {
+    tap().setStartPermitted(false);
+    completeOnboardingAndStart();
+    advance(2.1); // the slow start has tried too, and has retries of its own
+    const auto starts = tap().startCount();
+    accessibility().setTrusted(false);
+    advance(300);
+    EXPECT_EQ(tap().startCount(), starts);
+    EXPECT_EQ(state().errorMessage.get(), std::nullopt);
+    EXPECT_FALSE(state().hotkeyManager->isEnabled().get());
+}
+
+TEST_F(Startup, HasAPassOfItsOwnForEachSetup) {
+    accessibility().setTrusted(false);
+    completeOnboardingAndStart();
+    advance(1);
+    runtimeSupport().main().post([this] { state().setup(); });
+    runtimeSupport().runUntilIdle();
+    systemLines.clear();
+    advance(4); // passes at 2 and 4 s of the first, 3 and 5 s of the second
+    EXPECT_EQ(std::ranges::count(systemLines, "[AppState] startHotkeysIfReady() — waiting for permissions."),
+              4);
+    accessibility().setTrusted(true);
+    advance(3); // the pass at 6 s starts the listener; those at 7 and 8 s find it
+    EXPECT_EQ(tap().startCount(), 1);
+    EXPECT_TRUE(systemHas("[AppState] Hotkeys started on fast-retry attempt 3"));
+    EXPECT_TRUE(systemHas("[AppState] Hotkeys started on fast-retry attempt 4"));
+    systemLines.clear();
+    advance(200);
+    EXPECT_TRUE(systemLines.empty()) << "both have ended";
+}
+
+TEST_F(Startup, GoesThroughItsPassesAtOnceWhenItsSleepsAreCancelled) {
+    accessibility().setTrusted(false);
+    completeOnboardingAndStart();
+    systemLines.clear();
+    runtimeSupport().registry().cancelAll();
+    runtimeSupport().runUntilIdle();
+    EXPECT_EQ(std::ranges::count(systemLines, "[AppState] startHotkeysIfReady() — waiting for permissions."),
+              10 + 12);
+    EXPECT_EQ(runtimeSupport().registry().count(), 0U);
+    EXPECT_EQ(clock().pending(), 0U);
 }
 
 TEST_F(Startup, FollowsTheDockSetting) {

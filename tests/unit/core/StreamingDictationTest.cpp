@@ -243,6 +243,17 @@ TEST_F(StreamingDictation, ClosesTheSessionInLocalOnlyMode) {
     EXPECT_TRUE(network().requests().empty());
 }
 
+TEST_F(StreamingDictation, EndsWhileItsTextIsAwaitedWhenTheProgramQuits) {
+    hold();
+    letGo();
+    ASSERT_EQ(state().recordingState.get(), RecordingState::processing);
+    runtimeSupport().registry().cancelAll();
+    runtimeSupport().runUntilIdle();
+    advance(0); // also what the endings have begun
+    EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
+    EXPECT_EQ(recordingsLeft(), 0U);
+}
+
 TEST_F(StreamingDictation, OpensNoSessionWithoutAMicrophone) {
     microphone().setFormat({});
     completeOnboardingAndStart();
