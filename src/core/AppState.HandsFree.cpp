@@ -24,7 +24,6 @@ runtime::Task<> AppState::startHandsFreeMode() {
     pttPieces_.pendingInsertion = {};
     resetPTTLongFormState();
     isHandsFreeMode = true;
-    ++handsFreeRun_;
 
     voiceActivityDetector->onEndOfUtterance = [weak = weak_from_this(), main = environment_.main] {
         runtime::spawn(main, commitHandsFreeUtterance(weak));
@@ -75,7 +74,8 @@ runtime::Task<> AppState::commitHandsFreeUtterance(std::weak_ptr<AppState> weakS
 runtime::Task<> AppState::commitUtterance() {
     const auto run = handsFreeRun_;
     const auto transcript = co_await finalizePiece();
-    // A cancel has cleared up already, and another recording may have begun.
+    // A cancel has cleared up already, and another recording may have begun. After an end of the mode, also
+    // one that a new start followed, the text is still wanted.
     if (run != handsFreeRun_)
         co_return;
     if (!transcript) {
@@ -130,8 +130,10 @@ runtime::Task<> AppState::restartHandsFree() {
         co_await startDictation();
 }
 
+/// Ends the mode after a failure, unless the user has ended it meanwhile.
 runtime::Task<> AppState::leaveHandsFree(std::shared_ptr<AppState> self) {
-    co_await self->stopHandsFreeMode();
+    if (self->isHandsFreeMode.get())
+        co_await self->stopHandsFreeMode();
 }
 
 runtime::Task<> AppState::waitForUtterance() {
@@ -145,8 +147,13 @@ runtime::Task<> AppState::waitForUtterance() {
 runtime::Task<> AppState::stopHandsFreeMode() {
     environment_.main.assertCurrent();
     isHandsFreeMode = false;
-    isLeavingHandsFree_ = true;
     stopDetector();
+    // An end that is under way takes all that was said and cleans it up. Only a recording that began after it
+    // had taken the last utterance needs an end of its own.
+    if (isLeavingHandsFree_ || (handsFreeEnds_ > 0 && recordingState.get() != RecordingState::recording))
+        co_return;
+    isLeavingHandsFree_ = true;
+    ++handsFreeEnds_;
 
     co_await waitForUtterance();
     co_await finishTyping(&AppState::handsFreePieces_);
@@ -162,6 +169,7 @@ runtime::Task<> AppState::stopHandsFreeMode() {
 
     co_await finishPieces(&AppState::handsFreePieces_, environment_.settings.read(keys::localOnlyMode));
     handsFreePieces_.forget();
+    --handsFreeEnds_;
     endRecordingState();
     resumeMedia();
     environment_.floatingPanel.hide();

@@ -262,8 +262,9 @@ private:
 
     TypedPieces handsFreePieces_;
     bool isProcessingUtterance_ = false; ///< an utterance is being committed
-    std::uint64_t handsFreeRun_ = 0;     ///< grows with every start and cancel of the mode
+    std::uint64_t handsFreeRun_ = 0;     ///< grows with every cancel of the mode
     bool isLeavingHandsFree_ = false;    ///< the mode's end waits for what was said; no key up ends it twice
+    int handsFreeEnds_ = 0;              ///< ends of the mode that are under way
 
     TypedPieces pttPieces_;
     runtime::TaskHandle<> pttLongFormTimer_;

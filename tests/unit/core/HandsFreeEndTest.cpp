@@ -1,0 +1,66 @@
+#include "tests/unit/core/HandsFreeFixture.h"
+
+#include <gtest/gtest.h>
+
+namespace sonvale::core {
+
+namespace {
+
+using hotkeys::HotkeyAction;
+using platform::UrlError;
+using Texts = std::vector<std::string>;
+
+using HandsFreeEnd = tests::HandsFreeFixture;
+
+} // namespace
+
+TEST_F(HandsFreeEnd, TypesTheUtteranceWhenTheModeIsEnteredAgainWhileItIsHeard) {
+    start({});
+    utter();
+    ASSERT_EQ(commits(), 1U);
+    tap();
+    tap();
+    answer("the utterance");
+    advance(1);
+    answer("the rest");
+    advance(2);
+    EXPECT_EQ(pastedTexts(), (Texts{"the utterance", " the rest"}));
+    EXPECT_EQ(history().size(), 2U);
+    if (state().isHandsFreeMode.get())
+        tap();
+    advance(5);
+    expectAtRest();
+}
+
+TEST_F(HandsFreeEnd, TypesTheUtteranceWhenTheModeIsLeftEnteredAndLeftWhileItIsHeard) {
+    start({});
+    utter();
+    ASSERT_EQ(commits(), 1U);
+    willClean({"The utterance, the rest."});
+    tap();
+    tap();
+    tap();
+    answer("the utterance");
+    advance(1);
+    answer("the rest");
+    advance(5);
+    expectAtRest();
+    EXPECT_EQ(pastedTexts(), (Texts{"the utterance", " the rest", "The utterance, the rest."}));
+    EXPECT_EQ(undone(), 2) << "one end cleans up, once";
+    EXPECT_EQ(commits(), 2U);
+}
+
+TEST_F(HandsFreeEnd, KeepsTheLastUtteranceWhenTheModeIsEnteredAndLeftWhileItIsHeard) {
+    start({});
+    speak(0.5);
+    tap();
+    ASSERT_EQ(state().recordingState.get(), RecordingState::processing);
+    tap();
+    tap();
+    answer("the utterance");
+    advance(5);
+    expectAtRest();
+    EXPECT_EQ(pastedTexts(), Texts{"the utterance"});
+}
+
+} // namespace sonvale::core
