@@ -44,12 +44,12 @@ void AppState::endDetection() {
     voiceActivityDetector->endOfUtteranceDelay = audio::VoiceActivityDetector::defaultEndOfUtteranceDelay;
 }
 
-runtime::Task<> AppState::feedDetector(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock) {
+runtime::Task<> AppState::feedDetector(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock,
+                                       std::uint64_t recording) {
     while (true) {
         {
             const auto self = weakSelf.lock();
-            if (!self || !self->isHandsFreeMode.get() ||
-                self->recordingState.get() != RecordingState::recording)
+            if (!self || !self->isHandsFreeMode.get() || !self->isRecording(recording))
                 co_return;
             self->voiceActivityDetector->process(self->audioRecorder->audioLevel.get());
             // What is said from then on would be lost.

@@ -219,6 +219,7 @@ runtime::Task<> AppState::startDictation() {
 
     recordingState = RecordingState::recording;
     errorMessage = std::nullopt;
+    const auto recording = ++recordings_;
     pauseMedia();
     environment_.floatingPanel.show(RecordingState::recording, 0);
 
@@ -232,9 +233,16 @@ runtime::Task<> AppState::startDictation() {
 
     environment_.auditLogger.logRecordingStarted();
     textInserter->prepare();
-    if (!co_await startEngine() && isHandsFreeMode.get()) {
-        failToConnect();
+    const bool isStreamed = co_await startEngine();
+    // This recording may have been cancelled meanwhile and another one started, which has a start of its own.
+    if (recording != recordings_)
         co_return;
+    if (!isStreamed) {
+        transcriptionManager->prepareLocalEngine();
+        if (isHandsFreeMode.get()) {
+            failToConnect();
+            co_return;
+        }
     }
 
     base::perfLog(
@@ -242,9 +250,9 @@ runtime::Task<> AppState::startDictation() {
     if (!isHandsFreeMode.get() && recordingState.get() == RecordingState::recording &&
         transcriptionManager->realtimeEngine->hasReadySession())
         startLongFormTimer();
-    runtime::spawn(environment_.main, updateLevels(weak_from_this(), &environment_.clock));
+    runtime::spawn(environment_.main, updateLevels(weak_from_this(), &environment_.clock, recording));
     if (isHandsFreeMode.get())
-        runtime::spawn(environment_.main, feedDetector(weak_from_this(), &environment_.clock));
+        runtime::spawn(environment_.main, feedDetector(weak_from_this(), &environment_.clock, recording));
 }
 
 void AppState::startRecorder() {
@@ -266,7 +274,6 @@ runtime::Task<bool> AppState::startEngine() {
             // The manager has said why; the recording goes on.
         }
     }
-    transcriptionManager->prepareLocalEngine();
     co_return false;
 }
 
@@ -301,11 +308,17 @@ void AppState::failToStart(const std::string& description) {
     environment_.floatingPanel.hide();
 }
 
-runtime::Task<> AppState::updateLevels(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock) {
+/// Whether the recording with that number is the present one and still runs.
+bool AppState::isRecording(std::uint64_t recording) const {
+    return recording == recordings_ && recordingState.get() == RecordingState::recording;
+}
+
+runtime::Task<> AppState::updateLevels(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock,
+                                       std::uint64_t recording) {
     while (true) {
         {
             const auto self = weakSelf.lock();
-            if (!self || self->recordingState.get() != RecordingState::recording)
+            if (!self || !self->isRecording(recording))
                 co_return;
             self->environment_.floatingPanel.setLevel(self->audioRecorder->audioLevel.get());
         }

@@ -195,7 +195,9 @@ private:
     void endAfterFailedTranscription(const std::string& description, double stopTime);
     void endRecordingState();
     static runtime::Task<> preWarm(std::weak_ptr<AppState> weakSelf);
-    static runtime::Task<> updateLevels(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock);
+    bool isRecording(std::uint64_t recording) const;
+    static runtime::Task<> updateLevels(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock,
+                                        std::uint64_t recording);
     static runtime::Task<> insertLast(std::shared_ptr<AppState> self);
     static runtime::Task<> copy(std::shared_ptr<AppState> self, std::string text);
 
@@ -220,7 +222,8 @@ private:
     // AppState.HandsFree.cpp
     void stopDetector();
     void endDetection();
-    static runtime::Task<> feedDetector(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock);
+    static runtime::Task<> feedDetector(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock,
+                                        std::uint64_t recording);
     static runtime::Task<> commitHandsFreeUtterance(std::weak_ptr<AppState> weakSelf);
     static runtime::Task<> leaveHandsFree(std::shared_ptr<AppState> self);
     runtime::Task<> commitUtterance();
@@ -259,6 +262,8 @@ private:
 
     runtime::AsyncMutex insertion_;   ///< held by whoever uses the clipboard or types
     runtime::AsyncMutex pieceCommit_; ///< held by whoever waits for the text of a piece
+
+    std::uint64_t recordings_ = 0; ///< number of recordings that were started
 
     TypedPieces handsFreePieces_;
     bool isProcessingUtterance_ = false; ///< an utterance is being committed
