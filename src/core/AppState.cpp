@@ -282,7 +282,9 @@ void AppState::failToConnect() {
     audioRecorder->stopRecording();
     audioRecorder->cleanupRecording();
     recordingState = RecordingState::idle;
-    surfaceError("Unable to connect to the transcription service. Please try again.");
+    surfaceError(transcriptionManager->isStreamingPreferred()
+                     ? "Unable to connect to the transcription service. Please try again."
+                     : "Hands-free mode needs Streaming or Hybrid.");
     // A task of its own: the end of the mode waits for the utterance that may be waiting for this.
     runtime::spawn(environment_.main, leaveHandsFree(shared_from_this()));
 }

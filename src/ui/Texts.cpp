@@ -75,6 +75,7 @@ constexpr std::array told{
     QT_TRANSLATE_NOOP("Texts", "Unable to connect to the transcription service. Please try again."),
     QT_TRANSLATE_NOOP(
         "Texts", "Your saved history could not be opened. It was put aside, and a new one has been started."),
+    QT_TRANSLATE_NOOP("Texts", "Hands-free mode needs Streaming or Hybrid."),
 };
 
 } // namespace

@@ -285,14 +285,16 @@ TEST_F(HandsFree, EndsWithAMessageWhenItCannotConnectAtAll) {
     EXPECT_FALSE(printed("startDictation total"));
 }
 
-TEST_F(HandsFree, SaysAtOnceThatItNeedsTheService) {
+TEST_F(HandsFree, SaysAtOnceWhichEnginesItNeeds) {
     for (const auto preference : {Preference::local, Preference::cloud}) {
         prefer(preference);
         start({});
         advance(1);
         expectAtRest();
-        EXPECT_EQ(state().errorMessage.get(),
-                  "Unable to connect to the transcription service. Please try again.");
+        EXPECT_EQ(state().errorMessage.get(), "Hands-free mode needs Streaming or Hybrid.");
+        EXPECT_FALSE(printed("startDictation total"));
+        EXPECT_TRUE(network().sockets().empty());
+        EXPECT_TRUE(network().requests().empty()) << "nothing was said";
     }
 }
 
