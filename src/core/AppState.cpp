@@ -308,6 +308,9 @@ void AppState::failToStart(const std::string& description) {
     environment_.auditLogger.logError("audioRecorder", "recording-start-failed");
     resumeMedia();
     environment_.floatingPanel.hide();
+    // Hands-free mode ends now, in the application that its text was typed into, and not with the next key.
+    if (isHandsFreeMode.get())
+        runtime::spawn(environment_.main, leaveHandsFree(shared_from_this()));
 }
 
 /// Whether the recording with that number is the present one and still runs.

@@ -63,4 +63,42 @@ TEST_F(HandsFreeEnd, KeepsTheLastUtteranceWhenTheModeIsEnteredAndLeftWhileItIsHe
     EXPECT_EQ(pastedTexts(), Texts{"the utterance"});
 }
 
+TEST_F(HandsFreeEnd, EndsWhenTheRecorderDoesNotStart) {
+    microphone().setFormat({0, 0});
+    start({});
+    advance(1);
+    expectAtRest();
+    EXPECT_EQ(state().errorMessage.get(), "Failed to start recording: No audio input device is available. "
+                                          "Please connect a microphone and try again.");
+    // The next key does its own work.
+    microphone().setFormat({48000, 1});
+    willHear({"words"});
+    press(HotkeyAction::pushToTalk);
+    speak(0.5);
+    release(HotkeyAction::pushToTalk);
+    advance(2);
+    EXPECT_EQ(pastedTexts(), Texts{"words"});
+}
+
+TEST_F(HandsFreeEnd, EndsAtOnceWhenTheMicrophoneGoesInTheMiddle) {
+    start({"um first words", "second words", ""});
+    utter();
+    utter();
+    willClean({"First words, second words."});
+    microphone().unplug();
+    advance(3);
+    expectAtRest();
+    EXPECT_EQ(state().errorMessage.get(), "Failed to start recording: No audio input device is available. "
+                                          "Please connect a microphone and try again.");
+    EXPECT_EQ(undone(), 2) << "while the user is still in the application";
+    EXPECT_EQ(pastedTexts().back(), "First words, second words.");
+
+    const auto typed = pastedTexts().size();
+    press(HotkeyAction::pushToTalk);
+    release(HotkeyAction::pushToTalk);
+    advance(5);
+    EXPECT_EQ(undone(), 2);
+    EXPECT_EQ(pastedTexts().size(), typed);
+}
+
 } // namespace sonvale::core
