@@ -7,6 +7,7 @@
 #include "runtime/Clock.h"
 #include "transcription/AppleSpeechEngine.h"
 #include "transcription/TranscriptionEnginePreference.h"
+#include "transcription/TranscriptionError.h"
 #include "transcription/WhisperCloudEngine.h"
 
 #include <utility>
@@ -358,20 +359,17 @@ runtime::Task<> AppState::stopDictation() {
         co_return;
     }
 
-    std::optional<std::string> failure;
     if (!text) {
         try {
             text = co_await transcriptionManager->transcribe(*file, std::nullopt);
         } catch (const std::exception& error) {
-            failure = error.what();
+            audioRecorder->cleanupRecording(*file);
+            endAfterFailedTranscription(error, stopTime);
+            co_return;
         }
     }
-
     audioRecorder->cleanupRecording(*file);
-    if (failure)
-        endAfterFailedTranscription(*failure, stopTime);
-    else
-        co_await finishTranscript(*std::move(text), isLocalOnly, stopTime);
+    co_await finishTranscript(*std::move(text), isLocalOnly, stopTime);
 }
 
 /// The text of the running session; absent when the file has to give it.
@@ -404,8 +402,10 @@ void AppState::endWithoutAudio() {
     environment_.floatingPanel.hide();
 }
 
-void AppState::endAfterFailedTranscription(const std::string& description, double stopTime) {
-    surfaceError("Transcription failed: " + description);
+void AppState::endAfterFailedTranscription(const std::exception& error, double stopTime) {
+    // What a server answered is for the user alone, and may be long.
+    surface(std::string("Transcription failed: ") + error.what(),
+            "Transcription failed: " + transcription::failureKind(error));
     environment_.auditLogger.logError("transcription", "transcription-failed");
     selectedTextForCommand = std::nullopt;
     endRecordingState();
@@ -506,9 +506,13 @@ runtime::Task<> AppState::copy(std::shared_ptr<AppState> self, std::string text)
 }
 
 void AppState::surfaceError(const std::string& message) {
+    surface(message, message);
+}
+
+void AppState::surface(const std::string& message, const std::string& logText) {
     // Without a panel for the menu the log is where the user can find out.
     if (errorMessage.set(message))
-        base::Logger("AppState").error("{}", message);
+        base::Logger("AppState").error("{}", logText);
 }
 
 void AppState::surfaceTakenShortcut(platform::KeyCombination combination) {

@@ -178,6 +178,7 @@ private:
     bool isTypingPossible();
 
     // AppState.cpp
+    void surface(const std::string& message, const std::string& logText);
     void surfaceTakenShortcut(platform::KeyCombination combination);
     services::TokenProvider makeTokenProvider() const;
     std::shared_ptr<transcription::TranscriptionManager> makeTranscriptionManager();
@@ -192,7 +193,7 @@ private:
     runtime::Task<> cancelRecording();
     runtime::Task<std::optional<std::string>> finalizeStream();
     void endWithoutAudio();
-    void endAfterFailedTranscription(const std::string& description, double stopTime);
+    void endAfterFailedTranscription(const std::exception& error, double stopTime);
     void endRecordingState();
     static runtime::Task<> preWarm(std::weak_ptr<AppState> weakSelf);
     bool isRecording(std::uint64_t recording) const;

@@ -69,4 +69,13 @@ std::string TranscriptionError::name() const {
     return {};
 }
 
+std::string failureKind(const std::exception& error) {
+    const auto* failure = dynamic_cast<const TranscriptionError*>(&error);
+    if (!failure)
+        return "unexpected error";
+    if (failure->errorCase() != TranscriptionError::Case::apiError)
+        return failure->name();
+    return fmt::format("{} ({})", failure->name(), failure->statusCode());
+}
+
 } // namespace sonvale::transcription

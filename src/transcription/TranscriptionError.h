@@ -56,4 +56,8 @@ private:
     std::string body_;
 };
 
+/// Returns what the log may say of a failed transcription: the case, and the status of an API error, such as
+/// "apiError (500)". Never contains a server's message.
+std::string failureKind(const std::exception& error);
+
 } // namespace sonvale::transcription

@@ -254,6 +254,23 @@ TEST_F(StreamingDictation, EndsWhileItsTextIsAwaitedWhenTheProgramQuits) {
     EXPECT_EQ(recordingsLeft(), 0U);
 }
 
+TEST_F(StreamingDictation, LogsTheKindOfARefusalAndNotWhatTheServiceAnswered) {
+    prefer(Preference::cloud);
+    network().answerNext(500, "a page of a proxy\nwith the words");
+    hold();
+    letGo();
+    settle();
+    EXPECT_EQ(state().errorMessage.get(),
+              "Transcription failed: API error (500): a page of a proxy\nwith the words");
+    const auto isLogged = [this](const std::string& text) {
+        return std::ranges::any_of(
+            logLines, [&](const auto& line) { return line.text.find(text) != std::string::npos; });
+    };
+    EXPECT_TRUE(isLogged("Transcription failed: apiError (500)"));
+    EXPECT_FALSE(isLogged("proxy"));
+    EXPECT_FALSE(isLogged("with the words"));
+}
+
 TEST_F(StreamingDictation, OpensNoSessionWithoutAMicrophone) {
     microphone().setFormat({});
     completeOnboardingAndStart();
