@@ -149,6 +149,14 @@ void AppState::completeOnboarding() {
     setup();
 }
 
+/// Closes the session and wipes what was gathered for it. What is said from now on reaches neither a session
+/// that still stands nor, as gathered audio, the next one; the file of the recording has it.
+void AppState::stopStreaming() {
+    preWarmTask_.cancel();
+    audioRecorder->setOnBuffer(nullptr);
+    transcriptionManager->realtimeEngine->cancelSession();
+}
+
 void AppState::setLocalOnlyMode(bool enabled) {
     auto& settings = environment_.settings;
     auto& preference = transcriptionManager->preferredEngine;
@@ -156,9 +164,7 @@ void AppState::setLocalOnlyMode(bool enabled) {
         settings.set(keys::engineBeforeLocalOnly, std::string(rawValue(preference.get())));
         preference = TranscriptionEnginePreference::local;
         settings.set(keys::transcriptionEngine, std::string(rawValue(preference.get())));
-        // Nothing of a later dictation may reach a session that still stands.
-        preWarmTask_.cancel();
-        transcriptionManager->realtimeEngine->cancelSession();
+        stopStreaming();
         return;
     }
 

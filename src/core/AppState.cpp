@@ -155,6 +155,11 @@ void AppState::connect() {
     };
     observeDictating();
     observeLock();
+    preferenceChange_ = transcriptionManager->preferredEngine.subscribe([weak](const auto&) {
+        const auto self = weak.lock();
+        if (self && !self->transcriptionManager->isStreamingPreferred())
+            self->stopStreaming();
+    });
 }
 
 runtime::Task<> AppState::handleHotkey(HotkeyAction action, HotkeyEventType event) {

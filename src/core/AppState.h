@@ -253,12 +253,14 @@ private:
     void printStopTotal(double stopTime) const;
 
     // AppState.Startup.cpp
+    void stopStreaming();
     void adoptBindings();
     static runtime::Task<> retrySlowly(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock);
     static runtime::Task<> retryStart(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock);
 
     Environment environment_;
     runtime::TaskHandle<> preWarmTask_;
+    base::Subscription preferenceChange_;
     std::shared_ptr<services::SharedUrlSession> chatSession_; ///< of all chat clients
 
     runtime::AsyncMutex insertion_;   ///< held by whoever uses the clipboard or types

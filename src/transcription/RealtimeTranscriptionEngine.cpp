@@ -255,12 +255,14 @@ runtime::Task<> RealtimeTranscriptionEngine::watchWait(WeakSelf weakSelf, runtim
         self->logger_.error("RealtimeSTT: Transcript timed out after 10 s");
 }
 
+void RealtimeTranscriptionEngine::discardAudio() {
+    const std::lock_guard lock(accumulationLock_);
+    wipe(accumulatedPCM_);
+}
+
 void RealtimeTranscriptionEngine::resetForNextUtterance() {
     transcript_.forgetUtterance();
-    {
-        const std::lock_guard lock(accumulationLock_);
-        wipe(accumulatedPCM_);
-    }
+    discardAudio();
     {
         const std::lock_guard lock(pendingSendLock_);
         pendingSendTasks_.clear();

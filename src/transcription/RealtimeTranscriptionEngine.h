@@ -65,6 +65,9 @@ public:
     /// call while one waits ends the first with `runtime::CancellationError`.
     runtime::Task<std::string> finalizeStreamingTranscription() override;
 
+    /// Wipes the audio that has not been sent yet.
+    void discardAudio();
+
     /// Keeps the session and forgets what it has of the present utterance.
     void resetForNextUtterance();
 

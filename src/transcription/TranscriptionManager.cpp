@@ -61,8 +61,10 @@ runtime::Task<> TranscriptionManager::startStreaming(std::shared_ptr<audio::Audi
     if (format.channelCount == 0)
         throw TranscriptionError::engineUnavailable();
 
-    // First, so that what is said while the socket is being opened is kept.
     const auto engine = realtimeEngine;
+    // A buffer that was being converted when an earlier recording was unbound may have come after all.
+    engine->discardAudio();
+    // First, so that what is said while the socket is being opened is kept.
     recorder->setOnBuffer([engine](const platform::PcmBufferPtr& buffer) { engine->appendAudio(*buffer); });
 
     // Also where another session is opened: the end of the former's time is not this one's.

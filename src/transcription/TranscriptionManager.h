@@ -41,7 +41,8 @@ public:
                                           std::optional<std::string> language);
 
     /// Binds the recorder's buffers to the realtime engine and makes sure that a session stands. Throws as
-    /// `startSession` does; audio is kept from the call on, whatever comes.
+    /// `startSession` does; audio is kept from the call on, whatever comes. Audio that an earlier recording
+    /// left behind is wiped.
     runtime::Task<> startStreaming(std::shared_ptr<audio::AudioRecorder> recorder);
 
     /// Opens a session ahead of a recording where the preference streams. Never throws.
