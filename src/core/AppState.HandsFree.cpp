@@ -24,6 +24,7 @@ runtime::Task<> AppState::startHandsFreeMode() {
     pttPieces_.pendingInsertion = {};
     resetPTTLongFormState();
     isHandsFreeMode = true;
+    untypedText_.clear();
 
     voiceActivityDetector->onEndOfUtterance = [weak = weak_from_this(), main = environment_.main] {
         runtime::spawn(main, commitHandsFreeUtterance(weak));
@@ -73,13 +74,16 @@ runtime::Task<> AppState::commitHandsFreeUtterance(std::weak_ptr<AppState> weakS
 
 runtime::Task<> AppState::commitUtterance() {
     const auto run = handsFreeRun_;
+    const bool isUtteranceHeard = isSpeechHeard_;
+    forgetSpeech();
     const auto transcript = co_await finalizePiece();
     // A cancel has cleared up already, and another recording may have begun. After an end of the mode, also
     // one that a new start followed, the text is still wanted.
     if (run != handsFreeRun_)
         co_return;
     if (!transcript) {
-        discardCapture();
+        isSpeechHeard_ = isSpeechHeard_ || isUtteranceHeard;
+        rescueCapture();
         transcriptionManager->realtimeEngine->cancelSession();
         co_await restartHandsFree();
         co_return;
@@ -88,11 +92,14 @@ runtime::Task<> AppState::commitUtterance() {
 
     if (!isCapturing()) {
         typeUtterance(*transcript);
-        discardCapture();
+        if (isPieceLost_)
+            rescueCapture();
+        else
+            discardCapture();
         co_await restartHandsFree();
         co_return;
     }
-    deleteRecording(audioRecorder->closeSegment());
+    endSegment();
     bool isOpen = true;
     try {
         audioRecorder->openSegment();
@@ -101,12 +108,29 @@ runtime::Task<> AppState::commitUtterance() {
     }
     if (!isOpen) {
         deleteRecording(audioRecorder->forceStop());
+        keepText(pieceOf(*transcript));
         co_await restartHandsFree();
         co_return;
     }
     recordingState = RecordingState::recording;
     voiceActivityDetector->resetForNextUtterance();
     typeUtterance(*transcript);
+}
+
+/// Closes the file of the utterance whose text has come. It is deleted, unless it holds more than that: a
+/// piece that was lost is transcribed from it now; the next utterance, if the user began it while the service
+/// was working, needs it in case that one is lost.
+void AppState::endSegment() {
+    const bool hasNextBegun = isSpeechHeard_;
+    auto file = audioRecorder->closeSegment();
+    overlappingSegment_.reset();
+    if (!file)
+        return;
+    RecordingFile segment(*std::move(file), environment_.secureRandom);
+    if (std::exchange(isPieceLost_, false))
+        rescue(std::move(segment));
+    else if (hasNextBegun)
+        overlappingSegment_ = std::move(segment);
 }
 
 /// The recorder stops by itself after its longest time, and when its input goes.
@@ -162,10 +186,16 @@ runtime::Task<> AppState::stopHandsFreeMode() {
     co_await finishTyping(&AppState::handsFreePieces_);
 
     isLeavingHandsFree_ = false;
+    // The mode may have begun while the text of another dictation was being made.
+    const bool isOfAnother = recordingState.get() == RecordingState::processing;
     if (recordingState.get() == RecordingState::recording)
         co_await finishLastUtterance();
+    overlappingSegment_.reset();
     transcriptionManager->realtimeEngine->cancelSession();
-    deleteRecording(audioRecorder->forceStop());
+    if (!isOfAnother)
+        deleteRecording(audioRecorder->forceStop());
+    else if (audioRecorder->isRecording.get())
+        rescueCapture();
 
     co_await finishPieces(&AppState::handsFreePieces_, environment_.settings.read(keys::localOnlyMode));
     handsFreePieces_.forget();
@@ -180,7 +210,10 @@ runtime::Task<> AppState::finishLastUtterance() {
     recordingState = RecordingState::processing;
     const auto transcript = co_await finalizePiece();
     audioRecorder->stopRecording();
-    audioRecorder->cleanupRecording();
+    if (!transcript || isPieceLost_)
+        rescueCapture();
+    else
+        audioRecorder->cleanupRecording();
     if (const auto text = pieceOf(transcript.value_or("")); !text.empty()) {
         auto spaced = handsFreePieces_.add(text, handsFreePieces_.accumulatedText.empty());
         keepAndType(&AppState::handsFreePieces_, text, std::move(spaced));

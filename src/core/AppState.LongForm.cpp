@@ -74,6 +74,7 @@ runtime::Task<> AppState::commitPTTSegment(std::shared_ptr<AppState> self) {
     // After a cancel the pieces are those of another recording.
     if (cancellations != self->pttCancellations_)
         co_return;
+    self->isPieceLost_ = self->isPieceLost_ || !transcript;
     if (transcript) {
         self->transcriptionManager->realtimeEngine->resetForNextUtterance();
         if (const auto text = pieceOf(*transcript); !text.empty())
@@ -99,7 +100,13 @@ runtime::Task<> AppState::stopLongForm(bool isLocalOnly, double stopTime) {
     if (transcriptionManager->isStreamingPreferred())
         last = co_await finalizePiece();
     audioRecorder->stopRecording();
-    audioRecorder->cleanupRecording();
+    // One file holds the whole dictation, and nothing says where in it a piece begins. If one was lost, the
+    // whole is transcribed: its row in the history repeats the pieces that were typed, as the row of the
+    // cleaned whole does, and so does paste-last.
+    if (!last || isPieceLost_)
+        rescueCapture();
+    else
+        audioRecorder->cleanupRecording();
     transcriptionManager->realtimeEngine->cancelSession();
 
     if (const auto text = pieceOf(last.value_or("")); !text.empty()) {

@@ -75,13 +75,20 @@ runtime::Task<> AppState::finishPieces(Pieces pieces, bool isLocalOnly) {
         co_return;
     environment_.floatingPanel.show(RecordingState::processingHandsFree, 0);
     if (!isCleanUpWanted(isLocalOnly)) {
-        setTranscription(finalText);
+        setTypedTranscription(finalText);
         co_return;
     }
     const auto result = co_await performBatchAICleanup(finalText, count, buildProcessingContext());
-    setTranscription(result);
+    setTypedTranscription(result);
     if (!environment_.settings.read(keys::privacyModeEnabled) && modelContext)
         recordHistory(finalText, result);
+}
+
+/// The pieces are in the document. If a text of the dictation is not, paste-last has that one.
+void AppState::setTypedTranscription(const std::string& text) {
+    setTranscription(text);
+    if (!untypedText_.empty())
+        lastTranscription = untypedText_;
 }
 
 void AppState::deleteRecording(const std::optional<std::filesystem::path>& file) {

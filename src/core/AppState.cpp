@@ -160,6 +160,10 @@ void AppState::connect() {
         if (self && !self->transcriptionManager->isStreamingPreferred())
             self->stopStreaming();
     });
+    levelChange_ = audioRecorder->audioLevel.subscribe([weak](float level) {
+        if (const auto self = weak.lock())
+            self->noteLevel(level);
+    });
 }
 
 runtime::Task<> AppState::handleHotkey(HotkeyAction action, HotkeyEventType event) {
@@ -262,12 +266,18 @@ runtime::Task<> AppState::startDictation() {
 }
 
 void AppState::startRecorder() {
+    if (!isHandsFreeMode.get())
+        untypedText_.clear();
+    isLocalOnlyRecording_ = environment_.settings.read(keys::localOnlyMode);
+    isPieceLost_ = false;
+    overlappingSegment_.reset();
     // After a cancel the service may still be waited for, with the microphone open.
     if (audioRecorder->isRecording.get()) {
         audioRecorder->stopRecording();
         audioRecorder->cleanupRecording();
     }
     audioRecorder->startRecording();
+    forgetSpeech();
 }
 
 /// Whether the recording is streamed. When it is not, its file gives the text.
@@ -283,10 +293,10 @@ runtime::Task<bool> AppState::startEngine() {
     co_return false;
 }
 
-/// Hands-free dictation has no file that could give its text.
+/// Hands-free dictation cannot go on without a session. What was said until now goes to the history.
 void AppState::failToConnect() {
     audioRecorder->stopRecording();
-    audioRecorder->cleanupRecording();
+    rescueCapture();
     recordingState = RecordingState::idle;
     surfaceError(transcriptionManager->isStreamingPreferred()
                      ? "Unable to connect to the transcription service. Please try again."
@@ -349,6 +359,7 @@ runtime::Task<> AppState::stopDictation() {
     pttLongFormTimer_.cancel();
     pttLongFormTimer_ = {};
     const bool isLocalOnly = environment_.settings.read(keys::localOnlyMode);
+    const bool isLocalOnlyRecording = isLocalOnlyRecording_;
     if (pttLongFormActive_) {
         co_await stopLongForm(isLocalOnly, stopTime);
         co_return;
@@ -360,13 +371,13 @@ runtime::Task<> AppState::stopDictation() {
 
     const auto file = audioRecorder->stopRecording();
     if (!file) {
-        endWithoutAudio();
+        endWithoutAudio(text);
         co_return;
     }
 
     if (!text) {
         try {
-            text = co_await transcriptionManager->transcribe(*file, std::nullopt);
+            text = co_await transcribe(*transcriptionManager, *file, isLocalOnlyRecording);
         } catch (const std::exception& error) {
             audioRecorder->cleanupRecording(*file);
             endAfterFailedTranscription(error, stopTime);
@@ -399,8 +410,15 @@ runtime::Task<std::optional<std::string>> AppState::finalizeStream() {
     co_return text;
 }
 
-void AppState::endWithoutAudio() {
-    audioRecorder->cleanupRecording();
+/// The recorder has stopped by itself: a recording ends when its longest time is over, or that of an earlier
+/// one. What the service or the file has of it is kept, though it is not typed.
+void AppState::endWithoutAudio(const std::optional<std::string>& text) {
+    if (text) {
+        keepText(*text);
+        audioRecorder->cleanupRecording();
+    } else {
+        rescueCapture();
+    }
     recordingState = RecordingState::idle;
     surfaceError("No audio recorded.");
     resumeMedia();
@@ -423,13 +441,13 @@ void AppState::endAfterFailedTranscription(const std::exception& error, double s
 }
 
 /// Goes idle at the end of a dictation. When that one had been cancelled, another may be recording by now:
-/// it ends here too, as no key would end it any more, and nothing of it is kept.
+/// it ends here too, as no key would end it any more. What was said in it goes to the history.
 void AppState::endRecordingState() {
     recordingState = RecordingState::idle;
     if (!audioRecorder->isRecording.get())
         return;
     transcriptionManager->realtimeEngine->cancelSession();
-    discardCapture();
+    rescueCapture();
 }
 
 runtime::Task<> AppState::cancelDictation() {
@@ -453,6 +471,7 @@ runtime::Task<> AppState::cancelDictation() {
 runtime::Task<> AppState::cancelHandsFree() {
     ++handsFreeRun_;
     transcriptionManager->realtimeEngine->cancelSession();
+    overlappingSegment_.reset();
     discardCapture();
     isHandsFreeMode = false;
     endDetection();
@@ -467,6 +486,7 @@ runtime::Task<> AppState::cancelRecording() {
     // Whatever the service has heard of it must not turn up in the next text.
     if (transcriptionManager->isStreamingPreferred())
         transcriptionManager->realtimeEngine->cancelSession();
+    overlappingSegment_.reset();
     audioRecorder->stopRecording();
     audioRecorder->cleanupRecording();
 }

@@ -5,6 +5,7 @@
 #include "audio/VoiceActivityDetector.h"
 #include "base/Observed.h"
 #include "core/Environment.h"
+#include "core/RecordingFile.h"
 #include "core/TypedPieces.h"
 #include "hotkeys/HotkeyManager.h"
 #include "insertion/SelectedTextReader.h"
@@ -192,7 +193,7 @@ private:
     runtime::Task<> cancelHandsFree();
     runtime::Task<> cancelRecording();
     runtime::Task<std::optional<std::string>> finalizeStream();
-    void endWithoutAudio();
+    void endWithoutAudio(const std::optional<std::string>& text);
     void endAfterFailedTranscription(const std::exception& error, double stopTime);
     void endRecordingState();
     static runtime::Task<> preWarm(std::weak_ptr<AppState> weakSelf);
@@ -217,6 +218,7 @@ private:
     runtime::Task<> finishTyping(Pieces pieces);
     runtime::Task<> cancelTyping(Pieces pieces);
     runtime::Task<> finishPieces(Pieces pieces, bool isLocalOnly);
+    void setTypedTranscription(const std::string& text);
     void deleteRecording(const std::optional<std::filesystem::path>& file);
     void discardCapture();
 
@@ -228,11 +230,24 @@ private:
     static runtime::Task<> commitHandsFreeUtterance(std::weak_ptr<AppState> weakSelf);
     static runtime::Task<> leaveHandsFree(std::shared_ptr<AppState> self);
     runtime::Task<> commitUtterance();
+    void endSegment();
     bool isCapturing() const;
     void typeUtterance(const std::string& transcript);
     runtime::Task<> restartHandsFree();
     runtime::Task<> waitForUtterance();
     runtime::Task<> finishLastUtterance();
+
+    // AppState.Rescue.cpp
+    void noteLevel(float level);
+    void forgetSpeech();
+    void keepText(const std::string& text);
+    void rescueCapture();
+    void rescue(RecordingFile recording);
+    static runtime::Task<> transcribeLost(runtime::TaskHandle<> previous, std::weak_ptr<AppState> weakSelf,
+                                          std::shared_ptr<transcription::TranscriptionManager> manager,
+                                          RecordingFile recording, bool isLocalOnly);
+    static runtime::Task<std::string> transcribe(transcription::TranscriptionManager& manager,
+                                                 std::filesystem::path file, bool isLocalOnly);
 
     // AppState.LongForm.cpp
     void startLongFormTimer();
@@ -261,12 +276,20 @@ private:
     Environment environment_;
     runtime::TaskHandle<> preWarmTask_;
     base::Subscription preferenceChange_;
+    base::Subscription levelChange_;
     std::shared_ptr<services::SharedUrlSession> chatSession_; ///< of all chat clients
 
     runtime::AsyncMutex insertion_;   ///< held by whoever uses the clipboard or types
     runtime::AsyncMutex pieceCommit_; ///< held by whoever waits for the text of a piece
 
-    std::uint64_t recordings_ = 0; ///< number of recordings that were started
+    std::uint64_t recordings_ = 0;      ///< number of recordings that were started
+    bool isLocalOnlyRecording_ = false; ///< some of the recording was spoken in local-only mode
+    bool isSpeechHeard_ = false;        ///< since the present recording, or its piece, began
+    bool isPieceLost_ = false;          ///< the service gave no text for a piece that the open file holds
+    /// The file of the last utterance, if the next one began in it.
+    std::optional<RecordingFile> overlappingSegment_;
+    runtime::TaskHandle<> rescue_; ///< of the newest recording; it waits for the one before
+    std::string untypedText_;      ///< of the present dictation: kept, but not typed
 
     TypedPieces handsFreePieces_;
     bool isProcessingUtterance_ = false; ///< an utterance is being committed

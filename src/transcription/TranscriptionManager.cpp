@@ -47,9 +47,14 @@ runtime::Task<std::string> TranscriptionManager::transcribe(std::filesystem::pat
             std::rethrow_exception(cloudError);
     }
 
-    const auto local = usableLocalEngine();
-    if (!local && cloudError)
+    if (cloudError && !usableLocalEngine())
         std::rethrow_exception(cloudError);
+    co_return co_await transcribeOnDevice(std::move(audioFileURL), std::move(language));
+}
+
+runtime::Task<std::string> TranscriptionManager::transcribeOnDevice(std::filesystem::path audioFileURL,
+                                                                    std::optional<std::string> language) {
+    const auto local = usableLocalEngine();
     if (!local)
         throw TranscriptionError::engineUnavailable();
     co_return co_await local->transcribe(std::move(audioFileURL), std::move(language));

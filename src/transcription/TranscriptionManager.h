@@ -40,6 +40,11 @@ public:
     runtime::Task<std::string> transcribe(std::filesystem::path audioFileURL,
                                           std::optional<std::string> language);
 
+    /// Transcribes a finished file on this machine, whatever the preference. Throws `engineUnavailable`
+    /// without a usable local engine, or the engine's error. Cancelling goes to the engine.
+    runtime::Task<std::string> transcribeOnDevice(std::filesystem::path audioFileURL,
+                                                  std::optional<std::string> language);
+
     /// Binds the recorder's buffers to the realtime engine and makes sure that a session stands. Throws as
     /// `startSession` does; audio is kept from the call on, whatever comes. Audio that an earlier recording
     /// left behind is wiped.

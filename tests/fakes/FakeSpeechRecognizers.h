@@ -2,6 +2,7 @@
 
 #include "platform/SpeechRecognizer.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -118,6 +119,8 @@ public:
         void failWith(platform::SpeechRecognitionError error) {
             answerEachBy([error = std::move(error)](Recognition& recognition) { recognition.fail(error); });
         }
+        /// As `answerWith`, by a call of `answer` for each recognition.
+        void answerBy(std::function<void(Recognition&)> answer) { answerEachBy(std::move(answer)); }
         /// Lets every later recognition wait again.
         void hold() { answerEachBy(nullptr); }
         /// Answers the recognitions that wait with a final result.

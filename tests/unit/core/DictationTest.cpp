@@ -266,6 +266,7 @@ TEST_F(Dictation, AnOldFinalisationEndsTheRingOfANewRecording) {
     recogniser().answer("old");
     settle();
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
+    EXPECT_EQ(recogniser().startedCount(), 1) << "nothing was said in the new one";
     EXPECT_FALSE(panel().shown().has_value());
     EXPECT_FALSE(microphone().isCapturing()) << "no key would end it";
     EXPECT_EQ(recordingsLeft(), 0U);

@@ -58,6 +58,29 @@ TEST_F(EngineChange, SendsNothingThatWasSaidInLocalOnlyMode) {
     expectCleanNextDictation();
 }
 
+TEST_F(EngineChange, KeepsTheFileOfLocalOnlyModeOnThisMachineWhenTheModeIsLeftBeforeTheKey) {
+    recogniser().answerWith("from this machine");
+    setLocalOnly(true);
+    hold(1);
+    setLocalOnly(false);
+    ASSERT_TRUE(state().transcriptionManager->isStreamingPreferred());
+    letGo();
+    EXPECT_EQ(pastedTexts(), Texts{"from this machine"});
+    EXPECT_TRUE(network().requests().empty());
+    EXPECT_EQ(bytesHeard(), 0U) << "the session that is open now is for the next dictation";
+}
+
+TEST_F(EngineChange, KeepsALostRecordingOfLocalOnlyModeOnThisMachine) {
+    recogniser().answerWith("from this machine");
+    setLocalOnly(true);
+    hold(1);
+    advance(601);
+    setLocalOnly(false);
+    letGo();
+    EXPECT_EQ(state().lastTranscription.get(), "from this machine");
+    EXPECT_TRUE(network().requests().empty());
+}
+
 TEST_F(EngineChange, SendsNothingMoreAfterTheLocalEngineWasChosen) {
     recogniser().answerWith("from this machine");
     hold(1);
@@ -118,6 +141,34 @@ TEST_F(EngineChange, WipesABufferThatWasLeftOver) {
     EXPECT_EQ(bytesHeard(), 24576U);
     answer("only this");
     advance(1);
+}
+
+TEST_F(EngineChange, EndsHandsFreeModeAndKeepsWhatWasSaidInIt) {
+    recogniser().answerWith("from this machine");
+    tap();
+    ASSERT_TRUE(isListening());
+    speak(0.5, 0.1F);
+    setLocalOnly(true);
+    speak(0.5, 0.1F);
+    speak(2.2, 0.0F);
+    advance(5);
+    expectAtRest();
+    EXPECT_EQ(state().errorMessage.get(), "Hands-free mode needs Streaming or Hybrid.");
+    EXPECT_EQ(state().lastTranscription.get(), "from this machine");
+    EXPECT_TRUE(network().requests().empty());
+}
+
+TEST_F(EngineChange, KeepsTheEndOfALongForm) {
+    recogniser().answerWith("all of it");
+    willHear({"the first part"});
+    hold(6);
+    EXPECT_EQ(pastedTexts(), Texts{"the first part"});
+    prefer(Preference::local);
+    speak(3);
+    letGo(3);
+    EXPECT_EQ(pastedTexts(), Texts{"the first part"});
+    EXPECT_EQ(state().lastTranscription.get(), "all of it");
+    EXPECT_EQ(history().size(), 2U);
 }
 
 } // namespace sonvale::core

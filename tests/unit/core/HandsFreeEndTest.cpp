@@ -63,6 +63,25 @@ TEST_F(HandsFreeEnd, KeepsTheLastUtteranceWhenTheModeIsEnteredAndLeftWhileItIsHe
     EXPECT_EQ(pastedTexts(), Texts{"the utterance"});
 }
 
+TEST_F(HandsFreeEnd, CleansUpOnceWhenAFailureAndATapEndItTogether) {
+    start({"um first words", std::nullopt});
+    utter();
+    const auto subscription = state().errorMessage.subscribe([this](const auto& message) {
+        // A tap that was waiting while the failure was worked on.
+        if (message)
+            runtime::spawn(runtimeSupport().main(),
+                           state().handleHotkey(HotkeyAction::handsFree, hotkeys::HotkeyEventType::down));
+    });
+    network().failHandshakes(UrlError(UrlError::Code::cannotConnectToHost, "nobody there"));
+    network().answerNext(200, "lost words");
+    willClean({"First words.", "First words."}); // one of them too many
+    utter();
+    advance(10);
+    expectAtRest();
+    EXPECT_EQ(undone(), 1);
+    EXPECT_EQ(pastedTexts(), (Texts{"um first words", "First words."}));
+}
+
 TEST_F(HandsFreeEnd, EndsWhenTheRecorderDoesNotStart) {
     microphone().setFormat({0, 0});
     start({});
@@ -99,6 +118,38 @@ TEST_F(HandsFreeEnd, EndsAtOnceWhenTheMicrophoneGoesInTheMiddle) {
     advance(5);
     EXPECT_EQ(undone(), 2);
     EXPECT_EQ(pastedTexts().size(), typed);
+}
+
+TEST_F(HandsFreeEnd, LeavesTheTextOfAnotherDictationThatIsBeingMade) {
+    willHear({});
+    network().answerNext(200, "words");
+    press(HotkeyAction::pushToTalk);
+    speak(0.5);
+    release(HotkeyAction::pushToTalk);
+    tap();
+    tap();
+    advance(5);
+    expectAtRest();
+    ASSERT_EQ(history().size(), 1U);
+    EXPECT_EQ(history().front().rawText, "words");
+    EXPECT_EQ(state().lastTranscription.get(), "words");
+}
+
+TEST_F(HandsFreeEnd, LeavesTheFileOfAnotherDictationThatIsBeingTranscribed) {
+    prefer(transcription::TranscriptionEnginePreference::local);
+    recogniser().hold();
+    press(HotkeyAction::pushToTalk);
+    speak(0.5);
+    release(HotkeyAction::pushToTalk);
+    tap();
+    tap();
+    advance(1);
+    EXPECT_EQ(recordingsLeft(), 1U) << "the recogniser is reading it";
+    recogniser().answer("words");
+    advance(2);
+    EXPECT_EQ(pastedTexts(), Texts{"words"});
+    EXPECT_EQ(recogniser().startedCount(), 1);
+    EXPECT_EQ(recordingsLeft(), 0U);
 }
 
 } // namespace sonvale::core

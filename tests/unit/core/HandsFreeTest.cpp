@@ -251,6 +251,7 @@ TEST_F(HandsFree, CanBeCancelledWhileAnUtteranceIsCommitted) {
 
 TEST_F(HandsFree, RepairsItselfAfterACommitThatFailed) {
     start({std::nullopt, "second words", ""});
+    network().answerNext(200, "first words");
     utter();
     EXPECT_TRUE(isListening());
     EXPECT_EQ(state().errorMessage.get(), std::nullopt);
@@ -266,6 +267,8 @@ TEST_F(HandsFree, EndsWithAMessageWhenItCannotConnectAgain) {
     start({"first words", std::nullopt});
     utter();
     network().failHandshakes(UrlError(UrlError::Code::cannotConnectToHost, "nobody there"));
+    network().failNext(UrlError::Code::cannotConnectToHost, "nobody there");
+    recogniser().failWith({platform::assistantErrorDomain, platform::noSpeechErrorCode, "nothing"});
     utter();
     advance(10);
     expectAtRest();

@@ -116,6 +116,7 @@ TEST_F(LongForm, GivesTheLastPartNoBlankWhenTheFirstWasSilence) {
 
 TEST_F(LongForm, GoesOnAfterACommitThatFailed) {
     willHear({std::nullopt, "the rest"});
+    network().answerNext(200, "all of it");
     hold(8);
     letGo();
     expectAtRest();
@@ -125,11 +126,15 @@ TEST_F(LongForm, GoesOnAfterACommitThatFailed) {
 
 TEST_F(LongForm, KeepsTheFirstPartWhenTheLastFails) {
     willHear({"the first part", std::nullopt});
+    network().hangNext();
     hold(8);
     letGo();
-    expectAtRest();
     EXPECT_EQ(pastedTexts(), Texts{"the first part"});
     EXPECT_EQ(state().lastTranscription.get(), "the first part");
+    ASSERT_TRUE(network().lastRequest()) << "the file is sent";
+    network().lastRequest()->answer(200, "all of it");
+    advance(1);
+    expectAtRest();
 }
 
 TEST_F(LongForm, WaitsForACommitThatIsOnItsWayAtTheRelease) {

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "platform/SecureRandom.h"
+
+#include <filesystem>
+
+namespace sonvale::core {
+
+/// The file of a recording that has ended. Overwrites and deletes it when the last owner goes, whatever the
+/// reason; a file that cannot be deleted is left to the daily cleaning. Movable; any thread.
+class RecordingFile {
+public:
+    /// Takes over `path`; `random` must outlive the object.
+    RecordingFile(std::filesystem::path path, platform::SecureRandom& random);
+    RecordingFile(RecordingFile&& other) noexcept;
+    RecordingFile& operator=(RecordingFile&& other) noexcept;
+    ~RecordingFile();
+
+    const std::filesystem::path& path() const { return path_; }
+
+private:
+    void deleteFile() noexcept;
+
+    std::filesystem::path path_; ///< empty after a move
+    platform::SecureRandom* random_;
+};
+
+} // namespace sonvale::core
