@@ -94,6 +94,11 @@ AppState::AppState(const Environment& environment)
         transcriptionManager->preferredEngine = transcription::TranscriptionEnginePreference::local;
 }
 
+AppState::~AppState() {
+    discardCapture();
+    resumeMedia();
+}
+
 /// The key of the direct path, or the user's own token.
 services::TokenProvider AppState::makeTokenProvider() const {
     if (const auto& key = environment_.addresses.key)

@@ -42,6 +42,9 @@ public:
     /// yet.
     static std::shared_ptr<AppState> make(const Environment& environment);
 
+    /// Throws a recording that runs away and resumes the media that it paused. Main actor.
+    ~AppState();
+
     AppState(const AppState&) = delete;
     AppState& operator=(const AppState&) = delete;
 

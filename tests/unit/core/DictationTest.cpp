@@ -390,11 +390,36 @@ TEST_F(Dictation, HearsTheShortcutThroughTheListener) {
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"by the key"});
 }
 
-TEST_F(Dictation, OutlivesItsOwnController) {
+TEST_F(Dictation, EndsWithItsController) {
+    players().report(true);
     press(HotkeyAction::pushToTalk);
+    speak(0.2);
+    ASSERT_FALSE(players().isPlaying());
+    ASSERT_EQ(recordingsLeft(), 1U);
+    const auto controller = state().weak_from_this();
     dropState();
-    advance(1);
+    EXPECT_TRUE(controller.expired()) << "no loop of its own keeps it";
+    EXPECT_FALSE(microphone().isCapturing());
+    EXPECT_EQ(recordingsLeft(), 0U);
+    EXPECT_TRUE(players().isPlaying());
+    advance(601);
+    EXPECT_EQ(runtimeSupport().registry().count(), 0U);
+}
+
+TEST_F(Dictation, EndsWhileItsTextIsMadeWhenTheProgramQuits) {
+    players().report(true);
+    recogniser().hold();
+    press(HotkeyAction::pushToTalk);
+    speak(0.2);
+    release(HotkeyAction::pushToTalk);
+    ASSERT_EQ(state().recordingState.get(), RecordingState::processing);
+    runtimeSupport().registry().cancelAll();
     runtimeSupport().runUntilIdle();
+    EXPECT_EQ(runtimeSupport().registry().count(), 0U);
+    EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
+    EXPECT_EQ(recordingsLeft(), 0U);
+    EXPECT_TRUE(players().isPlaying());
+    EXPECT_TRUE(pastedTexts().empty());
 }
 
 } // namespace sonvale::core
