@@ -40,6 +40,7 @@ void endCapture(benchmark::State& state) {
         engine->start();
         tests::pauseMilliseconds(50);
         state.ResumeTiming();
+        engine->drain();
         engine->removeTap();
         engine->stop();
         engine.reset();

@@ -140,11 +140,19 @@ platform::AudioEngine::TapBlock AudioRecorder::makeTapBlock() {
     };
 }
 
-std::optional<std::filesystem::path> AudioRecorder::stopRecording() {
+void AudioRecorder::drain() {
+    main_.assertCurrent();
+    if (audioEngine_)
+        audioEngine_->drain();
+}
+
+std::optional<std::filesystem::path> AudioRecorder::stopRecording(Tail tail) {
     main_.assertCurrent();
     if (!audioEngine_)
         return std::nullopt;
 
+    if (tail == Tail::keep)
+        drain();
     endCapture();
     reportStop();
     return recordingURL_;

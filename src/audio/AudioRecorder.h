@@ -31,6 +31,9 @@ public:
     /// once the recording has been cleaned up: they are then overwritten.
     using BufferConsumer = std::function<void(const platform::PcmBufferPtr&)>;
 
+    /// What a stop does about the sounds that the input has not handed out yet.
+    enum class Tail { keep, drop };
+
     /// Seconds after its start at which whatever is being recorded is stopped.
     static constexpr double maxRecordingDuration = 600.0;
 
@@ -52,10 +55,16 @@ public:
     /// file is left.
     void startRecording();
 
+    /// Delivers everything that was spoken before this call to the file and the consumer; the recording goes
+    /// on. Blocks for as long as the input says that it holds something, 60 ms at most. Does nothing without
+    /// a capture.
+    void drain();
+
     /// Stops the capture, closes the file and returns it; it stays until `cleanupRecording()`. Nothing
-    /// without a capture, or between segments. What was spoken before the call is in the file. Blocks while
-    /// the input hands out its last samples (60 ms at most) and the file is finished.
-    std::optional<std::filesystem::path> stopRecording();
+    /// without a capture, or between segments. With `Tail::keep`, what was spoken before the call is in the
+    /// file: it drains first. `Tail::drop` is for a file that nobody will read. Blocks while the file is
+    /// finished.
+    std::optional<std::filesystem::path> stopRecording(Tail tail = Tail::keep);
 
     /// Stops the capture and forgets the recording. Its file stays on disk and is returned, now the caller's
     /// to delete; nothing when there was none.

@@ -19,6 +19,7 @@ runtime::Task<std::optional<std::string>> AppState::finalizePiece() {
     // The service's answers do not say to which of two commits they belong.
     const auto turn = co_await pieceCommit_.lock();
     const auto engine = transcriptionManager->realtimeEngine;
+    audioRecorder->drain();
     try {
         co_return co_await engine->finalizeStreamingTranscription();
     } catch (const std::exception&) {

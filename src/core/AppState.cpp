@@ -374,7 +374,8 @@ runtime::Task<> AppState::stopDictation() {
     if (transcriptionManager->isStreamingPreferred())
         text = co_await finalizeStream();
 
-    const auto file = audioRecorder->stopRecording();
+    using Tail = audio::AudioRecorder::Tail;
+    const auto file = audioRecorder->stopRecording(text ? Tail::drop : Tail::keep);
     if (!file) {
         endWithoutAudio(text);
         co_return;
@@ -396,7 +397,9 @@ runtime::Task<> AppState::stopDictation() {
 /// The text of the running session; absent when the file has to give it.
 runtime::Task<std::optional<std::string>> AppState::finalizeStream() {
     const auto engine = transcriptionManager->realtimeEngine;
-    // What is said from here on belongs to no dictation, and the session may serve the next one.
+    // The last sounds before the key went up are still inside the input. What is said from here on belongs to
+    // no dictation, and the session may serve the next one.
+    audioRecorder->drain();
     audioRecorder->setOnBuffer(nullptr);
 
     const double startTime = environment_.clock.now();

@@ -22,7 +22,7 @@ public:
 class AudioEngine {
 public:
     /// Receives the captured audio on the capture thread, in order and without gaps, in buffers of the asked
-    /// size; the last one before the end may be shorter. It must not block.
+    /// size; the last buffer before the end, or of a `drain()`, may be shorter. It must not block.
     using TapBlock = std::function<void(const PcmBufferPtr&)>;
 
     AudioEngine() = default;
@@ -41,9 +41,13 @@ public:
     /// Sets the one receiver; before `start()`.
     virtual void installTap(std::size_t bufferFrames, TapBlock block) = 0;
 
-    /// Delivers everything that was spoken before this call (waiting for the device's own delay, 60 ms at
-    /// most), then lets go of the receiver: when it returns, no block runs or will run. Nothing without a
-    /// tap.
+    /// Delivers everything that was spoken before this call; the capture goes on. Waits for what the device
+    /// still holds by its own report, 60 ms at most, then delivers an unfinished buffer as it is. Does
+    /// nothing without a tap, and does not wait if the capture does not run.
+    virtual void drain() = 0;
+
+    /// Delivers an unfinished buffer, then lets go of the receiver: when it returns, no block runs or will
+    /// run. Does not wait for the device. Does nothing without a tap.
     virtual void removeTap() = 0;
 
     /// Begins capturing; returns once the device delivers or is sure to. Throws `AudioEngineError`.

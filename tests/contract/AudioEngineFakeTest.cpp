@@ -7,6 +7,7 @@ namespace {
 
 class FakeRig {
 public:
+    static constexpr bool hasADelay = false;
     explicit FakeRig(int channels) {
         engines_.control().setFormat({48000, static_cast<std::uint32_t>(channels)});
     }

@@ -18,6 +18,7 @@ namespace {
 
 class PulseRig {
 public:
+    static constexpr bool hasADelay = true;
     explicit PulseRig(int channels)
         : microphone_(sound_, "pipemic", channels) {}
     platform::AudioEngines& engines() { return engines_; }
@@ -88,6 +89,7 @@ TEST(PulseAudioEngine, RecordsWhatIsPlayedIntoTheMicrophoneWithoutAGap) {
     engine->start();
     auto player = sound.play(file, 300);
     EXPECT_EQ(player.wait(20), 0);
+    engine->drain();
     engine->removeTap();
     engine->stop();
 
@@ -199,7 +201,8 @@ TEST(PulseAudioEngine, DoesNotRecordTheSpeakersWhenTheMicrophoneIsUnplugged) {
     EXPECT_GE(before, 9600U);
     pauseMilliseconds(200);
     EXPECT_EQ(tap.frames(), before);
-    EXPECT_LT(secondsOf([&] { engine->removeTap(); }), 0.5);
+    EXPECT_LT(secondsOf([&] { engine->drain(); }), 0.5);
+    engine->removeTap();
     engine->stop();
 }
 
@@ -228,6 +231,7 @@ TEST(PulseAudioEngine, LetsGoOfAServerThatFreezesInTheMiddle) {
     sound.server().signal(SIGSTOP);
 
     EXPECT_LT(secondsOf([&] {
+                  engine->drain();
                   engine->removeTap();
                   engine->stop();
                   engine.reset();

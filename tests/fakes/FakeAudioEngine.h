@@ -42,6 +42,13 @@ public:
             session->take(samples);
     }
 
+    /// Samples that the device holds for now: they reach the tap with the next `drain()`, as `speak` would
+    /// bring them. Lost without one.
+    void speakIntoDevice(const std::vector<float>& samples) {
+        if (const auto session = running())
+            session->hold(samples);
+    }
+
     /// Hands `buffer` to the tap as it is.
     void deliver(const platform::PcmBufferPtr& buffer) {
         if (const auto session = running())
@@ -57,7 +64,8 @@ public:
         setFormat({});
     }
 
-    /// What engines were told, in order: "make", "installTap", "start", "removeTap", "stop", "destroy".
+    /// What engines were told, in order: "make", "installTap", "start", "drain", "removeTap", "stop",
+    /// "destroy".
     std::vector<std::string> calls() const {
         const std::lock_guard lock(mutex_);
         return calls_;
@@ -94,6 +102,21 @@ private:
                 hand(buffer);
         }
 
+        void hold(const std::vector<float>& samples) {
+            const std::lock_guard lock(mutex);
+            held.insert(held.end(), samples.begin(), samples.end());
+        }
+
+        void drain() {
+            std::vector<float> samples;
+            {
+                const std::lock_guard lock(mutex);
+                samples.swap(held);
+            }
+            take(samples);
+            flush();
+        }
+
         void flush() {
             platform::PcmBufferPtr last;
             {
@@ -126,6 +149,7 @@ private:
         std::atomic<bool> isRunning = false;
         std::mutex mutex;
         std::vector<float> rest;   ///< guarded by `mutex`
+        std::vector<float> held;   ///< guarded by `mutex`
         std::size_t tapFrames = 0; ///< guarded by `mutex`
         std::mutex tapMutex;
         platform::AudioEngine::TapBlock tap; ///< guarded by `tapMutex`
@@ -174,6 +198,14 @@ public:
         }
         const std::lock_guard lock(session_->tapMutex);
         session_->tap = std::move(block);
+    }
+
+    void drain() override {
+        microphone_->note("drain");
+        if (session_->isRunning)
+            session_->drain();
+        else
+            session_->flush();
     }
 
     void removeTap() override {

@@ -44,12 +44,19 @@ public:
         cutter_.emplace(format(), bufferFrames, std::move(block));
     }
 
-    void removeTap() {
+    void drain() {
         const PulseConnection::Lock lock(*connection_);
         if (!cutter_)
             return;
         if (isRunning_)
             waitForWhatWasSpoken();
+        cutter_->flush();
+    }
+
+    void removeTap() {
+        const PulseConnection::Lock lock(*connection_);
+        if (!cutter_)
+            return;
         cutter_->flush();
         cutter_.reset();
     }
@@ -244,6 +251,11 @@ AudioFormat PulseAudioEngine::outputFormat() const {
 void PulseAudioEngine::installTap(std::size_t bufferFrames, TapBlock block) {
     if (capture_)
         capture_->installTap(bufferFrames, std::move(block));
+}
+
+void PulseAudioEngine::drain() {
+    if (capture_)
+        capture_->drain();
 }
 
 void PulseAudioEngine::removeTap() {

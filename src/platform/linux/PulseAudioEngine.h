@@ -22,6 +22,7 @@ public:
     AudioFormat inputFormat() const override;
     AudioFormat outputFormat() const override;
     void installTap(std::size_t bufferFrames, TapBlock block) override;
+    void drain() override;
     void removeTap() override;
     void start() override;
     void stop() override;

@@ -285,25 +285,32 @@ TEST_F(AudioRecorderTest, GoesOnWhenWritingFails) {
 }
 
 TEST_F(AudioRecorderTest, LetsEverythingHappenWhileBuffersArrive) {
-    constexpr int buffers = 3000;
-    std::atomic<int> heard = 0;
+    std::atomic<bool> isOver = false;
     start();
     std::thread captureThread([&] {
-        for (int i = 0; i < buffers; ++i)
+        while (!isOver)
             deliver(0.5F, 16);
     });
     for (int round = 0; round < 100; ++round) {
-        onMain([&] { recorder->setOnBuffer([&](const platform::PcmBufferPtr&) { ++heard; }); });
+        const auto heard = std::make_shared<std::atomic<int>>(0);
+        onMain([&] { recorder->setOnBuffer([heard](const platform::PcmBufferPtr&) { ++*heard; }); });
+        while (*heard < 3)
+            std::this_thread::yield();
         closeSegment();
         cleanUp();
+        // The capture thread may still be inside the consumer, but it does not call it again.
+        const int atTheEnd = *heard;
         openSegment();
+        EXPECT_LE(*heard, atTheEnd + 1);
     }
     const auto path = stop();
     cleanUp();
+    isOver = true;
     captureThread.join();
     runtime.runUntilIdle();
-    EXPECT_LE(heard, buffers);
     EXPECT_TRUE(files.isClosed(path.value()));
+    EXPECT_EQ(files.created().size(), 101U);
+    int heard = 0;
     EXPECT_EQ(recorder->audioLevel.get(), 0);
 
     start();
@@ -322,6 +329,42 @@ TEST_F(AudioRecorderTest, StopClosesTheFileAndReturnsIt) {
     EXPECT_FALSE(recorder->isRecording.get());
     EXPECT_FALSE(isCapturing());
     EXPECT_EQ(recorder->audioLevel.get(), 0);
+    EXPECT_EQ(microphone.calls(), (std::vector<std::string>{"make", "installTap", "start", "drain",
+                                                            "removeTap", "stop", "destroy"}));
+}
+
+TEST_F(AudioRecorderTest, DrainDeliversWhatTheDeviceHoldsAndGoesOn) {
+    std::vector<float> heard;
+    start();
+    onMain([&] {
+        recorder->setOnBuffer([&](const platform::PcmBufferPtr& buffer) {
+            const auto samples = buffer->channel(0);
+            heard.insert(heard.end(), samples.begin(), samples.end());
+        });
+    });
+    microphone.speak(std::vector<float>(700, 0.25F));
+    microphone.speakIntoDevice(std::vector<float>(800, 0.5F));
+    EXPECT_TRUE(heard.empty());
+    onMain([&] { recorder->drain(); });
+    auto expected = std::vector<float>(700, 0.25F);
+    expected.resize(1500, 0.5F);
+    EXPECT_EQ(heard, expected);
+    EXPECT_EQ(files.samples(onlyFile()), expected);
+    EXPECT_TRUE(recorder->isRecording.get());
+
+    microphone.speak(std::vector<float>(1024, 1));
+    expected.resize(2524, 1);
+    EXPECT_EQ(heard, expected);
+    EXPECT_EQ(files.samples(stop().value()), expected);
+    onMain([&] { recorder->drain(); });
+    EXPECT_EQ(heard, expected);
+}
+
+TEST_F(AudioRecorderTest, StopDoesNotWaitForTheTailOfAFileThatNobodyReads) {
+    start();
+    microphone.speakIntoDevice(std::vector<float>(1500, 0.5F));
+    const auto path = onMain([&] { return recorder->stopRecording(AudioRecorder::Tail::drop); });
+    EXPECT_EQ(files.samples(path.value()), std::vector<float>());
     EXPECT_EQ(microphone.calls(),
               (std::vector<std::string>{"make", "installTap", "start", "removeTap", "stop", "destroy"}));
 }
@@ -329,8 +372,9 @@ TEST_F(AudioRecorderTest, StopClosesTheFileAndReturnsIt) {
 TEST_F(AudioRecorderTest, StopKeepsWhatWasSpokenUntilTheLastMoment) {
     start();
     microphone.speak(std::vector<float>(1500, 0.5F));
+    microphone.speakIntoDevice(std::vector<float>(300, 0.5F));
     const auto path = stop();
-    EXPECT_EQ(files.samples(path.value()), std::vector<float>(1500, 0.5F));
+    EXPECT_EQ(files.samples(path.value()), std::vector<float>(1800, 0.5F));
     EXPECT_EQ(recorder->audioLevel.get(), 0) << "the last buffer's level must not stay behind";
 }
 
@@ -641,10 +685,15 @@ TEST_F(AudioRecorderTest, EndsEverythingWithTheRecorder) {
 
 TEST_F(AudioRecorderTest, DropsALevelThatComesAfterTheRecorder) {
     start();
+    std::vector<float> levels;
+    const auto subscription = recorder->audioLevel.subscribe([&](float value) { levels.push_back(value); });
+    const std::weak_ptr<AudioRecorder> watched = recorder;
     onMain([&] {
         deliver(0.5F);
         recorder.reset();
+        EXPECT_TRUE(watched.expired()) << "a level on its way must not keep the recorder";
     });
+    EXPECT_EQ(levels, std::vector<float>());
     EXPECT_FALSE(microphone.isCapturing());
 }
 

@@ -60,6 +60,24 @@ TEST_F(HandsFree, EndsAnUtteranceAfterTwoSecondsOfSilence) {
     stop();
 }
 
+TEST_F(HandsFree, SendsTheLastSoundsBeforeEachCommit) {
+    start({"words", "last words"});
+    speak(0.512, 0.1F);
+    microphone().speakIntoDevice(std::vector<float>(700, 0.1F));
+    speak(2.2, 0.0F);
+    ASSERT_EQ(commits(), 1U);
+    // Two bytes for two samples of the microphone.
+    constexpr std::size_t samples = 24576 + 105600 + 700;
+    EXPECT_EQ(bytesHeard(), samples);
+    microphone().speak(std::vector<float>(500, 0.1F));
+    microphone().speakIntoDevice(std::vector<float>(300, 0.1F));
+    const auto session = network().lastSocket();
+    tap();
+    advance(10);
+    EXPECT_EQ(bytesHeard(*session), samples + 800);
+    expectAtRest();
+}
+
 TEST_F(HandsFree, ReplacesThePiecesByTheCleanedWhole) {
     start({"um first words", "second words", ""});
     utter();

@@ -51,6 +51,23 @@ TEST_F(LongForm, TypesTheFirstPartWhileTheKeyIsHeldAndTheRestAtItsRelease) {
     EXPECT_FALSE(printed("stopDictation total: "));
 }
 
+TEST_F(LongForm, SendsTheLastSoundsBeforeEachCommit) {
+    willHear({"the first part", "and the rest"});
+    hold(4.992);
+    const auto before = bytesHeard();
+    microphone().speakIntoDevice(std::vector<float>(700, 0.1F));
+    advance(0.1);
+    ASSERT_EQ(commits(), 1U);
+    EXPECT_EQ(before % 1024, 0U);
+    EXPECT_EQ(bytesHeard(), 4.992 * 48000 + 700);
+    microphone().speak(std::vector<float>(500, 0.1F));
+    microphone().speakIntoDevice(std::vector<float>(300, 0.1F));
+    release(HotkeyAction::pushToTalk);
+    EXPECT_EQ(bytesHeard(), 4.992 * 48000 + 1500);
+    advance(3);
+    expectAtRest();
+}
+
 TEST_F(LongForm, ReplacesThePartsByTheCleanedWhole) {
     willHear({"um the first part", "and the rest"});
     hold(6);

@@ -72,6 +72,34 @@ TEST_F(StreamingDictation, SendsNothingThatIsSaidAfterTheKeyWentUp) {
     settle();
 }
 
+TEST_F(StreamingDictation, SendsTheLastSoundsBeforeTheKeyWentUpAndThenTheCommit) {
+    hold();
+    microphone().speak(std::vector<float>(600, 0.1F));
+    microphone().speakIntoDevice(std::vector<float>(800, 0.1F));
+    letGo();
+    EXPECT_EQ(bytesHeard(), 24576U + 1400);
+    EXPECT_NE(socket().texts().back().find("input_audio_buffer.commit"), std::string::npos);
+    answer("to the last letter");
+    settle();
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"to the last letter"});
+}
+
+TEST_F(StreamingDictation, WaitsForTheDeviceOnceAndNotAgainForAFileThatNobodyReads) {
+    const auto drains = [&] { return std::ranges::count(microphone().calls(), std::string("drain")); };
+    hold();
+    letGo();
+    answer("streamed");
+    settle();
+    EXPECT_EQ(drains(), 1);
+    network().answerNext(200, "from the file");
+    hold();
+    socket().close();
+    letGo();
+    settle();
+    EXPECT_EQ(pastedTexts().back(), "from the file");
+    EXPECT_EQ(drains(), 3) << "the file has what was said until the end";
+}
+
 TEST_F(StreamingDictation, TakesTheTextFromTheFileWhenTheSessionIsLost) {
     network().answerNext(200, "from the file");
     hold();

@@ -60,9 +60,10 @@ protected:
         }
         return count;
     }
-    std::size_t bytesHeard() {
+    std::size_t bytesHeard() { return bytesHeard(socket()); }
+    static std::size_t bytesHeard(const FakeSocket& of) {
         std::size_t bytes = 0;
-        for (const auto& text : socket().texts()) {
+        for (const auto& text : of.texts()) {
             const auto frame = base::Json::parse(text);
             if (frame.at("type") == "input_audio_buffer.append")
                 bytes += base::decodeBase64(frame.at("audio").get<std::string>()).value().size();
