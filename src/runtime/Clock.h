@@ -20,8 +20,12 @@ public:
     Clock& operator=(const Clock&) = delete;
     virtual ~Clock() = default;
 
-    /// Seconds on a clock that never goes back. Only differences mean anything. Any thread.
+    /// Seconds on a clock that never goes back. It counts the time that the machine sleeps, and so do timers.
+    /// Only differences mean anything. Any thread.
     virtual double now() const = 0;
+
+    /// Seconds that the machine has slept since it started. Only differences mean anything. Any thread.
+    virtual double secondsAsleep() const = 0;
 
     /// The calendar's time. Any thread.
     virtual Date date() const = 0;

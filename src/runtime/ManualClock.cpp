@@ -9,6 +9,11 @@ double ManualClock::now() const {
     return now_;
 }
 
+double ManualClock::secondsAsleep() const {
+    const std::lock_guard lock(mutex_);
+    return asleep_;
+}
+
 Date ManualClock::date() const {
     const std::lock_guard lock(mutex_);
     return date_;
@@ -63,6 +68,18 @@ void ManualClock::advance(double seconds) {
     const auto rest = std::max(end - now_, 0.0);
     date_ += std::chrono::duration_cast<Date::duration>(std::chrono::duration<double>(rest));
     now_ += rest;
+}
+
+void ManualClock::sleepThrough(double seconds) {
+    if (settle_)
+        settle_();
+    {
+        const std::lock_guard lock(mutex_);
+        now_ += seconds;
+        asleep_ += seconds;
+        date_ += std::chrono::duration_cast<Date::duration>(std::chrono::duration<double>(seconds));
+    }
+    advance(0);
 }
 
 std::size_t ManualClock::pending() const {

@@ -1,39 +1,83 @@
 #include "runtime/SystemClock.h"
 
-#include <condition_variable>
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstdint>
+#include <ctime>
 #include <map>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <unordered_map>
 
 namespace sonvale::runtime {
 
-using Steady = std::chrono::steady_clock;
+namespace {
+
+double secondsOn(clockid_t clock) {
+    timespec time{};
+    clock_gettime(clock, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+} // namespace
 
 struct SystemClock::Impl {
-    using Key = std::pair<Steady::time_point, TimerId>;
+    /// Due time on CLOCK_BOOTTIME, and the order of scheduling.
+    using Key = std::pair<double, TimerId>;
 
     std::mutex mutex;
-    std::condition_variable changed;
     std::map<Key, std::function<void()>> timers;
-    std::unordered_map<TimerId, Steady::time_point> dueTimes;
+    std::unordered_map<TimerId, double> dueTimes;
     TimerId nextId = 1;
     bool isEnding = false;
+    int alarm = -1; ///< a timerfd; set under `mutex`, read without
     std::thread thread;
+
+    Impl() {
+        // CLOCK_MONOTONIC stands still while the machine sleeps.
+        alarm = timerfd_create(CLOCK_BOOTTIME, TFD_CLOEXEC);
+        if (alarm < 0)
+            throw std::system_error(errno, std::generic_category(), "timerfd_create");
+    }
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl&) = delete;
+    ~Impl() { close(alarm); }
+
+    /// Sets the alarm to the first timer. Under `mutex`.
+    void arm() const {
+        itimerspec setting{}; // all zero: never
+        if (isEnding) {
+            setting.it_value.tv_nsec = 1;
+        } else if (!timers.empty()) {
+            const double due = std::max(timers.begin()->first.first, 1e-3);
+            const double whole = std::floor(due);
+            // Rounded up: the timer is due when the thread wakes.
+            setting.it_value.tv_sec = static_cast<time_t>(whole);
+            setting.it_value.tv_nsec =
+                std::min(static_cast<long>(std::ceil((due - whole) * 1e9)), 999999999L);
+        }
+        timerfd_settime(alarm, TFD_TIMER_ABSTIME, &setting, nullptr);
+    }
 
     void run() {
         std::unique_lock lock(mutex);
         while (!isEnding) {
-            if (timers.empty()) {
-                changed.wait(lock);
+            const bool isDue = !timers.empty() && timers.begin()->first.first <= secondsOn(CLOCK_BOOTTIME);
+            if (!isDue) {
+                arm();
+                lock.unlock();
+                std::uint64_t expirations = 0;
+                // An interrupted read looks again, as one does that ended too early.
+                static_cast<void>(read(alarm, &expirations, sizeof expirations));
+                lock.lock();
                 continue;
             }
             const auto first = timers.begin();
-            const auto due = first->first.first;
-            if (Steady::now() < due) {
-                changed.wait_until(lock, due);
-                continue;
-            }
             dueTimes.erase(first->first.second);
             const auto action = std::move(timers.extract(first).mapped());
             lock.unlock();
@@ -52,13 +96,17 @@ SystemClock::~SystemClock() {
     {
         const std::lock_guard lock(impl_->mutex);
         impl_->isEnding = true;
+        impl_->arm();
     }
-    impl_->changed.notify_all();
     impl_->thread.join();
 }
 
 double SystemClock::now() const {
-    return std::chrono::duration<double>(Steady::now().time_since_epoch()).count();
+    return secondsOn(CLOCK_BOOTTIME);
+}
+
+double SystemClock::secondsAsleep() const {
+    return secondsOn(CLOCK_BOOTTIME) - secondsOn(CLOCK_MONOTONIC);
 }
 
 Date SystemClock::date() const {
@@ -66,15 +114,14 @@ Date SystemClock::date() const {
 }
 
 Clock::TimerId SystemClock::schedule(double seconds, std::function<void()> due) {
-    const auto delay = std::chrono::duration_cast<Steady::duration>(std::chrono::duration<double>(seconds));
-    const auto at = Steady::now() + delay;
+    const double at = secondsOn(CLOCK_BOOTTIME) + seconds;
     const std::lock_guard lock(impl_->mutex);
     const auto id = impl_->nextId++;
     const auto [place, isNew] = impl_->timers.emplace(Impl::Key(at, id), std::move(due));
     impl_->dueTimes.emplace(id, at);
     // Only an earlier end of the thread's wait needs waking it.
     if (place == impl_->timers.begin())
-        impl_->changed.notify_all();
+        impl_->arm();
     return id;
 }
 

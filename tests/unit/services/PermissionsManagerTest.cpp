@@ -33,6 +33,7 @@ public:
         , main_(std::move(main)) {}
 
     double now() const override { return clock_.now(); }
+    double secondsAsleep() const override { return clock_.secondsAsleep(); }
     runtime::Date date() const override { return clock_.date(); }
     TimerId schedule(double seconds, std::function<void()> due) override {
         return clock_.schedule(seconds, [this, due = std::move(due)] {
