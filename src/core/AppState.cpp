@@ -371,11 +371,16 @@ runtime::Task<> AppState::stopDictation() {
     }
 
     std::optional<std::string> text;
-    if (transcriptionManager->isStreamingPreferred())
+    const auto stalled = std::make_shared<std::optional<std::filesystem::path>>();
+    if (transcriptionManager->isStreamingPreferred()) {
+        stalledRecording_ = stalled;
         text = co_await finalizeStream();
+        if (stalledRecording_ == stalled)
+            stalledRecording_.reset();
+    }
 
     using Tail = audio::AudioRecorder::Tail;
-    const auto file = audioRecorder->stopRecording(text ? Tail::drop : Tail::keep);
+    const auto file = *stalled ? *stalled : audioRecorder->stopRecording(text ? Tail::drop : Tail::keep);
     if (!file) {
         endWithoutAudio(text);
         co_return;
@@ -405,15 +410,20 @@ runtime::Task<std::optional<std::string>> AppState::finalizeStream() {
     const double startTime = environment_.clock.now();
     std::optional<std::string> text;
     std::string remark;
+    bool isCancelled = false;
     try {
         text = co_await engine->finalizeStreamingTranscription();
+    } catch (const runtime::CancellationError& error) {
+        isCancelled = true;
+        remark = fmt::format(" (failed: {})", error.what());
     } catch (const std::exception& error) {
         remark = fmt::format(" (failed: {})", error.what());
     }
     base::perfLog(fmt::format("stopDictation → finalize: {}ms{}",
                               runtime::millisecondsSince(environment_.clock, startTime), remark));
-    // A transcript that comes after all must not turn up in the next text.
-    if (!text)
+    // A transcript that comes after all must not turn up in the next text. After a cancel the session that
+    // stands now is another one.
+    if (!text && !isCancelled)
         engine->cancelSession();
     co_return text;
 }
@@ -465,6 +475,8 @@ runtime::Task<> AppState::cancelDictation() {
         co_await cancelHandsFree();
     else if (recordingState.get() == RecordingState::recording)
         co_await cancelRecording();
+    else if (recordingState.get() == RecordingState::processing)
+        cancelStalledEnd();
 
     forceCommandMode = false;
     selectedTextForCommand = std::nullopt;
@@ -497,6 +509,12 @@ runtime::Task<> AppState::cancelRecording() {
     overlappingSegment_.reset();
     audioRecorder->stopRecording();
     audioRecorder->cleanupRecording();
+}
+
+/// The dictation goes on with its file, which the next recording must find closed.
+void AppState::cancelStalledEnd() {
+    if (transcriptionManager->realtimeEngine->cancelUncommitted() && stalledRecording_)
+        *stalledRecording_ = audioRecorder->stopRecording();
 }
 
 void AppState::preWarmEngine() {

@@ -195,6 +195,7 @@ private:
     void resumeMedia();
     runtime::Task<> cancelHandsFree();
     runtime::Task<> cancelRecording();
+    void cancelStalledEnd();
     runtime::Task<std::optional<std::string>> finalizeStream();
     void endWithoutAudio(const std::optional<std::string>& text);
     void endAfterFailedTranscription(const std::exception& error, double stopTime);
@@ -293,6 +294,8 @@ private:
     std::optional<RecordingFile> overlappingSegment_;
     runtime::TaskHandle<> rescue_; ///< of the newest recording; it waits for the one before
     std::string untypedText_;      ///< of the present dictation: kept, but not typed
+    /// Of the dictation whose commit waits: where a cancel leaves the file that it closed.
+    std::shared_ptr<std::optional<std::filesystem::path>> stalledRecording_;
 
     TypedPieces handsFreePieces_;
     bool isProcessingUtterance_ = false; ///< an utterance is being committed

@@ -14,6 +14,8 @@ namespace {
 
 constexpr double tokenTimeout = 10;
 constexpr double handshakeTimeout = 60;
+/// Seconds; less is the inaccuracy of two readings.
+constexpr double shortestSleep = 0.5;
 
 } // namespace
 
@@ -26,7 +28,8 @@ runtime::Task<> RealtimeTranscriptionEngine::startSession(platform::AudioFormat 
 bool RealtimeTranscriptionEngine::hasReadySession() const {
     const auto language = parts_.language();
     const std::lock_guard lock(accumulationLock_);
-    return sessionReady_ && webSocketTask_ && sessionLanguage_ == language;
+    return sessionReady_ && webSocketTask_ && sessionLanguage_ == language &&
+           parts_.clock.secondsAsleep() - sleptAtOpening_ < shortestSleep;
 }
 
 runtime::Task<> RealtimeTranscriptionEngine::open(Self self, platform::AudioFormat inputFormat) {
@@ -130,7 +133,7 @@ RealtimeTranscriptionEngine::connect(std::uint64_t session, const std::string& t
         webSocketTask_ = socket;
     }
     socket->resume();
-    logger_.info("RealtimeSTT: WebSocket connecting (input: {} Hz, {} ch)", inputFormat.sampleRate,
+    logger_.info("RealtimeSTT: WebSocket connecting (input: {:f} Hz, {} ch)", inputFormat.sampleRate,
                  inputFormat.channelCount);
     return socket;
 }
@@ -154,6 +157,7 @@ void RealtimeTranscriptionEngine::becomeReady(std::uint64_t session, const Socke
         if (isCurrent) {
             receiveTask_ = receiveTask;
             sessionOpenedAt_ = parts_.clock.now();
+            sleptAtOpening_ = parts_.clock.secondsAsleep();
             sessionReady_ = true;
             sessionLanguage_ = std::move(language);
         }
@@ -174,9 +178,11 @@ void RealtimeTranscriptionEngine::cancelSession() {
     runtime::TaskHandle<> refreshTask;
     Socket socket;
     std::shared_ptr<platform::UrlSession> urlSession;
+    std::shared_ptr<Commit> commit;
     {
         const std::lock_guard lock(accumulationLock_);
         ++session_;
+        commit = std::exchange(commit_, nullptr);
         receiveTask = std::exchange(receiveTask_, {});
         refreshTask = std::exchange(preWarmRefreshTask_, {});
         socket = std::exchange(webSocketTask_, nullptr);
@@ -200,6 +206,18 @@ void RealtimeTranscriptionEngine::cancelSession() {
     transcript_.forgetSession();
     sessionDroppedUnexpectedly_ = false;
     transcript_.resolveContinuation(std::make_exception_ptr(runtime::CancellationError()));
+    if (commit)
+        commit->sent.fail(std::make_exception_ptr(runtime::CancellationError()));
+}
+
+void RealtimeTranscriptionEngine::closeReadySession() {
+    {
+        const std::lock_guard lock(accumulationLock_);
+        if (!sessionReady_ || !webSocketTask_)
+            return;
+    }
+    logger_.info("RealtimeSTT: Closing an idle session whose connection may be lost");
+    cancelSession();
 }
 
 // Pre-warming.

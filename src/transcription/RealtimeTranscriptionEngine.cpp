@@ -109,38 +109,6 @@ runtime::Task<> RealtimeTranscriptionEngine::sendNextChunk(WeakSelf weakSelf) {
     }
 }
 
-/// Sends what has gathered since the last chunk, behind the chunks that are on their way.
-runtime::Task<> RealtimeTranscriptionEngine::sendRest(Self self) {
-    Chunk rest;
-    {
-        const std::lock_guard lock(self->accumulationLock_);
-        rest = {std::exchange(self->accumulatedPCM_, {}), self->webSocketTask_};
-    }
-    if (rest.pcm.empty())
-        co_return;
-    if (!rest.socket) {
-        wipe(rest.pcm);
-        throw TranscriptionError::engineUnavailable();
-    }
-    auto message = audioFrame(rest.pcm);
-    wipe(rest.pcm);
-    co_await rest.socket->send(std::move(message));
-}
-
-runtime::Task<> RealtimeTranscriptionEngine::sendMessage(Self self, WebSocketMessage message) {
-    Socket socket;
-    {
-        const std::lock_guard lock(self->accumulationLock_);
-        socket = self->webSocketTask_;
-    }
-    if (!socket) {
-        self->logger_.error("RealtimeSTT: sendMessage called with no active WebSocket — session likely "
-                            "failed to connect");
-        throw TranscriptionError::engineUnavailable();
-    }
-    co_await socket->send(std::move(message));
-}
-
 // Receiving.
 
 runtime::Task<> RealtimeTranscriptionEngine::receive(WeakSelf weakSelf, Socket socket) {
@@ -204,71 +172,6 @@ void RealtimeTranscriptionEngine::logLifecycle(const char* occasion) {
     if (openedAt)
         logger_.info("RealtimeSTT: Session lifecycle{} — duration: {:.1f}s, audio_sent: {}", occasion,
                      parts_.clock.now() - *openedAt, audioWasSentInSession_.exchange(false));
-}
-
-// The end of an utterance.
-
-runtime::Task<std::string> RealtimeTranscriptionEngine::finalizeStreamingTranscription() {
-    return runtime::runOn(parts_.pool, finalize(shared_from_this()));
-}
-
-runtime::Task<std::string> RealtimeTranscriptionEngine::finalize(Self self) {
-    self->transcript_.beginUtterance();
-
-    static const UnderlyingError droppedSession{"RealtimeSTT", -1,
-                                                "WebSocket session ended during recording"};
-    if (self->sessionDroppedUnexpectedly_) {
-        self->logger_.error("RealtimeSTT: Session dropped during recording — cannot finalize");
-        throw TranscriptionError::networkError(droppedSession);
-    }
-
-    std::deque<runtime::TaskHandle<>> pending;
-    {
-        const std::lock_guard lock(self->pendingSendLock_);
-        pending = std::exchange(self->pendingSendTasks_, {});
-    }
-    for (const auto& task : pending)
-        co_await task.value();
-
-    co_await runtime::runOn(self->parts_.sending, sendRest(self));
-    self->transcript_.expectOutcome();
-    co_await sendMessage(self, commitFrame());
-    self->logger_.info("RealtimeSTT: Buffer committed — awaiting transcript");
-
-    std::function<void(runtime::Continuation<std::string>)> wait =
-        [self](runtime::Continuation<std::string> continuation) {
-            self->transcript_.installContinuation(std::move(continuation));
-            runtime::spawn(self->parts_.pool, watchWait(self, &self->parts_.clock));
-            // The loss of the socket may have come while nobody waited.
-            if (self->sessionDroppedUnexpectedly_)
-                self->transcript_.resolveContinuation(
-                    std::make_exception_ptr(TranscriptionError::networkError(droppedSession)));
-        };
-    co_return co_await runtime::suspend<std::string>(std::move(wait));
-}
-
-runtime::Task<> RealtimeTranscriptionEngine::watchWait(WeakSelf weakSelf, runtime::Clock* clock) {
-    if (co_await runtime::sleep(*clock, transcriptionTimeout) == runtime::SleepOutcome::interrupted)
-        co_return;
-    const auto self = weakSelf.lock();
-    if (self && self->transcript_.resolveContinuation(std::make_exception_ptr(TranscriptionError::timeout())))
-        self->logger_.error("RealtimeSTT: Transcript timed out after 10 s");
-}
-
-void RealtimeTranscriptionEngine::discardAudio() {
-    const std::lock_guard lock(accumulationLock_);
-    wipe(accumulatedPCM_);
-}
-
-void RealtimeTranscriptionEngine::resetForNextUtterance() {
-    transcript_.forgetUtterance();
-    discardAudio();
-    {
-        const std::lock_guard lock(pendingSendLock_);
-        pendingSendTasks_.clear();
-    }
-    sessionDroppedUnexpectedly_ = false;
-    logger_.info("RealtimeSTT: Reset for next utterance (session still active)");
 }
 
 } // namespace sonvale::transcription

@@ -30,8 +30,9 @@ class RealtimeTranscriptionEngine final : public StreamingTranscriptionEngine,
                                           public std::enable_shared_from_this<RealtimeTranscriptionEngine> {
 public:
     static constexpr std::size_t targetChunkBytes = 4800; ///< 100 ms of 16-bit mono audio at 24,000 Hz
-    static constexpr double transcriptionTimeout = 10;    ///< seconds from the commit to the transcript
-    static constexpr double preWarmLifetime = 100;        ///< seconds that a session stands unused
+    static constexpr double commitTimeout = 5;         ///< seconds for the rest of the audio and the commit
+    static constexpr double transcriptionTimeout = 10; ///< seconds from the commit to the transcript
+    static constexpr double preWarmLifetime = 100;     ///< seconds that a session stands unused
 
     /// What it works with; everything referred to outlives it.
     struct Parts {
@@ -61,8 +62,9 @@ public:
 
     void appendAudio(const platform::PcmBuffer& buffer) override;
 
-    /// At most `transcriptionTimeout` after the commit; cancelling the task does not cut it short. A second
-    /// call while one waits ends the first with `runtime::CancellationError`.
+    /// At most `commitTimeout` until the commit is sent and `transcriptionTimeout` after it; cancelling the
+    /// task does not cut it short. A connection that does not take the audio in time is closed, and the call
+    /// throws `networkError`. A second call while one waits ends the first with `runtime::CancellationError`.
     runtime::Task<std::string> finalizeStreamingTranscription() override;
 
     /// Wipes the audio that has not been sent yet.
@@ -73,6 +75,14 @@ public:
 
     void cancelSession() override;
 
+    /// Cancels the session if the end of an utterance still waits for its audio to leave; that call then
+    /// throws `runtime::CancellationError`. Returns whether it did. Any thread.
+    bool cancelUncommitted();
+
+    /// Closes a session that stands ready, for a caller that knows that no recording uses it and that its
+    /// connection may be dead. Does nothing without one. Any thread.
+    void closeReadySession();
+
     /// Opens a session ahead of a recording; it is closed again when nobody has taken it within
     /// `preWarmLifetime`. Never throws. Nothing when a session stands.
     runtime::Task<> preWarm(platform::AudioFormat inputFormat);
@@ -81,7 +91,8 @@ public:
     void clearPreWarmState();
 
     /// Whether audio that is appended now goes out at once, to a session of the language that is set now: the
-    /// service is told it when a session opens and not again.
+    /// service is told it when a session opens and not again. False for a session that was open while the
+    /// machine slept: its connection is likely dead, and nothing says so.
     bool hasReadySession() const;
 
 private:
@@ -95,15 +106,29 @@ private:
         Socket socket;
     };
 
+    /// The end of an utterance whose commit has not been sent. The one that takes it out of `commit_` ends
+    /// the wait.
+    struct Commit {
+        explicit Commit(runtime::Continuation<> continuation)
+            : sent(std::move(continuation)) {}
+        const runtime::Continuation<> sent;
+        std::uint64_t session = 0;
+    };
+
     static runtime::Task<> open(Self self, platform::AudioFormat inputFormat);
     static runtime::Task<> openAhead(Self self, platform::AudioFormat inputFormat);
     static runtime::Task<std::string> finalize(Self self);
     static runtime::Task<> receive(WeakSelf weakSelf, Socket socket);
     static runtime::Task<> sendNextChunk(WeakSelf weakSelf);
-    static runtime::Task<> sendRest(Self self);
+    static void beginCommit(const Self& self, runtime::Continuation<> sent);
+    static runtime::Task<> sendCommit(Self self, std::shared_ptr<Commit> commit, runtime::TaskHandle<> limit);
+    static runtime::Task<> watchCommit(WeakSelf weakSelf, std::shared_ptr<Commit> commit,
+                                       runtime::Clock* clock);
+    bool takeCommit(const std::shared_ptr<Commit>& commit);
+    static runtime::Task<> sendRest(Self self, std::uint64_t session);
     static runtime::Task<> closeLater(WeakSelf weakSelf, runtime::Clock* clock);
     static runtime::Task<> watchWait(WeakSelf weakSelf, runtime::Clock* clock);
-    static runtime::Task<> sendMessage(Self self, platform::WebSocketMessage message);
+    static runtime::Task<> sendMessage(Self self, std::uint64_t session, platform::WebSocketMessage message);
 
     runtime::Task<std::string> fetchEphemeralToken(std::string authToken);
     std::uint64_t beginSession();
@@ -124,7 +149,7 @@ private:
     audio::PCMResampler pcmResampler_; ///< the capture thread's
     RealtimeTranscript transcript_;    ///< has the second lock, `continuationLock`
 
-    mutable std::mutex accumulationLock_;        ///< guards all down to `sessionOpenedAt_`
+    mutable std::mutex accumulationLock_;        ///< guards all down to `sleptAtOpening_`
     std::string accumulatedPCM_;                 ///< converted and not yet sent
     bool sessionReady_ = false;                  ///< the session has its settings
     std::optional<std::string> sessionLanguage_; ///< among them
@@ -135,7 +160,9 @@ private:
     runtime::TaskHandle<> receiveTask_;
     runtime::TaskHandle<> preWarmRefreshTask_;
     std::optional<platform::AudioFormat> cachedInputFormat_; ///< of the last pre-warm
+    std::shared_ptr<Commit> commit_;                         ///< present while its audio leaves
     std::optional<double> sessionOpenedAt_;
+    double sleptAtOpening_ = 0; ///< the machine's time asleep when the session opened
 
     std::mutex pendingSendLock_;
     std::deque<runtime::TaskHandle<>> pendingSendTasks_; ///< guarded by `pendingSendLock_`

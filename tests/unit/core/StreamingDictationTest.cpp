@@ -256,6 +256,78 @@ TEST_F(StreamingDictation, DeletesTheFileOfACancelledDictationWhoseServiceIsSile
     EXPECT_EQ(recordingsLeft(), 0U);
 }
 
+TEST_F(StreamingDictation, TakesTheTextFromTheFileWhenTheConnectionTakesNoAudio) {
+    network().answerNext(200, "from the file");
+    hold();
+    const auto dead = network().lastSocket();
+    dead->holdSends();
+    speak(1);
+    letGo();
+    advance(4.9);
+    EXPECT_EQ(state().recordingState.get(), RecordingState::processing);
+    advance(0.1);
+    settle();
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"from the file"});
+    EXPECT_FALSE(microphone().isCapturing());
+    EXPECT_TRUE(dead->isEnded());
+    EXPECT_TRUE(printed("stopDictation → finalize: 5000ms (failed: Network error: "));
+
+    hold();
+    letGo();
+    answer("and a live session");
+    settle();
+    EXPECT_EQ(pastedTexts().back(), "and a live session");
+}
+
+TEST_F(StreamingDictation, TakesTheTextFromTheFileWhenEscapeEndsAStalledConnection) {
+    network().answerNext(200, "from the file");
+    hold();
+    const auto dead = network().lastSocket();
+    dead->holdSends();
+    speak(1);
+    letGo();
+    advance(1);
+    press(HotkeyAction::cancel);
+    EXPECT_FALSE(microphone().isCapturing());
+    EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
+    settle();
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"from the file"});
+    EXPECT_TRUE(dead->isEnded());
+    EXPECT_EQ(recordingsLeft(), 0U);
+    EXPECT_TRUE(state().transcriptionManager->realtimeEngine->hasReadySession())
+        << "the next dictation finds a session of its own";
+}
+
+TEST_F(StreamingDictation, KeepsTheFileOfAStalledDictationThroughAPressRightAfterEscape) {
+    network().answerNext(200, "from the file");
+    hold();
+    socket().holdSends();
+    speak(1);
+    letGo();
+    // Both events are there before anything else runs.
+    runtime::spawn(environment().main,
+                   state().handleHotkey(HotkeyAction::cancel, hotkeys::HotkeyEventType::down));
+    press(HotkeyAction::pushToTalk);
+    settle();
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"from the file"});
+}
+
+TEST_F(StreamingDictation, OpensAnotherSessionAfterTheMachineSlept) {
+    hold();
+    letGo();
+    answer("before");
+    settle();
+    const auto former = network().lastSocket();
+    clock().sleepThrough(3600);
+    hold();
+    EXPECT_NE(network().lastSocket(), former);
+    letGo();
+    answer("after");
+    settle();
+    EXPECT_EQ(pastedTexts(), (std::vector<std::string>{"before", "after"}));
+    EXPECT_TRUE(former->isEnded());
+}
+
 TEST_F(StreamingDictation, ClosesTheSessionInLocalOnlyMode) {
     completeOnboardingAndStart();
     ASSERT_TRUE(state().transcriptionManager->realtimeEngine->hasReadySession());
