@@ -154,6 +154,13 @@ void AppState::connect() {
                 self->surfaceTakenShortcut(combination);
         });
     });
+    connectivityMonitor->setOnPathChange([weak] {
+        const auto self = weak.lock();
+        // A session in use finds out by itself.
+        if (self && self->recordingState.get() == RecordingState::idle &&
+            !self->audioRecorder->isRecording.get())
+            self->transcriptionManager->realtimeEngine->closeReadySession();
+    });
     permissionsManager->onPermissionGranted = [weak] {
         if (const auto self = weak.lock())
             self->startHotkeysIfReady();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 
 namespace sonvale::platform {
@@ -10,6 +11,10 @@ struct NetworkPath {
     bool usesWifi = false;
     bool usesCellular = false;
     bool usesWiredEthernet = false;
+    /// Stands for the set of the machine's addresses beyond itself and the link; 0 without any. Another value
+    /// means that connections of before may be dead, also when nothing else has changed: on another Wi-Fi,
+    /// or with a VPN.
+    std::uint64_t addresses = 0;
     bool operator==(const NetworkPath&) const = default;
 };
 

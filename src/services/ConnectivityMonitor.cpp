@@ -21,6 +21,9 @@ ConnectivityMonitor::ConnectivityMonitor(runtime::Actor main, platform::PathMoni
             if (const auto state = weak.lock()) {
                 state->isConnected = path.isSatisfied;
                 state->connectionType = typeOf(path);
+                const auto former = std::exchange(state->path, path);
+                if (former && former != path && state->onPathChange)
+                    state->onPathChange();
             }
         });
     });

@@ -15,7 +15,8 @@ namespace sonvale::platform {
 
 inline void PrintTo(const NetworkPath& path, std::ostream* out) {
     *out << (path.isSatisfied ? "satisfied" : "unsatisfied") << (path.usesWifi ? " wifi" : "")
-         << (path.usesCellular ? " cellular" : "") << (path.usesWiredEthernet ? " wired" : "");
+         << (path.usesCellular ? " cellular" : "") << (path.usesWiredEthernet ? " wired" : "")
+         << " addresses " << path.addresses;
 }
 
 } // namespace sonvale::platform

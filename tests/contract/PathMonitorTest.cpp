@@ -73,8 +73,9 @@ public:
         std::vector<NetworkPath> reports;
         std::istringstream output(contentOf(outputFile()));
         for (std::string line; std::getline(output, line) && !output.eof();) {
-            if (line.size() == 4 && line.find_first_not_of("01") == std::string::npos)
-                reports.push_back({line[0] == '1', line[1] == '1', line[2] == '1', line[3] == '1'});
+            if (line.size() > 5 && line.find_first_not_of("01") == 4 && line[4] == ' ')
+                reports.push_back({line[0] == '1', line[1] == '1', line[2] == '1', line[3] == '1',
+                                   std::stoull(line.substr(5))});
             else if (line != "ended")
                 throw std::runtime_error("the monitor's program says: " + line);
         }
@@ -97,21 +98,34 @@ private:
 /// No NetworkManager; a network of the program's own, with one link and the other end of its cable.
 class InterfacesHarness final : public PathMonitorHarness {
 public:
-    InterfacesHarness()
-        : network_(makeNetwork()) {
+    /// `whileWaiting` is called with each look at the reports.
+    explicit InterfacesHarness(std::function<void()> whileWaiting = [] {})
+        : whileWaiting_(std::move(whileWaiting))
+        , network_(makeNetwork()) {
         if (!eventually(20, [this] { return inNetwork({"ip", "link", "show", "up", "dev", "cable"}) == 0; }))
             throw std::runtime_error("no network of the test's own");
     }
 
     void plugIn() override { check(inNetwork({"ip", "link", "set", "far", "up"})); }
     void pullOut() override { check(inNetwork({"ip", "link", "set", "far", "down"})); }
-    void start() override { program_.emplace(enter(), "unix:path=/nonexistent"); }
+    void start() override { startBeside("unix:path=/nonexistent"); }
+    /// Starts the monitor with this system bus.
+    void startBeside(const std::string& systemBus) { program_.emplace(enter(), systemBus); }
     void end() override { program_->end(); }
-    std::vector<NetworkPath> reports() override { return program_->reports(); }
+    std::vector<NetworkPath> reports() override {
+        whileWaiting_();
+        return program_->reports();
+    }
 
     void switchOff() { check(inNetwork({"ip", "link", "set", "cable", "down"})); }
     void switchOn() { check(inNetwork({"ip", "link", "set", "cable", "up"})); }
     void remove() { check(inNetwork({"ip", "link", "delete", "cable"})); }
+    void giveAddress(const std::string& address) {
+        check(inNetwork({"ip", "address", "add", address + "/24", "dev", "cable"}));
+    }
+    void takeAddress(const std::string& address) {
+        check(inNetwork({"ip", "address", "delete", address + "/24", "dev", "cable"}));
+    }
 
 private:
     static ChildProcess::Options makeNetwork() {
@@ -137,6 +151,7 @@ private:
             throw std::runtime_error("the link does not change");
     }
 
+    const std::function<void()> whileWaiting_;
     ChildProcess network_;
     std::optional<MonitorProgram> program_;
 };
@@ -152,7 +167,11 @@ public:
     void end() override { program_->end(); }
     std::vector<NetworkPath> reports() override {
         QCoreApplication::processEvents();
-        return program_->reports();
+        auto reports = program_->reports();
+        // The addresses are those of the machine that runs the test.
+        for (auto& report : reports)
+            report.addresses = 0;
+        return reports;
     }
 
     void set(State state, Device device) { manager_.set(state, device); }
@@ -216,7 +235,11 @@ TEST_P(PathMonitorContract, TellsNothingOnceItHasEnded) {
 TEST_P(PathMonitorContract, EndsRightAfterItsStart) {
     harness->start();
     harness->end();
-    EXPECT_LE(harness->reports().size(), 1U);
+    const auto reports = harness->reports();
+    EXPECT_LE(reports.size(), 1U);
+    harness->plugIn();
+    pauseMilliseconds(200);
+    EXPECT_EQ(harness->reports(), reports) << "a monitor that has ended reports nothing more";
 }
 
 TEST_P(PathMonitorInterfaces, AnInterfaceThatIsSwitchedOffReachesNothing) {
@@ -235,6 +258,48 @@ TEST_P(PathMonitorInterfaces, AnInterfaceThatIsTakenOutReachesNothing) {
     ASSERT_TRUE(reportsComeToBe({wiredPath}));
     network.remove();
     EXPECT_TRUE(reportsComeToBe({wiredPath, noPath}));
+}
+
+/// A report of the wired link with other addresses for each change; the same addresses give the same report.
+void tellsOfAddresses(InterfacesHarness& network) {
+    const auto comesToReports = [&](std::size_t count) {
+        return eventually(10, [&] { return network.reports().size() == count; });
+    };
+    ASSERT_TRUE(comesToReports(1));
+    network.giveAddress("10.9.8.7");
+    ASSERT_TRUE(comesToReports(2));
+    network.giveAddress("10.9.9.9");
+    ASSERT_TRUE(comesToReports(3));
+    network.takeAddress("10.9.9.9");
+    ASSERT_TRUE(comesToReports(4));
+    network.takeAddress("10.9.8.7");
+    ASSERT_TRUE(comesToReports(5));
+    const auto reports = network.reports();
+    EXPECT_EQ(reports[0].addresses, 0U);
+    EXPECT_NE(reports[1].addresses, 0U);
+    EXPECT_NE(reports[2].addresses, reports[1].addresses);
+    EXPECT_EQ(reports[3], reports[1]);
+    EXPECT_EQ(reports[4], reports[0]);
+    for (const auto& report : reports)
+        EXPECT_TRUE(report.isSatisfied);
+}
+
+TEST_P(PathMonitorInterfaces, TellsOfAnotherAddressOnTheSameLink) {
+    network.plugIn();
+    network.start();
+    tellsOfAddresses(network);
+}
+
+TEST(QtPathMonitor, TellsOfAnotherAddressThatNetworkManagerDoesNotReport) {
+    ScriptedNetworkManager manager;
+    manager.set(ScriptedNetworkManager::State::connectedGlobally, ScriptedNetworkManager::Device::wifi);
+    // The scripted service answers on the test's own thread.
+    InterfacesHarness network([] { QCoreApplication::processEvents(); });
+    network.plugIn();
+    network.startBeside(manager.address());
+    tellsOfAddresses(network);
+    for (const auto& report : network.reports())
+        EXPECT_TRUE(report.usesWifi);
 }
 
 TEST_P(PathMonitorNetworkManager, TellsWifiCellularAndWhatItDoesNotKnow) {

@@ -7,8 +7,8 @@
 
 namespace sonvale::platform::qt {
 
-/// The kernel's messages about links that come, go, are switched or lose their carrier (rtnetlink(7)). On the
-/// thread that makes it, whose event loop must run.
+/// The kernel's messages about links that come, go, are switched or lose their carrier, and about addresses
+/// that come and go (rtnetlink(7)). On the thread that makes it, whose event loop must run.
 class LinkChanges final {
 public:
     /// `onChange` is called for every batch of messages. When the kernel cannot be asked, never.

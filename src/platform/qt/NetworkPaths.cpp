@@ -1,5 +1,10 @@
 #include "platform/qt/NetworkPaths.h"
 
+#include <algorithm>
+#include <functional>
+#include <set>
+#include <string>
+
 namespace sonvale::platform::qt {
 
 NetworkPath pathOf(const QNetworkInformation& information) {
@@ -12,6 +17,7 @@ NetworkPath pathOf(const QNetworkInformation& information) {
     path.usesWifi = medium == Medium::WiFi;
     path.usesCellular = medium == Medium::Cellular;
     path.usesWiredEthernet = medium == Medium::Ethernet;
+    path.addresses = addressesOf(QNetworkInterface::allInterfaces());
     return path;
 }
 
@@ -26,7 +32,28 @@ NetworkPath pathOf(const QList<QNetworkInterface>& interfaces) {
         path.usesWifi |= interface.type() == QNetworkInterface::Wifi;
         path.usesWiredEthernet |= interface.type() == QNetworkInterface::Ethernet;
     }
+    path.addresses = addressesOf(interfaces);
     return path;
+}
+
+std::uint64_t addressesOf(const QList<QNetworkInterface>& interfaces) {
+    std::set<std::string> addresses;
+    for (const auto& interface : interfaces) {
+        if (!interface.flags().testFlag(QNetworkInterface::IsUp))
+            continue;
+        for (const auto& entry : interface.addressEntries()) {
+            const auto address = entry.ip();
+            if (!address.isLoopback() && !address.isLinkLocal())
+                addresses.insert(address.toString().toStdString());
+        }
+    }
+    if (addresses.empty())
+        return 0;
+    std::string all;
+    for (const auto& address : addresses)
+        all += address + '\n';
+    // 0 stands for none.
+    return std::max<std::uint64_t>(std::hash<std::string>{}(all), 1);
 }
 
 } // namespace sonvale::platform::qt

@@ -102,6 +102,8 @@ void followInformation(QNetworkInformation& information, std::function<void(cons
                      [&reports] { reports.changed(); });
     QObject::connect(&information, &QNetworkInformation::transportMediumChanged, &reports.receiver,
                      [&reports] { reports.changed(); });
+    // NetworkManager does not tell Qt of another address on the same kind of link.
+    const LinkChanges changes([&reports] { reports.changed(); });
     reports.changed();
     QEventLoop().exec();
     // The application object destroys it at its end, on the main thread.

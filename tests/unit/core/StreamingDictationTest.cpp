@@ -312,6 +312,38 @@ TEST_F(StreamingDictation, KeepsTheFileOfAStalledDictationThroughAPressRightAfte
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"from the file"});
 }
 
+TEST_F(StreamingDictation, ClosesAnIdleSessionWhenTheLinkChanges) {
+    constexpr platform::NetworkPath office{.isSatisfied = true, .usesWifi = true, .addresses = 1};
+    constexpr platform::NetworkPath home{.isSatisfied = true, .usesWifi = true, .addresses = 2};
+    completeOnboardingAndStart();
+    link().report(office);
+    runtimeSupport().runUntilIdle();
+    auto& engine = *state().transcriptionManager->realtimeEngine;
+    EXPECT_TRUE(engine.hasReadySession()) << "the first report is no change";
+    link().report(office);
+    runtimeSupport().runUntilIdle();
+    EXPECT_TRUE(engine.hasReadySession());
+
+    hold();
+    link().report(home);
+    speak(0.5);
+    EXPECT_TRUE(engine.hasReadySession()) << "a session in use finds out by itself";
+    letGo();
+    answer("one");
+    settle();
+    ASSERT_TRUE(engine.hasReadySession());
+    const auto former = network().lastSocket();
+    link().report(office);
+    runtimeSupport().runUntilIdle();
+    EXPECT_FALSE(engine.hasReadySession());
+    EXPECT_TRUE(former->isEnded());
+    hold();
+    letGo();
+    answer("two");
+    settle();
+    EXPECT_EQ(pastedTexts(), (std::vector<std::string>{"one", "two"}));
+}
+
 TEST_F(StreamingDictation, OpensAnotherSessionAfterTheMachineSlept) {
     hold();
     letGo();

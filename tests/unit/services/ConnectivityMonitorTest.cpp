@@ -96,6 +96,23 @@ TEST_F(ConnectivityMonitorTest, ObserversAreToldOfRealChangesOnly) {
     EXPECT_EQ(types, (std::vector<ConnectionType>{ConnectionType::wifi, ConnectionType::unknown}));
 }
 
+TEST_F(ConnectivityMonitorTest, NotifiesOfEachOtherPathAfterTheFirst) {
+    int changes = 0;
+    monitor->setOnPathChange([&] { ++changes; });
+    NetworkPath path{.isSatisfied = true, .usesWifi = true, .addresses = 1};
+    report(path);
+    report(path);
+    EXPECT_EQ(changes, 0);
+    path.addresses = 2;
+    report(path);
+    EXPECT_EQ(changes, 1);
+    report(path);
+    EXPECT_EQ(changes, 1);
+    report({});
+    report(path);
+    EXPECT_EQ(changes, 3);
+}
+
 TEST_F(ConnectivityMonitorTest, CancelsItsMonitorAtItsEnd) {
     EXPECT_TRUE(link.isStarted());
     monitor.reset();
