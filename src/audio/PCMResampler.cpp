@@ -3,14 +3,13 @@
 #include <cmath>
 #include <cstdint>
 #include <utility>
-#include <vector>
 
 namespace sonvale::audio {
 
 namespace {
 
-std::string bytesOf(const std::vector<std::int16_t>& samples) {
-    std::string bytes;
+base::WipedBytes bytesOf(const base::WipedVector<std::int16_t>& samples) {
+    base::WipedBytes bytes;
     bytes.reserve(samples.size() * 2);
     for (const auto sample : samples) {
         const auto bits = static_cast<std::uint16_t>(sample);
@@ -42,7 +41,7 @@ bool PCMResampler::adoptFormat(const platform::AudioFormat& format) {
     return true;
 }
 
-std::optional<std::string> PCMResampler::resample(const platform::PcmBuffer& buffer) {
+std::optional<base::WipedBytes> PCMResampler::resample(const platform::PcmBuffer& buffer) {
     const auto& format = buffer.format();
     if (!adoptFormat(format))
         return std::nullopt;
@@ -54,7 +53,7 @@ std::optional<std::string> PCMResampler::resample(const platform::PcmBuffer& buf
         return std::nullopt;
     }
 
-    std::vector<std::int16_t> samples;
+    base::WipedVector<std::int16_t> samples;
     try {
         converter_->reset();
         samples = converter_->convert(buffer, capacity);

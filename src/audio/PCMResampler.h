@@ -1,11 +1,11 @@
 #pragma once
 
 #include "base/Log.h"
+#include "base/WipingAllocator.h"
 #include "platform/SampleRateConverter.h"
 
 #include <memory>
 #include <optional>
-#include <string>
 
 namespace sonvale::audio {
 
@@ -20,7 +20,7 @@ public:
 
     /// The buffer's bytes in the target format, two for each frame. Nothing, with a line in the log, when
     /// there is no way to convert it; the next buffer is tried anew. Does not block and never throws.
-    std::optional<std::string> resample(const platform::PcmBuffer& buffer);
+    std::optional<base::WipedBytes> resample(const platform::PcmBuffer& buffer);
 
 private:
     bool adoptFormat(const platform::AudioFormat& format);

@@ -7,7 +7,8 @@
 namespace sonvale::base {
 
 /// Overwrites the bytes, which no optimiser leaves out, and empties the text.
-inline void wipe(std::string& bytes) {
+template <class Allocator>
+void wipe(std::basic_string<char, std::char_traits<char>, Allocator>& bytes) {
     explicit_bzero(bytes.data(), bytes.size());
     bytes.clear();
 }

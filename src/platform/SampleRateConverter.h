@@ -2,10 +2,11 @@
 
 #include "platform/AudioTypes.h"
 
+#include "base/WipingAllocator.h"
+
 #include <cstdint>
 #include <memory>
 #include <stdexcept>
-#include <vector>
 
 namespace sonvale::platform {
 
@@ -31,7 +32,7 @@ public:
     /// gives at the new rate, a fraction left out, at most `maximumFrames`. Buffers that follow each other
     /// join without a step that can be heard. `buffer` has the converter's format. Does not block. Throws
     /// `SampleRateConverterError`.
-    virtual std::vector<std::int16_t> convert(const PcmBuffer& buffer, std::size_t maximumFrames) = 0;
+    virtual base::WipedVector<std::int16_t> convert(const PcmBuffer& buffer, std::size_t maximumFrames) = 0;
 };
 
 /// Makes converters. Any thread.

@@ -68,7 +68,7 @@ WebSocketMessage sessionUpdateFrame(const std::optional<std::string>& language) 
     return frame(sessionUpdate(language));
 }
 
-WebSocketMessage audioFrame(const std::string& pcm) {
+WebSocketMessage audioFrame(std::string_view pcm) {
     return frame({{"type", "input_audio_buffer.append"}, {"audio", base::encodeBase64(pcm)}});
 }
 

@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 // What the realtime service is told, and the token in the backend's answer. Pure; any thread.
 
@@ -17,7 +18,7 @@ base::Json sessionUpdate(const std::optional<std::string>& language);
 platform::WebSocketMessage sessionUpdateFrame(const std::optional<std::string>& language);
 
 /// 16-bit mono audio at 24,000 Hz, for the service's input buffer.
-platform::WebSocketMessage audioFrame(const std::string& pcm);
+platform::WebSocketMessage audioFrame(std::string_view pcm);
 
 /// Asks for the text of the audio that was sent since the last one.
 platform::WebSocketMessage commitFrame();

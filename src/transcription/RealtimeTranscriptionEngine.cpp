@@ -40,6 +40,7 @@ void RealtimeTranscriptionEngine::appendAudio(const platform::PcmBuffer& buffer)
     {
         const std::lock_guard lock(accumulationLock_);
         accumulatedPCM_ += *bytes;
+        wipe(*bytes);
         if (!sessionReady_ || accumulatedPCM_.size() < targetChunkBytes)
             return;
         outgoing_.push_back({std::exchange(accumulatedPCM_, {}), webSocketTask_});

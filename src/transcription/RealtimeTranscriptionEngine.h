@@ -2,6 +2,7 @@
 
 #include "audio/PCMResampler.h"
 #include "base/Log.h"
+#include "base/WipingAllocator.h"
 #include "platform/UrlSession.h"
 #include "platform/WebSocketTask.h"
 #include "runtime/Clock.h"
@@ -102,7 +103,7 @@ private:
 
     /// Audio on its way out, with the socket that it is meant for.
     struct Chunk {
-        std::string pcm;
+        base::WipedBytes pcm;
         Socket socket;
     };
 
@@ -150,7 +151,7 @@ private:
     RealtimeTranscript transcript_;    ///< has the second lock, `continuationLock`
 
     mutable std::mutex accumulationLock_;        ///< guards all down to `sleptAtOpening_`
-    std::string accumulatedPCM_;                 ///< converted and not yet sent
+    base::WipedBytes accumulatedPCM_;            ///< converted and not yet sent
     bool sessionReady_ = false;                  ///< the session has its settings
     std::optional<std::string> sessionLanguage_; ///< among them
     Socket webSocketTask_;

@@ -154,7 +154,7 @@ TEST(SoxrSampleRateConverter, SurvivesSamplesThatAreNone) {
     std::ranges::fill(buffer.channel(0), std::numeric_limits<float>::quiet_NaN());
     SoxrSampleRateConverters converters;
     const auto converter = converters.make({48000, 1}, 24000);
-    EXPECT_EQ(converter->convert(buffer, 512), std::vector<std::int16_t>(512, 0));
+    EXPECT_EQ(converter->convert(buffer, 512), base::WipedVector<std::int16_t>(512, 0));
 
     std::ranges::copy(tone(440, 48000, 1024), buffer.channel(0).begin());
     converter->reset();

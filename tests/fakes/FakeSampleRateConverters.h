@@ -40,14 +40,14 @@ private:
 
         void reset() override { ++control_->resets; }
 
-        std::vector<std::int16_t> convert(const platform::PcmBuffer& buffer,
-                                          std::size_t maximumFrames) override {
+        base::WipedVector<std::int16_t> convert(const platform::PcmBuffer& buffer,
+                                                std::size_t maximumFrames) override {
             if (control_->fails || buffer.format() != input_)
                 throw platform::SampleRateConverterError("the converter failed");
             if (control_->producesNone)
                 return {};
             const auto whole = static_cast<std::size_t>(static_cast<double>(buffer.frameLength()) * ratio_);
-            std::vector<std::int16_t> samples(std::min(whole, maximumFrames));
+            base::WipedVector<std::int16_t> samples(std::min(whole, maximumFrames));
             for (std::size_t i = 0; i < samples.size(); ++i) {
                 const auto frame = static_cast<std::size_t>(static_cast<double>(i) / ratio_);
                 samples[i] = static_cast<std::int16_t>(std::lround(buffer.channel(0)[frame] * 32767.0F));

@@ -120,7 +120,7 @@ void AudioFileDecoder::takeFrame() {
                     static_cast<std::size_t>(frames));
         return;
     }
-    Planes planes(source_.channelCount, std::vector<float>(static_cast<std::size_t>(frame_->nb_samples)));
+    Planes planes(source_.channelCount, Planes::value_type(static_cast<std::size_t>(frame_->nb_samples)));
     std::vector<std::uint8_t*> to;
     for (auto& plane : planes)
         to.push_back(reinterpret_cast<std::uint8_t*>(plane.data()));

@@ -85,7 +85,7 @@ public:
             throw SampleRateConverterError(error);
     }
 
-    std::vector<std::int16_t> convert(const PcmBuffer& buffer, std::size_t maximumFrames) override {
+    base::WipedVector<std::int16_t> convert(const PcmBuffer& buffer, std::size_t maximumFrames) override {
         if (buffer.format() != input_)
             throw SampleRateConverterError("the buffer has another format");
         const auto frames = buffer.frameLength();
@@ -102,7 +102,7 @@ public:
             produced > 2 * edge_.outputFrames ? produced - 2 * edge_.outputFrames : std::size_t{0};
         const auto count = std::min({whole, available, maximumFrames});
 
-        std::vector<std::int16_t> result(count);
+        base::WipedVector<std::int16_t> result(count);
         const auto middle = std::span(converted_).subspan(edge_.outputFrames, count);
         std::ranges::transform(middle, result.begin(), sampleOf);
         wipe();
@@ -135,8 +135,8 @@ private:
     double ratio_;
     Edge edge_;
     std::unique_ptr<soxr, SoxrDeleter> resampler_;
-    std::vector<float> padded_;    ///< kept for its memory, as `converted_`
-    std::vector<float> converted_; ///< zeros between the calls
+    base::WipedVector<float> padded_;    ///< kept for its memory, as `converted_`
+    base::WipedVector<float> converted_; ///< zeros between the calls
 };
 
 bool isUsable(double rate) {

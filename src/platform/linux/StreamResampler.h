@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/WipingAllocator.h"
+
 #include <cstddef>
 #include <span>
 #include <vector>
@@ -9,7 +11,7 @@ struct soxr;
 namespace sonvale::platform::linux {
 
 /// Samples by channel.
-using Planes = std::vector<std::vector<float>>;
+using Planes = std::vector<base::WipedVector<float>>;
 
 /// Converts the rate of one continuous stream, piece by piece and without delay between input and output:
 /// frame n of the input comes out at n times the ratio. Rates that are equal pass through.

@@ -17,7 +17,8 @@ protected:
         platform::PcmBuffer buffer(format, samples.size());
         if (format.channelCount > 0)
             std::ranges::copy(samples, buffer.channel(0).begin());
-        return resampler_.resample(buffer);
+        const auto bytes = resampler_.resample(buffer);
+        return bytes ? std::optional<std::string>(std::in_place, *bytes) : std::nullopt;
     }
     int countOf(std::string_view line) const {
         const auto lines = log_.lines();
