@@ -1,8 +1,7 @@
 #pragma once
 
-#include "platform/AudioTypes.h"
-
 #include "base/WipingAllocator.h"
+#include "platform/AudioTypes.h"
 
 #include <cstdint>
 #include <memory>
@@ -28,9 +27,10 @@ public:
     /// Forgets what came before.
     virtual void reset() = 0;
 
-    /// Converts the buffer as a whole, with nothing kept back for a next one: the frames that its duration
-    /// gives at the new rate, a fraction left out, at most `maximumFrames`. Buffers that follow each other
-    /// join without a step that can be heard. `buffer` has the converter's format. Does not block. Throws
+    /// Converts the buffer as a whole, with nothing kept back for a next one: the whole frames that its
+    /// duration gives at the new rate, at most `maximumFrames`. The sound of a buffer whose duration gives a
+    /// fraction more (up to 16384 frames) is compressed by this fraction, so that buffers that follow each
+    /// other join without a step. `buffer` has the converter's format. Does not block. Throws
     /// `SampleRateConverterError`.
     virtual base::WipedVector<std::int16_t> convert(const PcmBuffer& buffer, std::size_t maximumFrames) = 0;
 };

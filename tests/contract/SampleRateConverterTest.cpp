@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <numbers>
@@ -45,7 +46,7 @@ std::vector<float> convertedByBuffers(std::span<const float> samples, double rat
         for (std::size_t channel = 0; channel < channels; ++channel)
             std::ranges::copy(samples.subspan(start, frames), buffer.channel(channel).begin());
         converter->reset();
-        for (const auto sample : converter->convert(buffer, frames))
+        for (const auto sample : converter->convert(buffer, 4 * frames))
             result.push_back(static_cast<float>(sample) / 32767.0F);
     }
     return result;
@@ -118,10 +119,42 @@ TEST(SoxrSampleRateConverter, JoinsTheBuffersOfATone) {
     EXPECT_GT(decibels(tone(440, 24000, got.size()), got), 90);
 }
 
-TEST(SoxrSampleRateConverter, ConvertsEachBufferOfAnOddRate) {
-    const auto samples = tone(440, 44100, 1024);
-    const auto got = convertedByBuffers(samples, 44100);
-    EXPECT_GT(decibels(tone(440, 24000, got.size()), got), 90);
+TEST(SoxrSampleRateConverter, JoinsTheBuffersOfATonePlayedAtAnyRate) {
+    for (const double rate :
+         {8000.0, 11025.0, 16000.0, 22050.0, 32000.0, 44100.0, 88200.0, 96000.0, 192000.0}) {
+        const auto got = convertedByBuffers(tone(440, rate, 200 * 1024), rate);
+        const auto frames = static_cast<std::size_t>(1024 * 24000 / rate);
+        ASSERT_EQ(got.size(), 200 * frames) << rate;
+        // The rate at which a buffer's whole frames last as long as the buffer.
+        const double outputRate = static_cast<double>(frames) * rate / 1024;
+        EXPECT_NEAR(outputRate, 24000, 24000 * 0.003) << rate;
+        EXPECT_GT(decibels(tone(440, outputRate, got.size()), got), 55) << rate;
+    }
+}
+
+TEST(SoxrSampleRateConverter, JoinsBuffersOfChangingLengths) {
+    const auto samples = tone(440, 44100, 20 * 1024);
+    SoxrSampleRateConverters converters;
+    const auto converter = converters.make({44100, 1}, 24000);
+    std::size_t start = 0;
+    for (const std::size_t length : {1024UL, 700UL, 1024UL, 1024UL, 13UL, 1UL, 2UL, 1024UL, 1023UL, 1024UL}) {
+        PcmBuffer buffer({44100, 1}, length);
+        std::ranges::copy(std::span(samples).subspan(start, length), buffer.channel(0).begin());
+        converter->reset();
+        const auto got = converter->convert(buffer, length);
+        ASSERT_EQ(got.size(), length * 80 / 147) << length;
+        // The first and the last sample are where the tone is at these moments.
+        if (got.size() > 1) {
+            const double last = static_cast<double>(start) + static_cast<double>((got.size() - 1) * length) /
+                                                                 static_cast<double>(got.size());
+            for (const auto& [sample, moment] :
+                 {std::pair(got.front(), static_cast<double>(start)), std::pair(got.back(), last)})
+                EXPECT_NEAR(sample / 32767.0, 0.9 * std::sin(2 * std::numbers::pi * 440 * moment / 44100),
+                            0.02)
+                    << length;
+        }
+        start += length;
+    }
 }
 
 TEST(SoxrSampleRateConverter, JoinsTheBuffersOfSpeech) {

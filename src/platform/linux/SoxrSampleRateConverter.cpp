@@ -23,20 +23,42 @@ struct SoxrDeleter {
     void operator()(soxr* resampler) const { soxr_delete(resampler); }
 };
 
+/// Longer buffers that do not make whole frames lose the fraction of a frame.
+constexpr std::size_t maxStretchedFrames = 16384;
+
 /// How far a buffer is continued at each end: so many frames that whole frames come out.
 struct Edge {
     std::size_t inputFrames = 0;
     std::size_t outputFrames = 0;
 };
 
-Edge edgeFor(double inputRate, double outputRate) {
-    const auto in = std::lround(inputRate);
-    const auto out = std::lround(outputRate);
+/// For a conversion that makes `out` frames of `in`.
+Edge edgeFor(double inputRate, long in, long out) {
     const auto divisor = std::gcd(in, out);
     const auto inputStep = in / divisor;
     const auto steps =
         std::max(1L, static_cast<long>(std::ceil(edgeSeconds * inputRate / static_cast<double>(inputStep))));
     return {static_cast<std::size_t>(steps * inputStep), static_cast<std::size_t>(steps * (out / divisor))};
+}
+
+/// A resampler, and the edge that it needs.
+struct Conversion {
+    std::unique_ptr<soxr, SoxrDeleter> resampler;
+    Edge edge;
+    double ratio = 0;
+};
+
+/// Null resampler if there is none for this ratio.
+Conversion makeConversion(double inputRate, double in, double out) {
+    const auto samples = soxr_io_spec(SOXR_FLOAT32_I, SOXR_FLOAT32_I);
+    const auto quality = soxr_quality_spec(SOXR_HQ, 0);
+    soxr_error_t error = nullptr;
+    Conversion conversion{
+        std::unique_ptr<soxr, SoxrDeleter>(soxr_create(in, out, 1, &error, &samples, &quality, nullptr)),
+        edgeFor(inputRate, std::lround(in), std::lround(out)), out / in};
+    if (error)
+        conversion.resampler.reset();
+    return conversion;
 }
 
 void averageChannels(const PcmBuffer& buffer, std::span<float> mono) {
@@ -73,52 +95,75 @@ std::int16_t sampleOf(float value) {
 
 class SoxrSampleRateConverter final : public SampleRateConverter {
 public:
-    SoxrSampleRateConverter(const AudioFormat& input, double outputRate,
-                            std::unique_ptr<soxr, SoxrDeleter> resampler)
+    SoxrSampleRateConverter(const AudioFormat& input, double outputRate, Conversion exact)
         : input_(input)
         , ratio_(outputRate / input.sampleRate)
-        , edge_(edgeFor(input.sampleRate, outputRate))
-        , resampler_(std::move(resampler)) {}
+        , exact_(std::move(exact)) {}
 
     void reset() override {
-        if (const auto* error = soxr_clear(resampler_.get()))
-            throw SampleRateConverterError(error);
+        for (const auto* conversion : {&exact_, &stretched_}) {
+            if (!conversion->resampler)
+                continue;
+            if (const auto* error = soxr_clear(conversion->resampler.get()))
+                throw SampleRateConverterError(error);
+        }
     }
 
     base::WipedVector<std::int16_t> convert(const PcmBuffer& buffer, std::size_t maximumFrames) override {
         if (buffer.format() != input_)
             throw SampleRateConverterError("the buffer has another format");
         const auto frames = buffer.frameLength();
-        if (frames == 0)
+        const double exactFrames = static_cast<double>(frames) * ratio_;
+        const auto whole = static_cast<std::size_t>(std::floor(exactFrames + 1e-6));
+        if (whole == 0)
             return {};
 
-        padded_.resize(frames + 2 * edge_.inputFrames);
-        averageChannels(buffer, std::span(padded_).subspan(edge_.inputFrames, frames));
-        reflectEdges(padded_, edge_.inputFrames);
+        const auto& conversion = conversionFor(frames, whole, exactFrames);
+        const auto& edge = conversion.edge;
+        padded_.resize(frames + 2 * edge.inputFrames);
+        averageChannels(buffer, std::span(padded_).subspan(edge.inputFrames, frames));
+        reflectEdges(padded_, edge.inputFrames);
 
-        const auto produced = resample();
-        const auto whole = static_cast<std::size_t>(std::floor(static_cast<double>(frames) * ratio_ + 1e-6));
+        const auto produced = resample(conversion);
         const auto available =
-            produced > 2 * edge_.outputFrames ? produced - 2 * edge_.outputFrames : std::size_t{0};
+            produced > 2 * edge.outputFrames ? produced - 2 * edge.outputFrames : std::size_t{0};
         const auto count = std::min({whole, available, maximumFrames});
 
         base::WipedVector<std::int16_t> result(count);
-        const auto middle = std::span(converted_).subspan(edge_.outputFrames, count);
+        const auto middle = std::span(converted_).subspan(edge.outputFrames, count);
         std::ranges::transform(middle, result.begin(), sampleOf);
         wipe();
         return result;
     }
 
 private:
+    /// A buffer that does not make whole frames (1024 at 44.1 kHz make 557.28) is stretched to the whole
+    /// ones, by less than a frame. Dropping the fraction instead would be a step at the end of each buffer,
+    /// which sounds as a buzz.
+    const Conversion& conversionFor(std::size_t frames, std::size_t whole, double exactFrames) {
+        const bool isWhole = std::abs(exactFrames - static_cast<double>(whole)) < 1e-6;
+        if (isWhole || frames > maxStretchedFrames)
+            return exact_;
+        if (frames != stretchedFrames_) {
+            auto conversion =
+                makeConversion(input_.sampleRate, static_cast<double>(frames), static_cast<double>(whole));
+            if (!conversion.resampler)
+                return exact_;
+            stretched_ = std::move(conversion);
+            stretchedFrames_ = frames;
+        }
+        return stretched_;
+    }
+
     /// Converts `padded_` into `converted_`; returns the frames that came out.
-    std::size_t resample() {
-        converted_.resize(static_cast<std::size_t>(std::ceil(static_cast<double>(padded_.size()) * ratio_)) +
-                          1);
+    std::size_t resample(const Conversion& conversion) {
+        converted_.resize(
+            static_cast<std::size_t>(std::ceil(static_cast<double>(padded_.size()) * conversion.ratio)) + 1);
         std::size_t consumed = 0;
         std::size_t produced = 0;
         // A complemented length says that the input ends with it, so that all of it comes out.
-        const auto* error = soxr_process(resampler_.get(), padded_.data(), ~padded_.size(), &consumed,
-                                         converted_.data(), converted_.size(), &produced);
+        const auto* error = soxr_process(conversion.resampler.get(), padded_.data(), ~padded_.size(),
+                                         &consumed, converted_.data(), converted_.size(), &produced);
         if (error)
             throw SampleRateConverterError(error);
         return produced;
@@ -133,8 +178,9 @@ private:
 
     AudioFormat input_;
     double ratio_;
-    Edge edge_;
-    std::unique_ptr<soxr, SoxrDeleter> resampler_;
+    Conversion exact_; ///< at the ratio of the rates
+    Conversion stretched_;
+    std::size_t stretchedFrames_ = 0;    ///< that `stretched_` is for
     base::WipedVector<float> padded_;    ///< kept for its memory, as `converted_`
     base::WipedVector<float> converted_; ///< zeros between the calls
 };
@@ -149,14 +195,10 @@ std::unique_ptr<SampleRateConverter> SoxrSampleRateConverters::make(const AudioF
                                                                     double outputRate) {
     if (input.channelCount == 0 || !isUsable(input.sampleRate) || !isUsable(outputRate))
         return nullptr;
-    const auto samples = soxr_io_spec(SOXR_FLOAT32_I, SOXR_FLOAT32_I);
-    const auto quality = soxr_quality_spec(SOXR_HQ, 0);
-    soxr_error_t error = nullptr;
-    std::unique_ptr<soxr, SoxrDeleter> resampler(
-        soxr_create(input.sampleRate, outputRate, 1, &error, &samples, &quality, nullptr));
-    if (!resampler || error)
+    auto exact = makeConversion(input.sampleRate, input.sampleRate, outputRate);
+    if (!exact.resampler)
         return nullptr;
-    return std::make_unique<SoxrSampleRateConverter>(input, outputRate, std::move(resampler));
+    return std::make_unique<SoxrSampleRateConverter>(input, outputRate, std::move(exact));
 }
 
 } // namespace sonvale::platform::linux
