@@ -25,13 +25,13 @@ public:
     virtual ~AudioFileWriter() = default;
 
     /// Takes a buffer of the file's format; it is encoded elsewhere, in order. Does not block and does not
-    /// copy the samples: the caller must not change them before `close()`. One thread at a time. An error is
-    /// kept for `close()`.
+    /// copy the samples: the caller must not change them before `close()`. One thread at a time. An error may
+    /// cost what is written meanwhile, and is kept for `close()`; the file goes on with what comes later.
     virtual void write(PcmBufferPtr buffer) = 0;
 
     /// Encodes what is left and finishes the container; every frame that was written is then in the file.
-    /// Blocks for some milliseconds (10 s at most). Throws the first `AudioFileError` that occurred. A second
-    /// call does nothing.
+    /// Blocks for some milliseconds (10 s at most). Throws the first `AudioFileError` that cost audio; what
+    /// the file has can be read then too. A second call does nothing.
     virtual void close() = 0;
 };
 

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <memory>
 #include <numbers>
 #include <vector>
 
@@ -50,7 +51,12 @@ inline double loudest(std::span<const float> samples) {
 
 inline constexpr platform::AudioFormat speech{16000, 1};
 
-/// What all makers of audio files keep, whatever is behind them.
+using WeakBuffer = std::weak_ptr<platform::PcmBuffer>;
+
+/// What all makers of audio files keep, whatever is behind them. Beside each stand the functions
+///
+///     void refuseWrites(Files& files, bool refuses);            // of the disk, to all files of this process
+///     bool isTaken(const Files& files, const WeakBuffer& buffer); // by the thread that writes
 template <class Files>
 class AudioFilesContract : public testing::Test {
 protected:
@@ -131,6 +137,40 @@ TYPED_TEST_P(AudioFilesContract, SaysThatAFileIsMissing) {
     EXPECT_THROW(this->files_.read(this->path(), speech), platform::AudioFileError);
 }
 
+TYPED_TEST_P(AudioFilesContract, GoesOnAfterWritesThatFailed) {
+    const platform::AudioFormat format{48000, 1};
+    auto writer = this->files_.create(this->path(), format);
+    // Comes back when the writer has dealt with it, which may have a thread of its own.
+    const auto write = [&](double frequency) {
+        auto second = tone(format, 48000, frequency);
+        const WeakBuffer watched = second;
+        writer->write(std::move(second));
+        return eventually(20, [&] { return isTaken(this->files_, watched); });
+    };
+    for (int second = 0; second < 8; ++second)
+        ASSERT_TRUE(write(440));
+    refuseWrites(this->files_, true);
+    bool hasTaken = true;
+    for (int second = 0; second < 8; ++second)
+        hasTaken = write(600) && hasTaken;
+    refuseWrites(this->files_, false);
+    ASSERT_TRUE(hasTaken);
+    for (int second = 0; second < 8; ++second)
+        ASSERT_TRUE(write(880));
+    try {
+        writer->close();
+    } catch (const platform::AudioFileError&) {
+        // It may say what it has lost.
+    }
+
+    const auto read = this->files_.read(this->path(), speech);
+    ASSERT_GE(read->frameLength(), 16U * 16000);
+    const auto before = read->channel(0).first(std::size_t{8} * 16000);
+    const auto after = read->channel(0).last(std::size_t{8} * 16000);
+    EXPECT_GT(correlation(before, tone(speech, before.size())->channel(0)), 0.99);
+    EXPECT_GT(correlation(after, tone(speech, after.size(), 880)->channel(0)), 0.99);
+}
+
 TYPED_TEST_P(AudioFilesContract, KeepsSeveralFilesApart) {
     auto first = this->files_.create(this->path("1.m4a"), {48000, 1});
     auto second = this->files_.create(this->path("2.m4a"), {48000, 1});
@@ -147,6 +187,6 @@ TYPED_TEST_P(AudioFilesContract, KeepsSeveralFilesApart) {
 REGISTER_TYPED_TEST_SUITE_P(AudioFilesContract, MakesAFileThatOnlyItsOwnerReads, GivesBackEveryFrameInOrder,
                             AveragesTheChannelsIntoOne, ReadsAFileWithoutAFrameAsAnEmptyBuffer, ClosesOnce,
                             ClosesWhatIsDropped, RefusesAPlaceThatCannotBeWrittenAndLeavesNothing,
-                            SaysThatAFileIsMissing, KeepsSeveralFilesApart);
+                            SaysThatAFileIsMissing, GoesOnAfterWritesThatFailed, KeepsSeveralFilesApart);
 
 } // namespace sonvale::tests

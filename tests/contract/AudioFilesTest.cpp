@@ -1,6 +1,42 @@
 #include "platform/linux/FfmpegAudioFiles.h"
-#include "tests/contract/AudioFilesContract.h"
 #include "tests/fakes/FakeAudioFiles.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <csignal>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace sonvale::tests {
+
+void refuseWrites(FakeAudioFiles& files, bool refuses) {
+    files.control().failWriting(refuses ? std::optional<std::string>("The disk is full.") : std::nullopt);
+}
+
+bool isTaken(const FakeAudioFiles& /*files*/, const std::weak_ptr<platform::PcmBuffer>& /*buffer*/) {
+    return true;
+}
+
+/// By a limit on the size of files, which refuses a write as a full disk does, and needs no mount.
+void refuseWrites(platform::linux::FfmpegAudioFiles& /*files*/, bool refuses) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = refuses ? 1 : limit.rlim_max;
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+}
+
+bool isTaken(const platform::linux::FfmpegAudioFiles& /*files*/,
+             const std::weak_ptr<platform::PcmBuffer>& buffer) {
+    return buffer.expired();
+}
+
+} // namespace sonvale::tests
+
+// Uses the functions above.
+#include "tests/contract/AudioFilesContract.h"
 
 namespace sonvale::tests {
 

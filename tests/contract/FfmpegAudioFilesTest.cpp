@@ -376,6 +376,30 @@ void fillTheDisk(std::size_t bytesLeft) {
 
 } // namespace
 
+TEST_F(FfmpegAudioFiles, KeepWhatReachedADiskThatStaysFull) {
+    // A disk of the program's own, on which a minute does not find room.
+    const std::string disk = directory_.path() + "/disk";
+    std::filesystem::create_directory(disk);
+    ChildProcess::Options options;
+    options.arguments = {"unshare", "--map-root-user",
+                         "--mount", "sh",
+                         "-c",      R"(mount -t tmpfs -o size=200k none "$0" && exec "$1" "$0")",
+                         disk,      SONVALE_RECORDER_PROGRAM};
+    options.outputFile = directory_.path() + "/output";
+    ChildProcess program(options);
+    const auto status = program.wait(60);
+    std::ifstream output(options.outputFile);
+    std::string closing;
+    std::getline(output, closing);
+    ASSERT_EQ(status, 0) << closing;
+    EXPECT_EQ(closing, "The recording cannot be written: No space left on device");
+    int seconds = 0;
+    int good = 0;
+    output >> seconds >> good;
+    // 8 kB a second.
+    EXPECT_GE(good, 15) << "of " << seconds;
+}
+
 using FfmpegAudioFilesDeathTest = FfmpegAudioFiles;
 
 TEST_F(FfmpegAudioFilesDeathTest, TellThatTheDiskIsFull) {

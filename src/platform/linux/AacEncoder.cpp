@@ -101,7 +101,8 @@ void AacEncoder::openContainer() {
     checkFfmpeg(result, writeFailure);
     // A full disk is found out here and not at the end of the dictation.
     avio_flush(container_->pb);
-    checkFfmpeg(file_->writeError(), writeFailure);
+    if (!file_->writeRest())
+        checkFfmpeg(file_->writeError(), writeFailure);
 }
 
 void AacEncoder::encode(const PcmBuffer& buffer) {
@@ -170,7 +171,6 @@ void AacEncoder::writePackets() {
         packet_->stream_index = stream_->index;
         checkFfmpeg(av_write_frame(container_, packet_.get()), writeFailure);
         av_packet_unref(packet_.get());
-        checkFfmpeg(file_->writeError(), writeFailure);
     }
 }
 
@@ -181,9 +181,15 @@ void AacEncoder::finish() {
         sendBlock(0, pending_[0].size());
     checkFfmpeg(avcodec_send_frame(codec_.get(), nullptr), writeFailure);
     writePackets();
+    avio_flush(container_->pb);
+    // Without the trailer nothing of the file can be read: it comes before audio that finds no room.
+    const bool hasAllAudio = file_->writeRest();
+    file_->dropRest();
+    file_->hold();
     checkFfmpeg(av_write_trailer(container_), writeFailure);
     avio_flush(container_->pb);
-    checkFfmpeg(file_->writeError(), writeFailure);
+    if (!file_->writeHeld() || !hasAllAudio)
+        checkFfmpeg(file_->writeError(), writeFailure);
 }
 
 } // namespace sonvale::platform::linux

@@ -22,10 +22,13 @@ public:
     AacEncoder& operator=(const AacEncoder&) = delete;
     ~AacEncoder();
 
-    /// Throws `AudioFileError` when the buffer has another format or the disk refuses.
+    /// Throws `AudioFileError` if the buffer has another format. What the disk refuses is kept for a later
+    /// try.
     void encode(const PcmBuffer& buffer);
 
-    /// Encodes the rest and completes the container; the last call. Throws `AudioFileError`.
+    /// Encodes the rest and completes the container; the last call. Throws `AudioFileError` if the disk has
+    /// not taken everything. What it took can be read all the same, less the end of it that makes room for
+    /// the container's own data on a disk that stays full.
     void finish();
 
 private:

@@ -74,16 +74,20 @@ void AacFileWriter::close() {
 
 void AacFileWriter::run(const std::shared_ptr<Work>& work) {
     std::exception_ptr error;
+    // A buffer that cannot be taken is lost; those after it are not, nor is the file.
     const auto attempt = [&](const auto& step) {
-        if (error || work->isAbandoned)
+        if (work->isAbandoned)
             return;
+        std::exception_ptr failure;
         try {
             step();
         } catch (const AudioFileError&) {
-            error = std::current_exception();
+            failure = std::current_exception();
         } catch (const std::exception& other) {
-            error = std::make_exception_ptr(AudioFileError(other.what()));
+            failure = std::make_exception_ptr(AudioFileError(other.what()));
         }
+        if (!error)
+            error = failure;
     };
 
     for (;;) {

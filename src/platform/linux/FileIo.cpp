@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <new>
@@ -14,6 +15,7 @@ namespace sonvale::platform::linux {
 namespace {
 
 constexpr int blockBytes = 32 * 1024;
+constexpr std::int64_t diskBlockBytes = 4096;
 
 std::string systemErrorText(int error) {
     return ffmpegErrorText(AVERROR(error));
@@ -46,7 +48,8 @@ FileIo::FileIo(int descriptor, Direction direction)
     const bool isWriting = direction == Direction::writing;
     if (buffer)
         context_.reset(avio_alloc_context(buffer, blockBytes, isWriting ? 1 : 0, this,
-                                          isWriting ? nullptr : read, isWriting ? write : nullptr, seek));
+                                          isWriting ? nullptr : read, isWriting ? write : nullptr,
+                                          isWriting ? seekInWritten : seek));
     if (!context_) {
         av_free(buffer);
         close(descriptor_);
@@ -69,20 +72,94 @@ int FileIo::read(void* self, std::uint8_t* bytes, int count) {
 }
 
 int FileIo::write(void* self, std::uint8_t* bytes, int count) {
-    auto* file = static_cast<FileIo*>(self);
-    int done = 0;
-    while (done < count) {
-        const auto put = ::write(file->descriptor_, bytes + done, static_cast<std::size_t>(count - done));
+    auto& file = *static_cast<FileIo*>(self);
+    std::span<const std::uint8_t> left(bytes, static_cast<std::size_t>(count));
+    // Later bytes must not overtake earlier ones for the same place.
+    if (!file.heldFrom_ && file.writeRest())
+        left = left.subspan(file.writeAt(file.position_, left));
+    if (!left.empty())
+        file.rest_.push_back(
+            {file.position_ + count - static_cast<std::int64_t>(left.size()), {left.begin(), left.end()}});
+    file.position_ += count;
+    file.size_ = std::max(file.size_, file.position_);
+    return count;
+}
+
+/// Returns how many of the bytes were taken.
+std::size_t FileIo::writeAt(std::int64_t offset, std::span<const std::uint8_t> bytes) {
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const auto put = pwrite(descriptor_, bytes.data() + done, bytes.size() - done,
+                                offset + static_cast<std::int64_t>(done));
         if (put < 0 && errno == EINTR)
             continue;
-        if (put < 0) {
-            if (file->writeError_ == 0)
-                file->writeError_ = AVERROR(errno);
-            return AVERROR(errno);
+        if (put <= 0) {
+            if (writeError_ == 0)
+                writeError_ = AVERROR(put < 0 ? errno : ENOSPC);
+            break;
         }
-        done += static_cast<int>(put);
+        done += static_cast<std::size_t>(put);
     }
-    return count;
+    return done;
+}
+
+bool FileIo::writeRest() {
+    while (!rest_.empty()) {
+        auto& first = rest_.front();
+        const auto done = writeAt(first.offset, first.bytes);
+        if (done < first.bytes.size()) {
+            first.bytes.erase(first.bytes.begin(), first.bytes.begin() + static_cast<std::ptrdiff_t>(done));
+            first.offset += static_cast<std::int64_t>(done);
+            return false;
+        }
+        rest_.pop_front();
+    }
+    return true;
+}
+
+void FileIo::dropRest() {
+    if (!rest_.empty() && !firstHole_)
+        firstHole_ = rest_.front().offset;
+    rest_.clear();
+}
+
+void FileIo::hold() {
+    heldFrom_ = size_;
+}
+
+bool FileIo::writeHeld() {
+    const auto held = rest_;
+    if (writeRest())
+        return true;
+    std::int64_t needed = 0;
+    for (const auto& each : held)
+        // Each begins and ends inside a block of the disk.
+        needed += static_cast<std::int64_t>(each.bytes.size()) + 2 * diskBlockBytes;
+    const auto end = firstHole_.value_or(*heldFrom_) - needed;
+    // The beginning of the file names the rest.
+    if (end < diskBlockBytes || ftruncate(descriptor_, end) != 0)
+        return false;
+    rest_ = held;
+    return writeRest();
+}
+
+std::int64_t FileIo::seekInWritten(void* self, std::int64_t offset, int whence) {
+    auto& file = *static_cast<FileIo*>(self);
+    switch (whence & ~AVSEEK_FORCE) {
+    case AVSEEK_SIZE:
+        return file.size_;
+    case SEEK_CUR:
+        offset += file.position_;
+        break;
+    case SEEK_END:
+        offset += file.size_;
+        break;
+    default:
+        break;
+    }
+    if (offset < 0)
+        return AVERROR(EINVAL);
+    return file.position_ = offset;
 }
 
 std::int64_t FileIo::seek(void* self, std::int64_t offset, int whence) {
