@@ -126,7 +126,7 @@ RealtimeTranscript::Effect RealtimeTranscript::fail(const base::Json& event) {
     const auto message = base::jsonString(*error, "message").value_or("Unknown API error");
     const auto code = base::jsonInteger(*error, "code").value_or(0);
     logger_.error("RealtimeSTT: API error {} — {}", code, base::PrivateText{message});
-    return effectOf(std::make_exception_ptr(TranscriptionError::apiError(static_cast<int>(code), message)));
+    return effectOf(std::make_exception_ptr(TranscriptionError::apiError(code, message)));
 }
 
 void RealtimeTranscript::reportWait(const std::string& text, const char* remark) {

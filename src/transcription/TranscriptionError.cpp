@@ -16,7 +16,7 @@ TranscriptionError TranscriptionError::networkError(UnderlyingError underlying) 
     return error;
 }
 
-TranscriptionError TranscriptionError::apiError(int statusCode, std::string body) {
+TranscriptionError TranscriptionError::apiError(std::int64_t statusCode, std::string body) {
     TranscriptionError error(Case::apiError, fmt::format("API error ({}): {}", statusCode, body));
     error.statusCode_ = statusCode;
     error.body_ = std::move(body);

@@ -2,6 +2,7 @@
 
 #include "services/UnderlyingError.h"
 
+#include <cstdint>
 #include <exception>
 #include <string>
 
@@ -24,7 +25,7 @@ public:
     };
 
     static TranscriptionError networkError(UnderlyingError underlying);
-    static TranscriptionError apiError(int statusCode, std::string body);
+    static TranscriptionError apiError(std::int64_t statusCode, std::string body);
     static TranscriptionError noAudioFile();
     static TranscriptionError apiKeyMissing();
     static TranscriptionError invalidResponse();
@@ -43,7 +44,7 @@ public:
     /// Of `networkError`; empty for the others.
     const UnderlyingError& underlying() const { return underlying_; }
     /// Of `apiError`; 0 and empty for the others.
-    int statusCode() const { return statusCode_; }
+    std::int64_t statusCode() const { return statusCode_; }
     const std::string& body() const { return body_; }
 
 private:
@@ -52,7 +53,7 @@ private:
     Case case_;
     std::string description_;
     UnderlyingError underlying_;
-    int statusCode_ = 0;
+    std::int64_t statusCode_ = 0;
     std::string body_;
 };
 

@@ -59,6 +59,7 @@ TEST_F(RealtimeOutcome, FailsWithTheServicesError) {
         {R"({"type":"error","error":{"message":7,"code":1.5}})", "API error (0): Unknown API error"},
         {R"({"type":"error","error":"no"})", "API error (0): Unknown API error"},
         {R"({"type":"error"})", "API error (0): Unknown API error"},
+        {R"({"type":"error","error":{"message":"Bad","code":5000000000}})", "API error (5000000000): Bad"},
     };
     start();
     for (const auto& [frame, description] : rows) {
