@@ -4,6 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <iterator>
+#include <new>
 #include <optional>
 
 namespace sonvale::audio {
@@ -64,10 +69,23 @@ TEST_F(SystemAudioControllerTest, ItsOwnCommandIsReportedBackAndLeavesTheDebt) {
     EXPECT_TRUE(controller->didPauseMedia);
 }
 
-TEST_F(SystemAudioControllerTest, AReportAfterItsEndFindsNobody) {
+TEST_F(SystemAudioControllerTest, AReportAfterItsEndChangesNothing) {
+    // In its own memory, where a late report would leave a trace.
+    alignas(SystemAudioController) std::array<std::byte, sizeof(SystemAudioController)> memory{};
     controller.reset();
+    auto* former = new (memory.data()) SystemAudioController(players);
     desktop.report(true);
-    EXPECT_TRUE(desktop.isPlaying());
+    ASSERT_TRUE(former->isMediaCurrentlyPlaying());
+    former->~SystemAudioController();
+    memory.fill(std::byte{0});
+    desktop.report(false);
+    desktop.report(true);
+    EXPECT_EQ(std::ranges::count(memory, std::byte{0}), std::ssize(memory));
+
+    SystemAudioController next(players);
+    EXPECT_FALSE(next.isMediaCurrentlyPlaying()) << "it knows nothing of reports from before its start";
+    desktop.report(true);
+    EXPECT_TRUE(next.isMediaCurrentlyPlaying());
 }
 
 } // namespace sonvale::audio

@@ -1,5 +1,9 @@
 #include "transcription/TranscriptionManager.h"
 
+#include "tests/fakes/FakeAudioEngine.h"
+#include "tests/fakes/FakeAudioFiles.h"
+#include "tests/fakes/FakeSecureRandom.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/unit/transcription/RealtimeFixture.h"
 #include "transcription/TranscriptionError.h"
 
@@ -57,6 +61,16 @@ protected:
     }
     void failCloud() {
         cloud_->error = TranscriptionError::networkError({"NSURLErrorDomain", -1009, "offline"});
+    }
+
+    static runtime::Task<> startRecording(std::shared_ptr<audio::AudioRecorder> recorder) {
+        recorder->startRecording();
+        co_return;
+    }
+    static runtime::Task<> stopRecording(std::shared_ptr<audio::AudioRecorder> recorder) {
+        recorder->stopRecording();
+        recorder->cleanupRecording();
+        co_return;
     }
 
     std::shared_ptr<FakeEngine> cloud_ = std::make_shared<FakeEngine>();
@@ -165,6 +179,30 @@ TEST_F(TranscriptionManagerTest, LetsTheLocalEngineGetReadyOnlyWhereItMayBeAsked
         manager_.prepareLocalEngine();
     }
     EXPECT_EQ(local_->preparations, 2);
+}
+
+TEST_F(TranscriptionManagerTest, StartsNoStreamWithoutACapture) {
+    tests::FakeAudioEngines engines;
+    tests::FakeAudioFiles files;
+    tests::FakeSecureRandom random;
+    const tests::TemporaryDirectory directory;
+    persistence::AuditLogger auditLogger(runtime_.makeSerialActor("audit"), runtime_.clock(),
+                                         directory.path());
+    const auto recorder = std::make_shared<audio::AudioRecorder>(
+        runtime_.main(), runtime_.clock(), engines, files, random, directory.path(), auditLogger);
+    EXPECT_EQ(errorOf(manager_.startStreaming(recorder)), "engineUnavailable");
+    EXPECT_TRUE(network().sockets().empty());
+
+    runtime_.wait(startRecording(recorder));
+    EXPECT_EQ(errorOf(manager_.startStreaming(recorder)), "no error");
+    ASSERT_EQ(network().sockets().size(), 1U);
+    engines.control().speak(std::vector<float>(10240, 0.5F));
+    run();
+    EXPECT_EQ(frameSizes(), (std::vector<std::size_t>{5120, 5120}))
+        << "the recorder's buffers go to the service";
+    EXPECT_EQ(errorOf(manager_.startStreaming(recorder)), "no error");
+    EXPECT_EQ(network().sockets().size(), 1U) << "a session that stands is taken over";
+    runtime_.wait(stopRecording(recorder));
 }
 
 TEST_F(TranscriptionManagerTest, PreWarmsOnlyWhereItStreams) {

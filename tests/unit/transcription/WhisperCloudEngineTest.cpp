@@ -1,5 +1,6 @@
 #include "transcription/WhisperCloudEngine.h"
 
+#include "base/Json.h"
 #include "tests/fakes/FakeUrlSessions.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Files.h"
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <sstream>
 
 namespace sonvale::transcription {
 
@@ -188,10 +190,18 @@ TEST_F(WhisperCloudEngineTest, ReportsToTheAuditLog) {
     });
     EXPECT_EQ(transcribe(), "three short words");
     const auto log = audit();
-    EXPECT_NE(log.find("transcriptionRequested"), std::string::npos);
-    EXPECT_NE(log.find("whisper-api"), std::string::npos);
-    EXPECT_NE(log.find("transcriptionReceived"), std::string::npos);
-    EXPECT_EQ(log.find("three"), std::string::npos) << "the words are nobody's business";
+    std::vector<base::Json> entries;
+    std::istringstream lines(log);
+    for (std::string line; std::getline(lines, line);)
+        entries.push_back(base::Json::parse(line));
+    ASSERT_EQ(entries.size(), 2U) << log;
+    EXPECT_EQ(entries[0].at("eventType"), "transcriptionRequested");
+    EXPECT_EQ(entries[0].at("resource"), "transcription");
+    EXPECT_EQ(entries[0].at("metadata"), (base::Json{{"audioSizeBytes", "5"}, {"engine", "whisper-api"}}));
+    EXPECT_EQ(entries[1].at("eventType"), "transcriptionReceived");
+    EXPECT_EQ(entries[1].at("resource"), "transcription");
+    EXPECT_EQ(entries[1].at("metadata"), (base::Json{{"latencyMs", "250"}, {"wordCount", "3"}}));
+    EXPECT_EQ(log.find("three"), std::string::npos) << "the words stay private";
     const auto printed = log_.perf();
     EXPECT_EQ(std::ranges::count(printed, "[PERF] Whisper cloud transcribe: 250ms"), 1);
 }
