@@ -12,7 +12,9 @@ struct WebSocketMessage {
     std::string bytes; ///< of a text: UTF-8
 };
 
-/// One WebSocket (RFC 6455). Any thread. Dropping it without a `cancel` closes it as "going away".
+/// One WebSocket (RFC 6455). Once open it has no time limit, but it fails with `networkConnectionLost` when
+/// the other side has not acknowledged what was sent for 10 s, or does not answer for 40 s without traffic.
+/// Any thread. Dropping it without a `cancel` closes it as "going away".
 class WebSocketTask {
 public:
     enum CloseCode : int { normalClosure = 1000, goingAway = 1001 };

@@ -1,5 +1,7 @@
 #include "platform/qt/QtUrlSession.h"
 #include "tests/contract/WebSocketTaskContract.h"
+#include "tests/support/Files.h"
+#include "tests/support/PrivateNetwork.h"
 #include "tests/support/TestCertificates.h"
 #include "tests/support/TestServer.h"
 
@@ -8,6 +10,8 @@
 #include <sys/socket.h>
 
 #include <cstdlib>
+#include <functional>
+#include <vector>
 
 namespace sonvale::tests {
 
@@ -56,9 +60,9 @@ Answer silence() {
     return answer;
 }
 
-/// Of this process's connections to a port.
-int connectionsWithoutDelay(int port) {
-    int count = 0;
+/// The values of an option of this process's connections to a port.
+std::vector<int> optionsOf(int port, int level, int option) {
+    std::vector<int> values;
     for (int descriptor = 0; descriptor < 256; ++descriptor) {
         sockaddr_in peer{};
         socklen_t size = sizeof(peer);
@@ -67,11 +71,32 @@ int connectionsWithoutDelay(int port) {
             continue;
         int value = 0;
         socklen_t length = sizeof(value);
-        if (getsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &value, &length) == 0 && value != 0)
-            ++count;
+        if (getsockopt(descriptor, level, option, &value, &length) == 0)
+            values.push_back(value);
     }
-    return count;
+    return values;
 }
+
+/// A program on the near machine of a private network that holds a socket open to the far one.
+class SocketProgram {
+public:
+    explicit SocketProgram(const PrivateNetwork& network) {
+        ChildProcess::Options options;
+        options.arguments = network.launcher();
+        options.arguments.insert(options.arguments.end(),
+                                 {SONVALE_SOCKET_PROGRAM, PrivateNetwork::serverUrl("ws", "/v1/realtime")});
+        options.outputFile = outputFile();
+        process_.emplace(std::move(options));
+    }
+    std::string output() const { return contentOf(outputFile()); }
+    std::optional<int> wait(double seconds) { return process_->wait(seconds); }
+
+private:
+    std::string outputFile() const { return directory_.path() + "/output"; }
+
+    TemporaryDirectory directory_;
+    std::optional<ChildProcess> process_;
+};
 
 } // namespace
 
@@ -201,7 +226,40 @@ TEST_F(QtWebSocketTaskTest, CarriesBigMessagesBothWaysAndRefusesThoseWithoutMeas
 TEST_F(QtWebSocketTaskTest, SendsSmallMessagesWithoutWaitingForMore) {
     const auto task = connect();
     tasks_.finish(task->send(text("words")));
-    EXPECT_EQ(connectionsWithoutDelay(server_.port()), 1);
+    EXPECT_EQ(optionsOf(server_.port(), IPPROTO_TCP, TCP_NODELAY), std::vector<int>{1});
+}
+
+TEST_F(QtWebSocketTaskTest, HasTheSystemAskWhetherTheOtherSideIsStillThere) {
+    const auto task = connect();
+    tasks_.finish(task->send(text("words")));
+    const int port = server_.port();
+    EXPECT_EQ(optionsOf(port, SOL_SOCKET, SO_KEEPALIVE), std::vector<int>{1});
+    EXPECT_EQ(optionsOf(port, IPPROTO_TCP, TCP_KEEPIDLE), std::vector<int>{30});
+    EXPECT_EQ(optionsOf(port, IPPROTO_TCP, TCP_KEEPINTVL), std::vector<int>{5});
+    EXPECT_EQ(optionsOf(port, IPPROTO_TCP, TCP_USER_TIMEOUT), std::vector<int>{10000});
+}
+
+/// Lets audio flow from the near machine to the far one, cuts the way without a word, and expects the socket
+/// to fail in its time, which the system alone would not do for a quarter of an hour.
+void failsWhenTheWayIsCut(const std::function<void(PrivateNetwork&)>& cut) {
+    PrivateNetwork network;
+    TestServer server({.listener = network.listen()});
+    SocketProgram program(network);
+    ASSERT_TRUE(server.waitForFrames(5, 20)) << program.output();
+
+    const double start = monotonicSeconds();
+    cut(network);
+    ASSERT_EQ(program.wait(60), 0) << program.output();
+    EXPECT_GT(monotonicSeconds() - start, 5) << "a moment without acknowledgments is no loss";
+    EXPECT_TRUE(program.output().ends_with("networkConnectionLost\n")) << program.output();
+}
+
+TEST(QtWebSocketTask, FailsWhenTheOtherSideFallsSilent) {
+    failsWhenTheWayIsCut([](PrivateNetwork& network) { network.fallSilent(); });
+}
+
+TEST(QtWebSocketTask, FailsWhenTheMachineGetsAnotherAddress) {
+    failsWhenTheWayIsCut([](PrivateNetwork& network) { network.move(); });
 }
 
 TEST_F(QtWebSocketTaskTest, TrustsTheAuthoritiesThatTheEnvironmentNamesAndNoOthers) {
@@ -219,7 +277,7 @@ TEST_F(QtWebSocketTaskTest, TrustsTheAuthoritiesThatTheEnvironmentNamesAndNoOthe
     const std::string big(1'000'000, 's');
     tasks_.finish(task->send(text(big)));
     EXPECT_TRUE(tasks_.finish(task->receive()).bytes == big);
-    EXPECT_EQ(connectionsWithoutDelay(server.port()), 1);
+    EXPECT_EQ(optionsOf(server.port(), IPPROTO_TCP, TCP_NODELAY), std::vector<int>{1});
     task->cancel(platform::WebSocketTask::normalClosure);
     EXPECT_TRUE(server.waitForClosedSockets(1, NetworkTasks::patience));
     EXPECT_EQ(server.socket().closeCode, 1000);

@@ -451,14 +451,19 @@ void keepFromPrograms(int descriptor) {
 } // namespace
 
 struct ServerNetwork::Impl {
-    Impl(ServerRecord& record, int port, const TestCertificates* certificates)
+    Impl(ServerRecord& record, int port, const TestCertificates* certificates, int listener)
         : shared{.record = record, .context = context, .worker = worker} {
         if (certificates) {
             tls.emplace(asio::ssl::context::tls_server);
             tls->use_certificate_chain_file(certificates->certificateFile());
             tls->use_private_key_file(certificates->keyFile(), asio::ssl::context::pem);
         }
-        listenOn(static_cast<unsigned short>(port));
+        if (listener < 0) {
+            listenOn(static_cast<unsigned short>(port));
+        } else {
+            acceptor.emplace(context, tcp::v4(), listener);
+            asio::co_spawn(context, acceptAll(), rethrowUnlessNetwork);
+        }
         this->port = acceptor->local_endpoint().port();
         thread = std::thread([this] { context.run(); });
     }
@@ -543,8 +548,9 @@ struct ServerNetwork::Impl {
     int port = 0;
 };
 
-ServerNetwork::ServerNetwork(ServerRecord& record, int port, const TestCertificates* certificates)
-    : impl_(std::make_unique<Impl>(record, port, certificates)) {}
+ServerNetwork::ServerNetwork(ServerRecord& record, int port, const TestCertificates* certificates,
+                             int listener)
+    : impl_(std::make_unique<Impl>(record, port, certificates, listener)) {}
 
 ServerNetwork::~ServerNetwork() = default;
 

@@ -12,8 +12,9 @@ namespace sonvale::tests {
 /// thread; what it does in the moment is done when the call returns.
 class ServerNetwork {
 public:
-    /// Plain without certificates. Throws `std::runtime_error`.
-    ServerNetwork(ServerRecord& record, int port, const TestCertificates* certificates);
+    /// Plain without certificates. `listener`: a socket that listens already, which it closes; -1: one of its
+    /// own. Throws `std::runtime_error`.
+    ServerNetwork(ServerRecord& record, int port, const TestCertificates* certificates, int listener = -1);
     /// Closes everything at once. Waits for a handler or a transcriber that is at work.
     ~ServerNetwork();
     ServerNetwork(const ServerNetwork&) = delete;

@@ -48,7 +48,7 @@ struct TestServer::Impl {
         : certificates(!options.isTls         ? nullptr
                        : options.certificates ? std::move(options.certificates)
                                               : std::make_shared<const TestCertificates>())
-        , network(record, options.port, certificates.get()) {}
+        , network(record, options.port, certificates.get(), options.listener) {}
 
     std::string address(const char* scheme, const std::string& path) const {
         return fmt::format("{}{}://127.0.0.1:{}{}", scheme, certificates ? "s" : "", network.port(), path);

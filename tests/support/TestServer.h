@@ -130,6 +130,9 @@ public:
     struct Options {
         bool isTls = false;
         int port = 0; ///< 0: any free one
+        /// A socket that listens already, which the server closes, such as `PrivateNetwork::listen()`; `url`
+        /// does not know its address, and `setListening` is not for it.
+        int listener = -1;
         /// For TLS; null: its own, made at run time. Share them for several servers under one authority.
         std::shared_ptr<const TestCertificates> certificates = {};
     };

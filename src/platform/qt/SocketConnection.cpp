@@ -3,6 +3,10 @@
 #include "platform/qt/NetworkRequests.h"
 #include "platform/qt/SystemProxy.h"
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
 #include <QSslError>
 #include <QSslSocket>
 
@@ -15,6 +19,25 @@ using Code = UrlError::Code;
 constexpr quint64 messageBytesAtMost = 16UL << 20U;
 /// Of messages that nobody has received yet.
 constexpr std::size_t incomingBytesAtMost = 64UL << 20U;
+
+/// How long the other side may leave bytes, or a question whether it is there, without an acknowledgment.
+/// Linux itself waits for about a quarter of an hour.
+constexpr int peerTimeoutMilliseconds = 10'000;
+/// Seconds without traffic until the system asks, and between its questions.
+constexpr int idleSeconds = 30;
+constexpr int questionSeconds = 5;
+
+/// Has the system fail the connection when the other side is gone without a word: after a change of the
+/// network, or a suspend. Without these options the connection works as well.
+void watchPeer(qintptr descriptor) {
+    const auto set = [descriptor](int level, int option, int value) {
+        setsockopt(static_cast<int>(descriptor), level, option, &value, sizeof value);
+    };
+    set(IPPROTO_TCP, TCP_USER_TIMEOUT, peerTimeoutMilliseconds);
+    set(SOL_SOCKET, SO_KEEPALIVE, 1);
+    set(IPPROTO_TCP, TCP_KEEPIDLE, idleSeconds);
+    set(IPPROTO_TCP, TCP_KEEPINTVL, questionSeconds);
+}
 
 } // namespace
 
@@ -56,6 +79,7 @@ void SocketConnection::open() {
         stage_ = secure ? TransferStage::securing : TransferStage::connected;
         // What Qt sets before the connection is there has no effect.
         transport_->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+        watchPeer(transport_->socketDescriptor());
     });
     if (!secure)
         return;
