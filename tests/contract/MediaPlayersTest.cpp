@@ -190,12 +190,23 @@ TEST(MprisMediaPlayers, TellsOfARealPlayerThatIsClosedWhileItPlays) {
 }
 
 TEST(MprisMediaPlayers, WorksWithoutASessionBus) {
+    // A desktop with a player that it must not find by another way.
+    Bus bus;
+    ScriptedPlayer player(bus.address(), "one");
     MprisMediaPlayers players{QDBusConnection(QStringLiteral("none"))};
-    bool wasCalled = false;
-    players.setOnPlaybackChange([&wasCalled](bool) { wasCalled = true; });
+    std::vector<bool> reports;
+    players.setOnPlaybackChange([&reports](bool isPlaying) { reports.push_back(isPlaying); });
+    MprisMediaPlayers others(bus.connection);
+    std::vector<bool> reportsToOthers;
+    others.setOnPlaybackChange([&](bool isPlaying) { reportsToOthers.push_back(isPlaying); });
+    player.tellStatus(QStringLiteral("Playing"));
+    ASSERT_TRUE(comesToHold([&] { return !reportsToOthers.empty() && reportsToOthers.back(); }));
     players.togglePlayPause();
-    QCoreApplication::processEvents();
-    EXPECT_FALSE(wasCalled);
+    // The player hears this command, and would have heard the one before it first.
+    others.togglePlayPause();
+    ASSERT_TRUE(comesToHold([&] { return player.toggles() > 0; }));
+    EXPECT_EQ(player.toggles(), 1);
+    EXPECT_EQ(reports, std::vector<bool>());
 }
 
 TEST(MprisMediaPlayers, OutlivesItsBus) {
@@ -216,6 +227,9 @@ TEST(MprisMediaPlayers, OutlivesItsBus) {
     players.togglePlayPause();
     QCoreApplication::processEvents();
     EXPECT_LT(monotonicSeconds() - start, 1);
+    pauseMilliseconds(100);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(player.toggles(), 0) << "no command reaches a player by another way";
     QDBusConnection::disconnectFromBus(name);
 }
 
