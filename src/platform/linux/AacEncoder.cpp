@@ -18,9 +18,22 @@ const AVCodec& aac() {
     return *codec;
 }
 
+/// The rates that the encoder supports, ended by a 0.
+const int* supportedRates() {
+#if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(61, 13, 100)
+    const void* rates = nullptr;
+    checkFfmpeg(
+        avcodec_get_supported_config(nullptr, &aac(), AV_CODEC_CONFIG_SAMPLE_RATE, 0, &rates, nullptr),
+        "The encoder cannot be started");
+    return static_cast<const int*>(rates);
+#else
+    return aac().supported_samplerates;
+#endif
+}
+
 AudioFormat codedFormat(const AudioFormat& format) {
     AudioFormat coded{substituteRate, format.channelCount == 2 ? 2U : 1U};
-    for (const int* rate = aac().supported_samplerates; rate && *rate; ++rate) {
+    for (const int* rate = supportedRates(); rate && *rate; ++rate) {
         if (*rate == format.sampleRate)
             coded.sampleRate = *rate;
     }

@@ -46,9 +46,13 @@ FileIo::FileIo(int descriptor, Direction direction)
     : descriptor_(descriptor) {
     auto* buffer = static_cast<unsigned char*>(av_malloc(blockBytes));
     const bool isWriting = direction == Direction::writing;
+    // The bytes are const from FFmpeg 7 on.
+    const decltype(AVIOContext::write_packet) writer = [](void* self, auto* bytes, int count) {
+        return write(self, bytes, count);
+    };
     if (buffer)
         context_.reset(avio_alloc_context(buffer, blockBytes, isWriting ? 1 : 0, this,
-                                          isWriting ? nullptr : read, isWriting ? write : nullptr,
+                                          isWriting ? nullptr : read, isWriting ? writer : nullptr,
                                           isWriting ? seekInWritten : seek));
     if (!context_) {
         av_free(buffer);
@@ -71,9 +75,9 @@ int FileIo::read(void* self, std::uint8_t* bytes, int count) {
     return got == 0 ? AVERROR_EOF : static_cast<int>(got);
 }
 
-int FileIo::write(void* self, std::uint8_t* bytes, int count) {
+int FileIo::write(void* self, const std::uint8_t* bytes, int count) {
     auto& file = *static_cast<FileIo*>(self);
-    std::span<const std::uint8_t> left(bytes, static_cast<std::size_t>(count));
+    std::span left(bytes, static_cast<std::size_t>(count));
     // Later bytes must not overtake earlier ones for the same place.
     if (!file.heldFrom_ && file.writeRest())
         left = left.subspan(file.writeAt(file.position_, left));

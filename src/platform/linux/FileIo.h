@@ -49,7 +49,7 @@ private:
     FileIo(int descriptor, Direction direction);
 
     static int read(void* self, std::uint8_t* bytes, int count);
-    static int write(void* self, std::uint8_t* bytes, int count);
+    static int write(void* self, const std::uint8_t* bytes, int count);
     static std::int64_t seek(void* self, std::int64_t offset, int whence);
     static std::int64_t seekInWritten(void* self, std::int64_t offset, int whence);
 

@@ -91,8 +91,12 @@ void SocketConnection::watch() {
     auto* socket = socket_.get();
     connect(socket, &QWebSocket::connected, this, [this] { connected(); });
     connect(socket, &QWebSocket::sslErrors, this, [this] { certificates_ = CertificateCheck::hasFailed; });
-    connect(socket, qOverload<QAbstractSocket::SocketError>(&QWebSocket::error), this,
-            [this](QAbstractSocket::SocketError error) { ended(error); });
+#if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
+    const auto errorOccurred = &QWebSocket::errorOccurred;
+#else
+    const auto errorOccurred = qOverload<QAbstractSocket::SocketError>(&QWebSocket::error);
+#endif
+    connect(socket, errorOccurred, this, [this](QAbstractSocket::SocketError error) { ended(error); });
     connect(socket, &QWebSocket::disconnected, this, [this] { ended(socket_->error()); });
     connect(socket, &QWebSocket::bytesWritten, this, [this] { sendWaiting(); });
     connect(socket, &QWebSocket::textMessageReceived, this,
