@@ -1,4 +1,5 @@
-# Every library is a Debian package; `./dev setup` installs them. ARCHITECTURE.md says why each is here.
+# Every library is a Debian package; `./dev setup` installs them. ARCHITECTURE.md says why each is here. A version is the
+# oldest that is tested, on Debian 12.
 
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
