@@ -1,5 +1,5 @@
 # Every library is a Debian package; `./dev setup` installs them. ARCHITECTURE.md says why each is here. A version is the
-# oldest that is tested, on Debian 12.
+# oldest that is tested, on Debian 12; `./dev test-on` tests newer ones.
 
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
