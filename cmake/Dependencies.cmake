@@ -3,7 +3,7 @@
 
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
-find_package(Boost 1.81 REQUIRED COMPONENTS url)
+find_package(Boost 1.81 REQUIRED CONFIG COMPONENTS url)
 find_package(ICU 72 REQUIRED COMPONENTS uc i18n data)
 find_package(fmt REQUIRED)
 find_package(nlohmann_json REQUIRED)
