@@ -2,6 +2,8 @@
 
 #include "ui/Texts.h"
 
+#include <utility>
+
 namespace sonvale::ui {
 
 DashboardModel::DashboardModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState)
@@ -9,11 +11,8 @@ DashboardModel::DashboardModel(const core::Environment& environment, std::shared
     , appState_(std::move(appState))
     , onboarding_(appState_, environment_.settings)
     , login_(environment_.main, appState_->authService) {
-    const auto changed = [this](bool) {
-        Q_EMIT contentChanged();
-        if (support_ && content() != QStringLiteral("home"))
-            support_->forget();
-    };
+    content_ = content();
+    const auto changed = [this](bool) { follow(); };
     subscriptions_.push_back(appState_->isOnboardingComplete.subscribe(changed));
     subscriptions_.push_back(appState_->authService->isAuthenticated.subscribe(changed));
 }
@@ -24,6 +23,17 @@ QString DashboardModel::content() const {
     if (!appState_->isOnboardingComplete.get())
         return QStringLiteral("onboarding");
     return appState_->isModelReachable() ? QStringLiteral("home") : QStringLiteral("login");
+}
+
+void DashboardModel::follow() {
+    const auto now = content();
+    const auto former = std::exchange(content_, now);
+    // Before the views change: each of them begins with an empty form, and none is left with a filled one.
+    if (former != now && (former == QLatin1String("login") || now == QLatin1String("login")))
+        login_.reset();
+    Q_EMIT contentChanged();
+    if (support_ && now != QLatin1String("home"))
+        support_->forget();
 }
 
 SettingsModel* DashboardModel::settings() {

@@ -60,6 +60,8 @@ public:
     Q_SIGNAL void contentChanged();
 
 private:
+    void follow();
+
     const core::Environment environment_;
     const std::shared_ptr<core::AppState> appState_;
     OnboardingModel onboarding_;
@@ -71,6 +73,7 @@ private:
     std::unique_ptr<StyleModel> style_;
     std::unique_ptr<ScratchpadModel> scratchpad_;
     std::unique_ptr<SupportChatModel> support_;
+    QString content_; ///< as notified last
     std::vector<base::Subscription> subscriptions_;
 };
 

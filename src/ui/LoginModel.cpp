@@ -1,7 +1,10 @@
 #include "ui/LoginModel.h"
 
+#include "base/Wipe.h"
 #include "ui/LoginCheck.h"
 #include "ui/Texts.h"
+
+#include <utility>
 
 namespace sonvale::ui {
 
@@ -11,12 +14,35 @@ LoginModel::LoginModel(runtime::Actor main, std::shared_ptr<services::AuthServic
     loading_ = authService_->isLoading.subscribe([this](bool) { Q_EMIT loadingChanged(); });
 }
 
-LoginModel::~LoginModel() = default;
+LoginModel::~LoginModel() {
+    wipeInput();
+}
+
+void LoginModel::setInput(QString& field, const QString& text) {
+    if (field == text)
+        return;
+    wipe(field);
+    field = unsharedCopy(text);
+    Q_EMIT inputChanged();
+}
+
+void LoginModel::wipeInput() {
+    for (auto* each : {&email_, &password_, &confirmPassword_})
+        wipe(*each);
+}
+
+void LoginModel::reset() {
+    wipeInput();
+    setLocalError({});
+    Q_EMIT inputChanged();
+    if (std::exchange(isSignUp_, false))
+        Q_EMIT modeChanged();
+}
 
 void LoginModel::toggleMode() {
     isSignUp_ = !isSignUp_;
     setLocalError({});
-    confirmPassword_.clear();
+    wipe(confirmPassword_);
     Q_EMIT inputChanged();
     Q_EMIT modeChanged();
 }
@@ -25,33 +51,38 @@ void LoginModel::submit() {
     if (isLoading())
         return;
     setLocalError({});
-    const LoginInput input{.email = email_.toStdString(),
-                           .password = password_.toStdString(),
-                           .confirmPassword = confirmPassword_.toStdString(),
-                           .isSignUp = isSignUp_};
-    if (const auto problem = loginCheck(input)) {
+    LoginInput input{.email = email_.toStdString(),
+                     .password = password_.toStdString(),
+                     .confirmPassword = confirmPassword_.toStdString(),
+                     .isSignUp = isSignUp_};
+    if (const auto problem = loginCheck(input))
         setLocalError(translated(*problem));
-        return;
-    }
-    runtime::spawn(main_,
-                   authenticate(self_, authService_, isSignUp_, sentEmail(input.email), input.password));
+    else
+        runtime::spawn(main_,
+                       authenticate(self_, authService_, isSignUp_, sentEmail(input.email), input.password));
+    base::wipe(input.password);
+    base::wipe(input.confirmPassword);
 }
 
 runtime::Task<> LoginModel::authenticate(std::weak_ptr<LoginModel*> weakSelf,
                                          std::shared_ptr<services::AuthService> authService, bool isSignUp,
                                          std::string email, std::string password) {
-    QString failure;
+    std::optional<QString> failure;
     try {
-        if (isSignUp)
-            co_await authService->signUp(std::move(email), std::move(password));
-        else
-            co_await authService->signIn(std::move(email), std::move(password));
+        auto request = isSignUp ? authService->signUp(std::move(email), password)
+                                : authService->signIn(std::move(email), password);
+        base::wipe(password);
+        co_await std::move(request);
     } catch (const services::AuthError& error) {
         failure = translated(error.what());
     }
-    // Once signed in, the view has gone.
-    if (const auto self = weakSelf.lock())
-        (*self)->setLocalError(failure);
+    const auto self = weakSelf.lock();
+    if (!self)
+        co_return;
+    if (failure)
+        (*self)->setLocalError(*failure);
+    else
+        (*self)->reset();
 }
 
 void LoginModel::setLocalError(const QString& error) {

@@ -3,6 +3,7 @@
 #include "base/Observed.h"
 #include "runtime/Task.h"
 #include "services/AuthService.h"
+#include "ui/WipedText.h"
 
 #include <QObject>
 #include <memory>
@@ -13,9 +14,9 @@ namespace sonvale::ui {
 /// What the one screen of a signed-out user holds and does: it signs in, or creates an account. Main actor.
 class LoginModel final : public QObject {
     Q_OBJECT
-    Q_PROPERTY(QString email MEMBER email_ NOTIFY inputChanged)
-    Q_PROPERTY(QString password MEMBER password_ NOTIFY inputChanged)
-    Q_PROPERTY(QString confirmPassword MEMBER confirmPassword_ NOTIFY inputChanged)
+    Q_PROPERTY(QString email READ email WRITE setEmail NOTIFY inputChanged)
+    Q_PROPERTY(QString password READ password WRITE setPassword NOTIFY inputChanged)
+    Q_PROPERTY(QString confirmPassword READ confirmPassword WRITE setConfirmPassword NOTIFY inputChanged)
     Q_PROPERTY(bool isSignUp READ isSignUp NOTIFY modeChanged)
     Q_PROPERTY(bool isLoading READ isLoading NOTIFY loadingChanged)
     Q_PROPERTY(QString localError READ localError NOTIFY localErrorChanged)
@@ -24,6 +25,13 @@ public:
     LoginModel(runtime::Actor main, std::shared_ptr<services::AuthService> authService);
     ~LoginModel() override;
 
+    // The model keeps what is typed in memory of its own and overwrites it when it changes or goes.
+    QString email() const { return unsharedCopy(email_); }
+    void setEmail(const QString& text) { setInput(email_, text); }
+    QString password() const { return unsharedCopy(password_); }
+    void setPassword(const QString& text) { setInput(password_, text); }
+    QString confirmPassword() const { return unsharedCopy(confirmPassword_); }
+    void setConfirmPassword(const QString& text) { setInput(confirmPassword_, text); }
     bool isSignUp() const { return isSignUp_; }
     bool isLoading() const { return authService_->isLoading.get(); }
     QString localError() const { return localError_; } ///< empty for none
@@ -32,6 +40,9 @@ public:
     Q_INVOKABLE void toggleMode();
     /// Asks the service, unless the input is wrong already or an answer is still on its way.
     Q_INVOKABLE void submit();
+    /// Overwrites what was typed and goes back to an empty form for signing in. Called for each new view of
+    /// the form and after a success.
+    void reset();
 
     Q_SIGNAL void inputChanged();
     Q_SIGNAL void modeChanged();
@@ -42,6 +53,8 @@ private:
     static runtime::Task<> authenticate(std::weak_ptr<LoginModel*> weakSelf,
                                         std::shared_ptr<services::AuthService> authService, bool isSignUp,
                                         std::string email, std::string password);
+    void setInput(QString& field, const QString& text);
+    void wipeInput();
     void setLocalError(const QString& error);
 
     const runtime::Actor main_;

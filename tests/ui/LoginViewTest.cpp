@@ -218,6 +218,69 @@ TEST_F(LoginView, SubmitsWithReturnFromEveryField) {
     }
 }
 
+TEST_F(LoginView, IsEmptyAgainAfterSigningOut) {
+    network().answerNext(200, session);
+    auto& view = openDashboard();
+    fill(view, "email", "ann@example.com");
+    fill(view, "password", "my secret password");
+    click(view, "submit");
+    ASSERT_TRUE(isShown(view, "home"));
+    const auto& form = *view.rootObject()->property("model").value<DashboardModel*>()->login();
+    EXPECT_EQ(form.email() + form.password(), QString()) << "nothing is kept while the user is signed in";
+
+    click(view, "signOut");
+    ASSERT_TRUE(isShown(view, "login"));
+    EXPECT_EQ(text(view, "email"), "");
+    EXPECT_EQ(text(view, "password"), "");
+    clickEye(view, "password");
+    EXPECT_EQ(shownText(view, "password"), QString());
+    EXPECT_EQ(focused(view), "reveal");
+    click(view, "submit");
+    EXPECT_EQ(network().requests().size(), 1U) << "one click does not sign in again";
+    EXPECT_EQ(text(view, "localError"), "Please enter your email address.");
+}
+
+TEST_F(LoginView, AsksToSignInAfterTheNewAccountWasSignedOut) {
+    network().answerNext(200, session);
+    auto& view = openDashboard();
+    click(view, "switchMode");
+    fill(view, "email", "ann@example.com");
+    fill(view, "password", "long enough");
+    fill(view, "confirmPassword", "long enough");
+    click(view, "submit");
+    ASSERT_TRUE(isShown(view, "home"));
+    change([&] { state().authService->signOut(); });
+    EXPECT_EQ(text(view, "title"), "Sign In");
+    EXPECT_FALSE(isShown(view, "confirmPassword"));
+    click(view, "switchMode");
+    for (const auto* field : {"email", "password", "confirmPassword"})
+        EXPECT_EQ(text(view, field), "") << field;
+}
+
+TEST_F(LoginView, BeginsEmptyWhenASessionEndsWhileAnErrorIsShown) {
+    auto& view = openDashboard();
+    EXPECT_EQ(errorOf(view, "a@", "short"), "Password must be at least 8 characters.");
+    network().answerNext(200, session);
+    runtime::spawn(runtimeSupport().main(), state().authService->signIn("ann@example.com", "long enough"));
+    settleViews();
+    ASSERT_TRUE(isShown(view, "home"));
+    change([&] { state().authService->signOut(); });
+    EXPECT_FALSE(isShown(view, "localError"));
+    EXPECT_EQ(text(view, "email") + text(view, "password"), "");
+}
+
+TEST_F(LoginView, KeepsWhatWasTypedAfterARefusal) {
+    EXPECT_EQ(errorAfter(401, R"({"message":""})"), "");
+    auto& view = openDashboard();
+    fill(view, "email", "ann@example.com");
+    fill(view, "password", "long enough");
+    network().answerNext(401, R"({"message":""})");
+    click(view, "submit");
+    EXPECT_TRUE(isShown(view, "login"));
+    EXPECT_EQ(text(view, "email"), "ann@example.com");
+    EXPECT_EQ(text(view, "password"), "long enough");
+}
+
 TEST_F(LoginView, IsDisabledWhileTheServiceIsAsked) {
     network().hangNext();
     auto& view = openDashboard();
