@@ -22,10 +22,12 @@ DashboardModel::~DashboardModel() = default;
 QString DashboardModel::content() const {
     if (!appState_->isOnboardingComplete.get())
         return QStringLiteral("onboarding");
-    return appState_->isModelReachable() ? QStringLiteral("home") : QStringLiteral("login");
+    return isSignedIn() || isWithoutAccount_ ? QStringLiteral("home") : QStringLiteral("login");
 }
 
 void DashboardModel::follow() {
+    if (isSignedIn())
+        isWithoutAccount_ = false;
     const auto now = content();
     const auto former = std::exchange(content_, now);
     // Before the views change: each of them begins with an empty form, and none is left with a filled one.
@@ -34,6 +36,18 @@ void DashboardModel::follow() {
     Q_EMIT contentChanged();
     if (support_ && now != QLatin1String("home"))
         support_->forget();
+}
+
+void DashboardModel::continueWithoutAccount() {
+    if (isAccountNeeded())
+        return;
+    isWithoutAccount_ = true;
+    follow();
+}
+
+void DashboardModel::askToSignIn() {
+    isWithoutAccount_ = false;
+    follow();
 }
 
 SettingsModel* DashboardModel::settings() {

@@ -33,6 +33,7 @@ class DashboardModel final : public QObject {
     Q_PROPERTY(sonvale::ui::StyleModel* style READ style CONSTANT)
     Q_PROPERTY(sonvale::ui::ScratchpadModel* scratchpad READ scratchpad CONSTANT)
     Q_PROPERTY(bool isSignedIn READ isSignedIn NOTIFY contentChanged)
+    Q_PROPERTY(bool isAccountNeeded READ isAccountNeeded CONSTANT)
     Q_PROPERTY(QString userEmail READ userEmail NOTIFY contentChanged)
     Q_PROPERTY(sonvale::ui::SupportChatModel* support READ support CONSTANT)
 
@@ -41,7 +42,8 @@ public:
     DashboardModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState);
     ~DashboardModel() override;
 
-    /// "onboarding", "login" or "home".
+    /// "onboarding", "login" or "home". "login" until there is a session, or until the user has chosen to go
+    /// on without one.
     QString content() const;
     bool isSignedIn() const { return appState_->authService->isAuthenticated.get(); }
     OnboardingModel* onboarding() { return &onboarding_; }
@@ -55,6 +57,12 @@ public:
     ScratchpadModel* scratchpad();
     QString userEmail() const; ///< empty without a user's session
     Q_INVOKABLE void signOut();
+    /// Whether dictation needs a session. Returns false for a build with a key for the service.
+    bool isAccountNeeded() const { return !environment_.addresses.key; }
+    /// Shows the tabs without a session, until the window closes or `askToSignIn` is called. Does nothing if
+    /// an account is needed.
+    Q_INVOKABLE void continueWithoutAccount();
+    Q_INVOKABLE void askToSignIn();
     SupportChatModel* support();
 
     Q_SIGNAL void contentChanged();
@@ -73,6 +81,7 @@ private:
     std::unique_ptr<StyleModel> style_;
     std::unique_ptr<ScratchpadModel> scratchpad_;
     std::unique_ptr<SupportChatModel> support_;
+    bool isWithoutAccount_ = false;
     QString content_; ///< as notified last
     std::vector<base::Subscription> subscriptions_;
 };

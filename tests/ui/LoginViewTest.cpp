@@ -281,6 +281,50 @@ TEST_F(LoginView, KeepsWhatWasTypedAfterARefusal) {
     EXPECT_EQ(text(view, "password"), "long enough");
 }
 
+TEST_F(LoginView, IsShownToASignedOutUserOfABuildWithAKeyToo) {
+    addresses.key = "sk-of-this-build";
+    closeDashboard();
+    rebuildState();
+    completeOnboardingAndStart();
+    auto& view = openDashboard();
+    EXPECT_TRUE(isShown(view, "login"));
+    EXPECT_FALSE(isShown(view, "home"));
+    EXPECT_EQ(text(view, "withoutAccount"), "Continue without an account");
+    click(view, "withoutAccount");
+    ASSERT_TRUE(isShown(view, "home"));
+    EXPECT_FALSE(isShown(view, "signOut"));
+    EXPECT_EQ(text(view, "signIn"), "Sign In");
+
+    click(view, "sidebar.help");
+    const auto texts = readable(view);
+    EXPECT_EQ(std::ranges::count(texts, "You must be signed in to use support chat."), 1);
+    EXPECT_EQ(outside(view), Texts{});
+    click(view, "signInForSupport");
+    ASSERT_TRUE(isShown(view, "login"));
+    click(view, "withoutAccount");
+    click(view, "signIn");
+    ASSERT_TRUE(isShown(view, "login"));
+
+    network().answerNext(200, session);
+    fill(view, "email", "ann@example.com");
+    fill(view, "password", "long enough");
+    click(view, "submit");
+    ASSERT_TRUE(isShown(view, "home"));
+    EXPECT_FALSE(isShown(view, "signIn"));
+    click(view, "sidebar.help");
+    EXPECT_FALSE(isShown(view, "signInFirst"));
+    click(view, "signOut");
+    EXPECT_TRUE(isShown(view, "login")) << "the choice to go on without an account ended with the sign-in";
+}
+
+TEST_F(LoginView, HasNoWayAroundAnAccountThatIsNeeded) {
+    auto& view = openDashboard();
+    EXPECT_FALSE(isShown(view, "withoutAccount"));
+    view.rootObject()->property("model").value<DashboardModel*>()->continueWithoutAccount();
+    settleViews();
+    EXPECT_TRUE(isShown(view, "login"));
+}
+
 TEST_F(LoginView, IsDisabledWhileTheServiceIsAsked) {
     network().hangNext();
     auto& view = openDashboard();

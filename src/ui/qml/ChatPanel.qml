@@ -6,6 +6,10 @@ FocusScope {
     id: panel
 
     required property var model
+    /// Nobody answers without a session.
+    property bool isSignedIn: true
+
+    signal signInWanted
 
     function send() {
         list.sticks = list.sticks || model.canSend;
@@ -93,7 +97,7 @@ FocusScope {
             anchors.right: parent.right
             anchors.top: heading.bottom
             anchors.topMargin: Theme.betweenCards
-            anchors.bottom: banner.visible ? banner.top : composer.top
+            anchors.bottom: signInFirst.visible ? signInFirst.top : banner.visible ? banner.top : composer.top
             anchors.bottomMargin: Theme.betweenRows
             clip: true
             boundsBehavior: Flickable.StopAtBounds
@@ -143,6 +147,43 @@ FocusScope {
                     anchors.topMargin: Theme.betweenRows
                     visible: panel.model.isWaitingForFirstChunk
                 }
+            }
+        }
+
+        Rectangle {
+            id: signInFirst
+
+            objectName: "signInFirst"
+            anchors.left: parent.left
+            anchors.right: parent.right
+            anchors.bottom: banner.visible ? banner.top : composer.top
+            anchors.bottomMargin: Theme.betweenRows
+            height: Math.max(request.height, way.height) + 2 * Theme.inControl
+            radius: Theme.controlRadius
+            color: Theme.raised
+            visible: !panel.isSignedIn
+
+            SVText {
+                id: request
+
+                anchors.left: parent.left
+                anchors.leftMargin: Theme.betweenRows
+                anchors.right: way.left
+                anchors.rightMargin: Theme.betweenRows
+                anchors.verticalCenter: parent.verticalCenter
+                text: Texts.signInForSupport
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+            }
+            PlainButton {
+                id: way
+
+                objectName: "signInForSupport"
+                anchors.right: parent.right
+                anchors.rightMargin: Theme.inControl
+                anchors.verticalCenter: parent.verticalCenter
+                text: Texts.signIn
+                onClicked: panel.signInWanted()
             }
         }
 

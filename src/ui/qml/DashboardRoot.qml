@@ -33,6 +33,8 @@ Rectangle {
         LoginView {
             objectName: "login"
             model: root.model.login
+            isAccountNeeded: root.model.isAccountNeeded
+            onContinuedWithoutAccount: root.model.continueWithoutAccount()
         }
     }
     Component {

@@ -21,6 +21,7 @@ FocusScope {
         userEmail: dashboard.model.userEmail
         onSelected: tab => dashboard.selectedTab = tab
         onSignOutWanted: dashboard.model.signOut()
+        onSignInWanted: dashboard.model.askToSignIn()
     }
     Rectangle {
         anchors.left: sidebar.right
@@ -94,6 +95,8 @@ FocusScope {
         HelpView {
             objectName: "tab.help"
             model: dashboard.model.support
+            isSignedIn: dashboard.model.isSignedIn
+            onSignInWanted: dashboard.model.askToSignIn()
         }
     }
 }

@@ -5,10 +5,15 @@ FocusScope {
     id: help
 
     required property var model
+    property bool isSignedIn: true
+
+    signal signInWanted
 
     ChatPanel {
         anchors.fill: parent
         focus: true
         model: help.model
+        isSignedIn: help.isSignedIn
+        onSignInWanted: help.signInWanted()
     }
 }

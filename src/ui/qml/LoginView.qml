@@ -5,6 +5,10 @@ FocusScope {
     id: login
 
     required property var model
+    /// Without an account the program can still dictate, so the user may go on to the tabs.
+    property bool isAccountNeeded: true
+
+    signal continuedWithoutAccount
 
     focus: true
 
@@ -105,6 +109,14 @@ FocusScope {
             enabled: !login.model.isLoading
             text: login.model.isSignUp ? Texts.haveAccount : Texts.noAccount
             onClicked: login.model.toggleMode()
+        }
+        LinkButton {
+            objectName: "withoutAccount"
+            anchors.horizontalCenter: parent.horizontalCenter
+            visible: !login.isAccountNeeded
+            enabled: !login.model.isLoading
+            text: Texts.withoutAccount
+            onClicked: login.continuedWithoutAccount()
         }
     }
 }

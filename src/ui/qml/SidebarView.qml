@@ -21,6 +21,7 @@ FocusScope {
 
     signal selected(string tab)
     signal signOutWanted
+    signal signInWanted
 
     Accessible.role: Accessible.PageTabList
     Accessible.name: Texts.applicationName
@@ -99,7 +100,6 @@ FocusScope {
 
         SVSeparator {
             width: parent.width
-            visible: sidebar.isSignedIn
         }
         SVText {
             objectName: "userEmail"
@@ -119,6 +119,12 @@ FocusScope {
             visible: sidebar.isSignedIn
             text: Texts.signOut
             onClicked: sidebar.signOutWanted()
+        }
+        LinkButton {
+            objectName: "signIn"
+            visible: !sidebar.isSignedIn
+            text: Texts.signIn
+            onClicked: sidebar.signInWanted()
         }
     }
 }

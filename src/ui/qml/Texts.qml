@@ -172,6 +172,7 @@ QtObject {
     // The support chat.
     readonly property string support: qsTr("Son Vale Support")
     readonly property string supportSubtitle: qsTr("Troubleshooting and account help")
+    readonly property string signInForSupport: qsTr("You must be signed in to use support chat.")
     readonly property string clearConversation: qsTr("Clear")
     readonly property string describeIssue: qsTr("Describe your issue...")
     readonly property string send: qsTr("Send")
@@ -190,6 +191,7 @@ QtObject {
     readonly property string confirmPassword: qsTr("Confirm password")
     readonly property string noAccount: qsTr("Don't have an account? <b>Sign up</b>")
     readonly property string haveAccount: qsTr("Already have an account? <b>Sign in</b>")
+    readonly property string withoutAccount: qsTr("Continue without an account")
     readonly property string showPassword: qsTr("Show password")
     readonly property string hidePassword: qsTr("Hide password")
 
