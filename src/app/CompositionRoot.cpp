@@ -197,6 +197,7 @@ void CompositionRoot::makeMenu() {
     auto& p = *parts_;
     const auto openDashboard = [&delegate = *p.delegate] { delegate.openDashboard(); };
     const auto quit = [&application = p.application] { application.terminate(); };
+    const auto closeMenu = [&p](std::function<void()> then) { p.menu->closeFirst(std::move(then)); };
     const auto giveKeyboardBack = [&p](std::function<void()> then) { p.menu->closeAndThen(std::move(then)); };
     const auto toggleMenu = [&p](const QRect& icon) {
         p.delegate->openWindow = [&p](const std::string&) { p.dashboard->open(); };
@@ -204,8 +205,10 @@ void CompositionRoot::makeMenu() {
     };
     p.menuModel = std::make_unique<ui::MenuModel>(
         p.delegate->services()->appState(), p.settings,
-        ui::MenuModel::Actions{
-            .openDashboard = openDashboard, .quit = quit, .giveKeyboardBack = giveKeyboardBack});
+        ui::MenuModel::Actions{.openDashboard = openDashboard,
+                               .quit = quit,
+                               .closeMenu = closeMenu,
+                               .giveKeyboardBack = giveKeyboardBack});
     p.menu = std::make_unique<ui::MenuPopover>(p.views, *p.menuModel);
     p.trayIcon = std::make_unique<ui::TrayIcon>(p.mainContext.actor(), p.clock,
                                                 ui::TrayIcon::Actions{.toggleMenu = toggleMenu,

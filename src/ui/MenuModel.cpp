@@ -71,7 +71,7 @@ void MenuModel::pasteLastTranscript() {
 }
 
 void MenuModel::openDashboard() {
-    actions_.openDashboard();
+    actions_.closeMenu(actions_.openDashboard);
 }
 
 void MenuModel::selectLanguage(const QString& code) {

@@ -27,6 +27,8 @@ public:
     struct Actions {
         std::function<void()> openDashboard;
         std::function<void()> quit;
+        /// Closes the menu, and then calls back.
+        std::function<void(std::function<void()> then)> closeMenu;
         /// Closes the menu, and then calls back once the keyboard is the front application's again.
         std::function<void(std::function<void()> then)> giveKeyboardBack;
     };
@@ -45,6 +47,7 @@ public:
     /// Does nothing without a text, like the next.
     Q_INVOKABLE void copyLastTranscript();
     Q_INVOKABLE void pasteLastTranscript();
+    /// Opens the dashboard after the menu has closed.
     Q_INVOKABLE void openDashboard();
     Q_INVOKABLE void selectLanguage(const QString& code);
     Q_INVOKABLE void quit();

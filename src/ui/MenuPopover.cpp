@@ -7,6 +7,7 @@
 #include <QScreen>
 #include <QTimerEvent>
 #include <algorithm>
+#include <utility>
 
 namespace sonvale::ui {
 
@@ -83,6 +84,16 @@ void MenuPopover::closeLater() {
 
 void MenuPopover::close() {
     view_.reset();
+}
+
+void MenuPopover::closeFirst(std::function<void()> then) {
+    QMetaObject::invokeMethod(
+        this,
+        [this, then = std::move(then)] {
+            close();
+            then();
+        },
+        Qt::QueuedConnection);
 }
 
 void MenuPopover::closeAndThen(std::function<void()> then) {

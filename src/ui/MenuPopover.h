@@ -26,6 +26,8 @@ public:
     /// Opens at `icon`, in global coordinates; at the pointer when it is empty. When it is open, it closes.
     void toggle(const QRect& icon);
     void close();
+    /// Closes in the next turn of the event loop, and then calls `then`, also if no menu is open.
+    void closeFirst(std::function<void()> then);
     /// As `close()`, and calls `then` once another window has had the time to take the keyboard.
     void closeAndThen(std::function<void()> then);
 

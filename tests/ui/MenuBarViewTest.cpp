@@ -113,6 +113,7 @@ TEST_F(MenuBarView, OpensTheDashboardFromBothRows) {
         click(openMenu(), row);
         EXPECT_TRUE(eventuallyInQt(5, [&] { return menu().view() == nullptr; }));
         EXPECT_EQ(dashboardsOpened, before + 1) << row;
+        EXPECT_FALSE(wasMenuOpen) << row << ": the menu has closed before";
     }
 }
 

@@ -125,8 +125,13 @@ QQuickView& ViewFixture::openMenu() {
     menuModel_ = std::make_unique<ui::MenuModel>(
         state().shared_from_this(), settings(),
         ui::MenuModel::Actions{
-            .openDashboard = [this] { ++dashboardsOpened; },
+            .openDashboard =
+                [this] {
+                    ++dashboardsOpened;
+                    wasMenuOpen = menu_->view() != nullptr;
+                },
             .quit = [this] { ++quits; },
+            .closeMenu = [this](std::function<void()> then) { menu_->closeFirst(std::move(then)); },
             .giveKeyboardBack =
                 [this](std::function<void()> then) { menu_->closeAndThen(std::move(then)); }});
     menu_ = std::make_unique<ui::MenuPopover>(views_, *menuModel_);

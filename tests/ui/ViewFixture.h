@@ -34,7 +34,10 @@ protected:
     QQuickView& openMenu();
     ui::MenuPopover& menu() { return *menu_; }
     int dashboardsOpened = 0; ///< by the menu
+    bool wasMenuOpen = false; ///< when the dashboard was opened last
     int quits = 0;            ///< by the menu
+    /// The model of the menu that was opened last.
+    ui::MenuModel& menuModel() { return *menuModel_; }
 
     /// The item with this object name that is visible; null when there is none.
     static QQuickItem* find(QQuickView& view, const std::string& name);

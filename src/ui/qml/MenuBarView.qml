@@ -140,10 +140,7 @@ FocusScope {
             focus: true
             symbol: "macwindow"
             text: Texts.dashboard
-            onClicked: {
-                menu.closeRequested();
-                menu.model.openDashboard();
-            }
+            onClicked: menu.model.openDashboard()
         }
 
         SVSeparator {
@@ -180,10 +177,7 @@ FocusScope {
             width: parent.width
             symbol: "keyboard"
             text: Texts.shortcuts
-            onClicked: {
-                menu.closeRequested();
-                menu.model.openDashboard();
-            }
+            onClicked: menu.model.openDashboard()
         }
         SVMenuRow {
             id: languageRow
