@@ -7,6 +7,7 @@
 #include <QScreen>
 #include <QTimerEvent>
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace sonvale::ui {
@@ -55,9 +56,15 @@ void MenuPopover::place() {
     const auto* screen = QGuiApplication::screenAt(icon_.center());
     if (!screen)
         screen = QGuiApplication::primaryScreen();
-    const QSize size(width, static_cast<int>(content->implicitHeight()));
-    view_->setGeometry(screen ? placeFor(icon_, size, screen->availableGeometry())
-                              : QRect(icon_.topLeft(), size));
+    QSize size(width, static_cast<int>(std::ceil(content->implicitHeight())));
+    if (!screen) {
+        view_->setGeometry(QRect(icon_.topLeft(), size));
+        return;
+    }
+    const auto room = screen->availableGeometry();
+    // The menu scrolls what does not fit.
+    size.setHeight(std::min(size.height(), room.height()));
+    view_->setGeometry(placeFor(icon_, size, room));
 }
 
 QRect MenuPopover::placeFor(const QRect& icon, const QSize& size, const QRect& room) {

@@ -183,9 +183,54 @@ TEST_F(MenuBarView, KeepsItsShapeWithALongTranscriptOfAnyScript) {
     EXPECT_EQ(view.width(), 320);
     EXPECT_LE(view.height(), 640);
     EXPECT_TRUE(isShown(view, "quit"));
+    EXPECT_EQ(outside(view), std::vector<std::string>{});
     EXPECT_TRUE(this->text(view, "transcriptionText").starts_with("<b>שלום</b>")) << "no markup";
     click(view, "copy");
     EXPECT_EQ(pasteboard().text(), text);
+}
+
+TEST_F(MenuBarView, KeepsQuitInSightWithEverythingInIt) {
+    std::string sentences;
+    for (int i = 0; i < 30; ++i)
+        sentences += "this sentence has six words. ";
+    setTranscription(sentences);
+    change([&] { state().surfaceError(sentences); });
+    auto& view = openMenu();
+    click(view, "language");
+    const auto inSight = [&](const char* name) {
+        const auto& row = item(view, name);
+        const auto place = row.mapRectToScene(row.boundingRect());
+        auto room = QRectF(QPointF(), view.size());
+        for (const auto* each = row.parentItem(); each; each = each->parentItem()) {
+            if (each->clip())
+                room = room.intersected(each->mapRectToScene(each->boundingRect()));
+        }
+        return room.contains(place);
+    };
+    EXPECT_TRUE(eventuallyInQt(5, [&] { return view.rootObject()->height() == view.height(); }));
+    EXPECT_LE(view.height(), 640);
+    EXPECT_TRUE(inSight("quit"));
+    EXPECT_EQ(outside(view), std::vector<std::string>{});
+    EXPECT_TRUE(inSight("language.auto")) << "the languages come into sight";
+
+    // By the keyboard, everything can be reached.
+    item(view, "dashboard").forceActiveFocus(Qt::TabFocusReason);
+    settleViews();
+    EXPECT_TRUE(inSight("dashboard"));
+    for (int i = 0; i < 20 && focused(view) != "language.auto"; ++i) {
+        press(view, Qt::Key_Tab);
+        EXPECT_TRUE(inSight(focused(view).c_str())) << focused(view);
+    }
+    EXPECT_EQ(focused(view), "language.auto");
+    press(view, Qt::Key_Return);
+    EXPECT_EQ(settings().stored(keys::language), "auto");
+
+    // A screen that is too short for it.
+    resize(view, QSize(320, 300));
+    EXPECT_TRUE(inSight("quit"));
+    EXPECT_EQ(outside(view), std::vector<std::string>{});
+    click(view, "quit");
+    EXPECT_EQ(quits, 1);
 }
 
 TEST(MenuPopover, StaysInsideTheScreenWhereverTheIconIs) {

@@ -1,4 +1,5 @@
 import QtQuick
+import QtQuick.Window
 import QtQuick.Controls.Basic
 
 /// The menu at the tray.
@@ -7,7 +8,8 @@ FocusScope {
 
     required property var model
     property bool isChoosingLanguage: false
-    readonly property int wantedHeight: Math.min(content.implicitHeight + 2 * 9, 640)
+    readonly property int edge: 9
+    readonly property int wantedHeight: Math.min(content.implicitHeight + foot.implicitHeight + page.gap + 2 * edge, 640)
 
     signal closeRequested
 
@@ -25,222 +27,256 @@ FocusScope {
         border.color: Theme.hairline
     }
 
-    Column {
-        id: content
+    Flickable {
+        id: page
 
+        readonly property int gap: 4
+        readonly property Item focusItem: Window.activeFocusItem
+
+        /// Scrolls to what has the keyboard.
+        function reveal(item) {
+            var top = item.mapToItem(content, 0, 0).y;
+            if (top < contentY)
+                contentY = top;
+            else if (top + item.height > contentY + height)
+                contentY = top + item.height - height;
+        }
+        function holds(item) {
+            for (var each = item; each; each = each.parent) {
+                if (each === content)
+                    return true;
+            }
+            return false;
+        }
+        /// The languages are the end of the page.
+        function showLanguages() {
+            if (menu.isChoosingLanguage)
+                contentY = Math.max(0, contentHeight - height);
+        }
+
+        objectName: "page"
+        onFocusItemChanged: if (focusItem && holds(focusItem))
+            reveal(focusItem)
+        onContentHeightChanged: showLanguages()
+        onHeightChanged: showLanguages()
         anchors.left: parent.left
         anchors.right: parent.right
         anchors.top: parent.top
-        anchors.margins: 9
-        spacing: 4
-
-        Item {
-            width: parent.width
-            height: Theme.hitHeight + 4
-
-            SVStatusDot {
-                id: dot
-
-                objectName: "statusDot"
-                state_: menu.model.state
-                x: 13
-                anchors.verticalCenter: parent.verticalCenter
-            }
-            SVText {
-                objectName: "status"
-                anchors.left: dot.right
-                anchors.leftMargin: Theme.inControl + 7
-                anchors.verticalCenter: parent.verticalCenter
-                text: menu.model.statusText
-                font: Theme.rowTitle
-                Accessible.role: Accessible.StatusBar
-                Accessible.name: text
-            }
+        anchors.bottom: foot.top
+        anchors.margins: menu.edge
+        anchors.bottomMargin: gap
+        contentHeight: content.implicitHeight
+        clip: true
+        boundsBehavior: Flickable.StopAtBounds
+        // Beside the rows, in the edge of the menu.
+        ScrollBar.vertical: ScrollBar {
+            parent: menu
+            anchors.right: parent.right
+            anchors.rightMargin: 1
+            anchors.top: page.top
+            anchors.bottom: page.bottom
+            width: menu.edge - 1
+            policy: page.contentHeight > page.height ? ScrollBar.AlwaysOn : ScrollBar.AlwaysOff
         }
 
-        SVText {
-            objectName: "error"
-            isParagraph: true
-            visible: text !== ""
-            width: parent.width - 2 * Theme.inControl
-            x: Theme.inControl
-            text: menu.model.errorMessage
-            color: Theme.danger
-            font: Theme.caption
-            maximumLineCount: 4
-            elide: Text.ElideRight
-        }
+        Column {
+            id: content
 
-        Rectangle {
-            objectName: "transcription"
+            width: page.width
+            spacing: 4
 
-            readonly property real shownHeight: words.contentHeight * Math.min(1, 4 / Math.max(1, words.lineCount))
+            Item {
+                width: parent.width
+                height: Theme.hitHeight + 4
 
-            width: parent.width
-            height: Math.max(shownHeight + 2 * Theme.betweenRows, 56)
-            radius: Theme.controlRadius
-            color: Theme.raised
+                SVStatusDot {
+                    id: dot
 
-            Symbol {
-                id: wave
-
-                name: "waveform"
-                color: Theme.secondaryText
-                visible: menu.model.lastTranscription === ""
-                x: Theme.betweenRows
-                anchors.verticalCenter: parent.verticalCenter
-            }
-            Flickable {
-                id: scroll
-
-                anchors.left: wave.visible ? wave.right : parent.left
-                anchors.right: copy.visible ? copy.left : parent.right
-                anchors.leftMargin: Theme.betweenRows
-                anchors.rightMargin: Theme.inControl
-                anchors.verticalCenter: parent.verticalCenter
-                height: parent.shownHeight
-                contentHeight: words.contentHeight
-                clip: true
-                interactive: contentHeight > height
-                boundsBehavior: Flickable.StopAtBounds
-
+                    objectName: "statusDot"
+                    state_: menu.model.state
+                    x: 13
+                    anchors.verticalCenter: parent.verticalCenter
+                }
                 SVText {
-                    id: words
-
-                    objectName: "transcriptionText"
-                    isParagraph: menu.model.lastTranscription !== ""
-                    width: scroll.width
-                    // The beginning says which one it is; the whole of a long dictation is not for here.
-                    text: menu.model.lastTranscription === "" ? Texts.startHint : menu.model.lastTranscription.substring(0, 2000)
-                    color: menu.model.lastTranscription === "" ? Theme.secondaryText : Theme.text
+                    objectName: "status"
+                    anchors.left: dot.right
+                    anchors.leftMargin: Theme.inControl + 7
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: menu.model.statusText
+                    font: Theme.rowTitle
+                    Accessible.role: Accessible.StatusBar
+                    Accessible.name: text
                 }
             }
-            SymbolButton {
-                id: copy
 
-                objectName: "copy"
-                visible: menu.model.lastTranscription !== ""
-                anchors.right: parent.right
-                anchors.rightMargin: 6
-                anchors.top: parent.top
-                anchors.topMargin: 6
-                symbol: "doc.on.doc"
-                text: Texts.copy
-                onClicked: menu.model.copyLastTranscript()
+            SVText {
+                objectName: "error"
+                isParagraph: true
+                visible: text !== ""
+                width: parent.width - 2 * Theme.inControl
+                x: Theme.inControl
+                text: menu.model.errorMessage
+                color: Theme.danger
+                font: Theme.caption
+                maximumLineCount: 4
+                elide: Text.ElideRight
             }
-        }
 
-        SVSeparator {
-            width: parent.width
-        }
+            Rectangle {
+                objectName: "transcription"
 
-        SVMenuRow {
-            objectName: "dashboard"
-            width: parent.width
-            focus: true
-            symbol: "macwindow"
-            text: Texts.dashboard
-            onClicked: menu.model.openDashboard()
-        }
+                readonly property real shownHeight: words.contentHeight * Math.min(1, 4 / Math.max(1, words.lineCount))
 
-        SVSeparator {
-            width: parent.width
-        }
+                width: parent.width
+                height: Math.max(shownHeight + 2 * Theme.betweenRows, 56)
+                radius: Theme.controlRadius
+                color: Theme.raised
 
-        SVMenuRow {
-            objectName: "copyLast"
-            width: parent.width
-            symbol: "doc.on.doc"
-            text: Texts.copyLast
-            isDisabled: menu.model.lastTranscription === ""
-            onClicked: {
-                menu.model.copyLastTranscript();
-                menu.closeRequested();
-            }
-        }
-        SVMenuRow {
-            objectName: "pasteLast"
-            width: parent.width
-            symbol: "doc.on.clipboard"
-            text: Texts.pasteLast
-            shortcut: Texts.pasteLastShortcut
-            isDisabled: menu.model.lastTranscription === ""
-            onClicked: menu.model.pasteLastTranscript()
-        }
+                Symbol {
+                    id: wave
 
-        SVSeparator {
-            width: parent.width
-        }
+                    name: "waveform"
+                    color: Theme.secondaryText
+                    visible: menu.model.lastTranscription === ""
+                    x: Theme.betweenRows
+                    anchors.verticalCenter: parent.verticalCenter
+                }
+                Flickable {
+                    id: scroll
 
-        SVMenuRow {
-            objectName: "shortcuts"
-            width: parent.width
-            symbol: "keyboard"
-            text: Texts.shortcuts
-            onClicked: menu.model.openDashboard()
-        }
-        SVMenuRow {
-            id: languageRow
+                    anchors.left: wave.visible ? wave.right : parent.left
+                    anchors.right: copy.visible ? copy.left : parent.right
+                    anchors.leftMargin: Theme.betweenRows
+                    anchors.rightMargin: Theme.inControl
+                    anchors.verticalCenter: parent.verticalCenter
+                    height: parent.shownHeight
+                    contentHeight: words.contentHeight
+                    clip: true
+                    interactive: contentHeight > height
+                    boundsBehavior: Flickable.StopAtBounds
 
-            objectName: "language"
-            width: parent.width
-            symbol: "globe"
-            text: Texts.language
-            shortcut: menu.model.languageName
-            Accessible.description: menu.model.languageName
-            rightPadding: 24
-            onClicked: menu.isChoosingLanguage = !menu.isChoosingLanguage
+                    SVText {
+                        id: words
 
-            Symbol {
-                anchors.right: parent.right
-                anchors.rightMargin: 4
-                anchors.verticalCenter: parent.verticalCenter
-                name: "chevron.right"
-                size: 16
-                color: Theme.secondaryText
-                rotation: menu.isChoosingLanguage ? 90 : 0
-
-                Behavior on rotation  {
-                    NumberAnimation {
-                        duration: Theme.motion
-                        easing.type: Easing.OutCubic
+                        objectName: "transcriptionText"
+                        isParagraph: menu.model.lastTranscription !== ""
+                        width: scroll.width
+                        // The beginning says which one it is; the whole of a long dictation is not for here.
+                        text: menu.model.lastTranscription === "" ? Texts.startHint : menu.model.lastTranscription.substring(0, 2000)
+                        color: menu.model.lastTranscription === "" ? Theme.secondaryText : Theme.text
                     }
                 }
+                SymbolButton {
+                    id: copy
+
+                    objectName: "copy"
+                    visible: menu.model.lastTranscription !== ""
+                    anchors.right: parent.right
+                    anchors.rightMargin: 6
+                    anchors.top: parent.top
+                    anchors.topMargin: 6
+                    symbol: "doc.on.doc"
+                    text: Texts.copy
+                    onClicked: menu.model.copyLastTranscript()
+                }
             }
-        }
 
-        Flickable {
-            id: languageList
+            SVSeparator {
+                width: parent.width
+            }
 
-            objectName: "languages"
-            visible: menu.isChoosingLanguage
-            width: parent.width
-            height: visible ? Math.min(languages.height, 180) : 0
-            contentHeight: languages.height
-            clip: true
-            boundsBehavior: Flickable.StopAtBounds
-            ScrollBar.vertical: ScrollBar {
+            SVMenuRow {
+                objectName: "dashboard"
+                width: parent.width
+                focus: true
+                symbol: "macwindow"
+                text: Texts.dashboard
+                onClicked: menu.model.openDashboard()
+            }
+
+            SVSeparator {
+                width: parent.width
+            }
+
+            SVMenuRow {
+                objectName: "copyLast"
+                width: parent.width
+                symbol: "doc.on.doc"
+                text: Texts.copyLast
+                isDisabled: menu.model.lastTranscription === ""
+                onClicked: {
+                    menu.model.copyLastTranscript();
+                    menu.closeRequested();
+                }
+            }
+            SVMenuRow {
+                objectName: "pasteLast"
+                width: parent.width
+                symbol: "doc.on.clipboard"
+                text: Texts.pasteLast
+                shortcut: Texts.pasteLastShortcut
+                isDisabled: menu.model.lastTranscription === ""
+                onClicked: menu.model.pasteLastTranscript()
+            }
+
+            SVSeparator {
+                width: parent.width
+            }
+
+            SVMenuRow {
+                objectName: "shortcuts"
+                width: parent.width
+                symbol: "keyboard"
+                text: Texts.shortcuts
+                onClicked: menu.model.openDashboard()
+            }
+            SVMenuRow {
+                id: languageRow
+
+                objectName: "language"
+                width: parent.width
+                symbol: "globe"
+                text: Texts.language
+                shortcut: menu.model.languageName
+                Accessible.description: menu.model.languageName
+                rightPadding: 24
+                onClicked: menu.isChoosingLanguage = !menu.isChoosingLanguage
+
+                Symbol {
+                    anchors.right: parent.right
+                    anchors.rightMargin: 4
+                    anchors.verticalCenter: parent.verticalCenter
+                    name: "chevron.right"
+                    size: 16
+                    color: Theme.secondaryText
+                    rotation: menu.isChoosingLanguage ? 90 : 0
+
+                    Behavior on rotation  {
+                        NumberAnimation {
+                            duration: Theme.motion
+                            easing.type: Easing.OutCubic
+                        }
+                    }
+                }
             }
 
             Column {
                 id: languages
 
+                objectName: "languages"
+                visible: menu.isChoosingLanguage
                 width: parent.width
 
                 Repeater {
                     model: menu.model.languages
 
                     SVMenuRow {
-                        id: offered
-
                         required property var modelData
 
                         objectName: "language." + modelData.code
                         width: languages.width
                         symbol: menu.model.language === modelData.code ? "checkmark" : ""
                         text: modelData.label
-                        onActiveFocusChanged: if (activeFocus)
-                            languageList.contentY = Math.max(0, Math.min(y, languages.height - languageList.height))
                         onClicked: {
                             menu.model.selectLanguage(modelData.code);
                             menu.isChoosingLanguage = false;
@@ -250,11 +286,20 @@ FocusScope {
                 }
             }
         }
+    }
+
+    Column {
+        id: foot
+
+        anchors.left: parent.left
+        anchors.right: parent.right
+        anchors.bottom: parent.bottom
+        anchors.margins: menu.edge
+        spacing: 4
 
         SVSeparator {
             width: parent.width
         }
-
         SVMenuRow {
             objectName: "quit"
             width: parent.width
