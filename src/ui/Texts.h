@@ -11,11 +11,13 @@ inline QString textOf(std::string_view text) {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
-/// The program's own words in the user's language; words that nobody has translated as they are. Main thread.
+/// Returns the program's own words in the user's language, and words without a translation as they are. A
+/// sentence that was made with data ("Server error (500).") is translated by its pattern ("Server error
+/// (%1)."). Main thread.
 QString translated(std::string_view words);
 
-/// All the words that `translated` is asked for and that stand for themselves, for translators. The views'
-/// own are in Texts.qml.
+/// Returns all the words and patterns that `translated` knows, for translators. The views' own are in
+/// Texts.qml.
 std::span<const char* const> toldWords();
 
 } // namespace sonvale::ui
