@@ -33,6 +33,7 @@
 #include "ui/FloatingPanelController.h"
 #include "ui/MenuPopover.h"
 #include "ui/TrayIcon.h"
+#include "ui/TrayMenu.h"
 #include "ui/Views.h"
 
 #include <QCoreApplication>
@@ -118,10 +119,10 @@ struct CompositionRoot::Parts {
     std::unique_ptr<ui::DashboardWindow> dashboard;
     std::unique_ptr<ui::MenuModel> menuModel;
     std::unique_ptr<ui::MenuPopover> menu;
+    std::unique_ptr<ui::TrayMenu> trayMenu;
     std::unique_ptr<ui::TrayIcon> trayIcon;
     base::Subscription stateForTray;
     base::Subscription stateForMemory;
-    base::Subscription errorForTray;
 };
 
 CompositionRoot::CompositionRoot(platform::Directories directories)
@@ -185,8 +186,6 @@ void CompositionRoot::launch() {
             appState.textInserter->dropPrepared();
             pool.post(returnFreedMemory);
         });
-    p.errorForTray = appState->errorMessage.subscribe(
-        [&tray = *p.trayIcon](const std::optional<std::string>& message) { tray.setErrorMessage(message); });
 }
 
 void CompositionRoot::reopen() {
@@ -203,18 +202,17 @@ void CompositionRoot::makeMenu() {
         p.delegate->openWindow = [&p](const std::string&) { p.dashboard->open(); };
         p.menu->toggle(icon);
     };
-    p.menuModel = std::make_unique<ui::MenuModel>(
-        p.delegate->services()->appState(), p.settings,
-        ui::MenuModel::Actions{.openDashboard = openDashboard,
-                               .quit = quit,
-                               .closeMenu = closeMenu,
-                               .giveKeyboardBack = giveKeyboardBack});
+    p.menuModel =
+        std::make_unique<ui::MenuModel>(p.delegate->services()->appState(), p.settings,
+                                        ui::MenuModel::Actions{.openDashboard = openDashboard,
+                                                               .quit = quit,
+                                                               .closeMenu = closeMenu,
+                                                               .giveKeyboardBack = giveKeyboardBack});
     p.menu = std::make_unique<ui::MenuPopover>(p.views, *p.menuModel);
-    p.trayIcon = std::make_unique<ui::TrayIcon>(p.mainContext.actor(), p.clock,
-                                                ui::TrayIcon::Actions{.toggleMenu = toggleMenu,
-                                                                      .openDashboard = openDashboard,
-                                                                      .quit = quit,
-                                                                      .noPanel = openDashboard});
+    p.trayMenu = std::make_unique<ui::TrayMenu>(*p.menuModel);
+    p.trayIcon = std::make_unique<ui::TrayIcon>(
+        p.mainContext.actor(), p.clock, p.trayMenu->menu(),
+        ui::TrayIcon::Actions{.toggleMenu = toggleMenu, .noPanel = openDashboard});
 }
 
 void CompositionRoot::shutDown() {
@@ -229,8 +227,8 @@ void CompositionRoot::shutDown() {
 
     p.stateForTray.reset();
     p.stateForMemory.reset();
-    p.errorForTray.reset();
     p.trayIcon.reset();
+    p.trayMenu.reset();
     p.menu.reset();
     p.menuModel.reset();
     p.dashboard.reset();

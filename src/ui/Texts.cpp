@@ -19,7 +19,11 @@ constexpr std::array told{
     QT_TRANSLATE_NOOP("Texts", "Processing..."),
     QT_TRANSLATE_NOOP("Texts", "Cleaning up..."),
     // the tray
+    QT_TRANSLATE_NOOP("Texts", "Hold ⌥D to start dictating"),
     QT_TRANSLATE_NOOP("Texts", "Dashboard"),
+    QT_TRANSLATE_NOOP("Texts", "Copy Last Transcript"),
+    QT_TRANSLATE_NOOP("Texts", "Shortcuts"),
+    QT_TRANSLATE_NOOP("Texts", "Language"),
     QT_TRANSLATE_NOOP("Texts", "Quit Son Vale"),
     // languages
     QT_TRANSLATE_NOOP("Texts", "English"),

@@ -24,6 +24,33 @@ QDBusMessage answerTo(const QDBusConnection& bus, const QDBusMessage& question) 
     return pending.reply();
 }
 
+/// A line with all below it, as `GetLayout` tells it: (id, properties, children).
+StatusNotifierPanel::MenuLine readLine(const QDBusArgument& from) {
+    StatusNotifierPanel::MenuLine line;
+    QVariantMap properties;
+    from.beginStructure();
+    from >> line.id >> properties;
+    from.beginArray();
+    while (!from.atEnd()) {
+        QDBusVariant child;
+        from >> child;
+        const auto below = child.variant().value<QDBusArgument>();
+        auto read = readLine(below);
+        if (read.isVisible)
+            line.submenu.push_back(std::move(read));
+    }
+    from.endArray();
+    from.endStructure();
+    line.label = properties.value(QStringLiteral("label")).toString().toStdString();
+    line.isEnabled = properties.value(QStringLiteral("enabled"), true).toBool();
+    line.isSeparator = properties.value(QStringLiteral("type")).toString() == QLatin1String("separator");
+    line.isChecked =
+        properties.value(QStringLiteral("toggle-type")).toString() == QLatin1String("checkmark") &&
+        properties.value(QStringLiteral("toggle-state")).toInt() == 1;
+    line.isVisible = properties.value(QStringLiteral("visible"), true).toBool();
+    return line;
+}
+
 } // namespace
 
 StatusNotifierPanel::StatusNotifierPanel(const PrivateBus& bus)
@@ -81,38 +108,17 @@ std::uint32_t StatusNotifierPanel::iconGround() {
 
 std::vector<StatusNotifierPanel::MenuLine> StatusNotifierPanel::menu() {
     const auto path = property(QStringLiteral("Menu")).value<QDBusObjectPath>();
-    auto question = QDBusMessage::createMethodCall(
-        items_.at(0), path.path(), QStringLiteral("com.canonical.dbusmenu"), QStringLiteral("GetLayout"));
-    question << 0 << -1 << QStringList();
-    const auto reply = answerTo(bus_, question);
-    std::vector<MenuLine> lines;
+    const auto ask = [&](const char* method, const QVariantList& arguments) {
+        auto question = QDBusMessage::createMethodCall(
+            items_.at(0), path.path(), QStringLiteral("com.canonical.dbusmenu"), QLatin1String(method));
+        question.setArguments(arguments);
+        return answerTo(bus_, question);
+    };
+    ask("AboutToShow", {0});
+    const auto reply = ask("GetLayout", {0, -1, QStringList()});
     if (reply.type() != QDBusMessage::ReplyMessage)
-        return lines;
-
-    const auto layout = reply.arguments().at(1).value<QDBusArgument>();
-    int root = 0;
-    QVariantMap rootProperties;
-    layout.beginStructure();
-    layout >> root >> rootProperties;
-    layout.beginArray();
-    while (!layout.atEnd()) {
-        QDBusVariant child;
-        layout >> child;
-        const auto item = child.variant().value<QDBusArgument>();
-        MenuLine line;
-        QVariantMap properties;
-        item.beginStructure();
-        item >> line.id >> properties;
-        item.endStructure();
-        line.label = properties.value(QStringLiteral("label")).toString().toStdString();
-        line.isEnabled = properties.value(QStringLiteral("enabled"), true).toBool();
-        line.isSeparator = properties.value(QStringLiteral("type")).toString() == QLatin1String("separator");
-        if (properties.value(QStringLiteral("visible"), true).toBool())
-            lines.push_back(line);
-    }
-    layout.endArray();
-    layout.endStructure();
-    return lines;
+        return {};
+    return readLine(reply.arguments().at(1).value<QDBusArgument>()).submenu;
 }
 
 void StatusNotifierPanel::choose(int id) {

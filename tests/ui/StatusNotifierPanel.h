@@ -24,6 +24,9 @@ public:
         std::string label;
         bool isEnabled = true;
         bool isSeparator = false;
+        bool isVisible = true;
+        bool isChecked = false;
+        std::vector<MenuLine> submenu;
     };
 
     explicit StatusNotifierPanel(const PrivateBus& bus);
@@ -32,7 +35,7 @@ public:
     int itemCount() const { return static_cast<int>(items_.size()); }
     /// Colour (ARGB) of the middle of the first item's upper edge, in its 32-pixel picture.
     std::uint32_t iconGround();
-    /// The visible lines of the first item's menu.
+    /// The visible lines of the first item's menu. Says first that it is about to be shown, as panels do.
     std::vector<MenuLine> menu();
     void choose(int id);
     /// Presses the first item's icon.

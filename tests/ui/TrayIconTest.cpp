@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <QColor>
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -91,10 +92,42 @@ std::uint32_t ground(RecordingState state) {
     return trayIconImage(state, 32).pixel(16, 3);
 }
 
+/// The lines of an idle program that has not heard anything yet.
+const std::vector<std::string> idleMenu{"Ready",
+                                        "-",
+                                        "Hold ⌥D to start dictating",
+                                        "-",
+                                        "Dashboard",
+                                        "-",
+                                        "Copy Last Transcript",
+                                        "Paste Last Transcript",
+                                        "-",
+                                        "Shortcuts",
+                                        "Language",
+                                        "-",
+                                        "Quit Son Vale"};
+
 std::vector<std::string> labels(const std::vector<tests::StatusNotifierPanel::MenuLine>& lines) {
     std::vector<std::string> result;
     for (const auto& line : lines)
         result.push_back(line.isSeparator ? "-" : line.label);
+    return result;
+}
+
+tests::StatusNotifierPanel::MenuLine lineOf(const std::vector<tests::StatusNotifierPanel::MenuLine>& lines,
+                                            const std::string& label) {
+    const auto found = std::ranges::find(lines, label, &tests::StatusNotifierPanel::MenuLine::label);
+    if (found == lines.end())
+        throw std::runtime_error("the menu has no line " + label);
+    return *found;
+}
+
+std::vector<std::string> checkedLines(const std::vector<tests::StatusNotifierPanel::MenuLine>& lines) {
+    std::vector<std::string> result;
+    for (const auto& line : lines) {
+        if (line.isChecked)
+            result.push_back(line.label);
+    }
     return result;
 }
 
@@ -143,8 +176,7 @@ TEST(TrayIcon, StandsInAStatusNotifierPanel) {
     TrayProgram program(bus.address());
     ASSERT_TRUE(eventuallyInQt(20, [&] { return panel.itemCount() == 1; }));
     EXPECT_EQ(panel.iconGround(), ground(RecordingState::idle));
-    EXPECT_EQ(labels(panel.menu()),
-              (std::vector<std::string>{"Ready", "-", "Dashboard", "-", "Quit Son Vale"}));
+    EXPECT_EQ(labels(panel.menu()), idleMenu);
     EXPECT_FALSE(panel.menu().at(0).isEnabled);
     EXPECT_EQ(program.timesLogged(noPanel), 0);
 }
@@ -169,9 +201,9 @@ TEST(TrayIcon, ShowsTheErrorLineWhileThereIsOne) {
     ASSERT_TRUE(eventuallyInQt(20, [&] { return panel.itemCount() == 1; }));
     program.tell("error No speech detected");
     EXPECT_TRUE(eventuallyInQt(10, [&] {
-        return labels(panel.menu()) == std::vector<std::string>{"Ready", "No speech detected",
-                                                                "-",     "Dashboard",
-                                                                "-",     "Quit Son Vale"};
+        auto expected = idleMenu;
+        expected.insert(expected.begin() + 1, "No speech detected");
+        return labels(panel.menu()) == expected;
     }));
     EXPECT_FALSE(panel.menu().at(1).isEnabled);
     program.tell("error " + std::string(2000, 'x'));
@@ -180,7 +212,7 @@ TEST(TrayIcon, ShowsTheErrorLineWhileThereIsOne) {
         return line.starts_with("xxx") && line.size() < 200;
     }));
     program.tell("no error");
-    EXPECT_TRUE(eventuallyInQt(10, [&] { return panel.menu().size() == 5; }));
+    EXPECT_TRUE(eventuallyInQt(10, [&] { return labels(panel.menu()) == idleMenu; }));
 }
 
 TEST(TrayIcon, QuitsByItsMenu) {
@@ -188,7 +220,7 @@ TEST(TrayIcon, QuitsByItsMenu) {
     tests::StatusNotifierPanel panel(bus);
     TrayProgram program(bus.address());
     ASSERT_TRUE(eventuallyInQt(20, [&] { return panel.itemCount() == 1; }));
-    panel.choose(panel.menu().at(4).id);
+    panel.choose(lineOf(panel.menu(), "Quit Son Vale").id);
     EXPECT_TRUE(eventuallyInQt(10, [&] { return !program.process().isRunning(); }));
     EXPECT_EQ(program.process().wait(0), 0);
 }
@@ -198,11 +230,72 @@ TEST(TrayIcon, LeadsToTheDashboardAndToTheMenu) {
     tests::StatusNotifierPanel panel(bus);
     TrayProgram program(bus.address());
     ASSERT_TRUE(eventuallyInQt(20, [&] { return panel.itemCount() == 1; }));
-    panel.choose(panel.menu().at(2).id);
+    panel.choose(lineOf(panel.menu(), "Dashboard").id);
     EXPECT_TRUE(eventuallyInQt(10, [&] { return program.timesLogged("dashboard") == 1; }));
+    panel.choose(lineOf(panel.menu(), "Shortcuts").id);
+    EXPECT_TRUE(eventuallyInQt(10, [&] { return program.timesLogged("dashboard") == 2; }));
     panel.activate();
     EXPECT_TRUE(eventuallyInQt(10, [&] { return program.timesLogged("menu") == 1; }));
     EXPECT_EQ(program.timesLogged("no panel"), 0);
+}
+
+TEST(TrayIcon, CopiesAndPastesTheLastTranscriptByThePanelsMenu) {
+    const tests::PrivateBus bus;
+    tests::StatusNotifierPanel panel(bus);
+    TrayProgram program(bus.address());
+    ASSERT_TRUE(eventuallyInQt(20, [&] { return panel.itemCount() == 1; }));
+    for (const auto* label : {"Copy Last Transcript", "Paste Last Transcript"})
+        EXPECT_FALSE(lineOf(panel.menu(), label).isEnabled) << label;
+    program.tell("transcription one apple");
+    ASSERT_TRUE(eventuallyInQt(10, [&] { return panel.menu().at(2).label == "one apple"; }));
+    EXPECT_FALSE(panel.menu().at(2).isEnabled) << "it says the text and does nothing";
+    const auto reports = [&](const std::string& line) {
+        return eventuallyInQt(10, [&] {
+            program.tell("report");
+            tests::runQtFor(0.05);
+            return program.timesLogged(line) > 0;
+        });
+    };
+    EXPECT_TRUE(reports("copied nothing"));
+    panel.choose(lineOf(panel.menu(), "Copy Last Transcript").id);
+    EXPECT_TRUE(reports("copied one apple"));
+    EXPECT_TRUE(reports("pasted nothing"));
+    panel.choose(lineOf(panel.menu(), "Paste Last Transcript").id);
+    EXPECT_TRUE(reports("pasted one apple"));
+    program.tell("transcription " + std::string(100000, 'x'));
+    EXPECT_TRUE(eventuallyInQt(10, [&] {
+        const auto line = panel.menu().at(2).label;
+        return line.starts_with("xxx") && line.size() < 200;
+    }));
+}
+
+TEST(TrayIcon, ChoosesALanguageInThePanelsMenu) {
+    const tests::PrivateBus bus;
+    tests::StatusNotifierPanel panel(bus);
+    TrayProgram program(bus.address());
+    ASSERT_TRUE(eventuallyInQt(20, [&] { return panel.itemCount() == 1; }));
+    const auto languages = [&] { return lineOf(panel.menu(), "Language").submenu; };
+    EXPECT_EQ(labels(languages()),
+              (std::vector<std::string>{"English", "Spanish", "French", "German", "Italian", "Portuguese",
+                                        "Japanese", "Chinese", "Korean", "Auto-detect"}));
+    EXPECT_EQ(checkedLines(languages()), std::vector<std::string>{"English"});
+    const auto choose = [&](const char* label) { panel.choose(lineOf(languages(), label).id); };
+    const auto isChecked = [&](const char* label) {
+        return eventuallyInQt(10,
+                              [&] { return checkedLines(languages()) == std::vector<std::string>{label}; });
+    };
+    choose("French");
+    EXPECT_TRUE(isChecked("French"));
+    EXPECT_TRUE(eventuallyInQt(10, [&] {
+        program.tell("report");
+        tests::runQtFor(0.05);
+        return program.timesLogged("speaks fr") > 0;
+    }));
+    choose("French");
+    tests::runQtFor(0.2);
+    EXPECT_TRUE(isChecked("French")) << "choosing it again keeps the mark";
+    program.tell("language ja");
+    EXPECT_TRUE(isChecked("Japanese")) << "the settings' page has changed it";
 }
 
 TEST(TrayIcon, WaitsForAPanelThatComesALittleLater) {

@@ -1,7 +1,11 @@
+#include "persistence/SettingsKeys.h"
 #include "platform/qt/QtMainContext.h"
 #include "runtime/SystemClock.h"
 #include "runtime/Task.h"
+#include "tests/unit/core/CoreFixture.h"
+#include "ui/MenuModel.h"
 #include "ui/TrayIcon.h"
+#include "ui/TrayMenu.h"
 
 #include <unistd.h>
 
@@ -16,38 +20,69 @@ namespace {
 using namespace sonvale;
 
 /// What the icon was told to do by its panel.
-void say(const char* what) {
+void say(const std::string& what) {
     std::cout << what << std::endl;
 }
 
-void obey(ui::TrayIcon& tray, const std::string& line) {
-    using platform::RecordingState;
-    if (line == "idle")
-        tray.setState(RecordingState::idle);
-    else if (line == "recording")
-        tray.setState(RecordingState::recording);
-    else if (line == "processing")
-        tray.setState(RecordingState::processing);
-    else if (line.starts_with("error "))
-        tray.setErrorMessage(line.substr(6));
-    else if (line == "no error")
-        tray.setErrorMessage(std::nullopt);
-}
+/// The core that the menu shows and acts on.
+class Core : public tests::CoreFixture {
+public:
+    std::shared_ptr<core::AppState> appState() { return state().shared_from_this(); }
+    persistence::Settings& table() { return settings(); }
+
+    /// Obeys a line of the standard input.
+    void obey(ui::TrayIcon& tray, const std::string& line) {
+        using platform::RecordingState;
+        if (line == "recording")
+            setState(tray, RecordingState::recording);
+        else if (line == "processing")
+            setState(tray, RecordingState::processing);
+        else if (line.starts_with("error "))
+            state().errorMessage = line.substr(6);
+        else if (line == "no error")
+            state().errorMessage = std::nullopt;
+        else if (line.starts_with("transcription "))
+            state().lastTranscription = line.substr(14);
+        else if (line.starts_with("language "))
+            settings().set(persistence::keys::language, line.substr(9));
+        else if (line == "report")
+            report();
+    }
+
+private:
+    void TestBody() override {}
+
+    void setState(ui::TrayIcon& tray, platform::RecordingState now) {
+        state().recordingState = now;
+        tray.setState(now);
+    }
+    void report() {
+        settle();
+        say("copied " + pasteboard().text().value_or("nothing"));
+        say("pasted " + (pastedTexts().empty() ? "nothing" : pastedTexts().back()));
+        say("speaks " + settings().bound(persistence::keys::language));
+    }
+};
 
 } // namespace
 
-/// A program that is nothing but a tray icon and does what it is told on its standard input. Exit status 0:
-/// the user chose to quit; 3: the input ended.
+/// A program that is nothing but a tray icon with its menu and does what it is told on its standard input.
+/// Exit status 0: the user chose to quit; 3: the input ended.
 int main(int argc, char** argv) {
     const QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     runtime::SystemClock clock;
     platform::qt::QtMainContext context(clock, std::make_shared<runtime::TaskRegistry>());
-    ui::TrayIcon tray(context.actor(), clock,
-                      {.toggleMenu = [](const QRect&) { say("menu"); },
-                       .openDashboard = [] { say("dashboard"); },
-                       .quit = [] { QApplication::quit(); },
-                       .noPanel = [] { say("no panel"); }});
+    Core core;
+    base::setLogSinks({}); // the core's fixture silences them
+    ui::MenuModel model(core.appState(), core.table(),
+                        {.openDashboard = [] { say("dashboard"); },
+                         .quit = [] { QApplication::quit(); },
+                         .closeMenu = [](const std::function<void()>& then) { then(); },
+                         .giveKeyboardBack = [](const std::function<void()>& then) { then(); }});
+    ui::TrayMenu menu(model);
+    ui::TrayIcon tray(context.actor(), clock, menu.menu(),
+                      {.toggleMenu = [](const QRect&) { say("menu"); }, .noPanel = [] { say("no panel"); }});
 
     std::string input;
     QSocketNotifier orders(STDIN_FILENO, QSocketNotifier::Read);
@@ -61,7 +96,7 @@ int main(int argc, char** argv) {
         }
         input.append(bytes, static_cast<std::size_t>(count));
         for (auto end = input.find('\n'); end != std::string::npos; end = input.find('\n')) {
-            obey(tray, input.substr(0, end));
+            core.obey(tray, input.substr(0, end));
             input.erase(0, end + 1);
         }
     });
