@@ -103,4 +103,15 @@ TEST(Dashboard, OpensWithALongHistoryAndPutsANewDictationOnTop) {
     EXPECT_TRUE(eventually(patience, [&] { return clipboardOf(user.session) == "three fresh words"; }));
 }
 
+TEST(SignIn, NamesItsFieldsForAScreenReader) {
+    const Session session({.isAccessible = true});
+    session.program.reopen();
+    const DashboardOnScreen dashboard(session.desktop);
+    dashboard.activate();
+    const ScreenReader reader(session.desktop);
+    EXPECT_TRUE(reader.comesToSay("password text\tPassword\t", patience)) << reader.read();
+    reader.press("Don't have an account? Sign up", "push button");
+    EXPECT_TRUE(reader.comesToSay("password text\tConfirm password\t", patience)) << reader.read();
+}
+
 } // namespace sonvale::tests

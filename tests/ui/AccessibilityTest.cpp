@@ -5,6 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <QAccessible>
+#include <QQmlContext>
+#include <QQmlEngine>
+#include <QQmlProperty>
 #include <QTest>
 #include <algorithm>
 
@@ -140,6 +143,31 @@ TEST_F(Accessibility, OfTheWayIn) {
     EXPECT_EQ(error->text(QAccessible::Name), QStringLiteral("Please enter your email address."));
     click(view, "switchMode");
     expectUsable(view, "sign up");
+}
+
+TEST_F(Accessibility, NamesThePasswordsAlsoWhileTheyAreHidden) {
+    completeOnboardingAndStart();
+    auto& view = openDashboard();
+    click(view, "switchMode");
+    for (const auto& [field, name] :
+         {std::pair("password", "Password"), std::pair("confirmPassword", "Confirm password")}) {
+        const auto children = item(view, field).childItems();
+        const auto input = std::ranges::find_if(
+            children, [](const QQuickItem* each) { return each->inherits("QQuickTextField"); });
+        ASSERT_NE(input, children.end()) << field;
+        // As Qt marks it once there is assistive technology.
+        QQmlProperty mark(*input, QStringLiteral("Accessible.passwordEdit"), qmlContext(*input));
+        ASSERT_TRUE(mark.write(true));
+        for (const bool isRevealed : {false, true, false}) {
+            item(view, field).setProperty("isRevealed", isRevealed);
+            settleViews();
+            auto* told = QAccessible::queryAccessibleInterface(*input);
+            ASSERT_TRUE(told) << field;
+            EXPECT_EQ(told->text(QAccessible::Name).toStdString(), name) << isRevealed;
+            EXPECT_EQ(told->role(), QAccessible::EditableText);
+            EXPECT_EQ(told->state().passwordEdit, !isRevealed) << field;
+        }
+    }
 }
 
 TEST_F(Accessibility, OfEveryTab) {

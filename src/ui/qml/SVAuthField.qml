@@ -37,6 +37,11 @@ FocusScope {
         echoMode: field.isSecure && !field.isRevealed ? TextInput.Password : TextInput.Normal
         inputMethodHints: field.isSecure ? Qt.ImhHiddenText | Qt.ImhSensitiveData | Qt.ImhNoPredictiveText | Qt.ImhNoAutoUppercase : Qt.ImhNoAutoUppercase | Qt.ImhEmailCharactersOnly
         Accessible.name: field.placeholder
+        // Qt gives the name of a field that is marked so as an empty one. Its role says that it is a password
+        // all the same, by its echo mode.
+        Accessible.passwordEdit: false
+        Accessible.onPasswordEditChanged: if (Accessible.passwordEdit)
+            Accessible.passwordEdit = false
         onAccepted: field.accepted()
 
         background: Rectangle {
