@@ -41,7 +41,7 @@ AbstractButton {
 
                 text: button.text
                 font: Theme.caption
-                color: button.hovered ? Theme.text : Theme.secondaryText
+                color: button.enabled && button.hovered ? Theme.text : Theme.secondaryText
                 wrapMode: Text.NoWrap
             }
         }

@@ -28,7 +28,7 @@ AbstractButton {
 
     background: Rectangle {
         radius: Theme.controlRadius
-        color: card.isSelected ? Theme.tint(Theme.accent, 0.1) : card.down ? Theme.hairline : card.hovered ? Theme.raised : "transparent"
+        color: card.isSelected ? Theme.tint(Theme.accent, 0.1) : card.down ? Theme.hairline : card.enabled && card.hovered ? Theme.raised : "transparent"
         border.width: 1
         border.color: card.isSelected ? Theme.accent : Theme.hairline
 

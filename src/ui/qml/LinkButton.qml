@@ -30,7 +30,7 @@ AbstractButton {
         text: link.text
         textFormat: Text.StyledText
         font: Theme.body
-        color: link.hovered ? Theme.text : Theme.secondaryText
+        color: link.enabled && link.hovered ? Theme.text : Theme.secondaryText
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter
     }

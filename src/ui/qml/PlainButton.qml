@@ -21,7 +21,7 @@ Button {
 
     background: Rectangle {
         radius: Theme.controlRadius
-        color: button.down ? Theme.hairline : button.hovered ? Theme.raised : "transparent"
+        color: button.down ? Theme.hairline : button.enabled && button.hovered ? Theme.raised : "transparent"
         border.width: 1
         border.color: Theme.hairline
 

@@ -23,7 +23,7 @@ AbstractButton {
 
     background: Rectangle {
         radius: Theme.controlRadius
-        color: row.down ? Theme.hairline : row.hovered || row.visualFocus ? Theme.raised : "transparent"
+        color: row.down ? Theme.hairline : row.enabled && row.hovered || row.visualFocus ? Theme.raised : "transparent"
 
         FocusRing {
             control: row

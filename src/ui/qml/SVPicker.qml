@@ -23,7 +23,7 @@ ComboBox {
 
     background: Rectangle {
         radius: Theme.controlRadius
-        color: picker.down ? Theme.hairline : picker.hovered ? Theme.raised : Theme.surface
+        color: picker.down ? Theme.hairline : picker.enabled && picker.hovered ? Theme.raised : Theme.surface
         border.width: 1
         border.color: Theme.fieldLine
 

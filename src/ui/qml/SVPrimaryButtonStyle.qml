@@ -9,8 +9,8 @@ Button {
     property bool isQuiet: false
     /// Before the words; none when it is empty.
     property string symbol
-    readonly property color quietGround: down ? Theme.hairline : hovered ? Theme.raised : Theme.surface
-    readonly property color filledGround: down ? Qt.darker(Theme.accent, 1.15) : hovered ? Qt.darker(Theme.accent, 1.07) : Theme.accent
+    readonly property color quietGround: down ? Theme.hairline : enabled && hovered ? Theme.raised : Theme.surface
+    readonly property color filledGround: down ? Qt.darker(Theme.accent, 1.15) : enabled && hovered ? Qt.darker(Theme.accent, 1.07) : Theme.accent
 
     implicitHeight: 40
     implicitWidth: Math.max(120, words.implicitWidth + 2 * 20)

@@ -22,7 +22,7 @@ AbstractButton {
 
     background: Rectangle {
         radius: height / 2
-        color: button.isSelected ? Theme.accent : button.down ? Theme.hairline : button.hovered ? Theme.raised : Theme.surface
+        color: button.isSelected ? Theme.accent : button.down ? Theme.hairline : button.enabled && button.hovered ? Theme.raised : Theme.surface
         border.width: button.isSelected ? 0 : 1
         border.color: Theme.hairline
 

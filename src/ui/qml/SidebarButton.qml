@@ -26,7 +26,7 @@ AbstractButton {
 
     background: Rectangle {
         radius: Theme.controlRadius
-        color: button.isSelected ? Theme.tint(Theme.accent, 0.12) : button.down ? Theme.hairline : button.hovered ? Theme.raised : "transparent"
+        color: button.isSelected ? Theme.tint(Theme.accent, 0.12) : button.down ? Theme.hairline : button.enabled && button.hovered ? Theme.raised : "transparent"
 
         FocusRing {
             control: button

@@ -29,7 +29,7 @@ AbstractButton {
 
     background: Rectangle {
         radius: Theme.controlRadius
-        color: button.down ? Theme.hairline : button.hovered ? Theme.raised : "transparent"
+        color: button.down ? Theme.hairline : button.enabled && button.hovered ? Theme.raised : "transparent"
 
         FocusRing {
             control: button
