@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <QAbstractItemModelTester>
+#include <QAccessible>
 #include <QTest>
 #include <algorithm>
 #include <chrono>
@@ -276,6 +277,45 @@ TEST_F(SnippetsView, FindsWhatTheRuleFinds) {
                       matchesSearch(Snippet{.trigger = words}, search))
                 << words << " / " << search;
     }
+}
+
+TEST_F(SnippetsView, KeepsWhatAssistiveTechnologyWrites) {
+    add("address", "Main Street 1", "Personal");
+    auto& view = openSnippets();
+    const auto write = [&](const char* field, const char* words) {
+        auto* editor = QAccessible::queryAccessibleInterface(&item(view, field));
+        ASSERT_TRUE(editor) << field;
+        editor->setText(QAccessible::Value, QString::fromUtf8(words));
+        settleViews();
+    };
+    click(view, "snippet.0.edit");
+    write("triggerField", "my address");
+    write("contentField", "Main Street 2");
+    write("categoryField", "Home");
+    click(view, "done");
+    const auto snippet = stored().at(0);
+    EXPECT_EQ(snippet.trigger, "my address");
+    EXPECT_EQ(snippet.content, "Main Street 2");
+    EXPECT_EQ(snippet.category, "Home");
+    write("search", "nothing like it");
+    EXPECT_EQ(shown(view), Triggers{});
+}
+
+TEST_F(SnippetsView, EditsWhatIsThereAfterACancelledEdit) {
+    add("first", "one");
+    add("second", "two");
+    auto& view = openSnippets();
+    for (int i = 0; i < 2; ++i) {
+        click(view, "snippet.0.edit");
+        EXPECT_EQ(text(view, "triggerField"), "first");
+        EXPECT_EQ(text(view, "contentField"), "one");
+        type(view, " changed");
+        click(view, "cancel");
+        EXPECT_EQ(stored().at(0).trigger, "first");
+    }
+    click(view, "snippet.1.edit");
+    EXPECT_EQ(text(view, "triggerField"), "second");
+    EXPECT_EQ(text(view, "contentField"), "two");
 }
 
 } // namespace sonvale::ui

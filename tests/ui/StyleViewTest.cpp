@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QAccessible>
 #include <QTest>
 #include <algorithm>
 
@@ -129,6 +130,16 @@ TEST_F(StyleView, StandsRightToLeft) {
     EXPECT_GT(item(view, "category.personalMessaging").mapToScene({}).x(),
               item(view, "category.workMessaging").mapToScene({}).x());
     QGuiApplication::setLayoutDirection(Qt::LeftToRight);
+}
+
+TEST_F(StyleView, KeepsInstructionsThatAssistiveTechnologyWrites) {
+    auto& view = openStyle();
+    auto* editor = QAccessible::queryAccessibleInterface(&item(view, "customInstructions"));
+    ASSERT_TRUE(editor);
+    editor->setText(QAccessible::Value, QStringLiteral("No exclamation marks."));
+    settleViews();
+    click(view, "sidebar.home");
+    EXPECT_EQ(stored("personalMessaging").customInstructions, "No exclamation marks.");
 }
 
 } // namespace sonvale::ui

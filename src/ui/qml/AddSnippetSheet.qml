@@ -8,9 +8,9 @@ SVSheet {
 
     title: Texts.addSnippet
     onAboutToShow: {
-        trigger.text = "";
-        content_.text = "";
-        category.text = "";
+        trigger.show("");
+        content_.show("");
+        category.show("");
     }
     onOpened: trigger.focusField()
 

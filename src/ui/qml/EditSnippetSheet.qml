@@ -7,11 +7,6 @@ SVSheet {
     required property var model
 
     title: Texts.editSnippet
-    onAboutToShow: {
-        trigger.text = model.trigger;
-        content_.text = model.content;
-        category.text = model.category;
-    }
     onOpened: trigger.focusField()
     // However it is closed, but by Done.
     onClosed: model.cancelEditing()
@@ -21,6 +16,7 @@ SVSheet {
 
         name: "triggerField"
         label: Texts.triggerPhrase
+        value: sheet.model.trigger
         onEdited: sheet.model.trigger = text
     }
     LabelledEditor {
@@ -28,6 +24,7 @@ SVSheet {
 
         name: "contentField"
         label: Texts.content
+        value: sheet.model.content
         onEdited: sheet.model.content = text
     }
     LabelledField {
@@ -35,6 +32,7 @@ SVSheet {
 
         name: "categoryField"
         label: Texts.categoryOptional
+        value: sheet.model.category
         onEdited: sheet.model.category = text
     }
 

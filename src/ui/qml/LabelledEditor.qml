@@ -5,12 +5,19 @@ Column {
     id: labelled
 
     property string label
-    property alias text: area.text
+    /// What the editor shows, as in SVTextArea.
+    property alias value: area.value
+    readonly property alias text: area.text
     property alias placeholder: area.placeholder
     property alias editorHeight: area.height
     property string name
 
     signal edited
+
+    /// Puts a text into the editor, which is not an edit.
+    function show(text) {
+        area.show(text);
+    }
 
     width: parent ? parent.width : 0
     spacing: 6

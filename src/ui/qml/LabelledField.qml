@@ -6,16 +6,24 @@ Column {
 
     property string label
     property string note
-    property alias text: field.text
+    /// What the field shows. Each new value goes into the field, and is not an edit.
+    property string value
+    readonly property alias text: field.text
     property alias placeholder: field.placeholderText
     property string name
 
+    /// The text is another one than what was shown, by the keyboard or by assistive technology.
     signal edited
 
+    /// Puts a text into the field, which is not an edit.
+    function show(text) {
+        field.show(text);
+    }
     function focusField() {
         field.forceActiveFocus(Qt.TabFocusReason);
     }
 
+    onValueChanged: field.show(value)
     width: parent ? parent.width : 0
     spacing: 6
 
@@ -27,10 +35,25 @@ Column {
     SVTextField {
         id: field
 
+        /// The text that it begins with arrives as late as its completion.
+        property bool isShowing: true
+
+        function show(value) {
+            if (text === value)
+                return;
+            var before = isShowing;
+            isShowing = true;
+            text = value;
+            isShowing = before;
+        }
+
+        Component.onCompleted: isShowing = false
+
         objectName: labelled.name
         width: parent.width
         label: labelled.label
-        onTextEdited: labelled.edited()
+        onTextChanged: if (!isShowing)
+            labelled.edited()
     }
     SVText {
         width: parent.width

@@ -5,13 +5,29 @@ import QtQuick.Controls.Basic
 FocusScope {
     id: area
 
-    property alias text: editor.text
+    /// What the editor shows. Each new value goes into the editor, and is not an edit.
+    property string value
+    readonly property alias text: editor.text
     property alias placeholder: editor.placeholderText
     property alias editorName: editor.objectName
     property string label
 
+    /// The text is another one than what was shown, by the keyboard or by assistive technology.
     signal edited
 
+    /// Puts a text into the editor, which is not an edit.
+    function show(text) {
+        editor.show(text);
+    }
+    /// Empties the editor, in a way that Control-Z undoes, and gives it the keyboard.
+    function clear() {
+        if (editor.length === 0)
+            return;
+        editor.remove(0, editor.length);
+        editor.forceActiveFocus();
+    }
+
+    onValueChanged: editor.show(value)
     implicitHeight: 120
     implicitWidth: 240
 
@@ -30,6 +46,20 @@ FocusScope {
         TextArea {
             id: editor
 
+            /// The text that it begins with arrives as late as its completion.
+            property bool isShowing: true
+
+            function show(value) {
+                if (text === value)
+                    return;
+                var before = isShowing;
+                isShowing = true;
+                text = value;
+                isShowing = before;
+            }
+
+            Component.onCompleted: isShowing = false
+
             focus: true
             color: Theme.text
             font: Theme.body
@@ -44,7 +74,7 @@ FocusScope {
             Keys.priority: Keys.BeforeItem
             Keys.onTabPressed: nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
             Keys.onBacktabPressed: nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)
-            onTextChanged: if (activeFocus)
+            onTextChanged: if (!isShowing)
                 area.edited()
         }
     }

@@ -54,10 +54,7 @@ FocusScope {
                 objectName: "clear"
                 symbol: "trash"
                 text: Texts.clear
-                onClicked: {
-                    view.model.clear();
-                    editor.text = "";
-                }
+                onClicked: editor.clear()
             }
         }
     }
@@ -72,7 +69,7 @@ FocusScope {
         anchors.bottom: parent.bottom
         anchors.bottomMargin: Theme.pageEdge
         label: Texts.tabs.scratchpad
+        value: view.model.text
         onEdited: view.model.text = text
-        Component.onCompleted: text = view.model.text
     }
 }

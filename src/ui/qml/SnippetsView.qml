@@ -60,7 +60,7 @@ FocusScope {
             placeholderText: Texts.searchSnippets
             symbol: "magnifyingglass"
             text: view.model.searchText
-            onTextEdited: view.model.searchText = text
+            onTextChanged: view.model.searchText = text
         }
     }
 

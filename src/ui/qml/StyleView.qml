@@ -115,24 +115,12 @@ FocusScope {
                         color: Theme.secondaryText
                     }
                     SVTextArea {
-                        id: instructions
-
                         editorName: "customInstructions"
                         width: parent.width
                         height: 120
                         label: Texts.customInstructions
+                        value: view.model.customInstructions
                         onEdited: view.model.customInstructions = text
-
-                        // Not a binding, which each key would set the editor's text by.
-                        Connections {
-                            function onStyleChanged() {
-                                if (instructions.text !== view.model.customInstructions)
-                                    instructions.text = view.model.customInstructions;
-                            }
-
-                            target: view.model
-                        }
-                        Component.onCompleted: text = view.model.customInstructions
                     }
                 }
             }
