@@ -31,6 +31,8 @@ public:
     static QStringList categories();
     QString category() const;
     void select(const QString& category);
+    /// Back to the first kind, for a new view.
+    Q_INVOKABLE void selectFirst() { select(categories().front()); }
     int formality() const { return static_cast<int>(style_.formality); }
     void setFormality(int formality);
     QString formalityText() const;

@@ -318,4 +318,16 @@ TEST_F(SnippetsView, EditsWhatIsThereAfterACancelledEdit) {
     EXPECT_EQ(text(view, "contentField"), "two");
 }
 
+TEST_F(SnippetsView, ForgetsTheSearchWithItsTab) {
+    add("address", "Main Street 1");
+    auto& view = openSnippets();
+    click(view, "search");
+    type(view, "nothing like it");
+    ASSERT_EQ(shown(view), Triggers{});
+    click(view, "sidebar.home");
+    click(view, "sidebar.snippets");
+    EXPECT_EQ(text(view, "search"), "");
+    EXPECT_EQ(shown(view), Triggers{"address"});
+}
+
 } // namespace sonvale::ui

@@ -142,4 +142,15 @@ TEST_F(StyleView, KeepsInstructionsThatAssistiveTechnologyWrites) {
     EXPECT_EQ(stored("personalMessaging").customInstructions, "No exclamation marks.");
 }
 
+TEST_F(StyleView, BeginsAtTheFirstKindEachTime) {
+    auto& view = openStyle();
+    click(view, "category.email");
+    ASSERT_TRUE(item(view, "category.email").property("isSelected").toBool());
+    click(view, "sidebar.home");
+    click(view, "sidebar.style");
+    EXPECT_TRUE(item(view, "category.personalMessaging").property("isSelected").toBool());
+    EXPECT_TRUE(reads(view, "Make Son Vale sound like Personal messages"));
+    EXPECT_EQ(stored().size(), 2U) << "no style was made again";
+}
+
 } // namespace sonvale::ui

@@ -8,6 +8,9 @@ FocusScope {
     required property var model
     readonly property int columnWidth: Math.min(720, width - 2 * Theme.pageEdge)
 
+    // The search belongs to the view, and ends with it.
+    Component.onCompleted: model.searchText = ""
+
     Column {
         id: top
 

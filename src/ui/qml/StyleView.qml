@@ -8,6 +8,8 @@ FocusScope {
     required property var model
     readonly property var chosen: Texts.styleCategories[model.category]
 
+    // Which kind is chosen belongs to the view, and ends with it.
+    Component.onCompleted: model.selectFirst()
     Component.onDestruction: model.save()
 
     TabPage {
