@@ -7,6 +7,7 @@
 
 #include <QAbstractItemModelTester>
 #include <QAccessible>
+#include <QColor>
 #include <QTest>
 #include <algorithm>
 #include <chrono>
@@ -16,6 +17,7 @@ namespace sonvale::ui {
 namespace {
 
 using persistence::Snippet;
+using tests::eventuallyInQt;
 using namespace std::chrono_literals;
 
 class SnippetsView : public tests::ViewFixture {
@@ -328,6 +330,27 @@ TEST_F(SnippetsView, ForgetsTheSearchWithItsTab) {
     click(view, "sidebar.snippets");
     EXPECT_EQ(text(view, "search"), "");
     EXPECT_EQ(shown(view), Triggers{"address"});
+}
+
+TEST_F(SnippetsView, SaysEditAndRemoveInWordsAndWarnsBeforeRemoving) {
+    add("address", "Main Street 1");
+    auto& view = openSnippets();
+    EXPECT_TRUE(reads(view, "Edit"));
+    EXPECT_TRUE(reads(view, "Remove"));
+    const auto place = [&](const char* name) {
+        const auto& button = item(view, name);
+        return button.mapRectToScene(button.boundingRect());
+    };
+    EXPECT_GE(place("snippet.0.remove").left() - place("snippet.0.edit").right(), 12);
+    const auto wordsOf = [&](const char* name) {
+        auto* words = item(view, name).property("contentItem").value<QQuickItem*>();
+        return words->property("color").value<QColor>();
+    };
+    const auto plain = wordsOf("snippet.0.remove");
+    QTest::mouseMove(&view, place("snippet.0.remove").center().toPoint());
+    EXPECT_TRUE(eventuallyInQt(5, [&] { return wordsOf("snippet.0.remove") == QColor(0xC0, 0x35, 0x2B); }));
+    QTest::mouseMove(&view, place("snippet.0.edit").center().toPoint());
+    EXPECT_TRUE(eventuallyInQt(5, [&] { return wordsOf("snippet.0.remove") == plain; }));
 }
 
 } // namespace sonvale::ui

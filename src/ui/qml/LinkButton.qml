@@ -5,6 +5,9 @@ import QtQuick.Controls.Basic
 AbstractButton {
     id: link
 
+    /// Of the words under the pointer.
+    property color litColor: Theme.text
+
     implicitHeight: Theme.hitHeight
     implicitWidth: words.implicitWidth + 2 * Theme.inControl
     focusPolicy: Qt.StrongFocus
@@ -30,7 +33,7 @@ AbstractButton {
         text: link.text
         textFormat: Text.StyledText
         font: Theme.body
-        color: link.enabled && link.hovered ? Theme.text : Theme.secondaryText
+        color: link.enabled && link.hovered ? link.litColor : Theme.secondaryText
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter
     }

@@ -99,22 +99,21 @@ SVCard {
             id: buttons
 
             anchors.right: parent.right
+            anchors.rightMargin: -Theme.inControl
             anchors.top: parent.top
-            spacing: 4
+            anchors.topMargin: (20 - Theme.hitHeight) / 2 // on the line of the trigger
+            spacing: Theme.betweenRows
 
-            SymbolButton {
+            LinkButton {
                 objectName: "snippet." + row.index + ".edit"
-                symbol: "pencil"
                 text: Texts.edit
-                hint: Texts.edit
                 Accessible.description: row.trigger
                 onClicked: row.editWanted()
             }
-            SymbolButton {
+            LinkButton {
                 objectName: "snippet." + row.index + ".remove"
-                symbol: "trash"
                 text: Texts.remove
-                hint: Texts.remove
+                litColor: Theme.danger
                 Accessible.description: row.trigger
                 onClicked: row.deleteWanted()
             }
