@@ -167,6 +167,10 @@ void SettingsModel::grantSpeechRecognition() {
     permissions().requestSpeechRecognitionWithPolling();
 }
 
+void SettingsModel::checkPermissions() {
+    permissions().refresh();
+}
+
 void SettingsModel::recheckPermissions() {
     appState().startHotkeysIfReady();
 }

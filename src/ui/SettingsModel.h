@@ -66,6 +66,8 @@ public:
     Q_INVOKABLE void grantAccessibility();
     Q_INVOKABLE void grantInputMonitoring();
     Q_INVOKABLE void grantSpeechRecognition();
+    /// Reads the four permissions again, as the page does when it appears.
+    Q_INVOKABLE void checkPermissions();
     /// Looks at all four grants, and starts the shortcuts when they allow it.
     Q_INVOKABLE void recheckPermissions();
 

@@ -103,6 +103,7 @@ TEST_F(SettingsView, SaysEverythingInItsOrder) {
         "Accessibility",
         "Input Monitoring",
         "Speech Recognition",
+        "Re-check Permissions",
         "About",
         "Son Vale",
         "Voice-to-text that adapts to how you write.",
@@ -351,6 +352,27 @@ TEST_F(SettingsView, MayBeLeftWhileACheckRuns) {
     toggle(view, "checkForUpdates");
     closeDashboard();
     change([&] { updater().answer(platform::UpToDate{"2.3.4"}); });
+}
+
+TEST_F(SettingsView, LooksAtThePermissionsWhenItAppears) {
+    auto& view = openDashboard();
+    capture().setStatus(platform::CaptureStatus::denied);
+    accessibility().setTrusted(false);
+    tap().setPermitted(false);
+    recogniser().setAuthorization(platform::SpeechAuthorization::denied);
+    click(view, "sidebar.settings");
+    for (const auto* name : {"Microphone", "Accessibility", "InputMonitoring", "SpeechRecognition"})
+        EXPECT_TRUE(isShown(view, std::string("grantButton.") + name)) << name;
+}
+
+TEST_F(SettingsView, OffersToLookAgainWhateverIsGranted) {
+    auto& view = openSettings();
+    EXPECT_FALSE(isShown(view, "speechNeeded"));
+    EXPECT_EQ(text(view, "recheckPermissions"), "Re-check Permissions");
+    capture().setStatus(platform::CaptureStatus::denied);
+    scrollTo(view, "recheckPermissions");
+    change([&] { click(view, "recheckPermissions"); });
+    EXPECT_TRUE(isShown(view, "grantButton.Microphone"));
 }
 
 TEST_F(SettingsView, SignsOut) {

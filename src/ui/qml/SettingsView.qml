@@ -16,6 +16,8 @@ FocusScope {
     // The menu, and the desktop's own tools, change some of them too.
     onIsWindowActiveChanged: if (isWindowActive)
         model.refresh()
+    // A microphone can have come or gone since the start.
+    Component.onCompleted: model.checkPermissions()
 
     TabPage {
         anchors.fill: parent
@@ -203,24 +205,19 @@ FocusScope {
                     }
                 }
             }
-            Column {
+            SVText {
                 objectName: "speechNeeded"
+                isParagraph: true
                 width: parent.width
                 visible: !view.model.speechRecognitionGranted
-                spacing: Theme.betweenRows
-
-                SVText {
-                    isParagraph: true
-                    width: parent.width
-                    text: Texts.speechNeeded
-                    font: Theme.caption
-                    color: Theme.caution
-                }
-                PlainButton {
-                    objectName: "recheckPermissions"
-                    text: Texts.recheckPermissions
-                    onClicked: view.model.recheckPermissions()
-                }
+                text: Texts.speechNeeded
+                font: Theme.caption
+                color: Theme.caution
+            }
+            PlainButton {
+                objectName: "recheckPermissions"
+                text: Texts.recheckPermissions
+                onClicked: view.model.recheckPermissions()
             }
         }
 
