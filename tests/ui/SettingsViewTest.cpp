@@ -349,9 +349,20 @@ TEST_F(SettingsView, TellsWhatBecameOfACheckForUpdates) {
 
 TEST_F(SettingsView, MayBeLeftWhileACheckRuns) {
     auto& view = openSettings();
+    updater().hang();
     toggle(view, "checkForUpdates");
+    ASSERT_EQ(updater().checks(), 1);
     closeDashboard();
+    change([&] { updater().answer(platform::NewerVersion{"2.4.0", "https://example.com/new", true}); });
+
+    auto& again = openSettings();
+    EXPECT_EQ(text(again, "updateState"), "") << "the answer belongs to the page that is gone";
+    EXPECT_TRUE(item(again, "checkForUpdates").isEnabled());
+    updater().hang();
+    toggle(again, "checkForUpdates");
     change([&] { updater().answer(platform::UpToDate{"2.3.4"}); });
+    EXPECT_EQ(text(again, "updateState"), "Son Vale is up to date.");
+    EXPECT_EQ(updater().checks(), 2);
 }
 
 TEST_F(SettingsView, LooksAtThePermissionsWhenItAppears) {
