@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/StateColors.h"
+
 #include <QObject>
 #include <optional>
 
@@ -14,12 +16,20 @@ class Appearance final : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool isDark READ isDark NOTIFY changed)
     Q_PROPERTY(bool isMotionReduced READ isMotionReduced NOTIFY changed)
+    Q_PROPERTY(QColor restingColor READ resting CONSTANT)
+    Q_PROPERTY(QColor listeningColor READ listening CONSTANT)
+    Q_PROPERTY(QColor workingColor READ working CONSTANT)
 
 public:
     Appearance();
 
     bool isDark() const;
     bool isMotionReduced() const { return motionOverride_.value_or(isMotionReduced_); }
+
+    // For the light theme, which shares them with the tray icon.
+    static QColor resting() { return ui::restingColor; }
+    static QColor listening() { return ui::listeningColor; }
+    static QColor working() { return ui::workingColor; }
 
     /// Instead of what the desktop says; for pictures and tests.
     void overrideDark(std::optional<bool> isDark);

@@ -1,5 +1,7 @@
 #include "ui/TrayIconSymbol.h"
 
+#include "ui/StateColors.h"
+
 #include <QPainter>
 #include <algorithm>
 #include <array>
@@ -11,22 +13,19 @@ namespace {
 
 using platform::RecordingState;
 
-constexpr QColor resting(0x5B, 0x64, 0x72);
-constexpr QColor listening(0x2A, 0x63, 0xF0);
-constexpr QColor working(0x1B, 0x8A, 0x4E);
 constexpr QColor mark(0xFF, 0xFF, 0xFF);
 
 QColor groundOf(RecordingState state) {
     switch (state) {
     case RecordingState::recording:
-        return listening;
+        return listeningColor;
     case RecordingState::processing:
     case RecordingState::processingHandsFree:
-        return working;
+        return workingColor;
     case RecordingState::idle:
         break;
     }
-    return resting;
+    return restingColor;
 }
 
 /// A voice as upright bars, on whole pixels so that they stay sharp at 16.

@@ -1,4 +1,5 @@
 #include "tests/ui/ViewFixture.h"
+#include "ui/TrayIconSymbol.h"
 
 #include <gtest/gtest.h>
 
@@ -74,6 +75,26 @@ TEST_F(Theme, ShowsWhereFieldsAndTheKeyboardAre) {
             EXPECT_GE(contrast(color("accent"), color(ground)), visible) << ground << isDark;
         }
         EXPECT_GE(contrast(color("secondaryText"), color("hairline")), visible) << "a pressed symbol";
+    }
+}
+
+TEST_F(Theme, SharesTheColorsOfTheStatesWithTheTrayIcon) {
+    using platform::RecordingState;
+    setDark(false);
+    for (const auto& [state, name] :
+         {std::pair(RecordingState::idle, "secondaryText"), std::pair(RecordingState::recording, "accent"),
+          std::pair(RecordingState::processing, "good")})
+        EXPECT_EQ(QColor(trayIconImage(state, 32).pixel(16, 3)), color(name)) << name;
+}
+
+TEST_F(Theme, HasAYellowThatIsYellow) {
+    for (const bool isDark : {false, true}) {
+        setDark(isDark);
+        const auto yellow = color("yellow");
+        EXPECT_GE(yellow.hsvHue(), 43);
+        EXPECT_LE(yellow.hsvHue(), 65);
+        EXPECT_GT(yellow.hsvSaturationF(), 0.6);
+        EXPECT_GT(yellow.valueF(), 0.85);
     }
 }
 

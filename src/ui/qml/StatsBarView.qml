@@ -12,7 +12,7 @@ Row {
         model: [{
                 "name": "days",
                 "icon": "bolt.fill",
-                "color": Theme.caution,
+                "color": Theme.yellow,
                 "label": Texts.days
             }, {
                 "name": "words",

@@ -12,11 +12,13 @@ QtObject {
     readonly property color hairline: isDark ? "#2D323D" : "#E3E6EB"
     readonly property color fieldLine: isDark ? "#6B7484" : "#828B9A"
     readonly property color text: isDark ? "#F2F4F8" : "#14171C"
-    readonly property color secondaryText: isDark ? "#A3ACBA" : "#5B6472"
-    readonly property color accent: isDark ? "#6E9BFF" : "#2A63F0"
+    readonly property color secondaryText: isDark ? "#A3ACBA" : Appearance.restingColor
+    readonly property color accent: isDark ? "#6E9BFF" : Appearance.listeningColor
     readonly property color textOnAccent: isDark ? "#0B1220" : "#FFFFFF"
-    readonly property color good: isDark ? "#59D08E" : "#177843"
+    readonly property color good: isDark ? "#59D08E" : Appearance.workingColor
     readonly property color caution: isDark ? "#F0B35A" : "#9A5B00"
+    /// For a symbol beside its words; too light for text.
+    readonly property color yellow: isDark ? "#FACC15" : "#EAB308"
     readonly property color danger: isDark ? "#FF7B72" : "#C0352B"
     /// Over what a sheet covers.
     readonly property color veil: isDark ? "#99000000" : "#5914171C"
