@@ -190,6 +190,7 @@ TEST(CleanUp, InsertsASnippetUntouched) {
     session.holdToTalk();
     session.speak(voices().front());
     session.keyboard.up(XK_Alt_L);
+    session.waitForRingToHide();
 
     EXPECT_TRUE(session.editor.comesToHold("um, 1 Main Street,  Springfield", 10))
         << session.program.output();
@@ -270,6 +271,7 @@ TEST(CleanUp, RefreshesTheTokenOnceForAllThatNeedIt) {
         << session.program.output();
     EXPECT_TRUE(server.requests("/api/transcribe").empty());
 
+    session.waitForRingToHide();
     EXPECT_TRUE(session.editor.comesToHold("From the file.", 20)) << session.program.output();
     EXPECT_EQ(server.requests(refresh).size(), 1U);
     EXPECT_EQ(server.requests(refresh)[0].header("Authorization"), "");

@@ -70,6 +70,7 @@ TEST_P(CommandInEditor, RewritesTheSelectionInPlaceAndTypesTheWordsWhenThereIsNo
         session.holdToCommand();
         EXPECT_EQ(owner.isOwner(), GetParam().isAccessible) << "only one that does not tell is copied from";
         speakAndLetGo(session);
+        session.waitForRingToHide();
         EXPECT_TRUE(session.editor.comesToHold("one 2 three", 10)) << session.program.output();
         expectClipboardHolds(session.desktop.display(), copied);
     }
@@ -85,6 +86,7 @@ TEST_P(CommandInEditor, RewritesTheSelectionInPlaceAndTypesTheWordsWhenThereIsNo
     session.holdToCommand();
     EXPECT_TRUE(owner.isOwner()) << "there is nothing that could be copied";
     speakAndLetGo(session);
+    session.waitForRingToHide();
     EXPECT_TRUE(session.editor.comesToHold("one 2 threeand four", 10)) << session.program.output();
     expectClipboardHolds(session.desktop.display(), copied);
     EXPECT_EQ(server.requests(chatPath).size(), 1U);
@@ -119,6 +121,7 @@ TEST_P(CommandInTerminal, TypesTheRewrittenTextAtTheCursor) {
 
     session.holdToCommand();
     speakAndLetGo(session);
+    session.waitForRingToHide();
 
     EXPECT_TRUE(session.editor.comesToHold("marked words MARKED", 10))
         << session.editor.savedText() << session.program.output();
@@ -151,6 +154,7 @@ TEST(Command, TypesTheInstructionWhenTheModelFailsOrDoesNotAnswer) {
     select(session.keyboard, 4, 3);
     session.holdToCommand();
     speakAndLetGo(session);
+    session.waitForRingToHide();
     EXPECT_TRUE(session.editor.comesToHold("one make it shorter three", 10)) << session.program.output();
     EXPECT_EQ(session.program.auditCount("error", "command-processing-failed"), 1U);
     expectClipboardHolds(session.desktop.display(), copied);

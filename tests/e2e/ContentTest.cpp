@@ -30,7 +30,8 @@ TEST(Content, OfASnippetIsInsertedAndAFormalStyleAskedForOnceTheyAreMade) {
     ASSERT_TRUE(user.session.editor.focus());
     user.session.holdToTalk();
     pauseMilliseconds(400);
-    keyboard.up(XK_Alt_L); // an inserted snippet is told nobody, so there is no end to wait for
+    keyboard.up(XK_Alt_L);
+    user.session.waitForRingToHide();
     EXPECT_TRUE(user.session.editor.comesToHold("1 Main Street", patience)) << user.session.program.output();
     EXPECT_TRUE(user.server.requests(chatPath).empty());
     EXPECT_TRUE(user.reader.comesToSay("Used once", patience)) << user.reader.read();

@@ -124,6 +124,7 @@ TEST(HandsFree, IsLeftByAPressOfPushToTalk) {
     session.keyboard.down(XK_Alt_L);
     ASSERT_TRUE(comesToCommits(server, 2)) << session.program.output();
     session.keyboard.up(XK_Alt_L);
+    session.waitForRingToHide();
 
     EXPECT_TRUE(session.editor.comesToHold("First words, last words.", 15)) << session.program.output();
     EXPECT_EQ(server.requests(chatPath).size(), 1U);

@@ -3,6 +3,7 @@
 #include "tests/e2e/FirstSteps.h"
 #include "tests/support/Accessibility.h"
 
+#include <X11/Xlib.h>
 #include <X11/keysym.h>
 
 #include <stdexcept>
@@ -24,6 +25,33 @@ PrivateDesktop& prepared(PrivateDesktop& desktop, const Session::Options& option
     if (options.prepare)
         options.prepare(desktop);
     return desktop;
+}
+
+/// Whether the screen has a window of the ring's size that no window manager has placed.
+bool isRingShown(const std::string& displayName) {
+    constexpr int ringSize = 48;
+    auto* display = XOpenDisplay(displayName.c_str());
+    if (!display)
+        throw std::runtime_error("no display " + displayName);
+    // A window may go while it is looked at.
+    const auto former = XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });
+    Window root = None;
+    Window parent = None;
+    Window* children = nullptr;
+    unsigned int count = 0;
+    XQueryTree(display, DefaultRootWindow(display), &root, &parent, &children, &count);
+    bool isShown = false;
+    for (unsigned int i = 0; i < count && !isShown; ++i) {
+        XWindowAttributes window{};
+        isShown = XGetWindowAttributes(display, children[i], &window) && window.override_redirect &&
+                  window.map_state == IsViewable && window.width == ringSize && window.height == ringSize;
+    }
+    if (children)
+        XFree(children);
+    XSync(display, False);
+    XSetErrorHandler(former);
+    XCloseDisplay(display);
+    return isShown;
 }
 
 /// A user who is not signed in is shown the way in first, and closes it.
@@ -92,6 +120,11 @@ void Session::holdToCommand() {
 void Session::letGoOfCommand() {
     keyboard.up(XK_equal);
     keyboard.up(XK_Alt_L);
+}
+
+void Session::waitForRingToHide() {
+    if (!eventually(patience, [this] { return !isRingShown(desktop.display()); }))
+        fail("the ring did not go");
 }
 
 void Session::tapHandsFree() {

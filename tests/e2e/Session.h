@@ -40,6 +40,12 @@ public:
     void speak(const Voice& voice);
     void letGo();
 
+    /// Waits until the ring has gone: the end of every dictation, also of one that prints no timing (a
+    /// snippet, a command). Before the end, the test must press no keys, not even to save the editor's text:
+    /// the program presses its own paste shortcut, and a Control key that goes up in the middle of it leaves
+    /// a plain "v".
+    void waitForRingToHide();
+
     /// Holds the keys of command mode and waits for the recording, as `holdToTalk` does.
     void holdToCommand();
     void letGoOfCommand();

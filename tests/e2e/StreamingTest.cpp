@@ -177,6 +177,7 @@ TEST(Streaming, SendsWhatWasSaidBeforeTheHandshake) {
         << session.program.output();
     ASSERT_EQ(session.startSpeaking(voice).wait(60), 0);
     session.keyboard.up(XK_Alt_L);
+    session.waitForRingToHide();
 
     EXPECT_TRUE(session.editor.comesToHold("all of it", 20)) << session.program.output();
     const auto sent = samplesOf(server.socket().audio());
