@@ -1,3 +1,5 @@
+#include "bench/Rounds.h"
+
 #include "audio/Level.h"
 #include "platform/linux/PulseAudioEngine.h"
 #include "tests/support/PrivateSound.h"
@@ -46,7 +48,7 @@ void endCapture(benchmark::State& state) {
         engine.reset();
     }
 }
-BENCHMARK(endCapture)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(50);
+BENCHMARK(endCapture)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(bench::rounds(50));
 
 } // namespace
 

@@ -1,3 +1,5 @@
+#include "bench/Rounds.h"
+
 #include "platform/linux/X11Pasteboard.h"
 #include "platform/linux/X11Workspace.h"
 #include "runtime/SystemClock.h"
@@ -94,7 +96,10 @@ void frontmostApplication(benchmark::State& state) {
     }
 }
 
-BENCHMARK(insertionOnTextClipboard)->UseRealTime()->Unit(benchmark::kMillisecond)->Iterations(100);
+BENCHMARK(insertionOnTextClipboard)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(bench::rounds(100));
 BENCHMARK(snapshotOfText)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(snapshotOfEightTextTargets)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(snapshotOfImage)

@@ -1,3 +1,5 @@
+#include "bench/Rounds.h"
+
 #include "platform/linux/SyntheticKeyLedger.h"
 #include "platform/linux/X11EventTap.h"
 #include "platform/linux/X11SyntheticInput.h"
@@ -59,7 +61,7 @@ void keyToCallback(benchmark::State& state) {
     tap.stop();
     report(state, latencies);
 }
-BENCHMARK(keyToCallback)->UseManualTime()->Iterations(2000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(keyToCallback)->UseManualTime()->Iterations(bench::rounds(2000))->Unit(benchmark::kMicrosecond);
 
 /// One paste, until the call returns.
 void pressPaste(benchmark::State& state) {
@@ -77,7 +79,7 @@ void pressPaste(benchmark::State& state) {
     }
     report(state, durations);
 }
-BENCHMARK(pressPaste)->UseManualTime()->Iterations(200)->Unit(benchmark::kMicrosecond);
+BENCHMARK(pressPaste)->UseManualTime()->Iterations(bench::rounds(200))->Unit(benchmark::kMicrosecond);
 
 } // namespace
 

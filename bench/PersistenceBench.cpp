@@ -1,3 +1,5 @@
+#include "bench/Rounds.h"
+
 #include "persistence/AuditLogger.h"
 #include "persistence/ModelContainer.h"
 #include "persistence/Settings.h"
@@ -104,7 +106,7 @@ void emitAnAuditEvent(benchmark::State& state) {
         logger.logRecordingStopped(1.5);
     pool.join();
 }
-BENCHMARK(emitAnAuditEvent)->Iterations(20000);
+BENCHMARK(emitAnAuditEvent)->Iterations(bench::rounds(20000));
 
 } // namespace
 

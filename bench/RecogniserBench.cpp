@@ -1,3 +1,5 @@
+#include "bench/Rounds.h"
+
 #include "platform/linux/FfmpegAudioFiles.h"
 #include "platform/linux/PocketSphinxDecoder.h"
 #include "platform/linux/PocketSphinxRecognizer.h"
@@ -102,7 +104,10 @@ void recogniserAgainstPocketSphinx(benchmark::State& state) {
     state.counters["residentBeforeMB"] = residentBefore;
     state.counters["residentAfterMB"] = residentAfter;
 }
-BENCHMARK(recogniserAgainstPocketSphinx)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
+BENCHMARK(recogniserAgainstPocketSphinx)
+    ->UseManualTime()
+    ->Iterations(bench::rounds(5))
+    ->Unit(benchmark::kMillisecond);
 
 /// Key down waits for this.
 void recordingFileIsMade(benchmark::State& state) {
@@ -141,7 +146,7 @@ void recordingIsClosed(benchmark::State& state) {
         state.ResumeTiming();
     }
 }
-BENCHMARK(recordingIsClosed)->Iterations(10)->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(recordingIsClosed)->Iterations(bench::rounds(10))->UseRealTime()->Unit(benchmark::kMicrosecond);
 
 /// The recogniser's thread does this before its own work: a 4 s recording to the samples that it takes.
 void recordingIsRead(benchmark::State& state) {

@@ -1,3 +1,5 @@
+#include "bench/Rounds.h"
+
 #include "platform/linux/SoxrSampleRateConverter.h"
 #include "runtime/SystemClock.h"
 #include "runtime/TaskPool.h"
@@ -70,7 +72,7 @@ BENCHMARK(appendAudio)
     ->Arg(48000)
     ->Arg(44100)
     ->UseManualTime()
-    ->Iterations(5000)
+    ->Iterations(bench::rounds(5000))
     ->Unit(benchmark::kMicrosecond);
 
 } // namespace

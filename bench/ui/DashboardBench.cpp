@@ -1,4 +1,4 @@
-#include "bench/ui/BenchApplication.h"
+#include "bench/Rounds.h"
 
 #include "tests/ui/ViewFixture.h"
 #include "ui/HistoryModel.h"
@@ -57,7 +57,6 @@ private:
 
 /// From the wish for the window to its first picture, with so many rows in the history.
 void openDashboardWithHistory(benchmark::State& state) {
-    startApplication();
     Dashboard dashboard;
     dashboard.addHistory(state.range(0));
     // The first window of a process loads the views.
@@ -75,7 +74,6 @@ BENCHMARK(openDashboardWithHistory)->Arg(10)->Arg(100'000)->Unit(benchmark::kMil
 
 /// A page further down at each picture, through a hundred thousand rows.
 void scrollHistory(benchmark::State& state) {
-    startApplication();
     Dashboard dashboard;
     dashboard.addHistory(100'000);
     auto& view = dashboard.open();
@@ -89,11 +87,10 @@ void scrollHistory(benchmark::State& state) {
     }
     state.counters["longest_ms"] = 1000 * longest;
 }
-BENCHMARK(scrollHistory)->Unit(benchmark::kMillisecond)->Iterations(300);
+BENCHMARK(scrollHistory)->Unit(benchmark::kMillisecond)->Iterations(bench::rounds(300));
 
 /// A key in the search field of ten thousand snippets, with the picture after it.
 void searchSnippets(benchmark::State& state) {
-    startApplication();
     Dashboard dashboard;
     dashboard.addSnippets(10'000, state.range(0) == 0 ? "i" : "ï");
     auto& view = dashboard.open();
@@ -112,7 +109,7 @@ void searchSnippets(benchmark::State& state) {
     state.counters["longest_ms"] = 1000 * longest;
     state.SetLabel(state.range(0) == 0 ? "ASCII" : "with accents");
 }
-BENCHMARK(searchSnippets)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->Iterations(240);
+BENCHMARK(searchSnippets)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->Iterations(bench::rounds(240));
 
 } // namespace
 

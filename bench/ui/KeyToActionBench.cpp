@@ -1,3 +1,5 @@
+#include "bench/Rounds.h"
+
 #include "hotkeys/HotkeyBindingStore.h"
 #include "hotkeys/HotkeyManager.h"
 #include "platform/linux/SyntheticKeyLedger.h"
@@ -25,8 +27,6 @@ namespace {
 /// From the moment in which the last key of "Option + Space" is handed to the server to the action on the
 /// main actor, in Qt's event loop.
 void keyToAction(benchmark::State& state) {
-    int argc = 0;
-    QCoreApplication application(argc, nullptr);
     const PrivateDisplay display;
     const runtime::SystemClock clock;
     runtime::SystemClock timers;
@@ -65,9 +65,10 @@ void keyToAction(benchmark::State& state) {
             keyboard.up(XK_Alt_L);
             pauseMilliseconds(5);
         }
-        QMetaObject::invokeMethod(&application, &QCoreApplication::quit, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(QCoreApplication::instance(), &QCoreApplication::quit,
+                                  Qt::QueuedConnection);
     });
-    application.exec();
+    QCoreApplication::exec();
     user.join();
     if (latencies.empty())
         return;
@@ -75,7 +76,7 @@ void keyToAction(benchmark::State& state) {
     state.counters["p50_us"] = latencies[latencies.size() / 2] * 1e6;
     state.counters["p99_us"] = latencies[(latencies.size() - 1) * 99 / 100] * 1e6;
 }
-BENCHMARK(keyToAction)->UseManualTime()->Iterations(1000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(keyToAction)->UseManualTime()->Iterations(bench::rounds(1000))->Unit(benchmark::kMicrosecond);
 
 } // namespace
 

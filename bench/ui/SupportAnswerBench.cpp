@@ -1,5 +1,3 @@
-#include "bench/ui/BenchApplication.h"
-
 #include "services/SupportChatViewModel.h"
 #include "tests/support/ChildProcess.h"
 #include "ui/SupportMessagesModel.h"
@@ -8,6 +6,7 @@
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
 
+#include <QCoreApplication>
 #include <QQmlPropertyMap>
 #include <QQuickView>
 #include <algorithm>
@@ -28,7 +27,6 @@ std::string answer() {
 
 /// An answer that grows by so many bytes from one picture to the next, in the window of the help tab.
 void drawGrowingAnswer(benchmark::State& state) {
-    startApplication();
     ui::Views views;
     const auto whole = answer();
     const auto step = static_cast<std::size_t>(state.range(0));
