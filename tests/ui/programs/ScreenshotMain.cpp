@@ -12,8 +12,13 @@
 #include <QApplication>
 #include <QStyleHints>
 #include <QTest>
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <filesystem>
+#include <set>
+#include <string>
+#include <string_view>
 
 namespace sonvale::tests {
 
@@ -22,6 +27,61 @@ namespace {
 namespace keys = persistence::keys;
 
 std::filesystem::path folder; ///< where the pictures go
+std::set<std::string> drawn;  ///< names of screens
+
+/// Every screen that is drawn. `--list` prints the files of these without drawing them.
+constexpr std::array screens{"onboarding-00-welcome",
+                             "onboarding-01-microphone",
+                             "onboarding-02-speechRecognition",
+                             "onboarding-03-accessibility",
+                             "onboarding-04-inputMonitoring",
+                             "onboarding-05-ready",
+                             "onboarding-06-howToUse",
+                             "onboarding-07-pushToTalk",
+                             "onboarding-08-handsFree",
+                             "onboarding-09-processingExplainer",
+                             "onboarding-10-privacyTip",
+                             "onboarding-11-accessingApp",
+                             "onboarding-asked",
+                             "onboarding-granted",
+                             "login-sign-in",
+                             "login-error",
+                             "login-sign-up",
+                             "login-waiting",
+                             "login-with-key",
+                             "menu-idle",
+                             "menu-transcript",
+                             "menu-languages",
+                             "menu-error",
+                             "menu-full",
+                             "home-empty",
+                             "home",
+                             "home-hovered",
+                             "snippets-empty",
+                             "snippets",
+                             "snippets-add",
+                             "snippets-not-found",
+                             "style",
+                             "style-email",
+                             "scratchpad",
+                             "settings-general",
+                             "settings-transcription",
+                             "settings-languages",
+                             "settings-about",
+                             "shortcuts",
+                             "shortcuts-recording",
+                             "shortcuts-conflict",
+                             "shortcuts-menu",
+                             "help-signed-out",
+                             "help-greeting",
+                             "help-waiting",
+                             "help-conversation",
+                             "help-error",
+                             "help-long"};
+
+std::string fileName(const std::string& screen, bool isDark) {
+    return screen + (isDark ? "-dark.png" : "-light.png");
+}
 
 /// Draws every screen in light and dark.
 class Screenshots : public ViewFixture {
@@ -36,13 +96,16 @@ protected:
     enum class Pointer { away, stays };
 
     void draw(QQuickView& view, const std::string& name, Pointer pointer = Pointer::away) {
+        EXPECT_NE(std::ranges::find(screens, name), screens.end())
+            << name << " is not in the list of screens";
+        EXPECT_TRUE(drawn.insert(name).second) << name << " is drawn twice";
         for (const bool isDark : {false, true}) {
             views().appearance().overrideDark(isDark);
             // A pointer that rests on a button would colour it.
             if (pointer == Pointer::away)
-                QTest::mouseMove(&view, QPoint(0, 0));
+                QTest::mouseMove(&view, QPoint(1, 1)); // (0, 0) stands for the middle
             settleViews();
-            const auto file = folder / fmt::format("{}-{}.png", name, isDark ? "dark" : "light");
+            const auto file = folder / fileName(name, isDark);
             EXPECT_TRUE(view.grabWindow()
                             .convertToFormat(QImage::Format_RGB32)
                             .save(QString::fromStdString(file.string()), "PNG", highestCompression))
@@ -162,6 +225,19 @@ TEST_F(Screenshots, OfTheMenu) {
     draw(*menu().view(), "menu-languages");
     change([&] { state().surfaceError("No audio recorded. Check your microphone."); });
     draw(openMenu(), "menu-error");
+    click(*menu().view(), "language");
+    draw(*menu().view(), "menu-full");
+}
+
+TEST_F(Screenshots, OfABuildWithAKey) {
+    addresses.key = "sk-of-this-build";
+    rebuildState();
+    showLogin();
+    auto& view = openDashboard();
+    draw(view, "login-with-key");
+    click(view, "withoutAccount");
+    click(view, "sidebar.help");
+    draw(view, "help-signed-out");
 }
 
 TEST_F(Screenshots, OfHome) {
@@ -328,23 +404,36 @@ TEST_F(Screenshots, OfTheSupportChat) {
 
 } // namespace sonvale::tests
 
-/// Writes the pictures into the folder that is named. QT_SCALE_FACTOR counts.
+/// Writes the pictures into the folder that is named, at the scale of QT_SCALE_FACTOR. With "--list" prints
+/// their names instead.
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     if (argc != 2)
         return EXIT_FAILURE;
-    sonvale::tests::folder = argv[1];
-    std::filesystem::create_directories(sonvale::tests::folder);
-    const sonvale::tests::PrivateDisplay display(sonvale::tests::WindowManager::openbox,
-                                                 {"-screen", "0", "2560x1600x24"});
+    using namespace sonvale::tests;
+    if (std::string_view(argv[1]) == "--list") {
+        for (const auto* screen : screens) {
+            for (const bool isDark : {false, true})
+                fmt::print("{}\n", fileName(screen, isDark));
+        }
+        return EXIT_SUCCESS;
+    }
+    folder = argv[1];
+    std::filesystem::create_directories(folder);
+    const PrivateDisplay display(WindowManager::openbox, {"-screen", "0", "2560x1600x24"});
     setenv("DISPLAY", display.name().c_str(), 1);
     setenv("QT_QPA_PLATFORM", "xcb", 1);
-    const sonvale::tests::TemporaryDirectory runtimeDirectory;
+    const TemporaryDirectory runtimeDirectory;
     setenv("XDG_RUNTIME_DIR", runtimeDirectory.path().c_str(), 1);
     unsetenv("WAYLAND_DISPLAY");
     // The desktop of whoever runs it must not show in the pictures.
     unsetenv("DBUS_SESSION_BUS_ADDRESS");
     const QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
-    return RUN_ALL_TESTS();
+    const int status = RUN_ALL_TESTS();
+    if (status == EXIT_SUCCESS && drawn.size() != screens.size()) {
+        fmt::print(stderr, "{} screens of the list were not drawn\n", screens.size() - drawn.size());
+        return EXIT_FAILURE;
+    }
+    return status;
 }
