@@ -25,7 +25,6 @@ public:
 
     /// Puts the text on the pasteboard.
     Q_INVOKABLE void copy();
-    Q_INVOKABLE void clear() { setText({}); }
     /// Keeps now what has been typed.
     Q_INVOKABLE void save() { saving_.flush(); }
 
