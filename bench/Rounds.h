@@ -12,4 +12,11 @@ inline std::int64_t rounds(std::int64_t count) {
     return std::getenv("SONVALE_BENCH_SHORT") && count > few ? few : count;
 }
 
+/// Returns how many rows a benchmark begins with: `count`, or at most some hundreds if SONVALE_BENCH_SHORT is
+/// set, because making them takes most of its time.
+inline std::int64_t rows(std::int64_t count) {
+    constexpr std::int64_t some = 500;
+    return std::getenv("SONVALE_BENCH_SHORT") && count > some ? some : count;
+}
+
 } // namespace sonvale::bench

@@ -58,7 +58,7 @@ private:
 /// From the wish for the window to its first picture, with so many rows in the history.
 void openDashboardWithHistory(benchmark::State& state) {
     Dashboard dashboard;
-    dashboard.addHistory(state.range(0));
+    dashboard.addHistory(bench::rows(state.range(0)));
     // The first window of a process loads the views.
     dashboard.open();
     dashboard.close();
@@ -75,7 +75,7 @@ BENCHMARK(openDashboardWithHistory)->Arg(10)->Arg(100'000)->Unit(benchmark::kMil
 /// A page further down at each picture, through a hundred thousand rows.
 void scrollHistory(benchmark::State& state) {
     Dashboard dashboard;
-    dashboard.addHistory(100'000);
+    dashboard.addHistory(bench::rows(100'000));
     auto& view = dashboard.open();
     auto& list = dashboard.find(view, "history");
     double longest = 0;
@@ -92,7 +92,7 @@ BENCHMARK(scrollHistory)->Unit(benchmark::kMillisecond)->Iterations(bench::round
 /// A key in the search field of ten thousand snippets, with the picture after it.
 void searchSnippets(benchmark::State& state) {
     Dashboard dashboard;
-    dashboard.addSnippets(10'000, state.range(0) == 0 ? "i" : "ï");
+    dashboard.addSnippets(static_cast<int>(bench::rows(10'000)), state.range(0) == 0 ? "i" : "ï");
     auto& view = dashboard.open();
     dashboard.select(view, "snippets");
     auto& snippets = *dashboard.model(view).snippets();
