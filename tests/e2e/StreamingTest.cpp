@@ -257,11 +257,12 @@ TEST(Streaming, TakesTheWordsFromTheFileWhenTheSessionDropsInTheMiddle) {
 
 TEST(Streaming, TakesTheWordsFromTheFileWhenTheConnectionDiesWithoutAWord) {
     PrivateNetwork network;
-    TestServer server({.listener = network.listen()});
+    TestServer server({.isTls = true, .listener = network.listen()});
     server.setRealtime(saying("never"));
     server.answer(files, plainTranscript("from the file"));
     auto options = with(server, "hybrid");
-    options.program.info["OPENAI_BASE_URL"] = PrivateNetwork::serverUrl("http");
+    options.program.info["OPENAI_BASE_URL"] = PrivateNetwork::serverUrl("https");
+    options.program.environment = {{"SSL_CERT_FILE", server.caFile().string()}};
     options.program.launcher = network.launcher();
     Session session(options);
     ASSERT_TRUE(server.waitForSockets(1, 20)) << session.program.output();
@@ -288,10 +289,11 @@ TEST(Streaming, TakesTheWordsFromTheFileWhenTheConnectionDiesWithoutAWord) {
 
 TEST(Streaming, ClosesAnIdleSessionWhenTheMachineGetsAnotherAddress) {
     PrivateNetwork network;
-    TestServer server({.listener = network.listen()});
+    TestServer server({.isTls = true, .listener = network.listen()});
     server.setRealtime(saying("at once"));
     auto options = with(server, "streaming");
-    options.program.info["OPENAI_BASE_URL"] = PrivateNetwork::serverUrl("http");
+    options.program.info["OPENAI_BASE_URL"] = PrivateNetwork::serverUrl("https");
+    options.program.environment = {{"SSL_CERT_FILE", server.caFile().string()}};
     options.program.launcher = network.launcher();
     Session session(options);
     ASSERT_TRUE(server.waitForSockets(1, 20)) << session.program.output();

@@ -21,7 +21,7 @@ public:
 
     /// A socket that listens on the far machine at `serverUrl`; the caller closes it. Once.
     int listen() const;
-    /// The address of a path there: `scheme` "http" or "ws".
+    /// The address of a path there: `scheme` "https", "wss" or the like.
     static std::string serverUrl(const std::string& scheme, const std::string& path = "");
 
     /// The far machine answers nothing any more, as behind a router that forgot the connection.

@@ -44,7 +44,7 @@ TestCertificates::TestCertificates(Kind kind) {
               "authorityKeyIdentifier = keyid\n"
               "subjectAltName = " +
                   std::string(kind == Kind::wrongName ? "DNS:elsewhere.invalid\n"
-                                                      : "DNS:localhost, IP:127.0.0.1\n") +
+                                                      : "DNS:localhost, IP:127.0.0.1, IP:10.77.0.1\n") +
                   "[ca]\n"
                   "default_ca = us\n"
                   "[us]\n"

@@ -11,7 +11,7 @@ namespace sonvale::tests {
 class TestCertificates {
 public:
     enum class Kind {
-        valid,     ///< for "localhost" and 127.0.0.1
+        valid,     ///< for "localhost", 127.0.0.1 and the far machine of a `PrivateNetwork`
         wrongName, ///< for "elsewhere.invalid"
         expired,   ///< yesterday
     };
