@@ -51,7 +51,7 @@ TEST(LongForm, TypesTheFirstPartAfterFiveSecondsAndTheRestAtTheRelease) {
 
     session.holdToTalk();
     session.speak(voices().front());
-    EXPECT_TRUE(session.editor.comesToHold("", 0));
+    EXPECT_TRUE(session.program.history().empty());
     ASSERT_TRUE(comesToCommits(server, 1));
     ASSERT_TRUE(session.program.waitForTimings("PTT long-form segment: ", 1, 5)) << session.program.output();
     pauseMilliseconds(700);

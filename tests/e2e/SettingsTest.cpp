@@ -38,10 +38,10 @@ struct SettingsUser : DashboardUser {
             throw std::runtime_error(name + " did not turn:\n" + reader.read());
     }
 
-    /// By the keyboard, which brings the card into view: it is so many steps behind the button above.
+    /// By the keyboard, which brings the card into view: it is this many steps after the switch above.
     void choose(const std::string& engine, int steps) {
         dashboard.activate();
-        reader.focus("Change Hotkeys", "push button");
+        reader.focus("Ignore short presses and other shortcuts", "check box");
         for (int i = 0; i < steps; ++i)
             session.keyboard.tap(XK_Tab);
         session.keyboard.tap(XK_Return);

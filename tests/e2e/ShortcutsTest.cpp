@@ -100,10 +100,12 @@ TEST(Shortcuts, TakeALetterWithAModifierThatAloneIsAnotherActionsAlready) {
     session.record("Cancel");
     session.keyboard.down(XK_Alt_L);
     EXPECT_TRUE(session.reader.comesToSay("Already used by Push to Talk", patience)) << session.reader.read();
+    // The listener goes on meanwhile: the held key begins a dictation, and the letter ends it.
+    EXPECT_TRUE(eventually(30, [&] { return session.program.auditCount("recordingStarted") == 1; }))
+        << session.program.output();
     session.keyboard.tap(XK_k);
     EXPECT_TRUE(session.reader.comesToSay("Option + K", patience)) << session.reader.read();
     session.keyboard.up(XK_Alt_L);
-    // The listener goes on meanwhile: the held key has begun a dictation, and the letter has ended it.
     EXPECT_TRUE(eventually(30, [&] { return session.program.auditCount("recordingStopped") == 1; }))
         << session.program.output();
     session.save();
