@@ -19,6 +19,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   add_compile_options("SHELL:-Xclang -fno-pch-timestamp" -Wimplicit-fallthrough)
 endif()
 
+if(CMAKE_UNITY_BUILD)
+  # Sources that are compiled as one see each other's file-local names. The builds of single sources check for shadowing.
+  add_compile_options(-Wno-shadow)
+endif()
+
 set(SONVALE_SANITIZER "" CACHE STRING "Sanitizers to build with: address,undefined or thread")
 if(SONVALE_SANITIZER)
   add_compile_options(-fsanitize=${SONVALE_SANITIZER} -fno-omit-frame-pointer -g1)

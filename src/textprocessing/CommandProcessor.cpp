@@ -9,8 +9,8 @@ namespace sonvale::textprocessing {
 
 namespace {
 
-constexpr std::int64_t maxTokens = 4096;
-constexpr double temperature = 0.3;
+constexpr std::int64_t commandMaxTokens = 4096;
+constexpr double commandTemperature = 0.3;
 
 constexpr std::string_view rules =
     "You are a text transformation assistant. The user has selected text in an application and spoken "
@@ -56,7 +56,7 @@ runtime::Task<std::string> CommandProcessor::transform(OpenAIChatClient client,
     auditLogger->log(persistence::AuditEventType::aiProcessingRequested, "user", "commandMode", "success",
                      {{"selectedTextLength", std::to_string(base::characterCount(selectedText))}});
     co_return base::trimmed(
-        co_await client.complete(commandPrompt(selectedText), std::move(command), maxTokens, temperature));
+        co_await client.complete(commandPrompt(selectedText), std::move(command), commandMaxTokens, commandTemperature));
 }
 
 } // namespace sonvale::textprocessing

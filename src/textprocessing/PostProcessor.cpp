@@ -10,14 +10,14 @@ namespace sonvale::textprocessing {
 
 namespace {
 
-constexpr std::size_t fewestCharacters = 4;
-constexpr std::int64_t maxTokens = 4096;
-constexpr double temperature = 0;
+constexpr std::size_t minCharacters = 4;
+constexpr std::int64_t cleanUpMaxTokens = 4096;
+constexpr double cleanUpTemperature = 0;
 
 } // namespace
 
 bool isWorthProcessing(const std::string& text) {
-    return base::characterCount(text) >= fewestCharacters;
+    return base::characterCount(text) >= minCharacters;
 }
 
 PostProcessor::PostProcessor(OpenAIChatClient client)
@@ -33,7 +33,7 @@ runtime::Task<std::string> PostProcessor::clean(OpenAIChatClient client, std::st
     if (!isWorthProcessing(text))
         co_return text;
     const auto answer = co_await client.complete(buildSystemPrompt(context, isFragment),
-                                                 dictationMessage(text), maxTokens, temperature);
+                                                 dictationMessage(text), cleanUpMaxTokens, cleanUpTemperature);
     co_return cleanOutput(answer, text);
 }
 

@@ -8,6 +8,9 @@
 
 namespace sonvale::tests {
 
+/// Seconds; steps a test's clock just before a moment and just past it.
+inline constexpr double epsilon = 1e-6;
+
 /// Main actor, serial actors, pool and clock of a unit test, all on the test's own thread: nothing runs but
 /// inside `runUntilIdle()`, `clock.advance()` and `wait()`. At its end all tasks are cancelled and must end.
 class TestRuntime {

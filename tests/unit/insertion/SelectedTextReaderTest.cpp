@@ -60,8 +60,6 @@ protected:
     SelectedTextReader reader{insertions, runtime.clock(), tree, pasteboard, input};
 };
 
-constexpr double hair = 1e-6;
-
 } // namespace
 
 TEST_F(SelectedTextReaderTest, ReturnsWhatTheFrontApplicationTellsUnchanged) {
@@ -121,11 +119,11 @@ TEST_F(SelectedTextReaderTest, PressesAtOnceAndLooksAfter150Milliseconds) {
     runtime.runUntilIdle();
     EXPECT_EQ(input.control().count(Press::copy), 1);
 
-    runtime.clock().advance(0.15 - hair);
+    runtime.clock().advance(0.15 - tests::epsilon);
     EXPECT_FALSE(task.isDone());
     EXPECT_EQ(onPasteboard(), "selected");
 
-    runtime.clock().advance(2 * hair);
+    runtime.clock().advance(2 * tests::epsilon);
     ASSERT_TRUE(task.isDone());
     EXPECT_EQ(resultOf(task), "selected");
     EXPECT_EQ(onPasteboard(), "the user's");

@@ -61,8 +61,6 @@ protected:
                           ClipboardManager(pasteboard), input};
 };
 
-constexpr double hair = 1e-6;
-
 } // namespace
 
 TEST_F(TextInserterTest, PutsTheTextOnThePasteboardAtOnceAndPastesItAfter50Milliseconds) {
@@ -70,9 +68,9 @@ TEST_F(TextInserterTest, PutsTheTextOnThePasteboardAtOnceAndPastesItAfter50Milli
     runtime.runUntilIdle();
     EXPECT_EQ(onPasteboard(), "dictated");
 
-    runtime.clock().advance(0.05 - hair);
+    runtime.clock().advance(0.05 - tests::epsilon);
     EXPECT_TRUE(pressTimes.empty());
-    runtime.clock().advance(2 * hair);
+    runtime.clock().advance(2 * tests::epsilon);
 
     ASSERT_EQ(input.control().presses(), std::vector{Press::paste});
     EXPECT_EQ(pastedTexts.front(), "dictated");
@@ -80,11 +78,11 @@ TEST_F(TextInserterTest, PutsTheTextOnThePasteboardAtOnceAndPastesItAfter50Milli
 
 TEST_F(TextInserterTest, PutsTheClipboardBackAfter300Milliseconds) {
     const auto task = insert("dictated");
-    runtime.clock().advance(0.35 - hair);
+    runtime.clock().advance(0.35 - tests::epsilon);
     EXPECT_EQ(onPasteboard(), "dictated");
     EXPECT_FALSE(task.isDone());
 
-    runtime.clock().advance(2 * hair);
+    runtime.clock().advance(2 * tests::epsilon);
 
     EXPECT_EQ(onPasteboard(), "the user's");
     EXPECT_TRUE(task.isDone());
@@ -159,10 +157,10 @@ TEST_F(TextInserterTest, PastesTextOfEveryKindUnchanged) {
 
 TEST_F(TextInserterTest, MakesAnEmptyInsertionWithoutPressingPaste) {
     const auto task = insert("");
-    runtime.clock().advance(0.35 - hair);
+    runtime.clock().advance(0.35 - tests::epsilon);
     EXPECT_EQ(onPasteboard(), "");
     EXPECT_FALSE(task.isDone());
-    runtime.clock().advance(2 * hair);
+    runtime.clock().advance(2 * tests::epsilon);
 
     ASSERT_TRUE(task.isDone());
     EXPECT_EQ(tokenOf(task).text, "");
@@ -230,7 +228,7 @@ TEST_F(TextInserterTest, PastesAndRestoresAtOnceWhenCancelledBeforeThePaste) {
 
     ASSERT_TRUE(task.isDone());
     ASSERT_EQ(pressTimes.size(), 1u);
-    EXPECT_NEAR(pressTimes.front(), 0.02, hair);
+    EXPECT_NEAR(pressTimes.front(), 0.02, tests::epsilon);
     EXPECT_EQ(pastedTexts.front(), "dictated");
     EXPECT_EQ(onPasteboard(), "the user's");
     EXPECT_EQ(tokenOf(task).text, "dictated");
@@ -240,7 +238,7 @@ TEST_F(TextInserterTest, RestoresAtOnceWhenCancelledDuringThePaste) {
     runtime::TaskHandle<InsertionToken> task;
     input.control().setOnPress([&task](Press) { task.cancel(); });
     task = insert("dictated");
-    runtime.clock().advance(0.05 + hair);
+    runtime.clock().advance(0.05 + tests::epsilon);
 
     EXPECT_TRUE(task.isDone());
     EXPECT_EQ(onPasteboard(), "the user's");
@@ -285,24 +283,24 @@ TEST_F(TextInserterTest, LeavesThePasteboardEmptyWhenItCouldNotBeAsked) {
 
 TEST_F(TextInserterTest, WaitsOnlyWhenNothingIsToBeUndone) {
     const auto task = undo(0);
-    runtime.clock().advance(0.1 - hair);
+    runtime.clock().advance(0.1 - tests::epsilon);
     EXPECT_FALSE(task.isDone());
-    runtime.clock().advance(2 * hair);
+    runtime.clock().advance(2 * tests::epsilon);
     EXPECT_TRUE(task.isDone());
     EXPECT_TRUE(input.control().presses().empty());
 }
 
 TEST_F(TextInserterTest, Presses80MillisecondsApartAndSettlesFor100More) {
     const auto task = undo(2);
-    runtime.clock().advance(0.26 - hair);
+    runtime.clock().advance(0.26 - tests::epsilon);
     EXPECT_FALSE(task.isDone());
-    runtime.clock().advance(2 * hair);
+    runtime.clock().advance(2 * tests::epsilon);
     EXPECT_TRUE(task.isDone());
 
     EXPECT_EQ(input.control().presses(), (std::vector{Press::undo, Press::undo}));
     ASSERT_EQ(pressTimes.size(), 2u);
-    EXPECT_NEAR(pressTimes[0], 0, hair);
-    EXPECT_NEAR(pressTimes[1], 0.08, hair);
+    EXPECT_NEAR(pressTimes[0], 0, tests::epsilon);
+    EXPECT_NEAR(pressTimes[1], 0.08, tests::epsilon);
     EXPECT_TRUE(isUntouched());
 }
 

@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
-using Names = std::vector<std::string>;
+using NameList = std::vector<std::string>;
 
 class ModelContextTest : public testing::Test {
 protected:
@@ -38,8 +38,8 @@ protected:
         return Snippet{.trigger = std::move(trigger), .content = "content", .usageCount = usageCount};
     }
 
-    Names triggers(const FetchDescriptor<Snippet>& descriptor = {}) {
-        Names names;
+    NameList triggers(const FetchDescriptor<Snippet>& descriptor = {}) {
+        NameList names;
         for (const auto& one : context().fetch(descriptor))
             names.push_back(one.trigger);
         return names;
@@ -125,19 +125,19 @@ TEST_F(ModelContextTest, ShowsStagedChangesBeforeTheyAreSaved) {
     context().remove(dropped);
     context().insert(snippet("new"));
 
-    EXPECT_EQ(triggers(), (Names{"changed", "new"}));
+    EXPECT_EQ(triggers(), (NameList{"changed", "new"}));
     EXPECT_EQ(storedSnippets(), 2);
     context().save();
-    EXPECT_EQ(triggers(), (Names{"changed", "new"}));
+    EXPECT_EQ(triggers(), (NameList{"changed", "new"}));
     open();
-    EXPECT_EQ(triggers(), (Names{"changed", "new"}));
+    EXPECT_EQ(triggers(), (NameList{"changed", "new"}));
 }
 
 TEST_F(ModelContextTest, LosesWhatWasNotSaved) {
     context().insert(snippet("unsaved"));
-    EXPECT_EQ(triggers(), Names{"unsaved"});
+    EXPECT_EQ(triggers(), NameList{"unsaved"});
     open();
-    EXPECT_EQ(triggers(), Names{});
+    EXPECT_EQ(triggers(), NameList{});
 }
 
 TEST_F(ModelContextTest, FetchesInOrderOfInsertion) {
@@ -146,14 +146,14 @@ TEST_F(ModelContextTest, FetchesInOrderOfInsertion) {
     context().insert(second);
     context().insert(snippet("a"));
     context().save();
-    EXPECT_EQ(triggers(), (Names{"c", "b", "a"}));
+    EXPECT_EQ(triggers(), (NameList{"c", "b", "a"}));
     context().remove(second);
     context().insert(snippet("d"));
-    EXPECT_EQ(triggers(), (Names{"c", "a", "d"}));
+    EXPECT_EQ(triggers(), (NameList{"c", "a", "d"}));
     context().save();
     context().insert(snippet("e"));
     context().save();
-    EXPECT_EQ(triggers(), (Names{"c", "a", "d", "e"}));
+    EXPECT_EQ(triggers(), (NameList{"c", "a", "d", "e"}));
 }
 
 TEST_F(ModelContextTest, SortsAndCutsAlikeWithAndWithoutStagedChanges) {
@@ -170,17 +170,17 @@ TEST_F(ModelContextTest, SortsAndCutsAlikeWithAndWithoutStagedChanges) {
 
         using Sort = SortDescriptor<Snippet>;
         EXPECT_EQ(triggers({.sortBy = {{&Snippet::trigger, SortOrder::forward}}}),
-                  (Names{"B", "a", "b", "c", "\u00E9"}));
+                  (NameList{"B", "a", "b", "c", "\u00E9"}));
         EXPECT_EQ(triggers({.sortBy = {Sort(&Snippet::usageCount, SortOrder::reverse),
                                        Sort(&Snippet::trigger, SortOrder::forward)}}),
-                  (Names{"c", "B", "b", "a", "\u00E9"}));
+                  (NameList{"c", "B", "b", "a", "\u00E9"}));
         EXPECT_EQ(triggers({.sortBy = {Sort(&Snippet::usageCount, SortOrder::reverse)}}),
-                  (Names{"c", "b", "B", "a", "\u00E9"}));
+                  (NameList{"c", "b", "B", "a", "\u00E9"}));
         EXPECT_EQ(triggers({.sortBy = {{&Snippet::trigger, SortOrder::forward}}, .limit = 2, .offset = 1}),
-                  (Names{"a", "b"}));
-        EXPECT_EQ(triggers({.limit = 0}), Names{});
-        EXPECT_EQ(triggers({.limit = 9, .offset = 4}), Names{"c"});
-        EXPECT_EQ(triggers({.offset = 9}), Names{});
+                  (NameList{"a", "b"}));
+        EXPECT_EQ(triggers({.limit = 0}), NameList{});
+        EXPECT_EQ(triggers({.limit = 9, .offset = 4}), NameList{"c"});
+        EXPECT_EQ(triggers({.offset = 9}), NameList{});
     }
 }
 
@@ -193,29 +193,29 @@ TEST_F(ModelContextTest, FiltersAlikeWithAndWithoutStagedChanges) {
         if (saved)
             context().save();
         const auto fetched = [&](const FetchDescriptor<Transcription>& descriptor) {
-            Names names;
+            NameList names;
             for (const auto& row : context().fetch(descriptor))
                 names.push_back(row.rawText);
             return names;
         };
         using Condition = FieldCondition<Transcription>;
         EXPECT_EQ(fetched({.where = {Condition(&Transcription::timestamp, Comparison::less, now)}}),
-                  Names{"old"});
+                  NameList{"old"});
         EXPECT_EQ(fetched({.where = {Condition(&Transcription::timestamp, Comparison::greaterOrEqual, now)}}),
-                  (Names{"exact", "dismissed"}));
+                  (NameList{"exact", "dismissed"}));
         EXPECT_EQ(fetched({.where = {Condition(&Transcription::isDismissed, Comparison::equal, true)}}),
-                  Names{"dismissed"});
+                  NameList{"dismissed"});
         EXPECT_EQ(fetched({.where = {Condition(&Transcription::rawText, Comparison::equal, "exact"),
                                      Condition(&Transcription::isDismissed, Comparison::equal, false)}}),
-                  Names{"exact"});
+                  NameList{"exact"});
         EXPECT_EQ(
             fetched({.where = {Condition(&Transcription::timestamp, Comparison::greaterOrEqual, now)},
                      .predicate = [](const Transcription& row) { return row.rawText.starts_with('e'); }}),
-            Names{"exact"});
+            NameList{"exact"});
         EXPECT_EQ(fetched({.predicate = [](const Transcription& row) { return row.rawText != "old"; },
                            .limit = 1,
                            .offset = 1}),
-                  Names{"dismissed"});
+                  NameList{"dismissed"});
         for (auto& row : context().fetch<Transcription>())
             context().remove(row);
         context().save();
@@ -231,11 +231,11 @@ TEST_F(ModelContextTest, FiltersByOneTextAlikeWithAndWithoutStagedChanges) {
         const TextCondition<Snippet> endsInB{&Snippet::trigger,
                                              [](const std::string& text) { return text.ends_with('b'); }};
         const auto isLong = [](const Snippet& one) { return one.trigger.size() > 1; };
-        EXPECT_EQ(triggers({.text = endsInB}), (Names{"b", "ab", "bb"}));
-        EXPECT_EQ(triggers({.text = endsInB, .limit = 1, .offset = 1}), Names{"ab"});
-        EXPECT_EQ(triggers({.text = endsInB, .predicate = isLong}), (Names{"ab", "bb"}));
+        EXPECT_EQ(triggers({.text = endsInB}), (NameList{"b", "ab", "bb"}));
+        EXPECT_EQ(triggers({.text = endsInB, .limit = 1, .offset = 1}), NameList{"ab"});
+        EXPECT_EQ(triggers({.text = endsInB, .predicate = isLong}), (NameList{"ab", "bb"}));
         EXPECT_EQ(triggers({.text = endsInB, .sortBy = {{&Snippet::trigger, SortOrder::reverse}}}),
-                  (Names{"bb", "b", "ab"}));
+                  (NameList{"bb", "b", "ab"}));
         EXPECT_EQ(context().fetch<Snippet>({.text = endsInB}).front().content, "content");
         for (auto& old : context().fetch<Snippet>())
             context().remove(old);
@@ -265,11 +265,11 @@ TEST_F(ModelContextTest, TakesChangesOfAnUnsavedRecordTogether) {
     context().insert(record);
     record.trigger = "b";
     context().update(record);
-    EXPECT_EQ(triggers(), Names{"b"});
+    EXPECT_EQ(triggers(), NameList{"b"});
     context().remove(record);
     record.trigger = "c";
     context().update(record);
-    EXPECT_EQ(triggers(), Names{});
+    EXPECT_EQ(triggers(), NameList{});
     context().save();
     EXPECT_EQ(storedSnippets(), 0);
 }
@@ -277,9 +277,9 @@ TEST_F(ModelContextTest, TakesChangesOfAnUnsavedRecordTogether) {
 TEST_F(ModelContextTest, ChangesNothingForAnUnknownIdentifier) {
     context().update(snippet("unknown"));
     context().remove(snippet("unknown too"));
-    EXPECT_EQ(triggers(), Names{});
+    EXPECT_EQ(triggers(), NameList{});
     context().save();
-    EXPECT_EQ(triggers(), Names{});
+    EXPECT_EQ(triggers(), NameList{});
 }
 
 TEST_F(ModelContextTest, TakesAKnownIdentifierForTheSameRecord) {
@@ -289,9 +289,9 @@ TEST_F(ModelContextTest, TakesAKnownIdentifierForTheSameRecord) {
     context().save();
     record.trigger = "again";
     context().insert(record);
-    EXPECT_EQ(triggers(), (Names{"again", "second"}));
+    EXPECT_EQ(triggers(), (NameList{"again", "second"}));
     context().save();
-    EXPECT_EQ(triggers(), (Names{"again", "second"}));
+    EXPECT_EQ(triggers(), (NameList{"again", "second"}));
     EXPECT_EQ(storedSnippets(), 2);
 }
 
@@ -314,13 +314,13 @@ TEST_F(ModelContextTest, KeepsStagedChangesOverAFailedSaveForTheNextOne) {
             EXPECT_EQ(error.which(), StoreError::Case::saveFailed);
             EXPECT_EQ(error.errorDescription().find("new"), std::string::npos);
         }
-        EXPECT_EQ(triggers(), (Names{"kept", "new"}));
+        EXPECT_EQ(triggers(), (NameList{"kept", "new"}));
         EXPECT_THROW(context().save(), StoreError);
     }
     context().insert(snippet("later"));
     context().save();
     open();
-    EXPECT_EQ(triggers(), (Names{"kept", "new", "later"}));
+    EXPECT_EQ(triggers(), (NameList{"kept", "new", "later"}));
     EXPECT_EQ(context().fetch<Snippet>().front().usageCount, 1);
 }
 
@@ -437,7 +437,7 @@ TEST_F(ModelContextTest, GivesAnOlderStoreTheIndexOfTheHistory) {
         SQLite::Database database(store().string());
         SQLite::Statement all(
             database, "SELECT name FROM sqlite_master WHERE name LIKE 'Transcription%' AND type = 'index'");
-        Names names;
+        NameList names;
         while (all.executeStep())
             names.push_back(all.getColumn(0).getString());
         return names;
@@ -449,7 +449,7 @@ TEST_F(ModelContextTest, GivesAnOlderStoreTheIndexOfTheHistory) {
         other.exec("CREATE INDEX TranscriptionByTime ON Transcription (timestamp)");
     }
     open();
-    EXPECT_EQ(indices(), Names{"TranscriptionNewestFirst"});
+    EXPECT_EQ(indices(), NameList{"TranscriptionNewestFirst"});
 }
 
 TEST_F(ModelContextTest, KeepsWhatWasSavedWhenTheProcessIsKilled) {
