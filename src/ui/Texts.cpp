@@ -85,6 +85,8 @@ constexpr std::array told{
     QT_TRANSLATE_NOOP(
         "Texts", "Your saved history could not be opened. It was put aside, and a new one has been started."),
     QT_TRANSLATE_NOOP("Texts", "Hands-free mode needs Streaming or Hybrid."),
+    QT_TRANSLATE_NOOP(
+        "Texts", "The screen was locked, so nothing was typed. Your text is kept as the last transcript."),
     QT_TRANSLATE_NOOP("Texts", "%1 is used by another program."),
     QT_TRANSLATE_NOOP("Texts", "Failed to start recording: %1"),
     QT_TRANSLATE_NOOP("Texts",
