@@ -38,18 +38,18 @@ struct SettingsUser : DashboardUser {
             throw std::runtime_error(name + " did not turn:\n" + reader.read());
     }
 
-    /// By the keyboard, which brings the card into view: it is this many steps after the switch above.
+    /// By the keyboard, which brings the card into view: it is this many steps after the button above.
     void choose(const std::string& engine, int steps) {
         dashboard.activate();
-        reader.focus("Ignore short presses and other shortcuts", "check box");
+        reader.focus("Change Hotkeys", "push button");
         for (int i = 0; i < steps; ++i)
             session.keyboard.tap(XK_Tab);
         session.keyboard.tap(XK_Return);
         if (!reader.comesToSay("push button\t" + engine + "\ton", patience))
             throw std::runtime_error(engine + " was not chosen:\n" + reader.read());
     }
-    void chooseStreaming() { choose("Streaming", 1); }
-    void chooseLocal() { choose("Local", 3); }
+    void chooseStreaming() { choose("Streaming", 2); }
+    void chooseLocal() { choose("Local", 4); }
 
     bool hasInserted(const std::string& text) { return session.editor.comesToHold(text, patience); }
 

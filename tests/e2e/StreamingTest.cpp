@@ -268,12 +268,11 @@ TEST(Streaming, TakesTheWordsFromTheFileWhenTheConnectionDiesWithoutAWord) {
     ASSERT_TRUE(server.waitForSockets(1, 20)) << session.program.output();
 
     session.holdToTalk();
-    session.speak(voices().front());
+    const auto speech = session.startSpeaking(voices().front());
     ASSERT_TRUE(server.waitForAppends(5, 20));
     // The laptop goes from one Wi-Fi to another in the middle of a sentence.
     network.move();
     server.setRealtime(saying(" and a new session"));
-    session.speak(voices().front());
     const double release = monotonicSeconds();
     session.letGo();
 
