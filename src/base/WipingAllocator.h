@@ -13,11 +13,14 @@ namespace sonvale::base {
 template <class T, class Upstream = std::allocator<T>>
 class WipingAllocator {
 public:
+    // The names that containers look for.
+    // NOLINTBEGIN(readability-identifier-naming)
     using value_type = T;
     template <class U>
     struct rebind {
         using other = WipingAllocator<U, typename std::allocator_traits<Upstream>::template rebind_alloc<U>>;
     };
+    // NOLINTEND(readability-identifier-naming)
 
     WipingAllocator() = default;
     template <class U, class Other>

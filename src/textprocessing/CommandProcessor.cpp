@@ -55,8 +55,8 @@ runtime::Task<std::string> CommandProcessor::transform(OpenAIChatClient client,
                                                        std::string selectedText, std::string command) {
     auditLogger->log(persistence::AuditEventType::aiProcessingRequested, "user", "commandMode", "success",
                      {{"selectedTextLength", std::to_string(base::characterCount(selectedText))}});
-    co_return base::trimmed(
-        co_await client.complete(commandPrompt(selectedText), std::move(command), commandMaxTokens, commandTemperature));
+    co_return base::trimmed(co_await client.complete(commandPrompt(selectedText), std::move(command),
+                                                     commandMaxTokens, commandTemperature));
 }
 
 } // namespace sonvale::textprocessing

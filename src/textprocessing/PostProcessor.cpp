@@ -32,8 +32,8 @@ runtime::Task<std::string> PostProcessor::clean(OpenAIChatClient client, std::st
                                                 ProcessingContext context, bool isFragment) {
     if (!isWorthProcessing(text))
         co_return text;
-    const auto answer = co_await client.complete(buildSystemPrompt(context, isFragment),
-                                                 dictationMessage(text), cleanUpMaxTokens, cleanUpTemperature);
+    const auto answer = co_await client.complete(
+        buildSystemPrompt(context, isFragment), dictationMessage(text), cleanUpMaxTokens, cleanUpTemperature);
     co_return cleanOutput(answer, text);
 }
 

@@ -70,12 +70,12 @@ private:
     std::unique_ptr<FakeUrlSessions> fake_ = std::make_unique<FakeUrlSessions>();
 };
 
-template <bool isTls>
+template <bool IsTls>
 class QtEnvironment {
 public:
     QtEnvironment()
-        : server_({.isTls = isTls})
-        , authorities_("SSL_CERT_FILE", isTls ? server_.caFile().string() : std::string()) {}
+        : server_({.isTls = IsTls})
+        , authorities_("SSL_CERT_FILE", IsTls ? server_.caFile().string() : std::string()) {}
     ~QtEnvironment() { release(); }
 
     platform::UrlSessions& sessions() { return *sessions_; }

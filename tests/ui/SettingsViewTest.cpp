@@ -84,8 +84,8 @@ TEST_F(SettingsView, SaysEverythingInItsOrder) {
         "Customize hotkeys for dictation, commands, and more",
         "Change Hotkeys",
         "Ignore short presses and other shortcuts",
-        "A shortcut that is a modifier alone records only when it is held by itself, not when you tap it or "
-        "use it for another shortcut.",
+        ("A shortcut that is a modifier alone records only when it is held by itself, not when you tap it or "
+         "use it for another shortcut."),
         "Transcription",
         "Streaming",
         "Fastest. Audio is transcribed in real-time as you speak.",

@@ -20,7 +20,7 @@ Returned returned;
 
 template <class T>
 struct WatchingAllocator {
-    using value_type = T;
+    using value_type = T; // NOLINT(readability-identifier-naming): the name that containers look for
     WatchingAllocator() = default;
     template <class U>
     WatchingAllocator(const WatchingAllocator<U>& /*other*/) {} // NOLINT(google-explicit-constructor)

@@ -106,11 +106,12 @@ TEST_F(Endings, OfARecorderThatDoesNotStart) {
     microphone().setFormat({0, 0});
     sequence.clear();
     press(HotkeyAction::pushToTalk);
-    EXPECT_EQ(sequence,
-              (Steps{"state recording", "media", "show recording", "state idle",
-                     "error: Failed to start recording: No audio input device is available. Please connect a "
-                     "microphone and try again.",
-                     "media", "hide"}));
+    EXPECT_EQ(
+        sequence,
+        (Steps{"state recording", "media", "show recording", "state idle",
+               ("error: Failed to start recording: No audio input device is available. Please connect a "
+                "microphone and try again."),
+               "media", "hide"}));
 }
 
 TEST_F(Endings, OfACancel) {

@@ -3,7 +3,6 @@
 namespace sonvale::transcription {
 
 using RealtimeCommit = RealtimeFixture;
-using platform::UrlError;
 
 TEST_F(RealtimeCommit, GivesUpOnAConnectionThatTakesNoAudio) {
     start();

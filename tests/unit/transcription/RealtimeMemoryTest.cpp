@@ -41,8 +41,10 @@ std::size_t fallingSamplesInMemory() {
         if (std::sscanf(line.c_str(), "%lx-%lx %4s", &begin, &end, mode) != 3 || mode[0] != 'r' ||
             mode[1] != 'w' || end - begin > sanitizersOwn)
             continue;
+        // NOLINTBEGIN(performance-no-int-to-ptr): the addresses come as text
         found += fallingSamples(reinterpret_cast<const std::int16_t*>(begin),
                                 reinterpret_cast<const std::int16_t*>(end));
+        // NOLINTEND(performance-no-int-to-ptr)
     }
     return found;
 }
