@@ -31,6 +31,11 @@ std::error_code makeDirectories(const std::filesystem::path& directory) {
 
 } // namespace
 
+std::filesystem::path withSuffix(std::filesystem::path file, std::string_view suffix) {
+    file += suffix;
+    return file;
+}
+
 std::error_code makePrivateDirectory(const std::filesystem::path& directory) {
     if (const auto error = makeDirectories(directory))
         return error;

@@ -11,6 +11,9 @@ namespace sonvale::persistence {
 /// when it is the user's and wider.
 std::error_code makePrivateDirectory(const std::filesystem::path& directory);
 
+/// Returns the name that is `file` with `suffix` at its end.
+std::filesystem::path withSuffix(std::filesystem::path file, std::string_view suffix);
+
 /// Whether a change is on the disk when the call returns, or is brought there later by the caller.
 enum class Durability { now, later };
 

@@ -15,11 +15,6 @@ namespace {
 /// No settings file comes near it; more is not ours.
 constexpr std::size_t maxFileSize = 64U << 20;
 
-std::filesystem::path withSuffix(std::filesystem::path file, std::string_view suffix) {
-    file += suffix;
-    return file;
-}
-
 bool isSameVersion(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
            a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;

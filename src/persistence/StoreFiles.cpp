@@ -1,5 +1,7 @@
 #include "persistence/StoreFiles.h"
 
+#include "persistence/PrivateFiles.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -15,11 +17,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::string_view asideMark = ".broken-";
-
-fs::path withSuffix(fs::path file, std::string_view suffix) {
-    file += suffix;
-    return file;
-}
 
 bool isThere(const fs::path& file) {
     std::error_code ignored; // what cannot be looked at counts as taken

@@ -3,6 +3,7 @@
 #include "hotkeys/HotkeyBindingStore.h"
 #include "tests/fakes/FakeEventTap.h"
 #include "tests/support/TestRuntime.h"
+#include "tests/unit/hotkeys/TestKeys.h"
 
 #include <gtest/gtest.h>
 
@@ -20,14 +21,6 @@ namespace {
 
 namespace modifier = platform::modifier;
 using platform::KeyVerdict;
-
-constexpr auto down = HotkeyEventType::down;
-constexpr auto up = HotkeyEventType::up;
-
-constexpr int space = 49;
-constexpr int letterX = 7;
-constexpr int escape = 53;
-constexpr int f5 = 96;
 
 /// Milliseconds since the test began, and what was delivered then.
 using Heard = std::vector<std::tuple<int, HotkeyAction, HotkeyEventType>>;

@@ -1,6 +1,7 @@
 #include "hotkeys/HotkeyStateMachine.h"
 
 #include "hotkeys/HotkeyBindingStore.h"
+#include "tests/unit/hotkeys/TestKeys.h"
 
 #include <gtest/gtest.h>
 
@@ -16,16 +17,6 @@ using platform::KeyVerdict;
 using Type = platform::KeyEvent::Type;
 using Delay = HotkeyStateMachine::Delay;
 using Delivery = HotkeyStateMachine::Delivery;
-
-constexpr auto down = HotkeyEventType::down;
-constexpr auto up = HotkeyEventType::up;
-
-constexpr int space = 49;
-constexpr int letterX = 7;
-constexpr int letterV = 9;
-constexpr int escape = 53;
-constexpr int f5 = 96;
-constexpr int optionKey = 58;
 
 class HotkeyStateMachineTest : public testing::Test {
 protected:

@@ -1,5 +1,6 @@
 #include "hotkeys/HotkeyBindingStore.h"
 #include "hotkeys/HotkeyStateMachine.h"
+#include "tests/unit/hotkeys/TestKeys.h"
 
 #include <gtest/gtest.h>
 
@@ -15,17 +16,6 @@ using platform::KeyVerdict;
 using Type = platform::KeyEvent::Type;
 using Delivery = HotkeyStateMachine::Delivery;
 using Deliveries = std::vector<Delivery>;
-
-constexpr auto down = HotkeyEventType::down;
-constexpr auto up = HotkeyEventType::up;
-constexpr auto discarded = HotkeyEventType::discarded;
-
-constexpr int tab = 48;
-constexpr int space = 49;
-constexpr int letterV = 9;
-constexpr int escape = 53;
-constexpr int f4 = 118;
-constexpr int f5 = 96;
 
 /// The state machine with the default bindings and the guard turned on.
 class ModifierGuard : public testing::Test {
