@@ -56,14 +56,14 @@ public:
     void startRecording();
 
     /// Delivers everything that was spoken before this call to the file and the consumer; the recording goes
-    /// on. Blocks for as long as the input says that it holds something, 60 ms at most. Does nothing without
-    /// a capture.
+    /// on. Blocks for as long as the input says that it holds something, 60 ms at most. Does nothing if
+    /// no capture exists.
     void drain();
 
-    /// Stops the capture, closes the file and returns it; it stays until `cleanupRecording()`. Nothing
-    /// without a capture, or between segments. With `Tail::keep`, what was spoken before the call is in the
-    /// file: it drains first. `Tail::drop` is for a file that nobody will read. Blocks while the file is
-    /// finished.
+    /// Stops the capture, closes the file and returns it; it stays until `cleanupRecording()`. Returns
+    /// nullopt if no capture exists, or between segments. With `Tail::keep`, what was spoken before the call
+    /// is in the file: it drains first. `Tail::drop` is for a file that will not be read. Blocks while the
+    /// file is finished.
     std::optional<std::filesystem::path> stopRecording(Tail tail = Tail::keep);
 
     /// Stops the capture and forgets the recording. Its file stays on disk and is returned, now the caller's

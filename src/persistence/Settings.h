@@ -30,7 +30,7 @@ namespace sonvale::persistence {
 ///
 /// The user may run the program in several sessions. A write changes only the keys that this process has
 /// changed and keeps the others as the file has them. A read takes up what another process has written before
-/// it; nobody is notified of that.
+/// it, without a notification.
 class Settings {
 public:
     /// Loads `file`. Never throws for what it finds there: a file that cannot be read is put aside, in the

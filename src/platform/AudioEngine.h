@@ -43,11 +43,11 @@ public:
 
     /// Delivers everything that was spoken before this call; the capture goes on. Waits for what the device
     /// still holds by its own report, 60 ms at most, then delivers an unfinished buffer as it is. Does
-    /// nothing without a tap, and does not wait if the capture does not run.
+    /// nothing if no tap is installed. Does not wait if the capture does not run.
     virtual void drain() = 0;
 
     /// Delivers an unfinished buffer, then lets go of the receiver: when it returns, no block runs or will
-    /// run. Does not wait for the device. Does nothing without a tap.
+    /// run. Does not wait for the device. Does nothing if no tap is installed.
     virtual void removeTap() = 0;
 
     /// Begins capturing; returns once the device delivers or is sure to. Throws `AudioEngineError`.

@@ -12,7 +12,7 @@ struct NetworkPath {
     bool usesCellular = false;
     bool usesWiredEthernet = false;
     /// Stands for the set of the machine's addresses beyond itself and the link; 0 without any. Another value
-    /// means that connections of before may be dead, also when nothing else has changed: on another Wi-Fi,
+    /// means that earlier connections may be dead, also when nothing else has changed: on another Wi-Fi,
     /// or with a VPN.
     std::uint64_t addresses = 0;
     bool operator==(const NetworkPath&) const = default;

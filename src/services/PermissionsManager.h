@@ -63,8 +63,8 @@ public:
     void refreshLater();
 
     /// Asks the user for the microphone where that has not been decided. Where the answer is or was no, the
-    /// settings page opens and a poll begins. Returns at once: the system is asked off the main actor. Does
-    /// nothing while an earlier call waits for the system.
+    /// settings page opens and a poll begins. Returns at once: the system is asked off the main actor.
+    /// Ignores the call if an earlier one still waits for the system.
     void requestMicrophoneWithPolling();
 
     /// Asks for the recogniser where that has not been decided; otherwise the settings page opens and a poll

@@ -35,7 +35,7 @@ runtime::Task<std::string> RealtimeTranscriptionEngine::finalize(Self self) {
         [self](runtime::Continuation<std::string> continuation) {
             self->transcript_.installContinuation(std::move(continuation));
             runtime::spawn(self->parts_.pool, watchWait(self, &self->parts_.clock));
-            // The loss of the socket may have come while nobody waited.
+            // The socket may have been lost before this wait began.
             if (self->sessionDroppedUnexpectedly_)
                 self->transcript_.resolveContinuation(
                     std::make_exception_ptr(TranscriptionError::networkError(droppedSession)));

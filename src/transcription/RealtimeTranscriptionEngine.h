@@ -81,7 +81,7 @@ public:
     bool cancelUncommitted();
 
     /// Closes a session that stands ready, for a caller that knows that no recording uses it and that its
-    /// connection may be dead. Does nothing without one. Any thread.
+    /// connection may be dead. Does nothing if there is none. Any thread.
     void closeReadySession();
 
     /// Opens a session ahead of a recording; it is closed again when nobody has taken it within
@@ -92,7 +92,7 @@ public:
     void clearPreWarmState();
 
     /// Whether audio that is appended now goes out at once, to a session of the language that is set now: the
-    /// service is told it when a session opens and not again. False for a session that was open while the
+    /// language is sent only when a session opens. False for a session that was open while the
     /// machine slept: its connection is likely dead, and nothing says so.
     bool hasReadySession() const;
 

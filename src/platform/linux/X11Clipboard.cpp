@@ -125,7 +125,7 @@ bool X11Clipboard::startFetch() {
 
 void X11Clipboard::advance() {
     const bool isOutdated = fetchedCount_ != changeCount_;
-    // Half of one owner's contents and half of another's are nobody's.
+    // The forms of two owners must not be mixed.
     if (late_ == Late::none && isOutdated && (isPrefetching_ || waiting_) && !server_.owns(clipboard_))
         startFetch();
     fetch_.advance();
@@ -314,7 +314,7 @@ void X11Clipboard::serveAndWait(int otherDescriptor) {
     client_.waitForInput(otherDescriptor, nextDeadline());
 }
 
-/// An emptied clipboard that gets no contents at once has been restored as empty. If the owner of before is
+/// An emptied clipboard that gets no contents at once has been restored as empty. If the earlier owner is
 /// still sending, what it sends belongs there.
 void X11Clipboard::waitForLateForms() {
     if (late_ != Late::kept || clock_.now() < server_.fillDeadline(clipboard_))

@@ -40,7 +40,7 @@ public:
     /// Offers the present plain text as the selection PRIMARY too, until the contents are next cleared or
     /// written. Then PRIMARY has the text again that it had before. For terminals of xterm's kind, whose
     /// Shift-Insert pastes that one; for others it must not be taken, since GTK's programs then drop what the
-    /// user has selected. Nothing when there is no plain text.
+    /// user has selected. Does nothing if there is no plain text.
     void offerPrimary();
 
 private:

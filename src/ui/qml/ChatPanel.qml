@@ -6,7 +6,7 @@ FocusScope {
     id: panel
 
     required property var model
-    /// Nobody answers without a session.
+    /// The support answers signed-in users only.
     property bool isSignedIn: true
 
     signal signInWanted
