@@ -25,15 +25,16 @@ runtime::Task<std::string> timeLimit(runtime::Clock* clock, double seconds) {
 
 } // namespace
 
-runtime::Task<> AppState::finishTranscript(std::string text, bool isLocalOnly, double stopTime) {
+runtime::Task<> AppState::finishTranscript(std::shared_ptr<Recording> recording, std::string text,
+                                           bool isLocalOnly, double stopTime) {
     if ((isCommand(isLocalOnly) && co_await runCommand(text)) || co_await insertSnippet(text)) {
-        endCommandOrSnippet();
+        endCommandOrSnippet(*recording);
         co_return;
     }
     co_await processAndInsert(std::move(text), false, false);
 
     selectedTextForCommand = std::nullopt;
-    endRecordingState();
+    endRecordingState(*recording);
     resumeMedia();
     if (!isHandsFreeMode.get()) {
         environment_.floatingPanel.hide();
@@ -42,8 +43,8 @@ runtime::Task<> AppState::finishTranscript(std::string text, bool isLocalOnly, d
     printStopTotal(stopTime);
 }
 
-void AppState::endCommandOrSnippet() {
-    endRecordingState();
+void AppState::endCommandOrSnippet(const Recording& recording) {
+    endRecordingState(recording);
     resumeMedia();
     environment_.floatingPanel.hide();
 }

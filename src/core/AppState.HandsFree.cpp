@@ -46,11 +46,11 @@ void AppState::endDetection() {
 }
 
 runtime::Task<> AppState::feedDetector(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock,
-                                       std::uint64_t recording) {
+                                       std::shared_ptr<Recording> recording) {
     while (true) {
         {
             const auto self = weakSelf.lock();
-            if (!self || !self->isHandsFreeMode.get() || !self->isRecording(recording))
+            if (!self || !self->isHandsFreeMode.get() || !self->isRecording(*recording))
                 co_return;
             self->voiceActivityDetector->process(self->audioRecorder->audioLevel.get());
             // What is said from then on would be lost.
@@ -74,16 +74,17 @@ runtime::Task<> AppState::commitHandsFreeUtterance(std::weak_ptr<AppState> weakS
 
 runtime::Task<> AppState::commitUtterance() {
     const auto run = handsFreeRun_;
-    const bool isUtteranceHeard = isSpeechHeard_;
+    const auto recording = recording_;
+    const bool isUtteranceHeard = recording->isSpeechHeard;
     forgetSpeech();
-    const auto transcript = co_await finalizePiece();
+    const auto transcript = co_await finalizePiece(recording);
     // A cancel has cleared up already, and another recording may have begun. After an end of the mode, also
     // one that a new start followed, the text is still wanted.
     if (run != handsFreeRun_)
         co_return;
     if (!transcript) {
-        isSpeechHeard_ = isSpeechHeard_ || isUtteranceHeard;
-        rescueCapture();
+        recording->isSpeechHeard = recording->isSpeechHeard || isUtteranceHeard;
+        rescueRecording(*recording);
         transcriptionManager->realtimeEngine->cancelSession();
         co_await restartHandsFree();
         co_return;
@@ -92,14 +93,14 @@ runtime::Task<> AppState::commitUtterance() {
 
     if (!isCapturing()) {
         typeUtterance(*transcript);
-        if (isPieceLost_)
-            rescueCapture();
+        if (recording->isPieceLost)
+            rescueRecording(*recording);
         else
-            discardCapture();
+            discardCapture(*recording);
         co_await restartHandsFree();
         co_return;
     }
-    endSegment();
+    endSegment(*recording);
     bool isOpen = true;
     try {
         audioRecorder->openSegment();
@@ -120,17 +121,17 @@ runtime::Task<> AppState::commitUtterance() {
 /// Closes the file of the utterance whose text has come. It is deleted, unless it holds more than that: a
 /// piece that was lost is transcribed from it now; the next utterance, if the user began it while the service
 /// was working, needs it in case that one is lost.
-void AppState::endSegment() {
-    const bool hasNextBegun = isSpeechHeard_;
+void AppState::endSegment(Recording& recording) {
+    const bool hasNextBegun = recording.isSpeechHeard;
     auto file = audioRecorder->closeSegment();
-    overlappingSegment_.reset();
+    recording.overlappingSegment.reset();
     if (!file)
         return;
     RecordingFile segment(*std::move(file), environment_.secureRandom);
-    if (std::exchange(isPieceLost_, false))
-        rescue(std::move(segment));
+    if (std::exchange(recording.isPieceLost, false))
+        rescue(std::move(segment), recording.isLocalOnly);
     else if (hasNextBegun)
-        overlappingSegment_ = std::move(segment);
+        recording.overlappingSegment = std::move(segment);
 }
 
 /// The recorder stops by itself after its longest time, and when its input goes.
@@ -188,32 +189,36 @@ runtime::Task<> AppState::stopHandsFreeMode() {
     isLeavingHandsFree_ = false;
     // The mode may have begun while the text of another dictation was being made.
     const bool isOfAnother = recordingState.get() == RecordingState::processing;
+    const auto recording = recording_;
     if (recordingState.get() == RecordingState::recording)
-        co_await finishLastUtterance();
-    overlappingSegment_.reset();
+        co_await finishLastUtterance(recording);
+    recording->overlappingSegment.reset();
     transcriptionManager->realtimeEngine->cancelSession();
-    if (!isOfAnother)
-        deleteRecording(audioRecorder->forceStop());
-    else if (audioRecorder->isRecording.get())
-        rescueCapture();
+    if (isPresent(*recording)) {
+        if (!isOfAnother)
+            deleteRecording(audioRecorder->forceStop());
+        else if (audioRecorder->isRecording.get())
+            rescueRecording(*recording);
+    }
 
     co_await finishPieces(&AppState::handsFreePieces_, environment_.settings.read(keys::localOnlyMode));
     handsFreePieces_.forget();
     --handsFreeEnds_;
-    endRecordingState();
+    endRecordingState(*recording);
     resumeMedia();
     environment_.floatingPanel.hide();
     preWarmEngine();
 }
 
-runtime::Task<> AppState::finishLastUtterance() {
+runtime::Task<> AppState::finishLastUtterance(std::shared_ptr<Recording> recording) {
     recordingState = RecordingState::processing;
-    const auto transcript = co_await finalizePiece();
-    audioRecorder->stopRecording();
-    if (!transcript || isPieceLost_)
-        rescueCapture();
+    const auto transcript = co_await finalizePiece(recording);
+    if (isPresent(*recording))
+        audioRecorder->stopRecording();
+    if (!transcript || recording->isPieceLost)
+        rescueRecording(*recording);
     else
-        audioRecorder->cleanupRecording();
+        discardCapture(*recording);
     if (const auto text = pieceOf(transcript.value_or("")); !text.empty()) {
         auto spaced = handsFreePieces_.add(text, handsFreePieces_.accumulatedText.empty());
         keepAndType(&AppState::handsFreePieces_, text, std::move(spaced));

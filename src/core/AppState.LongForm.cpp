@@ -70,11 +70,12 @@ runtime::Task<> AppState::commitPTTSegment(std::shared_ptr<AppState> self) {
         co_return;
     self->isPTTCommitting_ = true;
     const auto cancellations = self->pttCancellations_;
-    const auto transcript = co_await self->finalizePiece();
+    const auto recording = self->recording_;
+    const auto transcript = co_await self->finalizePiece(recording);
     // After a cancel the pieces are those of another recording.
     if (cancellations != self->pttCancellations_)
         co_return;
-    self->isPieceLost_ = self->isPieceLost_ || !transcript;
+    recording->isPieceLost = recording->isPieceLost || !transcript;
     if (transcript) {
         self->transcriptionManager->realtimeEngine->resetForNextUtterance();
         if (const auto text = pieceOf(*transcript); !text.empty())
@@ -90,7 +91,8 @@ void AppState::typeSegment(const std::string& text, bool asFirst) {
     keepAndType(&AppState::pttPieces_, text, std::move(spaced));
 }
 
-runtime::Task<> AppState::stopLongForm(bool isLocalOnly, double stopTime) {
+runtime::Task<> AppState::stopLongForm(std::shared_ptr<Recording> recording, bool isLocalOnly,
+                                       double stopTime) {
     while (isPTTCommitting_) {
         if (co_await runtime::sleep(environment_.clock, commitPollPeriod) ==
             runtime::SleepOutcome::interrupted)
@@ -98,15 +100,16 @@ runtime::Task<> AppState::stopLongForm(bool isLocalOnly, double stopTime) {
     }
     std::optional<std::string> last;
     if (transcriptionManager->isStreamingPreferred())
-        last = co_await finalizePiece();
-    audioRecorder->stopRecording();
+        last = co_await finalizePiece(recording);
+    if (isPresent(*recording))
+        audioRecorder->stopRecording();
     // One file holds the whole dictation, and nothing says where in it a piece begins. If one was lost, the
     // whole is transcribed: its row in the history repeats the pieces that were typed, as the row of the
     // cleaned whole does, and so does paste-last.
-    if (!last || isPieceLost_)
-        rescueCapture();
+    if (!last || recording->isPieceLost)
+        rescueRecording(*recording);
     else
-        audioRecorder->cleanupRecording();
+        discardCapture(*recording);
     transcriptionManager->realtimeEngine->cancelSession();
 
     if (const auto text = pieceOf(last.value_or("")); !text.empty()) {
@@ -118,7 +121,7 @@ runtime::Task<> AppState::stopLongForm(bool isLocalOnly, double stopTime) {
 
     resetPTTLongFormState();
     selectedTextForCommand = std::nullopt;
-    endRecordingState();
+    endRecordingState(*recording);
     resumeMedia();
     environment_.floatingPanel.hide();
     preWarmEngine();

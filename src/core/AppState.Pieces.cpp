@@ -15,9 +15,13 @@ std::string AppState::pieceOf(const std::string& transcript) {
     return stripTrailingEllipsis(base::trimmed(transcript));
 }
 
-runtime::Task<std::optional<std::string>> AppState::finalizePiece() {
+/// The text of what was said since the last piece; absent when the service gives none, or when the next
+/// recording has the microphone and the session.
+runtime::Task<std::optional<std::string>> AppState::finalizePiece(std::shared_ptr<Recording> recording) {
     // The service's answers do not say to which of two commits they belong.
-    const auto turn = co_await pieceCommit_.lock();
+    const auto turn = co_await commit_.lock();
+    if (!isPresent(*recording))
+        co_return std::nullopt;
     const auto engine = transcriptionManager->realtimeEngine;
     audioRecorder->drain();
     try {
@@ -102,10 +106,9 @@ void AppState::deleteRecording(const std::optional<std::filesystem::path>& file)
     }
 }
 
-/// Ends the capture and whatever it has recorded.
-void AppState::discardCapture() {
-    deleteRecording(audioRecorder->forceStop());
-    audioRecorder->cleanupRecording();
+/// Ends the capture, unless it is that of a later recording, and deletes what was recorded.
+void AppState::discardCapture(Recording& recording) {
+    endCapture(recording).reset();
 }
 
 } // namespace sonvale::core

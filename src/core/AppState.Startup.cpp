@@ -164,7 +164,7 @@ void AppState::setLocalOnlyMode(bool enabled) {
         settings.set(keys::engineBeforeLocalOnly, std::string(rawValue(preference.get())));
         preference = TranscriptionEnginePreference::local;
         settings.set(keys::transcriptionEngine, std::string(rawValue(preference.get())));
-        isLocalOnlyRecording_ = true;
+        recording_->isLocalOnly = true;
         stopStreaming();
         return;
     }

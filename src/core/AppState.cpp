@@ -95,7 +95,7 @@ AppState::AppState(const Environment& environment)
 }
 
 AppState::~AppState() {
-    discardCapture();
+    discardCapture(*recording_);
     resumeMedia();
 }
 
@@ -241,7 +241,6 @@ runtime::Task<> AppState::startDictation() {
 
     recordingState = RecordingState::recording;
     errorMessage = std::nullopt;
-    const auto recording = ++recordings_;
     pauseMedia();
     environment_.floatingPanel.show(RecordingState::recording, 0);
 
@@ -253,11 +252,12 @@ runtime::Task<> AppState::startDictation() {
         co_return;
     }
 
+    const auto recording = recording_;
     environment_.auditLogger.logRecordingStarted();
     textInserter->prepare();
     const bool isStreamed = co_await startEngine();
     // This recording may have been cancelled meanwhile and another one started, which has a start of its own.
-    if (recording != recordings_)
+    if (!isPresent(*recording))
         co_return;
     if (!isStreamed) {
         transcriptionManager->prepareLocalEngine();
@@ -280,14 +280,9 @@ runtime::Task<> AppState::startDictation() {
 void AppState::startRecorder() {
     if (!isHandsFreeMode.get())
         untypedText_.clear();
-    isLocalOnlyRecording_ = environment_.settings.read(keys::localOnlyMode);
-    isPieceLost_ = false;
-    overlappingSegment_.reset();
-    // After a cancel the service may still be waited for, with the microphone open.
-    if (audioRecorder->isRecording.get()) {
-        audioRecorder->stopRecording();
-        audioRecorder->cleanupRecording();
-    }
+    closePrevious();
+    recording_ = std::make_shared<Recording>();
+    recording_->isLocalOnly = environment_.settings.read(keys::localOnlyMode);
     audioRecorder->startRecording();
     forgetSpeech();
 }
@@ -308,7 +303,7 @@ runtime::Task<bool> AppState::startEngine() {
 /// Hands-free dictation cannot go on without a session. What was said until now goes to the history.
 void AppState::failToConnect() {
     audioRecorder->stopRecording();
-    rescueCapture();
+    rescueRecording(*recording_);
     recordingState = RecordingState::idle;
     surfaceError(transcriptionManager->isStreamingPreferred()
                      ? "Unable to connect to the transcription service. Please try again."
@@ -341,17 +336,21 @@ void AppState::failToStart(const std::string& description) {
         runtime::spawn(environment_.main, leaveHandsFree(shared_from_this()));
 }
 
-/// Whether the recording with that number is the present one and still runs.
-bool AppState::isRecording(std::uint64_t recording) const {
-    return recording == recordings_ && recordingState.get() == RecordingState::recording;
+/// Whether no other recording has begun since.
+bool AppState::isPresent(const Recording& recording) const {
+    return &recording == recording_.get();
+}
+
+bool AppState::isRecording(const Recording& recording) const {
+    return isPresent(recording) && recordingState.get() == RecordingState::recording;
 }
 
 runtime::Task<> AppState::updateLevels(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock,
-                                       std::uint64_t recording) {
+                                       std::shared_ptr<Recording> recording) {
     while (true) {
         {
             const auto self = weakSelf.lock();
-            if (!self || !self->isRecording(recording))
+            if (!self || !self->isRecording(*recording))
                 co_return;
             self->environment_.floatingPanel.setLevel(self->audioRecorder->audioLevel.get());
         }
@@ -371,39 +370,38 @@ runtime::Task<> AppState::stopDictation() {
     pttLongFormTimer_.cancel();
     pttLongFormTimer_ = {};
     const bool isLocalOnly = environment_.settings.read(keys::localOnlyMode);
-    const bool isLocalOnlyRecording = isLocalOnlyRecording_;
+    const auto recording = recording_;
     if (pttLongFormActive_) {
-        co_await stopLongForm(isLocalOnly, stopTime);
+        co_await stopLongForm(recording, isLocalOnly, stopTime);
         co_return;
     }
 
     std::optional<std::string> text;
-    const auto stalled = std::make_shared<std::optional<std::filesystem::path>>();
-    if (transcriptionManager->isStreamingPreferred()) {
-        stalledRecording_ = stalled;
+    if (transcriptionManager->isStreamingPreferred())
         text = co_await finalizeStream();
-        if (stalledRecording_ == stalled)
-            stalledRecording_.reset();
-    }
 
     using Tail = audio::AudioRecorder::Tail;
-    const auto file = *stalled ? *stalled : audioRecorder->stopRecording(text ? Tail::drop : Tail::keep);
+    std::optional<std::filesystem::path> file;
+    if (recording->closedFile)
+        file = recording->closedFile->path();
+    else if (isPresent(*recording))
+        file = audioRecorder->stopRecording(text ? Tail::drop : Tail::keep);
     if (!file) {
-        endWithoutAudio(text);
+        endWithoutAudio(*recording, text);
         co_return;
     }
 
     if (!text) {
         try {
-            text = co_await transcribe(*transcriptionManager, *file, isLocalOnlyRecording);
+            text = co_await transcribe(*transcriptionManager, *file, recording->isLocalOnly);
         } catch (const std::exception& error) {
             audioRecorder->cleanupRecording(*file);
-            endAfterFailedTranscription(error, stopTime);
+            endAfterFailedTranscription(*recording, error, stopTime);
             co_return;
         }
     }
     audioRecorder->cleanupRecording(*file);
-    co_await finishTranscript(*std::move(text), isLocalOnly, stopTime);
+    co_await finishTranscript(recording, *std::move(text), isLocalOnly, stopTime);
 }
 
 /// The text of the running session; absent when the file has to give it.
@@ -413,6 +411,8 @@ runtime::Task<std::optional<std::string>> AppState::finalizeStream() {
     // no dictation, and the session may serve the next one.
     audioRecorder->drain();
     audioRecorder->setOnBuffer(nullptr);
+    // After a cancel the service may still work on the recording before.
+    const auto turn = co_await commit_.lock();
 
     const double startTime = environment_.clock.now();
     std::optional<std::string> text;
@@ -437,26 +437,27 @@ runtime::Task<std::optional<std::string>> AppState::finalizeStream() {
 
 /// The recorder has stopped by itself: a recording ends when its longest time is over, or that of an earlier
 /// one. What the service or the file has of it is kept, though it is not typed.
-void AppState::endWithoutAudio(const std::optional<std::string>& text) {
+void AppState::endWithoutAudio(Recording& recording, const std::optional<std::string>& text) {
     if (text) {
         keepText(*text);
-        audioRecorder->cleanupRecording();
+        discardCapture(recording);
     } else {
-        rescueCapture();
+        rescueRecording(recording);
     }
-    recordingState = RecordingState::idle;
+    endRecordingState(recording);
     surfaceError("No audio recorded.");
     resumeMedia();
     environment_.floatingPanel.hide();
 }
 
-void AppState::endAfterFailedTranscription(const std::exception& error, double stopTime) {
+void AppState::endAfterFailedTranscription(const Recording& recording, const std::exception& error,
+                                           double stopTime) {
     // What a server answered is for the user alone, and may be long.
     surface(std::string("Transcription failed: ") + error.what(),
             "Transcription failed: " + transcription::failureKind(error));
     environment_.auditLogger.logError("transcription", "transcription-failed");
     selectedTextForCommand = std::nullopt;
-    endRecordingState();
+    endRecordingState(recording);
     resumeMedia();
     if (!isHandsFreeMode.get()) {
         environment_.floatingPanel.hide();
@@ -466,13 +467,15 @@ void AppState::endAfterFailedTranscription(const std::exception& error, double s
 }
 
 /// Goes idle at the end of a dictation. When that one had been cancelled, another may be recording by now:
-/// it ends here too, as no key would end it any more. What was said in it goes to the history.
-void AppState::endRecordingState() {
+/// it ends here too, as no key would end it any more, and what was said in it goes to the history. One whose
+/// key is already up is left to its own end.
+void AppState::endRecordingState(const Recording& recording) {
+    const bool hasOwnEnd = !isPresent(recording) && recordingState.get() == RecordingState::processing;
     recordingState = RecordingState::idle;
-    if (!audioRecorder->isRecording.get())
+    if (hasOwnEnd || !audioRecorder->isRecording.get())
         return;
     transcriptionManager->realtimeEngine->cancelSession();
-    rescueCapture();
+    rescueRecording(*recording_);
 }
 
 runtime::Task<> AppState::cancelDictation() {
@@ -498,8 +501,8 @@ runtime::Task<> AppState::cancelDictation() {
 runtime::Task<> AppState::cancelHandsFree() {
     ++handsFreeRun_;
     transcriptionManager->realtimeEngine->cancelSession();
-    overlappingSegment_.reset();
-    discardCapture();
+    recording_->overlappingSegment.reset();
+    discardCapture(*recording_);
     isHandsFreeMode = false;
     endDetection();
     co_await cancelTyping(&AppState::handsFreePieces_);
@@ -513,15 +516,15 @@ runtime::Task<> AppState::cancelRecording() {
     // Whatever the service has heard of it must not turn up in the next text.
     if (transcriptionManager->isStreamingPreferred())
         transcriptionManager->realtimeEngine->cancelSession();
-    overlappingSegment_.reset();
+    recording_->overlappingSegment.reset();
     audioRecorder->stopRecording();
     audioRecorder->cleanupRecording();
 }
 
-/// The dictation goes on with its file, which the next recording must find closed.
+/// The dictation goes on with its file.
 void AppState::cancelStalledEnd() {
-    if (transcriptionManager->realtimeEngine->cancelUncommitted() && stalledRecording_)
-        *stalledRecording_ = audioRecorder->stopRecording();
+    if (transcriptionManager->realtimeEngine->cancelUncommitted())
+        closePrevious();
 }
 
 void AppState::preWarmEngine() {

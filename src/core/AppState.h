@@ -168,6 +168,18 @@ public:
     void setLocalOnlyMode(bool enabled);
 
 private:
+    /// One recording. Whoever ends it holds a reference of its own: after a cancel the next recording can
+    /// begin while the service is still waited for.
+    struct Recording {
+        bool isLocalOnly = false;   ///< some of it was spoken in local-only mode
+        bool isSpeechHeard = false; ///< since it, or its present piece, began
+        bool isPieceLost = false;   ///< the service gave no text for a piece that the open file holds
+        /// The file of the last utterance, if the next one began in it.
+        std::optional<RecordingFile> overlappingSegment;
+        /// The file, when the recorder was closed before the end had come to it.
+        std::optional<RecordingFile> closedFile;
+    };
+
     explicit AppState(const Environment& environment);
     void connect();
 
@@ -197,13 +209,15 @@ private:
     runtime::Task<> cancelRecording();
     void cancelStalledEnd();
     runtime::Task<std::optional<std::string>> finalizeStream();
-    void endWithoutAudio(const std::optional<std::string>& text);
-    void endAfterFailedTranscription(const std::exception& error, double stopTime);
-    void endRecordingState();
+    void endWithoutAudio(Recording& recording, const std::optional<std::string>& text);
+    void endAfterFailedTranscription(const Recording& recording, const std::exception& error,
+                                     double stopTime);
+    void endRecordingState(const Recording& recording);
     static runtime::Task<> preWarm(std::weak_ptr<AppState> weakSelf);
-    bool isRecording(std::uint64_t recording) const;
+    bool isPresent(const Recording& recording) const;
+    bool isRecording(const Recording& recording) const;
     static runtime::Task<> updateLevels(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock,
-                                        std::uint64_t recording);
+                                        std::shared_ptr<Recording> recording);
     static runtime::Task<> insertLast(std::shared_ptr<AppState> self);
     static runtime::Task<> copy(std::shared_ptr<AppState> self, std::string text);
 
@@ -215,7 +229,7 @@ private:
     // AppState.Pieces.cpp
     using Pieces = TypedPieces AppState::*;
     static std::string pieceOf(const std::string& transcript);
-    runtime::Task<std::optional<std::string>> finalizePiece();
+    runtime::Task<std::optional<std::string>> finalizePiece(std::shared_ptr<Recording> recording);
     void keepAndType(Pieces pieces, const std::string& text, std::string spaced);
     static runtime::Task<> typeAfter(runtime::TaskHandle<> previous, std::weak_ptr<AppState> weakSelf,
                                      Pieces pieces, std::string text);
@@ -224,32 +238,34 @@ private:
     runtime::Task<> finishPieces(Pieces pieces, bool isLocalOnly);
     void setTypedTranscription(const std::string& text);
     void deleteRecording(const std::optional<std::filesystem::path>& file);
-    void discardCapture();
+    void discardCapture(Recording& recording);
 
     // AppState.HandsFree.cpp
     void stopDetector();
     void endDetection();
     static runtime::Task<> feedDetector(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock,
-                                        std::uint64_t recording);
+                                        std::shared_ptr<Recording> recording);
     static runtime::Task<> commitHandsFreeUtterance(std::weak_ptr<AppState> weakSelf);
     static runtime::Task<> leaveHandsFree(std::shared_ptr<AppState> self);
     runtime::Task<> commitUtterance();
-    void endSegment();
+    void endSegment(Recording& recording);
     bool isCapturing() const;
     void typeUtterance(const std::string& transcript);
     runtime::Task<> restartHandsFree();
     runtime::Task<> waitForUtterance();
-    runtime::Task<> finishLastUtterance();
+    runtime::Task<> finishLastUtterance(std::shared_ptr<Recording> recording);
 
     // AppState.Rescue.cpp
     void noteLevel(float level);
     void forgetSpeech();
     void keepText(const std::string& text);
-    void rescueCapture();
-    void rescue(RecordingFile recording);
+    void closePrevious();
+    std::optional<RecordingFile> endCapture(Recording& recording);
+    void rescueRecording(Recording& recording);
+    void rescue(RecordingFile file, bool isLocalOnly);
     static runtime::Task<> transcribeLost(runtime::TaskHandle<> previous, std::weak_ptr<AppState> weakSelf,
                                           std::shared_ptr<transcription::TranscriptionManager> manager,
-                                          RecordingFile recording, bool isLocalOnly);
+                                          RecordingFile file, bool isLocalOnly);
     static runtime::Task<std::string> transcribe(transcription::TranscriptionManager& manager,
                                                  std::filesystem::path file, bool isLocalOnly);
 
@@ -258,11 +274,12 @@ private:
     static runtime::Task<> runLongForm(std::weak_ptr<AppState> weakSelf, runtime::Clock* clock);
     static runtime::Task<> commitPTTSegment(std::shared_ptr<AppState> self);
     void typeSegment(const std::string& text, bool asFirst);
-    runtime::Task<> stopLongForm(bool isLocalOnly, double stopTime);
+    runtime::Task<> stopLongForm(std::shared_ptr<Recording> recording, bool isLocalOnly, double stopTime);
 
     // AppState.Finalisation.cpp
-    runtime::Task<> finishTranscript(std::string text, bool isLocalOnly, double stopTime);
-    void endCommandOrSnippet();
+    runtime::Task<> finishTranscript(std::shared_ptr<Recording> recording, std::string text, bool isLocalOnly,
+                                     double stopTime);
+    void endCommandOrSnippet(const Recording& recording);
     runtime::Task<bool> insertText(std::string text);
     bool isCleanUpWanted(bool isLocalOnly) const;
     runtime::Task<bool> insertSnippet(std::string text);
@@ -283,19 +300,13 @@ private:
     base::Subscription levelChange_;
     std::shared_ptr<services::SharedUrlSession> chatSession_; ///< of all chat clients
 
-    runtime::AsyncMutex insertion_;   ///< held by whoever uses the clipboard or types
-    runtime::AsyncMutex pieceCommit_; ///< held by whoever waits for the text of a piece
+    runtime::AsyncMutex insertion_; ///< held by whoever uses the clipboard or types
+    runtime::AsyncMutex commit_;    ///< held by whoever waits for a text of the realtime service
 
-    std::uint64_t recordings_ = 0;      ///< number of recordings that were started
-    bool isLocalOnlyRecording_ = false; ///< some of the recording was spoken in local-only mode
-    bool isSpeechHeard_ = false;        ///< since the present recording, or its piece, began
-    bool isPieceLost_ = false;          ///< the service gave no text for a piece that the open file holds
-    /// The file of the last utterance, if the next one began in it.
-    std::optional<RecordingFile> overlappingSegment_;
+    /// The newest; never null.
+    std::shared_ptr<Recording> recording_ = std::make_shared<Recording>();
     runtime::TaskHandle<> rescue_; ///< of the newest recording; it waits for the one before
     std::string untypedText_;      ///< of the present dictation: kept, but not typed
-    /// Of the dictation whose commit waits: where a cancel leaves the file that it closed.
-    std::shared_ptr<std::optional<std::filesystem::path>> stalledRecording_;
 
     TypedPieces handsFreePieces_;
     bool isProcessingUtterance_ = false; ///< an utterance is being committed

@@ -245,14 +245,16 @@ TEST_F(StreamingDictation, CancelKeepsTheRecordingOutOfTheNextText) {
     EXPECT_EQ(bytesHeard(), 24576U);
 }
 
-TEST_F(StreamingDictation, DeletesTheFileOfACancelledDictationWhoseServiceIsSilent) {
+TEST_F(StreamingDictation, KeepsTheFileOfACancelledDictationUntilTheServiceHasAnswered) {
+    network().answerNext(200, "from the file");
     hold();
     letGo();
     press(HotkeyAction::cancel);
     hold();
-    EXPECT_EQ(recordingsLeft(), 1U);
+    EXPECT_EQ(recordingsLeft(), 2U);
     press(HotkeyAction::cancel);
     advance(12);
+    EXPECT_EQ(pastedTexts(), std::vector<std::string>{"from the file"});
     EXPECT_EQ(recordingsLeft(), 0U);
 }
 

@@ -1,0 +1,182 @@
+#include "tests/unit/core/HandsFreeFixture.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace sonvale::core {
+
+namespace {
+
+namespace keys = persistence::keys;
+using hotkeys::HotkeyAction;
+using Texts = std::vector<std::string>;
+
+/// Escape while the service works on a dictation, and another dictation before the service has answered.
+class OvertakenEnd : public tests::HandsFreeFixture {
+protected:
+    OvertakenEnd() { willHear({}); }
+
+    void hold(double seconds) {
+        press(HotkeyAction::pushToTalk);
+        speak(seconds);
+    }
+    void letGo() {
+        release(HotkeyAction::pushToTalk);
+        runtimeSupport().runUntilIdle();
+    }
+    void cancel() {
+        press(HotkeyAction::cancel);
+        release(HotkeyAction::cancel);
+    }
+    void failAtTheService() {
+        socket().deliverText(base::jsonText({{"type", "error"}, {"error", {{"message", "down"}}}}));
+        runtimeSupport().runUntilIdle();
+    }
+    /// The raw texts of the history, sorted: which of two comes first is not the matter here.
+    Texts historyTexts() {
+        Texts texts;
+        for (const auto& row : history())
+            texts.push_back(row.rawText);
+        std::ranges::sort(texts);
+        return texts;
+    }
+};
+
+} // namespace
+
+TEST_F(OvertakenEnd, TypesTheFirstTextAndKeepsTheSecond) {
+    network().answerNext(200, "second words");
+    hold(1);
+    letGo();
+    cancel();
+    hold(1);
+    answer("first words");
+    advance(3);
+    EXPECT_EQ(pastedTexts(), Texts{"first words"});
+    EXPECT_EQ(historyTexts(), (Texts{"first words", "second words"}));
+    EXPECT_EQ(state().lastTranscription.get(), "second words");
+    letGo();
+    expectAtRest();
+}
+
+TEST_F(OvertakenEnd, TakesTheFirstTextFromItsFileWhenTheServiceFails) {
+    network().answerNext(200, "words from a file");
+    network().answerNext(200, "words from a file");
+    hold(1);
+    letGo();
+    cancel();
+    hold(2);
+    failAtTheService();
+    advance(3);
+    EXPECT_EQ(pastedTexts(), Texts{"words from a file"});
+    EXPECT_EQ(historyTexts(), (Texts{"words from a file", "words from a file"}));
+    letGo();
+    expectAtRest();
+}
+
+TEST_F(OvertakenEnd, TypesBothWhenTheSecondKeyIsUpBeforeTheFirstText) {
+    hold(1);
+    letGo();
+    cancel();
+    hold(1);
+    letGo();
+    EXPECT_EQ(commits(), 1U) << "an answer does not say to which of two commits it belongs";
+    answer("first words");
+    advance(1);
+    EXPECT_EQ(commits(), 2U);
+    answer("second words");
+    advance(3);
+    EXPECT_EQ(pastedTexts(), (Texts{"first words", "second words"}));
+    EXPECT_EQ(historyTexts(), (Texts{"first words", "second words"}));
+    expectAtRest();
+}
+
+TEST_F(OvertakenEnd, TakesBothFromTheirFilesWhenTheServiceFails) {
+    network().answerNext(200, "words from a file");
+    network().answerNext(200, "words from a file");
+    hold(1);
+    letGo();
+    cancel();
+    hold(1);
+    letGo();
+    failAtTheService();
+    advance(3);
+    EXPECT_EQ(pastedTexts(), (Texts{"words from a file", "words from a file"}));
+    expectAtRest();
+}
+
+TEST_F(OvertakenEnd, OfThreeKeepsEveryWord) {
+    network().answerNext(200, "words from a file");
+    network().answerNext(200, "words from a file");
+    hold(1);
+    letGo();
+    cancel();
+    hold(1);
+    letGo();
+    cancel();
+    hold(1);
+    answer("first words");
+    advance(12);
+    EXPECT_EQ(pastedTexts(), (Texts{"first words", "words from a file"}));
+    EXPECT_EQ(historyTexts(), (Texts{"first words", "words from a file", "words from a file"}));
+    letGo();
+    expectAtRest();
+}
+
+TEST_F(OvertakenEnd, OfALongFormKeepsItsLastPieceAndTheNextDictation) {
+    hold(6);
+    answer("first piece");
+    advance(1);
+    network().answerNext(200, "the whole first dictation");
+    network().answerNext(200, "second words");
+    letGo();
+    cancel();
+    hold(1);
+    failAtTheService();
+    advance(12);
+    letGo();
+    advance(3);
+    EXPECT_EQ(pastedTexts(), Texts{"first piece"});
+    EXPECT_EQ(historyTexts(), (Texts{"first piece", "second words", "the whole first dictation"}));
+    expectAtRest();
+}
+
+TEST_F(OvertakenEnd, OfALongFormTypesItsLastPiece) {
+    hold(6);
+    answer("first piece");
+    advance(1);
+    network().answerNext(200, "second words");
+    letGo();
+    cancel();
+    hold(1);
+    answer("last piece");
+    advance(3);
+    letGo();
+    advance(3);
+    EXPECT_EQ(pastedTexts(), (Texts{"first piece", " last piece"}));
+    EXPECT_EQ(historyTexts(), (Texts{"first piece", "last piece", "second words"}));
+    expectAtRest();
+}
+
+TEST_F(OvertakenEnd, OfHandsFreeModeKeepsItsLastUtteranceAndTheNextDictation) {
+    tap();
+    utter();
+    answer("first words");
+    speak(1);
+    network().answerNext(200, "second words");
+    tap();
+    advance(0.1);
+    ASSERT_EQ(state().recordingState.get(), RecordingState::processing);
+    cancel();
+    hold(1);
+    answer("last words");
+    advance(3);
+    letGo();
+    advance(3);
+    EXPECT_EQ(pastedTexts(), (Texts{"first words", " last words"}));
+    EXPECT_EQ(historyTexts(), (Texts{"first words", "last words", "second words"}));
+    expectAtRest();
+}
+
+} // namespace sonvale::core
