@@ -32,3 +32,7 @@ if(SONVALE_SANITIZER)
     add_compile_options(-fno-sanitize-recover=undefined)
   endif()
 endif()
+
+# Every function is bound at the start. Binding at the first call saves the vector registers to the stack, and with
+# them what is left of the audio or the text that they have just copied; nothing wipes that.
+add_link_options(-Wl,-z,relro,-z,now)
