@@ -61,6 +61,9 @@ struct UrlRequest {
     /// The request fails when nothing has moved for so long, in either direction. For a socket: until it is
     /// open.
     double timeoutSeconds = 60;
+    /// As `timeoutSeconds`, until the first byte of the request can be sent: the name is resolved, the server
+    /// reached, the connection secured. Absent: no limit of its own.
+    std::optional<double> connectTimeoutSeconds = std::nullopt;
 };
 
 struct UrlResponse {

@@ -116,6 +116,7 @@ runtime::Task<std::string> WhisperCloudEngine::upload(std::shared_ptr<WhisperClo
     auto request = parts.addresses.post("api/transcribe", "/v1/audio/transcriptions", *token,
                                         "multipart/form-data; boundary=" + boundary);
     request.timeoutSeconds = requestTimeout;
+    request.connectTimeoutSeconds = connectTimeout;
     std::int64_t fileSize = 0;
     std::optional<services::RequestBody> body;
     {

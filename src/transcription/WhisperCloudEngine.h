@@ -23,6 +23,9 @@ class WhisperCloudEngine final : public TranscriptionEngine,
                                  public std::enable_shared_from_this<WhisperCloudEngine> {
 public:
     static constexpr double requestTimeout = 30; ///< seconds without a byte moving
+    /// Seconds until a connection stands. Where none comes about, the recogniser of this machine is next, and
+    /// the user waits.
+    static constexpr double connectTimeout = 8;
 
     /// What it works with; everything referred to outlives it.
     struct Parts {

@@ -4,11 +4,18 @@
 #include "tests/support/TestCertificates.h"
 #include "tests/support/TestServer.h"
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <QString>
 #include <QtGlobal>
+#include <array>
 #include <atomic>
 #include <filesystem>
 #include <mutex>
+#include <stdexcept>
 #include <thread>
 
 namespace sonvale::tests {
@@ -66,6 +73,38 @@ Answer redirect(int status, const std::string& location) {
     answer.headers = {{"Location", location}};
     return answer;
 }
+
+/// An address of this machine that accepts no connection and refuses none: its queue of connections is full.
+class FullListener {
+public:
+    FullListener() {
+        address_.sin_family = AF_INET;
+        address_.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address_;
+        if (::bind(listener_, address(), size) != 0 || ::listen(listener_, 0) != 0 ||
+            ::getsockname(listener_, address(), &size) != 0)
+            throw std::runtime_error("no address to listen on");
+        for (const int waiting : waiting_)
+            ::connect(waiting, address(), size); // those that the queue has no place for go on trying
+    }
+    FullListener(const FullListener&) = delete;
+    FullListener& operator=(const FullListener&) = delete;
+    ~FullListener() {
+        for (const int waiting : waiting_)
+            ::close(waiting);
+        ::close(listener_);
+    }
+
+    std::string url() const { return "http://127.0.0.1:" + std::to_string(ntohs(address_.sin_port)) + "/"; }
+
+private:
+    sockaddr* address() { return reinterpret_cast<sockaddr*>(&address_); }
+    static int makeSocket() { return ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0); }
+
+    sockaddr_in address_{};
+    int listener_ = makeSocket();
+    std::array<int, 3> waiting_{makeSocket(), makeSocket(), makeSocket()};
+};
 
 class QtUrlSessionTest : public testing::Test {
 protected:
@@ -303,6 +342,32 @@ TEST_F(QtUrlSessionTest, TimesOutWhenNothingMoves) {
         EXPECT_EQ(failureOf(request), Code::timedOut);
         EXPECT_GE(monotonicSeconds() - start, 0.39);
         EXPECT_TRUE(waitForNoConnection());
+    }
+}
+
+TEST_F(QtUrlSessionTest, LimitsTheTimeUntilAConnectionStands) {
+    const FullListener listener;
+    for (const auto* body : {"", "body"}) {
+        auto request = requestTo(listener.url(), *body ? "POST" : "GET");
+        if (*body)
+            request.body = makeBody(body);
+        request.timeoutSeconds = 30;
+        request.connectTimeoutSeconds = 0.4;
+        const double start = monotonicSeconds();
+        EXPECT_EQ(failureOf(request), Code::timedOut);
+        EXPECT_GE(monotonicSeconds() - start, 0.39);
+        EXPECT_LT(monotonicSeconds() - start, 20);
+    }
+}
+
+TEST_F(QtUrlSessionTest, GivesAServerThatIsReachedItsWholeTime) {
+    auto answer = saying("words");
+    answer.delaySeconds = 3;
+    server_.answer("/slow", answer);
+    for (auto request : {to("/slow"), post("/slow", "body")}) {
+        request.timeoutSeconds = 20;
+        request.connectTimeoutSeconds = 2;
+        EXPECT_EQ(get(request).body, "words");
     }
 }
 

@@ -65,7 +65,6 @@ HttpExchange::HttpExchange(KeptConnections& connections, const QSslConfiguration
     , request_(std::move(request)) {
     inactivity_.setSingleShot(true);
     inactivity_.setTimerType(Qt::PreciseTimer);
-    inactivity_.setInterval(millisecondsOf(request_.timeoutSeconds));
     connect(&inactivity_, &QTimer::timeout, this, [this] { end(urlError(Code::timedOut)); });
 }
 
@@ -112,12 +111,16 @@ void HttpExchange::setTimeLimit(TimeLimit limit) {
     if (limit == TimeLimit::stands || isEnded_)
         inactivity_.stop();
     else if (!inactivity_.isActive())
-        inactivity_.start();
+        startTimer(request_.timeoutSeconds);
+}
+
+void HttpExchange::startTimer(double seconds) {
+    inactivity_.start(millisecondsOf(seconds));
 }
 
 void HttpExchange::moved() {
     if (timeLimit_ == TimeLimit::runs)
-        inactivity_.start();
+        startTimer(request_.timeoutSeconds);
 }
 
 void HttpExchange::send() {
@@ -135,7 +138,9 @@ void HttpExchange::send() {
     status_.reset();
     origin_ = originOf(url_);
     manager_ = connections_.take(origin_);
-    moved();
+    if (timeLimit_ == TimeLimit::runs)
+        startTimer(std::min(request_.timeoutSeconds,
+                            request_.connectTimeoutSeconds.value_or(request_.timeoutSeconds)));
     if (!request_.body && (method == "GET" || method == "HEAD")) {
         watch(manager_->sendCustomRequest(request, method));
         return;

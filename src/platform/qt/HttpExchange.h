@@ -64,6 +64,7 @@ private:
 
     void send();
     void watch(QNetworkReply* reply);
+    void startTimer(double seconds);
     void moved();
     void takeHead();
     void takeBody();
