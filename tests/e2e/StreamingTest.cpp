@@ -14,6 +14,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <stdexcept>
 #include <string_view>
@@ -108,14 +109,18 @@ std::vector<float> noise(std::size_t samples) {
     return result;
 }
 
-/// Speaks in real time, as a microphone hears it.
-void speakInto(PipeMicrophone& microphone, const std::vector<float>& samples) {
-    constexpr std::size_t piece = 480; // 10 ms
+/// Speaks in real time, as a microphone hears it. `meanwhile` is called after each 10 ms, with the samples so
+/// far.
+void speakInto(
+    PipeMicrophone& microphone, const std::vector<float>& samples,
+    const std::function<void(std::size_t)>& meanwhile = [](std::size_t) {}) {
+    constexpr std::size_t piece = 480;
     const double start = monotonicSeconds();
     for (std::size_t i = 0; i < samples.size(); i += piece) {
         const auto count = static_cast<std::ptrdiff_t>(std::min(piece, samples.size() - i));
         const auto from = samples.begin() + static_cast<std::ptrdiff_t>(i);
         microphone.speak({from, from + count});
+        meanwhile(i + static_cast<std::size_t>(count));
         while (monotonicSeconds() - start < static_cast<double>(i + piece) / 48000)
             pauseMilliseconds(1);
     }
@@ -132,6 +137,35 @@ std::vector<float> samplesOfUpload(const Request& request) {
     const TemporaryDirectory directory;
     writeFile(directory.path() + "/posted.m4a", std::string_view(request.body).substr(start, end - start));
     return samplesOfFile(directory.path() + "/posted.m4a");
+}
+
+/// One dictation into a realtime session, by a user who goes on speaking after the key is up: how much of
+/// what was said before the release the service did not get.
+double secondsMissingAtRelease() {
+    TestServer server;
+    server.setRealtime(saying(""));
+    auto options = with(server, "streaming");
+    options.sound = PrivateDesktop::Sound::withoutMicrophone;
+    std::optional<PipeMicrophone> microphone;
+    const auto prepare = options.prepare;
+    options.prepare = [&](PrivateDesktop& desktop) {
+        prepare(desktop);
+        microphone.emplace(desktop.sound(), "pipemic");
+    };
+    Session session(options);
+    if (!server.waitForSockets(1, 20))
+        throw std::runtime_error("no session");
+
+    // Most of one of the recorder's buffers of 1024 samples waits at the release.
+    constexpr std::size_t spokenAtRelease = std::size_t{480} * 115;
+    session.holdToTalk();
+    speakInto(*microphone, noise(spokenAtRelease + 9600), [&](std::size_t spoken) {
+        if (spoken == spokenAtRelease)
+            session.keyboard.up(XK_Alt_L);
+    });
+    session.waitForRingToHide();
+    const auto sent = samplesOf(server.socket().audio()).size();
+    return static_cast<double>(spokenAtRelease) / 48000 - static_cast<double>(sent) / rate;
 }
 
 } // namespace
@@ -230,6 +264,17 @@ TEST(Streaming, HasTheWholeRecordingInItsFrames) {
     EXPECT_TRUE(session.program.recordings().empty());
 }
 
+TEST(Streaming, SendsWhatIsSaidUntilTheKeyIsUpByOneWhoSpeaksOn) {
+    // A busy machine can hold the last sounds up for longer than the program waits for them.
+    double missing = 0;
+    for (int round = 0; round < 5; ++round) {
+        missing = secondsMissingAtRelease();
+        if (missing <= 0.01)
+            break;
+    }
+    EXPECT_LE(missing, 0.01) << "seconds before the release that were not sent";
+}
+
 TEST(Streaming, TakesTheWordsFromTheFileWhenTheSessionDropsInTheMiddle) {
     TestServer server;
     auto dropping = saying("never");
@@ -284,6 +329,32 @@ TEST(Streaming, TakesTheWordsFromTheFileWhenTheConnectionDiesWithoutAWord) {
 
     session.dictate(voices().front());
     EXPECT_TRUE(session.editor.comesToHold("from the fileand a new session", 10)) << session.program.output();
+}
+
+TEST(Streaming, TakesTheWordsFromThisMachineWhenNothingGetsThroughAnyMore) {
+    PrivateNetwork network;
+    TestServer server({.isTls = true, .listener = network.listen()});
+    server.setRealtime(saying("never"));
+    auto options = with(server, "hybrid");
+    options.program.info["OPENAI_BASE_URL"] = PrivateNetwork::serverUrl("https");
+    options.program.environment = {{"SSL_CERT_FILE", server.caFile().string()}};
+    options.program.launcher = network.launcher();
+    Session session(options);
+    ASSERT_TRUE(server.waitForSockets(1, 20)) << session.program.output();
+
+    const auto& voice = voices().front();
+    session.holdToTalk();
+    const auto speech = session.startSpeaking(voice);
+    ASSERT_TRUE(server.waitForAppends(5, 20));
+    network.fallSilent();
+    const double release = monotonicSeconds();
+    session.letGo();
+    EXPECT_TRUE(eventually(20, [&] { return !session.editor.savedText().empty(); }))
+        << session.program.output();
+    EXPECT_LT(monotonicSeconds() - release, 25) << "the upload's own limit of 30 s is not waited for";
+    EXPECT_EQ(session.program.auditCount("recordingStopped"), 1U) << "the microphone is closed";
+    EXPECT_TRUE(server.requests(files).empty());
+    EXPECT_TRUE(session.program.recordings().empty());
 }
 
 TEST(Streaming, ClosesAnIdleSessionWhenTheMachineGetsAnotherAddress) {
