@@ -145,20 +145,19 @@ TEST(HandsFree, KeepsTheOrderWhenAnInsertionIsSlowerThanTheNextUtterance) {
     expectSession(session, server);
     session.holdToTalk();
     session.letGo();
-    auto copied = copiedPage();
-    // The first insertion thus begins when all keys of the others have been pressed.
-    for (auto& form : copied)
-        form.delayMilliseconds = 100;
+    const auto copied = copiedPage();
     const SelectionOwner owner(session.desktop.display(), copied);
 
     session.tapHandsFree();
     ASSERT_TRUE(eventually(10, [&] { return session.program.auditCount("recordingStarted") == 2; }));
     speakShortly(session);
     // Insertions wait for each other, those of the pieces as well: twenty take seven seconds at least, which
-    // is longer than the next utterance. Nothing is pressed meanwhile: a key of the test's would meet one of
-    // theirs.
+    // is longer than the next utterance. The program sees the keys when all are pressed: before, they would
+    // meet the keys of its first insertion.
+    session.program.stop();
     for (int i = 0; i < 20; ++i)
         pasteLast(session.keyboard);
+    session.program.goOn();
     ASSERT_TRUE(comesToCommits(server, 2)) << session.program.output();
     speakShortly(session);
     ASSERT_TRUE(comesToCommits(server, 3)) << session.program.output();

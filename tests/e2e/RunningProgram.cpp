@@ -77,6 +77,14 @@ std::optional<int> RunningProgram::quit(double seconds) {
     return process_->wait(seconds);
 }
 
+void RunningProgram::stop() {
+    process_->signal(SIGSTOP);
+}
+
+void RunningProgram::goOn() {
+    process_->signal(SIGCONT);
+}
+
 void RunningProgram::kill() {
     constexpr double patience = 20;
     process_->signal(SIGKILL);

@@ -51,6 +51,9 @@ public:
     std::optional<int> quit(double seconds = 20);
     /// Ends it as a crash does, without a chance to tidy up.
     void kill();
+    /// Suspends the process until `goOn`. What happens meanwhile reaches it then.
+    void stop();
+    void goOn();
     /// Starts it once more after it has ended; what it wrote before is forgotten.
     void startAgain();
 

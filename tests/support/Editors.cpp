@@ -127,10 +127,13 @@ std::string classOf(Editor::Program program) {
 }
 
 std::vector<std::string> argumentsFor(Editor::Program program, const std::string& file,
-                                      const std::string& command) {
+                                      const std::string& command, bool isAlone) {
     switch (program) {
     case Editor::Program::mousepad:
-        return {"mousepad", "--disable-server", file};
+        // A second one would hand its file to the first.
+        if (!isAlone)
+            return {"mousepad", "--disable-server", file};
+        return {"mousepad", file};
     case Editor::Program::featherpad:
         return {"featherpad", "--standalone", file};
     case Editor::Program::kwrite:
@@ -142,6 +145,17 @@ std::vector<std::string> argumentsFor(Editor::Program program, const std::string
     }
     return {};
 }
+
+/// Calls a method of `destination`; false if it fails.
+bool callOverBus(const std::string& bus, const std::string& destination, const std::string& path,
+                 const std::string& method, const std::vector<std::string>& arguments) {
+    std::vector<std::string> command{"gdbus",  "call",      "--address",     bus,  "--timeout", "10",
+                                     "--dest", destination, "--object-path", path, "--method",  method};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return run(command) == 0;
+}
+
+constexpr const char* mousepadName = "org.xfce.mousepad";
 
 std::string replaced(std::string text, const std::string& what, const std::string& by) {
     for (auto at = text.find(what); at != std::string::npos; at = text.find(what, at + by.size()))
@@ -168,7 +182,6 @@ Editor::Editor(Options options)
     const std::string command = options_.command.empty() ? "while :; do cat >> FILE; done" : options_.command;
 
     ChildProcess::Options child;
-    child.arguments = argumentsFor(options_.program, file_, replaced(command, "FILE", file_));
     child.environment = {{"DISPLAY", options_.display},
                          {"HOME", directory_.path()},
                          {"XDG_CONFIG_HOME", directory_.path() + "/config"},
@@ -185,6 +198,11 @@ Editor::Editor(Options options)
         bus_ = std::make_unique<PrivateBus>(child.environment);
         child.environment["DBUS_SESSION_BUS_ADDRESS"] = bus_->address();
     }
+    busAddress_ = child.environment["DBUS_SESSION_BUS_ADDRESS"];
+    isAlone_ = options_.program == Program::mousepad &&
+               !callOverBus(busAddress_, "org.freedesktop.DBus", "/", "org.freedesktop.DBus.GetNameOwner",
+                            {mousepadName});
+    child.arguments = argumentsFor(options_.program, file_, replaced(command, "FILE", file_), isAlone_);
     child.withoutEnvironment = {"WAYLAND_DISPLAY"};
     child.outputFile = directory_.path() + "/output.log";
     process_ = std::make_unique<ChildProcess>(std::move(child));
@@ -268,6 +286,12 @@ bool Editor::isTerminal() const {
 }
 
 void Editor::save() {
+    // Without a key: the program may be pressing its own just now, on the same virtual keyboard of XTEST.
+    if (isAlone_ && callOverBus(busAddress_, mousepadName, "/org/xfce/mousepad/window/1",
+                                "org.gtk.Actions.Activate", {"file.save", "[]", "{}"})) {
+        pauseMilliseconds(50);
+        return;
+    }
     keyboard_.chord(XK_Control_L, isTerminal() ? XK_d : XK_s);
     pauseMilliseconds(50);
 }

@@ -40,8 +40,8 @@ public:
     /// Brings the window to the front, with the keyboard; false when it does not get there.
     bool focus();
 
-    /// Saves, by the keys that a user would press, and returns what the file holds. The file's last line end
-    /// is left out: some of the programs add one.
+    /// Saves and returns what the file holds, without its last line end: some of the programs add one. Saves
+    /// by the program's D-Bus interface if it has one, otherwise by the keys that a user would press.
     std::string savedText();
 
     /// Whether the text gets to be `expected` within `seconds`; saves every now and then.
@@ -65,6 +65,8 @@ private:
     std::string file_;
     TestKeyboard keyboard_;
     std::unique_ptr<PrivateBus> bus_;
+    std::string busAddress_;
+    bool isAlone_ = false; ///< no other program of its kind is on the bus
     std::unique_ptr<ChildProcess> process_;
     unsigned long window_ = 0;
 };
