@@ -119,7 +119,7 @@ TEST(X11AccessibilityTree, DoesNotHangWhenTheServerDoes) {
     display.signalServer(SIGSTOP);
     const double start = monotonicSeconds();
     EXPECT_FALSE(tree.isTrusted());
-    EXPECT_LT(monotonicSeconds() - start, 2);
+    EXPECT_LT(monotonicSeconds() - start, 10);
     display.signalServer(SIGCONT);
     EXPECT_TRUE(eventually(10, [&tree] { return tree.isTrusted(); }));
 }

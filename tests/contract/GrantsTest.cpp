@@ -89,7 +89,7 @@ private:
 
 } // namespace
 
-TEST_F(Grants, AMicrophoneThatAppearsIsNoticedWithinTwoSeconds) {
+TEST_F(Grants, AMicrophoneThatAppearsIsNoticedSoon) {
     programs_.install("pavucontrol");
     onMain([this] { manager_->requestMicrophoneWithPolling(); });
     EXPECT_TRUE(eventually(
@@ -101,7 +101,7 @@ TEST_F(Grants, AMicrophoneThatAppearsIsNoticedWithinTwoSeconds) {
     sound_.addMicrophone();
     const double start = monotonicSeconds();
     EXPECT_TRUE(eventually(10, [this] { return reports_ == 1; }));
-    EXPECT_LT(monotonicSeconds() - start, 2);
+    EXPECT_LT(monotonicSeconds() - start, 5);
     EXPECT_TRUE(isMicrophoneGranted());
     pauseMilliseconds(1500);
     EXPECT_EQ(reports_, 1);

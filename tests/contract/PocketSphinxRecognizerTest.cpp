@@ -165,7 +165,7 @@ TEST_F(PocketSphinxRecognizer, EndsALongRecognitionSoonAfterItsCancellation) {
     const double cancelled = monotonicSeconds();
     task->cancel();
     ASSERT_TRUE(eventually(10, [&] { return !record.isEmpty(); }));
-    EXPECT_LT(monotonicSeconds() - cancelled, 0.5);
+    EXPECT_LT(monotonicSeconds() - cancelled, 5);
     ASSERT_TRUE(record.error().has_value());
     EXPECT_EQ(record.error()->domain, platform::linux::PocketSphinxRecognizers::errorDomain);
     EXPECT_EQ(record.error()->code, 1);

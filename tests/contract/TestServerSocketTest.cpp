@@ -138,16 +138,16 @@ TEST_F(TestServerSocket, AnswersTheHandshakeLate) {
 }
 
 TEST_F(TestServerSocket, GivesTheTranscriptLateAndOtherFramesAtOnce) {
-    open({.transcript = "late", .sendsDeltas = false, .transcriptSeconds = 0.4});
+    open({.transcript = "late", .sendsDeltas = false, .transcriptSeconds = 2});
     const auto start = monotonicSeconds();
     say(append(speech));
     say(commit);
     nextOf("conversation.item.done");
     server.send(R"({"type":"in between"})");
     EXPECT_EQ(nextType(), "in between");
-    EXPECT_LT(monotonicSeconds() - start, 0.4);
+    EXPECT_LT(monotonicSeconds() - start, 2);
     EXPECT_EQ(nextType(), completed);
-    EXPECT_GE(monotonicSeconds() - start, 0.4);
+    EXPECT_GE(monotonicSeconds() - start, 2);
 }
 
 TEST_F(TestServerSocket, StaysSilentAfterTheCommit) {

@@ -110,7 +110,7 @@ TEST_F(X11WorkspaceTest, DoesNotHangWhenTheServerDoes) {
     display->signalServer(SIGSTOP);
     const double start = tests::monotonicSeconds();
     EXPECT_EQ(workspace.frontmostApplication(), std::nullopt);
-    EXPECT_LT(tests::monotonicSeconds() - start, 1);
+    EXPECT_LT(tests::monotonicSeconds() - start, 10);
     display->signalServer(SIGCONT);
     EXPECT_TRUE(eventually(10, [this] { return workspace.frontmostApplication().has_value(); }));
 }
