@@ -13,6 +13,7 @@
 #include <QtGlobal>
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <filesystem>
 #include <mutex>
 #include <stdexcept>
@@ -84,8 +85,11 @@ public:
         if (::bind(listener_, address(), size) != 0 || ::listen(listener_, 0) != 0 ||
             ::getsockname(listener_, address(), &size) != 0)
             throw std::runtime_error("no address to listen on");
-        for (const int waiting : waiting_)
-            ::connect(waiting, address(), size); // those that the queue has no place for go on trying
+        for (const int waiting : waiting_) {
+            // Those that the queue has no place for go on trying.
+            if (::connect(waiting, address(), size) != 0 && errno != EINPROGRESS)
+                throw std::runtime_error("no connection");
+        }
     }
     FullListener(const FullListener&) = delete;
     FullListener& operator=(const FullListener&) = delete;
