@@ -130,7 +130,8 @@ TEST(SecondProgram, SaysThatThereIsOneAndEnds) {
     const auto log = (session.desktop.folder() / "second.log").string();
     EXPECT_EQ(session.desktop.start({SONVALE_PROGRAM}, log).wait(30), 0);
 
-    EXPECT_EQ(contentOf(log), "Son Vale is already running.\n");
+    // Qt 6.8 complains before if the locale has not been made.
+    EXPECT_TRUE(contentOf(log).ends_with("Son Vale is already running.\n")) << contentOf(log);
     // Whoever starts it again wants to see it.
     const DashboardOnScreen dashboard(session.desktop);
     dashboard.activate();

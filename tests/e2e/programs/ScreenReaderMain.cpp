@@ -81,13 +81,20 @@ Accessible findApplication() {
     return {};
 }
 
+/// The name of the role, the same in every version: AT-SPI calls a push button a button from 2.53 on.
+std::string roleOf(AtspiAccessible* item) {
+    if (atspi_accessible_get_role(item, nullptr) == ATSPI_ROLE_PUSH_BUTTON)
+        return "push button";
+    return taken(atspi_accessible_get_role_name(item, nullptr));
+}
+
 /// The first item with that name that shows and, when it is given, has that role.
 Accessible find(AtspiAccessible* root, std::string_view name, std::string_view role) {
     Accessible found;
     walk(root, 0, [&](AtspiAccessible* item, int) {
         if (nameOf(item) != name || !isShowing(item))
             return false;
-        if (!role.empty() && taken(atspi_accessible_get_role_name(item, nullptr)) != role)
+        if (!role.empty() && roleOf(item) != role)
             return false;
         found.reset(ATSPI_ACCESSIBLE(g_object_ref(item)));
         return true;
@@ -101,8 +108,7 @@ void printAll(AtspiAccessible* root) {
         if (depth > 1 && !isShowing(item))
             return false;
         const bool isOn = has(item, ATSPI_STATE_CHECKED) || has(item, ATSPI_STATE_SELECTED);
-        std::printf("%*s%s\t%s\t%s\t%s\n", depth, "",
-                    taken(atspi_accessible_get_role_name(item, nullptr)).c_str(), nameOf(item).c_str(),
+        std::printf("%*s%s\t%s\t%s\t%s\n", depth, "", roleOf(item).c_str(), nameOf(item).c_str(),
                     isOn ? "on" : "", textOf(item).c_str());
         return false;
     });
