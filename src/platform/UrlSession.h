@@ -67,9 +67,9 @@ struct UrlRequest {
 };
 
 struct UrlResponse {
-    std::optional<int> statusCode; ///< absent: what came was not HTTP
-    std::vector<HttpHeader> headers;
-    std::string body; ///< decoded from its transfer coding, otherwise as it came
+    std::optional<int> statusCode;   ///< absent: what came was not HTTP
+    std::vector<HttpHeader> headers; ///< with names in any case (RFC 9110, 5.1)
+    std::string body;                ///< decoded from its transfer coding, otherwise as it came
 };
 
 /// An answer whose body is read while it comes, line by line. Dropping it closes the connection of an answer

@@ -5,7 +5,9 @@
 #include "tests/support/ChildProcess.h"
 
 #include <gtest/gtest.h>
+#include <strings.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -15,6 +17,14 @@
 #include <vector>
 
 namespace sonvale::tests {
+
+/// Whether the answer has the header, with a name in any case.
+inline bool hasHeader(const platform::UrlResponse& response, const std::string& name,
+                      const std::string& value) {
+    return std::ranges::any_of(response.headers, [&](const platform::HttpHeader& header) {
+        return ::strcasecmp(header.name.c_str(), name.c_str()) == 0 && header.value == value;
+    });
+}
 
 /// Real threads for the tasks of a test, which all end with it.
 class NetworkTasks {

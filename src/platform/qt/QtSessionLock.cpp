@@ -60,17 +60,35 @@ void QtSessionLock::observeScreenSavers() {
         // Of every sender and path: KDE sends from two paths, and a named sender Qt would ask for.
         session_.connect(QString(), QString(), name, QStringLiteral("ActiveChanged"), this,
                          SLOT(activeChanged(QDBusMessage)));
-        auto question = QDBusMessage::createMethodCall(name, QString::fromLatin1(saver.path), name,
-                                                       QStringLiteral("GetActive"));
-        question.setAutoStartService(false);
-        auto* answer = new QDBusPendingCallWatcher(session_.asyncCall(question), this);
-        connect(answer, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* call) {
-            call->deleteLater();
-            // An error says that the desktop has another screen saver, or none.
-            if (const QDBusPendingReply<bool> reply = *call; reply.isValid())
-                setActive(reply.reply().service(), reply.value());
-        });
+        findSaver(name, QString::fromLatin1(saver.path));
     }
+}
+
+/// Asks for the owner of the name first: signals come from it, and Qt 6.8 does not say who has sent a reply.
+void QtSessionLock::findSaver(const QString& name, const QString& path) {
+    const auto bus = QStringLiteral("org.freedesktop.DBus");
+    auto question = QDBusMessage::createMethodCall(bus, QStringLiteral("/org/freedesktop/DBus"), bus,
+                                                   QStringLiteral("GetNameOwner"));
+    question << name;
+    auto* answer = new QDBusPendingCallWatcher(session_.asyncCall(question), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this,
+            [this, name, path](QDBusPendingCallWatcher* call) {
+                call->deleteLater();
+                // An error says that the desktop has another screen saver, or none.
+                if (const QDBusPendingReply<QString> reply = *call; reply.isValid())
+                    askWhetherActive(reply.value(), name, path);
+            });
+}
+
+void QtSessionLock::askWhetherActive(const QString& saver, const QString& interface, const QString& path) {
+    const auto question = QDBusMessage::createMethodCall(saver, path, interface, QStringLiteral("GetActive"));
+    auto* answer = new QDBusPendingCallWatcher(session_.asyncCall(question), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, saver](QDBusPendingCallWatcher* call) {
+        call->deleteLater();
+        // An error says that it has gone, or cannot lock.
+        if (const QDBusPendingReply<bool> reply = *call; reply.isValid())
+            setActive(saver, reply.value());
+    });
 }
 
 void QtSessionLock::activeChanged(const QDBusMessage& message) {

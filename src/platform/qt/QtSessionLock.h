@@ -32,6 +32,8 @@ private:
     Q_SLOT void activeChanged(const QDBusMessage& message);
     Q_SLOT void sessionChanged(const QDBusMessage& message);
     void observeScreenSavers();
+    void findSaver(const QString& name, const QString& path);
+    void askWhetherActive(const QString& saver, const QString& interface, const QString& path);
     void findSession();
     void observeSession(const QString& path);
     void askForHint();
