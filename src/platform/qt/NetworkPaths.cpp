@@ -7,20 +7,6 @@
 
 namespace sonvale::platform::qt {
 
-NetworkPath pathOf(const QNetworkInformation& information) {
-    using Medium = QNetworkInformation::TransportMedium;
-    NetworkPath path;
-    path.isSatisfied = information.reachability() != QNetworkInformation::Reachability::Disconnected;
-    if (!path.isSatisfied)
-        return path;
-    const auto medium = information.transportMedium();
-    path.usesWifi = medium == Medium::WiFi;
-    path.usesCellular = medium == Medium::Cellular;
-    path.usesWiredEthernet = medium == Medium::Ethernet;
-    path.addresses = addressesOf(QNetworkInterface::allInterfaces());
-    return path;
-}
-
 NetworkPath pathOf(const QList<QNetworkInterface>& interfaces) {
     NetworkPath path;
     for (const auto& interface : interfaces) {

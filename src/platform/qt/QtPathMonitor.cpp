@@ -1,6 +1,7 @@
 #include "platform/qt/QtPathMonitor.h"
 
 #include "platform/qt/LinkChanges.h"
+#include "platform/qt/NetworkManagerLink.h"
 #include "platform/qt/NetworkPaths.h"
 
 #include <QCoreApplication>
@@ -65,11 +66,8 @@ private:
     const QDBusConnection connection_ = QDBusConnection::connectToBus(QDBusConnection::SystemBus, name_);
 };
 
-/// Qt waits for NetworkManager in a way that cannot be cut short, so one that does not answer is not for Qt.
-/// A wait here ends with the thread.
-bool networkManagerAnswers() {
-    // A connection of its own: the system bus of the process would keep a question that nobody answers.
-    const SystemBus bus;
+/// Whether there is a NetworkManager that answers. A wait here ends with the thread.
+bool networkManagerAnswers(const SystemBus& bus) {
     if (!bus.connection().isConnected())
         return false;
     const auto service = QStringLiteral("org.freedesktop.NetworkManager");
@@ -85,29 +83,26 @@ bool networkManagerAnswers() {
     return answer.isFinished() && !answer.isError();
 }
 
-/// Null when there is no service that Qt knows how to ask.
-QNetworkInformation* networkInformation() {
-    using Information = QNetworkInformation;
-    if (!networkManagerAnswers() ||
-        !Information::loadBackendByFeatures(Information::Feature::Reachability |
-                                            Information::Feature::TransportMedium))
-        return nullptr;
-    auto* information = Information::instance();
-    return information->thread() == QThread::currentThread() ? information : nullptr;
-}
-
-void followInformation(QNetworkInformation& information, std::function<void(const NetworkPath&)> handler) {
-    Reports reports([&information] { return pathOf(information); }, std::move(handler));
-    QObject::connect(&information, &QNetworkInformation::reachabilityChanged, &reports.receiver,
-                     [&reports] { reports.changed(); });
-    QObject::connect(&information, &QNetworkInformation::transportMediumChanged, &reports.receiver,
-                     [&reports] { reports.changed(); });
-    // NetworkManager does not tell Qt of another address on the same kind of link.
-    const LinkChanges changes([&reports] { reports.changed(); });
-    reports.changed();
+void followNetworkManager(const SystemBus& bus, std::function<void(const NetworkPath&)> handler) {
+    std::optional<NetworkManagerLink> link;
+    const auto read = [&link] {
+        auto path = link->path();
+        if (path.isSatisfied)
+            path.addresses = addressesOf(QNetworkInterface::allInterfaces());
+        return path;
+    };
+    bool isKnown = false;
+    Reports reports(read, std::move(handler));
+    link.emplace(bus.connection(), [&] {
+        isKnown = true;
+        reports.changed();
+    });
+    // NetworkManager does not report another address on the same kind of link.
+    const LinkChanges changes([&] {
+        if (isKnown)
+            reports.changed();
+    });
     QEventLoop().exec();
-    // The application object destroys it at its end, on the main thread.
-    information.moveToThread(QCoreApplication::instance()->thread());
 }
 
 void followInterfaces(std::function<void(const NetworkPath&)> handler) {
@@ -133,8 +128,10 @@ void QtPathMonitor::cancel() {
 
 void QtPathMonitor::start(std::function<void(const NetworkPath&)> handler) {
     thread_.reset(QThread::create([handler = std::move(handler)] {
-        if (auto* information = networkInformation())
-            followInformation(*information, handler);
+        // A connection of its own: the system bus of the process would keep a question that nobody answers.
+        const SystemBus bus;
+        if (networkManagerAnswers(bus))
+            followNetworkManager(bus, handler);
         else
             followInterfaces(handler);
     }));

@@ -7,18 +7,18 @@
 
 namespace sonvale::platform::qt {
 
-/// The link as Qt's network information tells of it, which asks NetworkManager; where that does not
-/// answer within 2 s when the monitor starts, as the interfaces show it.
+/// The link as NetworkManager reports it (`NetworkManagerLink`), or as the interfaces show it if no
+/// NetworkManager answers within 2 s after the start. Qt's own network information is not used: which thread
+/// it belongs to depends on the version, and it blocks while it waits for NetworkManager.
 ///
-/// Reports come on a thread of its own, "connectivity": Qt waits for NetworkManager's answers. Qt's network
-/// information stays with the thread that first asked for it, so only the first monitor of a process has it.
+/// Reports come on a thread of its own, "connectivity".
 class QtPathMonitor final : public PathMonitor {
 public:
     QtPathMonitor() = default;
     ~QtPathMonitor() override;
 
     void start(std::function<void(const NetworkPath&)> handler) override;
-    /// Waits for a handler that runs, and for an answer of NetworkManager that has not come yet.
+    /// Waits for a handler that runs.
     void cancel() override;
 
 private:
