@@ -27,7 +27,7 @@ struct ShortcutsSession : Session {
                    .prepare = [](PrivateDesktop& d) { RunningProgram::writeSettings(d, signedIn); }}) {
         program.reopen();
         DashboardOnScreen(desktop).activate();
-        reader.press("Settings", "push button");
+        reader.press("Settings", "");
         reader.press("Change Hotkeys", "push button");
         if (!reader.comesToSay(subtitle, patience))
             throw std::runtime_error("the sheet did not open: " + reader.read());

@@ -23,7 +23,7 @@ public:
         , reader(session_.desktop) {
         session_.program.reopen();
         DashboardOnScreen(session_.desktop).activate();
-        reader.press("Help", "push button");
+        reader.press("Help", "");
     }
 
     void ask(const std::string& question) {
