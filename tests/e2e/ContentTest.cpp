@@ -38,7 +38,7 @@ TEST(Content, OfASnippetIsInsertedAndAFormalStyleAskedForOnceTheyAreMade) {
 
     user.dashboard.activate();
     user.show("Style");
-    user.reader.press("Other", "push button");
+    user.reader.press("Other", ""); // a push button with Qt 6.4, a radio button with Qt 6.8
     user.reader.focus("Formality", "slider");
     for (int i = 0; i < 4; ++i)
         keyboard.tap(XK_Right);

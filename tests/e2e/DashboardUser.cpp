@@ -58,7 +58,7 @@ void DashboardUser::show(const std::string& tab) {
 void DashboardUser::scrollDown() {
     const int status =
         run({"timeout", "10", "xdotool", "search", "--onlyvisible", "--name", "^Son Vale Dashboard$",
-             "mousemove", "--window", "%1", "600", "400", "click", "--repeat", "40", "--delay", "15", "5"},
+             "mousemove", "--window", "%1", "600", "400", "click", "--repeat", "150", "--delay", "10", "5"},
             {{"DISPLAY", session.desktop.display()}});
     if (status != 0)
         throw std::runtime_error("the wheel did not turn");

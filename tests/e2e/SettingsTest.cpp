@@ -45,7 +45,7 @@ struct SettingsUser : DashboardUser {
         for (int i = 0; i < steps; ++i)
             session.keyboard.tap(XK_Tab);
         session.keyboard.tap(XK_Return);
-        if (!reader.comesToSay("push button\t" + engine + "\ton", patience))
+        if (!reader.comesToSay("button\t" + engine + "\ton", patience))
             throw std::runtime_error(engine + " was not chosen:\n" + reader.read());
     }
     void chooseStreaming() { choose("Streaming", 2); }
