@@ -8,7 +8,6 @@ namespace sonvale::core {
 
 namespace {
 
-namespace keys = persistence::keys;
 using hotkeys::HotkeyAction;
 using Texts = std::vector<std::string>;
 
