@@ -23,6 +23,9 @@ AbstractButton {
     Accessible.description: description
     Accessible.onPressAction: if (enabled)
         card.clicked()
+    // A radio button of Qt 6.8 is not pressed.
+    Accessible.onToggleAction: if (enabled)
+        card.clicked()
     Keys.onReturnPressed: card.clicked()
     Keys.onEnterPressed: card.clicked()
 

@@ -17,6 +17,9 @@ AbstractButton {
     Accessible.checked: isSelected
     Accessible.onPressAction: if (enabled)
         button.clicked()
+    // A radio button of Qt 6.8 is not pressed.
+    Accessible.onToggleAction: if (enabled)
+        button.clicked()
     Keys.onReturnPressed: button.clicked()
     Keys.onEnterPressed: button.clicked()
 
