@@ -168,8 +168,8 @@ public:
     void setLocalOnlyMode(bool enabled);
 
 private:
-    /// One recording. Whoever ends it holds a reference of its own: after a cancel the next recording can
-    /// begin while the service is still waited for.
+    /// One recording. The end of a recording keeps a reference to it: after a cancel the next recording can
+    /// begin while the service still works on the last one.
     struct Recording {
         bool isLocalOnly = false;   ///< some of it was spoken in local-only mode
         bool isSpeechHeard = false; ///< since it, or its present piece, began
@@ -300,8 +300,8 @@ private:
     base::Subscription levelChange_;
     std::shared_ptr<services::SharedUrlSession> chatSession_; ///< of all chat clients
 
-    runtime::AsyncMutex insertion_; ///< held by whoever uses the clipboard or types
-    runtime::AsyncMutex commit_;    ///< held by whoever waits for a text of the realtime service
+    runtime::AsyncMutex insertion_; ///< held while the clipboard or the keys are in use
+    runtime::AsyncMutex commit_;    ///< held while a text of the realtime service is awaited
 
     /// The newest; never null.
     std::shared_ptr<Recording> recording_ = std::make_shared<Recording>();
