@@ -128,7 +128,8 @@ void QtPathMonitor::cancel() {
 
 void QtPathMonitor::start(std::function<void(const NetworkPath&)> handler) {
     thread_.reset(QThread::create([handler = std::move(handler)] {
-        // A connection of its own: the system bus of the process would keep a question that nobody answers.
+        // A connection of this thread: on the shared system bus an unanswered call stays pending after the
+        // monitor ends.
         const SystemBus bus;
         if (networkManagerAnswers(bus))
             followNetworkManager(bus, handler);
