@@ -41,6 +41,15 @@ Session::Options with(const TestServer& server, const std::string& engine) {
     return options;
 }
 
+/// The same for a program on the near machine of the network; the server listens on the far one.
+Session::Options across(const PrivateNetwork& network, const TestServer& server, const std::string& engine) {
+    auto options = with(server, engine);
+    options.program.info["OPENAI_BASE_URL"] = PrivateNetwork::serverUrl("https");
+    options.program.environment = {{"SSL_CERT_FILE", server.caFile().string()}};
+    options.program.launcher = network.launcher();
+    return options;
+}
+
 Realtime saying(const std::string& transcript) {
     Realtime realtime;
     realtime.transcript = transcript;
@@ -305,11 +314,7 @@ TEST(Streaming, TakesTheWordsFromTheFileWhenTheConnectionDiesWithoutAWord) {
     TestServer server({.isTls = true, .listener = network.listen()});
     server.setRealtime(saying("never"));
     server.answer(files, plainTranscript("from the file"));
-    auto options = with(server, "hybrid");
-    options.program.info["OPENAI_BASE_URL"] = PrivateNetwork::serverUrl("https");
-    options.program.environment = {{"SSL_CERT_FILE", server.caFile().string()}};
-    options.program.launcher = network.launcher();
-    Session session(options);
+    Session session(across(network, server, "hybrid"));
     ASSERT_TRUE(server.waitForSockets(1, 20)) << session.program.output();
 
     session.holdToTalk();
@@ -335,11 +340,7 @@ TEST(Streaming, TakesTheWordsFromThisMachineWhenNothingGetsThroughAnyMore) {
     PrivateNetwork network;
     TestServer server({.isTls = true, .listener = network.listen()});
     server.setRealtime(saying("never"));
-    auto options = with(server, "hybrid");
-    options.program.info["OPENAI_BASE_URL"] = PrivateNetwork::serverUrl("https");
-    options.program.environment = {{"SSL_CERT_FILE", server.caFile().string()}};
-    options.program.launcher = network.launcher();
-    Session session(options);
+    Session session(across(network, server, "hybrid"));
     ASSERT_TRUE(server.waitForSockets(1, 20)) << session.program.output();
 
     const auto& voice = voices().front();
@@ -361,11 +362,7 @@ TEST(Streaming, ClosesAnIdleSessionWhenTheMachineGetsAnotherAddress) {
     PrivateNetwork network;
     TestServer server({.isTls = true, .listener = network.listen()});
     server.setRealtime(saying("at once"));
-    auto options = with(server, "streaming");
-    options.program.info["OPENAI_BASE_URL"] = PrivateNetwork::serverUrl("https");
-    options.program.environment = {{"SSL_CERT_FILE", server.caFile().string()}};
-    options.program.launcher = network.launcher();
-    Session session(options);
+    Session session(across(network, server, "streaming"));
     ASSERT_TRUE(server.waitForSockets(1, 20)) << session.program.output();
 
     network.move();

@@ -28,11 +28,17 @@ protected:
         press(HotkeyAction::cancel);
         release(HotkeyAction::cancel);
     }
+    /// A dictation whose text the service still owes.
+    void dictateAndCancel() {
+        hold(1);
+        letGo();
+        cancel();
+    }
     void failAtTheService() {
         socket().deliverText(base::jsonText({{"type", "error"}, {"error", {{"message", "down"}}}}));
         runtimeSupport().runUntilIdle();
     }
-    /// The raw texts of the history, sorted: which of two comes first is not the matter here.
+    /// The raw texts of the history, sorted, as either of two may come first.
     Texts historyTexts() {
         Texts texts;
         for (const auto& row : history())
@@ -46,9 +52,7 @@ protected:
 
 TEST_F(OvertakenEnd, TypesTheFirstTextAndKeepsTheSecond) {
     network().answerNext(200, "second words");
-    hold(1);
-    letGo();
-    cancel();
+    dictateAndCancel();
     hold(1);
     answer("first words");
     advance(3);
@@ -75,9 +79,7 @@ TEST_F(OvertakenEnd, TakesTheFirstTextFromItsFileWhenTheServiceFails) {
 }
 
 TEST_F(OvertakenEnd, TypesBothWhenTheSecondKeyIsUpBeforeTheFirstText) {
-    hold(1);
-    letGo();
-    cancel();
+    dictateAndCancel();
     hold(1);
     letGo();
     EXPECT_EQ(commits(), 1U) << "an answer does not say to which of two commits it belongs";
@@ -94,9 +96,7 @@ TEST_F(OvertakenEnd, TypesBothWhenTheSecondKeyIsUpBeforeTheFirstText) {
 TEST_F(OvertakenEnd, TakesBothFromTheirFilesWhenTheServiceFails) {
     network().answerNext(200, "words from a file");
     network().answerNext(200, "words from a file");
-    hold(1);
-    letGo();
-    cancel();
+    dictateAndCancel();
     hold(1);
     letGo();
     failAtTheService();
@@ -108,9 +108,7 @@ TEST_F(OvertakenEnd, TakesBothFromTheirFilesWhenTheServiceFails) {
 TEST_F(OvertakenEnd, OfThreeKeepsEveryWord) {
     network().answerNext(200, "words from a file");
     network().answerNext(200, "words from a file");
-    hold(1);
-    letGo();
-    cancel();
+    dictateAndCancel();
     hold(1);
     letGo();
     cancel();
