@@ -13,11 +13,11 @@ void selectedTextOf(benchmark::State& state, Editor::Program program) {
     AccessibleSession session;
     session.turnOnForAll();
     session.open(program, "one two");
-    session.selectAll();
-    if (!session.comesToTell("one two")) {
+    if (!session.selectsAll("one two")) {
         state.SkipWithError("the editor does not tell its selection");
         return;
     }
+    session.goAtFullSpeed();
     for (auto step : state) {
         (void)step;
         benchmark::DoNotOptimize(session.tree().selectedText());

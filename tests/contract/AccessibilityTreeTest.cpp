@@ -31,7 +31,7 @@ public:
     void takeAway() override { session_.endDisplay(); }
     void select(const std::string& text) override {
         session_.open(Editor::Program::mousepad, text);
-        session_.selectAll();
+        EXPECT_TRUE(session_.selectsAll(text));
     }
     void unselect() override { session_.keyboard().tap(XK_End); }
 

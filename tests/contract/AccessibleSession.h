@@ -1,11 +1,11 @@
 #pragma once
 
 #include "platform/linux/X11AccessibilityTree.h"
-#include "runtime/SystemClock.h"
 #include "tests/support/Accessibility.h"
 #include "tests/support/Editors.h"
 #include "tests/support/PrivateBus.h"
 #include "tests/support/PrivateDisplay.h"
+#include "tests/support/SlowedClock.h"
 #include "tests/support/TestKeyboard.h"
 
 #include <X11/keysym.h>
@@ -19,7 +19,7 @@
 namespace sonvale::tests {
 
 /// A display with a window manager, a D-Bus session, an editor in front that tells assistive technology of
-/// itself, and the adapter that asks.
+/// itself, and the adapter that asks, which has fifty times as much time as it gives the programs.
 class AccessibleSession {
 public:
     /// Starts the editor with this text.
@@ -33,10 +33,22 @@ public:
 
     void selectAll() { keyboard_->chord(XK_Control_L, XK_a); }
 
+    /// Selects all until the adapter tells this: an editor may read its file after its window is there.
+    bool selectsAll(const std::string& text) {
+        return eventually(seconds, [&] {
+            selectAll();
+            return eventually(1, [&] { return tree_.selectedText() == text; });
+        });
+    }
+
     /// Whether the adapter comes to tell this.
     bool comesToTell(const std::optional<std::string>& text) {
-        return eventually(10, [&] { return tree_.selectedText() == text; });
+        return eventually(seconds, [&] { return tree_.selectedText() == text; });
     }
+
+    /// Lets the adapter have the time that it has in use.
+    void goAtFullSpeed() { clock_.setTimes(1); }
+    void goSlowly() { clock_.setTimes(slowness); }
 
     /// Calls a method of a program of the session; the exit status of dbus-send.
     int call(std::vector<std::string> words) const {
@@ -60,6 +72,9 @@ public:
     platform::linux::X11AccessibilityTree& tree() { return tree_; }
 
 private:
+    static constexpr double slowness = 50;
+    static constexpr double seconds = 30;
+
     std::map<std::string, std::string> common() const {
         return {{"DISPLAY", display()}, {"XDG_RUNTIME_DIR", directory_.path()}, {"LANG", "C.UTF-8"}};
     }
@@ -73,7 +88,7 @@ private:
     std::unique_ptr<PrivateDisplay> display_ = std::make_unique<PrivateDisplay>(WindowManager::openbox);
     PrivateBus bus_{common()};
     const std::map<std::string, std::string> environment_ = withBus();
-    runtime::SystemClock clock_;
+    SlowedClock clock_{slowness};
     std::unique_ptr<TestKeyboard> keyboard_ =
         std::make_unique<TestKeyboard>(display(), TestKeyboard::Source::hardware);
     std::unique_ptr<Editor> editor_;
