@@ -189,7 +189,7 @@ TEST_F(X11SelectedText, ComesAgainAfterTheBusHasBeenReplaced) {
 }
 
 TEST_F(X11SelectedText, IsWhatIsMarkedInATerminalThatTellsNothing) {
-    session.open(Program::xterm, {}, true, "echo 'marked na\u00EFve'; exec sleep 1000");
+    session.open(Program::xterm, {}, true, "echo 'marked na\u00EFve'; : > FILE; exec sleep 1000");
     EXPECT_TRUE(session.comesToTell(std::nullopt));
     pauseMilliseconds(1000);
     EXPECT_EQ(timed(), std::nullopt);

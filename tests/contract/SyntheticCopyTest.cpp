@@ -25,7 +25,7 @@ using Program = Editor::Program;
 
 /// Shows a line, and writes each interruption into the file.
 constexpr const char* talkative =
-    "trap 'echo interrupted >> FILE' INT; echo 'marked words'; while :; do sleep 0.1; done";
+    "trap 'echo interrupted >> FILE' INT; echo 'marked words'; : > FILE; while :; do sleep 0.1; done";
 
 /// A program in front, something of the user's on the clipboard, and the synthetic keys with the tap beside
 /// them.

@@ -207,9 +207,9 @@ TEST(SyntheticInputX11, UndoesOnePasteWithOnePress) {
 }
 
 TEST(SyntheticInputX11, UndoesInTheLineOfAShellWithoutStoppingIt) {
-    Writing writing(
-        Program::xterm, WindowManager::openbox, {},
-        "exec bash --norc --noprofile -c 'while IFS= read -e -r line; do echo \"$line\" > FILE; done'");
+    Writing writing(Program::xterm, WindowManager::openbox, {},
+                    ": > FILE; exec bash --norc --noprofile -c 'while IFS= read -e -r line; do echo "
+                    "\"$line\" > FILE; done'");
     pauseMilliseconds(1000);
     writing.hardware.type("a");
     writing.input.pressPaste();

@@ -169,7 +169,9 @@ Editor::Editor(Options options)
     : options_(std::move(options))
     , file_(directory_.path() + "/note.txt")
     , keyboard_(options_.display, TestKeyboard::Source::xtest) {
-    std::ofstream(file_) << options_.text;
+    // A terminal's program makes it, by which it shows that it is ready.
+    if (!isTerminal())
+        std::ofstream(file_) << options_.text;
     // Else every saving adds a line to the text, which is then also what an undo takes away.
     std::filesystem::create_directories(directory_.path() + "/config/featherpad");
     std::ofstream(directory_.path() + "/config/featherpad/fp.conf") << "[text]\nappendEmptyLine=false\n";
@@ -217,8 +219,7 @@ Editor::Editor(Options options)
         throw std::runtime_error("the editor did not start");
     if (!focus())
         throw std::runtime_error("the editor did not get the keyboard");
-    if (isTerminal() && options_.command.empty() &&
-        !eventually(10, [this] { return std::filesystem::exists(file_); }))
+    if (isTerminal() && !eventually(30, [this] { return std::filesystem::exists(file_); }))
         throw std::runtime_error("the terminal's program did not start");
 }
 

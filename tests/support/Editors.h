@@ -26,9 +26,10 @@ public:
     struct Options {
         std::string display;
         Program program = Program::mousepad;
-        std::string text;                               ///< that the file holds at first
+        std::string text;                               ///< that the file holds at first; for no terminal
         std::map<std::string, std::string> environment; ///< more for the program
-        std::string command; ///< what a terminal runs instead; "FILE" in it stands for the file
+        /// What a terminal runs instead. "FILE" in it stands for the file, which it makes when it is ready.
+        std::string command;
     };
 
     /// Starts it and waits until it has the keyboard; throws when it does not get there.
