@@ -1,6 +1,6 @@
 #include "platform/linux/AccountName.h"
 
-#include "platform/linux/X11Text.h"
+#include "base/Text.h"
 
 #include <pwd.h>
 #include <unistd.h>
@@ -18,7 +18,7 @@ constexpr std::size_t mostBuffer = 1 << 20;
 } // namespace
 
 std::string fullNameIn(std::string_view comment) {
-    return repairedUtf8(comment.substr(0, comment.find(',')));
+    return base::repairedUtf8(comment.substr(0, comment.find(',')));
 }
 
 std::string fullNameOfAccount() {

@@ -1,6 +1,7 @@
 #include "platform/linux/X11AccessibilityTree.h"
 
 #include "base/Log.h"
+#include "base/Text.h"
 #include "platform/linux/AtSpiReader.h"
 #include "platform/linux/BrokenPipeGuard.h"
 #include "platform/linux/TerminalPrograms.h"
@@ -136,7 +137,7 @@ std::optional<std::string> X11AccessibilityTree::markedText(std::uint32_t window
     const auto data = time ? selections_->fetch(XCB_ATOM_PRIMARY, utf8, *time, deadline) : std::nullopt;
     if (!data || data->type != utf8 || data->bytes.empty())
         return std::nullopt;
-    return repairedUtf8(textOf(std::span<const std::byte>(data->bytes)));
+    return base::repairedUtf8(textOf(std::span<const std::byte>(data->bytes)));
 }
 
 void X11AccessibilityTree::dropEvents() {

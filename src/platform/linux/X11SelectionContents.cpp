@@ -1,5 +1,6 @@
 #include "platform/linux/X11SelectionContents.h"
 
+#include "base/Text.h"
 #include "platform/linux/X11Text.h"
 
 #include <algorithm>
@@ -136,7 +137,7 @@ X11SelectionContents X11SelectionContents::fromItems(std::vector<PasteboardItem>
 }
 
 X11SelectionContents X11SelectionContents::fromText(const std::string& text) {
-    const auto utf8 = repairedUtf8(text);
+    const auto utf8 = base::repairedUtf8(text);
     const auto data = sharedBytes(utf8);
     const auto latin1 = latin1FromUtf8(utf8);
 
@@ -223,7 +224,7 @@ bool isPlainText(const std::string& name) {
 
 std::string decodedText(const std::string& name, std::span<const std::byte> data) {
     const auto text = textOf(data);
-    return name == "STRING" ? utf8FromLatin1(text) : repairedUtf8(text);
+    return name == "STRING" ? utf8FromLatin1(text) : base::repairedUtf8(text);
 }
 
 } // namespace target

@@ -8,9 +8,6 @@
 
 namespace sonvale::platform::linux {
 
-/// `text` with each byte that is no part of well-formed UTF-8 (Unicode 15, table 3-7) replaced by U+FFFD.
-std::string repairedUtf8(std::string_view text);
-
 /// The text in the form of the target STRING (ICCCM 2.6.2: Latin-1, of the control characters only tab and
 /// new line); absent when it has other characters. `text` is valid UTF-8.
 std::optional<std::string> latin1FromUtf8(std::string_view text);

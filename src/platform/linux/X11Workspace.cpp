@@ -1,5 +1,6 @@
 #include "platform/linux/X11Workspace.h"
 
+#include "base/Text.h"
 #include "platform/linux/AccountName.h"
 #include "platform/linux/BrokenPipeGuard.h"
 #include "platform/linux/BundleIdentifiers.h"
@@ -76,8 +77,8 @@ std::optional<FrontApplication> X11Workspace::frontmostApplication() {
 
     FrontApplication application;
     const auto [rawInstance, rawClass] = partsOfClass(textIn(windowClass.get()));
-    const auto instance = repairedUtf8(rawInstance);
-    const auto className = repairedUtf8(rawClass);
+    const auto instance = base::repairedUtf8(rawInstance);
+    const auto className = base::repairedUtf8(rawClass);
     application.bundleIdentifier = bundleIdentifier(instance, className);
     // The window's title names what is open in it.
     if (const auto& name = className.empty() ? instance : className; !name.empty())
