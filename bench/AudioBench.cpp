@@ -1,7 +1,7 @@
+#include "adapters/pulse/PulseAudioEngine.h"
 #include "bench/Rounds.h"
 
 #include "audio/Level.h"
-#include "platform/linux/PulseAudioEngine.h"
 #include "tests/support/PrivateSound.h"
 
 #include <benchmark/benchmark.h>
@@ -19,7 +19,7 @@ BENCHMARK(levelOfOneBuffer);
 
 void beginCapture(benchmark::State& state) {
     const tests::PrivateSound sound;
-    platform::linux::PulseAudioEngines engines(sound.serverAddress());
+    adapters::pulse::PulseAudioEngines engines(sound.serverAddress());
     for (auto step : state) {
         const auto engine = engines.makeEngine();
         engine->installTap(1024, [](const platform::PcmBufferPtr&) {});
@@ -34,7 +34,7 @@ BENCHMARK(beginCapture)->Unit(benchmark::kMillisecond)->UseRealTime();
 /// From the call at key up to the engine's end: the input's last samples and the connection's close.
 void endCapture(benchmark::State& state) {
     const tests::PrivateSound sound;
-    platform::linux::PulseAudioEngines engines(sound.serverAddress());
+    adapters::pulse::PulseAudioEngines engines(sound.serverAddress());
     for (auto step : state) {
         state.PauseTiming();
         auto engine = engines.makeEngine();

@@ -1,7 +1,7 @@
+#include "adapters/x11/X11Pasteboard.h"
+#include "adapters/x11/X11Workspace.h"
 #include "bench/Rounds.h"
 
-#include "platform/linux/X11Pasteboard.h"
-#include "platform/linux/X11Workspace.h"
 #include "runtime/SystemClock.h"
 #include "tests/support/PrivateDisplay.h"
 #include "tests/support/SelectionOwner.h"
@@ -21,7 +21,7 @@ using tests::SelectionOwner;
 struct Session {
     runtime::SystemClock clock;
     tests::PrivateDisplay display;
-    platform::linux::X11Pasteboard pasteboard{clock, display.name()};
+    adapters::x11::X11Pasteboard pasteboard{clock, display.name()};
 };
 
 void snapshot(benchmark::State& state, const std::vector<SelectionOwner::Form>& forms) {
@@ -88,7 +88,7 @@ void changeCount(benchmark::State& state) {
 void frontmostApplication(benchmark::State& state) {
     runtime::SystemClock clock;
     const tests::PrivateDisplay display(tests::WindowManager::openbox);
-    platform::linux::X11Workspace workspace(clock, display.name());
+    adapters::x11::X11Workspace workspace(clock, display.name());
     const tests::TestWindow window(display.name(), {"code", "Code", "main.cpp", {}, 1});
     for ([[maybe_unused]] auto _ : state) {
         if (!workspace.frontmostApplication())

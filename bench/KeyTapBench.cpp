@@ -1,8 +1,8 @@
+#include "adapters/x11/SyntheticKeyLedger.h"
+#include "adapters/x11/X11EventTap.h"
+#include "adapters/x11/X11SyntheticInput.h"
 #include "bench/Rounds.h"
 
-#include "platform/linux/SyntheticKeyLedger.h"
-#include "platform/linux/X11EventTap.h"
-#include "platform/linux/X11SyntheticInput.h"
 #include "runtime/SystemClock.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/KeyWindow.h"
@@ -20,9 +20,9 @@ namespace sonvale::tests {
 
 namespace {
 
-using platform::linux::SyntheticKeyLedger;
-using platform::linux::X11EventTap;
-using platform::linux::X11SyntheticInput;
+using adapters::x11::SyntheticKeyLedger;
+using adapters::x11::X11EventTap;
+using adapters::x11::X11SyntheticInput;
 
 double percentile(std::vector<double> values, double part) {
     std::sort(values.begin(), values.end());

@@ -1,8 +1,8 @@
+#include "adapters/ffmpeg/FfmpegAudioFiles.h"
+#include "adapters/pocketsphinx/PocketSphinxDecoder.h"
+#include "adapters/pocketsphinx/PocketSphinxRecognizer.h"
 #include "bench/Rounds.h"
 
-#include "platform/linux/FfmpegAudioFiles.h"
-#include "platform/linux/PocketSphinxDecoder.h"
-#include "platform/linux/PocketSphinxRecognizer.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Voices.h"
 
@@ -15,7 +15,7 @@
 #include <limits>
 #include <stdexcept>
 
-namespace sonvale::platform::linux {
+namespace sonvale::adapters::pocketsphinx {
 
 namespace {
 
@@ -76,7 +76,7 @@ double secondsOfContinuous(const PocketSphinxModel& model, const std::string& fi
 void recogniserAgainstPocketSphinx(benchmark::State& state) {
     const Recordings recordings;
     const auto model = PocketSphinxModel::english(PocketSphinxRecognizers::installedModelDirectory());
-    FfmpegAudioFiles files;
+    ffmpeg::FfmpegAudioFiles files;
     const std::atomic<bool> isCancelled = false;
     const double residentBefore = residentMegabytes();
     PocketSphinxDecoder decoder(model);
@@ -112,7 +112,7 @@ BENCHMARK(recogniserAgainstPocketSphinx)
 /// Key down waits for this.
 void recordingFileIsMade(benchmark::State& state) {
     const tests::TemporaryDirectory directory;
-    FfmpegAudioFiles files;
+    ffmpeg::FfmpegAudioFiles files;
     const auto path = std::filesystem::path(directory.path()) / "a.m4a";
     for (auto _ : state) {
         auto writer = files.create(path, {48000, 2});
@@ -128,8 +128,8 @@ BENCHMARK(recordingFileIsMade)->Unit(benchmark::kMicrosecond);
 /// The text waits for this after key up: what is left to encode of a 4 s dictation, and the container.
 void recordingIsClosed(benchmark::State& state) {
     const tests::TemporaryDirectory directory;
-    FfmpegAudioFiles files;
-    const AudioFormat format{48000, 2};
+    ffmpeg::FfmpegAudioFiles files;
+    const platform::AudioFormat format{48000, 2};
     const auto path = std::filesystem::path(directory.path()) / "a.m4a";
     const auto audio = files.read(tests::voiceFile(tests::voices().front().name), format);
     for (auto _ : state) {
@@ -137,7 +137,7 @@ void recordingIsClosed(benchmark::State& state) {
         auto writer = files.create(path, format);
         writer->write(audio);
         tests::pauseMilliseconds(500);
-        writer->write(std::make_shared<PcmBuffer>(format, 1024));
+        writer->write(std::make_shared<platform::PcmBuffer>(format, 1024));
         state.ResumeTiming();
         writer->close();
         state.PauseTiming();
@@ -151,8 +151,8 @@ BENCHMARK(recordingIsClosed)->Iterations(bench::rounds(10))->UseRealTime()->Unit
 /// The recogniser's thread does this before its own work: a 4 s recording to the samples that it takes.
 void recordingIsRead(benchmark::State& state) {
     const tests::TemporaryDirectory directory;
-    FfmpegAudioFiles files;
-    const AudioFormat format{48000, 2};
+    ffmpeg::FfmpegAudioFiles files;
+    const platform::AudioFormat format{48000, 2};
     const auto path = std::filesystem::path(directory.path()) / "a.m4a";
     auto writer = files.create(path, format);
     writer->write(files.read(tests::voiceFile(tests::voices().front().name), format));
@@ -164,4 +164,4 @@ BENCHMARK(recordingIsRead)->Unit(benchmark::kMillisecond);
 
 } // namespace
 
-} // namespace sonvale::platform::linux
+} // namespace sonvale::adapters::pocketsphinx

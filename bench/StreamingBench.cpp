@@ -1,6 +1,6 @@
+#include "adapters/ffmpeg/SoxrSampleRateConverter.h"
 #include "bench/Rounds.h"
 
-#include "platform/linux/SoxrSampleRateConverter.h"
 #include "runtime/SystemClock.h"
 #include "runtime/TaskPool.h"
 #include "tests/fakes/FakeUrlSessions.h"
@@ -27,7 +27,7 @@ void appendAudio(benchmark::State& state) {
     auto registry = std::make_shared<runtime::TaskRegistry>();
     runtime::TaskPool pool(2, registry);
     tests::FakeUrlSessions sessions;
-    platform::linux::SoxrSampleRateConverters converters;
+    adapters::ffmpeg::SoxrSampleRateConverters converters;
     services::ServiceAddresses addresses;
     addresses.key = "key";
     auto engine = std::make_shared<transcription::RealtimeTranscriptionEngine>(

@@ -1,28 +1,62 @@
-# One folder under src/ is one layer and one static library. The layers that it may use are named
-# here and checked again, file by file, by tools/check-layers.
+# One folder under src/ is one layer and one static library. cmake/layers.txt says which layers a layer may include.
 
-function(sonvale_layer NAME)
-  cmake_parse_arguments(ARG "QT" "FOLDER" "USES" ${ARGN})
-  if(NOT ARG_FOLDER)
-    set(ARG_FOLDER ${NAME})
+set(SONVALE_LAYER_TABLE ${CMAKE_SOURCE_DIR}/cmake/layers.txt)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${SONVALE_LAYER_TABLE})
+
+# The target of the layer FOLDER.
+function(sonvale_layer_target FOLDER RESULT)
+  string(REPLACE "/" "_" target "sonvale_${FOLDER}")
+  set(${RESULT} ${target} PARENT_SCOPE)
+endfunction()
+
+# The targets of the layers that FOLDER names in the table.
+function(sonvale_layers_below FOLDER RESULT)
+  file(STRINGS ${SONVALE_LAYER_TABLE} row REGEX "^${FOLDER}:")
+  if(NOT row)
+    message(FATAL_ERROR "${SONVALE_LAYER_TABLE} has no layer ${FOLDER}.")
   endif()
-  string(REPLACE "/" "_" target "sonvale_${ARG_FOLDER}")
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/${ARG_FOLDER}/*.cpp)
-  file(GLOB headers CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/${ARG_FOLDER}/*.h)
+  string(REGEX REPLACE "^[^:]*:" "" row "${row}")
+  string(STRIP "${row}" row)
+  separate_arguments(folders UNIX_COMMAND "${row}")
+  set(targets)
+  foreach(folder IN LISTS folders)
+    sonvale_layer_target(${folder} target)
+    list(APPEND targets ${target})
+  endforeach()
+  set(${RESULT} ${targets} PARENT_SCOPE)
+endfunction()
+
+# The targets of all adapters.
+function(sonvale_adapters RESULT)
+  file(STRINGS ${SONVALE_LAYER_TABLE} rows REGEX "^adapters/")
+  set(targets)
+  foreach(row IN LISTS rows)
+    string(REGEX REPLACE ":.*" "" folder "${row}")
+    sonvale_layer_target(${folder} target)
+    list(APPEND targets ${target})
+  endforeach()
+  set(${RESULT} ${targets} PARENT_SCOPE)
+endfunction()
+
+# Adds the library of the layer FOLDER, which also uses these LIBRARIES.
+function(sonvale_layer FOLDER)
+  cmake_parse_arguments(ARG "QT" "" "LIBRARIES" ${ARGN})
+  sonvale_layer_target(${FOLDER} target)
+  sonvale_layers_below(${FOLDER} below)
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/${FOLDER}/*.cpp)
+  file(GLOB headers CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/src/${FOLDER}/*.h)
+  set(scope PUBLIC)
   if(sources)
     add_library(${target} STATIC ${sources} ${headers})
-    target_include_directories(${target} PUBLIC ${CMAKE_SOURCE_DIR}/src)
-    target_link_libraries(${target} PUBLIC ${ARG_USES} Boost::headers fmt::fmt nlohmann_json::nlohmann_json
-                                           Threads::Threads)
-    target_compile_definitions(${target} PUBLIC BOOST_ASIO_NO_DEPRECATED BOOST_ASIO_DISABLE_BOOST_COROUTINE)
     sonvale_precompile(${target} ${ARG_QT})
   else()
     add_library(${target} INTERFACE)
-    target_include_directories(${target} INTERFACE ${CMAKE_SOURCE_DIR}/src)
-    target_link_libraries(${target} INTERFACE ${ARG_USES} Boost::headers fmt::fmt nlohmann_json::nlohmann_json
-                                              Threads::Threads)
-    target_compile_definitions(${target} INTERFACE BOOST_ASIO_NO_DEPRECATED BOOST_ASIO_DISABLE_BOOST_COROUTINE)
+    set(scope INTERFACE)
   endif()
+  target_include_directories(${target} ${scope} ${CMAKE_SOURCE_DIR}/src)
+  target_link_libraries(${target} ${scope} ${below} ${ARG_LIBRARIES} Boost::headers fmt::fmt nlohmann_json::nlohmann_json
+                                           Threads::Threads)
+  target_compile_definitions(${target} ${scope} BOOST_ASIO_NO_DEPRECATED BOOST_ASIO_DISABLE_BOOST_COROUTINE)
 endfunction()
 
 # Uses the precompiled header that the folder has chosen in SONVALE_PCH. Targets with Qt share it: the header includes

@@ -1,10 +1,10 @@
+#include "adapters/qt/QtMainContext.h"
+#include "adapters/x11/SyntheticKeyLedger.h"
+#include "adapters/x11/X11EventTap.h"
 #include "bench/Rounds.h"
 
 #include "hotkeys/HotkeyBindingStore.h"
 #include "hotkeys/HotkeyManager.h"
-#include "platform/linux/SyntheticKeyLedger.h"
-#include "platform/linux/X11EventTap.h"
-#include "platform/qt/QtMainContext.h"
 #include "runtime/SystemClock.h"
 #include "runtime/Task.h"
 #include "tests/support/ChildProcess.h"
@@ -30,9 +30,9 @@ void keyToAction(benchmark::State& state) {
     const PrivateDisplay display;
     const runtime::SystemClock clock;
     runtime::SystemClock timers;
-    platform::qt::QtMainContext main(timers, std::make_shared<runtime::TaskRegistry>());
-    platform::linux::X11EventTap tap(clock, std::make_shared<platform::linux::SyntheticKeyLedger>(),
-                                     display.name());
+    adapters::qt::QtMainContext main(timers, std::make_shared<runtime::TaskRegistry>());
+    adapters::x11::X11EventTap tap(clock, std::make_shared<adapters::x11::SyntheticKeyLedger>(),
+                                   display.name());
     hotkeys::HotkeyManager manager(main.actor(), timers, tap);
     manager.updateBindings(hotkeys::HotkeyBindingStore::defaults());
 

@@ -1,33 +1,34 @@
 #include "app/CompositionRoot.h"
 
+#include "adapters/ffmpeg/FfmpegAudioFiles.h"
+#include "adapters/ffmpeg/SoxrSampleRateConverter.h"
+#include "adapters/freedesktop/MprisMediaPlayers.h"
+#include "adapters/freedesktop/QtSessionLock.h"
+#include "adapters/freedesktop/XdgAutostart.h"
+#include "adapters/pocketsphinx/PocketSphinxRecognizer.h"
+#include "adapters/posix/LinuxSecureRandom.h"
+#include "adapters/pulse/PulseAudioEngine.h"
+#include "adapters/pulse/PulseCaptureAuthorization.h"
+#include "adapters/qt/QtApplication.h"
+#include "adapters/qt/QtMainContext.h"
+#include "adapters/qt/QtPathMonitor.h"
+#include "adapters/qt/QtUrlSession.h"
+#include "adapters/x11/SyntheticKeyLedger.h"
+#include "adapters/x11/X11AccessibilityTree.h"
+#include "adapters/x11/X11EventTap.h"
+#include "adapters/x11/X11NativeKeys.h"
+#include "adapters/x11/X11Pasteboard.h"
+#include "adapters/x11/X11SyntheticInput.h"
+#include "adapters/x11/X11Workspace.h"
+
 #include "app/FreedMemory.h"
 #include "base/Locale.h"
 #include "core/AppDelegate.h"
 #include "persistence/AuditLogger.h"
 #include "persistence/Settings.h"
-#include "platform/linux/FeedUpdater.h"
-#include "platform/linux/FfmpegAudioFiles.h"
-#include "platform/linux/LinuxSecureRandom.h"
-#include "platform/linux/PocketSphinxRecognizer.h"
-#include "platform/linux/PulseAudioEngine.h"
-#include "platform/linux/PulseCaptureAuthorization.h"
-#include "platform/linux/SoxrSampleRateConverter.h"
-#include "platform/linux/SyntheticKeyLedger.h"
-#include "platform/linux/X11AccessibilityTree.h"
-#include "platform/linux/X11EventTap.h"
-#include "platform/linux/X11NativeKeys.h"
-#include "platform/linux/X11Pasteboard.h"
-#include "platform/linux/X11SyntheticInput.h"
-#include "platform/linux/X11Workspace.h"
-#include "platform/linux/XdgAutostart.h"
-#include "platform/qt/MprisMediaPlayers.h"
-#include "platform/qt/QtApplication.h"
-#include "platform/qt/QtMainContext.h"
-#include "platform/qt/QtPathMonitor.h"
-#include "platform/qt/QtSessionLock.h"
-#include "platform/qt/QtUrlSession.h"
 #include "runtime/SystemClock.h"
 #include "runtime/TaskPool.h"
+#include "services/FeedUpdater.h"
 #include "services/ServiceAddresses.h"
 #include "ui/DashboardWindow.h"
 #include "ui/FloatingPanelController.h"
@@ -74,43 +75,42 @@ struct CompositionRoot::Parts {
     runtime::SystemClock clock;
     std::shared_ptr<runtime::TaskRegistry> registry = std::make_shared<runtime::TaskRegistry>();
     runtime::TaskPool pool{poolThreads, registry};
-    platform::qt::QtMainContext mainContext{clock, registry};
+    adapters::qt::QtMainContext mainContext{clock, registry};
 
     persistence::Settings settings{directories.configuration / "com.sonvale.app" / "defaults.json"};
     persistence::AuditLogger auditLogger{pool.makeSerialActor("com.sonvale.app.auditlogger"), clock,
                                          directories.applicationSupport};
 
-    std::shared_ptr<platform::linux::SyntheticKeyLedger> keyLedger =
-        std::make_shared<platform::linux::SyntheticKeyLedger>();
-    platform::linux::X11EventTap eventTap{clock, keyLedger};
-    platform::linux::X11Pasteboard pasteboard{clock};
-    platform::linux::X11SyntheticInput syntheticInput{clock, keyLedger,
-                                                      [this] { pasteboard.offerPrimary(); }};
-    platform::linux::X11Workspace workspace{clock};
-    platform::linux::X11AccessibilityTree accessibilityTree{clock};
-    platform::linux::PulseAudioEngines audioEngines;
-    platform::linux::PulseCaptureAuthorization captureAuthorization;
-    platform::linux::FfmpegAudioFiles audioFiles;
-    platform::linux::PocketSphinxRecognizers speechRecognizers{audioFiles};
-    platform::linux::SoxrSampleRateConverters sampleRateConverters;
-    platform::linux::LinuxSecureRandom secureRandom;
-    platform::qt::QtUrlSessions urlSessions;
-    platform::qt::QtPathMonitor pathMonitor;
-    platform::qt::MprisMediaPlayers mediaPlayers;
-    platform::qt::QtSessionLock sessionLock;
-    platform::qt::QtApplication application;
+    std::shared_ptr<adapters::x11::SyntheticKeyLedger> keyLedger =
+        std::make_shared<adapters::x11::SyntheticKeyLedger>();
+    adapters::x11::X11EventTap eventTap{clock, keyLedger};
+    adapters::x11::X11Pasteboard pasteboard{clock};
+    adapters::x11::X11SyntheticInput syntheticInput{clock, keyLedger, [this] { pasteboard.offerPrimary(); }};
+    adapters::x11::X11Workspace workspace{clock};
+    adapters::x11::X11AccessibilityTree accessibilityTree{clock};
+    adapters::pulse::PulseAudioEngines audioEngines;
+    adapters::pulse::PulseCaptureAuthorization captureAuthorization;
+    adapters::ffmpeg::FfmpegAudioFiles audioFiles;
+    adapters::pocketsphinx::PocketSphinxRecognizers speechRecognizers{audioFiles};
+    adapters::ffmpeg::SoxrSampleRateConverters sampleRateConverters;
+    adapters::posix::LinuxSecureRandom secureRandom;
+    adapters::qt::QtUrlSessions urlSessions;
+    adapters::qt::QtPathMonitor pathMonitor;
+    adapters::freedesktop::MprisMediaPlayers mediaPlayers;
+    adapters::freedesktop::QtSessionLock sessionLock;
+    adapters::qt::QtApplication application;
     ui::FloatingPanelController floatingPanel{clock};
-    platform::linux::X11NativeKeys nativeKeys;
-    platform::linux::XdgAutostart loginItem{
-        platform::linux::XdgAutostart::Environment::ofThisProcess(directories.configuration)};
+    adapters::x11::X11NativeKeys nativeKeys;
+    adapters::freedesktop::XdgAutostart loginItem{
+        adapters::freedesktop::XdgAutostart::Environment::ofThisProcess(directories.configuration)};
 
     services::BundleInfo bundle = services::BundleInfo::load(infoFile(directories));
-    platform::linux::FeedUpdater updater{{.main = mainContext.actor(),
-                                          .clock = clock,
-                                          .urlSessions = urlSessions,
-                                          .workspace = workspace,
-                                          .feed = textOf(bundle, services::BundleInfo::updateFeedURL),
-                                          .version = textOf(bundle, services::BundleInfo::shortVersion)}};
+    services::FeedUpdater updater{{.main = mainContext.actor(),
+                                   .clock = clock,
+                                   .urlSessions = urlSessions,
+                                   .workspace = workspace,
+                                   .feed = textOf(bundle, services::BundleInfo::updateFeedURL),
+                                   .version = textOf(bundle, services::BundleInfo::shortVersion)}};
 
     std::optional<core::Environment> environment;
     std::unique_ptr<core::AppDelegate> delegate;

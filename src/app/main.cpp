@@ -1,8 +1,9 @@
+#include "adapters/freedesktop/XdgDirectories.h"
+
 #include "app/CompositionRoot.h"
 #include "app/FreedMemory.h"
 #include "app/SingleInstance.h"
 #include "app/TerminationSignals.h"
-#include "platform/linux/XdgDirectories.h"
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -29,7 +30,7 @@ int main(int argc, char** argv) {
     QApplication::setDesktopFileName(QStringLiteral("com.sonvale.app"));
     QApplication::setQuitOnLastWindowClosed(false);
 
-    const auto directories = platform::linux::XdgDirectories::resolve();
+    const auto directories = adapters::freedesktop::XdgDirectories::resolve();
     const char* display = std::getenv("DISPLAY");
     app::SingleInstance instance(directories.temporary, display ? display : "");
     if (!instance.isFirst()) {

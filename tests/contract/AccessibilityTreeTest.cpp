@@ -1,4 +1,5 @@
-#include "platform/linux/X11AccessibilityTree.h"
+#include "adapters/x11/X11AccessibilityTree.h"
+
 #include "runtime/SystemClock.h"
 #include "tests/contract/AccessibilityTreeContract.h"
 #include "tests/contract/AccessibleSession.h"
@@ -87,23 +88,23 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(X11AccessibilityTree, IsNotTrustedWithoutXTest) {
     const PrivateDisplay display(WindowManager::none, {"-extension", "XTEST"});
     runtime::SystemClock clock;
-    EXPECT_FALSE(platform::linux::X11AccessibilityTree(clock, display.name()).isTrusted());
+    EXPECT_FALSE(adapters::x11::X11AccessibilityTree(clock, display.name()).isTrusted());
 }
 
 TEST(X11AccessibilityTree, IsNotTrustedWithoutAServer) {
     runtime::SystemClock clock;
-    EXPECT_FALSE(platform::linux::X11AccessibilityTree(clock, ":65000").isTrusted());
+    EXPECT_FALSE(adapters::x11::X11AccessibilityTree(clock, ":65000").isTrusted());
 }
 
 TEST(X11AccessibilityTree, SaysWhatIsMissingWhereTheUserIsToBeTold) {
     const PrivateDisplay display(WindowManager::none, {"-extension", "XTEST"});
     runtime::SystemClock clock;
     const LogCapture log;
-    platform::linux::X11AccessibilityTree withoutExtension(clock, display.name());
+    adapters::x11::X11AccessibilityTree withoutExtension(clock, display.name());
     EXPECT_FALSE(withoutExtension.isTrusted());
     EXPECT_TRUE(log.lines().empty());
     EXPECT_FALSE(withoutExtension.isTrustedWithPrompt());
-    EXPECT_FALSE(platform::linux::X11AccessibilityTree(clock, ":65000").isTrustedWithPrompt());
+    EXPECT_FALSE(adapters::x11::X11AccessibilityTree(clock, ":65000").isTrustedWithPrompt());
     ASSERT_EQ(log.lines().size(), 2);
     EXPECT_EQ(log.lines()[0].text,
               "Nothing can be typed into other programs: the X server has no XTEST, or does not answer");
@@ -114,7 +115,7 @@ TEST(X11AccessibilityTree, SaysWhatIsMissingWhereTheUserIsToBeTold) {
 TEST(X11AccessibilityTree, DoesNotHangWhenTheServerDoes) {
     const PrivateDisplay display;
     runtime::SystemClock clock;
-    platform::linux::X11AccessibilityTree tree(clock, display.name());
+    adapters::x11::X11AccessibilityTree tree(clock, display.name());
     ASSERT_TRUE(tree.isTrusted());
     display.signalServer(SIGSTOP);
     const double start = monotonicSeconds();
@@ -130,7 +131,7 @@ TEST(X11AccessibilityTree, LeavesTheUsersSelectionsAlone) {
     const SelectionOwner primary(display.name(), {{"UTF8_STRING", bytes("marked")}},
                                  {.selection = "PRIMARY"});
     runtime::SystemClock clock;
-    EXPECT_TRUE(platform::linux::X11AccessibilityTree(clock, display.name()).isTrusted());
+    EXPECT_TRUE(adapters::x11::X11AccessibilityTree(clock, display.name()).isTrusted());
     pauseMilliseconds(30);
     EXPECT_TRUE(clipboard.isOwner());
     EXPECT_TRUE(primary.isOwner());

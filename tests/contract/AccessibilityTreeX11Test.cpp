@@ -1,4 +1,5 @@
-#include "platform/linux/X11EventTap.h"
+#include "adapters/x11/X11EventTap.h"
+
 #include "tests/contract/AccessibleSession.h"
 #include "tests/support/TapRecorder.h"
 
@@ -139,7 +140,7 @@ TEST_F(X11SelectedText, DoesNotWaitForABusThatHangs) {
     const Editor editor(display.name(), Program::mousepad);
     const SilentBus bus;
     const runtime::SystemClock clock;
-    platform::linux::X11AccessibilityTree tree(clock, display.name(), "unix:path=" + bus.path());
+    adapters::x11::X11AccessibilityTree tree(clock, display.name(), "unix:path=" + bus.path());
     EXPECT_EQ(tree.selectedText(), std::nullopt);
     const int descriptors = openDescriptors();
     for (int i = 0; i < 10; ++i) {
@@ -159,11 +160,11 @@ TEST_F(X11SelectedText, IsAbsentWithoutABusAndStartsNone) {
               0);
 
     const runtime::SystemClock clock;
-    platform::linux::X11AccessibilityTree lonely(clock, session.display(), "unix:path=/nowhere/bus");
+    adapters::x11::X11AccessibilityTree lonely(clock, session.display(), "unix:path=/nowhere/bus");
     EXPECT_EQ(lonely.selectedText(), std::nullopt);
-    platform::linux::X11AccessibilityTree confused(clock, session.display(), "no address at all");
+    adapters::x11::X11AccessibilityTree confused(clock, session.display(), "no address at all");
     EXPECT_EQ(confused.selectedText(), std::nullopt);
-    platform::linux::X11AccessibilityTree blind(clock, ":65000", "unix:path=/nowhere/bus");
+    adapters::x11::X11AccessibilityTree blind(clock, ":65000", "unix:path=/nowhere/bus");
     EXPECT_EQ(blind.selectedText(), std::nullopt);
 }
 
@@ -215,8 +216,8 @@ TEST_F(X11SelectedText, IsThereAtTheMomentOfAShortcutThatIsKeptFromTheEditor) {
         TapRecorder recorder;
         const platform::KeyCombination shortcut{49, platform::modifier::option};
         recorder.swallow(shortcut);
-        platform::linux::X11EventTap tap(clock, std::make_shared<platform::linux::SyntheticKeyLedger>(),
-                                         session.display());
+        adapters::x11::X11EventTap tap(clock, std::make_shared<adapters::x11::SyntheticKeyLedger>(),
+                                       session.display());
         tap.setSwallowable({shortcut});
         ASSERT_TRUE(tap.start(recorder.callback()));
         session.open(program, "one two");

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "platform/linux/X11AccessibilityTree.h"
+#include "adapters/x11/X11AccessibilityTree.h"
+
 #include "tests/support/Accessibility.h"
 #include "tests/support/Editors.h"
 #include "tests/support/PrivateBus.h"
@@ -69,7 +70,7 @@ public:
     const std::map<std::string, std::string>& environment() const { return environment_; }
     TestKeyboard& keyboard() { return *keyboard_; }
     Editor& editor() { return *editor_; }
-    platform::linux::X11AccessibilityTree& tree() { return tree_; }
+    adapters::x11::X11AccessibilityTree& tree() { return tree_; }
 
 private:
     static constexpr double slowness = 50;
@@ -92,7 +93,7 @@ private:
     std::unique_ptr<TestKeyboard> keyboard_ =
         std::make_unique<TestKeyboard>(display(), TestKeyboard::Source::hardware);
     std::unique_ptr<Editor> editor_;
-    platform::linux::X11AccessibilityTree tree_{clock_, display(), bus_.address()};
+    adapters::x11::X11AccessibilityTree tree_{clock_, display(), bus_.address()};
 };
 
 } // namespace sonvale::tests

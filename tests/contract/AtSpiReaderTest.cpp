@@ -1,4 +1,4 @@
-#include "platform/linux/AtSpiReader.h"
+#include "adapters/freedesktop/AtSpiReader.h"
 
 #include "runtime/SystemClock.h"
 #include "tests/support/PrivateBus.h"
@@ -11,7 +11,7 @@
 #include <map>
 #include <thread>
 
-namespace sonvale::platform::linux {
+namespace sonvale::adapters::freedesktop {
 
 namespace {
 
@@ -227,4 +227,4 @@ TEST(AtSpiReader, PassesOverNamesThatCannotBeOnes) {
     }
 }
 
-} // namespace sonvale::platform::linux
+} // namespace sonvale::adapters::freedesktop

@@ -1,4 +1,5 @@
-#include "platform/linux/FfmpegAudioFiles.h"
+#include "adapters/ffmpeg/FfmpegAudioFiles.h"
+
 #include "tests/fakes/FakeAudioFiles.h"
 
 #include <gtest/gtest.h>
@@ -20,7 +21,7 @@ bool isTaken(const FakeAudioFiles& /*files*/, const std::weak_ptr<platform::PcmB
 }
 
 /// By a limit on the size of files, which refuses a write as a full disk does, and needs no mount.
-void refuseWrites(platform::linux::FfmpegAudioFiles& /*files*/, bool refuses) {
+void refuseWrites(adapters::ffmpeg::FfmpegAudioFiles& /*files*/, bool refuses) {
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit limit{};
     getrlimit(RLIMIT_FSIZE, &limit);
@@ -28,7 +29,7 @@ void refuseWrites(platform::linux::FfmpegAudioFiles& /*files*/, bool refuses) {
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
 }
 
-bool isTaken(const platform::linux::FfmpegAudioFiles& /*files*/,
+bool isTaken(const adapters::ffmpeg::FfmpegAudioFiles& /*files*/,
              const std::weak_ptr<platform::PcmBuffer>& buffer) {
     return buffer.expired();
 }
@@ -40,7 +41,7 @@ bool isTaken(const platform::linux::FfmpegAudioFiles& /*files*/,
 
 namespace sonvale::tests {
 
-using MakersOfAudioFiles = testing::Types<FakeAudioFiles, platform::linux::FfmpegAudioFiles>;
+using MakersOfAudioFiles = testing::Types<FakeAudioFiles, adapters::ffmpeg::FfmpegAudioFiles>;
 INSTANTIATE_TYPED_TEST_SUITE_P(Makers, AudioFilesContract, MakersOfAudioFiles);
 
 } // namespace sonvale::tests

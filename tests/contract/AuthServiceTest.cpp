@@ -1,7 +1,8 @@
 #include "services/AuthService.h"
 
+#include "adapters/qt/QtUrlSession.h"
+
 #include "persistence/SettingsKeys.h"
-#include "platform/qt/QtUrlSession.h"
 #include "runtime/SystemClock.h"
 #include "tests/contract/NetworkTasks.h"
 #include "tests/support/Accounts.h"
@@ -60,7 +61,7 @@ protected:
     TemporaryDirectory directory;
     persistence::Settings settings{directory.path() + "/own/defaults.json"};
     runtime::SystemClock clock;
-    platform::qt::QtUrlSessions sessions;
+    adapters::qt::QtUrlSessions sessions;
     std::shared_ptr<AuthService> service;
     NetworkTasks tasks;
 

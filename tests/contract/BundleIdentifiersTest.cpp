@@ -1,8 +1,8 @@
-#include "platform/linux/BundleIdentifiers.h"
+#include "adapters/freedesktop/BundleIdentifiers.h"
 
 #include <gtest/gtest.h>
 
-namespace sonvale::platform::linux {
+namespace sonvale::adapters::freedesktop {
 
 namespace {
 
@@ -195,4 +195,4 @@ TEST(BundleIdentifiers, HasNoneForAWindowWithoutAClass) {
     EXPECT_EQ(knownBundleIdentifier("code.desktop.desktop"), std::nullopt);
 }
 
-} // namespace sonvale::platform::linux
+} // namespace sonvale::adapters::freedesktop

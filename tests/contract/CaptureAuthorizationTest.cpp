@@ -1,4 +1,5 @@
-#include "platform/linux/PulseCaptureAuthorization.h"
+#include "adapters/pulse/PulseCaptureAuthorization.h"
+
 #include "tests/fakes/FakeCaptureAuthorization.h"
 #include "tests/support/PrivateSound.h"
 
@@ -15,9 +16,9 @@
 
 namespace sonvale::tests {
 
+using adapters::pulse::PulseCaptureAuthorization;
 using platform::CaptureStatus;
 using platform::RecordPermission;
-using platform::linux::PulseCaptureAuthorization;
 
 namespace {
 

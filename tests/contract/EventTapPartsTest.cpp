@@ -1,14 +1,15 @@
+#include "adapters/x11/HeldKeys.h"
+#include "adapters/x11/KeyChord.h"
+#include "adapters/x11/SyntheticKeyLedger.h"
+#include "adapters/x11/X11KeyCodes.h"
+#include "adapters/x11/X11KeyboardMap.h"
+
 #include "platform/EventTap.h"
-#include "platform/linux/HeldKeys.h"
-#include "platform/linux/KeyChord.h"
-#include "platform/linux/SyntheticKeyLedger.h"
-#include "platform/linux/X11KeyCodes.h"
-#include "platform/linux/X11KeyboardMap.h"
 
 #include <X11/keysym.h>
 #include <gtest/gtest.h>
 
-namespace sonvale::platform::linux {
+namespace sonvale::adapters::x11 {
 
 namespace {
 
@@ -55,7 +56,7 @@ X11KeyboardMap keyboardMap(int group = 0) {
 
 const auto nothingHeld = [](std::uint8_t) { return false; };
 
-constexpr KeyChord paste{XK_v, letterV, modifier::control, false};
+constexpr KeyChord paste{XK_v, letterV, platform::modifier::control, false};
 
 std::vector<KeyStroke> strokesWith(const KeyChord& chord, const std::vector<xcb_keycode_t>& held,
                                    int group = 0) {
@@ -99,7 +100,7 @@ TEST(HeldKeys, KeepsAFlagUntilBothKeysAreLetGo) {
     held.press(laptop, leftAlt);
     held.press(external, leftAlt);
     held.release(laptop, leftAlt, keyboards());
-    EXPECT_EQ(held.flags(map), modifier::option);
+    EXPECT_EQ(held.flags(map), platform::modifier::option);
     held.release(external, leftAlt, keyboards());
     EXPECT_EQ(held.flags(map), 0u);
 }
@@ -109,7 +110,7 @@ TEST(HeldKeys, DoesNotLetAProgramReleaseWhatTheHandHolds) {
     HeldKeys held;
     held.press(laptop, leftAlt);
     held.release(xtest, leftAlt, keyboards());
-    EXPECT_EQ(held.flags(map), modifier::option);
+    EXPECT_EQ(held.flags(map), platform::modifier::option);
 
     held.press(xtest, leftAlt);
     held.release(laptop, leftAlt, keyboards());
@@ -122,7 +123,7 @@ TEST(HeldKeys, ForgetsTheKeysOfAKeyboardThatIsGone) {
     held.press(laptop, leftShift);
     EXPECT_TRUE(held.dropKeyboard(external));
     EXPECT_FALSE(held.dropKeyboard(external));
-    EXPECT_EQ(held.flags(keyboardMap()), modifier::shift);
+    EXPECT_EQ(held.flags(keyboardMap()), platform::modifier::shift);
 }
 
 TEST(SyntheticKeyLedger, StrikesOutItsOwnStrokesInOrderAndNothingElse) {
@@ -206,7 +207,8 @@ TEST(KeyChord, LetsOtherModifiersGoAfterItsOwnAreDownAndDoesNotPressThemAgain) {
 
 TEST(KeyChord, UsesModifiersThatAreHeldAlreadyAndLeavesThem) {
     EXPECT_EQ(strokesWith(paste, {leftControl}), (Strokes{{letterV, true}, {letterV, false}}));
-    const KeyChord terminalPaste{XK_v, letterV, modifier::control | modifier::shift, false};
+    const KeyChord terminalPaste{XK_v, letterV, platform::modifier::control | platform::modifier::shift,
+                                 false};
     EXPECT_EQ(strokesWith(terminalPaste, {leftShift}),
               (Strokes{{leftControl, true}, {letterV, true}, {letterV, false}, {leftControl, false}}));
 }
@@ -222,22 +224,23 @@ TEST(KeyChord, LeavesLocksAlone) {
 
 TEST(KeyChord, LooksTheSignUpInTheLayoutInUse) {
     EXPECT_EQ(strokesWith(paste, {leftControl}, 1), (Strokes{{60, true}, {60, false}}));
-    const KeyChord unknown{XK_Greek_alpha, 99, modifier::control, false};
+    const KeyChord unknown{XK_Greek_alpha, 99, platform::modifier::control, false};
     EXPECT_EQ(strokesWith(unknown, {leftControl}), (Strokes{{99, true}, {99, false}}));
-    const KeyChord underscore{XK_underscore, minusKey, modifier::control, true};
+    const KeyChord underscore{XK_underscore, minusKey, platform::modifier::control, true};
     EXPECT_EQ(strokesWith(underscore, {leftControl}),
               (Strokes{{leftShift, true}, {minusKey, true}, {minusKey, false}, {leftShift, false}}));
 }
 
 TEST(X11KeyboardMap, TellsTheServersModifiersAndLocks) {
     const auto map = keyboardMap();
-    EXPECT_EQ(map.serverModifiers(modifier::option | modifier::shift), XCB_MOD_MASK_1 | XCB_MOD_MASK_SHIFT);
-    EXPECT_EQ(map.serverModifiers(modifier::command), XCB_MOD_MASK_4);
+    EXPECT_EQ(map.serverModifiers(platform::modifier::option | platform::modifier::shift),
+              XCB_MOD_MASK_1 | XCB_MOD_MASK_SHIFT);
+    EXPECT_EQ(map.serverModifiers(platform::modifier::command), XCB_MOD_MASK_4);
     EXPECT_EQ(map.lockCombinations(), (std::vector<std::uint8_t>{0, 2, 16, 18}));
-    EXPECT_EQ(X11KeyboardMap().serverModifiers(modifier::option), std::nullopt);
+    EXPECT_EQ(X11KeyboardMap().serverModifiers(platform::modifier::option), std::nullopt);
     EXPECT_EQ(map.unusedKeycode(), 8);
     EXPECT_EQ(map.modifierOf(rightAlt), 0u) << "AltGr types signs";
     EXPECT_TRUE(map.isStateKey(rightAlt));
 }
 
-} // namespace sonvale::platform::linux
+} // namespace sonvale::adapters::x11

@@ -1,5 +1,6 @@
-#include "platform/linux/X11EventTap.h"
-#include "platform/linux/X11KeyCodes.h"
+#include "adapters/x11/X11EventTap.h"
+#include "adapters/x11/X11KeyCodes.h"
+
 #include "runtime/SystemClock.h"
 #include "tests/contract/EventTapContract.h"
 #include "tests/fakes/FakeEventTap.h"
@@ -74,7 +75,7 @@ class X11Bench {
 public:
     platform::EventTap& tap() { return *tap_; }
 
-    void forbid() { tap_ = std::make_unique<platform::linux::X11EventTap>(clock_, ledger_, ":9999"); }
+    void forbid() { tap_ = std::make_unique<adapters::x11::X11EventTap>(clock_, ledger_, ":9999"); }
     void settle() {}
 
     void waitForSwallowables() {
@@ -85,11 +86,11 @@ public:
         pauseMilliseconds(100);
     }
 
-    void down(int keyCode) { keyboard_.downKeycode(platform::linux::keycodesOf(keyCode).front()); }
-    void up(int keyCode) { keyboard_.upKeycode(platform::linux::keycodesOf(keyCode).front()); }
+    void down(int keyCode) { keyboard_.downKeycode(adapters::x11::keycodesOf(keyCode).front()); }
+    void up(int keyCode) { keyboard_.upKeycode(adapters::x11::keycodesOf(keyCode).front()); }
 
     bool reachesApplication(int keyCode) {
-        const auto keycode = platform::linux::keycodesOf(keyCode).front();
+        const auto keycode = adapters::x11::keycodesOf(keyCode).front();
         const int before = window_.presses(keycode);
         down(keyCode);
         const bool hasArrived = eventually(0.4, [&] { return window_.presses(keycode) > before; });
@@ -100,7 +101,7 @@ public:
     void takeForGood(platform::KeyCombination combination) {
         constexpr unsigned int alt = 8; // Mod1
         ASSERT_EQ(combination.modifiers, platform::modifier::option);
-        const auto keycode = platform::linux::keycodesOf(combination.keyCode).front();
+        const auto keycode = adapters::x11::keycodesOf(combination.keyCode).front();
         foreign_ = std::make_unique<ForeignGrab>(display_.name(), ForeignGrab::Kind::xi2, keycode, alt);
     }
 
@@ -116,10 +117,10 @@ public:
 private:
     PrivateDisplay display_;
     runtime::SystemClock clock_;
-    std::shared_ptr<platform::linux::SyntheticKeyLedger> ledger_ =
-        std::make_shared<platform::linux::SyntheticKeyLedger>();
-    std::unique_ptr<platform::linux::X11EventTap> tap_ =
-        std::make_unique<platform::linux::X11EventTap>(clock_, ledger_, display_.name());
+    std::shared_ptr<adapters::x11::SyntheticKeyLedger> ledger_ =
+        std::make_shared<adapters::x11::SyntheticKeyLedger>();
+    std::unique_ptr<adapters::x11::X11EventTap> tap_ =
+        std::make_unique<adapters::x11::X11EventTap>(clock_, ledger_, display_.name());
     TestKeyboard keyboard_{display_.name(), TypedBy};
     KeyWindow window_{display_.name()};
     std::unique_ptr<ForeignGrab> foreign_;

@@ -15,10 +15,10 @@ namespace sonvale::tests {
 
 namespace {
 
+using adapters::x11::SyntheticKeyLedger;
+using adapters::x11::X11EventTap;
+using adapters::x11::X11SyntheticInput;
 using platform::KeyEvent;
-using platform::linux::SyntheticKeyLedger;
-using platform::linux::X11EventTap;
-using platform::linux::X11SyntheticInput;
 using Source = TestKeyboard::Source;
 using Type = KeyEvent::Type;
 

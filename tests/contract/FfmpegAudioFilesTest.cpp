@@ -1,6 +1,7 @@
-#include "platform/linux/FfmpegAudioFiles.h"
+#include "adapters/ffmpeg/FfmpegAudioFiles.h"
 
-#include "platform/linux/AacEncoder.h"
+#include "adapters/ffmpeg/AacEncoder.h"
+
 #include "tests/contract/AudioFilesContract.h"
 #include "tests/support/Voices.h"
 
@@ -61,7 +62,7 @@ protected:
     }
 
     TemporaryDirectory directory_;
-    platform::linux::FfmpegAudioFiles files_;
+    adapters::ffmpeg::FfmpegAudioFiles files_;
 };
 
 double threadCpuSeconds() {
@@ -295,7 +296,7 @@ TEST_F(FfmpegAudioFiles, ReadTenMinutesInAFewSeconds) {
     {
         // Without the writer's thread, which has 10 s to catch up with whoever writes faster than anybody
         // speaks.
-        platform::linux::AacEncoder encoder(path(), {48000, 1});
+        adapters::ffmpeg::AacEncoder encoder(path(), {48000, 1});
         const auto second = tone({48000, 1}, 48000);
         for (int i = 0; i < 600; ++i)
             encoder.encode(*second);

@@ -1,7 +1,8 @@
-#include "platform/linux/PulseCaptureAuthorization.h"
-#include "platform/linux/X11AccessibilityTree.h"
-#include "platform/linux/X11EventTap.h"
-#include "platform/linux/X11Workspace.h"
+#include "adapters/pulse/PulseCaptureAuthorization.h"
+#include "adapters/x11/X11AccessibilityTree.h"
+#include "adapters/x11/X11EventTap.h"
+#include "adapters/x11/X11Workspace.h"
+
 #include "runtime/SystemClock.h"
 #include "runtime/TaskPool.h"
 #include "services/PermissionsManager.h"
@@ -75,12 +76,12 @@ protected:
 private:
     PrivateDisplay display_;
     runtime::SystemClock clock_;
-    platform::linux::PulseCaptureAuthorization capture_{sound_.serverAddress()};
-    platform::linux::X11AccessibilityTree accessibility_{clock_, display_.name()};
-    platform::linux::X11EventTap eventTap_{clock_, std::make_shared<platform::linux::SyntheticKeyLedger>(),
-                                           display_.name()};
+    adapters::pulse::PulseCaptureAuthorization capture_{sound_.serverAddress()};
+    adapters::x11::X11AccessibilityTree accessibility_{clock_, display_.name()};
+    adapters::x11::X11EventTap eventTap_{clock_, std::make_shared<adapters::x11::SyntheticKeyLedger>(),
+                                         display_.name()};
     FakeSpeechRecognizers speech_;
-    platform::linux::X11Workspace workspace_{clock_, display_.name(), {"XFCE", programs_.path()}};
+    adapters::x11::X11Workspace workspace_{clock_, display_.name(), {"XFCE", programs_.path()}};
 
     const std::shared_ptr<runtime::TaskRegistry> registry_ = std::make_shared<runtime::TaskRegistry>();
     runtime::TaskPool pool_{2, registry_};

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "platform/linux/X11EventTap.h"
-#include "platform/linux/X11SyntheticInput.h"
+#include "adapters/x11/X11EventTap.h"
+#include "adapters/x11/X11SyntheticInput.h"
+
 #include "runtime/SystemClock.h"
 #include "tests/support/KeyWindow.h"
 #include "tests/support/PrivateDisplay.h"
@@ -53,11 +54,11 @@ struct KeyDesk {
 
     PrivateDisplay display;
     runtime::SystemClock clock;
-    std::shared_ptr<platform::linux::SyntheticKeyLedger> ledger =
-        std::make_shared<platform::linux::SyntheticKeyLedger>();
+    std::shared_ptr<adapters::x11::SyntheticKeyLedger> ledger =
+        std::make_shared<adapters::x11::SyntheticKeyLedger>();
     TapRecorder recorder;
-    platform::linux::X11EventTap tap{clock, ledger, display.name()};
-    platform::linux::X11SyntheticInput input{clock, ledger, {}, display.name()};
+    adapters::x11::X11EventTap tap{clock, ledger, display.name()};
+    adapters::x11::X11SyntheticInput input{clock, ledger, {}, display.name()};
     TestKeyboard xtest{display.name(), TestKeyboard::Source::xtest};
     TestKeyboard hardware{display.name(), TestKeyboard::Source::hardware};
     KeyWindow window;

@@ -1,5 +1,6 @@
-#include "platform/linux/DesktopEntry.h"
-#include "platform/linux/XdgAutostart.h"
+#include "adapters/freedesktop/DesktopEntry.h"
+#include "adapters/freedesktop/XdgAutostart.h"
+
 #include "tests/contract/LoginItemContract.h"
 #include "tests/fakes/FakeLoginItem.h"
 #include "tests/support/ChildProcess.h"
@@ -17,7 +18,7 @@ namespace sonvale::tests {
 namespace {
 
 namespace fs = std::filesystem;
-using platform::linux::XdgAutostart;
+using adapters::freedesktop::XdgAutostart;
 
 class FakeSubject {
 public:

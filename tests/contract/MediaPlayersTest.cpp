@@ -1,4 +1,5 @@
-#include "platform/qt/MprisMediaPlayers.h"
+#include "adapters/freedesktop/MprisMediaPlayers.h"
+
 #include "tests/contract/MediaPlayersContract.h"
 #include "tests/contract/ScriptedPlayer.h"
 #include "tests/fakes/FakeMediaPlayers.h"
@@ -15,7 +16,7 @@ namespace sonvale::tests {
 
 namespace {
 
-using platform::qt::MprisMediaPlayers;
+using adapters::freedesktop::MprisMediaPlayers;
 
 bool comesToHold(const std::function<bool()>& condition) {
     return eventually(10, [&] {

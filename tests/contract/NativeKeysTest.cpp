@@ -1,4 +1,5 @@
-#include "platform/linux/X11NativeKeys.h"
+#include "adapters/x11/X11NativeKeys.h"
+
 #include "tests/fakes/FakeNativeKeys.h"
 #include "tests/support/PrivateDisplay.h"
 #include "tests/support/TestKeyboard.h"
@@ -69,7 +70,7 @@ REGISTER_TYPED_TEST_SUITE_P(NativeKeysContract, KnowsTheLettersByTheirPlace,
 
 } // namespace
 
-using NativeKeysKinds = testing::Types<FakeNativeKeys, platform::linux::X11NativeKeys>;
+using NativeKeysKinds = testing::Types<FakeNativeKeys, adapters::x11::X11NativeKeys>;
 INSTANTIATE_TYPED_TEST_SUITE_P(Kinds, NativeKeysContract, NativeKeysKinds);
 
 } // namespace sonvale::tests

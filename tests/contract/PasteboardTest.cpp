@@ -1,4 +1,5 @@
-#include "platform/linux/X11Pasteboard.h"
+#include "adapters/x11/X11Pasteboard.h"
+
 #include "runtime/SystemClock.h"
 #include "tests/contract/PasteboardContract.h"
 #include "tests/fakes/FakePasteboard.h"
@@ -63,7 +64,7 @@ private:
 
     runtime::SystemClock clock_;
     std::unique_ptr<PrivateDisplay> display_ = std::make_unique<PrivateDisplay>();
-    platform::linux::X11Pasteboard pasteboard_{clock_, display_->name()};
+    adapters::x11::X11Pasteboard pasteboard_{clock_, display_->name()};
     std::unique_ptr<SelectionOwner> owner_;
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "platform/linux/X11Pasteboard.h"
+#include "adapters/x11/X11Pasteboard.h"
+
 #include "runtime/SystemClock.h"
 #include "tests/support/PrivateDisplay.h"
 #include "tests/support/SelectionOwner.h"
@@ -12,7 +13,7 @@
 #include <map>
 #include <stdexcept>
 
-namespace sonvale::platform::linux {
+namespace sonvale::adapters::x11 {
 
 /// A clipboard in a session of its own, and the other programs of that session.
 class X11PasteboardTest : public testing::Test {
@@ -26,8 +27,8 @@ protected:
     }
 
     /// The forms of the one item that is read, by name.
-    std::map<std::string, PasteboardItem::Representation> readForms() {
-        std::map<std::string, PasteboardItem::Representation> forms;
+    std::map<std::string, platform::PasteboardItem::Representation> readForms() {
+        std::map<std::string, platform::PasteboardItem::Representation> forms;
         const auto items = pasteboard->items();
         if (!items || items->size() > 1)
             throw std::runtime_error("not one item");
@@ -56,4 +57,4 @@ inline double secondsOf(const std::function<void()>& work) {
     return tests::monotonicSeconds() - start;
 }
 
-} // namespace sonvale::platform::linux
+} // namespace sonvale::adapters::x11

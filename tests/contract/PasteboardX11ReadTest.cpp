@@ -4,7 +4,7 @@
 
 #include <thread>
 
-namespace sonvale::platform::linux {
+namespace sonvale::adapters::x11 {
 
 namespace {
 
@@ -38,7 +38,7 @@ TEST_F(X11PasteboardTest, BringsEveryTargetBackAsItWas) {
     SelectionOwner owner(displayName(), forms);
 
     // On a busy machine the picture may not come in time, and is asked for again.
-    std::optional<std::vector<PasteboardItem>> saved;
+    std::optional<std::vector<platform::PasteboardItem>> saved;
     ASSERT_TRUE(eventually(30, [&] {
         saved = pasteboard->items();
         return saved && saved->size() == 1 && saved->front().representations.size() == forms.size();
@@ -128,7 +128,7 @@ TEST_F(X11PasteboardTest, RepairsTextThatIsNotUtf8) {
 TEST_F(X11PasteboardTest, GivesUpOnAnOwnerThatHangs) {
     {
         SelectionOwner owner(displayName(), {{"UTF8_STRING", bytes("text")}}, {.answersTargets = false});
-        std::optional<std::vector<PasteboardItem>> items;
+        std::optional<std::vector<platform::PasteboardItem>> items;
         EXPECT_THAT(secondsOf([&] { items = pasteboard->items(); }), AllOf(Gt(2.9), Lt(5.0)));
         ASSERT_TRUE(items.has_value());
         EXPECT_TRUE(items->empty());
@@ -190,7 +190,7 @@ TEST_F(X11PasteboardTest, NoticesThatTheOwnerDiesWhileItIsAsked) {
         EXPECT_TRUE(eventually(5, [&] { return owner->requests("TARGETS") > 0; }));
         owner.reset();
     });
-    std::optional<std::vector<PasteboardItem>> items;
+    std::optional<std::vector<platform::PasteboardItem>> items;
     EXPECT_THAT(secondsOf([&] { items = pasteboard->items(); }), Lt(2.5));
     killer.join();
     ASSERT_TRUE(items.has_value());
@@ -228,4 +228,4 @@ TEST_F(X11PasteboardTest, CountsASecondCopyOfTheSameProgram) {
     EXPECT_EQ(pasteboard->changeCount(), count + 1);
 }
 
-} // namespace sonvale::platform::linux
+} // namespace sonvale::adapters::x11

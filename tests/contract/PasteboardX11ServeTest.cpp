@@ -5,7 +5,7 @@
 #include <cstring>
 #include <thread>
 
-namespace sonvale::platform::linux {
+namespace sonvale::adapters::x11 {
 
 namespace {
 
@@ -197,4 +197,4 @@ TEST_F(X11PasteboardTest, FinishesATransferThoughTheContentsHaveChanged) {
     EXPECT_EQ(otherProgram().convert("UTF8_STRING")->data, bytes("next"));
 }
 
-} // namespace sonvale::platform::linux
+} // namespace sonvale::adapters::x11

@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <fstream>
 
-namespace sonvale::platform::linux {
+namespace sonvale::adapters::x11 {
 
 namespace {
 
@@ -220,4 +220,4 @@ TEST(X11PasteboardWithoutServer, AnswersWithNothing) {
     EXPECT_EQ(pasteboard.items(), std::nullopt);
 }
 
-} // namespace sonvale::platform::linux
+} // namespace sonvale::adapters::x11

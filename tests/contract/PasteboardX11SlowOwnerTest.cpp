@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-namespace sonvale::platform::linux {
+namespace sonvale::adapters::x11 {
 
 namespace {
 
@@ -24,7 +24,7 @@ using tests::SelectionOwner;
 class X11PasteboardWithSlowOwner : public X11PasteboardTest {
 protected:
     /// What an insertion does to the clipboard.
-    void insertBetweenSaveAndRestore(std::optional<std::vector<PasteboardItem>> saved) {
+    void insertBetweenSaveAndRestore(std::optional<std::vector<platform::PasteboardItem>> saved) {
         setText("dictated");
         EXPECT_EQ(otherProgram().convert("UTF8_STRING")->data, bytes("dictated"));
         pasteboard->clearContents();
@@ -183,4 +183,4 @@ TEST_F(X11PasteboardWithSlowOwner, IsNamedInTheLogByTheFormsThatNeverCame) {
         EXPECT_EQ(line.text.find("secret"), std::string::npos);
 }
 
-} // namespace sonvale::platform::linux
+} // namespace sonvale::adapters::x11

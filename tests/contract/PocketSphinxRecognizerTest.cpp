@@ -1,7 +1,8 @@
-#include "platform/linux/PocketSphinxRecognizer.h"
+#include "adapters/pocketsphinx/PocketSphinxRecognizer.h"
 
-#include "platform/linux/FfmpegAudioFiles.h"
-#include "platform/linux/PocketSphinxDecoder.h"
+#include "adapters/ffmpeg/FfmpegAudioFiles.h"
+#include "adapters/pocketsphinx/PocketSphinxDecoder.h"
+
 #include "tests/contract/SpeechRecognizerContract.h"
 #include "tests/support/Voices.h"
 
@@ -19,14 +20,16 @@ using platform::PcmBufferPtr;
 /// One model for all tests of the file: loading it takes longer than most of them.
 class PocketSphinxRecognizer : public testing::Test {
 protected:
-    static void SetUpTestSuite() { recognizers = new platform::linux::PocketSphinxRecognizers(files()); }
+    static void SetUpTestSuite() {
+        recognizers = new adapters::pocketsphinx::PocketSphinxRecognizers(files());
+    }
     static void TearDownTestSuite() {
         delete recognizers;
         recognizers = nullptr;
     }
 
-    static platform::linux::FfmpegAudioFiles& files() {
-        static platform::linux::FfmpegAudioFiles instance;
+    static adapters::ffmpeg::FfmpegAudioFiles& files() {
+        static adapters::ffmpeg::FfmpegAudioFiles instance;
         return instance;
     }
 
@@ -56,7 +59,7 @@ protected:
         return record.words().value_or("more than one answer");
     }
 
-    static inline platform::linux::PocketSphinxRecognizers* recognizers = nullptr;
+    static inline adapters::pocketsphinx::PocketSphinxRecognizers* recognizers = nullptr;
     TemporaryDirectory directory_;
 };
 
@@ -167,7 +170,7 @@ TEST_F(PocketSphinxRecognizer, EndsALongRecognitionSoonAfterItsCancellation) {
     ASSERT_TRUE(eventually(10, [&] { return !record.isEmpty(); }));
     EXPECT_LT(monotonicSeconds() - cancelled, 5);
     ASSERT_TRUE(record.error().has_value());
-    EXPECT_EQ(record.error()->domain, platform::linux::PocketSphinxRecognizers::errorDomain);
+    EXPECT_EQ(record.error()->domain, adapters::pocketsphinx::PocketSphinxRecognizers::errorDomain);
     EXPECT_EQ(record.error()->code, 1);
 
     // The recogniser is free again, and not busy with the rest of three minutes.
@@ -198,7 +201,7 @@ TEST_F(PocketSphinxRecognizer, WritesNothingToTheStandardStreams) {
     testing::internal::CaptureStderr();
     testing::internal::CaptureStdout();
     {
-        platform::linux::PocketSphinxRecognizers recognizers(files());
+        adapters::pocketsphinx::PocketSphinxRecognizers recognizers(files());
         AnswerRecord record;
         recognizers.make("en-US")->recognitionTask(voiceFile(voices().front().name), record.handler());
         EXPECT_TRUE(eventually(60, [&] { return !record.isEmpty(); }));
@@ -211,7 +214,7 @@ TEST_F(PocketSphinxRecognizer, AnswersWhatItHasNotFinishedWhenItEnds) {
     AnswerRecord running;
     AnswerRecord waiting;
     {
-        platform::linux::PocketSphinxRecognizers recognizers(files());
+        adapters::pocketsphinx::PocketSphinxRecognizers recognizers(files());
         const auto recognizer = recognizers.make("en-US");
         recognizer->recognitionTask(voiceFile(voices().front().name), running.handler());
         recognizer->recognitionTask(voiceFile(voices().back().name), waiting.handler());
@@ -221,7 +224,7 @@ TEST_F(PocketSphinxRecognizer, AnswersWhatItHasNotFinishedWhenItEnds) {
 }
 
 TEST_F(PocketSphinxRecognizer, IsDeniedWithoutAModel) {
-    platform::linux::PocketSphinxRecognizers recognizers(files(), directory_.path());
+    adapters::pocketsphinx::PocketSphinxRecognizers recognizers(files(), directory_.path());
     EXPECT_EQ(recognizers.authorizationStatus(), platform::SpeechAuthorization::denied);
     EXPECT_EQ(recognizers.make("en-US"), nullptr);
     std::optional<platform::SpeechAuthorization> answer;
@@ -233,9 +236,9 @@ TEST_F(PocketSphinxRecognizer, AnswersWithAnErrorWhenTheModelGoesAway) {
     const auto model = std::filesystem::path(directory_.path()) / "model";
     std::filesystem::create_directory(model);
     const auto link = model / "en-us";
-    const auto installed = platform::linux::PocketSphinxRecognizers::installedModelDirectory();
+    const auto installed = adapters::pocketsphinx::PocketSphinxRecognizers::installedModelDirectory();
     std::filesystem::create_directory_symlink(installed / "en-us", link);
-    platform::linux::PocketSphinxRecognizers recognizers(files(), model);
+    adapters::pocketsphinx::PocketSphinxRecognizers recognizers(files(), model);
     const auto recognizer = recognizers.make("en-US");
     ASSERT_NE(recognizer, nullptr);
     EXPECT_TRUE(recognizer->isAvailable());

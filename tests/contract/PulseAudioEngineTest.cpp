@@ -1,4 +1,4 @@
-#include "platform/linux/PulseAudioEngine.h"
+#include "adapters/pulse/PulseAudioEngine.h"
 
 #include "tests/contract/AudioEngineContract.h"
 #include "tests/support/PipeMicrophone.h"
@@ -12,7 +12,7 @@
 
 namespace sonvale::tests {
 
-using platform::linux::PulseAudioEngines;
+using adapters::pulse::PulseAudioEngines;
 
 namespace {
 

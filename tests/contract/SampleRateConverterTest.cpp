@@ -1,6 +1,7 @@
-#include "platform/linux/FfmpegAudioFiles.h"
-#include "platform/linux/SoxrSampleRateConverter.h"
-#include "platform/linux/StreamResampler.h"
+#include "adapters/ffmpeg/FfmpegAudioFiles.h"
+#include "adapters/ffmpeg/SoxrSampleRateConverter.h"
+#include "adapters/ffmpeg/StreamResampler.h"
+
 #include "tests/fakes/FakeSampleRateConverters.h"
 #include "tests/support/Voices.h"
 
@@ -16,9 +17,9 @@ namespace sonvale::tests {
 
 namespace {
 
+using adapters::ffmpeg::SoxrSampleRateConverters;
 using platform::AudioFormat;
 using platform::PcmBuffer;
-using platform::linux::SoxrSampleRateConverters;
 
 template <class Converters>
 class SampleRateConverterContract : public testing::Test {
@@ -158,11 +159,11 @@ TEST(SoxrSampleRateConverter, JoinsBuffersOfChangingLengths) {
 }
 
 TEST(SoxrSampleRateConverter, JoinsTheBuffersOfSpeech) {
-    platform::linux::FfmpegAudioFiles files;
+    adapters::ffmpeg::FfmpegAudioFiles files;
     const auto audio = files.read(voiceFile(voices().front().name), {48000, 1});
     const auto samples = audio->channel(0);
-    platform::linux::StreamResampler atOnce(48000, 24000, 1);
-    platform::linux::Planes planes(1);
+    adapters::ffmpeg::StreamResampler atOnce(48000, 24000, 1);
+    adapters::ffmpeg::Planes planes(1);
     const float* const input = samples.data();
     atOnce.process(std::span(&input, 1), samples.size(), planes);
     atOnce.finish(planes);

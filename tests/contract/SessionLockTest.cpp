@@ -1,4 +1,5 @@
-#include "platform/qt/QtSessionLock.h"
+#include "adapters/freedesktop/QtSessionLock.h"
+
 #include "tests/contract/ScriptedLocker.h"
 #include "tests/fakes/FakeSessionLock.h"
 #include "tests/support/ChildProcess.h"
@@ -18,7 +19,7 @@ namespace sonvale::tests {
 
 namespace {
 
-using platform::qt::QtSessionLock;
+using adapters::freedesktop::QtSessionLock;
 
 /// A connection to a bus of the test's own.
 class Bus {

@@ -1,5 +1,6 @@
-#include "platform/linux/FfmpegAudioFiles.h"
-#include "platform/linux/PocketSphinxRecognizer.h"
+#include "adapters/ffmpeg/FfmpegAudioFiles.h"
+#include "adapters/pocketsphinx/PocketSphinxRecognizer.h"
+
 #include "tests/contract/SpeechRecognizerContract.h"
 #include "tests/fakes/FakeSpeechRecognizers.h"
 #include "tests/support/Voices.h"
@@ -49,8 +50,8 @@ private:
     std::filesystem::path folder() const { return directory_.path(); }
 
     TemporaryDirectory directory_;
-    platform::linux::FfmpegAudioFiles files_;
-    platform::linux::PocketSphinxRecognizers recognizers_{files_};
+    adapters::ffmpeg::FfmpegAudioFiles files_;
+    adapters::pocketsphinx::PocketSphinxRecognizers recognizers_{files_};
 };
 
 using Environments = testing::Types<FakeEnvironment, PocketSphinxEnvironment>;

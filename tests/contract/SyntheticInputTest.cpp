@@ -1,5 +1,6 @@
-#include "platform/linux/X11EventTap.h"
-#include "platform/linux/X11SyntheticInput.h"
+#include "adapters/x11/X11EventTap.h"
+#include "adapters/x11/X11SyntheticInput.h"
+
 #include "runtime/SystemClock.h"
 #include "tests/fakes/FakeSyntheticInput.h"
 #include "tests/support/ChildProcess.h"
@@ -21,9 +22,9 @@ namespace sonvale::tests {
 
 namespace {
 
-using platform::linux::SyntheticKeyLedger;
-using platform::linux::X11EventTap;
-using platform::linux::X11SyntheticInput;
+using adapters::x11::SyntheticKeyLedger;
+using adapters::x11::X11EventTap;
+using adapters::x11::X11SyntheticInput;
 using Program = Editor::Program;
 using Source = TestKeyboard::Source;
 

@@ -1,11 +1,12 @@
-#include "platform/linux/TerminalPrograms.h"
+#include "adapters/freedesktop/TerminalPrograms.h"
 
-#include "platform/linux/BundleIdentifiers.h"
+#include "adapters/freedesktop/BundleIdentifiers.h"
+
 #include "textprocessing/AppCategory.h"
 
 #include <gtest/gtest.h>
 
-namespace sonvale::platform::linux {
+namespace sonvale::adapters::freedesktop {
 
 TEST(TerminalPrograms, HaveTheirOwnKeys) {
     const std::pair<std::string_view, KeyStyle> rows[] = {
@@ -56,4 +57,4 @@ TEST(TerminalPrograms, AreTerminalsForTheStyleOfTheTextToo) {
     }
 }
 
-} // namespace sonvale::platform::linux
+} // namespace sonvale::adapters::freedesktop

@@ -1,5 +1,6 @@
+#include "adapters/ffmpeg/FfmpegAudioFiles.h"
+
 #include "base/Base64.h"
-#include "platform/linux/FfmpegAudioFiles.h"
 #include "tests/server/ServerTranscriber.h"
 #include "tests/support/Files.h"
 #include "tests/support/RawClient.h"
@@ -135,7 +136,7 @@ protected:
     ServerTranscriberTest() { serveEverything(server, transcriber.listening()); }
 
     static platform::PcmBufferPtr recording(double sampleRate) {
-        platform::linux::FfmpegAudioFiles files;
+        adapters::ffmpeg::FfmpegAudioFiles files;
         return files.read(voiceFile("late-for-the-meeting"), {.sampleRate = sampleRate, .channelCount = 1});
     }
 
@@ -170,7 +171,7 @@ TEST_F(ServerTranscriberTest, UnderstandsWhatIsSpokenIntoASocket) {
 TEST_F(ServerTranscriberTest, UnderstandsAPostedFile) {
     const TemporaryDirectory directory;
     const auto file = std::filesystem::path(directory.path()) / "voice.m4a";
-    platform::linux::FfmpegAudioFiles files;
+    adapters::ffmpeg::FfmpegAudioFiles files;
     const auto writer = files.create(file, {.sampleRate = 48000, .channelCount = 1});
     writer->write(recording(48000));
     writer->close();

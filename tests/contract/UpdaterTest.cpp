@@ -1,6 +1,7 @@
-#include "platform/linux/FeedUpdater.h"
-#include "platform/qt/QtUrlSession.h"
+#include "adapters/qt/QtUrlSession.h"
+
 #include "runtime/SystemClock.h"
+#include "services/FeedUpdater.h"
 #include "tests/contract/UpdaterContract.h"
 #include "tests/fakes/FakeUpdater.h"
 #include "tests/fakes/FakeUrlSessions.h"
@@ -19,9 +20,9 @@ using platform::NewerVersion;
 using platform::UpdateCheckFailed;
 using platform::UpdateOutcome;
 using platform::UpToDate;
-using platform::linux::compareVersions;
-using platform::linux::FeedUpdater;
-using platform::linux::readUpdateFeed;
+using services::compareVersions;
+using services::FeedUpdater;
+using services::readUpdateFeed;
 
 std::string feed(const std::string& version, const std::string& page = "https://example.org/new") {
     return nlohmann::json{{"version", version}, {"page", page}}.dump();
@@ -64,7 +65,7 @@ private:
     TestServer server_;
     runtime::SystemClock clock_;
     FakeWorkspace workspace_;
-    platform::qt::QtUrlSessions sessions_;
+    adapters::qt::QtUrlSessions sessions_;
     NetworkTasks tasks_;
     FeedUpdater updater_{{.main = tasks_.serialActor(),
                           .clock = clock_,

@@ -1,4 +1,5 @@
-#include "platform/qt/QtUrlSession.h"
+#include "adapters/qt/QtUrlSession.h"
+
 #include "tests/contract/ScopedVariable.h"
 #include "tests/contract/UrlLinesContract.h"
 #include "tests/fakes/FakeUrlSessions.h"
@@ -118,7 +119,7 @@ protected:
     explicit QtLinesEnvironment(TestServer::Options options)
         : server_(std::move(options))
         , trusted_("SSL_CERT_FILE", server_.url().starts_with("https") ? server_.caFile().string() : "")
-        , sessions_(std::make_unique<platform::qt::QtUrlSessions>()) {}
+        , sessions_(std::make_unique<adapters::qt::QtUrlSessions>()) {}
 
 private:
     TestServer server_;
@@ -315,7 +316,7 @@ TEST(QtUrlLines, ReadsOnlyALittleAheadOfWhoTakesTheLines) {
     // What the two ends of a connection on this machine hold at most, by far.
     constexpr std::size_t heldBySystem = 24UL << 20U;
     EndlessServer server;
-    platform::qt::QtUrlSessions sessions;
+    adapters::qt::QtUrlSessions sessions;
     NetworkTasks tasks;
     const auto lines = tasks.finish(sessions.makeEphemeral()->lines(requestTo(server.url())));
     EXPECT_EQ(tasks.finish(lines->next()), "a line of words");

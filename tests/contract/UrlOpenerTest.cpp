@@ -1,9 +1,10 @@
-#include "platform/linux/UrlOpener.h"
+#include "adapters/freedesktop/UrlOpener.h"
+
+#include "adapters/freedesktop/SettingsPrograms.h"
+#include "adapters/posix/AccountName.h"
+#include "adapters/posix/DetachedProgram.h"
 
 #include "platform/Workspace.h"
-#include "platform/linux/AccountName.h"
-#include "platform/linux/DetachedProgram.h"
-#include "platform/linux/SettingsPrograms.h"
 #include "tests/contract/ScriptedPrograms.h"
 #include "tests/support/LogCapture.h"
 
@@ -20,7 +21,7 @@
 #include <sstream>
 #include <thread>
 
-namespace sonvale::platform::linux {
+namespace sonvale::adapters::freedesktop {
 
 namespace {
 
@@ -82,10 +83,11 @@ TEST_F(UrlOpenerTest, OpensThePagesWithTheDesktopsOwnSettings) {
         const ScriptedPrograms installed;
         installed.install(program);
         const UrlOpener opener({desktop, installed.path()});
-        EXPECT_TRUE(opener.open(settings_page::microphone)) << desktop;
+        EXPECT_TRUE(opener.open(platform::settings_page::microphone)) << desktop;
         EXPECT_TRUE(eventually(10, [&] { return installed.calls() == Lines{soundCall}; }))
             << desktop << " " << program;
-        for (const auto* page : {settings_page::speechRecognition, settings_page::inputMonitoring}) {
+        for (const auto* page :
+             {platform::settings_page::speechRecognition, platform::settings_page::inputMonitoring}) {
             const auto before = installed.calls().size();
             EXPECT_EQ(opener.open(page), !privacyCall.empty()) << desktop << " " << program;
             if (!privacyCall.empty()) {
@@ -102,20 +104,20 @@ TEST_F(UrlOpenerTest, TakesTheBestOfSeveralPrograms) {
     programs.install("pavucontrol");
     programs.install("gnome-control-center");
     programs.install("xfce4-settings-manager");
-    EXPECT_TRUE(opener("XFCE").open(settings_page::microphone));
+    EXPECT_TRUE(opener("XFCE").open(platform::settings_page::microphone));
     EXPECT_TRUE(eventually(10, [&] { return programs.calls() == Lines{"pavucontrol --tab=4"}; }));
-    EXPECT_TRUE(opener("gnome").open(settings_page::microphone));
+    EXPECT_TRUE(opener("gnome").open(platform::settings_page::microphone));
     EXPECT_TRUE(eventually(10, [&] { return programs.calls().size() == 2; }));
     EXPECT_EQ(programs.calls().back(), "gnome-control-center sound");
 }
 
 TEST_F(UrlOpenerTest, SaysWhatIsMissingWhereNothingIsInstalled) {
-    EXPECT_FALSE(opener("XFCE").open(settings_page::microphone));
+    EXPECT_FALSE(opener("XFCE").open(platform::settings_page::microphone));
     EXPECT_TRUE(hasLogged("The microphone is granted once the sound server has an input that this program "
                           "may use"));
     EXPECT_TRUE(hasLogged("No program of the desktop \"XFCE\" opens the settings page: pavucontrol, "
                           "xfce4-settings-manager, pavucontrol-qt"));
-    EXPECT_FALSE(opener("").open(settings_page::inputMonitoring));
+    EXPECT_FALSE(opener("").open(platform::settings_page::inputMonitoring));
     EXPECT_TRUE(hasLogged("No program of the desktop \"\" opens the settings page"));
     EXPECT_FALSE(opener("").open("https://example.com/"));
     EXPECT_TRUE(hasLogged("No program of the desktop \"\" opens the https address: xdg-open"));
@@ -127,11 +129,11 @@ TEST_F(UrlOpenerTest, PassesOverProgramsThatCannotBeStarted) {
     broken.write("xfce4-settings-manager", "#!/bin/sh\n", 0644);
     std::filesystem::create_directory(broken.path() + "/pavucontrol-qt");
     const UrlOpener failing({"XFCE", broken.path()});
-    EXPECT_FALSE(failing.open(settings_page::microphone));
+    EXPECT_FALSE(failing.open(platform::settings_page::microphone));
     broken.install("pavucontrol-qt-2");
     std::filesystem::remove(broken.path() + "/pavucontrol-qt");
     broken.install("pavucontrol-qt");
-    EXPECT_TRUE(failing.open(settings_page::microphone));
+    EXPECT_TRUE(failing.open(platform::settings_page::microphone));
     EXPECT_TRUE(eventually(10, [&] { return broken.calls() == Lines{"pavucontrol-qt --tab=4"}; }));
 }
 
@@ -197,11 +199,11 @@ TEST(FindProgram, LooksThroughTheFoldersInTheirOrder) {
     second.install("only");
     first.install("both");
     const auto path = "/nonexistent:" + first.path() + "::" + second.path();
-    EXPECT_EQ(findProgram("both", path), first.path() + "/both");
-    EXPECT_EQ(findProgram("only", path), second.path() + "/only");
-    EXPECT_EQ(findProgram("neither", path), std::nullopt);
-    EXPECT_EQ(findProgram("both", ""), std::nullopt);
-    EXPECT_EQ(findProgram("sh", "bin:../../bin:."), std::nullopt);
+    EXPECT_EQ(posix::findProgram("both", path), first.path() + "/both");
+    EXPECT_EQ(posix::findProgram("only", path), second.path() + "/only");
+    EXPECT_EQ(posix::findProgram("neither", path), std::nullopt);
+    EXPECT_EQ(posix::findProgram("both", ""), std::nullopt);
+    EXPECT_EQ(posix::findProgram("sh", "bin:../../bin:."), std::nullopt);
 }
 
 TEST(StartDetached, StartsAProgramThatIsNobodysChildAndHasNothingOfThisProcess) {
@@ -227,7 +229,7 @@ TEST(StartDetached, StartsAProgramThatIsNobodysChildAndHasNothingOfThisProcess) 
     sigemptyset(&one);
     sigaddset(&one, SIGUSR1);
     pthread_sigmask(SIG_BLOCK, &one, &former);
-    const bool isStarted = startDetached(programs.path() + "/look", {});
+    const bool isStarted = posix::startDetached(programs.path() + "/look", {});
     pthread_sigmask(SIG_SETMASK, &former, nullptr);
     std::signal(SIGPIPE, formerHandler);
     close(secret);
@@ -254,9 +256,9 @@ TEST(StartDetached, StartsAProgramThatIsNobodysChildAndHasNothingOfThisProcess) 
 TEST(StartDetached, TellsWhatCannotBeStarted) {
     const ScriptedPrograms programs;
     programs.write("text", "no program", 0644);
-    EXPECT_FALSE(startDetached(programs.path() + "/missing", {}));
-    EXPECT_FALSE(startDetached(programs.path() + "/text", {}));
-    EXPECT_FALSE(startDetached(programs.path(), {}));
+    EXPECT_FALSE(posix::startDetached(programs.path() + "/missing", {}));
+    EXPECT_FALSE(posix::startDetached(programs.path() + "/text", {}));
+    EXPECT_FALSE(posix::startDetached(programs.path(), {}));
 }
 
 TEST(StartDetached, LeavesNoDescriptorBehind) {
@@ -268,8 +270,8 @@ TEST(StartDetached, LeavesNoDescriptorBehind) {
     };
     const auto before = openDescriptors();
     for (int i = 0; i < 20; ++i) {
-        EXPECT_TRUE(startDetached(programs.path() + "/program", {}));
-        EXPECT_FALSE(startDetached(programs.path() + "/missing", {}));
+        EXPECT_TRUE(posix::startDetached(programs.path() + "/program", {}));
+        EXPECT_FALSE(posix::startDetached(programs.path() + "/missing", {}));
     }
     EXPECT_EQ(openDescriptors(), before);
 }
@@ -282,7 +284,7 @@ TEST(StartDetached, MayBeCalledFromSeveralThreads) {
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
             for (int j = 0; j < 5; ++j)
-                started += startDetached(programs.path() + "/program", {"x"}) ? 1 : 0;
+                started += posix::startDetached(programs.path() + "/program", {"x"}) ? 1 : 0;
         });
     }
     for (auto& thread : threads)
@@ -292,11 +294,11 @@ TEST(StartDetached, MayBeCalledFromSeveralThreads) {
 }
 
 TEST(AccountName, IsTheFirstPartOfTheComment) {
-    EXPECT_EQ(fullNameIn("Ada King,Room 7,555-1,"), "Ada King");
-    EXPECT_EQ(fullNameIn("Zo\xc3\xab"), "Zo\xc3\xab");
-    EXPECT_EQ(fullNameIn("Zo\xeb,"), "Zo\uFFFD");
-    EXPECT_EQ(fullNameIn(",,,"), "");
-    EXPECT_EQ(fullNameIn(""), "");
+    EXPECT_EQ(posix::fullNameIn("Ada King,Room 7,555-1,"), "Ada King");
+    EXPECT_EQ(posix::fullNameIn("Zo\xc3\xab"), "Zo\xc3\xab");
+    EXPECT_EQ(posix::fullNameIn("Zo\xeb,"), "Zo\uFFFD");
+    EXPECT_EQ(posix::fullNameIn(",,,"), "");
+    EXPECT_EQ(posix::fullNameIn(""), "");
 }
 
-} // namespace sonvale::platform::linux
+} // namespace sonvale::adapters::freedesktop

@@ -1,4 +1,5 @@
-#include "platform/qt/QtUrlSession.h"
+#include "adapters/qt/QtUrlSession.h"
+
 #include "tests/contract/NetworkTasks.h"
 #include "tests/contract/ScopedVariable.h"
 #include "tests/support/TestCertificates.h"
@@ -145,7 +146,7 @@ protected:
 
     TestServer server_;
     std::atomic<double> uptime_ = 1000;
-    platform::qt::QtUrlSessions sessions_{[this] { return uptime_.load(); }};
+    adapters::qt::QtUrlSessions sessions_{[this] { return uptime_.load(); }};
     NetworkTasks tasks_;
     std::shared_ptr<platform::UrlSession> session_ = sessions_.makeEphemeral();
 };
@@ -593,7 +594,7 @@ protected:
     }
     /// By a maker of its own, which reads the environment anew.
     std::optional<Code> failureOf(const std::string& url) {
-        platform::qt::QtUrlSessions sessions;
+        adapters::qt::QtUrlSessions sessions;
         NetworkTasks tasks;
         return tasks.failure(sessions.makeEphemeral()->data(requestTo(url)));
     }

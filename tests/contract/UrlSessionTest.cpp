@@ -1,4 +1,5 @@
-#include "platform/qt/QtUrlSession.h"
+#include "adapters/qt/QtUrlSession.h"
+
 #include "tests/contract/ScopedVariable.h"
 #include "tests/contract/UrlSessionContract.h"
 #include "tests/fakes/FakeUrlSessions.h"
@@ -125,7 +126,7 @@ private:
     bool isReleased_ = false; ///< guarded by `mutex_`
     TestServer server_;
     const ScopedVariable authorities_;
-    std::unique_ptr<platform::UrlSessions> sessions_ = std::make_unique<platform::qt::QtUrlSessions>();
+    std::unique_ptr<platform::UrlSessions> sessions_ = std::make_unique<adapters::qt::QtUrlSessions>();
 };
 
 } // namespace

@@ -1,4 +1,5 @@
-#include "platform/qt/QtUrlSession.h"
+#include "adapters/qt/QtUrlSession.h"
+
 #include "tests/contract/WebSocketTaskContract.h"
 #include "tests/support/Files.h"
 #include "tests/support/PrivateNetwork.h"
@@ -49,7 +50,7 @@ protected:
 
     Realtime realtime_;
     TestServer server_;
-    platform::qt::QtUrlSessions sessions_;
+    adapters::qt::QtUrlSessions sessions_;
     NetworkTasks tasks_;
     std::shared_ptr<platform::UrlSession> session_ = sessions_.makeEphemeral();
 };
@@ -270,7 +271,7 @@ TEST_F(QtWebSocketTaskTest, TrustsTheAuthoritiesThatTheEnvironmentNamesAndNoOthe
     EXPECT_TRUE(server.requests().empty());
 
     setenv("SSL_CERT_FILE", server.caFile().c_str(), 1);
-    platform::qt::QtUrlSessions trusting;
+    adapters::qt::QtUrlSessions trusting;
     session_ = trusting.makeEphemeral();
     const auto task = connectTo(url);
     unsetenv("SSL_CERT_FILE");

@@ -1,4 +1,5 @@
-#include "platform/qt/QtUrlSession.h"
+#include "adapters/qt/QtUrlSession.h"
+
 #include "tests/contract/WebSocketTaskContract.h"
 #include "tests/fakes/FakeUrlSessions.h"
 #include "tests/support/TestServer.h"
@@ -84,7 +85,7 @@ public:
 private:
     Realtime realtime_;
     TestServer server_;
-    std::unique_ptr<platform::UrlSessions> sessions_ = std::make_unique<platform::qt::QtUrlSessions>();
+    std::unique_ptr<platform::UrlSessions> sessions_ = std::make_unique<adapters::qt::QtUrlSessions>();
 };
 
 } // namespace

@@ -1,4 +1,5 @@
-#include "platform/linux/X11Workspace.h"
+#include "adapters/x11/X11Workspace.h"
+
 #include "runtime/SystemClock.h"
 #include "tests/contract/ScriptedPrograms.h"
 #include "tests/contract/WorkspaceContract.h"
@@ -81,7 +82,7 @@ private:
     PrivateDisplay display_;
     runtime::SystemClock clock_;
     ScriptedPrograms programs_;
-    platform::linux::X11Workspace workspace_{clock_, display_.name(), {"XFCE", programs_.path()}};
+    adapters::x11::X11Workspace workspace_{clock_, display_.name(), {"XFCE", programs_.path()}};
     std::vector<std::unique_ptr<TestWindow>> windows_;
 };
 

@@ -1,4 +1,5 @@
-#include "platform/linux/X11Workspace.h"
+#include "adapters/x11/X11Workspace.h"
+
 #include "runtime/SystemClock.h"
 #include "tests/support/PrivateDisplay.h"
 #include "tests/support/TestWindow.h"
@@ -9,7 +10,7 @@
 #include <csignal>
 #include <thread>
 
-namespace sonvale::platform::linux {
+namespace sonvale::adapters::x11 {
 
 namespace {
 
@@ -18,7 +19,7 @@ using tests::TestWindow;
 
 class X11WorkspaceTest : public testing::Test {
 protected:
-    std::optional<FrontApplication> frontWith(TestWindow::Properties properties) {
+    std::optional<platform::FrontApplication> frontWith(TestWindow::Properties properties) {
         const TestWindow window(display->name(), std::move(properties));
         return workspace.frontmostApplication();
     }
@@ -42,7 +43,8 @@ TEST_F(X11WorkspaceTest, TellsTheNameOfTheProgramAndNotTheTitleOfItsWindow) {
 }
 
 TEST_F(X11WorkspaceTest, RepairsNamesThatAreNotUtf8) {
-    EXPECT_EQ(frontWith({"a", "A\xff", "b\xff", {}, 1}), (FrontApplication{"A\uFFFD", "A\uFFFD", 1}));
+    EXPECT_EQ(frontWith({"a", "A\xff", "b\xff", {}, 1}),
+              (platform::FrontApplication{"A\uFFFD", "A\uFFFD", 1}));
 }
 
 TEST_F(X11WorkspaceTest, KnowsARealProgram) {
@@ -52,7 +54,7 @@ TEST_F(X11WorkspaceTest, KnowsARealProgram) {
     const tests::ChildProcess terminal(std::move(options));
     ASSERT_TRUE(eventually(20, [this] { return workspace.frontmostApplication().has_value(); }));
     EXPECT_EQ(workspace.frontmostApplication(),
-              (FrontApplication{"com.apple.Terminal", "XTerm", terminal.pid()}));
+              (platform::FrontApplication{"com.apple.Terminal", "XTerm", terminal.pid()}));
 }
 
 TEST_F(X11WorkspaceTest, CountsAWindowThatHasGoneAsNone) {
@@ -115,4 +117,4 @@ TEST_F(X11WorkspaceTest, DoesNotHangWhenTheServerDoes) {
     EXPECT_TRUE(eventually(10, [this] { return workspace.frontmostApplication().has_value(); }));
 }
 
-} // namespace sonvale::platform::linux
+} // namespace sonvale::adapters::x11

@@ -1,13 +1,14 @@
-#include "platform/linux/X11SelectionFetch.h"
+#include "adapters/x11/X11SelectionFetch.h"
 
-#include "platform/linux/X11Client.h"
+#include "adapters/x11/X11Client.h"
+
 #include "runtime/SystemClock.h"
 #include "tests/support/PrivateDisplay.h"
 #include "tests/support/SelectionOwner.h"
 
 #include <gmock/gmock.h>
 
-namespace sonvale::platform::linux {
+namespace sonvale::adapters::x11 {
 
 namespace {
 
@@ -96,4 +97,4 @@ TEST_F(X11SelectionFetchTest, DoesNotCallARefusedFormMissing) {
     EXPECT_THAT(fetch.takeArrived(), IsEmpty()) << "each form is given once";
 }
 
-} // namespace sonvale::platform::linux
+} // namespace sonvale::adapters::x11

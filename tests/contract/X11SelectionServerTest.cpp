@@ -1,6 +1,7 @@
-#include "platform/linux/X11SelectionServer.h"
+#include "adapters/x11/X11SelectionServer.h"
 
-#include "platform/linux/X11Client.h"
+#include "adapters/x11/X11Client.h"
+
 #include "runtime/ManualClock.h"
 #include "runtime/SystemClock.h"
 #include "tests/support/PrivateDisplay.h"
@@ -12,7 +13,7 @@
 #include <limits>
 #include <thread>
 
-namespace sonvale::platform::linux {
+namespace sonvale::adapters::x11 {
 
 namespace {
 
@@ -69,4 +70,4 @@ TEST(X11SelectionServer, DropsATransferWhoseReaderHasStopped) {
     EXPECT_EQ(server.nextDeadline(), std::numeric_limits<double>::infinity());
 }
 
-} // namespace sonvale::platform::linux
+} // namespace sonvale::adapters::x11

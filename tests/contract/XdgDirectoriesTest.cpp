@@ -1,4 +1,4 @@
-#include "platform/linux/XdgDirectories.h"
+#include "adapters/freedesktop/XdgDirectories.h"
 
 #include "tests/support/ChildProcess.h"
 
@@ -11,7 +11,7 @@
 #include <map>
 #include <string>
 
-namespace sonvale::platform::linux {
+namespace sonvale::adapters::freedesktop {
 
 namespace {
 
@@ -30,7 +30,7 @@ protected:
         variables_ = {{"HOME", root() / "home"}, {"XDG_RUNTIME_DIR", runtime()}, {"TMPDIR", shared()}};
     }
 
-    Directories resolve() const {
+    platform::Directories resolve() const {
         return XdgDirectories::resolve([&](const char* name) -> std::optional<std::string> {
             const auto found = variables_.find(name);
             return found == variables_.end() ? std::nullopt : std::optional(found->second);
@@ -155,4 +155,4 @@ TEST_F(XdgDirectoriesTest, SaysWhenNoTemporaryFolderCanBeMade) {
     EXPECT_THROW(resolve(), fs::filesystem_error);
 }
 
-} // namespace sonvale::platform::linux
+} // namespace sonvale::adapters::freedesktop

@@ -1,4 +1,5 @@
-#include "platform/linux/FfmpegAudioFiles.h"
+#include "adapters/ffmpeg/FfmpegAudioFiles.h"
+
 #include "tests/e2e/Session.h"
 #include "tests/support/Files.h"
 #include "tests/support/PipeMicrophone.h"
@@ -68,7 +69,7 @@ std::vector<float> samplesOf(const std::string& pcm) {
 }
 
 std::vector<float> samplesOfFile(const std::string& path) {
-    platform::linux::FfmpegAudioFiles audioFiles;
+    adapters::ffmpeg::FfmpegAudioFiles audioFiles;
     const auto audio = audioFiles.read(path, {rate, 1});
     const auto channel = audio->channel(0);
     return {channel.begin(), channel.end()};

@@ -1,5 +1,6 @@
+#include "adapters/qt/LineSplitter.h"
+
 #include "base/Text.h"
-#include "platform/qt/LineSplitter.h"
 #include "services/SupportMessages.h"
 #include "tests/fuzz/Quiet.h"
 
@@ -21,7 +22,7 @@ struct Lines {
 };
 
 Lines split(std::string_view bytes, std::size_t step) {
-    sonvale::platform::qt::LineSplitter splitter(longestLine);
+    sonvale::adapters::qt::LineSplitter splitter(longestLine);
     Lines lines;
     const auto drain = [&] {
         while (auto line = splitter.next())

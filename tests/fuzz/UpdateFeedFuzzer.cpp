@@ -1,4 +1,4 @@
-#include "platform/linux/FeedUpdater.h"
+#include "services/FeedUpdater.h"
 #include "tests/fuzz/Quiet.h"
 
 #include <cstdint>
@@ -10,11 +10,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     using namespace sonvale::platform;
     const std::string_view input(reinterpret_cast<const char*>(data), size);
 
-    const auto outcome = linux::readUpdateFeed(input, "1.2.3");
+    const auto outcome = services::readUpdateFeed(input, "1.2.3");
     if (const auto* newer = std::get_if<NewerVersion>(&outcome)) {
         if (!newer->page.starts_with("http") && !newer->page.starts_with("HTTP") && newer->page.find(':') > 5)
             std::abort();
-        if (linux::compareVersions(newer->version, "1.2.3").value_or(0) <= 0)
+        if (services::compareVersions(newer->version, "1.2.3").value_or(0) <= 0)
             std::abort();
     }
 
@@ -23,8 +23,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     const auto one = input.substr(0, blank);
     const auto other = input.substr(blank + 1);
-    const auto there = linux::compareVersions(one, other);
-    const auto back = linux::compareVersions(other, one);
+    const auto there = services::compareVersions(one, other);
+    const auto back = services::compareVersions(other, one);
     if (there.has_value() != back.has_value() || (there && *there != -*back))
         std::abort();
     return 0;

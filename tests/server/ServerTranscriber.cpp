@@ -1,9 +1,10 @@
 #include "tests/server/ServerTranscriber.h"
 
-#include "platform/linux/FfmpegAudioFiles.h"
-#include "platform/linux/PocketSphinxDecoder.h"
-#include "platform/linux/PocketSphinxRecognizer.h"
-#include "platform/linux/StreamResampler.h"
+#include "adapters/ffmpeg/FfmpegAudioFiles.h"
+#include "adapters/ffmpeg/StreamResampler.h"
+#include "adapters/pocketsphinx/PocketSphinxDecoder.h"
+#include "adapters/pocketsphinx/PocketSphinxRecognizer.h"
+
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Files.h"
 
@@ -13,7 +14,7 @@
 
 namespace sonvale::tests {
 
-using platform::linux::PocketSphinxDecoder;
+using adapters::pocketsphinx::PocketSphinxDecoder;
 
 class ServerTranscriber::Model {
 public:
@@ -25,8 +26,8 @@ public:
             samples[index] = static_cast<float>(sample) / 32768.0F;
         }
 
-        platform::linux::StreamResampler resampler(24000, PocketSphinxDecoder::sampleRate, 1);
-        platform::linux::Planes converted(1);
+        adapters::ffmpeg::StreamResampler resampler(24000, PocketSphinxDecoder::sampleRate, 1);
+        adapters::ffmpeg::Planes converted(1);
         const float* const plane = samples.data();
         resampler.process({&plane, 1}, samples.size(), converted);
         resampler.finish(converted);
@@ -37,7 +38,7 @@ public:
         const TemporaryDirectory directory;
         const auto file = std::filesystem::path(directory.path()) / "posted";
         writeFile(file, bytes);
-        platform::linux::FfmpegAudioFiles files;
+        adapters::ffmpeg::FfmpegAudioFiles files;
         const auto buffer =
             files.read(file, {.sampleRate = PocketSphinxDecoder::sampleRate, .channelCount = 1});
         return transcribe(buffer->channel(0));
@@ -49,8 +50,9 @@ private:
     std::string transcribe(std::span<const float> samples) {
         const std::lock_guard lock(mutex_);
         if (!decoder_)
-            decoder_ = std::make_unique<PocketSphinxDecoder>(platform::linux::PocketSphinxModel::english(
-                platform::linux::PocketSphinxRecognizers::installedModelDirectory()));
+            decoder_ =
+                std::make_unique<PocketSphinxDecoder>(adapters::pocketsphinx::PocketSphinxModel::english(
+                    adapters::pocketsphinx::PocketSphinxRecognizers::installedModelDirectory()));
         return decoder_->transcribe(samples, isEnded_);
     }
 

@@ -1,4 +1,5 @@
-#include "platform/qt/QtApplication.h"
+#include "adapters/qt/QtApplication.h"
+
 #include "runtime/ManualClock.h"
 #include "tests/contract/ApplicationContract.h"
 #include "tests/contract/FloatingPanelContract.h"
@@ -71,7 +72,7 @@ struct QtSubject {
     }
 
     DesktopProbe probe;
-    std::unique_ptr<platform::qt::QtApplication> adapter = std::make_unique<platform::qt::QtApplication>();
+    std::unique_ptr<adapters::qt::QtApplication> adapter = std::make_unique<adapters::qt::QtApplication>();
     std::vector<std::unique_ptr<QWidget>> windows;
 };
 

@@ -1,4 +1,4 @@
-#include "platform/qt/QtMainContext.h"
+#include "adapters/qt/QtMainContext.h"
 
 #include "runtime/SystemClock.h"
 #include "runtime/Task.h"
@@ -16,7 +16,7 @@
 #include <thread>
 #include <vector>
 
-namespace sonvale::platform::qt {
+namespace sonvale::adapters::qt {
 
 namespace {
 
@@ -270,4 +270,4 @@ TEST(QtMainContextEnd, EndsTasksBeforePoolAndContextGo) {
     EXPECT_EQ(valueOf(*outcome), runtime::SleepOutcome::interrupted);
 }
 
-} // namespace sonvale::platform::qt
+} // namespace sonvale::adapters::qt

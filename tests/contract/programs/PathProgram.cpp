@@ -1,4 +1,4 @@
-#include "platform/qt/QtPathMonitor.h"
+#include "adapters/qt/QtPathMonitor.h"
 
 #include <QCoreApplication>
 #include <iostream>
@@ -10,7 +10,7 @@
 int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
     {
-        sonvale::platform::qt::QtPathMonitor monitor;
+        sonvale::adapters::qt::QtPathMonitor monitor;
         monitor.start([](const sonvale::platform::NetworkPath& path) {
             std::cout << path.isSatisfied << path.usesWifi << path.usesCellular << path.usesWiredEthernet
                       << ' ' << path.addresses << std::endl;

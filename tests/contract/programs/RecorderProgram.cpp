@@ -1,4 +1,4 @@
-#include "platform/linux/FfmpegAudioFiles.h"
+#include "adapters/ffmpeg/FfmpegAudioFiles.h"
 
 #include <algorithm>
 #include <cmath>
@@ -26,7 +26,7 @@ int main(int argc, char** argv) {
     if (argc < 2)
         return 1;
     const auto path = std::filesystem::path(argv[1]) / "a.m4a";
-    platform::linux::FfmpegAudioFiles files;
+    adapters::ffmpeg::FfmpegAudioFiles files;
     try {
         const auto writer = files.create(path, format);
         for (int second = 0; second < 60; ++second) {

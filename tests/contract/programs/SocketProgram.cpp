@@ -1,5 +1,6 @@
+#include "adapters/qt/QtUrlSession.h"
+
 #include "platform/WebSocketTask.h"
-#include "platform/qt/QtUrlSession.h"
 #include "runtime/TaskPool.h"
 
 #include <QCoreApplication>
@@ -42,7 +43,7 @@ int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
     const auto registry = std::make_shared<runtime::TaskRegistry>();
     runtime::TaskPool pool(2, registry);
-    platform::qt::QtUrlSessions sessions;
+    adapters::qt::QtUrlSessions sessions;
     const auto session = sessions.makeEphemeral();
     platform::UrlRequest request;
     request.url = argc > 1 ? argv[1] : "";

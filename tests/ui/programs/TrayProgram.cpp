@@ -1,5 +1,6 @@
+#include "adapters/qt/QtMainContext.h"
+
 #include "persistence/SettingsKeys.h"
-#include "platform/qt/QtMainContext.h"
 #include "runtime/SystemClock.h"
 #include "runtime/Task.h"
 #include "tests/unit/core/CoreFixture.h"
@@ -72,7 +73,7 @@ int main(int argc, char** argv) {
     const QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     runtime::SystemClock clock;
-    platform::qt::QtMainContext context(clock, std::make_shared<runtime::TaskRegistry>());
+    adapters::qt::QtMainContext context(clock, std::make_shared<runtime::TaskRegistry>());
     Core core;
     base::setLogSinks({}); // the core's fixture silences them
     ui::MenuModel model(core.appState(), core.table(),

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "adapters/ffmpeg/FfmpegPointers.h"
+#include "adapters/ffmpeg/FileIo.h"
+#include "adapters/ffmpeg/StreamResampler.h"
+
+#include "platform/AudioFile.h"
+
+#include <filesystem>
+
+namespace sonvale::adapters::ffmpeg {
+
+/// Encodes audio into an .m4a file, on the caller's thread. One thread at a time.
+///
+/// The file has the rate that is given where AAC knows it, else 48 kHz. One and two channels are kept; more
+/// are averaged into one, because an AAC layout would take one of them for a bass channel and cut its treble
+/// off.
+class AacEncoder {
+public:
+    /// Makes the file, mode 0600; it must not exist. Throws `AudioFileError`, with no file left behind.
+    AacEncoder(const std::filesystem::path& path, const platform::AudioFormat& format);
+    AacEncoder(const AacEncoder&) = delete;
+    AacEncoder& operator=(const AacEncoder&) = delete;
+    ~AacEncoder();
+
+    /// Throws `AudioFileError` if the buffer has another format. What the disk refuses is kept for a later
+    /// try.
+    void encode(const platform::PcmBuffer& buffer);
+
+    /// Encodes the rest and completes the container; the last call. Throws `AudioFileError` if the disk has
+    /// not taken everything. What it took can be read all the same, less the end of it that makes room for
+    /// the container's own data on a disk that stays full.
+    void finish();
+
+private:
+    void openCodec();
+    void openContainer();
+    void take(const platform::PcmBuffer& buffer);
+    void sendBlocks();
+    void sendBlock(std::size_t offset, std::size_t frames);
+    void writePackets();
+
+    platform::AudioFormat format_;
+    platform::AudioFormat coded_;
+    FfmpegPointer<AVCodecContext> codec_;
+    FfmpegPointer<AVFrame> frame_;
+    FfmpegPointer<AVPacket> packet_;
+    std::unique_ptr<FileIo> file_;
+    AVFormatContext* container_ = nullptr;
+    AVStream* stream_ = nullptr;
+    StreamResampler resampler_;
+    Planes mixed_;
+    Planes pending_;
+    std::int64_t framesSent_ = 0;
+};
+
+} // namespace sonvale::adapters::ffmpeg

@@ -1,0 +1,179 @@
+#include "adapters/ffmpeg/FileIo.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <new>
+#include <string>
+
+namespace sonvale::adapters::ffmpeg {
+
+namespace {
+
+constexpr int blockBytes = 32 * 1024;
+constexpr std::int64_t diskBlockBytes = 4096;
+
+std::string systemErrorText(int error) {
+    return ffmpegErrorText(AVERROR(error));
+}
+
+} // namespace
+
+std::unique_ptr<FileIo> FileIo::create(const std::filesystem::path& path) {
+    const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (descriptor < 0)
+        throw platform::AudioFileError("The recording's file cannot be made: " + systemErrorText(errno));
+    return std::unique_ptr<FileIo>(new FileIo(descriptor, Direction::writing));
+}
+
+std::unique_ptr<FileIo> FileIo::open(const std::filesystem::path& path) {
+    // Without O_NONBLOCK opening a pipe would wait for a writer.
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0)
+        throw platform::AudioFileError("The audio file cannot be opened: " + systemErrorText(errno));
+    auto file = std::unique_ptr<FileIo>(new FileIo(descriptor, Direction::reading));
+    struct stat status{};
+    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))
+        throw platform::AudioFileError("The audio file cannot be opened: it is not a file");
+    return file;
+}
+
+FileIo::FileIo(int descriptor, Direction direction)
+    : descriptor_(descriptor) {
+    auto* buffer = static_cast<unsigned char*>(av_malloc(blockBytes));
+    const bool isWriting = direction == Direction::writing;
+    // The bytes are const from FFmpeg 7 on.
+    const decltype(AVIOContext::write_packet) writer = [](void* self, auto* bytes, int count) {
+        return write(self, bytes, count);
+    };
+    if (buffer)
+        context_.reset(avio_alloc_context(buffer, blockBytes, isWriting ? 1 : 0, this,
+                                          isWriting ? nullptr : read, isWriting ? writer : nullptr,
+                                          isWriting ? seekInWritten : seek));
+    if (!context_) {
+        av_free(buffer);
+        close(descriptor_);
+        throw std::bad_alloc();
+    }
+}
+
+FileIo::~FileIo() {
+    close(descriptor_);
+}
+
+int FileIo::read(void* self, std::uint8_t* bytes, int count) {
+    ssize_t got = 0;
+    do {
+        got = ::read(static_cast<FileIo*>(self)->descriptor_, bytes, static_cast<std::size_t>(count));
+    } while (got < 0 && errno == EINTR);
+    if (got < 0)
+        return AVERROR(errno);
+    return got == 0 ? AVERROR_EOF : static_cast<int>(got);
+}
+
+int FileIo::write(void* self, const std::uint8_t* bytes, int count) {
+    auto& file = *static_cast<FileIo*>(self);
+    std::span left(bytes, static_cast<std::size_t>(count));
+    // Later bytes must not overtake earlier ones for the same place.
+    if (!file.heldFrom_ && file.writeRest())
+        left = left.subspan(file.writeAt(file.position_, left));
+    if (!left.empty())
+        file.rest_.push_back(
+            {file.position_ + count - static_cast<std::int64_t>(left.size()), {left.begin(), left.end()}});
+    file.position_ += count;
+    file.size_ = std::max(file.size_, file.position_);
+    return count;
+}
+
+/// Returns how many of the bytes were taken.
+std::size_t FileIo::writeAt(std::int64_t offset, std::span<const std::uint8_t> bytes) {
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const auto put = pwrite(descriptor_, bytes.data() + done, bytes.size() - done,
+                                offset + static_cast<std::int64_t>(done));
+        if (put < 0 && errno == EINTR)
+            continue;
+        if (put <= 0) {
+            if (writeError_ == 0)
+                writeError_ = AVERROR(put < 0 ? errno : ENOSPC);
+            break;
+        }
+        done += static_cast<std::size_t>(put);
+    }
+    return done;
+}
+
+bool FileIo::writeRest() {
+    while (!rest_.empty()) {
+        auto& first = rest_.front();
+        const auto done = writeAt(first.offset, first.bytes);
+        if (done < first.bytes.size()) {
+            first.bytes.erase(first.bytes.begin(), first.bytes.begin() + static_cast<std::ptrdiff_t>(done));
+            first.offset += static_cast<std::int64_t>(done);
+            return false;
+        }
+        rest_.pop_front();
+    }
+    return true;
+}
+
+void FileIo::dropRest() {
+    if (!rest_.empty() && !firstHole_)
+        firstHole_ = rest_.front().offset;
+    rest_.clear();
+}
+
+void FileIo::hold() {
+    heldFrom_ = size_;
+}
+
+bool FileIo::writeHeld() {
+    const auto held = rest_;
+    if (writeRest())
+        return true;
+    std::int64_t needed = 0;
+    for (const auto& each : held)
+        // Each begins and ends inside a block of the disk.
+        needed += static_cast<std::int64_t>(each.bytes.size()) + 2 * diskBlockBytes;
+    const auto end = firstHole_.value_or(*heldFrom_) - needed;
+    // The beginning of the file names the rest.
+    if (end < diskBlockBytes || ftruncate(descriptor_, end) != 0)
+        return false;
+    rest_ = held;
+    return writeRest();
+}
+
+std::int64_t FileIo::seekInWritten(void* self, std::int64_t offset, int whence) {
+    auto& file = *static_cast<FileIo*>(self);
+    switch (whence & ~AVSEEK_FORCE) {
+    case AVSEEK_SIZE:
+        return file.size_;
+    case SEEK_CUR:
+        offset += file.position_;
+        break;
+    case SEEK_END:
+        offset += file.size_;
+        break;
+    default:
+        break;
+    }
+    if (offset < 0)
+        return AVERROR(EINVAL);
+    return file.position_ = offset;
+}
+
+std::int64_t FileIo::seek(void* self, std::int64_t offset, int whence) {
+    const int descriptor = static_cast<FileIo*>(self)->descriptor_;
+    if ((whence & AVSEEK_SIZE) != 0) {
+        struct stat status{};
+        return fstat(descriptor, &status) == 0 ? status.st_size : AVERROR(errno);
+    }
+    const auto position = lseek(descriptor, offset, whence & ~AVSEEK_FORCE);
+    return position < 0 ? AVERROR(errno) : position;
+}
+
+} // namespace sonvale::adapters::ffmpeg

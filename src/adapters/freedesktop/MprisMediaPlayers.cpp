@@ -1,0 +1,140 @@
+#include "adapters/freedesktop/MprisMediaPlayers.h"
+
+#include <QDBusArgument>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusVariant>
+#include <QStringList>
+#include <QVariantMap>
+#include <optional>
+
+namespace sonvale::adapters::freedesktop {
+
+namespace {
+
+const QString playerNames = QStringLiteral("org.mpris.MediaPlayer2*");
+const QString playerPath = QStringLiteral("/org/mpris/MediaPlayer2");
+const QString playerInterface = QStringLiteral("org.mpris.MediaPlayer2.Player");
+const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+const QString playbackStatus = QStringLiteral("PlaybackStatus");
+
+/// playerctld repeats the reports of the other players under its own name.
+const QString proxyName = QStringLiteral("org.mpris.MediaPlayer2.playerctld");
+
+/// The properties of a report by their names; null when it is of another form.
+std::optional<QVariantMap> propertiesIn(const QVariant& value) {
+    if (value.metaType() != QMetaType::fromType<QDBusArgument>())
+        return std::nullopt;
+    const auto argument = value.value<QDBusArgument>();
+    if (argument.currentSignature() != QStringLiteral("a{sv}"))
+        return std::nullopt;
+    return qdbus_cast<QVariantMap>(argument);
+}
+
+} // namespace
+
+MprisMediaPlayers::MprisMediaPlayers(const QDBusConnection& bus)
+    : bus_(bus) {
+    if (!bus_.isConnected())
+        return;
+    owners_.setConnection(bus_);
+    owners_.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
+    owners_.addWatchedService(playerNames);
+    connect(&owners_, &QDBusServiceWatcher::serviceOwnerChanged, this, &MprisMediaPlayers::ownerChanged);
+    // Of every sender: named, Qt would ask for its owner and wait for the answer.
+    bus_.connect(QString(), playerPath, propertiesInterface, QStringLiteral("PropertiesChanged"),
+                 {playerInterface}, QString(), this, SLOT(propertiesChanged(QDBusMessage)));
+    askForProxy();
+}
+
+void MprisMediaPlayers::setOnPlaybackChange(std::function<void(bool isPlaying)> observer) {
+    observer_ = std::move(observer);
+}
+
+void MprisMediaPlayers::togglePlayPause() {
+    if (lastReporter_.isEmpty())
+        return;
+    auto command = QDBusMessage::createMethodCall(lastReporter_, playerPath, playerInterface,
+                                                  QStringLiteral("PlayPause"));
+    command.setAutoStartService(false);
+    bus_.send(command);
+}
+
+void MprisMediaPlayers::propertiesChanged(const QDBusMessage& message) {
+    const auto player = message.service();
+    const auto arguments = message.arguments();
+    if (player == proxy_ || arguments.size() < 2)
+        return;
+    const auto changed = propertiesIn(arguments[1]);
+    if (!changed)
+        return;
+    if (const auto status = changed->constFind(playbackStatus); status != changed->cend())
+        report(player, *status);
+    else if (arguments.value(2).toStringList().contains(playbackStatus))
+        askForState(player);
+}
+
+void MprisMediaPlayers::askForProxy() {
+    auto question = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/"), QStringLiteral("org.freedesktop.DBus"),
+        QStringLiteral("GetNameOwner"));
+    question << proxyName;
+    auto* answer = new QDBusPendingCallWatcher(bus_.asyncCall(question), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* call) {
+        call->deleteLater();
+        // An error says that it does not run; its arrival is announced.
+        if (const QDBusPendingReply<QString> reply = *call; reply.isValid())
+            ownerChanged(proxyName, QString(), reply.value());
+    });
+}
+
+void MprisMediaPlayers::askForState(const QString& player) {
+    auto question =
+        QDBusMessage::createMethodCall(player, playerPath, propertiesInterface, QStringLiteral("Get"));
+    question << playerInterface << playbackStatus;
+    question.setAutoStartService(false);
+    auto* answer = new QDBusPendingCallWatcher(bus_.asyncCall(question), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, player](QDBusPendingCallWatcher* call) {
+        call->deleteLater();
+        // A player that cannot say what it does has left, or has no state to report.
+        if (const QDBusPendingReply<QDBusVariant> reply = *call; reply.isValid())
+            report(player, reply.value().variant());
+    });
+}
+
+void MprisMediaPlayers::report(const QString& player, const QVariant& status) {
+    const bool isPlaying =
+        status.metaType() == QMetaType::fromType<QString>() && status.toString() == QStringLiteral("Playing");
+    if (isPlaying_.insert_or_assign(player, isPlaying).second)
+        owners_.addWatchedService(player);
+    lastReporter_ = player;
+    if (observer_)
+        observer_(isPlaying);
+}
+
+void MprisMediaPlayers::ownerChanged(const QString& name, const QString& oldOwner, const QString& newOwner) {
+    if (name == proxyName) {
+        proxy_ = newOwner;
+        forget(newOwner);
+        return;
+    }
+    // Browsers keep their connection and give up the name when the page that played is closed.
+    forget(oldOwner);
+}
+
+void MprisMediaPlayers::forget(const QString& player) {
+    const auto known = isPlaying_.find(player);
+    if (known == isPlaying_.end())
+        return;
+    const bool wasPlaying = known->second;
+    isPlaying_.erase(known);
+    owners_.removeWatchedService(player);
+    if (lastReporter_ == player)
+        lastReporter_.clear();
+    if (wasPlaying && observer_)
+        observer_(false);
+}
+
+} // namespace sonvale::adapters::freedesktop

@@ -1,0 +1,174 @@
+#include "adapters/freedesktop/QtSessionLock.h"
+
+#include <QDBusArgument>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusObjectPath>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusVariant>
+#include <QStringList>
+#include <QVariantMap>
+#include <utility>
+
+namespace sonvale::adapters::freedesktop {
+
+namespace {
+
+struct ScreenSaver {
+    const char* name; ///< of the service, and of its interface
+    const char* path;
+};
+
+// KDE has the first, GNOME the second.
+constexpr ScreenSaver screenSavers[] = {
+    {"org.freedesktop.ScreenSaver", "/org/freedesktop/ScreenSaver"},
+    {"org.gnome.ScreenSaver", "/org/gnome/ScreenSaver"},
+    {"org.cinnamon.ScreenSaver", "/org/cinnamon/ScreenSaver"},
+    {"org.mate.ScreenSaver", "/"},
+    {"org.xfce.ScreenSaver", "/"},
+};
+
+const QString logind = QStringLiteral("org.freedesktop.login1");
+const QString sessionInterface = QStringLiteral("org.freedesktop.login1.Session");
+const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
+const QString lockedHint = QStringLiteral("LockedHint");
+
+} // namespace
+
+QtSessionLock::QtSessionLock(const QDBusConnection& session, const QDBusConnection& system)
+    : session_(session)
+    , system_(system) {
+    if (session_.isConnected())
+        observeScreenSavers();
+    if (system_.isConnected())
+        findSession();
+}
+
+void QtSessionLock::setOnLockChange(std::function<void(bool isLocked)> observer) {
+    observer_ = std::move(observer);
+    if (isLocked_ && observer_)
+        observer_(true);
+}
+
+void QtSessionLock::observeScreenSavers() {
+    owners_.setConnection(session_);
+    owners_.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
+    connect(&owners_, &QDBusServiceWatcher::serviceUnregistered, this, &QtSessionLock::saverLeft);
+    for (const auto& saver : screenSavers) {
+        const auto name = QString::fromLatin1(saver.name);
+        // Of every sender and path: KDE sends from two paths, and a named sender Qt would ask for.
+        session_.connect(QString(), QString(), name, QStringLiteral("ActiveChanged"), this,
+                         SLOT(activeChanged(QDBusMessage)));
+        findSaver(name, QString::fromLatin1(saver.path));
+    }
+}
+
+/// Asks for the owner of the name first: signals come from it, and Qt 6.8 does not say who has sent a reply.
+void QtSessionLock::findSaver(const QString& name, const QString& path) {
+    const auto bus = QStringLiteral("org.freedesktop.DBus");
+    auto question = QDBusMessage::createMethodCall(bus, QStringLiteral("/org/freedesktop/DBus"), bus,
+                                                   QStringLiteral("GetNameOwner"));
+    question << name;
+    auto* answer = new QDBusPendingCallWatcher(session_.asyncCall(question), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this,
+            [this, name, path](QDBusPendingCallWatcher* call) {
+                call->deleteLater();
+                // An error says that the desktop has another screen saver, or none.
+                if (const QDBusPendingReply<QString> reply = *call; reply.isValid())
+                    askWhetherActive(reply.value(), name, path);
+            });
+}
+
+void QtSessionLock::askWhetherActive(const QString& saver, const QString& interface, const QString& path) {
+    const auto question = QDBusMessage::createMethodCall(saver, path, interface, QStringLiteral("GetActive"));
+    auto* answer = new QDBusPendingCallWatcher(session_.asyncCall(question), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, saver](QDBusPendingCallWatcher* call) {
+        call->deleteLater();
+        // An error says that it has gone, or cannot lock.
+        if (const QDBusPendingReply<bool> reply = *call; reply.isValid())
+            setActive(saver, reply.value());
+    });
+}
+
+void QtSessionLock::activeChanged(const QDBusMessage& message) {
+    const auto arguments = message.arguments();
+    if (arguments.size() == 1 && arguments[0].metaType() == QMetaType::fromType<bool>())
+        setActive(message.service(), arguments[0].toBool());
+}
+
+void QtSessionLock::findSession() {
+    auto question = QDBusMessage::createMethodCall(logind, QStringLiteral("/org/freedesktop/login1"),
+                                                   QStringLiteral("org.freedesktop.login1.Manager"),
+                                                   QStringLiteral("GetSession"));
+    // The session of the caller, or else the one that the user sees.
+    question << QStringLiteral("auto");
+    question.setAutoStartService(false);
+    auto* answer = new QDBusPendingCallWatcher(system_.asyncCall(question), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* call) {
+        call->deleteLater();
+        // An error says that the system has no logind, or the user no session there.
+        if (const QDBusPendingReply<QDBusObjectPath> reply = *call; reply.isValid())
+            observeSession(reply.value().path());
+    });
+}
+
+void QtSessionLock::observeSession(const QString& path) {
+    sessionPath_ = path;
+    system_.connect(QString(), path, propertiesInterface, QStringLiteral("PropertiesChanged"),
+                    {sessionInterface}, QString(), this, SLOT(sessionChanged(QDBusMessage)));
+    askForHint();
+}
+
+void QtSessionLock::sessionChanged(const QDBusMessage& message) {
+    const auto arguments = message.arguments();
+    if (arguments.size() < 3 || arguments[1].metaType() != QMetaType::fromType<QDBusArgument>())
+        return;
+    const auto properties = arguments[1].value<QDBusArgument>();
+    if (properties.currentSignature() != QStringLiteral("a{sv}"))
+        return;
+    const auto changed = qdbus_cast<QVariantMap>(properties);
+    if (const auto hint = changed.constFind(lockedHint); hint != changed.cend())
+        setHint(*hint);
+    else if (arguments[2].toStringList().contains(lockedHint))
+        askForHint();
+}
+
+void QtSessionLock::askForHint() {
+    auto question =
+        QDBusMessage::createMethodCall(logind, sessionPath_, propertiesInterface, QStringLiteral("Get"));
+    question << sessionInterface << lockedHint;
+    question.setAutoStartService(false);
+    auto* answer = new QDBusPendingCallWatcher(system_.asyncCall(question), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* call) {
+        call->deleteLater();
+        // An error says that the session is over.
+        if (const QDBusPendingReply<QDBusVariant> reply = *call; reply.isValid())
+            setHint(reply.value().variant());
+    });
+}
+
+void QtSessionLock::saverLeft(const QString& saver) {
+    setActive(saver, false);
+}
+
+void QtSessionLock::setActive(const QString& saver, bool isActive) {
+    if (isActive && activeSavers_.insert(saver).second)
+        owners_.addWatchedService(saver);
+    else if (!isActive && activeSavers_.erase(saver) > 0)
+        owners_.removeWatchedService(saver);
+    report();
+}
+
+void QtSessionLock::setHint(const QVariant& value) {
+    hint_ = value.metaType() == QMetaType::fromType<bool>() && value.toBool();
+    report();
+}
+
+void QtSessionLock::report() {
+    const bool isLocked = hint_ || !activeSavers_.empty();
+    if (std::exchange(isLocked_, isLocked) != isLocked && observer_)
+        observer_(isLocked);
+}
+
+} // namespace sonvale::adapters::freedesktop

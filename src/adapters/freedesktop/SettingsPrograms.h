@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sonvale::adapters::freedesktop {
+
+/// A page of a desktop's settings.
+enum class SettingsPage { sound, privacy };
+
+struct ProgramCall {
+    std::string program; ///< a name for PATH
+    std::vector<std::string> arguments;
+    bool operator==(const ProgramCall&) const = default;
+};
+
+/// What shows the page, the best first; any of them may be missing on a machine. `desktop` has the form of
+/// XDG_CURRENT_DESKTOP (freedesktop.org, Desktop Entry): names with colons between them, the nearest first.
+std::vector<ProgramCall> settingsPrograms(SettingsPage page, std::string_view desktop);
+
+} // namespace sonvale::adapters::freedesktop

@@ -1,0 +1,185 @@
+#include "adapters/pocketsphinx/PocketSphinxDecoder.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <vector>
+
+extern "C" {
+#include <pocketsphinx.h>
+#include <sphinxbase/err.h>
+}
+
+namespace sonvale::adapters::pocketsphinx {
+
+namespace {
+
+constexpr std::size_t blockSamples = 2048;
+
+/// The last pass over an utterance cannot be interrupted and takes some hundredths of its length. From the
+/// first length on an utterance ends at the speaker's next pause, at the second one it is cut.
+constexpr std::size_t samplesUntilPause = 15 * 16000;
+constexpr std::size_t samplesUntilCut = 40 * 16000;
+
+struct ConfigurationDeleter {
+    void operator()(cmd_ln_t* configuration) const { cmd_ln_free_r(configuration); }
+};
+
+std::vector<std::int16_t> integers(std::span<const float> samples) {
+    std::vector<std::int16_t> result(samples.size());
+    std::ranges::transform(samples, result.begin(), [](float sample) {
+        return static_cast<std::int16_t>(std::lround(std::clamp(sample, -1.0F, 1.0F) * 32767));
+    });
+    return result;
+}
+
+} // namespace
+
+PocketSphinxModel PocketSphinxModel::english(const std::filesystem::path& modelDirectory) {
+    const auto folder = modelDirectory / "en-us";
+    return {folder / "en-us", folder / "en-us.lm.bin", folder / "cmudict-en-us.dict"};
+}
+
+bool PocketSphinxModel::isInstalled() const {
+    std::error_code ignored; // a file that cannot be looked at counts as missing
+    const auto isFile = [&](const std::filesystem::path& path) {
+        return std::filesystem::is_regular_file(path, ignored);
+    };
+    return isFile(languageModel) && isFile(dictionary) &&
+           std::ranges::all_of(std::array{"feat.params", "mdef", "means", "noisedict", "sendump",
+                                          "transition_matrices", "variances"},
+                               [&](const char* name) { return isFile(acousticModel / name); });
+}
+
+PocketSphinxDecoder::PocketSphinxDecoder(const PocketSphinxModel& model) {
+    // Its messages hold what was said. The file is for those that it writes past the callback.
+    err_set_callback(nullptr, nullptr);
+    if (!model.isInstalled())
+        throw PocketSphinxError("The speech model is not installed.");
+    const std::unique_ptr<cmd_ln_t, ConfigurationDeleter> configuration(cmd_ln_init(
+        nullptr, ps_args(), TRUE, "-hmm", model.acousticModel.c_str(), "-lm", model.languageModel.c_str(),
+        "-dict", model.dictionary.c_str(), "-logfn", "/dev/null", nullptr));
+    if (configuration)
+        decoder_ = ps_init(configuration.get());
+    if (!decoder_)
+        throw PocketSphinxError("The speech model cannot be loaded.");
+}
+
+PocketSphinxDecoder::~PocketSphinxDecoder() {
+    ps_free(decoder_);
+}
+
+std::string PocketSphinxDecoder::transcribe(std::span<const float> samples,
+                                            const std::atomic<bool>& isCancelled) {
+    auto input = integers(samples);
+    auto features = featuresOf(input, isCancelled);
+    explicit_bzero(input.data(), input.size() * sizeof(input[0]));
+    adaptTo(features);
+
+    std::string text;
+    const auto append = [&text](const std::string& words) {
+        if (!text.empty() && !words.empty())
+            text += ' ';
+        text += words;
+    };
+
+    ps_start_utt(decoder_);
+    std::size_t utteranceSamples = 0;
+    bool wasInSpeech = false;
+    std::vector<mfcc_t*> rows;
+    for (const auto& block : features.blocks) {
+        if (isCancelled)
+            break;
+        rows.clear();
+        for (std::size_t row = block.first; row < block.end; ++row)
+            rows.push_back(features.values.data() + row * features.length);
+        if (!rows.empty() &&
+            ps_process_cep(decoder_, rows.data(), static_cast<int>(rows.size()), FALSE, FALSE) < 0)
+            throw PocketSphinxError("The speech recogniser failed.");
+
+        utteranceSamples += blockSamples;
+        const bool isAtPause = wasInSpeech && !block.endsInSpeech && utteranceSamples >= samplesUntilPause;
+        wasInSpeech = block.endsInSpeech;
+        if (isAtPause || utteranceSamples >= samplesUntilCut) {
+            append(endUtterance());
+            ps_start_utt(decoder_);
+            utteranceSamples = 0;
+        }
+    }
+    append(endUtterance());
+    return text;
+}
+
+PocketSphinxDecoder::Features PocketSphinxDecoder::featuresOf(std::span<const std::int16_t> samples,
+                                                              const std::atomic<bool>& isCancelled) {
+    // More than a block gives, with the frames that the library holds back until it is sure of speech.
+    constexpr std::size_t rowsAtOnce = 512;
+    fe_t* frontEnd = ps_get_fe(decoder_);
+
+    Features features;
+    features.length = static_cast<std::size_t>(fe_get_output_size(frontEnd));
+    std::vector<mfcc_t> values(rowsAtOnce * features.length);
+    std::array<mfcc_t*, rowsAtOnce> rows{};
+    for (std::size_t row = 0; row < rowsAtOnce; ++row)
+        rows[row] = values.data() + row * features.length;
+    const auto take = [&](int32 count) {
+        const auto size = static_cast<std::ptrdiff_t>(features.length) * std::max(count, 0);
+        features.values.insert(features.values.end(), values.begin(), values.begin() + size);
+    };
+    const auto count = [&] { return features.values.size() / features.length; };
+
+    // Forgets the noise that earlier recordings had.
+    fe_start_stream(frontEnd);
+    fe_start_utt(frontEnd);
+    for (std::size_t start = 0; start < samples.size() && !isCancelled; start += blockSamples) {
+        const auto first = count();
+        const int16* next = samples.data() + start;
+        std::size_t left = std::min(blockSamples, samples.size() - start);
+        while (left > 0) {
+            const auto before = left;
+            int32 produced = rowsAtOnce;
+            fe_process_frames(frontEnd, &next, &left, rows.data(), &produced, nullptr);
+            take(produced);
+            if (produced <= 0 && left == before)
+                break;
+        }
+        features.blocks.push_back({first, count(), fe_get_vad_state(frontEnd) != 0});
+    }
+    const auto first = count();
+    int32 produced = 0;
+    fe_end_utt(frontEnd, rows[0], &produced);
+    take(produced);
+    features.blocks.push_back({first, count(), false});
+    return features;
+}
+
+/// Sets the mean that is taken out of the recording's cepstrum to the recording's own. Left alone, the
+/// library starts from the mean of what was recorded before, and adapts only while it recognises: the same
+/// file would give different words at different times, and the first words of a new microphone would suffer.
+void PocketSphinxDecoder::adaptTo(const Features& features) {
+    std::vector<double> sum(features.length);
+    std::size_t speechFrames = 0;
+    for (std::size_t start = 0; start < features.values.size(); start += features.length) {
+        // The library leaves out the same frames: those without energy.
+        if (features.values[start] < 0)
+            continue;
+        ++speechFrames;
+        for (std::size_t i = 0; i < features.length; ++i)
+            sum[i] += features.values[start + i];
+    }
+    if (speechFrames == 0)
+        return;
+    std::vector<mfcc_t> mean(features.length);
+    for (std::size_t i = 0; i < features.length; ++i)
+        mean[i] = static_cast<mfcc_t>(sum[i] / static_cast<double>(speechFrames));
+    cmn_live_set(ps_get_feat(decoder_)->cmn_struct, mean.data());
+}
+
+std::string PocketSphinxDecoder::endUtterance() {
+    ps_end_utt(decoder_);
+    const char* words = ps_get_hyp(decoder_, nullptr);
+    return words ? words : "";
+}
+
+} // namespace sonvale::adapters::pocketsphinx

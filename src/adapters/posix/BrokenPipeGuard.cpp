@@ -1,0 +1,40 @@
+#include "adapters/posix/BrokenPipeGuard.h"
+
+#include <ctime>
+
+namespace sonvale::adapters::posix {
+
+namespace {
+
+sigset_t brokenPipe() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGPIPE);
+    return signals;
+}
+
+bool isBrokenPipePending() {
+    sigset_t pending;
+    sigpending(&pending);
+    return sigismember(&pending, SIGPIPE) == 1;
+}
+
+} // namespace
+
+BrokenPipeGuard::BrokenPipeGuard()
+    : wasPending_(isBrokenPipePending()) {
+    const auto signals = brokenPipe();
+    pthread_sigmask(SIG_BLOCK, &signals, &former_);
+}
+
+BrokenPipeGuard::~BrokenPipeGuard() {
+    // Taken away before it can be delivered, unless somebody else had one coming.
+    if (!wasPending_ && isBrokenPipePending()) {
+        const auto signals = brokenPipe();
+        const timespec atOnce{0, 0};
+        sigtimedwait(&signals, nullptr, &atOnce);
+    }
+    pthread_sigmask(SIG_SETMASK, &former_, nullptr);
+}
+
+} // namespace sonvale::adapters::posix

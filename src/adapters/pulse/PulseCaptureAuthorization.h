@@ -1,0 +1,26 @@
+#pragma once
+
+#include "platform/CaptureAuthorization.h"
+
+#include <string>
+
+namespace sonvale::adapters::pulse {
+
+/// Asks the PulseAudio (or PipeWire) server. Connects for each question and keeps nothing open.
+class PulseCaptureAuthorization final : public platform::CaptureAuthorization {
+public:
+    /// `server` as in PULSE_SERVER; empty: the user's own.
+    explicit PulseCaptureAuthorization(std::string server = {})
+        : server_(std::move(server)) {}
+
+    platform::CaptureStatus status() override;
+    platform::RecordPermission recordPermission() override {
+        return platform::RecordPermission::undetermined;
+    }
+    void requestRecordPermission(std::function<void(bool isGranted)> answer) override;
+
+private:
+    const std::string server_;
+};
+
+} // namespace sonvale::adapters::pulse

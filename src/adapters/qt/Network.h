@@ -1,0 +1,72 @@
+#pragma once
+
+#include "adapters/qt/ClosingSockets.h"
+#include "adapters/qt/HttpCall.h"
+#include "adapters/qt/HttpLines.h"
+#include "adapters/qt/KeptConnections.h"
+#include "adapters/qt/SocketConnection.h"
+
+#include <QObject>
+#include <QSslConfiguration>
+#include <QString>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+
+namespace sonvale::adapters::qt {
+
+using NetworkId = std::uint64_t;
+
+/// One session on the network thread: its connections, requests and sockets. With it they all end, cancelled.
+class NetworkSession final : public QObject {
+public:
+    NetworkSession(const QSslConfiguration& ssl, ClosingSockets& closing, KeptConnections::Uptime uptime);
+    ~NetworkSession() override;
+
+    void startCall(NetworkId id, platform::UrlRequest request,
+                   runtime::Continuation<platform::UrlResponse> caller);
+    void cancelCall(NetworkId id);
+
+    void startLines(NetworkId id, platform::UrlRequest request,
+                    runtime::Continuation<platform::UrlResponse> caller);
+    /// Null when there are none.
+    HttpLines* lines(NetworkId id);
+    void dropLines(NetworkId id);
+
+    void addSocket(NetworkId id, platform::UrlRequest request);
+    /// Null when there is none.
+    SocketConnection* socket(NetworkId id);
+    void dropSocket(NetworkId id);
+
+private:
+    const QSslConfiguration ssl_;
+    ClosingSockets& closing_;
+    KeptConnections connections_;
+    std::map<NetworkId, std::unique_ptr<HttpCall>> calls_;
+    std::map<NetworkId, std::unique_ptr<HttpLines>> lines_;
+    std::map<NetworkId, std::unique_ptr<SocketConnection>> sockets_;
+};
+
+/// All that lives on the network thread, and is touched nowhere else. A session that is not there has been
+/// invalidated or dropped.
+class Network {
+public:
+    /// `authorities` names a file of certificates that are trusted too; empty for none.
+    Network(QString authorities, KeptConnections::Uptime uptime);
+    void addSession(NetworkId id);
+    /// Null when there is none.
+    NetworkSession* session(NetworkId id);
+    void endSession(NetworkId id);
+    /// Then calls `done`, maybe later: sockets get a moment to say that they close.
+    void endAllSessions(std::function<void()> done);
+
+private:
+    const QString authorities_;
+    const KeptConnections::Uptime uptime_;
+    ClosingSockets closingSockets_;
+    std::unique_ptr<QSslConfiguration> ssl_; ///< read from the system for the first session
+    std::map<NetworkId, std::unique_ptr<NetworkSession>> sessions_;
+};
+
+} // namespace sonvale::adapters::qt

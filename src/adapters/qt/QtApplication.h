@@ -1,0 +1,37 @@
+#pragma once
+
+#include "platform/Application.h"
+
+#include <QObject>
+
+class QWindow;
+
+namespace sonvale::adapters::qt {
+
+/// The program as the desktop sees it, by Qt. Make it after the application object and before the first
+/// window; from then on the program goes on when its last window is closed.
+///
+/// On X11 an accessory's windows say that they have no place in task bars and pagers (EWMH
+/// _NET_WM_STATE_SKIP_TASKBAR, _SKIP_PAGER); elsewhere Qt has no word for it and the policy changes nothing.
+class QtApplication final : public QObject, public platform::Application {
+public:
+    QtApplication();
+    ~QtApplication() override;
+
+    void setActivationPolicy(platform::ActivationPolicy policy) override;
+
+    bool makeKeyAndOrderFront(const std::string& windowTitle) override;
+
+    /// Quits from the event loop, after the caller has returned; also when the loop has yet to start.
+    void terminate() override;
+
+protected:
+    bool eventFilter(QObject* object, QEvent* event) override;
+
+private:
+    void placeNewWindow(QWindow& window);
+
+    platform::ActivationPolicy policy_ = platform::ActivationPolicy::regular;
+};
+
+} // namespace sonvale::adapters::qt

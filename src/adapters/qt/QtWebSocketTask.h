@@ -1,0 +1,29 @@
+#pragma once
+
+#include "adapters/qt/SessionHandle.h"
+
+#include "platform/UrlSession.h"
+#include "platform/WebSocketTask.h"
+
+#include <memory>
+
+namespace sonvale::adapters::qt {
+
+/// A socket of a session on Qt's network thread. It keeps its session. Messages that come in may have 16 MiB;
+/// larger ones, and 64 MiB that nobody receives, end it with `networkConnectionLost`.
+class QtWebSocketTask final : public platform::WebSocketTask {
+public:
+    QtWebSocketTask(std::shared_ptr<SessionHandle> session, platform::UrlRequest request);
+    ~QtWebSocketTask() override;
+
+    void resume() override;
+    runtime::Task<> send(platform::WebSocketMessage message) override;
+    runtime::Task<platform::WebSocketMessage> receive() override;
+    void cancel(int closeCode) override;
+
+private:
+    const std::shared_ptr<SessionHandle> session_;
+    const NetworkId id_;
+};
+
+} // namespace sonvale::adapters::qt

@@ -1,0 +1,20 @@
+#include "adapters/qt/SessionHandle.h"
+
+namespace sonvale::adapters::qt {
+
+SessionHandle::SessionHandle(std::shared_ptr<NetworkThread> thread)
+    : thread_(std::move(thread))
+    , id_(thread_->makeId()) {
+    thread_->post([id = id_](Network& network) { network.addSession(id); });
+}
+
+SessionHandle::~SessionHandle() {
+    invalidate();
+}
+
+void SessionHandle::invalidate() {
+    // Once the thread has ended, so have its sessions.
+    thread_->post([id = id_](Network& network) { network.endSession(id); });
+}
+
+} // namespace sonvale::adapters::qt

@@ -1,0 +1,73 @@
+#include "adapters/x11/SyntheticKeyLedger.h"
+
+#include <algorithm>
+
+namespace sonvale::adapters::x11 {
+
+namespace {
+
+/// The server answers within a millisecond; what it has not reported for so long is lost, and must not
+/// stand in the way of what is sent later.
+constexpr double longestAnswer = 5;
+
+} // namespace
+
+void SyntheticKeyLedger::beginListening() {
+    const std::lock_guard lock(mutex_);
+    entries_.clear();
+    isListening_ = true;
+    userKeyboard_ = 0;
+}
+
+void SyntheticKeyLedger::endListening() {
+    const std::lock_guard lock(mutex_);
+    entries_.clear();
+    isListening_ = false;
+}
+
+void SyntheticKeyLedger::write(const void* sender, std::uint16_t device,
+                               const std::vector<KeyStroke>& strokes, double now) {
+    const std::lock_guard lock(mutex_);
+    if (!isListening_)
+        return;
+    for (const auto& stroke : strokes)
+        entries_[{device, sender}].push_back({stroke, now});
+}
+
+bool SyntheticKeyLedger::strikeOut(std::uint16_t device, KeyStroke stroke, double now,
+                                   const std::function<bool(std::uint8_t keycode)>& isHeld) {
+    const std::lock_guard lock(mutex_);
+    return std::any_of(entries_.begin(), entries_.end(), [&](auto& entry) {
+        return entry.first.first == device && strikeOutOf(entry.second, stroke, now, isHeld);
+    });
+}
+
+bool SyntheticKeyLedger::strikeOutOf(Expected& expected, KeyStroke stroke, double now,
+                                     const std::function<bool(std::uint8_t keycode)>& isHeld) {
+    while (!expected.empty() && now - expected.front().writtenAt > longestAnswer)
+        expected.pop_front();
+    // The server leaves out the press of a modifier that this keyboard holds already, and nothing else. To
+    // pass over any other press would take the user's own release of a held modifier for the program's.
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        if (expected[i].stroke == stroke) {
+            expected.erase(expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(i) + 1);
+            return true;
+        }
+        const auto& missing = expected[i].stroke;
+        if (!missing.isPress || missing.keycode == stroke.keycode || !isHeld(missing.keycode))
+            break;
+    }
+    return false;
+}
+
+std::uint16_t SyntheticKeyLedger::userKeyboard() const {
+    const std::lock_guard lock(mutex_);
+    return userKeyboard_;
+}
+
+void SyntheticKeyLedger::setUserKeyboard(std::uint16_t device) {
+    const std::lock_guard lock(mutex_);
+    userKeyboard_ = device;
+}
+
+} // namespace sonvale::adapters::x11

@@ -1,0 +1,202 @@
+#include "adapters/x11/X11EventTap.h"
+
+#include "adapters/posix/BrokenPipeGuard.h"
+#include "adapters/x11/X11KeyListener.h"
+
+#include "base/Log.h"
+
+#include <poll.h>
+#include <pthread.h>
+#include <sys/eventfd.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cassert>
+#include <cmath>
+#include <csignal>
+#include <stdexcept>
+#include <utility>
+
+namespace sonvale::adapters::x11 {
+
+namespace {
+
+// "com.sonvale.hotkey" in the fifteen bytes that Linux has for it.
+constexpr const char* threadName = "sonvale.hotkey";
+constexpr int urgency = -10;
+
+const base::Logger& logger() {
+    static const base::Logger instance("X11EventTap");
+    return instance;
+}
+
+/// Signals are the main thread's business.
+class SignalsBlocked {
+public:
+    SignalsBlocked() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &former_);
+    }
+    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &former_, nullptr); }
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+private:
+    sigset_t former_;
+};
+
+} // namespace
+
+X11EventTap::X11EventTap(const runtime::Clock& clock, std::shared_ptr<SyntheticKeyLedger> ledger,
+                         std::string displayName)
+    : displayName_(std::move(displayName))
+    , clock_(clock)
+    , ledger_(std::move(ledger))
+    , wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    if (wakeUp_ < 0)
+        throw std::runtime_error("no descriptor left for the key tap");
+}
+
+X11EventTap::~X11EventTap() {
+    stop();
+    close(wakeUp_);
+}
+
+bool X11EventTap::probe() {
+    const posix::BrokenPipeGuard guard;
+    return X11Connection::open(displayName_, clock_) != nullptr;
+}
+
+bool X11EventTap::start(Callback callback) {
+    assert(!listener_);
+    listener_ = X11KeyListener::open(displayName_, clock_, *ledger_, std::move(callback), onTaken_);
+    if (!listener_)
+        return false;
+    isStopping_ = false;
+    {
+        const std::lock_guard lock(mutex_);
+        isRunning_ = true;
+    }
+    applySwallowable();
+    const SignalsBlocked blocked;
+    thread_ = std::thread([this] { run(); });
+    return true;
+}
+
+void X11EventTap::stop() {
+    if (!listener_)
+        return;
+    isStopping_ = true;
+    // A listener that waits for a server which does not answer would hold up the caller.
+    listener_->interrupt();
+    const std::uint64_t one = 1;
+    // The counter can only be full when the thread is awake anyway.
+    [[maybe_unused]] const auto written = write(wakeUp_, &one, sizeof one);
+    thread_.join();
+    listener_.reset();
+    std::deque<std::function<void()>> dropped;
+    const std::lock_guard lock(mutex_);
+    isRunning_ = false;
+    dropped.swap(blocks_);
+}
+
+void X11EventTap::enable() {
+    // X11 stops a listener in one way only, by ending its connection, and with that the session is over.
+}
+
+void X11EventTap::perform(std::function<void()> block) {
+    post(std::move(block));
+}
+
+void X11EventTap::setSwallowable(std::vector<platform::KeyCombination> combinations) {
+    {
+        const std::lock_guard lock(mutex_);
+        swallowable_ = std::move(combinations);
+    }
+    applySwallowable();
+}
+
+void X11EventTap::maskHeldKeys() {
+    listener_->maskHeldKeys();
+}
+
+void X11EventTap::setOnTaken(std::function<void(platform::KeyCombination)> onTaken) {
+    onTaken_ = std::move(onTaken);
+}
+
+void X11EventTap::applySwallowable() {
+    post([this] {
+        std::vector<platform::KeyCombination> combinations;
+        {
+            const std::lock_guard lock(mutex_);
+            combinations = swallowable_;
+        }
+        listener_->setSwallowable(combinations);
+    });
+}
+
+void X11EventTap::post(std::function<void()> block) {
+    const std::lock_guard lock(mutex_);
+    if (!isRunning_)
+        return;
+    blocks_.push_back(std::move(block));
+    const std::uint64_t one = 1;
+    // The counter can only be full when the thread is awake anyway.
+    [[maybe_unused]] const auto written = write(wakeUp_, &one, sizeof one);
+}
+
+void X11EventTap::run() {
+    pthread_setname_np(pthread_self(), threadName);
+    // Every shortcut waits for this thread. Where the user has no right to it, it stays an ordinary one.
+    setpriority(PRIO_PROCESS, 0, urgency);
+    while (!isStopping_) {
+        const bool hasRunBlocks = runBlocks();
+        if (!listener_->processEvents())
+            break;
+        // Waiting for replies may have read events that no poll would tell of.
+        if (!listener_->runDue() && !hasRunBlocks)
+            waitForWork();
+    }
+    if (isStopping_)
+        return;
+    {
+        std::deque<std::function<void()>> dropped;
+        const std::lock_guard lock(mutex_);
+        isRunning_ = false;
+        dropped.swap(blocks_);
+    }
+    logger().error("the display is gone");
+    listener_->reportDisabled();
+}
+
+bool X11EventTap::runBlocks() {
+    bool hasRun = false;
+    while (!isStopping_) {
+        std::function<void()> block;
+        {
+            const std::lock_guard lock(mutex_);
+            if (blocks_.empty())
+                break;
+            block = std::move(blocks_.front());
+            blocks_.pop_front();
+        }
+        block();
+        hasRun = true;
+    }
+    return hasRun;
+}
+
+void X11EventTap::waitForWork() {
+    int milliseconds = -1;
+    if (const auto due = listener_->nextDue())
+        milliseconds = std::max(0, static_cast<int>(std::ceil((*due - clock_.now()) * 1000)));
+    pollfd sources[] = {{listener_->descriptor(), POLLIN, 0}, {wakeUp_, POLLIN, 0}};
+    poll(sources, 2, milliseconds);
+    std::uint64_t count = 0;
+    // Nothing to read means that events of the display were the reason.
+    [[maybe_unused]] const auto read = ::read(wakeUp_, &count, sizeof count);
+}
+
+} // namespace sonvale::adapters::x11

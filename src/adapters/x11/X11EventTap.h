@@ -1,0 +1,68 @@
+#pragma once
+
+#include "adapters/x11/SyntheticKeyLedger.h"
+
+#include "platform/EventTap.h"
+#include "runtime/Clock.h"
+
+#include <atomic>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace sonvale::adapters::x11 {
+
+class X11KeyListener;
+
+/// The key tap on X11.
+///
+/// Limits of X11: the release of a swallowed key still reaches the application, without its press, which
+/// programs drop. A key whose modifier the program itself has let go for a paste is passed, because the
+/// server no longer sees the combination. A swallowable combination that the callback passes goes to the
+/// focused application, past other programs' own bindings of it. From its press until the callback has spoken
+/// the keyboard stands still for everybody. When the display goes away the callback gets `tapDisabled` once
+/// and the thread ends; `enable()` cannot bring it back.
+class X11EventTap final : public platform::EventTap {
+public:
+    /// An empty name means the display of the environment. `ledger` is shared with the program's
+    /// `X11SyntheticInput`.
+    X11EventTap(const runtime::Clock& clock, std::shared_ptr<SyntheticKeyLedger> ledger,
+                std::string displayName = {});
+    ~X11EventTap() override;
+
+    bool probe() override;
+    bool start(Callback callback) override;
+    void stop() override;
+    void enable() override;
+    void perform(std::function<void()> block) override;
+    void setSwallowable(std::vector<platform::KeyCombination> combinations) override;
+    void maskHeldKeys() override;
+    void setOnTaken(std::function<void(platform::KeyCombination)> onTaken) override;
+
+private:
+    void run();
+    bool runBlocks();
+    void waitForWork();
+    void post(std::function<void()> block);
+    void applySwallowable();
+
+    const std::string displayName_;
+    const runtime::Clock& clock_;
+    const std::shared_ptr<SyntheticKeyLedger> ledger_;
+    std::function<void(platform::KeyCombination)> onTaken_;
+
+    const int wakeUp_; ///< an eventfd
+    std::unique_ptr<X11KeyListener> listener_;
+    std::thread thread_;
+    std::atomic<bool> isStopping_ = false;
+
+    std::mutex mutex_; ///< guards what follows
+    bool isRunning_ = false;
+    std::deque<std::function<void()>> blocks_;
+    std::vector<platform::KeyCombination> swallowable_;
+};
+
+} // namespace sonvale::adapters::x11

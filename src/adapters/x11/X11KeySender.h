@@ -1,0 +1,25 @@
+#pragma once
+
+#include "adapters/x11/SyntheticKeyLedger.h"
+#include "adapters/x11/X11Connection.h"
+
+#include <vector>
+
+namespace sonvale::adapters::x11 {
+
+/// Types on the keyboards of the session through XTEST, and keeps the ledger of it.
+class X11KeySender {
+public:
+    X11KeySender(X11Connection& connection, SyntheticKeyLedger& ledger)
+        : connection_(connection)
+        , ledger_(ledger) {}
+
+    /// Types on a keyboard of `keyboards`. The strokes are on their way when it returns; nothing is awaited.
+    void send(const X11Keyboards& keyboards, std::uint16_t device, const std::vector<KeyStroke>& strokes);
+
+private:
+    X11Connection& connection_;
+    SyntheticKeyLedger& ledger_;
+};
+
+} // namespace sonvale::adapters::x11

@@ -1,0 +1,230 @@
+#include "adapters/x11/X11Pasteboard.h"
+
+#include "adapters/posix/BrokenPipeGuard.h"
+#include "adapters/x11/X11Clipboard.h"
+
+#include <pthread.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <future>
+#include <mutex>
+#include <system_error>
+#include <thread>
+
+namespace sonvale::adapters::x11 {
+
+namespace {
+
+/// An answer to a question about the contents. Own ones are copied on the asker's thread: of much data that
+/// would hold up the one that serves.
+template <class T>
+struct Reading {
+    X11SelectionServer::ContentsPointer own;
+    std::optional<T> other;
+};
+
+} // namespace
+
+/// The thread, and the orders that it carries out in between serving others.
+class X11Pasteboard::Worker {
+public:
+    Worker(const runtime::Clock& clock, const std::string& displayName) {
+        wakeDescriptor_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+        if (wakeDescriptor_ < 0)
+            throw std::system_error(errno, std::generic_category(), "eventfd");
+        {
+            const posix::BrokenPipeGuard guard;
+            clipboard_ = std::make_unique<X11Clipboard>(clock, displayName);
+        }
+        thread_ = std::thread([this] { run(); });
+    }
+
+    ~Worker() {
+        perform([](X11Clipboard& clipboard) {
+            clipboard.handOver();
+            return true;
+        });
+        {
+            const std::lock_guard lock(mutex_);
+            isEnding_ = true;
+        }
+        wake();
+        // Otherwise the thread hangs in sending to a server that has stopped reading.
+        if (ended_.get_future().wait_for(longestEnd) == std::future_status::timeout)
+            clipboard_->disconnect();
+        thread_.join();
+        close(wakeDescriptor_);
+    }
+
+    Worker(const Worker&) = delete;
+    Worker& operator=(const Worker&) = delete;
+
+    /// Has `order` carried out on the thread; absent when it takes too long, which only a hanging server
+    /// brings about.
+    template <class Order>
+    auto perform(Order order) -> std::optional<decltype(order(std::declval<X11Clipboard&>()))> {
+        using Result = decltype(order(std::declval<X11Clipboard&>()));
+        return ask<Result>(longestOrder,
+                           [order = std::move(order)](X11Clipboard& clipboard, const auto& answer) mutable {
+                               answer(order(clipboard));
+                           });
+    }
+
+    /// As `perform`, for an order that may answer after it has returned.
+    template <class Result, class Order>
+    std::optional<Result> ask(std::chrono::milliseconds limit, Order order) {
+        struct Answer {
+            std::mutex mutex;
+            std::condition_variable given;
+            std::optional<Result> result; ///< guarded by `mutex`
+        };
+        const auto answer = std::make_shared<Answer>();
+        post([order = std::move(order), answer](X11Clipboard& clipboard) mutable {
+            order(clipboard, std::function<void(Result)>([answer](Result result) {
+                      {
+                          const std::lock_guard lock(answer->mutex);
+                          answer->result = std::move(result);
+                      }
+                      answer->given.notify_all();
+                  }));
+        });
+        std::unique_lock lock(answer->mutex);
+        answer->given.wait_for(lock, limit, [&] { return answer->result.has_value(); });
+        return std::move(answer->result);
+    }
+
+    /// Has `order` carried out on the thread and does not wait for it.
+    void post(std::function<void(X11Clipboard&)> order) {
+        {
+            const std::lock_guard lock(mutex_);
+            orders_.push_back(std::move(order));
+        }
+        wake();
+    }
+
+    static constexpr std::chrono::milliseconds longestOrder{2500};
+
+private:
+    static constexpr std::chrono::milliseconds longestEnd{500};
+
+    void run() {
+        pthread_setname_np(pthread_self(), "clipboard");
+        const posix::BrokenPipeGuard guard;
+        while (carryOutOrders())
+            clipboard_->serveAndWait(wakeDescriptor_);
+        ended_.set_value();
+    }
+
+    /// False once the thread is to end.
+    bool carryOutOrders() {
+        std::uint64_t count = 0;
+        // Fails when nobody woke it, which is all the same.
+        [[maybe_unused]] const auto size = ::read(wakeDescriptor_, &count, sizeof count);
+        std::unique_lock lock(mutex_);
+        while (!orders_.empty()) {
+            const auto order = std::move(orders_.front());
+            orders_.pop_front();
+            lock.unlock();
+            order(*clipboard_);
+            lock.lock();
+        }
+        return !isEnding_;
+    }
+
+    void wake() const {
+        const std::uint64_t one = 1;
+        // Fails only when the count is full, and then the thread is awake.
+        [[maybe_unused]] const auto size = ::write(wakeDescriptor_, &one, sizeof one);
+    }
+
+    std::unique_ptr<X11Clipboard> clipboard_;
+    int wakeDescriptor_ = -1;
+    std::mutex mutex_;
+    std::deque<std::function<void(X11Clipboard&)>> orders_; ///< guarded by `mutex_`
+    bool isEnding_ = false;                                 ///< guarded by `mutex_`
+    std::promise<void> ended_;
+    std::thread thread_;
+};
+
+X11Pasteboard::X11Pasteboard(const runtime::Clock& clock, const std::string& displayName)
+    : worker_(std::make_unique<Worker>(clock, displayName)) {}
+
+X11Pasteboard::~X11Pasteboard() = default;
+
+std::int64_t X11Pasteboard::changeCount() {
+    if (const auto count = worker_->perform([](X11Clipboard& clipboard) { return clipboard.changeCount(); }))
+        lastCount_ = *count;
+    return lastCount_;
+}
+
+void X11Pasteboard::prefetch() {
+    worker_->post([](X11Clipboard& clipboard) { clipboard.prefetch(); });
+}
+
+void X11Pasteboard::dropPrefetch() {
+    worker_->post([](X11Clipboard& clipboard) { clipboard.dropPrefetch(); });
+}
+
+std::optional<std::vector<platform::PasteboardItem>> X11Pasteboard::items() {
+    using Items = Reading<std::vector<platform::PasteboardItem>>;
+    const auto limit =
+        Worker::longestOrder + std::chrono::seconds(static_cast<int>(X11Clipboard::itemsSeconds));
+    auto reading =
+        worker_->ask<Items>(limit, [](X11Clipboard& clipboard, const std::function<void(Items)>& answer) {
+            if (auto own = clipboard.ownContents())
+                answer({std::move(own), std::nullopt});
+            else
+                clipboard.readItems([answer](auto items) { answer({nullptr, std::move(items)}); });
+        });
+    if (!reading)
+        return std::nullopt;
+    return reading->own ? reading->own->copy() : std::move(reading->other);
+}
+
+void X11Pasteboard::clearContents() {
+    worker_->perform([](X11Clipboard& clipboard) {
+        clipboard.clearContents();
+        return true;
+    });
+}
+
+void X11Pasteboard::setString(const std::string& text) {
+    auto contents = X11SelectionContents::fromText(text);
+    worker_->perform([contents = std::move(contents)](X11Clipboard& clipboard) mutable {
+        clipboard.writeText(std::move(contents));
+        return true;
+    });
+}
+
+void X11Pasteboard::writeItems(std::vector<platform::PasteboardItem> items) {
+    auto contents = X11SelectionContents::fromItems(std::move(items));
+    worker_->perform([contents = std::move(contents)](X11Clipboard& clipboard) mutable {
+        clipboard.writeItems(std::move(contents));
+        return true;
+    });
+}
+
+std::optional<std::string> X11Pasteboard::string() {
+    auto reading = worker_->perform([](X11Clipboard& clipboard) {
+        Reading<std::string> r{clipboard.ownContents(), std::nullopt};
+        if (!r.own)
+            r.other = clipboard.readText();
+        return r;
+    });
+    if (!reading)
+        return std::nullopt;
+    return reading->own ? reading->own->text() : std::move(reading->other);
+}
+
+void X11Pasteboard::offerPrimary() {
+    worker_->perform([](X11Clipboard& clipboard) {
+        clipboard.offerPrimary();
+        return true;
+    });
+}
+
+} // namespace sonvale::adapters::x11

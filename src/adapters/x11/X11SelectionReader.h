@@ -1,0 +1,72 @@
+#pragma once
+
+#include "adapters/x11/X11Client.h"
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+namespace sonvale::adapters::x11 {
+
+/// The contents of a selection in one form.
+struct X11SelectionData {
+    xcb_atom_t type = XCB_ATOM_NONE;
+    std::uint8_t format = 8;
+    std::vector<std::byte> bytes;
+};
+
+/// Asks the owners of selections for their contents (ICCCM 2.4, INCR 2.7.2).
+///
+/// On the thread of its connection. While it waits it hands every event to `dispatch`, which must pass them
+/// to `handle` too: so this program goes on serving others. Answers that come after their deadline are taken
+/// and thrown away, so that a slow owner gets to the end of its sending.
+class X11SelectionReader {
+public:
+    /// `dispatch` is needed by `fetch` only.
+    X11SelectionReader(X11Client& client, const runtime::Clock& clock,
+                       std::function<void(const xcb_generic_event_t&)> dispatch = {});
+
+    /// Absent when the owner refuses, has none, or has not given it all at the deadline, and after `abandon`.
+    std::optional<X11SelectionData> fetch(xcb_atom_t selection, xcb_atom_t target, xcb_timestamp_t time,
+                                          double deadline);
+
+    /// Asks the owner and returns at once. The answer comes through `handle`.
+    void begin(xcb_atom_t selection, xcb_atom_t target, xcb_timestamp_t time);
+    /// Whether the answer to `begin` is incomplete.
+    bool isBusy() const { return stage_ == Stage::asked || stage_ == Stage::receiving; }
+    /// Returns the answer to `begin`, once; nullopt if the owner has refused, and after `abandon`.
+    std::optional<X11SelectionData> take();
+    /// Bytes of the present answer so far.
+    std::size_t received() const { return data_.bytes.size(); }
+    /// When the owner last sent something; 0 before its first answer.
+    double lastActivity() const { return lastActivity_; }
+
+    /// Ends the present request, because its owner has gone or is too slow.
+    void abandon();
+
+    void handle(const xcb_generic_event_t& event);
+
+private:
+    enum class Stage { idle, asked, receiving, complete, failed };
+
+    void takeAnswer(const xcb_selection_notify_event_t& answer);
+    void takePiece();
+    bool isOwnProperty(xcb_atom_t property) const;
+
+    X11Client& client_;
+    const runtime::Clock& clock_;
+    std::function<void(const xcb_generic_event_t&)> dispatch_;
+    xcb_window_t window_ = XCB_WINDOW_NONE;
+    xcb_atom_t incr_ = XCB_ATOM_NONE;
+    /// One is in use at a time; after a missed deadline the next one, to tell late answers from asked ones.
+    std::vector<xcb_atom_t> properties_;
+    std::size_t current_ = 0;
+
+    Stage stage_ = Stage::idle;
+    xcb_atom_t target_ = XCB_ATOM_NONE;
+    xcb_timestamp_t time_ = 0;
+    double lastActivity_ = 0;
+    X11SelectionData data_;
+};
+
+} // namespace sonvale::adapters::x11

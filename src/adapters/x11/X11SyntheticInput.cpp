@@ -1,0 +1,205 @@
+#include "adapters/x11/X11SyntheticInput.h"
+
+#include "adapters/freedesktop/TerminalPrograms.h"
+#include "adapters/x11/KeyChord.h"
+#include "adapters/x11/X11KeySender.h"
+#include "adapters/x11/X11KeyboardMap.h"
+#include "adapters/x11/X11Windows.h"
+
+#include "base/Log.h"
+#include "platform/EventTap.h"
+
+#include <X11/keysym.h>
+
+#include <algorithm>
+#include <bitset>
+#include <utility>
+
+namespace sonvale::adapters::x11 {
+
+namespace {
+
+/// A busy server can need more than a few milliseconds, and a press that is dropped loses the user's text.
+constexpr double maxPressSeconds = 1;
+
+constexpr KeyChord controlV{XK_v, 55, platform::modifier::control, false};
+constexpr KeyChord controlShiftV{XK_v, 55, platform::modifier::control | platform::modifier::shift, false};
+constexpr KeyChord shiftInsert{XK_Insert, 118, platform::modifier::shift, false};
+constexpr KeyChord controlInsert{XK_Insert, 118, platform::modifier::control, false};
+constexpr KeyChord controlC{XK_c, 54, platform::modifier::control, false};
+constexpr KeyChord controlShiftC{XK_c, 54, platform::modifier::control | platform::modifier::shift, false};
+constexpr KeyChord controlZ{XK_z, 52, platform::modifier::control, false};
+constexpr KeyChord controlUnderscore{XK_underscore, 20, platform::modifier::control, true};
+
+/// The class of the window's program; empty when the window has none.
+std::string windowClass(X11Connection& connection, xcb_window_t window, double deadline) {
+    const auto reply = connection.reply<xcb_get_property_reply_t>(
+        xcb_get_property(connection.raw(), 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 256), deadline);
+    return windowClassIn(reply.get());
+}
+
+bool isDown(const xcb_query_keymap_reply_t& keys, unsigned int keycode) {
+    return (keys.keys[keycode / 8] & (1u << (keycode % 8))) != 0;
+}
+
+} // namespace
+
+X11SyntheticInput::X11SyntheticInput(const runtime::Clock& clock, std::shared_ptr<SyntheticKeyLedger> ledger,
+                                     std::function<void()> offerPrimary, const std::string& displayName)
+    : ledger_(std::move(ledger))
+    , offerPrimary_(std::move(offerPrimary))
+    , connection_(X11Connection::open(displayName, clock)) {}
+
+struct X11SyntheticInput::Situation {
+    X11Keyboards keyboards;
+    X11KeyboardMap map;
+    std::bitset<256> down;
+    xcb_window_t window = XCB_WINDOW_NONE; ///< that gets the keys
+    std::string windowClass;
+};
+
+void X11SyntheticInput::pressPaste() {
+    if (!isUsable())
+        return;
+    const auto& clock = connection_->clock();
+    double deadline = clock.now() + maxPressSeconds;
+    const auto situation = look(deadline);
+    if (!situation)
+        return;
+    const auto style = freedesktop::keyStyleOf(situation->windowClass);
+    const bool hasLetter = situation->map.find(XK_v).has_value();
+    // Without the letter Shift-Insert works everywhere; it pastes the clipboard or PRIMARY.
+    const bool isPrimary = style == freedesktop::KeyStyle::xterm || style == freedesktop::KeyStyle::gvim ||
+                           (style == freedesktop::KeyStyle::terminal && !hasLetter);
+    if (isPrimary && offerPrimary_) {
+        const double before = clock.now();
+        offerPrimary_();
+        deadline += clock.now() - before;
+    }
+    if (isPrimary || style == freedesktop::KeyStyle::emacs || !hasLetter)
+        press(shiftInsert, *situation, deadline);
+    else
+        press(style == freedesktop::KeyStyle::terminal ? controlShiftV : controlV, *situation, deadline);
+}
+
+void X11SyntheticInput::pressCopy() {
+    if (!isUsable())
+        return;
+    const double deadline = connection_->clock().now() + maxPressSeconds;
+    const auto situation = look(deadline);
+    if (!situation)
+        return;
+    const bool isTerminal =
+        freedesktop::keyStyleOf(situation->windowClass) == freedesktop::KeyStyle::terminal;
+    const bool canCopy =
+        isTerminal ? hasMarkedText(*situation, deadline)
+                   : freedesktop::keyStyleOf(situation->windowClass) == freedesktop::KeyStyle::ordinary;
+    if (!canCopy)
+        return;
+    if (!situation->map.find(XK_c))
+        press(controlInsert, *situation, deadline);
+    else
+        press(isTerminal ? controlShiftC : controlC, *situation, deadline);
+}
+
+void X11SyntheticInput::pressUndo() {
+    if (!isUsable())
+        return;
+    const double deadline = connection_->clock().now() + maxPressSeconds;
+    const auto situation = look(deadline);
+    if (!situation)
+        return;
+    switch (freedesktop::keyStyleOf(situation->windowClass)) {
+    case freedesktop::KeyStyle::ordinary:
+        press(controlZ, *situation, deadline);
+        break;
+    case freedesktop::KeyStyle::terminal:
+    case freedesktop::KeyStyle::xterm:
+    case freedesktop::KeyStyle::emacs:
+        press(controlUnderscore, *situation, deadline);
+        break;
+    case freedesktop::KeyStyle::gvim:
+        // Its undo of insert mode takes back what the user typed before as well.
+        break;
+    }
+}
+
+std::optional<X11SyntheticInput::Situation> X11SyntheticInput::look(double deadline) {
+    // Nothing on this connection asks for events; what comes anyway (errors) must not pile up.
+    while (auto* event = xcb_poll_for_event(connection_->raw()))
+        std::free(event);
+
+    // All at once: on a busy machine each turn to the server costs milliseconds.
+    auto* raw = connection_->raw();
+    const auto keyboardsRequest = requestKeyboards(*connection_);
+    const auto mapRequest = X11KeyboardMap::request(*connection_);
+    const auto keysRequest = xcb_query_keymap(raw);
+    const auto focusRequest = xcb_get_input_focus(raw);
+    const auto pointerRequest = xcb_query_pointer(raw, connection_->root());
+    auto keyboards = receiveKeyboards(*connection_, keyboardsRequest, deadline);
+    auto map = X11KeyboardMap::receive(*connection_, mapRequest, deadline);
+    const auto keys = connection_->reply<xcb_query_keymap_reply_t>(keysRequest, deadline);
+    const auto focus = connection_->reply<xcb_get_input_focus_reply_t>(focusRequest, deadline);
+    const auto pointer = connection_->reply<xcb_query_pointer_reply_t>(pointerRequest, deadline);
+    // A server that does not answer now would get the keys later, at a moment when nobody expects them.
+    if (!keyboards || !map || !keys || !focus || !pointer) {
+        base::Logger("SyntheticInput").error("The X server does not answer: no key was pressed");
+        return std::nullopt;
+    }
+
+    Situation situation{std::move(*keyboards), std::move(*map), {}, XCB_WINDOW_NONE, {}};
+    for (unsigned int keycode = 0; keycode < situation.down.size(); ++keycode)
+        situation.down.set(keycode, isDown(*keys, keycode));
+    // Where no window has the focus, and nobody manages it, the one under the pointer gets the keys.
+    const bool hasWindow = focus->focus > XCB_INPUT_FOCUS_POINTER_ROOT && focus->focus != connection_->root();
+    situation.window = hasWindow ? focus->focus : pointer->child;
+    situation.windowClass = classOf(situation.window, deadline);
+    return situation;
+}
+
+std::string X11SyntheticInput::classOf(xcb_window_t window, double deadline) {
+    // The focus is often on a window inside the program's own, the class always on that.
+    constexpr int deepest = 16;
+    for (int depth = 0; depth < deepest && window != XCB_NONE && window != connection_->root(); ++depth) {
+        const auto treeRequest = xcb_query_tree(connection_->raw(), window);
+        auto name = windowClass(*connection_, window, deadline);
+        const auto tree = connection_->reply<xcb_query_tree_reply_t>(treeRequest, deadline);
+        if (!name.empty())
+            return name;
+        window = tree ? tree->parent : XCB_NONE;
+    }
+    return {};
+}
+
+bool X11SyntheticInput::hasMarkedText(const Situation& situation, double deadline) {
+    const auto owner = connection_->reply<xcb_get_selection_owner_reply_t>(
+        xcb_get_selection_owner(connection_->raw(), XCB_ATOM_PRIMARY), deadline);
+    return owner && isSameClient(connection_->raw(), owner->owner, situation.window);
+}
+
+void X11SyntheticInput::press(const KeyChord& chord, const Situation& situation, double deadline) {
+    auto strokes = strokesFor(chord, situation.map, situation.down);
+    // The listener may still have to read what other programs typed through XTEST before these strokes, and
+    // would take the same keys for the program's own. Nothing before this release can be the program's. The
+    // server reports it and sends it to no window, because the key is not down.
+    if (const auto marker = situation.map.markerKeycode())
+        strokes.insert(strokes.begin(), {*marker, false});
+    X11KeySender(*connection_, *ledger_).send(situation.keyboards, situation.keyboards.xtest, strokes);
+    rouseUserKeyboard(situation);
+    connection_->synchronize(deadline);
+}
+
+void X11SyntheticInput::rouseUserKeyboard(const Situation& situation) {
+    // The first event of another keyboard makes window managers grab their shortcuts anew. It had better be
+    // this one, now, than the user's next key: the listener then has time to win its own back.
+    const auto& keyboards = situation.keyboards;
+    auto device = ledger_->userKeyboard();
+    if (device == keyboards.xtest)
+        return;
+    if (!keyboards.isHardware(device))
+        device = keyboards.hardware.empty() ? 0 : keyboards.hardware.front();
+    if (const auto unused = situation.map.unusedKeycode())
+        X11KeySender(*connection_, *ledger_).send(keyboards, device, {{*unused, false}});
+}
+
+} // namespace sonvale::adapters::x11

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "adapters/freedesktop/UrlOpener.h"
+
+#include "platform/Workspace.h"
+#include "runtime/Clock.h"
+
+#include <memory>
+#include <string>
+
+namespace sonvale::adapters::x11 {
+
+class X11Client;
+
+/// The front application as the window manager tells it (EWMH: _NET_ACTIVE_WINDOW, _NET_WM_PID; ICCCM:
+/// WM_CLASS). Its name is the class of WM_CLASS, which programs do not translate; the window's title is never
+/// used, because it often names a document. Without such a window manager, and without a server, there is
+/// none.
+class X11Workspace final : public platform::Workspace {
+public:
+    /// Connects to `displayName`, or to DISPLAY when it is empty. The clock must outlive it. `environment`
+    /// decides about the programs that open addresses.
+    explicit X11Workspace(const runtime::Clock& clock, const std::string& displayName = {},
+                          freedesktop::UrlOpener::Environment environment =
+                              freedesktop::UrlOpener::Environment::ofThisProcess());
+    ~X11Workspace() override;
+
+    std::optional<platform::FrontApplication> frontmostApplication() override;
+    bool openURL(const std::string& address) override;
+    std::string fullUserName() override;
+
+private:
+    const runtime::Clock& clock_;
+    std::unique_ptr<X11Client> client_;
+    const freedesktop::UrlOpener opener_;
+};
+
+} // namespace sonvale::adapters::x11
