@@ -31,7 +31,7 @@ private:
     std::vector<clang::Decl*> own_;
 };
 
-/// Runs ahead of the tool's own action, whatever that is, and needs no option.
+/// Runs before the action of any tool, and needs no option.
 class ScopeAction : public clang::PluginASTAction {
 protected:
     std::unique_ptr<clang::ASTConsumer> CreateASTConsumer(clang::CompilerInstance&,
