@@ -4,8 +4,8 @@ namespace sonvale::audio {
 
 namespace {
 
-const char* description(AudioRecorderError::Case which) {
-    switch (which) {
+const char* descriptionOf(AudioRecorderError::Case errorCase) {
+    switch (errorCase) {
     case AudioRecorderError::Case::noInputAvailable:
         return "No audio input device is available. Please connect a microphone and try again.";
     }
@@ -14,8 +14,7 @@ const char* description(AudioRecorderError::Case which) {
 
 } // namespace
 
-AudioRecorderError::AudioRecorderError(Case which)
-    : std::runtime_error(description(which))
-    , which_(which) {}
+AudioRecorderError::AudioRecorderError(Case errorCase)
+    : TypedError(errorCase, descriptionOf(errorCase)) {}
 
 } // namespace sonvale::audio

@@ -1,24 +1,15 @@
 #pragma once
 
-#include <stdexcept>
-#include <string>
+#include "base/TypedError.h"
 
 namespace sonvale::audio {
 
-/// A capture that cannot begin. `what()` is the description.
-class AudioRecorderError : public std::runtime_error {
+enum class AudioRecorderErrorCase { noInputAvailable };
+
+/// An error of starting a recording.
+class AudioRecorderError : public base::TypedError<AudioRecorderErrorCase> {
 public:
-    enum class Case { noInputAvailable };
-
-    explicit AudioRecorderError(Case which);
-
-    Case which() const { return which_; }
-
-    /// Words for the user.
-    std::string errorDescription() const { return what(); }
-
-private:
-    Case which_;
+    explicit AudioRecorderError(Case errorCase);
 };
 
 } // namespace sonvale::audio

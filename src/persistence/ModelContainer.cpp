@@ -21,14 +21,14 @@ std::unique_ptr<Store> openOnDisk(const std::filesystem::path& file) {
     try {
         return Store::open(file);
     } catch (const StoreError& error) {
-        if (error.which() != StoreError::Case::unavailable)
+        if (error.errorCase() != StoreError::Case::unavailable)
             throw;
         reason = error.errorDescription();
     }
     try {
         return Store::open(file, Store::Locking::exclusive);
     } catch (const StoreError& error) {
-        throw StoreError(error.which(), reason);
+        throw StoreError(error.errorCase(), reason);
     }
 }
 
@@ -86,7 +86,7 @@ std::unique_ptr<ModelContainer> ModelContainer::open(const std::filesystem::path
         logger.error("SwiftData: initial open failed ({}); deleting store and retrying",
                      error.errorDescription());
         // A store that may be intact stays where it is, for the next start.
-        if (error.which() != StoreError::Case::unavailable)
+        if (error.errorCase() != StoreError::Case::unavailable)
             aside = clearAway(file);
     }
 

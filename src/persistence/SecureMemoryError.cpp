@@ -6,8 +6,8 @@ namespace sonvale::persistence {
 
 namespace {
 
-std::string describe(SecureMemoryError::Case which, std::int32_t number) {
-    switch (which) {
+std::string describe(SecureMemoryError::Case errorCase, std::int32_t number) {
+    switch (errorCase) {
     case SecureMemoryError::Case::randomBytesGenerationFailed:
         return fmt::format("SecRandomCopyBytes failed with status {}", number);
     case SecureMemoryError::Case::mlockFailed:
@@ -18,9 +18,8 @@ std::string describe(SecureMemoryError::Case which, std::int32_t number) {
 
 } // namespace
 
-SecureMemoryError::SecureMemoryError(Case which, std::int32_t number)
-    : std::runtime_error(describe(which, number))
-    , case_(which)
+SecureMemoryError::SecureMemoryError(Case errorCase, std::int32_t number)
+    : TypedError(errorCase, describe(errorCase, number))
     , number_(number) {}
 
 } // namespace sonvale::persistence

@@ -1,27 +1,25 @@
 #pragma once
 
+#include "base/TypedError.h"
+
 #include <cstdint>
-#include <stdexcept>
-#include <string>
 
 namespace sonvale::persistence {
 
-/// Failure of overwriting or locking sensitive bytes.
-class SecureMemoryError : public std::runtime_error {
+enum class SecureMemoryErrorCase {
+    randomBytesGenerationFailed, ///< with the status of the random source
+    mlockFailed,                 ///< with the error number
+};
+
+/// An error of overwriting or locking sensitive bytes.
+class SecureMemoryError : public base::TypedError<SecureMemoryErrorCase> {
 public:
-    enum class Case {
-        randomBytesGenerationFailed, ///< with the random source's status
-        mlockFailed,                 ///< with the error number
-    };
+    SecureMemoryError(Case errorCase, std::int32_t number);
 
-    SecureMemoryError(Case which, std::int32_t number);
-
-    Case which() const { return case_; }
+    /// Returns the status or the error number.
     std::int32_t number() const { return number_; }
-    std::string errorDescription() const { return what(); }
 
 private:
-    Case case_;
     std::int32_t number_;
 };
 

@@ -1,33 +1,28 @@
 #pragma once
 
-#include <stdexcept>
+#include "base/TypedError.h"
+
 #include <string>
+#include <utility>
 
 namespace sonvale::persistence {
 
-/// The object store could not be opened, read or written. Its description names the cause, never a record's
-/// content.
-class StoreError : public std::runtime_error {
+enum class StoreErrorCase {
+    openFailed,
+    /// The cause lies outside the file, which may be intact: a full disk, no free file descriptor, a lock of
+    /// another process.
+    unavailable,
+    schemaMismatch,
+    fetchFailed,
+    saveFailed,
+};
+
+/// An error of opening, reading or writing the object store. The description names the cause and never
+/// contains a record's content.
+class StoreError : public base::TypedError<StoreErrorCase> {
 public:
-    enum class Case {
-        openFailed,
-        /// The cause lies outside the file, which may be intact: a full disk, no free file descriptor, a lock
-        /// of another process.
-        unavailable,
-        schemaMismatch,
-        fetchFailed,
-        saveFailed,
-    };
-
-    StoreError(Case which, const std::string& description)
-        : std::runtime_error(description)
-        , case_(which) {}
-
-    Case which() const { return case_; }
-    std::string errorDescription() const { return what(); }
-
-private:
-    Case case_;
+    StoreError(Case errorCase, std::string description)
+        : TypedError(errorCase, std::move(description)) {}
 };
 
 } // namespace sonvale::persistence

@@ -4,14 +4,8 @@
 
 namespace sonvale::services {
 
-AuthError::AuthError(Case errorCase, std::string description)
-    : case_(errorCase)
-    , description_(std::move(description)) {}
-
 AuthError AuthError::networkError(UnderlyingError underlying) {
-    AuthError error(Case::networkError, "Network error: " + underlying.localizedDescription);
-    error.underlying_ = std::move(underlying);
-    return error;
+    return {Case::networkError, std::move(underlying)};
 }
 
 AuthError AuthError::serverError(std::string message) {

@@ -7,9 +7,8 @@
 namespace sonvale::services {
 
 SupportChatError::SupportChatError(Case errorCase, int status, std::string description)
-    : case_(errorCase)
-    , status_(status)
-    , description_(std::move(description)) {}
+    : TypedError(errorCase, std::move(description))
+    , status_(status) {}
 
 SupportChatError SupportChatError::serverError(int status) {
     return {Case::serverError, status,

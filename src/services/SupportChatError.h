@@ -1,31 +1,26 @@
 #pragma once
 
-#include <exception>
+#include "base/TypedError.h"
+
 #include <string>
 
 namespace sonvale::services {
 
-/// Why the support assistant gave no answer.
-class SupportChatError : public std::exception {
-public:
-    enum class Case { serverError, invalidResponse };
+enum class SupportChatErrorCase { serverError, invalidResponse };
 
+/// An error of the support assistant.
+class SupportChatError : public base::TypedError<SupportChatErrorCase> {
+public:
     static SupportChatError serverError(int status);
     static SupportChatError invalidResponse();
 
-    Case errorCase() const { return case_; }
-    /// Of `serverError`; 0 for the other.
+    /// Returns the HTTP status of `serverError`; 0 for the other case.
     int status() const { return status_; }
-    /// Words for the user.
-    const std::string& errorDescription() const { return description_; }
-    const char* what() const noexcept override { return description_.c_str(); }
 
 private:
     SupportChatError(Case errorCase, int status, std::string description);
 
-    Case case_;
     int status_;
-    std::string description_;
 };
 
 } // namespace sonvale::services

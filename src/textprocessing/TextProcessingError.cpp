@@ -1,26 +1,15 @@
 #include "textprocessing/TextProcessingError.h"
 
-#include <fmt/format.h>
-
 #include <utility>
 
 namespace sonvale::textprocessing {
 
-TextProcessingError::TextProcessingError(Case errorCase, std::string description)
-    : case_(errorCase)
-    , description_(std::move(description)) {}
-
 TextProcessingError TextProcessingError::networkError(UnderlyingError underlying) {
-    TextProcessingError error(Case::networkError, "Network error: " + underlying.localizedDescription);
-    error.underlying_ = std::move(underlying);
-    return error;
+    return {Case::networkError, std::move(underlying)};
 }
 
-TextProcessingError TextProcessingError::apiError(int statusCode, std::string body) {
-    TextProcessingError error(Case::apiError, fmt::format("API error ({}): {}", statusCode, body));
-    error.statusCode_ = statusCode;
-    error.body_ = std::move(body);
-    return error;
+TextProcessingError TextProcessingError::apiError(std::int64_t statusCode, std::string body) {
+    return {Case::apiError, statusCode, std::move(body)};
 }
 
 TextProcessingError TextProcessingError::apiKeyMissing() {

@@ -155,7 +155,7 @@ TEST_F(AudioRecorderTest, RefusesToStartWithoutAnInputBeforeAnyFileIsMade) {
         start();
         FAIL();
     } catch (const AudioRecorderError& error) {
-        EXPECT_EQ(error.which(), AudioRecorderError::Case::noInputAvailable);
+        EXPECT_EQ(error.errorCase(), AudioRecorderError::Case::noInputAvailable);
         EXPECT_EQ(error.errorDescription(),
                   "No audio input device is available. Please connect a microphone and try again.");
         EXPECT_EQ(error.errorDescription(), error.what());

@@ -311,7 +311,7 @@ TEST_F(ModelContextTest, KeepsStagedChangesOverAFailedSaveForTheNextOne) {
             context().save();
             FAIL();
         } catch (const StoreError& error) {
-            EXPECT_EQ(error.which(), StoreError::Case::saveFailed);
+            EXPECT_EQ(error.errorCase(), StoreError::Case::saveFailed);
             EXPECT_EQ(error.errorDescription().find("new"), std::string::npos);
         }
         EXPECT_EQ(triggers(), (NameList{"kept", "new"}));
@@ -345,7 +345,7 @@ TEST_F(ModelContextTest, SaysWhenAFetchFails) {
         context().fetch<Snippet>();
         FAIL();
     } catch (const StoreError& error) {
-        EXPECT_EQ(error.which(), StoreError::Case::fetchFailed);
+        EXPECT_EQ(error.errorCase(), StoreError::Case::fetchFailed);
     }
     EXPECT_TRUE(context().fetch<Transcription>().empty());
 }

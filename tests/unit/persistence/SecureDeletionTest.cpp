@@ -80,7 +80,7 @@ TEST_F(SecureDeletionTest, LeavesTheFileUnchangedWhenTheRandomSourceFails) {
         secureDelete(file(), random_);
         FAIL();
     } catch (const SecureMemoryError& error) {
-        EXPECT_EQ(error.which(), SecureMemoryError::Case::randomBytesGenerationFailed);
+        EXPECT_EQ(error.errorCase(), SecureMemoryError::Case::randomBytesGenerationFailed);
         EXPECT_EQ(error.number(), EIO);
         EXPECT_EQ(error.errorDescription(), "SecRandomCopyBytes failed with status 5");
     }
