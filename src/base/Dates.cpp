@@ -16,7 +16,7 @@ namespace {
 using std::chrono::nanoseconds;
 using std::chrono::seconds;
 
-/// Takes what it reads off the front of a text; after the first mismatch everything fails.
+/// Reads a text from its start and removes what it has read. After the first mismatch every call fails.
 class Scanner {
 public:
     explicit Scanner(std::string_view text)
@@ -48,7 +48,7 @@ public:
         return value;
     }
 
-    /// Fractions of a second behind the point, as nanoseconds; further digits are passed over.
+    /// Reads the digits after the decimal point as nanoseconds. Ignores digits below a nanosecond.
     nanoseconds fraction() {
         failed_ |= !nextIsDigit();
         std::int64_t value = 0;
@@ -61,7 +61,7 @@ public:
         return nanoseconds(value);
     }
 
-    /// Seconds that the zone is ahead of UTC.
+    /// Reads the offset of the zone from UTC.
     seconds zone() {
         if (accept('Z'))
             return seconds(0);
@@ -81,7 +81,7 @@ private:
     bool failed_ = false;
 };
 
-/// The calendar of a zone, at the whole millisecond before `date`; null for a zone that is not known.
+/// Returns the calendar of a zone, set to the whole millisecond before `date`; null if the zone is unknown.
 std::unique_ptr<icu::GregorianCalendar> calendarAt(std::chrono::sys_time<std::chrono::milliseconds> date,
                                                    const std::string& timeZone, UErrorCode& status) {
     std::unique_ptr<icu::TimeZone> zone(

@@ -7,7 +7,7 @@ namespace sonvale::base {
 
 namespace detail {
 
-// A table, because no processor foresees which of the branches a random digit takes.
+// A table avoids branches, which a processor cannot predict for random digits.
 inline constexpr auto hexDigitValues = [] {
     std::array<std::int8_t, 256> values{};
     values.fill(-1);
@@ -20,7 +20,7 @@ inline constexpr auto hexDigitValues = [] {
 
 } // namespace detail
 
-/// 0 to 15 for a hexadecimal digit of either case, -1 for any other byte.
+/// Returns 0 to 15 for a hexadecimal digit of either case, -1 for any other byte.
 constexpr int hexDigitValue(char digit) {
     return detail::hexDigitValues[static_cast<unsigned char>(digit)];
 }

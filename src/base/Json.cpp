@@ -8,8 +8,8 @@ namespace sonvale::base {
 
 namespace {
 
-/// Where the text becomes deeper than allowed. Brackets within strings do not count; on text that is not JSON
-/// any answer will do, since the parser refuses it afterwards.
+/// Returns the offset where the nesting exceeds the limit. Ignores brackets within strings. The result does
+/// not matter for text that is not JSON, because the parser then refuses it.
 std::optional<std::size_t> depthExceededAt(std::string_view text) {
     std::size_t depth = 0;
     bool inString = false;
@@ -47,7 +47,7 @@ std::string JsonError::errorDescription() const {
 ParsedJson parseJson(std::string_view text) {
     if (const auto offset = depthExceededAt(text))
         return ParsedJson(JsonError{JsonError::Kind::tooDeep, *offset});
-    // The library takes a zero byte for the end of the text.
+    // The library treats a zero byte as the end of the text.
     if (const auto offset = text.find('\0'); offset != std::string_view::npos)
         return ParsedJson(JsonError{JsonError::Kind::syntax, offset});
     try {
@@ -55,7 +55,7 @@ ParsedJson parseJson(std::string_view text) {
     } catch (const Json::parse_error& error) {
         return ParsedJson(JsonError{JsonError::Kind::syntax, error.byte});
     } catch (const Json::exception&) {
-        // A number out of every range: the library tells no place.
+        // The number is out of range. The library does not report its offset.
         return ParsedJson(JsonError{JsonError::Kind::syntax, 0});
     }
 }

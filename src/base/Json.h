@@ -12,7 +12,7 @@ namespace sonvale::base {
 
 using Json = nlohmann::json;
 
-/// Why a text is not JSON. It never holds a piece of the text.
+/// An error of parsing JSON. It never contains a piece of the text.
 struct JsonError {
     enum class Kind {
         syntax,  ///< malformed, empty, not UTF-8 inside a string, or a number that no number type holds
@@ -20,17 +20,17 @@ struct JsonError {
     };
 
     Kind kind = Kind::syntax;
-    std::size_t offset = 0; ///< of the byte where reading ended
+    std::size_t offset = 0; ///< offset of the byte where parsing ended
 
     std::string errorDescription() const;
 
     bool operator==(const JsonError&) const = default;
 };
 
-/// Deepest nesting of arrays and objects that is read.
+/// The maximum nesting of arrays and objects that `parseJson` accepts.
 inline constexpr std::size_t maximumJsonDepth = 512;
 
-/// Outcome of `parseJson`: a value or an error.
+/// The result of `parseJson`: a value or an error.
 class ParsedJson {
 public:
     explicit ParsedJson(Json value)
@@ -39,12 +39,12 @@ public:
         : error_(error) {}
 
     explicit operator bool() const { return value_.has_value(); }
-    /// The value; only when there is one.
+    /// Returns the value. There must be one.
     Json& operator*() { return *value_; }
     const Json& operator*() const { return *value_; }
     Json* operator->() { return &*value_; }
     const Json* operator->() const { return &*value_; }
-    /// The error; only when there is no value.
+    /// Returns the error. There must be no value.
     const JsonError& error() const { return error_; }
 
 private:
@@ -52,24 +52,24 @@ private:
     JsonError error_;
 };
 
-/// Reads one JSON value (RFC 8259) that fills all of `text`; a leading byte order mark is passed over, and of
-/// equal keys the last counts. Any bytes, any thread; throws nothing but `std::bad_alloc`.
+/// Parses one JSON value (RFC 8259) that fills all of `text`. Accepts any bytes. Ignores a leading byte order
+/// mark. Of equal keys the last one counts. Throws only `std::bad_alloc`. Any thread.
 ParsedJson parseJson(std::string_view text);
 
-/// Compact JSON with sorted keys. Bytes that are not UTF-8 are written as U+FFFD. Any thread.
+/// Returns compact JSON with sorted keys. Replaces bytes that are not UTF-8 by U+FFFD. Any thread.
 std::string jsonText(const Json& value);
 
-/// The member of an object; nullptr when `value` is no object or has no such key.
+/// Returns the member of an object; nullptr if `value` is not an object or has no such key.
 const Json* jsonMember(const Json& value, std::string_view key);
 
-/// The member of that type; nothing when it is absent or of another type. Numbers with a fraction or an
-/// exponent, and integers beyond 64 signed bits, are no integers; `jsonNumber` takes every number.
+/// Return the member if it has that type; nullopt otherwise. A number with a fraction or an exponent, or an
+/// integer beyond 64 signed bits, is not an integer. `jsonNumber` accepts every number.
 std::optional<std::string> jsonString(const Json& value, std::string_view key);
 std::optional<std::int64_t> jsonInteger(const Json& value, std::string_view key);
 std::optional<double> jsonNumber(const Json& value, std::string_view key);
 std::optional<bool> jsonBool(const Json& value, std::string_view key);
 
-/// The value itself as an integer, by the same rule.
+/// Returns the value itself if it is an integer by the same rule.
 std::optional<std::int64_t> asInteger(const Json& value);
 
 } // namespace sonvale::base

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::string_view fallback = "en-US";
 
-/// glibc writes the script of a language as a modifier.
+/// Returns the script of a language, which glibc writes as a modifier.
 std::string_view scriptOf(std::string_view modifier) {
     if (modifier == "latin")
         return "Latn";
@@ -21,7 +21,8 @@ std::string_view scriptOf(std::string_view modifier) {
     return {};
 }
 
-/// POSIX: LC_ALL is over the category's own variable, LANG under it; an empty one is as good as none.
+/// Returns the name of the locale by POSIX: LC_ALL overrides the category's variable, which overrides LANG.
+/// An empty variable counts as not set.
 std::string currentIdentifier(const char* category) {
     for (const char* variable : {"LC_ALL", category, "LANG"}) {
         if (const char* value = std::getenv(variable); value != nullptr && *value != '\0')

@@ -33,7 +33,7 @@ std::string_view name(LogLevel level) {
 
 void writeLine(std::FILE* stream, std::string line) {
     line += '\n';
-    // One call for the whole line: lines of several threads do not mix. A closed stream is nobody's loss.
+    // One call writes the whole line, so that lines of several threads do not mix. Ignores a closed stream.
     std::fwrite(line.data(), 1, line.size(), stream);
     std::fflush(stream);
 }

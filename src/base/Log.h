@@ -10,7 +10,7 @@ namespace sonvale::base {
 
 enum class LogLevel { debug, info, error, fault };
 
-/// One line of a log as it goes out.
+/// One line of the log.
 struct LogLine {
     LogLevel level = LogLevel::info;
     std::string subsystem;
@@ -18,15 +18,15 @@ struct LogLine {
     std::string text;
 };
 
-/// Text that must not be readable in a log: it is written as "<private>" whatever it holds.
+/// Text that must not be readable in a log. It is always written as "<private>".
 struct PrivateText {
     std::string_view value;
 };
 
-/// The platform logger: one object for each class that logs, under the system's subsystem.
+/// Writes log lines of one class under the system's subsystem. Each class that logs has its own object.
 ///
-/// Safe from any thread. Lines go to standard error as "LEVEL subsystem [category] text"; `debug` lines only
-/// when SONVALE_LOG_DEBUG is set in the environment. Never hand it spoken or written text.
+/// Safe from any thread. Lines go to standard error as "LEVEL subsystem [category] text". `debug` lines are
+/// written only if SONVALE_LOG_DEBUG is set in the environment. Never pass spoken or written text.
 class Logger {
 public:
     explicit Logger(std::string category, std::string subsystem = "com.sonvale");
@@ -55,20 +55,21 @@ private:
     std::string subsystem_;
 };
 
-/// A plain line of the system log, beginning with its own "[AppState]" or "[AppDelegate]". Any thread.
+/// Writes a plain line to the system log. The line begins with its own "[AppState]" or "[AppDelegate]". Any
+/// thread.
 void systemLog(std::string_view line);
 
-/// A timing line on standard output, written as "[PERF] " and `line`. Any thread.
+/// Writes "[PERF] " and `line` to standard output. Any thread.
 void perfLog(std::string_view line);
 
-/// Where the three kinds of lines go instead, for tests; each is called on the thread that logs.
+/// Receivers of the three kinds of lines, for tests. Each is called on the thread that logs.
 struct LogSinks {
     std::function<void(const LogLine&)> logger;
     std::function<void(std::string_view)> system;
-    std::function<void(std::string_view)> perf; ///< given the line with its "[PERF] "
+    std::function<void(std::string_view)> perf; ///< receives the line with its "[PERF] "
 };
 
-/// Replaces the sinks; an absent one means the standard stream. Returns the former ones.
+/// Replaces the sinks; an empty one means the standard stream. Returns the previous sinks.
 LogSinks setLogSinks(LogSinks sinks);
 
 } // namespace sonvale::base

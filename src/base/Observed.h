@@ -7,7 +7,7 @@
 
 namespace sonvale::base {
 
-/// Ends an observation when it is destroyed. It may outlive what it observes.
+/// Ends an observation when it is destroyed. It may outlive the observed value.
 class Subscription {
 public:
     Subscription() = default;
@@ -34,10 +34,10 @@ private:
     std::function<void()> end_;
 };
 
-/// A value whose observers are told of real changes only: setting an equal value notifies nobody.
+/// A value that notifies its observers of changes. Setting an equal value does not notify.
 ///
-/// Belongs to one actor: every call, and every notification, happens there. An observer may end its own or
-/// another subscription, and may set the value again, from inside its notification.
+/// Belongs to one actor: every call and every notification happens there. From inside a notification an
+/// observer may end its own or another subscription, and may set the value again.
 template <class T>
 class Observed {
 public:
@@ -51,7 +51,7 @@ public:
     const T& operator*() const { return value_; }
     const T* operator->() const { return &value_; }
 
-    /// Returns whether the value changed.
+    /// Sets the value and notifies the observers if it differs. Returns whether it differed.
     bool set(T value) {
         if (value_ == value)
             return false;
@@ -65,7 +65,7 @@ public:
         return *this;
     }
 
-    /// `observer` is called after each change with the new value, until the subscription ends.
+    /// Calls `observer` with the new value after each change, until the subscription ends.
     [[nodiscard]] Subscription subscribe(std::function<void(const T&)> observer) {
         const auto id = observers_->next++;
         observers_->entries.emplace(id, std::make_shared<Observer>(std::move(observer)));
@@ -83,7 +83,7 @@ private:
     };
 
     void notify() {
-        // A copy, because a notification may add or end subscriptions; ended ones are passed over.
+        // Iterates over a copy, because a notification may add or end subscriptions. Skips ended ones.
         const auto observers = observers_;
         const auto round = observers->entries;
         for (const auto& [id, observer] : round) {

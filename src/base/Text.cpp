@@ -19,7 +19,7 @@ namespace {
 
 constexpr UChar32 replacementCharacter = 0xFFFD;
 
-/// Signed sizes of 32 bits are what ICU counts in.
+/// Returns whether ICU can process the text; its sizes are signed 32-bit integers.
 bool isWithinIcu(std::string_view text) {
     return text.size() < static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max());
 }
@@ -28,12 +28,14 @@ bool isAscii(std::string_view text) {
     return std::ranges::all_of(text, [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
 }
 
-/// In such a text every byte is a character: of ASCII only CR LF makes one of two.
+/// Returns whether every byte of the text is one character: ASCII without CR LF, which is one character of
+/// two bytes.
 bool isOneByteEach(std::string_view text) {
     return isAscii(text) && text.find('\r') == std::string_view::npos;
 }
 
-/// Takes the code point that begins at `place`, U+FFFD for what is not UTF-8, and moves `place` behind it.
+/// Returns the code point that begins at `place`, U+FFFD for bytes that are not UTF-8, and moves `place`
+/// after it.
 UChar32 nextCodePoint(std::string_view text, std::size_t& place) {
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
     UChar32 point = replacementCharacter;
@@ -49,8 +51,8 @@ void append(std::string& text, UChar32 point) {
     text.append(reinterpret_cast<const char*>(bytes), size);
 }
 
-/// The boundaries of user-perceived characters in one text. Without the library's rules (its data is missing)
-/// or beyond its sizes every code point counts as a character.
+/// The boundaries of user-perceived characters in one text. Every code point counts as a character if ICU has
+/// no rules (its data is missing) or the text exceeds its sizes.
 class Boundaries {
 public:
     explicit Boundaries(std::string_view text)
@@ -60,7 +62,7 @@ public:
         UErrorCode status = U_ZERO_ERROR;
         utext_openUTF8(&source_, text.data() != nullptr ? text.data() : "",
                        static_cast<std::int64_t>(text.size()), &status);
-        if (auto* rules = threadsRules(); rules != nullptr && U_SUCCESS(status)) {
+        if (auto* rules = rulesOfThisThread(); rules != nullptr && U_SUCCESS(status)) {
             rules->setText(&source_, status);
             if (U_SUCCESS(status))
                 rules_ = rules;
@@ -70,7 +72,7 @@ public:
     Boundaries(const Boundaries&) = delete;
     Boundaries& operator=(const Boundaries&) = delete;
 
-    /// The end of the character that begins at `begin`.
+    /// Returns the end of the character that begins at `begin`.
     std::size_t endOfCharacter(std::size_t begin) {
         if (rules_ != nullptr) {
             const auto end = rules_->following(static_cast<std::int32_t>(begin));
@@ -89,8 +91,9 @@ public:
     }
 
 private:
-    /// Making one is slow, and one serves one thread at a time. It is used within one call only.
-    static icu::BreakIterator* threadsRules() {
+    /// Construction is slow, and an iterator serves one thread at a time. Each thread keeps one, used within
+    /// one call only.
+    static icu::BreakIterator* rulesOfThisThread() {
         thread_local const auto rules = [] {
             UErrorCode status = U_ZERO_ERROR;
             std::unique_ptr<icu::BreakIterator> made(
@@ -105,11 +108,11 @@ private:
     icu::BreakIterator* rules_ = nullptr;
 };
 
-/// The code point at one place of a text, for the walk over its characters.
+/// One code point in the iteration over the characters of a text.
 struct Step {
     std::size_t end;
-    /// Between two of this kind there is always a boundary (UAX #29, GB4, GB5 and GB999). Most code points
-    /// are of it; a carriage return is not, since a line feed may join it.
+    /// There is always a boundary between two code points of this kind (UAX #29, GB4, GB5 and GB999). Most
+    /// code points are of it. A carriage return is not, because a line feed may join it.
     bool standsAlone;
 };
 
@@ -123,8 +126,8 @@ Step stepAt(std::string_view text, std::size_t begin) {
     return {end, kind == U_GCB_OTHER || kind == U_GCB_CONTROL};
 }
 
-/// Calls `visit(begin, end)` for each character until it returns false. Looks at no more of the text than
-/// that; the library, which is slow, is asked about the rare characters of several code points only.
+/// Calls `visit(begin, end)` for each character until it returns false, and reads no more of the text than
+/// needed. Uses ICU, which is slow, only for the rare characters of several code points.
 template <class Visit>
 void eachCharacter(std::string_view text, Visit visit) {
     std::optional<Boundaries> boundaries;
@@ -145,8 +148,8 @@ void eachCharacter(std::string_view text, Visit visit) {
     }
 }
 
-/// Place behind the first `count` characters.
-std::size_t placeBehind(std::string_view text, std::size_t count) {
+/// Returns the offset after the first `count` characters.
+std::size_t offsetAfter(std::string_view text, std::size_t count) {
     std::size_t place = 0;
     eachCharacter(text, [&](std::size_t, std::size_t end) {
         if (count == 0)
@@ -158,10 +161,10 @@ std::size_t placeBehind(std::string_view text, std::size_t count) {
     return place;
 }
 
-/// Place before the last `count` characters.
-std::size_t placeBefore(std::string_view text, std::size_t count) {
+/// Returns the offset before the last `count` characters.
+std::size_t offsetBefore(std::string_view text, std::size_t count) {
     const auto all = characterCount(text);
-    return count >= all ? 0 : placeBehind(text, all - count);
+    return count >= all ? 0 : offsetAfter(text, all - count);
 }
 
 enum class Form { composed, decomposed };
@@ -197,7 +200,7 @@ std::string comparable(std::string_view text, Case mode) {
     return mode == Case::kept ? canonicalForm(text) : caseFolded(text);
 }
 
-/// A text in the form in which texts are compared, with the places where its characters begin and end.
+/// A text in the form that comparisons use, with the boundaries of its characters.
 class Searchable {
 public:
     Searchable(std::string_view text, Case mode) {
@@ -223,7 +226,7 @@ public:
         borders_.push_back({form_.size(), text.size()});
     }
 
-    /// The first match at or behind `from`, a border in the comparable form.
+    /// Finds the first match at or after `from`, a boundary in the comparable form.
     struct Match {
         TextRange original;
         std::size_t nextForm = 0;
@@ -254,7 +257,7 @@ private:
     }
 
     std::string form_;
-    std::vector<Border> borders_; ///< empty for ASCII, where every byte is one
+    std::vector<Border> borders_; ///< empty for ASCII, where every byte is a boundary
     std::size_t size_ = 0;
     bool isAscii_ = false;
 };
@@ -266,8 +269,8 @@ std::optional<TextRange> findAs(std::string_view text, std::string_view wanted, 
     return match ? std::optional(match->original) : std::nullopt;
 }
 
-/// The zero-width space belongs to the blanks of the system whose texts the program works with, though it is
-/// no space by its category today.
+/// Returns whether a code point is a blank. The zero-width space is one, as on the system whose texts the
+/// program processes, although its category today is not a space.
 bool isBlank(UChar32 point) {
     return point == '\t' || point == 0x200B || u_charType(point) == U_SPACE_SEPARATOR;
 }
@@ -350,19 +353,19 @@ std::vector<std::string> characters(std::string_view text) {
 }
 
 std::string firstCharacters(std::string_view text, std::size_t count) {
-    return std::string(text.substr(0, placeBehind(text, count)));
+    return std::string(text.substr(0, offsetAfter(text, count)));
 }
 
 std::string lastCharacters(std::string_view text, std::size_t count) {
-    return std::string(text.substr(placeBefore(text, count)));
+    return std::string(text.substr(offsetBefore(text, count)));
 }
 
 std::string withoutFirstCharacters(std::string_view text, std::size_t count) {
-    return std::string(text.substr(placeBehind(text, count)));
+    return std::string(text.substr(offsetAfter(text, count)));
 }
 
 std::string withoutLastCharacters(std::string_view text, std::size_t count) {
-    return std::string(text.substr(0, placeBefore(text, count)));
+    return std::string(text.substr(0, offsetBefore(text, count)));
 }
 
 std::string trimmed(std::string_view text, TrimmingSet set) {
@@ -372,7 +375,7 @@ std::string trimmed(std::string_view text, TrimmingSet set) {
             break;
     }
     const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
-    // The library's own step needs 32-bit places; a code point fits into what is looked at.
+    // ICU's macro needs 32-bit offsets. The inspected piece is large enough for one code point.
     std::size_t end = text.size();
     while (end > begin) {
         const auto* window = bytes + std::max(begin, end - std::min<std::size_t>(end, U8_MAX_LENGTH));
@@ -440,7 +443,7 @@ std::string lowercased(std::string_view text) {
             continue;
         }
         const auto point = nextCodePoint(text, place);
-        // The one code point whose lower case is two, whatever stands beside it.
+        // U+0130 is the only code point with a lower case of two code points in every context.
         if (point == 0x0130)
             result += "i\u0307";
         else
@@ -452,7 +455,7 @@ std::string lowercased(std::string_view text) {
 std::string caseFolded(std::string_view text) {
     if (isAscii(text))
         return asciiLowercased(text);
-    // Canonical caseless matching of the Unicode standard, D145, with the result composed.
+    // Applies canonical caseless matching of the Unicode standard, D145, and composes the result.
     auto decomposed = normalized(repairedUtf8(text), Form::decomposed);
     if (!isWithinIcu(decomposed))
         return decomposed;

@@ -14,13 +14,13 @@ class Uuid {
 public:
     constexpr Uuid() = default;
 
-    /// A new random identifier (version 4).
+    /// Returns a new random identifier (version 4).
     static Uuid make();
 
-    /// Reads the standard form of 36 characters, in either case. Anything else gives nothing.
+    /// Parses the standard form of 36 characters in either case. Returns nullopt for any other text.
     static std::optional<Uuid> parse(std::string_view text);
 
-    /// The standard form in upper case, like "E621E1F8-C36C-495A-93FC-0C247A3E6E5F".
+    /// Returns the standard form in upper case, such as "E621E1F8-C36C-495A-93FC-0C247A3E6E5F".
     std::string toString() const;
 
     auto operator<=>(const Uuid&) const = default;

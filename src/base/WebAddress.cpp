@@ -14,7 +14,7 @@ namespace {
 
 using Scheme = WebAddress::Scheme;
 
-/// Of a host name and of one of its labels (RFC 1035, 2.3.4).
+/// Limits of a host name and of one of its labels (RFC 1035, 2.3.4).
 constexpr std::size_t maxHostLength = 253;
 constexpr std::size_t maxLabelLength = 63;
 
@@ -51,7 +51,7 @@ std::string lowerCase(std::string_view text) {
     return lower;
 }
 
-/// Removes and returns what is before the first of `ends`; all of it if there is none.
+/// Removes and returns the part before the first of `ends`; all of it if there is none.
 std::string_view takeUntil(std::string_view& text, std::string_view ends) {
     const auto length = std::min(text.find_first_of(ends), text.size());
     const auto taken = text.substr(0, length);
@@ -65,15 +65,16 @@ bool isLabel(std::string_view label) {
     });
 }
 
-/// What inet_aton(3) may take for a number: decimal, octal or, by its prefix, hexadecimal.
+/// Returns whether inet_aton(3) may accept the label as a number: decimal, octal or, by its prefix,
+/// hexadecimal.
 bool isNumber(std::string_view label) {
     return std::ranges::all_of(label, isDigit) || label.starts_with("0x");
 }
 
-/// `host` in lower case.
+/// Returns whether `host`, in lower case, is a host name.
 bool isName(std::string_view host) {
     if (host.ends_with('.'))
-        host.remove_suffix(1); // the root
+        host.remove_suffix(1); // the root label
     if (host.empty() || host.size() > maxHostLength)
         return false;
     for (;;) {
@@ -109,8 +110,8 @@ std::optional<WebAddress> WebAddress::parse(std::string_view text) {
     address.scheme_ = row->scheme;
     address.port_ = row->port;
 
-    // Boost.URL 1.81 ends an authority after whatever it takes for an IPv4 address or a port, and reads the
-    // rest of it as a path: "127.0.0.1.example.org", "example.org:port". So the authority is cut out first.
+    // Boost.URL 1.81 ends an authority after what it accepts as an IPv4 address or a port, and parses the
+    // rest as a path: "127.0.0.1.example.org", "example.org:port". So the authority is cut out first.
     auto authority = takeUntil(text, "/?#");
     if (authority.starts_with('[')) {
         authority.remove_prefix(1);
@@ -159,7 +160,7 @@ bool isUriReference(std::string_view text) {
     const auto reference = boost::urls::parse_uri_reference(text);
     if (!reference)
         return false;
-    // Boost.URL 1.81 has read a piece of the authority as the path.
+    // Boost.URL 1.81 has parsed a piece of the authority as the path.
     const bool isMisread = reference->has_authority() && !reference->encoded_path().empty() &&
                            !reference->encoded_path().starts_with('/');
     return !isMisread || WebAddress::parse(text);

@@ -6,7 +6,7 @@
 
 namespace sonvale::base {
 
-/// Overwrites the bytes, which no optimiser leaves out, and empties the text.
+/// Overwrites the bytes, in a way that no optimizer removes, and empties the text.
 template <class Allocator>
 void wipe(std::basic_string<char, std::char_traits<char>, Allocator>& bytes) {
     explicit_bzero(bytes.data(), bytes.size());

@@ -8,12 +8,12 @@
 
 namespace sonvale::base {
 
-/// Overwrites memory before it gives it back, so that a container that grows, moves or goes leaves no copy of
-/// what it held. For speech and text of the user.
+/// An allocator for speech and text of the user. It overwrites memory before it frees it, so that a container
+/// that grows, moves or is destroyed leaves no copy of its content.
 template <class T, class Upstream = std::allocator<T>>
 class WipingAllocator {
 public:
-    // The names that containers look for.
+    // Containers require these names.
     // NOLINTBEGIN(readability-identifier-naming)
     using value_type = T;
     template <class U>
@@ -24,7 +24,7 @@ public:
 
     WipingAllocator() = default;
     template <class U, class Other>
-    // An allocator of another element type stands for the same memory.
+    // Allocators of different element types are interchangeable.
     WipingAllocator(const WipingAllocator<U, Other>& /*other*/) {} // NOLINT(google-explicit-constructor)
 
     T* allocate(std::size_t count) { return Upstream().allocate(count); }
@@ -39,7 +39,8 @@ public:
 template <class T>
 using WipedVector = std::vector<T, WipingAllocator<T>>;
 
-/// Bytes. Up to 15 of them lie in the object itself, which `wipe` overwrites and the allocator does not.
+/// Bytes that are overwritten. Up to 15 of them are stored in the object itself, which `wipe` overwrites and
+/// the allocator does not.
 using WipedBytes = std::basic_string<char, std::char_traits<char>, WipingAllocator<char>>;
 
 } // namespace sonvale::base

@@ -6,7 +6,7 @@
 
 namespace sonvale::base {
 
-TEST(Base64, WritesTheVectorsOfTheStandard) {
+TEST(Base64, EncodesTheVectorsOfTheStandard) {
     struct Row {
         const char* bytes;
         const char* text;
@@ -27,7 +27,7 @@ TEST(Base64, WritesTheVectorsOfTheStandard) {
     }
 }
 
-TEST(Base64, BringsBackAnyBytes) {
+TEST(Base64, ReturnsAnyBytesAfterARoundTrip) {
     std::mt19937 engine(7);
     for (std::size_t size = 0; size < 200; ++size) {
         std::string bytes(size, '\0');
@@ -39,14 +39,14 @@ TEST(Base64, BringsBackAnyBytes) {
     }
 }
 
-TEST(Base64, RefusesWhatIsNotStrictlyBase64) {
+TEST(Base64, RefusesTextThatIsNotStrictBase64) {
     for (const char* text : {"Z", "Zg", "Zg=", "Zg===", "Z===", "====", "=", "Zm9v=", "Zm9v====", "Zg==Zg==",
                              "Zm 9v", "Zm9v\n", "Zm9v\r\n", "-_-_", "Zh==", "Zm9=", "Zm9\xC3", "Zm\x80v"})
         EXPECT_FALSE(decodeBase64(text)) << text;
     EXPECT_FALSE(decodeBase64(std::string_view("Zm9\0", 4)));
 }
 
-TEST(Base64, ReadsTheUrlAlphabetWithAndWithoutPadding) {
+TEST(Base64, DecodesTheUrlAlphabetWithAndWithoutPadding) {
     EXPECT_EQ(decodeBase64Url("-_79"), "\xFB\xFE\xFD");
     EXPECT_EQ(decodeBase64Url("Zg"), "f");
     EXPECT_EQ(decodeBase64Url("Zg=="), "f");

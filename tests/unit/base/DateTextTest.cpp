@@ -8,7 +8,7 @@ namespace {
 
 const Date moment = parseIso8601("2026-11-16T20:41:08Z").value();
 
-/// ICU puts narrow and unbreakable blanks into some formats.
+/// Replaces the narrow and unbreakable blanks that ICU puts into some formats.
 std::string withPlainBlanks(std::string text) {
     for (const std::string blank : {"\u202f", "\u00a0"}) {
         for (auto at = text.find(blank); at != std::string::npos; at = text.find(blank))
@@ -19,7 +19,7 @@ std::string withPlainBlanks(std::string text) {
 
 } // namespace
 
-TEST(DateText, WritesAsTheLocaleDoes) {
+TEST(DateText, FormatsByTheLocale) {
     struct Row {
         const char* locale;
         const char* date;
@@ -35,17 +35,17 @@ TEST(DateText, WritesAsTheLocaleDoes) {
     }
 }
 
-TEST(DateText, CountsYearsByTheLocalesCalendar) {
+TEST(DateText, UsesTheCalendarOfTheLocale) {
     const DateText text("th-TH", "Asia/Bangkok");
     EXPECT_NE(text.mediumDate(moment).find("2569"), std::string::npos) << text.mediumDate(moment);
 }
 
-TEST(DateText, FollowsTheZone) {
+TEST(DateText, UsesTheTimeZone) {
     EXPECT_EQ(DateText("en-GB", "Asia/Tokyo").mediumDate(moment), "17 Nov 2026");
     EXPECT_EQ(DateText("en-GB", "Asia/Tokyo").shortTime(moment), "05:41");
 }
 
-TEST(DateText, WritesSomethingForALocaleThatIsNone) {
+TEST(DateText, FormatsForAnInvalidLocale) {
     EXPECT_EQ(DateText("not a locale", "UTC").mediumDate(moment), "Nov 16, 2026");
 }
 

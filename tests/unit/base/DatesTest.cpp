@@ -18,7 +18,7 @@ Date at(const char* text) {
 
 } // namespace
 
-TEST(Dates, WritesWholeSecondsInUtcRoundedDown) {
+TEST(Dates, FormatsWholeSecondsInUtcRoundedDown) {
     EXPECT_EQ(iso8601(Date{}), "1970-01-01T00:00:00Z");
     EXPECT_EQ(iso8601(Date(1794790748s)), "2026-11-16T00:59:08Z");
     EXPECT_EQ(iso8601(Date(1794790748s + 999ms)), "2026-11-16T00:59:08Z");
@@ -27,7 +27,7 @@ TEST(Dates, WritesWholeSecondsInUtcRoundedDown) {
     EXPECT_EQ(iso8601(Date::min()).substr(0, 4), "1677");
 }
 
-TEST(Dates, ReadsEveryFormOfTheZone) {
+TEST(Dates, ParsesEveryFormOfTheZone) {
     const Date moment(1794790748s);
     for (const char* text :
          {"2026-11-16T00:59:08Z", "2026-11-16T00:59:08+00:00", "2026-11-16T00:59:08-00:00",
@@ -36,14 +36,14 @@ TEST(Dates, ReadsEveryFormOfTheZone) {
         EXPECT_EQ(parseIso8601(text), moment) << text;
 }
 
-TEST(Dates, ReadsFractionsOfASecond) {
+TEST(Dates, ParsesFractionsOfASecond) {
     EXPECT_EQ(parseIso8601("1970-01-01T00:00:01.5Z"), Date(1500ms));
     EXPECT_EQ(parseIso8601("1970-01-01T00:00:01.123456789Z"), Date(1123456789ns));
     EXPECT_EQ(parseIso8601("1970-01-01T00:00:01.1234567899Z"), Date(1123456789ns));
     EXPECT_EQ(parseIso8601("1970-01-01T01:00:00.25+01:00"), Date(250ms));
 }
 
-TEST(Dates, RefusesWhatIsNoMoment) {
+TEST(Dates, RefusesTextThatIsNotADate) {
     for (const char* text : {"",
                              "2026",
                              "2026-11-16",
@@ -72,32 +72,32 @@ TEST(Dates, RefusesWhatIsNoMoment) {
         EXPECT_FALSE(parseIso8601(text)) << text;
 }
 
-TEST(Dates, KnowsLeapDays) {
+TEST(Dates, AcceptsLeapDaysInLeapYearsOnly) {
     EXPECT_EQ(iso8601(at("2028-02-29T12:00:00Z")), "2028-02-29T12:00:00Z");
 }
 
-TEST(Dates, GoesBackByCalendarDaysAcrossDaylightSaving) {
-    // The clocks of Berlin went forward on 29 March 2026: the same time of day is 23 hours before.
+TEST(Dates, CountsCalendarDaysAcrossDaylightSaving) {
+    // The clocks of Berlin went forward on 29 March 2026: the same time of day is 23 hours earlier.
     EXPECT_EQ(daysBefore(at("2026-03-29T12:00:00+02:00"), 1, "Europe/Berlin"),
               at("2026-03-28T12:00:00+01:00"));
     EXPECT_EQ(daysBefore(at("2026-03-29T12:00:00Z"), 1, "UTC"), at("2026-03-28T12:00:00Z"));
     EXPECT_EQ(daysBefore(at("2026-11-16T00:59:08Z"), 365, "UTC"), at("2025-11-16T00:59:08Z"));
-    // 19:59 of the day before in New York, which was on summer time 30 days earlier.
+    // It is 19:59 of the previous day in New York, which was on summer time 30 days earlier.
     EXPECT_EQ(daysBefore(at("2026-11-16T00:59:08Z"), 30, "America/New_York"), at("2026-10-16T23:59:08Z"));
 }
 
-TEST(Dates, KeepsFractionsGoingBack) {
+TEST(Dates, KeepsFractionsOfASecond) {
     EXPECT_EQ(daysBefore(Date(86400s + 1234567ns), 1, "UTC"), Date(1234567ns));
     EXPECT_EQ(daysBefore(Date(1234567ns), 0, "UTC"), Date(1234567ns));
 }
 
-TEST(Dates, TakesTheSystemsZoneWithoutAName) {
+TEST(Dates, UsesTheSystemsZoneForAnEmptyName) {
     const auto date = daysBefore(at("2026-11-16T00:59:08Z"), 1);
     ASSERT_TRUE(date);
     EXPECT_NEAR(std::chrono::duration<double>(at("2026-11-16T00:59:08Z") - *date).count(), 86400, 2 * 3600);
 }
 
-TEST(Dates, KnowsWhereADayBeginsAndEndsWhateverItsLength) {
+TEST(Dates, ReturnsTheBeginAndEndOfDaysOfAnyLength) {
     const auto at = [](const char* text) { return parseIso8601(text).value(); };
     struct Row {
         const char* moment;
@@ -125,7 +125,7 @@ TEST(Dates, KnowsWhereADayBeginsAndEndsWhateverItsLength) {
     EXPECT_FALSE(dayOf(Date::max(), zone)) << "its end is no moment any more";
 }
 
-TEST(Dates, GivesNothingWhereNoDateResults) {
+TEST(Dates, ReturnsNulloptIfTheResultIsNotADate) {
     const auto now = at("2026-11-16T00:59:08Z");
     EXPECT_FALSE(daysBefore(now, 1, "Mars/Olympus"));
     EXPECT_FALSE(daysBefore(now, 1'000'000, "UTC"));

@@ -10,7 +10,7 @@ namespace sonvale::base {
 
 namespace {
 
-/// Unsets the variables of the locale for one test and puts the former ones back.
+/// Unsets the variables of the locale for one test and restores them afterwards.
 class LocaleVariables {
 public:
     LocaleVariables() {
@@ -37,7 +37,7 @@ private:
 
 } // namespace
 
-TEST(Locale, TurnsPosixNamesIntoIdentifiers) {
+TEST(Locale, ConvertsPosixNamesToIdentifiers) {
     struct Row {
         const char* posix;
         const char* identifier;
@@ -67,7 +67,7 @@ TEST(Locale, TurnsPosixNamesIntoIdentifiers) {
         EXPECT_EQ(localeIdentifier(posix), identifier) << '"' << posix << '"';
 }
 
-TEST(Locale, TakesDatesFromTheirOwnVariable) {
+TEST(Locale, UsesTheVariableOfDatesForDates) {
     const LocaleVariables restored;
     EXPECT_EQ(currentDateLocaleIdentifier(), "en-US");
     ::setenv("LANG", "en_US.UTF-8", 1);
@@ -79,7 +79,7 @@ TEST(Locale, TakesDatesFromTheirOwnVariable) {
     EXPECT_EQ(currentDateLocaleIdentifier(), "ja-JP");
 }
 
-TEST(Locale, TakesTheFirstVariableThatIsSet) {
+TEST(Locale, UsesTheFirstVariableThatIsSet) {
     const LocaleVariables restored;
     EXPECT_EQ(currentLocaleIdentifier(), "en-US");
     ::setenv("LANG", "fr_FR.UTF-8", 1);

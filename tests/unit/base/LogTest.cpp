@@ -6,7 +6,7 @@
 
 namespace sonvale::base {
 
-TEST(Log, HandsLinesToTheSinksWithCategoryAndLevel) {
+TEST(Log, PassesLinesToTheSinksWithCategoryAndLevel) {
     const tests::LogCapture capture;
     const Logger logger("Engine");
     logger.debug("a {}", 1);
@@ -44,7 +44,7 @@ TEST(Log, WritesEachKindToItsStream) {
               "error com.sonvale [Engine] failed\n[AppState] started\n");
 }
 
-TEST(Log, GivesTimingLinesTheirMark) {
+TEST(Log, MarksTimingLines) {
     const tests::LogCapture capture;
     perfLog("stop took 12 ms");
     systemLog("[AppDelegate] ready");
@@ -52,7 +52,7 @@ TEST(Log, GivesTimingLinesTheirMark) {
     EXPECT_EQ(capture.system(), std::vector<std::string>{"[AppDelegate] ready"});
 }
 
-TEST(Log, PutsFormerSinksBack) {
+TEST(Log, RestoresPreviousSinks) {
     const tests::LogCapture outer;
     {
         const tests::LogCapture inner;

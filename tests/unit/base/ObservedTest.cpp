@@ -8,7 +8,7 @@
 
 namespace sonvale::base {
 
-TEST(Observed, NotifiesOnRealChangeOnly) {
+TEST(Observed, NotifiesIfTheValueChangesOnly) {
     Observed<std::string> text{"a"};
     std::vector<std::string> heard;
     const auto subscription = text.subscribe([&](const std::string& value) { heard.push_back(value); });
@@ -20,7 +20,7 @@ TEST(Observed, NotifiesOnRealChangeOnly) {
     EXPECT_EQ(heard, std::vector<std::string>{"b"});
 }
 
-TEST(Observed, EndsTheObservationWithItsHandle) {
+TEST(Observed, EndsTheSubscriptionWithItsHandle) {
     Observed<int> number{0};
     int heard = 0;
     {
@@ -31,7 +31,7 @@ TEST(Observed, EndsTheObservationWithItsHandle) {
     EXPECT_EQ(heard, 1);
 }
 
-TEST(Observed, LeavesOutAnObserverThatAnotherOneEndsDuringTheNotification) {
+TEST(Observed, SkipsAnObserverThatAnotherOneEndsDuringTheNotification) {
     Observed<int> number{0};
     int heard = 0;
     Subscription second;
@@ -41,7 +41,7 @@ TEST(Observed, LeavesOutAnObserverThatAnotherOneEndsDuringTheNotification) {
     EXPECT_EQ(heard, 0);
 }
 
-TEST(Observed, DropsItsObserversAtItsEndAndLetsTheirHandlesOutliveIt) {
+TEST(Observed, MayBeDestroyedBeforeItsSubscriptions) {
     auto number = std::make_unique<Observed<int>>(0);
     auto owned = std::make_shared<int>(0);
     const std::weak_ptr<int> held = owned;

@@ -22,7 +22,7 @@ const std::string germany = "\U0001F1E9\U0001F1EA";
 const std::string france = "\U0001F1EB\U0001F1F7";
 
 std::string randomBytes(std::mt19937& engine) {
-    // Pieces that act on each other: combining marks, joiners, flags, line breaks, halves of sequences.
+    // Pieces that affect each other: combining marks, joiners, flags, line breaks, parts of sequences.
     static const Strings pieces{
         "a",      "Z",      " ",      "\t",         "\r",         "\n",     "\u0301",
         "\u00E9", "\u200D", "\u1100", "\U0001F468", "\U0001F1E9", "\u1161", "\u00DF",
@@ -34,7 +34,7 @@ std::string randomBytes(std::mt19937& engine) {
     return text;
 }
 
-/// For each class of code points that the rules of characters know, a few of it.
+/// Returns a few code points of each break class.
 std::vector<UChar32> pointsOfEveryBreakClass() {
     std::map<int, std::vector<UChar32>> classes;
     std::mt19937 engine(5);
@@ -80,7 +80,7 @@ TEST(Text, CountsUserPerceivedCharacters) {
     }
 }
 
-TEST(Text, BreaksWhereTheUnicodeLibraryDoes) {
+TEST(Text, HasTheBoundariesOfIcu) {
     UErrorCode status = U_ZERO_ERROR;
     const std::unique_ptr<icu::BreakIterator> library(
         icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
@@ -104,7 +104,7 @@ TEST(Text, BreaksWhereTheUnicodeLibraryDoes) {
     }
 }
 
-TEST(Text, CutsBetweenCharactersOnly) {
+TEST(Text, CutsAtCharacterBoundariesOnly) {
     const auto text = "x" + family + eAcuteInTwo + "y";
     EXPECT_EQ(firstCharacters(text, 0), "");
     EXPECT_EQ(firstCharacters(text, 2), "x" + family);
@@ -121,7 +121,7 @@ TEST(Text, CutsBetweenCharactersOnly) {
     EXPECT_EQ(lastCharacters("plain", 3), "ain");
 }
 
-TEST(Text, TrimsBlanksApartFromLineBreaks) {
+TEST(Text, TrimsBlanksAndLineBreaksSeparately) {
     const std::string text = "\n \t\u00A0a b\u3000\u200B\r\n";
     EXPECT_EQ(trimmed(text), "a b");
     EXPECT_EQ(trimmed(text, TrimmingSet::blanks), text);
@@ -135,7 +135,7 @@ TEST(Text, TrimsBlanksApartFromLineBreaks) {
     EXPECT_EQ(trimmed("\uFEFF a"), "\uFEFF a");
 }
 
-TEST(Text, KnowsWhiteSpaceAtTheStart) {
+TEST(Text, DetectsWhiteSpaceAtTheStart) {
     for (const char* text : {" a", "\ta", "\na", "\r\n", "\u2028", "\u00A0", "\u3000"})
         EXPECT_TRUE(beginsWithWhiteSpace(text)) << text;
     for (const char* text : {"", "a ", "\u200B", "\xFF"})
@@ -156,7 +156,7 @@ TEST(Text, SplitsAtWhiteSpaceOfEveryKind) {
     EXPECT_EQ(piecesBetweenWhiteSpace(" \n "), Strings{});
 }
 
-TEST(Text, EqualsByCanonicalEquivalence) {
+TEST(Text, ComparesByCanonicalEquivalence) {
     EXPECT_TRUE(isEqual(eAcute, eAcuteInTwo));
     EXPECT_TRUE(isEqual("\u212B", "\u00C5"));
     EXPECT_TRUE(isEqual("q\u0307\u0323", "q\u0323\u0307"));
@@ -220,7 +220,7 @@ TEST(Text, HasOneCanonicalFormForTextsThatAreEqual) {
     EXPECT_EQ(canonicalForm(""), "");
 }
 
-TEST(Text, LowersCaseWithoutRegardToPlaceOrLocale) {
+TEST(Text, LowersCaseInAnyContextAndLocale) {
     EXPECT_EQ(lowercased("HELLO World"), "hello world");
     EXPECT_EQ(lowercased("\u00C4\u00D6\u00DC\u00DF"), "\u00E4\u00F6\u00FC\u00DF");
     EXPECT_EQ(lowercased("\u039F\u0394\u039F\u03A3"), "\u03BF\u03B4\u03BF\u03C3");
@@ -231,7 +231,7 @@ TEST(Text, LowersCaseWithoutRegardToPlaceOrLocale) {
               "\uFFFDa");
 }
 
-TEST(Text, ComparesWithoutRegardToCase) {
+TEST(Text, ComparesInAnyCase) {
     EXPECT_TRUE(isEqualIgnoringCase("Stra\u00DFe", "STRASSE"));
     EXPECT_TRUE(isEqualIgnoringCase("\u03C3\u03C2", "\u03A3\u03A3"));
     EXPECT_TRUE(isEqualIgnoringCase("CAFE\u0301", "caf\u00E9"));
@@ -242,7 +242,7 @@ TEST(Text, ComparesWithoutRegardToCase) {
     EXPECT_EQ(caseFolded("\u0390"), caseFolded("\u1FD3"));
 }
 
-TEST(Text, FindsPrefixesWithoutRegardToCaseAsTheyStandInTheText) {
+TEST(Text, FindsPrefixesInAnyCase) {
     EXPECT_EQ(findPrefixIgnoringCase("HERE is", "here"), (TextRange{0, 4}));
     EXPECT_EQ(findPrefixIgnoringCase("STRASSE 1", "stra\u00DFe"), (TextRange{0, 7}));
     EXPECT_EQ(findPrefixIgnoringCase("Stra\u00DFe 1", "STRASSE"), (TextRange{0, 7}));
@@ -261,7 +261,7 @@ TEST(Text, FindsPrefixesWithoutRegardToCaseAsTheyStandInTheText) {
     EXPECT_FALSE(findPrefixIgnoringCase("note:\u0301" + std::string(1000, 'x'), "note:"));
 }
 
-TEST(Text, FindsWholeCharactersWithTheirPlace) {
+TEST(Text, FindsWholeCharactersWithTheirOffset) {
     EXPECT_EQ(find("abcabc", "ca"), (TextRange{2, 4}));
     EXPECT_EQ(find("x cafe\u0301 y", "caf\u00E9"), (TextRange{2, 8}));
     EXPECT_FALSE(find("cafe\u0301", "cafe"));
@@ -276,7 +276,7 @@ TEST(Text, FindsWholeCharactersWithTheirPlace) {
     EXPECT_EQ(findIgnoringCase("\xFF\xFFZ", "z"), (TextRange{2, 3}));
 }
 
-TEST(Text, ContainsEveryTextsEmptyPiece) {
+TEST(Text, ContainsTheEmptyText) {
     EXPECT_TRUE(contains("abc", ""));
     EXPECT_TRUE(contains("", ""));
     EXPECT_TRUE(contains("abc", "bc"));
@@ -298,7 +298,7 @@ TEST(Text, ReplacesEveryOccurrence) {
     EXPECT_EQ(replacing("\xFFz", "z", "y"), "\xFFy");
 }
 
-TEST(Text, KnowsAndRepairsWhatIsNotUtf8) {
+TEST(Text, DetectsAndRepairsInvalidUtf8) {
     struct Row {
         std::string bytes;
         std::string repaired;
@@ -328,7 +328,7 @@ TEST(Text, KnowsAndRepairsWhatIsNotUtf8) {
     EXPECT_TRUE(isValidUtf8(std::string(3, '\0')));
 }
 
-TEST(Text, KeepsItsRulesOnAnyBytes) {
+TEST(Text, KeepsItsRulesForAnyBytes) {
     std::mt19937 engine(3);
     for (int round = 0; round < 20000; ++round) {
         const auto text = randomBytes(engine);
@@ -368,7 +368,7 @@ TEST(Text, KeepsItsRulesOnAnyBytes) {
     }
 }
 
-TEST(Text, ServesSeveralThreads) {
+TEST(Text, WorksOnSeveralThreads) {
     std::vector<std::size_t> counts(4);
     {
         std::vector<std::jthread> threads;

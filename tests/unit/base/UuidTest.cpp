@@ -6,7 +6,7 @@
 
 namespace sonvale::base {
 
-TEST(Uuid, IsMadeRandomOfVersionFour) {
+TEST(Uuid, MakesRandomIdentifiersOfVersionFour) {
     std::set<Uuid> seen;
     for (int i = 0; i < 1000; ++i) {
         const auto uuid = Uuid::make();
@@ -19,7 +19,7 @@ TEST(Uuid, IsMadeRandomOfVersionFour) {
     EXPECT_EQ(seen.size(), 1000U);
 }
 
-TEST(Uuid, IsWrittenInUpperCaseAndReadInEither) {
+TEST(Uuid, WritesUpperCaseAndParsesEitherCase) {
     const auto upper = Uuid::parse("E621E1F8-C36C-495A-93FC-0C247A3E6E5F");
     const auto lower = Uuid::parse("e621e1f8-c36c-495a-93fc-0c247a3e6e5f");
     ASSERT_TRUE(upper && lower);
@@ -27,13 +27,13 @@ TEST(Uuid, IsWrittenInUpperCaseAndReadInEither) {
     EXPECT_EQ(lower->toString(), "E621E1F8-C36C-495A-93FC-0C247A3E6E5F");
 }
 
-TEST(Uuid, ComesBackFromItsText) {
+TEST(Uuid, ParsesItsOwnText) {
     const auto uuid = Uuid::make();
     EXPECT_EQ(Uuid::parse(uuid.toString()), uuid);
     EXPECT_EQ(Uuid{}.toString(), "00000000-0000-0000-0000-000000000000");
 }
 
-TEST(Uuid, RefusesEveryOtherText) {
+TEST(Uuid, RefusesAnyOtherText) {
     for (const char* text : {
              "",
              "E621E1F8-C36C-495A-93FC-0C247A3E6E5",

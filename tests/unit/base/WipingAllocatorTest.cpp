@@ -11,7 +11,7 @@ namespace sonvale::base {
 
 namespace {
 
-/// What came back to the memory's owner, over all of its instances.
+/// Memory that was freed, of all instances of the allocator.
 struct Returned {
     std::size_t blocks = 0;
     std::size_t dirtyBytes = 0;
