@@ -12,7 +12,7 @@ namespace sonvale::runtime {
 struct Actor::State {
     std::string name;
     boost::asio::any_io_executor executor;
-    std::function<bool()> isCurrent; ///< empty on a concurrent place
+    std::function<bool()> isCurrent; ///< empty for a concurrent place
     std::shared_ptr<TaskRegistry> registry;
 };
 

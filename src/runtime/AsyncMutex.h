@@ -9,9 +9,10 @@
 
 namespace sonvale::runtime {
 
-/// Lets one task at a time through a stretch of code that suspends, in the order in which they came.
+/// Admits one task at a time to code that suspends, in the order of their calls.
 ///
-/// Belongs to one actor: it is locked, and its guards are destroyed, there only. It may go before its guards.
+/// Belongs to one actor: it is locked, and its guards are destroyed, there only. It may be destroyed before
+/// its guards.
 class AsyncMutex {
     struct State {
         bool isLocked = false;
@@ -19,7 +20,7 @@ class AsyncMutex {
     };
 
 public:
-    /// Lets the next one through when it is destroyed.
+    /// Admits the next task when it is destroyed.
     class Guard {
     public:
         Guard(Guard&&) noexcept = default;
@@ -50,8 +51,7 @@ public:
     AsyncMutex(const AsyncMutex&) = delete;
     AsyncMutex& operator=(const AsyncMutex&) = delete;
 
-    /// Ends as soon as the caller is the one. Cancelling the caller does not cut the wait short, nor does it
-    /// cost the caller its place.
+    /// Waits for the caller's turn. Cancelling the caller neither shortens the wait nor changes the order.
     Task<Guard> lock() { return lock(state_); }
 
 private:
@@ -60,7 +60,7 @@ private:
             std::function<void(Continuation<>)> wait = [state](Continuation<> turn) {
                 state->waiting.push_back(std::move(turn));
             };
-            co_await suspend<>(std::move(wait)); // the one before has left it locked
+            co_await suspend<>(std::move(wait)); // the previous owner has left it locked
         }
         state->isLocked = true;
         co_return Guard(std::move(state));

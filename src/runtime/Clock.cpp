@@ -4,7 +4,7 @@
 
 namespace sonvale::runtime {
 
-// The header asks of the caller that the clock outlives the sleep.
+// The header requires that the clock outlives the sleep.
 // NOLINTNEXTLINE(cppcoreguidelines-avoid-reference-coroutine-parameters)
 Task<SleepOutcome> sleep(Clock& clock, double seconds) {
     struct Wait {
@@ -29,9 +29,9 @@ Task<SleepOutcome> sleep(Clock& clock, double seconds) {
 }
 
 std::int64_t millisecondsSince(const Clock& clock, double start) {
-    // Differences of decimal fractions come out a hair too small; 350 ms must not be told as 349.
-    constexpr double hair = 1e-6;
-    return static_cast<std::int64_t>((clock.now() - start) * 1000.0 + hair);
+    // Differences of decimal fractions can be slightly too small; 350 ms must not be reported as 349.
+    constexpr double epsilon = 1e-6;
+    return static_cast<std::int64_t>((clock.now() - start) * 1000.0 + epsilon);
 }
 
 } // namespace sonvale::runtime

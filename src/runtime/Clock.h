@@ -10,7 +10,7 @@ namespace sonvale::runtime {
 
 using Date = std::chrono::system_clock::time_point;
 
-/// All time of the program: nothing else reads a clock or sleeps.
+/// The only source of time in the program: nothing else reads a clock or sleeps.
 class Clock {
 public:
     using TimerId = std::uint64_t;
@@ -20,31 +20,32 @@ public:
     Clock& operator=(const Clock&) = delete;
     virtual ~Clock() = default;
 
-    /// Seconds on a clock that never goes back. It counts the time that the machine sleeps, and so do timers.
-    /// Only differences mean anything. Any thread.
+    /// Returns the seconds of a clock that never goes back. It counts the time while the machine sleeps, and
+    /// so do timers. Only differences are meaningful. Any thread.
     virtual double now() const = 0;
 
-    /// Seconds that the machine has slept since it started. Only differences mean anything. Any thread.
+    /// Returns the seconds for which the machine has slept since its start. Only differences are meaningful.
+    /// Any thread.
     virtual double secondsAsleep() const = 0;
 
-    /// The calendar's time. Any thread.
+    /// Returns the calendar's time. Any thread.
     virtual Date date() const = 0;
 
-    /// Runs `due` once, `seconds` from now (at once in the next turn when not positive), on a thread of the
-    /// clock's choosing. `due` must be short and must not block. From any thread.
-    virtual TimerId schedule(double seconds, std::function<void()> due) = 0;
+    /// Runs `action` once after `seconds` (in the next turn if they are not positive), on a thread that the
+    /// clock chooses. `action` must be short and must not block. From any thread.
+    virtual TimerId schedule(double seconds, std::function<void()> action) = 0;
 
-    /// Drops a timer. False when it has run, is running or is unknown. From any thread.
+    /// Drops a timer. Returns false if it has run, is running or is unknown. From any thread.
     virtual bool cancel(TimerId timer) = 0;
 };
 
 enum class SleepOutcome { finished, interrupted };
 
-/// Suspends for `seconds`. In a task that is or gets cancelled it ends at once with `interrupted`. The clock
-/// must outlive the sleep.
+/// Suspends for `seconds`. Returns `interrupted` at once if the task is or gets cancelled. The clock must
+/// outlive the sleep.
 Task<SleepOutcome> sleep(Clock& clock, double seconds);
 
-/// Elapsed time since `start` of the same clock in whole milliseconds, truncated.
+/// Returns the time since `start` on the same clock in whole milliseconds, truncated.
 std::int64_t millisecondsSince(const Clock& clock, double start);
 
 } // namespace sonvale::runtime

@@ -24,10 +24,10 @@ void ManualClock::setDate(Date date) {
     date_ = date;
 }
 
-Clock::TimerId ManualClock::schedule(double seconds, std::function<void()> due) {
+Clock::TimerId ManualClock::schedule(double seconds, std::function<void()> action) {
     const std::lock_guard lock(mutex_);
     const auto id = nextId_++;
-    timers_.emplace(std::pair(now_ + std::max(seconds, 0.0), id), std::move(due));
+    timers_.emplace(std::pair(now_ + std::max(seconds, 0.0), id), std::move(action));
     return id;
 }
 
@@ -46,11 +46,11 @@ bool ManualClock::cancel(TimerId timer) {
 void ManualClock::advance(double seconds) {
     if (settle_)
         settle_();
-    // Sums of decimal fractions land a hair beside each other; such a hair is not a difference in time.
+    // Sums of decimal fractions differ slightly; such a difference is not a difference in time.
     constexpr double sameMoment = 1e-9;
     const double end = now() + seconds;
     while (true) {
-        std::function<void()> due;
+        std::function<void()> action;
         {
             const std::lock_guard lock(mutex_);
             if (timers_.empty() || timers_.begin()->first.first > end + sameMoment)
@@ -58,9 +58,9 @@ void ManualClock::advance(double seconds) {
             const auto step = std::max(timers_.begin()->first.first - now_, 0.0);
             now_ += step;
             date_ += std::chrono::duration_cast<Date::duration>(std::chrono::duration<double>(step));
-            due = std::move(timers_.extract(timers_.begin()).mapped());
+            action = std::move(timers_.extract(timers_.begin()).mapped());
         }
-        due();
+        action();
         if (settle_)
             settle_();
     }

@@ -7,10 +7,10 @@
 
 namespace sonvale::runtime {
 
-/// A clock that stands still until a test advances it.
+/// A clock for tests. Its time does not move until the test advances it.
 class ManualClock final : public Clock {
 public:
-    /// `settle` runs everything that is ready; it is called before time moves and after every due timer.
+    /// `settle` runs everything that is ready. It is called before time moves and after every timer.
     explicit ManualClock(std::function<void()> settle = {}, Date date = Date{})
         : settle_(std::move(settle))
         , date_(date) {}
@@ -18,21 +18,21 @@ public:
     double now() const override;
     double secondsAsleep() const override;
     Date date() const override;
-    TimerId schedule(double seconds, std::function<void()> due) override;
+    TimerId schedule(double seconds, std::function<void()> action) override;
     bool cancel(TimerId timer) override;
 
-    /// Moves time on by `seconds`, stopping at every timer that becomes due, in order of time and then of
-    /// scheduling, timers that are scheduled on the way included.
+    /// Advances time by `seconds` and stops at every timer on the way, in order of time and then of
+    /// scheduling, including timers that are scheduled on the way.
     void advance(double seconds);
 
-    /// As `advance`, with the machine asleep: timers that become due meanwhile run at the end.
+    /// Works as `advance` while the machine sleeps: the timers of this time run at its end.
     void sleepThrough(double seconds);
 
-    /// Number of timers that wait.
+    /// Returns the number of waiting timers.
     std::size_t pending() const;
-    /// Seconds to the next timer; negative when there is none.
+    /// Returns the seconds to the next timer; negative if there is none.
     double untilNext() const;
-    /// Moves the calendar alone.
+    /// Changes the calendar's time only.
     void setDate(Date date);
 
 private:

@@ -27,7 +27,7 @@ double secondsOn(clockid_t clock) {
 } // namespace
 
 struct SystemClock::Impl {
-    /// Due time on CLOCK_BOOTTIME, and the order of scheduling.
+    /// The time on CLOCK_BOOTTIME, and the order of scheduling.
     using Key = std::pair<double, TimerId>;
 
     std::mutex mutex;
@@ -35,11 +35,11 @@ struct SystemClock::Impl {
     std::unordered_map<TimerId, double> dueTimes;
     TimerId nextId = 1;
     bool isEnding = false;
-    int alarm = -1; ///< a timerfd; set under `mutex`, read without
+    int alarm = -1; ///< a timerfd; set under `mutex`, read without it
     std::thread thread;
 
     Impl() {
-        // CLOCK_MONOTONIC stands still while the machine sleeps.
+        // CLOCK_MONOTONIC stops while the machine sleeps.
         alarm = timerfd_create(CLOCK_BOOTTIME, TFD_CLOEXEC);
         if (alarm < 0)
             throw std::system_error(errno, std::generic_category(), "timerfd_create");
@@ -48,15 +48,15 @@ struct SystemClock::Impl {
     Impl& operator=(const Impl&) = delete;
     ~Impl() { close(alarm); }
 
-    /// Sets the alarm to the first timer. Under `mutex`.
+    /// Sets the alarm to the first timer. The caller holds `mutex`.
     void arm() const {
-        itimerspec setting{}; // all zero: never
+        itimerspec setting{}; // all zero: no alarm
         if (isEnding) {
             setting.it_value.tv_nsec = 1;
         } else if (!timers.empty()) {
             const double due = std::max(timers.begin()->first.first, 1e-3);
             const double whole = std::floor(due);
-            // Rounded up: the timer is due when the thread wakes.
+            // Rounded up, so that the thread does not wake before the timer's time.
             setting.it_value.tv_sec = static_cast<time_t>(whole);
             setting.it_value.tv_nsec =
                 std::min(static_cast<long>(std::ceil((due - whole) * 1e9)), 999999999L);
@@ -67,12 +67,13 @@ struct SystemClock::Impl {
     void run() {
         std::unique_lock lock(mutex);
         while (!isEnding) {
-            const bool isDue = !timers.empty() && timers.begin()->first.first <= secondsOn(CLOCK_BOOTTIME);
-            if (!isDue) {
+            const bool hasExpired =
+                !timers.empty() && timers.begin()->first.first <= secondsOn(CLOCK_BOOTTIME);
+            if (!hasExpired) {
                 arm();
                 lock.unlock();
                 std::uint64_t expirations = 0;
-                // An interrupted read looks again, as one does that ended too early.
+                // After an interrupted or early read the loop checks the timers again.
                 static_cast<void>(read(alarm, &expirations, sizeof expirations));
                 lock.lock();
                 continue;
@@ -113,20 +114,21 @@ Date SystemClock::date() const {
     return std::chrono::system_clock::now();
 }
 
-Clock::TimerId SystemClock::schedule(double seconds, std::function<void()> due) {
+Clock::TimerId SystemClock::schedule(double seconds, std::function<void()> action) {
     const double at = secondsOn(CLOCK_BOOTTIME) + seconds;
     const std::lock_guard lock(impl_->mutex);
     const auto id = impl_->nextId++;
-    const auto [place, isNew] = impl_->timers.emplace(Impl::Key(at, id), std::move(due));
+    const auto [place, isNew] = impl_->timers.emplace(Impl::Key(at, id), std::move(action));
     impl_->dueTimes.emplace(id, at);
-    // Only an earlier end of the thread's wait needs waking it.
+    // The thread must wake only if its wait has become shorter.
     if (place == impl_->timers.begin())
         impl_->arm();
     return id;
 }
 
 bool SystemClock::cancel(TimerId timer) {
-    std::function<void()> dropped; // destroyed outside the lock: it may hold the last reference to anything
+    // destroyed outside the lock, because it may hold the last reference to any object
+    std::function<void()> dropped;
     const std::lock_guard lock(impl_->mutex);
     const auto due = impl_->dueTimes.find(timer);
     if (due == impl_->dueTimes.end())

@@ -6,8 +6,8 @@
 
 namespace sonvale::runtime {
 
-/// The machine's clocks; `now` and timers are on CLOCK_BOOTTIME. Timers run on one thread of its own, which
-/// wakes only when one is due. Throws `std::system_error` if the system gives it no timer.
+/// The machine's clocks; `now` and timers use CLOCK_BOOTTIME. One thread of its own runs the timers and wakes
+/// only for them. Throws `std::system_error` if the system provides no timer.
 class SystemClock final : public Clock {
 public:
     SystemClock();
@@ -16,7 +16,7 @@ public:
     double now() const override;
     double secondsAsleep() const override;
     Date date() const override;
-    TimerId schedule(double seconds, std::function<void()> due) override;
+    TimerId schedule(double seconds, std::function<void()> action) override;
     bool cancel(TimerId timer) override;
 
 private:

@@ -24,7 +24,7 @@ namespace detail {
 
 namespace {
 
-/// The rest of a suspended coroutine, of whatever type Asio gives it.
+/// The rest of a suspended coroutine, independent of the type that Asio uses for it.
 struct Resumption {
     Resumption() = default;
     Resumption(const Resumption&) = delete;
@@ -41,7 +41,7 @@ struct ResumptionOf final : Resumption {
         , work(asio::make_work_guard(asio::any_io_executor(asio::get_associated_executor(handler)))) {}
     asio::any_io_executor executor() const override { return work.get_executor(); }
     void resume() override {
-        // A late cancellation must not reach the ended wait.
+        // A late cancellation must not reach a wait that has ended.
         asio::get_associated_cancellation_slot(handler).clear();
         Handler ready = std::move(handler);
         std::move(ready)();
@@ -97,7 +97,8 @@ Task<void> Suspension::wait(std::shared_ptr<Suspension> self, std::function<void
             self->impl_->resumption =
                 std::make_unique<ResumptionOf<std::decay_t<decltype(handler)>>>(std::move(handler));
         }
-        // Copies: whatever `start` does on other threads, this frame may be resumed and gone meanwhile.
+        // Copies, because `start` may run on another thread, which can resume and destroy this frame before
+        // `start` returns.
         const auto begin = std::move(start);
         const auto cancelNow = isCancelledAlready ? std::move(onCancel) : std::function<void()>();
         begin();
@@ -112,13 +113,12 @@ struct TaskCore::Impl {
     std::shared_ptr<TaskRegistry> registry;
     std::atomic<bool> isCancelled = false;
 
-    // On the task's executor only.
+    // Used on the task's executor only.
     asio::cancellation_signal signal;
     bool isRunning = false;
     bool hasEmitted = false;
 
-    /// A cancellation that comes between the queueing and the start is seen by both; operations hear of it
-    /// once.
+    /// Emits the signal once. A cancellation between queueing and start is seen by both of them.
     void emitOnce() {
         if (isRunning && !std::exchange(hasEmitted, true))
             signal.emit(asio::cancellation_type::terminal);
@@ -136,7 +136,7 @@ TaskCore::~TaskCore() = default;
 void TaskCore::cancel() {
     if (isDone() || impl_->isCancelled.exchange(true))
         return;
-    // The signal belongs to the task's executor; before the start, the start itself looks at the flag.
+    // The signal belongs to the task's executor. Before the start, the start itself checks the flag.
     asio::dispatch(impl_->executor, [self = shared_from_this()] { self->impl_->emitOnce(); });
 }
 
@@ -173,7 +173,7 @@ Task<void> TaskCore::waitUntilDone(std::shared_ptr<TaskCore> self, Cancelling ca
 }
 
 Task<void> TaskCore::runRoot(std::shared_ptr<TaskCore> core, Task<void> body) {
-    // Cancellation is a state that operations look at; it must not throw at every co_await.
+    // Cancellation is a state that operations check; it must not throw at every co_await.
     co_await asio::this_coro::throw_if_cancelled(false);
     co_await std::move(body);
     core->impl_->isRunning = false;

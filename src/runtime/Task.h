@@ -15,13 +15,13 @@
 
 namespace sonvale::runtime {
 
-/// A suspendable operation. It does not begin before it is awaited or spawned, and it resumes on the actor
-/// that it was started on, whatever it waited for. Write its parameters by value: they must outlive every
-/// suspension. A lambda that captures must not itself be a coroutine.
+/// A suspendable operation. It does not begin before it is awaited or spawned. After every wait it resumes on
+/// the actor that it was started on. Its parameters must be values, because they must outlive every
+/// suspension. A lambda with captures must not itself be a coroutine.
 template <class T = void>
 using Task = boost::asio::awaitable<T>;
 
-/// Thrown to a waiting task whose continuation was dropped by all who could have resumed it.
+/// Thrown in a waiting task if all copies of its continuation were dropped without a result.
 class ContinuationDropped : public std::logic_error {
 public:
     ContinuationDropped()
@@ -37,14 +37,14 @@ public:
 
 namespace detail {
 
-/// `void` has no values to store; this stands in for it.
+/// The stored value of a `Task<void>`.
 struct Nothing {};
 template <class T>
 using Stored = std::conditional_t<std::is_void_v<T>, Nothing, T>;
 template <class T>
 using Outcome = std::variant<std::monostate, Stored<T>, std::exception_ptr>;
 
-/// One wait of one task: from any thread it is ended once, and the task then goes on on its own actor.
+/// One wait of one task. Any thread may end it, once; the task then continues on its own actor.
 class Suspension {
 public:
     Suspension();
@@ -52,12 +52,13 @@ public:
     Suspension& operator=(const Suspension&) = delete;
     ~Suspension();
 
-    /// True for the one caller that may set the outcome and must then call `finish()`.
+    /// Returns true for the one caller that may set the outcome and must then call `finish()`.
     bool claim();
     void finish();
 
-    /// Suspends the calling task, then runs `start`. `onCancel`, when given, runs on the task's actor once if
-    /// the task is or gets cancelled before the wait has ended; without it the wait is not cut short.
+    /// Suspends the calling task, then runs `start`. `onCancel`, if not empty, runs once on the task's actor
+    /// if the task is or gets cancelled before the wait has ended. Without it cancelling does not shorten the
+    /// wait.
     static Task<void> wait(std::shared_ptr<Suspension> self, std::function<void()> start,
                            std::function<void()> onCancel);
 
@@ -90,8 +91,8 @@ T take(Outcome<T> outcome) {
 
 } // namespace detail
 
-/// The other end of a suspended task. Copies stand for the same wait; from any thread the first `resume` or
-/// `fail` counts and returns true, later ones do nothing and return false. When the last copy goes without
+/// Resumes a suspended task. Copies refer to the same wait. The first `resume` or `fail` from any thread
+/// counts and returns true; later ones do nothing and return false. If the last copy is destroyed without
 /// either, the task gets `ContinuationDropped`.
 template <class T = void>
 class Continuation {
@@ -122,26 +123,26 @@ private:
     std::shared_ptr<Ticket> ticket_;
 };
 
-/// Suspends the calling task until the continuation that `start` is given is resumed. `start` runs on the
-/// task's actor, once the task is suspended. `onCancel`, when given, runs on the task's actor as soon as the
-/// task is cancelled (at once, after `start`, when it already was); it should see to it that somebody
-/// resumes. Without it, cancelling does not cut the wait short.
+/// Suspends the calling task until the continuation that `start` receives is resumed. `start` runs on the
+/// task's actor after the task is suspended. `onCancel`, if not empty, runs on the task's actor when the task
+/// is cancelled (at once after `start` if it already was); it should cause a resumption. Without it
+/// cancelling does not shorten the wait.
 template <class T>
 Task<T> suspend(std::function<void(Continuation<T>)> start, std::function<void()> onCancel = {}) {
     auto state = std::make_shared<detail::ContinuationState<T>>();
-    // The suspension shares its owner's life: the wait ends before the state can go.
+    // The suspension shares ownership of its state, because the wait ends before the state may be destroyed.
     const std::shared_ptr<detail::Suspension> suspension(state, &state->suspension);
     std::function<void()> begin = [state, start = std::move(start)] { start(Continuation<T>(state)); };
     co_await detail::Suspension::wait(suspension, std::move(begin), std::move(onCancel));
     co_return detail::take<T>(std::move(state->outcome));
 }
 
-/// Whether the calling task has been cancelled. Cancellation is a state that stays set.
+/// Returns whether the calling task has been cancelled. Cancellation is a state that stays set.
 Task<bool> isCurrentTaskCancelled();
 
 namespace detail {
 
-/// What every spawned task has, whatever its type.
+/// The part of a spawned task that does not depend on its type.
 class TaskCore : public std::enable_shared_from_this<TaskCore> {
 public:
     TaskCore();
@@ -153,12 +154,12 @@ public:
     bool isCancelled() const;
     bool isDone() const;
 
-    /// Ends when the task has ended; cancelling the waiting task does not cut it short, but is passed on
-    /// to this one when `forwarding`.
+    /// Waits until the task has ended. Cancelling the waiting task does not shorten the wait; with
+    /// `isForwarded` it also cancels this task.
     enum class Cancelling { isIgnored, isForwarded };
     static Task<void> waitUntilDone(std::shared_ptr<TaskCore> self, Cancelling cancelling);
 
-    /// Calls `then` once the task has ended, at once when it has. On the thread that ends it.
+    /// Calls `then` when the task has ended, on the thread that ends it; at once if it has already ended.
     void whenDone(std::function<void()> then);
 
     static void launch(const Actor& actor, const std::shared_ptr<TaskCore>& core, Task<void> body);
@@ -192,8 +193,8 @@ Task<void> runInto(std::shared_ptr<TaskState<T>> state, Task<T> task) {
 
 } // namespace detail
 
-/// A started task. Copies stand for the same task; an empty handle stands for none. Dropping every handle
-/// neither cancels the task nor leaks it. All operations from any thread.
+/// A started task. Copies refer to the same task; an empty handle refers to none. Dropping every handle
+/// neither cancels nor leaks the task. All operations from any thread.
 template <class T = void>
 class TaskHandle {
 public:
@@ -203,8 +204,8 @@ public:
 
     explicit operator bool() const { return state_ != nullptr; }
 
-    /// Sets the task's cancelled state, which stays set; its present and later sleeps end at once. A task
-    /// that has ended, or an empty handle, is left alone. A task may cancel itself: it runs on.
+    /// Sets the task's cancelled state, which stays set; its current and later sleeps end at once. Does
+    /// nothing if the task has ended or the handle is empty. A task that cancels itself continues to run.
     void cancel() const {
         if (state_)
             state_->cancel();
@@ -212,19 +213,20 @@ public:
     bool isCancelled() const { return state_ && state_->isCancelled(); }
     bool isDone() const { return state_ && state_->isDone(); }
 
-    /// The task's value or error, for any number of waiting tasks. Not cut short by cancelling the waiter.
+    /// Waits for the task's value or error. Any number of tasks may wait. Cancelling a waiter does not
+    /// shorten its wait.
     Task<T> value() const { return valueOf(state_, detail::TaskCore::Cancelling::isIgnored); }
 
-    /// As `value()`, but a cancelled waiter passes its cancellation on to the task, and still waits for it.
+    /// Works as `value()`; cancelling the waiter also cancels the task, and the waiter still waits for it.
     Task<T> valueForwardingCancellation() const {
         return valueOf(state_, detail::TaskCore::Cancelling::isForwarded);
     }
 
-    /// As `value()`, but a waiter that is or gets cancelled gets `CancellationError` at once; the task goes
-    /// on.
+    /// Works as `value()`; a waiter that is or gets cancelled gets `CancellationError` at once, and the task
+    /// continues.
     Task<T> valueUnlessCancelled() const { return valueCutShort(state_); }
 
-    /// The task's untyped state.
+    /// Returns the state of the task.
     const std::shared_ptr<detail::TaskState<T>>& state() const { return state_; }
 
 private:
@@ -252,7 +254,7 @@ private:
     std::shared_ptr<detail::TaskState<T>> state_;
 };
 
-/// Starts `task` on `actor`: it is queued and never runs inside the caller.
+/// Starts `task` on `actor`. The task is queued and never runs inside the caller.
 template <class T>
 TaskHandle<T> spawn(const Actor& actor, Task<T> task) {
     auto state = std::make_shared<detail::TaskState<T>>();
@@ -260,16 +262,16 @@ TaskHandle<T> spawn(const Actor& actor, Task<T> task) {
     return TaskHandle<T>(std::move(state));
 }
 
-/// Runs `task` on `actor` as part of the calling task: its value or error comes back to the caller's own
-/// actor, and cancelling the caller cancels it.
+/// Runs `task` on `actor` as part of the calling task. Its value or error returns to the caller's own actor.
+/// Cancelling the caller cancels it.
 template <class T>
 Task<T> runOn(Actor actor, Task<T> task) {
     const auto handle = spawn(actor, std::move(task));
     co_return co_await handle.valueForwardingCancellation();
 }
 
-/// Runs both tasks on `actor`. The first outcome wins, value or error; the other task is then cancelled and
-/// waited for, and its outcome dropped. Cancelling the caller cancels both.
+/// Runs both tasks on `actor`. The first outcome, value or error, is the result. The other task is then
+/// cancelled and waited for, and its outcome dropped. Cancelling the caller cancels both.
 template <class T>
 Task<T> race(Actor actor, Task<T> first, Task<T> second) {
     const auto a = spawn(actor, std::move(first));
@@ -290,7 +292,7 @@ Task<T> race(Actor actor, Task<T> first, Task<T> second) {
     co_return co_await (winner == 0 ? a : b).value();
 }
 
-/// The tasks that are alive in one program or test, so that they can be ended before their actors go.
+/// The live tasks of one program or test, so that they can be ended before their actors are destroyed.
 class TaskRegistry {
 public:
     TaskRegistry();
@@ -300,9 +302,10 @@ public:
 
     /// Cancels every task that has not ended. From any thread.
     void cancelAll();
-    /// Number of tasks that have not ended.
+    /// Returns the number of tasks that have not ended.
     std::size_t count() const;
-    /// Waits at most `seconds` until no task is left; false when some are. Not on an actor that they need.
+    /// Waits up to `seconds` until no task is left. Returns false if some are left. Must not run on an actor
+    /// that they need.
     bool waitUntilEmpty(double seconds) const;
 
 private:

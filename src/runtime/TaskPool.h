@@ -8,9 +8,9 @@
 
 namespace sonvale::runtime {
 
-/// The threads on which everything off the main actor runs.
+/// The threads that run all work outside the main actor.
 ///
-/// At the end of the program: cancel the registry's tasks, run the main actor until they have ended, then
+/// At the end of the program: cancel the registry's tasks, run the main actor until they have ended, call
 /// `join()`, then destroy what the tasks used.
 class TaskPool {
 public:
@@ -19,13 +19,13 @@ public:
     TaskPool(const TaskPool&) = delete;
     TaskPool& operator=(const TaskPool&) = delete;
 
-    /// The shared pool as a place for tasks that run beside each other.
+    /// Returns the shared pool as a place for concurrent tasks.
     Actor actor() const;
 
-    /// A new serial actor on the pool's threads.
+    /// Returns a new serial actor on the pool's threads.
     Actor makeSerialActor(std::string name) const;
 
-    /// Waits until all queued work has run and ends the threads.
+    /// Waits until all queued work has run, then ends the threads.
     void join();
 
 private:

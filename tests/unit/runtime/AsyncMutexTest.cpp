@@ -29,7 +29,7 @@ using Log = std::vector<std::string>;
 
 } // namespace
 
-TEST(AsyncMutex, LetsOneThroughAfterTheOtherInTheOrderOfTheirComing) {
+TEST(AsyncMutex, AdmitsTasksOneByOneInTheOrderOfTheirCalls) {
     TestRuntime runtime;
     AsyncMutex mutex;
     Log log;
@@ -42,7 +42,7 @@ TEST(AsyncMutex, LetsOneThroughAfterTheOtherInTheOrderOfTheirComing) {
     EXPECT_EQ(runtime.registry().count(), 0U);
 }
 
-TEST(AsyncMutex, LetsTheNextOneThroughAfterAnError) {
+TEST(AsyncMutex, AdmitsTheNextTaskAfterAnError) {
     TestRuntime runtime;
     AsyncMutex mutex;
     Log log;
@@ -51,7 +51,7 @@ TEST(AsyncMutex, LetsTheNextOneThroughAfterAnError) {
     EXPECT_EQ(log, (Log{"next begins", "next ends"}));
 }
 
-TEST(AsyncMutex, KeepsThePlaceOfACancelledTask) {
+TEST(AsyncMutex, KeepsTheTurnOfACancelledTask) {
     TestRuntime runtime;
     AsyncMutex mutex;
     Log log;
@@ -66,7 +66,7 @@ TEST(AsyncMutex, KeepsThePlaceOfACancelledTask) {
     EXPECT_EQ(log, (Log{"first begins", "first ends", "cancelled begins", "cancelled ends"}));
 }
 
-TEST(AsyncMutex, MayGoBeforeItsGuards) {
+TEST(AsyncMutex, MayBeDestroyedBeforeItsGuards) {
     TestRuntime runtime;
     auto mutex = std::make_unique<AsyncMutex>();
     Log log;

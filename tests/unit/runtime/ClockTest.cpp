@@ -9,7 +9,7 @@
 
 namespace sonvale::runtime {
 
-TEST(ManualClock, RunsWhatBecameDueInOrderOfTimeAndThenOfScheduling) {
+TEST(ManualClock, RunsTimersInOrderOfTimeAndThenOfScheduling) {
     ManualClock clock;
     std::vector<std::string> log;
     clock.schedule(2, [&] { log.emplace_back("late"); });
@@ -21,7 +21,7 @@ TEST(ManualClock, RunsWhatBecameDueInOrderOfTimeAndThenOfScheduling) {
     EXPECT_EQ(log.back(), "late");
 }
 
-TEST(ManualClock, ShowsEachTimerItsOwnMoment) {
+TEST(ManualClock, ShowsEachTimerItsOwnTime) {
     ManualClock clock;
     const auto start = clock.now();
     const auto startDate = clock.date();

@@ -33,7 +33,7 @@ Task<> addOne(Actor home, int* unguarded, std::atomic<int>* strays) {
     co_return;
 }
 
-/// Threads that have ended when this has gone. Any thread adds to it.
+/// Threads that are joined when this object is destroyed. Any thread may add one.
 class Threads {
 public:
     template <typename Work>
@@ -49,7 +49,7 @@ private:
 
 Task<int> resumedFromThreads(Threads* threads, int number) {
     std::function<void(Continuation<int>)> start = [threads, number](Continuation<int> c) {
-        // Three threads race for the one resumption.
+        // Three threads compete for the one resumption.
         for (int i = 0; i < 3; ++i)
             threads->run([c, number] { c.resume(number); });
     };
@@ -76,7 +76,7 @@ Task<int> raceWithTheClock(Actor pool, Clock* clock) {
 
 } // namespace
 
-TEST(SerialActor, RunsOneThingAtATimeOnAnyThread) {
+TEST(SerialActor, RunsOneTaskAtATimeOnAnyThread) {
     Pool pool;
     const auto home = pool.tasks.makeSerialActor("home");
     int unguarded = 0;
@@ -111,7 +111,7 @@ TEST(Continuation, IsResumedExactlyOnceByRacingThreads) {
     EXPECT_EQ(sum, 200L * 201 / 2);
 }
 
-TEST(Cancellation, FromAnotherThreadRacesWithTheStartAndTheSleep) {
+TEST(Cancellation, MayRaceWithTheStartAndTheSleep) {
     Pool pool;
     Threads threads;
     for (int i = 0; i < 300; ++i) {

@@ -85,7 +85,7 @@ TEST(Task, StartsInTheOrderOfSpawning) {
     EXPECT_EQ(log, (std::vector<std::string>{"a", "b", "c"}));
 }
 
-TEST(Task, GivesItsValueOrErrorToAnyNumberOfWaiters) {
+TEST(Task, ReturnsItsValueOrErrorToAnyNumberOfWaiters) {
     TestRuntime runtime;
     const auto number = spawn(runtime.main(), numberAfter(&runtime.clock(), 1, 7));
     const auto first = spawn(runtime.main(), number.value());
@@ -123,7 +123,7 @@ Task<> wanderAbout(Actor home, Actor elsewhere, Clock* clock, Places* places) {
 
 } // namespace
 
-TEST(Task, ResumesOnTheActorItWasStartedOnWhateverItWaitedFor) {
+TEST(Task, ResumesOnTheActorItWasStartedOnAfterAnyWait) {
     TestRuntime runtime;
     const auto home = runtime.makeSerialActor("home");
     const auto elsewhere = runtime.makeSerialActor("elsewhere");
@@ -162,7 +162,7 @@ TEST(Cancellation, IsAStateThatStaysSetAndEndsEverySleepAtOnce) {
     EXPECT_EQ(runtime.clock().pending(), 0U) << "no timer is left behind";
 }
 
-TEST(Cancellation, BeforeTheStartIsSeenByTheTask) {
+TEST(Cancellation, BeforeTheStartReachesTheTask) {
     TestRuntime runtime;
     std::vector<std::string> log;
     const auto handle = spawn(runtime.main(), watchCancellation(&runtime.clock(), &log));
@@ -181,7 +181,7 @@ TEST(Cancellation, DoesNotReachASleepThatHasFinished) {
     EXPECT_EQ(log, (std::vector<std::string>{"finished", "live", "interrupted", "cancelled"}));
 }
 
-TEST(Cancellation, DoesNotCutShortTheWaitForAnotherTask) {
+TEST(Cancellation, DoesNotShortenTheWaitForAnotherTask) {
     TestRuntime runtime;
     const auto inner = spawn(runtime.main(), numberAfter(&runtime.clock(), 5, 3));
     const auto outer = spawn(runtime.main(), inner.value());
@@ -203,7 +203,7 @@ Task<int> waitOn(std::optional<Continuation<int>>* place) {
 
 } // namespace
 
-TEST(Cancellation, DoesNotCutShortAnOperationThatIgnoresIt) {
+TEST(Cancellation, DoesNotShortenAnOperationThatIgnoresIt) {
     TestRuntime runtime;
     std::optional<Continuation<int>> continuation;
     const auto handle = spawn(runtime.main(), waitOn(&continuation));
@@ -234,19 +234,19 @@ Task<int> numberUnlessCancelled(TaskHandle<int> other) {
 
 } // namespace
 
-TEST(Cancellation, CutsTheWaitShortWhereThatIsAskedForAndLeavesTheOtherTaskAlone) {
+TEST(Cancellation, EndsTheWaitOnRequestAndKeepsTheOtherTask) {
     TestRuntime runtime;
     const auto slow = spawn(runtime.pool(), numberAfter(&runtime.clock(), 5, 7));
-    const auto impatient = spawn(runtime.main(), numberUnlessCancelled(slow));
-    const auto patient = spawn(runtime.main(), numberUnlessCancelled(slow));
+    const auto cancelled = spawn(runtime.main(), numberUnlessCancelled(slow));
+    const auto waiting = spawn(runtime.main(), numberUnlessCancelled(slow));
     const auto late = spawn(runtime.main(), numberUnlessCancelled(slow));
     runtime.runUntilIdle();
-    impatient.cancel();
+    cancelled.cancel();
     runtime.runUntilIdle();
-    EXPECT_EQ(messageOf(impatient), "cancelled");
+    EXPECT_EQ(messageOf(cancelled), "cancelled");
     EXPECT_FALSE(slow.isCancelled());
     runtime.clock().advance(5);
-    EXPECT_EQ(runtime.wait(patient.value()), 7);
+    EXPECT_EQ(runtime.wait(waiting.value()), 7);
     late.cancel();
     EXPECT_EQ(runtime.wait(late.value()), 7) << "it had its value before";
     EXPECT_EQ(runtime.wait(numberUnlessCancelled(slow)), 7);
@@ -255,7 +255,7 @@ TEST(Cancellation, CutsTheWaitShortWhereThatIsAskedForAndLeavesTheOtherTaskAlone
     EXPECT_THROW(runtime.wait(numberUnlessCancelled(failing)), std::runtime_error);
 }
 
-TEST(Cancellation, FromWithinTheTaskItselfLetsItRunOn) {
+TEST(Cancellation, FromWithinTheTaskDoesNotStopIt) {
     TestRuntime runtime;
     std::vector<std::string> log;
     TaskHandle<> self;
@@ -275,7 +275,7 @@ TEST(Cancellation, OfAnEndedOrEmptyHandleDoesNothing) {
     EXPECT_FALSE(TaskHandle<int>());
 }
 
-TEST(Cancellation, IsPassedOnByRunOn) {
+TEST(Cancellation, IsForwardedByRunOn) {
     TestRuntime runtime;
     const auto handle =
         spawn(runtime.main(), runOn(runtime.makeSerialActor("other"), sleepFor(&runtime.clock(), 100)));
@@ -286,7 +286,7 @@ TEST(Cancellation, IsPassedOnByRunOn) {
     EXPECT_EQ(runtime.wait(handle.value()), SleepOutcome::interrupted);
 }
 
-TEST(Cancellation, OfACallerThatIsAlreadyCancelledReachesRunOnBeforeItsStart) {
+TEST(Cancellation, OfACallerReachesRunOnBeforeItsStart) {
     TestRuntime runtime;
     const auto handle = spawn(runtime.main(), runOn(runtime.pool(), sleepFor(&runtime.clock(), 100)));
     handle.cancel();
@@ -307,7 +307,7 @@ TEST(TaskHandle, DroppedNeitherCancelsNorLeaksTheTask) {
     EXPECT_EQ(runtime.registry().count(), 0U);
 }
 
-TEST(TaskRegistry, CancelsWhatIsAliveSoThatItCanBeJoined) {
+TEST(TaskRegistry, CancelsLiveTasksSoThatTheyCanBeJoined) {
     TestRuntime runtime;
     const auto a = spawn(runtime.main(), sleepFor(&runtime.clock(), 1000));
     const auto b = spawn(runtime.pool(), sleepFor(&runtime.clock(), 1000));
@@ -319,7 +319,7 @@ TEST(TaskRegistry, CancelsWhatIsAliveSoThatItCanBeJoined) {
     EXPECT_TRUE(a.isDone() && b.isDone());
 }
 
-TEST(Race, GivesTheFirstValueAndCancelsTheOther) {
+TEST(Race, ReturnsTheFirstValueAndCancelsTheOther) {
     TestRuntime runtime;
     const auto start = runtime.clock().now();
     const auto value = runtime.wait(
@@ -328,7 +328,7 @@ TEST(Race, GivesTheFirstValueAndCancelsTheOther) {
     EXPECT_DOUBLE_EQ(runtime.clock().now() - start, 1);
 }
 
-TEST(Race, LetsAnErrorWinToo) {
+TEST(Race, ReturnsAFirstError) {
     TestRuntime runtime;
     EXPECT_THROW(runtime.wait(race(runtime.pool(), numberAfter(&runtime.clock(), 5, 1),
                                    failAfter(&runtime.clock(), 1, "timed out"))),
@@ -337,7 +337,7 @@ TEST(Race, LetsAnErrorWinToo) {
 
 namespace {
 
-/// Ignores cancellation for its whole length.
+/// Ignores cancellation while it runs.
 Task<int> stubborn(Clock* clock, double seconds, bool* ended) {
     std::function<void(Continuation<int>)> start = [clock, seconds](Continuation<int> c) {
         clock->schedule(seconds, [c] { c.resume(9); });
@@ -362,7 +362,7 @@ TEST(Race, WaitsForTheLoserEvenWhenItIgnoresCancellation) {
     EXPECT_EQ(runtime.wait(handle.value()), 1);
 }
 
-TEST(Race, PassesTheCallersCancellationToBoth) {
+TEST(Race, ForwardsTheCallersCancellationToBoth) {
     TestRuntime runtime;
     const auto handle = spawn(runtime.main(), race(runtime.pool(), sleepFor(&runtime.clock(), 100),
                                                    sleepFor(&runtime.clock(), 200)));
@@ -385,7 +385,7 @@ TEST(Continuation, IsResumedByTheFirstCallOnly) {
     EXPECT_EQ(runtime.wait(handle.value()), 1);
 }
 
-TEST(Continuation, DroppedWithoutAnAnswerEndsTheWaitWithAnError) {
+TEST(Continuation, DroppedWithoutAResultEndsTheWaitWithAnError) {
     TestRuntime runtime;
     std::optional<Continuation<int>> continuation;
     const auto handle = spawn(runtime.main(), waitOn(&continuation));
