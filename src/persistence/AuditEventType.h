@@ -5,7 +5,8 @@
 
 namespace sonvale::persistence {
 
-/// What an entry of the audit log tells of. Not all are emitted today; they are the log's vocabulary.
+/// The kinds of entries of the audit log. Some are not written today; they belong to the vocabulary of the
+/// log.
 enum class AuditEventType {
     appLaunch,
     appClose,
@@ -40,9 +41,9 @@ inline constexpr AuditEventType allAuditEventTypes[] = {
     AuditEventType::error,
 };
 
-/// The event's name in the file, spelled as the case.
+/// Returns the event's name in the file, which is spelled as the case.
 std::string_view rawValue(AuditEventType type);
-/// Nothing for a text that is no event.
+/// Returns nullopt if the text is not the name of an event.
 std::optional<AuditEventType> auditEventType(std::string_view rawValue);
 
 } // namespace sonvale::persistence

@@ -20,7 +20,7 @@ std::string auditLine(const AuditLogEntry& entry) {
                             {"metadata", entry.metadata}, {"outcome", entry.outcome},
                             {"resource", entry.resource}, {"timestamp", entry.timestamp}};
     std::string line;
-    // Readers of this file know the encoder that writes a slash with a backslash; a slash stands in strings
+    // Readers of this file expect an encoder that writes a slash with a backslash. A slash occurs in strings
     // only.
     for (const char byte : base::jsonText(object)) {
         if (byte == '/')

@@ -15,7 +15,7 @@ struct AuditLogEntry {
     AuditLogEntry(base::Date moment, AuditEventType event, std::string who, std::string what,
                   std::string result, AuditMetadata details);
 
-    std::string timestamp; ///< ISO 8601 in UTC, the moment of the call
+    std::string timestamp; ///< ISO 8601 in UTC, the time of the call
     std::string eventType; ///< raw value of `AuditEventType`
     std::string actor;     ///< "user" or "system"
     std::string resource;  ///< the part of the system concerned
@@ -23,9 +23,8 @@ struct AuditLogEntry {
     AuditMetadata metadata;
 };
 
-/// The entry as it stands in the file, without its line feed: one compact JSON object, keys sorted, "/"
-/// written as
-/// "\/". Text that is not UTF-8 is repaired. Any thread.
+/// Returns the entry as one line of the file without its line feed: a compact JSON object with sorted keys
+/// and "/" written as "\/". Repairs text that is not UTF-8. Any thread.
 std::string auditLine(const AuditLogEntry& entry);
 
 } // namespace sonvale::persistence

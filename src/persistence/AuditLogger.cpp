@@ -27,7 +27,7 @@ base::Date modificationDate(const struct stat& status) {
 
 } // namespace
 
-/// The files of the log. Everything here runs on the logger's queue, one piece at a time.
+/// The files of the log. All operations run on the logger's queue, one at a time.
 class AuditLogger::Files {
 public:
     Files(std::filesystem::path directory, runtime::Clock& clock)
@@ -48,12 +48,12 @@ private:
 };
 
 void AuditLogger::Files::write(const AuditLogEntry& entry) {
-    // Without the folder the steps below fail by themselves, and so does this one when nothing can be made.
+    // A failure needs no handling here: without the folder the steps below fail too.
     makePrivateDirectory(directory_); // NOLINT(bugprone-unused-return-value)
     rotateIfNeeded();
     const auto line = auditLine(entry) + '\n';
 
-    // Not blocking: a pipe in place of the file must not stop the queue.
+    // Non-blocking: a pipe in place of the file must not stop the queue.
     const FileDescriptor descriptor(file_, O_WRONLY | O_APPEND | O_NONBLOCK);
     if (descriptor) {
         append(descriptor, line);
@@ -68,7 +68,7 @@ void AuditLogger::Files::append(const FileDescriptor& descriptor, std::string_vi
     if (::fstat(descriptor.number(), &status) != 0 || !S_ISREG(status.st_mode))
         return;
     if (descriptor.write(line)) {
-        // Half an entry would spoil the next one too. When not even this succeeds, both are lost.
+        // Half an entry would damage the next one too. If the truncation fails, both are lost.
         [[maybe_unused]] const int outcome = ::ftruncate(descriptor.number(), status.st_size);
     }
 }
@@ -80,10 +80,10 @@ void AuditLogger::Files::rotateIfNeeded() {
     auto timestamp = base::iso8601(clock_.date());
     std::ranges::replace(timestamp, ':', '-');
     const auto rotated = directory_ / fmt::format("{}{}{}", rotatedPrefix, timestamp, rotatedExtension);
-    // Within one second the name is the same: the earlier file stays, and this one grows on.
+    // Within one second the name is the same: the earlier file stays, and the current file grows.
     if (::lstat(rotated.c_str(), &status) == 0)
         return;
-    // A move that fails leaves the entry to the old file.
+    // If the move fails, the entry goes to the old file.
     std::error_code ignored;
     std::filesystem::rename(file_, rotated, ignored);
 }
@@ -92,7 +92,7 @@ void AuditLogger::Files::cleanup() {
     const auto cutoff = base::daysBefore(clock_.date(), retentionDays);
     std::error_code error;
     std::filesystem::directory_iterator entries(directory_, error);
-    // No folder, nothing to clean.
+    // Without a folder there is nothing to delete.
     if (error || !cutoff)
         return;
     for (; entries != std::filesystem::directory_iterator(); entries.increment(error)) {
@@ -102,7 +102,7 @@ void AuditLogger::Files::cleanup() {
         struct stat status{};
         if (::lstat(path.c_str(), &status) != 0 || !(modificationDate(status) < *cutoff))
             continue;
-        // What cannot be deleted now is tried again at the next launch.
+        // The next launch tries again to delete the file.
         ::unlink(path.c_str());
     }
 }

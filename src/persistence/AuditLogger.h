@@ -11,17 +11,17 @@
 
 namespace sonvale::persistence {
 
-/// The local record of what the program did, in `com.sonvale.app/audit.log` under the folder of application
+/// The local record of the program's actions, in `com.sonvale.app/audit.log` under the folder of application
 /// data.
 ///
-/// Every operation may be called on any thread and costs the caller a queue post: the file is touched on the
-/// logger's own actor only, in the order of the calls. The moment of an entry is that of the call. Nothing
-/// fails visibly: an entry that cannot be written is lost. What is still queued when the logger goes is
-/// dropped.
+/// Every operation may be called on any thread and costs the caller one post to a queue: only the logger's
+/// own actor uses the file, in the order of the calls. The time of an entry is the time of the call. No
+/// failure is visible: an entry that cannot be written is lost. Entries that are queued when the logger is
+/// destroyed are dropped.
 class AuditLogger {
 public:
-    /// `queue` is a serial actor; await it to know that earlier calls are done. `clock` must outlive the
-    /// queue's work. Begins by posting one `cleanupOldLogs`.
+    /// `queue` is a serial actor; a caller that awaits it knows that earlier calls have finished. `clock`
+    /// must outlive the queue's work. The constructor posts one `cleanupOldLogs`.
     AuditLogger(runtime::Actor queue, runtime::Clock& clock, const std::filesystem::path& applicationSupport);
     ~AuditLogger();
     AuditLogger(const AuditLogger&) = delete;

@@ -4,7 +4,7 @@
 
 namespace sonvale::persistence {
 
-/// Bytes that are not text, kept apart from text in the settings.
+/// Bytes that are not text. The settings distinguish them from text.
 struct Data {
     std::string bytes;
 

@@ -35,7 +35,7 @@ std::vector<std::filesystem::path> strayRecordings(const std::filesystem::path& 
 std::optional<base::Date> retentionCutoff(base::Date now, std::optional<std::int64_t> stored,
                                           const std::string& timeZone) {
     const auto days = stored.value_or(DataRetentionManager::defaultRetentionDays);
-    // A negative number would reach into the future, and take everything.
+    // A negative number would give a time in the future and delete all records.
     return days <= 0 ? std::nullopt : base::daysBefore(now, days, timeZone);
 }
 
@@ -79,8 +79,8 @@ void DataRetentionManager::performCleanup() {
 
 std::optional<base::Date> DataRetentionManager::cutoff() const {
     const auto& key = keys::retentionPeriodDays;
-    // A key that is set to something else than an integer reads as 0, which switches the age rule off. Only a
-    // key that is not set means the default.
+    // A value that is not an integer reads as 0, which disables the age rule. Only a missing key means the
+    // default.
     const auto days =
         parts_.settings.has(key.name) ? std::optional(parts_.settings.stored(key).value_or(0)) : std::nullopt;
     return retentionCutoff(parts_.clock.date(), days);
@@ -114,7 +114,7 @@ std::int64_t DataRetentionManager::deleteTranscriptions(const FetchDescriptor<Tr
     try {
         modelContext->save();
     } catch (const StoreError&) {
-        // The removals stay staged and go with the next save that succeeds.
+        // The removals stay staged. The next successful save writes them.
     }
     return static_cast<std::int64_t>(records.size());
 }

@@ -17,15 +17,15 @@
 
 namespace sonvale::persistence {
 
-/// Keeps old dictations and left-over recordings from piling up: once at start and then once a day.
+/// Deletes old dictations and left-over recordings, at the start and then once a day.
 ///
-/// Main actor. Held by a shared pointer; its timer holds it weakly.
+/// Main actor. Owned by a shared pointer; its timer holds it weakly.
 class DataRetentionManager : public std::enable_shared_from_this<DataRetentionManager> {
 public:
     static constexpr std::int64_t defaultRetentionDays = 30;
     static constexpr double cleanupPeriod = 86400; ///< seconds
 
-    /// What it works with; everything referred to outlives it.
+    /// The objects that it uses. All of them outlive it.
     struct Parts {
         runtime::Actor main;
         runtime::Clock& clock;
@@ -33,23 +33,23 @@ public:
         AuditLogger& auditLogger;
         platform::SecureRandom& secureRandom;
         std::filesystem::path temporaryDirectory;
-        std::filesystem::path applicationSupport; ///< holds the store's folder
+        std::filesystem::path applicationSupport; ///< contains the store's folder
     };
 
     explicit DataRetentionManager(Parts parts);
     DataRetentionManager(const DataRetentionManager&) = delete;
     DataRetentionManager& operator=(const DataRetentionManager&) = delete;
 
-    /// The store's main context; nothing happens while it is null.
+    /// The store's main context. Nothing is deleted while it is null.
     ModelContext* modelContext = nullptr;
 
-    /// Cleans up now and from then on once a day; a former schedule ends.
+    /// Cleans up now and then once a day. Ends a previous schedule.
     void startCleanup();
 
-    /// Deletes the dictations that are older than the user wants to keep them, those that were dismissed,
-    /// stores that were put aside longer ago than that, and every recording that was left in the temporary
-    /// folder, however young; a running one's too. Rotated audit logs go with it. Never throws: a failure is
-    /// recorded in the audit log and the rest goes on.
+    /// Deletes dictations that are older than the user's setting, dictations that were dismissed, stores that
+    /// were put aside longer ago than the setting, every recording in the temporary folder, of any age and
+    /// even if it is being recorded, and old rotated audit logs. Never throws: it records a failure in the
+    /// audit log and continues.
     void performCleanup();
 
 private:
@@ -66,13 +66,13 @@ private:
     runtime::TaskHandle<> cleanupTimer_;
 };
 
-/// Returns the moment before which dictations expire. `stored` is the setting of days: the default applies if
-/// it is nullopt, and 0 or less switches the age rule off. Returns nullopt if the rule is off or the calendar
-/// has no such moment. `timeZone`: an IANA name; empty for the system's own.
+/// Returns the time before which dictations expire. `stored` is the setting of days: the default applies if
+/// it is nullopt, and 0 or less disables the age rule. Returns nullopt if the rule is disabled or the
+/// calendar has no such time. `timeZone` is an IANA name; empty means the system's zone.
 std::optional<base::Date> retentionCutoff(base::Date now, std::optional<std::int64_t> stored,
                                           const std::string& timeZone = {});
 
-/// Whether a file of that name in the temporary folder is a recording of this program.
+/// Returns whether a file with that name in the temporary folder is a recording of this program.
 bool isStrayRecording(std::string_view fileName);
 
 } // namespace sonvale::persistence

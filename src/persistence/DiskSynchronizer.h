@@ -8,21 +8,21 @@
 
 namespace sonvale::persistence {
 
-/// Brings files to the disk on a thread of its own, so that the thread that wrote them need not wait.
+/// Flushes files to the disk on a thread of its own, so that the thread that wrote them does not wait.
 /// `request()` from any thread.
 class DiskSynchronizer {
 public:
-    /// Brings one file to the disk, which need not exist yet.
+    /// Flushes one file, which may not exist yet.
     explicit DiskSynchronizer(std::filesystem::path file);
-    /// `synchronize` is called on the synchronizer's thread, once for all requests that came before the call.
+    /// Calls `synchronize` on the synchronizer's thread, once for all requests before the call.
     explicit DiskSynchronizer(std::function<void()> synchronize);
-    /// Finishes what was requested.
+    /// Finishes all requests.
     ~DiskSynchronizer();
     DiskSynchronizer(const DiskSynchronizer&) = delete;
     DiskSynchronizer& operator=(const DiskSynchronizer&) = delete;
 
-    /// Brings what was written before this call to the disk soon; requests that come meanwhile are served
-    /// together. A failure is not reported: the system writes files out by itself a little later.
+    /// Requests that everything written before this call is flushed soon. Several waiting requests cause one
+    /// flush. Failures are not reported: the system flushes files by itself a little later.
     void request();
 
 private:

@@ -17,7 +17,7 @@ namespace sonvale::persistence {
 
 enum class SortOrder { forward, reverse };
 
-/// An order by one field. Absent values come first, false before true, texts by their bytes.
+/// An order by one field. Absent values come first, false comes before true, and texts are compared by bytes.
 template <class R>
 struct SortDescriptor {
     template <class M>
@@ -33,7 +33,7 @@ struct SortDescriptor {
 
 enum class Comparison { equal, less, greaterOrEqual };
 
-/// A field against a value; the store looks only at the rows that it holds for. For numbers, dates, flags and
+/// A comparison of a field with a value. The store reads only rows that match. For numbers, dates, flags and
 /// texts.
 template <class R>
 struct FieldCondition {
@@ -69,22 +69,22 @@ private:
     static Value valueOf(const base::Uuid& id) { return id.toString(); }
 };
 
-/// A rule for one text of a record. Of a row that it does not hold for, nothing else is read.
+/// A condition for one text of a record. The store reads nothing else of a row that does not match.
 template <class R>
 struct TextCondition {
     std::string R::* field;
     std::function<bool(const std::string&)> holds;
 };
 
-/// Which records to fetch and in which order.
+/// The records to fetch and their order.
 template <class R>
 struct FetchDescriptor {
-    std::vector<FieldCondition<R>> where{};    ///< all must hold
-    std::optional<TextCondition<R>> text{};    ///< further rule for one text
-    std::function<bool(const R&)> predicate{}; ///< any further rule; empty: every record
-    std::vector<SortDescriptor<R>> sortBy{};   ///< the first decides first, the order of insertion last
-    std::optional<std::size_t> limit{};        ///< at most so many
-    std::size_t offset = 0;                    ///< so many are passed over at the start
+    std::vector<FieldCondition<R>> where{};    ///< all must match
+    std::optional<TextCondition<R>> text{};    ///< a further condition for one text
+    std::function<bool(const R&)> predicate{}; ///< a further condition; empty: every record
+    std::vector<SortDescriptor<R>> sortBy{};   ///< the first has priority; then the order of insertion
+    std::optional<std::size_t> limit{};        ///< the maximum number of records
+    std::size_t offset = 0;                    ///< the number of records to skip at the start
 };
 
 } // namespace sonvale::persistence

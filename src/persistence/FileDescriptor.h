@@ -15,10 +15,10 @@ inline std::error_code lastSystemError() {
     return {errno, std::generic_category()};
 }
 
-/// An open file, closed with the object. Interrupted calls are repeated.
+/// An open file, closed with the object. Repeats interrupted calls.
 class FileDescriptor {
 public:
-    /// Not open on failure, with `errno` set; `flags` as for open(2).
+    /// On failure the file is not open and `errno` is set. `flags` are the flags of open(2).
     FileDescriptor(const std::filesystem::path& file, int flags, unsigned mode = 0) {
         do
             number_ = ::open(file.c_str(), flags | O_CLOEXEC, mode);

@@ -14,8 +14,8 @@ namespace sonvale::persistence {
 
 namespace {
 
-/// A second try without shared memory may open what a full disk keeps from opening. The first failure is
-/// the one that counts for the log.
+/// Opens the store. A second attempt without shared memory may succeed on a full disk. The log gets the
+/// failure of the first attempt.
 std::unique_ptr<Store> openOnDisk(const std::filesystem::path& file) {
     std::string reason;
     try {
@@ -32,11 +32,11 @@ std::unique_ptr<Store> openOnDisk(const std::filesystem::path& file) {
     }
 }
 
-/// Makes room for a new store. Returns where the old one was put.
+/// Puts the old store aside, so that a new one can be made. Returns its new name.
 std::optional<std::filesystem::path> clearAway(const std::filesystem::path& file) {
     auto aside = putStoreAside(file);
     if (!aside) {
-        // A folder in its place. What cannot be removed shows when the store is opened again.
+        // A folder is in its place. If it cannot be removed, opening the store fails again and reports that.
         std::error_code ignored;
         std::filesystem::remove(file, ignored);
     }
@@ -85,7 +85,7 @@ std::unique_ptr<ModelContainer> ModelContainer::open(const std::filesystem::path
     } catch (const StoreError& error) {
         logger.error("SwiftData: initial open failed ({}); deleting store and retrying",
                      error.errorDescription());
-        // A store that may be intact stays where it is, for the next start.
+        // A store that may be intact stays in place for the next start.
         if (error.errorCase() != StoreError::Case::unavailable)
             aside = clearAway(file);
     }

@@ -8,26 +8,26 @@
 
 namespace sonvale::persistence {
 
-/// The object store, open from its making to the end of the process. Main thread only.
+/// The object store. It stays open until the end of the process. Main thread only.
 class ModelContainer {
 public:
-    /// Opens `Sonvale/Sonvale.store` in the folder of application data, making the folder (0700, files 0600).
-    /// A store that cannot be opened is put aside (`putStoreAside`) and a new one is made; when that fails
-    /// too, the store is in memory and lasts for this run. If the cause may pass, such as a full disk, the
-    /// store is opened without shared memory instead, or stays as it is for the next start. Every step is
-    /// logged under the category "SwiftData". Ends the process when there is not even memory.
+    /// Opens `Sonvale/Sonvale.store` in the folder of application data and makes the folder (0700, files
+    /// 0600). If the store cannot be opened, it is put aside (`putStoreAside`) and a new one is made; if that
+    /// fails too, the store is in memory and lasts for this run. If the cause may be temporary, such as a
+    /// full disk, the store is opened without shared memory instead, or stays as it is for the next start.
+    /// Every step is logged under the category "SwiftData". Aborts the process if even memory is missing.
     static std::unique_ptr<ModelContainer> open(const std::filesystem::path& applicationSupport);
 
-    /// A store that never reaches the disk. Throws `StoreError`.
+    /// Makes a store in memory. Throws `StoreError`.
     static std::unique_ptr<ModelContainer> openInMemory();
 
     explicit ModelContainer(std::unique_ptr<Store> store);
     ~ModelContainer();
 
-    /// The one context of the main thread; it lives as long as the container.
+    /// Returns the one context of the main thread, which lives as long as the container.
     ModelContext& mainContext() { return mainContext_; }
 
-    /// Where `open` has put the store that it could not open; nullopt if it has not.
+    /// Returns the new name of the store that `open` could not open; nullopt if it was opened.
     const std::optional<std::filesystem::path>& storePutAside() const { return storePutAside_; }
 
 private:

@@ -48,7 +48,7 @@ std::string selection(const FetchDescriptor<R>& descriptor) {
     return sql + "sequence";
 }
 
-/// Whether the store itself can tell which rows the descriptor means.
+/// Returns whether the store itself can evaluate the descriptor.
 template <class R>
 bool isWhollySql(const FetchDescriptor<R>& descriptor) {
     return !descriptor.text && !descriptor.predicate;
@@ -61,7 +61,7 @@ void bindConditions(SQLite::Statement& statement, const FetchDescriptor<R>& desc
         std::visit([&](const auto& value) { bindValue(statement, ++index, value); }, condition.value);
 }
 
-/// Passes the rows that keep the rule for one text to `take`, in the descriptor's order, until it returns
+/// Passes the rows that match the text condition to `take`, in the descriptor's order, until it returns
 /// false.
 template <class R, class Take>
 void readStored(SQLite::Database& database, const FetchDescriptor<R>& descriptor, Take take) {
@@ -77,7 +77,7 @@ void readStored(SQLite::Database& database, const FetchDescriptor<R>& descriptor
     std::string text;
     while (statement.executeStep()) {
         if (rule) {
-            text = textOf(statement.getColumn(ruledColumn));
+            text = columnText(statement.getColumn(ruledColumn));
             if (!rule->holds(text))
                 continue;
         }
@@ -108,7 +108,7 @@ bool isBefore(const R& a, const R& b, const FetchDescriptor<R>& descriptor) {
     return false;
 }
 
-/// Collects records until there are as many as the descriptor asks for.
+/// Collects records until the descriptor's limit is reached.
 template <class R>
 class Window {
 public:
@@ -230,7 +230,7 @@ void write(SQLite::Database& database, const StagedChanges<R>& staged) {
     }
 }
 
-/// Grows with each change of a record of the type.
+/// Increases with each change of a record of the type.
 template <class R>
 struct Revision {
     base::Observed<std::uint64_t> number;

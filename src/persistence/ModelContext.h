@@ -13,10 +13,10 @@ namespace sonvale::persistence {
 
 class Store;
 
-/// The records as the program sees them: what is stored and, over it, what was changed and not yet saved.
+/// The records of the program: the stored records with the changes that are not saved yet.
 ///
-/// `R` is `Transcription`, `AppSettings`, `Snippet`, `DictionaryEntry` or `WritingStyle`; a record is known
-/// by its `id`. Main thread only.
+/// `R` is `Transcription`, `AppSettings`, `Snippet`, `DictionaryEntry` or `WritingStyle`. A record is
+/// identified by its `id`. Main thread only.
 class ModelContext {
 public:
     explicit ModelContext(std::unique_ptr<Store> store);
@@ -24,12 +24,12 @@ public:
     ModelContext(const ModelContext&) = delete;
     ModelContext& operator=(const ModelContext&) = delete;
 
-    /// Stages a new record. A known `id` takes the record's fields instead, in its old place.
+    /// Stages a new record. If the `id` is known, that record gets the new fields and keeps its place.
     template <class R>
     void insert(R record);
 
-    /// Stages the fields of the record with that `id`. An `id` that is neither stored nor inserted changes
-    /// nothing.
+    /// Stages the fields of the record with that `id`. Does nothing if the `id` is neither stored nor
+    /// inserted.
     template <class R>
     void update(R record);
 
@@ -37,24 +37,25 @@ public:
     template <class R>
     void remove(const R& record);
 
-    /// Commits everything staged, all or nothing; an end of the process after that does not undo it. On
-    /// failure throws `StoreError` and all of it stays staged, so that the next successful save carries it.
+    /// Commits everything staged, or nothing. A later end of the process does not undo it. On failure throws
+    /// `StoreError`; everything stays staged, and the next successful save commits it.
     void save();
 
-    /// The records that match, staged changes included. Throws `StoreError`.
+    /// Returns the matching records, staged changes included. Throws `StoreError`.
     template <class R>
     std::vector<R> fetch(const FetchDescriptor<R>& descriptor = {}) const;
 
-    /// How many records match, by the conditions and the rules of the descriptor alone. Throws `StoreError`.
+    /// Returns the number of matching records, by the conditions and the rules of the descriptor only. Throws
+    /// `StoreError`.
     template <class R>
     std::size_t fetchCount(const FetchDescriptor<R>& descriptor = {}) const;
 
     /// Visits the figures of the whole history, newest first, without reading its texts. Throws `StoreError`.
     void eachTranscription(const std::function<void(const TranscriptionFigures&)>& visit) const;
 
-    /// `observer` is called, inside the changing call, after each staged change of a record of the type,
-    /// until the subscription ends. It must not read the changed records there: they are soon saved, and
-    /// cheap to read then.
+    /// Calls `observer` after each staged change of a record of the type, inside the changing call, until the
+    /// subscription ends. `observer` must not read the changed records; after the save, which follows soon,
+    /// reading is cheap.
     template <class R>
     [[nodiscard]] base::Subscription onChange(std::function<void()> observer);
 

@@ -50,7 +50,7 @@ std::error_code makePrivateDirectory(const std::filesystem::path& directory) {
 
 std::error_code replacePrivateFile(const std::filesystem::path& file, std::string_view content,
                                    Durability durability) {
-    // Always the same name, so that an end of the process in between leaves at most one such file behind.
+    // The name is always the same, so that an end of the process in between leaves one such file only.
     auto temporary = file;
     temporary += ".new";
     ::unlink(temporary.c_str());

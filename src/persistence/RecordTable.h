@@ -8,7 +8,7 @@
 
 namespace sonvale::persistence {
 
-/// A field of a record and the column that keeps it.
+/// A field of a record and its column.
 template <class R, class M>
 struct RecordColumn {
     std::string_view name;
@@ -18,7 +18,7 @@ struct RecordColumn {
 template <class R, class M>
 RecordColumn(const char*, M R::*) -> RecordColumn<R, M>;
 
-/// How a record type lies in the store: the table's name and its columns, `id` first.
+/// The table of a record type: its name and its columns, `id` first.
 template <class R>
 struct RecordTable;
 
@@ -95,7 +95,7 @@ struct RecordTable<WritingStyle> {
     };
 };
 
-/// The column that keeps `field`.
+/// Returns the column of `field`.
 template <class R, class M>
 constexpr std::string_view columnName(M R::* field) {
     std::string_view name;
@@ -114,7 +114,7 @@ constexpr std::string_view columnName(M R::* field) {
     return name;
 }
 
-/// Its place among the columns of the table, from 0.
+/// Returns the index of the column of `field` in the table, from 0.
 template <class R, class M>
 constexpr int columnIndex(M R::* field) {
     const auto name = columnName(field);

@@ -14,8 +14,8 @@ namespace sonvale::persistence {
 struct Transcription {
     base::Uuid id = base::Uuid::make();
     std::string rawText{};                    ///< as the engine returned it
-    std::string processedText{};              ///< cleaned text, or the raw text when cleaning gave nothing
-    base::Date timestamp{};                   ///< moment of saving
+    std::string processedText{};              ///< the cleaned text, or the raw text if cleaning gave none
+    base::Date timestamp{};                   ///< time of saving
     std::optional<std::string> appBundleID{}; ///< of the target application; absent when unknown
     std::optional<std::string> appName{};     ///< of the target application; absent when unknown
     std::int64_t wordCount = 0;
@@ -25,7 +25,7 @@ struct Transcription {
     bool operator==(const Transcription&) const = default;
 };
 
-/// What is counted of a finished dictation.
+/// The figures of a finished dictation.
 struct TranscriptionFigures {
     base::Date timestamp{};
     std::int64_t wordCount = 0;
@@ -34,7 +34,7 @@ struct TranscriptionFigures {
     bool operator==(const TranscriptionFigures&) const = default;
 };
 
-/// A record of older versions, read once to take over the single hotkey. The program creates none.
+/// A record of older versions. The program reads it once to adopt the single hotkey, and creates none.
 struct AppSettings {
     base::Uuid id = base::Uuid::make();
     std::int64_t hotkeyKeyCode = 0;   ///< virtual key code
@@ -58,7 +58,7 @@ struct Snippet {
     base::Uuid id = base::Uuid::make();
     std::string trigger{}; ///< as the user typed it
     std::string content{};
-    std::string category{}; ///< free label, empty when none was given
+    std::string category{}; ///< free label; empty if the user gave none
     base::Date createdAt{};
     std::int64_t usageCount = 0;
 
@@ -72,9 +72,9 @@ inline constexpr EntryCategory allEntryCategories[] = {EntryCategory::personal, 
                                                        EntryCategory::technical, EntryCategory::abbreviation,
                                                        EntryCategory::other};
 
-/// The text that stands for the category: "personal", "name", "technical", "abbreviation", "other".
+/// Returns the stored text of the category: "personal", "name", "technical", "abbreviation", "other".
 std::string_view rawValue(EntryCategory category);
-/// Nothing for any other text.
+/// Returns nullopt for any other text.
 std::optional<EntryCategory> entryCategory(std::string_view rawValue);
 
 /// One word of the custom vocabulary.

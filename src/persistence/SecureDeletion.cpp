@@ -11,7 +11,7 @@ namespace sonvale::persistence {
 
 namespace {
 
-/// A long recording must not need as much memory as it is long.
+/// Random bytes are written in pieces, so that a long recording does not need its size in memory.
 constexpr std::size_t pieceSize = 1U << 20;
 
 [[noreturn]] void fail(const char* what, const std::filesystem::path& file, std::error_code error) {
@@ -26,7 +26,7 @@ struct stat statusOf(const std::filesystem::path& file) {
 }
 
 void overwrite(const std::filesystem::path& file, platform::SecureRandom& random) {
-    // Opened without truncation: the random bytes have to reach the blocks that hold the old ones.
+    // Opened without truncation, because the random bytes must overwrite the blocks of the old ones.
     const FileDescriptor descriptor(file, O_WRONLY | O_NOFOLLOW | O_NONBLOCK);
     struct stat status{};
     if (!descriptor || ::fstat(descriptor.number(), &status) != 0)
@@ -42,7 +42,7 @@ void overwrite(const std::filesystem::path& file, platform::SecureRandom& random
             fail("cannot overwrite", file, error);
         left -= piece.size();
     }
-    // Without it a removal right afterwards would drop the new bytes before they are written anywhere.
+    // Without the flush, a removal right afterwards would discard the new bytes before they are written.
     if (const auto error = descriptor.synchronize())
         fail("cannot overwrite", file, error);
 }

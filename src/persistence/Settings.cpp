@@ -10,7 +10,7 @@ namespace sonvale::persistence {
 
 namespace {
 
-/// The member that marks an object as bytes, which JSON has no type for.
+/// The member that marks an object as bytes, which have no JSON type.
 constexpr std::string_view dataMember = "base64";
 
 base::Json encoded(const Data& data) {
@@ -57,13 +57,13 @@ std::optional<Data> Settings::stored(const SettingKey<Data>& key) const {
 
 bool Settings::has(std::string_view name) const {
     const std::lock_guard lock(valuesMutex_);
-    takeUpChangesOfOthers();
+    readChangesOfOthers();
     return values_.contains(name);
 }
 
 std::optional<base::Json> Settings::rawValue(std::string_view name) const {
     const std::lock_guard lock(valuesMutex_);
-    takeUpChangesOfOthers();
+    readChangesOfOthers();
     const auto found = values_.find(name);
     return found == values_.end() ? std::nullopt : std::optional(*found);
 }
@@ -104,7 +104,7 @@ void Settings::change(std::string_view name, Change value) {
         const std::lock_guard order(writing_);
         {
             const std::lock_guard lock(valuesMutex_);
-            takeUpChangesOfOthers();
+            readChangesOfOthers();
             const auto found = values_.find(name);
             const bool isStored = found != values_.end();
             const bool isSame =
@@ -127,7 +127,7 @@ void Settings::apply(base::Json& table, std::string_view name, const Change& cha
         table.erase(name);
 }
 
-void Settings::takeUpChangesOfOthers() const {
+void Settings::readChangesOfOthers() const {
     auto table = file_.readIfChanged();
     if (!table)
         return;
@@ -143,7 +143,7 @@ std::string Settings::write() {
     if (const auto error = makePrivateDirectory(folder_))
         return error.message();
     const auto others = file_.lock();
-    takeUpChangesOfOthers();
+    readChangesOfOthers();
     if (const auto error = file_.replace(values_))
         return error.message();
     unwritten_.clear();

@@ -16,36 +16,35 @@
 
 namespace sonvale::persistence {
 
-/// The table of settings and session values, kept in one JSON file. Any thread.
+/// The table of settings and session values, stored in one JSON file. Any thread.
 ///
-/// An absent key is kept apart from an empty value. Values are typed strictly: one of another type than its
-/// key's (the file can be edited by hand) reads as if nothing of the type were stored, and stays in the file
-/// until it is set. Keys that the program does not know stay in the file.
+/// An absent key differs from an empty value. Types are strict: a value of another type than its key's (a
+/// user can edit the file) reads as absent, and stays in the file until the key is set. Unknown keys stay in
+/// the file.
 ///
-/// A change survives an end of the process once `set` or `remove` returns, and is brought to the disk right
-/// afterwards on another thread, so that no caller waits for the disk. At any moment an end of the process or
-/// of the power leaves the old table or the new one. If the file cannot be written, the value counts for this
+/// A change survives an end of the process when `set` or `remove` returns. Another thread flushes it to the
+/// disk right afterwards, so that no caller waits for the disk. An end of the process or a loss of power at
+/// any time leaves the old table or the new one. If the file cannot be written, the value is valid for this
 /// run, the failure is logged without content, and the next change or `synchronize()` tries again. The file
 /// is 0600 in a 0700 folder.
 ///
 /// The user may run the program in several sessions. A write changes only the keys that this process has
-/// changed and keeps the others as the file has them. A read takes up what another process has written before
-/// it, without a notification.
+/// changed and keeps the others as they are in the file. A read includes earlier writes of other processes,
+/// without a notification.
 class Settings {
 public:
-    /// Loads `file`. Never throws for what it finds there: a file that cannot be read is put aside, in the
-    /// same folder under its name and ".broken-1" (the next number that is free), and the settings begin
-    /// empty.
+    /// Loads `file`. Never throws because of its content: a file that cannot be read is put aside in the same
+    /// folder, with ".broken-1" (the next free number) appended to its name, and the settings start empty.
     explicit Settings(std::filesystem::path file);
 
-    /// The stored value; nothing when the key is absent or its value of another type.
+    /// Returns the stored value; nullopt if the key is absent or its value has another type.
     std::optional<bool> stored(const SettingKey<bool>& key) const;
     std::optional<std::int64_t> stored(const SettingKey<std::int64_t>& key) const;
     std::optional<std::string> stored(const SettingKey<std::string>& key) const;
     std::optional<Data> stored(const SettingKey<Data>& key) const;
 
-    /// A plain read: the stored value, else the default of a registered key once `registerDefaults()` was
-    /// called, else the type's empty value.
+    /// Returns the stored value, else the default of a registered key after `registerDefaults()`, else the
+    /// type's empty value.
     template <class T>
     T read(const SettingKey<T>& key) const {
         if (auto value = stored(key))
@@ -55,7 +54,7 @@ public:
         return T{};
     }
 
-    /// What a view that is bound to the key shows: the stored value, else the key's default.
+    /// Returns the value for a view that is bound to the key: the stored value, else the key's default.
     template <class T>
     T bound(const SettingKey<T>& key) const {
         if (auto value = stored(key))
@@ -63,15 +62,15 @@ public:
         return defaultOf(key);
     }
 
-    /// Whether the key is stored, whatever its type.
+    /// Returns whether the key is stored, with any type.
     bool has(std::string_view name) const;
-    /// What is stored under the key, whatever its type.
+    /// Returns the stored value of any type.
     template <class T>
     std::optional<base::Json> rawValue(const SettingKey<T>& key) const {
         return rawValue(key.name);
     }
 
-    /// Stores a value; setting the stored one again does nothing. Text that is not UTF-8 is repaired.
+    /// Stores a value. Does nothing if it is equal to the stored one. Repairs text that is not UTF-8.
     void set(const SettingKey<bool>& key, bool value);
     void set(const SettingKey<std::int64_t>& key, std::int64_t value);
     void set(const SettingKey<std::string>& key, std::string_view value);
@@ -82,10 +81,10 @@ public:
         change(key.name, std::nullopt);
     }
 
-    /// From now on plain reads see the defaults of the registered keys. Nothing is stored.
+    /// Makes plain reads return the defaults of the registered keys. Stores nothing.
     void registerDefaults();
 
-    /// Writes what an earlier failure left unwritten.
+    /// Writes changes that could not be written earlier.
     void synchronize();
 
 private:
@@ -102,9 +101,9 @@ private:
 
     void change(std::string_view name, Change value);
     static void apply(base::Json& table, std::string_view name, const Change& change);
-    /// Needs `valuesMutex_`.
-    void takeUpChangesOfOthers() const;
-    /// Needs `writing_`; returns the failure's description, empty for none.
+    /// Reads changes of other processes. The caller holds `valuesMutex_`.
+    void readChangesOfOthers() const;
+    /// Writes the file. The caller holds `writing_`. Returns a description of the failure; empty for none.
     std::string write();
 
     const std::filesystem::path folder_;
@@ -112,9 +111,9 @@ private:
     std::atomic<bool> defaultsAreRegistered_ = false;
 
     std::mutex writing_;             ///< orders changes; taken before `valuesMutex_`
-    mutable std::mutex valuesMutex_; ///< guards what follows
+    mutable std::mutex valuesMutex_; ///< guards the next members
     mutable base::Json values_ = base::Json::object();
-    std::map<std::string, Change, std::less<>> unwritten_; ///< in `values_`, and not yet in the file
+    std::map<std::string, Change, std::less<>> unwritten_; ///< in `values_` but not yet in the file
     mutable SettingsFile file_;
 };
 

@@ -12,7 +12,7 @@ namespace sonvale::persistence {
 
 namespace {
 
-/// No settings file comes near it; more is not ours.
+/// A settings file is much smaller; a larger file is not the program's.
 constexpr std::size_t maxFileSize = 64U << 20;
 
 bool isSameVersion(const struct stat& a, const struct stat& b) {
@@ -20,7 +20,7 @@ bool isSameVersion(const struct stat& a, const struct stat& b) {
            a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
 }
 
-/// Appends the whole file to `content`. Returns why that cannot be done; empty for no failure.
+/// Appends the whole file to `content`. Returns a description of the failure; empty for none.
 std::string readAll(const FileDescriptor& descriptor, std::string& content) {
     std::array<char, 65536> buffer{};
     for (;;) {
@@ -39,7 +39,7 @@ std::string readAll(const FileDescriptor& descriptor, std::string& content) {
 
 } // namespace
 
-/// Without a table and a failure, the file is absent.
+/// The file is absent if there is neither a table nor a failure.
 struct SettingsFile::Loaded {
     std::optional<base::Json> table;
     std::string failure;
@@ -56,7 +56,7 @@ SettingsFile::SettingsFile(std::filesystem::path file)
     , durable_(withSuffix(file_, ".durable")) {}
 
 SettingsFile::Loaded SettingsFile::load(const std::filesystem::path& path) {
-    // Not blocking: a pipe in place of the file must not hold up the start.
+    // Non-blocking: a pipe in place of the file must not block the start.
     auto descriptor = std::make_unique<FileDescriptor>(path, O_RDONLY | O_NONBLOCK);
     if (!*descriptor && errno == ENOENT)
         return {};
@@ -65,8 +65,8 @@ SettingsFile::Loaded SettingsFile::load(const std::filesystem::path& path) {
         return {.table = {}, .failure = lastSystemError().message()};
     if (!S_ISREG(status.st_mode))
         return {.table = {}, .failure = "not a file"};
-    // Written by hand or by an earlier version; session tokens are inside. When this fails, the next change
-    // mends it.
+    // A user or an earlier version made the file readable for others, and it contains session tokens. If this
+    // fails, the next change repairs it.
     if ((status.st_mode & 0077) != 0)
         static_cast<void>(::fchmod(descriptor->number(), 0600));
 
@@ -95,7 +95,7 @@ bool SettingsFile::isChanged() const {
 }
 
 std::optional<base::Json> SettingsFile::readIfChanged() {
-    // A version that cannot be read may be on its way by another program's hand; it is not looked at again.
+    // Another program may be writing a version that cannot be read; it is not read again.
     return isChanged() ? load(file_).table : std::nullopt;
 }
 
@@ -104,7 +104,7 @@ std::optional<base::Json> SettingsFile::readAtStart(const std::function<void(con
     if (!loaded.failure.empty())
         report(putAside(loaded.failure));
     if (loaded.table) {
-        // The process that wrote this version may have ended before it was on the disk.
+        // The process that wrote this version may have ended before it was flushed.
         if (::access(durable_.c_str(), F_OK) == 0)
             synchronizeSoon();
         return std::move(loaded.table);
@@ -157,9 +157,9 @@ void SettingsFile::synchronize() const {
     struct stat synchronized{};
     if (!version || !folder || version.synchronize() || folder.synchronize() ||
         ::fstat(version.number(), &synchronized) != 0)
-        return; // the durable version stays until a later one is on the disk
+        return; // the durable version stays until a later one has been flushed
 
-    // A version that has come meanwhile has a request of its own.
+    // A newer version has its own request.
     const Lock others(file_);
     struct stat present{};
     if (::stat(file_.c_str(), &present) == 0 && isSameVersion(present, synchronized))

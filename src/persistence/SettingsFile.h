@@ -16,18 +16,18 @@
 
 namespace sonvale::persistence {
 
-/// The JSON file of the settings, which other processes of the user read and write too: there is one program
-/// for each of the user's sessions.
+/// The JSON file of the settings. Other processes of the user read and write it too, one for each of the
+/// user's sessions.
 ///
-/// Each version of the file is a file of its own that replaces the one before, so a reader finds a whole one.
-/// A version is not on the disk yet when it is there; until it is, the last one that is stays beside it under
-/// the name with ".durable" appended. After a loss of power that has damaged the new version, the durable one
-/// is read. One call at a time.
+/// Each version of the file is a new file that replaces the previous one, so a reader always sees a whole
+/// version. A new version is flushed to the disk later. Until then the last flushed version stays beside it,
+/// with ".durable" appended to the name; it is read if a loss of power has damaged the new version. One call
+/// at a time.
 class SettingsFile {
 public:
     explicit SettingsFile(std::filesystem::path file);
 
-    /// Holds other writers off, those of other processes too, while it lives. Writers hold it for some
+    /// Excludes other writers, also of other processes, while it lives. Writers hold it for some
     /// milliseconds. Does nothing if the folder cannot be locked.
     class Lock {
     public:
@@ -38,23 +38,22 @@ public:
     };
     [[nodiscard]] Lock lock() const { return Lock(file_); }
 
-    /// Returns the table if the file is there, can be read and is another version than the one that this
-    /// object has read or written last.
+    /// Returns the table if the file exists, can be read and is another version than the one this object read
+    /// or wrote last.
     std::optional<base::Json> readIfChanged();
 
-    /// As `readIfChanged`, when the program starts. Puts a file that cannot be read aside, in the same folder
-    /// under its name and ".broken-1" (the next number that is free), and calls `report` with a reason
-    /// without content.
+    /// Works as `readIfChanged` at the start of the program. Puts a file that cannot be read aside in the
+    /// same folder, with ".broken-1" (the next free number) appended to its name, and calls `report` with a
+    /// reason without content.
     std::optional<base::Json> readAtStart(const std::function<void(const std::string&)>& report);
 
-    /// Replaces the file, 0600 in a 0700 folder, while the caller holds the lock. An end of the process
-    /// afterwards does not undo it; it is brought to the disk soon, at the latest when this object is
-    /// destroyed.
+    /// Replaces the file, 0600 in a 0700 folder. The caller holds the lock. A later end of the process does
+    /// not undo it. It is flushed to the disk soon, at the latest when this object is destroyed.
     std::error_code replace(const base::Json& table);
 
 private:
     struct Loaded;
-    /// Reads the file at `path` and remembers its version if it is there.
+    /// Reads the file at `path`. Remembers its version if it exists.
     Loaded load(const std::filesystem::path& path);
     std::string putAside(std::string_view reason) const;
     bool isChanged() const;
@@ -65,10 +64,10 @@ private:
 
     const std::filesystem::path file_;
     const std::filesystem::path durable_;
-    /// The version that was read or written last. While it is open, no other file has its number.
+    /// The version that was read or written last. While it is open, no other file has its inode number.
     std::unique_ptr<FileDescriptor> version_;
     struct stat status_{};
-    std::optional<DiskSynchronizer> synchronizer_; ///< made for the first request
+    std::optional<DiskSynchronizer> synchronizer_; ///< made at the first request
 };
 
 } // namespace sonvale::persistence

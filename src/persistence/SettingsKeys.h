@@ -11,29 +11,29 @@
 
 namespace sonvale::persistence {
 
-/// Who gives a setting its default when nothing is stored.
+/// The source of a setting's default if nothing is stored.
 enum class DefaultGiven {
-    none,       ///< nobody: a plain read gives the type's empty value
-    registered, ///< `Settings::registerDefaults()`, so that every reader sees it; views are bound with it too
-    bound,      ///< the views that are bound to the key; a plain read gives the type's empty value
-    byReader,   ///< the one reader of the key
+    none,       ///< no default: a plain read returns the type's empty value
+    registered, ///< `Settings::registerDefaults()`, for every reader; views are bound with it too
+    bound,      ///< the views that are bound to the key; a plain read returns the type's empty value
+    byReader,   ///< the only reader of the key
 };
 
 /// One row of the table of settings. `T` is bool, std::int64_t, std::string or `Data`.
 template <class T>
 struct SettingKey {
     using Value = T;
-    /// Defaults are constants, so texts stand as views.
+    /// Defaults are constants, so texts are views.
     using Default =
         std::conditional_t<std::is_same_v<T, std::string> || std::is_same_v<T, Data>, std::string_view, T>;
 
     std::string_view name;
-    std::optional<Default> defaultValue; ///< absent: the key has none
+    std::optional<Default> defaultValue; ///< nullopt: the key has no default
     DefaultGiven given = DefaultGiven::none;
     std::string_view meaning;
 };
 
-/// The table of settings: every key that the program stores, and no other.
+/// The table of settings: all keys that the program stores.
 namespace keys {
 
 inline constexpr SettingKey<bool> isOnboardingComplete{"isOnboardingComplete", false, DefaultGiven::none,
@@ -64,14 +64,14 @@ inline constexpr SettingKey<std::string> language{"language", "en", DefaultGiven
 inline constexpr SettingKey<std::string> scratchpadText{"scratchpadText", "", DefaultGiven::bound,
                                                         "content of the scratchpad"};
 inline constexpr SettingKey<std::int64_t> retentionPeriodDays{
-    "retentionPeriodDays", 30, DefaultGiven::byReader, "days to keep history; 0 keeps it for ever"};
+    "retentionPeriodDays", 30, DefaultGiven::byReader, "days to keep history; 0 keeps it indefinitely"};
 inline constexpr SettingKey<Data> hotkeyBindings{"hotkeyBindings", std::nullopt, DefaultGiven::none,
                                                  "encoded shortcuts of all actions"};
 inline constexpr SettingKey<bool> hotkeyBindingsMigrated{"hotkeyBindingsMigrated", false, DefaultGiven::none,
                                                          "the one-time migration of the single hotkey ran"};
 inline constexpr SettingKey<bool> guardModifierHotkeys{
     "guardModifierHotkeys", std::nullopt, DefaultGiven::byReader,
-    "a hotkey of modifiers alone gives way to other shortcuts and ignores short presses; the desktop decides "
+    "a hotkey of modifiers alone yields to other shortcuts and ignores short presses; the desktop decides "
     "the default"};
 inline constexpr SettingKey<std::string> accessToken{"com.sonvale.accessToken", std::nullopt,
                                                      DefaultGiven::none, "session access token"};
@@ -80,7 +80,7 @@ inline constexpr SettingKey<std::string> refreshToken{"com.sonvale.refreshToken"
 inline constexpr SettingKey<std::string> userEmail{"com.sonvale.userEmail", std::nullopt, DefaultGiven::none,
                                                    "e-mail of the signed-in user"};
 
-/// All of them, in the order of the table.
+/// All keys in the order of the table.
 inline constexpr std::tuple table{isOnboardingComplete,
                                   onboardingStep,
                                   pauseAudioDuringDictation,

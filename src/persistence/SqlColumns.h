@@ -13,8 +13,8 @@
 #include <tuple>
 #include <utility>
 
-/// How the fields of records become SQL values and come back. Dates are nanoseconds since 1970, identifiers
-/// their text, absent values NULL.
+/// Conversion between the fields of records and SQL values. Dates are nanoseconds since 1970, identifiers are
+/// texts, absent values are NULL.
 namespace sonvale::persistence {
 
 template <class M>
@@ -56,8 +56,8 @@ inline void bindValue(SQLite::Statement& statement, int index, const std::option
         statement.bind(index);
 }
 
-/// The column's text where the library keeps it, until the next step.
-inline std::string_view textOf(const SQLite::Column& column) {
+/// Returns the column's text in the library's memory, which is valid until the next step.
+inline std::string_view columnText(const SQLite::Column& column) {
     const char* text = column.getText();
     return {text, static_cast<std::size_t>(column.getBytes())};
 }
@@ -78,10 +78,10 @@ inline void readValue(const SQLite::Column& column, base::Date& date) {
     date = base::Date(base::Date::duration(column.getInt64()));
 }
 inline void readValue(const SQLite::Column& column, base::Uuid& id) {
-    id = base::Uuid::parse(textOf(column)).value_or(base::Uuid{});
+    id = base::Uuid::parse(columnText(column)).value_or(base::Uuid{});
 }
 inline void readValue(const SQLite::Column& column, EntryCategory& category) {
-    category = entryCategory(textOf(column)).value_or(EntryCategory::other);
+    category = entryCategory(columnText(column)).value_or(EntryCategory::other);
 }
 inline void readValue(const SQLite::Column& column, std::optional<std::string>& text) {
     text = column.isNull() ? std::nullopt : std::optional(column.getString());
@@ -95,7 +95,7 @@ void bindRecord(SQLite::Statement& statement, const R& record) {
                RecordTable<R>::columns);
 }
 
-/// Reads a row that has the table's columns in their order.
+/// Reads a row with the table's columns in their order.
 template <class R>
 R readRecord(SQLite::Statement& statement) {
     R record{base::Uuid{}};
@@ -106,7 +106,7 @@ R readRecord(SQLite::Statement& statement) {
     return record;
 }
 
-/// The columns of the table as "a, b, c", each put through `format`.
+/// Returns the columns of the table as "a, b, c", each formatted by `format`.
 template <class R, class Format>
 std::string columnList(Format format) {
     std::string list;

@@ -10,8 +10,8 @@
 
 namespace sonvale::persistence {
 
-/// What was changed on the records of one type and is not saved yet. An identifier is in one of the three at
-/// most.
+/// The changes of the records of one type that are not saved yet. An identifier is in at most one of the
+/// three members.
 template <class R>
 class StagedChanges {
 public:
@@ -45,7 +45,7 @@ public:
     const std::map<base::Uuid, R>& updated() const { return updated_; }
     const std::set<base::Uuid>& removed() const { return removed_; }
 
-    /// The stored records, given in order of insertion, with the changes made to them.
+    /// Applies the changes to the stored records, which are in order of insertion.
     std::vector<R> applied(std::vector<R> stored) const {
         std::erase_if(stored, [&](const R& record) { return removed_.contains(record.id); });
         std::set<base::Uuid> known;

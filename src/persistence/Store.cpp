@@ -17,13 +17,13 @@ namespace sonvale::persistence {
 
 namespace {
 
-/// Version 1.0.0 of the schema, as the file's header keeps it.
+/// Version 1.0.0 of the schema, as stored in the file's header.
 constexpr int schemaVersion = 1'00'00;
 
-/// Another process holds the store for the moment of a write at most.
+/// Another process holds the store only during a write.
 constexpr int busyMilliseconds = 250;
 
-/// One thread works with a store: the library's own locks would only cost time, at every column of every row.
+/// One thread uses a store: the library's own locks would only cost time, for every column of every row.
 int openMode() {
     return SQLite::OPEN_READWRITE | SQLite::OPEN_NOMUTEX;
 }
@@ -54,8 +54,8 @@ void createSchema(SQLite::Database& database) {
     transaction.commit();
 }
 
-/// The history is shown newest first, page by page, and counted without its texts: in this order, and from
-/// these columns. A store of an older version has a plain index of the times instead.
+/// Makes the index of the history, which is shown newest first, page by page, and counted without its texts:
+/// in this order, and from these columns. A store of an older version has a plain index of the times instead.
 void indexHistory(SQLite::Database& database) {
     database.exec("CREATE INDEX IF NOT EXISTS TranscriptionNewestFirst ON Transcription "
                   "(timestamp DESC, sequence, wordCount, durationSeconds)");
@@ -66,7 +66,7 @@ void checkContent(SQLite::Database& database) {
     const auto health = database.execAndGet("PRAGMA quick_check(1)").getString();
     if (health != "ok")
         throw StoreError(StoreError::Case::openFailed, "the database file is damaged");
-    // A table or column that is missing shows when the statement is made.
+    // A missing table or column is detected when the statement is compiled.
     eachTable([&]<class R>() {
         SQLite::Statement(database, fmt::format("SELECT {} FROM {}", columnNames<R>(), RecordTable<R>::name));
     });
@@ -75,14 +75,14 @@ void checkContent(SQLite::Database& database) {
 void prepare(SQLite::Database& database, Store::Locking locking) {
     if (locking == Store::Locking::exclusive)
         database.exec("PRAGMA locking_mode = EXCLUSIVE");
-    // A commit is one write to the log file, without a wait for the disk: saving happens on the main thread
-    // between the words and their insertion. The file is brought to the disk right afterwards, off that
-    // thread, and a loss of power before that leaves the store as it was before the commit.
+    // A commit is one write to the log file without a flush: records are saved on the main thread between the
+    // transcription and its insertion. Another thread flushes the file right afterwards. A loss of power
+    // before that leaves the store as it was before the commit.
     database.exec("PRAGMA journal_mode = WAL");
     database.exec("PRAGMA synchronous = NORMAL");
-    // What is read for each dictation, thousands of snippets and words, stays in memory (kibibytes).
+    // Data that is read for each dictation, thousands of snippets and words, stays in memory (kibibytes).
     database.exec("PRAGMA cache_size = -8192");
-    // Removed text must not stay readable in free pages of the file.
+    // Removed text must not stay in free pages of the file.
     database.exec("PRAGMA secure_delete = ON");
 
     const int version = database.execAndGet("PRAGMA user_version").getInt();
@@ -97,8 +97,8 @@ void prepare(SQLite::Database& database, Store::Locking locking) {
     indexHistory(database);
 }
 
-/// Whether the cause lies in what surrounds the file.
-bool isPassing(const SQLite::Exception& error) {
+/// Returns whether the cause lies outside the file.
+bool isOutsideTheFile(const SQLite::Exception& error) {
     switch (error.getErrorCode()) {
     case SQLITE_FULL:
     case SQLITE_CANTOPEN:
@@ -117,7 +117,7 @@ bool isPassing(const SQLite::Exception& error) {
     }
 }
 
-bool isPassing(std::error_code error) {
+bool isOutsideTheFile(std::error_code error) {
     constexpr std::errc causes[] = {
         std::errc::too_many_files_open,   std::errc::too_many_files_open_in_system,
         std::errc::not_enough_memory,     std::errc::no_space_on_device,
@@ -129,7 +129,8 @@ bool isPassing(std::error_code error) {
 
 template <class Error>
 StoreError openError(const Error& error, const std::string& description) {
-    return {isPassing(error) ? StoreError::Case::unavailable : StoreError::Case::openFailed, description};
+    return {isOutsideTheFile(error) ? StoreError::Case::unavailable : StoreError::Case::openFailed,
+            description};
 }
 
 StoreError lastOpenError() {
@@ -137,7 +138,7 @@ StoreError lastOpenError() {
     return openError(error, error.message());
 }
 
-/// SQLite gives its companion files the rights of the main one.
+/// Makes the file private. SQLite gives its companion files the rights of the main file.
 void makePrivate(const std::filesystem::path& file) {
     const FileDescriptor descriptor(file, O_RDWR | O_CREAT | O_NONBLOCK, 0600);
     struct stat status{};
@@ -160,7 +161,7 @@ std::unique_ptr<Store> Store::open(const std::filesystem::path& file, Locking lo
         auto database = std::make_unique<SQLite::Database>(file.string(), openMode(), busyMilliseconds);
         prepare(*database, locking);
         std::unique_ptr<Store> store(new Store(std::move(database)));
-        // Never the main file: closing another descriptor of it would drop SQLite's locks.
+        // The main file must not be opened: closing another descriptor of it would release SQLite's locks.
         store->synchronizer_.emplace(file.string() + "-wal");
         return store;
     } catch (const SQLite::Exception& error) {

@@ -16,15 +16,15 @@ namespace sonvale::persistence {
 /// One open SQLite database with the schema of the records. Main thread only.
 class Store {
 public:
-    /// How other processes may use the file while it is open. `exclusive` keeps them out; it needs no index
-    /// in shared memory, so it opens a store on a full disk too.
+    /// How other processes may use the file while it is open. `exclusive` excludes them. It needs no index in
+    /// shared memory, so it can open a store on a full disk.
     enum class Locking { shared, exclusive };
 
-    /// Opens or makes the store in an existing folder, the file being 0600. Throws `StoreError` when it
-    /// cannot be opened, is damaged or has another schema; with `unavailable` if the file may be intact.
+    /// Opens or makes the store in an existing folder; the file is 0600. Throws `StoreError` if it cannot be
+    /// opened, is damaged or has another schema, with `unavailable` if the file may be intact.
     static std::unique_ptr<Store> open(const std::filesystem::path& file, Locking locking = Locking::shared);
 
-    /// A store that never reaches the disk. Throws `StoreError`.
+    /// Makes a store in memory. Throws `StoreError`.
     static std::unique_ptr<Store> openInMemory();
 
     ~Store();
@@ -33,8 +33,8 @@ public:
 
     SQLite::Database& database() { return *database_; }
 
-    /// To be called after a commit, which an end of the process does not undo from then on: brings it to the
-    /// disk, without waiting, so that it survives a loss of power too.
+    /// Flushes a commit to the disk, without waiting, so that it survives a loss of power. The caller calls
+    /// it after each commit; an end of the process does not undo a commit.
     void synchronizeSoon();
 
 private:

@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 constexpr std::string_view asideMark = ".broken-";
 
 bool isThere(const fs::path& file) {
-    std::error_code ignored; // what cannot be looked at counts as taken
+    std::error_code ignored; // a file that cannot be inspected counts as existing
     return fs::symlink_status(file, ignored).type() != fs::file_type::not_found;
 }
 
@@ -57,7 +57,8 @@ std::optional<fs::path> putStoreAside(const fs::path& store) {
         return true;
     };
     bool isMoved = true;
-    // The store goes last: without its log it is an older store, and a log alone would go into the next one.
+    // The store is renamed last: a store without its log is an older store, but a log alone would be applied
+    // to the next store.
     for (const auto* suffix : storeCompanions)
         isMoved = isMoved && move(withSuffix(store, suffix), withSuffix(aside, suffix));
     if (!isMoved || !move(store, aside)) {
@@ -66,7 +67,7 @@ std::optional<fs::path> putStoreAside(const fs::path& store) {
         return std::nullopt;
     }
     for (const auto& [from, to] : moved) {
-        // The folder is private, and a time that stays only brings the end of the file forward.
+        // The folder is private, and an unchanged time only makes the file expire earlier.
         if (::lstat(to.c_str(), &status) == 0 && S_ISREG(status.st_mode))
             static_cast<void>(::chmod(to.c_str(), 0600));
         static_cast<void>(::utimensat(AT_FDCWD, to.c_str(), nullptr, AT_SYMLINK_NOFOLLOW));

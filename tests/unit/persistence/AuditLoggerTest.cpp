@@ -41,7 +41,7 @@ protected:
         writeFile(file(), content);
     }
 
-    /// A file whose content was last changed at that moment.
+    /// Makes a file whose content was last changed at that time.
     fs::path writeModified(const char* name, const char* moment) const {
         fs::create_directories(directory());
         const auto path = directory() / name;
@@ -67,7 +67,7 @@ private:
 
 } // namespace
 
-TEST(AuditEventType, HasItsVocabulary) {
+TEST(AuditEventType, HasANameForEachEvent) {
     const std::vector<std::string_view> wanted{
         "appLaunch",
         "appClose",
@@ -112,14 +112,14 @@ TEST(AuditLine, IsCompactSortedAndEscaped) {
         R"(","timestamp":"2026-11-16T00:59:08Z"})");
 }
 
-TEST(AuditLine, RepairsBytesThatAreNotText) {
+TEST(AuditLine, RepairsInvalidUtf8) {
     EXPECT_EQ(
         auditLine({base::Date{}, AuditEventType::error, "\xFF", "", "", {{"\xC3", "\x80"}}}),
         "{\"actor\":\"\uFFFD\",\"eventType\":\"error\",\"metadata\":{\"\uFFFD\":\"\uFFFD\"},\"outcome\":\"\","
         "\"resource\":\"\",\"timestamp\":\"1970-01-01T00:00:00Z\"}");
 }
 
-TEST_F(AuditLoggerTest, WritesEachEventInItsForm) {
+TEST_F(AuditLoggerTest, WritesEachEvent) {
     const auto logger = makeLogger();
     logger->logAppLaunch();
     logger->logRecordingStarted();
@@ -164,7 +164,7 @@ TEST_F(AuditLoggerTest, WritesEachEventInItsForm) {
             timestamp + "\n");
 }
 
-TEST_F(AuditLoggerTest, FormatsOddDurations) {
+TEST_F(AuditLoggerTest, FormatsUnusualDurations) {
     const auto logger = makeLogger();
     for (const double seconds : {0.0, 0.005, 1e6, -1.0})
         logger->logRecordingStopped(seconds);
@@ -173,7 +173,7 @@ TEST_F(AuditLoggerTest, FormatsOddDurations) {
         EXPECT_NE(contentOf(file()).find(wanted), std::string::npos) << wanted;
 }
 
-TEST_F(AuditLoggerTest, CostsTheCallerNoFileWork) {
+TEST_F(AuditLoggerTest, DoesNotUseFilesOnTheCallersThread) {
     const auto logger = makeLogger();
     logger->logAppLaunch();
     EXPECT_FALSE(fs::exists(directory()));
@@ -181,7 +181,7 @@ TEST_F(AuditLoggerTest, CostsTheCallerNoFileWork) {
     EXPECT_TRUE(fs::exists(file()));
 }
 
-TEST_F(AuditLoggerTest, TakesTheMomentOfTheCall) {
+TEST_F(AuditLoggerTest, WritesTheTimeOfTheCall) {
     const auto logger = makeLogger();
     logger->logAppLaunch();
     setDate("2026-11-16T01:00:00Z");
@@ -208,7 +208,7 @@ TEST_F(AuditLoggerTest, KeepsTheOrderOfTheCalls) {
     EXPECT_EQ(order, wanted);
 }
 
-TEST_F(AuditLoggerTest, DoesNothingOnceItIsGone) {
+TEST_F(AuditLoggerTest, WritesNothingAfterItsDestruction) {
     auto logger = makeLogger();
     logger->logAppLaunch();
     logger.reset();
@@ -225,7 +225,7 @@ TEST_F(AuditLoggerTest, KeepsItsFilesPrivate) {
     EXPECT_EQ(std::distance(fs::directory_iterator(directory()), fs::directory_iterator()), 1);
 }
 
-TEST_F(AuditLoggerTest, AppendsToAnEarlierLogAndGluesToALineWithoutItsEnd) {
+TEST_F(AuditLoggerTest, AppendsToAnEarlierLogAndToAnUnfinishedLine) {
     writeLog("earlier\nhalf");
     const auto logger = makeLogger();
     logger->logAppLaunch();
@@ -241,7 +241,7 @@ TEST_F(AuditLoggerTest, RotatesALogOfExactlyTheLimit) {
     setDate("2026-11-16T23:01:02Z");
     runtime_.runUntilIdle();
     EXPECT_EQ(contentOf(file()), launchLine());
-    // The name tells when the file was moved, not when the entry was made.
+    // The name contains the time of the move, not of the entry.
     EXPECT_EQ(contentOf(directory() / "audit-2026-11-16T23-01-02Z.log"), full);
 }
 
@@ -253,7 +253,7 @@ TEST_F(AuditLoggerTest, DoesNotRotateALogOfOneByteLess) {
     EXPECT_EQ(fs::file_size(file()), sizeLimit - 1 + launchLine().size());
     EXPECT_EQ(std::distance(fs::directory_iterator(directory()), fs::directory_iterator()), 1);
 
-    // That entry took it over the limit; the next one begins a new file.
+    // That entry exceeded the limit; the next one begins a new file.
     logger->logAppLaunch();
     runtime_.runUntilIdle();
     EXPECT_EQ(contentOf(file()), launchLine());
@@ -308,7 +308,7 @@ TEST_F(AuditLoggerTest, CleansUpAgainOnDemand) {
     EXPECT_FALSE(fs::exists(old));
 }
 
-TEST_F(AuditLoggerTest, SkipsWhatItCannotDelete) {
+TEST_F(AuditLoggerTest, SkipsFilesThatItCannotDelete) {
     fs::create_directories(directory() / "audit-folder.log");
     writeModified("audit-folder.log/inside", "2020-01-01T00:00:00Z");
     const timespec times[2] = {{0, 0}, {0, 0}};

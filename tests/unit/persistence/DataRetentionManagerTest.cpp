@@ -56,8 +56,8 @@ protected:
         store().insert(record);
         store().save();
     }
-    /// Days that the records left are old.
-    std::set<std::string> left() {
+    /// Returns the ages of the remaining records in days.
+    std::set<std::string> remainingAges() {
         std::set<std::string> ages;
         for (const auto& record : store().fetch<Transcription>())
             ages.insert(record.rawText);
@@ -117,17 +117,17 @@ using Names = std::set<std::string>;
 
 } // namespace
 
-TEST_F(DataRetentionManagerTest, DeletesWhatIsOlderThanThirtyDays) {
+TEST_F(DataRetentionManagerTest, DeletesRecordsOlderThanThirtyDays) {
     keep(31 * 24h);
     keep(30 * 24h + 1h);
     keep(29 * 24h);
     keep(0h);
     cleanUp();
-    EXPECT_EQ(left(), (Names{"29", "0"}));
+    EXPECT_EQ(remainingAges(), (Names{"29", "0"}));
     EXPECT_EQ(counts(), "2 and 0");
 }
 
-TEST_F(DataRetentionManagerTest, KeepsWhatIsExactlyAsOldAsTheCutoff) {
+TEST_F(DataRetentionManagerTest, KeepsRecordsThatAreExactlyAsOldAsTheCutoff) {
     const auto cutoff = retentionCutoff(runtime_.clock().date(), std::nullopt).value();
     for (const auto moment : {cutoff, cutoff - 1us}) {
         Transcription record;
@@ -137,30 +137,30 @@ TEST_F(DataRetentionManagerTest, KeepsWhatIsExactlyAsOldAsTheCutoff) {
     }
     store().save();
     cleanUp();
-    EXPECT_EQ(left(), Names{"at it"});
+    EXPECT_EQ(remainingAges(), Names{"at it"});
 }
 
-TEST_F(DataRetentionManagerTest, GoesByTheUsersNumberOfDays) {
+TEST_F(DataRetentionManagerTest, UsesTheUsersNumberOfDays) {
     settings_.set(keys::retentionPeriodDays, 7);
     keep(8 * 24h);
     keep(6 * 24h);
     cleanUp();
-    EXPECT_EQ(left(), Names{"6"});
+    EXPECT_EQ(remainingAges(), Names{"6"});
 }
 
-TEST_F(DataRetentionManagerTest, KeepsEverythingForEverWithZeroAndWithWhatIsNoNumberOfDays) {
+TEST_F(DataRetentionManagerTest, KeepsEverythingWithZeroAndWithInvalidNumbersOfDays) {
     keep(4000 * 24h);
     keep(1h, true);
     leave("sonvale_1.m4a");
     settings_.set(keys::retentionPeriodDays, 0);
     cleanUp();
-    EXPECT_EQ(left(), Names{"4000"}) << "the dismissed one goes all the same";
+    EXPECT_EQ(remainingAges(), Names{"4000"}) << "the dismissed one goes all the same";
     EXPECT_EQ(filesLeft(), Names{});
     EXPECT_EQ(counts(), "1 and 1");
 
     settings_.set(keys::retentionPeriodDays, -5);
     cleanUp();
-    EXPECT_EQ(left(), Names{"4000"});
+    EXPECT_EQ(remainingAges(), Names{"4000"});
     tests::writeFile(directory_.path() + "/edited.json", R"({"retentionPeriodDays": "seven"})");
     const Settings edited(directory_.path() + "/edited.json");
     manager_ = std::make_shared<DataRetentionManager>(DataRetentionManager::Parts{
@@ -174,18 +174,18 @@ TEST_F(DataRetentionManagerTest, KeepsEverythingForEverWithZeroAndWithWhatIsNoNu
     });
     manager_->modelContext = &store();
     cleanUp();
-    EXPECT_EQ(left(), Names{"4000"});
+    EXPECT_EQ(remainingAges(), Names{"4000"});
 }
 
 TEST_F(DataRetentionManagerTest, CountsADismissedOldRecordOnce) {
     keep(40 * 24h, true);
     keep(2 * 24h, true);
     cleanUp();
-    EXPECT_EQ(left(), Names{});
+    EXPECT_EQ(remainingAges(), Names{});
     EXPECT_EQ(counts(), "2 and 0");
 }
 
-TEST_F(DataRetentionManagerTest, DeletesStoresThatWerePutAsideWhenTheirTimeIsOver) {
+TEST_F(DataRetentionManagerTest, DeletesStoresPutAsideAfterTheRetentionPeriod) {
     const auto folder = fs::path(directory_.path()) / "Sonvale";
     const auto putAside = [&](const std::string& name, std::chrono::hours age) {
         tests::writeFile(folder / name, "history");
@@ -209,7 +209,7 @@ TEST_F(DataRetentionManagerTest, DeletesStoresThatWerePutAsideWhenTheirTimeIsOve
     settings_.set(keys::retentionPeriodDays, 0);
     putAside("Sonvale.store.broken-3", 4000 * 24h);
     cleanUp();
-    EXPECT_EQ(stores(), (Names{"broken-2", "broken-3"})) << "kept for ever";
+    EXPECT_EQ(stores(), (Names{"broken-2", "broken-3"})) << "kept indefinitely";
 
     settings_.set(keys::retentionPeriodDays, 10);
     cleanUp();
@@ -217,7 +217,7 @@ TEST_F(DataRetentionManagerTest, DeletesStoresThatWerePutAsideWhenTheirTimeIsOve
     EXPECT_TRUE(fs::exists(folder / "Sonvale.store"));
 }
 
-TEST_F(DataRetentionManagerTest, RecordsAStoreThatCannotBeDeletedAndGoesOn) {
+TEST_F(DataRetentionManagerTest, RecordsAStoreThatCannotBeDeletedAndContinues) {
     const auto folder = fs::path(directory_.path()) / "Sonvale" / "Sonvale.store.broken-1";
     fs::create_directories(folder);
     runtime_.clock().advance(86400.0 * 40);
@@ -231,7 +231,7 @@ TEST_F(DataRetentionManagerTest, RecordsAStoreThatCannotBeDeletedAndGoesOn) {
     EXPECT_EQ(counts(), "0 and 0");
 }
 
-TEST_F(DataRetentionManagerTest, RemovesLeftRecordingsAndNothingElse) {
+TEST_F(DataRetentionManagerTest, RemovesLeftOverRecordingsOnly) {
     const Names others{"sonvale_1.txt", "memo.m4a",      "sonvale_2.M4A", ".sonvale_3.m4a",
                        "sonvale_4",     "Sonvale_5.m4a", "sonvale.m4a",   "sonvale_6.m4a.part"};
     for (const auto& name : others)
@@ -244,7 +244,7 @@ TEST_F(DataRetentionManagerTest, RemovesLeftRecordingsAndNothingElse) {
     EXPECT_EQ(counts(), "0 and 3");
 }
 
-TEST_F(DataRetentionManagerTest, OverwritesARecordingBeforeItGoes) {
+TEST_F(DataRetentionManagerTest, OverwritesARecordingBeforeRemovingIt) {
     leave("sonvale_1.m4a");
     fs::create_hard_link(temporary() / "sonvale_1.m4a", temporary() / "witness");
     cleanUp();
@@ -252,7 +252,7 @@ TEST_F(DataRetentionManagerTest, OverwritesARecordingBeforeItGoes) {
     EXPECT_NE(tests::contentOf(temporary() / "witness"), "voice");
 }
 
-TEST_F(DataRetentionManagerTest, RecordsEachFileThatWouldNotGo) {
+TEST_F(DataRetentionManagerTest, RecordsEachFileThatCannotBeRemoved) {
     fs::create_directory(temporary() / "sonvale_folder.m4a");
     leave("sonvale_1.m4a");
     cleanUp();
@@ -264,7 +264,7 @@ TEST_F(DataRetentionManagerTest, RecordsEachFileThatWouldNotGo) {
     EXPECT_EQ(errors.front().at("metadata").at("errorDetails"), "temp-file-removal-failed");
 }
 
-TEST_F(DataRetentionManagerTest, SaysNothingOfAFolderThatIsNotThere) {
+TEST_F(DataRetentionManagerTest, IgnoresAMissingFolder) {
     fs::remove(temporary());
     cleanUp();
     EXPECT_EQ(counts(), "0 and 0");
@@ -279,7 +279,7 @@ TEST_F(DataRetentionManagerTest, DoesNothingWithoutAStore) {
     EXPECT_EQ(counts(), "none");
 }
 
-TEST_F(DataRetentionManagerTest, RecordsARunThatHadNothingToDo) {
+TEST_F(DataRetentionManagerTest, RecordsARunThatDeletedNothing) {
     cleanUp();
     const auto entries = audit("dataDeleted");
     ASSERT_EQ(entries.size(), 1U);
@@ -290,7 +290,7 @@ TEST_F(DataRetentionManagerTest, RecordsARunThatHadNothingToDo) {
               (base::Json{{"transcriptionsDeleted", "0"}, {"tempFilesRemoved", "0"}}));
 }
 
-TEST_F(DataRetentionManagerTest, GoesOnWhenTheStoreCannotBeRead) {
+TEST_F(DataRetentionManagerTest, ContinuesIfTheStoreCannotBeRead) {
     leave("sonvale_1.m4a");
     breakStore();
     cleanUp();
@@ -312,7 +312,7 @@ TEST_F(DataRetentionManagerTest, RunsAtOnceAndThenOnceADay) {
     settings_.set(keys::retentionPeriodDays, 1);
     keep(30h);
     runtime_.clock().advance(86400);
-    EXPECT_EQ(left(), Names{}) << "a new number counts at the next run";
+    EXPECT_EQ(remainingAges(), Names{}) << "a new number counts at the next run";
 }
 
 TEST_F(DataRetentionManagerTest, KeepsOneSchedule) {

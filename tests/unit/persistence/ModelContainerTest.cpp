@@ -25,12 +25,12 @@ using tests::modeOf;
 using tests::writeFile;
 using Lines = std::vector<std::pair<LogLevel, std::string>>;
 
-/// While it lives, this process can open so many files more.
+/// Limits the number of further files that this process can open.
 class DescriptorLimit {
 public:
     explicit DescriptorLimit(int free) {
         ::getrlimit(RLIMIT_NOFILE, &before_);
-        // New files take the lowest number that is free.
+        // New files get the lowest free number.
         std::vector<std::unique_ptr<FileDescriptor>> fillers;
         for (int i = 0; i < free; ++i)
             fillers.push_back(std::make_unique<FileDescriptor>("/dev/null", O_RDONLY));
@@ -54,7 +54,7 @@ protected:
     fs::path store() const { return directory() / "Sonvale.store"; }
     fs::path beside(const char* suffix) const { return store().string() + suffix; }
 
-    /// The lines of the store so far; they are all under its category.
+    /// Returns the lines of the store so far. All of them have its category.
     Lines lines() const {
         Lines lines;
         for (const auto& line : log_.lines()) {
@@ -83,7 +83,7 @@ protected:
         container.mainContext().save();
     }
 
-    /// Makes a good store with one snippet, spoils it, and expects the ladder's first rung.
+    /// Makes a valid store with one snippet, damages it, and expects a new store.
     void expectNewStoreAfter(const std::function<void()>& spoil, const std::string& reason) {
         insertSnippet(*ModelContainer::open(support()));
         spoil();
@@ -100,8 +100,8 @@ protected:
         EXPECT_EQ(ModelContainer::open(support())->mainContext().fetch<Snippet>().size(), 1U);
     }
 
-    /// Expects `ModelContainer::open` to fall back to memory while what `makeTrouble` returns lives, and to
-    /// put nothing aside.
+    /// Expects `ModelContainer::open` to use memory and put nothing aside while the result of `makeTrouble`
+    /// lives.
     void expectMemoryFor(const auto& makeTrouble) {
         std::unique_ptr<ModelContainer> container;
         {
@@ -131,7 +131,7 @@ private:
 
 } // namespace
 
-TEST_F(ModelContainerTest, OpensTheStoreAndSaysSo) {
+TEST_F(ModelContainerTest, OpensTheStoreAndLogsIt) {
     ModelContainer::open(support());
     EXPECT_EQ(lines(), (Lines{opening(), {LogLevel::info, "SwiftData: store opened successfully"}}));
     EXPECT_TRUE(fs::is_regular_file(store()));
@@ -150,7 +150,7 @@ TEST_F(ModelContainerTest, KeepsItsFilesPrivate) {
         EXPECT_EQ(modeOf(beside(suffix)), 0600U) << suffix;
 }
 
-TEST_F(ModelContainerTest, ClosesAWideStoreToOthers) {
+TEST_F(ModelContainerTest, MakesAStorePrivateThatOthersCanRead) {
     insertSnippet(*ModelContainer::open(support()));
     fs::permissions(directory(), fs::perms(0755));
     fs::permissions(store(), fs::perms(0644));
@@ -159,11 +159,11 @@ TEST_F(ModelContainerTest, ClosesAWideStoreToOthers) {
     EXPECT_EQ(modeOf(store()), 0600U);
 }
 
-TEST_F(ModelContainerTest, BeginsAnewAfterGarbage) {
+TEST_F(ModelContainerTest, StartsNewAfterGarbage) {
     expectNewStoreAfter([&] { writeFile(store(), std::string(5000, 'g')); }, "file is not a database");
 }
 
-TEST_F(ModelContainerTest, BeginsAnewAfterAnotherSchemaVersion) {
+TEST_F(ModelContainerTest, StartsNewAfterAnotherSchemaVersion) {
     expectNewStoreAfter(
         [&] {
             SQLite::Database(store().string(), SQLite::OPEN_READWRITE).exec("PRAGMA user_version = 20000");
@@ -171,7 +171,7 @@ TEST_F(ModelContainerTest, BeginsAnewAfterAnotherSchemaVersion) {
         "schema version 20000 instead of 10000");
 }
 
-TEST_F(ModelContainerTest, BeginsAnewAfterADatabaseOfAnotherProgram) {
+TEST_F(ModelContainerTest, StartsNewAfterADatabaseOfAnotherProgram) {
     expectNewStoreAfter(
         [&] {
             fs::remove(store());
@@ -181,13 +181,13 @@ TEST_F(ModelContainerTest, BeginsAnewAfterADatabaseOfAnotherProgram) {
         "schema version 0 instead of 10000");
 }
 
-TEST_F(ModelContainerTest, BeginsAnewWhenATableIsMissing) {
+TEST_F(ModelContainerTest, StartsNewIfATableIsMissing) {
     expectNewStoreAfter(
         [&] { SQLite::Database(store().string(), SQLite::OPEN_READWRITE).exec("DROP TABLE WritingStyle"); },
         "no such table: WritingStyle");
 }
 
-TEST_F(ModelContainerTest, BeginsAnewWhenAColumnIsMissing) {
+TEST_F(ModelContainerTest, StartsNewIfAColumnIsMissing) {
     expectNewStoreAfter(
         [&] {
             SQLite::Database(store().string(), SQLite::OPEN_READWRITE)
@@ -196,18 +196,18 @@ TEST_F(ModelContainerTest, BeginsAnewWhenAColumnIsMissing) {
         "no such column: content");
 }
 
-TEST_F(ModelContainerTest, BeginsAnewAfterDamageInside) {
+TEST_F(ModelContainerTest, StartsNewIfPagesAreDamaged) {
     expectNewStoreAfter(
         [&] {
             auto content = contentOf(store());
-            // The header stays good; the pages of the tables do not.
+            // The header stays valid; the pages of the tables do not.
             std::fill(content.begin() + 4096 + 100, content.end(), '\xA5');
             writeFile(store(), content);
         },
         "the database file is damaged");
 }
 
-TEST_F(ModelContainerTest, TakesAnEmptyFileForANewStore) {
+TEST_F(ModelContainerTest, UsesAnEmptyFileAsANewStore) {
     fs::create_directories(directory());
     writeFile(store(), "");
     insertSnippet(*ModelContainer::open(support()));
@@ -232,7 +232,7 @@ TEST_F(ModelContainerTest, DeletesTheCompanionsOfABrokenStore) {
     EXPECT_EQ(lines().back().second, "SwiftData: store reopened successfully after delete");
 }
 
-TEST_F(ModelContainerTest, FallsBackToMemoryWhenTheFolderCannotBeMade) {
+TEST_F(ModelContainerTest, UsesMemoryIfTheFolderCannotBeMade) {
     fs::create_directories(support());
     writeFile(directory(), "in the way");
 
@@ -248,7 +248,7 @@ TEST_F(ModelContainerTest, FallsBackToMemoryWhenTheFolderCannotBeMade) {
     EXPECT_EQ(contentOf(directory()), "in the way");
 }
 
-TEST_F(ModelContainerTest, FallsBackToMemoryWhenTheBrokenStoreCannotBeDeleted) {
+TEST_F(ModelContainerTest, UsesMemoryIfTheBrokenStoreCannotBeDeleted) {
     fs::create_directories(store() / "inside");
     const auto container = ModelContainer::open(support());
     EXPECT_EQ(lines(), (Lines{opening(), initialFailure("Is a directory"), fallBack("Is a directory")}));
@@ -272,7 +272,7 @@ TEST_F(ModelContainerTest, OpensAnIntactStoreOnAFullDisk) {
     expectSnippetKept();
 }
 
-TEST_F(ModelContainerTest, FallsBackToMemoryOnAFullDisk) {
+TEST_F(ModelContainerTest, UsesMemoryOnAFullDisk) {
     insertSnippet(*ModelContainer::open(support()));
     // A store of an older version, which cannot be opened without a write.
     SQLite::Database(store().string(), SQLite::OPEN_READWRITE).exec("DROP INDEX TranscriptionNewestFirst");
@@ -280,14 +280,14 @@ TEST_F(ModelContainerTest, FallsBackToMemoryOnAFullDisk) {
     expectSnippetKept();
 }
 
-TEST_F(ModelContainerTest, FallsBackToMemoryOnAFullDiskWithoutAStore) {
+TEST_F(ModelContainerTest, UsesMemoryOnAFullDiskWithoutAStore) {
     fs::create_directories(directory());
     expectMemoryFor([] { return std::make_unique<tests::FileSizeLimit>(0); });
 }
 
-TEST_F(ModelContainerTest, KeepsTheStoreWhenNoFileCanBeOpened) {
+TEST_F(ModelContainerTest, KeepsTheStoreIfNoFileCanBeOpened) {
     insertSnippet(*ModelContainer::open(support()));
-    // None at all, and none for the log beside the store.
+    // No file at all, and no file for the log beside the store.
     for (const int free : {0, 1}) {
         expectMemoryFor([free] { return std::make_unique<DescriptorLimit>(free); });
         expectSnippetKept();
@@ -334,7 +334,7 @@ TEST_F(ModelContainerTest, PutsAStoreAsideInAStateThatSqliteOpens) {
             .execAndGet("SELECT trigger FROM Snippet")
             .getString();
     };
-    // What was saved last is in the log alone.
+    // The last change is in the log only.
     auto container = ModelContainer::open(support());
     insertSnippet(*container);
     for (const char* suffix : {"", "-wal"})

@@ -45,7 +45,7 @@ protected:
         return names;
     }
 
-    /// What is in the file, seen by a connection of its own.
+    /// Returns the number of snippets in the file, read through another connection.
     std::int64_t storedSnippets() const {
         SQLite::Database database(store().string());
         return database.execAndGet("SELECT count(*) FROM Snippet").getInt64();
@@ -133,7 +133,7 @@ TEST_F(ModelContextTest, ShowsStagedChangesBeforeTheyAreSaved) {
     EXPECT_EQ(triggers(), (NameList{"changed", "new"}));
 }
 
-TEST_F(ModelContextTest, LosesWhatWasNotSaved) {
+TEST_F(ModelContextTest, LosesUnsavedChanges) {
     context().insert(snippet("unsaved"));
     EXPECT_EQ(triggers(), NameList{"unsaved"});
     open();
@@ -156,7 +156,7 @@ TEST_F(ModelContextTest, FetchesInOrderOfInsertion) {
     EXPECT_EQ(triggers(), (NameList{"c", "a", "d", "e"}));
 }
 
-TEST_F(ModelContextTest, SortsAndCutsAlikeWithAndWithoutStagedChanges) {
+TEST_F(ModelContextTest, SortsAndLimitsEquallyWithAndWithoutStagedChanges) {
     for (const bool saved : {true, false}) {
         open();
         for (auto& old : context().fetch<Snippet>())
@@ -184,7 +184,7 @@ TEST_F(ModelContextTest, SortsAndCutsAlikeWithAndWithoutStagedChanges) {
     }
 }
 
-TEST_F(ModelContextTest, FiltersAlikeWithAndWithoutStagedChanges) {
+TEST_F(ModelContextTest, FiltersEquallyWithAndWithoutStagedChanges) {
     const auto now = base::Date(1000s);
     for (const bool saved : {true, false}) {
         context().insert(Transcription{.rawText = "old", .timestamp = now - 1ns});
@@ -222,7 +222,7 @@ TEST_F(ModelContextTest, FiltersAlikeWithAndWithoutStagedChanges) {
     }
 }
 
-TEST_F(ModelContextTest, FiltersByOneTextAlikeWithAndWithoutStagedChanges) {
+TEST_F(ModelContextTest, FiltersByOneTextEquallyWithAndWithoutStagedChanges) {
     for (const bool saved : {true, false}) {
         for (const auto* trigger : {"b", "ab", "c", "bb"})
             context().insert(snippet(trigger));
@@ -260,7 +260,7 @@ TEST_F(ModelContextTest, SortsAbsentTextFirst) {
     }
 }
 
-TEST_F(ModelContextTest, TakesChangesOfAnUnsavedRecordTogether) {
+TEST_F(ModelContextTest, CombinesChangesOfAnUnsavedRecord) {
     auto record = snippet("a");
     context().insert(record);
     record.trigger = "b";
@@ -282,7 +282,7 @@ TEST_F(ModelContextTest, ChangesNothingForAnUnknownIdentifier) {
     EXPECT_EQ(triggers(), NameList{});
 }
 
-TEST_F(ModelContextTest, TakesAKnownIdentifierForTheSameRecord) {
+TEST_F(ModelContextTest, UpdatesTheRecordOfAKnownIdentifier) {
     auto record = snippet("first");
     context().insert(record);
     context().insert(snippet("second"));
@@ -295,7 +295,7 @@ TEST_F(ModelContextTest, TakesAKnownIdentifierForTheSameRecord) {
     EXPECT_EQ(storedSnippets(), 2);
 }
 
-TEST_F(ModelContextTest, KeepsStagedChangesOverAFailedSaveForTheNextOne) {
+TEST_F(ModelContextTest, KeepsStagedChangesAfterAFailedSave) {
     auto kept = snippet("kept");
     const auto dropped = snippet("dropped");
     context().insert(kept);
@@ -324,7 +324,7 @@ TEST_F(ModelContextTest, KeepsStagedChangesOverAFailedSaveForTheNextOne) {
     EXPECT_EQ(context().fetch<Snippet>().front().usageCount, 1);
 }
 
-TEST_F(ModelContextTest, FailsASaveOfALockedStoreWithoutWaitingForEver) {
+TEST_F(ModelContextTest, FailsToSaveALockedStoreAfterALimitedWait) {
     SQLite::Database other(store().string(), SQLite::OPEN_READWRITE);
     other.exec("BEGIN IMMEDIATE");
     context().insert(snippet("a"));
@@ -336,7 +336,7 @@ TEST_F(ModelContextTest, FailsASaveOfALockedStoreWithoutWaitingForEver) {
     EXPECT_EQ(storedSnippets(), 1);
 }
 
-TEST_F(ModelContextTest, SaysWhenAFetchFails) {
+TEST_F(ModelContextTest, ThrowsIfAFetchFails) {
     {
         SQLite::Database other(store().string(), SQLite::OPEN_READWRITE);
         other.exec("DROP TABLE Snippet");
@@ -350,7 +350,7 @@ TEST_F(ModelContextTest, SaysWhenAFetchFails) {
     EXPECT_TRUE(context().fetch<Transcription>().empty());
 }
 
-TEST_F(ModelContextTest, TakesNumbersThatAreNone) {
+TEST_F(ModelContextTest, StoresNumbersThatAreNotFinite) {
     context().insert(
         Transcription{.rawText = "a", .durationSeconds = std::numeric_limits<double>::quiet_NaN()});
     context().insert(
@@ -370,7 +370,7 @@ TEST_F(ModelContextTest, ReadsAWordOfAnUnknownKindAsOther) {
     EXPECT_EQ(context().fetch<DictionaryEntry>().at(0).category, EntryCategory::other);
 }
 
-TEST_F(ModelContextTest, TellsObserversOfEachStagedChange) {
+TEST_F(ModelContextTest, NotifiesObserversOfEachStagedChange) {
     int heard = 0;
     auto record = snippet("a");
     auto subscription = context().onChange<Snippet>([&] { ++heard; });
@@ -432,7 +432,7 @@ TEST_F(ModelContextTest, VisitsTheFiguresOfTheHistoryNewestFirst) {
     }
 }
 
-TEST_F(ModelContextTest, GivesAnOlderStoreTheIndexOfTheHistory) {
+TEST_F(ModelContextTest, AddsTheIndexOfTheHistoryToAnOlderStore) {
     const auto indices = [&] {
         SQLite::Database database(store().string());
         SQLite::Statement all(
@@ -452,7 +452,7 @@ TEST_F(ModelContextTest, GivesAnOlderStoreTheIndexOfTheHistory) {
     EXPECT_EQ(indices(), NameList{"TranscriptionNewestFirst"});
 }
 
-TEST_F(ModelContextTest, KeepsWhatWasSavedWhenTheProcessIsKilled) {
+TEST_F(ModelContextTest, KeepsSavedRecordsIfTheProcessIsKilled) {
     close();
     const pid_t child = ::fork();
     ASSERT_GE(child, 0);

@@ -9,7 +9,7 @@ TEST(Records, GetANewIdentifierAtCreation) {
     EXPECT_NE(Snippet{}.id, base::Uuid{});
 }
 
-TEST(Records, BeginWithTheValuesOfANewRow) {
+TEST(Records, StartWithTheValuesOfANewRow) {
     EXPECT_FALSE(Transcription{}.isDismissed);
     EXPECT_EQ(Transcription{}.appName, std::nullopt);
     EXPECT_EQ(Transcription{}.durationSeconds, 0);

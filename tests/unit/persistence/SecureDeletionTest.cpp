@@ -38,7 +38,7 @@ private:
 TEST_F(SecureDeletionTest, OverwritesTheSameFileInPlaceAndRemovesIt) {
     const std::string voice(3'000'001, 'v');
     writeFile(file(), voice);
-    // The second name keeps the file, with what was written over it, in sight.
+    // The second name keeps the overwritten file accessible.
     fs::create_hard_link(file(), other());
 
     secureDelete(file(), random_);
@@ -63,7 +63,7 @@ TEST_F(SecureDeletionTest, OverwritesASingleByte) {
     EXPECT_EQ(given().size(), 1U);
 }
 
-TEST_F(SecureDeletionTest, RaisesTheSystemsErrorForAMissingFile) {
+TEST_F(SecureDeletionTest, ThrowsTheSystemsErrorForAMissingFile) {
     try {
         secureDelete(file(), random_);
         FAIL();
@@ -73,7 +73,7 @@ TEST_F(SecureDeletionTest, RaisesTheSystemsErrorForAMissingFile) {
     }
 }
 
-TEST_F(SecureDeletionTest, LeavesTheFileUnchangedWhenTheRandomSourceFails) {
+TEST_F(SecureDeletionTest, KeepsTheFileUnchangedIfTheRandomSourceFails) {
     writeFile(file(), "voice");
     random_.control().failWith(EIO);
     try {
@@ -87,7 +87,7 @@ TEST_F(SecureDeletionTest, LeavesTheFileUnchangedWhenTheRandomSourceFails) {
     EXPECT_EQ(contentOf(file()), "voice");
 }
 
-TEST_F(SecureDeletionTest, RemovesALinkAndSparesItsTarget) {
+TEST_F(SecureDeletionTest, RemovesALinkAndKeepsItsTarget) {
     writeFile(other(), "kept");
     fs::create_symlink(other(), file());
     secureDelete(file(), random_);
@@ -107,7 +107,7 @@ TEST_F(SecureDeletionTest, DoesNotWaitForAPipe) {
     EXPECT_FALSE(fs::exists(fs::symlink_status(file())));
 }
 
-TEST_F(SecureDeletionTest, KeepsTheFileWhenItCannotBeOverwritten) {
+TEST_F(SecureDeletionTest, KeepsTheFileIfItCannotBeOverwritten) {
     writeFile(file(), std::string(5000, 'v'));
     const tests::FileSizeLimit limit(1000);
     EXPECT_THROW(secureDelete(file(), random_), fs::filesystem_error);

@@ -27,7 +27,7 @@ using tests::contentOf;
 using tests::modeOf;
 using tests::writeFile;
 
-/// Watches the waits of this process for the disk.
+/// Records the flushes of this process.
 class SynchronizationWatch {
 public:
     explicit SynchronizationWatch(std::function<void()> onWait = {}) {
@@ -90,12 +90,12 @@ private:
 
 } // namespace
 
-/// In place of the system library's.
+/// Replaces the system library's function.
 extern "C" int fsync(int file) {
     return SynchronizationWatch::wait(file);
 }
 
-TEST_F(SettingsTest, BeginsEmptyWithoutAFileAndWritesNone) {
+TEST_F(SettingsTest, StartsEmptyWithoutAFileAndWritesNone) {
     Settings settings(file());
     settings.registerDefaults();
     settings.synchronize();
@@ -132,7 +132,7 @@ TEST_F(SettingsTest, WritesThroughWithPlainJsonTypes) {
                                              "hotkeyBindings":{"base64":"e30="}})"));
 }
 
-TEST_F(SettingsTest, KeepsAbsentApartFromEmpty) {
+TEST_F(SettingsTest, DistinguishesAbsentFromEmpty) {
     {
         Settings settings(file());
         settings.set(keys::engineBeforeLocalOnly, "");
@@ -152,7 +152,7 @@ TEST_F(SettingsTest, KeepsAbsentApartFromEmpty) {
     EXPECT_EQ(settings.rawValue(keys::language), std::nullopt);
 }
 
-TEST_F(SettingsTest, RemovesAKeyForGood) {
+TEST_F(SettingsTest, RemovesAKeyPermanently) {
     {
         Settings settings(file());
         settings.set(keys::accessToken, "token");
@@ -167,7 +167,7 @@ TEST_F(SettingsTest, RemovesAKeyForGood) {
     EXPECT_EQ(contentOf(file()).find("token"), std::string::npos);
 }
 
-TEST_F(SettingsTest, GivesRegisteredDefaultsToPlainReadsOnceRegistered) {
+TEST_F(SettingsTest, ReturnsRegisteredDefaultsFromPlainReads) {
     Settings settings(file());
     EXPECT_FALSE(settings.read(keys::pauseAudioDuringDictation));
     settings.registerDefaults();
@@ -185,7 +185,7 @@ TEST_F(SettingsTest, GivesRegisteredDefaultsToPlainReadsOnceRegistered) {
     EXPECT_TRUE(settings.read(keys::showInDock));
 }
 
-TEST_F(SettingsTest, GivesPlainReadsOfOtherKeysTheEmptyValue) {
+TEST_F(SettingsTest, ReturnsTheEmptyValueFromPlainReadsOfOtherKeys) {
     Settings settings(file());
     settings.registerDefaults();
     EXPECT_FALSE(settings.read(keys::soundEffectsEnabled));
@@ -196,7 +196,7 @@ TEST_F(SettingsTest, GivesPlainReadsOfOtherKeysTheEmptyValue) {
     EXPECT_FALSE(settings.read(keys::isOnboardingComplete));
 }
 
-TEST_F(SettingsTest, GivesBoundViewsTheDefaultOfTheTable) {
+TEST_F(SettingsTest, ReturnsTheDefaultOfTheTableToBoundViews) {
     Settings settings(file());
     EXPECT_TRUE(settings.bound(keys::soundEffectsEnabled));
     EXPECT_TRUE(settings.bound(keys::showInDock));
@@ -207,7 +207,7 @@ TEST_F(SettingsTest, GivesBoundViewsTheDefaultOfTheTable) {
     EXPECT_EQ(settings.bound(keys::language), "de");
 }
 
-TEST_F(SettingsTest, ReadsAValueOfAnotherTypeAsNoneAndKeepsIt) {
+TEST_F(SettingsTest, ReadsAValueOfAnotherTypeAsAbsentAndKeepsIt) {
     write(R"({"showInDock":"yes","localOnlyMode":1,"aiProcessingEnabled":0,"retentionPeriodDays":"7",
               "onboardingStep":2.0,"language":5,"scratchpadText":null,"hotkeyBindings":"e30=","launchAtLogin":[true],
               "com.sonvale.accessToken":{"base64":"e30="}})");
@@ -243,7 +243,7 @@ TEST_F(SettingsTest, ReadsDataInItsOwnFormOnly) {
     }
 }
 
-TEST_F(SettingsTest, KeepsKeysThatItDoesNotKnow) {
+TEST_F(SettingsTest, KeepsUnknownKeys) {
     write(R"({"ofALaterVersion":{"deep":[1,2.5,null]},"language":"de"})");
     Settings settings(file());
     settings.set(keys::language, "fr");
@@ -263,7 +263,7 @@ TEST_F(SettingsTest, MakesTheFileAndItsFolderPrivate) {
     EXPECT_EQ(modeOf(folder()), 0700U);
 }
 
-TEST_F(SettingsTest, ClosesAWideFileToOthersWhenItIsLoaded) {
+TEST_F(SettingsTest, MakesAFilePrivateWhenItIsLoaded) {
     write(R"({"com.sonvale.accessToken":"token"})");
     fs::permissions(file(), fs::perms(0644));
     const Settings settings(file());
@@ -289,7 +289,7 @@ TEST_F(SettingsTest, DoesNotWriteAnEqualValueAgain) {
     EXPECT_TRUE(fs::exists(file()));
 }
 
-TEST_F(SettingsTest, PutsEveryBrokenFileAsideAndSaysSoWithoutItsContent) {
+TEST_F(SettingsTest, PutsEveryBrokenFileAsideAndLogsItWithoutItsContent) {
     const std::string secret = "\"com.sonvale.accessToken\":\"secret-token\"";
     const std::string broken[] = {
         "",
@@ -323,7 +323,7 @@ TEST_F(SettingsTest, PutsEveryBrokenFileAsideAndSaysSoWithoutItsContent) {
     }
 }
 
-TEST_F(SettingsTest, PutsAsideWhatIsNoFile) {
+TEST_F(SettingsTest, PutsAsideAFolderInItsPlace) {
     fs::create_directories(file() / "inside");
     Settings settings(file());
     EXPECT_TRUE(fs::is_directory(aside(1) / "inside"));
@@ -339,7 +339,7 @@ TEST_F(SettingsTest, DoesNotWaitForAPipe) {
     EXPECT_EQ(Settings(file()).stored(keys::language), "de");
 }
 
-TEST_F(SettingsTest, KeepsTheValueInMemoryWhenTheDiskIsFullAndWritesItLater) {
+TEST_F(SettingsTest, KeepsTheValueInMemoryOnAFullDiskAndWritesItLater) {
     Settings settings(file());
     settings.set(keys::language, "de");
     const auto before = contentOf(file());
@@ -370,7 +370,7 @@ TEST_F(SettingsTest, WritesAnEqualValueAgainAfterAFailure) {
     EXPECT_EQ(Settings(file()).stored(keys::language), "de");
 }
 
-TEST_F(SettingsTest, WorksOnWhenItsFolderCannotBeMade) {
+TEST_F(SettingsTest, WorksIfItsFolderCannotBeMade) {
     writeFile(folder(), "in the way");
     Settings settings(file());
     settings.set(keys::language, "de");
@@ -379,7 +379,7 @@ TEST_F(SettingsTest, WorksOnWhenItsFolderCannotBeMade) {
     EXPECT_EQ(contentOf(folder()), "in the way");
 }
 
-TEST_F(SettingsTest, LeavesNoOtherFilesBehind) {
+TEST_F(SettingsTest, LeavesNoOtherFiles) {
     {
         Settings settings(file());
         for (int i = 0; i < 10; ++i)
@@ -388,7 +388,7 @@ TEST_F(SettingsTest, LeavesNoOtherFilesBehind) {
     EXPECT_EQ(std::distance(fs::directory_iterator(folder()), fs::directory_iterator()), 1);
 }
 
-TEST_F(SettingsTest, IsWholeAfterTheProcessIsKilledAtAnyMoment) {
+TEST_F(SettingsTest, IsWholeIfTheProcessIsKilledAtAnyTime) {
     constexpr int rounds = 40;
     for (int round = 0; round < rounds; ++round) {
         int progress[2];
@@ -409,7 +409,7 @@ TEST_F(SettingsTest, IsWholeAfterTheProcessIsKilledAtAnyMoment) {
         std::int64_t confirmed = 0;
         for (int i = 0; i <= round % 5; ++i)
             ASSERT_EQ(::read(progress[0], &confirmed, sizeof confirmed), ssize_t{sizeof confirmed});
-        // A different moment within the next change each time.
+        // A different time within the next change in each round.
         for (volatile int spin = 0; spin < round * 20000; spin = spin + 1) {
         }
         ::kill(child, SIGKILL);
@@ -429,7 +429,7 @@ TEST_F(SettingsTest, IsWholeAfterTheProcessIsKilledAtAnyMoment) {
     EXPECT_TRUE(log_.lines().empty());
 }
 
-// The disk.
+// Tests of the disk.
 
 TEST_F(SettingsTest, WaitsForTheDiskOnAnotherThreadOnly) {
     const SynchronizationWatch watch;
@@ -444,7 +444,7 @@ TEST_F(SettingsTest, WaitsForTheDiskOnAnotherThreadOnly) {
     EXPECT_GE(watch.all(), 2) << "the file and its folder";
 }
 
-TEST_F(SettingsTest, KeepsTheVersionThatIsOnTheDiskUntilTheNextOneIs) {
+TEST_F(SettingsTest, KeepsTheFlushedVersionUntilTheNextOneIsFlushed) {
     write(R"({"language":"de"})");
     std::string durable;
     bool isFollowed = false;
@@ -462,7 +462,7 @@ TEST_F(SettingsTest, KeepsTheVersionThatIsOnTheDiskUntilTheNextOneIs) {
     EXPECT_EQ(Settings(file()).stored(keys::language), "fr");
 }
 
-TEST_F(SettingsTest, ReturnsToTheVersionThatWasOnTheDiskAfterALossOfPower) {
+TEST_F(SettingsTest, ReadsTheFlushedVersionAfterALossOfPower) {
     for (const auto& damaged : {std::string(), std::string(100, '\0'), std::string(R"({"language":)")}) {
         write(damaged);
         writeFile(durableFile(), R"({"language":"de"})");
@@ -476,7 +476,7 @@ TEST_F(SettingsTest, ReturnsToTheVersionThatWasOnTheDiskAfterALossOfPower) {
     EXPECT_EQ(Settings(file()).stored(keys::language), "de") << "the new version never came to the disk";
 }
 
-TEST_F(SettingsTest, PrefersAWholeNewVersionToTheOneThatWasOnTheDisk) {
+TEST_F(SettingsTest, PrefersAWholeNewVersionToTheFlushedOne) {
     write(R"({"language":"fr"})");
     writeFile(durableFile(), R"({"language":"de"})");
     {
@@ -487,9 +487,9 @@ TEST_F(SettingsTest, PrefersAWholeNewVersionToTheOneThatWasOnTheDisk) {
     EXPECT_TRUE(log_.lines().empty());
 }
 
-// Several sessions of one user.
+// Tests of several sessions of one user.
 
-TEST_F(SettingsTest, KeepsWhatAnotherSessionHasChanged) {
+TEST_F(SettingsTest, KeepsChangesOfAnotherSession) {
     Settings first(file());
     Settings second(file());
     first.set(keys::refreshToken, "old");
@@ -511,7 +511,7 @@ TEST_F(SettingsTest, KeepsWhatAnotherSessionHasChanged) {
                   R"({"com.sonvale.refreshToken":"rotated","scratchpadText":"notes","language":"fr"})"));
 }
 
-TEST_F(SettingsTest, DoesNotBringBackWhatAnotherSessionHasRemoved) {
+TEST_F(SettingsTest, DoesNotRestoreKeysThatAnotherSessionHasRemoved) {
     Settings first(file());
     first.set(keys::accessToken, "token");
     Settings second(file());
@@ -522,7 +522,7 @@ TEST_F(SettingsTest, DoesNotBringBackWhatAnotherSessionHasRemoved) {
     EXPECT_EQ(contentOf(file()).find("token"), std::string::npos);
 }
 
-TEST_F(SettingsTest, SetsAValueThatAnotherSessionHasChangedMeanwhile) {
+TEST_F(SettingsTest, SetsAValueThatAnotherSessionHasChanged) {
     Settings first(file());
     Settings second(file());
     first.set(keys::language, "de");
@@ -583,7 +583,7 @@ TEST_F(SettingsTest, LosesNoChangeOfTwoProcesses) {
     EXPECT_EQ(settings.stored(keys::retentionPeriodDays), changes);
 }
 
-TEST_F(SettingsTest, ServesSeveralThreads) {
+TEST_F(SettingsTest, WorksOnSeveralThreads) {
     Settings settings(file());
     {
         std::vector<std::jthread> threads;
