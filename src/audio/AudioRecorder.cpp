@@ -21,16 +21,16 @@ void close(platform::AudioFileWriter& file) {
     try {
         file.close();
     } catch (const platform::AudioFileError&) {
-        // A recording that lacks buffers is still worth transcribing, and one that cannot be read fails
-        // there.
+        // A recording without some buffers is still worth transcribing. If it cannot be read, the
+        // transcription fails.
         return;
     }
 }
 
 } // namespace
 
-/// What the tap block reaches on the capture thread. Each lock is held for one short step, never both at
-/// once.
+/// The state that the tap block uses on the capture thread. Each lock is held for one short step, and never
+/// both at once.
 struct AudioRecorder::Capture {
     std::mutex audioFileLock;
     std::shared_ptr<platform::AudioFileWriter> audioFile; ///< guarded by `audioFileLock`
@@ -40,7 +40,8 @@ struct AudioRecorder::Capture {
 
     /// Read without a lock on the capture thread.
     std::atomic<const BufferConsumer*> onBuffer = nullptr;
-    /// Main actor. All consumers since the capture began: the tap block may still be inside a former one.
+    /// Main actor. All consumers since the capture began, because the tap block may still be inside a
+    /// previous one.
     std::vector<std::unique_ptr<const BufferConsumer>> consumers;
 
     std::shared_ptr<platform::AudioFileWriter> exchangeFile(std::shared_ptr<platform::AudioFileWriter> file) {
@@ -67,7 +68,7 @@ AudioRecorder::AudioRecorder(runtime::Actor main, runtime::Clock& clock, platfor
     , capture_(std::make_shared<Capture>()) {}
 
 AudioRecorder::~AudioRecorder() {
-    // The engine goes first: after it no tap block runs.
+    // The engine is destroyed first. After that no tap block runs.
     audioEngine_.reset();
     closeFile();
     wipeBuffers();
@@ -104,7 +105,7 @@ void AudioRecorder::startRecording() {
     recordingStartTime_ = clock_.now();
     isRecording = true;
 
-    // Never cancelled: it also stops a later recording that runs when its time comes.
+    // This task is never cancelled: it also stops a later recording that runs when its time has passed.
     runtime::spawn(main_, watchDuration(weak_from_this(), &clock_));
 }
 
@@ -124,7 +125,7 @@ platform::AudioEngine::TapBlock AudioRecorder::makeTapBlock() {
         if (const auto* consumer = capture->onBuffer.load())
             (*consumer)(buffer);
 
-        // Before the buffer enters the list, from which the main actor may overwrite it.
+        // The level is computed before the buffer is in the list, from which the main actor may overwrite it.
         const float bufferLevel = level(*buffer);
 
         {
@@ -133,7 +134,7 @@ platform::AudioEngine::TapBlock AudioRecorder::makeTapBlock() {
         }
 
         main.post([weakSelf, bufferLevel] {
-            // A buffer that was on its way when the capture stopped must not leave its level behind.
+            // The capture may have stopped in the meantime; then the level must stay 0.
             if (const auto self = weakSelf.lock(); self && self->audioEngine_)
                 self->audioLevel = bufferLevel;
         });
@@ -168,7 +169,7 @@ std::optional<std::filesystem::path> AudioRecorder::forceStop() {
 
 void AudioRecorder::cleanupRecording() {
     main_.assertCurrent();
-    // A file that is still open reads the buffers until it is closed.
+    // An open file reads the buffers until it is closed.
     closeFile();
     if (recordingURL_)
         deleteRecording(*recordingURL_);
@@ -273,14 +274,15 @@ void AudioRecorder::deleteRecording(const std::filesystem::path& url) {
     try {
         persistence::secureDelete(url, random_);
     } catch (const std::exception&) {
-        // Whatever the disk says, it must not come between the user and the text, or replace the reason of a
-        // failed start; stray recordings are removed later.
+        // A failure of the disk must neither delay the text nor replace the reason of a failed start. Stray
+        // recordings are removed later.
         return;
     }
 }
 
 void AudioRecorder::wipeBuffers() {
-    // Taken out first: overwriting ten minutes of audio under the lock would hold up the capture thread.
+    // The buffers are removed from the list first: overwriting ten minutes of audio under the lock would
+    // block the capture thread.
     for (const auto& buffer : capture_->takeBuffers())
         buffer->wipe();
 }

@@ -4,7 +4,7 @@
 
 namespace sonvale::audio {
 
-/// How loud a piece of audio is: the root of the mean of the squares of the samples of channel 0. 0 without
+/// Returns the loudness of a piece of audio: the root mean square of the samples of channel 0; 0 without
 /// frames or channels. Any thread.
 float level(const platform::PcmBuffer& buffer);
 

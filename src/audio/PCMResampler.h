@@ -9,17 +9,17 @@
 
 namespace sonvale::audio {
 
-/// Turns captured buffers into what the realtime service takes: 16-bit mono samples at 24,000 Hz, in
-/// little-endian order. One thread: the capture's.
+/// Converts captured buffers to the format of the realtime service: 16-bit mono samples at 24,000 Hz,
+/// little-endian. Used on one thread, the capture thread.
 class PCMResampler {
 public:
     static constexpr double targetSampleRate = 24000;
 
-    /// `converters` outlives it.
+    /// `converters` must outlive it.
     explicit PCMResampler(platform::SampleRateConverters& converters);
 
-    /// The buffer's bytes in the target format, two for each frame. Nothing, with a line in the log, when
-    /// there is no way to convert it; the next buffer is tried anew. Does not block and never throws.
+    /// Returns the buffer's bytes in the target format, two for each frame. Returns nullopt and logs a line
+    /// if the buffer cannot be converted; the next buffer is tried again. Does not block and never throws.
     std::optional<base::WipedBytes> resample(const platform::PcmBuffer& buffer);
 
 private:

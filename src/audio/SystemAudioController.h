@@ -6,21 +6,20 @@
 
 namespace sonvale::audio {
 
-/// Keeps music from talking over a dictation: knows whether a player plays and pauses it. Main actor; the
-/// players must outlive it.
+/// Pauses music during a dictation: knows whether a player plays and pauses it. Main actor; the players must
+/// outlive it.
 ///
-/// What a player did before its first report is not known, and the report that came last decides for all
-/// players together.
+/// The state of a player before its first report is unknown. The last report counts for all players together.
 class SystemAudioController {
 public:
     explicit SystemAudioController(platform::MediaPlayers& players);
     SystemAudioController(const SystemAudioController&) = delete;
     SystemAudioController& operator=(const SystemAudioController&) = delete;
 
-    bool didPauseMedia = false; ///< this program paused the player and owes it the resume
+    bool didPauseMedia = false; ///< whether this program paused the player and must resume it
     bool isMediaCurrentlyPlaying() const { return *isPlaying_; }
 
-    /// Sends the one command that both pauses and resumes.
+    /// Sends the one command that pauses and resumes.
     void togglePlayPause();
 
 private:

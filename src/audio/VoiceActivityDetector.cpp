@@ -4,7 +4,7 @@ namespace sonvale::audio {
 
 namespace {
 
-/// Sums of times are not exact: a silence of just the delay has lasted long enough.
+/// Sums of times are not exact: a silence exactly as long as the delay is long enough.
 constexpr double rounding = 1e-6;
 
 } // namespace
@@ -41,7 +41,7 @@ void VoiceActivityDetector::process(float level) {
     if (silenceDuration.get() < endOfUtteranceDelay - rounding)
         return;
     clearUtterance();
-    // Whoever is called may set another.
+    // The callback may set another one.
     if (const auto callback = onEndOfUtterance)
         callback();
 }

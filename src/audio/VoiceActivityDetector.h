@@ -9,8 +9,8 @@
 
 namespace sonvale::audio {
 
-/// Tells when the speaker has come to a pause, from the loudness alone: above one threshold is speech, below
-/// a lower one is silence, and a level between the two is neither.
+/// Detects pauses of the speaker by loudness: a level above one threshold is speech, a level below a lower
+/// one is silence, and a level between the two is neither.
 ///
 /// Main actor; the clock must outlive it.
 class VoiceActivityDetector {
@@ -24,8 +24,8 @@ public:
     VoiceActivityDetector(const VoiceActivityDetector&) = delete;
     VoiceActivityDetector& operator=(const VoiceActivityDetector&) = delete;
 
-    base::Observed<bool> isSpeaking{false};    ///< speech was heard since the last utterance ended
-    base::Observed<double> silenceDuration{0}; ///< seconds since the last speech, as of the last silent level
+    base::Observed<bool> isSpeaking{false};    ///< whether speech was heard since the last utterance ended
+    base::Observed<double> silenceDuration{0}; ///< seconds from the last speech to the last silent level
     double endOfUtteranceDelay = defaultEndOfUtteranceDelay; ///< seconds of silence that end an utterance
 
     /// Called once for each utterance, inside `process`.
@@ -34,10 +34,10 @@ public:
     void start();
     void stop();
 
-    /// Forgets the utterance that is going on; nothing while it does not run.
+    /// Forgets the current utterance. Does nothing if it is not running.
     void resetForNextUtterance();
 
-    /// Takes the loudness of this moment. Nothing while it does not run.
+    /// Processes the loudness of this moment. Does nothing if it is not running.
     void process(float level);
 
 private:
@@ -45,7 +45,7 @@ private:
 
     runtime::Clock& clock_;
     bool isActive_ = false;
-    std::optional<double> lastSpeechTime_; ///< by the clock's `now()`
+    std::optional<double> lastSpeechTime_; ///< in time of the clock's `now()`
 };
 
 } // namespace sonvale::audio

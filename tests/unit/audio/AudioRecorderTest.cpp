@@ -29,7 +29,7 @@ protected:
             onMain([&] { recorder.reset(); });
     }
 
-    /// Runs `work` on the main actor, and what became ready by it.
+    /// Runs `work` on the main actor, and then everything that is ready.
     template <class Work>
     std::invoke_result_t<Work> onMain(Work work) {
         using Result = std::invoke_result_t<Work>;
@@ -68,7 +68,7 @@ protected:
         onMain([&] { recorder->openSegment(); });
     }
 
-    /// A full buffer of one value arrives on the capture thread.
+    /// Delivers a full buffer of one value on the capture thread.
     platform::PcmBufferPtr deliver(float value, std::size_t frames = 1024) {
         auto buffer = std::make_shared<platform::PcmBuffer>(platform::AudioFormat{48000, 1}, frames);
         std::ranges::fill(buffer->channel(0), value);
@@ -84,7 +84,7 @@ protected:
         return true;
     }
 
-    /// Values of "durationSeconds" of all `recordingStopped` lines.
+    /// Returns the values of "durationSeconds" of all `recordingStopped` lines.
     std::vector<std::string> reportedSeconds() {
         runtime.runUntilIdle();
         std::vector<std::string> seconds;
@@ -136,7 +136,7 @@ TEST_F(AudioRecorderTest, StartsACaptureAndAFileInTheDevicesFormat) {
     EXPECT_EQ(files.format(onlyFile()), (platform::AudioFormat{44100, 2}));
 }
 
-TEST_F(AudioRecorderTest, NamesEachFileByAFreshIdentifierInUpperCase) {
+TEST_F(AudioRecorderTest, NamesEachFileByANewIdentifierInUpperCase) {
     start();
     start();
     const auto paths = files.created();
@@ -166,7 +166,7 @@ TEST_F(AudioRecorderTest, RefusesToStartWithoutAnInputBeforeAnyFileIsMade) {
     EXPECT_EQ(runtime.clock().pending(), 0U);
 }
 
-TEST_F(AudioRecorderTest, PassesOnTheErrorOfAFileThatCannotBeMade) {
+TEST_F(AudioRecorderTest, ThrowsTheErrorOfAFileThatCannotBeMade) {
     files.failCreating("disk full");
     try {
         start();
@@ -179,7 +179,7 @@ TEST_F(AudioRecorderTest, PassesOnTheErrorOfAFileThatCannotBeMade) {
     EXPECT_EQ(microphone.calls(), (std::vector<std::string>{"make", "destroy"}));
 }
 
-TEST_F(AudioRecorderTest, PassesOnTheErrorOfACaptureThatDoesNotStartAndLeavesNothingBehind) {
+TEST_F(AudioRecorderTest, ThrowsTheErrorOfACaptureThatDoesNotStartAndLeavesNoFile) {
     int changes = 0;
     const auto recording = recorder->isRecording.subscribe([&](bool) { ++changes; });
     const auto level = recorder->audioLevel.subscribe([&](float) { ++changes; });
@@ -205,14 +205,14 @@ TEST_F(AudioRecorderTest, PassesOnTheErrorOfACaptureThatDoesNotStartAndLeavesNot
     EXPECT_TRUE(recorder->isRecording.get());
 }
 
-TEST_F(AudioRecorderTest, KeepsWhatArrivesWhileTheCaptureStarts) {
+TEST_F(AudioRecorderTest, KeepsBuffersThatArriveWhileTheCaptureStarts) {
     microphone.speakDuringNextStart(std::vector<float>(1024, 0.5F));
     start();
     EXPECT_EQ(files.samples(onlyFile()).size(), 1024U);
     EXPECT_FLOAT_EQ(recorder->audioLevel.get(), 0.5F);
 }
 
-TEST_F(AudioRecorderTest, ForcesARunningCaptureToStopBeforeItStartsAnother) {
+TEST_F(AudioRecorderTest, StopsARunningCaptureBeforeItStartsAnother) {
     start();
     deliver(0.5F);
     start();
@@ -254,7 +254,7 @@ TEST_F(AudioRecorderTest, StoresTheLevelInATaskOfTheMainActor) {
     EXPECT_EQ(levels, (std::vector{0.25F, 0.5F}));
 }
 
-TEST_F(AudioRecorderTest, RecordsAStereoDeviceInStereoAndTakesTheLevelOfTheFirstChannel) {
+TEST_F(AudioRecorderTest, RecordsInStereoAndMeasuresTheFirstChannel) {
     microphone.setFormat({48000, 2});
     start();
     auto buffer = std::make_shared<platform::PcmBuffer>(platform::AudioFormat{48000, 2}, 1024);
@@ -267,7 +267,7 @@ TEST_F(AudioRecorderTest, RecordsAStereoDeviceInStereoAndTakesTheLevelOfTheFirst
     EXPECT_EQ(files.samples(onlyFile(), 1), std::vector<float>(1024, 1.0F));
 }
 
-TEST_F(AudioRecorderTest, GoesOnWhenWritingFails) {
+TEST_F(AudioRecorderTest, ContinuesIfWritingFails) {
     int heard = 0;
     start();
     onMain([&] { recorder->setOnBuffer([&](const platform::PcmBufferPtr&) { ++heard; }); });
@@ -284,7 +284,7 @@ TEST_F(AudioRecorderTest, GoesOnWhenWritingFails) {
     EXPECT_TRUE(isZero(*lost));
 }
 
-TEST_F(AudioRecorderTest, LetsEverythingHappenWhileBuffersArrive) {
+TEST_F(AudioRecorderTest, AllowsEveryOperationWhileBuffersArrive) {
     std::atomic<bool> isOver = false;
     start();
     std::thread captureThread([&] {
@@ -333,7 +333,7 @@ TEST_F(AudioRecorderTest, StopClosesTheFileAndReturnsIt) {
                                                             "removeTap", "stop", "destroy"}));
 }
 
-TEST_F(AudioRecorderTest, DrainDeliversWhatTheDeviceHoldsAndGoesOn) {
+TEST_F(AudioRecorderTest, DrainDeliversTheDevicesSamplesAndContinues) {
     std::vector<float> heard;
     start();
     onMain([&] {
@@ -360,7 +360,7 @@ TEST_F(AudioRecorderTest, DrainDeliversWhatTheDeviceHoldsAndGoesOn) {
     EXPECT_EQ(heard, expected);
 }
 
-TEST_F(AudioRecorderTest, StopDoesNotWaitForTheTailOfAFileThatNobodyReads) {
+TEST_F(AudioRecorderTest, StopDoesNotWaitForTheTailOfAFileThatIsNotRead) {
     start();
     microphone.speakIntoDevice(std::vector<float>(1500, 0.5F));
     const auto path = onMain([&] { return recorder->stopRecording(AudioRecorder::Tail::drop); });
@@ -369,7 +369,7 @@ TEST_F(AudioRecorderTest, StopDoesNotWaitForTheTailOfAFileThatNobodyReads) {
               (std::vector<std::string>{"make", "installTap", "start", "removeTap", "stop", "destroy"}));
 }
 
-TEST_F(AudioRecorderTest, StopKeepsWhatWasSpokenUntilTheLastMoment) {
+TEST_F(AudioRecorderTest, StopKeepsEverythingThatWasSpoken) {
     start();
     microphone.speak(std::vector<float>(1500, 0.5F));
     microphone.speakIntoDevice(std::vector<float>(300, 0.5F));
@@ -385,7 +385,7 @@ TEST_F(AudioRecorderTest, StopReportsTheElapsedSeconds) {
     EXPECT_EQ(reportedSeconds(), std::vector<std::string>{"2.50"});
 }
 
-TEST_F(AudioRecorderTest, StopEndsTheConsumer) {
+TEST_F(AudioRecorderTest, StopRemovesTheConsumer) {
     int heard = 0;
     start();
     onMain([&] { recorder->setOnBuffer([&](const platform::PcmBufferPtr&) { ++heard; }); });
@@ -396,7 +396,7 @@ TEST_F(AudioRecorderTest, StopEndsTheConsumer) {
     EXPECT_EQ(heard, 0);
 }
 
-TEST_F(AudioRecorderTest, TakesAConsumerThatWasSetBeforeTheStart) {
+TEST_F(AudioRecorderTest, UsesAConsumerThatWasSetBeforeTheStart) {
     int heard = 0;
     onMain([&] { recorder->setOnBuffer([&](const platform::PcmBufferPtr&) { ++heard; }); });
     EXPECT_TRUE(onMain([&] { return static_cast<bool>(recorder->onBuffer()); }));
@@ -405,7 +405,7 @@ TEST_F(AudioRecorderTest, TakesAConsumerThatWasSetBeforeTheStart) {
     EXPECT_EQ(heard, 1);
 }
 
-TEST_F(AudioRecorderTest, StopWithoutACaptureYieldsAndReportsNothing) {
+TEST_F(AudioRecorderTest, StopWithoutACaptureReturnsAndReportsNothing) {
     EXPECT_EQ(stop(), std::nullopt);
     start();
     EXPECT_NE(stop(), std::nullopt);
@@ -413,14 +413,14 @@ TEST_F(AudioRecorderTest, StopWithoutACaptureYieldsAndReportsNothing) {
     EXPECT_EQ(reportedSeconds().size(), 1U);
 }
 
-TEST_F(AudioRecorderTest, StopYieldsTheFileEvenWhenItsClosingFails) {
+TEST_F(AudioRecorderTest, StopReturnsTheFileEvenIfClosingItFails) {
     start();
     files.failClosing("disk full");
     EXPECT_EQ(stop(), onlyFile());
     EXPECT_EQ(reportedSeconds().size(), 1U);
 }
 
-TEST_F(AudioRecorderTest, YieldsWhatWasCapturedWhenTheDeviceIsUnplugged) {
+TEST_F(AudioRecorderTest, ReturnsCapturedAudioIfTheDeviceIsUnplugged) {
     start();
     microphone.speak(std::vector<float>(1500, 0.5F));
     microphone.unplug();
@@ -501,7 +501,7 @@ TEST_F(AudioRecorderTest, CleanupWithoutAFileStillOverwritesTheSamples) {
     EXPECT_TRUE(isZero(*buffer));
 }
 
-TEST_F(AudioRecorderTest, CleanupIsSilentWhenTheDeletionFails) {
+TEST_F(AudioRecorderTest, CleanupIgnoresAFailedDeletion) {
     start();
     const auto buffer = deliver(0.5F);
     stop();
@@ -514,7 +514,7 @@ TEST_F(AudioRecorderTest, CleanupIsSilentWhenTheDeletionFails) {
     EXPECT_TRUE(std::filesystem::exists(onlyFile())) << "the recording was forgotten";
 }
 
-TEST_F(AudioRecorderTest, CleanupIsSilentWhenTheFileIsGone) {
+TEST_F(AudioRecorderTest, CleanupIgnoresAMissingFile) {
     start();
     stop();
     std::filesystem::remove(onlyFile());
@@ -522,7 +522,7 @@ TEST_F(AudioRecorderTest, CleanupIsSilentWhenTheFileIsGone) {
     EXPECT_FALSE(std::filesystem::exists(onlyFile()));
 }
 
-TEST_F(AudioRecorderTest, CleanupEndsTheConsumerAndTheLevel) {
+TEST_F(AudioRecorderTest, CleanupRemovesTheConsumerAndResetsTheLevel) {
     start();
     deliver(0.5F);
     runtime.runUntilIdle();
@@ -534,7 +534,7 @@ TEST_F(AudioRecorderTest, CleanupEndsTheConsumerAndTheLevel) {
     });
 }
 
-TEST_F(AudioRecorderTest, ANewRecordingForgetsTheBuffersOfTheLast) {
+TEST_F(AudioRecorderTest, ANewRecordingDropsTheBuffersOfThePreviousOne) {
     start();
     const auto old = deliver(0.5F);
     stop();
@@ -544,7 +544,7 @@ TEST_F(AudioRecorderTest, ANewRecordingForgetsTheBuffersOfTheLast) {
     EXPECT_FALSE(isZero(*old));
 }
 
-TEST_F(AudioRecorderTest, ClosesASegmentAndCapturesOn) {
+TEST_F(AudioRecorderTest, ClosesASegmentAndContinuesTheCapture) {
     int heard = 0;
     start();
     onMain([&] { recorder->setOnBuffer([&](const platform::PcmBufferPtr&) { ++heard; }); });
@@ -604,7 +604,7 @@ TEST_F(AudioRecorderTest, OpensASegmentOnTheRunningCapture) {
     EXPECT_FALSE(std::filesystem::exists(paths[1]));
 }
 
-TEST_F(AudioRecorderTest, StopBetweenSegmentsEndsTheCaptureAndYieldsNothing) {
+TEST_F(AudioRecorderTest, StopBetweenSegmentsEndsTheCaptureAndReturnsNothing) {
     start();
     closeSegment();
     EXPECT_EQ(stop(), std::nullopt);
@@ -622,7 +622,7 @@ TEST_F(AudioRecorderTest, OpensNoSegmentWithoutARunningCapture) {
     EXPECT_EQ(files.created().size(), 1U);
 }
 
-TEST_F(AudioRecorderTest, PassesOnTheErrorOfASegmentThatCannotBeMade) {
+TEST_F(AudioRecorderTest, ThrowsTheErrorOfASegmentThatCannotBeMade) {
     start();
     closeSegment();
     const auto between = deliver(0.5F);
@@ -660,7 +660,7 @@ TEST_F(AudioRecorderTest, StopsALaterRecordingTenMinutesAfterAnEarlierOneBegan) 
     EXPECT_EQ(reportedSeconds(), (std::vector<std::string>{"10.00", "300.00"}));
 }
 
-TEST_F(AudioRecorderTest, LeavesACaptureBetweenSegmentsToRunOn) {
+TEST_F(AudioRecorderTest, DoesNotStopACaptureBetweenSegments) {
     start();
     runtime.clock().advance(599);
     closeSegment();
@@ -671,7 +671,7 @@ TEST_F(AudioRecorderTest, LeavesACaptureBetweenSegmentsToRunOn) {
     EXPECT_TRUE(recorder->isRecording.get()) << "a segment has no limit of its own";
 }
 
-TEST_F(AudioRecorderTest, EndsEverythingWithTheRecorder) {
+TEST_F(AudioRecorderTest, StopsTheCaptureAtItsDestruction) {
     start();
     const auto buffer = deliver(0.5F);
     onMain([&] { recorder.reset(); });
@@ -683,7 +683,7 @@ TEST_F(AudioRecorderTest, EndsEverythingWithTheRecorder) {
     runtime.clock().advance(700);
 }
 
-TEST_F(AudioRecorderTest, DropsALevelThatComesAfterTheRecorder) {
+TEST_F(AudioRecorderTest, IgnoresALevelAfterItsDestruction) {
     start();
     std::vector<float> levels;
     const auto subscription = recorder->audioLevel.subscribe([&](float value) { levels.push_back(value); });

@@ -29,7 +29,7 @@ TEST(Level, OfSilenceIsZero) {
     EXPECT_EQ(level(bufferOf({{0, 0, 0}})), 0);
 }
 
-TEST(Level, LooksAtTheFirstChannelAlone) {
+TEST(Level, UsesTheFirstChannelOnly) {
     EXPECT_FLOAT_EQ(level(bufferOf({{0.5F, 0.5F}, {1, 1}})), 0.5F);
 }
 

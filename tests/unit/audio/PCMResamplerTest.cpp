@@ -41,7 +41,7 @@ TEST_F(PCMResamplerTest, HalvesTheFramesOfTwiceTheRate) {
     EXPECT_EQ(resample({48000, 2}, std::vector<float>(1024))->size(), 1024U);
 }
 
-TEST_F(PCMResamplerTest, KeepsItsConverterForAFormatAndResetsItForEachBuffer) {
+TEST_F(PCMResamplerTest, ReusesTheConverterOfAFormatAndResetsItForEachBuffer) {
     resample({48000, 1}, std::vector<float>(8));
     resample({48000, 1}, std::vector<float>(8));
     EXPECT_EQ(converters_.control().made, 1);
@@ -51,7 +51,7 @@ TEST_F(PCMResamplerTest, KeepsItsConverterForAFormatAndResetsItForEachBuffer) {
     EXPECT_EQ(countOf("PCMResampler: Created new converter — input: 48000.000000 Hz, 1 ch"), 1);
 }
 
-TEST_F(PCMResamplerTest, GivesNothingForWhatItCannotConvert) {
+TEST_F(PCMResamplerTest, ReturnsNulloptForBuffersThatItCannotConvert) {
     converters_.control().refuses = true;
     EXPECT_EQ(resample({48000, 1}, std::vector<float>(8)), std::nullopt);
     EXPECT_EQ(
@@ -74,7 +74,7 @@ TEST_F(PCMResamplerTest, GivesNothingForWhatItCannotConvert) {
     EXPECT_EQ(resample({0, 0}, {}), std::nullopt);
 }
 
-TEST_F(PCMResamplerTest, KeepsTheOldConverterWhenANewOneCannotBeMade) {
+TEST_F(PCMResamplerTest, KeepsTheConverterIfANewOneCannotBeMade) {
     resample({48000, 1}, std::vector<float>(8));
     converters_.control().refuses = true;
     EXPECT_EQ(resample({44100, 1}, std::vector<float>(8)), std::nullopt);

@@ -39,10 +39,10 @@ TEST_F(SystemAudioControllerTest, FollowsTheReports) {
     EXPECT_TRUE(controller->isMediaCurrentlyPlaying());
 }
 
-TEST_F(SystemAudioControllerTest, TheReportThatCameLastDecidesForAllPlayers) {
+TEST_F(SystemAudioControllerTest, TheLastReportCountsForAllPlayers) {
     desktop.report(true);  // one
     desktop.report(true);  // another
-    desktop.report(false); // the other one pauses, the first plays on
+    desktop.report(false); // the other one pauses, the first continues
     EXPECT_FALSE(controller->isMediaCurrentlyPlaying());
 }
 
@@ -61,7 +61,7 @@ TEST_F(SystemAudioControllerTest, SendsTheCommandWhetherOrNotSomethingPlays) {
     EXPECT_EQ(desktop.toggles(), 1);
 }
 
-TEST_F(SystemAudioControllerTest, ItsOwnCommandIsReportedBackAndLeavesTheDebt) {
+TEST_F(SystemAudioControllerTest, AReportOfItsOwnCommandKeepsTheResumePending) {
     desktop.report(true);
     controller->togglePlayPause();
     controller->didPauseMedia = true;
@@ -69,8 +69,8 @@ TEST_F(SystemAudioControllerTest, ItsOwnCommandIsReportedBackAndLeavesTheDebt) {
     EXPECT_TRUE(controller->didPauseMedia);
 }
 
-TEST_F(SystemAudioControllerTest, AReportAfterItsEndChangesNothing) {
-    // In its own memory, where a late report would leave a trace.
+TEST_F(SystemAudioControllerTest, AReportAfterItsDestructionChangesNothing) {
+    // In memory of its own, where a late report would be visible.
     alignas(SystemAudioController) std::array<std::byte, sizeof(SystemAudioController)> memory{};
     controller.reset();
     auto* former = new (memory.data()) SystemAudioController(players);

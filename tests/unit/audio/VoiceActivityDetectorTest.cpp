@@ -34,7 +34,7 @@ protected:
 
 } // namespace
 
-TEST_F(VoiceActivityDetectorTest, BeginsInactiveWithADelayOfOneAndAHalfSeconds) {
+TEST_F(VoiceActivityDetectorTest, StartsInactiveWithADelayOfOneAndAHalfSeconds) {
     EXPECT_FALSE(detector.isSpeaking.get());
     EXPECT_EQ(detector.silenceDuration.get(), 0);
     EXPECT_EQ(detector.endOfUtteranceDelay, 1.5);
@@ -63,7 +63,7 @@ TEST_F(VoiceActivityDetectorTest, TheThresholdsThemselvesAreNeitherSpeechNorSile
     EXPECT_EQ(fired, std::vector<double>{10});
 }
 
-TEST_F(VoiceActivityDetectorTest, SilenceWithNoSpeechBeforeItNeverFires) {
+TEST_F(VoiceActivityDetectorTest, SilenceWithoutEarlierSpeechNeverFires) {
     detector.start();
     for (int hour = 0; hour < 24; ++hour)
         processAfter(3600, silence);
@@ -71,14 +71,14 @@ TEST_F(VoiceActivityDetectorTest, SilenceWithNoSpeechBeforeItNeverFires) {
     EXPECT_TRUE(fired.empty());
 }
 
-TEST_F(VoiceActivityDetectorTest, SilenceOfJustTheDelayFires) {
+TEST_F(VoiceActivityDetectorTest, SilenceAsLongAsTheDelayFires) {
     detector.start();
     processAfter(1, speech);
     processAfter(1.5, silence);
     EXPECT_EQ(fired, std::vector<double>{2.5});
 }
 
-TEST_F(VoiceActivityDetectorTest, SilenceThatIsShorterThanTheDelayDoesNot) {
+TEST_F(VoiceActivityDetectorTest, SilenceShorterThanTheDelayDoesNotFire) {
     detector.start();
     processAfter(1, speech);
     processAfter(1.499, silence);
@@ -87,7 +87,7 @@ TEST_F(VoiceActivityDetectorTest, SilenceThatIsShorterThanTheDelayDoesNot) {
     EXPECT_NEAR(detector.silenceDuration.get(), 1.499, 1e-9);
 }
 
-TEST_F(VoiceActivityDetectorTest, StepsThatAreNoBinaryFractionsAddUpToTheDelay) {
+TEST_F(VoiceActivityDetectorTest, DecimalStepsAddUpToTheDelay) {
     detector.start();
     processAfter(0.05, speech);
     for (int step = 0; step < 30; ++step)
@@ -96,7 +96,7 @@ TEST_F(VoiceActivityDetectorTest, StepsThatAreNoBinaryFractionsAddUpToTheDelay) 
     EXPECT_NEAR(fired[0], 1.55, 1e-6);
 }
 
-TEST_F(VoiceActivityDetectorTest, ALevelBetweenTheThresholdsChangesNothingButTimeGoesOn) {
+TEST_F(VoiceActivityDetectorTest, ALevelBetweenTheThresholdsOnlyLetsTimePass) {
     detector.start();
     processAfter(0, speech);
     processAfter(1, silence);
@@ -110,7 +110,7 @@ TEST_F(VoiceActivityDetectorTest, ALevelBetweenTheThresholdsChangesNothingButTim
     EXPECT_EQ(fired.size(), 1U);
 }
 
-TEST_F(VoiceActivityDetectorTest, SpeechStartsTheWaitAnew) {
+TEST_F(VoiceActivityDetectorTest, SpeechRestartsTheWait) {
     detector.start();
     processAfter(0, speech);
     processAfter(1.4, silence);
@@ -152,7 +152,7 @@ TEST_F(VoiceActivityDetectorTest, TheStateIsClearedBeforeTheCallback) {
     EXPECT_EQ(silenceBefore, 0);
 }
 
-TEST_F(VoiceActivityDetectorTest, ACallbackThatIsNotSetStillClearsTheState) {
+TEST_F(VoiceActivityDetectorTest, ClearsTheStateWithoutACallback) {
     detector.onEndOfUtterance = nullptr;
     detector.start();
     processAfter(0, speech);
@@ -161,7 +161,7 @@ TEST_F(VoiceActivityDetectorTest, ACallbackThatIsNotSetStillClearsTheState) {
     EXPECT_EQ(detector.silenceDuration.get(), 0);
 }
 
-TEST_F(VoiceActivityDetectorTest, TheCallbackMayStopItAndTakeItselfAway) {
+TEST_F(VoiceActivityDetectorTest, TheCallbackMayStopItAndRemoveItself) {
     detector.start();
     detector.onEndOfUtterance = [this] {
         detector.onEndOfUtterance = nullptr;
@@ -195,7 +195,7 @@ TEST_F(VoiceActivityDetectorTest, StartAndStopClearTheUtterance) {
     EXPECT_TRUE(fired.empty());
 }
 
-TEST_F(VoiceActivityDetectorTest, ResetForgetsTheUtteranceAndGoesOn) {
+TEST_F(VoiceActivityDetectorTest, ResetForgetsTheUtteranceAndContinues) {
     detector.start();
     processAfter(0, speech);
     processAfter(1, silence);
@@ -223,7 +223,7 @@ TEST_F(VoiceActivityDetectorTest, ResetDoesNothingWhileInactive) {
     EXPECT_EQ(detector.silenceDuration.get(), 0.7);
 }
 
-TEST_F(VoiceActivityDetectorTest, ALongerIntervalOnlyDelaysTheNotice) {
+TEST_F(VoiceActivityDetectorTest, ALongerIntervalOnlyDelaysTheNotification) {
     detector.start();
     processAfter(0, speech);
     processAfter(600, silence);
@@ -241,7 +241,7 @@ TEST_F(VoiceActivityDetectorTest, TheDelayCanBeSetWhileItRuns) {
     EXPECT_EQ(fired.size(), 1U);
 }
 
-TEST_F(VoiceActivityDetectorTest, ALevelThatIsNoNumberIsNeitherSpeechNorSilence) {
+TEST_F(VoiceActivityDetectorTest, ALevelThatIsNotANumberIsNeitherSpeechNorSilence) {
     detector.start();
     processAfter(0, std::numeric_limits<float>::quiet_NaN());
     EXPECT_FALSE(detector.isSpeaking.get());
@@ -252,7 +252,7 @@ TEST_F(VoiceActivityDetectorTest, ALevelThatIsNoNumberIsNeitherSpeechNorSilence)
     EXPECT_TRUE(fired.empty());
 }
 
-TEST_F(VoiceActivityDetectorTest, ObserversAreToldOfRealChangesOnly) {
+TEST_F(VoiceActivityDetectorTest, NotifiesObserversIfAValueChangesOnly) {
     std::vector<bool> states;
     const auto subscription =
         detector.isSpeaking.subscribe([&states](bool isSpeaking) { states.push_back(isSpeaking); });
