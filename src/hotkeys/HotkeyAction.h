@@ -6,20 +6,20 @@
 
 namespace sonvale::hotkeys {
 
-/// What the user can trigger from any application, in the order in which it is listed to the user.
+/// The actions that the user can trigger from any application, in the order of their lists.
 enum class HotkeyAction { pushToTalk, handsFree, commandMode, pasteLastTranscript, cancel };
 
 inline constexpr std::array allHotkeyActions{HotkeyAction::pushToTalk, HotkeyAction::handsFree,
                                              HotkeyAction::commandMode, HotkeyAction::pasteLastTranscript,
                                              HotkeyAction::cancel};
 
-/// The name under which the action is stored.
+/// Returns the stored name of the action.
 std::string_view rawValue(HotkeyAction action);
 
-/// The action with that stored name, compared byte by byte; absent for any other text.
+/// Returns the action with that stored name, compared byte by byte; nullopt for any other text.
 std::optional<HotkeyAction> hotkeyActionFromRawValue(std::string_view rawValue);
 
-/// Title and explanation for the user.
+/// Return the title and the explanation for the user.
 std::string_view label(HotkeyAction action);
 std::string_view subtitle(HotkeyAction action);
 

@@ -8,16 +8,16 @@
 
 namespace sonvale::hotkeys {
 
-/// All shortcuts of one action.
+/// All hotkeys of one action.
 struct HotkeyBinding {
     HotkeyAction action = HotkeyAction::pushToTalk;
     std::vector<HotkeyConfiguration> configs; ///< alternatives, in the user's order
-    bool isEnabled = true;                    ///< a disabled binding neither listens nor conflicts
+    bool isEnabled = true;                    ///< a disabled binding is not active and has no conflicts
 
     bool operator==(const HotkeyBinding&) const = default;
 };
 
-/// The bindings of a user, walked in the order of the actions.
+/// The bindings of a user, ordered by action.
 using HotkeyBindings = std::map<HotkeyAction, HotkeyBinding>;
 
 } // namespace sonvale::hotkeys

@@ -18,7 +18,7 @@ using base::Json;
 using base::jsonMember;
 namespace modifier = platform::modifier;
 
-/// A JSON number with a whole value that the type can hold, however it is written (49, 49.0, 4.9e1).
+/// Returns the value of a JSON number if it is whole and fits the type, in any notation (49, 49.0, 4.9e1).
 template <std::integral Integer>
 std::optional<Integer> wholeNumber(const Json* value) {
     if (value == nullptr || !value->is_number())
@@ -141,7 +141,7 @@ std::optional<HotkeyBindingStore> HotkeyBindingStore::decode(std::string_view te
         auto binding = readBinding((*pairs)[i + 1]);
         if (!action || !binding)
             return std::nullopt;
-        // Of an action that stands there twice the last binding counts, as in any map that is read in order.
+        // If an action occurs twice, the last binding counts, as in a map that is read in order.
         store.bindings.insert_or_assign(*action, std::move(*binding));
     }
     return store;

@@ -16,7 +16,7 @@ namespace {
 
 using KeyName = std::pair<std::int64_t, std::string_view>;
 
-// In order of the codes.
+// In the order of the codes.
 constexpr auto keyNames = std::to_array<KeyName>({
     {0, "A"},     {1, "S"},     {2, "D"},    {3, "F"},    {4, "H"},       {5, "G"},       {6, "Z"},
     {7, "X"},     {8, "C"},     {9, "V"},    {11, "B"},   {12, "Q"},      {13, "W"},      {14, "E"},

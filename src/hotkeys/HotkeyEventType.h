@@ -2,12 +2,12 @@
 
 namespace sonvale::hotkeys {
 
-/// What happens to a press of a hotkey.
+/// The events of a hotkey.
 enum class HotkeyEventType {
     down,
     up,
-    /// A press of modifiers alone that went down belongs to something else: what it began is to be thrown
-    /// away. Takes the place of `up`. Only the guard of such hotkeys reports it.
+    /// Replaces `up` if a press of modifiers alone turns out to belong to another shortcut: the receiver
+    /// discards what the press began. Only the guard of such hotkeys reports it.
     discarded,
 };
 

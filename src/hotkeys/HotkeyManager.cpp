@@ -12,14 +12,15 @@ namespace sonvale::hotkeys {
 
 namespace {
 
-/// The combinations that may be kept from the focused application. Those of `cancel` always reach it.
+/// Returns the combinations that can be kept from the focused application. The combinations of `cancel`
+/// always reach it.
 std::vector<platform::KeyCombination> swallowable(const HotkeyBindings& bindings) {
     std::vector<platform::KeyCombination> combinations;
     for (const auto& [key, binding] : bindings) {
         if (!binding.isEnabled || binding.action == HotkeyAction::cancel)
             continue;
         for (const auto& config : binding.configs) {
-            // Beyond this range there are no keys; such a shortcut came from a file that was edited by hand.
+            // There are no keys beyond this range; such a hotkey comes from a file that a user edited.
             if (config.keyCode >= 0 && std::in_range<int>(config.keyCode)) {
                 combinations.push_back(
                     {static_cast<int>(config.keyCode), config.modifiers & platform::modifier::mask});
@@ -31,13 +32,13 @@ std::vector<platform::KeyCombination> swallowable(const HotkeyBindings& bindings
 
 } // namespace
 
-/// What the manager has on the main actor; only touched there.
+/// The part of the manager on the main actor.
 struct HotkeyManager::Receiver {
     base::Observed<bool> isEnabled{false};
     OnAction onAction;
 };
 
-/// What the manager has on the tap's thread.
+/// The part of the manager on the tap's thread.
 class HotkeyManager::Listener : public std::enable_shared_from_this<Listener> {
 public:
     Listener(runtime::Actor main, runtime::Clock& clock, platform::EventTap& tap,
@@ -67,7 +68,7 @@ public:
     void setGuard(bool isOn) { machine_.setGuard(isOn); }
     void setDictating(bool isDictating) { machine_.setDictating(isDictating); }
 
-    /// Called once the tap has stopped, so that nothing else is under way here but perhaps the timer.
+    /// Called after the tap has stopped. Only the timer may still run.
     void close() {
         cancelDelay();
         machine_.reset();
@@ -83,14 +84,14 @@ private:
         });
     }
 
-    /// A timer that has fired already finds that its number is no longer the current one.
+    /// A timer that has already fired finds that its number is no longer current.
     void cancelDelay() {
         ++delayNumber_;
         if (const auto timer = std::exchange(timer_, std::nullopt))
             clock_.cancel(*timer);
     }
 
-    /// On the clock's thread. The end of the delay is handled between two key events, on their thread.
+    /// Runs on the clock's thread. The end of the delay is handled between two key events, on their thread.
     void passOnToTap(unsigned number) {
         const std::lock_guard lock(tapMutex_);
         if (tap_ == nullptr)
@@ -104,18 +105,18 @@ private:
 
     void endDelay() {
         const auto decision = machine_.delayElapsed();
-        // The text is pasted after the modifiers' release, which must not have moved the keyboard to a menu.
+        // The text is pasted after the release of the modifiers, which must not move the keyboard to a menu.
         if (decision.deliveryCount > 0)
             tap_->maskHeldKeys();
         deliver(decision);
     }
 
     bool needsMask(const platform::KeyEvent& event, const HotkeyStateMachine::Decision& decision) const {
-        // During a dictation a tap of the modifiers ends it, and its last text is pasted after that.
+        // During a dictation a tap of the modifiers ends it, and its last text is pasted afterwards.
         if (decision.delay == HotkeyStateMachine::Delay::start)
             return machine_.isDictating();
-        // The cancel key reaches the application, and its repeats must not. A tap that is not asked about
-        // them has to end them.
+        // The cancel key reaches the application, but its repeats must not. A tap that cannot swallow them
+        // must end them.
         const HotkeyStateMachine::Delivery cancelDown{HotkeyAction::cancel, HotkeyEventType::down};
         return event.type == platform::KeyEvent::Type::keyDown && decision.deliveryCount > 0 &&
                decision.delivered.front() == cancelDown;
@@ -126,7 +127,7 @@ private:
             return;
         main_.post([receiver = receiver_, decision] {
             for (const auto& [action, type] : decision.deliveries()) {
-                // The receiver may end the manager, and with it itself, while it is called.
+                // The receiver may destroy the manager, and itself, during the call.
                 const auto alive = receiver.lock();
                 if (const auto onAction = alive ? alive->onAction : OnAction())
                     onAction(action, type);
@@ -140,7 +141,7 @@ private:
     std::optional<runtime::Clock::TimerId> timer_;
     unsigned delayNumber_ = 0;
 
-    // Written once at the end. The tap's own thread needs no lock to read it: it has ended by then.
+    // Written once at the end. The tap's own thread reads it without a lock, because it has ended by then.
     std::mutex tapMutex_;
     platform::EventTap* tap_;
 
@@ -158,7 +159,7 @@ HotkeyManager::~HotkeyManager() {
         tap_.stop();
     listener_->close();
     receiver_->onAction = nullptr;
-    // Held strongly, because those who watch the flag may outlive this object.
+    // Held strongly, because observers of the flag may outlive this object.
     main_.post([receiver = receiver_] { receiver->isEnabled = false; });
 }
 

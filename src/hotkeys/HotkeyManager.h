@@ -12,47 +12,46 @@
 
 namespace sonvale::hotkeys {
 
-/// Listens to every key of the session and tells which action goes down or up.
+/// Listens to all keys of the session and reports which action goes down or up.
 ///
-/// It belongs to the main actor: made, called and destroyed there. The decision about each event is made on
-/// the tap's own thread without waiting for anybody. The clock and the tap must outlive it.
+/// Belongs to the main actor: created, called and destroyed there. It decides about each event on the tap's
+/// own thread without waiting. The clock and the tap must outlive it.
 class HotkeyManager {
 public:
-    /// Receives the presses, on the main actor, in the order of the events. The `down` and `up` of a quick
-    /// tap come directly after each other.
+    /// Receives the presses on the main actor, in the order of the events. The `down` and `up` of a quick tap
+    /// follow each other directly.
     using OnAction = std::function<void(HotkeyAction, HotkeyEventType)>;
 
-    /// How long modifiers have to be held alone before their action goes down.
+    /// Time in seconds that modifiers must be held alone before their action goes down.
     static constexpr double modifierDelaySeconds = 0.15;
 
     HotkeyManager(runtime::Actor main, runtime::Clock& clock, platform::EventTap& tap);
     HotkeyManager(const HotkeyManager&) = delete;
     HotkeyManager& operator=(const HotkeyManager&) = delete;
-    /// Ends listening. Nothing is delivered any more; `isEnabled` turns false in a later turn of the main
-    /// actor.
+    /// Stops listening. Delivers nothing more; `isEnabled` becomes false in a later turn of the main actor.
     ~HotkeyManager();
 
-    /// Starts listening; true as well when it listens already. False, with nothing changed, when the system
-    /// refuses.
+    /// Starts listening. Returns true also if it already listens. Returns false without any change if the
+    /// system refuses.
     bool start();
 
-    /// Replaces what is listened for by the enabled ones of `bindings`, between two events. A press in
-    /// progress is forgotten: its `up` never comes. May be called before `start()`.
+    /// Replaces the active hotkeys by the enabled `bindings`, between two events. Forgets a press in
+    /// progress: its `up` is never delivered. May be called before `start()`.
     void updateBindings(const HotkeyBindings& bindings);
 
-    /// Turns the guard of hotkeys that are modifiers alone on or off, between two events; see
-    /// `HotkeyStateMachine`. Off at first. May be called before `start()`.
+    /// Turns the guard of hotkeys of modifiers alone on or off, between two events; see `HotkeyStateMachine`.
+    /// The guard is off at first. May be called before `start()`.
     void setModifierGuard(bool isOn);
 
-    /// Notes whether a dictation runs, between two events. A tap of modifiers then ends it, with the guard
-    /// too. May be called before `start()`.
+    /// Sets whether a dictation runs, between two events. A tap of modifiers then ends it, also with the
+    /// guard. May be called before `start()`.
     void setDictating(bool isDictating);
 
-    /// Sets the one receiver; an empty one drops the presses. It is kept until this object goes: let it hold
-    /// its owner weakly.
+    /// Sets the one receiver; an empty one drops the presses. It is kept until this object is destroyed, so
+    /// it should hold its owner weakly.
     void setOnAction(OnAction onAction);
 
-    /// Whether it listens, for display: it follows `start()` by a turn of the main actor.
+    /// Returns whether it listens, for display. The value follows `start()` by a turn of the main actor.
     const base::Observed<bool>& isEnabled() const;
     base::Observed<bool>& isEnabled();
 
@@ -60,7 +59,7 @@ private:
     class Listener;
     struct Receiver;
 
-    /// Changes what the listener knows, between two events.
+    /// Changes the listener's state between two events.
     void change(std::function<void(Listener&)> change);
 
     runtime::Actor main_;

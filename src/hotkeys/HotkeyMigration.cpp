@@ -20,8 +20,8 @@ struct SingleHotkey {
     bool operator==(const SingleHotkey&) const = default;
 };
 
-/// What old versions came with: the D key with Option.
-constexpr SingleHotkey formerDefault{2, platform::modifier::option};
+/// The default of old versions: the D key with Option.
+constexpr SingleHotkey oldDefault{2, platform::modifier::option};
 
 std::optional<SingleHotkey> fetchSingleHotkey(const persistence::ModelContext& store) {
     try {
@@ -31,7 +31,7 @@ std::optional<SingleHotkey> fetchSingleHotkey(const persistence::ModelContext& s
         const auto& record = records.front();
         return SingleHotkey{record.hotkeyKeyCode, static_cast<std::uint64_t>(record.hotkeyModifiers)};
     } catch (const persistence::StoreError&) {
-        // An old shortcut that cannot be read is no reason to keep the user from the new ones.
+        // An old hotkey that cannot be read must not prevent the new ones.
         return std::nullopt;
     }
 }
@@ -43,7 +43,7 @@ void migrateHotkeyBindings(persistence::Settings& settings, persistence::ModelCo
         return;
 
     const auto hotkey = fetchSingleHotkey(*store);
-    if (hotkey && *hotkey != formerDefault) {
+    if (hotkey && *hotkey != oldDefault) {
         auto bindings = HotkeyBindingStore::load(settings);
         HotkeyConfiguration config{
             hotkey->keyCode, hotkey->modifiers,

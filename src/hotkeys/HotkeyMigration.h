@@ -7,11 +7,11 @@ class Settings;
 
 namespace sonvale::hotkeys {
 
-/// Turns the one shortcut of old versions, kept in the store's legacy settings record, into the push-to-talk
+/// Converts the single hotkey of old versions, stored in the legacy settings record, to the push-to-talk
 /// binding.
 ///
-/// It happens once: later calls do nothing. With `store` null (not open yet) nothing happens and a later call
-/// tries again; a store that cannot be read counts as one without the record. Main actor; never fails.
+/// Converts once: later calls do nothing. Does nothing if `store` is null (not open yet); a later call tries
+/// again. A store that cannot be read counts as one without the record. Main actor; never fails.
 void migrateHotkeyBindings(persistence::Settings& settings, persistence::ModelContext* store);
 
 } // namespace sonvale::hotkeys

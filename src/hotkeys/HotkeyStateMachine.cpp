@@ -12,7 +12,8 @@ using platform::KeyVerdict;
 using Decision = HotkeyStateMachine::Decision;
 using Delay = HotkeyStateMachine::Delay;
 
-/// The cancel shortcut is usually Escape, which the focused application has to see as well.
+/// Returns whether an action's key is swallowed. The cancel hotkey is usually Escape, which must also reach
+/// the focused application.
 KeyVerdict verdictFor(HotkeyAction action) {
     return action == HotkeyAction::cancel ? KeyVerdict::pass : KeyVerdict::swallow;
 }
@@ -21,7 +22,7 @@ Decision deliver(HotkeyAction action, HotkeyEventType type, KeyVerdict verdict, 
     return {.verdict = verdict, .delay = delay, .delivered = {{{action, type}}}, .deliveryCount = 1};
 }
 
-/// The actions that open the microphone for as long as their hotkey is held.
+/// Returns whether an action records while its hotkey is held.
 bool recordsWhileHeld(HotkeyAction action) {
     return action == HotkeyAction::pushToTalk || action == HotkeyAction::commandMode;
 }
@@ -74,7 +75,7 @@ Decision HotkeyStateMachine::delayElapsed() {
 }
 
 Decision HotkeyStateMachine::keyDown(std::int64_t keyCode, std::uint64_t flags) {
-    // A key without a code of its own carries -1, which stands for "modifiers alone" in a shortcut.
+    // A key without a code of its own has -1, which means "modifiers only" in a hotkey.
     const auto match = keyCode < 0 ? std::nullopt : matchAction(keyCode, flags);
 
     if (waiting_) {
@@ -91,8 +92,7 @@ Decision HotkeyStateMachine::keyDown(std::int64_t keyCode, std::uint64_t flags) 
         if (isHeldByGuard_ && !match)
             return deliver(*std::exchange(pressed_, std::nullopt), HotkeyEventType::discarded,
                            KeyVerdict::pass);
-        // The same key again is its repeat. It is kept from the application even where the press itself was
-        // not.
+        // The same key again is a repeat. It is swallowed even if the press itself was not.
         return {.verdict = hasKey(*pressed_, keyCode) ? KeyVerdict::swallow : KeyVerdict::pass};
     }
 
@@ -135,12 +135,12 @@ Decision HotkeyStateMachine::flagsChangedWhileWaiting(std::uint64_t flags) {
     if (required != 0 && contains(flags, required)) {
         if (flags == required)
             return {};
-        // Another modifier joined in: the chord is for something else.
+        // Another modifier was added: the chord belongs to another shortcut.
         waiting_.reset();
         return {.delay = Delay::cancel};
     }
 
-    // Released before the delay was over: a quick tap.
+    // A release before the end of the delay is a quick tap.
     const auto tapped = *std::exchange(waiting_, std::nullopt);
     if (isGuarded_)
         return {.delay = Delay::cancel};
@@ -158,7 +158,7 @@ Decision HotkeyStateMachine::flagsChangedWhileHeld(std::uint64_t flags, double n
             return deliver(HotkeyAction::cancel, HotkeyEventType::down, KeyVerdict::pass);
         }
     } else {
-        // With the modifier let go before the key, the press is over; a shortcut without modifiers needs the
+        // If the modifier is released before the key, the press is over. A hotkey without modifiers needs the
         // key.
         const auto stillHeld = [flags](const Shortcut& shortcut) {
             return contains(flags, shortcut.modifiers);

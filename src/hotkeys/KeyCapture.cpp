@@ -8,8 +8,7 @@ namespace {
 
 constexpr int escape = 53;
 
-/// The modifier that a key stands for, of either side of the keyboard; 0 for other keys, caps lock among
-/// them.
+/// Returns the modifier of a key on either side of the keyboard; 0 for other keys, including caps lock.
 std::uint64_t modifierOf(int keyCode) {
     switch (keyCode) {
     case 54:
@@ -40,14 +39,14 @@ KeyCapture captureKey(const platform::KeyEvent& event) {
     if (event.type == platform::KeyEvent::Type::keyDown) {
         if (event.keyCode == escape)
             return CaptureCancelled{};
-        if (event.keyCode < 0) // as a shortcut it would be one of modifiers alone
+        if (event.keyCode < 0) // as a hotkey it would mean modifiers only
             return std::monostate{};
         return configuration(event.keyCode, modifiers);
     }
     if (event.type != platform::KeyEvent::Type::flagsChanged || std::popcount(modifiers) != 1)
         return std::monostate{};
     const auto own = modifierOf(event.keyCode);
-    if (own == 0 || (event.flags & own) == 0) // no modifier, or one that went up
+    if (own == 0 || (event.flags & own) == 0) // not a modifier, or one that went up
         return std::monostate{};
     return configuration(HotkeyConfiguration::modifiersOnly, modifiers);
 }

@@ -7,16 +7,17 @@
 
 namespace sonvale::hotkeys {
 
-/// The user does not want to record a shortcut after all.
+/// The user cancels the recording of a hotkey.
 struct CaptureCancelled {
     bool operator==(const CaptureCancelled&) const = default;
 };
 
-/// What one event of the keyboard means to somebody who records a shortcut: nothing, the end, or a shortcut.
+/// The meaning of one keyboard event while the user records a hotkey: none, cancelled, or a hotkey.
 using KeyCapture = std::variant<std::monostate, CaptureCancelled, HotkeyConfiguration>;
 
-/// Each event is judged alone. Escape cancels, whatever is held with it; any other key that goes down is a
-/// shortcut with the modifiers that are held, and a modifier that goes down alone is one at once.
+/// Returns the meaning of one event, independent of earlier events. Escape cancels, with any modifiers. Any
+/// other key that goes down is a hotkey with the held modifiers. A modifier that goes down alone is a hotkey
+/// at once.
 KeyCapture captureKey(const platform::KeyEvent& event);
 
 } // namespace sonvale::hotkeys

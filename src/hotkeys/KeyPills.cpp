@@ -14,7 +14,7 @@ namespace {
 
 using KeySymbol = std::pair<std::int64_t, std::string_view>;
 
-/// Of the keys whose cap differs from their name, in order of the codes.
+/// The keys whose caps differ from their names, in the order of the codes.
 constexpr auto keySymbols = std::to_array<KeySymbol>({
     {27, "-"},  {30, "]"},  {33, "["},  {36, "↵"},  {39, "'"},  {41, ";"}, {42, "\\"},
     {43, ","},  {44, "/"},  {47, "."},  {48, "⇥"},  {50, "`"},  {51, "⌫"}, {53, "⎋ Esc"},

@@ -28,7 +28,7 @@ const std::vector<Row> rows{
 
 } // namespace
 
-TEST(HotkeyAction, HasItsTextsAndItsPlace) {
+TEST(HotkeyAction, HasItsTextsAndItsOrder) {
     ASSERT_EQ(rows.size(), allHotkeyActions.size());
     for (std::size_t i = 0; i < rows.size(); ++i) {
         EXPECT_EQ(allHotkeyActions[i], rows[i].action);

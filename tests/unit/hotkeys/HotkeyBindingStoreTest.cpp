@@ -69,12 +69,12 @@ TEST(HotkeyBindingStore, HasOneEnabledShortcutForEachAction) {
         EXPECT_EQ(defaults.at(action), (HotkeyBinding{action, {config}, true}));
 }
 
-TEST_F(HotkeyBindingStoreTest, LoadsTheDefaultsWhenNothingIsStored) {
+TEST_F(HotkeyBindingStoreTest, LoadsTheDefaultsIfNothingIsStored) {
     EXPECT_EQ(load(), HotkeyBindingStore::defaults());
     EXPECT_FALSE(settings.has(keys::hotkeyBindings.name));
 }
 
-TEST_F(HotkeyBindingStoreTest, LoadsWhatWasSaved) {
+TEST_F(HotkeyBindingStoreTest, LoadsSavedBindings) {
     HotkeyBindings bindings = HotkeyBindingStore::defaults();
     bindings[HotkeyAction::pushToTalk].configs = {
         {96, 0, "F5"},
@@ -107,7 +107,7 @@ TEST_F(HotkeyBindingStoreTest, KeepsAStoredBindingWithoutShortcutsAsItIs) {
     EXPECT_TRUE(load().at(HotkeyAction::cancel).configs.empty());
 }
 
-TEST_F(HotkeyBindingStoreTest, TakesThePairsInAnyOrderAndPassesOverFurtherKeys) {
+TEST_F(HotkeyBindingStoreTest, AcceptsThePairsInAnyOrderAndIgnoresFurtherKeys) {
     auto extended = binding("pushToTalk", json::array({config(96, 0, "F5")}));
     extended["colour"] = "blue";
     extended["configs"][0]["note"] = json::object();
@@ -118,7 +118,7 @@ TEST_F(HotkeyBindingStoreTest, TakesThePairsInAnyOrderAndPassesOverFurtherKeys) 
     EXPECT_TRUE(load().at(HotkeyAction::cancel).configs.empty());
 }
 
-TEST_F(HotkeyBindingStoreTest, TakesWholeNumbersHoweverTheyAreWritten) {
+TEST_F(HotkeyBindingStoreTest, AcceptsWholeNumbersInAnyNotation) {
     put(R"({"bindings": ["cancel", {"action": "cancel", "isEnabled": true, "configs": [
         {"keyCode": -1, "modifiers": 18446744073709551615, "displayName": ""},
         {"keyCode": -9223372036854775808, "modifiers": 0, "displayName": ""},
@@ -129,13 +129,13 @@ TEST_F(HotkeyBindingStoreTest, TakesWholeNumbersHoweverTheyAreWritten) {
                                                 {49, modifier::option, ""}}));
 }
 
-TEST_F(HotkeyBindingStoreTest, TakesTheLastOfTwoBindingsOfAnAction) {
+TEST_F(HotkeyBindingStoreTest, UsesTheLastOfTwoBindingsOfAnAction) {
     put(store({"cancel", binding("cancel"), "cancel", binding("cancel", json::array({config(96, 0, "F5")}))})
             .dump());
     EXPECT_EQ(load().at(HotkeyAction::cancel).configs, (std::vector<HotkeyConfiguration>{{96, 0, "F5"}}));
 }
 
-TEST_F(HotkeyBindingStoreTest, LoadsTheDefaultsAndLeavesTheBytesWhenTheyAreNotOfTheForm) {
+TEST_F(HotkeyBindingStoreTest, LoadsTheDefaultsAndKeepsTheBytesIfTheyHaveAnotherForm) {
     const auto whole = binding("cancel", json::array({config(96, 0, "F5")}));
     const auto withConfig = [&](json entry) {
         return store({"cancel", binding("cancel", json::array({std::move(entry)}))});
@@ -208,12 +208,12 @@ TEST_F(HotkeyBindingStoreTest, LoadsTheDefaultsAndLeavesTheBytesWhenTheyAreNotOf
         EXPECT_EQ(settings.stored(keys::hotkeyBindings)->bytes, text);
     }
 
-    // The same form with nothing wrong in it is taken, or the rows above would prove nothing.
+    // The same form without an error is accepted; otherwise the rows above would prove nothing.
     put(store({"cancel", whole}).dump());
     EXPECT_EQ(load().at(HotkeyAction::cancel).configs.front().displayName, "F5");
 }
 
-TEST_F(HotkeyBindingStoreTest, SavesANameThatIsNoText) {
+TEST_F(HotkeyBindingStoreTest, SavesANameThatIsNotUtf8) {
     HotkeyBindingStore::save(settings,
                              {{HotkeyAction::cancel, {HotkeyAction::cancel, {{53, 0, "Esc\xff"}}, true}}});
     EXPECT_EQ(load().at(HotkeyAction::cancel).configs.front().displayName, "Esc\ufffd");

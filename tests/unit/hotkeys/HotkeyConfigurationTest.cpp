@@ -16,7 +16,7 @@ namespace sonvale::hotkeys {
 namespace modifier = platform::modifier;
 
 TEST(HotkeyConfiguration, NamesTheKeysOfTheUsLayout) {
-    // Letter keys by the rows of the keyboard, as a check that does not repeat the table's own order.
+    // Letter keys by the rows of the keyboard: a check that does not repeat the order of the table.
     const std::vector<std::pair<std::string, std::vector<int>>> rows{
         {"QWERTYUIOP", {12, 13, 14, 15, 17, 16, 32, 34, 31, 35}},
         {"ASDFGHJKL", {0, 1, 2, 3, 5, 4, 38, 40, 37}},

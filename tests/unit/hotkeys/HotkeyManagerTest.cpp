@@ -22,10 +22,10 @@ namespace {
 namespace modifier = platform::modifier;
 using platform::KeyVerdict;
 
-/// Milliseconds since the test began, and what was delivered then.
+/// Deliveries, each with the milliseconds since the beginning of the test.
 using Heard = std::vector<std::tuple<int, HotkeyAction, HotkeyEventType>>;
 
-/// A tap whose thread comes to its blocks only when the test runs them, events having overtaken them.
+/// A tap whose thread runs its blocks only when the test says so, after later events.
 class SlowTap final : public platform::EventTap {
 public:
     bool probe() override { return true; }
@@ -71,7 +71,7 @@ protected:
     KeyVerdict release(int keyCode) { return settled(keyboard.keyUp(keyCode)); }
     KeyVerdict hold(std::uint64_t modifiers) { return settled(keyboard.holdModifiers(modifiers)); }
 
-    /// Moves the time on; the tap's thread takes its turn at the end of each millisecond.
+    /// Advances time; the tap's thread runs at the end of each millisecond.
     void pass(int milliseconds) {
         for (int i = 0; i < milliseconds; ++i) {
             runtime.clock().advance(0.001);
@@ -98,7 +98,7 @@ private:
 
 } // namespace
 
-TEST_F(HotkeyManagerTest, SendsPushToTalkDownAfter150MillisecondsAndUpAtTheRelease) {
+TEST_F(HotkeyManagerTest, DeliversPushToTalkDownAfter150MillisecondsAndUpAtTheRelease) {
     listen();
     EXPECT_EQ(hold(modifier::option), KeyVerdict::pass);
     pass(149);
@@ -169,7 +169,7 @@ TEST_F(HotkeyManagerTest, EndsTheRepeatsOfTheCancelKey) {
     EXPECT_EQ(keyboard.maskCount(), 2) << "for Option alone, and not for an Escape that is not recognized";
 }
 
-TEST_F(HotkeyManagerTest, GuardsModifiersOnlyWhenToldTo) {
+TEST_F(HotkeyManagerTest, GuardsModifiersOnRequestOnly) {
     listen();
     const auto tapped = [&] {
         heard.clear();
@@ -185,7 +185,7 @@ TEST_F(HotkeyManagerTest, GuardsModifiersOnlyWhenToldTo) {
     EXPECT_EQ(tapped(), 2U);
 }
 
-TEST_F(HotkeyManagerTest, MeasuresAGuardedPressFromTheMomentItsModifierGoesDown) {
+TEST_F(HotkeyManagerTest, MeasuresAGuardedPressFromItsModifiersDown) {
     onMain([&] { manager->setModifierGuard(true); });
     listen();
     hold(modifier::option);
@@ -210,7 +210,7 @@ TEST_F(HotkeyManagerTest, DeliversNothingForAChordOfModifiers) {
     EXPECT_EQ(heard, Heard{});
 }
 
-TEST_F(HotkeyManagerTest, DeliversNothingWhenShiftWasThereBeforeOption) {
+TEST_F(HotkeyManagerTest, DeliversNothingIfShiftIsHeldBeforeOption) {
     listen();
     hold(modifier::shift);
     hold(modifier::option | modifier::shift);
@@ -218,7 +218,7 @@ TEST_F(HotkeyManagerTest, DeliversNothingWhenShiftWasThereBeforeOption) {
     EXPECT_EQ(heard, Heard{});
 }
 
-TEST_F(HotkeyManagerTest, CancelsAHeldPushToTalkWhenShiftJoinsIn) {
+TEST_F(HotkeyManagerTest, CancelsAHeldPushToTalkWhenShiftIsAdded) {
     listen();
     hold(modifier::option);
     pass(200);
@@ -240,7 +240,7 @@ TEST_F(HotkeyManagerTest, TurnsOptionAndSpaceIntoHandsFree) {
     EXPECT_EQ(heard, (Heard{{60, HotkeyAction::handsFree, down}, {200, HotkeyAction::handsFree, up}}));
 }
 
-TEST_F(HotkeyManagerTest, LetsALetterThroughAndStartsAtOnce) {
+TEST_F(HotkeyManagerTest, PassesALetterAndStartsAtOnce) {
     listen();
     hold(modifier::option);
     pass(60);
@@ -258,7 +258,7 @@ TEST_F(HotkeyManagerTest, EndsHandsFreeWithTheReleaseOfOptionAndPassesTheSpaceBa
     EXPECT_EQ(heard, (Heard{{0, HotkeyAction::handsFree, down}, {0, HotkeyAction::handsFree, up}}));
 }
 
-TEST_F(HotkeyManagerTest, LetsTheCancelKeyThroughInBothDirections) {
+TEST_F(HotkeyManagerTest, PassesTheCancelKeyInBothDirections) {
     listen();
     EXPECT_EQ(press(escape), KeyVerdict::pass);
     EXPECT_EQ(release(escape), KeyVerdict::pass);
@@ -290,7 +290,7 @@ TEST_F(HotkeyManagerTest, ChangesTheBindingsOnTheTapsThread) {
     heard.clear();
     onMain([&] { manager->updateBindings({}); });
 
-    // The block has not run, so the press is still the tap's; it runs before the next event.
+    // The block has not run, so the press still belongs to the tap. The block runs before the next event.
     EXPECT_EQ(release(space), KeyVerdict::pass);
     EXPECT_EQ(heard, Heard{});
 }
@@ -315,7 +315,7 @@ TEST_F(HotkeyManagerTest, GivesAPressAfterAChangeOfBindingsItsWholeDelay) {
     EXPECT_EQ(heard, (Heard{{250, HotkeyAction::pushToTalk, down}}));
 }
 
-TEST(HotkeyManager, DoesNotTakeALateTimerForThatOfTheNextPress) {
+TEST(HotkeyManager, IgnoresALateTimerOfAnEarlierPress) {
     tests::TestRuntime runtime;
     SlowTap tap;
     Heard heard;
@@ -347,7 +347,7 @@ TEST(HotkeyManager, DoesNotTakeALateTimerForThatOfTheNextPress) {
     EXPECT_EQ(heard.size(), 3U);
 }
 
-TEST_F(HotkeyManagerTest, TellsTheTapWhatCanBeSwallowed) {
+TEST_F(HotkeyManagerTest, GivesTheTapTheCombinationsToSwallow) {
     auto bindings = HotkeyBindingStore::defaults();
     bindings.at(HotkeyAction::commandMode).isEnabled = false;
     bindings.at(HotkeyAction::handsFree)
@@ -361,7 +361,7 @@ TEST_F(HotkeyManagerTest, TellsTheTapWhatCanBeSwallowed) {
                                                      {9, modifier::command | modifier::option}}));
 }
 
-TEST_F(HotkeyManagerTest, TakesADisabledTapIntoUseAgainAndKeepsThePress) {
+TEST_F(HotkeyManagerTest, EnablesADisabledTapAndKeepsThePress) {
     listen();
     hold(modifier::option);
     pass(150);
@@ -381,7 +381,7 @@ TEST_F(HotkeyManagerTest, StartsTheTapOnce) {
     EXPECT_EQ(keyboard.startCount(), 1);
 }
 
-TEST_F(HotkeyManagerTest, CanBeStartedLaterWhenTheSystemRefusedFirst) {
+TEST_F(HotkeyManagerTest, CanBeStartedAfterARefusal) {
     keyboard.setPermitted(false);
     onMain([&] {
         manager->updateBindings(HotkeyBindingStore::defaults());
@@ -404,7 +404,7 @@ TEST_F(HotkeyManagerTest, DropsThePressesWithoutAReceiver) {
     EXPECT_EQ(heard, Heard{});
 }
 
-TEST_F(HotkeyManagerTest, StopsTheTapAtItsEnd) {
+TEST_F(HotkeyManagerTest, StopsTheTapAtItsDestruction) {
     listen();
     bool enabled = true;
     const auto subscription = manager->isEnabled().subscribe([&](bool value) { enabled = value; });
@@ -421,7 +421,7 @@ TEST_F(HotkeyManagerTest, StopsTheTapAtItsEnd) {
     EXPECT_EQ(heard, Heard{});
 }
 
-TEST_F(HotkeyManagerTest, DeliversNothingOnceItIsGone) {
+TEST_F(HotkeyManagerTest, DeliversNothingAfterItsDestruction) {
     listen();
     keyboard.holdModifiers(modifier::option);
     keyboard.keyDown(space); // the delivery is queued and has not run
@@ -430,7 +430,7 @@ TEST_F(HotkeyManagerTest, DeliversNothingOnceItIsGone) {
     EXPECT_EQ(heard, Heard{});
 }
 
-TEST_F(HotkeyManagerTest, MayBeEndedByItsReceiver) {
+TEST_F(HotkeyManagerTest, MayBeDestroyedByItsReceiver) {
     listen();
     int calls = 0;
     manager->setOnAction([&](HotkeyAction, HotkeyEventType) {
@@ -442,7 +442,7 @@ TEST_F(HotkeyManagerTest, MayBeEndedByItsReceiver) {
     EXPECT_EQ(calls, 1);
 }
 
-TEST_F(HotkeyManagerTest, GivesEachPressOneDownAndOneUpHoweverTheTimerFalls) {
+TEST_F(HotkeyManagerTest, DeliversOneDownAndOneUpForAnyOrderOfTheTimer) {
     constexpr int presses = 2000;
     listen();
     std::atomic<bool> isTyping = true;
@@ -468,7 +468,7 @@ TEST_F(HotkeyManagerTest, GivesEachPressOneDownAndOneUpHoweverTheTimerFalls) {
     }
 }
 
-TEST_F(HotkeyManagerTest, CanEndWhileKeysArePressedAndTimersFire) {
+TEST_F(HotkeyManagerTest, MayBeDestroyedDuringPressesAndTimers) {
     sonvale::runtime::ManualClock clock;
     std::atomic<bool> isBusy = true;
     std::thread typist([&] {
@@ -495,7 +495,7 @@ TEST_F(HotkeyManagerTest, CanEndWhileKeysArePressedAndTimersFire) {
     time.join();
 }
 
-TEST_F(HotkeyManagerTest, CanGoWithoutEverHavingStarted) {
+TEST_F(HotkeyManagerTest, MayBeDestroyedWithoutAStart) {
     onMain([&] { manager.reset(); });
     EXPECT_FALSE(keyboard.isRunning());
 }

@@ -46,14 +46,14 @@ protected:
 
 } // namespace
 
-TEST_F(HotkeyMigrationTest, LeavesTheFormerDefaultToTheNewDefaults) {
+TEST_F(HotkeyMigrationTest, ReplacesTheOldDefaultByTheNewDefaults) {
     keepSingleHotkey(2, 0x80000);
     migrateHotkeyBindings(settings, &store);
     EXPECT_TRUE(isMigrated());
     EXPECT_FALSE(isStored());
 }
 
-TEST_F(HotkeyMigrationTest, TurnsTheSingleHotkeyIntoPushToTalk) {
+TEST_F(HotkeyMigrationTest, ConvertsTheSingleHotkeyToPushToTalk) {
     keepSingleHotkey(49, 0x100000);
     migrateHotkeyBindings(settings, &store);
     EXPECT_TRUE(isMigrated());
@@ -75,7 +75,7 @@ TEST_F(HotkeyMigrationTest, KeepsTheStoredBindingsOfTheOtherActions) {
     EXPECT_EQ(HotkeyBindingStore::load(settings), bindings);
 }
 
-TEST_F(HotkeyMigrationTest, ComparesBothHalvesOfTheFormerDefault) {
+TEST_F(HotkeyMigrationTest, ComparesKeyAndModifiersOfTheOldDefault) {
     keepSingleHotkey(3, 0x80000);
     migrateHotkeyBindings(settings, &store);
     EXPECT_EQ(pushToTalk().configs, (std::vector<HotkeyConfiguration>{{3, modifier::option, "Option + F"}}));
@@ -98,7 +98,7 @@ TEST_F(HotkeyMigrationTest, WaitsForTheStore) {
     EXPECT_EQ(pushToTalk().configs.front().keyCode, 49);
 }
 
-TEST_F(HotkeyMigrationTest, TakesAStoreThatCannotBeReadForOneWithoutTheRecord) {
+TEST_F(HotkeyMigrationTest, TreatsAnUnreadableStoreAsOneWithoutTheRecord) {
     auto damaged = persistence::Store::openInMemory();
     damaged->database().exec("DROP TABLE AppSettings");
     persistence::ModelContext context(std::move(damaged));
@@ -107,7 +107,7 @@ TEST_F(HotkeyMigrationTest, TakesAStoreThatCannotBeReadForOneWithoutTheRecord) {
     EXPECT_FALSE(isStored());
 }
 
-TEST_F(HotkeyMigrationTest, TakesTheFirstOfSeveralRecords) {
+TEST_F(HotkeyMigrationTest, UsesTheFirstOfSeveralRecords) {
     keepSingleHotkey(49, 0x100000);
     keepSingleHotkey(0, 0x100000);
     migrateHotkeyBindings(settings, &store);

@@ -40,7 +40,7 @@ protected:
 
     HotkeyBindings bindings;
     HotkeyStateMachine machine;
-    double now = 0; ///< of the next events, in seconds
+    double now = 0; ///< time of the next events, in seconds
 
 private:
     KeyVerdict take(const HotkeyStateMachine::Decision& decision) {
@@ -66,9 +66,9 @@ TEST_F(HotkeyStateMachineTest, PassesEverythingWithoutBindings) {
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-// Key down, in the order of the conditions.
+// Tests of key down, in the order of the conditions.
 
-TEST_F(HotkeyStateMachineTest, TurnsAWaitingActionIntoTheShortcutThatTheKeyCompletes) {
+TEST_F(HotkeyStateMachineTest, TurnsAWaitingActionIntoTheHotkeyThatTheKeyCompletes) {
     modifiers(modifier::option);
     EXPECT_EQ(press(space, modifier::option), KeyVerdict::swallow);
     EXPECT_EQ(delay(), Delay::cancel);
@@ -84,7 +84,7 @@ TEST_F(HotkeyStateMachineTest, PassesACancelKeyThatEndsTheWait) {
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::cancel, down}}));
 }
 
-TEST_F(HotkeyStateMachineTest, SendsAWaitingActionDownAtAnyOtherKeyAndPassesTheKey) {
+TEST_F(HotkeyStateMachineTest, StartsAWaitingActionAtAnyOtherKeyAndPassesTheKey) {
     modifiers(modifier::option);
     EXPECT_EQ(press(letterX, modifier::option), KeyVerdict::pass);
     EXPECT_EQ(delay(), Delay::cancel);
@@ -96,7 +96,7 @@ TEST_F(HotkeyStateMachineTest, SendsAWaitingActionDownAtAnyOtherKeyAndPassesTheK
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::pushToTalk, up}}));
 }
 
-TEST_F(HotkeyStateMachineTest, SwallowsTheRepeatsOfTheHeldKeyWhateverTheModifiers) {
+TEST_F(HotkeyStateMachineTest, SwallowsTheRepeatsOfTheHeldKeyWithAnyModifiers) {
     EXPECT_EQ(press(space, modifier::option), KeyVerdict::swallow);
     delivered();
     EXPECT_EQ(press(space, modifier::option), KeyVerdict::swallow);
@@ -112,7 +112,7 @@ TEST_F(HotkeyStateMachineTest, PassesTheCancelKeyButSwallowsItsRepeats) {
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::cancel, down}, {HotkeyAction::cancel, up}}));
 }
 
-TEST_F(HotkeyStateMachineTest, RecognisesNoOtherShortcutWhileAnActionIsHeld) {
+TEST_F(HotkeyStateMachineTest, RecognizesNoOtherHotkeyWhileAnActionIsHeld) {
     modifiers(modifier::option);
     elapse();
     delivered();
@@ -137,7 +137,7 @@ TEST_F(HotkeyStateMachineTest, MatchesTheFourModifiersAlone) {
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::pasteLastTranscript, down}}));
 }
 
-TEST_F(HotkeyStateMachineTest, MasksTheModifiersOfTheShortcutAsWell) {
+TEST_F(HotkeyStateMachineTest, MasksTheModifiersOfTheHotkeyAsWell) {
     bind(HotkeyAction::handsFree, {{space, modifier::option | 0x10000 | 0x20, ""}});
     EXPECT_EQ(press(space, modifier::option), KeyVerdict::swallow);
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::handsFree, down}}));
@@ -151,7 +151,7 @@ TEST_F(HotkeyStateMachineTest, GivesASharedCombinationToTheActionThatIsListedFir
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::handsFree, down}}));
 }
 
-TEST_F(HotkeyStateMachineTest, KnowsEachAlternativeOfAnAction) {
+TEST_F(HotkeyStateMachineTest, RecognizesEachAlternativeOfAnAction) {
     bind(HotkeyAction::handsFree, {{space, modifier::option, ""}, {f5, 0, ""}});
     EXPECT_EQ(press(f5), KeyVerdict::swallow);
     EXPECT_EQ(release(f5), KeyVerdict::swallow);
@@ -166,7 +166,7 @@ TEST_F(HotkeyStateMachineTest, DoesNotListenForADisabledBinding) {
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(HotkeyStateMachineTest, DoesNotTakeAKeyWithoutACodeForModifiersAlone) {
+TEST_F(HotkeyStateMachineTest, DoesNotTreatAKeyWithoutACodeAsModifiersAlone) {
     EXPECT_EQ(press(-1, modifier::option), KeyVerdict::pass);
     EXPECT_EQ(delivered(), Deliveries{});
 
@@ -178,7 +178,7 @@ TEST_F(HotkeyStateMachineTest, DoesNotTakeAKeyWithoutACodeForModifiersAlone) {
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-// Key up.
+// Tests of key up.
 
 TEST_F(HotkeyStateMachineTest, PassesAKeyUpWhenNothingIsHeld) {
     EXPECT_EQ(release(space, modifier::option), KeyVerdict::pass);
@@ -198,7 +198,7 @@ TEST_F(HotkeyStateMachineTest, SwallowsTheKeyUpThatEndsThePress) {
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::handsFree, down}, {HotkeyAction::handsFree, up}}));
 }
 
-// Modifiers.
+// Tests of modifiers.
 
 TEST_F(HotkeyStateMachineTest, WaitsWithAnActionOfModifiersAlone) {
     EXPECT_EQ(modifiers(modifier::option), KeyVerdict::pass);
@@ -210,12 +210,12 @@ TEST_F(HotkeyStateMachineTest, WaitsWithAnActionOfModifiersAlone) {
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::pushToTalk, up}}));
 }
 
-TEST_F(HotkeyStateMachineTest, DoesNothingWhenTheDelayEndsAndNobodyWaits) {
+TEST_F(HotkeyStateMachineTest, DoesNothingIfNoActionWaitsAtTheEndOfTheDelay) {
     elapse();
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(HotkeyStateMachineTest, WaitsForExactlyTheModifiersOfTheShortcut) {
+TEST_F(HotkeyStateMachineTest, WaitsForExactlyTheModifiersOfTheHotkey) {
     modifiers(modifier::shift);
     EXPECT_EQ(delay(), Delay::leave);
     modifiers(modifier::shift | modifier::option);
@@ -231,7 +231,7 @@ TEST_F(HotkeyStateMachineTest, KeepsWaitingWhenTheModifiersStayTheSame) {
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::pushToTalk, down}}));
 }
 
-TEST_F(HotkeyStateMachineTest, DropsAWaitingActionWhenAnotherModifierJoinsIn) {
+TEST_F(HotkeyStateMachineTest, DropsAWaitingActionWhenAnotherModifierIsAdded) {
     modifiers(modifier::option);
     EXPECT_EQ(modifiers(modifier::option | modifier::shift), KeyVerdict::pass);
     EXPECT_EQ(delay(), Delay::cancel);
@@ -239,7 +239,7 @@ TEST_F(HotkeyStateMachineTest, DropsAWaitingActionWhenAnotherModifierJoinsIn) {
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(HotkeyStateMachineTest, DeliversAQuickTapInOnePiece) {
+TEST_F(HotkeyStateMachineTest, DeliversDownAndUpOfAQuickTapTogether) {
     modifiers(modifier::option);
     const auto decision = machine.handle({Type::flagsChanged, optionKey, 0}, now);
     EXPECT_EQ(decision.verdict, KeyVerdict::pass);
@@ -250,13 +250,13 @@ TEST_F(HotkeyStateMachineTest, DeliversAQuickTapInOnePiece) {
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(HotkeyStateMachineTest, TakesAnExchangeOfModifiersForARelease) {
+TEST_F(HotkeyStateMachineTest, TreatsAnExchangeOfModifiersAsARelease) {
     modifiers(modifier::option);
     EXPECT_EQ(modifiers(modifier::command), KeyVerdict::pass);
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::pushToTalk, down}, {HotkeyAction::pushToTalk, up}}));
 }
 
-TEST_F(HotkeyStateMachineTest, CancelsTheHeldActionOfModifiersAloneWhenAnotherModifierJoinsIn) {
+TEST_F(HotkeyStateMachineTest, CancelsTheHeldActionWhenAnotherModifierIsAdded) {
     modifiers(modifier::option);
     elapse();
     delivered();
@@ -266,7 +266,7 @@ TEST_F(HotkeyStateMachineTest, CancelsTheHeldActionOfModifiersAloneWhenAnotherMo
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(HotkeyStateMachineTest, WaitsAgainAfterTheOtherModifierOfACancelledPressIsLetGo) {
+TEST_F(HotkeyStateMachineTest, WaitsAgainAfterTheAddedModifierIsReleased) {
     modifiers(modifier::option);
     elapse();
     modifiers(modifier::option | modifier::shift);
@@ -310,7 +310,7 @@ TEST_F(HotkeyStateMachineTest, KeepsAKeyedPressWhenAModifierIsAdded) {
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::handsFree, up}}));
 }
 
-TEST_F(HotkeyStateMachineTest, KeepsAPlainKeyWhateverTheModifiersDo) {
+TEST_F(HotkeyStateMachineTest, KeepsAPlainKeyWithAnyModifiers) {
     press(escape);
     delivered();
     EXPECT_EQ(modifiers(modifier::shift), KeyVerdict::pass);
@@ -318,7 +318,7 @@ TEST_F(HotkeyStateMachineTest, KeepsAPlainKeyWhateverTheModifiersDo) {
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(HotkeyStateMachineTest, KeepsAKeyedPressForAsLongAsOneAlternativeStillFits) {
+TEST_F(HotkeyStateMachineTest, KeepsAKeyedPressWhileOneAlternativeMatches) {
     bind(HotkeyAction::handsFree, {{space, modifier::option, ""}, {f5, modifier::shift, ""}});
     press(space, modifier::option);
     delivered();

@@ -34,7 +34,7 @@ protected:
     KeyVerdict release(int keyCode, std::uint64_t flags) { return send(Type::keyUp, keyCode, flags); }
     void hold(std::uint64_t flags) { EXPECT_EQ(send(Type::flagsChanged, -1, flags), KeyVerdict::pass); }
 
-    /// Time passes; the delay ends 0.15 s after it began.
+    /// Advances time; the delay ends 0.15 s after its beginning.
     void pass(double seconds) {
         now += seconds;
         if (isDelayed_ && now - delayBegan_ >= 0.15 - 1e-9) {
@@ -71,7 +71,7 @@ private:
 
 } // namespace
 
-TEST_F(ModifierGuard, LetsAPressOfModifiersAloneThatIsLongEnoughRecord) {
+TEST_F(ModifierGuard, RecordsDuringALongPressOfModifiersAlone) {
     hold(modifier::option);
     pass(0.15);
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::pushToTalk, down}}));
@@ -80,7 +80,7 @@ TEST_F(ModifierGuard, LetsAPressOfModifiersAloneThatIsLongEnoughRecord) {
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::pushToTalk, up}}));
 }
 
-TEST_F(ModifierGuard, DeliversNothingIfAnotherKeyGoesDownBeforeTheDelayIsOver) {
+TEST_F(ModifierGuard, DeliversNothingIfAnotherKeyGoesDownDuringTheDelay) {
     for (const int key : {tab, f4, escape, -1}) {
         hold(modifier::option);
         pass(0.1);
@@ -126,7 +126,7 @@ TEST_F(ModifierGuard, DiscardsAPressThatEndsTooSoonAfterItsModifierWentDown) {
               (Deliveries{{HotkeyAction::pushToTalk, down}, {HotkeyAction::pushToTalk, discarded}}));
 }
 
-TEST_F(ModifierGuard, ThrowsAwayByAnAddedModifierAsWithoutIt) {
+TEST_F(ModifierGuard, CancelsAtAnAddedModifierAsWithoutTheGuard) {
     hold(modifier::option);
     pass(1);
     hold(modifier::option | modifier::shift);
@@ -144,7 +144,7 @@ TEST_F(ModifierGuard, DoesNotBeginAPressWhenAnotherModifierGoesUp) {
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(ModifierGuard, LeavesTheProgramsOwnHotkeysAsTheyAre) {
+TEST_F(ModifierGuard, DoesNotChangeTheProgramsOwnHotkeys) {
     hold(modifier::option);
     pass(0.1);
     EXPECT_EQ(press(space, modifier::option), KeyVerdict::swallow);
@@ -169,7 +169,7 @@ TEST_F(ModifierGuard, LeavesTheProgramsOwnHotkeysAsTheyAre) {
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::pushToTalk, down}, {HotkeyAction::pushToTalk, up}}));
 }
 
-TEST_F(ModifierGuard, LetsATapEndADictationThatRuns) {
+TEST_F(ModifierGuard, ATapEndsARunningDictation) {
     machine.setDictating(true);
     hold(modifier::option);
     pass(0.05);
@@ -182,7 +182,7 @@ TEST_F(ModifierGuard, LetsATapEndADictationThatRuns) {
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::pushToTalk, down}, {HotkeyAction::pushToTalk, up}}));
 }
 
-TEST_F(ModifierGuard, KeepsAnotherShortcutFromEndingADictationThatRuns) {
+TEST_F(ModifierGuard, AnotherShortcutDoesNotEndARunningDictation) {
     machine.setDictating(true);
     hold(modifier::option);
     pass(0.05);
@@ -192,7 +192,7 @@ TEST_F(ModifierGuard, KeepsAnotherShortcutFromEndingADictationThatRuns) {
     EXPECT_EQ(delivered(), Deliveries{});
 }
 
-TEST_F(ModifierGuard, TakesThePressForGuardedThatBeganBeforeItsOwnRecording) {
+TEST_F(ModifierGuard, GuardsThePressThatBeganItsOwnRecording) {
     hold(modifier::option);
     pass(0.15);
     machine.setDictating(true);
@@ -214,7 +214,7 @@ TEST_F(ModifierGuard, AppliesToTheCommandHotkeyOfModifiersAlone) {
               (Deliveries{{HotkeyAction::commandMode, down}, {HotkeyAction::commandMode, discarded}}));
 }
 
-TEST_F(ModifierGuard, LeavesActionsAloneThatDoNotRecordWhileHeld) {
+TEST_F(ModifierGuard, DoesNotGuardActionsThatDoNotRecordWhileHeld) {
     bind(HotkeyAction::pushToTalk, {});
     bind(HotkeyAction::handsFree, {{-1, modifier::option, ""}});
     hold(modifier::option);
@@ -228,7 +228,7 @@ TEST_F(ModifierGuard, LeavesActionsAloneThatDoNotRecordWhileHeld) {
     EXPECT_EQ(delivered(), (Deliveries{{HotkeyAction::handsFree, down}, {HotkeyAction::handsFree, up}}));
 }
 
-TEST_F(ModifierGuard, LeavesAKeyedHotkeyOfTheSameActionAlone) {
+TEST_F(ModifierGuard, DoesNotGuardAKeyedHotkeyOfTheSameAction) {
     bind(HotkeyAction::pushToTalk, {{-1, modifier::option, ""}, {f5, 0, ""}});
     hold(modifier::option);
     pass(0.05);

@@ -2,7 +2,7 @@
 
 #include "hotkeys/HotkeyEventType.h"
 
-// Virtual key codes and event types by short names, for tests with long sequences of events.
+// Short names of virtual key codes and event types, for tests with long sequences of events.
 
 namespace sonvale::hotkeys {
 
