@@ -9,25 +9,25 @@
 
 namespace sonvale::insertion {
 
-/// The pasteboard's contents at one moment.
+/// The pasteboard's contents at one time.
 struct PasteboardSnapshot {
-    /// Deep copies; absent when the pasteboard could not be asked.
+    /// Deep copies; nullopt if the pasteboard could not be read.
     std::optional<std::vector<platform::PasteboardItem>> items;
     std::int64_t changeCount = 0;
     bool operator==(const PasteboardSnapshot&) const = default;
 };
 
-/// Saves the contents of the general pasteboard and puts them back. It holds nothing of its own, and its
-/// copies are equal; the pasteboard must outlive them.
+/// Saves the contents of the general pasteboard and restores them. It has no state of its own, and its copies
+/// are equal; the pasteboard must outlive them.
 ///
-/// On the caller's thread, for about three seconds at most. Access to the pasteboard has no lock: callers on
-/// different actors must not overlap, except for `prepareToSave` and `dropPrepared`.
+/// Runs on the caller's thread, for up to about three seconds. Access to the pasteboard has no lock: callers
+/// on different actors must not overlap, except for `prepareToSave` and `dropPrepared`.
 class ClipboardManager {
 public:
     explicit ClipboardManager(platform::Pasteboard& pasteboard)
         : pasteboard_(&pasteboard) {}
 
-    /// Starts to read the contents, so that the next `saveContents` need not wait for a slow program. Returns
+    /// Starts to read the contents, so that the next `saveContents` does not wait for a slow program. Returns
     /// at once. Any thread.
     void prepareToSave() const;
 
@@ -36,11 +36,11 @@ public:
 
     PasteboardSnapshot saveContents() const;
 
-    /// Puts the snapshot in the place of whatever is on the pasteboard now, changed by others or not. An
-    /// empty or absent one leaves it empty.
+    /// Replaces the contents of the pasteboard by the snapshot, also if another program has changed them. An
+    /// empty snapshot, or one without items, leaves the pasteboard empty.
     void restoreContents(PasteboardSnapshot snapshot) const;
 
-    /// Puts this plain text, and nothing else, on the pasteboard.
+    /// Replaces the contents of the pasteboard by this plain text.
     void replaceContents(const std::string& text) const;
 
 private:

@@ -33,7 +33,7 @@ runtime::Task<std::optional<std::string>> SelectedTextReader::copySelection() {
     auto snapshot = clipboardManager_.saveContents();
     input_.pressCopy();
     co_await runtime::sleep(clock_, secondsToCopy);
-    // What stood there before must not be taken for the selection.
+    // The earlier contents must not be mistaken for the selection.
     if (pasteboard_.changeCount() == snapshot.changeCount)
         co_return std::nullopt;
     auto text = pasteboard_.string();

@@ -11,22 +11,22 @@
 
 namespace sonvale::insertion {
 
-/// Gets the text that the user has selected in the front application. What it works with must outlive its
-/// tasks.
+/// Reads the text that the user has selected in the front application. The referenced objects must outlive
+/// its tasks.
 class SelectedTextReader {
 public:
-    /// `actor` is that of the insertions: both use the pasteboard.
+    /// `actor` is the actor of the insertions, because both use the pasteboard.
     SelectedTextReader(runtime::Actor actor, runtime::Clock& clock,
                        platform::AccessibilityTree& accessibilityTree, platform::Pasteboard& pasteboard,
                        platform::SyntheticInput& input);
 
-    /// As the application tells it: fast, and without a trace. Nothing without a selection, and from an
-    /// application that does not tell. Main actor.
+    /// Asks the application: fast, and without side effects. Returns nullopt if there is no selection or the
+    /// application does not report it. Main actor.
     std::optional<std::string> readViaAccessibility();
 
-    /// By pressing "copy" and looking at the pasteboard 150 ms later, which is then put back as it was.
-    /// Nothing when the pasteboard did not change: an application without a selection copies nothing.
-    /// Cancelling the task ends the wait at once; the pasteboard is put back all the same. From any actor.
+    /// Presses "copy", reads the pasteboard 150 ms later and restores it. Returns nullopt if the pasteboard
+    /// did not change: an application without a selection copies nothing. Cancelling the task ends the wait
+    /// at once; the pasteboard is still restored. From any actor.
     runtime::Task<std::optional<std::string>> readViaClipboard();
 
 private:

@@ -13,7 +13,7 @@ constexpr double secondsToReadPasteboard = 0.3;
 constexpr double secondsBetweenUndos = 0.08;
 constexpr double secondsAfterUndo = 0.1;
 
-/// Whether the calling task has been cancelled by now. A cancellation reaches a task only while it is
+/// Returns whether the calling task has been cancelled. A cancellation reaches a task only while it is
 /// suspended, and the pasteboard's calls keep the actor for up to half a second.
 runtime::Task<bool> isCancelledByNow() {
     std::function<void(runtime::Continuation<>)> comeBack = [](runtime::Continuation<> next) {
@@ -33,7 +33,7 @@ TextInserter::TextInserter(runtime::Actor actor, runtime::Clock& clock, Clipboar
     , input_(input) {}
 
 runtime::Task<InsertionToken> TextInserter::insert(std::string text) {
-    // Asked on the caller's actor, since a cancellation of before could come to the other one too late.
+    // Checked on the caller's actor, because an earlier cancellation could reach the other actor too late.
     if (co_await runtime::isCurrentTaskCancelled())
         co_return InsertionToken{std::move(text), clock_.date()};
     const auto end = co_await runtime::runOn(actor_, runInsertion(text));
@@ -51,7 +51,7 @@ runtime::Task<runtime::Date> TextInserter::runInsertion(std::string text) {
         co_return clock_.date();
     }
 
-    // Pasted even when interrupted: the text is on the pasteboard, and the user's words are not to be lost.
+    // Pastes even if the sleep was interrupted: the text is on the pasteboard and must not be lost.
     co_await runtime::sleep(clock_, secondsBeforePaste);
     if (!text.empty())
         input_.pressPaste();

@@ -35,7 +35,7 @@ TEST(ClipboardManager, SavesAllFormsOfAllItemsWithTheChangeCount) {
     EXPECT_EQ(snapshot.changeCount, count);
 }
 
-TEST(ClipboardManager, PutsBackAllFormsOfAllItems) {
+TEST(ClipboardManager, RestoresAllFormsOfAllItems) {
     FakePasteboard pasteboard;
     const ClipboardManager manager(pasteboard);
     pasteboard.control().copyElsewhere(textWithPictureAndSecondItem());
@@ -47,7 +47,7 @@ TEST(ClipboardManager, PutsBackAllFormsOfAllItems) {
     EXPECT_EQ(pasteboard.control().contents(), textWithPictureAndSecondItem());
 }
 
-TEST(ClipboardManager, OverwritesWhatOthersCopiedSinceTheSnapshot) {
+TEST(ClipboardManager, OverwritesLaterCopiesOfOtherPrograms) {
     FakePasteboard pasteboard;
     const ClipboardManager manager(pasteboard);
     pasteboard.control().copyElsewhere("before");
@@ -72,7 +72,7 @@ TEST(ClipboardManager, LeavesThePasteboardEmptyAfterAnEmptySnapshot) {
     EXPECT_EQ(pasteboard.control().calls().back(), FakePasteboard::Call::clearContents);
 }
 
-TEST(ClipboardManager, KeepsTheChangeCountWhenThePasteboardTellsNoItems) {
+TEST(ClipboardManager, KeepsTheChangeCountIfThePasteboardHasNoItems) {
     FakePasteboard pasteboard;
     const ClipboardManager manager(pasteboard);
     pasteboard.control().copyElsewhere("before");

@@ -23,13 +23,13 @@ class SelectedTextReaderTest : public testing::Test {
 protected:
     SelectedTextReaderTest() { pasteboard.control().copyElsewhere("the user's"); }
 
-    /// Tasks that a test leaves on their way end before what they use.
+    /// Ends the tasks that a test leaves running before the objects that they use.
     void TearDown() override {
         runtime.registry().cancelAll();
         runtime.runUntilIdle();
     }
 
-    /// The front application answers "copy" after `seconds`.
+    /// Makes the front application answer "copy" after `seconds`.
     void copyAfter(double seconds, const FakePasteboard::Items& items) {
         input.control().setOnPress([this, seconds, items](Press) {
             if (seconds > 0)
@@ -62,7 +62,7 @@ protected:
 
 } // namespace
 
-TEST_F(SelectedTextReaderTest, ReturnsWhatTheFrontApplicationTellsUnchanged) {
+TEST_F(SelectedTextReaderTest, ReturnsTheReportedTextUnchanged) {
     const std::string texts[] = {"word", " two blanks \n", "\n", "na\u00EFve \U0001F44D",
                                  std::string(1 << 20, 'x')};
     for (const auto& text : texts) {
@@ -71,13 +71,13 @@ TEST_F(SelectedTextReaderTest, ReturnsWhatTheFrontApplicationTellsUnchanged) {
     }
 }
 
-TEST_F(SelectedTextReaderTest, ReturnsNothingWhenTheFrontApplicationTellsNothing) {
+TEST_F(SelectedTextReaderTest, ReturnsNulloptIfTheFrontApplicationReportsNothing) {
     EXPECT_EQ(reader.readViaAccessibility(), std::nullopt);
     tree.control().setSelectedText("");
     EXPECT_EQ(reader.readViaAccessibility(), std::nullopt) << "an empty text is no selection";
 }
 
-TEST_F(SelectedTextReaderTest, LeavesNoTraceWhenTheFrontApplicationIsAsked) {
+TEST_F(SelectedTextReaderTest, DoesNotUseTheClipboardToAskTheFrontApplication) {
     tree.control().setSelectedText("word");
     reader.readViaAccessibility();
     EXPECT_TRUE(pasteboard.control().calls().empty());
@@ -85,7 +85,7 @@ TEST_F(SelectedTextReaderTest, LeavesNoTraceWhenTheFrontApplicationIsAsked) {
     EXPECT_EQ(runtime.clock().pending(), 0u);
 }
 
-TEST_F(SelectedTextReaderTest, ReturnsWhatWasCopiedAndPutsTheClipboardBack) {
+TEST_F(SelectedTextReaderTest, ReturnsTheCopiedTextAndRestoresTheClipboard) {
     auto rich = FakePasteboard::textItem("the user's");
     rich.representations.push_back({"image/png", std::vector<std::byte>(5000, std::byte{7}), 8, {}});
     const FakePasteboard::Items items = {rich, FakePasteboard::textItem("second")};
@@ -97,7 +97,7 @@ TEST_F(SelectedTextReaderTest, ReturnsWhatWasCopiedAndPutsTheClipboardBack) {
     EXPECT_EQ(input.control().presses(), std::vector{Press::copy});
 }
 
-TEST_F(SelectedTextReaderTest, SavesPressesLooksReadsAndRestoresInThisOrder) {
+TEST_F(SelectedTextReaderTest, SavesPressesChecksReadsAndRestoresInThisOrder) {
     std::vector<std::string> steps;
     const auto name = [](Call call) { return std::to_string(static_cast<int>(call)); };
     pasteboard.control().setOnCall([&](Call call) { steps.push_back(name(call)); });
@@ -113,7 +113,7 @@ TEST_F(SelectedTextReaderTest, SavesPressesLooksReadsAndRestoresInThisOrder) {
                                                name(Call::clearContents), name(Call::writeItems)}));
 }
 
-TEST_F(SelectedTextReaderTest, PressesAtOnceAndLooksAfter150Milliseconds) {
+TEST_F(SelectedTextReaderTest, PressesAtOnceAndReadsAfter150Milliseconds) {
     copyAtOnce("selected");
     const auto task = start();
     runtime.runUntilIdle();
@@ -130,19 +130,19 @@ TEST_F(SelectedTextReaderTest, PressesAtOnceAndLooksAfter150Milliseconds) {
     EXPECT_EQ(runtime.clock().pending(), 0u);
 }
 
-TEST_F(SelectedTextReaderTest, DoesNotTakeTheOldClipboardForTheSelection) {
+TEST_F(SelectedTextReaderTest, DoesNotReturnTheOldClipboardAsTheSelection) {
     const auto before = changeCount();
     EXPECT_EQ(read(), std::nullopt);
     EXPECT_EQ(changeCount(), before) << "it is not written again";
     EXPECT_EQ(onPasteboard(), "the user's");
 }
 
-TEST_F(SelectedTextReaderTest, TakesACopyOfTheSameTextForTheSelection) {
+TEST_F(SelectedTextReaderTest, ReturnsACopyOfTheSameTextAsTheSelection) {
     copyAtOnce("the user's");
     EXPECT_EQ(read(), "the user's");
 }
 
-TEST_F(SelectedTextReaderTest, ReturnsNothingForASelectionThatIsNoTextAndPutsTheClipboardBack) {
+TEST_F(SelectedTextReaderTest, ReturnsNulloptForASelectionWithoutTextAndRestoresTheClipboard) {
     platform::PasteboardItem picture;
     picture.representations.push_back({"image/png", std::vector<std::byte>(100, std::byte{1}), 8, {}});
     copyAfter(0, {picture});
@@ -150,7 +150,7 @@ TEST_F(SelectedTextReaderTest, ReturnsNothingForASelectionThatIsNoTextAndPutsThe
     EXPECT_EQ(onPasteboard(), "the user's");
 }
 
-TEST_F(SelectedTextReaderTest, ReturnsATextOfZeroLengthAsItIs) {
+TEST_F(SelectedTextReaderTest, ReturnsAnEmptyText) {
     copyAtOnce("");
     EXPECT_EQ(read(), Text(""));
     EXPECT_EQ(onPasteboard(), "the user's");
@@ -162,13 +162,13 @@ TEST_F(SelectedTextReaderTest, ReturnsLongTextWhole) {
     EXPECT_EQ(read(), text);
 }
 
-TEST_F(SelectedTextReaderTest, TakesACopyThatComesJustInTime) {
+TEST_F(SelectedTextReaderTest, AcceptsACopyThatArrivesJustInTime) {
     copyAfter(0.149, {FakePasteboard::textItem("selected")});
     EXPECT_EQ(read(), "selected");
     EXPECT_EQ(onPasteboard(), "the user's");
 }
 
-TEST_F(SelectedTextReaderTest, LeavesACopyThatComesTooLateOnTheClipboard) {
+TEST_F(SelectedTextReaderTest, LeavesALateCopyOnTheClipboard) {
     copyAfter(0.151, {FakePasteboard::textItem("late")});
     EXPECT_EQ(read(), std::nullopt);
     runtime.clock().advance(1);
@@ -183,14 +183,14 @@ TEST_F(SelectedTextReaderTest, LeavesAnEmptyClipboardEmpty) {
     EXPECT_TRUE(pasteboard.control().contents().empty());
 }
 
-TEST_F(SelectedTextReaderTest, ReturnsNothingWhenTheClipboardCannotBeAsked) {
+TEST_F(SelectedTextReaderTest, ReturnsNulloptIfTheClipboardCannotBeRead) {
     pasteboard.control().setUnavailable(true);
     EXPECT_EQ(read(), std::nullopt);
     copyAtOnce("selected");
     EXPECT_EQ(read(), std::nullopt);
 }
 
-TEST_F(SelectedTextReaderTest, LooksAtOnceWhenItIsCancelledDuringTheWait) {
+TEST_F(SelectedTextReaderTest, ReadsAtOnceIfItIsCancelledDuringTheWait) {
     copyAtOnce("selected");
     const auto task = start();
     runtime.clock().advance(0.02);
@@ -203,7 +203,7 @@ TEST_F(SelectedTextReaderTest, LooksAtOnceWhenItIsCancelledDuringTheWait) {
     EXPECT_EQ(runtime.clock().pending(), 0u);
 }
 
-TEST_F(SelectedTextReaderTest, ReturnsNothingWhenItIsCancelledBeforeTheCopyCame) {
+TEST_F(SelectedTextReaderTest, ReturnsNulloptIfItIsCancelledBeforeTheCopyArrives) {
     copyAfter(0.1, {FakePasteboard::textItem("late")});
     const auto task = start();
     runtime.clock().advance(0.02);
@@ -215,7 +215,7 @@ TEST_F(SelectedTextReaderTest, ReturnsNothingWhenItIsCancelledBeforeTheCopyCame)
     EXPECT_EQ(onPasteboard(), "the user's");
 }
 
-TEST_F(SelectedTextReaderTest, ReadsAllTheSameWhenItIsCancelledBeforeItBegins) {
+TEST_F(SelectedTextReaderTest, ReadsEvenIfItIsCancelledBeforeItBegins) {
     copyAtOnce("selected");
     const auto task = start();
     task.cancel();
@@ -226,7 +226,7 @@ TEST_F(SelectedTextReaderTest, ReadsAllTheSameWhenItIsCancelledBeforeItBegins) {
     EXPECT_EQ(onPasteboard(), "the user's");
 }
 
-TEST_F(SelectedTextReaderTest, LetsTheMainActorGoOnDuringTheWait) {
+TEST_F(SelectedTextReaderTest, DoesNotBlockTheMainActorDuringTheWait) {
     const auto task = start();
     runtime.clock().advance(0.05);
     bool hasRun = false;
@@ -236,7 +236,7 @@ TEST_F(SelectedTextReaderTest, LetsTheMainActorGoOnDuringTheWait) {
     EXPECT_FALSE(task.isDone());
 }
 
-TEST_F(SelectedTextReaderTest, ReplacesTheSelectionAndLeavesTheUsersClipboardWhenItIsInsertedOverAfterwards) {
+TEST_F(SelectedTextReaderTest, KeepsTheUsersClipboardIfAnInsertionReplacesTheSelection) {
     copyAtOnce("selected");
     EXPECT_EQ(read(), "selected");
     Text pasted;

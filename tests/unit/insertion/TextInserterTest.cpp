@@ -29,7 +29,7 @@ protected:
         });
     }
 
-    /// Tasks that a test leaves on their way end before what they use.
+    /// Ends the tasks that a test leaves running before the objects that they use.
     void TearDown() override {
         runtime.registry().cancelAll();
         runtime.runUntilIdle();
@@ -46,7 +46,7 @@ protected:
         return runtime::spawn(runtime.main(), inserter.undo(count));
     }
 
-    /// The token of a task that has ended.
+    /// Returns the token of a task that has ended.
     static InsertionToken tokenOf(const runtime::TaskHandle<InsertionToken>& task) {
         return std::get<1>(task.state()->outcome);
     }
@@ -76,7 +76,7 @@ TEST_F(TextInserterTest, PutsTheTextOnThePasteboardAtOnceAndPastesItAfter50Milli
     EXPECT_EQ(pastedTexts.front(), "dictated");
 }
 
-TEST_F(TextInserterTest, PutsTheClipboardBackAfter300Milliseconds) {
+TEST_F(TextInserterTest, RestoresTheClipboardAfter300Milliseconds) {
     const auto task = insert("dictated");
     runtime.clock().advance(0.35 - tests::epsilon);
     EXPECT_EQ(onPasteboard(), "dictated");
@@ -104,7 +104,7 @@ TEST_F(TextInserterTest, SavesWritesPastesAndRestoresInThisOrder) {
                                                name(Call::clearContents), name(Call::writeItems)}));
 }
 
-TEST_F(TextInserterTest, ReturnsTheTextAndTheMomentAtWhichItEnded) {
+TEST_F(TextInserterTest, ReturnsTheTextAndTheTimeOfItsEnd) {
     const auto begin = runtime.clock().date();
     const auto token = runtime.wait(inserter.insert("dictated"));
 
@@ -113,7 +113,7 @@ TEST_F(TextInserterTest, ReturnsTheTextAndTheMomentAtWhichItEnded) {
     EXPECT_NEAR(took, 0.35, 1e-4);
 }
 
-TEST_F(TextInserterTest, BringsBackEveryFormOfEveryItem) {
+TEST_F(TextInserterTest, RestoresEveryFormOfEveryItem) {
     auto rich = FakePasteboard::textItem("words");
     rich.representations.push_back({"image/png", std::vector<std::byte>(5000, std::byte{7}), 8, {}});
     const FakePasteboard::Items items = {rich, FakePasteboard::textItem("second")};
@@ -124,7 +124,7 @@ TEST_F(TextInserterTest, BringsBackEveryFormOfEveryItem) {
     EXPECT_EQ(pasteboard.control().contents(), items);
 }
 
-TEST_F(TextInserterTest, OffersOnlyPlainTextMeanwhile) {
+TEST_F(TextInserterTest, OffersOnlyPlainTextDuringTheInsertion) {
     insert("dictated");
     runtime.clock().advance(0.1);
     EXPECT_EQ(pasteboard.control().contents(), FakePasteboard::Items{FakePasteboard::textItem("dictated")});
@@ -179,7 +179,7 @@ TEST_F(TextInserterTest, ReadsTheClipboardAheadOnlyWhenPrepared) {
     EXPECT_EQ(pasteboard.control().prefetches(), 1);
 }
 
-TEST_F(TextInserterTest, TouchesNothingWhenCancelledBeforeItBegins) {
+TEST_F(TextInserterTest, ChangesNothingIfCancelledBeforeItBegins) {
     const auto task = insert("dictated");
     task.cancel();
     runtime.clock().advance(1);
@@ -257,7 +257,7 @@ TEST_F(TextInserterTest, RestoresAtOnceWhenCancelledAfterThePaste) {
     EXPECT_EQ(input.control().count(Press::paste), 1);
 }
 
-TEST_F(TextInserterTest, LetsASecondInsertionBeginDuringASleepOfTheFirst) {
+TEST_F(TextInserterTest, AllowsASecondInsertionDuringASleepOfTheFirst) {
     insert("first");
     runtime.clock().advance(0.02);
     insert("second");
@@ -267,7 +267,7 @@ TEST_F(TextInserterTest, LetsASecondInsertionBeginDuringASleepOfTheFirst) {
     EXPECT_EQ(onPasteboard(), "first");
 }
 
-TEST_F(TextInserterTest, LeavesThePasteboardEmptyWhenItCouldNotBeAsked) {
+TEST_F(TextInserterTest, LeavesThePasteboardEmptyIfItCouldNotBeRead) {
     using Call = FakePasteboard::Call;
     pasteboard.control().setUnavailable(true);
     pasteboard.control().setOnCall([this](Call call) {
@@ -281,7 +281,7 @@ TEST_F(TextInserterTest, LeavesThePasteboardEmptyWhenItCouldNotBeAsked) {
     EXPECT_EQ(pasteboard.control().calls().back(), Call::clearContents) << "there is nothing to write";
 }
 
-TEST_F(TextInserterTest, WaitsOnlyWhenNothingIsToBeUndone) {
+TEST_F(TextInserterTest, WaitsEvenIfNothingIsUndone) {
     const auto task = undo(0);
     runtime.clock().advance(0.1 - tests::epsilon);
     EXPECT_FALSE(task.isDone());
@@ -290,7 +290,7 @@ TEST_F(TextInserterTest, WaitsOnlyWhenNothingIsToBeUndone) {
     EXPECT_TRUE(input.control().presses().empty());
 }
 
-TEST_F(TextInserterTest, Presses80MillisecondsApartAndSettlesFor100More) {
+TEST_F(TextInserterTest, Presses80MillisecondsApartAndWaitsAnother100) {
     const auto task = undo(2);
     runtime.clock().advance(0.26 - tests::epsilon);
     EXPECT_FALSE(task.isDone());
@@ -304,7 +304,7 @@ TEST_F(TextInserterTest, Presses80MillisecondsApartAndSettlesFor100More) {
     EXPECT_TRUE(isUntouched());
 }
 
-TEST_F(TextInserterTest, LeavesOutTheRemainingPressesWhenInterruptedBetweenThem) {
+TEST_F(TextInserterTest, SkipsTheRemainingPressesIfInterruptedBetweenThem) {
     const auto task = undo(5);
     runtime.clock().advance(0.1);
     ASSERT_EQ(input.control().count(Press::undo), 2);
@@ -316,7 +316,7 @@ TEST_F(TextInserterTest, LeavesOutTheRemainingPressesWhenInterruptedBetweenThem)
     EXPECT_EQ(runtime.clock().pending(), 0u);
 }
 
-TEST_F(TextInserterTest, EndsAtOnceWhenTheLastWaitIsInterrupted) {
+TEST_F(TextInserterTest, EndsAtOnceIfTheLastWaitIsInterrupted) {
     const auto task = undo(1);
     runtime.clock().advance(0.1);
     ASSERT_FALSE(task.isDone());
@@ -326,11 +326,11 @@ TEST_F(TextInserterTest, EndsAtOnceWhenTheLastWaitIsInterrupted) {
     EXPECT_EQ(input.control().count(Press::undo), 1);
 }
 
-TEST_F(TextInserterTest, TrapsOnANegativeCount) {
+TEST_F(TextInserterTest, AbortsOnANegativeCount) {
     EXPECT_DEATH({ [[maybe_unused]] const auto task = inserter.undo(-1); }, "negative");
 }
 
-TEST(TextInserterOnThreads, WorksOnItsOwnActorAndComesBackToTheCallers) {
+TEST(TextInserterOnThreads, WorksOnItsOwnActorAndResumesOnTheCallers) {
     const auto registry = std::make_shared<runtime::TaskRegistry>();
     tests::TestRuntime callers;
     FakePasteboard pasteboard;
