@@ -9,14 +9,59 @@
 namespace sonvale::services {
 
 using platform::CaptureStatus;
-using platform::RecordPermission;
 using platform::SpeechAuthorization;
 
 namespace {
 
-// The user has a minute from the request to flip the switch.
-constexpr int mostChecks = 60;
+// The user has one minute after the request to change the setting.
+constexpr int maxChecks = 60;
 constexpr double checkPeriod = 1.0;
+
+void reportPermission(const PermissionsManager& manager) {
+    // A copy, because the callback may destroy the manager.
+    if (const auto report = manager.onPermissionGranted)
+        report();
+}
+
+runtime::Task<MicrophoneState> readMicrophoneOn(platform::CaptureAuthorization* authorization) {
+    co_return MicrophoneState::read(*authorization);
+}
+
+runtime::Task<bool> probe(platform::EventTap* eventTap) {
+    co_return eventTap->probe();
+}
+
+runtime::Task<bool> accessibilityCheck(std::weak_ptr<PermissionsManager> weakManager) {
+    const auto manager = weakManager.lock();
+    if (!manager)
+        co_return false;
+    manager->checkAccessibility();
+    co_return *manager->accessibilityGranted;
+}
+
+runtime::Task<bool> speechRecognitionCheck(std::weak_ptr<PermissionsManager> weakManager) {
+    const auto manager = weakManager.lock();
+    if (!manager)
+        co_return false;
+    manager->checkSpeechRecognition();
+    co_return *manager->speechRecognitionGranted;
+}
+
+runtime::Task<> poll(std::weak_ptr<PermissionsManager> weakManager, runtime::Clock* clock,
+                     runtime::Task<bool> (*check)(std::weak_ptr<PermissionsManager>)) {
+    for (int count = 0; count < maxChecks; ++count) {
+        if (co_await runtime::sleep(*clock, checkPeriod) == runtime::SleepOutcome::interrupted)
+            co_return;
+        // The sleep may already have ended before the cancellation.
+        if (co_await runtime::isCurrentTaskCancelled())
+            co_return;
+        if (!co_await check(weakManager))
+            continue;
+        if (const auto manager = weakManager.lock())
+            reportPermission(*manager);
+        co_return;
+    }
+}
 
 } // namespace
 
@@ -28,7 +73,7 @@ PermissionsManager::~PermissionsManager() {
 }
 
 void PermissionsManager::checkMicrophone() {
-    take(read(parts_.captureAuthorization));
+    setMicrophone(MicrophoneState::read(parts_.captureAuthorization));
 }
 
 void PermissionsManager::checkAccessibility() {
@@ -38,7 +83,7 @@ void PermissionsManager::checkAccessibility() {
 }
 
 void PermissionsManager::checkInputMonitoring() {
-    takeInputMonitoring(parts_.eventTap.probe());
+    setInputMonitoring(parts_.eventTap.probe());
 }
 
 void PermissionsManager::checkSpeechRecognition() {
@@ -67,7 +112,7 @@ runtime::Task<> PermissionsManager::checkLater(std::weak_ptr<PermissionsManager>
     const auto self = weakSelf.lock();
     if (!microphone || !self)
         co_return;
-    self->take(*microphone);
+    self->setMicrophone(*microphone);
     if (checks == Checks::microphone)
         co_return;
     self->checkAccessibility();
@@ -97,20 +142,20 @@ void PermissionsManager::askForMicrophone(CaptureStatus status) {
                                 static_cast<int>(status)));
     switch (status) {
     case CaptureStatus::notDetermined:
-        // On Linux the request asks the sound server once more.
+        // On Linux the request asks the sound server again.
         parts_.pool.post(
             [authorization = &parts_.captureAuthorization, weak = weak_from_this(), main = parts_.main] {
                 authorization->requestRecordPermission([weak, main](bool isGranted) {
                     main.post([weak, isGranted] {
                         if (const auto self = weak.lock())
-                            self->takeAnswer(isGranted);
+                            self->setMicrophoneAnswer(isGranted);
                     });
                 });
             });
         break;
     case CaptureStatus::authorized:
         microphoneGranted = true;
-        reportGrant();
+        reportPermission(*this);
         break;
     case CaptureStatus::restricted:
     case CaptureStatus::denied:
@@ -136,7 +181,7 @@ void PermissionsManager::requestAccessibilityPrompt() {
 void PermissionsManager::pollAccessibility() {
     checkAccessibility();
     if (*accessibilityGranted)
-        reportGrant();
+        reportPermission(*this);
     else
         startPolling(accessibilityCheck);
 }
@@ -144,13 +189,13 @@ void PermissionsManager::pollAccessibility() {
 void PermissionsManager::pollInputMonitoring() {
     checkInputMonitoring();
     if (*inputMonitoringGranted)
-        reportGrant();
+        reportPermission(*this);
     else
         startPolling(inputMonitoringCheck);
 }
 
 void PermissionsManager::openInputMonitoringAndPoll() {
-    // The answer does not matter: only who has tried to listen is listed on the page.
+    // The result does not matter: the page lists only programs that have tried to listen.
     parts_.eventTap.probe();
     parts_.workspace.openURL(platform::settings_page::inputMonitoring);
     startPolling(inputMonitoringCheck);
@@ -167,74 +212,36 @@ void PermissionsManager::openMicrophonePageAndPoll() {
     startPolling(microphoneCheck);
 }
 
-void PermissionsManager::takeAnswer(bool isMicrophoneGranted) {
-    base::systemLog(
-        fmt::format("AVAudioApplication.requestRecordPermission result: {}", isMicrophoneGranted));
-    microphoneGranted = isMicrophoneGranted;
-    if (isMicrophoneGranted)
-        reportGrant();
+void PermissionsManager::setMicrophoneAnswer(bool isGranted) {
+    base::systemLog(fmt::format("AVAudioApplication.requestRecordPermission result: {}", isGranted));
+    microphoneGranted = isGranted;
+    if (isGranted)
+        reportPermission(*this);
     else
         openMicrophonePageAndPoll();
 }
 
-void PermissionsManager::take(const Microphone& microphone) {
+void PermissionsManager::setMicrophone(const MicrophoneState& microphone) {
     base::systemLog(fmt::format("checkMicrophone() — AVCaptureDevice status: {}, AVAudioApplication "
                                 "recordPermission: {}",
                                 static_cast<int>(microphone.status),
                                 static_cast<std::uint32_t>(microphone.recordPermission)));
-    microphoneGranted = microphone.status == CaptureStatus::authorized ||
-                        microphone.recordPermission == RecordPermission::granted;
+    microphoneGranted = microphone.isGranted();
 }
 
-void PermissionsManager::takeInputMonitoring(bool isGranted) {
+void PermissionsManager::setInputMonitoring(bool isGranted) {
     base::systemLog(fmt::format("checkInputMonitoring() — {}", isGranted));
     inputMonitoringGranted = isGranted;
 }
 
-void PermissionsManager::reportGrant() const {
-    // A copy: what it does may be the end of this manager.
-    if (const auto report = onPermissionGranted)
-        report();
-}
-
-PermissionsManager::Microphone PermissionsManager::read(platform::CaptureAuthorization& authorization) {
-    const auto status = authorization.status();
-    return {status, authorization.recordPermission()};
-}
-
-runtime::Task<PermissionsManager::Microphone>
-PermissionsManager::readLater(platform::CaptureAuthorization* authorization) {
-    co_return read(*authorization);
-}
-
-runtime::Task<bool> PermissionsManager::probeLater(platform::EventTap* eventTap) {
-    co_return eventTap->probe();
-}
-
-runtime::Task<> PermissionsManager::poll(std::weak_ptr<PermissionsManager> weakSelf, runtime::Clock* clock,
-                                         Check check) {
-    for (int count = 0; count < mostChecks; ++count) {
-        if (co_await runtime::sleep(*clock, checkPeriod) == runtime::SleepOutcome::interrupted)
-            co_return;
-        // The sleep may have been over already when the cancellation came.
-        if (co_await runtime::isCurrentTaskCancelled())
-            co_return;
-        if (!co_await check(weakSelf))
-            continue;
-        if (const auto self = weakSelf.lock())
-            self->reportGrant();
-        co_return;
-    }
-}
-
-runtime::Task<std::optional<PermissionsManager::Microphone>>
+runtime::Task<std::optional<MicrophoneState>>
 PermissionsManager::readMicrophone(std::weak_ptr<PermissionsManager> weakSelf) {
     auto self = weakSelf.lock();
     if (!self)
         co_return std::nullopt;
-    // A sound server that hangs would stop the main actor for 2 s.
+    // A sound server that hangs would block the main actor for 2 s.
     const auto pool = self->parts_.pool;
-    auto reading = readLater(&self->parts_.captureAuthorization);
+    auto reading = readMicrophoneOn(&self->parts_.captureAuthorization);
     self.reset();
     co_return co_await runtime::runOn(pool, std::move(reading));
 }
@@ -244,41 +251,25 @@ runtime::Task<bool> PermissionsManager::microphoneCheck(std::weak_ptr<Permission
     const auto self = weakSelf.lock();
     if (!microphone || !self)
         co_return false;
-    self->take(*microphone);
+    self->setMicrophone(*microphone);
     co_return *self->microphoneGranted;
-}
-
-runtime::Task<bool> PermissionsManager::accessibilityCheck(std::weak_ptr<PermissionsManager> weakSelf) {
-    const auto self = weakSelf.lock();
-    if (!self)
-        co_return false;
-    self->checkAccessibility();
-    co_return *self->accessibilityGranted;
 }
 
 runtime::Task<bool> PermissionsManager::inputMonitoringCheck(std::weak_ptr<PermissionsManager> weakSelf) {
     auto self = weakSelf.lock();
     if (!self)
         co_return false;
-    // The probe touches the window server.
+    // The probe connects to the window server.
     const auto pool = self->parts_.pool;
-    auto probe = probeLater(&self->parts_.eventTap);
+    auto probing = probe(&self->parts_.eventTap);
     self.reset();
-    const bool isGranted = co_await runtime::runOn(pool, std::move(probe));
+    const bool isGranted = co_await runtime::runOn(pool, std::move(probing));
 
     self = weakSelf.lock();
     if (!self)
         co_return false;
-    self->takeInputMonitoring(isGranted);
+    self->setInputMonitoring(isGranted);
     co_return *self->inputMonitoringGranted;
-}
-
-runtime::Task<bool> PermissionsManager::speechRecognitionCheck(std::weak_ptr<PermissionsManager> weakSelf) {
-    const auto self = weakSelf.lock();
-    if (!self)
-        co_return false;
-    self->checkSpeechRecognition();
-    co_return *self->speechRecognitionGranted;
 }
 
 runtime::Task<> PermissionsManager::requestSpeech(std::weak_ptr<PermissionsManager> weakSelf,
@@ -289,7 +280,7 @@ runtime::Task<> PermissionsManager::requestSpeech(std::weak_ptr<PermissionsManag
         co_return;
     self->speechRecognitionGranted = answer == SpeechAuthorization::authorized;
     if (*self->speechRecognitionGranted)
-        self->reportGrant();
+        reportPermission(*self);
 }
 
 } // namespace sonvale::services
