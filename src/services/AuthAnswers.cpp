@@ -12,7 +12,7 @@ namespace sonvale::services {
 
 namespace {
 
-/// A token this close to its end may have ended when it arrives.
+/// A token this close to its end may have expired when it arrives.
 constexpr double expiryMargin = 60;
 
 bool isAbsent(const base::Json* member) {

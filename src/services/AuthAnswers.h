@@ -4,26 +4,27 @@
 #include <string>
 #include <string_view>
 
-// What the backend's answers about accounts mean. Pure; any bytes; any thread.
+// Parsing of the backend's answers about accounts. Pure functions; any bytes; any thread.
 
 namespace sonvale::services {
 
-/// A session as the backend gives it out.
+/// A session in the backend's answer.
 struct AuthTokenResponse {
     std::string accessToken;
     std::string refreshToken;
-    std::optional<std::string> email; ///< of the user, where the answer names one
+    std::optional<std::string> email; ///< of the user, if the answer contains it
     bool operator==(const AuthTokenResponse&) const = default;
 };
 
-/// Nothing when the body is not such an answer.
+/// Returns nullopt if the body is not such an answer.
 std::optional<AuthTokenResponse> authTokenResponse(std::string_view body);
 
-/// What the user is told about a refusal.
+/// Returns the text for the user about a refused request.
 std::string authErrorText(int status, std::string_view body);
 
-/// Whether an access token (a JSON Web Token, RFC 7519) has less than a minute left, `now` being seconds
-/// since 1970. So has what is not such a token. The signature is the backend's business.
+/// Returns whether an access token (a JSON Web Token, RFC 7519) has less than a minute left. `now` is in
+/// seconds since 1970. Returns true for a text that is not such a token. Does not check the signature, which
+/// is the backend's task.
 bool isTokenExpired(std::string_view token, double now);
 
 } // namespace sonvale::services

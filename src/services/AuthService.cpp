@@ -120,7 +120,7 @@ runtime::Task<AuthService::Token> AuthService::validAccessToken() {
     return runtime::runOn(parts_.main, currentToken(shared_from_this()));
 }
 
-void AuthService::takeUpStoredSession() {
+void AuthService::adoptStoredSession() {
     auto accessToken = parts_.settings.read(keys::accessToken);
     auto refreshToken = parts_.settings.read(keys::refreshToken);
     if (accessToken == accessToken_ && refreshToken == refreshToken_)
@@ -133,7 +133,7 @@ void AuthService::takeUpStoredSession() {
 }
 
 runtime::Task<AuthService::Token> AuthService::currentToken(Self self) {
-    self->takeUpStoredSession();
+    self->adoptStoredSession();
     if (self->accessToken_.empty())
         co_return std::nullopt;
     if (!self->isExpired(self->accessToken_))
@@ -158,15 +158,15 @@ runtime::Task<AuthService::Token> AuthService::refresh(Self self) {
     try {
         response = co_await self->post("auth/refresh", body);
     } catch (const std::exception&) {
-        // The link may be down: the session stays, and the next call tries again.
+        // The link may be down: the session is kept, and the next call tries again.
         co_return std::nullopt;
     }
     // A sign-in or sign-out during the request takes precedence.
     if (self->session_ != session)
         co_return std::nullopt;
-    // So do the tokens that another program of the user has got for the same refresh token, which the backend
-    // takes only once.
-    self->takeUpStoredSession();
+    // Tokens that another program of the user has received for the same refresh token take precedence too.
+    // The backend accepts a refresh token only once.
+    self->adoptStoredSession();
     if (self->session_ != session) {
         const bool isUsable = !self->accessToken_.empty() && !self->isExpired(self->accessToken_);
         co_return isUsable ? Token(self->accessToken_) : std::nullopt;

@@ -16,16 +16,16 @@
 
 namespace sonvale::services {
 
-/// The user's account: signs in, keeps the session across launches, and hands every client a usable bearer
+/// The user's account: signs in, keeps the session across launches, and gives every client a valid bearer
 /// token.
 ///
-/// Lives on the main actor; `validAccessToken` alone may be awaited from any. Held by a shared pointer. The
-/// session is kept in the settings, and nowhere else; the user's other desktop sessions share it by them.
+/// Lives on the main actor; only `validAccessToken` may be awaited from any actor. Owned by a shared pointer.
+/// The session is stored in the settings only; the user's other desktop sessions share it there.
 class AuthService : public std::enable_shared_from_this<AuthService> {
 public:
-    static constexpr double requestTimeout = 30; ///< seconds without a byte moving
+    static constexpr double requestTimeout = 30; ///< seconds without any data
 
-    /// What it works with; everything referred to outlives it.
+    /// The objects that it uses. All of them outlive it.
     struct Parts {
         runtime::Actor main;
         runtime::Clock& clock;
@@ -34,29 +34,30 @@ public:
         ServiceAddresses addresses;
     };
 
-    /// Takes up the session of the last launch. A session that has a refresh token counts as one, however old
-    /// its access token is.
+    /// Restores the session of the last launch. A session with a refresh token is valid, even if its access
+    /// token is old.
     explicit AuthService(Parts parts);
     AuthService(const AuthService&) = delete;
     AuthService& operator=(const AuthService&) = delete;
 
-    base::Observed<bool> isAuthenticated{false};                 ///< a usable session is believed to exist
+    /// whether a usable session is expected to exist
+    base::Observed<bool> isAuthenticated{false};
     base::Observed<std::optional<std::string>> currentUserEmail; ///< never empty
-    base::Observed<bool> isLoading{false};                       ///< a sign-in or sign-up is on its way
+    base::Observed<bool> isLoading{false};                       ///< whether a sign-in or sign-up is running
     base::Observed<std::optional<std::string>> errorMessage;
 
-    /// Throw `AuthError`. Cancelling the task ends the request with `networkError`.
+    /// Sign in or sign up. Throw `AuthError`. Cancelling the task ends the request with `networkError`.
     runtime::Task<> signIn(std::string email, std::string password);
     runtime::Task<> signUp(std::string email, std::string password);
 
-    /// Forgets the session on this machine; the backend is not told. What a refresh that is on its way brings
-    /// is dropped.
+    /// Forgets the session on this machine without a request to the backend. Drops the result of a running
+    /// refresh.
     void signOut();
 
-    /// Returns the bearer token, refreshed where it has run out; nullopt if there is no session or it cannot
-    /// be refreshed now. Concurrent callers share one refresh. Takes up what another program of the user has
-    /// made of the session: new tokens, a sign-in, a sign-out. Never throws. A cancelled caller gets nullopt
-    /// at once; the refresh goes on.
+    /// Returns the bearer token, refreshed if it has expired; nullopt if there is no session or it cannot be
+    /// refreshed now. Concurrent callers share one refresh. Adopts changes that another program of the user
+    /// has made to the session: new tokens, a sign-in, a sign-out. Never throws. A cancelled caller gets
+    /// nullopt at once; the refresh continues.
     runtime::Task<std::optional<std::string>> validAccessToken();
 
 private:
@@ -70,15 +71,15 @@ private:
     /// `body` must outlive the task.
     runtime::Task<platform::UrlResponse> post(const std::string& path, const RequestBody& body);
     void store(AuthTokenResponse session);
-    void takeUpStoredSession();
+    void adoptStoredSession();
     bool isExpired(const std::string& accessToken) const;
 
     const Parts parts_;
     SharedUrlSession urlSession_;
     std::string accessToken_;                ///< empty for none
     std::string refreshToken_;               ///< empty for none
-    std::uint64_t session_ = 0;              ///< grows with every sign-in and sign-out
-    runtime::TaskHandle<Token> refreshTask_; ///< the one on its way
+    std::uint64_t session_ = 0;              ///< increases with every sign-in and sign-out
+    runtime::TaskHandle<Token> refreshTask_; ///< the running refresh
 };
 
 } // namespace sonvale::services

@@ -7,39 +7,39 @@
 
 namespace sonvale::services {
 
-/// The program's information dictionary: what was fixed when it was built. Unchanging; any thread.
+/// The program's information dictionary: values that were set when it was built. Immutable; any thread.
 class BundleInfo {
 public:
-    /// Names of the entries.
+    /// The names of the entries.
     static constexpr std::string_view backendURL = "BACKEND_URL";
     static constexpr std::string_view openAIKey = "OPENAI_API_KEY";
     static constexpr std::string_view openAIBaseURL = "OPENAI_BASE_URL";
     static constexpr std::string_view shortVersion = "CFBundleShortVersionString";
     static constexpr std::string_view updateFeedURL = "UPDATE_FEED_URL";
 
-    /// An empty dictionary.
+    /// Makes an empty dictionary.
     BundleInfo() = default;
     explicit BundleInfo(nlohmann::json::object_t values);
 
-    /// Reads the JSON object in that file. A file that is missing or holds anything else gives an empty
-    /// dictionary and a line in the log.
+    /// Reads the JSON object in that file. If the file is missing or has other content, returns an empty
+    /// dictionary and logs a line.
     static BundleInfo load(const std::filesystem::path& path);
 
-    /// The entry with that name as it was written; null when there is none.
+    /// Returns the entry with that name unchanged; null if there is none.
     nlohmann::json value(std::string_view name) const;
 
-    /// The program's version as users are told it; "1.0.0" when the dictionary has none.
+    /// Returns the program's version for users; "1.0.0" if the dictionary has none.
     std::string version() const;
 
-    /// Whether the build was given a key for the direct path.
+    /// Returns whether the build has a key for the direct path.
     bool hasUsableKey() const;
 
 private:
     nlohmann::json::object_t values_;
 };
 
-/// Whether a value of `BundleInfo::openAIKey` is a key, and not absent, empty, a build variable that was left
-/// unexpanded or a placeholder.
+/// Returns whether a value of `BundleInfo::openAIKey` is a key: not absent, not empty, not an unexpanded
+/// build variable and not a placeholder.
 bool isUsableBundleKey(const nlohmann::json& value);
 
 } // namespace sonvale::services

@@ -13,8 +13,9 @@ namespace sonvale::services {
 
 enum class ConnectionType { wifi, cellular, wired, unknown };
 
-/// Whether the machine is online, and by what kind of link. Main actor. No call depends on it: an offline
-/// machine is found out by calls that fail. A change only closes connections that wait for use.
+/// The state of the machine's link: whether it is online, and by what kind of link. Main actor. No call
+/// depends on it, because calls fail by themselves on an offline machine. A change only closes idle
+/// connections.
 class ConnectivityMonitor {
 public:
     /// Starts `monitor`, which must outlive it.
@@ -24,11 +25,11 @@ public:
     ConnectivityMonitor(const ConnectivityMonitor&) = delete;
     ConnectivityMonitor& operator=(const ConnectivityMonitor&) = delete;
 
-    base::Observed<bool>& isConnected() { return state_->isConnected; } ///< true before the first report
+    base::Observed<bool>& isConnected() { return state_->isConnected; } ///< true until the first report
     base::Observed<ConnectionType>& connectionType() { return state_->connectionType; }
 
-    /// `handler` is called after each report of another path than the one before, not for the first. One
-    /// handler.
+    /// Sets the one handler, which is called after each report of another path than the previous one, but not
+    /// for the first report.
     void setOnPathChange(std::function<void()> handler) { state_->onPathChange = std::move(handler); }
 
 private:
@@ -36,10 +37,10 @@ private:
     struct State {
         base::Observed<bool> isConnected{true};
         base::Observed<ConnectionType> connectionType{ConnectionType::unknown};
-        std::optional<platform::NetworkPath> path; ///< of the last report
+        std::optional<platform::NetworkPath> path; ///< path of the last report
         std::function<void()> onPathChange;
     };
-    const std::shared_ptr<State> state_ = std::make_shared<State>(); ///< held weakly by the reports
+    const std::shared_ptr<State> state_ = std::make_shared<State>(); ///< the reports hold it weakly
 };
 
 } // namespace sonvale::services

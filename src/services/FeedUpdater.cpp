@@ -13,10 +13,10 @@ namespace sonvale::services {
 
 namespace {
 
-constexpr double patienceSeconds = 25;
-constexpr std::size_t bytesAtMost = 64 * 1024;
-constexpr std::size_t fieldsAtMost = 8;
-constexpr std::size_t addressAtMost = 2048;
+constexpr double timeoutSeconds = 25;
+constexpr std::size_t maxBytes = 64 * 1024;
+constexpr std::size_t maxFields = 8;
+constexpr std::size_t maxAddressLength = 2048;
 
 const base::Logger& logger() {
     static const base::Logger instance("FeedUpdater");
@@ -35,28 +35,29 @@ std::optional<base::WebAddress> httpAddress(const std::string& text) {
     return isHttp ? std::move(address) : std::nullopt;
 }
 
-/// Whoever can change the feed on its way chooses the page that opens.
+/// Returns whether the feed's address is safe: an attacker who can change the feed on its way could choose
+/// the page that opens.
 bool isUsableFeed(const std::string& text) {
     const auto address = httpAddress(text);
     return address && address->isConfidential();
 }
 
 bool isUsablePage(const std::string& text) {
-    return text.size() <= addressAtMost && httpAddress(text);
+    return text.size() <= maxAddressLength && httpAddress(text);
 }
 
-/// The numbers of a version without leading zeros, those that are zero at the end left out; nothing when it
-/// is none.
+/// Returns the numbers of a version without leading zeros and without trailing numbers that are zero; nullopt
+/// if the text is not a version.
 std::optional<std::vector<std::string_view>> fieldsOf(std::string_view version) {
     constexpr std::string_view digits = "0123456789";
-    constexpr std::size_t digitsAtMost = 18;
+    constexpr std::size_t maxDigits = 18;
     std::vector<std::string_view> fields;
     for (bool isLast = false; !isLast;) {
         const auto dot = version.find('.');
         isLast = dot == std::string_view::npos;
         auto field = version.substr(0, dot);
         version.remove_prefix(isLast ? version.size() : dot + 1);
-        if (field.empty() || field.size() > digitsAtMost || fields.size() == fieldsAtMost ||
+        if (field.empty() || field.size() > maxDigits || fields.size() == maxFields ||
             field.find_first_not_of(digits) != std::string_view::npos)
             return std::nullopt;
         field.remove_prefix(std::min(field.find_first_not_of('0'), field.size()));
@@ -89,7 +90,7 @@ std::optional<int> compareVersions(std::string_view a, std::string_view b) {
 
 platform::UpdateOutcome readUpdateFeed(std::string_view body, std::string_view version) {
     static const std::string unreadable = "The update server's answer could not be understood.";
-    if (body.size() > bytesAtMost)
+    if (body.size() > maxBytes)
         return failed(unreadable);
     const auto feed = base::parseJson(body);
     if (!feed)
@@ -127,7 +128,7 @@ runtime::Task<platform::UpdateOutcome> FeedUpdater::fetch(std::shared_ptr<platfo
     platform::UrlRequest request;
     request.url = std::move(feed);
     request.headers = {{"Accept", "application/json"}};
-    request.timeoutSeconds = patienceSeconds;
+    request.timeoutSeconds = timeoutSeconds;
     std::optional<platform::UrlError> error;
     try {
         const auto response = co_await session->data(std::move(request));
@@ -143,7 +144,7 @@ runtime::Task<platform::UpdateOutcome> FeedUpdater::fetch(std::shared_ptr<platfo
 }
 
 runtime::Task<platform::UpdateOutcome> FeedUpdater::giveUpLater(runtime::Clock* clock) {
-    if (co_await runtime::sleep(*clock, patienceSeconds) == runtime::SleepOutcome::interrupted)
+    if (co_await runtime::sleep(*clock, timeoutSeconds) == runtime::SleepOutcome::interrupted)
         throw runtime::CancellationError();
     co_return failed("The update server takes too long to answer.");
 }

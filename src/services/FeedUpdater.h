@@ -13,15 +13,16 @@
 
 namespace sonvale::services {
 
-/// Asks a feed for the newest version: a JSON object at a fixed address,
+/// Reads the newest version from a feed: a JSON object at a fixed address,
 ///
 ///     {"version": "1.2.0", "page": "https://example.org/download"}
 ///
-/// `version` is one to eight whole numbers between dots, compared number by number; one that is not there
-/// counts as 0. `page` is an http or https address with a host. Both must be there; other members are
-/// ignored. The feed is got by https, by http from this machine only, with status 200 and at most 64 KiB.
+/// `version` is one to eight whole numbers separated by dots, compared number by number; a missing number
+/// counts as 0. `page` is an http or https address with a host. Both are required; other members are ignored.
+/// The feed is requested by https, or by http from this machine only. The answer must have status 200 and up
+/// to 64 KiB.
 ///
-/// A newer version's page is opened with the desktop's browser.
+/// The page of a newer version is opened in the desktop's browser.
 class FeedUpdater final : public platform::Updater {
 public:
     struct Parts {
@@ -29,11 +30,11 @@ public:
         runtime::Clock& clock;
         platform::UrlSessions& urlSessions;
         platform::Workspace& workspace;
-        std::string feed;    ///< its address; empty or unusable: every check fails
+        std::string feed;    ///< address of the feed; if it is empty or unusable, every check fails
         std::string version; ///< of this program
     };
 
-    /// What is named in `parts` outlives it and its tasks.
+    /// The objects in `parts` must outlive it and its tasks.
     explicit FeedUpdater(Parts parts);
 
     runtime::Task<platform::UpdateOutcome> checkForUpdates() override;
@@ -46,10 +47,11 @@ private:
     const Parts parts_;
 };
 
-/// What a feed's answer says to a program of that version.
+/// Returns what a feed's answer means to a program of that version.
 platform::UpdateOutcome readUpdateFeed(std::string_view body, std::string_view version);
 
-/// Whether `a` is older than (negative), the same as (0) or newer than `b`; nothing when one is no version.
+/// Returns a negative number if `a` is older than `b`, 0 if they are the same, and a positive number if `a`
+/// is newer; nullopt if one of them is not a version.
 std::optional<int> compareVersions(std::string_view a, std::string_view b);
 
 } // namespace sonvale::services

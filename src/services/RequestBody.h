@@ -8,8 +8,8 @@
 
 namespace sonvale::services {
 
-/// What a request sends, overwritten when it goes, whatever the way out: it holds words, a voice or a
-/// password. Keep it until the call has returned.
+/// The body of a request with words, a voice or a password. It is overwritten when it is destroyed, on every
+/// path. It must live until the call has returned.
 class RequestBody {
 public:
     explicit RequestBody(std::vector<std::byte> bytes);

@@ -10,8 +10,8 @@ namespace sonvale::services {
 
 namespace {
 
-/// Scheme, host and port of the service, when they are usable. Without encryption only on this machine: the
-/// key and the voice go there.
+/// Returns scheme, host and port of the service if they are usable. Without encryption only this machine is
+/// allowed, because the key and the voice are sent there.
 std::optional<std::string> usableService(const nlohmann::json& value) {
     using Scheme = base::WebAddress::Scheme;
     if (!value.is_string())
@@ -82,7 +82,7 @@ platform::UrlRequest ServiceAddresses::post(std::string_view backendPath, std::s
 }
 
 std::string ServiceAddresses::serviceSocketURL(std::string_view path) const {
-    // "http" turns into "ws", and "https" into "wss".
+    // "http" becomes "ws", and "https" becomes "wss".
     return "ws" + serviceURL(path).substr(std::string_view("http").size());
 }
 

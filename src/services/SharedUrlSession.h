@@ -7,8 +7,8 @@
 
 namespace sonvale::services {
 
-/// One session for any number of calls, made with the first of them: a program that stays on this machine
-/// need not load what a session takes. Any thread; what makes the session outlives it.
+/// One session for any number of calls. The first call makes it, so that a program that uses no network does
+/// not load the network library. Any thread; the session's factory must outlive it.
 class SharedUrlSession {
 public:
     explicit SharedUrlSession(platform::UrlSessions& urlSessions)

@@ -18,7 +18,7 @@ constexpr const char* requestNotBuilt = "Failed to build request. Please try aga
 constexpr const char* noResponse = "Sorry, I didn't receive a response. Please try again.";
 constexpr const char* otherFailure = "Something went wrong. Please check your connection and try again.";
 
-/// Ends a turn with these words.
+/// Ends a turn with this text for the user.
 struct TurnFailure {
     const char* words;
 };
@@ -44,7 +44,7 @@ SupportChatViewModel::Self SupportChatViewModel::Turn::self() const {
 void SupportChatViewModel::send() {
     parts_.main.assertCurrent();
     auto text = base::trimmed(inputText.get());
-    // The task has its first turn later.
+    // The task begins in a later turn.
     if (text.empty() || isStreaming.get() || streamTask_)
         return;
     inputText = std::string();

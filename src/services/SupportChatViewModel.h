@@ -16,7 +16,7 @@
 
 namespace sonvale::services {
 
-/// One message of the conversation, as it is shown.
+/// One message of the conversation for the view.
 struct ChatMessage {
     base::Uuid id = base::Uuid::make();
     std::string role; ///< "user" or "assistant"
@@ -26,15 +26,15 @@ struct ChatMessage {
     bool operator==(const ChatMessage&) const = default;
 };
 
-/// A conversation with the support assistant that the backend provides. An answer grows as it comes. It is
-/// kept nowhere, and goes with this object, which ends the answer on its way too.
+/// A conversation with the support assistant of the backend. An answer grows while it arrives. The
+/// conversation is not stored. Destroying this object ends it and the running answer.
 ///
-/// Lives on the main actor. Held by a shared pointer; its task holds it weakly.
+/// Lives on the main actor. Owned by a shared pointer; its task holds it weakly.
 class SupportChatViewModel : public std::enable_shared_from_this<SupportChatViewModel> {
 public:
-    static constexpr double requestTimeout = 60; ///< seconds without a byte moving
+    static constexpr double requestTimeout = 60; ///< seconds without any data
 
-    /// What it works with; everything referred to outlives it.
+    /// The objects that it uses. All of them outlive it.
     struct Parts {
         runtime::Actor main;
         runtime::Clock& clock;
@@ -47,32 +47,32 @@ public:
     SupportChatViewModel& operator=(const SupportChatViewModel&) = delete;
     ~SupportChatViewModel();
 
-    /// The greeting, then what was asked and answered, in order. The last one grows while it is answered.
+    /// Returns the greeting, then questions and answers in order. The last answer grows while it arrives.
     const std::vector<ChatMessage>& messages() const { return messages_; }
-    /// Grows with every change of `messages`, which are not copied for each piece of an answer.
+    /// Increases with every change of `messages`, which are not copied for each piece of an answer.
     base::Observed<std::uint64_t> messagesRevision{0};
     base::Observed<std::string> inputText;
-    base::Observed<bool> isStreaming{false}; ///< an answer is on its way
+    base::Observed<bool> isStreaming{false}; ///< whether an answer is arriving
     base::Observed<std::optional<std::string>> errorMessage;
     base::Observed<bool> isWaitingForFirstChunk{false};
 
     const std::shared_ptr<AuthService> authService;
 
-    /// Asks what stands in `inputText`, without the white space around it, and begins to wait for the answer.
-    /// Does nothing when that is empty or while another answer is on its way.
+    /// Sends the question in `inputText`, trimmed, and waits for the answer in a task. Does nothing if the
+    /// question is empty or another answer is arriving.
     void send();
 
-    /// Goes back to the greeting alone. The answer on its way is given up; the next question need not wait
-    /// for that.
+    /// Removes everything but the greeting and cancels the running answer. The next question does not wait
+    /// for the cancellation.
     void clear();
 
-    /// The answer on its way; empty for none.
+    /// Returns the task of the running answer; empty if there is none.
     const runtime::TaskHandle<>& streamTask() const { return streamTask_; }
 
 private:
     using Self = std::shared_ptr<SupportChatViewModel>;
 
-    /// This object as one turn of the conversation reaches it: not at all once it is gone or was cleared.
+    /// Access of one turn of the conversation to this object; none after it is destroyed or cleared.
     struct Turn {
         std::weak_ptr<SupportChatViewModel> weakSelf;
         std::uint64_t number;
@@ -92,7 +92,7 @@ private:
 
     const Parts parts_;
     SharedUrlSession urlSession_;
-    std::optional<std::string> url_; ///< once it was needed
+    std::optional<std::string> url_; ///< set when it is first needed
     std::vector<ChatMessage> messages_;
     std::uint64_t turn_ = 0;
     runtime::TaskHandle<> streamTask_;

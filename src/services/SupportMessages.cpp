@@ -9,7 +9,7 @@ namespace {
 constexpr std::string_view dataField = "data: ";
 constexpr std::string_view endOfStream = "[DONE]";
 
-/// The text of `choices[0].delta.content`; empty where there is none.
+/// Returns the text of `choices[0].delta.content`; empty if there is none.
 std::string pieceIn(std::string_view payload) {
     const auto json = base::parseJson(std::string(payload));
     const auto* choices = json ? base::jsonMember(*json, "choices") : nullptr;

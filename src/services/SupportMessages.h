@@ -8,31 +8,31 @@
 
 namespace sonvale::services {
 
-/// What the support assistant says before anything was asked.
+/// The greeting of the support assistant.
 inline constexpr std::string_view supportGreeting =
     "Hi! I'm here to help with setup, troubleshooting, or account questions. What's going on?";
 
-/// One message of the conversation, as it is sent.
+/// One message of the conversation in a request.
 struct SupportMessage {
     std::string role; ///< "user" or "assistant"
     std::string content;
 };
 
-/// The request for the next answer: every message in order but the greeting.
+/// Returns the request for the next answer: every message in order except the greeting.
 base::Json supportBody(std::span<const SupportMessage> messages);
 
-/// Reads an answer that comes as server-sent events, line by line.
+/// Parses an answer of server-sent events, line by line.
 class SupportStream {
 public:
     struct Event {
-        bool isData = false; ///< a data line, whatever it holds
-        std::string text{};  ///< the piece of the answer in it
+        bool isData = false; ///< whether the line is a data line, with any content
+        std::string text{};  ///< the piece of the answer in the line
     };
 
-    /// `line` without its line end. After the end nothing counts any more.
+    /// Parses `line` without its line end. Ignores lines after the end of the answer.
     Event take(std::string_view line);
 
-    /// Whether the answer has been said to be complete.
+    /// Returns whether the service has reported the end of the answer.
     bool isEnded() const { return isEnded_; }
 
 private:

@@ -8,8 +8,8 @@
 
 namespace sonvale::services {
 
-/// Gives the bearer token for the next request; absent or empty when there is none. Called on any actor, by
-/// any number of tasks; the task that it returns never throws.
+/// Returns the bearer token for the next request; nullopt or empty if there is none. Called on any actor by
+/// any number of tasks; its task never throws.
 using TokenProvider = std::function<runtime::Task<std::optional<std::string>>()>;
 
 } // namespace sonvale::services

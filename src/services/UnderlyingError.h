@@ -5,14 +5,15 @@
 
 namespace sonvale::services {
 
-/// An error of another part of the system that lies behind a failure.
+/// The error that caused a failure, from another part of the system.
 struct UnderlyingError {
     std::string domain;
     int code = 0;
     std::string localizedDescription;
     bool operator==(const UnderlyingError&) const = default;
 
-    /// A transport's error with its own domain and code; any other with the `domain` of who caught it and -1.
+    /// Returns a transport's error with its own domain and code, and any other error with the catching part's
+    /// `domain` and -1.
     static UnderlyingError from(const std::exception& error, std::string domain);
 };
 

@@ -36,7 +36,7 @@ TEST(AuthAnswers, CountATokenWithLessThanAMinuteAsExpired) {
     EXPECT_FALSE(isExpired(R"({"exp":1e300})"));
 }
 
-TEST(AuthAnswers, CountWhatIsNoTokenAsExpired) {
+TEST(AuthAnswers, CountAnyOtherTextAsExpired) {
     const auto good = tokenWith(R"({"exp":1999999999})");
     ASSERT_FALSE(isTokenExpired(good, now));
     for (const auto& token : {std::string(), std::string("a.b"), good + ".", "." + good, std::string(".."),
@@ -47,8 +47,8 @@ TEST(AuthAnswers, CountWhatIsNoTokenAsExpired) {
         EXPECT_TRUE(isExpired(claims)) << claims;
 }
 
-TEST(AuthAnswers, ReadTheAlphabetOfTokens) {
-    // The claims' bytes give both letters that the alphabets differ in, and every length of padding.
+TEST(AuthAnswers, ParseTheAlphabetOfTokens) {
+    // The claims contain both letters in which the alphabets differ, and every length of padding.
     for (const std::string filling : {"", "?", "??", "\xC3\xBF\xC3\xBE>>>???"}) {
         const auto token = tokenWith(R"({"exp":1999999999,"name":")" + filling + "\"}");
         EXPECT_FALSE(isTokenExpired(token, now)) << token;
@@ -57,7 +57,7 @@ TEST(AuthAnswers, ReadTheAlphabetOfTokens) {
     EXPECT_FALSE(isTokenExpired("header.eyJleHAiOjE5OTk5OTk5OTkgfQ==.s", now)) << "padding may stand";
 }
 
-TEST(AuthAnswers, ReadASession) {
+TEST(AuthAnswers, ParseASession) {
     using Response = AuthTokenResponse;
     EXPECT_EQ(authTokenResponse(R"({"access_token":"a","refresh_token":"r"})"),
               (Response{"a", "r", std::nullopt}));
@@ -71,7 +71,7 @@ TEST(AuthAnswers, ReadASession) {
               (Response{"", "", std::nullopt}));
 }
 
-TEST(AuthAnswers, RefuseWhatIsNoSession) {
+TEST(AuthAnswers, RefuseAnswersThatAreNotASession) {
     for (const auto* body :
          {"", "no JSON", "null", "[]", "{}", R"({"access_token":"a"})", R"({"refresh_token":"r"})",
           R"({"access_token":1,"refresh_token":"r"})", R"({"access_token":"a","refresh_token":null})",
@@ -80,7 +80,7 @@ TEST(AuthAnswers, RefuseWhatIsNoSession) {
         EXPECT_EQ(authTokenResponse(body), std::nullopt) << body;
 }
 
-TEST(AuthAnswers, TakeTheFirstTextOfARefusal) {
+TEST(AuthAnswers, UseTheFirstTextOfARefusal) {
     EXPECT_EQ(authErrorText(400, R"({"error_code":"email_not_confirmed","msg":"m","message":"n"})"),
               "Please confirm your account using the link sent to your email.");
     EXPECT_EQ(authErrorText(400, R"({"error_code":"other","msg":"m","message":"n","error":"e"})"), "m");
@@ -91,7 +91,7 @@ TEST(AuthAnswers, TakeTheFirstTextOfARefusal) {
         EXPECT_EQ(authErrorText(503, body), "Server error (503).") << body;
 }
 
-TEST(AuthError, HasItsWords) {
+TEST(AuthError, DescribesEachCase) {
     const auto offline = AuthError::networkError({"NSURLErrorDomain", -1009, "There is no link."});
     EXPECT_EQ(offline.errorDescription(), "Network error: There is no link.");
     EXPECT_EQ(offline.underlying(), (UnderlyingError{"NSURLErrorDomain", -1009, "There is no link."}));

@@ -25,7 +25,7 @@ class AuthServiceTest : public testing::Test {
 protected:
     AuthServiceTest() { launch(); }
 
-    /// A new start of the program with the settings as they are.
+    /// Starts the program again with the current settings.
     void launch() {
         service_ = std::make_shared<AuthService>(AuthService::Parts{
             .main = runtime_.main(),
@@ -47,7 +47,7 @@ protected:
         return result;
     }
 
-    /// A token that ends so many seconds from now.
+    /// Returns a token that expires in that many seconds.
     std::string token(double seconds, const std::string& mark = "") const {
         const auto now = std::chrono::duration<double>(runtime_.clock().date().time_since_epoch()).count();
         auto claims = base::encodeBase64(
@@ -63,7 +63,7 @@ protected:
                                {"user", user}});
     }
 
-    /// Begins to ask for the token; the outcome is known once the request is answered.
+    /// Starts to request the token; the result is known when the request is answered.
     runtime::TaskHandle<std::optional<std::string>> ask() {
         auto handle = runtime::spawn(runtime_.main(), service_->validAccessToken());
         runtime_.runUntilIdle();
@@ -77,7 +77,7 @@ protected:
     }
     std::string validToken() { return runtime_.wait(service_->validAccessToken()).value_or("nothing"); }
 
-    /// What the user is told; empty after a success.
+    /// Returns the text for the user; empty after a success.
     std::string failureOf(runtime::Task<> task) {
         try {
             runtime_.wait(std::move(task));
@@ -118,7 +118,7 @@ TEST_F(AuthServiceTest, StartsSignedOutWithoutASession) {
     EXPECT_TRUE(network().sessions().empty()) << "nothing is loaded for the network yet";
 }
 
-TEST_F(AuthServiceTest, TakesUpTheSessionOfTheLastLaunch) {
+TEST_F(AuthServiceTest, RestoresTheSessionOfTheLastLaunch) {
     settings_.set(keys::userEmail, "ann@example.com");
     launchWith(token(3600), "");
     EXPECT_TRUE(service_->isAuthenticated.get());
@@ -156,7 +156,7 @@ TEST_F(AuthServiceTest, SignsInWithOneFlatObject) {
     EXPECT_EQ(settings_.stored(keys::userEmail), "ann@example.com");
 }
 
-TEST_F(AuthServiceTest, SignsUpAtAPathOfItsOwn) {
+TEST_F(AuthServiceTest, SignsUpAtItsOwnPath) {
     network().answerNext(201, session(token(3600), "refresh-1"));
     EXPECT_EQ(failureOf(service_->signUp("new@example.com", "secret")), "");
     EXPECT_EQ(network().lastRequest()->url, "https://backend.example/v2/auth/signup");
@@ -183,7 +183,7 @@ TEST_F(AuthServiceTest, KeepsNeitherThePasswordNorTheTokensAnywhereElse) {
         EXPECT_EQ(line.text.find("refresh-1"), std::string::npos) << line.text;
 }
 
-TEST_F(AuthServiceTest, KeepsTheAddressWhenTheAnswerNamesNone) {
+TEST_F(AuthServiceTest, KeepsTheAddressIfTheAnswerContainsNone) {
     signInAfter(200, session(token(3600), "refresh-1", {{"email", "ann@example.com"}}));
     signInAfter(200, session(token(3600), "refresh-2"));
     EXPECT_EQ(service_->currentUserEmail.get(), "ann@example.com");
@@ -194,7 +194,7 @@ TEST_F(AuthServiceTest, KeepsTheAddressWhenTheAnswerNamesNone) {
     EXPECT_EQ(settings_.stored(keys::userEmail), "");
 }
 
-TEST_F(AuthServiceTest, TellsWhySigningInFailed) {
+TEST_F(AuthServiceTest, DescribesWhySigningInFailed) {
     constexpr const char* unexpected = "Unexpected response from the server. Please try again.";
     EXPECT_EQ(signInAfter(400, R"({"message":"second","msg":"first"})"), "first");
     EXPECT_EQ(signInAfter(400, R"({"error_code":"email_not_confirmed","msg":"first"})"),
@@ -268,7 +268,7 @@ TEST_F(AuthServiceTest, RefreshesATokenThatHasLessThanAMinute) {
     EXPECT_EQ(settings_.stored(keys::refreshToken), "refresh-2");
 }
 
-TEST_F(AuthServiceTest, RefreshesOnceForAllThatAsk) {
+TEST_F(AuthServiceTest, RefreshesOnceForAllCallers) {
     launchWith(token(-5), "refresh-1");
     network().hangNext();
     const auto first = ask();
@@ -283,7 +283,7 @@ TEST_F(AuthServiceTest, RefreshesOnceForAllThatAsk) {
     EXPECT_EQ(network().requests().size(), 1U);
 }
 
-TEST_F(AuthServiceTest, AsksAgainWhenThatTokenHasRunOutToo) {
+TEST_F(AuthServiceTest, RefreshesAgainWhenTheNewTokenExpires) {
     launchWith(token(-5), "refresh-1");
     network().answerNext(200, session(token(3600), "refresh-2"));
     EXPECT_EQ(validToken(), token(3600));
@@ -294,7 +294,7 @@ TEST_F(AuthServiceTest, AsksAgainWhenThatTokenHasRunOutToo) {
               (base::Json{{"refresh_token", "refresh-2"}}));
 }
 
-TEST_F(AuthServiceTest, StaysSignedInWhenARefreshFailsForNow) {
+TEST_F(AuthServiceTest, StaysSignedInAfterATemporaryFailure) {
     launchWith(token(-5), "refresh-1");
     const auto stale = token(-5);
     const auto staysAfter = [&](const std::string& what) {
@@ -318,7 +318,7 @@ TEST_F(AuthServiceTest, StaysSignedInWhenARefreshFailsForNow) {
     EXPECT_EQ(validToken(), token(3600)) << "the next call tries again";
 }
 
-TEST_F(AuthServiceTest, EndsTheSessionThatTheBackendRefuses) {
+TEST_F(AuthServiceTest, EndsASessionThatTheBackendRefuses) {
     for (const int status : {401, 403}) {
         settings_.set(keys::userEmail, "ann@example.com");
         launchWith(token(-5), "refresh-1");
@@ -347,7 +347,7 @@ TEST_F(AuthServiceTest, HasNoTokenWithoutAnAccessTokenAndStaysSignedIn) {
     EXPECT_TRUE(network().requests().empty());
 }
 
-TEST_F(AuthServiceTest, DropsARefreshThatASignOutOvertakes) {
+TEST_F(AuthServiceTest, DropsARefreshAfterASignOut) {
     launchWith(token(-5), "refresh-1");
     network().hangNext();
     const auto asking = ask();
@@ -359,7 +359,7 @@ TEST_F(AuthServiceTest, DropsARefreshThatASignOutOvertakes) {
     EXPECT_TRUE(holdsNoSession());
 }
 
-TEST_F(AuthServiceTest, DropsTheRefusalOfASessionThatIsNoLongerTheOne) {
+TEST_F(AuthServiceTest, DropsTheRefusalOfAnEarlierSession) {
     launchWith(token(-5), "refresh-1");
     network().hangNext();
     const auto asking = ask();
@@ -372,19 +372,19 @@ TEST_F(AuthServiceTest, DropsTheRefusalOfASessionThatIsNoLongerTheOne) {
     EXPECT_EQ(validToken(), token(3600, "own"));
 }
 
-TEST_F(AuthServiceTest, LetsACancelledCallerGoWhileTheRefreshGoesOn) {
+TEST_F(AuthServiceTest, ReturnsToACancelledCallerWhileTheRefreshContinues) {
     launchWith(token(-5), "refresh-1");
     network().hangNext();
-    const auto impatient = ask();
-    const auto patient = ask();
-    impatient.cancel();
+    const auto cancelled = ask();
+    const auto waiting = ask();
+    cancelled.cancel();
     runUntilIdle();
-    EXPECT_EQ(outcome(impatient), "nothing");
-    EXPECT_EQ(outcome(patient), "still waiting");
+    EXPECT_EQ(outcome(cancelled), "nothing");
+    EXPECT_EQ(outcome(waiting), "still waiting");
     EXPECT_FALSE(network().lastRequest()->wasCancelled());
     network().lastRequest()->answer(200, session(token(3600), "refresh-2"));
     runUntilIdle();
-    EXPECT_EQ(outcome(patient), token(3600));
+    EXPECT_EQ(outcome(waiting), token(3600));
     EXPECT_EQ(settings_.stored(keys::refreshToken), "refresh-2");
 }
 
@@ -396,7 +396,7 @@ TEST_F(AuthServiceTest, AnswersTasksOfAnyActor) {
     EXPECT_EQ(outcome(asking), token(3600));
 }
 
-TEST_F(AuthServiceTest, UsesOneSessionWithoutMemoryForAllItsCalls) {
+TEST_F(AuthServiceTest, UsesOneEphemeralSessionForAllItsCalls) {
     signInAfter(500, "");
     signInAfter(200, session(token(-5), "refresh-1"));
     network().answerNext(200, session(token(3600), "refresh-2"));
@@ -405,7 +405,7 @@ TEST_F(AuthServiceTest, UsesOneSessionWithoutMemoryForAllItsCalls) {
     EXPECT_EQ(network().sessions().size(), 1U);
 }
 
-// Another desktop session of the user.
+// Tests with another desktop session of the user.
 
 TEST_F(AuthServiceTest, UsesTheTokensThatAnotherProgramHasRefreshed) {
     launchWith(token(-3600), "old");
@@ -423,7 +423,7 @@ TEST_F(AuthServiceTest, UsesTheTokensThatAnotherProgramHasRefreshed) {
     EXPECT_EQ(other.stored(keys::refreshToken), "own");
 }
 
-TEST_F(AuthServiceTest, StaysSignedInWhenAnotherProgramHasUsedTheRefreshTokenFirst) {
+TEST_F(AuthServiceTest, StaysSignedInIfAnotherProgramHasUsedTheRefreshTokenFirst) {
     launchWith(token(-3600), "old");
     const auto waiting = ask();
     persistence::Settings other(settingsFile());
@@ -436,7 +436,7 @@ TEST_F(AuthServiceTest, StaysSignedInWhenAnotherProgramHasUsedTheRefreshTokenFir
     EXPECT_EQ(other.stored(keys::refreshToken), "rotated");
 }
 
-TEST_F(AuthServiceTest, IsSignedOutAndInWithAnotherProgram) {
+TEST_F(AuthServiceTest, AdoptsASignOutAndSignInOfAnotherProgram) {
     launchWith(token(3600), "refresh");
     persistence::Settings other(settingsFile());
     for (const auto* key : {&keys::accessToken, &keys::refreshToken, &keys::userEmail})

@@ -42,7 +42,7 @@ private:
 
 } // namespace
 
-TEST_F(BundleInfoTest, GivesTheEntriesAsTheyAreWritten) {
+TEST_F(BundleInfoTest, ReturnsTheEntriesUnchanged) {
     const auto info = BundleInfo::load(
         write(R"({"BACKEND_URL": "", "OPENAI_API_KEY": "sk-test-1", "CFBundleShortVersionString": 3})"));
     EXPECT_EQ(info.value(BundleInfo::backendURL), json(""));
@@ -53,7 +53,7 @@ TEST_F(BundleInfoTest, GivesTheEntriesAsTheyAreWritten) {
     EXPECT_TRUE(logged.empty());
 }
 
-TEST_F(BundleInfoTest, IsEmptyWhenTheFileIsMissingOrIsAFolder) {
+TEST_F(BundleInfoTest, IsEmptyIfTheFileIsMissingOrIsAFolder) {
     const std::filesystem::path folder = directory.path();
     for (const auto& path : {folder / "none.json", folder}) {
         logged.clear();
@@ -65,7 +65,7 @@ TEST_F(BundleInfoTest, IsEmptyWhenTheFileIsMissingOrIsAFolder) {
     }
 }
 
-TEST_F(BundleInfoTest, IsEmptyWhenTheFileIsBrokenAndKeepsItsContentOutOfTheLog) {
+TEST_F(BundleInfoTest, IsEmptyIfTheFileIsInvalidAndDoesNotLogItsContent) {
     for (const auto* text : {"", "{", R"({"OPENAI_API_KEY": "sk-secret")", R"(["sk-secret"])",
                              R"("sk-secret")", "{} trailing", "\xff"}) {
         logged.clear();

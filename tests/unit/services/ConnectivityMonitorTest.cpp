@@ -41,7 +41,7 @@ TEST_F(ConnectivityMonitorTest, IsConnectedByUnknownMeansBeforeTheFirstReport) {
     EXPECT_EQ(monitor->connectionType().get(), ConnectionType::unknown);
 }
 
-TEST_F(ConnectivityMonitorTest, TakesTheFirstTypeThatThePathUses) {
+TEST_F(ConnectivityMonitorTest, ReportsTheFirstTypeThatThePathUses) {
     const TypeCase cases[] = {
         {{.isSatisfied = true}, ConnectionType::unknown},
         {{.isSatisfied = true, .usesWifi = true}, ConnectionType::wifi},
@@ -66,7 +66,7 @@ TEST_F(ConnectivityMonitorTest, APathOnAVirtualInterfaceOnlyIsConnectedAndUnknow
     EXPECT_EQ(monitor->connectionType().get(), ConnectionType::unknown);
 }
 
-TEST_F(ConnectivityMonitorTest, AnUnsatisfiedPathIsNotConnectedWhateverItUses) {
+TEST_F(ConnectivityMonitorTest, AnUnsatisfiedPathIsNotConnected) {
     report({.isSatisfied = false, .usesWifi = true});
     EXPECT_FALSE(monitor->isConnected().get());
     EXPECT_EQ(monitor->connectionType().get(), ConnectionType::wifi);
@@ -81,7 +81,7 @@ TEST_F(ConnectivityMonitorTest, WritesOnTheMainActorOnly) {
     EXPECT_FALSE(monitor->isConnected().get());
 }
 
-TEST_F(ConnectivityMonitorTest, ObserversAreToldOfRealChangesOnly) {
+TEST_F(ConnectivityMonitorTest, NotifiesObserversIfAValueChangesOnly) {
     std::vector<bool> connected;
     std::vector<ConnectionType> types;
     const auto first = monitor->isConnected().subscribe([&](bool value) { connected.push_back(value); });
@@ -113,13 +113,13 @@ TEST_F(ConnectivityMonitorTest, NotifiesOfEachOtherPathAfterTheFirst) {
     EXPECT_EQ(changes, 3);
 }
 
-TEST_F(ConnectivityMonitorTest, CancelsItsMonitorAtItsEnd) {
+TEST_F(ConnectivityMonitorTest, CancelsItsMonitorAtItsDestruction) {
     EXPECT_TRUE(link.isStarted());
     monitor.reset();
     EXPECT_FALSE(link.isStarted());
 }
 
-TEST_F(ConnectivityMonitorTest, DropsAReportThatIsOnItsWayAtItsEnd) {
+TEST_F(ConnectivityMonitorTest, DropsAReportThatArrivesAfterItsDestruction) {
     std::vector<bool> connected;
     const auto subscription =
         monitor->isConnected().subscribe([&](bool value) { connected.push_back(value); });

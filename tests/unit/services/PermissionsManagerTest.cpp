@@ -25,7 +25,7 @@ using platform::RecordPermission;
 using platform::SpeechAuthorization;
 using Texts = std::vector<std::string>;
 
-/// Lets a test step in on the main actor between the end of a sleep and the sleeper's next step.
+/// Calls back on the main actor between the end of a sleep and the sleeper's next step.
 class InterveningClock final : public runtime::Clock {
 public:
     InterveningClock(runtime::ManualClock& clock, runtime::Actor main)
@@ -44,7 +44,7 @@ public:
     }
     bool cancel(TimerId timer) override { return clock_.cancel(timer); }
 
-    std::function<void()> whileTheSleeperWakes; ///< once
+    std::function<void()> whileTheSleeperWakes; ///< called once
 
 private:
     runtime::ManualClock& clock_;
@@ -79,7 +79,7 @@ protected:
         });
     }
 
-    /// Waits for what the system says.
+    /// Requests the microphone and waits for the system's answer.
     void requestMicrophone() {
         manager->requestMicrophoneWithPolling();
         runtime.runUntilIdle();
@@ -104,8 +104,8 @@ protected:
     tests::FakeSpeechRecognizers::Control& speech = speechRecognizers.control();
 
     std::optional<runtime::Continuation<SpeechAuthorization>>
-        prompt;      ///< of the recogniser, once it was asked
-    int reports = 0; ///< of grants
+        prompt;      ///< the recognizer's prompt, after it was requested
+    int reports = 0; ///< number of reported permissions
     std::shared_ptr<PermissionsManager> manager = make();
 };
 
@@ -115,9 +115,9 @@ const Texts listeningPage{"x-apple.systempreferences:com.apple.preference.securi
 
 } // namespace
 
-// The checks.
+// Tests of the checks.
 
-TEST_F(PermissionsManagerTest, HasNothingGrantedBeforeItsChecks) {
+TEST_F(PermissionsManagerTest, HasNoPermissionsBeforeItsChecks) {
     EXPECT_FALSE(*manager->microphoneGranted);
     EXPECT_FALSE(*manager->accessibilityGranted);
     EXPECT_FALSE(*manager->inputMonitoringGranted);
@@ -139,7 +139,7 @@ TEST_F(PermissionsManagerTest, ReadsAllFourInTheirOrderAndLogsTheRefusals) {
     EXPECT_FALSE(*manager->speechRecognitionGranted);
 }
 
-TEST_F(PermissionsManagerTest, ReadsAllFourInTheirOrderAndLogsTheGrants) {
+TEST_F(PermissionsManagerTest, ReadsAllFourInTheirOrderAndLogsThePermissions) {
     capture.setStatus(CaptureStatus::authorized);
     capture.setRecordPermission(RecordPermission::granted);
     accessibility.setTrusted(true);
@@ -159,7 +159,7 @@ TEST_F(PermissionsManagerTest, ReadsAllFourInTheirOrderAndLogsTheGrants) {
     EXPECT_TRUE(*manager->speechRecognitionGranted);
 }
 
-TEST_F(PermissionsManagerTest, TakesOnlyTheAuthorisedStatusForAGrant) {
+TEST_F(PermissionsManagerTest, AcceptsTheAuthorizedStatusOnly) {
     for (const auto status :
          {CaptureStatus::notDetermined, CaptureStatus::restricted, CaptureStatus::denied}) {
         manager->microphoneGranted = true;
@@ -176,7 +176,7 @@ TEST_F(PermissionsManagerTest, TakesOnlyTheAuthorisedStatusForAGrant) {
     }
 }
 
-TEST_F(PermissionsManagerTest, EitherRecordOfTheMicrophoneIsAGrant) {
+TEST_F(PermissionsManagerTest, EitherRecordOfTheMicrophoneIsSufficient) {
     for (const auto status :
          {CaptureStatus::notDetermined, CaptureStatus::restricted, CaptureStatus::denied}) {
         manager->microphoneGranted = false;
@@ -191,7 +191,7 @@ TEST_F(PermissionsManagerTest, EitherRecordOfTheMicrophoneIsAGrant) {
     EXPECT_TRUE(*manager->microphoneGranted);
 }
 
-TEST_F(PermissionsManagerTest, TellsItsObserversOfChangesOnly) {
+TEST_F(PermissionsManagerTest, NotifiesItsObserversOfChangesOnly) {
     int heard = 0;
     const auto subscription = manager->accessibilityGranted.subscribe([&](bool) { ++heard; });
     manager->checkAccessibility();
@@ -202,7 +202,7 @@ TEST_F(PermissionsManagerTest, TellsItsObserversOfChangesOnly) {
     EXPECT_EQ(heard, 1);
 }
 
-TEST_F(PermissionsManagerTest, NoticesAGrantThatIsTakenBack) {
+TEST_F(PermissionsManagerTest, NoticesARevokedPermission) {
     accessibility.setTrusted(true);
     manager->checkAccessibility();
     accessibility.setTrusted(false);
@@ -210,7 +210,7 @@ TEST_F(PermissionsManagerTest, NoticesAGrantThatIsTakenBack) {
     EXPECT_FALSE(*manager->accessibilityGranted);
 }
 
-TEST_F(PermissionsManagerTest, DoesNotTakeACheckForAnAnswerOfTheUser) {
+TEST_F(PermissionsManagerTest, DoesNotReportACheckAsAnAnswer) {
     capture.setStatus(CaptureStatus::authorized);
     accessibility.setTrusted(true);
     tap.setPermitted(true);
@@ -219,7 +219,7 @@ TEST_F(PermissionsManagerTest, DoesNotTakeACheckForAnAnswerOfTheUser) {
     EXPECT_EQ(reports, 0);
 }
 
-// Asking for the microphone.
+// Tests of the request for the microphone.
 
 TEST_F(PermissionsManagerTest, LogsTheStatusOfEachRequestForTheMicrophone) {
     capture.showPrompt();
@@ -231,7 +231,7 @@ TEST_F(PermissionsManagerTest, LogsTheStatusOfEachRequestForTheMicrophone) {
     }
 }
 
-TEST_F(PermissionsManagerTest, ReportsAMicrophoneThatIsGrantedAlready) {
+TEST_F(PermissionsManagerTest, ReportsAMicrophoneThatIsAlreadyAllowed) {
     capture.setStatus(CaptureStatus::authorized);
     requestMicrophone();
     EXPECT_TRUE(*manager->microphoneGranted);
@@ -241,7 +241,7 @@ TEST_F(PermissionsManagerTest, ReportsAMicrophoneThatIsGrantedAlready) {
     EXPECT_FALSE(isPolling());
 }
 
-TEST_F(PermissionsManagerTest, AsksWhereNothingWasDecidedAndReportsTheGrant) {
+TEST_F(PermissionsManagerTest, RequestsAnUndecidedMicrophoneAndReportsThePermission) {
     capture.showPrompt();
     requestMicrophone();
     EXPECT_EQ(capture.requests(), 1);
@@ -257,7 +257,7 @@ TEST_F(PermissionsManagerTest, AsksWhereNothingWasDecidedAndReportsTheGrant) {
     EXPECT_FALSE(isPolling());
 }
 
-TEST_F(PermissionsManagerTest, OpensTheMicrophonePageOnlyWhenThePromptIsRefused) {
+TEST_F(PermissionsManagerTest, OpensTheMicrophonePageOnlyIfTheRequestIsRefused) {
     capture.showPrompt();
     manager->microphoneGranted = true;
     requestMicrophone();
@@ -277,7 +277,7 @@ TEST_F(PermissionsManagerTest, OpensTheMicrophonePageOnlyWhenThePromptIsRefused)
     EXPECT_EQ(reports, 1);
 }
 
-TEST_F(PermissionsManagerTest, OpensTheMicrophonePageAtOnceWhereItWasRefusedBefore) {
+TEST_F(PermissionsManagerTest, OpensTheMicrophonePageAtOnceIfItWasRefusedBefore) {
     for (const auto status : {CaptureStatus::denied, CaptureStatus::restricted}) {
         capture.setStatus(status);
         requestMicrophone();
@@ -290,7 +290,7 @@ TEST_F(PermissionsManagerTest, OpensTheMicrophonePageAtOnceWhereItWasRefusedBefo
     EXPECT_EQ(reports, 0);
 }
 
-TEST_F(PermissionsManagerTest, AnAnswerThatComesAfterItsEndFindsNobody) {
+TEST_F(PermissionsManagerTest, IgnoresAnAnswerAfterItsDestruction) {
     capture.showPrompt();
     requestMicrophone();
     manager.reset();
@@ -300,7 +300,7 @@ TEST_F(PermissionsManagerTest, AnAnswerThatComesAfterItsEndFindsNobody) {
     EXPECT_FALSE(isPolling());
 }
 
-TEST_F(PermissionsManagerTest, ThePollForTheMicrophoneGoesByEitherRecord) {
+TEST_F(PermissionsManagerTest, ThePollForTheMicrophoneReadsBothRecords) {
     capture.setStatus(CaptureStatus::denied);
     requestMicrophone();
     advance(2);
@@ -325,7 +325,7 @@ TEST_F(PermissionsManagerTest, NeverReadsTheMicrophoneOnTheMainActorForARequest)
     }
 }
 
-TEST_F(PermissionsManagerTest, AsksForTheMicrophoneOnceWhileTheSystemIsSilent) {
+TEST_F(PermissionsManagerTest, RequestsTheMicrophoneOnceUntilTheSystemAnswers) {
     capture.showPrompt();
     manager->requestMicrophoneWithPolling();
     manager->requestMicrophoneWithPolling();
@@ -355,7 +355,7 @@ TEST_F(PermissionsManagerTest, ChecksLaterWithoutReadingTheMicrophoneOnTheMainAc
     EXPECT_EQ(reports, 0);
 }
 
-TEST_F(PermissionsManagerTest, EndsDuringACheckOrARequest) {
+TEST_F(PermissionsManagerTest, MayBeDestroyedDuringACheckOrARequest) {
     manager->refreshLater();
     manager->requestMicrophoneWithPolling();
     manager.reset();
@@ -364,9 +364,9 @@ TEST_F(PermissionsManagerTest, EndsDuringACheckOrARequest) {
     EXPECT_TRUE(log.system().empty());
 }
 
-// Asking for the recogniser.
+// Tests of the request for the recognizer.
 
-TEST_F(PermissionsManagerTest, AsksForTheRecogniserWhereNothingWasDecided) {
+TEST_F(PermissionsManagerTest, RequestsAnUndecidedRecognizer) {
     manager->requestSpeechRecognitionWithPolling();
     EXPECT_FALSE(prompt) << "in a task of its own";
     runtime.runUntilIdle();
@@ -381,7 +381,7 @@ TEST_F(PermissionsManagerTest, AsksForTheRecogniserWhereNothingWasDecided) {
     EXPECT_FALSE(isPolling());
 }
 
-TEST_F(PermissionsManagerTest, TakesNoOtherAnswerForTheRecognisersGrant) {
+TEST_F(PermissionsManagerTest, AcceptsNoOtherAnswerForTheRecognizer) {
     for (const auto answer :
          {SpeechAuthorization::notDetermined, SpeechAuthorization::denied, SpeechAuthorization::restricted}) {
         manager->speechRecognitionGranted = true;
@@ -396,7 +396,7 @@ TEST_F(PermissionsManagerTest, TakesNoOtherAnswerForTheRecognisersGrant) {
     EXPECT_FALSE(isPolling());
 }
 
-TEST_F(PermissionsManagerTest, OpensTheRecognisersPageWhereItWasDecidedAndPolls) {
+TEST_F(PermissionsManagerTest, OpensThePageOfADecidedRecognizerAndPolls) {
     for (const auto status :
          {SpeechAuthorization::denied, SpeechAuthorization::restricted, SpeechAuthorization::authorized}) {
         speech.setAuthorization(status);
@@ -412,7 +412,7 @@ TEST_F(PermissionsManagerTest, OpensTheRecognisersPageWhereItWasDecidedAndPolls)
     EXPECT_FALSE(prompt);
 }
 
-TEST_F(PermissionsManagerTest, MayEndWhileTheRecognisersPromptStands) {
+TEST_F(PermissionsManagerTest, MayBeDestroyedDuringTheRequestForTheRecognizer) {
     manager->requestSpeechRecognitionWithPolling();
     runtime.runUntilIdle();
     const std::weak_ptr<PermissionsManager> weak = manager;
@@ -423,9 +423,9 @@ TEST_F(PermissionsManagerTest, MayEndWhileTheRecognisersPromptStands) {
     EXPECT_EQ(reports, 0);
 }
 
-// Accessibility and input monitoring.
+// Tests of accessibility and input monitoring.
 
-TEST_F(PermissionsManagerTest, ThePromptForAccessibilityStoresTheAnswerAndNothingElse) {
+TEST_F(PermissionsManagerTest, TheRequestForAccessibilityOnlyStoresTheAnswer) {
     manager->requestAccessibilityPrompt();
     EXPECT_EQ(accessibility.prompts(), 1);
     EXPECT_FALSE(*manager->accessibilityGranted);
@@ -438,7 +438,7 @@ TEST_F(PermissionsManagerTest, ThePromptForAccessibilityStoresTheAnswerAndNothin
     EXPECT_TRUE(pages().empty());
 }
 
-TEST_F(PermissionsManagerTest, ReportsAGrantThatThePollNeedNotWaitFor) {
+TEST_F(PermissionsManagerTest, ReportsAPermissionThatIsThereWithoutAPoll) {
     accessibility.setTrusted(true);
     manager->pollAccessibility();
     EXPECT_TRUE(*manager->accessibilityGranted);
@@ -452,7 +452,7 @@ TEST_F(PermissionsManagerTest, ReportsAGrantThatThePollNeedNotWaitFor) {
     EXPECT_TRUE(pages().empty());
 }
 
-TEST_F(PermissionsManagerTest, TriesToListenBeforeItOpensThePageThatListsIt) {
+TEST_F(PermissionsManagerTest, TriesToListenBeforeItOpensThePage) {
     tap.setPermitted(true);
     std::vector<std::size_t> openedBefore;
     tap.setOnProbe([&] { openedBefore.push_back(pages().size()); });
@@ -483,9 +483,9 @@ TEST_F(PermissionsManagerTest, ThePollTriesToListenOffTheMainActor) {
                                    "checkInputMonitoring() — true"}));
 }
 
-// The poll.
+// Tests of the poll.
 
-TEST_F(PermissionsManagerTest, APollThatFindsTheGrantAtTheThirdSecondReportsItOnceAndStops) {
+TEST_F(PermissionsManagerTest, APollThatFindsThePermissionAtTheThirdSecondReportsItOnce) {
     int heard = 0;
     const auto subscription = manager->accessibilityGranted.subscribe([&](bool) { ++heard; });
     manager->pollAccessibility();
@@ -503,7 +503,7 @@ TEST_F(PermissionsManagerTest, APollThatFindsTheGrantAtTheThirdSecondReportsItOn
     EXPECT_FALSE(isPolling());
 }
 
-TEST_F(PermissionsManagerTest, TheSixtiethLookOfAPollStillFindsTheGrant) {
+TEST_F(PermissionsManagerTest, TheSixtiethCheckOfAPollStillFindsThePermission) {
     manager->pollAccessibility();
     advance(59.5);
     accessibility.setTrusted(true);
@@ -512,7 +512,7 @@ TEST_F(PermissionsManagerTest, TheSixtiethLookOfAPollStillFindsTheGrant) {
     EXPECT_EQ(reports, 1);
 }
 
-TEST_F(PermissionsManagerTest, AGrantAfterTheSixtiethLookGoesUnnoticed) {
+TEST_F(PermissionsManagerTest, IgnoresAPermissionAfterTheSixtiethCheck) {
     manager->pollAccessibility();
     advance(60);
     EXPECT_EQ(accessibility.questions(), 61);
@@ -529,7 +529,7 @@ TEST_F(PermissionsManagerTest, AGrantAfterTheSixtiethLookGoesUnnoticed) {
     EXPECT_EQ(reports, 1) << "only a new request notices it";
 }
 
-TEST_F(PermissionsManagerTest, ThePollForTheMicrophoneEndsTheOneForAccessibility) {
+TEST_F(PermissionsManagerTest, ThePollForTheMicrophoneReplacesThePollForAccessibility) {
     capture.setStatus(CaptureStatus::denied);
     manager->pollAccessibility();
     advance(1.5);
@@ -546,7 +546,7 @@ TEST_F(PermissionsManagerTest, ThePollForTheMicrophoneEndsTheOneForAccessibility
     EXPECT_EQ(reports, 1);
 }
 
-TEST_F(PermissionsManagerTest, ANewPollHasAMinuteOfItsOwn) {
+TEST_F(PermissionsManagerTest, ANewPollLastsAWholeMinute) {
     manager->pollAccessibility();
     advance(45.5);
     manager->pollAccessibility();
@@ -557,7 +557,7 @@ TEST_F(PermissionsManagerTest, ANewPollHasAMinuteOfItsOwn) {
     EXPECT_EQ(reports, 1);
 }
 
-TEST_F(PermissionsManagerTest, AnAbandonedPollDoesNotLookOnceMoreWhenItsSleepIsJustOver) {
+TEST_F(PermissionsManagerTest, ACancelledPollDoesNotCheckAgainAfterItsSleep) {
     manager->pollAccessibility();
     clock.whileTheSleeperWakes = [this] { manager->openInputMonitoringAndPoll(); };
     advance(1);
@@ -568,7 +568,7 @@ TEST_F(PermissionsManagerTest, AnAbandonedPollDoesNotLookOnceMoreWhenItsSleepIsJ
     EXPECT_EQ(tap.probeCount(), 2);
 }
 
-TEST_F(PermissionsManagerTest, ALookThatIsOnItsWayWhenThePollIsAbandonedComesToItsEnd) {
+TEST_F(PermissionsManagerTest, ARunningCheckOfACancelledPollFinishes) {
     manager->pollInputMonitoring();
     tap.setPermitted(true);
     tap.setOnProbe([this] {
@@ -583,7 +583,7 @@ TEST_F(PermissionsManagerTest, ALookThatIsOnItsWayWhenThePollIsAbandonedComesToI
     EXPECT_EQ(accessibility.questions(), 2) << "the other poll goes on";
 }
 
-TEST_F(PermissionsManagerTest, AnAbandonedPollEndsAfterALookInVain) {
+TEST_F(PermissionsManagerTest, ACancelledPollEndsAfterAnUnsuccessfulCheck) {
     manager->pollInputMonitoring();
     tap.setOnProbe([this] {
         tap.setOnProbe(nullptr);
@@ -594,7 +594,7 @@ TEST_F(PermissionsManagerTest, AnAbandonedPollEndsAfterALookInVain) {
     EXPECT_EQ(reports, 0);
 }
 
-TEST_F(PermissionsManagerTest, APollEndsWhenItsSleepIsInterrupted) {
+TEST_F(PermissionsManagerTest, APollEndsIfItsSleepIsInterrupted) {
     manager->pollAccessibility();
     advance(1.5);
     runtime.registry().cancelAll();
@@ -607,7 +607,7 @@ TEST_F(PermissionsManagerTest, APollEndsWhenItsSleepIsInterrupted) {
     EXPECT_EQ(reports, 0);
 }
 
-TEST_F(PermissionsManagerTest, NoPollOutlivesIt) {
+TEST_F(PermissionsManagerTest, EndsItsPollAtItsDestruction) {
     manager->pollAccessibility();
     advance(1);
     const std::weak_ptr<PermissionsManager> weak = manager;
@@ -619,7 +619,7 @@ TEST_F(PermissionsManagerTest, NoPollOutlivesIt) {
     EXPECT_EQ(accessibility.questions(), 2);
 }
 
-TEST_F(PermissionsManagerTest, MayEndWhileItsPollLooks) {
+TEST_F(PermissionsManagerTest, MayBeDestroyedDuringACheckOfItsPoll) {
     manager->pollInputMonitoring();
     tap.setPermitted(true);
     std::weak_ptr<PermissionsManager> weak = manager;
@@ -642,7 +642,7 @@ TEST_F(PermissionsManagerTest, MayEndWhileItsPollLooks) {
     EXPECT_EQ(capture.queries(), 2);
 }
 
-TEST_F(PermissionsManagerTest, AReportMayBeItsEnd) {
+TEST_F(PermissionsManagerTest, MayBeDestroyedByAReport) {
     manager->onPermissionGranted = [this] {
         ++reports;
         manager.reset();
@@ -654,7 +654,7 @@ TEST_F(PermissionsManagerTest, AReportMayBeItsEnd) {
     EXPECT_FALSE(manager);
 }
 
-TEST_F(PermissionsManagerTest, PollsWithoutAnybodyToReportTo) {
+TEST_F(PermissionsManagerTest, PollsWithoutACallback) {
     manager->onPermissionGranted = nullptr;
     manager->pollAccessibility();
     accessibility.setTrusted(true);
@@ -663,7 +663,7 @@ TEST_F(PermissionsManagerTest, PollsWithoutAnybodyToReportTo) {
     EXPECT_FALSE(isPolling());
 }
 
-TEST_F(PermissionsManagerTest, PollsAlsoWhereNoProgramOpensThePage) {
+TEST_F(PermissionsManagerTest, PollsIfNoProgramOpensThePage) {
     workspace.control().setCanOpen(false);
     capture.setStatus(CaptureStatus::denied);
     requestMicrophone();

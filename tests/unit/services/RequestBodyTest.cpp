@@ -15,12 +15,12 @@ std::string_view textOf(const RequestBody& body) {
 
 } // namespace
 
-TEST(RequestBody, HoldsTheTextOfAnObject) {
+TEST(RequestBody, ContainsTheTextOfAnObject) {
     const auto body = RequestBody::ofJson({{"password", "\u00E9\""}, {"email", "a@b.c"}});
     EXPECT_EQ(textOf(body), "{\"email\":\"a@b.c\",\"password\":\"\u00E9\\\"\"}");
 }
 
-TEST(RequestBody, IsOverwrittenWhenItGoes) {
+TEST(RequestBody, IsOverwrittenAtItsDestruction) {
     std::shared_ptr<const std::vector<std::byte>> bytes;
     {
         const RequestBody body(std::vector<std::byte>(5000, std::byte('w')));

@@ -22,13 +22,13 @@ TEST(ServiceAddresses, HaveDefaultsForAnEmptyDictionary) {
     EXPECT_TRUE(addresses.useProxy());
 }
 
-TEST(ServiceAddresses, TakeTheDirectPathWithAUsableKeyOnly) {
+TEST(ServiceAddresses, UseTheDirectPathWithAUsableKeyOnly) {
     EXPECT_FALSE(from({{"OPENAI_API_KEY", "sk-1"}}).useProxy());
     for (const auto* key : {"", "$(OPENAI_API_KEY)", "sk-your-key-here"})
         EXPECT_TRUE(from({{"OPENAI_API_KEY", key}}).useProxy()) << key;
 }
 
-TEST(ServiceAddresses, TakeAUsableBackendAsItStands) {
+TEST(ServiceAddresses, UseAUsableBackendUnchanged) {
     EXPECT_EQ(usableBackendURL("https://backend.example.com/v2/"), "https://backend.example.com/v2/");
     for (const nlohmann::json& value :
          {nlohmann::json(), nlohmann::json(""), nlohmann::json("$(BACKEND_URL)"), nlohmann::json(5),
@@ -50,7 +50,7 @@ TEST(ServiceAddresses, AppendPathsToTheBackend) {
     }
 }
 
-TEST(ServiceAddresses, ReachTheSocketByTheSameHost) {
+TEST(ServiceAddresses, UseTheSameHostForTheSocket) {
     const tests::LogCapture log;
     const auto socket = [](const char* base) {
         return from({{"OPENAI_BASE_URL", base}}).serviceSocketURL("/v1/realtime");

@@ -9,7 +9,7 @@
 
 namespace sonvale::services {
 
-TEST(SharedUrlSession, IsMadeOnceAndWithItsFirstUse) {
+TEST(SharedUrlSession, IsMadeOnceAtItsFirstUse) {
     tests::FakeUrlSessions sessions;
     SharedUrlSession shared(sessions);
     EXPECT_TRUE(sessions.control().sessions().empty());
@@ -18,7 +18,7 @@ TEST(SharedUrlSession, IsMadeOnceAndWithItsFirstUse) {
     EXPECT_EQ(sessions.control().sessions().size(), 1U);
 }
 
-TEST(SharedUrlSession, IsOneForAllThreads) {
+TEST(SharedUrlSession, IsTheSameForAllThreads) {
     tests::FakeUrlSessions sessions;
     SharedUrlSession shared(sessions);
     std::vector<platform::UrlSession*> seen(4);

@@ -55,7 +55,7 @@ protected:
         settings_.set(keys::accessToken, token_);
     }
 
-    /// Asks; the request is on its way.
+    /// Asks a question and returns its running request.
     tests::FakeRequest& ask(const std::string& text = "Why?") {
         const auto before = network().requests().size();
         chat_->inputText = text;
@@ -64,7 +64,7 @@ protected:
         EXPECT_EQ(network().requests().size(), before + 1);
         return *network().lastRequest();
     }
-    /// Asks; the answer has begun.
+    /// Asks a question and returns the body of its answer.
     tests::FakeBody& open(const std::string& text = "Why?") {
         auto& request = ask(text);
         request.answerHead(200);
@@ -83,7 +83,7 @@ protected:
         return "data: " + base::jsonText({{"choices", {{{"delta", {{"content", text}}}}}}}) + "\n\n";
     }
 
-    /// The whole conversation, one "role: content" for each message behind the greeting.
+    /// Returns the whole conversation after the greeting, one "role: content" for each message.
     std::vector<std::string> conversation() const {
         std::vector<std::string> all;
         for (const auto& message : chat_->messages())
@@ -116,7 +116,7 @@ protected:
 
 } // namespace
 
-TEST_F(SupportChatViewModelTest, BeginsWithTheGreetingAlone) {
+TEST_F(SupportChatViewModelTest, StartsWithTheGreetingOnly) {
     ASSERT_EQ(chat_->messages().size(), 1U);
     EXPECT_EQ(chat_->messages()[0].role, "assistant");
     EXPECT_EQ(chat_->messages()[0].content,
@@ -163,7 +163,7 @@ TEST_F(SupportChatViewModelTest, PostsToTheBackendWithTheTokenAndNoVersion) {
     EXPECT_EQ(conversation(), (std::vector<std::string>{"user: Why?", "assistant: "}));
 }
 
-TEST_F(SupportChatViewModelTest, LetsGoOfTheRequestsBodyOnceTheAnswerBegins) {
+TEST_F(SupportChatViewModelTest, ReleasesTheRequestsBodyWhenTheAnswerBegins) {
     auto& request = ask();
     EXPECT_NE(request.liveBody(), nullptr);
     request.answerHead(200);
@@ -171,7 +171,7 @@ TEST_F(SupportChatViewModelTest, LetsGoOfTheRequestsBodyOnceTheAnswerBegins) {
     EXPECT_EQ(request.liveBody(), nullptr);
 }
 
-TEST_F(SupportChatViewModelTest, LetsTheAnswerGrowPieceByPiece) {
+TEST_F(SupportChatViewModelTest, ExtendsTheAnswerPieceByPiece) {
     auto& body = open();
     give(body, piece("Be"));
     EXPECT_EQ(conversation().back(), "assistant: Be");
@@ -190,7 +190,7 @@ TEST_F(SupportChatViewModelTest, LetsTheAnswerGrowPieceByPiece) {
               (std::vector<std::string>{"user: Why?", "assistant: Because 🎉\nof <b>this</b>."}));
 }
 
-TEST_F(SupportChatViewModelTest, EndsWithDoneThoughTheConnectionStaysOpenAndClosesIt) {
+TEST_F(SupportChatViewModelTest, EndsAtDoneAndClosesTheOpenConnection) {
     auto& body = open();
     give(body, piece("Yes.") + "data: [DONE]\n");
     EXPECT_TRUE(isIdle());
@@ -198,7 +198,7 @@ TEST_F(SupportChatViewModelTest, EndsWithDoneThoughTheConnectionStaysOpenAndClos
     EXPECT_EQ(conversation().back(), "assistant: Yes.");
 }
 
-TEST_F(SupportChatViewModelTest, EndsWithTheConnectionWhereNobodySaysDone) {
+TEST_F(SupportChatViewModelTest, EndsWithTheConnectionWithoutDone) {
     auto& body = open();
     give(body, piece("Yes."));
     end(body);
@@ -207,7 +207,7 @@ TEST_F(SupportChatViewModelTest, EndsWithTheConnectionWhereNobodySaysDone) {
     EXPECT_EQ(conversation().back(), "assistant: Yes.");
 }
 
-TEST_F(SupportChatViewModelTest, WaitsOnUntilTheFirstDataLine) {
+TEST_F(SupportChatViewModelTest, WaitsForTheFirstDataLine) {
     auto& body = open();
     give(body, ": keep-alive\n\nevent: message\nid: 4\ndata:no\nDATA: no\n data: no\n");
     EXPECT_TRUE(chat_->isWaitingForFirstChunk.get());
@@ -217,7 +217,7 @@ TEST_F(SupportChatViewModelTest, WaitsOnUntilTheFirstDataLine) {
     EXPECT_EQ(conversation().back(), "assistant: ");
 }
 
-TEST_F(SupportChatViewModelTest, TakesNothingFromPayloadsWithoutAText) {
+TEST_F(SupportChatViewModelTest, IgnoresPayloadsWithoutAText) {
     auto& body = open();
     for (const auto* payload :
          {"", "no json", "{", "[]", "{}", R"({"choices": []})", R"({"choices": {}})", R"({"choices": [4]})",
@@ -231,7 +231,7 @@ TEST_F(SupportChatViewModelTest, TakesNothingFromPayloadsWithoutAText) {
     EXPECT_EQ(conversation().back(), "assistant: Yes.");
 }
 
-TEST_F(SupportChatViewModelTest, RemovesTheEmptyAnswerAndApologisesWhenNothingCame) {
+TEST_F(SupportChatViewModelTest, RemovesTheEmptyAnswerAndApologizes) {
     for (const auto* bytes : {"", ": comment\n\n\n", "data: {}\n\ndata: [DONE]\n\n"}) {
         chat_->clear();
         auto& body = open();
@@ -243,7 +243,7 @@ TEST_F(SupportChatViewModelTest, RemovesTheEmptyAnswerAndApologisesWhenNothingCa
     }
 }
 
-TEST_F(SupportChatViewModelTest, TellsTheStatusOfAnAnswerThatIsNone) {
+TEST_F(SupportChatViewModelTest, ShowsTheStatusOfAFailedAnswer) {
     for (const int status : {199, 300, 400, 401, 403, 404, 429, 500, 503}) {
         chat_->clear();
         ask().answer(status, "data: {\"choices\":[{\"delta\":{\"content\":\"no\"}}]}\n");
@@ -256,7 +256,7 @@ TEST_F(SupportChatViewModelTest, TellsTheStatusOfAnAnswerThatIsNone) {
     }
 }
 
-TEST_F(SupportChatViewModelTest, TakesEveryStatusOfSuccess) {
+TEST_F(SupportChatViewModelTest, AcceptsEveryStatusOfSuccess) {
     for (const int status : {200, 201, 299}) {
         chat_->clear();
         ask().answer(status, piece("Yes."));
@@ -266,7 +266,7 @@ TEST_F(SupportChatViewModelTest, TakesEveryStatusOfSuccess) {
     }
 }
 
-TEST_F(SupportChatViewModelTest, TellsOfAnAnswerThatIsNotHttp) {
+TEST_F(SupportChatViewModelTest, ReportsAnAnswerThatIsNotHttp) {
     ask().answer(platform::UrlResponse{});
     runtime_.runUntilIdle();
     EXPECT_EQ(error(), "Received an unexpected response from the server. Please try again.");
@@ -274,7 +274,7 @@ TEST_F(SupportChatViewModelTest, TellsOfAnAnswerThatIsNotHttp) {
     EXPECT_TRUE(isIdle());
 }
 
-TEST_F(SupportChatViewModelTest, HasOneSentenceForEveryOtherFailure) {
+TEST_F(SupportChatViewModelTest, ShowsOneSentenceForAnyOtherFailure) {
     for (const auto code :
          {UrlError::Code::timedOut, UrlError::Code::cannotFindHost, UrlError::Code::notConnectedToInternet,
           UrlError::Code::serverCertificateUntrusted, UrlError::Code::cancelled, UrlError::Code::unknown}) {
@@ -287,7 +287,7 @@ TEST_F(SupportChatViewModelTest, HasOneSentenceForEveryOtherFailure) {
     }
 }
 
-TEST_F(SupportChatViewModelTest, KeepsWhatHadComeWhenTheAnswerBreaksOff) {
+TEST_F(SupportChatViewModelTest, KeepsThePiecesOfAnInterruptedAnswer) {
     auto& body = open();
     give(body, piece("Half of"));
     body.fail(UrlError::Code::networkConnectionLost);
@@ -297,7 +297,7 @@ TEST_F(SupportChatViewModelTest, KeepsWhatHadComeWhenTheAnswerBreaksOff) {
     EXPECT_TRUE(isIdle());
 }
 
-TEST_F(SupportChatViewModelTest, RemovesTheEmptyAnswerWhenItBreaksOffBeforeAnyText) {
+TEST_F(SupportChatViewModelTest, RemovesAnAnswerThatIsInterruptedBeforeAnyText) {
     auto& body = open();
     give(body, "data: {}\n");
     body.fail(UrlError::Code::timedOut);
@@ -306,7 +306,7 @@ TEST_F(SupportChatViewModelTest, RemovesTheEmptyAnswerWhenItBreaksOffBeforeAnyTe
     EXPECT_EQ(error(), otherFailure);
 }
 
-TEST_F(SupportChatViewModelTest, SaysThatOneMustBeSignedIn) {
+TEST_F(SupportChatViewModelTest, ReportsAMissingSignIn) {
     authService_->signOut();
     chat_->inputText = std::string("Why?");
     chat_->send();
@@ -317,7 +317,7 @@ TEST_F(SupportChatViewModelTest, SaysThatOneMustBeSignedIn) {
     EXPECT_TRUE(network().requests().empty());
 }
 
-TEST_F(SupportChatViewModelTest, SaysWhenTheRequestCannotBeBuilt) {
+TEST_F(SupportChatViewModelTest, ReportsARequestThatCannotBeBuilt) {
     addresses_.backend = "https://backend.example:no port/";
     launch();
     chat_->inputText = std::string("Why?");
@@ -329,7 +329,7 @@ TEST_F(SupportChatViewModelTest, SaysWhenTheRequestCannotBeBuilt) {
     EXPECT_TRUE(network().requests().empty());
 }
 
-TEST_F(SupportChatViewModelTest, SendsTheConversationWithoutTheGreetingAndWhatLooksLikeIt) {
+TEST_F(SupportChatViewModelTest, SendsTheConversationWithoutTheGreetingAndEqualMessages) {
     auto& first = open("One");
     give(first, piece(std::string(supportGreeting)) + "data: [DONE]\n");
     auto& second = open(std::string(supportGreeting));
@@ -353,7 +353,7 @@ TEST_F(SupportChatViewModelTest, ForgetsTheErrorWithTheNextQuestion) {
     EXPECT_EQ(sentMessages(*network().lastRequest()).size(), 2U) << "what was not answered stays";
 }
 
-TEST_F(SupportChatViewModelTest, AsksNothingElseWhileAnAnswerIsOnItsWay) {
+TEST_F(SupportChatViewModelTest, IgnoresAQuestionWhileAnAnswerIsArriving) {
     chat_->inputText = std::string("One");
     chat_->send();
     const auto sendAgain = [this] {
@@ -376,7 +376,7 @@ TEST_F(SupportChatViewModelTest, AsksNothingElseWhileAnAnswerIsOnItsWay) {
     EXPECT_EQ(network().requests().size(), 2U);
 }
 
-TEST_F(SupportChatViewModelTest, GoesBackToTheGreetingWhenItIsCleared) {
+TEST_F(SupportChatViewModelTest, ClearsEverythingButTheGreeting) {
     const auto greeting = chat_->messages()[0].id;
     auto& body = open();
     give(body, piece("Yes.") + "data: [DONE]\n");
@@ -391,7 +391,7 @@ TEST_F(SupportChatViewModelTest, GoesBackToTheGreetingWhenItIsCleared) {
     EXPECT_EQ(sentMessages(ask("Two")).size(), 1U);
 }
 
-TEST_F(SupportChatViewModelTest, GivesTheAnswerOnItsWayUpWhenItIsClearedAtAnyMoment) {
+TEST_F(SupportChatViewModelTest, CancelsTheAnswerIfItIsClearedAtAnyTime) {
     chat_->inputText = std::string("One");
     chat_->send();
     chat_->clear();
@@ -418,7 +418,7 @@ TEST_F(SupportChatViewModelTest, GivesTheAnswerOnItsWayUpWhenItIsClearedAtAnyMom
     EXPECT_TRUE(isIdle());
 }
 
-TEST_F(SupportChatViewModelTest, KeepsAGivenUpAnswerOutOfTheNextTurn) {
+TEST_F(SupportChatViewModelTest, KeepsACancelledAnswerOutOfTheNextTurn) {
     auto& old = open("One");
     give(old, piece("Half"));
     chat_->clear();
@@ -433,7 +433,7 @@ TEST_F(SupportChatViewModelTest, KeepsAGivenUpAnswerOutOfTheNextTurn) {
     EXPECT_EQ(conversation(), (std::vector<std::string>{"user: Two", "assistant: Yes."}));
 }
 
-TEST_F(SupportChatViewModelTest, ClosesTheConnectionWhenItGoes) {
+TEST_F(SupportChatViewModelTest, ClosesTheConnectionAtItsDestruction) {
     auto& body = open();
     give(body, piece("Half"));
     const std::weak_ptr<SupportChatViewModel> weak = chat_;
@@ -444,7 +444,7 @@ TEST_F(SupportChatViewModelTest, ClosesTheConnectionWhenItGoes) {
     EXPECT_EQ(runtime_.registry().count(), 0U);
 }
 
-TEST_F(SupportChatViewModelTest, WritesNoWordIntoTheLog) {
+TEST_F(SupportChatViewModelTest, LogsNoTextOfTheConversation) {
     auto& body = open("secretquestion");
     give(body, piece("secretanswer") + "data: secretbroken\n");
     body.fail(UrlError::Code::networkConnectionLost);
@@ -453,7 +453,7 @@ TEST_F(SupportChatViewModelTest, WritesNoWordIntoTheLog) {
         EXPECT_EQ(line.text.find("secret"), std::string::npos) << line.text;
 }
 
-TEST(SupportChatError, HasItsCasesAndWords) {
+TEST(SupportChatError, DescribesEachCase) {
     const auto server = SupportChatError::serverError(418);
     EXPECT_EQ(server.errorCase(), SupportChatError::Case::serverError);
     EXPECT_EQ(server.status(), 418);
