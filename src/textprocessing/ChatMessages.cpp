@@ -10,7 +10,7 @@ namespace sonvale::textprocessing {
 
 namespace {
 
-/// The text of the first choice; null when the answer has another shape.
+/// Returns the text of the first choice; null if the answer has another shape.
 const std::string* firstContent(const base::Json& answer) {
     const auto* choices = base::jsonMember(answer, "choices");
     if (choices == nullptr || !choices->is_array() || choices->empty())

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-// What the chat service is asked and what its answers mean. Pure; any thread.
+// Requests to the chat service and parsing of its answers. Pure functions; any thread.
 
 namespace sonvale::textprocessing {
 
@@ -17,12 +17,12 @@ base::Json chatBody(const std::string& systemPrompt, const std::string& userMess
 
 /// The first choice of an answer.
 struct ChatAnswer {
-    std::string content; ///< as it came, never empty
+    std::string content; ///< unchanged, never empty
     std::int64_t promptTokens = 0;
     std::int64_t completionTokens = 0;
 };
 
-/// Throws `TextProcessingError`; a body that is not JSON counts as a failure of the network.
+/// Parses an answer. Throws `TextProcessingError`; a body that is not JSON counts as a network error.
 ChatAnswer chatAnswerFrom(const platform::UrlResponse& response);
 
 } // namespace sonvale::textprocessing

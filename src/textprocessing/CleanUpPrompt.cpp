@@ -10,9 +10,9 @@ namespace sonvale::textprocessing {
 
 namespace {
 
-// Longer texts of the user's would spill out of the rule that they stand in; so would their line breaks.
-constexpr std::size_t longestDictionaryEntry = 100;
-constexpr std::size_t longestInstructions = 500;
+// Longer texts of the user, and line breaks in them, would disturb the rule that contains them.
+constexpr std::size_t maxDictionaryEntryLength = 100;
+constexpr std::size_t maxInstructionsLength = 500;
 
 constexpr std::string_view basePrompt =
     "You are a voice transcription post-processor. Your ONLY job is to clean up raw speech-to-text "
@@ -71,7 +71,7 @@ std::string_view formalityPhrase(std::int64_t formality) {
 }
 
 std::string onOneLine(std::string_view text, std::size_t longest) {
-    // Hardly any has a line break, and looking for whole characters is slow in thousands of words.
+    // Few entries have a line break, and searching whole characters is slow for thousands of words.
     if (text.find('\n') == std::string_view::npos)
         return base::firstCharacters(text, longest);
     return base::firstCharacters(base::replacing(text, "\n", " "), longest);
@@ -80,7 +80,7 @@ std::string onOneLine(std::string_view text, std::size_t longest) {
 std::string vocabulary(const std::vector<std::string>& entries) {
     std::string joined;
     for (const auto& entry : entries) {
-        const auto word = base::trimmed(onOneLine(entry, longestDictionaryEntry));
+        const auto word = base::trimmed(onOneLine(entry, maxDictionaryEntryLength));
         if (word.empty())
             continue;
         if (!joined.empty())
@@ -96,7 +96,7 @@ std::string buildSystemPrompt(const ProcessingContext& context, bool isFragment)
     std::string prompt(basePrompt);
     if (isFragment)
         prompt += fragmentPrompt;
-    // The numbers stay as they are when a rule is left out.
+    // The numbers stay the same if a rule is omitted.
     prompt += fmt::format("\n11. Formality level: {}", formalityPhrase(context.formality));
     if (!context.dictionaryEntries.empty())
         prompt +=
@@ -104,7 +104,7 @@ std::string buildSystemPrompt(const ProcessingContext& context, bool isFragment)
                         vocabulary(context.dictionaryEntries));
     if (!context.customInstructions.empty())
         prompt += fmt::format("\n13. Additional style guidance: {}",
-                              onOneLine(context.customInstructions, longestInstructions));
+                              onOneLine(context.customInstructions, maxInstructionsLength));
     prompt += fmt::format("\n\nContext: The user is dictating into a {} application.", context.appCategory);
     prompt += "\n\nRemember: Output ONLY the cleaned dictation text. Nothing else.";
     return prompt;

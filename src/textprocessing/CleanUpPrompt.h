@@ -4,14 +4,14 @@
 
 #include <string>
 
-// What the language model is told about a dictated text. Pure; any thread.
+// Prompts for the language model about a dictated text. Pure functions; any thread.
 
 namespace sonvale::textprocessing {
 
-/// The rules of clean-up for one text. `isFragment`: the text is a piece of a stream that goes on.
+/// Returns the rules of clean-up for one text. `isFragment`: the text is a piece of a longer stream.
 std::string buildSystemPrompt(const ProcessingContext& context, bool isFragment);
 
-/// The dictated text, fenced off so that it is not taken for instructions.
+/// Returns the dictated text between delimiters, so that the model does not follow it as instructions.
 std::string dictationMessage(const std::string& text);
 
 } // namespace sonvale::textprocessing

@@ -8,13 +8,13 @@
 
 namespace sonvale::textprocessing {
 
-/// Lets a language model change a selected text as a spoken instruction says. Any thread; the audit log must
+/// Changes a selected text by a spoken instruction, with a language model. Any thread; the audit log must
 /// outlive its calls.
 class CommandProcessor {
 public:
     CommandProcessor(OpenAIChatClient client, persistence::AuditLogger& auditLogger);
 
-    /// The changed text, trimmed. Throws `TextProcessingError`; there is no second try, and no limit of time
+    /// Returns the changed text, trimmed. Throws `TextProcessingError`; does not retry, and has no time limit
     /// but the client's. Cancelling the task closes the connection.
     runtime::Task<std::string> process(std::string selectedText, std::string command) const;
 
@@ -27,7 +27,7 @@ private:
     persistence::AuditLogger& auditLogger_;
 };
 
-/// What the model is told about the selected text. Pure; any thread.
+/// Returns the prompt for the model about the selected text. Pure; any thread.
 std::string commandPrompt(const std::string& selectedText);
 
 } // namespace sonvale::textprocessing

@@ -15,7 +15,7 @@ std::vector<std::string> dictionaryTerms(const persistence::ModelContext& modelC
         for (const auto& entry : modelContext.fetch<persistence::DictionaryEntry>())
             terms.push_back(dictionaryTerm(entry.word, entry.expansion));
     } catch (const persistence::StoreError&) {
-        // The text is still worth cleaning without the vocabulary.
+        // Without the vocabulary the text is still worth cleaning.
     }
     return terms;
 }

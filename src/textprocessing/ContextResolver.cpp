@@ -17,7 +17,7 @@ Style ContextResolver::resolve(std::optional<std::string_view> bundleID) const {
     try {
         styles = modelContext_.fetch<WritingStyle>();
     } catch (const persistence::StoreError&) {
-        // The text is still worth cleaning in the neutral tone.
+        // In the neutral tone the text is still worth cleaning.
     }
     const auto category = rawValue(forBundleID(bundleID));
     const auto found = std::ranges::find(styles, category, &WritingStyle::category);

@@ -16,12 +16,12 @@ struct Style {
     bool operator==(const Style&) const = default;
 };
 
-/// Looks up the user's tone. Main thread; made on the spot. The store must outlive it.
+/// Looks up the user's tone. Main thread; cheap to construct. The store must outlive it.
 class ContextResolver {
 public:
     explicit ContextResolver(const persistence::ModelContext& modelContext);
 
-    /// The style for the category of that application: the first record of it, or the default without one.
+    /// Returns the style for the category of that application: its first record, or the default without one.
     /// A store that cannot be read counts as empty.
     Style resolve(std::optional<std::string_view> bundleID) const;
 

@@ -5,12 +5,12 @@
 
 namespace sonvale::textprocessing {
 
-/// Tells which application the user works in. Main actor; the workspace must outlive it.
+/// Detects the application that the user works in. Main actor; the workspace must outlive it.
 class FocusedAppDetector {
 public:
     explicit FocusedAppDetector(platform::Workspace& workspace);
 
-    /// The application that has the keyboard now. Never fails.
+    /// Returns the application that has the keyboard focus. Never fails.
     FocusedAppInfo detect() const;
 
 private:

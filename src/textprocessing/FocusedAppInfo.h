@@ -6,11 +6,12 @@
 
 namespace sonvale::textprocessing {
 
-/// The application in front at one moment.
+/// The front application at one time.
 struct FocusedAppInfo {
-    std::optional<std::string> bundleID; ///< absent for a process without one, or when nothing is in front
+    /// nullopt for a process without one, or if no application is in front
+    std::optional<std::string> bundleID;
     std::string appName = "Unknown";
-    std::int32_t processID = 0; ///< 0 when nothing is in front
+    std::int32_t processID = 0; ///< 0 if no application is in front
 
     bool operator==(const FocusedAppInfo&) const = default;
 };

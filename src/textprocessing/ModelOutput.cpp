@@ -35,11 +35,11 @@ constexpr std::array<std::string_view, 9> commentaryMarkers = {
     "I fixed", "I changed", "Changes made:", "Corrections:",
 };
 
-constexpr std::size_t fewestWordsToCompare = 3;
-constexpr double smallestSharedPart = 0.3;
-constexpr std::size_t largestGrowth = 3;
-constexpr std::size_t longestFreelyGrowing = 10; ///< characters
-constexpr std::size_t fewestCharacters = 2;
+constexpr std::size_t minWordsToCompare = 3;
+constexpr double minSharedPart = 0.3;
+constexpr std::size_t maxGrowth = 3;
+constexpr std::size_t maxFreelyGrowing = 10; ///< characters
+constexpr std::size_t minCharacters = 2;
 
 std::string withoutLeadingChatter(std::string text) {
     for (const auto prefix : chatterPrefixes) {
@@ -50,7 +50,7 @@ std::string withoutLeadingChatter(std::string text) {
         auto trimmedRest = base::trimmed(rest);
         if (trimmedRest.empty())
             continue;
-        // "Sure,footed" begins with one of them and is none.
+        // "Sure,footed" begins with one of them but is not an opening.
         if (prefix.ends_with(':') || base::beginsWithWhiteSpace(rest))
             return trimmedRest;
     }
@@ -73,14 +73,14 @@ std::vector<std::string> foldedMarkers() {
 
 bool isCommentary(std::string_view line) {
     static const auto markers = foldedMarkers();
-    // Nearly every line is told by its first character, which need not be folded once for each marker.
+    // The first character excludes nearly every line, and is folded only once for all markers.
     const auto first = base::caseFolded(base::firstCharacters(line, 1));
     return std::ranges::any_of(markers, [&](const std::string& marker) {
         return marker.starts_with(first) && base::hasPrefixIgnoringCase(line, marker);
     });
 }
 
-/// Cuts before the first line that begins with a marker: whichever marker it is, what follows goes too.
+/// Cuts the text before the first line that begins with any of the markers.
 std::string withoutTrailingCommentary(std::string text) {
     for (auto lineFeed = text.find('\n'); lineFeed != std::string::npos;
          lineFeed = text.find('\n', lineFeed + 1)) {
@@ -97,21 +97,21 @@ std::unordered_set<std::string> wordsOf(const std::string& text) {
     return words;
 }
 
-/// Whether so few words of the raw text are left that the model has answered or invented.
+/// Returns whether so few words of the raw text remain that the model has replied or invented text.
 bool isReply(const std::string& text, const std::string& rawText) {
     const auto before = wordsOf(rawText);
-    if (before.size() < fewestWordsToCompare)
+    if (before.size() < minWordsToCompare)
         return false;
     const auto after = wordsOf(text);
     std::size_t shared = 0;
     for (const auto& word : before)
         shared += after.contains(word) ? 1 : 0;
-    return static_cast<double>(shared) / static_cast<double>(before.size()) < smallestSharedPart;
+    return static_cast<double>(shared) / static_cast<double>(before.size()) < minSharedPart;
 }
 
-/// In characters.
+/// Returns whether a text has grown too much. Both sizes are in characters.
 bool hasGrownTooMuch(std::size_t count, std::size_t rawCount) {
-    return rawCount > longestFreelyGrowing && count > largestGrowth * rawCount;
+    return rawCount > maxFreelyGrowing && count > maxGrowth * rawCount;
 }
 
 } // namespace
@@ -119,7 +119,7 @@ bool hasGrownTooMuch(std::size_t count, std::size_t rawCount) {
 std::string cleanOutput(const std::string& output, const std::string& rawText) {
     auto text = withoutTrailingCommentary(withoutQuotes(withoutLeadingChatter(base::trimmed(output))));
     const auto count = base::characterCount(text);
-    if (count < fewestCharacters || isReply(text, rawText) ||
+    if (count < minCharacters || isReply(text, rawText) ||
         hasGrownTooMuch(count, base::characterCount(rawText)))
         return rawText;
     return text;

@@ -12,17 +12,17 @@
 
 namespace sonvale::textprocessing {
 
-/// Asks a language model, through the backend or, with a key, the service itself. Any thread; unchanging, so
-/// that calls are independent. What it works with must outlive its calls.
+/// Sends requests to a language model, through the backend or, with a key, to the service itself. Any thread;
+/// immutable, so calls are independent. The objects that it uses must outlive its calls.
 class OpenAIChatClient {
 public:
-    static constexpr double requestTimeout = 30; ///< seconds without a byte moving
+    static constexpr double requestTimeout = 30; ///< seconds without any data
 
-    /// What it works with; everything referred to outlives it.
+    /// The objects that it uses. All of them outlive it.
     struct Parts {
         runtime::Actor pool;
         runtime::Clock& clock;
-        std::shared_ptr<services::SharedUrlSession> urlSession; ///< one for all clients
+        std::shared_ptr<services::SharedUrlSession> urlSession; ///< shared by all clients
         persistence::AuditLogger& auditLogger;
         services::ServiceAddresses addresses;
         services::TokenProvider tokenProvider;
@@ -30,9 +30,8 @@ public:
 
     explicit OpenAIChatClient(Parts parts);
 
-    /// The model's answer as it came, never empty. Runs on the pool. Throws `TextProcessingError`, once for
-    /// all: there is no second try. Cancelling the task closes the connection and ends it with
-    /// `networkError`.
+    /// Returns the model's answer unchanged, never empty. Runs on the pool. Throws `TextProcessingError` and
+    /// does not retry. Cancelling the task closes the connection and ends it with `networkError`.
     runtime::Task<std::string> complete(std::string systemPrompt, std::string userMessage,
                                         std::int64_t maxTokens, double temperature) const;
 
@@ -45,7 +44,7 @@ private:
     };
     static runtime::Task<std::string> ask(std::shared_ptr<const Parts> parts, Question question);
 
-    std::shared_ptr<const Parts> parts_; ///< shared with the calls that are on their way
+    std::shared_ptr<const Parts> parts_; ///< shared with the running calls
 };
 
 } // namespace sonvale::textprocessing

@@ -8,14 +8,14 @@
 
 namespace sonvale::textprocessing {
 
-/// Turns what the recogniser heard into finished text, by a language model that is not trusted: the text is
-/// fenced off in the request, and an answer that is not a cleaned version of it is dropped. Any thread.
+/// Turns a transcript into finished text by a language model. The model is not trusted: the text is delimited
+/// in the request, and an answer that is not a cleaned version of it is dropped. Any thread.
 class PostProcessor {
 public:
     explicit PostProcessor(OpenAIChatClient client);
 
-    /// The cleaned text. Texts of less than four characters come back as they are, without a request. Throws
-    /// `TextProcessingError`; there is no second try. Cancelling the task closes the connection.
+    /// Returns the cleaned text. Returns texts of less than four characters unchanged, without a request.
+    /// Throws `TextProcessingError` and does not retry. Cancelling the task closes the connection.
     runtime::Task<std::string> process(std::string text, ProcessingContext context, bool isFragment) const;
 
 private:
@@ -25,7 +25,7 @@ private:
     OpenAIChatClient client_;
 };
 
-/// Whether a text is worth a request.
+/// Returns whether a text is worth a request.
 bool isWorthProcessing(const std::string& text);
 
 } // namespace sonvale::textprocessing

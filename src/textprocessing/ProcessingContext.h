@@ -6,11 +6,11 @@
 
 namespace sonvale::textprocessing {
 
-/// What the clean-up of one text goes by.
+/// The context of the clean-up of one text.
 struct ProcessingContext {
     std::int64_t formality = 3; ///< 1 to 5
     std::string customInstructions{};
-    std::vector<std::string> dictionaryEntries{}; ///< each as the model is told it
+    std::vector<std::string> dictionaryEntries{}; ///< each in the form for the model
     std::string appCategory{};                    ///< display phrase
 
     bool operator==(const ProcessingContext&) const = default;

@@ -38,7 +38,7 @@ SnippetMatch SnippetMatcher::match(const std::string& transcript) {
     try {
         modelContext_.save();
     } catch (const persistence::StoreError&) {
-        // The count stays staged and goes with the next save that succeeds.
+        // The count stays staged. The next successful save writes it.
     }
     return {true, snippet->content, std::move(snippet)};
 }
@@ -54,7 +54,7 @@ std::optional<Snippet> SnippetMatcher::find(const std::string& spoken) const {
         auto found = modelContext_.fetch(firstMatch);
         return found.empty() ? std::nullopt : std::optional(std::move(found.front()));
     } catch (const persistence::StoreError&) {
-        // What was said is then an ordinary dictation.
+        // The transcript is then an ordinary dictation.
         return std::nullopt;
     }
 }

@@ -7,23 +7,23 @@
 
 namespace sonvale::textprocessing {
 
-/// The snippet whose trigger a transcript ends in.
+/// The snippet whose trigger ends a transcript.
 struct SnippetMatch {
     bool matched = false;
     std::optional<std::string> content{};
-    std::optional<persistence::Snippet> snippet{}; ///< with the use counted
+    std::optional<persistence::Snippet> snippet{}; ///< with this use counted
 };
 
-/// Decides whether a transcript calls for a snippet. Main thread; made on the spot. The store must outlive
+/// Decides whether a transcript triggers a snippet. Main thread; cheap to construct. The store must outlive
 /// it.
 class SnippetMatcher {
 public:
     explicit SnippetMatcher(persistence::ModelContext& modelContext);
 
-    /// The first snippet in the store's order whose trigger the transcript is or ends in, whatever the case
-    /// of the letters, the white space around either, and the punctuation that ends the transcript. Whole
-    /// characters are compared, not whole words. The use is counted and saved. Never throws: a store that
-    /// cannot be read has no snippets, and a count that cannot be saved goes with the next save.
+    /// Returns the first snippet in the store's order whose trigger is the transcript or its end. Ignores
+    /// case, white space around either, and punctuation at the end of the transcript. Compares whole
+    /// characters, not whole words. Counts and saves the use. Never throws: a store that cannot be read has
+    /// no snippets, and a count that cannot be saved is written by the next save.
     SnippetMatch match(const std::string& transcript);
 
 private:

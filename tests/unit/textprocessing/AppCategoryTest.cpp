@@ -8,7 +8,7 @@
 
 namespace sonvale::textprocessing {
 
-TEST(AppCategory, HasItsTextsAndItsPlace) {
+TEST(AppCategory, HasItsTextsAndItsOrder) {
     struct Row {
         AppCategory category;
         std::string rawValue;
@@ -33,7 +33,7 @@ TEST(AppCategory, HasItsTextsAndItsPlace) {
     EXPECT_EQ(appCategoryFromRawValue("work messaging"), std::nullopt);
 }
 
-TEST(AppCategory, KnowsItsApplications) {
+TEST(AppCategory, ContainsItsApplications) {
     const std::map<AppCategory, std::vector<std::string>> applications{
         {AppCategory::personalMessaging,
          {"com.apple.MobileSMS", "net.whatsapp.WhatsApp", "org.telegram.desktop",
@@ -62,7 +62,7 @@ TEST(AppCategory, KnowsItsApplications) {
     EXPECT_EQ(count, 33U);
 }
 
-TEST(AppCategory, IsOtherForAnythingThatIsNotExactlyListed) {
+TEST(AppCategory, IsOtherForAnyUnlistedIdentifier) {
     EXPECT_EQ(forBundleID(std::nullopt), AppCategory::other);
     for (const auto* identifier : {"", "com.microsoft.vscode", "com.microsoft.VSCode.insiders",
                                    "com.microsoft", " com.apple.mail", "org.gnome.TextEditor"})

@@ -14,7 +14,7 @@
 
 namespace sonvale::textprocessing {
 
-/// A chat client whose network the test plays.
+/// A chat client with a network that the test controls.
 class ChatFixture : public testing::Test {
 protected:
     static constexpr const char* ownKey = "sk-own";
@@ -38,7 +38,7 @@ protected:
             .tokenProvider = [token = std::move(token)] { return give(token); },
         });
     }
-    /// With a key of its own, by the direct path.
+    /// Makes a client with its own key, for the direct path.
     OpenAIChatClient makeClient() { return makeClient(ownKey, ownKey); }
 
     static std::string answerWith(const std::string& content) {
@@ -46,7 +46,7 @@ protected:
         return base::jsonText({{"choices", base::Json::array({{{"message", message}}})}});
     }
 
-    /// The description of the error that the call throws.
+    /// Returns the description of the error that the call throws.
     std::string failureOf(runtime::Task<std::string> call) {
         try {
             return "no failure, but " + runtime_.wait(std::move(call));

@@ -14,7 +14,7 @@ namespace {
 using platform::UrlResponse;
 using Case = TextProcessingError::Case;
 
-/// The name of the error's case, or the content.
+/// Returns the name of the error's case, or the content.
 std::string outcomeOf(const UrlResponse& response) {
     try {
         return chatAnswerFrom(response).content;
@@ -70,13 +70,13 @@ TEST(ChatBody, HasExactlyItsKeysWithTheirTypes) {
     EXPECT_TRUE(body["store"].is_boolean());
 }
 
-TEST(ChatBody, TakesItsNumbersFromTheCall) {
+TEST(ChatBody, HasTheNumbersOfTheCall) {
     const auto body = chatBody("", "", std::numeric_limits<std::int64_t>::max(), 0.3);
     EXPECT_EQ(body["max_tokens"], std::numeric_limits<std::int64_t>::max());
     EXPECT_EQ(body["temperature"], 0.3);
 }
 
-TEST(ChatAnswer, IsTheFirstChoiceAsItCame) {
+TEST(ChatAnswer, IsTheFirstChoiceUnchanged) {
     EXPECT_EQ(outcomeOf(good), "Hi.");
     EXPECT_EQ(outcomeOf(R"({"choices":[{"message":{"content":" \n"}}]})"), " \n");
     EXPECT_EQ(outcomeOf(R"({"choices":[{"message":{"content":"a"}},{"message":{"content":"b"}}]})"), "a");
@@ -84,7 +84,7 @@ TEST(ChatAnswer, IsTheFirstChoiceAsItCame) {
     EXPECT_EQ(outcomeOf(R"({"choices":[{"message":{"content":"\u00e9\ud83d\ude00"}}]})"), "\u00E9\U0001F600");
 }
 
-TEST(ChatAnswer, IsJudgedByItsStatusFirst) {
+TEST(ChatAnswer, ChecksItsStatusFirst) {
     EXPECT_EQ(outcomeOf({std::nullopt, {}, good}), "invalidResponse");
     EXPECT_EQ(outcomeOf({426, {}, good}), "upgradeRequired");
     for (const int status : {0, 100, 199, 300, 304, 400, 401, 403, 404, 429, 500, 503, 999})
@@ -93,14 +93,14 @@ TEST(ChatAnswer, IsJudgedByItsStatusFirst) {
         EXPECT_EQ(outcomeOf({status, {}, good}), "Hi.") << status;
 }
 
-TEST(ChatAnswer, TellsTheBodyOfARefusal) {
+TEST(ChatAnswer, ReportsTheBodyOfARefusal) {
     EXPECT_EQ(descriptionOf({503, {}, "down \u00E9"}), "API error (503): down \u00E9");
     EXPECT_EQ(descriptionOf({500, {}, "\xFF"}), "API error (500): Unknown error");
     EXPECT_EQ(descriptionOf({500, {}, ""}), "API error (500): ");
     EXPECT_EQ(descriptionOf({426, {}, "\xFF"}), "Please update Son Vale to the latest version.");
 }
 
-TEST(ChatAnswer, IsAFailureOfTheNetworkWhenItIsNoJson) {
+TEST(ChatAnswer, IsANetworkErrorIfItIsNotJson) {
     for (const std::string body : {"", "oops", "{", "{\"choices\":", "\xFF", "{} {}", "<html></html>"})
         EXPECT_EQ(outcomeOf(body), "networkError") << body;
     EXPECT_EQ(outcomeOf(std::string(100000, '[')), "networkError");
@@ -136,11 +136,11 @@ TEST(ChatAnswer, IsInvalidInAnyOtherShape) {
         EXPECT_EQ(outcomeOf(std::string(body)), "invalidResponse") << body;
 }
 
-TEST(ChatAnswer, IsNothingWhenItsTextIsEmpty) {
+TEST(ChatAnswer, IsEmptyIfItsTextIsEmpty) {
     EXPECT_EQ(outcomeOf(R"({"choices":[{"message":{"content":""}}]})"), "emptyResponse");
 }
 
-TEST(ChatAnswer, CountsTokensWhereTheyAreTold) {
+TEST(ChatAnswer, CountsTokensIfTheyAreReported) {
     using Tokens = std::pair<std::int64_t, std::int64_t>;
     EXPECT_EQ(tokensOf(R"({"prompt_tokens":12,"completion_tokens":3,"total_tokens":15})"), Tokens(12, 3));
     EXPECT_EQ(tokensOf(R"({"prompt_tokens":12})"), Tokens(12, 0));

@@ -55,7 +55,7 @@ std::string promptOf(ProcessingContext context, bool isFragment = false) {
     return buildSystemPrompt(context, isFragment);
 }
 
-/// What stands in place of rules 12 and 13.
+/// Returns rules 12 and 13 and the text after them.
 std::string rulesOf(const ProcessingContext& context) {
     const auto prompt = promptOf(context);
     const auto start = basePrompt + neutral;
@@ -79,7 +79,7 @@ std::string guidanceOf(std::string instructions) {
     return rule.substr(start.size());
 }
 
-/// That many characters of two code points each.
+/// Returns that many characters of two code points each.
 std::string manyCharacters(std::size_t count) {
     std::string text;
     for (std::size_t i = 0; i < count; ++i)
@@ -89,7 +89,7 @@ std::string manyCharacters(std::size_t count) {
 
 } // namespace
 
-TEST(CleanUpPrompt, HasEveryPieceInItsOrder) {
+TEST(CleanUpPrompt, HasAllPiecesInOrder) {
     const ProcessingContext context{.formality = 5,
                                     .customInstructions = "Write British English.",
                                     .dictionaryEntries = {"Sonvale", "pto → paid time off"},
@@ -105,12 +105,12 @@ TEST(CleanUpPrompt, HasEveryPieceInItsOrder) {
     EXPECT_EQ(buildSystemPrompt(context, true), basePrompt + fragmentPrompt + rest);
 }
 
-TEST(CleanUpPrompt, LeavesOutWhatTheUserHasNotGiven) {
+TEST(CleanUpPrompt, OmitsMissingValuesOfTheUser) {
     EXPECT_EQ(promptOf({}), basePrompt + neutral + ending);
     EXPECT_EQ(promptOf({}, true), basePrompt + fragmentPrompt + neutral + ending);
 }
 
-TEST(CleanUpPrompt, NamesTheFormality) {
+TEST(CleanUpPrompt, ContainsTheFormality) {
     struct Row {
         std::int64_t formality;
         std::string phrase;
@@ -131,7 +131,7 @@ TEST(CleanUpPrompt, NamesTheFormality) {
                   basePrompt + "\n11. Formality level: " + row.phrase + ending);
 }
 
-TEST(CleanUpPrompt, JumpsFromRule11To13WithoutAVocabulary) {
+TEST(CleanUpPrompt, SkipsRule12WithoutAVocabulary) {
     EXPECT_EQ(rulesOf({.customInstructions = "Short."}), "\n13. Additional style guidance: Short.");
 }
 
@@ -162,12 +162,12 @@ TEST(CleanUpPrompt, CutsInstructionsAt500CharactersAndDoesNotTrimThem) {
     EXPECT_EQ(guidanceOf("\n"), " ");
 }
 
-TEST(CleanUpPrompt, TakesBracesForText) {
+TEST(CleanUpPrompt, TreatsBracesAsText) {
     EXPECT_EQ(guidanceOf("{} {0} %s"), "{} {0} %s");
     EXPECT_EQ(vocabularyOf({"{}"}), "{}");
 }
 
-TEST(DictationMessage, FencesTheTextOffUnchanged) {
+TEST(DictationMessage, DelimitsTheTextUnchanged) {
     EXPECT_EQ(dictationMessage("abcd"), "<dictation>\nabcd\n</dictation>");
     EXPECT_EQ(dictationMessage(" a\n</dictation> \u00E9 "),
               "<dictation>\n a\n</dictation> \u00E9 \n</dictation>");

@@ -49,7 +49,7 @@ protected:
         return body ? *body : base::Json();
     }
 
-    /// The events of command mode, in order.
+    /// Returns the events of command mode, in order.
     std::vector<base::Json> commandEvents() {
         std::vector<base::Json> events;
         std::istringstream lines(audit());
@@ -64,7 +64,7 @@ protected:
 
 } // namespace
 
-TEST_F(CommandProcessorTest, AsksWithTheRulesAndTheSelectedTextAndTheInstruction) {
+TEST_F(CommandProcessorTest, SendsTheRulesTheSelectedTextAndTheInstruction) {
     network().answerNext(200, answerWith("hi"));
     EXPECT_EQ(runtime_.wait(process("Good morning,\nall.", "make it shorter")), "hi");
 
@@ -79,7 +79,7 @@ TEST_F(CommandProcessorTest, AsksWithTheRulesAndTheSelectedTextAndTheInstruction
     EXPECT_EQ(body["temperature"], 0.3);
 }
 
-TEST_F(CommandProcessorTest, TakesTheSelectedTextAsItStands) {
+TEST_F(CommandProcessorTest, SendsTheSelectedTextUnchanged) {
     const std::string texts[] = {"  two blanks \n", "---\nSelected text:\n---", "say \"x\" \\n %s {}",
                                  "\u00E9e\u0301\U0001F468\u200D\U0001F469", std::string(200000, 'x')};
     for (const auto& text : texts) {
@@ -92,7 +92,7 @@ TEST_F(CommandProcessorTest, TakesTheSelectedTextAsItStands) {
     }
 }
 
-TEST_F(CommandProcessorTest, TrimsTheAnswerAndLeavesTheRestOfItAlone) {
+TEST_F(CommandProcessorTest, OnlyTrimsTheAnswer) {
     const std::pair<const char*, const char*> answers[] = {
         {" \n\t Dear all,\n\n  - one\r\n- two \r\n", "Dear all,\n\n  - one\r\n- two"},
         {"\u00A0\u2003x\u2028", "x"},
@@ -104,7 +104,7 @@ TEST_F(CommandProcessorTest, TrimsTheAnswerAndLeavesTheRestOfItAlone) {
     }
 }
 
-TEST_F(CommandProcessorTest, WritesTheLengthOfTheSelectionIntoTheAuditLogAndNoWordOfIt) {
+TEST_F(CommandProcessorTest, WritesTheLengthButNoTextOfTheSelectionToTheAuditLog) {
     for (const std::string text : {"secret", "e\u0301\U0001F468\u200D\U0001F469\u200D\U0001F467!", ""}) {
         network().answerNext(200, answerWith("changed"));
         runtime_.wait(process(text, "whispered"));
@@ -128,7 +128,7 @@ TEST_F(CommandProcessorTest, WritesTheLengthOfTheSelectionIntoTheAuditLogAndNoWo
     }
 }
 
-TEST_F(CommandProcessorTest, WritesItsEventBeforeItAsks) {
+TEST_F(CommandProcessorTest, WritesItsEventBeforeTheRequest) {
     std::size_t eventsBefore = 0;
     network().onRequest([&](auto&) { eventsBefore = commandEvents().size(); });
     network().answerNext(200, answerWith("changed"));
@@ -144,7 +144,7 @@ TEST_F(CommandProcessorTest, DoesNothingBeforeItsTaskIsStarted) {
     EXPECT_TRUE(network().requests().empty());
 }
 
-TEST_F(CommandProcessorTest, PassesEveryErrorOnWithoutASecondTry) {
+TEST_F(CommandProcessorTest, ThrowsEveryErrorWithoutARetry) {
     network().answerNext(200, answerWith(""));
     EXPECT_EQ(failureOf(process("text", "simplify")), "API returned an empty response.");
     network().answerNext(500, "down");
@@ -154,7 +154,7 @@ TEST_F(CommandProcessorTest, PassesEveryErrorOnWithoutASecondTry) {
     EXPECT_EQ(network().requests().size(), 3U);
 }
 
-TEST_F(CommandProcessorTest, WaitsAsLongAsTheClientDoes) {
+TEST_F(CommandProcessorTest, HasTheTimeLimitOfTheClient) {
     network().hangNext();
     const auto task = runtime::spawn(runtime_.main(), process("text", "simplify"));
     runtime_.clock().advance(600);

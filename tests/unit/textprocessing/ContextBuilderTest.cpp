@@ -48,7 +48,7 @@ private:
 
 } // namespace
 
-TEST(DictionaryTerm, PointsToTheExpansionWhereThereIsOne) {
+TEST(DictionaryTerm, ContainsTheExpansionIfThereIsOne) {
     EXPECT_EQ(dictionaryTerm("Sonvale", std::nullopt), "Sonvale");
     EXPECT_EQ(dictionaryTerm("Sonvale", ""), "Sonvale");
     EXPECT_EQ(dictionaryTerm("pto", "paid time off"), "pto → paid time off");
@@ -56,14 +56,14 @@ TEST(DictionaryTerm, PointsToTheExpansionWhereThereIsOne) {
     EXPECT_EQ(dictionaryTerm("", "x"), " → x");
 }
 
-TEST_F(ContextBuilderTest, DescribesTheApplicationThatWasDictatedInto) {
+TEST_F(ContextBuilderTest, DescribesTheTargetOfTheDictation) {
     store().insert(WritingStyle{.category = "notes", .formality = 1});
     store().insert(WritingStyle{.category = "email", .formality = 5, .customInstructions = "Sign off."});
     EXPECT_EQ(build(mail()), (ProcessingContext{5, "Sign off.", {}, "email"}));
     EXPECT_EQ(workspace_.control().questions(), 0) << "the target was captured when the dictation began";
 }
 
-TEST_F(ContextBuilderTest, AsksForTheApplicationInFrontWithoutATarget) {
+TEST_F(ContextBuilderTest, UsesTheFrontApplicationWithoutATarget) {
     store().insert(WritingStyle{.category = "notes", .formality = 1, .customInstructions = "Terse."});
     EXPECT_EQ(build(std::nullopt), (ProcessingContext{1, "Terse.", {}, "notes"}));
     workspace_.control().setFrontmost(std::nullopt);
@@ -91,7 +91,7 @@ TEST_F(ContextBuilderTest, IsNeutralWithoutAStore) {
     EXPECT_EQ(builder_.build(std::nullopt, nullptr), (ProcessingContext{3, "", {}, "notes"}));
 }
 
-TEST_F(ContextBuilderTest, DoesWithoutWhatCannotBeRead) {
+TEST_F(ContextBuilderTest, OmitsRecordsThatCannotBeRead) {
     store().insert(WritingStyle{.category = "email", .formality = 5});
     addWord("Zed");
     SQLite::Database other(directory_.path() + "/Sonvale/Sonvale.store", SQLite::OPEN_READWRITE);

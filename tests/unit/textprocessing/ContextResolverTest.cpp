@@ -59,32 +59,32 @@ TEST_F(ContextResolverTest, FindsTheStyleOfTheCategory) {
     EXPECT_EQ(resolve(std::nullopt), (Style{7, "style 7"})) << "nothing in front is of the category other";
 }
 
-TEST_F(ContextResolverTest, TakesTheFirstRecordOfTwo) {
+TEST_F(ContextResolverTest, UsesTheFirstOfTwoRecords) {
     add("notes", 2, "of another category");
     add("email", 1, "first");
     add("email", 5, "second");
     EXPECT_EQ(resolve("com.apple.mail"), (Style{1, "first"}));
 }
 
-TEST_F(ContextResolverTest, HasNoStyleToFallBackTo) {
+TEST_F(ContextResolverTest, HasNoOtherStyleAsAFallback) {
     add("other", 5, "other");
     EXPECT_EQ(resolve("com.apple.mail"), Style{});
     EXPECT_EQ(resolve("com.microsoft.vscode"), (Style{5, "other"}));
 }
 
-TEST_F(ContextResolverTest, PassesOverRecordsOfUnknownCategories) {
+TEST_F(ContextResolverTest, IgnoresRecordsOfUnknownCategories) {
     for (const auto* category : {"Email", "email ", "e-mail", "", "personal messaging"})
         add(category, 5, category);
     for (const auto* application : applications)
         EXPECT_EQ(resolve(application), Style{}) << application;
 }
 
-TEST_F(ContextResolverTest, PassesOnFormalitiesBeyondTheScale) {
+TEST_F(ContextResolverTest, ReturnsFormalitiesBeyondTheScale) {
     add("email", -7, "");
     EXPECT_EQ(resolve("com.apple.mail"), (Style{-7, ""}));
 }
 
-TEST(ContextResolver, TakesAStoreThatCannotBeReadForEmpty) {
+TEST(ContextResolver, TreatsAnUnreadableStoreAsEmpty) {
     const tests::LogCapture log;
     const tests::TemporaryDirectory directory;
     const auto container = ModelContainer::open(directory.path());

@@ -8,14 +8,14 @@
 
 namespace sonvale::textprocessing {
 
-TEST(FocusedAppDetector, TellsTheApplicationInFront) {
+TEST(FocusedAppDetector, ReturnsTheFrontApplication) {
     tests::FakeWorkspace workspace;
     workspace.control().setFrontmost(platform::FrontApplication{
         .bundleIdentifier = "com.apple.mail", .localizedName = "Mail", .processIdentifier = 42});
     EXPECT_EQ(FocusedAppDetector(workspace).detect(), (FocusedAppInfo{"com.apple.mail", "Mail", 42}));
 }
 
-TEST(FocusedAppDetector, TellsOfNoneWhenNothingIsInFront) {
+TEST(FocusedAppDetector, ReturnsNoneIfNoApplicationIsInFront) {
     tests::FakeWorkspace workspace;
     EXPECT_EQ(FocusedAppDetector(workspace).detect(), (FocusedAppInfo{std::nullopt, "Unknown", 0}));
 }

@@ -40,7 +40,7 @@ const std::vector<std::string> prefixes{"Here is the cleaned text:",
 const std::vector<std::string> markers{"Note:",   "NOTE:",     "(Note:",        "[Note:",      "I corrected",
                                        "I fixed", "I changed", "Changes made:", "Corrections:"};
 
-/// A raw text for which nothing is rejected as a reply or for its growth.
+/// A raw text that causes no rejection as a reply or for growth.
 const std::string shortRaw = "ab";
 
 std::string strip(const std::string& output) {
@@ -55,7 +55,7 @@ std::string upper(std::string text) {
     return text;
 }
 
-/// Texts made of what the rules look at, and of what disturbs them.
+/// Makes texts of pieces that the rules look for, and of pieces that disturb the rules.
 class Generator {
 public:
     explicit Generator(unsigned seed)
@@ -99,9 +99,9 @@ public:
         }
     }
 
-    std::string text(std::size_t mostPieces) {
+    std::string text(std::size_t maxPieces) {
         std::string text;
-        for (auto count = engine_() % (mostPieces + 1); count > 0; --count)
+        for (auto count = engine_() % (maxPieces + 1); count > 0; --count)
             text += pieces_[engine_() % pieces_.size()];
         return text;
     }
@@ -118,7 +118,7 @@ private:
     std::vector<std::string> pieces_;
 };
 
-/// The rule for commentary word by word: each marker in its turn.
+/// Applies the rule for commentary literally: each marker in turn.
 std::string cutByEachMarker(std::string text) {
     for (const auto& marker : markers) {
         if (const auto found = base::findIgnoringCase(text, "\n" + marker))
@@ -140,7 +140,7 @@ TEST(CleanOutput, KeepsACleanedText) {
     });
 }
 
-TEST(CleanOutput, TakesEachPrefixOffTheStart) {
+TEST(CleanOutput, RemovesEachPrefix) {
     for (const auto& prefix : prefixes) {
         EXPECT_EQ(strip(prefix + " The text."), "The text.") << prefix;
         EXPECT_EQ(strip(prefix + "\nThe text."), "The text.") << prefix;
@@ -150,7 +150,7 @@ TEST(CleanOutput, TakesEachPrefixOffTheStart) {
     }
 }
 
-TEST(CleanOutput, WantsWhiteSpaceBehindAPrefixWithoutAColon) {
+TEST(CleanOutput, RequiresWhiteSpaceAfterAPrefixWithoutAColon) {
     for (const auto& prefix : prefixes) {
         const auto output = prefix + "word";
         EXPECT_EQ(strip(output), prefix.ends_with(':') ? "word" : output);
@@ -160,26 +160,26 @@ TEST(CleanOutput, WantsWhiteSpaceBehindAPrefixWithoutAColon) {
         {"Sure,\r\nyes", shortRaw, "yes"},
         {"Sure,\u2028yes", shortRaw, "yes"},
         {"Sure,\u3000yes", shortRaw, "yes"},
-        // A zero-width space is trimmed, but is no white space that ends a word.
+        // A zero-width space is trimmed, but is not white space that ends a word.
         {"Sure,\u200Byes", shortRaw, "Sure,\u200Byes"},
         {"Sure\u00A0, yes", shortRaw, "Sure\u00A0, yes"},
-        // An accent makes another character of the prefix's last.
+        // An accent changes the last character of the prefix.
         {"Sure,\u0301 yes", shortRaw, "Sure,\u0301 yes"},
     });
 }
 
-TEST(CleanOutput, IgnoresCaseAsUnicodeDoes) {
+TEST(CleanOutput, IgnoresCaseByTheRulesOfUnicode) {
     EXPECT_EQ(strip("\u017Fure, yes"), "yes");
     EXPECT_EQ(strip("text\nCorrection\u017F: none"), "text");
     EXPECT_EQ(strip("text\n\u0130 corrected"), "text\n\u0130 corrected");
 }
 
-TEST(CleanOutput, TakesOnePrefixOffAtMost) {
+TEST(CleanOutput, RemovesOnlyOnePrefix) {
     EXPECT_EQ(strip("Sure! Here is the cleaned text: Hello."), "Here is the cleaned text: Hello.");
     EXPECT_EQ(strip("Sure! Sure! Hello."), "Sure! Hello.");
 }
 
-TEST(CleanOutput, LeavesAPrefixThatIsAllThereIs) {
+TEST(CleanOutput, KeepsAPrefixWithoutFurtherText) {
     for (const auto& prefix : prefixes) {
         EXPECT_EQ(strip(prefix), prefix);
         EXPECT_EQ(strip(prefix + " \n"), prefix);
@@ -189,7 +189,7 @@ TEST(CleanOutput, LeavesAPrefixThatIsAllThereIs) {
               "Here is the cleaned text:");
 }
 
-TEST(CleanOutput, TakesOffSurroundingQuotes) {
+TEST(CleanOutput, RemovesSurroundingQuotes) {
     expectRows({
         {"\"I went home.\"", shortRaw, "I went home."},
         {"\" I went home. \"", shortRaw, "I went home."},
@@ -201,7 +201,7 @@ TEST(CleanOutput, TakesOffSurroundingQuotes) {
         {"'I went home.'", shortRaw, "'I went home.'"},
         // Two quotes are not more than two characters.
         {"\"\"", shortRaw, "\"\""},
-        // What is left is too short.
+        // The remaining text is too short.
         {"\"a\"", shortRaw, shortRaw},
         {"\" \"", shortRaw, shortRaw},
         {"\"\"\"", shortRaw, shortRaw},
@@ -213,7 +213,7 @@ TEST(CleanOutput, TakesOffSurroundingQuotes) {
     EXPECT_EQ(cleanOutput("\"\"", "say two quotes please"), "say two quotes please");
 }
 
-TEST(CleanOutput, CutsCommentaryBehindTheText) {
+TEST(CleanOutput, CutsCommentaryAfterTheText) {
     for (const auto& marker : markers) {
         EXPECT_EQ(strip("The text.\n" + marker + " more"), "The text.") << marker;
         EXPECT_EQ(strip("The text. \n\n" + upper(marker)), "The text.") << marker;
@@ -231,13 +231,13 @@ TEST(CleanOutput, CutsCommentaryBehindTheText) {
         {"A text.\nNotes: y", shortRaw, "A text.\nNotes: y"},
         {"A text.\nI correctedly", shortRaw, "A text."},
         {"A text.\nNote:\u0301 y", shortRaw, "A text.\nNote:\u0301 y"},
-        // Quotes come off first, so that those around the text alone stay.
+        // Quotes are removed first, so quotes around the text only stay.
         {"\"A text.\"\nNote: y", shortRaw, "\"A text.\""},
         {"\"A text.\nNote: y\"", shortRaw, "A text."},
     });
 }
 
-TEST(CleanOutput, KeepsTheRawTextWhenTooFewOfItsWordsAreLeft) {
+TEST(CleanOutput, KeepsTheRawTextIfTooFewOfItsWordsRemain) {
     expectRows({
         // 1 of 4, 2 of 4, 1 of 3, 0 of 3
         {"it is the sun", "what is a star", "what is a star"},
@@ -247,15 +247,15 @@ TEST(CleanOutput, KeepsTheRawTextWhenTooFewOfItsWordsAreLeft) {
         // 3 of 10 are enough, 2 of 7 are not
         {"a b c", "a b c d e f g h i j", "a b c"},
         {"a b", "a b c d e f g", "a b c d e f g"},
-        // Case is nothing, punctuation is part of a word.
+        // Case is ignored, punctuation is part of a word.
         {"ONE Two", "one two three", "ONE Two"},
         {"one, two, three.", "one two three", "one two three"},
         // Words are counted once.
         {"ha", "ha ha ha ha no", "ha"},
         {"x y z", "ha ha ha ha no", "x y z"},
-        // Two words are not looked at.
+        // Texts of two words are not compared.
         {"Paris is lovely", "capital? France?", "Paris is lovely"},
-        // Only blanks part words.
+        // Only blanks separate words.
         {"one\ttwo\nthree", "one two three", "one two three"},
         {"anything", "one\ttwo\nthree", "anything"},
         {"one\u00A0two three", "one two three", "one\u00A0two three"},
@@ -266,7 +266,7 @@ TEST(CleanOutput, KeepsTheRawTextWhenTooFewOfItsWordsAreLeft) {
     });
 }
 
-TEST(CleanOutput, KeepsTheRawTextWhenItHasGrownTooMuch) {
+TEST(CleanOutput, KeepsTheRawTextIfTheAnswerHasGrownTooMuch) {
     const std::string ten(10, 'r');
     const std::string eleven(11, 'r');
     expectRows({
@@ -274,12 +274,12 @@ TEST(CleanOutput, KeepsTheRawTextWhenItHasGrownTooMuch) {
         {std::string(34, 'a'), eleven, eleven},
         {std::string(100, 'a'), ten, std::string(100, 'a')},
         {std::string(5000, 'a'), ten, std::string(5000, 'a')},
-        // The answer is measured when all is stripped.
+        // The answer is measured after all removals.
         {"Sure! " + std::string(33, 'a') + "\nNote: " + std::string(100, 'b'), eleven, std::string(33, 'a')},
     });
 }
 
-TEST(CleanOutput, MeasuresInCharactersThatTheUserSees) {
+TEST(CleanOutput, MeasuresInUserPerceivedCharacters) {
     std::string eleven;
     for (int i = 0; i < 11; ++i)
         eleven += "e\u0301";
@@ -291,7 +291,7 @@ TEST(CleanOutput, MeasuresInCharactersThatTheUserSees) {
     EXPECT_EQ(cleanOutput("\U0001F468\u200D\U0001F469", shortRaw), shortRaw);
 }
 
-TEST(CleanOutput, KeepsTheRawTextWhenNothingIsLeft) {
+TEST(CleanOutput, KeepsTheRawTextIfNothingRemains) {
     expectRows({
         {"", "a", "a"},
         {" \n\t", "a", "a"},
@@ -305,7 +305,7 @@ TEST(CleanOutput, KeepsTheRawTextWhenNothingIsLeft) {
     });
 }
 
-TEST(CleanOutput, NeverGivesLessThanTwoCharactersForATextOfTwo) {
+TEST(CleanOutput, ReturnsTwoOrMoreCharactersForATextOfTwo) {
     Generator generator(17);
     for (int round = 0; round < 10000; ++round) {
         const auto output = round % 4 == 0 ? generator.bytes(40) : generator.text(8);
@@ -315,14 +315,14 @@ TEST(CleanOutput, NeverGivesLessThanTwoCharactersForATextOfTwo) {
         if (base::characterCount(rawText) >= 2) {
             ASSERT_GE(base::characterCount(cleaned), 2U);
         }
-        // Nothing is invented: it is the raw text or a piece of the answer.
+        // The result is the raw text or a piece of the answer.
         ASSERT_TRUE(cleaned == rawText || output.find(cleaned) != std::string::npos);
         ASSERT_TRUE(cleaned == rawText || cleaned == base::trimmed(cleaned));
         ASSERT_EQ(cleanOutput(output, rawText), cleaned);
     }
 }
 
-TEST(CleanOutput, CutsAsIfEachMarkerWereLookedForInTurn) {
+TEST(CleanOutput, CutsAtTheSamePlaceAsASearchForEachMarker) {
     Generator generator(23);
     for (int round = 0; round < 10000; ++round) {
         const auto output = "word " + base::trimmed("x" + generator.text(10) + "x");

@@ -32,7 +32,7 @@ bool isOverwritten(const std::vector<std::byte>& bytes) {
 
 } // namespace
 
-TEST_F(OpenAIChatClientTest, AsksTheServiceWithTheKey) {
+TEST_F(OpenAIChatClientTest, SendsTheKeyToTheService) {
     network().answerNext(200, answerWith(" Hello.\n"));
     EXPECT_EQ(runtime_.wait(question()), " Hello.\n") << "the answer comes back as it is";
 
@@ -50,7 +50,7 @@ TEST_F(OpenAIChatClientTest, AsksTheServiceWithTheKey) {
         R"({"content":"well hello","role":"user"}],"model":"gpt-4o-mini","store":false,"temperature":0.0})");
 }
 
-TEST_F(OpenAIChatClientTest, AsksTheBackendWithTheUsersToken) {
+TEST_F(OpenAIChatClientTest, SendsTheUsersTokenToTheBackend) {
     network().answerNext(200, answerWith("Hello."));
     EXPECT_EQ(runtime_.wait(question(makeClient(std::nullopt, "jwt"))), "Hello.");
 
@@ -105,7 +105,7 @@ TEST_F(OpenAIChatClientTest, MakesOneSessionForAllClientsWithTheFirstCall) {
     EXPECT_EQ(network().requests().size(), 3U);
 }
 
-TEST_F(OpenAIChatClientTest, KeepsItsCallsApart) {
+TEST_F(OpenAIChatClientTest, DoesNotMixItsCalls) {
     const auto client = makeClient();
     const auto first = runtime::spawn(runtime_.main(), question(client));
     const auto second = runtime::spawn(runtime_.main(), question(client));
@@ -140,7 +140,7 @@ TEST_F(OpenAIChatClientTest, WrapsTheTransportsError) {
     }
 }
 
-TEST_F(OpenAIChatClientTest, ToldApartFailuresReachTheCaller) {
+TEST_F(OpenAIChatClientTest, ThrowsADifferentErrorForEachFailure) {
     EXPECT_EQ(failureAfter({std::nullopt, {}, "x"}), "Invalid response from API.");
     EXPECT_EQ(failureAfter({426, {}, "x"}), "Please update Son Vale to the latest version.");
     EXPECT_EQ(failureAfter({500, {}, "down"}), "API error (500): down");
@@ -205,7 +205,7 @@ TEST_F(OpenAIChatClientTest, ClosesTheConnectionWhenItIsCancelled) {
     EXPECT_EQ(failureOf(task.value()), "Network error: cancelled");
 }
 
-TEST_F(OpenAIChatClientTest, OutlivesItsClientInACall) {
+TEST_F(OpenAIChatClientTest, FinishesACallAfterItsClientIsDestroyed) {
     auto client = std::make_unique<OpenAIChatClient>(makeClient());
     const auto task = runtime::spawn(runtime_.main(), question(*client));
     client.reset();
@@ -215,7 +215,7 @@ TEST_F(OpenAIChatClientTest, OutlivesItsClientInACall) {
     EXPECT_EQ(runtime_.wait(task.value()), "still here");
 }
 
-TEST_F(OpenAIChatClientTest, OverwritesTheBodyOnEveryWayOut) {
+TEST_F(OpenAIChatClientTest, OverwritesTheBodyOnEveryPath) {
     enum class Way { answer, refusal, nonsense, failure, cancellation };
     for (const auto way : {Way::answer, Way::refusal, Way::nonsense, Way::failure, Way::cancellation}) {
         std::shared_ptr<const std::vector<std::byte>> body;

@@ -28,7 +28,7 @@ protected:
 
 } // namespace
 
-TEST_F(PostProcessorTest, ReturnsTextsOfLessThanFourCharactersAsTheyAre) {
+TEST_F(PostProcessorTest, ReturnsTextsOfLessThanFourCharactersUnchanged) {
     for (const std::string text : {"", "a", "abc", " a ", "\u00E9\u00E9\u00E9", "e\u0301e\u0301e\u0301",
                                    "\U0001F468\u200D\U0001F469\u200D\U0001F467\U0001F1E9\U0001F1EA!"})
         EXPECT_EQ(runtime_.wait(process(text)), text);
@@ -44,7 +44,7 @@ TEST_F(PostProcessorTest, SendsTextsOfFourCharacters) {
     EXPECT_EQ(network().requests().size(), 3U);
 }
 
-TEST_F(PostProcessorTest, AsksWithThePromptOfTheContext) {
+TEST_F(PostProcessorTest, SendsThePromptOfTheContext) {
     for (const bool isFragment : {false, true}) {
         network().answerNext(200, answerWith("Well hello."));
         EXPECT_EQ(runtime_.wait(process("well hello", isFragment)), "Well hello.");
@@ -60,14 +60,14 @@ TEST_F(PostProcessorTest, CleansTheAnswer) {
     EXPECT_EQ(runtime_.wait(process("um i went home")), "I went home.");
 }
 
-TEST_F(PostProcessorTest, KeepsTheRawTextWhenTheModelRepliesOrSaysNothing) {
+TEST_F(PostProcessorTest, KeepsTheRawTextIfTheModelRepliesOrReturnsNothing) {
     for (const auto* answer : {"Noon in London, of course.", "   ", "\n", "."}) {
         network().answerNext(200, answerWith(answer));
         EXPECT_EQ(runtime_.wait(process("what time is it")), "what time is it") << answer;
     }
 }
 
-TEST_F(PostProcessorTest, PassesEveryErrorOn) {
+TEST_F(PostProcessorTest, ThrowsEveryError) {
     network().answerNext(200, answerWith(""));
     EXPECT_EQ(failureOf(process("well hello")), "API returned an empty response.");
     network().answerNext(500, "down");

@@ -61,7 +61,7 @@ private:
 
 } // namespace
 
-TEST_F(SnippetMatcherTest, FindsTheTriggerThatWasSaid) {
+TEST_F(SnippetMatcherTest, FindsTheSpokenTrigger) {
     keep({"my address"});
     const auto found = match("My Address.");
     EXPECT_TRUE(found.matched);
@@ -71,7 +71,7 @@ TEST_F(SnippetMatcherTest, FindsTheTriggerThatWasSaid) {
     EXPECT_EQ(found.snippet->usageCount, 1);
 }
 
-TEST_F(SnippetMatcherTest, GivesNothingWhenNothingWasSaidOfIt) {
+TEST_F(SnippetMatcherTest, FindsNoTriggerThatWasNotSpoken) {
     keep({"my address"});
     const auto found = match("something else");
     EXPECT_FALSE(found.matched);
@@ -82,7 +82,7 @@ TEST_F(SnippetMatcherTest, GivesNothingWhenNothingWasSaidOfIt) {
     EXPECT_FALSE(match("my address").matched);
 }
 
-TEST_F(SnippetMatcherTest, ComparesWhatIsLeftOfBothTexts) {
+TEST_F(SnippetMatcherTest, ComparesBothTextsAfterTrimming) {
     struct Row {
         std::string transcript;
         std::string trigger;
@@ -114,7 +114,7 @@ TEST_F(SnippetMatcherTest, ComparesWhatIsLeftOfBothTexts) {
         EXPECT_EQ(matches(row.transcript, row.trigger), row.matches) << row.transcript << "|" << row.trigger;
 }
 
-TEST_F(SnippetMatcherTest, ComparesWholeCharactersAsTheyLook) {
+TEST_F(SnippetMatcherTest, ComparesWholeUserPerceivedCharacters) {
     struct Row {
         std::string transcript;
         std::string trigger;
@@ -142,8 +142,8 @@ TEST_F(SnippetMatcherTest, ComparesWholeCharactersAsTheyLook) {
         EXPECT_EQ(matches(row.transcript, row.trigger), row.matches) << row.transcript << "|" << row.trigger;
 }
 
-TEST_F(SnippetMatcherTest, MatchesNothingOnceNothingIsLeft) {
-    // A snippet that matches everything shows that the store is not even asked.
+TEST_F(SnippetMatcherTest, MatchesNothingIfATextIsEmptyAfterTrimming) {
+    // A snippet that matches everything shows that the store is not queried.
     keep({""});
     for (const auto* transcript : {"", " \n\t", "...", " ?! ", ".!?,;:"})
         EXPECT_FALSE(match(transcript).matched) << transcript;
@@ -151,7 +151,7 @@ TEST_F(SnippetMatcherTest, MatchesNothingOnceNothingIsLeft) {
     EXPECT_TRUE(match("a").matched);
 }
 
-TEST_F(SnippetMatcherTest, TakesTheFirstInTheStoresOrder) {
+TEST_F(SnippetMatcherTest, ReturnsTheFirstInTheStoresOrder) {
     using Counts = std::vector<std::int64_t>;
     keep({"address", "my address"});
     EXPECT_EQ(match("insert my address").content, "content of address");
@@ -163,7 +163,7 @@ TEST_F(SnippetMatcherTest, TakesTheFirstInTheStoresOrder) {
     EXPECT_EQ(usage(), (Counts{2, 1}));
 }
 
-TEST_F(SnippetMatcherTest, CountsTheUseForGood) {
+TEST_F(SnippetMatcherTest, SavesTheCountOfUses) {
     keep({"a", "b"});
     match("b");
     match("b");
@@ -172,7 +172,7 @@ TEST_F(SnippetMatcherTest, CountsTheUseForGood) {
     EXPECT_EQ(match("b").snippet->usageCount, 3);
 }
 
-TEST_F(SnippetMatcherTest, GivesTheContentAsItStands) {
+TEST_F(SnippetMatcherTest, ReturnsTheContentUnchanged) {
     store().insert(Snippet{.trigger = "sig", .content = " Line 1\r\nLine 2 \u00E9\n "});
     store().save();
     EXPECT_EQ(match("sig").content, " Line 1\r\nLine 2 \u00E9\n ");
@@ -181,7 +181,7 @@ TEST_F(SnippetMatcherTest, GivesTheContentAsItStands) {
     EXPECT_EQ(match("nothing").content, "");
 }
 
-TEST_F(SnippetMatcherTest, TakesAStoreThatCannotBeReadForEmpty) {
+TEST_F(SnippetMatcherTest, TreatsAnUnreadableStoreAsEmpty) {
     keep({"my address"});
     SQLite::Database(storeFile(), SQLite::OPEN_READWRITE).exec("DROP TABLE Snippet");
     const auto found = match("my address");
@@ -189,7 +189,7 @@ TEST_F(SnippetMatcherTest, TakesAStoreThatCannotBeReadForEmpty) {
     EXPECT_FALSE(found.content);
 }
 
-TEST_F(SnippetMatcherTest, MatchesThoughTheCountCannotBeSaved) {
+TEST_F(SnippetMatcherTest, MatchesIfTheCountCannotBeSaved) {
     keep({"my address"});
     {
         const tests::FileSizeLimit fullDisk(std::filesystem::file_size(storeFile() + "-wal"));
@@ -201,7 +201,7 @@ TEST_F(SnippetMatcherTest, MatchesThoughTheCountCannotBeSaved) {
     EXPECT_EQ(usage(), std::vector<std::int64_t>{2}) << "and is saved with the next change";
 }
 
-TEST_F(SnippetMatcherTest, SeesSnippetsThatAreNotSavedYet) {
+TEST_F(SnippetMatcherTest, FindsUnsavedSnippets) {
     store().insert(Snippet{.trigger = "new", .content = "n"});
     EXPECT_EQ(match("new").content, "n");
 }

@@ -4,7 +4,7 @@
 
 namespace sonvale::textprocessing {
 
-TEST(TextProcessingError, HasWordsForTheUserAndItsPayload) {
+TEST(TextProcessingError, HasATextForTheUserAndItsPayload) {
     using Case = TextProcessingError::Case;
     struct Row {
         TextProcessingError error;
