@@ -12,7 +12,7 @@ using nlohmann::json;
 
 namespace {
 
-/// The first channel decides the length; the others are cut or filled with silence.
+/// The first channel determines the length; the others are cut or filled with silence.
 platform::PcmBuffer buffer(const json& channels) {
     const auto isChannel = [](const json& channel) {
         return channel.is_array() &&

@@ -38,7 +38,7 @@ std::int64_t integer(const json& in, const char* name) {
         refuse(name, "signed 64-bit integer");
     if (value.is_number_integer())
         return value.get<std::int64_t>();
-    // A whole number that was written by a program without integers.
+    // A whole number from a program without integers.
     if (const auto number = value.is_number_float() ? value.get<double>() : NAN;
         std::trunc(number) == number && std::abs(number) < 0x1p63)
         return static_cast<std::int64_t>(number);

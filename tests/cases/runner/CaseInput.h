@@ -6,12 +6,12 @@
 #include <optional>
 #include <string>
 
-/// Reading the `in` of a case. Everything throws `BadCase` for a value that is missing or of another type.
+/// Reads the `in` of a case. All functions throw `BadCase` if a value is missing or of another type.
 namespace sonvale::tests {
 
 const nlohmann::json& field(const nlohmann::json& in, const char* name);
 std::string text(const nlohmann::json& in, const char* name);
-/// Absent for null.
+/// Returns nullopt for null.
 std::optional<std::string> textOrNull(const nlohmann::json& in, const char* name);
 std::int64_t integer(const nlohmann::json& in, const char* name);
 std::uint64_t unsignedInteger(const nlohmann::json& in, const char* name);
@@ -19,7 +19,7 @@ double number(const nlohmann::json& in, const char* name);
 bool boolean(const nlohmann::json& in, const char* name);
 const nlohmann::json& array(const nlohmann::json& in, const char* name);
 
-/// `value`, or `BadCase` saying that `what` is none of the known ones.
+/// Returns `value`. Throws `BadCase`, which says that `what` is unknown, if there is none.
 template <class T>
 T known(std::optional<T> value, const std::string& what) {
     if (!value)

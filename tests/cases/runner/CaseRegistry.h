@@ -9,13 +9,13 @@
 
 namespace sonvale::tests {
 
-/// Thrown for an `in` that the operation cannot be run with.
+/// Thrown for an `in` with which the operation cannot be run.
 class BadCase : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// Runs the production code with a case's `in` and returns what came back, as JSON. Throws for a bad `in`.
+/// Runs the production code with a case's `in` and returns the result as JSON. Throws for an invalid `in`.
 using CaseFunction = std::function<nlohmann::json(const nlohmann::json& in)>;
 
 /// The operations that case files can name.

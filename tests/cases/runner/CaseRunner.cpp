@@ -18,7 +18,7 @@ namespace {
 using nlohmann::json;
 namespace fs = std::filesystem;
 
-/// What came back may hold bytes that are no text.
+/// Returns a result as text; it may contain bytes that are not UTF-8.
 std::string shown(const json& value) {
     return value.dump(-1, ' ', /*ensure_ascii=*/false, json::error_handler_t::replace);
 }

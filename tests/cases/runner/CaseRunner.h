@@ -9,7 +9,7 @@
 
 namespace sonvale::tests {
 
-/// Runs case files against a registry and tells of what failed.
+/// Runs case files against a registry and reports failures.
 ///
 /// A file is `{"op": NAME, "cases": [{"name", "in", "want", "tolerance"?}, ...]}`. A file that cannot be used
 /// counts as one failure, and so does a folder without files.
@@ -17,11 +17,11 @@ class CaseRunner {
 public:
     CaseRunner(CaseRegistry registry, std::ostream& out);
 
-    /// Every `*.json` in the folder and in those below it, in the order of their names.
+    /// Runs every `*.json` in the folder and its subfolders, in the order of their names.
     void runFolder(const std::filesystem::path& folder);
     void runFile(const std::filesystem::path& file);
 
-    /// Counts something that went wrong outside of a case.
+    /// Counts a failure outside of a case.
     void fail(const std::string& where, const std::string& what);
 
     int passed() const { return passed_; }

@@ -31,7 +31,7 @@ HotkeyAction action(const json& in, const char* name) {
     return known(hotkeyActionFromRawValue(raw), "action \"" + raw + "\"");
 }
 
-/// The bindings of a case: in their stored form, or null for the defaults.
+/// Returns the bindings of a case: in their stored form, or null for the defaults.
 HotkeyBindings bindings(const json& in) {
     const auto& value = field(in, "bindings");
     if (value.is_null())
@@ -51,7 +51,7 @@ json shown(const std::vector<HotkeyConfiguration>& configs) {
     return list;
 }
 
-/// What a recorder makes of each event.
+/// Returns the captured hotkey of each event.
 json captured(const json& events) {
     using Type = platform::KeyEvent::Type;
     static const std::map<std::string, Type> types{{"keyDown", Type::keyDown},
@@ -82,7 +82,7 @@ json shown(const HotkeyBindings& bindings) {
     return list;
 }
 
-/// A settings file of a case's own.
+/// The settings file of a case.
 struct CaseSettings {
     TemporaryDirectory directory;
     persistence::Settings settings{std::filesystem::path(directory.path()) / "defaults.json"};
@@ -120,8 +120,8 @@ json migrateHotkey(const json& in) {
         {"pushToTalk", shown(HotkeyBindingStore::load(store.settings).at(HotkeyAction::pushToTalk).configs)}};
 }
 
-/// A tap that keeps what its callback answered, whether or not the event can be kept from the application,
-/// and whose thread comes to its blocks at once.
+/// A tap that records the verdicts of its callback, also for events that cannot be swallowed, and runs its
+/// blocks at once.
 class AnsweringTap final : public platform::EventTap {
 public:
     explicit AnsweringTap(runtime::Actor thread)
@@ -158,7 +158,7 @@ private:
     platform::KeyVerdict answer_ = platform::KeyVerdict::pass;
 };
 
-/// The manager with a keyboard, a main actor and a clock that a case moves.
+/// The manager with a keyboard, a main actor and a clock that a case controls.
 class ListeningCase {
 public:
     ListeningCase() {
@@ -187,7 +187,7 @@ public:
         return verdict;
     }
 
-    /// Moves the clock on to that many milliseconds after the start; never back.
+    /// Advances the clock to that many milliseconds after the start; never back.
     void runTo(double milliseconds) {
         const auto left = begin_ + milliseconds / 1000 - runtime_.clock().now();
         if (left > 0)
@@ -213,7 +213,7 @@ private:
 
 platform::KeyEvent keyEvent(const json& in, platform::KeyEvent::Type type) {
     const auto keyCode = integer(in, "keyCode");
-    // What is no key code is told by the tap as a key without one.
+    // The tap reports a number that is not a key code as a key without one.
     return {type, std::in_range<int>(keyCode) ? static_cast<int>(keyCode) : -1, unsignedInteger(in, "flags")};
 }
 

@@ -36,7 +36,7 @@ platform::RecordingState recordingState(const json& in) {
     return state->second;
 }
 
-/// An index of the ring's layers or points.
+/// Returns an index of the ring's layers or points.
 int index(const json& in, const char* name, int count) {
     const auto value = integer(in, name);
     if (value < 0 || value >= count)
@@ -44,7 +44,7 @@ int index(const json& in, const char* name, int count) {
     return static_cast<int>(value);
 }
 
-/// What the settings make of a value that somebody wrote into their file.
+/// Returns what the settings read for a value that a user wrote into their file.
 std::optional<std::int64_t> storedStep(const json& value) {
     const TemporaryDirectory folder;
     const auto file = folder.path() + "/defaults.json";

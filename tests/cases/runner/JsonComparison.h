@@ -6,7 +6,7 @@
 
 namespace sonvale::tests {
 
-/// Whether two JSON values mean the same: objects by key, arrays in order, numbers by value. With a
+/// Returns whether two JSON values mean the same: objects by key, arrays in order, numbers by value. With a
 /// `tolerance` every number may differ by that much; without one whole numbers must be equal, others within
 /// 1e-4.
 bool isSameJson(const nlohmann::json& wanted, const nlohmann::json& got,

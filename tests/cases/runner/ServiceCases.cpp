@@ -32,14 +32,14 @@ TranscriptionError errorNamed(const std::string& name) {
     throw BadCase("unknown error " + name);
 }
 
-/// An engine that gives its own name, or fails.
+/// An engine that returns its own name, or fails.
 class NamedEngine final : public transcription::TranscriptionEngine {
 public:
-    NamedEngine(std::string name, const std::string& behaviour)
+    NamedEngine(std::string name, const std::string& behavior)
         : name_(std::move(name))
-        , isAvailable_(behaviour != "unavailable") {
-        if (behaviour != "ok" && behaviour != "unavailable")
-            error_ = errorNamed(behaviour);
+        , isAvailable_(behavior != "unavailable") {
+        if (behavior != "ok" && behavior != "unavailable")
+            error_ = errorNamed(behavior);
     }
 
     bool isAvailable() const override { return isAvailable_; }
@@ -158,7 +158,7 @@ json preHandshake(const json& in) {
     runtime.runUntilIdle();
     const auto sent = frames();
 
-    // What is kept goes out with the end of the utterance.
+    // The retained audio is sent at the end of the utterance.
     const auto end = runtime::spawn(runtime.main(), engine->finalizeStreamingTranscription());
     runtime.runUntilIdle();
     const auto all = frames();
