@@ -8,7 +8,8 @@
 
 namespace sonvale::tests {
 
-/// A fuzzer's input as an answer: two bytes of status, of which 0 is none, then the body. Nothing for less.
+/// Returns a fuzzer's input as an answer: two bytes of status, where 0 means none, then the body. Returns
+/// nullopt for shorter input.
 inline std::optional<platform::UrlResponse> answerFrom(const std::uint8_t* data, std::size_t size) {
     if (size < 2)
         return std::nullopt;

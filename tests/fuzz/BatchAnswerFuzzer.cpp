@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-/// The service's answer to a posted recording.
+/// Parses the service's answer to a posted recording.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const auto response = sonvale::tests::answerFrom(data, size);
     if (!response)

@@ -13,7 +13,7 @@ using sonvale::textprocessing::TextProcessingError;
 
 namespace {
 
-/// The raw texts that an answer may belong to: one that is hardly looked at, and one that is.
+/// The raw texts of the answer: one that the rules hardly compare, and one that they compare.
 constexpr const char* rawTexts[] = {"ab", "um so what is the the cleaned text: here"};
 
 void checkCleaned(const std::string& output, const std::string& rawText) {
@@ -25,12 +25,12 @@ void checkCleaned(const std::string& output, const std::string& rawText) {
 
 } // namespace
 
-/// The model's answer to a request for clean-up, and what is made of its text.
+/// Parses the model's answer to a request for clean-up, and strips its text.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const auto response = sonvale::tests::answerFrom(data, size);
     if (!response)
         return 0;
-    // The text need not be well-formed for the rules that strip it.
+    // The text may be malformed for the rules that strip it.
     for (const auto* rawText : rawTexts)
         checkCleaned(response->body, rawText);
     try {

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-/// A refusal of the backend or of the chat service, told to the user.
+/// Describes a refusal of the backend or of the chat service for the user.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     auto response = sonvale::tests::answerFrom(data, size);
     if (!response)

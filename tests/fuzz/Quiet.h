@@ -2,8 +2,8 @@
 
 #include "base/Log.h"
 
-/// No log lines: a fuzzer would drown in them, and be slow. libFuzzer calls this once before the first input,
-/// when every object of the program is made.
+/// Drops log lines, which would make a fuzzer slow and its output unreadable. libFuzzer calls this once
+/// before the first input, when all objects of the program exist.
 extern "C" __attribute__((used)) inline int LLVMFuzzerInitialize(int* /*argumentCount*/,
                                                                  char*** /*arguments*/) {
     sonvale::base::setLogSinks({.logger = [](const sonvale::base::LogLine&) {},

@@ -10,8 +10,8 @@
 using sonvale::platform::WebSocketMessage;
 using sonvale::transcription::RealtimeTranscript;
 
-/// A session's incoming frames. A byte 0xff, which no UTF-8 has, ends one; the byte after it says what the
-/// next frame is, and what the program does before it.
+/// Processes a session's incoming frames. The byte 0xff, which UTF-8 does not contain, ends one; the byte
+/// after it selects the kind of the next frame, and what the program does before it.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     sonvale::runtime::ManualClock clock;
     RealtimeTranscript transcript(clock);
@@ -35,7 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const auto kind = order & 16U ? WebSocketMessage::Kind::binary : WebSocketMessage::Kind::text;
         isExpected |= (order & 2U) != 0;
         const auto effect = transcript.handleMessage({kind, std::string(frame)});
-        // Nobody waits here: an outcome finds a place only where one is expected.
+        // No task waits here, so an outcome is valid only where one is expected.
         if (effect == RealtimeTranscript::Effect::resolved && !isExpected)
             std::abort();
         if (const auto id = transcript.currentSessionID(); id && !sonvale::base::isValidUtf8(*id))

@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr std::size_t longestLine = 4096;
+constexpr std::size_t maxLineLength = 4096;
 
 struct Lines {
     std::vector<std::string> all;
@@ -22,7 +22,7 @@ struct Lines {
 };
 
 Lines split(std::string_view bytes, std::size_t step) {
-    sonvale::adapters::qt::LineSplitter splitter(longestLine);
+    sonvale::adapters::qt::LineSplitter splitter(maxLineLength);
     Lines lines;
     const auto drain = [&] {
         while (auto line = splitter.next())
@@ -40,7 +40,8 @@ Lines split(std::string_view bytes, std::size_t step) {
 
 } // namespace
 
-/// The input as the bytes of a streamed answer, whole and in pieces; the first byte says how long those are.
+/// Processes the input as the bytes of a streamed answer, whole and in pieces; the first byte is the length
+/// of the pieces.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0)
         return 0;
@@ -51,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     sonvale::services::SupportStream stream;
     for (const auto& line : lines.all) {
-        if (line.size() > longestLine || line.find_first_of("\r\n") != std::string::npos)
+        if (line.size() > maxLineLength || line.find_first_of("\r\n") != std::string::npos)
             std::abort();
         const bool wasEnded = stream.isEnded();
         const auto event = stream.take(line);

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-/// The backend's answer to the request for a token.
+/// Parses the backend's answer to the request for a token.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const auto response = sonvale::tests::answerFrom(data, size);
     if (!response)
@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (token.empty() || !sonvale::tests::isSuccess(*response))
             std::abort();
     } catch (const sonvale::transcription::TranscriptionError&) {
-        // The one thing that it may throw.
+        // The only error that it may throw.
     }
     return 0;
 }

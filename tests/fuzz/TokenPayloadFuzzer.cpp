@@ -11,7 +11,7 @@
 
 namespace {
 
-/// A token with that payload, in the alphabet and without the padding that tokens have.
+/// Returns a token with that payload, in the URL alphabet and without padding, as tokens are.
 std::string tokenWith(std::string_view payload) {
     auto text = sonvale::base::encodeBase64(payload);
     std::ranges::replace(text, '+', '-');
@@ -20,7 +20,7 @@ std::string tokenWith(std::string_view payload) {
     return "e30." + text + ".c2ln";
 }
 
-/// A token that has ended stays so.
+/// Checks that an expired token stays expired.
 void checkExpiry(std::string_view token) {
     using sonvale::services::isTokenExpired;
     if (isTokenExpired(token, 1000) && !isTokenExpired(token, 2000))
@@ -31,7 +31,7 @@ void checkExpiry(std::string_view token) {
 
 } // namespace
 
-/// The input as an access token, as what one carries, and as the answer that brings one.
+/// Processes the input as an access token, as the payload of one, and as the answer that contains one.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view input(reinterpret_cast<const char*>(data), size);
     checkExpiry(input);

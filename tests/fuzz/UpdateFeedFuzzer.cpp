@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string_view>
 
-/// The input as the answer of a feed of versions, and as two versions that stand apart by a blank.
+/// Processes the input as the answer of an update feed, and as two versions separated by a blank.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace sonvale::platform;
     const std::string_view input(reinterpret_cast<const char*>(data), size);
