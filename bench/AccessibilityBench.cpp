@@ -8,7 +8,7 @@ namespace sonvale::tests {
 
 namespace {
 
-/// The selected text of a real editor: mousepad has AT-SPI by GTK, featherpad by Qt.
+/// Reads the selected text of a real editor: mousepad has AT-SPI by GTK, featherpad by Qt.
 void selectedTextOf(benchmark::State& state, Editor::Program program) {
     AccessibleSession session;
     session.turnOnForAll();

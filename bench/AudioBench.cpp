@@ -31,7 +31,8 @@ void beginCapture(benchmark::State& state) {
 }
 BENCHMARK(beginCapture)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-/// From the call at key up to the engine's end: the input's last samples and the connection's close.
+/// Measures from the call at key up to the end of the engine: the input's last samples and the close of the
+/// connection.
 void endCapture(benchmark::State& state) {
     const tests::PrivateSound sound;
     adapters::pulse::PulseAudioEngines engines(sound.serverAddress());

@@ -34,7 +34,7 @@ void snapshot(benchmark::State& state, const std::vector<SelectionOwner::Form>& 
     }
 }
 
-/// What an insertion does with the clipboard, sleeps left out.
+/// Measures the work of an insertion on the clipboard, without the sleeps.
 void insertionOnTextClipboard(benchmark::State& state) {
     Session session;
     for ([[maybe_unused]] auto _ : state) {

@@ -15,7 +15,7 @@ namespace {
 namespace modifier = platform::modifier;
 using Type = platform::KeyEvent::Type;
 
-/// Hands its callback out, so that nothing but the callback is measured.
+/// Exposes its callback, so that only the callback is measured.
 class BareTap final : public platform::EventTap {
 public:
     bool probe() override { return true; }
@@ -53,7 +53,7 @@ void sendAll(benchmark::State& state, std::initializer_list<platform::KeyEvent> 
     for (auto _ : state) {
         for (const auto& event : events)
             benchmark::DoNotOptimize(listening.tap.callback(event));
-        // What was delivered is the main actor's work; it is cleared away now and then, unmeasured.
+        // The main actor's work is not measured; its queue is cleared from time to time.
         if (++count % 1024 == 0) {
             state.PauseTiming();
             listening.runtime.runUntilIdle();
@@ -64,17 +64,17 @@ void sendAll(benchmark::State& state, std::initializer_list<platform::KeyEvent> 
     listening.runtime.runUntilIdle();
 }
 
-/// Ordinary typing: nothing matches.
+/// Measures ordinary typing without a match.
 void BM_tapCallbackTyping(benchmark::State& state) {
     sendAll(state, {{Type::keyDown, 7, 0}, {Type::keyUp, 7, 0}});
 }
 
-/// A shortcut with a key: one delivery for each event.
+/// Measures a hotkey with a key: one delivery for each event.
 void BM_tapCallbackShortcut(benchmark::State& state) {
     sendAll(state, {{Type::keyDown, 49, modifier::option}, {Type::keyUp, 49, modifier::option}});
 }
 
-/// A quick tap of Option: a timer set and dropped, two deliveries.
+/// Measures a quick tap of Option: a timer set and dropped, two deliveries.
 void BM_tapCallbackModifierTap(benchmark::State& state) {
     sendAll(state, {{Type::flagsChanged, 58, modifier::option}, {Type::flagsChanged, 58, 0}});
 }

@@ -34,7 +34,7 @@ void report(benchmark::State& state, const std::vector<double>& seconds) {
     state.counters["p99_us"] = percentile(seconds, 0.99) * 1e6;
 }
 
-/// From the moment in which a key is handed to the server to the callback on the tap's thread.
+/// Measures from the time when a key is sent to the server to the callback on the tap's thread.
 void keyToCallback(benchmark::State& state) {
     const PrivateDisplay display;
     const runtime::SystemClock clock;
@@ -63,7 +63,7 @@ void keyToCallback(benchmark::State& state) {
 }
 BENCHMARK(keyToCallback)->UseManualTime()->Iterations(bench::rounds(2000))->Unit(benchmark::kMicrosecond);
 
-/// One paste, until the call returns.
+/// Measures one paste until the call returns.
 void pressPaste(benchmark::State& state) {
     const PrivateDisplay display;
     const runtime::SystemClock clock;

@@ -13,7 +13,7 @@ namespace sonvale::persistence {
 
 namespace {
 
-/// Times single calls, since what one of them costs at worst matters here, and not the average.
+/// Measures single calls, because their maximum matters here and not the average.
 class Percentiles {
 public:
     template <class Call>
@@ -63,7 +63,7 @@ void readASetting(benchmark::State& state) {
 }
 BENCHMARK(readASetting);
 
-/// With as many rows in the history as the argument says.
+/// Saves a dictation with the argument's number of rows in the history.
 void saveADictation(benchmark::State& state) {
     const tests::TemporaryDirectory directory;
     const auto container = ModelContainer::open(directory.path());
@@ -96,7 +96,7 @@ void fetchTheNewestDictations(benchmark::State& state) {
 }
 BENCHMARK(fetchTheNewestDictations)->Arg(1000)->Arg(50000)->Unit(benchmark::kMicrosecond);
 
-/// What the caller of an emitter pays.
+/// Measures the cost of an audit event for its caller.
 void emitAnAuditEvent(benchmark::State& state) {
     const tests::TemporaryDirectory directory;
     runtime::SystemClock clock;

@@ -19,7 +19,7 @@ namespace sonvale::adapters::pocketsphinx {
 
 namespace {
 
-/// Processor time: the comparison must hold on a busy machine.
+/// Returns processor time, because the comparison must be valid on a busy machine.
 double ownSeconds() {
     timespec now{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
@@ -42,7 +42,7 @@ double residentMegabytes() {
     return pages * 4096 / 1e6;
 }
 
-/// Sentences behind each other as one file, and a file with next to nothing in it.
+/// Recordings of several sentences in one file, and a file that is almost empty.
 class Recordings {
 public:
     Recordings() {
@@ -70,9 +70,9 @@ double secondsOfContinuous(const PocketSphinxModel& model, const std::string& fi
     return childrenSeconds() - before;
 }
 
-/// The same file by our recogniser and by PocketSphinx's own program, less its loading of the model, in turn.
-/// Real-time factors in processor time, of the quickest runs: what else the machine does only adds to them.
-/// The ratio is ours to theirs.
+/// Recognizes the same file in turn by our recognizer and by PocketSphinx's own program, without its loading
+/// of the model. Reports real-time factors in processor time of the fastest runs, because other work on the
+/// machine only adds time. The ratio is our time to its time.
 void recogniserAgainstPocketSphinx(benchmark::State& state) {
     const Recordings recordings;
     const auto model = PocketSphinxModel::english(PocketSphinxRecognizers::installedModelDirectory());
@@ -109,7 +109,7 @@ BENCHMARK(recogniserAgainstPocketSphinx)
     ->Iterations(bench::rounds(5))
     ->Unit(benchmark::kMillisecond);
 
-/// Key down waits for this.
+/// Measures a step that key down waits for.
 void recordingFileIsMade(benchmark::State& state) {
     const tests::TemporaryDirectory directory;
     ffmpeg::FfmpegAudioFiles files;
@@ -125,7 +125,8 @@ void recordingFileIsMade(benchmark::State& state) {
 }
 BENCHMARK(recordingFileIsMade)->Unit(benchmark::kMicrosecond);
 
-/// The text waits for this after key up: what is left to encode of a 4 s dictation, and the container.
+/// Measures a step that the text waits for after key up: encoding the rest of a 4 s dictation, and closing
+/// the container.
 void recordingIsClosed(benchmark::State& state) {
     const tests::TemporaryDirectory directory;
     ffmpeg::FfmpegAudioFiles files;
@@ -148,7 +149,7 @@ void recordingIsClosed(benchmark::State& state) {
 }
 BENCHMARK(recordingIsClosed)->Iterations(bench::rounds(10))->UseRealTime()->Unit(benchmark::kMicrosecond);
 
-/// The recogniser's thread does this before its own work: a 4 s recording to the samples that it takes.
+/// Measures the first step of the recognizer's thread: reading a 4 s recording as samples.
 void recordingIsRead(benchmark::State& state) {
     const tests::TemporaryDirectory directory;
     ffmpeg::FfmpegAudioFiles files;

@@ -20,7 +20,7 @@ runtime::Task<std::optional<std::string>> key() {
     co_return "key";
 }
 
-/// One buffer on the capture thread, with a session whose frames go out at once.
+/// Measures one buffer on the capture thread, in a session that sends its frames at once.
 void appendAudio(benchmark::State& state) {
     base::setLogSinks({.logger = [](const base::LogLine&) {}, .system = {}, .perf = [](std::string_view) {}});
     runtime::SystemClock clock;

@@ -13,7 +13,7 @@ namespace sonvale::textprocessing {
 
 namespace {
 
-/// Texts that the rules of clean-up look at in different ways.
+/// Texts that take different paths through the rules of clean-up.
 enum Script { ascii, umlauts, cyrillic, accentsApart, shortLines, shortCyrillicLines };
 
 std::string wordOf(Script script, std::int64_t number) {
@@ -34,8 +34,8 @@ std::string wordOf(Script script, std::int64_t number) {
     return {};
 }
 
-/// About so many characters, in sentences and paragraphs.
-std::string textOf(Script script, std::int64_t characters) {
+/// Returns a text of about that many characters, in sentences and paragraphs.
+std::string makeText(Script script, std::int64_t characters) {
     std::string text;
     std::int64_t count = 0;
     for (std::int64_t number = 0; count < characters; ++number) {
@@ -47,9 +47,9 @@ std::string textOf(Script script, std::int64_t characters) {
     return text;
 }
 
-/// The arguments are the script and the number of characters.
+/// Cleans an answer. The arguments are the script and the number of characters.
 void cleanAnAnswer(benchmark::State& state) {
-    const auto text = textOf(static_cast<Script>(state.range(0)), state.range(1));
+    const auto text = makeText(static_cast<Script>(state.range(0)), state.range(1));
     const auto output = "Here is the cleaned text: \"" + text + "\"\nNote: nothing else.";
     if (cleanOutput(output, text).empty())
         state.SkipWithError("nothing is left");
@@ -69,7 +69,7 @@ BENCHMARK(cleanAnAnswer)
     ->Apply(addScripts)
     ->Unit(benchmark::kMillisecond);
 
-/// A store in a file with so many snippets and words.
+/// A store in a file with that many snippets and words.
 class FilledStore {
 public:
     explicit FilledStore(std::int64_t count) {
@@ -93,7 +93,7 @@ private:
         persistence::ModelContainer::open(directory_.path());
 };
 
-/// Of a transcript that ends in no trigger, so that every snippet is looked at.
+/// Matches a transcript without a trigger, so that every snippet is compared.
 void matchNoSnippet(benchmark::State& state) {
     FilledStore store(state.range(0));
     SnippetMatcher matcher(store.context());
@@ -104,7 +104,7 @@ void matchNoSnippet(benchmark::State& state) {
 }
 BENCHMARK(matchNoSnippet)->Arg(100)->Arg(10'000)->Unit(benchmark::kMillisecond);
 
-/// The last one, with its use counted and saved.
+/// Matches the last snippet, and counts and saves its use.
 void matchTheLastSnippet(benchmark::State& state) {
     FilledStore store(state.range(0));
     SnippetMatcher matcher(store.context());
@@ -116,7 +116,7 @@ void matchTheLastSnippet(benchmark::State& state) {
 }
 BENCHMARK(matchTheLastSnippet)->Arg(10'000)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-/// With so many words in the vocabulary.
+/// Builds a context with that many words in the vocabulary.
 void buildAContext(benchmark::State& state) {
     FilledStore store(state.range(0));
     tests::FakeWorkspace workspace;
@@ -127,7 +127,7 @@ void buildAContext(benchmark::State& state) {
 }
 BENCHMARK(buildAContext)->Arg(100)->Arg(5'000)->Unit(benchmark::kMillisecond);
 
-/// The words as the model is told them.
+/// Builds a prompt with the words in the form for the model.
 void buildAPrompt(benchmark::State& state) {
     ProcessingContext context;
     for (std::int64_t i = 0; i < state.range(0); ++i)

@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A signed-in user at the dashboard, in a window without a screen.
+/// The dashboard of a signed-in user, in a window without a screen.
 class Dashboard : public ViewFixture {
 public:
     Dashboard() { startSignedIn(); }
@@ -55,7 +55,7 @@ private:
     void TestBody() override {}
 };
 
-/// From the wish for the window to its first picture, with so many rows in the history.
+/// Measures from the request for the window to its first frame, with that many rows in the history.
 void openDashboardWithHistory(benchmark::State& state) {
     Dashboard dashboard;
     dashboard.addHistory(bench::rows(state.range(0)));
@@ -72,7 +72,7 @@ void openDashboardWithHistory(benchmark::State& state) {
 }
 BENCHMARK(openDashboardWithHistory)->Arg(10)->Arg(100'000)->Unit(benchmark::kMillisecond);
 
-/// A page further down at each picture, through a hundred thousand rows.
+/// Scrolls one page per frame through a hundred thousand rows.
 void scrollHistory(benchmark::State& state) {
     Dashboard dashboard;
     dashboard.addHistory(bench::rows(100'000));
@@ -89,7 +89,7 @@ void scrollHistory(benchmark::State& state) {
 }
 BENCHMARK(scrollHistory)->Unit(benchmark::kMillisecond)->Iterations(bench::rounds(300));
 
-/// A key in the search field of ten thousand snippets, with the picture after it.
+/// Types a key into the search field of ten thousand snippets and draws the frame after it.
 void searchSnippets(benchmark::State& state) {
     Dashboard dashboard;
     dashboard.addSnippets(static_cast<int>(bench::rows(10'000)), state.range(0) == 0 ? "i" : "ï");

@@ -24,7 +24,7 @@ namespace sonvale::tests {
 
 namespace {
 
-/// From the moment in which the last key of "Option + Space" is handed to the server to the action on the
+/// Measures from the time when the last key of "Option + Space" is sent to the server to the action on the
 /// main actor, in Qt's event loop.
 void keyToAction(benchmark::State& state) {
     const PrivateDisplay display;

@@ -6,7 +6,7 @@ namespace {
 
 using namespace sonvale;
 
-/// One frame of the ring; the view draws 50 in a second.
+/// Paints one frame of the ring; the view paints 50 per second.
 void paintRing(benchmark::State& state) {
     ui::RingPainter painter(static_cast<int>(state.range(0)));
     double t = 0;

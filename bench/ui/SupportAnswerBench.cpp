@@ -25,7 +25,7 @@ std::string answer() {
     return text;
 }
 
-/// An answer that grows by so many bytes from one picture to the next, in the window of the help tab.
+/// Draws an answer that grows by that many bytes from one frame to the next, in the window of the help tab.
 void drawGrowingAnswer(benchmark::State& state) {
     ui::Views views;
     const auto whole = answer();
@@ -61,7 +61,7 @@ void drawGrowingAnswer(benchmark::State& state) {
 }
 BENCHMARK(drawGrowingAnswer)->Arg(250)->Unit(benchmark::kMillisecond)->Iterations(1);
 
-/// The same without a window, by the smallest pieces.
+/// Splits a growing answer without a window, in the smallest pieces.
 void splitGrowingAnswer(benchmark::State& state) {
     const auto whole = answer();
     for (auto _ : state) {

@@ -3,8 +3,8 @@
 #include <QApplication>
 #include <cstdlib>
 
-/// The application ends before the static objects do: Qt Quick's style, which is one of them, is still needed
-/// by the last windows.
+/// The application is destroyed before the static objects: the last windows still need Qt Quick's style,
+/// which is one of them.
 int main(int argc, char** argv) {
     setenv("QT_QPA_PLATFORM", "offscreen", 1); // draws into memory
     benchmark::Initialize(&argc, argv);

@@ -28,7 +28,7 @@ namespace {
 
 using namespace sonvale::tests;
 
-/// The number behind `field` in a file of /proc, 0 when the process has gone.
+/// Returns the number of `field` in a file of /proc, 0 if the process has ended.
 long fieldOf(const std::string& file, const std::string& field) {
     std::ifstream status(file);
     for (std::string line; std::getline(status, line);) {
@@ -42,7 +42,8 @@ double residentMegabytes(pid_t process) {
     return static_cast<double>(fieldOf(fmt::format("/proc/{}/status", process), "VmRSS:")) / 1024;
 }
 
-/// How often any thread of the process went to sleep of its own will: once for each time that it was woken.
+/// Returns the number of voluntary context switches of all threads of the process: one for each time a thread
+/// was woken.
 long wakeUps(pid_t process) {
     long count = 0;
     for (const auto& thread : std::filesystem::directory_iterator(fmt::format("/proc/{}/task", process)))
@@ -53,7 +54,8 @@ long wakeUps(pid_t process) {
 double processorSeconds(pid_t process) {
     std::ifstream file(fmt::format("/proc/{}/stat", process));
     const std::string line(std::istreambuf_iterator<char>(file), {});
-    // The name in brackets may hold anything; user and system time are the 12th and 13th fields behind it.
+    // The name in parentheses may contain any characters; user and system time are the 12th and 13th fields
+    // after it.
     std::istringstream fields(line.substr(line.rfind(')') + 1));
     std::string skipped;
     for (int i = 0; i < 11; ++i)
@@ -64,8 +66,8 @@ double processorSeconds(pid_t process) {
     return static_cast<double>(user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
-/// Processor time of the thread that the recogniser works on.
-double recogniserMilliseconds(pid_t process) {
+/// Returns the processor time of the recognizer's thread.
+double recognizerMilliseconds(pid_t process) {
     for (const auto& thread : std::filesystem::directory_iterator(fmt::format("/proc/{}/task", process))) {
         std::string name;
         std::getline(std::ifstream(thread.path() / "comm"), name);
@@ -101,19 +103,19 @@ std::vector<double> millisecondsOf(const RunningProgram& program, const std::str
     return result;
 }
 
-/// From the key that goes up to the words that stand in a terminal, whose program writes them down at once.
+/// Measures from key up to the text in a terminal, whose program writes it to a file at once.
 void measureTheWait(int dictations) {
     Session session({.editor = Editor::Program::xterm, .terminalCommand = "stty raw -echo; exec cat >FILE"});
     session.dictate(voices().front());
 
     std::vector<double> whole;
-    std::vector<double> lessTheRecogniser;
+    std::vector<double> withoutRecognizer;
     for (int i = 0; i < dictations; ++i) {
         session.holdToTalk();
         session.speak(voices()[static_cast<std::size_t>(i) % voices().size()]);
         const auto sizeBefore = std::filesystem::file_size(session.editor.file());
-        // It may still be loading, or tidying up, while the user speaks.
-        const double recogniserBefore = recogniserMilliseconds(session.program.pid());
+        // The recognizer may still load, or clean up, while the user speaks.
+        const double recognizerBefore = recognizerMilliseconds(session.program.pid());
         const double released = monotonicSeconds();
         session.keyboard.up(XK_Alt_L);
         while (std::filesystem::file_size(session.editor.file()) == sizeBefore) {
@@ -122,12 +124,12 @@ void measureTheWait(int dictations) {
             std::this_thread::sleep_for(std::chrono::microseconds(500));
         }
         whole.push_back((monotonicSeconds() - released) * 1000);
-        lessTheRecogniser.push_back(whole.back() -
-                                    (recogniserMilliseconds(session.program.pid()) - recogniserBefore));
+        withoutRecognizer.push_back(whole.back() -
+                                    (recognizerMilliseconds(session.program.pid()) - recognizerBefore));
         session.letGo();
     }
     printTimings("key up to the words in a terminal", std::move(whole));
-    printTimings("the same, less the recogniser's thread", std::move(lessTheRecogniser));
+    printTimings("the same, less the recogniser's thread", std::move(withoutRecognizer));
 }
 
 constexpr const char* servicesText = "words from the service";
@@ -160,8 +162,8 @@ double commitTime(const TestServer& server) {
     throw std::runtime_error("no commit arrived");
 }
 
-/// With a service on this machine that answers at once: from the key that goes up to the commit at the
-/// service, and to the words in a terminal.
+/// Uses a service on this machine that answers at once. Measures from key up to the commit at the service,
+/// and to the text in a terminal.
 void measureStreaming(int dictations) {
     TestServer server;
     setTranscript(server);
@@ -189,7 +191,7 @@ void measureStreaming(int dictations) {
     printTimings("streaming: key up to the words in a terminal", std::move(toWords));
 }
 
-/// One long recording: the memory of the program, and how late its audio leaves.
+/// Measures one long recording: the memory of the program, and the delay of its audio.
 void measureLongStream(int seconds) {
     TestServer server;
     setTranscript(server);
@@ -209,18 +211,18 @@ void measureLongStream(int seconds) {
     }
     const double lastMegabytes = residentMegabytes(session.program.pid());
     const double lastSeconds = monotonicSeconds() - begun;
-    // The recorder keeps what it captured, as 4 bytes a frame at 48 kHz, to overwrite it afterwards.
+    // The recorder keeps the captured samples, 4 bytes per frame at 48 kHz, to overwrite them afterwards.
     const double recorded = (lastSeconds - firstSeconds) * 48000 * 4 / 1024 / 1024;
     fmt::print("{:<44} {:.1f} MB, less the recorder's {:.1f} MB: {:.1f} MB\n",
                fmt::format("streaming: growth in {:.0f} s", lastSeconds - firstSeconds),
                lastMegabytes - firstMegabytes, recorded, lastMegabytes - firstMegabytes - recorded);
 
-    std::vector<double> behind; // each frame's arrival, less the sound that had been sent by then
+    std::vector<double> behind; // arrival of each frame, minus the duration of the audio sent before it
     double sent = 0;
     for (const auto& frame : server.socket().frames) {
         if (frame.bytes.find("input_audio_buffer.append") == std::string::npos)
             continue;
-        // 2 bytes a sample, 24,000 a second.
+        // 2 bytes per sample, 24,000 samples per second.
         const auto audio = sonvale::base::jsonString(*sonvale::base::parseJson(frame.bytes), "audio");
         sent += static_cast<double>(sonvale::base::decodeBase64(audio.value()).value().size()) / 48000;
         behind.push_back(frame.monotonicTime - sent);
@@ -250,8 +252,8 @@ Resources resourcesOf(pid_t process) {
     return {residentMegabytes(process), entries("task"), entries("fd")};
 }
 
-/// Many dictations in a row, by way of a service or, with nobody to stream to, by the recogniser. Whether the
-/// program holds as much after the last one as after the 20th.
+/// Runs many dictations in a row, through a service or, without one, by the recognizer. Returns whether the
+/// program uses as much memory after the last one as after the 20th.
 bool soak(int dictations, bool isLocal) {
     constexpr int settled = 20;
     constexpr double allowedMegabytes = 3;
@@ -267,7 +269,7 @@ bool soak(int dictations, bool isLocal) {
             pauseMilliseconds(400);
         session.letGo();
         if (i == settled || i == dictations)
-            pauseMilliseconds(5000); // what the session before has to close
+            pauseMilliseconds(5000); // time to close the previous session
         if (i == settled)
             before = resourcesOf(session.program.pid());
         if (i % settled == 0)
@@ -281,7 +283,7 @@ bool soak(int dictations, bool isLocal) {
            after.descriptors <= before.descriptors;
 }
 
-/// The windows that the window manager of a display knows.
+/// The windows of a display's window manager.
 class WindowList {
 public:
     explicit WindowList(const std::string& displayName)
@@ -319,8 +321,8 @@ double millisecondsUntil(double begun, Condition condition) {
     return (monotonicSeconds() - begun) * 1000;
 }
 
-/// From the start of the process to the listener, and to the first window of a user who is not signed in;
-/// then what a window leaves behind.
+/// Measures from the start of the process to the listener, and to the first window of a user who is not
+/// signed in; then the memory that a window leaves in use.
 void measureStart(int starts) {
     PrivateDesktop desktop;
     const auto panel = desktop.start({"tint2"});
@@ -344,7 +346,7 @@ void measureStart(int starts) {
 
     const RunningProgram::Options withKey{
         .info = {{"OPENAI_API_KEY", "sk-of-this-measurement"}, {"OPENAI_BASE_URL", "http://127.0.0.1:9"}}};
-    // With an account, so that the window shows the tabs.
+    // Signed in, so that the window shows the tabs.
     RunningProgram::writeSettings(
         desktop, R"({"isOnboardingComplete": true, "com.sonvale.refreshToken": "of-this-measurement"})");
     RunningProgram program(desktop, withKey);
@@ -364,7 +366,7 @@ void measureStart(int starts) {
                wakeUpsPerSecond(program.pid(), 10));
 }
 
-/// How long the measurements take.
+/// The length of the measurements.
 struct Plan {
     int dictations = 10;
     int settleMilliseconds = 5000;
@@ -382,7 +384,7 @@ void measure(const Plan& plan) {
                residentMegabytes(process));
     fmt::print("{:<44} {:.1f}\n", "wake-ups per second, idle", wakeUpsPerSecond(process, plan.idleSeconds));
 
-    // The recogniser's model is loaded by the first one.
+    // The first dictation loads the recognizer's model.
     session.dictate(voices().front());
     const double loading = millisecondsOf(program, "stopDictation total: ").front();
     fmt::print("{:<44} {:.0f} ms\n", "key up to the end, the first time", loading);
@@ -411,10 +413,10 @@ void measure(const Plan& plan) {
 
 } // namespace
 
-/// Measures the whole program at rest and at work in a private desktop, which takes about four minutes.
-/// Instead of that, "short" measures everything once, to see that it still can be measured; "stream SECONDS"
-/// one recording of that length by way of a service; "soak DICTATIONS [local]" so many in a row; and "start
-/// TIMES" how long it takes to come up, and what a window costs.
+/// Measures the whole idle and working program in a private desktop, which takes about four minutes. The
+/// argument "short" runs every measurement once, to prove that it still works; "stream SECONDS" measures one
+/// recording of that length through a service; "soak DICTATIONS [local]" that many in a row; and "start
+/// TIMES" the start of the program and the cost of a window.
 int main(int argc, char** argv) {
     try {
         if (argc > 2 && std::string_view(argv[1]) == "stream") {
