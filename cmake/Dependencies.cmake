@@ -1,5 +1,5 @@
-# Every library is a Debian package; `./dev setup` installs them. ARCHITECTURE.md says why each is here. A version is the
-# oldest that is tested, on Debian 12; `./dev test-on` tests newer ones.
+# Every library is a Debian package; `./dev setup` installs them. ARCHITECTURE.md contains the reasons. A version is the
+# oldest tested one, on Debian 12; `./dev test-on` tests newer ones.
 
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
@@ -17,7 +17,7 @@ pkg_check_modules(FFMPEG REQUIRED IMPORTED_TARGET libavformat libavcodec libavut
 pkg_check_modules(SOXR REQUIRED IMPORTED_TARGET soxr)
 pkg_check_modules(POCKETSPHINX REQUIRED IMPORTED_TARGET pocketsphinx sphinxbase)
 pkg_get_variable(POCKETSPHINX_MODEL_DIR pocketsphinx modeldir)
-# Debian's sphinxbase names an include folder that its package does not have, which CMake refuses.
+# Debian's sphinxbase names an include folder that does not exist in its package; CMake refuses that.
 get_target_property(pocketsphinx_folders PkgConfig::POCKETSPHINX INTERFACE_INCLUDE_DIRECTORIES)
 foreach(folder IN LISTS pocketsphinx_folders)
   if(NOT EXISTS "${folder}")
@@ -36,8 +36,8 @@ if(SONVALE_TESTS)
   pkg_check_modules(ATSPI REQUIRED IMPORTED_TARGET atspi-2 gobject-2.0)
 endif()
 
-# Headers that nearly every file reads, compiled once for the program and once for the tests. The tests are compiled
-# without optimization, which halves the time of their build; what they call is as optimized as in the program.
+# Headers that nearly every file includes, compiled once for the program and once for the tests. The tests are compiled
+# without optimization, which halves the time of their build; the program's code that they call is optimized.
 foreach(pch IN ITEMS sonvale_pch sonvale_test_pch)
   add_library(${pch} OBJECT ${CMAKE_SOURCE_DIR}/cmake/pch.cpp)
   target_precompile_headers(${pch} PRIVATE ${CMAKE_SOURCE_DIR}/cmake/pch.h)

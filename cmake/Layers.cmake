@@ -1,15 +1,16 @@
-# One folder under src/ is one layer and one static library. cmake/layers.txt says which layers a layer may include.
+# One folder under src/ is one layer and one static library. cmake/layers.txt contains the layers that a layer may
+# include.
 
 set(SONVALE_LAYER_TABLE ${CMAKE_SOURCE_DIR}/cmake/layers.txt)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${SONVALE_LAYER_TABLE})
 
-# The target of the layer FOLDER.
+# Returns the target of the layer FOLDER.
 function(sonvale_layer_target FOLDER RESULT)
   string(REPLACE "/" "_" target "sonvale_${FOLDER}")
   set(${RESULT} ${target} PARENT_SCOPE)
 endfunction()
 
-# The targets of the layers that FOLDER names in the table.
+# Returns the targets of the layers that FOLDER names in the table.
 function(sonvale_layers_below FOLDER RESULT)
   file(STRINGS ${SONVALE_LAYER_TABLE} row REGEX "^${FOLDER}:")
   if(NOT row)
@@ -26,7 +27,7 @@ function(sonvale_layers_below FOLDER RESULT)
   set(${RESULT} ${targets} PARENT_SCOPE)
 endfunction()
 
-# The targets of all adapters.
+# Returns the targets of all adapters.
 function(sonvale_adapters RESULT)
   file(STRINGS ${SONVALE_LAYER_TABLE} rows REGEX "^adapters/")
   set(targets)
@@ -38,7 +39,7 @@ function(sonvale_adapters RESULT)
   set(${RESULT} ${targets} PARENT_SCOPE)
 endfunction()
 
-# Adds the library of the layer FOLDER, which also uses these LIBRARIES.
+# Adds the library of the layer FOLDER, which is also linked with LIBRARIES.
 function(sonvale_layer FOLDER)
   cmake_parse_arguments(ARG "QT" "" "LIBRARIES" ${ARGN})
   sonvale_layer_target(${FOLDER} target)
@@ -59,8 +60,8 @@ function(sonvale_layer FOLDER)
   target_compile_definitions(${target} ${scope} BOOST_ASIO_NO_DEPRECATED BOOST_ASIO_DISABLE_BOOST_COROUTINE)
 endfunction()
 
-# Uses the precompiled header that the folder has chosen in SONVALE_PCH. Targets with Qt share it: the header includes
-# nothing of Qt, and clang only refuses a macro whose value differs from the one that the header saw.
+# Uses the precompiled header that the folder has chosen in SONVALE_PCH. Targets with Qt share it, because the header
+# includes nothing of Qt, and clang refuses only a macro whose value differs from its value in the header.
 function(sonvale_precompile TARGET QT)
   if(QT)
     target_compile_definitions(${TARGET} PUBLIC QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII)

@@ -1,4 +1,4 @@
-# Compiler cache, linker, warnings and sanitizers, the same for every target.
+# Sets compiler cache, linker, warnings and sanitizers for all targets.
 
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM)
@@ -10,17 +10,18 @@ if(MOLD_PROGRAM)
   add_link_options(-fuse-ld=mold)
 endif()
 
-# Libraries and programs alike, so that they can share one precompiled header.
+# Libraries and programs have the same option, so that they can share one precompiled header.
 add_compile_options(-fPIC)
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-  # A time stamp inside the precompiled header would make every ccache look-up a miss.
+  # A time stamp in the precompiled header would make every ccache look-up a miss.
   add_compile_options("SHELL:-Xclang -fno-pch-timestamp" -Wimplicit-fallthrough)
 endif()
 
 if(CMAKE_UNITY_BUILD)
-  # Sources that are compiled as one see each other's file-local names. The builds of single sources check for shadowing.
+  # Sources that are compiled together see each other's file-local names. The builds of single sources check for
+  # shadowing.
   add_compile_options(-Wno-shadow)
 endif()
 
@@ -33,6 +34,6 @@ if(SONVALE_SANITIZER)
   endif()
 endif()
 
-# Every function is bound at the start. Binding at the first call saves the vector registers to the stack, and with
-# them what is left of the audio or the text that they have just copied; nothing wipes that.
+# All functions are bound at the start. Binding at the first call saves the vector registers on the stack, with the
+# remains of the audio or text that they have just copied, and nothing wipes that.
 add_link_options(-Wl,-z,relro,-z,now)
