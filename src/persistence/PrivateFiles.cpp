@@ -8,17 +8,13 @@ namespace sonvale::persistence {
 
 namespace {
 
-constexpr mode_t directoryMode = 0700;
-constexpr mode_t fileMode = 0600;
-constexpr mode_t othersRights = 0077;
-
 std::error_code makeDirectories(const std::filesystem::path& directory) {
-    if (::mkdir(directory.c_str(), directoryMode) == 0)
+    if (::mkdir(directory.c_str(), privateDirectoryMode) == 0)
         return {};
     if (errno == ENOENT && directory.has_parent_path() && directory.parent_path() != directory) {
         if (const auto error = makeDirectories(directory.parent_path()))
             return error;
-        if (::mkdir(directory.c_str(), directoryMode) == 0)
+        if (::mkdir(directory.c_str(), privateDirectoryMode) == 0)
             return {};
     }
     if (errno != EEXIST)
@@ -43,7 +39,7 @@ std::error_code makePrivateDirectory(const std::filesystem::path& directory) {
     if (::stat(directory.c_str(), &status) != 0)
         return lastSystemError();
     if (status.st_uid == ::geteuid() && (status.st_mode & othersRights) != 0 &&
-        ::chmod(directory.c_str(), directoryMode) != 0)
+        ::chmod(directory.c_str(), privateDirectoryMode) != 0)
         return lastSystemError();
     return {};
 }
@@ -60,7 +56,7 @@ std::error_code replacePrivateFile(const std::filesystem::path& file, std::strin
     };
 
     {
-        const FileDescriptor descriptor(temporary, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, fileMode);
+        const FileDescriptor descriptor(temporary, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, privateFileMode);
         if (!descriptor)
             return lastSystemError();
         if (const auto error = descriptor.write(content))

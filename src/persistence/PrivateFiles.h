@@ -1,11 +1,17 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <filesystem>
 #include <string_view>
 #include <system_error>
 
 /// Files with the user's speech, text or session: 0600, in folders of 0700.
 namespace sonvale::persistence {
+
+inline constexpr mode_t privateFileMode = 0600;
+inline constexpr mode_t privateDirectoryMode = 0700;
+inline constexpr mode_t othersRights = 0077;
 
 /// Makes the folder and its missing parents with 0700. Removes others' rights from the folder itself if it is
 /// the user's and has wider rights.

@@ -67,8 +67,8 @@ SettingsFile::Loaded SettingsFile::load(const std::filesystem::path& path) {
         return {.table = {}, .failure = "not a file"};
     // A user or an earlier version made the file readable for others, and it contains session tokens. If this
     // fails, the next change repairs it.
-    if ((status.st_mode & 0077) != 0)
-        static_cast<void>(::fchmod(descriptor->number(), 0600));
+    if ((status.st_mode & othersRights) != 0)
+        static_cast<void>(::fchmod(descriptor->number(), privateFileMode));
 
     std::string content;
     auto failure = readAll(*descriptor, content);

@@ -1,6 +1,7 @@
 #include "persistence/Store.h"
 
 #include "persistence/FileDescriptor.h"
+#include "persistence/PrivateFiles.h"
 #include "persistence/SqlColumns.h"
 
 #include <SQLiteCpp/Database.h>
@@ -140,11 +141,11 @@ StoreError lastOpenError() {
 
 /// Makes the file private. SQLite gives its companion files the rights of the main file.
 void makePrivate(const std::filesystem::path& file) {
-    const FileDescriptor descriptor(file, O_RDWR | O_CREAT | O_NONBLOCK, 0600);
+    const FileDescriptor descriptor(file, O_RDWR | O_CREAT | O_NONBLOCK, privateFileMode);
     struct stat status{};
     if (!descriptor || ::fstat(descriptor.number(), &status) != 0)
         throw lastOpenError();
-    if ((status.st_mode & 0077) != 0 && ::fchmod(descriptor.number(), 0600) != 0)
+    if ((status.st_mode & othersRights) != 0 && ::fchmod(descriptor.number(), privateFileMode) != 0)
         throw lastOpenError();
 }
 

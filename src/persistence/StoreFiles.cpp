@@ -69,7 +69,7 @@ std::optional<fs::path> putStoreAside(const fs::path& store) {
     for (const auto& [from, to] : moved) {
         // The folder is private, and an unchanged time only makes the file expire earlier.
         if (::lstat(to.c_str(), &status) == 0 && S_ISREG(status.st_mode))
-            static_cast<void>(::chmod(to.c_str(), 0600));
+            static_cast<void>(::chmod(to.c_str(), privateFileMode));
         static_cast<void>(::utimensat(AT_FDCWD, to.c_str(), nullptr, AT_SYMLINK_NOFOLLOW));
     }
     return aside;
