@@ -3,6 +3,7 @@
 #include "base/Json.h"
 #include "persistence/Settings.h"
 #include "platform/EventTap.h"
+#include "platform/KeyCodes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -96,7 +97,7 @@ HotkeyBindings HotkeyBindingStore::defaults() {
     bind(HotkeyAction::commandMode, {24, modifier::option, "Option + ="});
     bind(HotkeyAction::pasteLastTranscript,
          {9, modifier::command | modifier::option, "Command + Option + V"});
-    bind(HotkeyAction::cancel, {53, 0, "Escape"});
+    bind(HotkeyAction::cancel, {platform::key_code::escape, 0, "Escape"});
     return bindings;
 }
 

@@ -1,12 +1,12 @@
 #include "hotkeys/KeyCapture.h"
 
+#include "platform/KeyCodes.h"
+
 #include <bit>
 
 namespace sonvale::hotkeys {
 
 namespace {
-
-constexpr int escape = 53;
 
 /// Returns the modifier of a key on either side of the keyboard; 0 for other keys, including caps lock.
 std::uint64_t modifierOf(int keyCode) {
@@ -37,7 +37,7 @@ HotkeyConfiguration configuration(std::int64_t keyCode, std::uint64_t modifiers)
 KeyCapture captureKey(const platform::KeyEvent& event) {
     const auto modifiers = event.flags & platform::modifier::mask;
     if (event.type == platform::KeyEvent::Type::keyDown) {
-        if (event.keyCode == escape)
+        if (event.keyCode == platform::key_code::escape)
             return CaptureCancelled{};
         if (event.keyCode < 0) // as a hotkey it would mean modifiers only
             return std::monostate{};
