@@ -1,6 +1,7 @@
 #include "adapters/x11/SyntheticKeyLedger.h"
 #include "adapters/x11/X11EventTap.h"
 #include "adapters/x11/X11SyntheticInput.h"
+#include "bench/Percentiles.h"
 #include "bench/Rounds.h"
 
 #include "runtime/SystemClock.h"
@@ -12,8 +13,8 @@
 #include <X11/keysym.h>
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <atomic>
+#include <utility>
 #include <vector>
 
 namespace sonvale::tests {
@@ -23,16 +24,6 @@ namespace {
 using adapters::x11::SyntheticKeyLedger;
 using adapters::x11::X11EventTap;
 using adapters::x11::X11SyntheticInput;
-
-double percentile(std::vector<double> values, double part) {
-    std::sort(values.begin(), values.end());
-    return values.at(static_cast<std::size_t>(part * static_cast<double>(values.size() - 1)));
-}
-
-void report(benchmark::State& state, const std::vector<double>& seconds) {
-    state.counters["p50_us"] = percentile(seconds, 0.5) * 1e6;
-    state.counters["p99_us"] = percentile(seconds, 0.99) * 1e6;
-}
 
 /// Measures from the time when a key is sent to the server to the callback on the tap's thread.
 void keyToCallback(benchmark::State& state) {
@@ -59,7 +50,7 @@ void keyToCallback(benchmark::State& state) {
         state.SetIterationTime(latencies.back());
     }
     tap.stop();
-    report(state, latencies);
+    bench::reportPercentiles(state, std::move(latencies));
 }
 BENCHMARK(keyToCallback)->UseManualTime()->Iterations(bench::rounds(2000))->Unit(benchmark::kMicrosecond);
 
@@ -77,7 +68,7 @@ void pressPaste(benchmark::State& state) {
         durations.push_back(monotonicSeconds() - before);
         state.SetIterationTime(durations.back());
     }
-    report(state, durations);
+    bench::reportPercentiles(state, std::move(durations));
 }
 BENCHMARK(pressPaste)->UseManualTime()->Iterations(bench::rounds(200))->Unit(benchmark::kMicrosecond);
 

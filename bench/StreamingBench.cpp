@@ -1,4 +1,5 @@
 #include "adapters/ffmpeg/SoxrSampleRateConverter.h"
+#include "bench/Percentiles.h"
 #include "bench/Rounds.h"
 
 #include "runtime/SystemClock.h"
@@ -8,8 +9,8 @@
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <cmath>
+#include <utility>
 #include <vector>
 
 namespace sonvale {
@@ -18,6 +19,15 @@ namespace {
 
 runtime::Task<std::optional<std::string>> key() {
     co_return "key";
+}
+
+platform::PcmBuffer makeTone(platform::AudioFormat format) {
+    platform::PcmBuffer buffer(format, 1024);
+    for (std::size_t channel = 0; channel < 2; ++channel) {
+        for (std::size_t i = 0; i < 1024; ++i)
+            buffer.channel(channel)[i] = 0.3F * std::sin(static_cast<float>(i) * 0.05F);
+    }
+    return buffer;
 }
 
 /// Measures one buffer on the capture thread, in a session that sends its frames at once.
@@ -46,11 +56,7 @@ void appendAudio(benchmark::State& state) {
     while (!started.isDone()) {
     }
 
-    platform::PcmBuffer buffer(format, 1024);
-    for (std::size_t channel = 0; channel < 2; ++channel) {
-        for (std::size_t i = 0; i < 1024; ++i)
-            buffer.channel(channel)[i] = 0.3F * std::sin(static_cast<float>(i) * 0.05F);
-    }
+    const auto buffer = makeTone(format);
     std::vector<double> durations;
     for (auto _ : state) {
         const double before = clock.now();
@@ -58,9 +64,7 @@ void appendAudio(benchmark::State& state) {
         durations.push_back(clock.now() - before);
         state.SetIterationTime(durations.back());
     }
-    std::ranges::sort(durations);
-    state.counters["p50_us"] = durations[durations.size() / 2] * 1e6;
-    state.counters["p99_us"] = durations[(durations.size() - 1) * 99 / 100] * 1e6;
+    bench::reportPercentiles(state, std::move(durations));
 
     engine->cancelSession();
     registry->waitUntilEmpty(10);

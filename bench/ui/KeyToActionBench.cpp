@@ -1,6 +1,7 @@
 #include "adapters/qt/QtMainContext.h"
 #include "adapters/x11/SyntheticKeyLedger.h"
 #include "adapters/x11/X11EventTap.h"
+#include "bench/Percentiles.h"
 #include "bench/Rounds.h"
 
 #include "hotkeys/HotkeyBindingStore.h"
@@ -18,11 +19,36 @@
 #include <algorithm>
 #include <atomic>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace sonvale::tests {
 
 namespace {
+
+/// Presses "Option + Space" in each round of the benchmark and adds the seconds until `heardAt` is set to
+/// `latencies`. Ends Qt's event loop after the last round.
+void pressKeys(benchmark::State& state, const PrivateDisplay& display, std::atomic<double>& heardAt,
+               std::vector<double>& latencies) {
+    TestKeyboard keyboard(display.name(), TestKeyboard::Source::hardware);
+    for (auto _ : state) {
+        heardAt = 0;
+        keyboard.down(XK_Alt_L);
+        pauseMilliseconds(5);
+        const double pressedAt = monotonicSeconds();
+        keyboard.down(XK_space);
+        if (!eventually(2, [&] { return heardAt > 0; })) {
+            state.SkipWithError("no action was heard");
+            break;
+        }
+        latencies.push_back(heardAt - pressedAt);
+        state.SetIterationTime(latencies.back());
+        keyboard.up(XK_space);
+        keyboard.up(XK_Alt_L);
+        pauseMilliseconds(5);
+    }
+    QMetaObject::invokeMethod(QCoreApplication::instance(), &QCoreApplication::quit, Qt::QueuedConnection);
+}
 
 /// Measures from the time when the last key of "Option + Space" is sent to the server to the action on the
 /// main actor, in Qt's event loop.
@@ -47,34 +73,10 @@ void keyToAction(benchmark::State& state) {
     }
 
     std::vector<double> latencies;
-    std::thread user([&] {
-        TestKeyboard keyboard(display.name(), TestKeyboard::Source::hardware);
-        for (auto _ : state) {
-            heardAt = 0;
-            keyboard.down(XK_Alt_L);
-            pauseMilliseconds(5);
-            const double pressedAt = monotonicSeconds();
-            keyboard.down(XK_space);
-            if (!eventually(2, [&] { return heardAt > 0; })) {
-                state.SkipWithError("no action was heard");
-                break;
-            }
-            latencies.push_back(heardAt - pressedAt);
-            state.SetIterationTime(latencies.back());
-            keyboard.up(XK_space);
-            keyboard.up(XK_Alt_L);
-            pauseMilliseconds(5);
-        }
-        QMetaObject::invokeMethod(QCoreApplication::instance(), &QCoreApplication::quit,
-                                  Qt::QueuedConnection);
-    });
+    std::thread user([&] { pressKeys(state, display, heardAt, latencies); });
     QCoreApplication::exec();
     user.join();
-    if (latencies.empty())
-        return;
-    std::ranges::sort(latencies);
-    state.counters["p50_us"] = latencies[latencies.size() / 2] * 1e6;
-    state.counters["p99_us"] = latencies[(latencies.size() - 1) * 99 / 100] * 1e6;
+    bench::reportPercentiles(state, std::move(latencies));
 }
 BENCHMARK(keyToAction)->UseManualTime()->Iterations(bench::rounds(1000))->Unit(benchmark::kMicrosecond);
 

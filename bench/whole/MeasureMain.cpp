@@ -191,6 +191,28 @@ void measureStreaming(int dictations) {
     printTimings("streaming: key up to the words in a terminal", std::move(toWords));
 }
 
+/// Prints the delays of the audio frames that the server has received.
+void printDelays(const TestServer& server) {
+    std::vector<double> behind; // arrival of each frame, minus the duration of the audio sent before it
+    double sent = 0;
+    for (const auto& frame : server.socket().frames) {
+        if (frame.bytes.find("input_audio_buffer.append") == std::string::npos)
+            continue;
+        // 2 bytes per sample, 24,000 samples per second.
+        const auto audio = sonvale::base::jsonString(*sonvale::base::parseJson(frame.bytes), "audio");
+        sent += static_cast<double>(sonvale::base::decodeBase64(audio.value()).value().size()) / 48000;
+        behind.push_back(frame.monotonicTime - sent);
+    }
+    const double quickest = *std::ranges::min_element(behind);
+    const auto latest = std::ranges::max_element(behind);
+    fmt::print("{:<44} {:.0f} ms, {:.0f} s after the first\n",
+               "streaming: the latest frame behind the quickest", (*latest - quickest) * 1000,
+               static_cast<double>(latest - behind.begin()) * 0.1);
+    fmt::print("{:<44} {} of {}\n", "streaming: frames more than 60 ms behind it",
+               std::ranges::count_if(behind, [&](double each) { return each - quickest > 0.06; }),
+               behind.size());
+}
+
 /// Measures one long recording: the memory of the program, and the delay of its audio.
 void measureLongStream(int seconds) {
     TestServer server;
@@ -216,25 +238,7 @@ void measureLongStream(int seconds) {
     fmt::print("{:<44} {:.1f} MB, less the recorder's {:.1f} MB: {:.1f} MB\n",
                fmt::format("streaming: growth in {:.0f} s", lastSeconds - firstSeconds),
                lastMegabytes - firstMegabytes, recorded, lastMegabytes - firstMegabytes - recorded);
-
-    std::vector<double> behind; // arrival of each frame, minus the duration of the audio sent before it
-    double sent = 0;
-    for (const auto& frame : server.socket().frames) {
-        if (frame.bytes.find("input_audio_buffer.append") == std::string::npos)
-            continue;
-        // 2 bytes per sample, 24,000 samples per second.
-        const auto audio = sonvale::base::jsonString(*sonvale::base::parseJson(frame.bytes), "audio");
-        sent += static_cast<double>(sonvale::base::decodeBase64(audio.value()).value().size()) / 48000;
-        behind.push_back(frame.monotonicTime - sent);
-    }
-    const double quickest = *std::ranges::min_element(behind);
-    const auto latest = std::ranges::max_element(behind);
-    fmt::print("{:<44} {:.0f} ms, {:.0f} s after the first\n",
-               "streaming: the latest frame behind the quickest", (*latest - quickest) * 1000,
-               static_cast<double>(latest - behind.begin()) * 0.1);
-    fmt::print("{:<44} {} of {}\n", "streaming: frames more than 60 ms behind it",
-               std::ranges::count_if(behind, [&](double each) { return each - quickest > 0.06; }),
-               behind.size());
+    printDelays(server);
     session.letGo();
 }
 
@@ -322,11 +326,8 @@ double millisecondsUntil(double begun, Condition condition) {
 }
 
 /// Measures from the start of the process to the listener, and to the first window of a user who is not
-/// signed in; then the memory that a window leaves in use.
-void measureStart(int starts) {
-    PrivateDesktop desktop;
-    const auto panel = desktop.start({"tint2"});
-    pauseMilliseconds(1000);
+/// signed in.
+void measureStarts(PrivateDesktop& desktop, int starts) {
     const WindowList windows(desktop.display());
     const auto others = windows.count();
     std::vector<double> toListener;
@@ -343,7 +344,10 @@ void measureStart(int starts) {
     }
     printTimings("start to a live listener", std::move(toListener));
     printTimings("start to the first window", std::move(toWindow));
+}
 
+/// Measures the memory before, with and after a window, and the wake-ups of the idle program afterwards.
+void measureWindow(PrivateDesktop& desktop) {
     const RunningProgram::Options withKey{
         .info = {{"OPENAI_API_KEY", "sk-of-this-measurement"}, {"OPENAI_BASE_URL", "http://127.0.0.1:9"}}};
     // Signed in, so that the window shows the tabs.
@@ -364,6 +368,14 @@ void measureStart(int starts) {
                "resident, idle, before any window", before, during, residentMegabytes(program.pid()));
     fmt::print("{:<44} {:.1f}\n", "wake-ups per second, idle, afterwards",
                wakeUpsPerSecond(program.pid(), 10));
+}
+
+void measureStart(int starts) {
+    PrivateDesktop desktop;
+    const auto panel = desktop.start({"tint2"});
+    pauseMilliseconds(1000);
+    measureStarts(desktop, starts);
+    measureWindow(desktop);
 }
 
 /// The length of the measurements.
