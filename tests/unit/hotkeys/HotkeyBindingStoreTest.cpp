@@ -40,8 +40,23 @@ json without(json object, const std::string& key) {
     return object;
 }
 
+/// Returns a store with one binding of one shortcut.
+json storeWith(json entry) {
+    return store({"cancel", binding("cancel", json::array({std::move(entry)}))});
+}
+
+/// A binding that is valid.
+const json whole = binding("cancel", json::array({config(96, 0, "F5")}));
+
 class HotkeyBindingStoreTest : public testing::Test {
 protected:
+    /// Expects that the defaults are loaded in place of `text`, which stays as it is.
+    void expectDefaults(const std::string& text) {
+        put(text);
+        EXPECT_EQ(load(), HotkeyBindingStore::defaults()) << text.substr(0, 200);
+        EXPECT_EQ(settings.stored(keys::hotkeyBindings)->bytes, text);
+    }
+
     void put(const std::string& bytes) { settings.set(keys::hotkeyBindings, {bytes}); }
     HotkeyBindings load() const { return HotkeyBindingStore::load(settings); }
 
@@ -135,11 +150,23 @@ TEST_F(HotkeyBindingStoreTest, UsesTheLastOfTwoBindingsOfAnAction) {
     EXPECT_EQ(load().at(HotkeyAction::cancel).configs, (std::vector<HotkeyConfiguration>{{96, 0, "F5"}}));
 }
 
-TEST_F(HotkeyBindingStoreTest, LoadsTheDefaultsAndKeepsTheBytesIfTheyHaveAnotherForm) {
-    const auto whole = binding("cancel", json::array({config(96, 0, "F5")}));
-    const auto withConfig = [&](json entry) {
-        return store({"cancel", binding("cancel", json::array({std::move(entry)}))});
-    };
+TEST_F(HotkeyBindingStoreTest, LoadsTheDefaultsIfTheTextIsNotJson) {
+    const std::vector<std::string> texts{
+        "",
+        " ",
+        "{",
+        "not json",
+        "{\"bindings\": []} more",
+        "\xff",
+        "[1,]",
+        R"({"bindings": ["cancel", {"action": "cancel", "isEnabled": true, "configs": [
+                                       {"keyCode": 1e999, "modifiers": 0, "displayName": ""}]}]})",
+        std::string(100000, '[')};
+    for (const auto& text : texts)
+        expectDefaults(text);
+}
+
+TEST_F(HotkeyBindingStoreTest, LoadsTheDefaultsIfTheStoreHasAnotherForm) {
     const std::vector<json> stores{
         nullptr,
         17,
@@ -160,55 +187,54 @@ TEST_F(HotkeyBindingStoreTest, LoadsTheDefaultsAndKeepsTheBytesIfTheyHaveAnother
         store({nullptr, whole}),
         store({"cancel", nullptr}),
         store({"cancel", json::array({whole})}),
-        store({"cancel", without(whole, "action")}),
-        store({"cancel", without(whole, "configs")}),
-        store({"cancel", without(whole, "isEnabled")}),
-        store({"cancel", binding("undo")}),
-        store({"cancel", binding("cancel", nullptr)}),
-        store({"cancel", binding("cancel", json::object())}),
-        store({"cancel", binding("cancel", json::array(), nullptr)}),
-        store({"cancel", binding("cancel", json::array(), 1)}),
-        store({"cancel", binding("cancel", json::array(), "true")}),
-        withConfig(nullptr),
-        withConfig(json::array({96, 0, "F5"})),
-        withConfig(without(config(96, 0, "F5"), "keyCode")),
-        withConfig(without(config(96, 0, "F5"), "modifiers")),
-        withConfig(without(config(96, 0, "F5"), "displayName")),
-        withConfig(config(nullptr, 0, "F5")),
-        withConfig(config("96", 0, "F5")),
-        withConfig(config(true, 0, "F5")),
-        withConfig(config(96.5, 0, "F5")),
-        withConfig(config(std::uint64_t{1} << 63, 0, "F5")),
-        withConfig(config(1e19, 0, "F5")),
-        withConfig(config(-1e19, 0, "F5")),
-        withConfig(config(96, -1, "F5")),
-        withConfig(config(96, -1.0, "F5")),
-        withConfig(config(96, 0.25, "F5")),
-        withConfig(config(96, 18446744073709551616.0, "F5")),
-        withConfig(config(96, false, "F5")),
-        withConfig(config(96, 0, nullptr)),
-        withConfig(config(96, 0, 5)),
     };
-    std::vector<std::string> texts{
-        "",
-        " ",
-        "{",
-        "not json",
-        "{\"bindings\": []} more",
-        "\xff",
-        "[1,]",
-        R"({"bindings": ["cancel", {"action": "cancel", "isEnabled": true, "configs": [
-                                       {"keyCode": 1e999, "modifiers": 0, "displayName": ""}]}]})",
-        std::string(100000, '[')};
-    for (const auto& value : stores)
-        texts.push_back(value.dump());
-    for (const auto& text : texts) {
-        put(text);
-        EXPECT_EQ(load(), HotkeyBindingStore::defaults()) << text.substr(0, 200);
-        EXPECT_EQ(settings.stored(keys::hotkeyBindings)->bytes, text);
-    }
+    for (const auto& each : stores)
+        expectDefaults(each.dump());
+}
 
-    // The same form without an error is accepted; otherwise the rows above would prove nothing.
+TEST_F(HotkeyBindingStoreTest, LoadsTheDefaultsIfABindingHasAnotherForm) {
+    const std::vector<json> bindings{
+        without(whole, "action"),
+        without(whole, "configs"),
+        without(whole, "isEnabled"),
+        binding("undo"),
+        binding("cancel", nullptr),
+        binding("cancel", json::object()),
+        binding("cancel", json::array(), nullptr),
+        binding("cancel", json::array(), 1),
+        binding("cancel", json::array(), "true"),
+    };
+    for (const auto& each : bindings)
+        expectDefaults(store({"cancel", each}).dump());
+}
+
+TEST_F(HotkeyBindingStoreTest, LoadsTheDefaultsIfAConfigurationHasAnotherForm) {
+    const std::vector<json> configs{
+        nullptr,
+        json::array({96, 0, "F5"}),
+        without(config(96, 0, "F5"), "keyCode"),
+        without(config(96, 0, "F5"), "modifiers"),
+        without(config(96, 0, "F5"), "displayName"),
+        config(nullptr, 0, "F5"),
+        config("96", 0, "F5"),
+        config(true, 0, "F5"),
+        config(96.5, 0, "F5"),
+        config(std::uint64_t{1} << 63, 0, "F5"),
+        config(1e19, 0, "F5"),
+        config(-1e19, 0, "F5"),
+        config(96, -1, "F5"),
+        config(96, -1.0, "F5"),
+        config(96, 0.25, "F5"),
+        config(96, 18446744073709551616.0, "F5"),
+        config(96, false, "F5"),
+        config(96, 0, nullptr),
+        config(96, 0, 5),
+    };
+    for (const auto& each : configs)
+        expectDefaults(storeWith(each).dump());
+}
+
+TEST_F(HotkeyBindingStoreTest, LoadsTheFormThatTheInvalidFormsDifferFrom) {
     put(store({"cancel", whole}).dump());
     EXPECT_EQ(load().at(HotkeyAction::cancel).configs.front().displayName, "F5");
 }

@@ -5,6 +5,7 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/TestRuntime.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -133,35 +134,21 @@ TEST_F(AuditLoggerTest, WritesEachEvent) {
                 {{"transcriptionsDeleted", "0"}, {"tempFilesRemoved", "1"}});
     runtime_.runUntilIdle();
 
-    const std::string timestamp = R"("timestamp":"2026-11-16T00:59:08Z"})";
-    EXPECT_EQ(
-        contentOf(file()),
-        R"({"actor":"system","eventType":"appLaunch","metadata":{},"outcome":"success","resource":"app",)" +
-            timestamp +
-            "\n"
-            R"({"actor":"user","eventType":"recordingStarted","metadata":{},"outcome":"success","resource":"recording",)" +
-            timestamp +
-            "\n"
-            R"({"actor":"user","eventType":"recordingStopped","metadata":{"durationSeconds":"12.35"},"outcome":"success","resource":"recording",)" +
-            timestamp +
-            "\n"
-            R"({"actor":"system","eventType":"transcriptionRequested","metadata":{"audioSizeBytes":"3000000000","engine":"whisper-api"},"outcome":"success","resource":"transcription",)" +
-            timestamp +
-            "\n"
-            R"({"actor":"system","eventType":"transcriptionReceived","metadata":{"latencyMs":"1234","wordCount":"7"},"outcome":"success","resource":"transcription",)" +
-            timestamp +
-            "\n"
-            R"({"actor":"system","eventType":"aiProcessingRequested","metadata":{"engine":"gpt-4o-mini"},"outcome":"success","resource":"aiProcessing",)" +
-            timestamp +
-            "\n"
-            R"({"actor":"system","eventType":"aiProcessingReceived","metadata":{"inputTokens":"10","latencyMs":"30","outputTokens":"20"},"outcome":"success","resource":"aiProcessing",)" +
-            timestamp +
-            "\n"
-            R"({"actor":"system","eventType":"error","metadata":{"errorDetails":"recording-start-failed"},"outcome":"failure","resource":"audioRecorder",)" +
-            timestamp +
-            "\n"
-            R"({"actor":"system","eventType":"dataDeleted","metadata":{"tempFilesRemoved":"1","transcriptionsDeleted":"0"},"outcome":"success","resource":"dataRetention",)" +
-            timestamp + "\n");
+    constexpr std::string_view entries[] = {
+        R"("actor":"system","eventType":"appLaunch","metadata":{},"outcome":"success","resource":"app")",
+        R"("actor":"user","eventType":"recordingStarted","metadata":{},"outcome":"success","resource":"recording")",
+        R"("actor":"user","eventType":"recordingStopped","metadata":{"durationSeconds":"12.35"},"outcome":"success","resource":"recording")",
+        R"("actor":"system","eventType":"transcriptionRequested","metadata":{"audioSizeBytes":"3000000000","engine":"whisper-api"},"outcome":"success","resource":"transcription")",
+        R"("actor":"system","eventType":"transcriptionReceived","metadata":{"latencyMs":"1234","wordCount":"7"},"outcome":"success","resource":"transcription")",
+        R"("actor":"system","eventType":"aiProcessingRequested","metadata":{"engine":"gpt-4o-mini"},"outcome":"success","resource":"aiProcessing")",
+        R"("actor":"system","eventType":"aiProcessingReceived","metadata":{"inputTokens":"10","latencyMs":"30","outputTokens":"20"},"outcome":"success","resource":"aiProcessing")",
+        R"("actor":"system","eventType":"error","metadata":{"errorDetails":"recording-start-failed"},"outcome":"failure","resource":"audioRecorder")",
+        R"("actor":"system","eventType":"dataDeleted","metadata":{"tempFilesRemoved":"1","transcriptionsDeleted":"0"},"outcome":"success","resource":"dataRetention")",
+    };
+    std::string wanted;
+    for (const auto entry : entries)
+        wanted += fmt::format("{{{},\"timestamp\":\"2026-11-16T00:59:08Z\"}}\n", entry);
+    EXPECT_EQ(contentOf(file()), wanted);
 }
 
 TEST_F(AuditLoggerTest, FormatsUnusualDurations) {
