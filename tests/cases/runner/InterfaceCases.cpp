@@ -59,35 +59,52 @@ base::Date date(const json& in, const char* name) {
     return known(base::parseIso8601(text(in, name)), std::string("date in \"") + name + "\"");
 }
 
+json ring(const json& in) {
+    const auto point = ui::ringPoint(
+        recordingState(in), static_cast<float>(number(in, "audioLevel")), number(in, "t"),
+        number(in, "width"), index(in, "layer", ui::ringLayerCount), index(in, "point", ui::ringPointCount));
+    return json{{"x", point.x}, {"y", point.y}};
+}
+
+json loginCheck(const json& in) {
+    const auto message = ui::loginCheck({.email = text(in, "email"),
+                                         .password = text(in, "password"),
+                                         .confirmPassword = text(in, "confirmPassword"),
+                                         .isSignUp = boolean(in, "isSignUp")});
+    return message ? json(*message) : json();
+}
+
+json stats(const json& in) {
+    ui::HistoryStats stats(text(in, "timeZone"));
+    for (const auto& row : array(in, "rows"))
+        stats.add(date(row, "timestamp"), integer(row, "wordCount"), number(row, "durationSeconds"));
+    return json{{"days", stats.days()}, {"words", stats.words()}, {"wpm", stats.wordsPerMinute()}};
+}
+
+json snippetSearch(const json& in) {
+    auto shown = json::array();
+    for (const auto& each : array(in, "snippets")) {
+        persistence::Snippet snippet;
+        snippet.trigger = text(each, "trigger");
+        snippet.content = text(each, "content");
+        if (ui::matchesSearch(snippet, text(in, "searchText")))
+            shown.push_back(snippet.trigger);
+    }
+    return shown;
+}
+
 } // namespace
 
 void addInterfaceCases(CaseRegistry& registry) {
-    registry["ring"] = [](const json& in) {
-        const auto point =
-            ui::ringPoint(recordingState(in), static_cast<float>(number(in, "audioLevel")), number(in, "t"),
-                          number(in, "width"), index(in, "layer", ui::ringLayerCount),
-                          index(in, "point", ui::ringPointCount));
-        return json{{"x", point.x}, {"y", point.y}};
-    };
+    registry["ring"] = ring;
     registry["onboardingStep"] = [](const json& in) {
         return json(ui::caseName(ui::onboardingStepAtStart(storedStep(field(in, "stored")))));
     };
-    registry["loginCheck"] = [](const json& in) {
-        const auto message = ui::loginCheck({.email = text(in, "email"),
-                                             .password = text(in, "password"),
-                                             .confirmPassword = text(in, "confirmPassword"),
-                                             .isSignUp = boolean(in, "isSignUp")});
-        return message ? json(*message) : json();
-    };
+    registry["loginCheck"] = loginCheck;
     registry["menuStatus"] = [](const json& in) { return json(ui::menuStatus(recordingState(in))); };
     registry["languageName"] = [](const json& in) { return json(ui::languageName(text(in, "code"))); };
     registry["scratchpadWords"] = [](const json& in) { return json(ui::scratchpadWords(text(in, "text"))); };
-    registry["stats"] = [](const json& in) {
-        ui::HistoryStats stats(text(in, "timeZone"));
-        for (const auto& row : array(in, "rows"))
-            stats.add(date(row, "timestamp"), integer(row, "wordCount"), number(row, "durationSeconds"));
-        return json{{"days", stats.days()}, {"words", stats.words()}, {"wpm", stats.wordsPerMinute()}};
-    };
+    registry["stats"] = stats;
     registry["daySection"] = [](const json& in) {
         const auto section = ui::daySection(date(in, "timestamp"), date(in, "now"), text(in, "timeZone"));
         return section ? json(*section) : json();
@@ -95,17 +112,7 @@ void addInterfaceCases(CaseRegistry& registry) {
     registry["formalityText"] = [](const json& in) {
         return json(ui::formalityText(integer(in, "formality")));
     };
-    registry["snippetSearch"] = [](const json& in) {
-        auto shown = json::array();
-        for (const auto& each : array(in, "snippets")) {
-            persistence::Snippet snippet;
-            snippet.trigger = text(each, "trigger");
-            snippet.content = text(each, "content");
-            if (ui::matchesSearch(snippet, text(in, "searchText")))
-                shown.push_back(snippet.trigger);
-        }
-        return shown;
-    };
+    registry["snippetSearch"] = snippetSearch;
 }
 
 } // namespace sonvale::tests

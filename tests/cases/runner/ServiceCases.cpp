@@ -117,6 +117,17 @@ runtime::Task<std::optional<std::string>> key() {
     co_return "key";
 }
 
+/// Returns the sizes of the audio frames that the last session has sent, in bytes of audio.
+std::vector<std::size_t> frameSizes(FakeUrlSessions& sessions) {
+    std::vector<std::size_t> sizes;
+    for (const auto& message : sessions.control().lastSocket()->texts()) {
+        const auto frame = json::parse(message);
+        if (frame.at("type") == "input_audio_buffer.append")
+            sizes.push_back(base::decodeBase64(frame.at("audio").get<std::string>()).value().size());
+    }
+    return sizes;
+}
+
 json preHandshake(const json& in) {
     const LogCapture log;
     TestRuntime runtime;
@@ -141,27 +152,17 @@ json preHandshake(const json& in) {
             throw BadCase("audio comes in samples of two bytes");
         engine->appendAudio(platform::PcmBuffer(format, static_cast<std::size_t>(bytes / 2)));
     };
-    const auto frames = [&] {
-        std::vector<std::size_t> sizes;
-        for (const auto& message : sessions.control().lastSocket()->texts()) {
-            const auto frame = json::parse(message);
-            if (frame.at("type") == "input_audio_buffer.append")
-                sizes.push_back(base::decodeBase64(frame.at("audio").get<std::string>()).value().size());
-        }
-        return sizes;
-    };
-
     append(integer(in, "bytes"));
     runtime.wait(engine->startSession(format));
     for (const auto& size : array(in, "later"))
         append(size.get<std::int64_t>());
     runtime.runUntilIdle();
-    const auto sent = frames();
+    const auto sent = frameSizes(sessions);
 
     // The retained audio is sent at the end of the utterance.
     const auto end = runtime::spawn(runtime.main(), engine->finalizeStreamingTranscription());
     runtime.runUntilIdle();
-    const auto all = frames();
+    const auto all = frameSizes(sessions);
     engine->cancelSession();
     runtime.runUntilIdle();
     return {{"frames", sent}, {"left", all.size() > sent.size() ? all.back() : 0}};
