@@ -39,7 +39,7 @@ constexpr std::size_t minWordsToCompare = 3;
 constexpr double minSharedPart = 0.3;
 constexpr std::size_t maxGrowth = 3;
 constexpr std::size_t maxFreelyGrowing = 10; ///< characters
-constexpr std::size_t minCharacters = 2;
+constexpr std::size_t minOutputCharacters = 2;
 
 std::string withoutLeadingChatter(std::string text) {
     for (const auto prefix : chatterPrefixes) {
@@ -119,7 +119,7 @@ bool hasGrownTooMuch(std::size_t count, std::size_t rawCount) {
 std::string cleanOutput(const std::string& output, const std::string& rawText) {
     auto text = withoutTrailingCommentary(withoutQuotes(withoutLeadingChatter(base::trimmed(output))));
     const auto count = base::characterCount(text);
-    if (count < minCharacters || isReply(text, rawText) ||
+    if (count < minOutputCharacters || isReply(text, rawText) ||
         hasGrownTooMuch(count, base::characterCount(rawText)))
         return rawText;
     return text;
