@@ -8,7 +8,7 @@
 namespace sonvale::persistence {
 
 /// Overwrites the file in place with random bytes, waits until they have reached the disk, and removes it.
-/// Only removes an empty file. Removes a symbolic link and keeps its target.
+/// An empty file is removed without a write; a symbolic link is removed and its target kept.
 ///
 /// Blocks for the disk. Throws `SecureMemoryError` if the random source fails, and
 /// `std::filesystem::filesystem_error` if the file does not exist, is a folder, or cannot be written or

@@ -73,7 +73,7 @@ double secondsOfContinuous(const PocketSphinxModel& model, const std::string& fi
 /// Recognizes the same file in turn by our recognizer and by PocketSphinx's own program, without its loading
 /// of the model. Reports real-time factors in processor time of the fastest runs, because other work on the
 /// machine only adds time. The ratio is our time to its time.
-void recogniserAgainstPocketSphinx(benchmark::State& state) {
+void recognizerAgainstPocketSphinx(benchmark::State& state) {
     const Recordings recordings;
     const auto model = PocketSphinxModel::english(PocketSphinxRecognizers::installedModelDirectory());
     ffmpeg::FfmpegAudioFiles files;
@@ -104,7 +104,7 @@ void recogniserAgainstPocketSphinx(benchmark::State& state) {
     state.counters["residentBeforeMB"] = residentBefore;
     state.counters["residentAfterMB"] = residentAfter;
 }
-BENCHMARK(recogniserAgainstPocketSphinx)
+BENCHMARK(recognizerAgainstPocketSphinx)
     ->UseManualTime()
     ->Iterations(bench::rounds(5))
     ->Unit(benchmark::kMillisecond);
