@@ -1,6 +1,6 @@
 #include "adapters/x11/X11SelectionFetch.h"
 
-#include "adapters/x11/X11Client.h"
+#include "adapters/x11/X11Connection.h"
 
 #include "runtime/SystemClock.h"
 #include "tests/support/PrivateDisplay.h"
@@ -23,9 +23,9 @@ protected:
     /// Fetches the clipboard until everything is there or given up; false if that does not come about.
     bool fetch(X11SelectionFetch& fetch) {
         const double end = clock.now() + 20;
-        fetch.start(client.atom("CLIPBOARD", end), client.timestamp(end).value());
+        fetch.start(connection.atom("CLIPBOARD", end), connection.timestamp(end).value());
         while (!fetch.isComplete() && clock.now() < end) {
-            if (const auto event = client.waitForEvent(std::min(end, fetch.nextDeadline())))
+            if (const auto event = connection.waitForEvent(std::min(end, fetch.nextDeadline())))
                 fetch.handle(*event);
             fetch.advance();
         }
@@ -41,13 +41,13 @@ protected:
 
     tests::PrivateDisplay display;
     runtime::SystemClock clock;
-    X11Client client{display.name(), clock};
+    X11Connection connection{display.name(), clock};
 };
 
 } // namespace
 
 TEST_F(X11SelectionFetchTest, KeepsWithinItsMemory) {
-    X11SelectionFetch fetch(client, clock, {.maxBytes = 1 << 20});
+    X11SelectionFetch fetch(connection, clock, {.maxBytes = 1 << 20});
     SelectionOwner owner(display.name(),
                          {{.target = "UTF8_STRING", .data = manyBytes(400 << 10)},
                           {.target = "image/png", .data = manyBytes(8 << 20), .isIncremental = true},
@@ -59,7 +59,7 @@ TEST_F(X11SelectionFetchTest, KeepsWithinItsMemory) {
 }
 
 TEST_F(X11SelectionFetchTest, GoesOnToTheNextFormWhenOneIsNotGiven) {
-    X11SelectionFetch fetch(client, clock, {.silenceSeconds = 0.5});
+    X11SelectionFetch fetch(connection, clock, {.silenceSeconds = 0.5});
     SelectionOwner owner(display.name(),
                          {{.target = "UTF8_STRING", .isNeverAnswered = true},
                           {.target = "image/png", .data = bytes("png"), .isNeverFinished = true},
@@ -70,7 +70,7 @@ TEST_F(X11SelectionFetchTest, GoesOnToTheNextFormWhenOneIsNotGiven) {
 }
 
 TEST_F(X11SelectionFetchTest, EndsWhenTheOwnerListsNothing) {
-    X11SelectionFetch fetch(client, clock, {.silenceSeconds = 0.5});
+    X11SelectionFetch fetch(connection, clock, {.silenceSeconds = 0.5});
     SelectionOwner owner(display.name(), {{"UTF8_STRING", bytes("text")}}, {.answersTargets = false});
     ASSERT_TRUE(this->fetch(fetch));
     EXPECT_FALSE(fetch.hasList());
@@ -78,7 +78,7 @@ TEST_F(X11SelectionFetchTest, EndsWhenTheOwnerListsNothing) {
 }
 
 TEST_F(X11SelectionFetchTest, EndsAfterItsWholeTime) {
-    X11SelectionFetch fetch(client, clock, {.silenceSeconds = 0.4, .totalSeconds = 1});
+    X11SelectionFetch fetch(connection, clock, {.silenceSeconds = 0.4, .totalSeconds = 1});
     std::vector<SelectionOwner::Form> forms;
     for (const auto* name : {"a", "b", "c", "d", "e", "f"})
         forms.push_back({.target = name, .isNeverAnswered = true});
@@ -89,7 +89,7 @@ TEST_F(X11SelectionFetchTest, EndsAfterItsWholeTime) {
 }
 
 TEST_F(X11SelectionFetchTest, DoesNotCallARefusedFormMissing) {
-    X11SelectionFetch fetch(client, clock, {});
+    X11SelectionFetch fetch(connection, clock, {});
     SelectionOwner owner(display.name(), {{"UTF8_STRING", bytes("text")}}, {.refusesTargets = true});
     ASSERT_TRUE(this->fetch(fetch));
     EXPECT_THAT(namesOf(fetch.takeArrived()), ElementsAre("UTF8_STRING"));

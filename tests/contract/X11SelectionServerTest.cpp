@@ -1,6 +1,6 @@
 #include "adapters/x11/X11SelectionServer.h"
 
-#include "adapters/x11/X11Client.h"
+#include "adapters/x11/X11Connection.h"
 
 #include "runtime/ManualClock.h"
 #include "runtime/SystemClock.h"
@@ -21,9 +21,9 @@ using tests::bytes;
 using tests::SelectionOwner;
 using tests::SelectionRequestor;
 
-std::shared_ptr<const X11SelectionContents> megabyteOfText(X11Client& client, double deadline) {
+std::shared_ptr<const X11SelectionContents> megabyteOfText(X11Connection& connection, double deadline) {
     auto contents = X11SelectionContents::fromText(std::string(1 << 20, 'x'));
-    contents.resolve(client, deadline);
+    contents.resolve(connection, deadline);
     return std::make_shared<const X11SelectionContents>(std::move(contents));
 }
 
@@ -32,17 +32,17 @@ std::shared_ptr<const X11SelectionContents> megabyteOfText(X11Client& client, do
 TEST(X11SelectionServer, FreesItsContentsWhenAnotherProgramTakesTheSelection) {
     tests::PrivateDisplay display;
     runtime::SystemClock clock;
-    X11Client client(display.name(), clock);
-    X11SelectionServer server(client, clock);
+    X11Connection connection(display.name(), clock);
+    X11SelectionServer server(connection, clock);
     const auto soon = [&clock] { return clock.now() + 5; };
-    const auto selection = client.atom("CLIPBOARD", soon());
-    auto contents = megabyteOfText(client, soon());
+    const auto selection = connection.atom("CLIPBOARD", soon());
+    auto contents = megabyteOfText(connection, soon());
     const std::weak_ptr<const X11SelectionContents> held = contents;
     ASSERT_TRUE(server.claim(selection, std::move(contents), soon()));
     ASSERT_FALSE(held.expired());
 
     SelectionOwner owner(display.name(), {{"UTF8_STRING", bytes("theirs")}});
-    while (const auto event = client.waitForEvent(clock.now() + 0.2))
+    while (const auto event = connection.waitForEvent(clock.now() + 0.2))
         server.handle(*event);
 
     EXPECT_FALSE(server.owns(selection));
@@ -53,14 +53,14 @@ TEST(X11SelectionServer, DropsATransferWhoseReaderHasStopped) {
     tests::PrivateDisplay display;
     runtime::SystemClock realTime;
     runtime::ManualClock clock;
-    X11Client client(display.name(), realTime);
-    X11SelectionServer server(client, clock);
+    X11Connection connection(display.name(), realTime);
+    X11SelectionServer server(connection, clock);
     const double soon = realTime.now() + 5;
-    const auto selection = client.atom("CLIPBOARD", soon);
-    ASSERT_TRUE(server.claim(selection, megabyteOfText(client, soon), soon));
+    const auto selection = connection.atom("CLIPBOARD", soon);
+    ASSERT_TRUE(server.claim(selection, megabyteOfText(connection, soon), soon));
     SelectionRequestor reader(display.name());
     std::thread stopping([&reader] { reader.stallDuring("UTF8_STRING"); });
-    while (const auto event = client.waitForEvent(realTime.now() + 0.5))
+    while (const auto event = connection.waitForEvent(realTime.now() + 0.5))
         server.handle(*event);
     stopping.join();
     EXPECT_DOUBLE_EQ(server.nextDeadline(), clock.now() + 10);

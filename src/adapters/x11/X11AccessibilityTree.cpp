@@ -3,7 +3,7 @@
 #include "adapters/freedesktop/AtSpiReader.h"
 #include "adapters/freedesktop/TerminalPrograms.h"
 #include "adapters/posix/BrokenPipeGuard.h"
-#include "adapters/x11/X11Client.h"
+#include "adapters/x11/X11Connection.h"
 #include "adapters/x11/X11SelectionReader.h"
 #include "adapters/x11/X11Text.h"
 #include "adapters/x11/X11Windows.h"
@@ -28,24 +28,22 @@ const base::Logger& logger() {
     return instance;
 }
 
-bool hasXTest(X11Client& client, double deadline) {
-    const auto* extension = xcb_get_extension_data(client.connection(), &xcb_test_id);
+bool hasXTest(X11Connection& connection, double deadline) {
+    const auto* extension = xcb_get_extension_data(connection.raw(), &xcb_test_id);
     if (!extension || !extension->present)
         return false;
-    const auto version = xcb_test_get_version(client.connection(), 2, 1);
-    return client.reply<xcb_test_get_version_reply_t>(version.sequence, deadline) != nullptr;
+    const auto version = xcb_test_get_version(connection.raw(), 2, 1);
+    return connection.reply<xcb_test_get_version_reply_t>(version, deadline) != nullptr;
 }
 
-bool canOwnSelections(X11Client& client, double deadline) {
+bool canOwnSelections(X11Connection& connection, double deadline) {
     // One that nobody else has to do with: the user's own selections stay as they are.
-    const auto selection = client.atom("_SONVALE_PROBE", deadline);
-    const auto time = client.timestamp(deadline);
+    const auto selection = connection.atom("_SONVALE_PROBE", deadline);
+    const auto time = connection.timestamp(deadline);
     if (selection == XCB_ATOM_NONE || !time)
         return false;
-    xcb_set_selection_owner(client.connection(), client.window(), selection, *time);
-    const auto question = xcb_get_selection_owner(client.connection(), selection);
-    const auto owner = client.reply<xcb_get_selection_owner_reply_t>(question.sequence, deadline);
-    return owner && owner->owner == client.window();
+    xcb_set_selection_owner(connection.raw(), connection.window(), selection, *time);
+    return connection.selectionOwner(selection, deadline) == connection.window();
 }
 
 } // namespace
@@ -77,9 +75,9 @@ const char* X11AccessibilityTree::whatIsMissing() {
     const char* missing = nullptr;
     if (!connect())
         missing = "the X server cannot be reached";
-    else if (!hasXTest(*client_, deadline))
+    else if (!hasXTest(*connection_, deadline))
         missing = "the X server has no XTEST, or does not answer";
-    else if (!canOwnSelections(*client_, deadline))
+    else if (!canOwnSelections(*connection_, deadline))
         missing = "the X server lets this program own no selection";
     dropEvents();
     return missing;
@@ -91,9 +89,8 @@ std::optional<std::string> X11AccessibilityTree::selectedText() {
     if (!connect())
         return std::nullopt;
     std::optional<std::string> text;
-    if (const auto window = activeWindow(*client_, deadline)) {
-        const auto windowClass = client_->property(*window, XCB_ATOM_WM_CLASS, false, deadline);
-        const auto style = freedesktop::keyStyleOf(windowClassIn(windowClass.get()));
+    if (const auto window = activeWindow(*connection_, deadline)) {
+        const auto style = freedesktop::keyStyleOf(windowClassOf(*connection_, *window, deadline).name);
         text = style == freedesktop::KeyStyle::xterm ? markedText(*window, deadline)
                                                      : textInFocus(*window, deadline);
     }
@@ -102,49 +99,44 @@ std::optional<std::string> X11AccessibilityTree::selectedText() {
 }
 
 bool X11AccessibilityTree::connect() {
-    if (!client_ || !client_->isAlive()) {
+    if (!connection_ || !connection_->isAlive()) {
         selections_.reset();
-        client_ = std::make_unique<X11Client>(displayName_, clock_);
+        connection_ = std::make_unique<X11Connection>(displayName_, clock_);
     }
-    return client_->isAlive();
+    return connection_->isAlive();
 }
 
 std::string X11AccessibilityTree::busAddress(double deadline) {
-    const auto address =
-        client_->property(client_->root(), client_->atom("AT_SPI_BUS", deadline), false, deadline);
-    if (!address || address->format != 8)
-        return {};
-    const auto bytes = bytesOf(*address);
-    const auto text = textOf(std::span<const std::byte>(bytes));
-    return std::string(text.substr(0, text.find('\0')));
+    const auto name = connection_->atom("AT_SPI_BUS", deadline);
+    const auto address = textOf(connection_->property(connection_->root(), name, deadline));
+    return address.substr(0, address.find('\0'));
 }
 
 std::optional<std::string> X11AccessibilityTree::textInFocus(std::uint32_t window, double deadline) {
-    const auto process = processOf(*client_, window, deadline);
+    const auto process = processOf(*connection_, window, deadline);
     return process ? freedesktop::AtSpiReader(*bus_).selectedText(*process, deadline) : std::nullopt;
 }
 
 std::optional<std::string> X11AccessibilityTree::markedText(std::uint32_t window, double deadline) {
-    const auto question = xcb_get_selection_owner(client_->connection(), XCB_ATOM_PRIMARY);
-    const auto owner = client_->reply<xcb_get_selection_owner_reply_t>(question.sequence, deadline);
+    const auto owner = connection_->selectionOwner(XCB_ATOM_PRIMARY, deadline);
     // It is often that of another window, where something was marked last.
-    if (!owner || !isSameClient(client_->connection(), owner->owner, window))
+    if (!owner || !isSameClient(*connection_, *owner, window))
         return std::nullopt;
     if (!selections_) {
         selections_ = std::make_unique<X11SelectionReader>(
-            *client_, clock_, [this](const xcb_generic_event_t& event) { selections_->handle(event); });
+            *connection_, clock_, [this](const xcb_generic_event_t& event) { selections_->handle(event); });
     }
-    const auto utf8 = client_->atom("UTF8_STRING", deadline);
-    const auto time = client_->timestamp(deadline);
+    const auto utf8 = connection_->atom("UTF8_STRING", deadline);
+    const auto time = connection_->timestamp(deadline);
     const auto data = time ? selections_->fetch(XCB_ATOM_PRIMARY, utf8, *time, deadline) : std::nullopt;
     if (!data || data->type != utf8 || data->bytes.empty())
         return std::nullopt;
-    return base::repairedUtf8(textOf(std::span<const std::byte>(data->bytes)));
+    return base::repairedUtf8(asText(std::span<const std::byte>(data->bytes)));
 }
 
 void X11AccessibilityTree::dropEvents() {
     // What the questions left behind says nothing more, but for the rest of an answer that came too late.
-    while (const auto event = client_->takeEvent()) {
+    while (const auto event = connection_->takeEvent()) {
         if (selections_)
             selections_->handle(*event);
     }

@@ -14,7 +14,7 @@ class AccessibilityBus;
 
 namespace sonvale::adapters::x11 {
 
-class X11Client;
+class X11Connection;
 class X11SelectionReader;
 
 /// The right to press keys and to use the clipboard in an X session, and what is selected in its programs.
@@ -48,7 +48,7 @@ private:
     const runtime::Clock& clock_;
     const std::string displayName_;
     const std::unique_ptr<freedesktop::AccessibilityBus> bus_;
-    std::unique_ptr<X11Client> client_;              ///< made anew when there was no server, or it has gone
+    std::unique_ptr<X11Connection> connection_;      ///< made anew when there was no server, or it has gone
     std::unique_ptr<X11SelectionReader> selections_; ///< on that connection, once it was needed
 };
 

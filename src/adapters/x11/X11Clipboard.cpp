@@ -39,13 +39,14 @@ std::string listOf(const std::vector<std::string>& names) {
 
 X11Clipboard::X11Clipboard(const runtime::Clock& clock, const std::string& displayName)
     : clock_(clock)
-    , client_(displayName, clock)
-    , server_(client_, clock)
-    , reader_(client_, clock, [this](const xcb_generic_event_t& event) { dispatch(event); })
-    , fetch_(client_, clock, {}) {
-    if (!client_.isAlive())
+    , connection_(displayName, clock)
+    , server_(connection_, clock)
+    , reader_(connection_, clock, [this](const xcb_generic_event_t& event) { dispatch(event); })
+    , fetch_(connection_, clock, {}) {
+    if (!connection_.isAlive())
         return;
-    const auto atoms = client_.atoms({"CLIPBOARD", "SAVE_TARGETS", "CLIPBOARD_MANAGER"}, soon());
+    const auto atoms =
+        connection_.atoms({"CLIPBOARD", "SAVE_TARGETS", "CLIPBOARD_MANAGER"}, serverDeadline());
     clipboard_ = atoms[0];
     saveTargets_ = atoms[1];
     clipboardManager_ = atoms[2];
@@ -53,34 +54,34 @@ X11Clipboard::X11Clipboard(const runtime::Clock& clock, const std::string& displ
 }
 
 void X11Clipboard::watchChanges() {
-    auto* connection = client_.connection();
+    auto* connection = connection_.raw();
     const auto* extension = xcb_get_extension_data(connection, &xcb_xfixes_id);
     if (!extension || !extension->present)
         return;
     selectionEvent_ = extension->first_event + XCB_XFIXES_SELECTION_NOTIFY;
     const auto version = xcb_xfixes_query_version(connection, 2, 0);
-    client_.reply<xcb_xfixes_query_version_reply_t>(version.sequence, soon());
-    xcb_xfixes_select_selection_input(connection, client_.root(), clipboard_,
+    connection_.reply<xcb_xfixes_query_version_reply_t>(version, serverDeadline());
+    xcb_xfixes_select_selection_input(connection, connection_.root(), clipboard_,
                                       XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
                                           XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
                                           XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
-    client_.sync(soon());
+    connection_.synchronize(serverDeadline());
 }
 
 std::int64_t X11Clipboard::changeCount() {
-    client_.sync(soon());
+    connection_.synchronize(serverDeadline());
     dispatchArrived();
     return changeCount_;
 }
 
 X11SelectionServer::ContentsPointer X11Clipboard::ownContents() {
     dispatchArrived();
-    return client_.isAlive() ? server_.contents(clipboard_) : nullptr;
+    return connection_.isAlive() ? server_.contents(clipboard_) : nullptr;
 }
 
 void X11Clipboard::prefetch() {
     dispatchArrived();
-    if (!client_.isAlive() || server_.owns(clipboard_) || waiting_)
+    if (!connection_.isAlive() || server_.owns(clipboard_) || waiting_)
         return;
     endFetch();
     isPrefetching_ = true;
@@ -96,12 +97,12 @@ void X11Clipboard::dropPrefetch() {
 }
 
 void X11Clipboard::readItems(ItemsReady ready) {
-    client_.sync(soon());
+    connection_.synchronize(serverDeadline());
     dispatchArrived();
     if (late_ != Late::none)
         endFetch();
     const bool isCurrent = !fetch_.isIdle() && fetchedCount_ == changeCount_;
-    if (!client_.isAlive() || (!isCurrent && !startFetch())) {
+    if (!connection_.isAlive() || (!isCurrent && !startFetch())) {
         ready(std::nullopt);
         return;
     }
@@ -110,7 +111,7 @@ void X11Clipboard::readItems(ItemsReady ready) {
 }
 
 bool X11Clipboard::startFetch() {
-    const auto time = client_.timestamp(soon());
+    const auto time = connection_.timestamp(serverDeadline());
     dispatchArrived();
     fetchedCount_ = changeCount_;
     fetch_.stop();
@@ -141,7 +142,8 @@ void X11Clipboard::answerItems() {
     if (waited >= oneByOneSeconds)
         fetch_.askForAll();
     const bool isEnough = fetch_.isComplete() || waited >= itemsSeconds ||
-                          (waited >= encodingSeconds && fetch_.hasAllButEncodings()) || !client_.isAlive();
+                          (waited >= encodingSeconds && fetch_.hasAllButEncodings()) ||
+                          !connection_.isAlive();
     if (!isEnough)
         return;
 
@@ -160,7 +162,7 @@ void X11Clipboard::answerItems() {
         logAndEndFetch();
     else
         late_ = Late::kept;
-    ready(client_.isAlive() ? std::optional(std::move(items)) : std::nullopt);
+    ready(connection_.isAlive() ? std::optional(std::move(items)) : std::nullopt);
 }
 
 /// Adds to what is offered the forms that have arrived since the items were read.
@@ -174,7 +176,7 @@ void X11Clipboard::addLateForms() {
         std::vector<platform::PasteboardItem> items;
         items.push_back(std::move(item));
         contents.merge(X11SelectionContents::fromItems(std::move(items)), order_);
-        contents.resolve(client_, soon());
+        contents.resolve(connection_, serverDeadline());
         server_.update(clipboard_, std::make_shared<const X11SelectionContents>(std::move(contents)));
     }
     if (!fetch_.isComplete())
@@ -202,7 +204,7 @@ void X11Clipboard::endFetch() {
 std::optional<std::string> X11Clipboard::readText() {
     const double start = clock_.now();
     for (int attempt = 1;; ++attempt) {
-        const auto time = client_.timestamp(start + serverSeconds);
+        const auto time = connection_.timestamp(start + serverSeconds);
         if (!time || !hasOwner(clipboard_))
             return std::nullopt;
 
@@ -219,15 +221,16 @@ void X11Clipboard::clearContents() {
     releasePrimary();
     if (late_ == Late::restored)
         late_ = Late::kept;
-    server_.claimUnfilled(clipboard_, soon());
+    server_.claimUnfilled(clipboard_, serverDeadline());
 }
 
 void X11Clipboard::writeText(X11SelectionContents contents) {
     dispatchArrived();
     releasePrimary();
-    contents.resolve(client_, soon());
+    contents.resolve(connection_, serverDeadline());
     if (!contents.items.empty())
-        server_.fill(clipboard_, std::make_shared<const X11SelectionContents>(std::move(contents)), soon());
+        server_.fill(clipboard_, std::make_shared<const X11SelectionContents>(std::move(contents)),
+                     serverDeadline());
 }
 
 void X11Clipboard::writeItems(X11SelectionContents contents) {
@@ -244,13 +247,13 @@ void X11Clipboard::offerPrimary() {
         texts = own->textOnly();
     else if (const auto text = readText())
         texts = X11SelectionContents::fromText(*text);
-    texts.resolve(client_, soon());
+    texts.resolve(connection_, serverDeadline());
     if (texts.targets().empty())
         return;
     if (!isPrimaryOffered_)
         formerPrimary_ = std::make_shared<const X11SelectionContents>(readPrimary());
-    isPrimaryOffered_ = server_.claim(XCB_ATOM_PRIMARY,
-                                      std::make_shared<const X11SelectionContents>(std::move(texts)), soon());
+    isPrimaryOffered_ = server_.claim(
+        XCB_ATOM_PRIMARY, std::make_shared<const X11SelectionContents>(std::move(texts)), serverDeadline());
 }
 
 /// The text that is marked somewhere; no forms if there is none.
@@ -258,12 +261,12 @@ X11SelectionContents X11Clipboard::readPrimary() {
     if (const auto own = server_.contents(XCB_ATOM_PRIMARY))
         return *own;
     X11SelectionContents texts;
-    const auto time = client_.timestamp(soon());
+    const auto time = connection_.timestamp(serverDeadline());
     if (!time || !hasOwner(XCB_ATOM_PRIMARY))
         return texts;
     if (const auto text = fetchText(XCB_ATOM_PRIMARY, *time, clock_.now() + ownerSeconds)) {
         texts = X11SelectionContents::fromText(*text);
-        texts.resolve(client_, soon());
+        texts.resolve(connection_, serverDeadline());
     }
     return texts;
 }
@@ -283,23 +286,23 @@ void X11Clipboard::releasePrimary() {
 }
 
 void X11Clipboard::handOver() {
-    client_.sync(soon());
+    connection_.synchronize(serverDeadline());
     const auto contents = ownContents();
     if (!contents || contents->items.empty() || !hasOwner(clipboardManager_))
         return;
-    const auto time = client_.timestamp(soon());
-    const auto property = client_.atom("_SONVALE_SAVE_TARGETS", soon());
+    const auto time = connection_.timestamp(serverDeadline());
+    const auto property = connection_.atom("_SONVALE_SAVE_TARGETS", serverDeadline());
     if (!time || property == XCB_ATOM_NONE)
         return;
     const auto targets = contents->targets();
-    xcb_change_property(client_.connection(), XCB_PROP_MODE_REPLACE, client_.window(), property,
+    xcb_change_property(connection_.raw(), XCB_PROP_MODE_REPLACE, connection_.window(), property,
                         XCB_ATOM_ATOM, 32, static_cast<std::uint32_t>(targets.size()), targets.data());
-    xcb_convert_selection(client_.connection(), client_.window(), clipboardManager_, saveTargets_, property,
+    xcb_convert_selection(connection_.raw(), connection_.window(), clipboardManager_, saveTargets_, property,
                           *time);
 
     const double deadline = clock_.now() + handOverSeconds;
     while (!isHandedOver_ && clock_.now() < deadline) {
-        const auto event = client_.waitForEvent(deadline);
+        const auto event = connection_.waitForEvent(deadline);
         if (!event)
             return;
         dispatch(*event);
@@ -311,7 +314,7 @@ void X11Clipboard::serveAndWait(int otherDescriptor) {
     advance();
     waitForLateForms();
     server_.expire();
-    client_.waitForInput(otherDescriptor, nextDeadline());
+    connection_.waitForInput(otherDescriptor, nextDeadline());
 }
 
 /// An emptied clipboard that gets no contents at once has been restored as empty. If the earlier owner is
@@ -360,27 +363,26 @@ void X11Clipboard::noteChange(const xcb_generic_event_t& event) {
     reader_.abandon();
     // What this program puts there meanwhile does not concern forms that are still to come.
     const bool isLateInUse =
-        late_ == Late::kept || (late_ == Late::restored && change.owner == client_.window());
+        late_ == Late::kept || (late_ == Late::restored && change.owner == connection_.window());
     if (!isLateInUse)
         endFetch();
 }
 
 void X11Clipboard::dispatchArrived() {
-    while (const auto event = client_.takeEvent())
+    while (const auto event = connection_.takeEvent())
         dispatch(*event);
 }
 
 bool X11Clipboard::hasOwner(xcb_atom_t selection) {
-    const auto question = xcb_get_selection_owner(client_.connection(), selection);
-    const auto answer = client_.reply<xcb_get_selection_owner_reply_t>(question.sequence, soon());
-    return answer && answer->owner != XCB_WINDOW_NONE;
+    return connection_.selectionOwner(selection, serverDeadline()).value_or(XCB_WINDOW_NONE) !=
+           XCB_WINDOW_NONE;
 }
 
 std::optional<std::string> X11Clipboard::fetchText(xcb_atom_t selection, xcb_timestamp_t time,
                                                    double deadline) {
     const auto count = changeCount_;
     for (const std::string name : target::plainText) {
-        const auto data = reader_.fetch(selection, client_.atom(name, soon()), time, deadline);
+        const auto data = reader_.fetch(selection, connection_.atom(name, serverDeadline()), time, deadline);
         if (data && data->format == 8)
             return target::decodedText(name, data->bytes);
         if (clock_.now() >= deadline || changeCount_ != count)
@@ -389,8 +391,8 @@ std::optional<std::string> X11Clipboard::fetchText(xcb_atom_t selection, xcb_tim
     return std::nullopt;
 }
 
-double X11Clipboard::soon() const {
-    return clock_.now() + serverSeconds;
+double X11Clipboard::serverDeadline() const {
+    return connection_.deadlineIn(serverSeconds);
 }
 
 } // namespace sonvale::adapters::x11

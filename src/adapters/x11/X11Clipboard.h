@@ -51,7 +51,7 @@ public:
     void serveAndWait(int otherDescriptor);
 
     /// Ends every wait. From any thread.
-    void disconnect() const { client_.disconnect(); }
+    void disconnect() const { connection_.disconnect(); }
 
 private:
     struct Waiting {
@@ -81,10 +81,10 @@ private:
     void releasePrimary();
     X11SelectionContents readPrimary();
     std::optional<std::string> fetchText(xcb_atom_t selection, xcb_timestamp_t time, double deadline);
-    double soon() const;
+    double serverDeadline() const;
 
     const runtime::Clock& clock_;
-    X11Client client_;
+    X11Connection connection_;
     X11SelectionServer server_;
     X11SelectionReader reader_;
     X11SelectionFetch fetch_;

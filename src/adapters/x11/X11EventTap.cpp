@@ -5,15 +5,12 @@
 
 #include "base/Log.h"
 
-#include <poll.h>
 #include <pthread.h>
 #include <sys/eventfd.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cassert>
-#include <cmath>
 #include <csignal>
 #include <stdexcept>
 #include <utility>
@@ -66,7 +63,8 @@ X11EventTap::~X11EventTap() {
 
 bool X11EventTap::probe() {
     const posix::BrokenPipeGuard guard;
-    return X11Connection::open(displayName_, clock_) != nullptr;
+    X11Connection connection(displayName_, clock_);
+    return useKeyboardExtensions(connection).has_value();
 }
 
 bool X11EventTap::start(Callback callback) {
@@ -189,13 +187,9 @@ bool X11EventTap::runBlocks() {
 }
 
 void X11EventTap::waitForWork() {
-    int milliseconds = -1;
-    if (const auto due = listener_->nextDue())
-        milliseconds = std::max(0, static_cast<int>(std::ceil((*due - clock_.now()) * 1000)));
-    pollfd sources[] = {{listener_->descriptor(), POLLIN, 0}, {wakeUp_, POLLIN, 0}};
-    poll(sources, 2, milliseconds);
+    listener_->waitForInput(wakeUp_);
     std::uint64_t count = 0;
-    // Nothing to read means that events of the display were the reason.
+    // Fails if only the server had something, and then there is nothing to read.
     [[maybe_unused]] const auto read = ::read(wakeUp_, &count, sizeof count);
 }
 

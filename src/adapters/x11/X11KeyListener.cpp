@@ -2,6 +2,7 @@
 
 #include <xcb/xinput.h>
 
+#include <limits>
 #include <utility>
 
 namespace sonvale::adapters::x11 {
@@ -16,17 +17,18 @@ std::unique_ptr<X11KeyListener> X11KeyListener::open(const std::string& displayN
                                                      const runtime::Clock& clock, SyntheticKeyLedger& ledger,
                                                      platform::EventTap::Callback callback,
                                                      std::function<void(platform::KeyCombination)> onTaken) {
-    auto connection = X11Connection::open(displayName, clock);
-    if (!connection)
+    auto connection = std::make_unique<X11Connection>(displayName, clock);
+    const auto extensions = useKeyboardExtensions(*connection);
+    if (!extensions)
         return nullptr;
     const double deadline = clock.now() + replySeconds;
     auto keyboards = receiveKeyboards(*connection, requestKeyboards(*connection), deadline);
     auto map = X11KeyboardMap::receive(*connection, X11KeyboardMap::request(*connection), deadline);
     if (!keyboards || !map)
         return nullptr;
-    std::unique_ptr<X11KeyListener> listener(new X11KeyListener(std::move(connection), std::move(*keyboards),
-                                                                std::move(*map), ledger, std::move(callback),
-                                                                std::move(onTaken)));
+    std::unique_ptr<X11KeyListener> listener(
+        new X11KeyListener(std::move(connection), *extensions, std::move(*keyboards), std::move(*map), ledger,
+                           std::move(callback), std::move(onTaken)));
     ledger.beginListening();
     listener->selectEvents();
     listener->readHeldKeys();
@@ -35,17 +37,19 @@ std::unique_ptr<X11KeyListener> X11KeyListener::open(const std::string& displayN
     return listener;
 }
 
-X11KeyListener::X11KeyListener(std::unique_ptr<X11Connection> connection, X11Keyboards keyboards,
+X11KeyListener::X11KeyListener(std::unique_ptr<X11Connection> connection,
+                               const X11KeyboardExtensions& extensions, X11Keyboards keyboards,
                                X11KeyboardMap map, SyntheticKeyLedger& ledger,
                                platform::EventTap::Callback callback,
                                std::function<void(platform::KeyCombination)> onTaken)
     : connection_(std::move(connection))
+    , extensions_(extensions)
     , keyboards_(std::move(keyboards))
     , map_(std::move(map))
     , ledger_(ledger)
     , callback_(std::move(callback))
     , grabs_(*connection_, keyboards_.master, std::move(onTaken))
-    , sender_(*connection_, ledger) {}
+    , sender_(*connection_, extensions_, ledger) {}
 
 X11KeyListener::~X11KeyListener() {
     ledger_.endListening();
@@ -64,15 +68,14 @@ void X11KeyListener::selectEvents() {
 }
 
 void X11KeyListener::readHeldKeys() {
-    const auto reply = connection_->reply<xcb_query_keymap_reply_t>(
-        xcb_query_keymap(connection_->raw()), connection_->clock().now() + replySeconds);
+    const auto reply = connection_->reply<xcb_query_keymap_reply_t>(xcb_query_keymap(connection_->raw()),
+                                                                    connection_->deadlineIn(replySeconds));
     if (!reply)
         return;
-    for (unsigned int keycode = 0; keycode < 256; ++keycode) {
-        if (!(reply->keys[keycode / 8] & (1u << (keycode % 8))))
-            continue;
-        downInServer_.set(keycode);
-        held_.press(HeldKeys::anyKeyboard, static_cast<xcb_keycode_t>(keycode));
+    downInServer_ = keysDownIn(*reply);
+    for (unsigned int keycode = 0; keycode < downInServer_.size(); ++keycode) {
+        if (downInServer_.test(keycode))
+            held_.press(HeldKeys::anyKeyboard, static_cast<xcb_keycode_t>(keycode));
     }
 }
 
@@ -81,11 +84,14 @@ void X11KeyListener::setSwallowable(const std::vector<platform::KeyCombination>&
 }
 
 bool X11KeyListener::processEvents() {
-    while (auto* raw = xcb_poll_for_event(connection_->raw())) {
-        const X11Connection::Owned<xcb_generic_event_t> event(raw);
+    while (const auto event = connection_->takeEvent())
         handle(*event);
-    }
-    return !connection_->isBroken();
+    return connection_->isAlive();
+}
+
+void X11KeyListener::waitForInput(int otherDescriptor) {
+    connection_->waitForInput(otherDescriptor,
+                              grabs_.nextDue().value_or(std::numeric_limits<double>::infinity()));
 }
 
 void X11KeyListener::reportDisabled() {
@@ -98,9 +104,9 @@ void X11KeyListener::handle(const xcb_generic_event_t& event) {
     const auto type = event.response_type & 0x7f;
     if (type == XCB_GE_GENERIC) {
         const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
-        if (generic.extension == connection_->inputOpcode())
+        if (generic.extension == extensions_.inputOpcode)
             handleInput(generic);
-    } else if (isKeyboardChange(*connection_, event)) {
+    } else if (isKeyboardChange(extensions_, event)) {
         mapChanged();
     }
 }
@@ -198,8 +204,8 @@ void X11KeyListener::tapMaskKey(std::uint16_t keyboard) {
 }
 
 void X11KeyListener::keyboardsChanged() {
-    auto keyboards = receiveKeyboards(*connection_, requestKeyboards(*connection_),
-                                      connection_->clock().now() + replySeconds);
+    auto keyboards =
+        receiveKeyboards(*connection_, requestKeyboards(*connection_), connection_->deadlineIn(replySeconds));
     if (!keyboards)
         return;
     // An unplugged keyboard, or one that was switched off with its virtual terminal, reports no releases.
@@ -217,7 +223,7 @@ void X11KeyListener::keyboardsChanged() {
 
 void X11KeyListener::mapChanged() {
     auto map = X11KeyboardMap::receive(*connection_, X11KeyboardMap::request(*connection_),
-                                       connection_->clock().now() + replySeconds);
+                                       connection_->deadlineIn(replySeconds));
     if (map)
         map_ = std::move(*map);
     grabs_.setMap(map_);

@@ -2,10 +2,10 @@
 
 #include "adapters/x11/HeldKeys.h"
 #include "adapters/x11/SyntheticKeyLedger.h"
-#include "adapters/x11/X11Connection.h"
 #include "adapters/x11/X11KeyGrabs.h"
 #include "adapters/x11/X11KeySender.h"
 #include "adapters/x11/X11KeyboardMap.h"
+#include "adapters/x11/X11Keyboards.h"
 
 #include "platform/EventTap.h"
 
@@ -32,8 +32,6 @@ public:
                                                 std::function<void(platform::KeyCombination)> onTaken);
     ~X11KeyListener();
 
-    int descriptor() const { return connection_->descriptor(); }
-
     void setSwallowable(const std::vector<platform::KeyCombination>& combinations);
 
     /// Deals with everything that has come. False when the connection is gone.
@@ -43,6 +41,10 @@ public:
     /// Does what is due; false when nothing is.
     bool runDue() { return grabs_.runDue(); }
 
+    /// Sleeps until something has come from the server, until the other descriptor can be read, or until
+    /// `nextDue`. Call it when `processEvents` and `runDue` have nothing left to do.
+    void waitForInput(int otherDescriptor);
+
     /// As `EventTap::maskHeldKeys`.
     void maskHeldKeys();
 
@@ -50,7 +52,7 @@ public:
     void reportDisabled();
 
     /// Makes waits inside the listener end and `processEvents` return false. From any thread.
-    void interrupt() { connection_->interrupt(); }
+    void interrupt() { connection_->disconnect(); }
 
 private:
     struct Verdict {
@@ -58,8 +60,9 @@ private:
         std::uint16_t keyboard;
     };
 
-    X11KeyListener(std::unique_ptr<X11Connection> connection, X11Keyboards keyboards, X11KeyboardMap map,
-                   SyntheticKeyLedger& ledger, platform::EventTap::Callback callback,
+    X11KeyListener(std::unique_ptr<X11Connection> connection, const X11KeyboardExtensions& extensions,
+                   X11Keyboards keyboards, X11KeyboardMap map, SyntheticKeyLedger& ledger,
+                   platform::EventTap::Callback callback,
                    std::function<void(platform::KeyCombination)> onTaken);
     void selectEvents();
     void readHeldKeys();
@@ -76,6 +79,7 @@ private:
     platform::KeyVerdict tell(platform::KeyEvent::Type type, xcb_keycode_t keycode);
 
     std::unique_ptr<X11Connection> connection_;
+    const X11KeyboardExtensions extensions_;
     X11Keyboards keyboards_;
     X11KeyboardMap map_;
     SyntheticKeyLedger& ledger_;

@@ -15,9 +15,9 @@ void X11KeySender::send(const X11Keyboards& keyboards, std::uint16_t device,
     for (const auto& stroke : strokes) {
         std::uint8_t type = stroke.isPress ? XCB_KEY_PRESS : XCB_KEY_RELEASE;
         if (!isXtest)
-            type = static_cast<std::uint8_t>(
-                connection_.inputFirstEvent() +
-                (stroke.isPress ? XCB_INPUT_DEVICE_KEY_PRESS : XCB_INPUT_DEVICE_KEY_RELEASE));
+            type =
+                static_cast<std::uint8_t>(inputFirstEvent_ + (stroke.isPress ? XCB_INPUT_DEVICE_KEY_PRESS
+                                                                             : XCB_INPUT_DEVICE_KEY_RELEASE));
         xcb_test_fake_input(connection_.raw(), type, stroke.keycode, XCB_CURRENT_TIME, XCB_NONE, 0, 0,
                             isXtest ? 0 : static_cast<std::uint8_t>(device));
     }

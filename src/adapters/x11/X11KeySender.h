@@ -1,7 +1,7 @@
 #pragma once
 
 #include "adapters/x11/SyntheticKeyLedger.h"
-#include "adapters/x11/X11Connection.h"
+#include "adapters/x11/X11Keyboards.h"
 
 #include <vector>
 
@@ -10,8 +10,10 @@ namespace sonvale::adapters::x11 {
 /// Types on the keyboards of the session through XTEST, and keeps the ledger of it.
 class X11KeySender {
 public:
-    X11KeySender(X11Connection& connection, SyntheticKeyLedger& ledger)
+    X11KeySender(X11Connection& connection, const X11KeyboardExtensions& extensions,
+                 SyntheticKeyLedger& ledger)
         : connection_(connection)
+        , inputFirstEvent_(extensions.inputFirstEvent)
         , ledger_(ledger) {}
 
     /// Types on a keyboard of `keyboards`. The strokes are on their way when it returns; nothing is awaited.
@@ -19,6 +21,7 @@ public:
 
 private:
     X11Connection& connection_;
+    const std::uint8_t inputFirstEvent_;
     SyntheticKeyLedger& ledger_;
 };
 

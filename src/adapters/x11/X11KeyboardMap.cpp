@@ -57,8 +57,8 @@ X11KeyboardMap::Request X11KeyboardMap::request(X11Connection& connection) {
 
 std::optional<X11KeyboardMap> X11KeyboardMap::receive(X11Connection& connection, Request request,
                                                       double deadline) {
-    const auto reply = connection.replyTo<xcb_xkb_get_map_reply_t>(request.map, deadline);
-    const auto state = connection.replyTo<xcb_xkb_get_state_reply_t>(request.state, deadline);
+    const auto reply = connection.reply<xcb_xkb_get_map_reply_t>(request.map, deadline);
+    const auto state = connection.reply<xcb_xkb_get_state_reply_t>(request.state, deadline);
     if (!reply || !state)
         return std::nullopt;
     xcb_xkb_get_map_map_t map{};
@@ -210,11 +210,11 @@ void selectKeyboardChanges(X11Connection& connection) {
                           nullptr);
 }
 
-bool isKeyboardChange(const X11Connection& connection, const xcb_generic_event_t& event) {
+bool isKeyboardChange(const X11KeyboardExtensions& extensions, const xcb_generic_event_t& event) {
     const auto type = event.response_type & 0x7f;
     if (type == XCB_MAPPING_NOTIFY)
         return true;
-    if (type != connection.xkbFirstEvent())
+    if (type != extensions.xkbFirstEvent)
         return false;
     // All events of XKB have one number and keep their kind in the second byte.
     const auto kind = reinterpret_cast<const std::uint8_t*>(&event)[1];

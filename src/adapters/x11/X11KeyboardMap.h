@@ -1,6 +1,6 @@
 #pragma once
 
-#include "adapters/x11/X11Connection.h"
+#include "adapters/x11/X11Keyboards.h"
 
 #include <array>
 #include <cstdint>
@@ -89,6 +89,6 @@ private:
 void selectKeyboardChanges(X11Connection& connection);
 
 /// Whether the event tells that another keyboard is in use or that keys have got other meanings.
-bool isKeyboardChange(const X11Connection& connection, const xcb_generic_event_t& event);
+bool isKeyboardChange(const X11KeyboardExtensions& extensions, const xcb_generic_event_t& event);
 
 } // namespace sonvale::adapters::x11

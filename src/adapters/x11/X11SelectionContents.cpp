@@ -177,7 +177,7 @@ void X11SelectionContents::merge(X11SelectionContents later, const std::vector<s
     }
 }
 
-void X11SelectionContents::resolve(X11Client& client, double deadline) {
+void X11SelectionContents::resolve(X11Connection& connection, double deadline) {
     std::vector<std::string> names;
     for (const auto& item : items) {
         for (const auto& form : item) {
@@ -185,7 +185,7 @@ void X11SelectionContents::resolve(X11Client& client, double deadline) {
             names.push_back(form.encoding.empty() ? form.name : form.encoding);
         }
     }
-    const auto atoms = client.atoms(names, deadline);
+    const auto atoms = connection.atoms(names, deadline);
     auto atom = atoms.begin();
     for (auto& item : items) {
         for (auto& form : item) {
@@ -224,7 +224,7 @@ bool isPlainText(const std::string& name) {
 }
 
 std::string decodedText(const std::string& name, std::span<const std::byte> data) {
-    const auto text = textOf(data);
+    const auto text = asText(data);
     return name == "STRING" ? utf8FromLatin1(text) : base::repairedUtf8(text);
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "adapters/x11/X11Client.h"
+#include "adapters/x11/X11Connection.h"
 
 #include "platform/Pasteboard.h"
 
@@ -46,7 +46,7 @@ struct X11SelectionContents {
     void merge(X11SelectionContents later, const std::vector<std::string>& order);
 
     /// Fills in the atoms; forms whose names cannot be atoms are dropped.
-    void resolve(X11Client& client, double deadline);
+    void resolve(X11Connection& connection, double deadline);
 };
 
 /// Names of targets. They come from ICCCM 2.6.2 and from what GTK and Qt offer and ask for.

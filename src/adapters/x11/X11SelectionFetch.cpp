@@ -34,12 +34,12 @@ int urgency(const std::string& name) {
 
 } // namespace
 
-X11SelectionFetch::X11SelectionFetch(X11Client& client, const runtime::Clock& clock, Limits limits)
-    : client_(client)
+X11SelectionFetch::X11SelectionFetch(X11Connection& connection, const runtime::Clock& clock, Limits limits)
+    : connection_(connection)
     , clock_(clock)
     , limits_(limits) {
-    if (client_.isAlive())
-        targets_ = client_.atom("TARGETS", soon());
+    if (connection_.isAlive())
+        targets_ = connection_.atom("TARGETS", connection_.deadlineIn(serverSeconds));
 }
 
 void X11SelectionFetch::start(xcb_atom_t selection, xcb_timestamp_t time) {
@@ -66,7 +66,8 @@ void X11SelectionFetch::askForAll() {
 void X11SelectionFetch::askForAllNow() {
     if (stage_ == Stage::listing) {
         giveUpOnTransfers();
-        setWanted(client_.atoms({"UTF8_STRING", "text/html", "image/png", "STRING"}, soon()));
+        setWanted(connection_.atoms({"UTF8_STRING", "text/html", "image/png", "STRING"},
+                                    connection_.deadlineIn(serverSeconds)));
     }
     askForAll();
 }
@@ -126,7 +127,7 @@ std::vector<X11SelectionFetch::Arrived> X11SelectionFetch::takeArrived() {
     std::vector<xcb_atom_t> types;
     for (const auto& form : wanted_)
         types.push_back(form.state == State::arrived ? form.data.type : xcb_atom_t{XCB_ATOM_NONE});
-    const auto typeNames = client_.atomNames(types, soon());
+    const auto typeNames = connection_.atomNames(types, connection_.deadlineIn(serverSeconds));
 
     std::vector<Arrived> arrived;
     for (std::size_t place = 0; place < wanted_.size(); ++place) {
@@ -160,7 +161,7 @@ std::vector<std::string> X11SelectionFetch::missing() const {
 void X11SelectionFetch::ask(std::size_t place, xcb_atom_t target) {
     auto free = std::ranges::find_if(readers_, [](const auto& reader) { return !reader->isBusy(); });
     if (free == readers_.end()) {
-        readers_.push_back(std::make_unique<X11SelectionReader>(client_, clock_));
+        readers_.push_back(std::make_unique<X11SelectionReader>(connection_, clock_));
         free = std::prev(readers_.end());
     }
     askedAt_ = clock_.now();
@@ -211,7 +212,7 @@ void X11SelectionFetch::takeList(const std::optional<X11SelectionData>& list) {
     std::vector<xcb_atom_t> atoms;
     if (!list) {
         // The oldest programs know plain text and nothing else.
-        atoms = client_.atoms({"UTF8_STRING", "STRING"}, soon());
+        atoms = connection_.atoms({"UTF8_STRING", "STRING"}, connection_.deadlineIn(serverSeconds));
     } else if (list->format == 32) {
         atoms.resize(std::min(list->bytes.size() / sizeof(xcb_atom_t), maxTargets));
         std::memcpy(atoms.data(), list->bytes.data(), atoms.size() * sizeof(xcb_atom_t));
@@ -220,7 +221,7 @@ void X11SelectionFetch::takeList(const std::optional<X11SelectionData>& list) {
 }
 
 void X11SelectionFetch::setWanted(const std::vector<xcb_atom_t>& atoms) {
-    const auto names = client_.atomNames(atoms, soon());
+    const auto names = connection_.atomNames(atoms, connection_.deadlineIn(serverSeconds));
     const bool hasPng = std::ranges::find(names, "image/png") != names.end();
     for (std::size_t i = 0; i < atoms.size(); ++i) {
         const auto& name = names[i];
@@ -265,10 +266,6 @@ double X11SelectionFetch::lastActivity() const {
     for (const auto& transfer : transfers_)
         last = std::max(last, transfer.reader->lastActivity());
     return last;
-}
-
-double X11SelectionFetch::soon() const {
-    return clock_.now() + serverSeconds;
 }
 
 } // namespace sonvale::adapters::x11

@@ -30,7 +30,7 @@ public:
         platform::PasteboardItem::Representation representation;
     };
 
-    X11SelectionFetch(X11Client& client, const runtime::Clock& clock, Limits limits);
+    X11SelectionFetch(X11Connection& connection, const runtime::Clock& clock, Limits limits);
 
     /// Starts to fetch what the owner had at the server time `time`. Drops an earlier fetch.
     void start(xcb_atom_t selection, xcb_timestamp_t time);
@@ -88,9 +88,8 @@ private:
     void giveUpOnTransfers();
     void keepWithinMemory();
     double lastActivity() const;
-    double soon() const;
 
-    X11Client& client_;
+    X11Connection& connection_;
     const runtime::Clock& clock_;
     const Limits limits_;
     xcb_atom_t targets_ = XCB_ATOM_NONE;

@@ -14,18 +14,18 @@ constexpr int propertyCount = 8;
 
 } // namespace
 
-X11SelectionReader::X11SelectionReader(X11Client& client, const runtime::Clock& clock,
+X11SelectionReader::X11SelectionReader(X11Connection& connection, const runtime::Clock& clock,
                                        std::function<void(const xcb_generic_event_t&)> dispatch)
-    : client_(client)
+    : connection_(connection)
     , clock_(clock)
     , dispatch_(std::move(dispatch)) {
-    if (!client_.isAlive())
+    if (!connection_.isAlive())
         return;
-    window_ = client_.makeWindow();
+    window_ = connection_.makeWindow();
     std::vector<std::string> names = {"INCR"};
     for (int i = 0; i < propertyCount; ++i)
         names.push_back("_SONVALE_SELECTION_" + std::to_string(i));
-    properties_ = client_.atoms(names, clock_.now() + setUpSeconds);
+    properties_ = connection_.atoms(names, connection_.deadlineIn(setUpSeconds));
     incr_ = properties_.front();
     properties_.erase(properties_.begin());
 }
@@ -34,7 +34,7 @@ std::optional<X11SelectionData> X11SelectionReader::fetch(xcb_atom_t selection, 
                                                           xcb_timestamp_t time, double deadline) {
     begin(selection, target, time);
     while (isBusy()) {
-        const auto event = client_.waitForEvent(deadline);
+        const auto event = connection_.waitForEvent(deadline);
         if (!event)
             break;
         dispatch_(*event);
@@ -49,13 +49,13 @@ std::optional<X11SelectionData> X11SelectionReader::fetch(xcb_atom_t selection, 
 void X11SelectionReader::begin(xcb_atom_t selection, xcb_atom_t target, xcb_timestamp_t time) {
     data_ = {};
     stage_ = Stage::failed;
-    if (!client_.isAlive() || target == XCB_ATOM_NONE)
+    if (!connection_.isAlive() || target == XCB_ATOM_NONE)
         return;
     target_ = target;
     time_ = time;
     stage_ = Stage::asked;
-    xcb_convert_selection(client_.connection(), window_, selection, target, properties_[current_], time);
-    xcb_flush(client_.connection());
+    xcb_convert_selection(connection_.raw(), window_, selection, target, properties_[current_], time);
+    xcb_flush(connection_.raw());
 }
 
 std::optional<X11SelectionData> X11SelectionReader::take() {
@@ -70,9 +70,9 @@ void X11SelectionReader::abandon() {
     stage_ = Stage::failed;
     data_ = {};
     // What the owner has put there, and what it is still going to, is let through to its end.
-    xcb_delete_property(client_.connection(), window_, properties_[current_]);
+    xcb_delete_property(connection_.raw(), window_, properties_[current_]);
     current_ = (current_ + 1) % properties_.size();
-    xcb_flush(client_.connection());
+    xcb_flush(connection_.raw());
 }
 
 void X11SelectionReader::handle(const xcb_generic_event_t& event) {
@@ -88,8 +88,8 @@ void X11SelectionReader::handle(const xcb_generic_event_t& event) {
         if (change.window != window_ || change.state != XCB_PROPERTY_NEW_VALUE || !isOwnProperty(change.atom))
             break;
         if (change.atom != properties_[current_] || stage_ == Stage::idle) {
-            xcb_delete_property(client_.connection(), window_, change.atom);
-            xcb_flush(client_.connection());
+            xcb_delete_property(connection_.raw(), window_, change.atom);
+            xcb_flush(connection_.raw());
         } else if (stage_ == Stage::receiving) {
             takePiece();
         }
@@ -105,7 +105,7 @@ void X11SelectionReader::takeAnswer(const xcb_selection_notify_event_t& answer) 
                             (answer.property == properties_[current_] || answer.property == XCB_ATOM_NONE);
     if (!isAskedFor) {
         if (isOwnProperty(answer.property) && answer.property != properties_[current_])
-            xcb_delete_property(client_.connection(), window_, answer.property);
+            xcb_delete_property(connection_.raw(), window_, answer.property);
         return;
     }
     lastActivity_ = clock_.now();
@@ -113,7 +113,8 @@ void X11SelectionReader::takeAnswer(const xcb_selection_notify_event_t& answer) 
         stage_ = Stage::failed;
         return;
     }
-    const auto property = client_.property(window_, answer.property, true, clock_.now() + propertySeconds);
+    const auto property =
+        connection_.takeProperty(window_, answer.property, connection_.deadlineIn(propertySeconds));
     if (!property || property->type == XCB_ATOM_NONE) {
         stage_ = Stage::failed;
         return;
@@ -123,17 +124,17 @@ void X11SelectionReader::takeAnswer(const xcb_selection_notify_event_t& answer) 
         stage_ = Stage::receiving;
         return;
     }
-    data_ = {property->type, property->format, bytesOf(*property)};
+    data_ = {property->type, property->format, bytesOf(property)};
     stage_ = Stage::complete;
 }
 
 void X11SelectionReader::takePiece() {
     lastActivity_ = clock_.now();
     const auto piece =
-        client_.property(window_, properties_[current_], true, lastActivity_ + propertySeconds);
+        connection_.takeProperty(window_, properties_[current_], connection_.deadlineIn(propertySeconds));
     if (!piece || piece->type == XCB_ATOM_NONE)
         return;
-    const auto bytes = bytesOf(*piece);
+    const auto bytes = bytesOf(piece);
     if (data_.type == XCB_ATOM_NONE) {
         data_.type = piece->type;
         data_.format = piece->format;

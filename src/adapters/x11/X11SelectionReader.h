@@ -1,6 +1,6 @@
 #pragma once
 
-#include "adapters/x11/X11Client.h"
+#include "adapters/x11/X11Connection.h"
 
 #include <functional>
 #include <optional>
@@ -23,7 +23,7 @@ struct X11SelectionData {
 class X11SelectionReader {
 public:
     /// `dispatch` is needed by `fetch` only.
-    X11SelectionReader(X11Client& client, const runtime::Clock& clock,
+    X11SelectionReader(X11Connection& connection, const runtime::Clock& clock,
                        std::function<void(const xcb_generic_event_t&)> dispatch = {});
 
     /// Absent when the owner refuses, has none, or has not given it all at the deadline, and after `abandon`.
@@ -53,7 +53,7 @@ private:
     void takePiece();
     bool isOwnProperty(xcb_atom_t property) const;
 
-    X11Client& client_;
+    X11Connection& connection_;
     const runtime::Clock& clock_;
     std::function<void(const xcb_generic_event_t&)> dispatch_;
     xcb_window_t window_ = XCB_WINDOW_NONE;

@@ -20,14 +20,14 @@ bool isBefore(unsigned int earlier, unsigned int later) {
 
 } // namespace
 
-X11SelectionServer::X11SelectionServer(X11Client& client, const runtime::Clock& clock)
-    : client_(client)
+X11SelectionServer::X11SelectionServer(X11Connection& connection, const runtime::Clock& clock)
+    : connection_(connection)
     , clock_(clock) {
-    if (!client_.isAlive())
+    if (!connection_.isAlive())
         return;
     const auto atoms =
-        client_.atoms({"TARGETS", "MULTIPLE", "TIMESTAMP", "SAVE_TARGETS", "INCR", "NULL", "ATOM_PAIR"},
-                      clock_.now() + replySeconds);
+        connection_.atoms({"TARGETS", "MULTIPLE", "TIMESTAMP", "SAVE_TARGETS", "INCR", "NULL", "ATOM_PAIR"},
+                          connection_.deadlineIn(replySeconds));
     targets_ = atoms[0];
     multiple_ = atoms[1];
     timestamp_ = atoms[2];
@@ -36,7 +36,7 @@ X11SelectionServer::X11SelectionServer(X11Client& client, const runtime::Clock& 
     null_ = atoms[5];
     atomPair_ = atoms[6];
     // A request's own fields need some room beside the data.
-    const std::size_t longest = xcb_get_maximum_request_length(client_.connection()) * std::size_t{4};
+    const std::size_t longest = xcb_get_maximum_request_length(connection_.raw()) * std::size_t{4};
     chunkBytes_ = std::min(largestPiece, longest - 128) / 4 * 4;
 }
 
@@ -45,13 +45,11 @@ bool X11SelectionServer::claim(xcb_atom_t selection, ContentsPointer contents, d
         for (const auto& request : former.mapped().waiting)
             answer(request, XCB_ATOM_NONE);
     }
-    const auto time = client_.timestamp(deadline);
+    const auto time = connection_.timestamp(deadline);
     if (!time)
         return false;
-    const auto claim = xcb_set_selection_owner(client_.connection(), client_.window(), selection, *time);
-    const auto question = xcb_get_selection_owner(client_.connection(), selection);
-    const auto owner = client_.reply<xcb_get_selection_owner_reply_t>(question.sequence, deadline);
-    if (!owner || owner->owner != client_.window())
+    const auto claim = xcb_set_selection_owner(connection_.raw(), connection_.window(), selection, *time);
+    if (connection_.selectionOwner(selection, deadline) != connection_.window())
         return false;
 
     Offer offer;
@@ -100,7 +98,7 @@ void X11SelectionServer::update(xcb_atom_t selection, ContentsPointer contents) 
     offer.contents = std::move(contents);
     for (const auto& request : std::exchange(offer.waiting, {}))
         serve(offer, request);
-    xcb_flush(client_.connection());
+    xcb_flush(connection_.raw());
 }
 
 void X11SelectionServer::release(xcb_atom_t selection) {
@@ -110,14 +108,14 @@ void X11SelectionServer::release(xcb_atom_t selection) {
     // With the time of the claim the server passes this over when somebody else has taken the selection
     // since.
     const auto request =
-        xcb_set_selection_owner(client_.connection(), XCB_WINDOW_NONE, selection, entry->second.time);
+        xcb_set_selection_owner(connection_.raw(), XCB_WINDOW_NONE, selection, entry->second.time);
     releases_[selection] = request.sequence;
     // So that what others do afterwards is told with another number.
-    xcb_no_operation(client_.connection());
+    xcb_no_operation(connection_.raw());
     for (const auto& waiting : entry->second.waiting)
         answer(waiting, XCB_ATOM_NONE);
     offers_.erase(entry);
-    xcb_flush(client_.connection());
+    xcb_flush(connection_.raw());
 }
 
 X11SelectionServer::ContentsPointer X11SelectionServer::contents(xcb_atom_t selection) const {
@@ -222,10 +220,8 @@ bool X11SelectionServer::serveMultiple(const Offer& offer, const xcb_selection_r
                                        xcb_atom_t property) {
     if (request.property == XCB_ATOM_NONE)
         return false;
-    const auto list = client_.property(request.requestor, property, false, clock_.now() + replySeconds);
-    if (!list)
-        return false;
-    auto atoms = numbersOf(*list);
+    const auto list = connection_.property(request.requestor, property, connection_.deadlineIn(replySeconds));
+    auto atoms = numbersOf(list);
     if (atoms.empty() || atoms.size() % 2 != 0 || atoms.size() / 2 > mostPairs)
         return false;
     for (std::size_t i = 0; i < atoms.size(); i += 2) {
@@ -234,14 +230,14 @@ bool X11SelectionServer::serveMultiple(const Offer& offer, const xcb_selection_r
         if (!isDone)
             atoms[i + 1] = XCB_ATOM_NONE;
     }
-    xcb_change_property(client_.connection(), XCB_PROP_MODE_REPLACE, request.requestor, property, atomPair_,
-                        32, static_cast<std::uint32_t>(atoms.size()), atoms.data());
+    xcb_change_property(connection_.raw(), XCB_PROP_MODE_REPLACE, request.requestor, property, atomPair_, 32,
+                        static_cast<std::uint32_t>(atoms.size()), atoms.data());
     return true;
 }
 
 bool X11SelectionServer::convert(const Offer& offer, xcb_window_t requestor, xcb_atom_t target,
                                  xcb_atom_t property) {
-    auto* connection = client_.connection();
+    auto* connection = connection_.raw();
     if (target == targets_) {
         std::vector<xcb_atom_t> targets = {targets_, multiple_, timestamp_, saveTargets_};
         for (const auto content : offer.contents->targets())
@@ -284,8 +280,8 @@ void X11SelectionServer::answer(const xcb_selection_request_event_t& request, xc
     event.notify.selection = request.selection;
     event.notify.target = request.target;
     event.notify.property = property;
-    xcb_send_event(client_.connection(), 0, request.requestor, XCB_EVENT_MASK_NO_EVENT, event.bytes);
-    xcb_flush(client_.connection());
+    xcb_send_event(connection_.raw(), 0, request.requestor, XCB_EVENT_MASK_NO_EVENT, event.bytes);
+    xcb_flush(connection_.raw());
 }
 
 void X11SelectionServer::beginTransfer(xcb_window_t requestor, xcb_atom_t property,
@@ -293,10 +289,9 @@ void X11SelectionServer::beginTransfer(xcb_window_t requestor, xcb_atom_t proper
     std::erase_if(transfers_,
                   [&](const Transfer& t) { return t.requestor == requestor && t.property == property; });
     const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
-    xcb_change_window_attributes(client_.connection(), requestor, XCB_CW_EVENT_MASK, &mask);
+    xcb_change_window_attributes(connection_.raw(), requestor, XCB_CW_EVENT_MASK, &mask);
     const auto size = static_cast<std::uint32_t>(form.data->size());
-    xcb_change_property(client_.connection(), XCB_PROP_MODE_REPLACE, requestor, property, incr_, 32, 1,
-                        &size);
+    xcb_change_property(connection_.raw(), XCB_PROP_MODE_REPLACE, requestor, property, incr_, 32, 1, &size);
     transfers_.push_back({requestor, property, form, 0, clock_.now() + stalledTransferSeconds});
 }
 
@@ -308,10 +303,10 @@ void X11SelectionServer::continueTransfer(xcb_window_t requestor, xcb_atom_t pro
     const auto& form = transfer->form;
     const auto size = std::min(chunkBytes_, form.data->size() - transfer->sent);
     // The piece of no bytes after the last one tells the end.
-    xcb_change_property(client_.connection(), XCB_PROP_MODE_REPLACE, requestor, property, form.type,
-                        form.format, static_cast<std::uint32_t>(size / (form.format / 8u)),
+    xcb_change_property(connection_.raw(), XCB_PROP_MODE_REPLACE, requestor, property, form.type, form.format,
+                        static_cast<std::uint32_t>(size / (form.format / 8u)),
                         form.data->data() + transfer->sent);
-    xcb_flush(client_.connection());
+    xcb_flush(connection_.raw());
     transfer->sent += size;
     transfer->deadline = clock_.now() + stalledTransferSeconds;
     if (size > 0)
@@ -324,7 +319,7 @@ void X11SelectionServer::continueTransfer(xcb_window_t requestor, xcb_atom_t pro
 void X11SelectionServer::endTransfersTo(xcb_window_t requestor) {
     std::erase_if(transfers_, [&](const Transfer& t) { return t.requestor == requestor; });
     const std::uint32_t mask = XCB_EVENT_MASK_NO_EVENT;
-    xcb_change_window_attributes(client_.connection(), requestor, XCB_CW_EVENT_MASK, &mask);
+    xcb_change_window_attributes(connection_.raw(), requestor, XCB_CW_EVENT_MASK, &mask);
 }
 
 void X11SelectionServer::lose(const xcb_selection_clear_event_t& event) {

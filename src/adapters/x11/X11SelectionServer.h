@@ -15,7 +15,7 @@ class X11SelectionServer {
 public:
     using ContentsPointer = std::shared_ptr<const X11SelectionContents>;
 
-    X11SelectionServer(X11Client& client, const runtime::Clock& clock);
+    X11SelectionServer(X11Connection& connection, const runtime::Clock& clock);
 
     /// Takes the selection for these contents. False when the server does not let it.
     bool claim(xcb_atom_t selection, ContentsPointer contents, double deadline);
@@ -80,7 +80,7 @@ private:
     void endTransfersTo(xcb_window_t requestor);
     void lose(const xcb_selection_clear_event_t& event);
 
-    X11Client& client_;
+    X11Connection& connection_;
     const runtime::Clock& clock_;
     std::map<xcb_atom_t, Offer> offers_;
     std::map<xcb_atom_t, unsigned int> releases_; ///< sequence numbers of the requests

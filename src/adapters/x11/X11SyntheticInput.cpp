@@ -31,24 +31,14 @@ constexpr KeyChord controlShiftC{XK_c, 54, platform::modifier::control | platfor
 constexpr KeyChord controlZ{XK_z, 52, platform::modifier::control, false};
 constexpr KeyChord controlUnderscore{XK_underscore, 20, platform::modifier::control, true};
 
-/// The class of the window's program; empty when the window has none.
-std::string windowClass(X11Connection& connection, xcb_window_t window, double deadline) {
-    const auto reply = connection.reply<xcb_get_property_reply_t>(
-        xcb_get_property(connection.raw(), 0, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 256), deadline);
-    return windowClassIn(reply.get());
-}
-
-bool isDown(const xcb_query_keymap_reply_t& keys, unsigned int keycode) {
-    return (keys.keys[keycode / 8] & (1u << (keycode % 8))) != 0;
-}
-
 } // namespace
 
 X11SyntheticInput::X11SyntheticInput(const runtime::Clock& clock, std::shared_ptr<SyntheticKeyLedger> ledger,
                                      std::function<void()> offerPrimary, const std::string& displayName)
     : ledger_(std::move(ledger))
     , offerPrimary_(std::move(offerPrimary))
-    , connection_(X11Connection::open(displayName, clock)) {}
+    , connection_(displayName, clock)
+    , extensions_(useKeyboardExtensions(connection_)) {}
 
 struct X11SyntheticInput::Situation {
     X11Keyboards keyboards;
@@ -61,8 +51,8 @@ struct X11SyntheticInput::Situation {
 void X11SyntheticInput::pressPaste() {
     if (!isUsable())
         return;
-    const auto& clock = connection_->clock();
-    double deadline = clock.now() + maxPressSeconds;
+    const auto& clock = connection_.clock();
+    double deadline = connection_.deadlineIn(maxPressSeconds);
     const auto situation = look(deadline);
     if (!situation)
         return;
@@ -85,7 +75,7 @@ void X11SyntheticInput::pressPaste() {
 void X11SyntheticInput::pressCopy() {
     if (!isUsable())
         return;
-    const double deadline = connection_->clock().now() + maxPressSeconds;
+    const double deadline = connection_.deadlineIn(maxPressSeconds);
     const auto situation = look(deadline);
     if (!situation)
         return;
@@ -105,7 +95,7 @@ void X11SyntheticInput::pressCopy() {
 void X11SyntheticInput::pressUndo() {
     if (!isUsable())
         return;
-    const double deadline = connection_->clock().now() + maxPressSeconds;
+    const double deadline = connection_.deadlineIn(maxPressSeconds);
     const auto situation = look(deadline);
     if (!situation)
         return;
@@ -126,32 +116,30 @@ void X11SyntheticInput::pressUndo() {
 
 std::optional<X11SyntheticInput::Situation> X11SyntheticInput::look(double deadline) {
     // Nothing on this connection asks for events; what comes anyway (errors) must not pile up.
-    while (auto* event = xcb_poll_for_event(connection_->raw()))
-        std::free(event);
+    while (connection_.takeEvent()) {
+    }
 
     // All at once: on a busy machine each turn to the server costs milliseconds.
-    auto* raw = connection_->raw();
-    const auto keyboardsRequest = requestKeyboards(*connection_);
-    const auto mapRequest = X11KeyboardMap::request(*connection_);
+    auto* raw = connection_.raw();
+    const auto keyboardsRequest = requestKeyboards(connection_);
+    const auto mapRequest = X11KeyboardMap::request(connection_);
     const auto keysRequest = xcb_query_keymap(raw);
     const auto focusRequest = xcb_get_input_focus(raw);
-    const auto pointerRequest = xcb_query_pointer(raw, connection_->root());
-    auto keyboards = receiveKeyboards(*connection_, keyboardsRequest, deadline);
-    auto map = X11KeyboardMap::receive(*connection_, mapRequest, deadline);
-    const auto keys = connection_->reply<xcb_query_keymap_reply_t>(keysRequest, deadline);
-    const auto focus = connection_->reply<xcb_get_input_focus_reply_t>(focusRequest, deadline);
-    const auto pointer = connection_->reply<xcb_query_pointer_reply_t>(pointerRequest, deadline);
+    const auto pointerRequest = xcb_query_pointer(raw, connection_.root());
+    auto keyboards = receiveKeyboards(connection_, keyboardsRequest, deadline);
+    auto map = X11KeyboardMap::receive(connection_, mapRequest, deadline);
+    const auto keys = connection_.reply<xcb_query_keymap_reply_t>(keysRequest, deadline);
+    const auto focus = connection_.reply<xcb_get_input_focus_reply_t>(focusRequest, deadline);
+    const auto pointer = connection_.reply<xcb_query_pointer_reply_t>(pointerRequest, deadline);
     // A server that does not answer now would get the keys later, at a moment when nobody expects them.
     if (!keyboards || !map || !keys || !focus || !pointer) {
         base::Logger("SyntheticInput").error("The X server does not answer: no key was pressed");
         return std::nullopt;
     }
 
-    Situation situation{std::move(*keyboards), std::move(*map), {}, XCB_WINDOW_NONE, {}};
-    for (unsigned int keycode = 0; keycode < situation.down.size(); ++keycode)
-        situation.down.set(keycode, isDown(*keys, keycode));
+    Situation situation{std::move(*keyboards), std::move(*map), keysDownIn(*keys), XCB_WINDOW_NONE, {}};
     // Where no window has the focus, and nobody manages it, the one under the pointer gets the keys.
-    const bool hasWindow = focus->focus > XCB_INPUT_FOCUS_POINTER_ROOT && focus->focus != connection_->root();
+    const bool hasWindow = focus->focus > XCB_INPUT_FOCUS_POINTER_ROOT && focus->focus != connection_.root();
     situation.window = hasWindow ? focus->focus : pointer->child;
     situation.windowClass = classOf(situation.window, deadline);
     return situation;
@@ -160,10 +148,10 @@ std::optional<X11SyntheticInput::Situation> X11SyntheticInput::look(double deadl
 std::string X11SyntheticInput::classOf(xcb_window_t window, double deadline) {
     // The focus is often on a window inside the program's own, the class always on that.
     constexpr int deepest = 16;
-    for (int depth = 0; depth < deepest && window != XCB_NONE && window != connection_->root(); ++depth) {
-        const auto treeRequest = xcb_query_tree(connection_->raw(), window);
-        auto name = windowClass(*connection_, window, deadline);
-        const auto tree = connection_->reply<xcb_query_tree_reply_t>(treeRequest, deadline);
+    for (int depth = 0; depth < deepest && window != XCB_NONE && window != connection_.root(); ++depth) {
+        const auto treeRequest = xcb_query_tree(connection_.raw(), window);
+        auto name = windowClassOf(connection_, window, deadline).name;
+        const auto tree = connection_.reply<xcb_query_tree_reply_t>(treeRequest, deadline);
         if (!name.empty())
             return name;
         window = tree ? tree->parent : XCB_NONE;
@@ -172,9 +160,8 @@ std::string X11SyntheticInput::classOf(xcb_window_t window, double deadline) {
 }
 
 bool X11SyntheticInput::hasMarkedText(const Situation& situation, double deadline) {
-    const auto owner = connection_->reply<xcb_get_selection_owner_reply_t>(
-        xcb_get_selection_owner(connection_->raw(), XCB_ATOM_PRIMARY), deadline);
-    return owner && isSameClient(connection_->raw(), owner->owner, situation.window);
+    const auto owner = connection_.selectionOwner(XCB_ATOM_PRIMARY, deadline);
+    return owner && isSameClient(connection_, *owner, situation.window);
 }
 
 void X11SyntheticInput::press(const KeyChord& chord, const Situation& situation, double deadline) {
@@ -184,9 +171,10 @@ void X11SyntheticInput::press(const KeyChord& chord, const Situation& situation,
     // server reports it and sends it to no window, because the key is not down.
     if (const auto marker = situation.map.markerKeycode())
         strokes.insert(strokes.begin(), {*marker, false});
-    X11KeySender(*connection_, *ledger_).send(situation.keyboards, situation.keyboards.xtest, strokes);
+    X11KeySender(connection_, *extensions_, *ledger_)
+        .send(situation.keyboards, situation.keyboards.xtest, strokes);
     rouseUserKeyboard(situation);
-    connection_->synchronize(deadline);
+    connection_.synchronize(deadline);
 }
 
 void X11SyntheticInput::rouseUserKeyboard(const Situation& situation) {
@@ -199,7 +187,7 @@ void X11SyntheticInput::rouseUserKeyboard(const Situation& situation) {
     if (!keyboards.isHardware(device))
         device = keyboards.hardware.empty() ? 0 : keyboards.hardware.front();
     if (const auto unused = situation.map.unusedKeycode())
-        X11KeySender(*connection_, *ledger_).send(keyboards, device, {{*unused, false}});
+        X11KeySender(connection_, *extensions_, *ledger_).send(keyboards, device, {{*unused, false}});
 }
 
 } // namespace sonvale::adapters::x11

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "adapters/x11/SyntheticKeyLedger.h"
-#include "adapters/x11/X11Connection.h"
+#include "adapters/x11/X11Keyboards.h"
 
 #include "platform/SyntheticInput.h"
 
@@ -31,7 +31,7 @@ public:
                       std::function<void()> offerPrimary, const std::string& displayName = {});
 
     /// Whether keys can be sent at all.
-    bool isUsable() const { return connection_ && !connection_->isBroken(); }
+    bool isUsable() const { return extensions_ && connection_.isAlive(); }
 
     void pressPaste() override;
     void pressCopy() override;
@@ -49,7 +49,8 @@ private:
 
     const std::shared_ptr<SyntheticKeyLedger> ledger_;
     const std::function<void()> offerPrimary_;
-    const std::unique_ptr<X11Connection> connection_;
+    X11Connection connection_;
+    const std::optional<X11KeyboardExtensions> extensions_; ///< absent if no key can be sent
 };
 
 } // namespace sonvale::adapters::x11

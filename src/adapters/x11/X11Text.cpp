@@ -46,7 +46,7 @@ std::string utf8FromLatin1(std::string_view text) {
     return utf8;
 }
 
-std::string_view textOf(std::span<const std::byte> bytes) {
+std::string_view asText(std::span<const std::byte> bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 

@@ -14,6 +14,6 @@ std::optional<std::string> latin1FromUtf8(std::string_view text);
 
 std::string utf8FromLatin1(std::string_view text);
 
-std::string_view textOf(std::span<const std::byte> bytes);
+std::string_view asText(std::span<const std::byte> bytes);
 
 } // namespace sonvale::adapters::x11

@@ -1,16 +1,14 @@
 #include "adapters/x11/X11Windows.h"
 
-#include <algorithm>
-#include <string_view>
+#include <vector>
 
 namespace sonvale::adapters::x11 {
 
 namespace {
 
-std::optional<std::uint32_t> firstNumber(X11Client& client, xcb_window_t window, const char* name,
+std::optional<std::uint32_t> firstNumber(X11Connection& connection, xcb_window_t window, const char* name,
                                          double deadline) {
-    const auto property = client.property(window, client.atom(name, deadline), false, deadline);
-    const auto numbers = property ? numbersOf(*property) : std::vector<std::uint32_t>();
+    const auto numbers = numbersOf(connection.property(window, connection.atom(name, deadline), deadline));
     if (numbers.empty() || numbers.front() == 0)
         return std::nullopt;
     return numbers.front();
@@ -18,30 +16,32 @@ std::optional<std::uint32_t> firstNumber(X11Client& client, xcb_window_t window,
 
 } // namespace
 
-std::optional<xcb_window_t> activeWindow(X11Client& client, double deadline) {
-    return firstNumber(client, client.root(), "_NET_ACTIVE_WINDOW", deadline);
+std::optional<xcb_window_t> activeWindow(X11Connection& connection, double deadline) {
+    return firstNumber(connection, connection.root(), "_NET_ACTIVE_WINDOW", deadline);
 }
 
-std::optional<std::int32_t> processOf(X11Client& client, xcb_window_t window, double deadline) {
-    const auto number = firstNumber(client, window, "_NET_WM_PID", deadline);
+std::optional<std::int32_t> processOf(X11Connection& connection, xcb_window_t window, double deadline) {
+    const auto number = firstNumber(connection, window, "_NET_WM_PID", deadline);
     return number ? std::optional(static_cast<std::int32_t>(*number)) : std::nullopt;
 }
 
-std::string windowClassIn(const xcb_get_property_reply_t* property) {
-    if (!property || property->format != 8)
-        return {};
-    // Two strings, each with its end: the instance and the class.
-    std::string_view names(static_cast<const char*>(xcb_get_property_value(property)),
-                           static_cast<std::size_t>(xcb_get_property_value_length(property)));
-    names.remove_prefix(std::min(names.find('\0'), names.size()));
-    if (!names.empty())
-        names.remove_prefix(1);
-    return std::string(names.substr(0, names.find('\0')));
+WindowClass windowClassIn(const XcbProperty& property) {
+    // Each name ends with a zero byte.
+    const auto names = textOf(property);
+    const auto end = names.find('\0');
+    if (end == std::string::npos)
+        return {names, {}};
+    const auto name = names.substr(end + 1);
+    return {names.substr(0, end), name.substr(0, name.find('\0'))};
 }
 
-bool isSameClient(xcb_connection_t* connection, xcb_window_t one, xcb_window_t other) {
+WindowClass windowClassOf(X11Connection& connection, xcb_window_t window, double deadline) {
+    return windowClassIn(connection.property(window, XCB_ATOM_WM_CLASS, deadline));
+}
+
+bool isSameClient(const X11Connection& connection, xcb_window_t one, xcb_window_t other) {
     // The server marks each client's resources by the bits outside of this mask, which is one for all.
-    const auto mask = xcb_get_setup(connection)->resource_id_mask;
+    const auto mask = xcb_get_setup(connection.raw())->resource_id_mask;
     return one != XCB_WINDOW_NONE && (one & ~mask) == (other & ~mask);
 }
 

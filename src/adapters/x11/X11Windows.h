@@ -1,6 +1,6 @@
 #pragma once
 
-#include "adapters/x11/X11Client.h"
+#include "adapters/x11/X11Connection.h"
 
 #include <cstdint>
 #include <optional>
@@ -10,15 +10,22 @@ namespace sonvale::adapters::x11 {
 
 /// The window that the user works in, as the window manager tells it (EWMH: _NET_ACTIVE_WINDOW); absent when
 /// there is none, and when nobody tells in time.
-std::optional<xcb_window_t> activeWindow(X11Client& client, double deadline);
+std::optional<xcb_window_t> activeWindow(X11Connection& connection, double deadline);
 
 /// The process that a top-level window belongs to, as its program says (EWMH: _NET_WM_PID).
-std::optional<std::int32_t> processOf(X11Client& client, xcb_window_t window, double deadline);
+std::optional<std::int32_t> processOf(X11Connection& connection, xcb_window_t window, double deadline);
 
-/// The class of WM_CLASS (ICCCM 4.1.2.5) in the bytes of that property; empty when there is none.
-std::string windowClassIn(const xcb_get_property_reply_t* property);
+/// The two names of a program in WM_CLASS (ICCCM 4.1.2.5), as the program wrote them.
+struct WindowClass {
+    std::string instance;
+    std::string name;
+};
+/// Returns the names in that property, empty where there is none.
+WindowClass windowClassIn(const XcbProperty& property);
+/// Reads the names of a window. Empty if it has none, and if the server does not answer.
+WindowClass windowClassOf(X11Connection& connection, xcb_window_t window, double deadline);
 
 /// Whether both were made through one connection to the server, and so by one program.
-bool isSameClient(xcb_connection_t* connection, xcb_window_t one, xcb_window_t other);
+bool isSameClient(const X11Connection& connection, xcb_window_t one, xcb_window_t other);
 
 } // namespace sonvale::adapters::x11

@@ -3,13 +3,11 @@
 #include "adapters/freedesktop/BundleIdentifiers.h"
 #include "adapters/posix/AccountName.h"
 #include "adapters/posix/BrokenPipeGuard.h"
-#include "adapters/x11/X11Client.h"
-#include "adapters/x11/X11Text.h"
+#include "adapters/x11/X11Connection.h"
 #include "adapters/x11/X11Windows.h"
 
 #include "base/Text.h"
 
-#include <array>
 #include <utility>
 
 namespace sonvale::adapters::x11 {
@@ -19,23 +17,6 @@ namespace {
 /// For all questions together; the main actor waits for them.
 constexpr double answerSeconds = 0.2;
 
-/// The text of a property of bytes; empty when there is none.
-std::string textIn(const xcb_get_property_reply_t* property) {
-    if (!property || property->format != 8)
-        return {};
-    const auto bytes = bytesOf(*property);
-    return std::string(textOf(std::span<const std::byte>(bytes)));
-}
-
-/// The two strings of WM_CLASS, each ended by a zero byte.
-std::pair<std::string, std::string> partsOfClass(const std::string& value) {
-    const auto end = value.find('\0');
-    if (end == std::string::npos)
-        return {value, {}};
-    const auto className = value.substr(end + 1);
-    return {value.substr(0, end), className.substr(0, className.find('\0'))};
-}
-
 } // namespace
 
 X11Workspace::X11Workspace(const runtime::Clock& clock, const std::string& displayName,
@@ -43,49 +24,41 @@ X11Workspace::X11Workspace(const runtime::Clock& clock, const std::string& displ
     : clock_(clock)
     , opener_(std::move(environment)) {
     const posix::BrokenPipeGuard guard;
-    client_ = std::make_unique<X11Client>(displayName, clock);
+    connection_ = std::make_unique<X11Connection>(displayName, clock);
 }
 
 X11Workspace::~X11Workspace() = default;
 
 std::optional<platform::FrontApplication> X11Workspace::frontmostApplication() {
-    if (!client_->isAlive())
+    if (!connection_->isAlive())
         return std::nullopt;
     const posix::BrokenPipeGuard guard;
     const double deadline = clock_.now() + answerSeconds;
-    const auto atoms = client_->atoms({"_NET_WM_PID"}, deadline);
-
-    const auto window = activeWindow(*client_, deadline);
+    const auto processName = connection_->atom("_NET_WM_PID", deadline);
+    const auto window = activeWindow(*connection_, deadline);
     if (!window)
         return std::nullopt;
 
-    // All asked at once: one round trip, and one state of the window.
-    const auto ask = [&](xcb_atom_t property) {
-        return xcb_get_property(client_->connection(), 0, *window, property, XCB_GET_PROPERTY_TYPE_ANY, 0,
-                                4096)
-            .sequence;
-    };
-    const unsigned int questions[] = {ask(XCB_ATOM_WM_CLASS), ask(atoms[0])};
-    std::array<XcbPointer<xcb_get_property_reply_t>, 2> answers;
-    for (std::size_t i = 0; i < answers.size(); ++i)
-        answers[i] = client_->reply<xcb_get_property_reply_t>(questions[i], deadline);
-    // Nothing is left in the queue to grow: the answers' neighbours are errors of windows that went away.
-    while (client_->takeEvent()) {
+    // Both are asked for at once: one round trip, and one state of the window.
+    const auto classRequest = connection_->requestProperty(*window, XCB_ATOM_WM_CLASS);
+    const auto processRequest = connection_->requestProperty(*window, processName);
+    const auto classProperty = connection_->reply<xcb_get_property_reply_t>(classRequest, deadline);
+    const auto processProperty = connection_->reply<xcb_get_property_reply_t>(processRequest, deadline);
+    // Events must not pile up: they are only errors about windows that were destroyed.
+    while (connection_->takeEvent()) {
     }
-    const auto& [windowClass, processId] = answers;
-    if (!windowClass)
+    if (!classProperty)
         return std::nullopt;
 
     platform::FrontApplication application;
-    const auto [rawInstance, rawClass] = partsOfClass(textIn(windowClass.get()));
-    const auto instance = base::repairedUtf8(rawInstance);
-    const auto className = base::repairedUtf8(rawClass);
+    const auto windowClass = windowClassIn(classProperty);
+    const auto instance = base::repairedUtf8(windowClass.instance);
+    const auto className = base::repairedUtf8(windowClass.name);
     application.bundleIdentifier = freedesktop::bundleIdentifier(instance, className);
     // The window's title names what is open in it.
     if (const auto& name = className.empty() ? instance : className; !name.empty())
         application.localizedName = name;
-    const auto numbers = processId ? numbersOf(*processId) : std::vector<std::uint32_t>();
-    if (!numbers.empty())
+    if (const auto numbers = numbersOf(processProperty); !numbers.empty())
         application.processIdentifier = static_cast<std::int32_t>(numbers.front());
     return application;
 }

@@ -10,7 +10,7 @@
 
 namespace sonvale::adapters::x11 {
 
-class X11Client;
+class X11Connection;
 
 /// The front application as the window manager tells it (EWMH: _NET_ACTIVE_WINDOW, _NET_WM_PID; ICCCM:
 /// WM_CLASS). Its name is the class of WM_CLASS, which programs do not translate; the window's title is never
@@ -31,7 +31,7 @@ public:
 
 private:
     const runtime::Clock& clock_;
-    std::unique_ptr<X11Client> client_;
+    std::unique_ptr<X11Connection> connection_;
     const freedesktop::UrlOpener opener_;
 };
 
