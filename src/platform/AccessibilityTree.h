@@ -5,7 +5,7 @@
 
 namespace sonvale::platform {
 
-/// The right to act in other applications, and what they expose. Main actor.
+/// The permission to act in other applications, and what those expose. Main actor.
 class AccessibilityTree {
 public:
     AccessibilityTree() = default;
@@ -13,18 +13,17 @@ public:
     AccessibilityTree& operator=(const AccessibilityTree&) = delete;
     virtual ~AccessibilityTree() = default;
 
-    /// Whether this program may press keys in others and use the clipboard for them (macOS: the Accessibility
-    /// grant; X11: XTEST and the selections are usable). A few milliseconds.
+    /// Returns whether this program may press keys in other programs and use the clipboard for them (macOS:
+    /// the Accessibility permission; X11: XTEST and the selections are usable). Needs a few milliseconds.
     virtual bool isTrusted() = 0;
 
-    /// As `isTrusted()`, and when the right is missing the system tells the user how to give it, where it has
-    /// a prompt for that; returns without waiting for the user. On X11 nobody can give it: the log says what
-    /// is missing.
+    /// As `isTrusted()`. If the permission is missing and the system has a prompt for it, the system shows
+    /// the prompt; the call does not wait for the user. X11 has no prompt: the log says what is missing.
     virtual bool isTrustedWithPrompt() = 0;
 
-    /// The text that is selected in the element that has the keyboard focus in the front application, as it
-    /// stands; absent when nothing is selected and when the application does not tell. It asks another
-    /// program, and waits a tenth of a second for it at most, whatever that program does.
+    /// Returns the text that is selected in the focused element of the front application, unchanged. Returns
+    /// nullopt if nothing is selected or if the application does not say. Asks another program, and waits for
+    /// it for up to a tenth of a second.
     virtual std::optional<std::string> selectedText() = 0;
 };
 

@@ -4,13 +4,13 @@
 
 namespace sonvale::platform {
 
-/// How the program stands in the desktop.
+/// How the desktop lists the program.
 enum class ActivationPolicy {
-    regular,   ///< its windows have a place in the dock or taskbar
-    accessory, ///< it is reached by its menu only
+    regular,   ///< its windows are in the dock or taskbar
+    accessory, ///< only its menu is shown
 };
 
-/// The program as the desktop sees it. Main actor.
+/// The program in the desktop. Main actor.
 class Application {
 public:
     Application() = default;
@@ -18,14 +18,14 @@ public:
     Application& operator=(const Application&) = delete;
     virtual ~Application() = default;
 
-    /// Holds for the windows that are open and for those to come.
+    /// Applies to the open windows and to later ones.
     virtual void setActivationPolicy(ActivationPolicy policy) = 0;
 
-    /// Shows the program's window with exactly this title in front of the others, with the keyboard; false
-    /// when it has none.
+    /// Shows the program's window with exactly this title in front of the others and gives it the keyboard.
+    /// Returns false if there is no such window.
     virtual bool makeKeyAndOrderFront(const std::string& windowTitle) = 0;
 
-    /// Ends the program by the platform's normal quit.
+    /// Quits the program in the platform's normal way.
     virtual void terminate() = 0;
 };
 

@@ -8,7 +8,7 @@
 
 namespace sonvale::platform {
 
-/// A file that cannot be made, written, read or decoded. `what()` is fit for the user.
+/// A file that cannot be created, written, read or decoded. `what()` is fit for the user.
 class AudioFileError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -16,7 +16,7 @@ public:
 
 /// A compressed file that is being recorded: AAC in an MPEG-4 container (.m4a), mode 0600.
 ///
-/// Destroying it does what `close()` does and drops its error.
+/// The destructor closes it and ignores the error.
 class AudioFileWriter {
 public:
     AudioFileWriter() = default;
@@ -24,18 +24,19 @@ public:
     AudioFileWriter& operator=(const AudioFileWriter&) = delete;
     virtual ~AudioFileWriter() = default;
 
-    /// Takes a buffer of the file's format; it is encoded elsewhere, in order. Does not block and does not
-    /// copy the samples: the caller must not change them before `close()`. One thread at a time. An error may
-    /// cost what is written meanwhile, and is kept for `close()`; the file goes on with what comes later.
+    /// Adds a buffer of the file's format. It is encoded on another thread, in order. Does not block and does
+    /// not copy the samples: the caller must not change them before `close()`. One thread at a time. After an
+    /// error, buffers may be lost; the first error is kept for `close()`, and the file continues with later
+    /// buffers.
     virtual void write(PcmBufferPtr buffer) = 0;
 
-    /// Encodes what is left and finishes the container; every frame that was written is then in the file.
-    /// Blocks for some milliseconds (10 s at most). Throws the first `AudioFileError` that cost audio; what
-    /// the file has can be read then too. A second call does nothing.
+    /// Encodes the rest and finishes the container. Every frame that was written is then in the file. Blocks
+    /// for some milliseconds, and for up to 10 s. Throws the first `AudioFileError` that lost audio; the rest
+    /// of the file can still be read. A second call does nothing.
     virtual void close() = 0;
 };
 
-/// Makes and reads audio files. Any thread.
+/// Creates and reads audio files. Any thread.
 class AudioFiles {
 public:
     AudioFiles() = default;
@@ -43,14 +44,14 @@ public:
     AudioFiles& operator=(const AudioFiles&) = delete;
     virtual ~AudioFiles() = default;
 
-    /// Makes a new file of the given format (encoder quality "high", 96 on a scale to 127). Throws
-    /// `AudioFileError`, with no file left behind.
+    /// Creates a file of the given format (encoder quality "high", 96 on a scale to 127). Throws
+    /// `AudioFileError` and then leaves no file.
     virtual std::unique_ptr<AudioFileWriter> create(const std::filesystem::path& path,
                                                     const AudioFormat& format) = 0;
 
-    /// Decodes a whole file into one buffer of the given rate and channel count (channels are averaged into
-    /// one). Blocks, about half a millisecond for a second of audio. A file without a single frame gives an
-    /// empty buffer. Throws `AudioFileError`.
+    /// Decodes a whole file into one buffer of the given rate and channel count; channels are averaged into
+    /// one. Blocks for about half a millisecond per second of audio. A file without a frame gives an empty
+    /// buffer. Throws `AudioFileError`.
     virtual PcmBufferPtr read(const std::filesystem::path& path, const AudioFormat& format) = 0;
 };
 

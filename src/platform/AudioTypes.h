@@ -8,17 +8,17 @@
 
 namespace sonvale::platform {
 
-/// Shape of uncompressed audio: 32-bit float samples, one plane for each channel.
+/// The format of uncompressed audio: 32-bit float samples, one plane per channel.
 struct AudioFormat {
     double sampleRate = 0;          ///< frames a second
-    std::uint32_t channelCount = 0; ///< 0: there is no audio
+    std::uint32_t channelCount = 0; ///< 0 if there is no audio
     bool operator==(const AudioFormat&) const = default;
 };
 
 /// A piece of audio. Each channel is one contiguous run of `frameLength()` samples between -1 and 1.
 class PcmBuffer {
 public:
-    /// Silence of `frames` frames.
+    /// Makes `frames` frames of silence.
     PcmBuffer(AudioFormat format, std::size_t frames)
         : format_(format)
         , frames_(frames)
@@ -33,7 +33,7 @@ public:
         return std::span(samples_).subspan(index * frames_, frames_);
     }
 
-    /// Overwrites every sample of every channel with zero, in a way that the compiler keeps.
+    /// Overwrites every sample of every channel with zero, in a way that the compiler does not remove.
     void wipe() {
         for (volatile float& sample : samples_)
             sample = 0;

@@ -5,18 +5,17 @@
 
 namespace sonvale::platform {
 
-/// Raw values are those of the system's own interface.
+/// The raw values are given by the system's own interface.
 enum class CaptureStatus { notDetermined = 0, restricted = 1, denied = 2, authorized = 3 };
 
-/// Four-character codes, as the system's own interface has them.
+/// Four-character codes, given by the system's own interface.
 enum class RecordPermission : std::uint32_t {
     undetermined = 0x756E6474, ///< "undt"
     denied = 0x64656E79,       ///< "deny"
     granted = 0x67726E74,      ///< "grnt"
 };
 
-/// Whether the microphone may be used. Any thread; some milliseconds, 2 s at most when the sound server
-/// hangs.
+/// The permission to use the microphone. Any thread; some milliseconds, up to 2 s if the sound server hangs.
 class CaptureAuthorization {
 public:
     CaptureAuthorization() = default;
@@ -24,17 +23,17 @@ public:
     CaptureAuthorization& operator=(const CaptureAuthorization&) = delete;
     virtual ~CaptureAuthorization() = default;
 
-    /// On Linux: authorised with at least one real input, not determined with a server and none (and without
-    /// a server), denied when the server refuses this program.
+    /// Returns the permission. On Linux it is authorized if there is a real input, not determined if there is
+    /// no input or no server, and denied if the server refuses this program.
     virtual CaptureStatus status() = 0;
 
-    /// The system's second record of the same grant, which may know of it before `status()` does. On Linux
-    /// there is none: always undetermined.
+    /// Returns the system's second record of the same permission, which may be updated before `status()`. On
+    /// Linux there is none: always undetermined.
     virtual RecordPermission recordPermission() = 0;
 
-    /// Asks the user for the microphone, where the system has a prompt for that; `answer` is called once, on
-    /// any thread, possibly inside this call. On Linux nobody is asked: the answer is whether `status()` is
-    /// authorised now, and it comes inside this call.
+    /// Asks the user for the microphone if the system has a prompt for it. `answer` is called once, on any
+    /// thread, possibly inside this call. Linux has no prompt: the answer comes inside this call and says
+    /// whether `status()` is authorized now.
     virtual void requestRecordPermission(std::function<void(bool isGranted)> answer) = 0;
 };
 

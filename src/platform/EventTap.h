@@ -6,7 +6,7 @@
 
 namespace sonvale::platform {
 
-/// Modifier bits of key events, in the form of macOS event flags. Left and right keys are the same.
+/// Modifier bits of key events, in the form of macOS event flags. Left and right keys have the same bit.
 namespace modifier {
 inline constexpr std::uint64_t shift = 0x20000;
 inline constexpr std::uint64_t control = 0x40000;
@@ -18,34 +18,33 @@ inline constexpr std::uint64_t mask = shift | control | option | command;
 /// One event of the keyboard. Key codes are macOS virtual key codes, translated by physical position.
 struct KeyEvent {
     enum class Type {
-        keyDown,      ///< a press, or a repeat of one where the system reports repeats
+        keyDown,      ///< a press, or a repeat if the system reports repeats
         keyUp,        ///<
         flagsChanged, ///< a modifier key went down or up
-        tapDisabled,  ///< the system stopped the tap; it has no key
+        tapDisabled,  ///< the system has stopped the tap; the event has no key
     };
     Type type = Type::keyDown;
-    int keyCode = 0;         ///< -1 for a key that has no macOS code
-    std::uint64_t flags = 0; ///< modifiers after the event, of the keys that the user holds
+    int keyCode = 0;         ///< -1 for a key without a macOS code
+    std::uint64_t flags = 0; ///< the modifiers that the user holds after the event
 };
 
 enum class KeyVerdict { pass, swallow };
 
-/// A key with modifiers that a listener may answer with `swallow`.
+/// A key with modifiers. A listener may swallow it.
 struct KeyCombination {
     int keyCode = 0;
     std::uint64_t modifiers = 0;
     bool operator==(const KeyCombination&) const = default;
 };
 
-/// A listener on every key of the session that may keep single keys from the focused application.
+/// A listener to every key of the session, which can keep single keys from the focused application.
 ///
-/// One tap has one thread of its own, named "com.sonvale.hotkey", on which its callback and the blocks of
-/// `perform()` run, one at a time. The other operations are called from the main actor, unless they say
-/// otherwise.
+/// One tap has one thread of its own, named "com.sonvale.hotkey". Its callback and the blocks of `perform()`
+/// run there, one at a time. The other operations are called from the main actor, unless they say otherwise.
 class EventTap {
 public:
-    /// Decides about one event. It is inside the system's event path: it must not block. `swallow` is
-    /// honoured for the combinations of `setSwallowable` only; flags-changed events always pass.
+    /// Decides about one event. It runs inside the system's event path and must not block. `swallow` applies
+    /// only to the combinations of `setSwallowable`; flags-changed events always pass.
     using Callback = std::function<KeyVerdict(const KeyEvent&)>;
 
     EventTap() = default;
@@ -53,36 +52,38 @@ public:
     EventTap& operator=(const EventTap&) = delete;
     virtual ~EventTap() = default;
 
-    /// Whether a listener can be made at all (on macOS the Input Monitoring grant). May take some
-    /// milliseconds. From any thread, also while the tap is started, runs or is stopped.
+    /// Returns whether a listener can be made (on macOS: the Input Monitoring permission). May need some
+    /// milliseconds. May be called from any thread, even while the tap is started, runs or is stopped.
     virtual bool probe() = 0;
 
-    /// Starts listening on the tap's thread. False, with nothing changed, when the system refuses. Calling it
-    /// on a running tap is a programming error.
+    /// Starts to listen on the tap's thread. Returns false and changes nothing if the system refuses. Calling
+    /// it on a running tap is a programming error.
     virtual bool start(Callback callback) = 0;
 
-    /// Ends listening; when it returns no callback runs or will run. Blocks of `perform` that have not run
-    /// are dropped. Nothing when not running.
+    /// Ends the listening. After it returns, no callback runs or will run. Drops the blocks of `perform` that
+    /// have not run. Does nothing if the tap does not run.
     virtual void stop() = 0;
 
-    /// Takes a tap that reported `tapDisabled` into use again. On the tap's thread.
+    /// Enables a tap that has reported `tapDisabled`. Called on the tap's thread.
     virtual void enable() = 0;
 
-    /// Queues `block` for the tap's thread. Nothing when not running. From any thread.
+    /// Queues `block` for the tap's thread. Does nothing if the tap does not run. May be called from any
+    /// thread.
     virtual void perform(std::function<void()> block) = 0;
 
-    /// Names the combinations for which the callback can answer `swallow`, replacing the former ones. From
-    /// any thread; takes effect within some milliseconds.
+    /// Replaces the combinations for which the callback can answer `swallow`. Takes effect within some
+    /// milliseconds. May be called from any thread.
     virtual void setSwallowable(std::vector<KeyCombination> combinations) = 0;
 
-    /// Makes the keys that are held count as used, by pressing a key that means nothing to any program. The
-    /// release of held modifiers is then no press of these modifiers alone, which opens menus in many
-    /// programs and desktops, and a held key stops repeating. The callback does not receive that key. On the
-    /// tap's thread, also inside the callback. Does nothing on systems that have no need of it.
+    /// Marks the held keys as used, by pressing a key that means nothing to any program. Then the release of
+    /// held modifiers is no longer a press of these modifiers alone, which opens menus in many programs and
+    /// desktops, and a held key stops repeating. The callback does not receive that key. Called on the tap's
+    /// thread, also inside the callback. Does nothing on systems that do not need it.
     virtual void maskHeldKeys() {}
 
-    /// Called on the tap's thread, at most once for each combination between two calls of `setSwallowable`,
-    /// when another program keeps a combination so that this one cannot swallow it. Set before `start`.
+    /// Sets the observer of combinations that this tap cannot swallow because another program holds them. It
+    /// is called on the tap's thread, at most once per combination between two calls of `setSwallowable`.
+    /// Must be set before `start`.
     virtual void setOnTaken(std::function<void(KeyCombination)> onTaken) = 0;
 };
 

@@ -10,7 +10,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// Whether the desktop starts this program when the user logs in. Main actor; some milliseconds.
+/// Starts this program when the user logs in. Main actor; each call needs some milliseconds.
 class LoginItem {
 public:
     LoginItem() = default;
@@ -18,15 +18,16 @@ public:
     LoginItem& operator=(const LoginItem&) = delete;
     virtual ~LoginItem() = default;
 
-    /// Has the program started at every login from now on, also when another tool had turned that off. Throws
-    /// `LoginItemError`; what was registered before then stays.
+    /// Has the desktop start the program at every login, even if another tool had turned that off. Throws
+    /// `LoginItemError`; the earlier registration then stays.
     virtual void registerItem() = 0;
 
-    /// Ends that; nothing when it was not so. Throws `LoginItemError`, and it then stays registered.
+    /// Ends that. Does nothing if the program is not registered. Throws `LoginItemError`; the program then
+    /// stays registered.
     virtual void unregisterItem() = 0;
 
-    /// Whether the desktop would start the program at the next login, as it stands now: other tools turn it
-    /// on and off too. Never fails: what cannot be read is off.
+    /// Returns whether the desktop would start the program at the next login. Other tools turn this on and
+    /// off too. Never fails: an entry that cannot be read counts as off.
     virtual bool isEnabled() = 0;
 };
 

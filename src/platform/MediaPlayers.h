@@ -12,14 +12,15 @@ public:
     MediaPlayers& operator=(const MediaPlayers&) = delete;
     virtual ~MediaPlayers() = default;
 
-    /// `observer` is called on the main actor for every change of state that a player reports, in the order
-    /// of the reports: true when that player plays now, false for any other state and for a player that
-    /// leaves while it plays. What played before the first report is not told of. Set once; called until the
-    /// object goes.
+    /// Sets the observer. It is called on the main actor for every change of state that a player reports, in
+    /// the order of the reports: with true if that player now plays, with false for any other state and if a
+    /// playing player quits. What played before the first report is not reported. Set once; called until this
+    /// object is destroyed.
     virtual void setOnPlaybackChange(std::function<void(bool isPlaying)> observer) = 0;
 
-    /// Sends one command that pauses a player that plays and lets a paused one play, to the player that
-    /// reported last. Returns at once, within a few milliseconds; nothing happens when there is no player.
+    /// Sends one command to the player that reported last: it pauses a playing player and resumes a paused
+    /// one. Returns within a few milliseconds, without waiting for the player. Does nothing if there is no
+    /// player.
     virtual void togglePlayPause() = 0;
 };
 

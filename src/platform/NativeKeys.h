@@ -4,7 +4,7 @@
 
 namespace sonvale::platform {
 
-/// What the key codes mean that the window system puts into the events of this program's own windows. Any
+/// Translates the key codes that the window system puts into the events of this program's own windows. Any
 /// thread; nothing blocks or fails.
 class NativeKeys {
 public:
@@ -13,8 +13,8 @@ public:
     NativeKeys& operator=(const NativeKeys&) = delete;
     virtual ~NativeKeys() = default;
 
-    /// The macOS virtual key code of the key at the same place of the keyboard, whatever the layout makes of
-    /// it; -1 for a key that has none. The same as in the events of `EventTap`.
+    /// Returns the macOS virtual key code of the key at the same place of the keyboard, in any layout, or -1
+    /// if there is none. It is the one that the events of `EventTap` carry.
     virtual int virtualKeyCode(std::uint32_t scanCode) const = 0;
 };
 

@@ -9,16 +9,15 @@
 
 namespace sonvale::platform {
 
-/// One thing on the pasteboard in all the forms that its owner offers, in the owner's order. The names of the
+/// One item on the pasteboard in all the forms that its owner offers, in the owner's order. The names of the
 /// forms are the system's own (on X11: targets such as "UTF8_STRING" or "image/png").
 struct PasteboardItem {
     struct Representation {
         std::string type;
         std::vector<std::byte> data;
-        /// Size in bits of the data's units where the system tells units apart (X11: 8, 16 or 32), else 8.
+        /// Size in bits of the data's units if the system distinguishes units (X11: 8, 16 or 32), else 8.
         int unitBits = 8;
-        /// The system's own name for the kind of data where it differs from `type` (X11: the property's
-        /// type).
+        /// The system's own name for the kind of data if it differs from `type` (X11: the property's type).
         std::string encoding;
         bool operator==(const Representation&) const = default;
     };
@@ -29,7 +28,8 @@ struct PasteboardItem {
 /// The general pasteboard (clipboard) of the session.
 ///
 /// Called from any thread, one call at a time per object except for `prefetch` and `dropPrefetch`. Reading
-/// asks another program and waits for it: `items` at most about 3 s, `string` at most about half a second.
+/// asks another program and waits for it: `items` for up to about 3 s, `string` for up to about half a
+/// second.
 class Pasteboard {
 public:
     Pasteboard() = default;
@@ -37,15 +37,16 @@ public:
     Pasteboard& operator=(const Pasteboard&) = delete;
     virtual ~Pasteboard() = default;
 
-    /// A number that grows whenever anybody, this program included, changes the contents.
+    /// Returns a number that grows whenever any program, this one included, changes the contents.
     virtual std::int64_t changeCount() = 0;
 
     /// Starts to read the items in the background, so that `items` has them at once even if the program that
-    /// owns them needs seconds. Follows each change until `dropPrefetch`. Returns at once. Called from any
-    /// thread, also during another call.
+    /// owns them needs seconds. Follows each change until `dropPrefetch`. Returns at once. May be called from
+    /// any thread, even during another call.
     virtual void prefetch() = 0;
 
-    /// Frees what `prefetch` has read. Returns at once. Called from any thread, also during another call.
+    /// Frees what `prefetch` has read. Returns at once. May be called from any thread, even during another
+    /// call.
     virtual void dropPrefetch() = 0;
 
     /// Returns deep copies of the items with all their forms: an empty vector for an empty pasteboard,
@@ -63,7 +64,7 @@ public:
     /// Puts the items on the pasteboard that `clearContents` has emptied, each with all its forms.
     virtual void writeItems(std::vector<PasteboardItem> items) = 0;
 
-    /// The plain text, when there is any.
+    /// Returns the plain text, or nullopt if there is none.
     virtual std::optional<std::string> string() = 0;
 };
 

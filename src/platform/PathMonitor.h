@@ -5,35 +5,35 @@
 
 namespace sonvale::platform {
 
-/// What the machine's way into the network is like.
+/// How the machine reaches the network.
 struct NetworkPath {
-    bool isSatisfied = false; ///< something can be reached
+    bool isSatisfied = false; ///< whether anything can be reached
     bool usesWifi = false;
     bool usesCellular = false;
     bool usesWiredEthernet = false;
-    /// Stands for the set of the machine's addresses beyond itself and the link; 0 without any. Another value
-    /// means that earlier connections may be dead, also when nothing else has changed: on another Wi-Fi,
-    /// or with a VPN.
+    /// A number for the set of the machine's addresses, without those of the machine itself and of the link;
+    /// 0 if there is none. Another number means that earlier connections may be dead, even if nothing else
+    /// has changed: on another Wi-Fi, or with a VPN.
     std::uint64_t addresses = 0;
     bool operator==(const NetworkPath&) const = default;
 };
 
-/// Tells of the state of the link.
+/// Reports the state of the link.
 class PathMonitor {
 public:
     PathMonitor() = default;
     PathMonitor(const PathMonitor&) = delete;
     PathMonitor& operator=(const PathMonitor&) = delete;
-    /// As `cancel`.
+    /// Does what `cancel` does.
     virtual ~PathMonitor() = default;
 
-    /// Begins to report: the path as it is, soon, and then every change. `handler` is called on a thread of
-    /// the monitor's choosing, one call at a time. Once; main actor.
+    /// Starts to report: the present path shortly afterwards, and then every change. Calls `handler` on a
+    /// thread that the monitor chooses, one call at a time. May be called once. Main actor.
     virtual void start(std::function<void(const NetworkPath&)> handler) = 0;
 
-    /// Ends the reports: when it returns, the handler neither runs nor is called again, and it has been
-    /// destroyed. Does nothing if the monitor was not started or is cancelled. Main actor; not from within
-    /// the handler.
+    /// Ends the reports. After it returns, the handler neither runs nor is called again, and it has been
+    /// destroyed. Does nothing if the monitor was not started or is cancelled. Main actor; must not be called
+    /// inside the handler.
     virtual void cancel() = 0;
 };
 

@@ -2,7 +2,7 @@
 
 namespace sonvale::platform {
 
-/// What the system is doing, as its controller and its indicator know it.
+/// What the program is doing, for its controller and its indicator.
 enum class RecordingState {
     idle,
     recording,

@@ -9,7 +9,7 @@
 
 namespace sonvale::platform {
 
-/// A conversion that failed. `what()` says why, without any audio.
+/// A conversion that failed. `what()` gives the reason, without any audio.
 class SampleRateConverterError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -24,13 +24,13 @@ public:
     SampleRateConverter& operator=(const SampleRateConverter&) = delete;
     virtual ~SampleRateConverter() = default;
 
-    /// Forgets what came before.
+    /// Forgets the earlier buffers.
     virtual void reset() = 0;
 
-    /// Converts the buffer as a whole, with nothing kept back for a next one: the whole frames that its
-    /// duration gives at the new rate, at most `maximumFrames`. The sound of a buffer whose duration gives a
-    /// fraction more (up to 16384 frames) is compressed by this fraction, so that buffers that follow each
-    /// other join without a step. `buffer` has the converter's format. Does not block. Throws
+    /// Converts the buffer as a whole and keeps nothing back for the next one. Returns the whole frames that
+    /// its duration gives at the new rate, up to `maximumFrames`. If the duration gives a fraction of a frame
+    /// more, the sound of the buffer (up to 16384 frames) is compressed by this fraction, so that consecutive
+    /// buffers join without a step. `buffer` has the converter's format. Does not block. Throws
     /// `SampleRateConverterError`.
     virtual base::WipedVector<std::int16_t> convert(const PcmBuffer& buffer, std::size_t maximumFrames) = 0;
 };
@@ -43,7 +43,7 @@ public:
     SampleRateConverters& operator=(const SampleRateConverters&) = delete;
     virtual ~SampleRateConverters() = default;
 
-    /// Null when there is no conversion from that format: no channel, or a rate that is not positive or out
+    /// Returns null if that format cannot be converted: it has no channel, or its rate is not positive or out
     /// of proportion.
     virtual std::unique_ptr<SampleRateConverter> make(const AudioFormat& input, double outputRate) = 0;
 };

@@ -14,7 +14,7 @@ public:
     SecureRandom& operator=(const SecureRandom&) = delete;
     virtual ~SecureRandom() = default;
 
-    /// Fills all of `bytes`. 0, or the system's error number with the content then undefined.
+    /// Fills all of `bytes`. Returns 0, or the system's error number; the bytes are then undefined.
     virtual std::int32_t fill(std::span<std::byte> bytes) = 0;
 };
 

@@ -12,10 +12,10 @@ public:
     SessionLock& operator=(const SessionLock&) = delete;
     virtual ~SessionLock() = default;
 
-    /// `observer` is called on the main actor for every change. Before the first call the session counts as
-    /// unlocked; the call for a session that is locked already may come some milliseconds after this
-    /// operation. Where the desktop does not report its lock, the observer is never called. Set once; called
-    /// until the object goes.
+    /// Sets the observer. It is called on the main actor for every change. Before the first call the session
+    /// counts as unlocked; for a session that is already locked the call may come some milliseconds after
+    /// this operation. If the desktop does not report its lock, the observer is never called. Set once;
+    /// called until this object is destroyed.
     virtual void setOnLockChange(std::function<void(bool isLocked)> observer) = 0;
 };
 

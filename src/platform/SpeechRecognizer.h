@@ -8,7 +8,7 @@
 
 namespace sonvale::platform {
 
-/// Raw values are those of the system's own interface.
+/// The raw values are given by the system's own interface.
 enum class SpeechAuthorization { notDetermined = 0, denied = 1, restricted = 2, authorized = 3 };
 
 struct SpeechRecognitionError {
@@ -17,7 +17,7 @@ struct SpeechRecognitionError {
     std::string localizedDescription;
 };
 
-/// Domain and code that say that no speech was heard.
+/// Domain and code of the error "no speech was heard".
 inline constexpr const char* assistantErrorDomain = "kAFAssistantErrorDomain";
 inline constexpr int noSpeechErrorCode = 1110;
 
@@ -32,18 +32,18 @@ public:
     SpeechRecognitionTask() = default;
     SpeechRecognitionTask(const SpeechRecognitionTask&) = delete;
     SpeechRecognitionTask& operator=(const SpeechRecognitionTask&) = delete;
-    /// Dropping the task does not end the recognition.
+    /// Does not end the recognition.
     virtual ~SpeechRecognitionTask() = default;
 
-    /// Ends the recognition soon (well under a second); the handler then gets an error. Nothing once it has
+    /// Ends the recognition in well under a second; the handler then gets an error. Does nothing if it has
     /// ended.
     virtual void cancel() = 0;
 };
 
-/// Recognises one language on this machine. Any thread.
+/// Recognizes one language on this machine. Any thread.
 class SpeechRecognizer {
 public:
-    /// Called on a thread of the recogniser's choosing, possibly several times, the last time with a final
+    /// Called on a thread that the recognizer chooses, possibly several times. The last call has a final
     /// result or an error.
     using ResultHandler =
         std::function<void(const SpeechRecognitionResult* result, const SpeechRecognitionError* error)>;
@@ -55,17 +55,17 @@ public:
 
     virtual bool isAvailable() const = 0;
 
-    /// Begins to load what a recognition needs, so that the next one need not wait for it; returns at once.
-    /// Nothing when it is loaded. A failure shows at the recognition.
+    /// Starts to load what a recognition needs, so that the next one does not wait for it. Returns at once.
+    /// Does nothing if it is loaded. A failure shows at the recognition.
     virtual void prepare() = 0;
 
-    /// Starts recognising a whole file, on this machine only, without partial results; returns at once. The
-    /// handler is never called inside this call. Never null.
+    /// Starts to recognize a whole file, on this machine only, without partial results. Returns at once, and
+    /// never null. The handler is never called inside this call.
     virtual std::shared_ptr<SpeechRecognitionTask> recognitionTask(const std::filesystem::path& audioFile,
                                                                    ResultHandler handler) = 0;
 };
 
-/// The recogniser service of the system. Any thread.
+/// The recognition service of the system. Any thread.
 class SpeechRecognizers {
 public:
     SpeechRecognizers() = default;
@@ -73,13 +73,14 @@ public:
     SpeechRecognizers& operator=(const SpeechRecognizers&) = delete;
     virtual ~SpeechRecognizers() = default;
 
-    /// On Linux: authorised when a model is installed, else denied.
+    /// Returns the permission. On Linux it is authorized if a model is installed, else denied.
     virtual SpeechAuthorization authorizationStatus() = 0;
 
-    /// Asks for the grant; `answer` is called once, on any thread, possibly inside this call.
+    /// Asks for the permission. `answer` is called once, on any thread, possibly inside this call.
     virtual void requestAuthorization(std::function<void(SpeechAuthorization)> answer) = 0;
 
-    /// A recogniser for a locale such as "en-US" or "en_AU"; null when there is no model for its language.
+    /// Returns a recognizer for a locale such as "en-US" or "en_AU", or null if there is no model for its
+    /// language.
     virtual std::shared_ptr<SpeechRecognizer> make(const std::string& localeIdentifier) = 0;
 };
 

@@ -2,12 +2,12 @@
 
 namespace sonvale::platform {
 
-/// Key presses made by the program in the front application.
+/// Key presses by this program in the front application.
 ///
-/// Called from the insertion actor; each press returns once it is sent (a few milliseconds; 1 s at most if
-/// the display does not answer). No operation fails towards the caller: where the keys cannot be sent nothing
-/// happens. They work while the user holds modifier keys, leave no key stuck, and are not reported by the
-/// program's own `EventTap`.
+/// Called from the insertion actor. Each press returns when it is sent: after a few milliseconds, and after
+/// up to 1 s if the display does not answer. No operation reports a failure: keys that cannot be sent are
+/// dropped. The presses work while the user holds modifier keys, leave no key stuck, and are not reported by
+/// the program's own `EventTap`.
 class SyntheticInput {
 public:
     SyntheticInput() = default;
@@ -15,14 +15,15 @@ public:
     SyntheticInput& operator=(const SyntheticInput&) = delete;
     virtual ~SyntheticInput() = default;
 
-    /// The front application's own shortcut for "paste" (Command-V; Control-V, or a terminal's own on Linux).
+    /// Presses the front application's shortcut for "paste" (Command-V; Control-V, or a terminal's own on
+    /// Linux).
     virtual void pressPaste() = 0;
 
-    /// The front application's own shortcut for "copy" (Command-C; Control-C, or a terminal's own on Linux).
-    /// Nothing is pressed in a program where that shortcut would do something else.
+    /// Presses the front application's shortcut for "copy" (Command-C; Control-C, or a terminal's own on
+    /// Linux). Presses nothing in a program where that shortcut would do something else.
     virtual void pressCopy() = 0;
 
-    /// The shortcut for "undo" (Command-Z; Control-Z on Linux).
+    /// Presses the shortcut for "undo" (Command-Z; Control-Z on Linux).
     virtual void pressUndo() = 0;
 };
 

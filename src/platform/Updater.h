@@ -7,21 +7,21 @@
 
 namespace sonvale::platform {
 
-/// No newer version is offered.
+/// There is no newer version.
 struct UpToDate {
-    std::string version; ///< the one that runs
+    std::string version; ///< the running version
     bool operator==(const UpToDate&) const = default;
 };
 
-/// A newer version is offered on a page of the web.
+/// There is a newer version, with a page on the web.
 struct NewerVersion {
     std::string version;       ///< such as "1.2.0"
     std::string page;          ///< http or https
-    bool isPageOpened = false; ///< whether the desktop had a program for the page
+    bool isPageOpened = false; ///< whether the desktop opened the page
     bool operator==(const NewerVersion&) const = default;
 };
 
-/// Nothing is known about newer versions.
+/// It is not known whether there is a newer version.
 struct UpdateCheckFailed {
     std::string description; ///< fit for the user
     bool operator==(const UpdateCheckFailed&) const = default;
@@ -37,9 +37,9 @@ public:
     Updater& operator=(const Updater&) = delete;
     virtual ~Updater() = default;
 
-    /// Asks once whether there is a newer version, and shows its page when there is one. Nothing is asked but
-    /// by this call, and nothing is installed. Ends within half a minute. Throws only `CancellationError`,
-    /// when its task is cancelled.
+    /// Asks once whether there is a newer version, and opens its page if there is one. Only this call asks,
+    /// and it installs nothing. Ends within half a minute. Throws `CancellationError` if its task is
+    /// cancelled, and nothing else.
     virtual runtime::Task<UpdateOutcome> checkForUpdates() = 0;
 };
 

@@ -133,7 +133,7 @@ TYPED_TEST_P(UrlLinesContract, FailsWhereAnAnswerBreaksOffBehindTheWholeLinesTha
 }
 
 TYPED_TEST_P(UrlLinesContract, RefusesALineThatIsTooLong) {
-    const std::string longest(platform::UrlLines::longestLine, 'x');
+    const std::string longest(platform::UrlLines::maxLineBytes, 'x');
     this->answer("/in", {longest + "\n", longest, "y\nmore\n"});
     const auto lines = this->open("/in");
     EXPECT_EQ(this->next(lines), longest);

@@ -105,7 +105,7 @@ private:
             return;
         }
         open_ += byte;
-        if (open_.size() > platform::UrlLines::longestLine)
+        if (open_.size() > platform::UrlLines::maxLineBytes)
             breakOff({platform::UrlError::Code::dataLengthExceedsMaximum, "The answer is too large."});
     }
     void endLine() { lines_.push_back(std::exchange(open_, {})); }

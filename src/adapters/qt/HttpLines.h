@@ -34,7 +34,7 @@ private:
 
     std::optional<runtime::Continuation<platform::UrlResponse>> caller_; ///< until the head has come
     std::optional<runtime::Continuation<Line>> reader_;
-    LineSplitter splitter_{platform::UrlLines::longestLine};
+    LineSplitter splitter_{platform::UrlLines::maxLineBytes};
     std::optional<platform::UrlError> error_;
 };
 
