@@ -131,15 +131,15 @@ TEST(SyntheticKeyLedger, StrikesOutItsOwnStrokesInOrderAndNothingElse) {
     ledger.beginListening();
     ledger.write(&paster, xtest,
                  {{leftControl, true}, {letterV, true}, {letterV, false}, {leftControl, false}}, 0);
-    EXPECT_FALSE(ledger.strikeOut(laptop, {leftControl, true}, 0, nothingHeld)) << "another keyboard";
-    EXPECT_FALSE(ledger.strikeOut(xtest, {letterV, false}, 0, nothingHeld)) << "not its turn";
-    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, true}, 0, nothingHeld));
-    EXPECT_FALSE(ledger.strikeOut(xtest, {leftControl, true}, 0, nothingHeld))
+    EXPECT_FALSE(ledger.remove(laptop, {leftControl, true}, 0, nothingHeld)) << "another keyboard";
+    EXPECT_FALSE(ledger.remove(xtest, {letterV, false}, 0, nothingHeld)) << "not its turn";
+    EXPECT_TRUE(ledger.remove(xtest, {leftControl, true}, 0, nothingHeld));
+    EXPECT_FALSE(ledger.remove(xtest, {leftControl, true}, 0, nothingHeld))
         << "a second one is somebody else's";
-    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, true}, 0, nothingHeld));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, false}, 0, nothingHeld));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, false}, 0, nothingHeld));
-    EXPECT_FALSE(ledger.strikeOut(xtest, {letterV, true}, 0, nothingHeld));
+    EXPECT_TRUE(ledger.remove(xtest, {letterV, true}, 0, nothingHeld));
+    EXPECT_TRUE(ledger.remove(xtest, {letterV, false}, 0, nothingHeld));
+    EXPECT_TRUE(ledger.remove(xtest, {leftControl, false}, 0, nothingHeld));
+    EXPECT_FALSE(ledger.remove(xtest, {letterV, true}, 0, nothingHeld));
 }
 
 TEST(SyntheticKeyLedger, AllowsForTheServersMixingOfTwoSenders) {
@@ -148,13 +148,13 @@ TEST(SyntheticKeyLedger, AllowsForTheServersMixingOfTwoSenders) {
     ledger.write(&listener, xtest, {{8, true}, {8, false}}, 0);
     ledger.write(&paster, xtest,
                  {{leftControl, true}, {letterV, true}, {letterV, false}, {leftControl, false}}, 0);
-    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, true}, 0, nothingHeld));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {8, true}, 0, nothingHeld));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, true}, 0, nothingHeld));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, false}, 0, nothingHeld));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {8, false}, 0, nothingHeld));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, false}, 0, nothingHeld));
-    EXPECT_FALSE(ledger.strikeOut(xtest, {leftControl, false}, 0, nothingHeld));
+    EXPECT_TRUE(ledger.remove(xtest, {leftControl, true}, 0, nothingHeld));
+    EXPECT_TRUE(ledger.remove(xtest, {8, true}, 0, nothingHeld));
+    EXPECT_TRUE(ledger.remove(xtest, {letterV, true}, 0, nothingHeld));
+    EXPECT_TRUE(ledger.remove(xtest, {letterV, false}, 0, nothingHeld));
+    EXPECT_TRUE(ledger.remove(xtest, {8, false}, 0, nothingHeld));
+    EXPECT_TRUE(ledger.remove(xtest, {leftControl, false}, 0, nothingHeld));
+    EXPECT_FALSE(ledger.remove(xtest, {leftControl, false}, 0, nothingHeld));
 }
 
 TEST(SyntheticKeyLedger, PassesOverAPressThatTheServerLeavesOut) {
@@ -163,9 +163,9 @@ TEST(SyntheticKeyLedger, PassesOverAPressThatTheServerLeavesOut) {
     const auto controlHeld = [](std::uint8_t keycode) { return keycode == leftControl; };
     ledger.write(&paster, xtest,
                  {{leftControl, true}, {letterV, true}, {letterV, false}, {leftControl, false}}, 0);
-    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, true}, 0, controlHeld));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, false}, 0, controlHeld));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, false}, 0, controlHeld));
+    EXPECT_TRUE(ledger.remove(xtest, {letterV, true}, 0, controlHeld));
+    EXPECT_TRUE(ledger.remove(xtest, {letterV, false}, 0, controlHeld));
+    EXPECT_TRUE(ledger.remove(xtest, {leftControl, false}, 0, controlHeld));
 }
 
 TEST(SyntheticKeyLedger, LeavesTheUsersReleaseOfAHeldModifierThatComesBeforeItsOwnStrokes) {
@@ -173,23 +173,23 @@ TEST(SyntheticKeyLedger, LeavesTheUsersReleaseOfAHeldModifierThatComesBeforeItsO
     ledger.beginListening();
     ledger.write(&paster, xtest, {{leftControl, true}, {leftAlt, false}, {letterV, true}}, 0);
     const auto altHeld = [](std::uint8_t keycode) { return keycode == leftAlt; };
-    EXPECT_FALSE(ledger.strikeOut(xtest, {leftAlt, false}, 0, altHeld));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {leftControl, true}, 0, nothingHeld));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {leftAlt, false}, 0, nothingHeld));
-    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, true}, 0, nothingHeld));
+    EXPECT_FALSE(ledger.remove(xtest, {leftAlt, false}, 0, altHeld));
+    EXPECT_TRUE(ledger.remove(xtest, {leftControl, true}, 0, nothingHeld));
+    EXPECT_TRUE(ledger.remove(xtest, {leftAlt, false}, 0, nothingHeld));
+    EXPECT_TRUE(ledger.remove(xtest, {letterV, true}, 0, nothingHeld));
 }
 
 TEST(SyntheticKeyLedger, ForgetsWhatIsNeverReported) {
     SyntheticKeyLedger ledger;
     ledger.write(&paster, xtest, {{letterV, true}}, 0);
     ledger.beginListening();
-    EXPECT_FALSE(ledger.strikeOut(xtest, {letterV, true}, 0, nothingHeld)) << "nobody listened";
+    EXPECT_FALSE(ledger.remove(xtest, {letterV, true}, 0, nothingHeld)) << "nobody listened";
     ledger.write(&paster, xtest, {{letterV, false}}, 0);
     ledger.write(&paster, xtest, {{letterV, true}}, 10);
-    EXPECT_TRUE(ledger.strikeOut(xtest, {letterV, true}, 10, nothingHeld));
+    EXPECT_TRUE(ledger.remove(xtest, {letterV, true}, 10, nothingHeld));
     ledger.write(&paster, xtest, {{letterV, true}}, 10);
     ledger.endListening();
-    EXPECT_FALSE(ledger.strikeOut(xtest, {letterV, true}, 10, nothingHeld));
+    EXPECT_FALSE(ledger.remove(xtest, {letterV, true}, 10, nothingHeld));
 }
 
 TEST(KeyChord, HoldsItsModifiersAroundTheKey) {

@@ -7,24 +7,24 @@
 
 namespace sonvale::adapters::x11 {
 
-/// The keys that are down, on which keyboard each.
+/// The keys that are down, with the keyboard of each.
 class HeldKeys {
 public:
-    /// For keys of which only the server's word is known that they are down.
+    /// For keys that the server reports as down without their keyboard.
     static constexpr std::uint16_t anyKeyboard = 0;
 
     void press(std::uint16_t keyboard, xcb_keycode_t keycode);
 
-    /// A key that is let go on hardware is let go on the keyboards of programs too: the server sees it so,
-    /// and a program that pressed it for its own ends and never let go would else hold it for ever.
+    /// Removes the key. A release on hardware also releases the key on the keyboards of programs: the server
+    /// sees it so, and otherwise a program that pressed it and never released it would hold it indefinitely.
     void release(std::uint16_t keyboard, xcb_keycode_t keycode, const X11Keyboards& keyboards);
 
-    /// Lets go all keys of a keyboard; true when there were any.
+    /// Removes all keys of a keyboard. Returns whether there were any.
     bool dropKeyboard(std::uint16_t keyboard);
 
     bool isHeld(std::uint16_t keyboard, xcb_keycode_t keycode) const;
 
-    /// Bits of `platform::modifier`.
+    /// Returns the bits of `platform::modifier` for the keys that are down.
     std::uint64_t flags(const X11KeyboardMap& map) const;
 
 private:

@@ -8,12 +8,12 @@ namespace sonvale::adapters::x11 {
 
 namespace {
 
-constexpr xcb_keycode_t usualControl = 37;
-constexpr xcb_keycode_t usualShift = 50;
+constexpr xcb_keycode_t fallbackControl = 37;
+constexpr xcb_keycode_t fallbackShift = 50;
 
-xcb_keycode_t keycodeOf(const X11KeyboardMap& map, xcb_keysym_t keysym, xcb_keycode_t usual) {
+xcb_keycode_t keycodeOf(const X11KeyboardMap& map, xcb_keysym_t keysym, xcb_keycode_t fallback) {
     const auto position = map.find(keysym);
-    return position ? position->keycode : usual;
+    return position ? position->keycode : fallback;
 }
 
 } // namespace
@@ -21,13 +21,13 @@ xcb_keycode_t keycodeOf(const X11KeyboardMap& map, xcb_keysym_t keysym, xcb_keyc
 std::vector<KeyStroke> strokesFor(const KeyChord& chord, const X11KeyboardMap& map,
                                   const std::bitset<256>& down) {
     const auto position = map.find(chord.keysym);
-    const xcb_keycode_t key = position ? position->keycode : chord.usualKeycode;
+    const xcb_keycode_t key = position ? position->keycode : chord.fallbackKeycode;
     std::uint64_t wanted = chord.modifiers;
     if (chord.takesShiftFromMap && (!position || position->isShifted))
         wanted |= platform::modifier::shift;
 
     std::uint64_t held = 0;
-    std::vector<xcb_keycode_t> inTheWay;
+    std::vector<xcb_keycode_t> unwanted;
     for (unsigned int code = 0; code < down.size(); ++code) {
         const auto keycode = static_cast<xcb_keycode_t>(code);
         if (!down.test(code))
@@ -36,19 +36,19 @@ std::vector<KeyStroke> strokesFor(const KeyChord& chord, const X11KeyboardMap& m
         held |= flag;
         const bool belongs = flag != 0 && (wanted & flag) == flag;
         if ((map.isHeldModifier(keycode) && !belongs) || keycode == key)
-            inTheWay.push_back(keycode);
+            unwanted.push_back(keycode);
     }
 
     std::vector<xcb_keycode_t> pressed;
     if ((wanted & platform::modifier::control) && !(held & platform::modifier::control))
-        pressed.push_back(keycodeOf(map, XK_Control_L, usualControl));
+        pressed.push_back(keycodeOf(map, XK_Control_L, fallbackControl));
     if ((wanted & platform::modifier::shift) && !(held & platform::modifier::shift))
-        pressed.push_back(keycodeOf(map, XK_Shift_L, usualShift));
+        pressed.push_back(keycodeOf(map, XK_Shift_L, fallbackShift));
 
     std::vector<KeyStroke> strokes;
     for (const auto keycode : pressed)
         strokes.push_back({keycode, true});
-    for (const auto keycode : inTheWay)
+    for (const auto keycode : unwanted)
         strokes.push_back({keycode, false});
     strokes.push_back({key, true});
     strokes.push_back({key, false});

@@ -6,9 +6,9 @@ namespace sonvale::adapters::x11 {
 
 namespace {
 
-/// The server answers within a millisecond; what it has not reported for so long is lost, and must not
-/// stand in the way of what is sent later.
-constexpr double longestAnswer = 5;
+/// Maximum time until the server reports a stroke, in seconds. It needs a millisecond; a stroke that it has
+/// not reported by then is lost and must not match a later one.
+constexpr double maxReportSeconds = 5;
 
 } // namespace
 
@@ -34,20 +34,20 @@ void SyntheticKeyLedger::write(const void* sender, std::uint16_t device,
         entries_[{device, sender}].push_back({stroke, now});
 }
 
-bool SyntheticKeyLedger::strikeOut(std::uint16_t device, KeyStroke stroke, double now,
-                                   const std::function<bool(std::uint8_t keycode)>& isHeld) {
+bool SyntheticKeyLedger::remove(std::uint16_t device, KeyStroke stroke, double now,
+                                const std::function<bool(std::uint8_t keycode)>& isHeld) {
     const std::lock_guard lock(mutex_);
     return std::any_of(entries_.begin(), entries_.end(), [&](auto& entry) {
-        return entry.first.first == device && strikeOutOf(entry.second, stroke, now, isHeld);
+        return entry.first.first == device && removeFrom(entry.second, stroke, now, isHeld);
     });
 }
 
-bool SyntheticKeyLedger::strikeOutOf(Expected& expected, KeyStroke stroke, double now,
-                                     const std::function<bool(std::uint8_t keycode)>& isHeld) {
-    while (!expected.empty() && now - expected.front().writtenAt > longestAnswer)
+bool SyntheticKeyLedger::removeFrom(Expected& expected, KeyStroke stroke, double now,
+                                    const std::function<bool(std::uint8_t keycode)>& isHeld) {
+    while (!expected.empty() && now - expected.front().writtenAt > maxReportSeconds)
         expected.pop_front();
-    // The server leaves out the press of a modifier that this keyboard holds already, and nothing else. To
-    // pass over any other press would take the user's own release of a held modifier for the program's.
+    // The server omits only the press of a modifier that is already held on this keyboard. If any other press
+    // were skipped, the user's own release of a held modifier could be taken for the program's.
     for (std::size_t i = 0; i < expected.size(); ++i) {
         if (expected[i].stroke == stroke) {
             expected.erase(expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(i) + 1);

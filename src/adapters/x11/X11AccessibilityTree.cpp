@@ -37,7 +37,7 @@ bool hasXTest(X11Connection& connection, double deadline) {
 }
 
 bool canOwnSelections(X11Connection& connection, double deadline) {
-    // One that nobody else has to do with: the user's own selections stay as they are.
+    // A selection that no other program uses, so that the user's own selections stay as they are.
     const auto selection = connection.atom("_SONVALE_PROBE", deadline);
     const auto time = connection.timestamp(deadline);
     if (selection == XCB_ATOM_NONE || !time)
@@ -58,18 +58,18 @@ X11AccessibilityTree::X11AccessibilityTree(const runtime::Clock& clock, std::str
 X11AccessibilityTree::~X11AccessibilityTree() = default;
 
 bool X11AccessibilityTree::isTrusted() {
-    return whatIsMissing() == nullptr;
+    return missingRequirement() == nullptr;
 }
 
 bool X11AccessibilityTree::isTrustedWithPrompt() {
-    const char* const missing = whatIsMissing();
+    const char* const missing = missingRequirement();
     if (missing)
         logger().error("Nothing can be typed into other programs: {}", missing);
     return missing == nullptr;
 }
 
-/// Null when nothing is.
-const char* X11AccessibilityTree::whatIsMissing() {
+/// Returns what is missing, for the log; null if nothing is.
+const char* X11AccessibilityTree::missingRequirement() {
     const posix::BrokenPipeGuard guard;
     const double deadline = clock_.now() + answerSeconds;
     const char* missing = nullptr;
@@ -79,7 +79,7 @@ const char* X11AccessibilityTree::whatIsMissing() {
         missing = "the X server has no XTEST, or does not answer";
     else if (!canOwnSelections(*connection_, deadline))
         missing = "the X server lets this program own no selection";
-    dropEvents();
+    drainEvents();
     return missing;
 }
 
@@ -94,7 +94,7 @@ std::optional<std::string> X11AccessibilityTree::selectedText() {
         text = style == freedesktop::KeyStyle::xterm ? markedText(*window, deadline)
                                                      : textInFocus(*window, deadline);
     }
-    dropEvents();
+    drainEvents();
     return text;
 }
 
@@ -119,7 +119,7 @@ std::optional<std::string> X11AccessibilityTree::textInFocus(std::uint32_t windo
 
 std::optional<std::string> X11AccessibilityTree::markedText(std::uint32_t window, double deadline) {
     const auto owner = connection_->selectionOwner(XCB_ATOM_PRIMARY, deadline);
-    // It is often that of another window, where something was marked last.
+    // PRIMARY often belongs to another window, where the user has marked text last.
     if (!owner || !isSameClient(*connection_, *owner, window))
         return std::nullopt;
     if (!selections_) {
@@ -134,8 +134,8 @@ std::optional<std::string> X11AccessibilityTree::markedText(std::uint32_t window
     return base::repairedUtf8(asText(std::span<const std::byte>(data->bytes)));
 }
 
-void X11AccessibilityTree::dropEvents() {
-    // What the questions left behind says nothing more, but for the rest of an answer that came too late.
+void X11AccessibilityTree::drainEvents() {
+    // The remaining events do not matter, except for the rest of an answer that came too late.
     while (const auto event = connection_->takeEvent()) {
         if (selections_)
             selections_->handle(*event);

@@ -12,18 +12,19 @@ namespace sonvale::adapters::x11 {
 
 namespace {
 
-/// For a question that the server answers by itself.
+/// For a question that the server answers without another program.
 constexpr double serverSeconds = 0.5;
-/// For the owner's text; one that has not come by then comes from a program that hangs.
+/// For the owner's text. An owner that needs longer is a program that hangs.
 constexpr double ownerSeconds = 0.5;
 /// Time for other encodings of a picture that is there as PNG. Qt's programs need seconds for each.
 constexpr double encodingSeconds = 0.5;
-/// Until then an owner is asked for one form after the other, as the oldest programs need it.
+/// Until then the owner is asked for one form at a time, as the oldest programs need it.
 constexpr double oneByOneSeconds = 0.4;
 constexpr double handOverSeconds = 1;
 constexpr int maxTextAttempts = 2;
 
-/// Names of forms for the log. Another program has chosen them, so they are shortened and made printable.
+/// Lists names of forms for the log. Another program has chosen them, so they are shortened and made
+/// printable.
 std::string listOf(const std::vector<std::string>& names) {
     constexpr std::size_t maxLength = 60;
     std::string list;
@@ -70,17 +71,17 @@ void X11Clipboard::watchChanges() {
 
 std::int64_t X11Clipboard::changeCount() {
     connection_.synchronize(serverDeadline());
-    dispatchArrived();
+    dispatchPending();
     return changeCount_;
 }
 
 X11SelectionServer::ContentsPointer X11Clipboard::ownContents() {
-    dispatchArrived();
+    dispatchPending();
     return connection_.isAlive() ? server_.contents(clipboard_) : nullptr;
 }
 
 void X11Clipboard::prefetch() {
-    dispatchArrived();
+    dispatchPending();
     if (!connection_.isAlive() || server_.owns(clipboard_) || waiting_)
         return;
     endFetch();
@@ -89,16 +90,16 @@ void X11Clipboard::prefetch() {
 }
 
 void X11Clipboard::dropPrefetch() {
-    dispatchArrived();
+    dispatchPending();
     isPrefetching_ = false;
-    // A reader may wait for it, and late forms belong to an insertion.
+    // A reader may wait for it; late forms belong to an insertion.
     if (!waiting_ && late_ == Late::none)
         fetch_.stop();
 }
 
 void X11Clipboard::readItems(ItemsReady ready) {
     connection_.synchronize(serverDeadline());
-    dispatchArrived();
+    dispatchPending();
     if (late_ != Late::none)
         endFetch();
     const bool isCurrent = !fetch_.isIdle() && fetchedCount_ == changeCount_;
@@ -112,12 +113,12 @@ void X11Clipboard::readItems(ItemsReady ready) {
 
 bool X11Clipboard::startFetch() {
     const auto time = connection_.timestamp(serverDeadline());
-    dispatchArrived();
+    dispatchPending();
     fetchedCount_ = changeCount_;
     fetch_.stop();
     if (!time)
         return false;
-    if (hasOwner(clipboard_))
+    if (isOwned(clipboard_))
         fetch_.start(clipboard_, *time);
     else
         fetch_.completeEmpty();
@@ -136,7 +137,7 @@ void X11Clipboard::advance() {
         addLateForms();
 }
 
-/// Answers the reader of the items if everything is there, or if it must not wait any longer.
+/// Answers the reader of the items if everything has arrived, or if it must not wait any longer.
 void X11Clipboard::answerItems() {
     const double waited = clock_.now() - waiting_->since;
     if (waited >= oneByOneSeconds)
@@ -157,7 +158,7 @@ void X11Clipboard::answerItems() {
             items.emplace_back();
         items.front().representations.push_back(std::move(form.representation));
     }
-    // Idle: the server did not answer when the fetch was to start.
+    // Idle if the server did not answer when the fetch was to start.
     if (fetch_.isComplete() || fetch_.isIdle())
         logAndEndFetch();
     else
@@ -165,7 +166,7 @@ void X11Clipboard::answerItems() {
     ready(connection_.isAlive() ? std::optional(std::move(items)) : std::nullopt);
 }
 
-/// Adds to what is offered the forms that have arrived since the items were read.
+/// Adds to the offer the forms that have arrived since the items were read.
 void X11Clipboard::addLateForms() {
     platform::PasteboardItem item;
     for (auto& form : fetch_.takeArrived())
@@ -205,10 +206,10 @@ std::optional<std::string> X11Clipboard::readText() {
     const double start = clock_.now();
     for (int attempt = 1;; ++attempt) {
         const auto time = connection_.timestamp(start + serverSeconds);
-        if (!time || !hasOwner(clipboard_))
+        if (!time || !isOwned(clipboard_))
             return std::nullopt;
 
-        dispatchArrived();
+        dispatchPending();
         const auto count = changeCount_;
         auto text = fetchText(clipboard_, *time, start + ownerSeconds);
         if (changeCount_ == count || attempt == maxTextAttempts)
@@ -217,7 +218,7 @@ std::optional<std::string> X11Clipboard::readText() {
 }
 
 void X11Clipboard::clearContents() {
-    dispatchArrived();
+    dispatchPending();
     releasePrimary();
     if (late_ == Late::restored)
         late_ = Late::kept;
@@ -225,7 +226,7 @@ void X11Clipboard::clearContents() {
 }
 
 void X11Clipboard::writeText(X11SelectionContents contents) {
-    dispatchArrived();
+    dispatchPending();
     releasePrimary();
     contents.resolve(connection_, serverDeadline());
     if (!contents.items.empty())
@@ -250,19 +251,19 @@ void X11Clipboard::offerPrimary() {
     texts.resolve(connection_, serverDeadline());
     if (texts.targets().empty())
         return;
-    if (!isPrimaryOffered_)
+    if (!hasOfferedPrimary_)
         formerPrimary_ = std::make_shared<const X11SelectionContents>(readPrimary());
-    isPrimaryOffered_ = server_.claim(
+    hasOfferedPrimary_ = server_.claim(
         XCB_ATOM_PRIMARY, std::make_shared<const X11SelectionContents>(std::move(texts)), serverDeadline());
 }
 
-/// The text that is marked somewhere; no forms if there is none.
+/// Returns the text that is marked in any program; no forms if there is none.
 X11SelectionContents X11Clipboard::readPrimary() {
     if (const auto own = server_.contents(XCB_ATOM_PRIMARY))
         return *own;
     X11SelectionContents texts;
     const auto time = connection_.timestamp(serverDeadline());
-    if (!time || !hasOwner(XCB_ATOM_PRIMARY))
+    if (!time || !isOwned(XCB_ATOM_PRIMARY))
         return texts;
     if (const auto text = fetchText(XCB_ATOM_PRIMARY, *time, clock_.now() + ownerSeconds)) {
         texts = X11SelectionContents::fromText(*text);
@@ -271,10 +272,10 @@ X11SelectionContents X11Clipboard::readPrimary() {
     return texts;
 }
 
-/// Offers again by PRIMARY what `offerPrimary` has displaced. Does nothing if another program has taken it
-/// since.
+/// Offers through PRIMARY again what `offerPrimary` has displaced. Does nothing if another program has taken
+/// it since.
 void X11Clipboard::releasePrimary() {
-    if (!std::exchange(isPrimaryOffered_, false))
+    if (!std::exchange(hasOfferedPrimary_, false))
         return;
     const auto former = std::exchange(formerPrimary_, nullptr);
     if (!server_.owns(XCB_ATOM_PRIMARY))
@@ -288,7 +289,7 @@ void X11Clipboard::releasePrimary() {
 void X11Clipboard::handOver() {
     connection_.synchronize(serverDeadline());
     const auto contents = ownContents();
-    if (!contents || contents->items.empty() || !hasOwner(clipboardManager_))
+    if (!contents || contents->items.empty() || !isOwned(clipboardManager_))
         return;
     const auto time = connection_.timestamp(serverDeadline());
     const auto property = connection_.atom("_SONVALE_SAVE_TARGETS", serverDeadline());
@@ -310,15 +311,15 @@ void X11Clipboard::handOver() {
 }
 
 void X11Clipboard::serveAndWait(int otherDescriptor) {
-    dispatchArrived();
+    dispatchPending();
     advance();
     waitForLateForms();
     server_.expire();
     connection_.waitForInput(otherDescriptor, nextDeadline());
 }
 
-/// An emptied clipboard that gets no contents at once has been restored as empty. If the earlier owner is
-/// still sending, what it sends belongs there.
+/// A clipboard that was emptied and gets no contents at once has been restored as empty. If the earlier owner
+/// is still sending, its forms belong there.
 void X11Clipboard::waitForLateForms() {
     if (late_ != Late::kept || clock_.now() < server_.fillDeadline(clipboard_))
         return;
@@ -356,24 +357,24 @@ void X11Clipboard::noteChange(const xcb_generic_event_t& event) {
     const auto& change = reinterpret_cast<const xcb_xfixes_selection_notify_event_t&>(event);
     if (change.selection != clipboard_)
         return;
-    // Letting go of what `clearContents` took is the second half of one change.
-    if (change.owner == XCB_WINDOW_NONE && server_.tellsOfRelease(clipboard_, event.full_sequence))
+    // The release of what `clearContents` has claimed is the second half of one change.
+    if (change.owner == XCB_WINDOW_NONE && server_.isOwnRelease(clipboard_, event.full_sequence))
         return;
     ++changeCount_;
     reader_.abandon();
-    // What this program puts there meanwhile does not concern forms that are still to come.
+    // What this program writes meanwhile does not affect forms that are still to come.
     const bool isLateInUse =
         late_ == Late::kept || (late_ == Late::restored && change.owner == connection_.window());
     if (!isLateInUse)
         endFetch();
 }
 
-void X11Clipboard::dispatchArrived() {
+void X11Clipboard::dispatchPending() {
     while (const auto event = connection_.takeEvent())
         dispatch(*event);
 }
 
-bool X11Clipboard::hasOwner(xcb_atom_t selection) {
+bool X11Clipboard::isOwned(xcb_atom_t selection) {
     return connection_.selectionOwner(selection, serverDeadline()).value_or(XCB_WINDOW_NONE) !=
            XCB_WINDOW_NONE;
 }

@@ -11,7 +11,7 @@
 
 namespace sonvale::adapters::x11 {
 
-/// The clipboard as the thread of its connection handles it; `X11Pasteboard` tells what the operations mean.
+/// The clipboard on the thread of its connection. `X11Pasteboard` documents the operations.
 class X11Clipboard {
 public:
     /// Called on the clipboard's thread; nullopt if the server does not answer.
@@ -23,34 +23,35 @@ public:
     X11Clipboard(const runtime::Clock& clock, const std::string& displayName);
 
     std::int64_t changeCount();
-    /// What this program holds itself; absent when that is nothing, or there is no server. It asks nobody,
-    /// and may be read on any thread.
+    /// Returns what this program holds itself, or null if it holds nothing or there is no server. Asks no
+    /// other program. The contents may be read on any thread.
     X11SelectionServer::ContentsPointer ownContents();
 
     /// Starts to fetch what another program holds, and starts again each time it changes.
     void prefetch();
-    /// Drops what was fetched and not read.
+    /// Drops the forms that were fetched and not read.
     void dropPrefetch();
-    /// Reads what another program holds: what was prefetched if that is current. `ready` is called inside
-    /// this operation or later inside `serveAndWait`. If it is called before everything has arrived, the rest
-    /// is added once the items are written back.
+    /// Reads what another program holds, from the prefetched forms if they are current. `ready` is called
+    /// inside this operation or later inside `serveAndWait`. If it is called before all forms have arrived,
+    /// the rest is added when the items are written back.
     void readItems(ItemsReady ready);
 
     std::optional<std::string> readText();
     void clearContents();
-    /// The atoms are filled in here.
+    /// Fills in the atoms and offers the contents.
     void writeText(X11SelectionContents contents);
     void writeItems(X11SelectionContents contents);
     void offerPrimary();
 
-    /// Asks the clipboard manager to take over what is held, and serves it until it has (freedesktop's
-    /// clipboard manager convention: SAVE_TARGETS).
+    /// Asks the clipboard manager to take over the contents, and serves it until it has done so
+    /// (freedesktop's clipboard manager convention: SAVE_TARGETS).
     void handOver();
 
-    /// Serves what has come, then sleeps until there is more, on the other descriptor too.
+    /// Handles the events that have arrived, then sleeps until there are more, or until the other descriptor
+    /// can be read.
     void serveAndWait(int otherDescriptor);
 
-    /// Ends every wait. From any thread.
+    /// Ends every wait. May be called from any thread.
     void disconnect() const { connection_.disconnect(); }
 
 private:
@@ -58,18 +59,18 @@ private:
         ItemsReady ready;
         double since = 0;
     };
-    /// What becomes of forms that arrive after `readItems` has answered.
+    /// What happens to forms that arrive after `readItems` has answered.
     enum class Late {
-        none,     ///< there are none
-        kept,     ///< until the items are written back
-        restored, ///< the items are written back: they join what is offered
+        none,     ///< there are no such forms
+        kept,     ///< kept until the items are written back
+        restored, ///< the items are written back: the forms are added to the offer
     };
 
     void dispatch(const xcb_generic_event_t& event);
-    void dispatchArrived();
+    void dispatchPending();
     void noteChange(const xcb_generic_event_t& event);
     void watchChanges();
-    bool hasOwner(xcb_atom_t selection);
+    bool isOwned(xcb_atom_t selection);
     bool startFetch();
     void advance();
     void answerItems();
@@ -97,10 +98,10 @@ private:
     bool isPrefetching_ = false;
     std::optional<Waiting> waiting_; ///< for `readItems`
     Late late_ = Late::none;
-    std::vector<std::string> order_; ///< names of the forms of `fetch_` in their owner's order
-    /// What PRIMARY held before `offerPrimary`; absent while that is not in use.
+    std::vector<std::string> order_; ///< names of the forms of `fetch_`, in their owner's order
+    /// What PRIMARY held before `offerPrimary`; null if that is not in use.
     X11SelectionServer::ContentsPointer formerPrimary_;
-    bool isPrimaryOffered_ = false;
+    bool hasOfferedPrimary_ = false;
     bool isHandedOver_ = false;
 };
 

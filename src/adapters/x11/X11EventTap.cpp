@@ -19,16 +19,16 @@ namespace sonvale::adapters::x11 {
 
 namespace {
 
-// "com.sonvale.hotkey" in the fifteen bytes that Linux has for it.
+// "com.sonvale.hotkey" in the fifteen bytes that Linux allows.
 constexpr const char* threadName = "sonvale.hotkey";
-constexpr int urgency = -10;
+constexpr int threadNiceness = -10;
 
 const base::Logger& logger() {
     static const base::Logger instance("X11EventTap");
     return instance;
 }
 
-/// Signals are the main thread's business.
+/// Blocks all signals in a scope, because the main thread handles them.
 class SignalsBlocked {
 public:
     SignalsBlocked() {
@@ -51,14 +51,14 @@ X11EventTap::X11EventTap(const runtime::Clock& clock, std::shared_ptr<SyntheticK
     : displayName_(std::move(displayName))
     , clock_(clock)
     , ledger_(std::move(ledger))
-    , wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    if (wakeUp_ < 0)
+    , wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    if (wakeDescriptor_ < 0)
         throw std::runtime_error("no descriptor left for the key tap");
 }
 
 X11EventTap::~X11EventTap() {
     stop();
-    close(wakeUp_);
+    close(wakeDescriptor_);
 }
 
 bool X11EventTap::probe() {
@@ -87,11 +87,11 @@ void X11EventTap::stop() {
     if (!listener_)
         return;
     isStopping_ = true;
-    // A listener that waits for a server which does not answer would hold up the caller.
+    // Otherwise a listener that waits for a hung server would block the caller.
     listener_->interrupt();
     const std::uint64_t one = 1;
     // The counter can only be full when the thread is awake anyway.
-    [[maybe_unused]] const auto written = write(wakeUp_, &one, sizeof one);
+    [[maybe_unused]] const auto written = write(wakeDescriptor_, &one, sizeof one);
     thread_.join();
     listener_.reset();
     std::deque<std::function<void()>> dropped;
@@ -101,7 +101,7 @@ void X11EventTap::stop() {
 }
 
 void X11EventTap::enable() {
-    // X11 stops a listener in one way only, by ending its connection, and with that the session is over.
+    // X11 stops a listener only by ending its connection; the session is then over.
 }
 
 void X11EventTap::perform(std::function<void()> block) {
@@ -142,19 +142,20 @@ void X11EventTap::post(std::function<void()> block) {
     blocks_.push_back(std::move(block));
     const std::uint64_t one = 1;
     // The counter can only be full when the thread is awake anyway.
-    [[maybe_unused]] const auto written = write(wakeUp_, &one, sizeof one);
+    [[maybe_unused]] const auto written = write(wakeDescriptor_, &one, sizeof one);
 }
 
 void X11EventTap::run() {
     pthread_setname_np(pthread_self(), threadName);
-    // Every shortcut waits for this thread. Where the user has no right to it, it stays an ordinary one.
-    setpriority(PRIO_PROCESS, 0, urgency);
+    // Every hotkey waits for this thread. If the user has no right to raise its priority, it keeps the
+    // ordinary one.
+    setpriority(PRIO_PROCESS, 0, threadNiceness);
     while (!isStopping_) {
         const bool hasRunBlocks = runBlocks();
         if (!listener_->processEvents())
             break;
-        // Waiting for replies may have read events that no poll would tell of.
-        if (!listener_->runDue() && !hasRunBlocks)
+        // A wait for a reply may have read events; then poll would not report them.
+        if (!listener_->runDeadline() && !hasRunBlocks)
             waitForWork();
     }
     if (isStopping_)
@@ -187,10 +188,10 @@ bool X11EventTap::runBlocks() {
 }
 
 void X11EventTap::waitForWork() {
-    listener_->waitForInput(wakeUp_);
+    listener_->waitForInput(wakeDescriptor_);
     std::uint64_t count = 0;
     // Fails if only the server had something, and then there is nothing to read.
-    [[maybe_unused]] const auto read = ::read(wakeUp_, &count, sizeof count);
+    [[maybe_unused]] const auto read = ::read(wakeDescriptor_, &count, sizeof count);
 }
 
 } // namespace sonvale::adapters::x11

@@ -19,12 +19,12 @@ class X11KeyListener;
 
 /// The key tap on X11.
 ///
-/// Limits of X11: the release of a swallowed key still reaches the application, without its press, which
-/// programs drop. A key whose modifier the program itself has let go for a paste is passed, because the
-/// server no longer sees the combination. A swallowable combination that the callback passes goes to the
-/// focused application, past other programs' own bindings of it. From its press until the callback has spoken
-/// the keyboard stands still for everybody. When the display goes away the callback gets `tapDisabled` once
-/// and the thread ends; `enable()` cannot bring it back.
+/// Limits of X11: the release of a swallowed key still reaches the application, without its press; programs
+/// ignore such a release. A key whose modifier the program itself has released for a paste is passed, because
+/// the server no longer sees the combination. A swallowable combination that the callback passes goes to the
+/// focused application, even if another program has bound it. From its press until the callback has answered,
+/// the whole keyboard is frozen. If the connection to the display ends, the callback gets `tapDisabled` once
+/// and the thread ends; `enable()` cannot restore it.
 class X11EventTap final : public platform::EventTap {
 public:
     /// An empty name means the display of the environment. `ledger` is shared with the program's
@@ -54,12 +54,12 @@ private:
     const std::shared_ptr<SyntheticKeyLedger> ledger_;
     std::function<void(platform::KeyCombination)> onTaken_;
 
-    const int wakeUp_; ///< an eventfd
+    const int wakeDescriptor_; ///< an eventfd
     std::unique_ptr<X11KeyListener> listener_;
     std::thread thread_;
     std::atomic<bool> isStopping_ = false;
 
-    std::mutex mutex_; ///< guards what follows
+    std::mutex mutex_; ///< guards the fields below
     bool isRunning_ = false;
     std::deque<std::function<void()>> blocks_;
     std::vector<platform::KeyCombination> swallowable_;

@@ -6,11 +6,12 @@
 
 namespace sonvale::adapters::x11 {
 
-/// The macOS virtual key code (Carbon's kVK_ constants) of the key at the same place of the keyboard; -1
-/// where macOS has none. X key codes are those of the evdev rules, which every current server uses.
+/// Returns the macOS virtual key code (Carbon's kVK_ constants) of the key at the same place of the keyboard,
+/// or -1 if macOS has none. X key codes are those of the evdev rules, which every current server uses.
 int virtualKeyCode(xcb_keycode_t keycode);
 
-/// The X key codes at the place of a macOS virtual key code; several where PC keyboards have two keys for it.
+/// Returns the X key codes at the place of a macOS virtual key code. There are several if PC keyboards have
+/// two keys for it.
 std::vector<xcb_keycode_t> keycodesOf(int virtualKeyCode);
 
 } // namespace sonvale::adapters::x11

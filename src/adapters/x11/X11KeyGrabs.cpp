@@ -10,13 +10,13 @@ namespace sonvale::adapters::x11 {
 
 namespace {
 
-// After a change of the keyboard openbox grabs at once, xfwm4 after a quarter of a second; on a busy machine
-// it takes them a tenth of a second more.
+// Seconds after a change of the keyboard. Openbox grabs at once, xfwm4 after a quarter of a second, and on a
+// busy machine both need a tenth of a second more.
 constexpr double attempts[] = {0, 0.008, 0.016, 0.032, 0.064, 0.128, 0.3, 0.6, 1.2};
-// While a modifier of a combination is held its key may come at any moment.
+// While a modifier of a combination is held, its key may be pressed at any moment.
 constexpr double urgentInterval = 0.004;
-constexpr double unsettledTime = 2;
-constexpr double longestWayToGrab = 0.020;
+constexpr double unsettledSeconds = 2;
+constexpr double maxGrabDelay = 0.020;
 constexpr double replySeconds = 1;
 
 } // namespace
@@ -39,7 +39,7 @@ void X11KeyGrabs::setCombinations(const std::vector<platform::KeyCombination>& c
         if (combination.keyCode >= 0)
             entries_.push_back({combination, grabsOf(combination, map)});
     }
-    winBack();
+    startRegrabbing();
 }
 
 void X11KeyGrabs::setMap(const X11KeyboardMap& map) {
@@ -52,15 +52,15 @@ void X11KeyGrabs::setMap(const X11KeyboardMap& map) {
         entry.grabs = std::move(grabs);
     }
     locks_ = map.lockCombinations();
-    winBack();
+    startRegrabbing();
 }
 
-void X11KeyGrabs::winBack() {
+void X11KeyGrabs::startRegrabbing() {
     if (entries_.empty()) {
         nextAttempt_ = std::size(attempts);
         return;
     }
-    winBackBegan_ = connection_.clock().now();
+    regrabbingSince_ = connection_.clock().now();
     nextAttempt_ = 0;
 }
 
@@ -80,48 +80,48 @@ bool X11KeyGrabs::isModifierHeld() const {
     });
 }
 
-void X11KeyGrabs::keyWentDown(xcb_keycode_t keycode, std::uint64_t modifiers) {
+void X11KeyGrabs::keyPressed(xcb_keycode_t keycode, std::uint64_t modifiers) {
     for (std::size_t i = 0; i < entries_.size(); ++i) {
         const auto& entry = entries_[i];
         const bool hasKey = std::any_of(entry.grabs.begin(), entry.grabs.end(),
                                         [&](const Grab& grab) { return grab.keycode == keycode; });
         if (hasKey && entry.combination.modifiers == modifiers)
-            awaited_ = Awaited{keycode, i, connection_.clock().now() + longestWayToGrab};
+            awaited_ = Awaited{keycode, i, connection_.clock().now() + maxGrabDelay};
     }
 }
 
-void X11KeyGrabs::grabWasMet(xcb_keycode_t keycode) {
+void X11KeyGrabs::grabEventCame(xcb_keycode_t keycode) {
     if (!awaited_ || awaited_->keycode != keycode)
         return;
     entries_[awaited_->entry].wasMissed = false;
     awaited_.reset();
 }
 
-std::optional<double> X11KeyGrabs::nextDue() const {
+std::optional<double> X11KeyGrabs::nextDeadline() const {
     std::optional<double> due;
     const auto consider = [&](double time) {
         if (!due || time < *due)
             due = time;
     };
     if (nextAttempt_ < std::size(attempts))
-        consider(winBackBegan_ + attempts[nextAttempt_]);
-    if (isModifierHeld() && lastAttempt_ + urgentInterval < winBackBegan_ + unsettledTime)
+        consider(regrabbingSince_ + attempts[nextAttempt_]);
+    if (isModifierHeld() && lastAttempt_ + urgentInterval < regrabbingSince_ + unsettledSeconds)
         consider(lastAttempt_ + urgentInterval);
     if (awaited_)
         consider(awaited_->until);
     return due;
 }
 
-bool X11KeyGrabs::runDue() {
+bool X11KeyGrabs::runDeadline() {
     const double now = connection_.clock().now();
-    const auto due = nextDue();
+    const auto due = nextDeadline();
     if (!due || *due > now)
         return false;
     if (awaited_ && awaited_->until <= now)
-        missed();
+        handleMiss();
     const bool wasTrying = nextAttempt_ < std::size(attempts);
-    // A thread that was held up does not catch up one by one.
-    while (nextAttempt_ < std::size(attempts) && winBackBegan_ + attempts[nextAttempt_] <= now)
+    // A delayed thread makes one attempt in place of all that it has missed.
+    while (nextAttempt_ < std::size(attempts) && regrabbingSince_ + attempts[nextAttempt_] <= now)
         ++nextAttempt_;
     grabAll();
     if (wasTrying && nextAttempt_ == std::size(attempts)) {
@@ -145,8 +145,8 @@ std::vector<X11KeyGrabs::Grab> X11KeyGrabs::grabsOf(const platform::KeyCombinati
 }
 
 void X11KeyGrabs::grabAll() {
-    // A grab of raw events is needed besides: while it is active the server sends them to the grabbing client
-    // by way of the grab only.
+    // The grab needs raw events too: while it is active the server sends them to the grabbing client only
+    // through the grab.
     constexpr std::uint32_t mask = XCB_INPUT_XI_EVENT_MASK_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_KEY_RELEASE |
                                    XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS |
                                    XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE;
@@ -170,7 +170,7 @@ void X11KeyGrabs::grabAll() {
     const double deadline = lastAttempt_ + replySeconds;
     for (const auto& [entry, cookie] : requests) {
         const auto reply = connection_.reply<xcb_input_xi_passive_grab_device_reply_t>(cookie, deadline);
-        // The reply lists the modifier sets that were refused.
+        // The reply lists the refused sets of modifiers.
         if (reply && reply->num_modifiers > 0)
             entry->isRefused = true;
     }
@@ -188,14 +188,15 @@ void X11KeyGrabs::ungrab(const Entry& entry) {
     xcb_flush(connection_.raw());
 }
 
-void X11KeyGrabs::missed() {
+void X11KeyGrabs::handleMiss() {
     auto& entry = entries_[awaited_->entry];
     awaited_.reset();
-    // Once may be a window manager that was faster after a change of the keyboard, or an open menu.
+    // One miss may be caused by a window manager that was faster after a change of the keyboard, or by an
+    // open menu.
     if (entry.isRefused || entry.wasMissed)
         report(entry);
     entry.wasMissed = true;
-    winBack();
+    startRegrabbing();
 }
 
 void X11KeyGrabs::report(Entry& entry) {

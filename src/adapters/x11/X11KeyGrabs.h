@@ -11,39 +11,40 @@
 
 namespace sonvale::adapters::x11 {
 
-/// The grabs of the combinations that the listener may swallow, and the struggle for them.
+/// The grabs of the combinations that the listener may swallow, and the attempts to keep them.
 ///
-/// Window managers bind some of them (Alt+Space) with core grabs. Between those and ours the last one counts,
-/// and they grab anew at every change of the keyboard; so do we then, several times, because they take their
-/// time. Grabs are synchronous: the keyboard waits for the listener's word after each press of such a
-/// combination, so that it can still be passed on. One thread.
+/// Window managers bind some of them (Alt+Space) with core grabs. If two clients grab the same combination,
+/// the later grab counts, and window managers grab again at every change of the keyboard. This class then
+/// grabs again too, several times, because window managers need some time. The grabs are synchronous: after
+/// each press of such a combination the keyboard is frozen until the listener decides, so that the press can
+/// still be passed on. One thread.
 class X11KeyGrabs {
 public:
-    /// `onTaken` as of `EventTap::setOnTaken`.
+    /// `onTaken` as in `EventTap::setOnTaken`.
     X11KeyGrabs(X11Connection& connection, std::uint16_t keyboard,
                 std::function<void(platform::KeyCombination)> onTaken);
 
-    /// Replaces the combinations; those of modifiers alone are left out.
+    /// Replaces the combinations. Ignores those that have only modifiers.
     void setCombinations(const std::vector<platform::KeyCombination>& combinations,
                          const X11KeyboardMap& map);
 
-    /// The keyboard or its meanings have changed.
+    /// Updates the grabs after a change of the keyboard or of its map.
     void setMap(const X11KeyboardMap& map);
 
-    /// The modifiers that are held from now on. When one of a combination goes down, somebody may have
-    /// grabbed in between.
+    /// Sets the modifiers that are held from now on. When a modifier of a combination goes down, grabs again,
+    /// because another client may have grabbed meanwhile.
     void setHeldModifiers(std::uint64_t modifiers);
 
-    /// A key has gone down while the server saw these modifiers. If it should meet a grab, its event has to
-    /// follow.
-    void keyWentDown(xcb_keycode_t keycode, std::uint64_t modifiers);
-    /// The event of a grab has come.
-    void grabWasMet(xcb_keycode_t keycode);
+    /// Reports that a key has gone down while the server saw these modifiers. If they are a grabbed
+    /// combination, the event of the grab must follow.
+    void keyPressed(xcb_keycode_t keycode, std::uint64_t modifiers);
+    /// Reports the event of a grab.
+    void grabEventCame(xcb_keycode_t keycode);
 
-    /// When `runDue()` has something to do; absent as long as nothing happens.
-    std::optional<double> nextDue() const;
-    /// Does what is due; false when nothing is.
-    bool runDue();
+    /// Returns when `runDeadline()` must run next; nullopt if it need not.
+    std::optional<double> nextDeadline() const;
+    /// Does the work whose time has come. Returns false if there is none.
+    bool runDeadline();
 
 private:
     struct Grab {
@@ -54,8 +55,8 @@ private:
     struct Entry {
         platform::KeyCombination combination;
         std::vector<Grab> grabs;
-        bool isRefused = false; ///< the server said at the last attempt that another client has it
-        bool wasMissed = false; ///< the last press went to somebody else
+        bool isRefused = false; ///< another client had it at the last attempt
+        bool wasMissed = false; ///< the last press went to another client
         bool isReported = false;
     };
     struct Awaited {
@@ -65,11 +66,11 @@ private:
     };
 
     std::vector<Grab> grabsOf(const platform::KeyCombination& combination, const X11KeyboardMap& map) const;
-    void winBack();
+    void startRegrabbing();
     bool isModifierHeld() const;
     void grabAll();
     void ungrab(const Entry& entry);
-    void missed();
+    void handleMiss();
     void report(Entry& entry);
 
     X11Connection& connection_;
@@ -79,9 +80,9 @@ private:
     std::vector<Entry> entries_;
 
     std::uint64_t heldModifiers_ = 0;
-    double winBackBegan_;
+    double regrabbingSince_;
     double lastAttempt_ = 0;
-    std::size_t nextAttempt_; ///< index in the table of delays; its size when no attempt is due
+    std::size_t nextAttempt_; ///< index in the table of delays; its size if no attempt is planned
     std::optional<Awaited> awaited_;
 };
 

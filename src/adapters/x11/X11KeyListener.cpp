@@ -91,7 +91,7 @@ bool X11KeyListener::processEvents() {
 
 void X11KeyListener::waitForInput(int otherDescriptor) {
     connection_->waitForInput(otherDescriptor,
-                              grabs_.nextDue().value_or(std::numeric_limits<double>::infinity()));
+                              grabs_.nextDeadline().value_or(std::numeric_limits<double>::infinity()));
 }
 
 void X11KeyListener::reportDisabled() {
@@ -99,15 +99,15 @@ void X11KeyListener::reportDisabled() {
 }
 
 void X11KeyListener::handle(const xcb_generic_event_t& event) {
-    // Errors of requests without replies arrive here too, as type 0: a keyboard that was unplugged a moment
-    // ago, a grab that has ended by itself. Nothing depends on them.
+    // Errors of requests without replies arrive here too, as type 0: a keyboard that was just unplugged, a
+    // grab that has ended by itself. Nothing depends on them.
     const auto type = event.response_type & 0x7f;
     if (type == XCB_GE_GENERIC) {
         const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
         if (generic.extension == extensions_.inputOpcode)
             handleInput(generic);
     } else if (isKeyboardChange(extensions_, event)) {
-        mapChanged();
+        updateMap();
     }
 }
 
@@ -115,20 +115,20 @@ void X11KeyListener::handleInput(const xcb_ge_generic_event_t& event) {
     switch (event.event_type) {
     case XCB_INPUT_RAW_KEY_PRESS: {
         const auto& key = reinterpret_cast<const xcb_input_raw_key_press_event_t&>(event);
-        keyWentDown(key.sourceid, static_cast<xcb_keycode_t>(key.detail));
+        handlePress(key.sourceid, static_cast<xcb_keycode_t>(key.detail));
         break;
     }
     case XCB_INPUT_RAW_KEY_RELEASE: {
         const auto& key = reinterpret_cast<const xcb_input_raw_key_release_event_t&>(event);
-        keyWentUp(key.sourceid, static_cast<xcb_keycode_t>(key.detail));
+        handleRelease(key.sourceid, static_cast<xcb_keycode_t>(key.detail));
         break;
     }
     case XCB_INPUT_KEY_PRESS:
-        grabWasMet(
+        grabEventCame(
             static_cast<xcb_keycode_t>(reinterpret_cast<const xcb_input_key_press_event_t&>(event).detail));
         break;
     case XCB_INPUT_HIERARCHY:
-        keyboardsChanged();
+        updateKeyboards();
         break;
     default:
         break;
@@ -136,47 +136,47 @@ void X11KeyListener::handleInput(const xcb_ge_generic_event_t& event) {
 }
 
 bool X11KeyListener::isOwn(std::uint16_t keyboard, KeyStroke stroke) {
-    return ledger_.strikeOut(
+    return ledger_.remove(
         keyboard, stroke, connection_->clock().now(),
         [this, keyboard](xcb_keycode_t keycode) { return held_.isHeld(keyboard, keycode); });
 }
 
-void X11KeyListener::keyWentDown(std::uint16_t keyboard, xcb_keycode_t keycode) {
+void X11KeyListener::handlePress(std::uint16_t keyboard, xcb_keycode_t keycode) {
     downInServer_.set(keycode);
     if (isOwn(keyboard, {keycode, true})) {
-        // A hotkey of the user's may be the chord that the program presses for a paste.
+        // A hotkey of the user may be the combination that the program presses for a paste.
         verdicts_[keycode] = {platform::KeyVerdict::pass, keyboard};
         return;
     }
     ledger_.setUserKeyboard(keyboard);
     held_.press(keyboard, keycode);
     if (map_.isStateKey(keycode)) {
-        tell(platform::KeyEvent::Type::flagsChanged, keycode);
+        report(platform::KeyEvent::Type::flagsChanged, keycode);
         grabs_.setHeldModifiers(held_.flags(map_));
         return;
     }
-    const auto verdict = tell(platform::KeyEvent::Type::keyDown, keycode);
+    const auto verdict = report(platform::KeyEvent::Type::keyDown, keycode);
     verdicts_[keycode] = {verdict, keyboard};
-    grabs_.keyWentDown(keycode, flagsInServer());
+    grabs_.keyPressed(keycode, flagsInServer());
 }
 
-void X11KeyListener::keyWentUp(std::uint16_t keyboard, xcb_keycode_t keycode) {
+void X11KeyListener::handleRelease(std::uint16_t keyboard, xcb_keycode_t keycode) {
     downInServer_.reset(keycode);
     if (isOwn(keyboard, {keycode, false}))
         return;
     held_.release(keyboard, keycode, keyboards_);
-    // What comes after a grab has ended cannot be kept from the application; it drops a release without a
-    // press.
+    // A release after the end of a grab cannot be kept from the application. Applications ignore a release
+    // without a press.
     const bool isStateKey = map_.isStateKey(keycode);
-    tell(isStateKey ? platform::KeyEvent::Type::flagsChanged : platform::KeyEvent::Type::keyUp, keycode);
+    report(isStateKey ? platform::KeyEvent::Type::flagsChanged : platform::KeyEvent::Type::keyUp, keycode);
     if (isStateKey)
         grabs_.setHeldModifiers(held_.flags(map_));
 }
 
-void X11KeyListener::grabWasMet(xcb_keycode_t keycode) {
-    grabs_.grabWasMet(keycode);
-    // The raw event came first, so the callback has spoken already; repeats, which have no raw event, follow
-    // the press. The whole keyboard stands still until one of the answers below.
+void X11KeyListener::grabEventCame(xcb_keycode_t keycode) {
+    grabs_.grabEventCame(keycode);
+    // The raw event came first, so the callback has already decided; repeats, which have no raw event, follow
+    // the press. The whole keyboard is frozen until one of the answers below.
     const auto found = verdicts_.find(keycode);
     if (found == verdicts_.end() || found->second.verdict == platform::KeyVerdict::pass) {
         xcb_input_xi_allow_events(connection_->raw(), XCB_CURRENT_TIME, keyboards_.master,
@@ -184,31 +184,31 @@ void X11KeyListener::grabWasMet(xcb_keycode_t keycode) {
         xcb_flush(connection_->raw());
         return;
     }
-    // As long as a grab is active, the application has lost the focus and a paste would come to us.
+    // While a grab is active, the application has lost the focus and a paste would come to this program.
     xcb_input_xi_ungrab_device(connection_->raw(), XCB_CURRENT_TIME, keyboards_.master);
     xcb_flush(connection_->raw());
     tapMaskKey(found->second.keyboard);
 }
 
 void X11KeyListener::maskHeldKeys() {
-    // On the keyboard that was used last: a press on another one makes window managers grab their shortcuts
+    // On the keyboard that was used last: after a press on another one, window managers grab their shortcuts
     // again.
     tapMaskKey(ledger_.userKeyboard());
 }
 
 void X11KeyListener::tapMaskKey(std::uint16_t keyboard) {
-    // A key that means nothing ends the repeating of the key before it, and keeps Qt from taking the release
-    // of Alt for a bare Alt, which moves the keyboard to the menu bar.
+    // A key that means nothing ends the repeats of the key before it. It also keeps Qt from taking the
+    // release of Alt for a press of Alt alone, which moves the focus to the menu bar.
     if (const auto mask = map_.unusedKeycode())
         sender_.send(keyboards_, keyboard, {{*mask, true}, {*mask, false}});
 }
 
-void X11KeyListener::keyboardsChanged() {
+void X11KeyListener::updateKeyboards() {
     auto keyboards =
         receiveKeyboards(*connection_, requestKeyboards(*connection_), connection_->deadlineIn(replySeconds));
     if (!keyboards)
         return;
-    // An unplugged keyboard, or one that was switched off with its virtual terminal, reports no releases.
+    // A keyboard that was unplugged, or switched off with its virtual terminal, reports no releases.
     bool hasReleased = false;
     for (const auto device : keyboards_.hardware) {
         if (!keyboards->isHardware(device))
@@ -221,7 +221,7 @@ void X11KeyListener::keyboardsChanged() {
     grabs_.setHeldModifiers(held_.flags(map_));
 }
 
-void X11KeyListener::mapChanged() {
+void X11KeyListener::updateMap() {
     auto map = X11KeyboardMap::receive(*connection_, X11KeyboardMap::request(*connection_),
                                        connection_->deadlineIn(replySeconds));
     if (map)
@@ -238,7 +238,7 @@ std::uint64_t X11KeyListener::flagsInServer() const {
     return flags;
 }
 
-platform::KeyVerdict X11KeyListener::tell(platform::KeyEvent::Type type, xcb_keycode_t keycode) {
+platform::KeyVerdict X11KeyListener::report(platform::KeyEvent::Type type, xcb_keycode_t keycode) {
     return callback_({type, map_.virtualKeyCodeOf(keycode), held_.flags(map_)});
 }
 

@@ -18,14 +18,14 @@
 
 namespace sonvale::adapters::x11 {
 
-/// Listening itself: turns what the server reports into events of the port and keeps from the applications
-/// what the callback swallows.
+/// The listener of the tap: turns the server's reports into events of the port, and keeps from the
+/// applications what the callback swallows.
 ///
-/// Keys are observed as XInput 2 raw events, which come for every key, under other programs' grabs too.
-/// Belongs to the tap's thread, `interrupt()` excepted.
+/// Observes keys as XInput 2 raw events, which the server sends for every key, even while other programs hold
+/// grabs. Belongs to the tap's thread; only `interrupt()` may be called from another one.
 class X11KeyListener {
 public:
-    /// Null when the server refuses.
+    /// Returns null if the server refuses.
     static std::unique_ptr<X11KeyListener> open(const std::string& displayName, const runtime::Clock& clock,
                                                 SyntheticKeyLedger& ledger,
                                                 platform::EventTap::Callback callback,
@@ -34,24 +34,25 @@ public:
 
     void setSwallowable(const std::vector<platform::KeyCombination>& combinations);
 
-    /// Deals with everything that has come. False when the connection is gone.
+    /// Handles everything that has arrived. Returns false if the connection has ended.
     bool processEvents();
 
-    std::optional<double> nextDue() const { return grabs_.nextDue(); }
-    /// Does what is due; false when nothing is.
-    bool runDue() { return grabs_.runDue(); }
+    std::optional<double> nextDeadline() const { return grabs_.nextDeadline(); }
+    /// Does the work whose time has come. Returns false if there is none.
+    bool runDeadline() { return grabs_.runDeadline(); }
 
     /// Sleeps until something has come from the server, until the other descriptor can be read, or until
-    /// `nextDue`. Call it when `processEvents` and `runDue` have nothing left to do.
+    /// `nextDeadline`. Call it if `processEvents` and `runDeadline` have nothing left to do.
     void waitForInput(int otherDescriptor);
 
-    /// As `EventTap::maskHeldKeys`.
+    /// Does what `EventTap::maskHeldKeys` does.
     void maskHeldKeys();
 
-    /// The system has ended the listening: tells the callback.
+    /// Tells the callback that the system has ended the listening.
     void reportDisabled();
 
-    /// Makes waits inside the listener end and `processEvents` return false. From any thread.
+    /// Ends the waits inside the listener and makes `processEvents` return false. May be called from any
+    /// thread.
     void interrupt() { connection_->disconnect(); }
 
 private:
@@ -68,15 +69,15 @@ private:
     void readHeldKeys();
     void handle(const xcb_generic_event_t& event);
     void handleInput(const xcb_ge_generic_event_t& event);
-    void keyWentDown(std::uint16_t keyboard, xcb_keycode_t keycode);
-    void keyWentUp(std::uint16_t keyboard, xcb_keycode_t keycode);
+    void handlePress(std::uint16_t keyboard, xcb_keycode_t keycode);
+    void handleRelease(std::uint16_t keyboard, xcb_keycode_t keycode);
     bool isOwn(std::uint16_t keyboard, KeyStroke stroke);
-    void grabWasMet(xcb_keycode_t keycode);
+    void grabEventCame(xcb_keycode_t keycode);
     void tapMaskKey(std::uint16_t keyboard);
-    void keyboardsChanged();
-    void mapChanged();
+    void updateKeyboards();
+    void updateMap();
     std::uint64_t flagsInServer() const;
-    platform::KeyVerdict tell(platform::KeyEvent::Type type, xcb_keycode_t keycode);
+    platform::KeyVerdict report(platform::KeyEvent::Type type, xcb_keycode_t keycode);
 
     std::unique_ptr<X11Connection> connection_;
     const X11KeyboardExtensions extensions_;
@@ -87,8 +88,8 @@ private:
     X11KeyGrabs grabs_;
     X11KeySender sender_;
 
-    HeldKeys held_;                 ///< by the user
-    std::bitset<256> downInServer_; ///< whoever pressed them
+    HeldKeys held_;                 ///< held by the user
+    std::bitset<256> downInServer_; ///< pressed by the user or by a program
     std::map<xcb_keycode_t, Verdict> verdicts_;
 };
 

@@ -8,7 +8,7 @@ namespace sonvale::adapters::x11 {
 void X11KeySender::send(const X11Keyboards& keyboards, std::uint16_t device,
                         const std::vector<KeyStroke>& strokes) {
     const bool isXtest = device == keyboards.xtest;
-    // XTEST knows devices by seven bits.
+    // XTEST encodes devices in seven bits.
     if (device == 0 || (!isXtest && device > 127))
         return;
     ledger_.write(&connection_, device, strokes, connection_.clock().now());

@@ -7,7 +7,7 @@
 
 namespace sonvale::adapters::x11 {
 
-/// Types on the keyboards of the session through XTEST, and keeps the ledger of it.
+/// Types on the keyboards of the session through XTEST, and records the strokes in the ledger.
 class X11KeySender {
 public:
     X11KeySender(X11Connection& connection, const X11KeyboardExtensions& extensions,
@@ -16,7 +16,8 @@ public:
         , inputFirstEvent_(extensions.inputFirstEvent)
         , ledger_(ledger) {}
 
-    /// Types on a keyboard of `keyboards`. The strokes are on their way when it returns; nothing is awaited.
+    /// Types on a keyboard of `keyboards`. The strokes are sent when it returns; it does not wait for the
+    /// server.
     void send(const X11Keyboards& keyboards, std::uint16_t device, const std::vector<KeyStroke>& strokes);
 
 private:

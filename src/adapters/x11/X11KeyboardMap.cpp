@@ -14,10 +14,10 @@ namespace sonvale::adapters::x11 {
 
 namespace {
 
-constexpr int lowestKeycode = 8; // of the protocol
-constexpr int highestKeycode = 255;
+constexpr int minKeycode = 8; // given by the protocol
+constexpr int maxKeycode = 255;
 
-constexpr int escapeKeyCode = 53; // of macOS
+constexpr int escapeKeyCode = 53; // the key code of macOS
 
 std::uint64_t flagOf(xcb_keysym_t keysym) {
     switch (keysym) {
@@ -68,15 +68,14 @@ std::optional<X11KeyboardMap> X11KeyboardMap::receive(X11Connection& connection,
                                reply->totalVModMapKeys, reply->present, &map);
 
     std::array<Key, 256> keys{};
-    auto signs = xcb_xkb_get_map_map_syms_rtrn_iterator(reply.get(), &map);
-    for (int keycode = reply->firstKeySym; signs.rem && keycode <= highestKeycode; ++keycode) {
+    auto symbols = xcb_xkb_get_map_map_syms_rtrn_iterator(reply.get(), &map);
+    for (int keycode = reply->firstKeySym; symbols.rem && keycode <= maxKeycode; ++keycode) {
         auto& key = keys[static_cast<std::size_t>(keycode)];
-        key.groups =
-            signs.data->groupInfo & 0x0f; // the rest of the byte tells of groups that are out of range
-        key.levels = signs.data->width;
-        const auto* first = xcb_xkb_key_sym_map_syms(signs.data);
-        key.keysyms.assign(first, first + xcb_xkb_key_sym_map_syms_length(signs.data));
-        xcb_xkb_key_sym_map_next(&signs);
+        key.groups = symbols.data->groupInfo & 0x0f; // the rest of the byte concerns groups out of range
+        key.levels = symbols.data->width;
+        const auto* first = xcb_xkb_key_sym_map_syms(symbols.data);
+        key.keysyms.assign(first, first + xcb_xkb_key_sym_map_syms_length(symbols.data));
+        xcb_xkb_key_sym_map_next(&symbols);
     }
     auto bits = xcb_xkb_get_map_map_modmap_rtrn_iterator(reply.get(), &map);
     for (; bits.rem; xcb_xkb_key_mod_map_next(&bits))
@@ -87,7 +86,7 @@ std::optional<X11KeyboardMap> X11KeyboardMap::receive(X11Connection& connection,
 xcb_keysym_t X11KeyboardMap::keysymAt(const Key& key, int group, int level) const {
     if (key.groups == 0 || level >= key.levels)
         return XCB_NO_SYMBOL;
-    // Keys with fewer groups than the keyboard repeat theirs.
+    // Keys with fewer groups than the keyboard repeat their groups.
     const auto index = static_cast<std::size_t>((group % key.groups) * key.levels + level);
     return index < key.keysyms.size() ? key.keysyms[index] : XCB_NO_SYMBOL;
 }
@@ -109,18 +108,18 @@ bool X11KeyboardMap::isStateKey(xcb_keycode_t keycode) const {
 int X11KeyboardMap::virtualKeyCodeOf(xcb_keycode_t keycode) const {
     if (firstKeysym(keycode) == XK_Escape)
         return escapeKeyCode;
-    const int atItsPlace = virtualKeyCode(keycode);
-    return atItsPlace == escapeKeyCode ? -1 : atItsPlace;
+    const int codeOfPlace = virtualKeyCode(keycode);
+    return codeOfPlace == escapeKeyCode ? -1 : codeOfPlace;
 }
 
 std::vector<xcb_keycode_t> X11KeyboardMap::keycodesOf(int virtualKeyCode) const {
     if (virtualKeyCode != escapeKeyCode) {
-        auto atItsPlace = x11::keycodesOf(virtualKeyCode);
-        std::erase_if(atItsPlace, [&](xcb_keycode_t keycode) { return firstKeysym(keycode) == XK_Escape; });
-        return atItsPlace;
+        auto codeOfPlace = x11::keycodesOf(virtualKeyCode);
+        std::erase_if(codeOfPlace, [&](xcb_keycode_t keycode) { return firstKeysym(keycode) == XK_Escape; });
+        return codeOfPlace;
     }
     std::vector<xcb_keycode_t> result;
-    for (int keycode = lowestKeycode; keycode <= highestKeycode; ++keycode) {
+    for (int keycode = minKeycode; keycode <= maxKeycode; ++keycode) {
         if (firstKeysym(static_cast<xcb_keycode_t>(keycode)) == XK_Escape)
             result.push_back(static_cast<xcb_keycode_t>(keycode));
     }
@@ -161,7 +160,7 @@ std::vector<std::uint8_t> X11KeyboardMap::lockCombinations() const {
 
 std::optional<X11KeyboardMap::Position> X11KeyboardMap::findIn(xcb_keysym_t keysym, int group) const {
     for (const int level : {0, 1}) {
-        for (int keycode = lowestKeycode; keycode <= highestKeycode; ++keycode) {
+        for (int keycode = minKeycode; keycode <= maxKeycode; ++keycode) {
             if (keysymAt(keys_[static_cast<std::size_t>(keycode)], group, level) == keysym)
                 return Position{static_cast<xcb_keycode_t>(keycode), level == 1};
         }
@@ -172,7 +171,7 @@ std::optional<X11KeyboardMap::Position> X11KeyboardMap::findIn(xcb_keysym_t keys
 std::optional<X11KeyboardMap::Position> X11KeyboardMap::find(xcb_keysym_t keysym) const {
     if (const auto position = findIn(keysym, group_))
         return position;
-    // With a Cyrillic or Greek layout in use, programs look the shortcut's Latin letter up in the others.
+    // With an active Cyrillic or Greek layout, programs look up the shortcut's Latin letter in the others.
     for (int other = 0; other < 4; ++other) {
         if (const auto position = findIn(keysym, other))
             return position;
@@ -188,7 +187,7 @@ bool X11KeyboardMap::isUnused(int keycode) const {
 }
 
 std::optional<xcb_keycode_t> X11KeyboardMap::unusedKeycode() const {
-    for (int keycode = lowestKeycode; keycode <= highestKeycode; ++keycode) {
+    for (int keycode = minKeycode; keycode <= maxKeycode; ++keycode) {
         if (isUnused(keycode))
             return static_cast<xcb_keycode_t>(keycode);
     }
@@ -196,7 +195,7 @@ std::optional<xcb_keycode_t> X11KeyboardMap::unusedKeycode() const {
 }
 
 std::optional<xcb_keycode_t> X11KeyboardMap::markerKeycode() const {
-    for (int keycode = highestKeycode; keycode >= lowestKeycode; --keycode) {
+    for (int keycode = maxKeycode; keycode >= minKeycode; --keycode) {
         if (isUnused(keycode))
             return static_cast<xcb_keycode_t>(keycode);
     }
@@ -216,7 +215,7 @@ bool isKeyboardChange(const X11KeyboardExtensions& extensions, const xcb_generic
         return true;
     if (type != extensions.xkbFirstEvent)
         return false;
-    // All events of XKB have one number and keep their kind in the second byte.
+    // All events of XKB have one number; their kind is in the second byte.
     const auto kind = reinterpret_cast<const std::uint8_t*>(&event)[1];
     return kind == XCB_XKB_NEW_KEYBOARD_NOTIFY || kind == XCB_XKB_MAP_NOTIFY;
 }

@@ -9,7 +9,7 @@
 
 namespace sonvale::adapters::x11 {
 
-/// The numbers by which the server marks the events of its keyboard extensions.
+/// The numbers with which the server marks the events of its keyboard extensions.
 struct X11KeyboardExtensions {
     std::uint8_t inputOpcode = 0;     ///< the major opcode of XInput, which its events carry
     std::uint8_t inputFirstEvent = 0; ///< the base from which XTEST counts the events of a single device

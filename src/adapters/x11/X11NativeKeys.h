@@ -4,7 +4,7 @@
 
 namespace sonvale::adapters::x11 {
 
-/// The key codes of X11 events. Those of Wayland, as toolkits tell them, are the same numbers.
+/// Translates the key codes of X11 events. Toolkits report the same numbers on Wayland.
 class X11NativeKeys final : public platform::NativeKeys {
 public:
     int virtualKeyCode(std::uint32_t scanCode) const override;

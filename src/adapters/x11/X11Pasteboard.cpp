@@ -19,8 +19,8 @@ namespace sonvale::adapters::x11 {
 
 namespace {
 
-/// An answer to a question about the contents. Own ones are copied on the asker's thread: of much data that
-/// would hold up the one that serves.
+/// An answer to a question about the contents. The program's own contents are copied on the caller's thread:
+/// the copy of much data would block the thread that serves other programs.
 template <class T>
 struct Reading {
     X11SelectionServer::ContentsPointer own;
@@ -29,7 +29,7 @@ struct Reading {
 
 } // namespace
 
-/// The thread, and the orders that it carries out in between serving others.
+/// The thread of the clipboard, and the orders that it runs between serving other programs.
 class X11Pasteboard::Worker {
 public:
     Worker(const runtime::Clock& clock, const std::string& displayName) {
@@ -53,8 +53,8 @@ public:
             isEnding_ = true;
         }
         wake();
-        // Otherwise the thread hangs in sending to a server that has stopped reading.
-        if (ended_.get_future().wait_for(longestEnd) == std::future_status::timeout)
+        // Otherwise the thread would block while it sends to a server that has stopped reading.
+        if (ended_.get_future().wait_for(maxEndTime) == std::future_status::timeout)
             clipboard_->disconnect();
         thread_.join();
         close(wakeDescriptor_);
@@ -63,18 +63,18 @@ public:
     Worker(const Worker&) = delete;
     Worker& operator=(const Worker&) = delete;
 
-    /// Has `order` carried out on the thread; absent when it takes too long, which only a hanging server
-    /// brings about.
+    /// Runs `order` on the thread. Returns nullopt if it takes too long, which happens only if the server
+    /// hangs.
     template <class Order>
     auto perform(Order order) -> std::optional<decltype(order(std::declval<X11Clipboard&>()))> {
         using Result = decltype(order(std::declval<X11Clipboard&>()));
-        return ask<Result>(longestOrder,
+        return ask<Result>(maxOrderTime,
                            [order = std::move(order)](X11Clipboard& clipboard, const auto& answer) mutable {
                                answer(order(clipboard));
                            });
     }
 
-    /// As `perform`, for an order that may answer after it has returned.
+    /// As `perform`, but for an order that may answer after it has returned.
     template <class Result, class Order>
     std::optional<Result> ask(std::chrono::milliseconds limit, Order order) {
         struct Answer {
@@ -97,7 +97,7 @@ public:
         return std::move(answer->result);
     }
 
-    /// Has `order` carried out on the thread and does not wait for it.
+    /// Runs `order` on the thread and does not wait for it.
     void post(std::function<void(X11Clipboard&)> order) {
         {
             const std::lock_guard lock(mutex_);
@@ -106,23 +106,23 @@ public:
         wake();
     }
 
-    static constexpr std::chrono::milliseconds longestOrder{2500};
+    static constexpr std::chrono::milliseconds maxOrderTime{2500};
 
 private:
-    static constexpr std::chrono::milliseconds longestEnd{500};
+    static constexpr std::chrono::milliseconds maxEndTime{500};
 
     void run() {
         pthread_setname_np(pthread_self(), "clipboard");
         const posix::BrokenPipeGuard guard;
-        while (carryOutOrders())
+        while (runOrders())
             clipboard_->serveAndWait(wakeDescriptor_);
         ended_.set_value();
     }
 
-    /// False once the thread is to end.
-    bool carryOutOrders() {
+    /// Returns false if the thread must end.
+    bool runOrders() {
         std::uint64_t count = 0;
-        // Fails when nobody woke it, which is all the same.
+        // Fails if the thread was not woken, which does not matter.
         [[maybe_unused]] const auto size = ::read(wakeDescriptor_, &count, sizeof count);
         std::unique_lock lock(mutex_);
         while (!orders_.empty()) {
@@ -137,7 +137,7 @@ private:
 
     void wake() const {
         const std::uint64_t one = 1;
-        // Fails only when the count is full, and then the thread is awake.
+        // Fails only if the counter is full; the thread is then awake.
         [[maybe_unused]] const auto size = ::write(wakeDescriptor_, &one, sizeof one);
     }
 
@@ -172,7 +172,7 @@ void X11Pasteboard::dropPrefetch() {
 std::optional<std::vector<platform::PasteboardItem>> X11Pasteboard::items() {
     using Items = Reading<std::vector<platform::PasteboardItem>>;
     const auto limit =
-        Worker::longestOrder + std::chrono::seconds(static_cast<int>(X11Clipboard::itemsSeconds));
+        Worker::maxOrderTime + std::chrono::seconds(static_cast<int>(X11Clipboard::itemsSeconds));
     auto reading =
         worker_->ask<Items>(limit, [](X11Clipboard& clipboard, const std::function<void(Items)>& answer) {
             if (auto own = clipboard.ownContents())

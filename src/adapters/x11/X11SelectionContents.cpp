@@ -11,11 +11,11 @@ namespace sonvale::adapters::x11 {
 
 namespace {
 
-constexpr std::string_view noContents[] = {"TARGETS",      "MULTIPLE", "TIMESTAMP",
-                                           "SAVE_TARGETS", "DELETE",   "GTK_TEXT_BUFFER_CONTENTS"};
+constexpr std::string_view notContents[] = {"TARGETS",      "MULTIPLE", "TIMESTAMP",
+                                            "SAVE_TARGETS", "DELETE",   "GTK_TEXT_BUFFER_CONTENTS"};
 
-/// PIXMAP and BITMAP are numbers of server objects that go with their owner. The others are what GTK and Qt
-/// make of any bitmap when they are asked to.
+/// PIXMAP and BITMAP are numbers of server objects that are destroyed with their owner. GTK and Qt make the
+/// others from any bitmap on request.
 constexpr std::string_view bitmaps[] = {"PIXMAP",
                                         "BITMAP",
                                         "application/x-qt-image",
@@ -155,7 +155,7 @@ X11SelectionContents X11SelectionContents::fromText(const std::string& text) {
     offer("text/plain;charset=utf-8", "", data);
     if (latin1)
         offer("STRING", "", sharedBytes(*latin1));
-    // ICCCM 2.6.2: the owner chooses the encoding of TEXT and names it by the property's type.
+    // ICCCM 2.6.2: the owner chooses the encoding of TEXT and names it in the property's type.
     offer("TEXT", "UTF8_STRING", data);
     offer("text/plain", "", data);
     return contents;
@@ -201,8 +201,8 @@ void X11SelectionContents::resolve(X11Connection& connection, double deadline) {
 
 namespace target {
 
-bool isNoContents(const std::string& name) {
-    return std::ranges::find(noContents, name) != std::end(noContents) || name.starts_with("INSERT_");
+bool isNotContents(const std::string& name) {
+    return std::ranges::find(notContents, name) != std::end(notContents) || name.starts_with("INSERT_");
 }
 
 bool isBitmapLikePng(const std::string& name) {

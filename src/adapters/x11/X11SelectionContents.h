@@ -10,8 +10,8 @@
 
 namespace sonvale::adapters::x11 {
 
-/// What this program offers by a selection: the items as they were given, and the same as X targets.
-/// Immutable once offered; a transfer that is under way keeps the data that it sends.
+/// What this program offers through a selection: the items as they were given, and the same as X targets.
+/// Immutable once offered; a transfer in progress keeps the data that it sends.
 struct X11SelectionContents {
     /// One form of one item.
     struct Form {
@@ -24,55 +24,57 @@ struct X11SelectionContents {
     };
     std::vector<std::vector<Form>> items;
 
-    /// A selection has no items, so other programs see of each target the first one.
+    /// Returns the form with that target. A selection has no items, so other programs see the first form of
+    /// each target.
     const Form* find(xcb_atom_t target) const;
     const Form* find(const std::string& name) const;
-    /// Every target once.
+    /// Returns every target once.
     std::vector<xcb_atom_t> targets() const;
 
-    /// Deep copies of the items.
+    /// Returns deep copies of the items.
     std::vector<platform::PasteboardItem> copy() const;
-    /// The plain text, whatever form it is in.
+    /// Returns the plain text, from any of its forms.
     std::optional<std::string> text() const;
-    /// The forms of plain text alone.
+    /// Returns only the forms of plain text.
     X11SelectionContents textOnly() const;
 
-    /// Without atoms: they need no server, so that much text does not hold up the thread that serves.
+    /// Makes contents without atoms. Atoms need a server, and without them much text does not block the
+    /// thread that serves other programs.
     static X11SelectionContents fromItems(std::vector<platform::PasteboardItem> items);
     static X11SelectionContents fromText(const std::string& text);
 
-    /// Adds forms that have arrived later. `order` lists the names of all forms as their owner did; a form
-    /// that is there already stays.
+    /// Adds forms that have arrived later. `order` lists the names of all forms in their owner's order. A
+    /// form that is already there stays.
     void merge(X11SelectionContents later, const std::vector<std::string>& order);
 
-    /// Fills in the atoms; forms whose names cannot be atoms are dropped.
+    /// Fills in the atoms. Drops forms whose names cannot be atoms.
     void resolve(X11Connection& connection, double deadline);
 };
 
-/// Names of targets. They come from ICCCM 2.6.2 and from what GTK and Qt offer and ask for.
+/// Names of targets, from ICCCM 2.6.2 and from what GTK and Qt offer and ask for.
 namespace target {
 
-/// The forms of plain text that are read, best first.
+/// The forms of plain text that this program reads, best first.
 inline constexpr const char* plainText[] = {"UTF8_STRING", "text/plain;charset=utf-8", "STRING",
                                             "text/plain"};
 
-/// Whether the target is a question about the selection or an order to its owner, and not contents.
-bool isNoContents(const std::string& name);
+/// Returns whether the target is a question about the selection or a command to its owner, and not contents.
+bool isNotContents(const std::string& name);
 
-/// Whether it is a bitmap that a PNG of the same picture replaces without loss. Vector pictures and pictures
-/// with a compression of their own (JPEG, GIF) are not.
+/// Returns whether it is a bitmap that a PNG of the same picture replaces without loss. Vector pictures, and
+/// pictures with a compression of their own (JPEG, GIF), are not.
 bool isBitmapLikePng(const std::string& name);
 
-/// Whether it is a picture that can be scaled without loss.
+/// Returns whether it is a picture that can be scaled without loss.
 bool isVectorPicture(const std::string& name);
 
-/// Whether it is any form of a picture.
+/// Returns whether it is any form of a picture.
 bool isPicture(const std::string& name);
 
-/// Whether it is one form of plain text.
+/// Returns whether it is a form of plain text.
 bool isPlainText(const std::string& name);
 
-/// Plain text in the form `name`, as UTF-8.
+/// Returns the plain text of the form `name`, as UTF-8.
 std::string decodedText(const std::string& name, std::span<const std::byte> data);
 
 } // namespace target

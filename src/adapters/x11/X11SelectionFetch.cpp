@@ -11,14 +11,14 @@ namespace sonvale::adapters::x11 {
 
 namespace {
 
-/// For a question that the server answers by itself.
+/// For a question that the server answers without another program.
 constexpr double serverSeconds = 0.5;
 constexpr std::size_t maxTargets = 1000;
-constexpr int encodingUrgency = 6;
+constexpr int encodingRank = 6;
 
-/// Forms that are asked for first have the best chance to arrive in time: text before the picture, the
-/// picture before forms that only their own program knows, other encodings of the same picture last.
-int urgency(const std::string& name) {
+/// Forms that are asked for first are the most likely to arrive in time: text before the picture, the picture
+/// before forms that only their own program knows, other encodings of the same picture last.
+int rank(const std::string& name) {
     if (name == "UTF8_STRING")
         return 0;
     if (target::isPlainText(name))
@@ -29,7 +29,7 @@ int urgency(const std::string& name) {
         return 3;
     if (target::isVectorPicture(name))
         return 5;
-    return target::isPicture(name) ? encodingUrgency : 4;
+    return target::isPicture(name) ? encodingRank : 4;
 }
 
 } // namespace
@@ -119,7 +119,7 @@ bool X11SelectionFetch::hasAllButEncodings() const {
     const auto png = std::ranges::find(wanted_, "image/png", &Wanted::name);
     return png != wanted_.end() && png->state == State::arrived &&
            std::ranges::none_of(wanted_, [&](const Wanted& form) {
-               return isMissing(form) && urgency(form.name) != encodingUrgency;
+               return isMissing(form) && rank(form.name) != encodingRank;
            });
 }
 
@@ -169,7 +169,7 @@ void X11SelectionFetch::ask(std::size_t place, xcb_atom_t target) {
     transfers_.push_back({place, free->get()});
 }
 
-/// Whether anything was asked for.
+/// Asks for the next forms. Returns whether it has asked for any.
 bool X11SelectionFetch::askMore() {
     bool hasAsked = false;
     while (next_ < order_.size() && (transfers_.empty() || isAskingForAll_)) {
@@ -181,7 +181,7 @@ bool X11SelectionFetch::askMore() {
     return hasAsked;
 }
 
-/// Whether a transfer has ended.
+/// Takes the result of a transfer that has ended. Returns whether there was one.
 bool X11SelectionFetch::receive() {
     const auto ended =
         std::ranges::find_if(transfers_, [](const Transfer& transfer) { return !transfer.reader->isBusy(); });
@@ -225,7 +225,7 @@ void X11SelectionFetch::setWanted(const std::vector<xcb_atom_t>& atoms) {
     const bool hasPng = std::ranges::find(names, "image/png") != names.end();
     for (std::size_t i = 0; i < atoms.size(); ++i) {
         const auto& name = names[i];
-        const bool isLeftOut = name.empty() || target::isNoContents(name) ||
+        const bool isLeftOut = name.empty() || target::isNotContents(name) ||
                                (hasPng && target::isBitmapLikePng(name)) ||
                                std::ranges::find(wanted_, atoms[i], &Wanted::target) != wanted_.end();
         if (!isLeftOut)
@@ -234,7 +234,7 @@ void X11SelectionFetch::setWanted(const std::vector<xcb_atom_t>& atoms) {
     for (std::size_t place = 0; place < wanted_.size(); ++place)
         order_.push_back(place);
     std::ranges::sort(order_, {},
-                      [this](std::size_t place) { return std::pair(urgency(wanted_[place].name), place); });
+                      [this](std::size_t place) { return std::pair(rank(wanted_[place].name), place); });
     stage_ = Stage::fetching;
 }
 

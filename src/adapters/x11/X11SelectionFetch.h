@@ -19,9 +19,10 @@ namespace sonvale::adapters::x11 {
 class X11SelectionFetch {
 public:
     struct Limits {
-        double silenceSeconds = 10; ///< the owner is given up after sending nothing for this long
+        double silenceSeconds = 10; ///< maximum time in which the owner sends nothing
         double totalSeconds = 60;   ///< for the whole fetch
-        std::size_t maxBytes = std::size_t{256} << 20; ///< for all forms together; one piece more at most
+        std::size_t maxBytes = std::size_t{256}
+                               << 20; ///< for all forms together; may be exceeded by one piece
     };
 
     /// One form that has arrived, at its place in the owner's list.
@@ -47,21 +48,21 @@ public:
 
     void handle(const xcb_generic_event_t& event);
     void advance();
-    /// Infinity unless a fetch is running.
+    /// Returns infinity unless a fetch is running.
     double nextDeadline() const;
 
     bool isIdle() const { return stage_ == Stage::idle; }
     bool isComplete() const { return stage_ == Stage::complete; }
-    /// Whether nothing is missing but other encodings of a bitmap that has arrived as PNG.
+    /// Returns whether nothing is missing except other encodings of a bitmap that has arrived as PNG.
     bool hasAllButEncodings() const;
 
     /// Moves out the forms that have arrived since the last call, in the owner's order.
     std::vector<Arrived> takeArrived();
-    /// Whether the owner has listed its forms, or there is no owner.
+    /// Returns whether the owner has listed its forms, or there is no owner.
     bool hasList() const { return hasList_; }
-    /// The names of all forms, in the owner's order.
+    /// Returns the names of all forms, in the owner's order.
     std::vector<std::string> names() const;
-    /// The names of the forms that the owner has not given; a refused form is not one of them.
+    /// Returns the names of the forms that the owner has not given. A refused form is not one of them.
     std::vector<std::string> missing() const;
 
 private:
@@ -101,7 +102,7 @@ private:
     xcb_atom_t selection_ = XCB_ATOM_NONE;
     xcb_timestamp_t time_ = 0;
     double startedAt_ = 0;
-    double askedAt_ = 0; ///< when the newest request was sent
+    double askedAt_ = 0; ///< when the latest request was sent
     bool isAskingForAll_ = false;
     bool hasList_ = false;
     std::vector<Wanted> wanted_;     ///< in the owner's order

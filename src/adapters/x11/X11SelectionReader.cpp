@@ -38,7 +38,7 @@ std::optional<X11SelectionData> X11SelectionReader::fetch(xcb_atom_t selection, 
         if (!event)
             break;
         dispatch_(*event);
-        // A busy connection never comes to the end of its events by itself.
+        // The events of a busy connection may never end.
         if (clock_.now() >= deadline)
             break;
     }
@@ -69,7 +69,7 @@ void X11SelectionReader::abandon() {
         return;
     stage_ = Stage::failed;
     data_ = {};
-    // What the owner has put there, and what it is still going to, is let through to its end.
+    // What the owner has written there, and will still write, is received and discarded.
     xcb_delete_property(connection_.raw(), window_, properties_[current_]);
     current_ = (current_ + 1) % properties_.size();
     xcb_flush(connection_.raw());
@@ -120,7 +120,7 @@ void X11SelectionReader::takeAnswer(const xcb_selection_notify_event_t& answer) 
         return;
     }
     if (property->type == incr_) {
-        // Deleting it, which the reading has done, told the owner to begin.
+        // The read has deleted the property, which tells the owner to begin.
         stage_ = Stage::receiving;
         return;
     }

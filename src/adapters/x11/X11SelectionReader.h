@@ -17,31 +17,32 @@ struct X11SelectionData {
 
 /// Asks the owners of selections for their contents (ICCCM 2.4, INCR 2.7.2).
 ///
-/// On the thread of its connection. While it waits it hands every event to `dispatch`, which must pass them
-/// to `handle` too: so this program goes on serving others. Answers that come after their deadline are taken
-/// and thrown away, so that a slow owner gets to the end of its sending.
+/// Runs on the thread of its connection. While it waits it passes every event to `dispatch`, which must pass
+/// them to `handle` too, so that this program still serves others. An answer after its deadline is received
+/// and discarded, so that a slow owner can finish sending.
 class X11SelectionReader {
 public:
-    /// `dispatch` is needed by `fetch` only.
+    /// Only `fetch` needs `dispatch`.
     X11SelectionReader(X11Connection& connection, const runtime::Clock& clock,
                        std::function<void(const xcb_generic_event_t&)> dispatch = {});
 
-    /// Absent when the owner refuses, has none, or has not given it all at the deadline, and after `abandon`.
+    /// Returns nullopt if the owner refuses, if there is no owner, if the answer is incomplete at the
+    /// deadline, and after `abandon`.
     std::optional<X11SelectionData> fetch(xcb_atom_t selection, xcb_atom_t target, xcb_timestamp_t time,
                                           double deadline);
 
     /// Asks the owner and returns at once. The answer comes through `handle`.
     void begin(xcb_atom_t selection, xcb_atom_t target, xcb_timestamp_t time);
-    /// Whether the answer to `begin` is incomplete.
+    /// Returns whether the answer to `begin` is incomplete.
     bool isBusy() const { return stage_ == Stage::asked || stage_ == Stage::receiving; }
     /// Returns the answer to `begin`, once; nullopt if the owner has refused, and after `abandon`.
     std::optional<X11SelectionData> take();
-    /// Bytes of the present answer so far.
+    /// Returns the bytes of the present answer so far.
     std::size_t received() const { return data_.bytes.size(); }
-    /// When the owner last sent something; 0 before its first answer.
+    /// Returns when the owner last sent something; 0 before its first answer.
     double lastActivity() const { return lastActivity_; }
 
-    /// Ends the present request, because its owner has gone or is too slow.
+    /// Ends the present request, because its owner is lost or too slow.
     void abandon();
 
     void handle(const xcb_generic_event_t& event);
@@ -58,7 +59,8 @@ private:
     std::function<void(const xcb_generic_event_t&)> dispatch_;
     xcb_window_t window_ = XCB_WINDOW_NONE;
     xcb_atom_t incr_ = XCB_ATOM_NONE;
-    /// One is in use at a time; after a missed deadline the next one, to tell late answers from asked ones.
+    /// One property is in use at a time. After a missed deadline the next one is used, so that a late answer
+    /// is not taken for the new one.
     std::vector<xcb_atom_t> properties_;
     std::size_t current_ = 0;
 

@@ -9,11 +9,11 @@ namespace {
 constexpr double replySeconds = 0.5;
 constexpr double fillSeconds = 0.02;
 constexpr double stalledTransferSeconds = 10;
-constexpr std::size_t mostWaitingRequests = 64;
-constexpr std::size_t mostPairs = 256;
-constexpr std::size_t largestPiece = 256 * 1024;
+constexpr std::size_t maxWaitingRequests = 64;
+constexpr std::size_t maxPairs = 256;
+constexpr std::size_t maxPieceBytes = 256 * 1024;
 
-/// Whether the server did `earlier` before `later`; the numbers wrap around.
+/// Returns whether the server handled `earlier` before `later`. The numbers wrap around.
 bool isBefore(unsigned int earlier, unsigned int later) {
     return static_cast<int>(earlier - later) < 0;
 }
@@ -35,9 +35,9 @@ X11SelectionServer::X11SelectionServer(X11Connection& connection, const runtime:
     incr_ = atoms[4];
     null_ = atoms[5];
     atomPair_ = atoms[6];
-    // A request's own fields need some room beside the data.
-    const std::size_t longest = xcb_get_maximum_request_length(connection_.raw()) * std::size_t{4};
-    chunkBytes_ = std::min(largestPiece, longest - 128) / 4 * 4;
+    // The request's own fields need some space besides the data.
+    const std::size_t maxRequest = xcb_get_maximum_request_length(connection_.raw()) * std::size_t{4};
+    chunkBytes_ = std::min(maxPieceBytes, maxRequest - 128) / 4 * 4;
 }
 
 bool X11SelectionServer::claim(xcb_atom_t selection, ContentsPointer contents, double deadline) {
@@ -105,12 +105,11 @@ void X11SelectionServer::release(xcb_atom_t selection) {
     const auto entry = offers_.find(selection);
     if (entry == offers_.end())
         return;
-    // With the time of the claim the server passes this over when somebody else has taken the selection
-    // since.
+    // With the time of the claim, the server ignores this if another program has taken the selection since.
     const auto request =
         xcb_set_selection_owner(connection_.raw(), XCB_WINDOW_NONE, selection, entry->second.time);
     releases_[selection] = request.sequence;
-    // So that what others do afterwards is told with another number.
+    // So that the server reports later changes by others with another number.
     xcb_no_operation(connection_.raw());
     for (const auto& waiting : entry->second.waiting)
         answer(waiting, XCB_ATOM_NONE);
@@ -125,7 +124,7 @@ X11SelectionServer::ContentsPointer X11SelectionServer::contents(xcb_atom_t sele
     return entry->second.contents ? entry->second.contents : std::make_shared<const X11SelectionContents>();
 }
 
-bool X11SelectionServer::tellsOfRelease(xcb_atom_t selection, unsigned int sequence) {
+bool X11SelectionServer::isOwnRelease(xcb_atom_t selection, unsigned int sequence) {
     const auto entry = releases_.find(selection);
     if (entry == releases_.end() || entry->second != sequence)
         return false;
@@ -136,7 +135,7 @@ bool X11SelectionServer::tellsOfRelease(xcb_atom_t selection, unsigned int seque
 void X11SelectionServer::handle(const xcb_generic_event_t& event) {
     switch (event.response_type & 0x7f) {
     case 0: {
-        // Nearly every error here means that a requestor has gone.
+        // Nearly every error here means that a requestor's window was destroyed.
         const auto& error = reinterpret_cast<const xcb_value_error_t&>(event);
         if (error.error_code == XCB_WINDOW)
             std::erase_if(transfers_, [&](const Transfer& t) { return t.requestor == error.bad_value; });
@@ -148,7 +147,7 @@ void X11SelectionServer::handle(const xcb_generic_event_t& event) {
         const bool isOffered = entry != offers_.end();
         if (isOffered && entry->second.contents)
             serve(entry->second, request);
-        else if (isOffered && entry->second.waiting.size() < mostWaitingRequests)
+        else if (isOffered && entry->second.waiting.size() < maxWaitingRequests)
             entry->second.waiting.push_back(request);
         else
             answer(request, XCB_ATOM_NONE);
@@ -204,8 +203,8 @@ void X11SelectionServer::expire() {
 }
 
 void X11SelectionServer::serve(const Offer& offer, const xcb_selection_request_event_t& request) {
-    // ICCCM 2.2: requests of a time at which somebody else owned it are refused, and clients of before ICCCM
-    // name no property and mean one with the target's name.
+    // ICCCM 2.2: refuses requests with a time at which another program owned the selection. Clients older
+    // than ICCCM name no property and mean one with the target's name.
     const bool isTooOld = request.time != XCB_CURRENT_TIME && isBefore(request.time, offer.time);
     const auto property = request.property == XCB_ATOM_NONE ? request.target : request.property;
     bool isDone = false;
@@ -222,7 +221,7 @@ bool X11SelectionServer::serveMultiple(const Offer& offer, const xcb_selection_r
         return false;
     const auto list = connection_.property(request.requestor, property, connection_.deadlineIn(replySeconds));
     auto atoms = numbersOf(list);
-    if (atoms.empty() || atoms.size() % 2 != 0 || atoms.size() / 2 > mostPairs)
+    if (atoms.empty() || atoms.size() % 2 != 0 || atoms.size() / 2 > maxPairs)
         return false;
     for (std::size_t i = 0; i < atoms.size(); i += 2) {
         const bool isDone = atoms[i] != multiple_ && atoms[i + 1] != XCB_ATOM_NONE &&
@@ -269,7 +268,7 @@ bool X11SelectionServer::convert(const Offer& offer, xcb_window_t requestor, xcb
 }
 
 void X11SelectionServer::answer(const xcb_selection_request_event_t& request, xcb_atom_t property) {
-    // The server copies 32 bytes whatever the event's own size is.
+    // The server copies 32 bytes for an event of any size.
     union {
         xcb_selection_notify_event_t notify;
         char bytes[32];
@@ -302,7 +301,7 @@ void X11SelectionServer::continueTransfer(xcb_window_t requestor, xcb_atom_t pro
         return;
     const auto& form = transfer->form;
     const auto size = std::min(chunkBytes_, form.data->size() - transfer->sent);
-    // The piece of no bytes after the last one tells the end.
+    // An empty piece after the last one marks the end.
     xcb_change_property(connection_.raw(), XCB_PROP_MODE_REPLACE, requestor, property, form.type, form.format,
                         static_cast<std::uint32_t>(size / (form.format / 8u)),
                         form.data->data() + transfer->sent);
@@ -326,7 +325,7 @@ void X11SelectionServer::lose(const xcb_selection_clear_event_t& event) {
     const auto entry = offers_.find(event.selection);
     if (entry == offers_.end())
         return;
-    // One that was on its way when this program claimed the selection again is of the former claim.
+    // An event that was sent before this program claimed the selection again belongs to the earlier claim.
     const auto sequence = reinterpret_cast<const xcb_generic_event_t&>(event).full_sequence;
     if (isBefore(sequence, entry->second.sequence))
         return;

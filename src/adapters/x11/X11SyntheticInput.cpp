@@ -19,7 +19,7 @@ namespace sonvale::adapters::x11 {
 
 namespace {
 
-/// A busy server can need more than a few milliseconds, and a press that is dropped loses the user's text.
+/// A busy server can need more than a few milliseconds, and a dropped press loses the user's text.
 constexpr double maxPressSeconds = 1;
 
 constexpr KeyChord controlV{XK_v, 55, platform::modifier::control, false};
@@ -44,7 +44,7 @@ struct X11SyntheticInput::Situation {
     X11Keyboards keyboards;
     X11KeyboardMap map;
     std::bitset<256> down;
-    xcb_window_t window = XCB_WINDOW_NONE; ///< that gets the keys
+    xcb_window_t window = XCB_WINDOW_NONE; ///< the window that gets the keys
     std::string windowClass;
 };
 
@@ -53,12 +53,12 @@ void X11SyntheticInput::pressPaste() {
         return;
     const auto& clock = connection_.clock();
     double deadline = connection_.deadlineIn(maxPressSeconds);
-    const auto situation = look(deadline);
+    const auto situation = readSituation(deadline);
     if (!situation)
         return;
     const auto style = freedesktop::keyStyleOf(situation->windowClass);
     const bool hasLetter = situation->map.find(XK_v).has_value();
-    // Without the letter Shift-Insert works everywhere; it pastes the clipboard or PRIMARY.
+    // Without the letter, Shift-Insert works everywhere; it pastes the clipboard or PRIMARY.
     const bool isPrimary = style == freedesktop::KeyStyle::xterm || style == freedesktop::KeyStyle::gvim ||
                            (style == freedesktop::KeyStyle::terminal && !hasLetter);
     if (isPrimary && offerPrimary_) {
@@ -76,7 +76,7 @@ void X11SyntheticInput::pressCopy() {
     if (!isUsable())
         return;
     const double deadline = connection_.deadlineIn(maxPressSeconds);
-    const auto situation = look(deadline);
+    const auto situation = readSituation(deadline);
     if (!situation)
         return;
     const bool isTerminal =
@@ -96,7 +96,7 @@ void X11SyntheticInput::pressUndo() {
     if (!isUsable())
         return;
     const double deadline = connection_.deadlineIn(maxPressSeconds);
-    const auto situation = look(deadline);
+    const auto situation = readSituation(deadline);
     if (!situation)
         return;
     switch (freedesktop::keyStyleOf(situation->windowClass)) {
@@ -109,17 +109,17 @@ void X11SyntheticInput::pressUndo() {
         press(controlUnderscore, *situation, deadline);
         break;
     case freedesktop::KeyStyle::gvim:
-        // Its undo of insert mode takes back what the user typed before as well.
+        // Its undo of insert mode also undoes what the user typed before.
         break;
     }
 }
 
-std::optional<X11SyntheticInput::Situation> X11SyntheticInput::look(double deadline) {
-    // Nothing on this connection asks for events; what comes anyway (errors) must not pile up.
+std::optional<X11SyntheticInput::Situation> X11SyntheticInput::readSituation(double deadline) {
+    // No events are selected on this connection. Errors arrive anyway and must not pile up.
     while (connection_.takeEvent()) {
     }
 
-    // All at once: on a busy machine each turn to the server costs milliseconds.
+    // All requests are sent at once: on a busy machine each round trip costs milliseconds.
     auto* raw = connection_.raw();
     const auto keyboardsRequest = requestKeyboards(connection_);
     const auto mapRequest = X11KeyboardMap::request(connection_);
@@ -131,14 +131,14 @@ std::optional<X11SyntheticInput::Situation> X11SyntheticInput::look(double deadl
     const auto keys = connection_.reply<xcb_query_keymap_reply_t>(keysRequest, deadline);
     const auto focus = connection_.reply<xcb_get_input_focus_reply_t>(focusRequest, deadline);
     const auto pointer = connection_.reply<xcb_query_pointer_reply_t>(pointerRequest, deadline);
-    // A server that does not answer now would get the keys later, at a moment when nobody expects them.
+    // A server that does not answer now would press the keys later, at an unexpected moment.
     if (!keyboards || !map || !keys || !focus || !pointer) {
         base::Logger("SyntheticInput").error("The X server does not answer: no key was pressed");
         return std::nullopt;
     }
 
     Situation situation{std::move(*keyboards), std::move(*map), keysDownIn(*keys), XCB_WINDOW_NONE, {}};
-    // Where no window has the focus, and nobody manages it, the one under the pointer gets the keys.
+    // If no window has the focus and there is no window manager, the window under the pointer gets the keys.
     const bool hasWindow = focus->focus > XCB_INPUT_FOCUS_POINTER_ROOT && focus->focus != connection_.root();
     situation.window = hasWindow ? focus->focus : pointer->child;
     situation.windowClass = classOf(situation.window, deadline);
@@ -146,9 +146,9 @@ std::optional<X11SyntheticInput::Situation> X11SyntheticInput::look(double deadl
 }
 
 std::string X11SyntheticInput::classOf(xcb_window_t window, double deadline) {
-    // The focus is often on a window inside the program's own, the class always on that.
-    constexpr int deepest = 16;
-    for (int depth = 0; depth < deepest && window != XCB_NONE && window != connection_.root(); ++depth) {
+    // The focused window is often inside the program's main window; only that one has the class.
+    constexpr int maxDepth = 16;
+    for (int depth = 0; depth < maxDepth && window != XCB_NONE && window != connection_.root(); ++depth) {
         const auto treeRequest = xcb_query_tree(connection_.raw(), window);
         auto name = windowClassOf(connection_, window, deadline).name;
         const auto tree = connection_.reply<xcb_query_tree_reply_t>(treeRequest, deadline);
@@ -166,20 +166,20 @@ bool X11SyntheticInput::hasMarkedText(const Situation& situation, double deadlin
 
 void X11SyntheticInput::press(const KeyChord& chord, const Situation& situation, double deadline) {
     auto strokes = strokesFor(chord, situation.map, situation.down);
-    // The listener may still have to read what other programs typed through XTEST before these strokes, and
-    // would take the same keys for the program's own. Nothing before this release can be the program's. The
-    // server reports it and sends it to no window, because the key is not down.
+    // The listener may not have read yet what other programs typed through XTEST before these strokes, and
+    // would take the same keys for the program's own. No stroke before this release can be the program's. The
+    // server reports the release and sends it to no window, because the key is not down.
     if (const auto marker = situation.map.markerKeycode())
         strokes.insert(strokes.begin(), {*marker, false});
     X11KeySender(connection_, *extensions_, *ledger_)
         .send(situation.keyboards, situation.keyboards.xtest, strokes);
-    rouseUserKeyboard(situation);
+    switchToUserKeyboard(situation);
     connection_.synchronize(deadline);
 }
 
-void X11SyntheticInput::rouseUserKeyboard(const Situation& situation) {
-    // The first event of another keyboard makes window managers grab their shortcuts anew. It had better be
-    // this one, now, than the user's next key: the listener then has time to win its own back.
+void X11SyntheticInput::switchToUserKeyboard(const Situation& situation) {
+    // At the first event of another keyboard, window managers grab their shortcuts again. This stroke causes
+    // it now instead of at the user's next key, so that the listener has time to restore its own grabs.
     const auto& keyboards = situation.keyboards;
     auto device = ledger_->userKeyboard();
     if (device == keyboards.xtest)

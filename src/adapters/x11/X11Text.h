@@ -8,8 +8,8 @@
 
 namespace sonvale::adapters::x11 {
 
-/// The text in the form of the target STRING (ICCCM 2.6.2: Latin-1, of the control characters only tab and
-/// new line); absent when it has other characters. `text` is valid UTF-8.
+/// Returns the text in the form of the target STRING (ICCCM 2.6.2: Latin-1, whose only control characters are
+/// tab and new line), or nullopt if it has other characters. `text` is valid UTF-8.
 std::optional<std::string> latin1FromUtf8(std::string_view text);
 
 std::string utf8FromLatin1(std::string_view text);

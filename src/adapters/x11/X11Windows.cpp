@@ -40,7 +40,8 @@ WindowClass windowClassOf(X11Connection& connection, xcb_window_t window, double
 }
 
 bool isSameClient(const X11Connection& connection, xcb_window_t one, xcb_window_t other) {
-    // The server marks each client's resources by the bits outside of this mask, which is one for all.
+    // The bits outside of this mask identify the client that made a resource. The mask is the same for all
+    // clients.
     const auto mask = xcb_get_setup(connection.raw())->resource_id_mask;
     return one != XCB_WINDOW_NONE && (one & ~mask) == (other & ~mask);
 }

@@ -8,11 +8,11 @@
 
 namespace sonvale::adapters::x11 {
 
-/// The window that the user works in, as the window manager tells it (EWMH: _NET_ACTIVE_WINDOW); absent when
-/// there is none, and when nobody tells in time.
+/// Returns the active window by the window manager (EWMH: _NET_ACTIVE_WINDOW), or nullopt if there is none or
+/// there is no answer in time.
 std::optional<xcb_window_t> activeWindow(X11Connection& connection, double deadline);
 
-/// The process that a top-level window belongs to, as its program says (EWMH: _NET_WM_PID).
+/// Returns the process of a top-level window, as its program says (EWMH: _NET_WM_PID).
 std::optional<std::int32_t> processOf(X11Connection& connection, xcb_window_t window, double deadline);
 
 /// The two names of a program in WM_CLASS (ICCCM 4.1.2.5), as the program wrote them.
@@ -25,7 +25,7 @@ WindowClass windowClassIn(const XcbProperty& property);
 /// Reads the names of a window. Empty if it has none, and if the server does not answer.
 WindowClass windowClassOf(X11Connection& connection, xcb_window_t window, double deadline);
 
-/// Whether both were made through one connection to the server, and so by one program.
+/// Returns whether both were made through one connection to the server, and so by one program.
 bool isSameClient(const X11Connection& connection, xcb_window_t one, xcb_window_t other);
 
 } // namespace sonvale::adapters::x11

@@ -14,7 +14,7 @@ namespace sonvale::adapters::x11 {
 
 namespace {
 
-/// For all questions together; the main actor waits for them.
+/// For all questions together. The main actor waits for them.
 constexpr double answerSeconds = 0.2;
 
 } // namespace
@@ -55,7 +55,7 @@ std::optional<platform::FrontApplication> X11Workspace::frontmostApplication() {
     const auto instance = base::repairedUtf8(windowClass.instance);
     const auto className = base::repairedUtf8(windowClass.name);
     application.bundleIdentifier = freedesktop::bundleIdentifier(instance, className);
-    // The window's title names what is open in it.
+    // Not the window's title, which names what is open in it.
     if (const auto& name = className.empty() ? instance : className; !name.empty())
         application.localizedName = name;
     if (const auto numbers = numbersOf(processProperty); !numbers.empty())

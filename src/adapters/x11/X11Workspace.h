@@ -12,14 +12,14 @@ namespace sonvale::adapters::x11 {
 
 class X11Connection;
 
-/// The front application as the window manager tells it (EWMH: _NET_ACTIVE_WINDOW, _NET_WM_PID; ICCCM:
-/// WM_CLASS). Its name is the class of WM_CLASS, which programs do not translate; the window's title is never
-/// used, because it often names a document. Without such a window manager, and without a server, there is
-/// none.
+/// The front application, as the window manager reports it (EWMH: _NET_ACTIVE_WINDOW, _NET_WM_PID; ICCCM:
+/// WM_CLASS). Its name is the class in WM_CLASS, which programs do not translate. The window's title is never
+/// used, because it often names a document. Without such a window manager, and without a server, there is no
+/// front application.
 class X11Workspace final : public platform::Workspace {
 public:
-    /// Connects to `displayName`, or to DISPLAY when it is empty. The clock must outlive it. `environment`
-    /// decides about the programs that open addresses.
+    /// Connects to `displayName`, or to DISPLAY if it is empty. The clock must outlive it. `environment`
+    /// selects the programs that open addresses.
     explicit X11Workspace(const runtime::Clock& clock, const std::string& displayName = {},
                           freedesktop::UrlOpener::Environment environment =
                               freedesktop::UrlOpener::Environment::ofThisProcess());

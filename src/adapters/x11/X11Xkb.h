@@ -1,6 +1,6 @@
 #pragma once
 
-// The header names a field with a word that C++ keeps for itself.
+// The header names a field with a C++ keyword.
 #pragma GCC diagnostic push
 #ifdef __clang__
 #pragma GCC diagnostic ignored "-Wkeyword-macro"
