@@ -47,12 +47,12 @@ void AccessibilityBus::pause(double seconds, double deadline) {
 }
 
 bool AccessibilityBus::connect(double deadline) {
-    // It is noticed only by reading that a bus has gone.
+    // Only a read notices that the bus has ended.
     if (bus_ && bus_->ask(dbusCall(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_PEER, "Ping"), deadline))
         return true;
     if (bus_ && bus_->isAlive())
         return false;
-    // The order in which programs look for it.
+    // The order in which programs look for the bus.
     return connectTo(environmentVariable("AT_SPI_BUS_ADDRESS")) || connectTo(addressOfDisplay_(deadline)) ||
            connectTo(addressOfSession(deadline));
 }

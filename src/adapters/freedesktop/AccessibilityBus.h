@@ -9,27 +9,27 @@
 
 namespace sonvale::adapters::freedesktop {
 
-/// The bus on which programs tell assistive technology what they show (AT-SPI 2).
+/// The bus on which programs report their contents to assistive technology (AT-SPI 2).
 ///
-/// Plain D-Bus, not libatspi: the first call of that does not come back for more than a minute while the
-/// session's bus hangs, and it has one connection for the process. Nothing is connected before the first
-/// question, and no bus is started for it. One thread at a time.
+/// Uses plain D-Bus and not libatspi: the first call of libatspi does not return for more than a minute while
+/// the session's bus hangs, and libatspi has one connection for the process. Connects at the first question,
+/// and starts no bus for it. One thread at a time.
 class AccessibilityBus {
 public:
-    /// `addressOfDisplay` tells the address that the display names (the property AT_SPI_BUS of its root
-    /// window), or an empty text; it has to return by the deadline that it is given. An empty session address
-    /// means the environment's.
+    /// `addressOfDisplay` returns the address that the display names (the property AT_SPI_BUS of its root
+    /// window), or an empty text. It must return by the deadline that it is given. An empty session address
+    /// means that of the environment.
     AccessibilityBus(const runtime::Clock& clock, std::function<std::string(double)> addressOfDisplay,
                      std::string sessionAddress);
 
-    /// As `DBusClient::ask`; nothing but nulls without a bus.
+    /// As `DBusClient::ask`. Returns only nulls if there is no bus.
     std::vector<DBusMessagePointer> ask(const std::vector<DBusMessagePointer>& calls, double deadline);
     DBusMessagePointer ask(DBusMessagePointer call, double deadline);
 
-    /// Lets `seconds` pass, at most until the deadline; returns early when the bus has gone.
+    /// Waits for `seconds`, but not past the deadline. Returns early if the bus has ended.
     void pause(double seconds, double deadline);
 
-    /// Connects, anew when the bus has gone. False when there is none.
+    /// Connects, again if the bus has ended. Returns false if there is none.
     bool connect(double deadline);
 
 private:
@@ -40,7 +40,7 @@ private:
     const std::function<std::string(double)> addressOfDisplay_;
     const std::string sessionAddress_;
     std::unique_ptr<DBusClient> bus_;
-    /// Only until it has told the address.
+    /// Kept only until it has given the address.
     std::unique_ptr<DBusClient> session_;
 };
 

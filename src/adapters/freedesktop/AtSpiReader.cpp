@@ -20,19 +20,19 @@ constexpr unsigned int stateFocused = 12;
 constexpr unsigned int stateShowing = 25;
 constexpr std::uint32_t rolePasswordText = 40;
 
-/// An editor of Qt in which the focus is has it on its open tab and on the area of the text as well, but only
-/// where the keys go can it be.
+/// In an editor of Qt that has the focus, the open tab and the text area report the focus too, but only the
+/// element that gets the keys is focusable.
 constexpr std::uint32_t focusStates = 1u << stateFocusable | 1u << stateFocused;
 
-/// The grab of a shortcut takes the focus from the program, which gets to know a moment after its end that it
-/// has it again.
+/// The grab of a hotkey takes the focus from the program. The program learns a moment after the end of the
+/// grab that it has the focus again.
 constexpr int attempts = 4;
 constexpr double secondsBetweenAttempts = 0.01;
 
-/// A table has an object for each of its cells, and makes it when it is asked for its children.
-constexpr std::int32_t mostChildren = 256;
-/// More than any window has on one level; a tree that has itself in it grows beyond it.
-constexpr std::size_t mostElements = 2000;
+/// A table makes an object for each of its cells when it is asked for its children.
+constexpr std::int32_t maxChildren = 256;
+/// More than any window has on one level. The limit ends the search in a tree that contains itself.
+constexpr std::size_t maxElements = 2000;
 
 constexpr const char* objectReplacementCharacter = "\uFFFC";
 
@@ -40,7 +40,7 @@ bool isReturn(DBusMessage* answer) {
     return answer && dbus_message_get_type(answer) == DBUS_MESSAGE_TYPE_METHOD_RETURN;
 }
 
-/// The bits of GetState, which come in two halves.
+/// Returns the bits of GetState, which arrive in two halves.
 std::uint64_t statesIn(DBusMessage* answer) {
     const std::uint32_t* halves = nullptr;
     int count = 0;
@@ -57,7 +57,7 @@ bool has(std::uint64_t states, unsigned int state) {
     return (states >> state & 1) != 0;
 }
 
-/// The number in the variant of a property.
+/// Returns the number in the variant of a property.
 std::int32_t propertyIn(DBusMessage* answer) {
     DBusMessageIter place;
     DBusMessageIter inside;
@@ -95,7 +95,7 @@ void addFlag(DBusMessageIter& place, bool isSet) {
     dbus_message_iter_append_basic(&place, DBUS_TYPE_BOOLEAN, &flag);
 }
 
-/// The arguments of GetMatches that ask for the first element with the focus.
+/// Adds the arguments of GetMatches that ask for the first element with the focus.
 void addFocusRule(DBusMessage* call) {
     constexpr std::int32_t all = 1;
     DBusMessageIter arguments;
@@ -108,16 +108,16 @@ void addFocusRule(DBusMessage* call) {
     addNumber(states, DBUS_TYPE_INT32, 0);
     dbus_message_iter_close_container(&rule, &states);
     addNumber(rule, DBUS_TYPE_INT32, all);
-    // Attributes, roles and interfaces: no matter which.
+    // Any attributes, roles and interfaces.
     for (const char* type : {"{ss}", "i", "s"}) {
         addEmptyArray(rule, type);
         addNumber(rule, DBUS_TYPE_INT32, all);
     }
-    addFlag(rule, false); // the rule is not to be inverted
+    addFlag(rule, false); // the rule is not inverted
     dbus_message_iter_close_container(&arguments, &rule);
     addNumber(arguments, DBUS_TYPE_UINT32, 1); // in the order of the tree
-    addNumber(arguments, DBUS_TYPE_INT32, 1);  // one is enough
-    addFlag(arguments, true);                  // down the whole tree
+    addNumber(arguments, DBUS_TYPE_INT32, 1);  // one match is enough
+    addFlag(arguments, true);                  // in the whole tree
 }
 
 } // namespace
@@ -143,7 +143,7 @@ std::vector<AtSpiReader::Element> AtSpiReader::elementsIn(DBusMessage* answer) {
         dbus_message_iter_get_basic(&pair, &program);
         dbus_message_iter_next(&pair);
         dbus_message_iter_get_basic(&pair, &path);
-        // The library ends the process that sends to a name that cannot be one.
+        // libdbus ends a process that sends to an invalid name.
         if (dbus_validate_bus_name(program, nullptr))
             elements.push_back({program, path});
     }
@@ -189,7 +189,7 @@ std::optional<AtSpiReader::Element> AtSpiReader::focusedElement(const Element& p
     auto question = call(program, collectionInterface, "GetMatches");
     addFocusRule(question.get());
     const auto answer = bus_.ask(std::move(question), deadline);
-    // GTK 3, Firefox and LibreOffice search by themselves; Qt and GTK 4 have no Collection.
+    // GTK 3, Firefox and LibreOffice search themselves; Qt and GTK 4 have no Collection.
     if (!isReturn(answer.get()))
         return searchForFocus(program, deadline);
     auto elements = elementsIn(answer.get());
@@ -198,8 +198,9 @@ std::optional<AtSpiReader::Element> AtSpiReader::focusedElement(const Element& p
 
 std::optional<AtSpiReader::Element> AtSpiReader::searchForFocus(const Element& program, double deadline) {
     auto level = elementsIn(bus_.ask(call(program, accessibleInterface, "GetChildren"), deadline).get());
-    // Level by level, each asked at once: the time goes by turns to the other program, not by their size.
-    for (bool isTop = true; !level.empty() && level.size() <= mostElements; isTop = false) {
+    // One level at a time, with one batch of questions each: the time depends on the number of round trips,
+    // not on their size.
+    for (bool isTop = true; !level.empty() && level.size() <= maxElements; isTop = false) {
         std::vector<DBusMessagePointer> questions;
         for (const auto& element : level) {
             questions.push_back(call(element, accessibleInterface, "GetState"));
@@ -216,7 +217,7 @@ std::optional<AtSpiReader::Element> AtSpiReader::searchForFocus(const Element& p
             if (!isTop && (states & focusStates) == focusStates)
                 return level[i];
             const auto children = propertyIn(answers[2 * i + 1].get());
-            if (has(states, isTop ? stateActive : stateShowing) && children > 0 && children <= mostChildren)
+            if (has(states, isTop ? stateActive : stateShowing) && children > 0 && children <= maxChildren)
                 questions.push_back(call(level[i], accessibleInterface, "GetChildren"));
         }
         level.clear();
@@ -256,7 +257,8 @@ std::optional<std::string> AtSpiReader::selectionOf(const Element& element, doub
         !dbus_message_get_args(answer.get(), nullptr, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID))
         return std::nullopt;
     std::string selected = text;
-    // It stands for a picture, and for every paragraph in browsers: without them the text is not whole.
+    // This character replaces a picture, and in browsers every paragraph; text that contains it is
+    // incomplete.
     if (selected.empty() || selected.find(objectReplacementCharacter) != std::string::npos)
         return std::nullopt;
     return selected;

@@ -9,16 +9,16 @@
 
 namespace sonvale::adapters::freedesktop {
 
-/// Reads what a program tells assistive technology: AT-SPI 2, the interfaces Accessible, Collection and Text
-/// of org.a11y.atspi. One thread at a time; the bus must outlive it.
+/// Reads what a program reports to assistive technology: AT-SPI 2, the interfaces Accessible, Collection and
+/// Text of org.a11y.atspi. One thread at a time. The bus must outlive it.
 class AtSpiReader {
 public:
     explicit AtSpiReader(AccessibilityBus& bus)
         : bus_(bus) {}
 
-    /// The text that is selected in the element of this process that has the keyboard focus. Absent when
-    /// nothing is selected, at the deadline, and when the program does not tell it: not at all, only
-    /// dots (a password), or with other things than text in it, which have no signs of their own here.
+    /// Returns the text that is selected in the element of this process that has the keyboard focus. Returns
+    /// nullopt if nothing is selected, at the deadline, and if the program does not report the text: not at
+    /// all, only dots (a password), or with objects in it that have no characters here.
     std::optional<std::string> selectedText(std::int32_t processId, double deadline);
 
 private:

@@ -14,7 +14,8 @@ struct KnownProgram {
     std::string_view bundleIdentifier;
 };
 
-// Names differ by package: a distribution's own or the maker's, Flatpak (reverse domain), Snap (name_name).
+// Names differ between packages: those of a distribution, of the maker, Flatpak (reverse domain), Snap
+// (name_name).
 constexpr KnownProgram knownPrograms[] = {
     {"telegram-desktop", "org.telegram.desktop"},
     {"telegramdesktop", "org.telegram.desktop"},
@@ -85,8 +86,8 @@ constexpr KnownProgram knownPrograms[] = {
     {"notion-desktop", "com.notion.id"},
     {"notion-snap-reborn", "com.notion.id"},
 
-    // What the desktops here bring for mail, development, the web and notes is used for the same as what
-    // macOS brings, and the user's style goes by the use. Terminals have a list of their own.
+    // The desktops' own programs for mail, development, the web and notes have the same purpose as those of
+    // macOS, and the user's style depends on the purpose. Terminals have a list of their own.
     {"thunderbird", "com.apple.mail"},
     {"org.mozilla.thunderbird", "com.apple.mail"},
     {"thunderbird_thunderbird", "com.apple.mail"},
@@ -135,7 +136,7 @@ constexpr KnownProgram knownPrograms[] = {
 std::optional<std::string> knownBundleIdentifier(std::string_view name) {
     constexpr std::string_view suffix = ".desktop";
     std::string lowered(name);
-    // The names in the table are ASCII, and so is what can equal them.
+    // The names in the table are ASCII, so only ASCII text can equal them.
     std::ranges::transform(lowered, lowered.begin(), [](char c) {
         return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
     });
@@ -147,7 +148,7 @@ std::optional<std::string> knownBundleIdentifier(std::string_view name) {
             return std::string(*terminal);
         return std::nullopt;
     };
-    // As it is first: one program's own name ends in ".desktop".
+    // The unchanged name first: the name of one program ends in ".desktop".
     if (auto known = find(lowered))
         return known;
     if (lowered.ends_with(suffix))

@@ -15,7 +15,7 @@ DBusMessagePointer dbusCall(const std::string& destination, const std::string& p
 
 DBusClient::DBusClient(const std::string& address, const runtime::Clock& clock)
     : clock_(clock) {
-    // The library's own way of registering waits for up to 25 s.
+    // The library's own registration waits for up to 25 s.
     connection_ = dbus_connection_open_private(address.c_str(), nullptr);
     if (connection_)
         hello_ = send(dbusCall(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "Hello").get());
@@ -64,7 +64,7 @@ void DBusClient::pauseUntil(double deadline) {
 
 DBusClient::Pending DBusClient::send(DBusMessage* call) {
     DBusPendingCall* pending = nullptr;
-    // Null when the connection has gone.
+    // Null if the connection has ended.
     dbus_connection_send_with_reply(connection_, call, &pending, DBUS_TIMEOUT_INFINITE);
     return Pending(pending);
 }
@@ -79,7 +79,7 @@ bool DBusClient::waitFor(DBusPendingCall* pending, double deadline) {
     return true;
 }
 
-/// Takes in one message at most; false when the time is over or the bus has gone.
+/// Reads up to one message. Returns false at the deadline and if the bus has ended.
 bool DBusClient::readUntil(double deadline) {
     const double left = deadline - clock_.now();
     if (left <= 0)
@@ -93,8 +93,8 @@ bool DBusClient::isWelcome(double deadline) {
         return false;
     if (!hello_)
         return true;
-    // Kept for the next time when it takes too long: a bus that hangs shall not get one connection after the
-    // other.
+    // Kept for the next call if it takes too long, so that a hanging bus does not get one connection after
+    // the other.
     if (!waitFor(hello_.get(), deadline))
         return false;
     const DBusMessagePointer answer(dbus_pending_call_steal_reply(hello_.get()));

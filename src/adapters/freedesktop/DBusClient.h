@@ -15,13 +15,13 @@ struct UnrefMessage {
 };
 using DBusMessagePointer = std::unique_ptr<DBusMessage, UnrefMessage>;
 
-/// A call of a method; its arguments can be added.
+/// Makes a call of a method. Arguments can be added to it.
 DBusMessagePointer dbusCall(const std::string& destination, const std::string& path,
                             const std::string& interface, const std::string& method);
 
-/// A connection of its own to a message bus, in which every wait has an end.
+/// A private connection to a message bus. Every wait has a deadline.
 ///
-/// It receives answers only, so that an unused one costs nothing but its descriptor. One thread at a time.
+/// It receives only answers, so that an unused connection costs only its descriptor. One thread at a time.
 /// Deadlines are moments of the clock's `now()`.
 class DBusClient {
 public:
@@ -31,15 +31,15 @@ public:
     DBusClient(const DBusClient&) = delete;
     DBusClient& operator=(const DBusClient&) = delete;
 
-    /// False when there is no bus, and as soon as it is noticed that it has gone.
+    /// Returns false if there is no bus, and as soon as its end is noticed.
     bool isAlive() const;
 
-    /// Sends all calls at once and waits for their answers, errors among them; null in the place of one that
-    /// has not come by the deadline. No call starts a program.
+    /// Sends all calls at once and waits for their answers, which may be errors. An answer that has not
+    /// arrived by the deadline is null. No call starts a program.
     std::vector<DBusMessagePointer> ask(const std::vector<DBusMessagePointer>& calls, double deadline);
     DBusMessagePointer ask(DBusMessagePointer call, double deadline);
 
-    /// Takes in what comes until then; returns early when the bus has gone.
+    /// Reads messages until the deadline. Returns early if the bus has ended.
     void pauseUntil(double deadline);
 
 private:
@@ -55,7 +55,7 @@ private:
 
     const runtime::Clock& clock_;
     DBusConnection* connection_ = nullptr;
-    Pending hello_; ///< until the bus has answered it
+    Pending hello_; ///< kept until the bus has answered it
 };
 
 } // namespace sonvale::adapters::freedesktop

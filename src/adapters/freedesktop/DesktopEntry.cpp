@@ -19,8 +19,7 @@ std::string_view withoutBlanks(std::string_view text) {
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-/// The character that a backslash and `letter` stand for; a letter that means nothing stays with its
-/// backslash.
+/// Returns the character that a backslash and `letter` mean. An unknown letter keeps its backslash.
 std::string unescaped(char letter) {
     switch (letter) {
     case 's':
@@ -123,15 +122,15 @@ std::string desktopEntryString(std::string_view text) {
             value += '\\';
         value += c;
     }
-    // A blank at the start would be taken for one after the equals sign.
+    // A blank at the start would be taken for the blank after the equals sign.
     if (value.starts_with(' '))
         value.replace(0, 1, "\\s");
     return value;
 }
 
 std::string desktopEntryExec(const std::filesystem::path& program) {
-    // GIO looks for a file of the first word's name before it takes "%%" for "%"; env gets the name after
-    // that.
+    // GIO looks for a file with the name of the first word before it replaces "%%" with "%"; env gets the
+    // name after that.
     const bool hasPercent = program.native().find('%') != std::string::npos;
     std::string quoted = hasPercent ? "env \"" : "\"";
     for (const char c : program.native()) {
@@ -141,7 +140,7 @@ std::string desktopEntryExec(const std::filesystem::path& program) {
             quoted += '%';
         quoted += c;
     }
-    // A desktop undoes the escapes of the value first, the quotes after that.
+    // A desktop undoes first the escapes of the value, then the quotes.
     return desktopEntryString(quoted + '"');
 }
 

@@ -23,7 +23,7 @@ const QString playbackStatus = QStringLiteral("PlaybackStatus");
 /// playerctld repeats the reports of the other players under its own name.
 const QString proxyName = QStringLiteral("org.mpris.MediaPlayer2.playerctld");
 
-/// The properties of a report by their names; null when it is of another form.
+/// Returns the properties of a report by their names, or nullopt if the report has another form.
 std::optional<QVariantMap> propertiesIn(const QVariant& value) {
     if (value.metaType() != QMetaType::fromType<QDBusArgument>())
         return std::nullopt;
@@ -43,7 +43,7 @@ MprisMediaPlayers::MprisMediaPlayers(const QDBusConnection& bus)
     owners_.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
     owners_.addWatchedService(playerNames);
     connect(&owners_, &QDBusServiceWatcher::serviceOwnerChanged, this, &MprisMediaPlayers::ownerChanged);
-    // Of every sender: named, Qt would ask for its owner and wait for the answer.
+    // From every sender: for a named sender Qt would ask for the owner of the name and wait for the answer.
     bus_.connect(QString(), playerPath, propertiesInterface, QStringLiteral("PropertiesChanged"),
                  {playerInterface}, QString(), this, SLOT(propertiesChanged(QDBusMessage)));
     askForProxy();
@@ -84,7 +84,7 @@ void MprisMediaPlayers::askForProxy() {
     auto* answer = new QDBusPendingCallWatcher(bus_.asyncCall(question), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* call) {
         call->deleteLater();
-        // An error says that it does not run; its arrival is announced.
+        // An error means that it does not run. Its start is announced.
         if (const QDBusPendingReply<QString> reply = *call; reply.isValid())
             ownerChanged(proxyName, QString(), reply.value());
     });
@@ -98,7 +98,7 @@ void MprisMediaPlayers::askForState(const QString& player) {
     auto* answer = new QDBusPendingCallWatcher(bus_.asyncCall(question), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, player](QDBusPendingCallWatcher* call) {
         call->deleteLater();
-        // A player that cannot say what it does has left, or has no state to report.
+        // A player that does not answer has quit, or has no state to report.
         if (const QDBusPendingReply<QDBusVariant> reply = *call; reply.isValid())
             report(player, reply.value().variant());
     });
@@ -120,7 +120,7 @@ void MprisMediaPlayers::ownerChanged(const QString& name, const QString& oldOwne
         forget(newOwner);
         return;
     }
-    // Browsers keep their connection and give up the name when the page that played is closed.
+    // A browser gives up the name and keeps its connection when the playing page is closed.
     forget(oldOwner);
 }
 

@@ -13,12 +13,11 @@ class QDBusMessage;
 
 namespace sonvale::adapters::freedesktop {
 
-/// The players that speak MPRIS 2.2 (freedesktop.org): each says on the session
-/// bus by `PlaybackStatus` what it does, and obeys `PlayPause`. Main actor; the event loop brings the
-/// reports.
+/// The players that support MPRIS 2.2 (freedesktop.org): each reports its `PlaybackStatus` on the session bus
+/// and obeys `PlayPause`. Main actor; the event loop delivers the reports.
 ///
-/// Nothing here waits for the bus or a player. A state of another type than text is taken for one that is not
-/// "Playing". Without a session bus there are no players.
+/// Nothing here waits for the bus or a player. A state that is not a text counts as not "Playing". Without a
+/// session bus there are no players.
 class MprisMediaPlayers final : public QObject, public platform::MediaPlayers {
     Q_OBJECT
 
@@ -37,10 +36,10 @@ private:
     void forget(const QString& player);
 
     QDBusConnection bus_;
-    QDBusServiceWatcher owners_; ///< of the names of players, and of the connections that have reported
+    QDBusServiceWatcher owners_; ///< owners of the players' names, and connections that have reported
     std::function<void(bool)> observer_;
-    std::map<QString, bool> isPlaying_; ///< by the player's connection to the bus
-    QString lastReporter_;              ///< empty for none
+    std::map<QString, bool> isPlaying_; ///< by the player's connection
+    QString lastReporter_;              ///< empty if there is none
     QString proxy_;
 };
 

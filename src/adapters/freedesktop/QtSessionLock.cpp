@@ -16,11 +16,11 @@ namespace sonvale::adapters::freedesktop {
 namespace {
 
 struct ScreenSaver {
-    const char* name; ///< of the service, and of its interface
+    const char* name; ///< the name of the service and of its interface
     const char* path;
 };
 
-// KDE has the first, GNOME the second.
+// KDE uses the first, GNOME the second.
 constexpr ScreenSaver screenSavers[] = {
     {"org.freedesktop.ScreenSaver", "/org/freedesktop/ScreenSaver"},
     {"org.gnome.ScreenSaver", "/org/gnome/ScreenSaver"},
@@ -57,14 +57,16 @@ void QtSessionLock::observeScreenSavers() {
     connect(&owners_, &QDBusServiceWatcher::serviceUnregistered, this, &QtSessionLock::saverLeft);
     for (const auto& saver : screenSavers) {
         const auto name = QString::fromLatin1(saver.name);
-        // Of every sender and path: KDE sends from two paths, and a named sender Qt would ask for.
+        // From every sender and path: KDE sends from two paths, and Qt would ask for the owner of a named
+        // sender.
         session_.connect(QString(), QString(), name, QStringLiteral("ActiveChanged"), this,
                          SLOT(activeChanged(QDBusMessage)));
         findSaver(name, QString::fromLatin1(saver.path));
     }
 }
 
-/// Asks for the owner of the name first: signals come from it, and Qt 6.8 does not say who has sent a reply.
+/// Asks for the owner of the name first: signals come from the owner, and Qt 6.8 does not say who has sent a
+/// reply.
 void QtSessionLock::findSaver(const QString& name, const QString& path) {
     const auto bus = QStringLiteral("org.freedesktop.DBus");
     auto question = QDBusMessage::createMethodCall(bus, QStringLiteral("/org/freedesktop/DBus"), bus,
@@ -74,7 +76,7 @@ void QtSessionLock::findSaver(const QString& name, const QString& path) {
     connect(answer, &QDBusPendingCallWatcher::finished, this,
             [this, name, path](QDBusPendingCallWatcher* call) {
                 call->deleteLater();
-                // An error says that the desktop has another screen saver, or none.
+                // An error means that the desktop has another screen saver, or none.
                 if (const QDBusPendingReply<QString> reply = *call; reply.isValid())
                     askWhetherActive(reply.value(), name, path);
             });
@@ -85,7 +87,7 @@ void QtSessionLock::askWhetherActive(const QString& saver, const QString& interf
     auto* answer = new QDBusPendingCallWatcher(session_.asyncCall(question), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, saver](QDBusPendingCallWatcher* call) {
         call->deleteLater();
-        // An error says that it has gone, or cannot lock.
+        // An error means that it has quit, or cannot lock.
         if (const QDBusPendingReply<bool> reply = *call; reply.isValid())
             setActive(saver, reply.value());
     });
@@ -101,13 +103,13 @@ void QtSessionLock::findSession() {
     auto question = QDBusMessage::createMethodCall(logind, QStringLiteral("/org/freedesktop/login1"),
                                                    QStringLiteral("org.freedesktop.login1.Manager"),
                                                    QStringLiteral("GetSession"));
-    // The session of the caller, or else the one that the user sees.
+    // The session of the caller, or else the visible one.
     question << QStringLiteral("auto");
     question.setAutoStartService(false);
     auto* answer = new QDBusPendingCallWatcher(system_.asyncCall(question), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* call) {
         call->deleteLater();
-        // An error says that the system has no logind, or the user no session there.
+        // An error means that the system has no logind, or that the user has no session there.
         if (const QDBusPendingReply<QDBusObjectPath> reply = *call; reply.isValid())
             observeSession(reply.value().path());
     });
@@ -142,7 +144,7 @@ void QtSessionLock::askForHint() {
     auto* answer = new QDBusPendingCallWatcher(system_.asyncCall(question), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* call) {
         call->deleteLater();
-        // An error says that the session is over.
+        // An error means that the session is over.
         if (const QDBusPendingReply<QDBusVariant> reply = *call; reply.isValid())
             setHint(reply.value().variant());
     });

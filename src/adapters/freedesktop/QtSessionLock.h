@@ -13,12 +13,12 @@ class QDBusMessage;
 
 namespace sonvale::adapters::freedesktop {
 
-/// The lock of the session as the desktop reports it over D-Bus: `LockedHint` of the session at logind, on
+/// The lock of the session, as the desktop reports it over D-Bus: `LockedHint` of the session at logind, on
 /// the system bus, and `ActiveChanged` of the desktop's screen saver, on the session bus. One of them is
-/// enough. Main actor; the event loop brings the reports.
+/// enough. Main actor; the event loop delivers the reports.
 ///
 /// Nothing here waits for a bus or a service, and no service is started. A screen saver that leaves the bus
-/// counts as ended. A locker that reports to neither (i3lock, slock, xscreensaver) is not noticed.
+/// counts as ended. A screen locker that reports to neither (i3lock, slock, xscreensaver) is not noticed.
 class QtSessionLock final : public QObject, public platform::SessionLock {
     Q_OBJECT
 
@@ -44,12 +44,12 @@ private:
 
     QDBusConnection session_;
     QDBusConnection system_;
-    QDBusServiceWatcher owners_; ///< of the connections of active screen savers
+    QDBusServiceWatcher owners_; ///< connections of active screen savers
     std::function<void(bool)> observer_;
     std::set<QString> activeSavers_; ///< by their connections to the bus
     QString sessionPath_;            ///< at logind
     bool hint_ = false;
-    bool isLocked_ = false; ///< as reported last
+    bool isLocked_ = false; ///< the last report
 };
 
 } // namespace sonvale::adapters::freedesktop

@@ -7,17 +7,17 @@ namespace sonvale::adapters::freedesktop {
 namespace {
 
 struct Entry {
-    std::string_view desktop; ///< in small letters
+    std::string_view desktop; ///< in lower case
     SettingsPage page;
     std::string_view program;
-    std::string_view argument; ///< empty: none
+    std::string_view argument; ///< empty if there is none
 };
 
-// Input devices are the fourth tab of the PulseAudio mixer, which Xfce and LXQt use for their own.
+// Input devices are the fourth tab of the PulseAudio mixer, which Xfce and LXQt use as their own.
 constexpr std::string_view inputDevices = "--tab=4";
 
-// GNOME's settings refuse to run on other desktops, so each desktop has only its own. A name of a page that a
-// version does not have opens the first page.
+// GNOME's settings refuse to run on other desktops, so each desktop has only its own. If a version lacks the
+// named page, the first page opens.
 constexpr Entry table[] = {
     {"gnome", SettingsPage::sound, "gnome-control-center", "sound"},
     {"gnome", SettingsPage::privacy, "gnome-control-center", "privacy"},
@@ -44,7 +44,7 @@ constexpr Entry table[] = {
     {"lxqt", SettingsPage::privacy, "lxqt-config", ""},
 };
 
-// Run on every desktop, and on none.
+// For every desktop, and for a session without one.
 constexpr Entry everywhere[] = {
     {"", SettingsPage::sound, "pavucontrol", inputDevices},
     {"", SettingsPage::sound, "pavucontrol-qt", inputDevices},

@@ -10,13 +10,14 @@ namespace sonvale::adapters::freedesktop {
 enum class SettingsPage { sound, privacy };
 
 struct ProgramCall {
-    std::string program; ///< a name for PATH
+    std::string program; ///< a name to search in PATH
     std::vector<std::string> arguments;
     bool operator==(const ProgramCall&) const = default;
 };
 
-/// What shows the page, the best first; any of them may be missing on a machine. `desktop` has the form of
-/// XDG_CURRENT_DESKTOP (freedesktop.org, Desktop Entry): names with colons between them, the nearest first.
+/// Returns the programs that show the page, the best first. Any of them may be missing on a machine.
+/// `desktop` has the form of XDG_CURRENT_DESKTOP (freedesktop.org, Desktop Entry): names separated by colons,
+/// the nearest first.
 std::vector<ProgramCall> settingsPrograms(SettingsPage page, std::string_view desktop);
 
 } // namespace sonvale::adapters::freedesktop

@@ -8,7 +8,7 @@ namespace sonvale::adapters::freedesktop {
 namespace {
 
 struct Terminal {
-    std::string_view name; ///< in lower case: of its windows or of its desktop file
+    std::string_view name; ///< in lower case: the class of its windows or the name of its desktop file
     KeyStyle style = KeyStyle::terminal;
     std::string_view bundleIdentifier = "com.apple.Terminal";
 };
@@ -44,7 +44,7 @@ constexpr Terminal terminals[] = {
     {"qterminal"},
     {"org.lxqt.qterminal"},
     {"cool-retro-term"},
-    // With a drawing of their own
+    // With their own text rendering
     {"kitty", KeyStyle::terminal, "net.kovidgoyal.kitty"},
     {"alacritty"},
     {"wezterm"},
@@ -59,7 +59,7 @@ constexpr Terminal terminals[] = {
     {"dev.warp.warp"},
     {"st"},
     {"st-256color"},
-    // The xterm family; Debian's desktop files have names of their own.
+    // The xterm family. Debian's desktop files have different names.
     {"xterm", KeyStyle::xterm},
     {"uxterm", KeyStyle::xterm},
     {"debian-xterm", KeyStyle::xterm},

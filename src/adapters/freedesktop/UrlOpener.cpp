@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::string_view usualPath = "/usr/local/bin:/usr/bin:/bin";
 
-/// One of the settings pages, and what stands for its switch here, for the log.
+/// A settings page, and for the log the name of what it controls on this system.
 struct Page {
     std::string_view address;
     SettingsPage page;
@@ -46,7 +46,7 @@ bool isHexadecimal(char c) {
     return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
 }
 
-/// Unreserved and reserved characters; the percent sign begins an escape.
+/// Unreserved and reserved characters, and the percent sign, which begins an escape.
 bool isOfAddresses(char c) {
     return isLetter(c) || isDigit(c) ||
            std::string_view("-._~:/?#[]@!$&'()*+,;=%").find(c) != std::string_view::npos;

@@ -8,11 +8,11 @@
 
 namespace sonvale::adapters::freedesktop {
 
-/// Opens addresses with the programs of the user's desktop: web pages and mails by xdg-open, pages of the
-/// settings by the desktop's own settings. Any thread.
+/// Opens addresses with the programs of the user's desktop: web pages and mails through xdg-open, settings
+/// pages in the desktop's own settings. Any thread.
 class UrlOpener {
 public:
-    /// What decides about the programs.
+    /// The variables that select the programs.
     struct Environment {
         std::string desktop; ///< as XDG_CURRENT_DESKTOP
         std::string path;    ///< as PATH
@@ -21,8 +21,8 @@ public:
 
     explicit UrlOpener(Environment environment);
 
-    /// As `Workspace::openURL`. Never by a shell. Addresses of other kinds than the named ones, a file's for
-    /// example, have no program: they may come from the network.
+    /// As `Workspace::openURL`. Never uses a shell. Addresses of other kinds, such as those of files, have no
+    /// program, because they may come from the network.
     bool open(const std::string& address) const;
 
 private:
@@ -32,7 +32,7 @@ private:
     const Environment environment_;
 };
 
-/// The scheme of an address, in small letters; empty when the text is no address (RFC 3986).
+/// Returns the scheme of an address in lower case, or an empty text if it is not an address (RFC 3986).
 std::string schemeOf(std::string_view address);
 
 } // namespace sonvale::adapters::freedesktop

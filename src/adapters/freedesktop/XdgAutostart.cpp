@@ -23,8 +23,8 @@ namespace {
 constexpr const char* fileName = "com.sonvale.app.desktop";
 constexpr mode_t folderMode = 0700;
 constexpr mode_t fileMode = 0600;
-/// Real entries have some hundred bytes.
-constexpr std::size_t bytesAtMost = 256 * 1024;
+/// Real entries have a few hundred bytes.
+constexpr std::size_t maxEntryBytes = 256 * 1024;
 
 const base::Logger& logger() {
     static const base::Logger instance("XdgAutostart");
@@ -58,7 +58,7 @@ private:
     int number_;
 };
 
-/// 0, or the number of the system's error.
+/// Returns 0, or the system's error number.
 int writeWhole(const std::filesystem::path& file, std::string_view text) {
     const Descriptor descriptor(file, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW);
     if (descriptor.number() < 0)
@@ -72,13 +72,13 @@ int writeWhole(const std::filesystem::path& file, std::string_view text) {
     return ::fsync(descriptor.number()) == 0 ? 0 : errno;
 }
 
-/// Without O_NONBLOCK a pipe of that name would keep the caller waiting.
+/// Without O_NONBLOCK a pipe of that name would block the caller.
 std::optional<std::string> contentOf(const std::filesystem::path& file) {
     const Descriptor descriptor(file, O_RDONLY | O_NONBLOCK);
     struct stat status{};
     if (descriptor.number() < 0 || ::fstat(descriptor.number(), &status) != 0 || !S_ISREG(status.st_mode))
         return std::nullopt;
-    std::string text(bytesAtMost, '\0');
+    std::string text(maxEntryBytes, '\0');
     std::size_t held = 0;
     while (held < text.size()) {
         const auto got = ::read(descriptor.number(), text.data() + held, text.size() - held);
@@ -114,7 +114,7 @@ bool isAmong(const std::vector<std::string>& names, std::string_view desktops) {
 } // namespace
 
 XdgAutostart::Environment XdgAutostart::Environment::ofThisProcess(std::filesystem::path configuration) {
-    std::error_code error; // without /proc the path is empty, and registering fails with words for it
+    std::error_code error; // without /proc the path is empty, and registering fails with a text for the user
     return {.configuration = std::move(configuration),
             .program = std::filesystem::read_symlink("/proc/self/exe", error),
             .desktop = variable("XDG_CURRENT_DESKTOP"),
@@ -154,7 +154,8 @@ void XdgAutostart::registerItem() {
             fail(what, errno);
     }
 
-    // Desktops read only names that end in ".desktop", and see the old entry or the whole new one.
+    // Desktops read only names that end in ".desktop", so they see either the old entry or the complete new
+    // one.
     auto temporary = file_;
     temporary += ".new";
     ::unlink(temporary.c_str());

@@ -7,21 +7,21 @@
 
 namespace sonvale::adapters::freedesktop {
 
-/// The start at login as freedesktop.org defines it (autostart, version 0.5): an entry of the user's own,
+/// The start at login, as freedesktop.org defines it (autostart, version 0.5): an entry in the user's folder,
 /// `com.sonvale.app.desktop` in `$XDG_CONFIG_HOME/autostart`.
 ///
-/// An entry there counts as off when the desktop would pass it over: Hidden, OnlyShowIn and NotShowIn,
-/// TryExec without its program; and with X-GNOME-Autostart-enabled=false, by which GNOME's, MATE's and
-/// Cinnamon's settings turn an entry off. What system-wide folders have is not looked at: the user's entry
-/// stands before it.
+/// An entry there counts as off if the desktop would ignore it: Hidden, OnlyShowIn and NotShowIn, TryExec
+/// without its program; also with X-GNOME-Autostart-enabled=false, with which the settings of GNOME, MATE and
+/// Cinnamon turn an entry off. System-wide folders are not read: the user's entry takes precedence.
 class XdgAutostart final : public platform::LoginItem {
 public:
     struct Environment {
         std::filesystem::path configuration; ///< as XDG_CONFIG_HOME
-        std::filesystem::path program;       ///< absolute, of the program to be started
+        std::filesystem::path program;       ///< the absolute path of the program to start
         std::string desktop;                 ///< as XDG_CURRENT_DESKTOP
         std::string path;                    ///< as PATH
-        /// The program that runs. Early: once its file has been replaced the system tells another path.
+        /// Returns the environment of the running program. Must be called early: after its file was replaced,
+        /// the system reports another path.
         static Environment ofThisProcess(std::filesystem::path configuration);
     };
 

@@ -35,12 +35,11 @@ Path homeOfAccount() {
     return "/";
 }
 
-/// Makes the folder when it is missing. True when it is a real folder of the user, and then it is 0700.
+/// Makes the folder if it is missing. Returns true if it is a real folder of the user; it is then 0700.
 bool isMadePrivate(const Path& directory) {
     if (::mkdir(directory.c_str(), privateMode) != 0 && errno != EEXIST)
         return false;
-    // The checks and the change are made on what is opened: a name in a shared folder can be exchanged in
-    // between.
+    // The checks and the change use the opened folder: a name in a shared folder can be exchanged meanwhile.
     const int descriptor = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (descriptor < 0)
         return false;
@@ -51,8 +50,8 @@ bool isMadePrivate(const Path& directory) {
     return isUsable;
 }
 
-/// XDG demands a folder of the user's own; after a change of user the variable may name
-/// another's.
+/// XDG requires a folder that the user owns. After a change of user the variable may name another user's
+/// folder.
 bool isOwn(const Path& directory) {
     struct stat status{};
     return ::stat(directory.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == ::geteuid();
