@@ -13,7 +13,7 @@ namespace sonvale::adapters::posix {
 namespace {
 
 constexpr std::size_t firstBuffer = 4096;
-constexpr std::size_t mostBuffer = 1 << 20;
+constexpr std::size_t maxBuffer = 1 << 20;
 
 } // namespace
 
@@ -22,7 +22,7 @@ std::string fullNameIn(std::string_view comment) {
 }
 
 std::string fullNameOfAccount() {
-    for (std::size_t size = firstBuffer; size <= mostBuffer; size *= 2) {
+    for (std::size_t size = firstBuffer; size <= maxBuffer; size *= 2) {
         std::vector<char> buffer(size);
         passwd entry{};
         passwd* found = nullptr;

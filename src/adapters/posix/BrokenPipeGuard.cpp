@@ -28,7 +28,7 @@ BrokenPipeGuard::BrokenPipeGuard()
 }
 
 BrokenPipeGuard::~BrokenPipeGuard() {
-    // Taken away before it can be delivered, unless somebody else had one coming.
+    // Removes the signal before it can be delivered, unless one was already pending.
     if (!wasPending_ && isBrokenPipePending()) {
         const auto signals = brokenPipe();
         const timespec atOnce{0, 0};

@@ -4,8 +4,8 @@
 
 namespace sonvale::adapters::posix {
 
-/// While it lives, writing to an X server that has gone does not end the process: xcb writes without
-/// MSG_NOSIGNAL, and the signal goes to the thread that writes. Begins and ends on one thread.
+/// While it exists, a write to a lost X server does not end the process: xcb writes without MSG_NOSIGNAL, and
+/// the signal goes to the writing thread. Constructed and destroyed on one thread.
 class BrokenPipeGuard {
 public:
     BrokenPipeGuard();

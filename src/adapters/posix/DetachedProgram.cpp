@@ -19,7 +19,8 @@ namespace {
 constexpr int startMilliseconds = 1000;
 constexpr int firstFreeDescriptor = 3;
 
-/// No handler of this process may run in the copy that is about to become another program.
+/// Blocks all signals in a scope: no handler of this process may run in the copy that is about to become
+/// another program.
 class AllSignalsBlocked {
 public:
     AllSignalsBlocked() {
@@ -39,22 +40,22 @@ void resetSignals() {
     struct sigaction standard = {};
     standard.sa_handler = SIG_DFL;
     for (int number = 1; number < NSIG; ++number)
-        sigaction(number, &standard, nullptr); // refused for a few, which cannot have been changed
+        sigaction(number, &standard, nullptr); // refused for a few signals, which cannot have been changed
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
 void tell(int report, int error) {
-    // Unread when the caller has stopped waiting.
+    // Nothing reads it after the caller has stopped waiting.
     [[maybe_unused]] const auto written = write(report, &error, sizeof error);
 }
 
-/// In the copy of this process, where only what a signal handler may call is safe: other threads may have
-/// held any lock at the moment of the fork.
+/// Runs in the copy of this process. Only what a signal handler may call is safe there: other threads may
+/// have held any lock at the moment of the fork.
 [[noreturn]] void become(const char* file, char* const* arguments, int report) {
     setsid();
-    // The copy of the copy has no parent that would have to wait for it.
+    // The second copy has no parent that must wait for it.
     if (const pid_t copy = fork(); copy != 0) {
         if (copy < 0)
             tell(report, errno);
@@ -75,7 +76,7 @@ void tell(int report, int error) {
     _exit(127);
 }
 
-/// Whether the other end was closed by a successful start, and not written to.
+/// Returns whether the other end was closed by a successful start, without an error written to it.
 bool isStarted(int report) {
     pollfd waiting{report, POLLIN, 0};
     int ready = 0;
@@ -83,7 +84,7 @@ bool isStarted(int report) {
         ready = poll(&waiting, 1, startMilliseconds);
     } while (ready < 0 && errno == EINTR);
     if (ready == 0)
-        return true; // a slow disk; nothing says that it fails
+        return true; // the disk is slow; nothing says that the start fails
     int error = 0;
     return read(report, &error, sizeof error) == 0;
 }
@@ -123,7 +124,7 @@ bool startDetached(const std::string& file, const std::vector<std::string>& argu
             become(file.c_str(), pointers.data(), report[1]);
     }
     close(report[1]);
-    // Where the process ignores SIGCHLD there is nothing to wait for.
+    // If the process ignores SIGCHLD, there is nothing to wait for.
     while (copy > 0 && waitpid(copy, nullptr, 0) < 0 && errno == EINTR) {
     }
     const bool isRunning = copy > 0 && isStarted(report[0]);

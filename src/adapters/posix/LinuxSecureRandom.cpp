@@ -7,7 +7,7 @@
 namespace sonvale::adapters::posix {
 
 std::int32_t LinuxSecureRandom::fill(std::span<std::byte> bytes) {
-    // One call gives 32 MiB at most, and a signal may end it with less than was asked for.
+    // One call gives up to 32 MiB, and a signal may end it early.
     while (!bytes.empty()) {
         const auto got = ::getrandom(bytes.data(), bytes.size(), 0);
         if (got < 0) {

@@ -48,7 +48,7 @@ void SerialThread::run() {
         queue_.pop_front();
         lock.unlock();
         work();
-        // What the work holds may take the lock when it goes.
+        // The destructors of what the work holds may take the lock.
         work = nullptr;
         lock.lock();
     }
