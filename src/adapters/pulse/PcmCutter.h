@@ -6,21 +6,22 @@
 
 namespace sonvale::adapters::pulse {
 
-/// Cuts a stream of interleaved samples, which comes in pieces of any size, into planar buffers of one size.
+/// Divides a stream of interleaved samples, which arrives in pieces of any size, into planar buffers of one
+/// size.
 class PcmCutter {
 public:
     using Receiver = std::function<void(const platform::PcmBufferPtr&)>;
 
     PcmCutter(platform::AudioFormat format, std::size_t bufferFrames, Receiver receiver);
-    /// Overwrites what was not handed on.
+    /// Overwrites the samples that were not delivered.
     ~PcmCutter();
     PcmCutter(const PcmCutter&) = delete;
     PcmCutter& operator=(const PcmCutter&) = delete;
 
-    /// `interleaved` holds `frames` frames; null stands for silence.
+    /// `interleaved` contains `frames` frames; null means silence.
     void take(const float* interleaved, std::size_t frames);
 
-    /// Hands on what has not filled a buffer, as a shorter one; nothing when there is nothing.
+    /// Delivers an unfinished buffer as a shorter one. Does nothing if there are no samples.
     void flush();
 
 private:

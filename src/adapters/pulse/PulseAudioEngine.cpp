@@ -11,7 +11,8 @@ namespace sonvale::adapters::pulse {
 
 namespace {
 
-// Connecting and asking for the input come one after the other: together the 2 s that the port allows.
+// The connection and the question for the input follow each other: together they need the 2 s that the port
+// allows.
 constexpr double connectSeconds = 1.0;
 constexpr double querySeconds = 1.0;
 constexpr double startSeconds = 2.0;
@@ -21,8 +22,8 @@ constexpr std::size_t fragmentFrames = 1024;
 
 } // namespace
 
-/// The record stream. All fields but `isRunning_` are touched under the connection's lock once the stream
-/// exists.
+/// The record stream. Once it exists, all fields except `isRunning_` are accessed under the connection's
+/// lock.
 class PulseAudioEngine::Capture {
 public:
     Capture(std::unique_ptr<PulseConnection> connection, PulseInput input)
@@ -120,13 +121,13 @@ bool PulseAudioEngine::Capture::beginStream() {
     pa_stream_set_moved_callback(
         stream_, [](pa_stream*, void* data) { static_cast<Capture*>(data)->checkDevice(); }, this);
 
-    // Without a fragment size the server collects up to 2 s before it sends anything.
-    constexpr auto serversChoice = static_cast<std::uint32_t>(-1);
+    // Without a fragment size the server collects up to 2 s before it sends.
+    constexpr auto serverDefault = static_cast<std::uint32_t>(-1);
     const pa_buffer_attr attributes{
-        .maxlength = serversChoice,
-        .tlength = serversChoice,
-        .prebuf = serversChoice,
-        .minreq = serversChoice,
+        .maxlength = serverDefault,
+        .tlength = serverDefault,
+        .prebuf = serverDefault,
+        .minreq = serverDefault,
         .fragsize = static_cast<std::uint32_t>(fragmentFrames * pa_frame_size(&sampleSpec_)),
     };
     const char* source = input_.source.empty() ? nullptr : input_.source.c_str();
@@ -161,7 +162,8 @@ void PulseAudioEngine::Capture::waitForWhatWasSpoken() {
         return;
     connection_->waitUntil(limit, [&] { return hasTiming || !isRunning_; });
 
-    // What the server had sent when it answered, and what was then still on its way inside the device.
+    // The audio that the server had sent when it answered, and the audio that was then still inside the
+    // device.
     const pa_timing_info* timing = hasTiming ? pa_stream_get_timing_info(stream_) : nullptr;
     const bool isKnown = timing && !timing->write_index_corrupt && timing->write_index >= 0;
     const std::uint64_t spoken = isKnown ? static_cast<std::uint64_t>(timing->write_index) +
@@ -185,7 +187,7 @@ void PulseAudioEngine::Capture::read() {
         if (pa_stream_peek(stream_, &data, &bytes) < 0 || bytes == 0)
             break;
         bytesRead_ += bytes;
-        // No data is a hole: the server lost some audio; silence keeps the time right.
+        // No data means a hole: the server has lost some audio. Silence keeps the time right.
         if (cutter_)
             cutter_->take(static_cast<const float*>(data), bytes / pa_frame_size(&sampleSpec_));
         pa_stream_drop(stream_);
@@ -194,8 +196,8 @@ void PulseAudioEngine::Capture::read() {
 }
 
 void PulseAudioEngine::Capture::checkDevice() {
-    // An unplugged microphone's captures are moved to the default source, which may be the monitor of an
-    // output. Nothing is taken from the new device before it is known to be a real input.
+    // When a microphone is unplugged, its captures are moved to the default source, which may be the monitor
+    // of an output. The new device's audio is dropped until it is known to be a real input.
     isCheckingDevice_ = true;
     isDeviceReal_ = false;
     deviceCheck_.reset(pa_context_get_source_info_by_index(

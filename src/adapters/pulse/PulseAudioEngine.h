@@ -7,15 +7,14 @@
 
 namespace sonvale::adapters::pulse {
 
-/// A capture from a PulseAudio server, or PipeWire's in its place. Connects when it is made; the connection
-/// and its thread, which is the capture thread, end with it.
+/// A capture from a PulseAudio or PipeWire server. Connects at construction. The connection and its thread,
+/// which is the capture thread, end with it.
 ///
-/// Records at the source's own rate and channels. It goes along when the user moves the capture to another
-/// microphone, in the format of the first one, and ends when nothing but the monitor of an output would be
-/// left.
+/// Records with the source's own rate and channels. It follows when the user moves the capture to another
+/// microphone, in the format of the first one, and ends if only the monitor of an output is left.
 class PulseAudioEngine final : public platform::AudioEngine {
 public:
-    /// `server` as in PULSE_SERVER; empty: the user's own. Never starts a server.
+    /// `server` has the form of PULSE_SERVER; empty means the user's server. Never starts a server.
     explicit PulseAudioEngine(std::string server);
     ~PulseAudioEngine() override;
 
@@ -30,13 +29,13 @@ public:
 
 private:
     class Capture;
-    std::unique_ptr<Capture> capture_; ///< absent: there is no input
+    std::unique_ptr<Capture> capture_; ///< null if there is no input
 };
 
-/// Keeps no connection of its own: between recordings there is neither a thread nor a wake-up.
+/// Makes engines and keeps no connection: between recordings there is neither a thread nor a wake-up.
 class PulseAudioEngines final : public platform::AudioEngines {
 public:
-    /// `server` as in PULSE_SERVER; empty: the user's own.
+    /// `server` has the form of PULSE_SERVER; empty means the user's server.
     explicit PulseAudioEngines(std::string server = {})
         : server_(std::move(server)) {}
 

@@ -6,7 +6,7 @@ namespace sonvale::adapters::pulse {
 
 namespace {
 
-// Two waits, one after the other: together the 2 s that the port allows.
+// Two waits follow each other: together they need the 2 s that the port allows.
 constexpr double waitSeconds = 1.0;
 
 } // namespace

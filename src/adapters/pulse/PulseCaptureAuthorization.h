@@ -6,10 +6,10 @@
 
 namespace sonvale::adapters::pulse {
 
-/// Asks the PulseAudio (or PipeWire) server. Connects for each question and keeps nothing open.
+/// Asks the PulseAudio or PipeWire server. Connects for each question and keeps nothing open.
 class PulseCaptureAuthorization final : public platform::CaptureAuthorization {
 public:
-    /// `server` as in PULSE_SERVER; empty: the user's own.
+    /// `server` has the form of PULSE_SERVER; empty means the user's server.
     explicit PulseCaptureAuthorization(std::string server = {})
         : server_(std::move(server)) {}
 

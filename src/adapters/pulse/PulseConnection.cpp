@@ -13,7 +13,7 @@ struct Source {
     pa_channel_map channelMap{};
 };
 
-/// Two questions that go out together, so that both answers cost one way to the server and back.
+/// Two questions that are sent together, so that both answers need one round trip.
 struct InputQuery {
     PulseConnection* connection = nullptr;
     std::string defaultSource;
@@ -60,7 +60,7 @@ PulseConnection::TimeLimit::TimeLimit(PulseConnection& connection, double second
         limit.connection_.signal();
     };
     event_ = pa_context_rttime_new(connection.context_, end, isDue, this);
-    // No timer: better no wait at all than one without an end.
+    // Without a timer, no wait at all is better than one without an end.
     isOver_ = event_ == nullptr;
 }
 
@@ -125,11 +125,11 @@ std::optional<PulseInput> PulseConnection::findInput(double seconds) {
         return std::nullopt;
 
     for (const auto& source : query.realSources) {
-        // Unnamed, so that the capture goes along when the user chooses another microphone meanwhile.
+        // Unnamed, so that the capture follows if the user chooses another microphone meanwhile.
         if (source.name == query.defaultSource)
             return PulseInput{"", source.sampleSpec, source.channelMap};
     }
-    // Somebody made the monitor of an output the default; it would record what the speakers play.
+    // The monitor of an output is the default source; it would record what the speakers play.
     const auto& first = query.realSources.front();
     return PulseInput{first.name, first.sampleSpec, first.channelMap};
 }

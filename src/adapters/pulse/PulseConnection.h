@@ -12,7 +12,7 @@ namespace sonvale::adapters::pulse {
 
 /// A real input of a sound server: any source that is not the monitor of an output.
 struct PulseInput {
-    std::string source; ///< empty: the server's default source, whichever that is
+    std::string source; ///< empty means the server's default source
     pa_sample_spec sampleSpec{};
     pa_channel_map channelMap{};
 };
@@ -23,16 +23,17 @@ struct PulseOperationEnd {
         pa_operation_unref(operation);
     }
 };
-/// A request to the server; its callback never runs once this has gone. Handled under the connection's lock.
+/// A request to the server. Its callback never runs after its destruction. Handled under the connection's
+/// lock.
 using PulseOperation = std::unique_ptr<pa_operation, PulseOperationEnd>;
 
-/// A connection to a sound server and the thread that serves it, for as long as it is needed.
+/// A connection to a sound server, and the thread that serves it.
 ///
-/// Belongs to the thread that made it. libpulse calls back on the connection's own thread with its lock held;
-/// whoever sets a callback takes it away, under the lock, before what it refers to goes.
+/// Belongs to the thread that made it. libpulse calls back on the connection's own thread with its lock held.
+/// A caller that sets a callback must remove it, under the lock, before it destroys what the callback uses.
 class PulseConnection {
 public:
-    /// Holds the connection's lock, which libpulse wants for every call.
+    /// Holds the connection's lock, which every call of libpulse needs.
     class Lock {
     public:
         explicit Lock(PulseConnection& connection);
@@ -44,7 +45,7 @@ public:
         pa_threaded_mainloop* loop_;
     };
 
-    /// The end of a wait, or of several waits together. Made and destroyed under the lock.
+    /// The time limit of one wait or of several waits together. Made and destroyed under the lock.
     class TimeLimit {
     public:
         TimeLimit(PulseConnection& connection, double seconds);
@@ -61,21 +62,21 @@ public:
 
     enum class Outcome { connected, refused, unreachable };
 
-    /// `server` as in PULSE_SERVER; empty: the user's own.
+    /// `server` has the form of PULSE_SERVER; empty means the user's server.
     explicit PulseConnection(std::string server);
     ~PulseConnection();
     PulseConnection(const PulseConnection&) = delete;
     PulseConnection& operator=(const PulseConnection&) = delete;
 
-    /// Once, first of all, without the lock. Never starts a server.
+    /// Connects. Must be called once, before all other operations, without the lock. Never starts a server.
     Outcome connect(double seconds);
 
-    /// The default source when it is a real input, else the first real input; none when there is none, or
-    /// when the server does not say. Without the lock.
+    /// Returns the default source if it is a real input, else the first real input. Returns nullopt if there
+    /// is none, or if the server does not answer. Called without the lock.
     std::optional<PulseInput> findInput(double seconds);
 
-    /// Waits, under the lock, until `condition` holds; returns whether it does. It is looked at whenever
-    /// something called `signal()`, and when the time is over.
+    /// Waits, under the lock, until `condition` holds, and returns whether it does. Checks it after every
+    /// `signal()` and when the time is over.
     template <class Condition>
     bool waitUntil(const TimeLimit& limit, Condition condition) {
         while (!condition()) {
@@ -86,15 +87,15 @@ public:
         return true;
     }
 
-    /// Wakes the waiting thread; from callbacks.
+    /// Wakes the waiting thread. Called from callbacks.
     void signal() { pa_threaded_mainloop_signal(loop_, 0); }
 
-    /// Absent when the machine could not give a thread or memory for it.
+    /// Null if the machine could not provide a thread or memory for it.
     pa_context* context() { return context_; }
 
     bool isAlive() const;
 
-    /// Words of the last error that libpulse reported; under the lock.
+    /// Returns the text of the last error that libpulse reported. Called under the lock.
     std::string lastError() const;
 
 private:
