@@ -18,7 +18,7 @@ const AVCodec& aac() {
     return *codec;
 }
 
-/// The rates that the encoder supports, ended by a 0.
+/// Returns the rates that the encoder supports, terminated by 0.
 const int* supportedRates() {
 #if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(61, 13, 100)
     const void* rates = nullptr;
@@ -40,8 +40,8 @@ platform::AudioFormat codedFormat(const platform::AudioFormat& format) {
     return coded;
 }
 
-/// 64 kbit/s for each channel of 48 kHz leave speech intact. AAC holds at most 6 bits a sample, and above 48
-/// kHz the bits must grow with the rate or the encoder narrows the band.
+/// Returns 64 kbit/s per channel at 48 kHz, which leaves speech intact. AAC holds up to 6 bits per sample,
+/// and above 48 kHz the bits must grow with the rate or the encoder narrows the band.
 std::int64_t bitRate(const platform::AudioFormat& coded) {
     const double channel = std::max(std::min(64000.0, coded.sampleRate * 3), coded.sampleRate * 4 / 3);
     return static_cast<std::int64_t>(channel * coded.channelCount);
@@ -62,7 +62,7 @@ AacEncoder::AacEncoder(const std::filesystem::path& path, const platform::AudioF
         openContainer();
     } catch (...) {
         avformat_free_context(container_);
-        std::error_code ignored; // the first failure is the one to tell
+        std::error_code ignored; // the first failure is the one to report
         std::filesystem::remove(path, ignored);
         throw;
     }
@@ -81,8 +81,8 @@ void AacEncoder::openCodec() {
     codec_->time_base = {1, codec_->sample_rate};
     codec_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     AVDictionary* options = nullptr;
-    // The default search makes loud clicks in steady tones, has 13 dB more noise in speech and takes four
-    // times the processor's time.
+    // The default coder makes loud clicks in steady tones, has 13 dB more noise in speech and needs four
+    // times the processor time.
     av_dict_set(&options, "aac_coder", "fast", 0);
     const int result = avcodec_open2(codec_.get(), nullptr, &options);
     av_dict_free(&options);
@@ -107,12 +107,12 @@ void AacEncoder::openContainer() {
     checkFfmpeg(avcodec_parameters_from_context(stream_->codecpar, codec_.get()), writeFailure);
 
     AVDictionary* options = nullptr;
-    // The file's length is told in this unit; the usual millisecond would cut it between two frames.
+    // The unit of the file's length. The usual millisecond would cut it between two frames.
     av_dict_set_int(&options, "movie_timescale", codec_->sample_rate, 0);
     const int result = avformat_write_header(container_, &options);
     av_dict_free(&options);
     checkFfmpeg(result, writeFailure);
-    // A full disk is found out here and not at the end of the dictation.
+    // A full disk is noticed here and not at the end of the dictation.
     avio_flush(container_->pb);
     if (!file_->writeRest())
         checkFfmpeg(file_->writeError(), writeFailure);
@@ -135,7 +135,7 @@ void AacEncoder::take(const platform::PcmBuffer& buffer) {
         const std::size_t last = isMixing ? format_.channelCount : channel + 1;
         for (std::size_t source = isMixing ? 0 : channel; source < last; ++source) {
             const auto samples = buffer.channel(source);
-            // The encoder refuses a whole block for one sample that is no number, as some drivers deliver.
+            // The encoder refuses a whole block because of one NaN sample, and some drivers deliver those.
             for (std::size_t i = 0; i < frames; ++i)
                 plane[i] += std::isfinite(samples[i]) ? samples[i] : 0;
         }
@@ -163,7 +163,7 @@ void AacEncoder::sendBlock(std::size_t offset, std::size_t frames) {
     frame_->nb_samples = static_cast<int>(frames);
     if (!frame_->buf[0])
         checkFfmpeg(av_frame_get_buffer(frame_.get(), 0), writeFailure);
-    // The encoder may still hold the last frame's samples.
+    // The encoder may still use the last frame's samples.
     checkFfmpeg(av_frame_make_writable(frame_.get()), writeFailure);
     for (std::size_t channel = 0; channel < pending_.size(); ++channel)
         std::copy_n(pending_[channel].data() + offset, frames,
@@ -195,7 +195,8 @@ void AacEncoder::finish() {
     checkFfmpeg(avcodec_send_frame(codec_.get(), nullptr), writeFailure);
     writePackets();
     avio_flush(container_->pb);
-    // Without the trailer nothing of the file can be read: it comes before audio that finds no room.
+    // Without the trailer nothing of the file can be read, so it takes precedence over audio that does not
+    // fit on the disk.
     const bool hasAllAudio = file_->writeRest();
     file_->dropRest();
     file_->hold();

@@ -12,24 +12,24 @@ namespace sonvale::adapters::ffmpeg {
 
 /// Encodes audio into an .m4a file, on the caller's thread. One thread at a time.
 ///
-/// The file has the rate that is given where AAC knows it, else 48 kHz. One and two channels are kept; more
-/// are averaged into one, because an AAC layout would take one of them for a bass channel and cut its treble
-/// off.
+/// The file has the given rate if AAC supports it, else 48 kHz. One and two channels are kept. More channels
+/// are averaged into one, because an AAC layout would treat one of them as a bass channel and remove its
+/// treble.
 class AacEncoder {
 public:
-    /// Makes the file, mode 0600; it must not exist. Throws `AudioFileError`, with no file left behind.
+    /// Creates the file, mode 0600; it must not exist. Throws `AudioFileError` and then leaves no file.
     AacEncoder(const std::filesystem::path& path, const platform::AudioFormat& format);
     AacEncoder(const AacEncoder&) = delete;
     AacEncoder& operator=(const AacEncoder&) = delete;
     ~AacEncoder();
 
-    /// Throws `AudioFileError` if the buffer has another format. What the disk refuses is kept for a later
-    /// try.
+    /// Encodes one buffer. Throws `AudioFileError` if the buffer has another format. Data that the disk
+    /// refuses is kept for a later attempt.
     void encode(const platform::PcmBuffer& buffer);
 
-    /// Encodes the rest and completes the container; the last call. Throws `AudioFileError` if the disk has
-    /// not taken everything. What it took can be read all the same, less the end of it that makes room for
-    /// the container's own data on a disk that stays full.
+    /// Encodes the rest and completes the container. Must be the last call. Throws `AudioFileError` if the
+    /// disk has not stored everything. The stored part can still be read, except for the end of it that is
+    /// removed to make room for the container's own data if the disk stays full.
     void finish();
 
 private:

@@ -16,17 +16,17 @@ constexpr std::chrono::seconds closingLimit{10};
 
 } // namespace
 
-/// Outlives the writer when a disk hangs and the thread has to be left behind.
+/// Outlives the writer if a disk hangs and the thread must be left running.
 struct AacFileWriter::Work {
     Work(const std::filesystem::path& path, const platform::AudioFormat& format)
         : encoder(std::make_unique<AacEncoder>(path, format)) {}
 
-    std::unique_ptr<AacEncoder> encoder; ///< the thread's own after the start
+    std::unique_ptr<AacEncoder> encoder; ///< used only by the thread after the start
     std::atomic<bool> isAbandoned = false;
 
     std::mutex mutex;
     std::condition_variable changed;
-    std::deque<platform::PcmBufferPtr> buffers; ///< guarded by `mutex`, as all below
+    std::deque<platform::PcmBufferPtr> buffers; ///< guarded by `mutex`, like the fields below
     bool isClosing = false;
     bool isDone = false;
     std::exception_ptr error;
@@ -40,7 +40,8 @@ AacFileWriter::~AacFileWriter() {
     try {
         close();
     } catch (const platform::AudioFileError&) {
-        // Whoever needs the file closes it and is told; a recording that is thrown away may be incomplete.
+        // A caller that needs the file closes it and gets the error. A recording that is dropped may be
+        // incomplete.
     }
 }
 
@@ -74,7 +75,7 @@ void AacFileWriter::close() {
 
 void AacFileWriter::run(const std::shared_ptr<Work>& work) {
     std::exception_ptr error;
-    // A buffer that cannot be taken is lost; those after it are not, nor is the file.
+    // A buffer that cannot be written is lost. Later buffers and the file are not.
     const auto attempt = [&](const auto& step) {
         if (work->isAbandoned)
             return;

@@ -8,11 +8,11 @@
 
 namespace sonvale::adapters::ffmpeg {
 
-/// Records into an .m4a file through a thread of its own: encoding has spikes of many milliseconds, which the
-/// capture thread cannot afford.
+/// Records into an .m4a file on a thread of its own: encoding sometimes needs many milliseconds, which the
+/// capture thread does not have.
 class AacFileWriter final : public platform::AudioFileWriter {
 public:
-    /// Makes the file. Throws `AudioFileError`.
+    /// Creates the file. Throws `AudioFileError`.
     AacFileWriter(const std::filesystem::path& path, const platform::AudioFormat& format);
     ~AacFileWriter() override;
 

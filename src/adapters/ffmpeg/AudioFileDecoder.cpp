@@ -31,7 +31,7 @@ AudioFileDecoder::AudioFileDecoder(const std::filesystem::path& path)
 
     AVDictionary* options = nullptr;
     av_dict_set(&options, "format_whitelist", "mov,mp4,m4a,3gp,3g2,mj2,wav", 0);
-    // Frees the container when it fails.
+    // Frees the container if it fails.
     const int result = avformat_open_input(&container_, nullptr, nullptr, &options);
     av_dict_free(&options);
     checkFfmpeg(result, readFailure);
@@ -88,7 +88,7 @@ platform::PcmBufferPtr AudioFileDecoder::decode(const platform::AudioFormat& for
 }
 
 void AudioFileDecoder::decodePacket(const AVPacket* packet) {
-    // One damaged packet among good ones costs a fiftieth of a second; giving up would cost the dictation.
+    // One damaged packet among good ones costs a fiftieth of a second; ending here would lose the dictation.
     if (const int result = avcodec_send_packet(codec_.get(), packet); result < 0)
         firstError_ = std::min(firstError_, result);
     for (;;) {
@@ -113,7 +113,7 @@ void AudioFileDecoder::takeFrame() {
         throw platform::AudioFileError("The audio file cannot be read: its format changes on the way");
 
     const auto frames =
-        std::min<std::int64_t>(frame_->nb_samples, framesLeft_); // the last block is filled up with silence
+        std::min<std::int64_t>(frame_->nb_samples, framesLeft_); // the last block is padded with silence
     framesLeft_ -= frames;
     if (!toFloat_) {
         takeSamples(reinterpret_cast<const float* const*>(frame_->extended_data),

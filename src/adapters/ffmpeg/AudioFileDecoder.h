@@ -10,17 +10,17 @@
 
 namespace sonvale::adapters::ffmpeg {
 
-/// Decodes one audio file. One thread.
+/// Decodes one audio file. One thread at a time.
 class AudioFileDecoder {
 public:
-    /// Throws `AudioFileError` when the file cannot be opened or holds no audio.
+    /// Opens the file. Throws `AudioFileError` if it cannot be opened or contains no audio.
     explicit AudioFileDecoder(const std::filesystem::path& path);
     ~AudioFileDecoder();
     AudioFileDecoder(const AudioFileDecoder&) = delete;
     AudioFileDecoder& operator=(const AudioFileDecoder&) = delete;
 
-    /// The whole file, once, in the given format; what the encoder put before and behind the audio is cut
-    /// off. Throws `AudioFileError`.
+    /// Decodes the whole file in the given format. Must be called once. Removes the encoder's padding before
+    /// and after the audio. Throws `AudioFileError`.
     platform::PcmBufferPtr decode(const platform::AudioFormat& format);
 
 private:
@@ -33,17 +33,17 @@ private:
 
     std::unique_ptr<FileIo> file_;
     AVFormatContext* container_ = nullptr;
-    const AVStream* stream_ = nullptr; ///< null: the container has not one frame
+    const AVStream* stream_ = nullptr; ///< null if the container has no frame
     FfmpegPointer<AVCodecContext> codec_;
     FfmpegPointer<AVPacket> packet_;
     FfmpegPointer<AVFrame> frame_;
-    FfmpegPointer<SwrContext> toFloat_; ///< made when the codec does not deliver planes of floats
+    FfmpegPointer<SwrContext> toFloat_; ///< made if the codec does not deliver planes of floats
     platform::AudioFormat source_;
     platform::AudioFormat target_;
-    std::int64_t framesLeft_ = 0; ///< of the source, up to the container's duration
+    std::int64_t framesLeft_ = 0; ///< frames of the source until the container's duration
     int firstError_ = 0;
 
-    std::unique_ptr<StreamResampler> resampler_; ///< made with the first frame
+    std::unique_ptr<StreamResampler> resampler_; ///< made at the first frame
     Planes mixed_;
     Planes output_;
 };

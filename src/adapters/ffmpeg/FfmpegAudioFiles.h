@@ -4,9 +4,9 @@
 
 namespace sonvale::adapters::ffmpeg {
 
-/// Audio files by the FFmpeg libraries: AAC in .m4a out, the same and WAV in. Any thread.
+/// Audio files through the FFmpeg libraries: writes AAC in .m4a, reads that and WAV. Any thread.
 ///
-/// Files that are read may come from anywhere: nothing that they name is opened.
+/// A file that is read may come from anywhere: other files that it names are not opened.
 class FfmpegAudioFiles final : public platform::AudioFiles {
 public:
     FfmpegAudioFiles();

@@ -19,7 +19,7 @@ struct FfmpegDeleter {
     void operator()(AVPacket* packet) const { av_packet_free(&packet); }
     void operator()(SwrContext* context) const { swr_free(&context); }
     void operator()(AVIOContext* context) const {
-        // The library may have replaced the buffer that it was given.
+        // The library may have replaced its buffer.
         av_freep(&context->buffer);
         avio_context_free(&context);
     }
@@ -28,15 +28,14 @@ struct FfmpegDeleter {
 template <class T>
 using FfmpegPointer = std::unique_ptr<T, FfmpegDeleter>;
 
-/// The library's words for one of its error numbers.
+/// Returns the library's text for one of its error numbers.
 std::string ffmpegErrorText(int error);
 
-/// Throws an `AudioFileError` made of `what` and the library's words when `result` is an error; else returns
-/// it.
+/// Throws an `AudioFileError` with `what` and the library's text if `result` is an error; else returns it.
 int checkFfmpeg(int result, const std::string& what);
 
-/// Keeps the library's own messages off the standard error stream: they name the user's files. Once for the
-/// process; any thread.
+/// Keeps the library's own messages off the standard error stream, because they contain the names of the
+/// user's files. Applies to the process; may be called several times. Any thread.
 void silenceFfmpeg();
 
 } // namespace sonvale::adapters::ffmpeg

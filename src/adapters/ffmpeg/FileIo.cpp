@@ -31,7 +31,7 @@ std::unique_ptr<FileIo> FileIo::create(const std::filesystem::path& path) {
 }
 
 std::unique_ptr<FileIo> FileIo::open(const std::filesystem::path& path) {
-    // Without O_NONBLOCK opening a pipe would wait for a writer.
+    // Without O_NONBLOCK the opening of a pipe would wait for a writer.
     const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (descriptor < 0)
         throw platform::AudioFileError("The audio file cannot be opened: " + systemErrorText(errno));
@@ -46,7 +46,7 @@ FileIo::FileIo(int descriptor, Direction direction)
     : descriptor_(descriptor) {
     auto* buffer = static_cast<unsigned char*>(av_malloc(blockBytes));
     const bool isWriting = direction == Direction::writing;
-    // The bytes are const from FFmpeg 7 on.
+    // The bytes are const since FFmpeg 7.
     const decltype(AVIOContext::write_packet) writer = [](void* self, auto* bytes, int count) {
         return write(self, bytes, count);
     };
@@ -78,7 +78,7 @@ int FileIo::read(void* self, std::uint8_t* bytes, int count) {
 int FileIo::write(void* self, const std::uint8_t* bytes, int count) {
     auto& file = *static_cast<FileIo*>(self);
     std::span left(bytes, static_cast<std::size_t>(count));
-    // Later bytes must not overtake earlier ones for the same place.
+    // Later bytes must not be written before earlier ones for the same place.
     if (!file.heldFrom_ && file.writeRest())
         left = left.subspan(file.writeAt(file.position_, left));
     if (!left.empty())
@@ -137,10 +137,10 @@ bool FileIo::writeHeld() {
         return true;
     std::int64_t needed = 0;
     for (const auto& each : held)
-        // Each begins and ends inside a block of the disk.
+        // Each one begins and ends inside a block of the disk.
         needed += static_cast<std::int64_t>(each.bytes.size()) + 2 * diskBlockBytes;
     const auto end = firstHole_.value_or(*heldFrom_) - needed;
-    // The beginning of the file names the rest.
+    // The beginning of the file refers to the rest.
     if (end < diskBlockBytes || ftruncate(descriptor_, end) != 0)
         return false;
     rest_ = held;

@@ -15,9 +15,10 @@ namespace sonvale::adapters::ffmpeg {
 /// A regular file as FFmpeg reads or writes it. FFmpeg's own file protocol cannot set the mode of a new file.
 class FileIo {
 public:
-    /// A new file, mode 0600. Throws `AudioFileError` when it exists or cannot be made.
+    /// Creates a new file, mode 0600. Throws `AudioFileError` if it exists or cannot be created.
     static std::unique_ptr<FileIo> create(const std::filesystem::path& path);
-    /// An existing file. Throws `AudioFileError`, for pipes and devices too: reading them might never end.
+    /// Opens an existing file. Throws `AudioFileError`, for pipes and devices too: a read from those might
+    /// never end.
     static std::unique_ptr<FileIo> open(const std::filesystem::path& path);
 
     FileIo(const FileIo&) = delete;
@@ -26,23 +27,24 @@ public:
 
     AVIOContext* context() const { return context_.get(); }
 
-    /// The number of the first failed write, as FFmpeg's error; 0 when none has failed.
+    /// Returns the error of the first failed write as FFmpeg's number, or 0.
     int writeError() const { return writeError_; }
 
-    // A write that the disk refuses is kept in memory, and tried again with each later one: a disk that was
-    // full for a while costs nothing. FFmpeg does not learn of it, because it would write nothing more.
+    // Writes that the disk refuses are kept in memory and tried again at each later write, so that a disk
+    // that was full for a while loses nothing. FFmpeg does not get the error, because it would then write
+    // nothing more.
 
-    /// Tries what the disk has refused once more. Returns whether everything is on the disk.
+    /// Tries the refused writes once more. Returns whether everything is on the disk.
     bool writeRest();
 
-    /// Gives up what the disk still refuses. In the file it is a hole.
+    /// Drops the writes that the disk still refuses. They become holes in the file.
     void dropRest();
 
-    /// Keeps all writes from here on in memory.
+    /// Keeps all later writes in memory.
     void hold();
 
-    /// Writes what was held. If the disk refuses, shortens what the file had before at its first hole, or at
-    /// its end, by so much that this finds room. Returns whether everything that was held is on the disk.
+    /// Writes what was held. If the disk refuses, shortens the earlier part of the file at its first hole, or
+    /// at its end, by as much as the held writes need. Returns whether all held writes are on the disk.
     bool writeHeld();
 
 private:
@@ -54,7 +56,7 @@ private:
     static std::int64_t seek(void* self, std::int64_t offset, int whence);
     static std::int64_t seekInWritten(void* self, std::int64_t offset, int whence);
 
-    /// Bytes that the disk has refused, and their place.
+    /// Bytes that the disk has refused, with their place.
     struct Rest {
         std::int64_t offset = 0;
         base::WipedVector<std::uint8_t> bytes;
@@ -63,11 +65,11 @@ private:
 
     int descriptor_;
     int writeError_ = 0;
-    std::int64_t position_ = 0; ///< of the next write, as all below
-    std::int64_t size_ = 0;     ///< with what the disk has refused
+    std::int64_t position_ = 0; ///< the place of the next write
+    std::int64_t size_ = 0;     ///< including what the disk has refused
     std::deque<Rest> rest_;     ///< in the order of the writes
     std::optional<std::int64_t> firstHole_;
-    std::optional<std::int64_t> heldFrom_; ///< the size when holding began
+    std::optional<std::int64_t> heldFrom_; ///< the size at the start of `hold`
     FfmpegPointer<AVIOContext> context_;
 };
 

@@ -12,27 +12,27 @@ namespace sonvale::adapters::ffmpeg {
 
 namespace {
 
-/// Beyond these the filters get out of hand; sound cards stay far inside.
-constexpr double lowestRate = 1000;
-constexpr double highestRate = 768000;
+/// Beyond these rates the filters become too long; sound cards are far within them.
+constexpr double minRate = 1000;
+constexpr double maxRate = 768000;
 
-/// Long enough for the filter's tail to die down.
+/// Long enough for the end of the filter's response.
 constexpr double edgeSeconds = 0.005;
 
 struct SoxrDeleter {
     void operator()(soxr* resampler) const { soxr_delete(resampler); }
 };
 
-/// Longer buffers that do not make whole frames lose the fraction of a frame.
+/// Longer buffers that do not give whole frames lose the fraction of a frame.
 constexpr std::size_t maxStretchedFrames = 16384;
 
-/// How far a buffer is continued at each end: so many frames that whole frames come out.
+/// How far a buffer is extended at each end: by as many frames as give whole output frames.
 struct Edge {
     std::size_t inputFrames = 0;
     std::size_t outputFrames = 0;
 };
 
-/// For a conversion that makes `out` frames of `in`.
+/// Returns the edge for a conversion of `in` frames to `out`.
 Edge edgeFor(double inputRate, long in, long out) {
     const auto divisor = std::gcd(in, out);
     const auto inputStep = in / divisor;
@@ -41,14 +41,14 @@ Edge edgeFor(double inputRate, long in, long out) {
     return {static_cast<std::size_t>(steps * inputStep), static_cast<std::size_t>(steps * (out / divisor))};
 }
 
-/// A resampler, and the edge that it needs.
+/// A resampler and its edge.
 struct Conversion {
     std::unique_ptr<soxr, SoxrDeleter> resampler;
     Edge edge;
     double ratio = 0;
 };
 
-/// Null resampler if there is none for this ratio.
+/// The resampler is null if the ratio cannot be converted.
 Conversion makeConversion(double inputRate, double in, double out) {
     const auto samples = soxr_io_spec(SOXR_FLOAT32_I, SOXR_FLOAT32_I);
     const auto quality = soxr_quality_spec(SOXR_HQ, 0);
@@ -76,7 +76,8 @@ void averageChannels(const platform::PcmBuffer& buffer, std::span<float> mono) {
         sample *= share;
 }
 
-/// Continues the middle beyond both ends, each turned around its last sample: value and slope go on.
+/// Extends the middle at both ends with its point reflection at the last sample, so that value and slope
+/// continue.
 void reflectEdges(std::span<float> padded, std::size_t edge) {
     const auto middle = padded.subspan(edge, padded.size() - 2 * edge);
     const auto furthest = middle.size() - 1;
@@ -138,9 +139,9 @@ public:
     }
 
 private:
-    /// A buffer that does not make whole frames (1024 at 44.1 kHz make 557.28) is stretched to the whole
-    /// ones, by less than a frame. Dropping the fraction instead would be a step at the end of each buffer,
-    /// which sounds as a buzz.
+    /// A buffer that does not give whole frames (1024 at 44.1 kHz give 557.28) is stretched to whole frames,
+    /// by less than a frame. If the fraction were dropped, there would be a step at the end of each buffer,
+    /// which sounds like a buzz.
     const Conversion& conversionFor(std::size_t frames, std::size_t whole, double exactFrames) {
         const bool isWhole = std::abs(exactFrames - static_cast<double>(whole)) < 1e-6;
         if (isWhole || frames > maxStretchedFrames)
@@ -156,13 +157,13 @@ private:
         return stretched_;
     }
 
-    /// Converts `padded_` into `converted_`; returns the frames that came out.
+    /// Converts `padded_` into `converted_`. Returns the number of converted frames.
     std::size_t resample(const Conversion& conversion) {
         converted_.resize(
             static_cast<std::size_t>(std::ceil(static_cast<double>(padded_.size()) * conversion.ratio)) + 1);
         std::size_t consumed = 0;
         std::size_t produced = 0;
-        // A complemented length says that the input ends with it, so that all of it comes out.
+        // A complemented length marks the end of the input, so that the resampler outputs everything.
         const auto* error = soxr_process(conversion.resampler.get(), padded_.data(), ~padded_.size(),
                                          &consumed, converted_.data(), converted_.size(), &produced);
         if (error)
@@ -181,13 +182,13 @@ private:
     double ratio_;
     Conversion exact_; ///< at the ratio of the rates
     Conversion stretched_;
-    std::size_t stretchedFrames_ = 0;    ///< that `stretched_` is for
-    base::WipedVector<float> padded_;    ///< kept for its memory, as `converted_`
+    std::size_t stretchedFrames_ = 0;    ///< the number of frames for `stretched_`
+    base::WipedVector<float> padded_;    ///< kept to reuse its memory, like `converted_`
     base::WipedVector<float> converted_; ///< zeros between the calls
 };
 
 bool isUsable(double rate) {
-    return rate >= lowestRate && rate <= highestRate;
+    return rate >= minRate && rate <= maxRate;
 }
 
 } // namespace

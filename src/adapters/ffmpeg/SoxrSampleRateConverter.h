@@ -4,8 +4,8 @@
 
 namespace sonvale::adapters::ffmpeg {
 
-/// Converters by the SoX resampler library. Every buffer is continued beyond both of its ends by its own
-/// reflection, so that it can be converted without its neighbours.
+/// Converters that use the SoX resampler library. Every buffer is extended at both ends by its own
+/// reflection, so that it can be converted without its neighbors.
 class SoxrSampleRateConverters final : public platform::SampleRateConverters {
 public:
     std::unique_ptr<platform::SampleRateConverter> make(const platform::AudioFormat& input,

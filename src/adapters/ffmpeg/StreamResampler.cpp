@@ -71,7 +71,7 @@ void StreamResampler::convert(const float* const* input, std::size_t frames, Pla
         left -= consumed;
         for (std::size_t channel = 0; input && channel < channels_; ++channel)
             from[channel] += consumed;
-        // A full buffer may leave more behind; without one nothing is ready.
+        // If the buffer is full, more may be ready; otherwise nothing is.
         if (produced < room && left == 0)
             return;
         if (produced == 0 && consumed == 0)

@@ -13,22 +13,22 @@ namespace sonvale::adapters::ffmpeg {
 /// Samples by channel.
 using Planes = std::vector<base::WipedVector<float>>;
 
-/// Converts the rate of one continuous stream, piece by piece and without delay between input and output:
-/// frame n of the input comes out at n times the ratio. Rates that are equal pass through.
+/// Converts the rate of one continuous stream, piece by piece and without delay: frame n of the input becomes
+/// frame n times the ratio of the output. Equal rates pass through.
 ///
 /// One thread at a time.
 class StreamResampler {
 public:
-    /// Throws `AudioFileError` for rates that cannot be converted.
+    /// Throws `AudioFileError` if the rates cannot be converted.
     StreamResampler(double fromRate, double toRate, std::size_t channels);
     ~StreamResampler();
     StreamResampler(const StreamResampler&) = delete;
     StreamResampler& operator=(const StreamResampler&) = delete;
 
-    /// Takes one pointer for each channel, to `frames` samples; appends what is ready to `output`.
+    /// Takes one pointer per channel, to `frames` samples. Appends the finished samples to `output`.
     void process(std::span<const float* const> input, std::size_t frames, Planes& output);
 
-    /// Appends the rest. Nothing may be processed afterwards.
+    /// Appends the rest. Must be the last call.
     void finish(Planes& output);
 
 private:
