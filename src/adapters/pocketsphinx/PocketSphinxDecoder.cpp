@@ -17,8 +17,8 @@ namespace {
 
 constexpr std::size_t blockSamples = 2048;
 
-/// The last pass over an utterance cannot be interrupted and takes some hundredths of its length. From the
-/// first length on an utterance ends at the speaker's next pause, at the second one it is cut.
+/// The last pass over an utterance cannot be interrupted and needs some hundredths of its length. After the
+/// first length an utterance ends at the speaker's next pause; at the second one it is cut.
 constexpr std::size_t samplesUntilPause = 15 * 16000;
 constexpr std::size_t samplesUntilCut = 40 * 16000;
 
@@ -42,7 +42,7 @@ PocketSphinxModel PocketSphinxModel::english(const std::filesystem::path& modelD
 }
 
 bool PocketSphinxModel::isInstalled() const {
-    std::error_code ignored; // a file that cannot be looked at counts as missing
+    std::error_code ignored; // a file that cannot be examined counts as missing
     const auto isFile = [&](const std::filesystem::path& path) {
         return std::filesystem::is_regular_file(path, ignored);
     };
@@ -53,7 +53,7 @@ bool PocketSphinxModel::isInstalled() const {
 }
 
 PocketSphinxDecoder::PocketSphinxDecoder(const PocketSphinxModel& model) {
-    // Its messages hold what was said. The file is for those that it writes past the callback.
+    // Its messages contain what was said. The file receives those that bypass the callback.
     err_set_callback(nullptr, nullptr);
     if (!model.isInstalled())
         throw PocketSphinxError("The speech model is not installed.");
@@ -113,7 +113,8 @@ std::string PocketSphinxDecoder::transcribe(std::span<const float> samples,
 
 PocketSphinxDecoder::Features PocketSphinxDecoder::featuresOf(std::span<const std::int16_t> samples,
                                                               const std::atomic<bool>& isCancelled) {
-    // More than a block gives, with the frames that the library holds back until it is sure of speech.
+    // More than one block gives, including the frames that the library holds back until it has detected
+    // speech.
     constexpr std::size_t rowsAtOnce = 512;
     fe_t* frontEnd = ps_get_fe(decoder_);
 
@@ -129,7 +130,7 @@ PocketSphinxDecoder::Features PocketSphinxDecoder::featuresOf(std::span<const st
     };
     const auto count = [&] { return features.values.size() / features.length; };
 
-    // Forgets the noise that earlier recordings had.
+    // Forgets the noise of earlier recordings.
     fe_start_stream(frontEnd);
     fe_start_utt(frontEnd);
     for (std::size_t start = 0; start < samples.size() && !isCancelled; start += blockSamples) {
@@ -154,14 +155,14 @@ PocketSphinxDecoder::Features PocketSphinxDecoder::featuresOf(std::span<const st
     return features;
 }
 
-/// Sets the mean that is taken out of the recording's cepstrum to the recording's own. Left alone, the
-/// library starts from the mean of what was recorded before, and adapts only while it recognises: the same
-/// file would give different words at different times, and the first words of a new microphone would suffer.
+/// Sets the mean that is subtracted from the recording's cepstrum to the recording's own mean. Otherwise the
+/// library starts with the mean of earlier recordings and adapts only while it recognizes: the same file
+/// would give different words at different times, and the first words from a new microphone would suffer.
 void PocketSphinxDecoder::adaptTo(const Features& features) {
     std::vector<double> sum(features.length);
     std::size_t speechFrames = 0;
     for (std::size_t start = 0; start < features.values.size(); start += features.length) {
-        // The library leaves out the same frames: those without energy.
+        // The library omits the same frames: those without energy.
         if (features.values[start] < 0)
             continue;
         ++speechFrames;

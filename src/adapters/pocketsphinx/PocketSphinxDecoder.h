@@ -15,47 +15,48 @@ struct ps_decoder_s;
 
 namespace sonvale::adapters::pocketsphinx {
 
-/// A model that cannot be loaded. `what()` is fit for the user.
+/// A model that failed to load. `what()` is fit for the user.
 class PocketSphinxError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// Files of the model of one language.
+/// The files of the model of one language.
 struct PocketSphinxModel {
     std::filesystem::path acousticModel; ///< a folder
     std::filesystem::path languageModel;
     std::filesystem::path dictionary;
 
-    /// The model for English as it lies in a folder of models.
+    /// Returns the model for English in a folder of models.
     static PocketSphinxModel english(const std::filesystem::path& modelDirectory);
 
-    /// Whether every file is there that the library ends the whole process for when it is missing.
+    /// Returns whether every file exists without which the library ends the process.
     bool isInstalled() const;
 };
 
-/// A loaded model: 0.3 to 1 s to load, about 100 MB. One thread at a time.
+/// A loaded model. Loading needs 0.3 to 1 s and about 100 MB. One thread at a time.
 class PocketSphinxDecoder {
 public:
     static constexpr double sampleRate = 16000;
 
-    /// Throws `PocketSphinxError`.
+    /// Loads the model. Throws `PocketSphinxError`.
     explicit PocketSphinxDecoder(const PocketSphinxModel& model);
     ~PocketSphinxDecoder();
     PocketSphinxDecoder(const PocketSphinxDecoder&) = delete;
     PocketSphinxDecoder& operator=(const PocketSphinxDecoder&) = delete;
 
-    /// The words in `samples` (16 kHz), lower case with single blanks; empty when nothing was said. Takes
-    /// 0.15 to 0.2 s for a second of audio. Once `isCancelled` it returns early, with whatever it has.
+    /// Returns the words in `samples` (16 kHz), in lower case with single blanks; empty if nothing was said.
+    /// Needs 0.15 to 0.2 s per second of audio. Returns early, with the words so far, if `isCancelled`
+    /// returns true.
     std::string transcribe(std::span<const float> samples, const std::atomic<bool>& isCancelled);
 
 private:
-    /// What the recogniser looks at: a vector of `length` numbers for each hundredth of a second in which
-    /// there may be speech, by the blocks of samples that they come from.
+    /// The input of the recognizer: a vector of `length` numbers for each hundredth of a second that may
+    /// contain speech, by the blocks of samples from which they come.
     struct Features {
         struct Block {
             std::size_t first = 0; ///< vector
-            std::size_t end = 0;   ///< behind the last one
+            std::size_t end = 0;   ///< after the last one
             bool endsInSpeech = false;
         };
         std::size_t length = 0;

@@ -26,7 +26,7 @@ bool isEnglish(const std::string& localeIdentifier) {
 
 } // namespace
 
-/// One file on its way.
+/// The recognition of one file.
 class PocketSphinxRecognizers::Recognition final : public platform::SpeechRecognitionTask {
 public:
     Recognition(std::weak_ptr<Service> service, std::filesystem::path file,
@@ -37,7 +37,7 @@ public:
 
     void cancel() override;
 
-    /// The handler for the one caller that comes first; for all others an empty one.
+    /// Returns the handler to the first caller, and an empty one to all others.
     platform::SpeechRecognizer::ResultHandler claimHandler() {
         if (isAnswered_.exchange(true))
             return nullptr;
@@ -67,7 +67,7 @@ public:
             try {
                 loadModel();
             } catch (const std::exception&) {
-                // The recognition that follows tries again, and has somebody to tell.
+                // The following recognition tries again and reports the failure.
             }
         });
     }
@@ -146,8 +146,8 @@ private:
 
     std::unique_ptr<PocketSphinxDecoder> decoder_; ///< used on `decoding_` only
     posix::SerialThread decoding_{"recogniser"};
-    /// Apart from the decoding, whose last step for an utterance cannot be cut short: a cancellation is
-    /// answered meanwhile.
+    /// Separate from the decoding, whose last step for an utterance cannot be interrupted, so that a
+    /// cancellation is answered meanwhile.
     posix::SerialThread answers_{"recognised"};
 };
 

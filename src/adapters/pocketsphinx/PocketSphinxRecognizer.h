@@ -8,25 +8,25 @@
 
 namespace sonvale::adapters::pocketsphinx {
 
-/// Recognition by PocketSphinx, for the languages whose model is installed: English.
+/// Recognition with PocketSphinx, for the languages whose model is installed: English.
 ///
-/// The model is loaded when the first file is recognised (0.3 to 1 s, about 100 MB) and kept. Files are
-/// recognised one after the other on a thread of its own, and the handlers called on another one. Their
-/// errors have the domain `errorDomain`, apart from that of silence.
+/// The first recognition loads the model (0.3 to 1 s, about 100 MB), which is then kept. Files are recognized
+/// one after the other on a thread of its own, and the handlers are called on another one. Errors have the
+/// domain `errorDomain`, except for the error "no speech".
 class PocketSphinxRecognizers final : public platform::SpeechRecognizers {
 public:
     static constexpr const char* errorDomain = "com.sonvale.speech";
     enum class ErrorCode { cancelled = 1, unreadableFile = 2, failure = 3 };
 
-    /// Where the system's packages install models.
+    /// Returns the folder into which the system's packages install models.
     static std::filesystem::path installedModelDirectory();
 
-    /// Takes the installed model. `audioFiles` decodes; it must outlive this.
+    /// Uses the installed model. `audioFiles` decodes the files; it must outlive this object.
     explicit PocketSphinxRecognizers(platform::AudioFiles& audioFiles);
     PocketSphinxRecognizers(platform::AudioFiles& audioFiles, const std::filesystem::path& modelDirectory);
 
-    /// Cancels what runs and waits for it: 2 s at most, while the handlers are called. What this made must
-    /// not be asked any more afterwards.
+    /// Cancels the running recognitions and waits for them for up to 2 s; their handlers are called
+    /// meanwhile. Recognizers that this object has made must not be used afterwards.
     ~PocketSphinxRecognizers() override;
 
     platform::SpeechAuthorization authorizationStatus() override;
