@@ -4,7 +4,7 @@
 
 namespace sonvale::adapters::qt {
 
-// The head of a request without a body is the whole request.
+// A request without a body consists of its head only.
 BodyDevice::BodyDevice(std::shared_ptr<const std::vector<std::byte>> bytes)
     : bytes_(std::move(bytes))
     , wasRead_(size() == 0) {}

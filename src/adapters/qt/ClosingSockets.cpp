@@ -31,7 +31,7 @@ QByteArray closeFrame(int code) {
 } // namespace
 
 QAbstractSocket* transportOf(const QWebSocket& socket) {
-    // Qt keeps it to itself, but it is the only one among the socket's children.
+    // Qt does not expose it, but it is the only one among the socket's children.
     return socket.findChild<QAbstractSocket*>(QString(), Qt::FindDirectChildrenOnly);
 }
 
@@ -53,7 +53,7 @@ void ClosingSockets::close(std::unique_ptr<QWebSocket> socket, int code) {
         return;
     }
 
-    // Qt's own way closes the connection at once, which resets it when the answer to the frame comes.
+    // Qt itself would close the connection at once, which resets it when the answer to the frame arrives.
     auto* kept = keep(std::move(socket));
     connect(kept, &QWebSocket::disconnected, kept, &QObject::deleteLater);
     QTimer::singleShot(millisecondsToClose, kept, [kept] {
@@ -64,12 +64,12 @@ void ClosingSockets::close(std::unique_ptr<QWebSocket> socket, int code) {
     transport->flush();
 }
 
-void ClosingSockets::whenEmpty(int millisecondsAtMost, std::function<void()> then) {
+void ClosingSockets::whenEmpty(int maxMilliseconds, std::function<void()> then) {
     whenEmpty_ = std::move(then);
     if (count_ == 0)
         becomeEmpty();
     else
-        QTimer::singleShot(millisecondsAtMost, this, [this] { becomeEmpty(); });
+        QTimer::singleShot(maxMilliseconds, this, [this] { becomeEmpty(); });
 }
 
 QWebSocket* ClosingSockets::keep(std::unique_ptr<QWebSocket> socket) {

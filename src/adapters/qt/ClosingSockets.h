@@ -7,18 +7,18 @@
 
 namespace sonvale::adapters::qt {
 
-/// Sockets that nobody uses any more, until they have ended. On the network thread.
+/// Sockets that are no longer used, until they have ended. Network thread only.
 class ClosingSockets final : public QObject {
 public:
-    /// Ends it in a later turn: it may be the one that is at work.
+    /// Ends the socket in a later turn of the event loop, because the socket may be the caller.
     void abort(std::unique_ptr<QWebSocket> socket);
 
-    /// Sends a close frame with this code and ends the socket when the other side has answered it, after 2 s
-    /// at the latest.
+    /// Sends a close frame with this code and ends the socket when the server has answered it, after 2 s at
+    /// the latest.
     void close(std::unique_ptr<QWebSocket> socket, int code);
 
-    /// Calls `then`, maybe at once, when there is none left, after so many milliseconds at the latest.
-    void whenEmpty(int millisecondsAtMost, std::function<void()> then);
+    /// Calls `then` when no socket is left, or after this many milliseconds; it may be called at once.
+    void whenEmpty(int maxMilliseconds, std::function<void()> then);
 
 private:
     QWebSocket* keep(std::unique_ptr<QWebSocket> socket);
@@ -28,7 +28,7 @@ private:
     std::function<void()> whenEmpty_;
 };
 
-/// The connection under a socket; null before it is opened.
+/// Returns the connection under a socket; null before it is opened.
 QAbstractSocket* transportOf(const QWebSocket& socket);
 
 } // namespace sonvale::adapters::qt

@@ -4,8 +4,8 @@ namespace sonvale::adapters::qt {
 
 namespace {
 
-/// Far above any answer that is meant for this program.
-constexpr std::size_t answerBytesAtMost = 64UL << 20U;
+/// Far above any answer that this program expects.
+constexpr std::size_t maxAnswerBytes = 64UL << 20U;
 
 } // namespace
 
@@ -30,11 +30,11 @@ void HttpCall::headCame(const platform::UrlResponse& head) {
 }
 
 void HttpCall::bodyCame() {
-    if (response_.body.size() + bytesAvailable() > answerBytesAtMost)
+    if (response_.body.size() + bytesAvailable() > maxAnswerBytes)
         end(platform::UrlError(platform::UrlError::Code::badServerResponse,
                                "The server's answer is too large."));
     else
-        read(response_.body, answerBytesAtMost);
+        read(response_.body, maxAnswerBytes);
 }
 
 void HttpCall::ended(const std::optional<platform::UrlError>& error) {

@@ -7,15 +7,15 @@
 
 namespace sonvale::adapters::qt {
 
-/// A request whose answer is wanted whole, on the network thread. It answers its caller when it is destroyed:
-/// by then nothing reads the request's body any more.
+/// A request whose answer is received as a whole, on the network thread. It answers its caller when it is
+/// destroyed: nothing reads the request's body any more by then.
 class HttpCall final : public HttpExchange {
 public:
-    /// `onEnd` is called once, from a later turn's work it should destroy the call. The connections must
-    /// outlive it.
+    /// `onEnd` is called once, and should destroy the call in a later turn of the event loop. The connections
+    /// must outlive it.
     HttpCall(KeptConnections& connections, const QSslConfiguration& ssl, platform::UrlRequest request,
              runtime::Continuation<platform::UrlResponse> caller, std::function<void()> onEnd);
-    /// Closes the connection of a request that still runs, which has then been cancelled.
+    /// Closes the connection of a running request, which counts as cancelled.
     ~HttpCall() override;
 
 private:

@@ -13,24 +13,24 @@ namespace {
 
 using Code = platform::UrlError::Code;
 
-constexpr int redirectsAtMost = 10;
+constexpr int maxRedirects = 10;
 
 bool isSameName(const std::string& name, const char* other) {
     return QByteArray::fromStdString(name).compare(other, Qt::CaseInsensitive) == 0;
 }
 
-/// Of an address that `parseUrl` has returned.
+/// Returns the origin of an address that `parseUrl` has returned.
 std::string originOf(const QUrl& url) {
     const auto address = base::WebAddress::parse(url.toString(QUrl::FullyEncoded).toStdString());
     return address ? address->origin() : std::string();
 }
 
-/// The text of the address that a Location header names (RFC 9110, 10.2.2). Empty if it names none.
+/// Returns the address that a Location header names (RFC 9110, 10.2.2), or an empty text if it names none.
 std::string redirectTarget(const QUrl& from, const QByteArray& location) {
     const QUrl reference(QString::fromUtf8(location), QUrl::StrictMode);
     if (!reference.isValid())
         return {};
-    // Qt corrects a host ("127.1") where it resolves one, so an address with a host of its own stays as it
+    // Qt corrects a host ("127.1") when it resolves a reference, so an address with its own host stays as it
     // is.
     if (!reference.isRelative())
         return location.toStdString();
@@ -43,7 +43,7 @@ bool isRedirect(int status) {
     return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
 }
 
-/// RFC 9110, 15.4: 303 asks for another resource; after 301 and 302 a POST has always been made a GET.
+/// RFC 9110, 15.4: 303 asks for another resource, and after 301 and 302 a POST becomes a GET by tradition.
 bool becomesGet(int status, const std::string& method) {
     if (status == 303)
         return method != "GET" && method != "HEAD";
@@ -56,7 +56,7 @@ void HttpExchange::Deleter::operator()(QNetworkReply* reply) const {
     reply->disconnect();
     if (reply->isRunning())
         reply->abort();
-    // It may be the one whose signal is being handled.
+    // Deleted later, because this may be the reply whose signal is being handled.
     reply->deleteLater();
 }
 
@@ -76,8 +76,8 @@ HttpExchange::~HttpExchange() {
 
 void HttpExchange::close() {
     if (auto* reply = reply_.release()) {
-        // From here alone: Qt itself closes the connection by a signal of the reply's. It goes not later:
-        // until it is gone, Qt may read the body.
+        // Disconnects only this object: Qt itself closes the connection by a signal of the reply. The reply
+        // must not be closed later: until then Qt may read the body.
         reply->disconnect(this);
         if (reply->isRunning())
             reply->abort();
@@ -86,9 +86,9 @@ void HttpExchange::close() {
     request_.body.reset();
 }
 
-void HttpExchange::letGoOfBody() {
+void HttpExchange::releaseBody() {
     if (bodyDevice_)
-        bodyDevice_->letGo();
+        bodyDevice_->release();
     request_.body.reset();
 }
 
@@ -110,7 +110,7 @@ void HttpExchange::cancel() {
 
 void HttpExchange::setTimeLimit(TimeLimit limit) {
     timeLimit_ = limit;
-    if (limit == TimeLimit::stands || isEnded_)
+    if (limit == TimeLimit::paused || isEnded_)
         inactivity_.stop();
     else if (!inactivity_.isActive())
         startTimer(request_.timeoutSeconds);
@@ -131,7 +131,7 @@ void HttpExchange::send() {
         if (!request.hasRawHeader(name))
             request.setRawHeader(name, value);
     };
-    // Otherwise Qt asks for compressed answers and unpacks them, to whatever size.
+    // Otherwise Qt asks for compressed answers and decompresses them to any size.
     setDefault("Accept-Encoding", "identity");
     setDefault("User-Agent", "SonVale");
 
@@ -148,9 +148,9 @@ void HttpExchange::send() {
         return;
     }
 
-    // Qt complains on stderr about a body without one.
+    // Qt warns on stderr about a body without a type.
     setDefault("Content-Type", "application/octet-stream");
-    // An empty body has its length announced too (RFC 9110, 8.6).
+    // The length of an empty body is announced too (RFC 9110, 8.6).
     auto* body = new BodyDevice(request_.body);
     bodyDevice_ = body;
     body->open(QIODevice::ReadOnly | QIODevice::Unbuffered);
@@ -241,8 +241,8 @@ void HttpExchange::replyFinished() {
         end(std::nullopt);
 }
 
-/// What the user said, what was made of it and the key to the account go where the program sends them, and
-/// not where that server points to.
+/// The user's speech, the text made from it and the account's key go to the servers that the program chooses,
+/// and not where such a server redirects.
 bool HttpExchange::mayBeSentTo(const QUrl& target) const {
     const bool isPlainQuestion = !request_.body && (request_.method == "GET" || request_.method == "HEAD");
     const bool isAuthorized = std::ranges::any_of(request_.headers, [](const platform::HttpHeader& header) {
@@ -256,7 +256,7 @@ void HttpExchange::followRedirect() {
                                QStringLiteral("https"));
     const bool isLessSecure =
         url_.scheme() == QStringLiteral("https") && next && next->scheme() == QStringLiteral("http");
-    if (!next || isLessSecure || ++redirects_ > redirectsAtMost) {
+    if (!next || isLessSecure || ++redirects_ > maxRedirects) {
         end(urlError(Code::badServerResponse));
         return;
     }

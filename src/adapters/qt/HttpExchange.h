@@ -17,8 +17,8 @@
 
 namespace sonvale::adapters::qt {
 
-/// One request with its redirects, on the network thread. What becomes of the answer is up to those who
-/// derive from it. The connections must outlive it.
+/// One request with its redirects, on the network thread. Derived classes decide what happens to the answer.
+/// The connections must outlive it.
 class HttpExchange : public QObject {
 public:
     ~HttpExchange() override;
@@ -29,33 +29,33 @@ public:
 protected:
     HttpExchange(KeptConnections& connections, const QSslConfiguration& ssl, platform::UrlRequest request);
 
-    // What happens. Nothing of it is told of an answer that is a redirect which is followed.
+    // Reports to the derived class. An answer that is a followed redirect is not reported.
 
-    /// The head of the answer has come; told once.
+    /// Reports the head of the answer, once.
     virtual void headCame(const platform::UrlResponse& head) = 0;
-    /// There is more to `read`, or there may be.
+    /// Reports that there may be more to `read`.
     virtual void bodyCame() = 0;
-    /// Told once, and last. Behind a whole answer what has not been read yet can still be.
+    /// Reports the end, once and last. After a complete answer the unread rest can still be read.
     virtual void ended(const std::optional<platform::UrlError>& error) = 0;
 
     std::size_t bytesAvailable() const;
-    /// Appends at most so many bytes of the body.
-    void read(std::string& to, std::size_t most);
+    /// Appends up to `maxBytes` bytes of the body.
+    void read(std::string& to, std::size_t maxBytes);
 
-    /// Ends the exchange, as if this had happened to it.
+    /// Ends the exchange with this error, as if it had occurred.
     void end(const std::optional<platform::UrlError>& error);
     bool isEnded() const { return isEnded_; }
 
-    /// Bounds what is read of the answer ahead of `read`.
+    /// Limits how much of the answer is read before `read` asks for it.
     void setReadAhead(qint64 bytes) { readAhead_ = bytes; }
 
-    enum class TimeLimit { runs, stands };
-    /// Whether nothing may move for so long. It runs from the beginning.
+    enum class TimeLimit { runs, paused };
+    /// Sets whether the request's time limit runs. It runs from the beginning.
     void setTimeLimit(TimeLimit limit);
 
-    /// Nothing reads the request's body after this. What is missing of it is not sent any more.
-    void letGoOfBody();
-    /// Closes the connection, unless the answer is complete; nothing can be read any more.
+    /// Releases the request's body. Nothing reads it afterwards, and the missing part is not sent.
+    void releaseBody();
+    /// Closes the connection, unless the answer is complete. Nothing can be read afterwards.
     void close();
 
 private:
@@ -79,16 +79,16 @@ private:
     platform::UrlRequest request_;
 
     QUrl url_;
-    std::string origin_;                             ///< of `url_`
+    std::string origin_;                             ///< the origin of `url_`
     std::shared_ptr<QNetworkAccessManager> manager_; ///< set by `send`; outlives the reply
     int redirects_ = 0;
-    qint64 readAhead_ = 0; ///< 0: no bound
+    qint64 readAhead_ = 0; ///< 0 means no limit
     TimeLimit timeLimit_ = TimeLimit::runs;
     TransferStage stage_ = TransferStage::connecting;
     CertificateCheck certificates_ = CertificateCheck::isFine;
     QTimer inactivity_;
     QPointer<BodyDevice> bodyDevice_;
-    std::optional<int> status_; ///< of the present reply; set with its head
+    std::optional<int> status_; ///< the status of the present reply; set with its head
     bool isEnded_ = false;
     std::unique_ptr<QNetworkReply, Deleter> reply_;
 };

@@ -32,8 +32,8 @@ void HttpLines::next(runtime::Continuation<Line> reader) {
 }
 
 void HttpLines::headCame(const platform::UrlResponse& head) {
-    letGoOfBody();
-    setTimeLimit(TimeLimit::stands);
+    releaseBody();
+    setTimeLimit(TimeLimit::paused);
     if (const auto caller = std::exchange(caller_, std::nullopt))
         caller->resume(head);
 }
@@ -44,8 +44,8 @@ void HttpLines::bodyCame() {
 
 void HttpLines::ended(const std::optional<platform::UrlError>& error) {
     error_ = error;
-    letGoOfBody();
-    // A later turn: whoever starts it still has the body.
+    releaseBody();
+    // In a later turn of the event loop: the caller that starts it still has the body.
     if (caller_)
         QMetaObject::invokeMethod(this, [this] { failCaller(); }, Qt::QueuedConnection);
     readOn();
@@ -66,7 +66,7 @@ void HttpLines::readOn() {
             break;
         splitter_.take(bytes);
     }
-    // Of an answer that broke off, a line without its end is half a line.
+    // In an answer that has broken off, a line without its end is incomplete.
     if (isEnded() && !error_ && !splitter_.hasLine())
         splitter_.finish();
     if (splitter_.hasLine() || isEnded())
@@ -77,7 +77,7 @@ void HttpLines::readOn() {
 
 void HttpLines::answerReader() {
     const auto reader = *std::exchange(reader_, std::nullopt);
-    setTimeLimit(TimeLimit::stands);
+    setTimeLimit(TimeLimit::paused);
     if (auto line = splitter_.next())
         reader.resume(std::move(line));
     else if (error_)

@@ -9,18 +9,18 @@
 
 namespace sonvale::adapters::qt {
 
-/// A request whose answer is taken line by line, on the network thread. It reads on only when somebody waits
-/// for a line. What still waits when it is destroyed has been cancelled.
+/// A request whose answer is read line by line, on the network thread. It reads only while a caller waits for
+/// a line. Its destruction cancels waiting callers.
 class HttpLines final : public HttpExchange {
 public:
     using Line = std::optional<std::string>;
 
-    /// `caller` gets the head. The manager must outlive it.
+    /// `caller` receives the head. The connections must outlive it.
     HttpLines(KeptConnections& connections, const QSslConfiguration& ssl, platform::UrlRequest request,
               runtime::Continuation<platform::UrlResponse> caller);
     ~HttpLines() override;
 
-    /// After the head, and after the last one has been answered.
+    /// Passes the next line to `reader`. Called after the head, and after the previous reader was answered.
     void next(runtime::Continuation<Line> reader);
 
 private:
@@ -32,7 +32,8 @@ private:
     void readOn();
     void answerReader();
 
-    std::optional<runtime::Continuation<platform::UrlResponse>> caller_; ///< until the head has come
+    std::optional<runtime::Continuation<platform::UrlResponse>>
+        caller_; ///< present until the head has arrived
     std::optional<runtime::Continuation<Line>> reader_;
     LineSplitter splitter_{platform::UrlLines::maxLineBytes};
     std::optional<platform::UrlError> error_;

@@ -11,10 +11,10 @@ namespace sonvale::adapters::qt {
 
 namespace {
 
-/// Before the server's own limit, for the time that a request takes to get there.
+/// Margin before the server's own limit, for the time that a request needs to reach it.
 constexpr double marginSeconds = 1;
 
-/// Forgets what it is given.
+/// Drops every cookie.
 class NoCookies final : public QNetworkCookieJar {
 public:
     QList<QNetworkCookie> cookiesForUrl(const QUrl&) const override { return {}; }
@@ -22,7 +22,7 @@ public:
 };
 
 std::shared_ptr<QNetworkAccessManager> makeManager() {
-    // Later: it owns the replies, and may be dropped while one of them reports its end.
+    // Deleted later: it owns the replies, and one of them may be reporting its end.
     const auto later = [](QNetworkAccessManager* manager) { manager->deleteLater(); };
     std::shared_ptr<QNetworkAccessManager> manager(new QNetworkAccessManager, later);
     manager->setCookieJar(new NoCookies);

@@ -13,23 +13,23 @@ namespace sonvale::adapters::qt {
 ///
 /// A connection that was idle for long may be dead without either side knowing: the server closes it while
 /// the next request is on its way, or a router has forgotten it. Such a request fails, because it is not sent
-/// twice. So a connection is given up before that becomes likely, and the next request opens another one.
+/// twice. So a connection is closed before that becomes likely, and the next request opens another one.
 class KeptConnections {
 public:
-    /// Idle time, in seconds, after which a connection is given up if the server does not name a shorter one.
+    /// Idle time, in seconds, after which a connection is closed if the server does not name a shorter one.
     /// Load balancers and servers commonly close theirs after 60 to 75 s.
     static constexpr double maxIdleSeconds = 50;
 
-    /// Returns seconds, those of the computer's sleep included.
+    /// Returns seconds, including those of the computer's sleep.
     using Uptime = std::function<double()>;
 
     explicit KeptConnections(Uptime uptime);
 
-    /// Returns what sends the next request to this origin; never null.
+    /// Returns the manager that sends the next request to this origin; never null.
     std::shared_ptr<QNetworkAccessManager> take(const std::string& origin);
 
-    /// Notes that `manager` has just finished a request. `idleLimit` is what the server's Keep-Alive header
-    /// says, in seconds.
+    /// Records that `manager` has just finished a request. `idleLimit` is the value of the server's
+    /// Keep-Alive header, in seconds.
     void used(const std::string& origin, const std::shared_ptr<QNetworkAccessManager>& manager,
               std::optional<int> idleLimit);
 

@@ -34,7 +34,7 @@ std::optional<std::string> LineSplitter::next() {
 }
 
 void LineSplitter::append(std::string_view piece) {
-    if (open_.size() + piece.size() > longest_) {
+    if (open_.size() + piece.size() > maxLineBytes_) {
         isTooLong_ = true;
         open_.clear();
         return;

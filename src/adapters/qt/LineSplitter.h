@@ -8,31 +8,32 @@
 
 namespace sonvale::adapters::qt {
 
-/// Lines out of bytes that come in pieces, ended by a line feed, a carriage return, or both in this order.
+/// Splits bytes that arrive in pieces into lines, which end with a line feed, a carriage return, or both in
+/// this order.
 class LineSplitter {
 public:
-    explicit LineSplitter(std::size_t longest)
-        : longest_(longest) {}
+    explicit LineSplitter(std::size_t maxLineBytes)
+        : maxLineBytes_(maxLineBytes) {}
 
     void take(std::string_view bytes);
-    /// No more bytes come: what is left without an end is the last line.
+    /// Ends the input. The rest without an end is the last line.
     void finish();
 
     bool hasLine() const { return !lines_.empty(); }
-    /// The next whole line; nothing when there is none.
+    /// Returns the next whole line, or nullopt if there is none.
     std::optional<std::string> next();
 
-    /// Whether a line was longer than allowed. The lines before it can still be taken; nothing comes behind.
+    /// Returns whether a line was too long. The lines before it can still be taken; there is none after it.
     bool isTooLong() const { return isTooLong_; }
 
 private:
     void append(std::string_view piece);
     void endLine();
 
-    const std::size_t longest_;
+    const std::size_t maxLineBytes_;
     std::deque<std::string> lines_;
     std::string open_;
-    bool endedByReturn_ = false; ///< a line feed that comes next belongs to that end
+    bool endedByReturn_ = false; ///< a following line feed belongs to that end
     bool isTooLong_ = false;
 };
 

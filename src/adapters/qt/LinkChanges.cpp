@@ -38,8 +38,8 @@ LinkChanges::~LinkChanges() {
 }
 
 void LinkChanges::readAll() const {
-    // What they say is of no matter: the interfaces are looked at anew. That also makes up for messages that
-    // were lost because too many came (ENOBUFS).
+    // The content does not matter: the interfaces are read again. That also covers messages that were lost
+    // because there were too many (ENOBUFS).
     std::array<char, 16384> messages;
     while (recv(socket_, messages.data(), messages.size(), 0) >= 0 || errno == ENOBUFS || errno == EINTR) {
     }

@@ -7,11 +7,12 @@
 
 namespace sonvale::adapters::qt {
 
-/// The kernel's messages about links that come, go, are switched or lose their carrier, and about addresses
-/// that come and go (rtnetlink(7)). On the thread that makes it, whose event loop must run.
+/// Receives the kernel's messages about links that appear, disappear, are switched or lose their carrier, and
+/// about addresses that appear and disappear (rtnetlink(7)). Belongs to the thread that makes it, whose event
+/// loop must run.
 class LinkChanges final {
 public:
-    /// `onChange` is called for every batch of messages. When the kernel cannot be asked, never.
+    /// `onChange` is called for every batch of messages, and never if the kernel cannot be asked.
     explicit LinkChanges(std::function<void()> onChange);
     LinkChanges(const LinkChanges&) = delete;
     LinkChanges& operator=(const LinkChanges&) = delete;

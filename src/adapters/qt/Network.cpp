@@ -20,7 +20,7 @@ NetworkSession::~NetworkSession() {
 
 void NetworkSession::startCall(NetworkId id, platform::UrlRequest request,
                                runtime::Continuation<platform::UrlResponse> caller) {
-    // A later turn: the call may be in the middle of its own work.
+    // In a later turn of the event loop: the call may be in the middle of its own work.
     const auto onEnd = [this, id] {
         QMetaObject::invokeMethod(this, [this, id] { calls_.erase(id); }, Qt::QueuedConnection);
     };

@@ -18,7 +18,8 @@ namespace sonvale::adapters::qt {
 
 using NetworkId = std::uint64_t;
 
-/// One session on the network thread: its connections, requests and sockets. With it they all end, cancelled.
+/// One session on the network thread: its connections, requests and sockets. Its destruction cancels them
+/// all.
 class NetworkSession final : public QObject {
 public:
     NetworkSession(const QSslConfiguration& ssl, ClosingSockets& closing, KeptConnections::Uptime uptime);
@@ -30,12 +31,12 @@ public:
 
     void startLines(NetworkId id, platform::UrlRequest request,
                     runtime::Continuation<platform::UrlResponse> caller);
-    /// Null when there are none.
+    /// Returns null if there are none.
     HttpLines* lines(NetworkId id);
     void dropLines(NetworkId id);
 
     void addSocket(NetworkId id, platform::UrlRequest request);
-    /// Null when there is none.
+    /// Returns null if there is none.
     SocketConnection* socket(NetworkId id);
     void dropSocket(NetworkId id);
 
@@ -48,24 +49,24 @@ private:
     std::map<NetworkId, std::unique_ptr<SocketConnection>> sockets_;
 };
 
-/// All that lives on the network thread, and is touched nowhere else. A session that is not there has been
-/// invalidated or dropped.
+/// The objects of the network thread, which only that thread uses. A session that is not in it has been
+/// invalidated or destroyed.
 class Network {
 public:
-    /// `authorities` names a file of certificates that are trusted too; empty for none.
+    /// `authorities` names a file of additional trusted certificates; empty for none.
     Network(QString authorities, KeptConnections::Uptime uptime);
     void addSession(NetworkId id);
-    /// Null when there is none.
+    /// Returns null if there is none.
     NetworkSession* session(NetworkId id);
     void endSession(NetworkId id);
-    /// Then calls `done`, maybe later: sockets get a moment to say that they close.
+    /// Ends all sessions, then calls `done`, possibly later: sockets get a moment to send their close frame.
     void endAllSessions(std::function<void()> done);
 
 private:
     const QString authorities_;
     const KeptConnections::Uptime uptime_;
     ClosingSockets closingSockets_;
-    std::unique_ptr<QSslConfiguration> ssl_; ///< read from the system for the first session
+    std::unique_ptr<QSslConfiguration> ssl_; ///< read from the system at the first session
     std::map<NetworkId, std::unique_ptr<NetworkSession>> sessions_;
 };
 

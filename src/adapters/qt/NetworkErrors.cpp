@@ -72,7 +72,7 @@ std::optional<Code> codeOf(QNetworkReply::NetworkError error, TransferStage stag
     case QNetworkReply::ContentConflictError:
     case QNetworkReply::ContentGoneError:
     case QNetworkReply::UnknownContentError:
-    case QNetworkReply::ProtocolInvalidOperationError: // of 400 and 418
+    case QNetworkReply::ProtocolInvalidOperationError: // for the statuses 400 and 418
     case QNetworkReply::InternalServerError:
     case QNetworkReply::OperationNotImplementedError:
     case QNetworkReply::ServiceUnavailableError:
@@ -100,7 +100,7 @@ std::optional<Code> codeOf(QNetworkReply::NetworkError error, TransferStage stag
     case QNetworkReply::NetworkSessionFailedError:
         return Code::notConnectedToInternet;
     case QNetworkReply::UnknownNetworkError:
-        // Before a connection: no route. Later: the route went away.
+        // Before the connection: no route. Later: the route is lost.
         return lostOr(Code::notConnectedToInternet, stage);
     case QNetworkReply::ProtocolUnknownError:
         return Code::badUrl;
@@ -123,7 +123,7 @@ Code codeOf(QAbstractSocket::SocketError error, TransferStage stage, Certificate
     case QAbstractSocket::SslInvalidUserDataError:
         return secureFailure(certificates);
     case QAbstractSocket::ConnectionRefusedError:
-        // A handshake that the server answers with anything but 101 is reported so too.
+        // A handshake that the server answers with a status other than 101 is reported so too.
         return stage == TransferStage::connecting ? Code::cannotConnectToHost : Code::badServerResponse;
     case QAbstractSocket::ProxyAuthenticationRequiredError:
     case QAbstractSocket::ProxyConnectionRefusedError:

@@ -9,25 +9,26 @@
 
 namespace sonvale::adapters::qt {
 
-/// How far a transfer had come when it failed: the same error of the system means different things.
+/// The stage in which a transfer failed: the same error of the system means different things.
 enum class TransferStage {
     connecting,
-    securing,  ///< until TLS is agreed on; of a request, connecting is part of it
-    connected, ///< the other side has been spoken to
+    securing,  ///< until TLS is set up; a request's connecting is part of it
+    connected, ///< data was exchanged with the server
 };
 
-/// Whether certificate checks had complained.
+/// The result of the certificate checks.
 enum class CertificateCheck { isFine, hasFailed };
 
-/// The error of this code, with the words for the user.
+/// Returns the error of this code, with the text for the user.
 platform::UrlError urlError(platform::UrlError::Code code);
 std::exception_ptr urlFailure(platform::UrlError::Code code);
 
-/// Of a reply that failed below HTTP; absent for the errors that only repeat an HTTP status.
+/// Returns the code for a reply that failed below HTTP, or nullopt for the errors that only repeat an HTTP
+/// status.
 std::optional<platform::UrlError::Code> codeOf(QNetworkReply::NetworkError error, TransferStage stage,
                                                CertificateCheck certificates);
 
-/// Of a socket that failed before its handshake was done.
+/// Returns the code for a socket that failed before its handshake was complete.
 platform::UrlError::Code codeOf(QAbstractSocket::SocketError error, TransferStage stage,
                                 CertificateCheck certificates);
 

@@ -76,7 +76,7 @@ void NetworkManagerLink::askForDevice(const QString& device, platform::NetworkPa
                      });
 }
 
-/// Calls `handler` with what is answered, with nothing after an error, and not at all once the link has
+/// Calls `handler` with the answer, with an empty answer after an error, and not at all if the link has
 /// changed.
 void NetworkManagerLink::askForProperties(const QString& path, const QString& interface, Handler handler) {
     auto question =

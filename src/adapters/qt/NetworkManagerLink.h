@@ -15,17 +15,17 @@ namespace sonvale::adapters::qt {
 /// The state of the link as NetworkManager reports it: its properties State and PrimaryConnection, and the
 /// type of that connection's device (NetworkManager's D-Bus interface, NMState and NMDeviceType).
 ///
-/// Lives on one thread with an event loop. Nothing here waits: each question is asked without blocking, and a
-/// link that changes meanwhile is asked again.
+/// Belongs to one thread with an event loop. Nothing here waits: each question is asked without blocking, and
+/// asked again if the link changes meanwhile.
 class NetworkManagerLink final : public QObject {
     Q_OBJECT
 
 public:
-    /// Begins to ask on that bus. `onChange` is called on this thread when the path is known, and after each
+    /// Starts to ask on that bus. `onChange` is called on this thread when the path is known, and after each
     /// change.
     NetworkManagerLink(const QDBusConnection& system, std::function<void()> onChange);
 
-    /// Without the addresses, which NetworkManager is not asked for.
+    /// Returns the path without its addresses, which NetworkManager is not asked for.
     const platform::NetworkPath& path() const { return path_; }
 
 private Q_SLOTS:

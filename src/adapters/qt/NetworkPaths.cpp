@@ -38,7 +38,7 @@ std::uint64_t addressesOf(const QList<QNetworkInterface>& interfaces) {
     std::string all;
     for (const auto& address : addresses)
         all += address + '\n';
-    // 0 stands for none.
+    // 0 means none.
     return std::max<std::uint64_t>(std::hash<std::string>{}(all), 1);
 }
 

@@ -7,11 +7,13 @@
 
 namespace sonvale::adapters::qt {
 
-/// What the interfaces show: something can be reached when one beside the loopback is up and has its carrier.
+/// Returns the path that the interfaces show: it is satisfied if one besides the loopback is up and has its
+/// carrier.
 platform::NetworkPath pathOf(const QList<QNetworkInterface>& interfaces);
 
-/// A value for the set of addresses by which the machine reaches others; 0 without any. Leaves out addresses
-/// of the loopback and of single links, which come and go with virtual interfaces.
+/// Returns a number for the set of addresses with which the machine reaches others, 0 if there are none.
+/// Leaves out addresses of the loopback and of single links, which appear and disappear with virtual
+/// interfaces.
 std::uint64_t addressesOf(const QList<QNetworkInterface>& interfaces);
 
 } // namespace sonvale::adapters::qt

@@ -27,7 +27,7 @@ QSslConfiguration sslConfiguration(const QString& authorities) {
     if (authorities.isEmpty())
         return configuration;
     const auto extra = QSslCertificate::fromPath(authorities);
-    // Without a list of its own Qt looks the system's authorities up as they are needed.
+    // Without its own list, Qt loads the system's authorities when they are needed.
     if (!extra.isEmpty())
         configuration.setCaCertificates(QSslConfiguration::systemCaCertificates() + extra);
     return configuration;
@@ -38,7 +38,7 @@ std::optional<QUrl> parseUrl(const std::string& text, const QString& scheme, con
     if (!address)
         return std::nullopt;
     QUrl url(QString::fromStdString(address->text()), QUrl::StrictMode);
-    // Qt connects to what it reads itself.
+    // Qt connects to the host that it parses itself.
     const bool isSameServer = url.isValid() && url.host().toStdString() == address->host() &&
                               url.port(address->port()) == address->port();
     if (!isSameServer || (url.scheme() != scheme && url.scheme() != secureScheme))
@@ -54,8 +54,8 @@ bool areValidHeaders(const std::vector<platform::HttpHeader>& headers) {
 }
 
 std::chrono::milliseconds millisecondsOf(double seconds) {
-    constexpr double longest = 24 * 60 * 60;
-    const double bounded = std::isfinite(seconds) ? std::clamp(seconds, 0.0, longest) : longest;
+    constexpr double maxSeconds = 24 * 60 * 60;
+    const double bounded = std::isfinite(seconds) ? std::clamp(seconds, 0.0, maxSeconds) : maxSeconds;
     return std::chrono::milliseconds(std::llround(bounded * 1000));
 }
 

@@ -7,7 +7,7 @@
 namespace sonvale::adapters::qt {
 
 NetworkThread::NetworkThread(const QString& authorities, const KeptConnections::Uptime& uptime) {
-    // Shared: the one who sets it may still be at it when the other has seen it.
+    // Shared, because the thread that sets it may still use it when the other one has seen the value.
     const auto started = std::make_shared<std::promise<void>>();
     thread_.reset(QThread::create([this, authorities, uptime, started] {
         run(authorities, uptime, [started] { started->set_value(); });
@@ -49,7 +49,7 @@ void NetworkThread::end() {
         const std::lock_guard lock(mutex_);
         if (!receiver_)
             return;
-        // Behind everything that was posted, as nothing is any more afterwards.
+        // After all posted work: nothing can be posted any more.
         QMetaObject::invokeMethod(
             receiver_, [this] { network_->endAllSessions([this] { thread_->quit(); }); },
             Qt::QueuedConnection);

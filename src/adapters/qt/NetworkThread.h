@@ -10,25 +10,25 @@
 
 namespace sonvale::adapters::qt {
 
-/// The thread on which requests and sockets run. Any thread may use it.
+/// The thread on which requests and sockets run. May be used from any thread.
 class NetworkThread {
 public:
-    /// `authorities` names a file of certificates that are trusted too; empty for none.
+    /// `authorities` names a file of additional trusted certificates; empty for none.
     NetworkThread(const QString& authorities, const KeptConnections::Uptime& uptime);
     NetworkThread(const NetworkThread&) = delete;
     NetworkThread& operator=(const NetworkThread&) = delete;
-    /// As `end()`.
+    /// Does what `end()` does.
     ~NetworkThread();
 
-    /// Queues `work`, in the order of the calls; it never runs inside this one. False, and `work` is not
-    /// kept, after `end()`.
+    /// Queues `work`, in the order of the calls. It never runs inside this call. After `end()` returns false
+    /// and drops the work.
     bool post(std::function<void(Network&)> work);
 
-    /// A number that no other session, request or socket has.
+    /// Returns a number that no other session, request or socket has.
     NetworkId makeId() { return ++lastId_; }
 
-    /// Runs what is queued, ends every session and, within half a second, the thread. Not on the thread
-    /// itself. A second call does nothing.
+    /// Runs the queued work, ends every session and, within half a second, the thread. Must not be called on
+    /// the thread itself. A second call does nothing.
     void end();
 
 private:
@@ -39,7 +39,7 @@ private:
     std::unique_ptr<QThread> thread_;
     std::mutex mutex_;
     QObject* receiver_ = nullptr; ///< guarded by `mutex_`; null before and after
-    Network* network_ = nullptr;  ///< on the thread only
+    Network* network_ = nullptr;  ///< used only on the thread
 };
 
 } // namespace sonvale::adapters::qt

@@ -11,7 +11,7 @@ namespace sonvale::adapters::qt {
 
 namespace {
 
-/// Task bars list only these; pop-ups, tool tips and the like they leave out anyway.
+/// Returns whether task bars list windows of this kind. They omit pop-ups, tool tips and the like anyway.
 bool canBeInTaskbar(const QWindow& window) {
     return window.isTopLevel() && (window.type() == Qt::Window || window.type() == Qt::Dialog);
 }
@@ -59,18 +59,18 @@ bool QtApplication::eventFilter(QObject* object, QEvent* event) {
         if (canBeInTaskbar(window))
             placeNewWindow(window);
         else if (window.isTopLevel() && window.type() == Qt::Tool)
-            prepareTaskbarPlace(window, false); // some task bars list them all the same
+            prepareTaskbarPlace(window, false); // some task bars list them anyway
     }
     return QObject::eventFilter(object, event);
 }
 
 void QtApplication::placeNewWindow(QWindow& window) {
-    // The event comes once the native window is there and before it is mapped, so that no task bar ever sees
-    // an accessory's window; at each showing, because window managers forget the state of a window that is
-    // hidden.
+    // The event comes when the native window exists and before it is mapped, so that no task bar ever sees an
+    // accessory's window. It comes at each showing, which is needed because window managers forget the state
+    // of a hidden window.
     prepareTaskbarPlace(window, policy_ == platform::ActivationPolicy::regular);
 
-    // They forget it some time after the hiding, which may be after the line above.
+    // They forget it some time after the hiding, possibly after the line above.
     const auto repeat = [this, window = QPointer<QWindow>(&window)] {
         if (window && policy_ == platform::ActivationPolicy::accessory && window->isVisible())
             changeTaskbarPlace(*window, false);

@@ -8,11 +8,12 @@ class QWindow;
 
 namespace sonvale::adapters::qt {
 
-/// The program as the desktop sees it, by Qt. Make it after the application object and before the first
-/// window; from then on the program goes on when its last window is closed.
+/// The program in the desktop, through Qt. Must be made after the application object and before the first
+/// window. From then on the program continues when its last window is closed.
 ///
-/// On X11 an accessory's windows say that they have no place in task bars and pagers (EWMH
-/// _NET_WM_STATE_SKIP_TASKBAR, _SKIP_PAGER); elsewhere Qt has no word for it and the policy changes nothing.
+/// On X11 an accessory's windows state that they have no place in task bars and pagers (EWMH
+/// _NET_WM_STATE_SKIP_TASKBAR, _SKIP_PAGER). Elsewhere Qt has no such operation, and the policy changes
+/// nothing.
 class QtApplication final : public QObject, public platform::Application {
 public:
     QtApplication();
@@ -22,7 +23,7 @@ public:
 
     bool makeKeyAndOrderFront(const std::string& windowTitle) override;
 
-    /// Quits from the event loop, after the caller has returned; also when the loop has yet to start.
+    /// Quits from the event loop, after the caller has returned, even if the loop has not started yet.
     void terminate() override;
 
 protected:

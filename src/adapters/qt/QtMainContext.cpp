@@ -22,7 +22,7 @@ QEvent::Type workEventType() {
     return type;
 }
 
-/// Work of any type, move-only ones too.
+/// Work of any type, including move-only ones.
 struct Work {
     Work() = default;
     Work(const Work&) = delete;
@@ -54,13 +54,13 @@ struct Receiver final : QObject {
         return true;
     }
 
-    /// Qt's event loop cannot be left by an exception; `noexcept` ends the process where it was thrown.
+    /// An exception cannot pass through Qt's event loop; `noexcept` ends the process at the throw.
     static void run(std::unique_ptr<Work> work) noexcept { work->run(); }
 };
 
 } // namespace
 
-/// Executors share it, so that they stay valid when the context itself has gone.
+/// Executors share it, so that they stay valid after the end of the context.
 struct QtMainContext::State final : asio::execution_context {
     bool isMainThread() const { return std::this_thread::get_id() == thread; }
 
@@ -74,7 +74,7 @@ struct QtMainContext::State final : asio::execution_context {
         const std::lock_guard lock(mutex);
         if (receiver)
             QCoreApplication::postEvent(receiver.get(), event.release());
-        // Otherwise dropped, once the lock is free: its destruction may post again.
+        // Otherwise the work is dropped after the lock is released, because its destruction may post again.
     }
 
     void close() {
@@ -83,7 +83,7 @@ struct QtMainContext::State final : asio::execution_context {
             const std::lock_guard lock(mutex);
             closed = std::move(receiver);
         }
-        // With it go its queued events; what these hold may post again and finds it closed.
+        // This destroys its queued events. Their destruction may post again and finds the context closed.
     }
 
     const std::thread::id thread = std::this_thread::get_id();
@@ -149,14 +149,14 @@ runtime::Actor QtMainContext::actor() const {
 }
 
 bool QtMainContext::runUntil(const std::function<bool()>& done, double seconds) {
-    // Another thread may make `done` true without an event for this one.
-    constexpr double secondsBetweenLooks = 0.005;
+    // Another thread may make `done` true without an event for this thread.
+    constexpr double pollSeconds = 0.005;
 
     const double end = clock_.now() + seconds;
     while (!done()) {
         if (clock_.now() >= end)
             return false;
-        const auto look = clock_.schedule(secondsBetweenLooks, [state = state_] {
+        const auto look = clock_.schedule(pollSeconds, [state = state_] {
             const auto wakeUp = [] {};
             state->post(std::make_unique<WorkOf<decltype(wakeUp)>>(wakeUp));
         });

@@ -8,12 +8,11 @@
 
 namespace sonvale::adapters::qt {
 
-/// The main actor: work that is posted to it runs on Qt's main thread, from Qt's event loop, in the order in
-/// which it was posted.
+/// The main actor: posted work runs on Qt's main thread, from Qt's event loop, in the order of posting.
 ///
-/// Make it after the application object, on its thread, and destroy it there. `clock` must outlive it. What
-/// is posted once it is gone, or has not run by then, is destroyed without having run; tasks that must end in
-/// order are therefore cancelled, and waited for with `runUntil`, before.
+/// Must be made after the application object, on its thread, and destroyed there. `clock` must outlive it.
+/// Work that is posted after its destruction, or has not run by then, is destroyed without having run. So
+/// tasks that must end in order are cancelled and waited for with `runUntil` before.
 class QtMainContext {
 public:
     QtMainContext(runtime::Clock& clock, std::shared_ptr<runtime::TaskRegistry> registry);
@@ -21,11 +20,11 @@ public:
     QtMainContext(const QtMainContext&) = delete;
     QtMainContext& operator=(const QtMainContext&) = delete;
 
-    /// The actor "main". It may outlive the context. From any thread.
+    /// Returns the actor "main". It may outlive the context. Any thread.
     runtime::Actor actor() const;
 
-    /// Runs the event loop until `done` holds, at most `seconds`; returns whether it holds. For the end of
-    /// the program, when Qt's own loop has returned: `done` may become true by other threads. Main thread.
+    /// Runs the event loop until `done` holds, for up to `seconds`, and returns whether it holds. For the end
+    /// of the program, when Qt's own loop has returned. Other threads may make `done` true. Main thread.
     bool runUntil(const std::function<bool()>& done, double seconds);
 
 private:

@@ -21,8 +21,8 @@ namespace {
 
 constexpr int answerMilliseconds = 2000;
 
-/// Reports a path when it is another than the one before, from a later turn of the thread's event loop, so
-/// that what changes together is one report.
+/// Reports a path if it differs from the one before, from a later turn of the thread's event loop, so that
+/// simultaneous changes are one report.
 class Reports final {
 public:
     Reports(std::function<platform::NetworkPath()> read,
@@ -67,7 +67,7 @@ private:
     const QDBusConnection connection_ = QDBusConnection::connectToBus(QDBusConnection::SystemBus, name_);
 };
 
-/// Whether there is a NetworkManager that answers. A wait here ends with the thread.
+/// Returns whether a NetworkManager answers. The end of the thread ends the wait.
 bool networkManagerAnswers(const SystemBus& bus) {
     if (!bus.connection().isConnected())
         return false;
@@ -98,7 +98,7 @@ void followNetworkManager(const SystemBus& bus, std::function<void(const platfor
         isKnown = true;
         reports.changed();
     });
-    // NetworkManager does not report another address on the same kind of link.
+    // NetworkManager does not report a new address on the same kind of link.
     const LinkChanges changes([&] {
         if (isKnown)
             reports.changed();
@@ -129,8 +129,8 @@ void QtPathMonitor::cancel() {
 
 void QtPathMonitor::start(std::function<void(const platform::NetworkPath&)> handler) {
     thread_.reset(QThread::create([handler = std::move(handler)] {
-        // A connection of this thread: on the shared system bus an unanswered call stays pending after the
-        // monitor ends.
+        // A private connection of this thread: on the shared system bus an unanswered call stays pending
+        // after the end of the monitor.
         const SystemBus bus;
         if (networkManagerAnswers(bus))
             followNetworkManager(bus, handler);

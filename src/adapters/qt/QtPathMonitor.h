@@ -7,18 +7,18 @@
 
 namespace sonvale::adapters::qt {
 
-/// The link as NetworkManager reports it (`NetworkManagerLink`), or as the interfaces show it if no
-/// NetworkManager answers within 2 s after the start. Qt's own network information is not used: which thread
-/// it belongs to depends on the version, and it blocks while it waits for NetworkManager.
+/// The state of the link as NetworkManager reports it (`NetworkManagerLink`), or as the interfaces show it if
+/// no NetworkManager answers within 2 s after the start. Qt's own network information is not used: which
+/// thread it belongs to depends on the version, and it blocks while it waits for NetworkManager.
 ///
-/// Reports come on a thread of its own, "connectivity".
+/// Reports are called on a thread of its own, "connectivity".
 class QtPathMonitor final : public platform::PathMonitor {
 public:
     QtPathMonitor() = default;
     ~QtPathMonitor() override;
 
     void start(std::function<void(const platform::NetworkPath&)> handler) override;
-    /// Waits for a handler that runs.
+    /// Waits for a running handler.
     void cancel() override;
 
 private:

@@ -11,7 +11,7 @@ namespace {
 
 using Line = std::optional<std::string>;
 
-/// Runs `work` with the session on the network thread, and fails `waiting` where there is none any more.
+/// Runs `work` with the session on the network thread, and fails `waiting` if the session has ended.
 template <class T>
 void inSession(const SessionHandle& session, const runtime::Continuation<T>& waiting,
                std::function<void(NetworkSession&)> work) {
@@ -46,7 +46,7 @@ runtime::Task<Line> nextOf(std::shared_ptr<SessionHandle> session, NetworkId id)
                 reader.fail(urlFailure(platform::UrlError::Code::cancelled));
         });
     };
-    // What it drops fails the reader.
+    // The destroyed request fails the reader.
     std::function<void()> onCancel = [session, id] { drop(*session, id); };
     co_return co_await runtime::suspend<Line>(std::move(start), std::move(onCancel));
 }
@@ -74,7 +74,7 @@ runtime::Task<std::shared_ptr<platform::UrlLines>> QtUrlLines::open(std::shared_
                 running.startLines(id, request, caller);
             });
         };
-    // What it drops fails the caller, who hears of it when nothing reads the request's body any more.
+    // The destroyed request fails the caller, at a time when nothing reads the request's body any more.
     std::function<void()> onCancel = [session, id] { drop(*session, id); };
     self->head_ = co_await runtime::suspend<platform::UrlResponse>(std::move(start), std::move(onCancel));
     co_return self;

@@ -8,7 +8,7 @@
 
 namespace sonvale::adapters::qt {
 
-/// An answer of a session on Qt's network thread, line by line. It keeps its session.
+/// An answer of a session on Qt's network thread, read line by line. Keeps its session alive.
 class QtUrlLines final : public platform::UrlLines {
 public:
     /// As `UrlSession::lines`.

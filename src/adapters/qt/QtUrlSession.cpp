@@ -30,7 +30,7 @@ runtime::Task<platform::UrlResponse> dataOf(std::shared_ptr<SessionHandle> sessi
         if (!isPosted)
             caller.fail(urlFailure(platform::UrlError::Code::cancelled));
     };
-    // The caller hears of it when nothing reads its body any more.
+    // The caller gets its error when nothing reads its body any more.
     std::function<void()> onCancel = [session, id] {
         session->thread().post([sessionId = session->id(), id](Network& network) {
             if (auto* running = network.session(sessionId))

@@ -9,21 +9,21 @@ namespace sonvale::adapters::qt {
 
 class NetworkThread;
 
-/// Sessions on Qt's network library and a thread of their own, by HTTP/1.1. Errors hold no address and no
-/// header; nothing is logged.
+/// Sessions that use Qt's network library on a thread of their own, with HTTP/1.1. Errors contain no address
+/// and no header; nothing is logged.
 ///
-/// Make it after Qt's application object. Destroying it, not from within a continuation, ends what still runs
-/// in any of its sessions with `cancelled` and waits for the thread; sessions that are left are invalid then.
-/// The environment's SSL_CERT_FILE counts as it is when they are made.
+/// Must be made after Qt's application object. Its destruction, which must not happen inside a continuation,
+/// ends all running requests and sockets with `cancelled`, waits for the thread, and invalidates the
+/// remaining sessions. SSL_CERT_FILE is read at construction.
 class QtUrlSessions final : public platform::UrlSessions {
 public:
-    /// `uptime` returns seconds, those of the computer's sleep included; it is called on the network thread.
+    /// `uptime` returns seconds, including those of the computer's sleep. It is called on the network thread.
     explicit QtUrlSessions(const std::function<double()>& uptime = secondsSinceBoot);
     ~QtUrlSessions() override;
 
     std::shared_ptr<platform::UrlSession> makeEphemeral() override;
 
-    /// Seconds since the computer was started, those of its sleep included. Any thread.
+    /// Returns the seconds since the computer was started, including those of its sleep. Any thread.
     static double secondsSinceBoot();
 
 private:

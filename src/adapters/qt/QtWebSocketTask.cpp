@@ -10,8 +10,8 @@ namespace sonvale::adapters::qt {
 
 namespace {
 
-/// Runs `work` with the socket on the network thread; `otherwise` there, or here once the thread has ended,
-/// when the socket is no more.
+/// Runs `work` with the socket on the network thread. If there is no socket any more, runs `otherwise` there,
+/// or here if the thread has ended.
 void withSocket(
     const SessionHandle& session, NetworkId id, std::function<void(SocketConnection&)> work,
     const std::function<void()>& otherwise = [] {}) {
@@ -27,7 +27,7 @@ void withSocket(
         otherwise();
 }
 
-/// Suspends for an operation on the socket, or until the calling task is cancelled.
+/// Suspends until an operation on the socket ends, or until the calling task is cancelled.
 template <class T, class Operation>
 runtime::Task<T> wait(std::shared_ptr<SessionHandle> session, NetworkId id, Operation operation) {
     auto own = std::make_shared<std::optional<runtime::Continuation<T>>>();

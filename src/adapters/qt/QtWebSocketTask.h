@@ -9,8 +9,9 @@
 
 namespace sonvale::adapters::qt {
 
-/// A socket of a session on Qt's network thread. It keeps its session. Messages that come in may have 16 MiB;
-/// larger ones, and 64 MiB that nobody receives, end it with `networkConnectionLost`.
+/// A socket of a session on Qt's network thread. Keeps its session alive. A received message may have up to
+/// 16 MiB. A larger one, or 64 MiB that are not received by the caller, end the socket with
+/// `networkConnectionLost`.
 class QtWebSocketTask final : public platform::WebSocketTask {
 public:
     QtWebSocketTask(std::shared_ptr<SessionHandle> session, platform::UrlRequest request);

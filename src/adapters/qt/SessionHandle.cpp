@@ -13,7 +13,7 @@ SessionHandle::~SessionHandle() {
 }
 
 void SessionHandle::invalidate() {
-    // Once the thread has ended, so have its sessions.
+    // If the thread has ended, its sessions have too.
     thread_->post([id = id_](Network& network) { network.endSession(id); });
 }
 

@@ -6,7 +6,7 @@
 
 namespace sonvale::adapters::qt {
 
-/// What a session, its requests and its sockets share: with the last of them the session ends. Any thread.
+/// Shared by a session, its requests and its sockets. The session ends with the last of them. Any thread.
 class SessionHandle {
 public:
     explicit SessionHandle(std::shared_ptr<NetworkThread> thread);

@@ -16,19 +16,19 @@ namespace {
 
 using Code = platform::UrlError::Code;
 
-constexpr quint64 messageBytesAtMost = 16UL << 20U;
-/// Of messages that nobody has received yet.
-constexpr std::size_t incomingBytesAtMost = 64UL << 20U;
+constexpr quint64 maxMessageBytes = 16UL << 20U;
+/// For messages that the caller has not received yet.
+constexpr std::size_t maxIncomingBytes = 64UL << 20U;
 
-/// How long the other side may leave bytes, or a question whether it is there, without an acknowledgment.
-/// Linux itself waits for about a quarter of an hour.
+/// Time for which bytes, or a keep-alive probe, may stay without an acknowledgment. Linux itself waits for
+/// about a quarter of an hour.
 constexpr int peerTimeoutMilliseconds = 10'000;
-/// Seconds without traffic until the system asks, and between its questions.
+/// Seconds without traffic until the system sends a probe, and between its probes.
 constexpr int idleSeconds = 30;
 constexpr int questionSeconds = 5;
 
-/// Has the system fail the connection when the other side is gone without a word: after a change of the
-/// network, or a suspend. Without these options the connection works as well.
+/// Makes the system fail the connection if the server is lost without notice, after a change of the network
+/// or a suspend. Without these options the connection works too.
 void watchPeer(qintptr descriptor) {
     const auto set = [descriptor](int level, int option, int value) {
         setsockopt(static_cast<int>(descriptor), level, option, &value, sizeof value);
@@ -66,8 +66,8 @@ void SocketConnection::open() {
     socket_ = std::make_unique<QWebSocket>();
     socket_->setSslConfiguration(ssl_);
     socket_->setProxy(SystemProxy::forSocket(*url));
-    socket_->setMaxAllowedIncomingFrameSize(messageBytesAtMost);
-    socket_->setMaxAllowedIncomingMessageSize(messageBytesAtMost);
+    socket_->setMaxAllowedIncomingFrameSize(maxMessageBytes);
+    socket_->setMaxAllowedIncomingMessageSize(maxMessageBytes);
     watch();
     handshakeLimit_.start(millisecondsOf(request_.timeoutSeconds));
     socket_->open(makeRequest(*url, request_.headers, ssl_));
@@ -78,7 +78,7 @@ void SocketConnection::open() {
     auto* secure = qobject_cast<QSslSocket*>(transport_);
     connect(transport_, &QAbstractSocket::connected, this, [this, secure] {
         stage_ = secure ? TransferStage::securing : TransferStage::connected;
-        // What Qt sets before the connection is there has no effect.
+        // Options that are set before the connection exists have no effect in Qt.
         transport_->setSocketOption(QAbstractSocket::LowDelayOption, 1);
         watchPeer(transport_->socketDescriptor());
     });
@@ -128,12 +128,12 @@ void SocketConnection::send(platform::WebSocketMessage message, runtime::Continu
 }
 
 void SocketConnection::sendWaiting() {
-    // Writing reports what it wrote from within.
+    // Writing reports its progress inside the call.
     if (isSending_ || !isOpen_)
         return;
     isSending_ = true;
 
-    // One message at a time, so that the end of each is known.
+    // One message at a time, so that the end of each one is known.
     while (!failure_ && hasWrittenAll()) {
         if (const auto sender = std::exchange(writing_, std::nullopt))
             sender->resume();
@@ -168,7 +168,7 @@ void SocketConnection::receive(runtime::Continuation<platform::WebSocketMessage>
         return;
     }
     const auto bytes = incoming_.front().bytes.size();
-    // A caller that has been cancelled takes nothing.
+    // A cancelled caller takes no message.
     if (receiver.resume(incoming_.front())) {
         incoming_.pop_front();
         incomingBytes_ -= bytes;
@@ -184,7 +184,7 @@ void SocketConnection::arrived(platform::WebSocketMessage message) {
     }
     incomingBytes_ += message.bytes.size();
     incoming_.push_back(std::move(message));
-    if (incomingBytes_ > incomingBytesAtMost)
+    if (incomingBytes_ > maxIncomingBytes)
         fail(Code::networkConnectionLost);
 }
 

@@ -41,22 +41,22 @@ private:
     bool hasWrittenAll() const;
     void arrived(platform::WebSocketMessage message);
     void fail(platform::UrlError::Code code);
-    /// Hands out the socket, which may be null.
+    /// Ends the waiting calls with this error and returns the socket, which may be null.
     std::unique_ptr<QWebSocket> endWaits(platform::UrlError::Code code);
 
     const QSslConfiguration ssl_;
     const platform::UrlRequest request_;
     ClosingSockets& closing_;
     std::unique_ptr<QWebSocket> socket_;
-    QAbstractSocket* transport_ = nullptr; ///< of `socket_`; null without
+    QAbstractSocket* transport_ = nullptr; ///< the transport of `socket_`; null without one
     QTimer handshakeLimit_;
     TransferStage stage_ = TransferStage::connecting;
     CertificateCheck certificates_ = CertificateCheck::isFine;
     bool isOpen_ = false;
     std::optional<platform::UrlError::Code> failure_;
 
-    std::deque<Outgoing> outgoing_;                  ///< not yet handed to Qt
-    std::optional<runtime::Continuation<>> writing_; ///< of the message that Qt is writing
+    std::deque<Outgoing> outgoing_;                  ///< not yet passed to Qt
+    std::optional<runtime::Continuation<>> writing_; ///< the sender of the message that Qt is writing
     bool isSending_ = false;
 
     std::deque<platform::WebSocketMessage> incoming_;

@@ -5,12 +5,12 @@
 
 namespace sonvale::adapters::qt {
 
-/// The system's proxies, except for this machine itself, which is always reached without one.
+/// The system's proxies. This machine itself is always reached without one.
 class SystemProxy final : public QNetworkProxyFactory {
 public:
     QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery& query) override;
 
-    /// The proxy for a socket to this `ws` or `wss` address, which tunnels through it.
+    /// Returns the proxy for a socket to this `ws` or `wss` address, which tunnels through it.
     static QNetworkProxy forSocket(const QUrl& url);
 };
 
