@@ -1,6 +1,6 @@
 #include "bench/Rounds.h"
 
-#include "tests/contract/AccessibleSession.h"
+#include "tests/contract/x11/AccessibleSession.h"
 
 #include <benchmark/benchmark.h>
 

@@ -2,7 +2,7 @@
 
 #include "runtime/SystemClock.h"
 #include "tests/contract/AccessibilityTreeContract.h"
-#include "tests/contract/AccessibleSession.h"
+#include "tests/contract/x11/AccessibleSession.h"
 #include "tests/fakes/FakeAccessibilityTree.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/PrivateDisplay.h"

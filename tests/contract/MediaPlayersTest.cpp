@@ -1,7 +1,7 @@
 #include "adapters/freedesktop/MprisMediaPlayers.h"
 
 #include "tests/contract/MediaPlayersContract.h"
-#include "tests/contract/ScriptedPlayer.h"
+#include "tests/contract/freedesktop/ScriptedPlayer.h"
 #include "tests/fakes/FakeMediaPlayers.h"
 #include "tests/support/MpvPlayer.h"
 #include "tests/support/PrivateBus.h"

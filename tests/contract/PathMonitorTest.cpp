@@ -1,5 +1,5 @@
 #include "tests/contract/PathMonitorContract.h"
-#include "tests/contract/ScriptedNetworkManager.h"
+#include "tests/contract/qt/ScriptedNetworkManager.h"
 #include "tests/fakes/FakePathMonitor.h"
 #include "tests/support/Files.h"
 

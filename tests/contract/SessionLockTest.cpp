@@ -1,6 +1,6 @@
 #include "adapters/freedesktop/QtSessionLock.h"
 
-#include "tests/contract/ScriptedLocker.h"
+#include "tests/contract/freedesktop/ScriptedLocker.h"
 #include "tests/fakes/FakeSessionLock.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/PrivateBus.h"

@@ -1,8 +1,8 @@
 #include "adapters/x11/X11Workspace.h"
 
 #include "runtime/SystemClock.h"
-#include "tests/contract/ScriptedPrograms.h"
 #include "tests/contract/WorkspaceContract.h"
+#include "tests/contract/freedesktop/ScriptedPrograms.h"
 #include "tests/fakes/FakeWorkspace.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/PrivateDisplay.h"

@@ -1,4 +1,4 @@
-#include "tests/contract/KeyDesk.h"
+#include "tests/contract/x11/KeyDesk.h"
 #include "tests/support/ChildProcess.h"
 
 #include <X11/keysym.h>

@@ -1,4 +1,4 @@
-#include "tests/contract/ScriptedPrograms.h"
+#include "tests/contract/freedesktop/ScriptedPrograms.h"
 
 #include <sys/stat.h>
 

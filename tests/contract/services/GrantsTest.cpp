@@ -6,7 +6,7 @@
 #include "runtime/SystemClock.h"
 #include "runtime/TaskPool.h"
 #include "services/PermissionsManager.h"
-#include "tests/contract/ScriptedPrograms.h"
+#include "tests/contract/freedesktop/ScriptedPrograms.h"
 #include "tests/fakes/FakeSpeechRecognizers.h"
 #include "tests/support/PrivateDisplay.h"
 #include "tests/support/PrivateSound.h"

@@ -1,6 +1,6 @@
 #include "adapters/x11/X11EventTap.h"
 
-#include "tests/contract/AccessibleSession.h"
+#include "tests/contract/x11/AccessibleSession.h"
 #include "tests/support/TapRecorder.h"
 
 #include <gtest/gtest.h>

@@ -5,7 +5,7 @@
 #include "adapters/posix/DetachedProgram.h"
 
 #include "platform/Workspace.h"
-#include "tests/contract/ScriptedPrograms.h"
+#include "tests/contract/freedesktop/ScriptedPrograms.h"
 #include "tests/support/LogCapture.h"
 
 #include <fcntl.h>

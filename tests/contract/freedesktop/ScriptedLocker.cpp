@@ -1,4 +1,4 @@
-#include "tests/contract/ScriptedLocker.h"
+#include "tests/contract/freedesktop/ScriptedLocker.h"
 
 #include <QDBusObjectPath>
 #include <QDBusVariant>

@@ -1,4 +1,4 @@
-#include "tests/contract/ScriptedNetworkManager.h"
+#include "tests/contract/qt/ScriptedNetworkManager.h"
 
 #include <QDBusObjectPath>
 #include <QDBusVariant>

@@ -1,4 +1,4 @@
-#include "tests/contract/ScriptedPlayer.h"
+#include "tests/contract/freedesktop/ScriptedPlayer.h"
 
 #include <QDBusVariant>
 #include <QUuid>

@@ -1,4 +1,4 @@
-#include "tests/contract/PasteboardX11Fixture.h"
+#include "tests/contract/x11/PasteboardX11Fixture.h"
 
 #include <gmock/gmock.h>
 
