@@ -8,18 +8,18 @@
 
 namespace sonvale::tests {
 
-/// A grant that a test gives and takes away.
+/// A permission that a test gives and removes.
 class FakeAccessibilityTree final : public platform::AccessibilityTree {
 public:
-    /// What only tests call.
+    /// The operations for tests.
     class Control {
     public:
         void setTrusted(bool isTrusted) { isTrusted_ = isTrusted; }
-        /// What is selected in the front application; it does not tell of nothing.
+        /// Sets the selected text of the front application; nullopt if nothing is selected.
         void setSelectedText(std::optional<std::string> text) { selectedText_ = std::move(text); }
-        /// How often the port was asked for its trust.
+        /// Returns the number of questions whether the program is trusted.
         int questions() const { return questions_; }
-        /// How often the user was to be led to the grant.
+        /// Returns the number of prompts for the user.
         int prompts() const { return prompts_; }
 
     private:

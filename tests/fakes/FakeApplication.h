@@ -7,7 +7,8 @@
 
 namespace sonvale::tests {
 
-/// A program without a desktop. Test side: its windows' places in the task bar, and whether it was ended.
+/// A program without a desktop. Records for the test which windows are in the task bar and whether the
+/// program was ended.
 class FakeApplication final : public platform::Application {
 public:
     void setActivationPolicy(platform::ActivationPolicy policy) override { policy_ = policy; }
@@ -19,7 +20,7 @@ public:
     }
     void terminate() override { isTerminated_ = true; }
 
-    std::set<std::string> windows; ///< titles of those that are open
+    std::set<std::string> windows; ///< titles of the open windows
     const std::string& front() const { return front_; }
 
     platform::ActivationPolicy policy() const { return policy_; }

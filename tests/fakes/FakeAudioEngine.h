@@ -13,11 +13,11 @@
 
 namespace sonvale::tests {
 
-/// The microphone behind `FakeAudioEngines`, in the hands of a test. Any thread; what is spoken reaches the
-/// tap inside the call.
+/// The microphone of `FakeAudioEngines`, controlled by a test. Any thread. Spoken samples reach the tap
+/// inside the call.
 class FakeMicrophone {
 public:
-    /// Of engines that are made from now on; 0 channels stand for no input.
+    /// Sets the format of later engines; 0 channels mean no input.
     void setFormat(platform::AudioFormat format) {
         const std::lock_guard lock(mutex_);
         format_ = format;
@@ -29,33 +29,33 @@ public:
         startFailure_ = std::move(text);
     }
 
-    /// Samples that arrive inside the next successful or failing `start()`, before it returns or throws.
+    /// Delivers these samples inside the next `start()`, successful or not, before it returns or throws.
     void speakDuringNextStart(std::vector<float> samples) {
         const std::lock_guard lock(mutex_);
         spokenDuringStart_ = std::move(samples);
     }
 
-    /// Captures `samples` on channel 0 and their negatives on the others, in buffers of the tap's size; what
-    /// does not fill a buffer waits for more, or for the tap's removal. Nothing when no engine runs.
+    /// Captures `samples` on channel 0 and their negatives on the others, in buffers of the tap's size. An
+    /// unfinished buffer waits for more samples, or for the tap's removal. Does nothing if no engine runs.
     void speak(const std::vector<float>& samples) {
         if (const auto session = running())
             session->take(samples);
     }
 
-    /// Samples that the device holds for now: they reach the tap with the next `drain()`, as `speak` would
-    /// bring them. Lost without one.
+    /// Adds samples that the device holds: the next `drain()` delivers them to the tap, as `speak` would.
+    /// Without one they are lost.
     void speakIntoDevice(const std::vector<float>& samples) {
         if (const auto session = running())
             session->hold(samples);
     }
 
-    /// Hands `buffer` to the tap as it is.
+    /// Passes `buffer` to the tap unchanged.
     void deliver(const platform::PcmBufferPtr& buffer) {
         if (const auto session = running())
             session->hand(buffer);
     }
 
-    /// The device goes in the middle of a capture, or before the next one.
+    /// Removes the device during a capture, or before the next one.
     void unplug() {
         if (const auto session = running()) {
             session->flush();
@@ -64,14 +64,14 @@ public:
         setFormat({});
     }
 
-    /// What engines were told, in order: "make", "installTap", "start", "drain", "removeTap", "stop",
-    /// "destroy".
+    /// Returns the calls that engines received, in order: "make", "installTap", "start", "drain",
+    /// "removeTap", "stop", "destroy".
     std::vector<std::string> calls() const {
         const std::lock_guard lock(mutex_);
         return calls_;
     }
 
-    /// Number of engines that were made.
+    /// Returns the number of engines that were made.
     int madeCount() const {
         const std::lock_guard lock(mutex_);
         return static_cast<int>(std::count(calls_.begin(), calls_.end(), "make"));
@@ -83,7 +83,7 @@ private:
     friend class FakeAudioEngine;
     friend class FakeAudioEngines;
 
-    /// One engine's capture.
+    /// The capture of one engine.
     struct Session {
         explicit Session(platform::AudioFormat f)
             : format(f) {}
@@ -129,7 +129,7 @@ private:
         }
 
         void hand(const platform::PcmBufferPtr& buffer) {
-            // Held while the block runs, as letting go of the tap waits for it.
+            // Held while the block runs, because the removal of the tap waits for it.
             const std::lock_guard lock(tapMutex);
             if (tap)
                 tap(buffer);
@@ -170,7 +170,7 @@ private:
     std::optional<std::string> startFailure_;
     std::vector<float> spokenDuringStart_;
     std::vector<std::string> calls_;
-    std::shared_ptr<Session> session_; ///< of the engine that was started last
+    std::shared_ptr<Session> session_; ///< the session of the engine that was started last
 };
 
 class FakeAudioEngine final : public platform::AudioEngine {

@@ -14,22 +14,23 @@
 
 namespace sonvale::tests {
 
-/// Keeps what is written in memory, beside a small real file at each path, so that deletion is the real one.
+/// Keeps the written audio in memory, and makes a small real file at each path, so that files are really
+/// deleted.
 class FakeAudioFiles final : public platform::AudioFiles {
 public:
-    /// The test's side. Any thread.
+    /// The operations for tests. Any thread.
     class Control {
     public:
-        /// Makes every `create` throw `text`, until given none.
+        /// Makes every `create` throw `text`, until called with nullopt.
         void failCreating(std::optional<std::string> text) { set(createFailure_, std::move(text)); }
-        /// Loses every buffer that is written, and makes the file's `close` throw `text`; until given none.
+        /// Loses every written buffer and makes the file's `close` throw `text`, until called with nullopt.
         void failWriting(std::optional<std::string> text) { set(writeFailure_, std::move(text)); }
-        /// Makes every `close` throw `text`, until given none.
+        /// Makes every `close` throw `text`, until called with nullopt.
         void failClosing(std::optional<std::string> text) { set(closeFailure_, std::move(text)); }
-        /// Makes every `read` throw `text`, until given none.
+        /// Makes every `read` throw `text`, until called with nullopt.
         void failReading(std::optional<std::string> text) { set(readFailure_, std::move(text)); }
 
-        /// Paths of all files that were made, in order.
+        /// Returns the paths of all created files, in order.
         std::vector<std::filesystem::path> created() const {
             const std::lock_guard lock(mutex_);
             return created_;
@@ -37,11 +38,12 @@ public:
 
         platform::AudioFormat format(const std::filesystem::path& path) const { return at(path).format; }
         bool isClosed(const std::filesystem::path& path) const { return at(path).isClosed; }
-        /// The very buffers that were written, in order.
+        /// Returns the written buffers themselves, in order.
         std::vector<platform::PcmBufferPtr> written(const std::filesystem::path& path) const {
             return at(path).buffers;
         }
-        /// Samples of one channel of everything that was written, as they were at the time of writing.
+        /// Returns the samples of one channel of everything that was written, as they were at the time of
+        /// writing.
         std::vector<float> samples(const std::filesystem::path& path, std::size_t channel = 0) const {
             return at(path).samples.at(channel);
         }
@@ -113,7 +115,7 @@ private:
             try {
                 close();
             } catch (const platform::AudioFileError&) {
-                // The port's rule: the end of a writer drops the error of its closing.
+                // The port says that the destructor ignores the error of closing.
             }
         }
 
@@ -150,7 +152,7 @@ private:
         bool isClosed_ = false;
     };
 
-    /// Nearest samples; channels averaged.
+    /// Takes the nearest samples and averages the channels.
     static platform::PcmBufferPtr converted(const Control::File& file, const platform::AudioFormat& format) {
         const std::size_t frames = file.samples.empty() ? 0 : file.samples.front().size();
         const double step = file.format.sampleRate / format.sampleRate;

@@ -10,12 +10,12 @@
 
 namespace sonvale::tests {
 
-/// The body of an answer that is read line by line: the test gives its bytes when it likes. Any thread.
+/// The body of an answer that is read line by line. The test gives its bytes. Any thread.
 class FakeBody {
 public:
     using Line = std::optional<std::string>;
 
-    // The test's side. Nothing happens any more after an end.
+    // The operations for tests. They do nothing after an end.
 
     void give(const std::string& bytes) {
         change([&] {
@@ -23,7 +23,7 @@ public:
                 take(byte);
         });
     }
-    /// The answer is complete.
+    /// Completes the answer.
     void end() {
         change([&] {
             if (!open_.empty())
@@ -31,24 +31,24 @@ public:
             isEnded_ = true;
         });
     }
-    /// It breaks off.
+    /// Breaks the answer off.
     void fail(platform::UrlError error) {
         change([&] { breakOff(std::move(error)); });
     }
     void fail(platform::UrlError::Code code) { fail(platform::UrlError(code, "The request failed.")); }
 
-    /// Whether the connection stands: it has neither ended nor been closed by whoever read it.
+    /// Returns whether the connection is open: it has not ended, and its reader has not closed it.
     bool isOpen() const {
         const std::lock_guard lock(mutex_);
         return !isEnded_;
     }
-    /// Whether it was closed by whoever read it, before it had ended.
+    /// Returns whether the reader has closed it before its end.
     bool wasClosed() const {
         const std::lock_guard lock(mutex_);
         return wasClosed_;
     }
 
-    // The reader's side.
+    // The operations of the reader.
 
     void next(runtime::Continuation<Line> reader) {
         {
@@ -68,7 +68,7 @@ public:
     }
 
 private:
-    /// Then answers the reader who waits, when there is an answer.
+    /// Applies the change, then answers the waiting reader if there is an answer.
     template <class Change>
     void change(Change what) {
         std::optional<runtime::Continuation<Line>> reader;
@@ -94,7 +94,7 @@ private:
             reader->resume(std::move(line));
     }
 
-    // With `mutex_` held.
+    // The operations below need `mutex_` locked.
 
     void take(char byte) {
         const bool isSecondHalf = std::exchange(isBehindReturn_, byte == '\r') && byte == '\n';
@@ -116,7 +116,7 @@ private:
     }
 
     mutable std::mutex mutex_;
-    std::deque<std::string> lines_; ///< guarded by `mutex_`, as all below
+    std::deque<std::string> lines_; ///< guarded by `mutex_`, like the fields below
     std::string open_;
     bool isBehindReturn_ = false;
     bool isEnded_ = false;

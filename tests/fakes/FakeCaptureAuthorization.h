@@ -9,11 +9,11 @@
 
 namespace sonvale::tests {
 
-/// A grant that a test gives and takes away. Who asks is answered by the present status, unless a prompt is
-/// to wait for the test.
+/// A permission that a test gives and removes. A request is answered with the present status, unless the test
+/// shows a prompt.
 class FakeCaptureAuthorization final : public platform::CaptureAuthorization {
 public:
-    /// The test's side. Any thread.
+    /// The operations for tests. Any thread.
     class Control {
     public:
         void setStatus(platform::CaptureStatus status) {
@@ -24,17 +24,17 @@ public:
             const std::lock_guard lock(mutex_);
             recordPermission_ = permission;
         }
-        /// Runs inside each question for the status.
+        /// Sets a function that runs inside each question for the status.
         void setOnStatus(std::function<void()> onStatus) {
             const std::lock_guard lock(mutex_);
             onStatus_ = std::move(onStatus);
         }
-        /// From now on who asks has to wait for `answer`.
+        /// Makes later requests wait for `answer`.
         void showPrompt() {
             const std::lock_guard lock(mutex_);
             isPromptShown_ = true;
         }
-        /// Answers all who wait, on the caller's thread.
+        /// Answers all waiting requests, on the caller's thread.
         void answer(bool isGranted) {
             std::vector<std::function<void(bool)>> waiting;
             {
@@ -44,12 +44,12 @@ public:
             for (const auto& each : waiting)
                 each(isGranted);
         }
-        /// How often the status was asked for.
+        /// Returns the number of questions for the status.
         int queries() const {
             const std::lock_guard lock(mutex_);
             return queries_;
         }
-        /// How often the user was to be asked.
+        /// Returns the number of requests to the user.
         int requests() const {
             const std::lock_guard lock(mutex_);
             return requests_;

@@ -12,35 +12,35 @@ namespace sonvale::tests {
 
 /// A key tap whose keyboard is the test: `control()` types, and the callback runs inside the call that types.
 ///
-/// It has no thread of its own; whatever thread types or calls `Control::runBlocks()` stands for the tap's
-/// thread, one at a time.
+/// It has no thread of its own. Any thread that types or calls `Control::runBlocks()` is the tap's thread for
+/// that time, one at a time.
 class FakeEventTap final : public platform::EventTap {
 public:
-    /// What only tests call. From any thread, unless said otherwise.
+    /// The operations for tests. Any thread, unless they say otherwise.
     class Control {
     public:
         explicit Control(FakeEventTap& tap)
             : tap_(tap) {}
 
-        /// What `probe()` and `start()` answer from now on. True at first.
+        /// Sets the result of `probe()` and `start()`. True at first.
         void setPermitted(bool permitted) {
             tap_.permitted_ = permitted;
             tap_.startPermitted_ = permitted;
         }
-        /// What `start()` alone answers from now on.
+        /// Sets the result of `start()` only.
         void setStartPermitted(bool permitted) { tap_.startPermitted_ = permitted; }
 
-        /// Runs inside each call of `probe()`, on its thread.
+        /// Sets a function that runs inside each call of `probe()`, on its thread.
         void setOnProbe(std::function<void()> onProbe) {
             const std::lock_guard lock(tap_.mutex_);
             tap_.onProbe_ = std::move(onProbe);
         }
         int probeCount() const { return tap_.probeCount_; }
 
-        /// Number of calls of `start()`, refused ones included.
+        /// Returns the number of calls of `start()`, including refused ones.
         int startCount() const { return tap_.startCount_; }
         int enableCount() const { return tap_.enableCount_; }
-        /// Number of calls of `maskHeldKeys()`.
+        /// Returns the number of calls of `maskHeldKeys()`.
         int maskCount() const { return tap_.maskCount_; }
         bool isRunning() const {
             const std::lock_guard lock(tap_.mutex_);
@@ -52,9 +52,9 @@ public:
             return tap_.swallowable_;
         }
 
-        /// Runs waiting blocks, then the callback with the event as it is given. Returns what becomes of the
-        /// event: `swallow` only when the callback says so and the combination is swallowable. `pass` when
-        /// the tap is not running.
+        /// Runs the waiting blocks, then the callback with this event. Returns what happens to the event:
+        /// `swallow` only if the callback says so and the combination is swallowable, and `pass` if the tap
+        /// does not run.
         platform::KeyVerdict send(const platform::KeyEvent& event) {
             runBlocks();
             const std::lock_guard turn(tap_.turn_);
@@ -65,7 +65,7 @@ public:
             return tap_.isSwallowable(event) ? verdict : platform::KeyVerdict::pass;
         }
 
-        /// A key goes down or up with the modifiers that are held by `holdModifiers`.
+        /// Presses or releases a key with the modifiers of `holdModifiers`.
         platform::KeyVerdict keyDown(int keyCode) {
             return send({platform::KeyEvent::Type::keyDown, keyCode, tap_.flags_});
         }
@@ -73,24 +73,24 @@ public:
             return send({platform::KeyEvent::Type::keyUp, keyCode, tap_.flags_});
         }
 
-        /// The modifiers that are held from now on; one flags-changed event tells of it. `keyCode` names the
-        /// modifier key, where a test cares.
+        /// Sets the held modifiers; one flags-changed event reports it. `keyCode` is the modifier key, for
+        /// tests that need it.
         platform::KeyVerdict holdModifiers(std::uint64_t flags, int keyCode = -1) {
             tap_.flags_ = flags;
             return send({platform::KeyEvent::Type::flagsChanged, keyCode, flags});
         }
 
-        /// The system stops the tap: the callback gets `tapDisabled`.
+        /// Stops the tap as the system does: the callback gets `tapDisabled`.
         void disable() { send({platform::KeyEvent::Type::tapDisabled, 0, 0}); }
 
-        /// Runs the blocks of `perform` that wait, those that they add included.
+        /// Runs the waiting blocks of `perform`, including those that they add.
         void runBlocks() {
             const std::lock_guard turn(tap_.turn_);
             while (auto block = tap_.takeBlock())
                 block();
         }
 
-        /// Another program keeps the combination: `onTaken` is told as the port says.
+        /// Takes the combination as another program does: `onTaken` is called as the port says.
         void take(platform::KeyCombination combination) {
             const std::lock_guard turn(tap_.turn_);
             if (const auto onTaken = tap_.takerFor(combination))
@@ -174,7 +174,7 @@ private:
         if (event.type != platform::KeyEvent::Type::keyDown && event.type != platform::KeyEvent::Type::keyUp)
             return false;
         const std::lock_guard lock(mutex_);
-        // A key up is kept from the application as well, also when its modifier went up first.
+        // The release of a key is swallowed too, even if its modifier was released first.
         return std::any_of(swallowable_.begin(), swallowable_.end(), [&](const auto& combination) {
             return combination.keyCode == event.keyCode &&
                    (combination.modifiers == (event.flags & platform::modifier::mask) ||

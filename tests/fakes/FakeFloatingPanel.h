@@ -9,13 +9,13 @@
 
 namespace sonvale::tests {
 
-/// A ring that nobody sees. Test side: what is shown and everything that was asked of it.
+/// A ring without a screen. Records for the test what is shown and all calls.
 class FakeFloatingPanel final : public platform::FloatingPanel {
 public:
     struct Shown {
         platform::RecordingState state = platform::RecordingState::idle;
         float level = 0;
-        int panel = 0; ///< the first panel is 1, the one after a `hide` 2, and so on
+        int panel = 0; ///< 1 for the first panel, 2 after a `hide`, and so on
         friend bool operator==(const Shown&, const Shown&) = default;
     };
 
@@ -39,13 +39,13 @@ public:
             onChange_(std::nullopt);
     }
 
-    /// Calls `observer` after each `show` with its state, and after each `hide` with none.
+    /// Calls `observer` after each `show` with its state, and after each `hide` with nullopt.
     void setOnChange(std::function<void(std::optional<platform::RecordingState>)> observer) {
         onChange_ = std::move(observer);
     }
 
     const std::optional<Shown>& shown() const { return shown_; }
-    /// What each `show` left on the screen.
+    /// Returns what was on the screen after each `show`.
     const std::vector<Shown>& history() const { return history_; }
 
 private:

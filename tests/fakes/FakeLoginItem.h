@@ -4,17 +4,17 @@
 
 namespace sonvale::tests {
 
-/// A login item that a test looks at, turns off behind the program's back, and can make fail.
+/// A login item that a test reads, turns off as another tool would, and makes fail.
 class FakeLoginItem final : public platform::LoginItem {
 public:
-    /// The test's side. Main actor.
+    /// The operations for tests. Main actor.
     class Control {
     public:
-        /// Whether the program would be started.
+        /// Returns whether the program would be started.
         bool isEnabled() const { return isEnabled_; }
-        /// As another tool does.
+        /// Turns it on or off as another tool does.
         void setEnabled(bool isEnabled) { isEnabled_ = isEnabled; }
-        /// From now on registering and unregistering throw; what is registered stays.
+        /// Makes later registrations and unregistrations throw; the registration then stays.
         void setFailing(bool isFailing) { isFailing_ = isFailing; }
         int registrations() const { return registrations_; }
         int unregistrations() const { return unregistrations_; }

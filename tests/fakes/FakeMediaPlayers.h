@@ -10,10 +10,10 @@ namespace sonvale::tests {
 /// Players whose state a test reports.
 class FakeMediaPlayers final : public platform::MediaPlayers {
 public:
-    /// What only tests call. Main actor.
+    /// The operations for tests. Main actor.
     class Control {
     public:
-        /// A player reports that it plays, or that it does not.
+        /// Reports that a player plays, or that it does not.
         void report(bool isPlaying) {
             isPlaying_ = isPlaying;
             if (observer_)
@@ -21,9 +21,9 @@ public:
         }
         /// Calls `observer` each time the command is sent.
         void setOnToggle(std::function<void()> observer) { onToggle_ = std::move(observer); }
-        /// How often the command was sent.
+        /// Returns how often the command was sent.
         int toggles() const { return toggles_; }
-        /// Whether the player plays, by its reports and the commands that it was sent.
+        /// Returns whether the player plays, by its reports and the commands that it received.
         bool isPlaying() const { return isPlaying_; }
 
     private:
@@ -39,7 +39,7 @@ public:
     void setOnPlaybackChange(std::function<void(bool isPlaying)> observer) override {
         control_.observer_ = std::move(observer);
     }
-    /// The player does as it is told, and reports it.
+    /// The player obeys and reports its new state.
     void togglePlayPause() override {
         ++control_.toggles_;
         if (control_.onToggle_)

@@ -18,10 +18,10 @@ public:
     /// The type of plain text.
     static constexpr const char* plainText = "public.utf8-plain-text";
 
-    /// What only tests call. From any thread.
+    /// The operations for tests. Any thread.
     class Control {
     public:
-        /// Another program copies.
+        /// Changes the contents as another program does.
         void copyElsewhere(Items items) {
             const std::lock_guard lock(mutex_);
             items_ = std::move(items);
@@ -29,7 +29,7 @@ public:
         }
         void copyElsewhere(const std::string& text) { copyElsewhere({textItem(text)}); }
 
-        /// What another program would paste.
+        /// Returns what another program would paste.
         Items contents() const {
             const std::lock_guard lock(mutex_);
             return items_;
@@ -39,19 +39,19 @@ public:
             return textOf(items_);
         }
 
-        /// From now on the system cannot be asked: reading answers with nothing, writing does nothing.
+        /// Makes the system unavailable: reading returns nullopt, writing does nothing.
         void setUnavailable(bool isUnavailable) {
             const std::lock_guard lock(mutex_);
             isUnavailable_ = isUnavailable;
         }
 
-        /// All calls of the port so far, in order.
+        /// Returns all calls of the port so far, in order.
         std::vector<Call> calls() const {
             const std::lock_guard lock(mutex_);
             return calls_;
         }
 
-        /// How many calls have asked to read ahead, and to drop what was read.
+        /// Returns how many calls have started or dropped a prefetch.
         int prefetches() const {
             const std::lock_guard lock(mutex_);
             return prefetches_;
@@ -61,7 +61,8 @@ public:
             return drops_;
         }
 
-        /// Called at the end of each call of the port but those two, on its thread.
+        /// Sets a function that is called at the end of each call of the port except those two, on its
+        /// thread.
         void setOnCall(std::function<void(Call)> onCall) {
             const std::lock_guard lock(mutex_);
             onCall_ = std::move(onCall);

@@ -10,11 +10,11 @@ namespace sonvale::tests {
 /// A link whose state a test reports.
 class FakePathMonitor final : public platform::PathMonitor {
 public:
-    /// What only tests call.
+    /// The operations for tests.
     class Control {
     public:
         bool isStarted() const { return handler_ != nullptr; }
-        /// On the calling thread.
+        /// Reports a path on the calling thread.
         void report(const platform::NetworkPath& path) {
             if (handler_)
                 handler_(path);

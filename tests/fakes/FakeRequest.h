@@ -37,7 +37,7 @@ inline std::optional<std::string> headerOf(const std::vector<platform::HttpHeade
 /// A request as the test sees and answers it. Any thread.
 class FakeRequest {
 public:
-    /// `answerBody` of an answer that is read line by line; null for one that is wanted whole.
+    /// `answerBody` is for an answer that is read line by line; null for one that is received as a whole.
     FakeRequest(int sessionIndex, const platform::UrlRequest& request,
                 std::shared_ptr<FakeBody> answerBody = nullptr)
         : session(sessionIndex)
@@ -49,12 +49,12 @@ public:
         , lines(std::move(answerBody))
         , live_(request.body) {}
 
-    /// The first header of exactly this name.
+    /// Returns the first header with exactly this name.
     std::optional<std::string> header(const std::string& name) const {
         return detail::headerOf(headers, name);
     }
 
-    /// The first answer counts; false for the others.
+    /// Answers the request. Returns false if it was already answered.
     bool answer(platform::UrlResponse response) {
         if (lines) {
             lines->give(std::exchange(response.body, {}));
@@ -62,7 +62,7 @@ public:
         }
         return answerHead(std::move(response));
     }
-    /// Of an answer that is read line by line; what follows is up to `lines`.
+    /// Answers with the head of an answer that is read line by line; `lines` gives the rest.
     bool answerHead(platform::UrlResponse response) {
         return end([&](const auto& waiting) { return waiting.resume(std::move(response)); });
     }
@@ -77,7 +77,7 @@ public:
         return fail(platform::UrlError(code, description));
     }
 
-    /// Whether its call has ended, by an answer, an error or a cancellation.
+    /// Returns whether its call has ended, by an answer, an error or a cancellation.
     bool isEnded() const {
         const std::lock_guard lock(mutex_);
         return isEnded_;
@@ -86,17 +86,16 @@ public:
         const std::lock_guard lock(mutex_);
         return wasCancelled_;
     }
-    /// The very bytes that the caller gave, which it may since have overwritten; null when it has let go of
-    /// them.
+    /// Returns the caller's own bytes, which it may have overwritten since; null if it has released them.
     std::shared_ptr<const std::vector<std::byte>> liveBody() const { return live_.lock(); }
 
-    const int session; ///< place of its session in `Control::sessions()`
+    const int session; ///< index of its session in `Control::sessions()`
     const std::string method;
     const std::string url;
     const std::vector<platform::HttpHeader> headers;
-    const std::optional<std::string> body; ///< a copy of when the request was made
+    const std::optional<std::string> body; ///< a copy, made with the request
     const double timeoutSeconds;
-    const std::shared_ptr<FakeBody> lines; ///< of an answer that is read line by line; else null
+    const std::shared_ptr<FakeBody> lines; ///< for an answer that is read line by line, else null
 
 private:
     friend class FakeUrlSessions;
@@ -136,7 +135,7 @@ private:
     const std::weak_ptr<const std::vector<std::byte>> live_;
     mutable std::mutex mutex_;
     std::optional<runtime::Continuation<platform::UrlResponse>>
-        waiting_; ///< guarded by `mutex_`, as all below
+        waiting_; ///< guarded by `mutex_`, like the fields below
     bool isEnded_ = false;
     bool wasCancelled_ = false;
 };

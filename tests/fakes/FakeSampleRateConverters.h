@@ -13,9 +13,9 @@ namespace sonvale::tests {
 class FakeSampleRateConverters final : public platform::SampleRateConverters {
 public:
     struct Control {
-        std::atomic<bool> refuses = false;      ///< there is no conversion from any format
-        std::atomic<bool> fails = false;        ///< conversions throw
-        std::atomic<bool> producesNone = false; ///< conversions give no frame
+        std::atomic<bool> refuses = false;      ///< whether every format is refused
+        std::atomic<bool> fails = false;        ///< whether conversions throw
+        std::atomic<bool> producesNone = false; ///< whether conversions give no frame
         std::atomic<int> made = 0;
         std::atomic<int> resets = 0;
     };

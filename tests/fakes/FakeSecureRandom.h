@@ -8,23 +8,23 @@
 
 namespace sonvale::tests {
 
-/// A random source whose bytes repeat from run to run, and which fails when told to.
+/// A random source whose bytes are the same in every run, and which fails if a test says so.
 class FakeSecureRandom final : public platform::SecureRandom {
 public:
-    /// What a test sees and sets. Any thread.
+    /// The operations for tests. Any thread.
     class Control {
     public:
-        /// From now on filling fails with this status; 0 ends that.
+        /// Makes later calls fail with this status; 0 ends that.
         void failWith(std::int32_t status) {
             const std::lock_guard lock(mutex_);
             status_ = status;
         }
-        /// Sizes asked for so far, in order.
+        /// Returns the requested sizes so far, in order.
         std::vector<std::size_t> requests() const {
             const std::lock_guard lock(mutex_);
             return requests_;
         }
-        /// Everything given out so far, in order.
+        /// Returns all bytes so far, in order.
         std::vector<std::byte> given() const {
             const std::lock_guard lock(mutex_);
             return given_;

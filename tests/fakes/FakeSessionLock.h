@@ -10,7 +10,7 @@ namespace sonvale::tests {
 /// A session that a test locks.
 class FakeSessionLock final : public platform::SessionLock {
 public:
-    /// What only tests call. Main actor.
+    /// The operations for tests. Main actor.
     class Control {
     public:
         void setLocked(bool isLocked) {

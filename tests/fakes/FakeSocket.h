@@ -14,7 +14,7 @@
 
 namespace sonvale::tests {
 
-/// A socket as the other side sees it. Any thread.
+/// A socket as the server sees it. Any thread.
 class FakeSocket : public std::enable_shared_from_this<FakeSocket> {
 public:
     using Message = platform::WebSocketMessage;
@@ -37,23 +37,24 @@ public:
         const std::lock_guard lock(mutex_);
         return isOpen_ && !failure_;
     }
-    /// Whether it has failed, was closed or cancelled.
+    /// Returns whether it has failed, was closed or was cancelled.
     bool isEnded() const {
         const std::lock_guard lock(mutex_);
         return failure_.has_value();
     }
-    /// The codes of every `cancel`, in order; going away for one that was dropped without.
+    /// Returns the codes of every `cancel`, in order; "going away" for a socket that was destroyed without
+    /// one.
     std::vector<int> cancelCodes() const {
         const std::lock_guard lock(mutex_);
         return cancelCodes_;
     }
-    /// Whether the program has let go of it.
+    /// Returns whether the program has destroyed it.
     bool isDropped() const {
         const std::lock_guard lock(mutex_);
         return isDropped_;
     }
 
-    /// Ends a held handshake well: the sends that wait leave.
+    /// Completes a held handshake; the waiting sends then leave.
     void open() {
         {
             const std::lock_guard lock(mutex_);
@@ -63,7 +64,7 @@ public:
         }
         leave();
     }
-    /// Fails the handshake or the open socket: messages that were delivered are still received.
+    /// Fails the handshake or the open socket. Delivered messages can still be received.
     void fail(const platform::UrlError& error) {
         std::vector<runtime::Continuation<>> senders;
         std::optional<runtime::Continuation<Message>> receiver;
@@ -88,11 +89,11 @@ public:
     void fail(platform::UrlError::Code code, const std::string& description = "The socket failed.") {
         fail(platform::UrlError(code, description));
     }
-    /// What the program sees when the other side closes.
+    /// Closes the socket as the server does.
     void close() {
         fail(platform::UrlError::Code::networkConnectionLost, "The network connection was lost.");
     }
-    /// Fails the present and every later `receive`, once what was delivered is handed out; sends go on.
+    /// Fails the present and every later `receive` after the delivered messages; sends still work.
     void failReceive(const platform::UrlError& error) {
         std::optional<runtime::Continuation<Message>> receiver;
         {
@@ -123,13 +124,13 @@ public:
         }
     }
     void deliverText(std::string text) { deliver({Message::Kind::text, std::move(text)}); }
-    /// Messages that nobody has received yet.
+    /// Returns the number of messages that were not received yet.
     std::size_t undelivered() const {
         const std::lock_guard lock(mutex_);
         return incoming_.size();
     }
 
-    /// What left the program, in order; the sends that wait for the handshake are not among it.
+    /// Returns the sent messages, in order, without those that wait for the handshake.
     std::vector<Message> messages() const {
         const std::lock_guard lock(mutex_);
         return messages_;
@@ -140,18 +141,18 @@ public:
             texts.push_back(std::move(message.bytes));
         return texts;
     }
-    /// Number of sends that wait for the handshake.
+    /// Returns the number of sends that wait for the handshake.
     std::size_t waitingSends() const {
         const std::lock_guard lock(mutex_);
         return waiting_.size();
     }
 
-    /// From now on a send's message leaves, and the call waits until the test ends it.
+    /// Makes later sends wait, after their message has left, until the test completes them.
     void holdSends() {
         const std::lock_guard lock(mutex_);
         areSendsHeld_ = true;
     }
-    /// Completes the sends that are held, and later ones at once.
+    /// Completes the held sends; later ones complete at once.
     void releaseSends() {
         {
             const std::lock_guard lock(mutex_);
@@ -164,7 +165,7 @@ public:
         const std::lock_guard lock(mutex_);
         return held_.size();
     }
-    /// Ends the oldest held send; false when there is none.
+    /// Completes the oldest held send. Returns false if there is none.
     bool completeSend() {
         const auto sender = takeHeld();
         if (sender)
@@ -178,7 +179,7 @@ public:
         return sender.has_value();
     }
 
-    const int session; ///< place of its session in `Control::sessions()`
+    const int session; ///< index of its session in `Control::sessions()`
     const platform::UrlRequest request;
 
 private:
@@ -191,7 +192,7 @@ private:
         runtime::Continuation<> sender;
     };
 
-    /// True the first time.
+    /// Returns true at the first call.
     bool markResumed() {
         const std::lock_guard lock(mutex_);
         return !std::exchange(isResumed_, true);
@@ -275,7 +276,7 @@ private:
 
     const MessageHook onMessage_;
     mutable std::mutex mutex_;
-    bool isResumed_ = false; ///< guarded by `mutex_`, as all below
+    bool isResumed_ = false; ///< guarded by `mutex_`, like the fields below
     bool isOpen_ = false;
     bool isDropped_ = false;
     bool areSendsHeld_ = false;

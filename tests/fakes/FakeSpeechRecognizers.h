@@ -13,11 +13,11 @@
 
 namespace sonvale::tests {
 
-/// A recogniser whose answers a test gives; until it does, a recognition waits. A cancellation is answered at
+/// A recognizer whose answers a test gives; a recognition waits for its answer. A cancellation is answered at
 /// once, inside `cancel()`.
 class FakeSpeechRecognizers final : public platform::SpeechRecognizers {
 public:
-    /// One recognition as the test sees it; its calls answer on the caller's thread. Any thread.
+    /// One recognition, as the test sees it. Its calls answer on the caller's thread. Any thread.
     class Recognition final : public platform::SpeechRecognitionTask {
     public:
         Recognition(std::filesystem::path file, std::string locale,
@@ -33,7 +33,7 @@ public:
             if (const auto handler = currentHandler())
                 handler(nullptr, &error);
         }
-        /// An answer without a result and without an error.
+        /// Answers without a result and without an error.
         void answerNothing() {
             end();
             if (const auto handler = currentHandler())
@@ -57,12 +57,12 @@ public:
             const std::lock_guard lock(mutex_);
             return cancellations_;
         }
-        /// Whether it has had a last answer.
+        /// Returns whether it has had its last answer.
         bool isEnded() const {
             const std::lock_guard lock(mutex_);
             return isEnded_;
         }
-        /// Lets go of the handler; later answers reach nobody.
+        /// Destroys the handler; later answers are ignored.
         void drop() {
             platform::SpeechRecognizer::ResultHandler handler;
             const std::lock_guard lock(mutex_);
@@ -94,14 +94,14 @@ public:
         bool isEnded_ = false;
     };
 
-    /// The test's side. Any thread.
+    /// The operations for tests. Any thread.
     class Control {
     public:
         void setAuthorization(platform::SpeechAuthorization status) {
             const std::lock_guard lock(mutex_);
             authorization_ = status;
         }
-        /// Languages that have a recogniser; English at first.
+        /// Sets the languages that have a recognizer; English at first.
         void setLanguages(std::set<std::string> languages) {
             const std::lock_guard lock(mutex_);
             languages_ = std::move(languages);
@@ -110,8 +110,8 @@ public:
             const std::lock_guard lock(mutex_);
             isAvailable_ = isAvailable;
         }
-        /// Answers every later recognition with a final result. Against the port's rule that happens inside
-        /// `recognitionTask`: a test on one thread has nobody else who could do it.
+        /// Answers every later recognition with a final result. Against the port's rule, this happens inside
+        /// `recognitionTask`: in a test with one thread nothing else could do it.
         void answerWith(std::string words) {
             answerEachBy([words = std::move(words)](Recognition& recognition) { recognition.finish(words); });
         }
@@ -119,39 +119,39 @@ public:
         void failWith(platform::SpeechRecognitionError error) {
             answerEachBy([error = std::move(error)](Recognition& recognition) { recognition.fail(error); });
         }
-        /// As `answerWith`, by a call of `answer` for each recognition.
+        /// As `answerWith`, by calling `answer` for each recognition.
         void answerBy(std::function<void(Recognition&)> answer) { answerEachBy(std::move(answer)); }
-        /// Lets every later recognition wait again.
+        /// Makes every later recognition wait again.
         void hold() { answerEachBy(nullptr); }
-        /// Answers the recognitions that wait with a final result.
+        /// Answers the waiting recognitions with a final result.
         void answer(const std::string& words) {
             for (const auto& recognition : recognitions()) {
                 if (!recognition->isEnded())
                     recognition->finish(words);
             }
         }
-        /// How often a recogniser was told to get ready.
+        /// Returns how often a recognizer was prepared.
         int preparations() const {
             const std::lock_guard lock(mutex_);
             return preparations_;
         }
-        /// Number of recognitions that were started.
+        /// Returns the number of started recognitions.
         int startedCount() const { return static_cast<int>(recognitions().size()); }
 
-        /// What is said in a file, for `answerWaiting()`; nothing for silence.
+        /// Sets the words in a file, for `answerWaiting()`; empty for silence.
         void setWords(const std::filesystem::path& file, std::string words) {
             const std::lock_guard lock(mutex_);
             words_[file] = std::move(words);
         }
 
-        /// Every recognition that was started, in order.
+        /// Returns every started recognition, in order.
         std::vector<std::shared_ptr<Recognition>> recognitions() const {
             const std::lock_guard lock(mutex_);
             return recognitions_;
         }
 
-        /// Answers the recognitions that have not ended by the words of their files; a file without words is
-        /// one that cannot be read.
+        /// Answers the recognitions that have not ended with the words of their files. A file without words
+        /// cannot be read.
         void answerWaiting() {
             for (const auto& recognition : recognitions()) {
                 if (recognition->isEnded())
@@ -201,7 +201,7 @@ public:
 
     FakeSpeechRecognizers() = default;
     ~FakeSpeechRecognizers() override {
-        // A handler and its recognition may hold each other.
+        // A handler and its recognition may own each other.
         for (const auto& recognition : control_->recognitions())
             recognition->drop();
     }

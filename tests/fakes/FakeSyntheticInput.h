@@ -9,15 +9,15 @@
 
 namespace sonvale::tests {
 
-/// Key presses that are written down instead of sent.
+/// Key presses that are recorded instead of sent.
 class FakeSyntheticInput final : public platform::SyntheticInput {
 public:
     enum class Press { paste, undo, copy };
 
-    /// What only tests call. From any thread.
+    /// The operations for tests. Any thread.
     class Control {
     public:
-        /// All presses so far, in order.
+        /// Returns all presses so far, in order.
         std::vector<Press> presses() const {
             const std::lock_guard lock(mutex_);
             return presses_;
@@ -31,7 +31,8 @@ public:
             return number;
         }
 
-        /// Called inside each press, on the presser's thread: the front application's answer to it.
+        /// Sets a function that is called inside each press, on its thread: the reaction of the front
+        /// application.
         void setOnPress(std::function<void(Press)> onPress) {
             const std::lock_guard lock(mutex_);
             onPress_ = std::move(onPress);

@@ -7,27 +7,27 @@
 
 namespace sonvale::tests {
 
-/// An updater whose outcome a test chooses. Without one a check waits until the test gives it.
+/// An updater whose outcome a test chooses. Until then a check waits.
 class FakeUpdater final : public platform::Updater {
 public:
-    /// The test's side. Main actor.
+    /// The operations for tests. Main actor.
     class Control {
     public:
-        /// The outcome of the check that waits and of all later ones.
+        /// Sets the outcome of the waiting check and of all later ones.
         void answer(platform::UpdateOutcome outcome) {
             outcome_ = std::move(outcome);
             if (const auto waiting = std::exchange(waiting_, std::nullopt))
                 waiting->resume(*outcome_);
         }
-        /// Later checks wait again.
+        /// Makes later checks wait again.
         void hang() { outcome_.reset(); }
-        /// How many checks were begun.
+        /// Returns the number of started checks.
         int checks() const { return checks_; }
 
     private:
         friend class FakeUpdater;
         std::optional<platform::UpdateOutcome> outcome_;
-        std::optional<runtime::Continuation<platform::UpdateOutcome>> waiting_; ///< the last one alone
+        std::optional<runtime::Continuation<platform::UpdateOutcome>> waiting_; ///< only the last one
         int checks_ = 0;
     };
 

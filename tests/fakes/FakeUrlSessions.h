@@ -15,19 +15,19 @@
 
 namespace sonvale::tests {
 
-/// Sessions whose answers a test gives. Requests that have no scripted answer wait for the test's; sockets
-/// open as soon as they are resumed, and sends on them complete at once, unless the test holds them.
-/// Everything that waits ends with `cancelled` when it is destroyed.
+/// Sessions whose answers a test gives. A request without a scripted answer waits for the test. Sockets open
+/// as soon as they are resumed, and sends on them complete at once, unless the test holds them. The
+/// destruction ends every waiting call with `cancelled`.
 class FakeUrlSessions final : public platform::UrlSessions {
 public:
     struct SessionRecord {
         bool isInvalidated = false;
     };
 
-    /// The test's side. Any thread.
+    /// The operations for tests. Any thread.
     class Control {
     public:
-        /// Answers of the next requests, in the order of these calls.
+        /// Scripts the answers of the next requests, in the order of these calls.
         void answerNext(platform::UrlResponse response) { script(std::move(response)); }
         void answerNext(int status, std::string body) {
             script(platform::UrlResponse{status, {}, std::move(body)});
@@ -36,53 +36,53 @@ public:
         void failNext(platform::UrlError::Code code, const std::string& description = "The request failed.") {
             script(platform::UrlError(code, description));
         }
-        /// The next request waits until the test answers it.
+        /// Makes the next request wait until the test answers it.
         void hangNext() { script(std::monostate()); }
 
-        /// Called for every request once it waits and before a scripted answer; it may answer itself. On the
-        /// thread of the caller.
+        /// Sets a function that is called for every request when it waits and before a scripted answer; it
+        /// may answer the request itself. Called on the thread of the caller.
         void onRequest(std::function<void(FakeRequest&)> hook) {
             const std::lock_guard lock(mutex_);
             onRequest_ = std::move(hook);
         }
-        /// Called for every socket when it is resumed, before it opens.
+        /// Sets a function that is called for every socket when it is resumed, before it opens.
         void onSocket(std::function<void(FakeSocket&)> hook) {
             const std::lock_guard lock(mutex_);
             onSocket_ = std::move(hook);
         }
-        /// Called for every message that leaves a socket made after this call.
+        /// Sets a function that is called for every message that leaves a socket made after this call.
         void onMessage(FakeSocket::MessageHook hook) {
             const std::lock_guard lock(mutex_);
             onMessage_ = std::move(hook);
         }
-        /// Later sockets connect until the test opens or fails them.
+        /// Makes later sockets connect until the test opens or fails them.
         void holdHandshakes() {
             const std::lock_guard lock(mutex_);
             areHandshakesHeld_ = true;
         }
-        /// The handshakes of later sockets fail so; nothing lets them succeed again.
+        /// Makes the handshakes of later sockets fail with this error; nullopt lets them succeed again.
         void failHandshakes(std::optional<platform::UrlError> error) {
             const std::lock_guard lock(mutex_);
             handshakeFailure_ = std::move(error);
         }
 
-        /// Every session that was made, in order.
+        /// Returns every session, in order.
         std::vector<SessionRecord> sessions() const {
             const std::lock_guard lock(mutex_);
             return sessions_;
         }
-        /// Every request, in order; refused ones of an invalidated session or a cancelled task are not among
-        /// them.
+        /// Returns every request, in order, except those that an invalidated session or a cancelled task has
+        /// refused.
         std::vector<std::shared_ptr<FakeRequest>> requests() const {
             const std::lock_guard lock(mutex_);
             return requests_;
         }
-        /// The last request; null when there is none.
+        /// Returns the last request, or null if there is none.
         std::shared_ptr<FakeRequest> lastRequest() const {
             const std::lock_guard lock(mutex_);
             return requests_.empty() ? nullptr : requests_.back();
         }
-        /// Every socket, in order.
+        /// Returns every socket, in order.
         std::vector<std::shared_ptr<FakeSocket>> sockets() const {
             const std::lock_guard lock(mutex_);
             return sockets_;
@@ -182,13 +182,13 @@ public:
             }
         }
 
-        /// With `mutex_` held.
+        /// Needs `mutex_` locked.
         bool isInvalidated(int session) const {
             return isEnding_ || sessions_[static_cast<std::size_t>(session)].isInvalidated;
         }
 
         mutable std::mutex mutex_;
-        bool isEnding_ = false; ///< guarded by `mutex_`, as all below
+        bool isEnding_ = false; ///< guarded by `mutex_`, like the fields below
         bool areHandshakesHeld_ = false;
         std::optional<platform::UrlError> handshakeFailure_;
         std::function<void(FakeRequest&)> onRequest_;
@@ -223,7 +223,7 @@ private:
 
 namespace detail {
 
-/// Suspends until whoever `start` tells resumes, or the calling task is cancelled.
+/// Suspends until the continuation that `start` receives is resumed, or the calling task is cancelled.
 template <class T>
 runtime::Task<T> waitOrCancel(std::function<void(runtime::Continuation<T>)> start) {
     auto own = std::make_shared<std::optional<runtime::Continuation<T>>>();

@@ -9,21 +9,21 @@
 
 namespace sonvale::tests {
 
-/// A desktop whose front application and user a test chooses, and which opens whatever it is given.
+/// A desktop whose front application and user a test chooses. It opens every address.
 class FakeWorkspace final : public platform::Workspace {
 public:
-    /// What only tests call.
+    /// The operations for tests.
     class Control {
     public:
         void setFrontmost(std::optional<platform::FrontApplication> application) {
             application_ = std::move(application);
         }
-        /// How often the port was asked for the application in front.
+        /// Returns the number of questions for the front application.
         int questions() const { return questions_; }
 
-        /// Whether there is a program for addresses; true at first.
+        /// Sets whether there is a program for addresses; true at first.
         void setCanOpen(bool canOpen) { canOpen_ = canOpen; }
-        /// The addresses that were opened, in order.
+        /// Returns the opened addresses, in order.
         const std::vector<std::string>& opened() const { return opened_; }
 
         void setFullUserName(std::string name) { fullUserName_ = std::move(name); }
