@@ -1,14 +1,10 @@
 #include "adapters/freedesktop/MprisMediaPlayers.h"
 
-#include <QDBusArgument>
+#include "adapters/freedesktop/QtBus.h"
+
 #include <QDBusMessage>
-#include <QDBusMetaType>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QDBusVariant>
 #include <QStringList>
-#include <QVariantMap>
-#include <optional>
 
 namespace sonvale::adapters::freedesktop {
 
@@ -17,21 +13,10 @@ namespace {
 const QString playerNames = QStringLiteral("org.mpris.MediaPlayer2*");
 const QString playerPath = QStringLiteral("/org/mpris/MediaPlayer2");
 const QString playerInterface = QStringLiteral("org.mpris.MediaPlayer2.Player");
-const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
 const QString playbackStatus = QStringLiteral("PlaybackStatus");
 
 /// playerctld repeats the reports of the other players under its own name.
 const QString proxyName = QStringLiteral("org.mpris.MediaPlayer2.playerctld");
-
-/// Returns the properties of a report by their names, or nullopt if the report has another form.
-std::optional<QVariantMap> propertiesIn(const QVariant& value) {
-    if (value.metaType() != QMetaType::fromType<QDBusArgument>())
-        return std::nullopt;
-    const auto argument = value.value<QDBusArgument>();
-    if (argument.currentSignature() != QStringLiteral("a{sv}"))
-        return std::nullopt;
-    return qdbus_cast<QVariantMap>(argument);
-}
 
 } // namespace
 
@@ -77,31 +62,15 @@ void MprisMediaPlayers::propertiesChanged(const QDBusMessage& message) {
 }
 
 void MprisMediaPlayers::askForProxy() {
-    auto question = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/"), QStringLiteral("org.freedesktop.DBus"),
-        QStringLiteral("GetNameOwner"));
-    question << proxyName;
-    auto* answer = new QDBusPendingCallWatcher(bus_.asyncCall(question), this);
-    connect(answer, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* call) {
-        call->deleteLater();
-        // An error means that it does not run. Its start is announced.
-        if (const QDBusPendingReply<QString> reply = *call; reply.isValid())
-            ownerChanged(proxyName, QString(), reply.value());
-    });
+    // An error means that it does not run. Its start is announced.
+    askBus<QString>(bus_, nameOwnerQuestion(proxyName), this,
+                    [this](const QString& owner) { ownerChanged(proxyName, QString(), owner); });
 }
 
 void MprisMediaPlayers::askForState(const QString& player) {
-    auto question =
-        QDBusMessage::createMethodCall(player, playerPath, propertiesInterface, QStringLiteral("Get"));
-    question << playerInterface << playbackStatus;
-    question.setAutoStartService(false);
-    auto* answer = new QDBusPendingCallWatcher(bus_.asyncCall(question), this);
-    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, player](QDBusPendingCallWatcher* call) {
-        call->deleteLater();
-        // A player that does not answer has quit, or has no state to report.
-        if (const QDBusPendingReply<QDBusVariant> reply = *call; reply.isValid())
-            report(player, reply.value().variant());
-    });
+    // A player that does not answer has quit, or has no state to report.
+    askBus<QDBusVariant>(bus_, propertyQuestion(player, playerPath, playerInterface, playbackStatus), this,
+                         [this, player](const QDBusVariant& state) { report(player, state.variant()); });
 }
 
 void MprisMediaPlayers::report(const QString& player, const QVariant& status) {

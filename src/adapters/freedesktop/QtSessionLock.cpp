@@ -1,14 +1,12 @@
 #include "adapters/freedesktop/QtSessionLock.h"
 
-#include <QDBusArgument>
+#include "adapters/freedesktop/QtBus.h"
+
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QDBusVariant>
 #include <QStringList>
-#include <QVariantMap>
 #include <utility>
 
 namespace sonvale::adapters::freedesktop {
@@ -31,7 +29,6 @@ constexpr ScreenSaver screenSavers[] = {
 
 const QString logind = QStringLiteral("org.freedesktop.login1");
 const QString sessionInterface = QStringLiteral("org.freedesktop.login1.Session");
-const QString propertiesInterface = QStringLiteral("org.freedesktop.DBus.Properties");
 const QString lockedHint = QStringLiteral("LockedHint");
 
 } // namespace
@@ -68,29 +65,15 @@ void QtSessionLock::observeScreenSavers() {
 /// Asks for the owner of the name first: signals come from the owner, and Qt 6.8 does not say who has sent a
 /// reply.
 void QtSessionLock::findSaver(const QString& name, const QString& path) {
-    const auto bus = QStringLiteral("org.freedesktop.DBus");
-    auto question = QDBusMessage::createMethodCall(bus, QStringLiteral("/org/freedesktop/DBus"), bus,
-                                                   QStringLiteral("GetNameOwner"));
-    question << name;
-    auto* answer = new QDBusPendingCallWatcher(session_.asyncCall(question), this);
-    connect(answer, &QDBusPendingCallWatcher::finished, this,
-            [this, name, path](QDBusPendingCallWatcher* call) {
-                call->deleteLater();
-                // An error means that the desktop has another screen saver, or none.
-                if (const QDBusPendingReply<QString> reply = *call; reply.isValid())
-                    askWhetherActive(reply.value(), name, path);
-            });
+    // An error means that the desktop has another screen saver, or none.
+    askBus<QString>(session_, nameOwnerQuestion(name), this,
+                    [this, name, path](const QString& owner) { askWhetherActive(owner, name, path); });
 }
 
 void QtSessionLock::askWhetherActive(const QString& saver, const QString& interface, const QString& path) {
     const auto question = QDBusMessage::createMethodCall(saver, path, interface, QStringLiteral("GetActive"));
-    auto* answer = new QDBusPendingCallWatcher(session_.asyncCall(question), this);
-    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, saver](QDBusPendingCallWatcher* call) {
-        call->deleteLater();
-        // An error means that it has quit, or cannot lock.
-        if (const QDBusPendingReply<bool> reply = *call; reply.isValid())
-            setActive(saver, reply.value());
-    });
+    // An error means that it has quit, or cannot lock.
+    askBus<bool>(session_, question, this, [this, saver](bool isActive) { setActive(saver, isActive); });
 }
 
 void QtSessionLock::activeChanged(const QDBusMessage& message) {
@@ -105,14 +88,9 @@ void QtSessionLock::findSession() {
                                                    QStringLiteral("GetSession"));
     // The session of the caller, or else the visible one.
     question << QStringLiteral("auto");
-    question.setAutoStartService(false);
-    auto* answer = new QDBusPendingCallWatcher(system_.asyncCall(question), this);
-    connect(answer, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* call) {
-        call->deleteLater();
-        // An error means that the system has no logind, or that the user has no session there.
-        if (const QDBusPendingReply<QDBusObjectPath> reply = *call; reply.isValid())
-            observeSession(reply.value().path());
-    });
+    // An error means that the system has no logind, or that the user has no session there.
+    askBus<QDBusObjectPath>(system_, question, this,
+                            [this](const QDBusObjectPath& path) { observeSession(path.path()); });
 }
 
 void QtSessionLock::observeSession(const QString& path) {
@@ -124,30 +102,21 @@ void QtSessionLock::observeSession(const QString& path) {
 
 void QtSessionLock::sessionChanged(const QDBusMessage& message) {
     const auto arguments = message.arguments();
-    if (arguments.size() < 3 || arguments[1].metaType() != QMetaType::fromType<QDBusArgument>())
+    if (arguments.size() < 3)
         return;
-    const auto properties = arguments[1].value<QDBusArgument>();
-    if (properties.currentSignature() != QStringLiteral("a{sv}"))
+    const auto changed = propertiesIn(arguments[1]);
+    if (!changed)
         return;
-    const auto changed = qdbus_cast<QVariantMap>(properties);
-    if (const auto hint = changed.constFind(lockedHint); hint != changed.cend())
+    if (const auto hint = changed->constFind(lockedHint); hint != changed->cend())
         setHint(*hint);
     else if (arguments[2].toStringList().contains(lockedHint))
         askForHint();
 }
 
 void QtSessionLock::askForHint() {
-    auto question =
-        QDBusMessage::createMethodCall(logind, sessionPath_, propertiesInterface, QStringLiteral("Get"));
-    question << sessionInterface << lockedHint;
-    question.setAutoStartService(false);
-    auto* answer = new QDBusPendingCallWatcher(system_.asyncCall(question), this);
-    connect(answer, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* call) {
-        call->deleteLater();
-        // An error means that the session is over.
-        if (const QDBusPendingReply<QDBusVariant> reply = *call; reply.isValid())
-            setHint(reply.value().variant());
-    });
+    // An error means that the session is over.
+    askBus<QDBusVariant>(system_, propertyQuestion(logind, sessionPath_, sessionInterface, lockedHint), this,
+                         [this](const QDBusVariant& hint) { setHint(hint.variant()); });
 }
 
 void QtSessionLock::saverLeft(const QString& saver) {
