@@ -6,13 +6,10 @@
 #include "base/Log.h"
 
 #include <pthread.h>
-#include <sys/eventfd.h>
 #include <sys/resource.h>
-#include <unistd.h>
 
 #include <cassert>
 #include <csignal>
-#include <stdexcept>
 #include <utility>
 
 namespace sonvale::adapters::x11 {
@@ -50,15 +47,10 @@ X11EventTap::X11EventTap(const runtime::Clock& clock, std::shared_ptr<SyntheticK
                          std::string displayName)
     : displayName_(std::move(displayName))
     , clock_(clock)
-    , ledger_(std::move(ledger))
-    , wakeDescriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    if (wakeDescriptor_ < 0)
-        throw std::runtime_error("no descriptor left for the key tap");
-}
+    , ledger_(std::move(ledger)) {}
 
 X11EventTap::~X11EventTap() {
     stop();
-    close(wakeDescriptor_);
 }
 
 bool X11EventTap::probe() {
@@ -89,9 +81,7 @@ void X11EventTap::stop() {
     isStopping_ = true;
     // Otherwise a listener that waits for a hung server would block the caller.
     listener_->interrupt();
-    const std::uint64_t one = 1;
-    // The counter can only be full when the thread is awake anyway.
-    [[maybe_unused]] const auto written = write(wakeDescriptor_, &one, sizeof one);
+    wakeUp_.signal();
     thread_.join();
     listener_.reset();
     std::deque<std::function<void()>> dropped;
@@ -140,9 +130,7 @@ void X11EventTap::post(std::function<void()> block) {
     if (!isRunning_)
         return;
     blocks_.push_back(std::move(block));
-    const std::uint64_t one = 1;
-    // The counter can only be full when the thread is awake anyway.
-    [[maybe_unused]] const auto written = write(wakeDescriptor_, &one, sizeof one);
+    wakeUp_.signal();
 }
 
 void X11EventTap::run() {
@@ -188,10 +176,8 @@ bool X11EventTap::runBlocks() {
 }
 
 void X11EventTap::waitForWork() {
-    listener_->waitForInput(wakeDescriptor_);
-    std::uint64_t count = 0;
-    // Fails if only the server had something, and then there is nothing to read.
-    [[maybe_unused]] const auto read = ::read(wakeDescriptor_, &count, sizeof count);
+    listener_->waitForInput(wakeUp_.descriptor());
+    wakeUp_.clear();
 }
 
 } // namespace sonvale::adapters::x11

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "adapters/posix/WakeUp.h"
 #include "adapters/x11/SyntheticKeyLedger.h"
 
 #include "platform/EventTap.h"
@@ -54,7 +55,7 @@ private:
     const std::shared_ptr<SyntheticKeyLedger> ledger_;
     std::function<void(platform::KeyCombination)> onTaken_;
 
-    const int wakeDescriptor_; ///< an eventfd
+    const posix::WakeUp wakeUp_;
     std::unique_ptr<X11KeyListener> listener_;
     std::thread thread_;
     std::atomic<bool> isStopping_ = false;

@@ -1,18 +1,16 @@
 #include "adapters/x11/X11Pasteboard.h"
 
 #include "adapters/posix/BrokenPipeGuard.h"
+#include "adapters/posix/WakeUp.h"
 #include "adapters/x11/X11Clipboard.h"
 
 #include <pthread.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <condition_variable>
 #include <deque>
 #include <functional>
 #include <future>
 #include <mutex>
-#include <system_error>
 #include <thread>
 
 namespace sonvale::adapters::x11 {
@@ -33,9 +31,6 @@ struct Reading {
 class X11Pasteboard::Worker {
 public:
     Worker(const runtime::Clock& clock, const std::string& displayName) {
-        wakeDescriptor_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-        if (wakeDescriptor_ < 0)
-            throw std::system_error(errno, std::generic_category(), "eventfd");
         {
             const posix::BrokenPipeGuard guard;
             clipboard_ = std::make_unique<X11Clipboard>(clock, displayName);
@@ -52,12 +47,11 @@ public:
             const std::lock_guard lock(mutex_);
             isEnding_ = true;
         }
-        wake();
+        wakeUp_.signal();
         // Otherwise the thread would block while it sends to a server that has stopped reading.
         if (ended_.get_future().wait_for(maxEndTime) == std::future_status::timeout)
             clipboard_->disconnect();
         thread_.join();
-        close(wakeDescriptor_);
     }
 
     Worker(const Worker&) = delete;
@@ -103,7 +97,7 @@ public:
             const std::lock_guard lock(mutex_);
             orders_.push_back(std::move(order));
         }
-        wake();
+        wakeUp_.signal();
     }
 
     static constexpr std::chrono::milliseconds maxOrderTime{2500};
@@ -115,15 +109,13 @@ private:
         pthread_setname_np(pthread_self(), "clipboard");
         const posix::BrokenPipeGuard guard;
         while (runOrders())
-            clipboard_->serveAndWait(wakeDescriptor_);
+            clipboard_->serveAndWait(wakeUp_.descriptor());
         ended_.set_value();
     }
 
     /// Returns false if the thread must end.
     bool runOrders() {
-        std::uint64_t count = 0;
-        // Fails if the thread was not woken, which does not matter.
-        [[maybe_unused]] const auto size = ::read(wakeDescriptor_, &count, sizeof count);
+        wakeUp_.clear();
         std::unique_lock lock(mutex_);
         while (!orders_.empty()) {
             const auto order = std::move(orders_.front());
@@ -135,14 +127,8 @@ private:
         return !isEnding_;
     }
 
-    void wake() const {
-        const std::uint64_t one = 1;
-        // Fails only if the counter is full; the thread is then awake.
-        [[maybe_unused]] const auto size = ::write(wakeDescriptor_, &one, sizeof one);
-    }
-
     std::unique_ptr<X11Clipboard> clipboard_;
-    int wakeDescriptor_ = -1;
+    const posix::WakeUp wakeUp_;
     std::mutex mutex_;
     std::deque<std::function<void(X11Clipboard&)>> orders_; ///< guarded by `mutex_`
     bool isEnding_ = false;                                 ///< guarded by `mutex_`
