@@ -46,14 +46,11 @@ struct X11SyntheticInput::Situation {
     std::bitset<256> down;
     xcb_window_t window = XCB_WINDOW_NONE; ///< the window that gets the keys
     std::string windowClass;
+    double deadline = 0; ///< for the press and everything that it needs
 };
 
 void X11SyntheticInput::pressPaste() {
-    if (!isUsable())
-        return;
-    const auto& clock = connection_.clock();
-    double deadline = connection_.deadlineIn(maxPressSeconds);
-    const auto situation = readSituation(deadline);
+    auto situation = readSituation();
     if (!situation)
         return;
     const auto style = freedesktop::keyStyleOf(situation->windowClass);
@@ -62,51 +59,44 @@ void X11SyntheticInput::pressPaste() {
     const bool isPrimary = style == freedesktop::KeyStyle::xterm || style == freedesktop::KeyStyle::gvim ||
                            (style == freedesktop::KeyStyle::terminal && !hasLetter);
     if (isPrimary && offerPrimary_) {
+        const auto& clock = connection_.clock();
         const double before = clock.now();
         offerPrimary_();
-        deadline += clock.now() - before;
+        situation->deadline += clock.now() - before;
     }
     if (isPrimary || style == freedesktop::KeyStyle::emacs || !hasLetter)
-        press(shiftInsert, *situation, deadline);
+        press(shiftInsert, *situation);
     else
-        press(style == freedesktop::KeyStyle::terminal ? controlShiftV : controlV, *situation, deadline);
+        press(style == freedesktop::KeyStyle::terminal ? controlShiftV : controlV, *situation);
 }
 
 void X11SyntheticInput::pressCopy() {
-    if (!isUsable())
-        return;
-    const double deadline = connection_.deadlineIn(maxPressSeconds);
-    const auto situation = readSituation(deadline);
+    const auto situation = readSituation();
     if (!situation)
         return;
-    const bool isTerminal =
-        freedesktop::keyStyleOf(situation->windowClass) == freedesktop::KeyStyle::terminal;
-    const bool canCopy =
-        isTerminal ? hasMarkedText(*situation, deadline)
-                   : freedesktop::keyStyleOf(situation->windowClass) == freedesktop::KeyStyle::ordinary;
+    const auto style = freedesktop::keyStyleOf(situation->windowClass);
+    const bool isTerminal = style == freedesktop::KeyStyle::terminal;
+    const bool canCopy = isTerminal ? hasMarkedText(*situation) : style == freedesktop::KeyStyle::ordinary;
     if (!canCopy)
         return;
     if (!situation->map.find(XK_c))
-        press(controlInsert, *situation, deadline);
+        press(controlInsert, *situation);
     else
-        press(isTerminal ? controlShiftC : controlC, *situation, deadline);
+        press(isTerminal ? controlShiftC : controlC, *situation);
 }
 
 void X11SyntheticInput::pressUndo() {
-    if (!isUsable())
-        return;
-    const double deadline = connection_.deadlineIn(maxPressSeconds);
-    const auto situation = readSituation(deadline);
+    const auto situation = readSituation();
     if (!situation)
         return;
     switch (freedesktop::keyStyleOf(situation->windowClass)) {
     case freedesktop::KeyStyle::ordinary:
-        press(controlZ, *situation, deadline);
+        press(controlZ, *situation);
         break;
     case freedesktop::KeyStyle::terminal:
     case freedesktop::KeyStyle::xterm:
     case freedesktop::KeyStyle::emacs:
-        press(controlUnderscore, *situation, deadline);
+        press(controlUnderscore, *situation);
         break;
     case freedesktop::KeyStyle::gvim:
         // Its undo of insert mode also undoes what the user typed before.
@@ -114,7 +104,10 @@ void X11SyntheticInput::pressUndo() {
     }
 }
 
-std::optional<X11SyntheticInput::Situation> X11SyntheticInput::readSituation(double deadline) {
+std::optional<X11SyntheticInput::Situation> X11SyntheticInput::readSituation() {
+    if (!isUsable())
+        return std::nullopt;
+    const double deadline = connection_.deadlineIn(maxPressSeconds);
     // No events are selected on this connection. Errors arrive anyway and must not pile up.
     while (connection_.takeEvent()) {
     }
@@ -137,7 +130,8 @@ std::optional<X11SyntheticInput::Situation> X11SyntheticInput::readSituation(dou
         return std::nullopt;
     }
 
-    Situation situation{std::move(*keyboards), std::move(*map), keysDownIn(*keys), XCB_WINDOW_NONE, {}};
+    Situation situation{
+        std::move(*keyboards), std::move(*map), keysDownIn(*keys), XCB_WINDOW_NONE, {}, deadline};
     // If no window has the focus and there is no window manager, the window under the pointer gets the keys.
     const bool hasWindow = focus->focus > XCB_INPUT_FOCUS_POINTER_ROOT && focus->focus != connection_.root();
     situation.window = hasWindow ? focus->focus : pointer->child;
@@ -159,12 +153,12 @@ std::string X11SyntheticInput::classOf(xcb_window_t window, double deadline) {
     return {};
 }
 
-bool X11SyntheticInput::hasMarkedText(const Situation& situation, double deadline) {
-    const auto owner = connection_.selectionOwner(XCB_ATOM_PRIMARY, deadline);
+bool X11SyntheticInput::hasMarkedText(const Situation& situation) {
+    const auto owner = connection_.selectionOwner(XCB_ATOM_PRIMARY, situation.deadline);
     return owner && isSameClient(connection_, *owner, situation.window);
 }
 
-void X11SyntheticInput::press(const KeyChord& chord, const Situation& situation, double deadline) {
+void X11SyntheticInput::press(const KeyChord& chord, const Situation& situation) {
     auto strokes = strokesFor(chord, situation.map, situation.down);
     // The listener may not have read yet what other programs typed through XTEST before these strokes, and
     // would take the same keys for the program's own. No stroke before this release can be the program's. The
@@ -174,7 +168,7 @@ void X11SyntheticInput::press(const KeyChord& chord, const Situation& situation,
     X11KeySender(connection_, *extensions_, *ledger_)
         .send(situation.keyboards, situation.keyboards.xtest, strokes);
     switchToUserKeyboard(situation);
-    connection_.synchronize(deadline);
+    connection_.synchronize(situation.deadline);
 }
 
 void X11SyntheticInput::switchToUserKeyboard(const Situation& situation) {

@@ -41,10 +41,10 @@ private:
     /// What must be known before keys can be sent.
     struct Situation;
 
-    std::optional<Situation> readSituation(double deadline);
+    std::optional<Situation> readSituation();
     std::string classOf(xcb_window_t window, double deadline);
-    bool hasMarkedText(const Situation& situation, double deadline);
-    void press(const KeyChord& chord, const Situation& situation, double deadline);
+    bool hasMarkedText(const Situation& situation);
+    void press(const KeyChord& chord, const Situation& situation);
     void switchToUserKeyboard(const Situation& situation);
 
     const std::shared_ptr<SyntheticKeyLedger> ledger_;
