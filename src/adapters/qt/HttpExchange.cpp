@@ -76,8 +76,8 @@ HttpExchange::~HttpExchange() {
 
 void HttpExchange::close() {
     if (auto* reply = reply_.release()) {
-        // Disconnects only this object: Qt itself closes the connection by a signal of the reply. The reply
-        // must not be closed later: until then Qt may read the body.
+        // Disconnects only this object: Qt itself closes the connection by a signal of the reply. Deletes the
+        // reply at once, because Qt may read the body while the reply exists.
         reply->disconnect(this);
         if (reply->isRunning())
             reply->abort();
