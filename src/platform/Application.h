@@ -18,7 +18,7 @@ public:
     Application& operator=(const Application&) = delete;
     virtual ~Application() = default;
 
-    /// Applies to the open windows and to later ones.
+    /// Sets the policy for the open windows and for later ones.
     virtual void setActivationPolicy(ActivationPolicy policy) = 0;
 
     /// Shows the program's window with exactly this title in front of the others and gives it the keyboard.

@@ -145,7 +145,7 @@ public:
     UrlSessions& operator=(const UrlSessions&) = delete;
     virtual ~UrlSessions() = default;
 
-    /// Never null.
+    /// Makes a session; never null.
     virtual std::shared_ptr<UrlSession> makeEphemeral() = 0;
 };
 

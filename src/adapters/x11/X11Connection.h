@@ -72,8 +72,8 @@ public:
 
     /// Asks for a whole property of any type.
     xcb_get_property_cookie_t requestProperty(xcb_window_t window, xcb_atom_t name, bool andDelete = false);
-    /// Reads a whole property. Returns null if the window or the server does not answer. A property that does
-    /// not exist has the type XCB_ATOM_NONE.
+    /// Reads a whole property. Returns null if there is no such window or the server does not answer. A
+    /// property that does not exist has the type XCB_ATOM_NONE.
     XcbProperty property(xcb_window_t window, xcb_atom_t name, double deadline);
     /// As `property`, and deletes it.
     XcbProperty takeProperty(xcb_window_t window, xcb_atom_t name, double deadline);
