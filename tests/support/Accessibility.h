@@ -5,8 +5,9 @@
 
 namespace sonvale::tests {
 
-/// Does in a D-Bus session what screen readers do, so that its programs tell of themselves. There are some
-/// that tell nothing unless it is done before they start, Qt's neither unless the registry runs already.
+/// Turns accessibility on in a D-Bus session as screen readers do, so that programs report their contents.
+/// Some programs report nothing unless this happens before they start, and Qt's programs need a running
+/// registry too.
 void turnOnAccessibility(const std::map<std::string, std::string>& environment);
 
 } // namespace sonvale::tests

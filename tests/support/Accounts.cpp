@@ -22,7 +22,7 @@ namespace {
 using base::Json;
 
 constexpr std::size_t shortestPassword = 6;
-constexpr double socketTokenSeconds = 600; ///< as the answer says that hands one out
+constexpr double socketTokenSeconds = 600; ///< as the answer says that contains one
 
 double dateNow() {
     return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
@@ -32,7 +32,7 @@ std::string sameForEveryCase(const std::string& email) {
     return base::lowercased(base::trimmed(email));
 }
 
-/// What follows "Bearer " in the request's head; empty when there is none.
+/// Returns the text after "Bearer " in the request's head; empty if there is none.
 std::string bearerIn(const Request& head) {
     constexpr std::string_view scheme = "Bearer ";
     const auto value = head.header("Authorization");
@@ -44,7 +44,7 @@ struct Credentials {
     std::string password;
 };
 
-/// Why the body of a sign-in or sign-up is none, or what it holds.
+/// The reason why the body of a sign-in or sign-up is invalid, or its content.
 struct ParsedCredentials {
     std::optional<Credentials> credentials = {};
     std::string code = {};
@@ -75,11 +75,11 @@ struct Accounts::State {
         bool isUsed = false;
     };
     struct Fault {
-        std::optional<Answer> answer = {}; ///< nothing: the true one
+        std::optional<Answer> answer = {}; ///< nullopt means the real answer
         double delaySeconds = 0;
     };
 
-    // Each of these answers one request; the mutex is held.
+    // Each of these answers one request. They need the mutex locked.
     Answer logIn(const Request& request);
     Answer signUp(const Request& request);
     Answer refresh(const Request& request);
@@ -96,11 +96,11 @@ struct Accounts::State {
     Answer session(const User& user);
     Answer refuseSignIn(int status, const std::string& code, const std::string& message);
 
-    std::mutex mutex; // guards everything but the secret
+    std::mutex mutex; // guards everything except the secret
     const std::string secret = randomSecret();
     std::map<std::string, User> users; ///< by `sameForEveryCase`
     std::map<std::string, Refresh> refreshTokens;
-    std::map<std::string, double> socketTokens; ///< and when they expire
+    std::map<std::string, double> socketTokens; ///< and their times of expiry
     std::map<std::string, std::deque<Fault>> faults;
     double tokenSeconds = GivenSession{}.expiresInSeconds;
     bool confirmsSignUps = false;
@@ -112,7 +112,8 @@ Answer Accounts::State::logIn(const Request& request) {
     if (!parsed.credentials)
         return refuseSignIn(400, parsed.code, parsed.message);
     const auto* const user = find(parsed.credentials->email);
-    // An unknown address is not told from a wrong password: nobody can try out who has an account.
+    // An unknown address gets the same answer as a wrong password, so that no client can find out who has an
+    // account.
     if (user == nullptr || user->password != parsed.credentials->password)
         return refuseSignIn(400, "invalid_credentials", "Invalid login credentials");
     if (!user->isConfirmed)
@@ -134,7 +135,7 @@ Answer Accounts::State::signUp(const Request& request) {
     const auto place = users.emplace(
         sameForEveryCase(email), User{.email = email, .password = password, .isConfirmed = !confirmsSignUps});
     ++counts.signUps;
-    // There is no session to hand out before the link was followed.
+    // There is no session before the link was followed.
     if (confirmsSignUps)
         return authError(400, "email_not_confirmed", "Email not confirmed");
     return session(place.first->second);

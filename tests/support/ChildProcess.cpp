@@ -29,8 +29,8 @@ std::vector<std::string> environmentFor(const ChildProcess::Options& options) {
     }
     for (const auto& name : options.withoutEnvironment)
         variables.erase(name);
-    // The machine's own session is no part of a test, and without an address libraries start a bus that
-    // stays.
+    // The machine's own session is not part of a test, and without an address libraries start a bus that
+    // keeps running.
     variables["DBUS_SESSION_BUS_ADDRESS"] = "disabled:";
     for (const auto& [name, value] : options.environment)
         variables[name] = value;
@@ -63,9 +63,9 @@ ChildProcess::ChildProcess(Options options) {
     if (pid_ > 0)
         return;
 
-    // A group of its own, so that what it starts itself can be ended with it.
+    // A group of its own, so that its own children can be ended with it.
     setpgid(0, 0);
-    // A test that is killed must not leave servers behind.
+    // A test that is killed must not leave servers running.
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent)
         _exit(127);
@@ -124,7 +124,8 @@ std::optional<int> ChildProcess::wait(double seconds) {
 void ChildProcess::end() {
     if (pid_ <= 0)
         return;
-    // What a program leaves behind when it ends by itself (a clipboard's keeper, say) is meant to stay.
+    // If a program ends by itself, the programs that it leaves running (the keeper of a clipboard, for
+    // example) are meant to stay.
     if (!status_) {
         signal(SIGTERM);
         if (!wait(2)) {
@@ -159,7 +160,7 @@ TemporaryDirectory::TemporaryDirectory() {
 }
 
 TemporaryDirectory::~TemporaryDirectory() {
-    std::error_code ignored; // a test may have taken the folder's rights away; nothing depends on its going
+    std::error_code ignored; // a test may have removed the folder's rights; nothing depends on its removal
     std::filesystem::permissions(path_, std::filesystem::perms::owner_all, ignored);
     std::filesystem::remove_all(path_, ignored);
 }

@@ -9,16 +9,17 @@
 
 namespace sonvale::tests {
 
-/// A program that a test started. It is ended, and waited for, when the object goes.
+/// A program that a test has started. The destructor ends it and waits for it.
 class ChildProcess {
 public:
     struct Options {
-        std::vector<std::string> arguments; ///< the first is the program, looked up in PATH
-        /// Added to the test's own; a D-Bus session is only what is named here.
-        std::map<std::string, std::string> environment; ///< added to the test's own
-        std::vector<std::string> withoutEnvironment;    ///< taken out of it
-        std::string outputFile; ///< receives both output streams; empty: they are dropped
-        std::vector<std::pair<int, int>> descriptors; ///< of the test, and as which number the child has them
+        std::vector<std::string> arguments; ///< the first is the program, which is searched in PATH
+        /// Added to the test's own variables. A D-Bus session must be named here.
+        std::map<std::string, std::string> environment; ///< added to the test's own variables
+        std::vector<std::string> withoutEnvironment;    ///< removed from it
+        std::string outputFile; ///< receives both output streams; they are dropped if it is empty
+        std::vector<std::pair<int, int>>
+            descriptors; ///< the test's descriptors, and their numbers in the child
     };
 
     explicit ChildProcess(Options options);
@@ -29,7 +30,7 @@ public:
     pid_t pid() const { return pid_; }
     bool isRunning();
     void signal(int number) const;
-    /// Exit status, or 128 and the signal's number; absent when it still runs after `seconds`.
+    /// Returns the exit status, or 128 plus the signal's number, or nullopt if it still runs after `seconds`.
     std::optional<int> wait(double seconds);
     /// Ends it: SIGTERM, after 2 s SIGKILL.
     void end();
@@ -42,7 +43,7 @@ private:
 /// Runs a program to its end and returns its exit status.
 int run(std::vector<std::string> arguments, std::map<std::string, std::string> environment = {});
 
-/// Looks every few milliseconds, at most `seconds`, until `condition` holds; returns whether it does.
+/// Checks every few milliseconds, for up to `seconds`, until `condition` holds. Returns whether it does.
 template <class Condition>
 bool eventually(double seconds, Condition condition);
 
@@ -60,7 +61,7 @@ bool eventually(double seconds, Condition condition) {
     return true;
 }
 
-/// A folder of a test's own, 0700, gone with the object.
+/// A private folder of a test, 0700, which the destructor removes.
 class TemporaryDirectory {
 public:
     TemporaryDirectory();

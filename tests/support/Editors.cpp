@@ -16,7 +16,7 @@ namespace sonvale::tests {
 
 namespace {
 
-/// Windows come and go while they are looked at, which is no reason to end the test's process.
+/// Windows may be destroyed at any time, which must not end the test's process.
 class DisplayWithoutErrors {
 public:
     explicit DisplayWithoutErrors(const std::string& name)
@@ -32,7 +32,7 @@ public:
     }
     DisplayWithoutErrors(const DisplayWithoutErrors&) = delete;
     DisplayWithoutErrors& operator=(const DisplayWithoutErrors&) = delete;
-    // NOLINTNEXTLINE(google-explicit-constructor): it stands wherever Xlib takes a display
+    // NOLINTNEXTLINE(google-explicit-constructor): it is used wherever Xlib takes a display
     operator Display*() const { return display_; }
 
 private:
@@ -52,7 +52,7 @@ Window parentOf(Display* display, Window window) {
     return parent;
 }
 
-/// The topmost visible window, at any depth, whose class has `name` in it.
+/// Returns the topmost visible window, at any depth, whose class contains `name`.
 Window findWindow(Display* display, Window window, const std::string& name) {
     XClassHint hint{};
     if (XGetClassHint(display, window, &hint)) {
@@ -104,7 +104,7 @@ void activate(Display* display, Window window) {
     event.xclient.window = window;
     event.xclient.message_type = XInternAtom(display, "_NET_ACTIVE_WINDOW", False);
     event.xclient.format = 32;
-    event.xclient.data.l[0] = 2; // a pager: the window manager obeys without asking for a time
+    event.xclient.data.l[0] = 2; // a pager: the window manager obeys without a timestamp
     XSendEvent(display, DefaultRootWindow(display), False, SubstructureRedirectMask | SubstructureNotifyMask,
                &event);
     XSync(display, False);
@@ -130,7 +130,7 @@ std::vector<std::string> argumentsFor(Editor::Program program, const std::string
                                       const std::string& command, bool isAlone) {
     switch (program) {
     case Editor::Program::mousepad:
-        // A second one would hand its file to the first.
+        // A second instance would pass its file to the first.
         if (!isAlone)
             return {"mousepad", "--disable-server", file};
         return {"mousepad", file};
@@ -146,7 +146,7 @@ std::vector<std::string> argumentsFor(Editor::Program program, const std::string
     return {};
 }
 
-/// Calls a method of `destination`; false if it fails.
+/// Calls a method of `destination`. Returns false if it fails.
 bool callOverBus(const std::string& bus, const std::string& destination, const std::string& path,
                  const std::string& method, const std::vector<std::string>& arguments) {
     std::vector<std::string> command{"gdbus",  "call",      "--address",     bus,  "--timeout", "10",
@@ -169,18 +169,18 @@ Editor::Editor(Options options)
     : options_(std::move(options))
     , file_(directory_.path() + "/note.txt")
     , keyboard_(options_.display, TestKeyboard::Source::xtest) {
-    // A terminal's program makes it, by which it shows that it is ready.
+    // A terminal's program creates it to show that it is ready.
     if (!isTerminal())
         std::ofstream(file_) << options_.text;
-    // Else every saving adds a line to the text, which is then also what an undo takes away.
+    // Otherwise every save adds a line to the text, and an undo removes that too.
     std::filesystem::create_directories(directory_.path() + "/config/featherpad");
     std::ofstream(directory_.path() + "/config/featherpad/fp.conf") << "[text]\nappendEmptyLine=false\n";
-    // On a slow machine mousepad takes its own saving for another program's and asks what to do about it.
+    // On a slow machine mousepad takes its own save for another program's and shows a question.
     std::filesystem::create_directories(directory_.path() + "/config/glib-2.0/settings");
     std::ofstream(directory_.path() + "/config/glib-2.0/settings/keyfile")
         << "[org/xfce/mousepad/preferences/file]\nmonitor-changes=false\n";
-    // Control-D hands `cat` the line as far as it is typed; on an empty line it ends it, and the next one
-    // begins.
+    // Control-D passes the typed part of the line to `cat`. On an empty line it ends `cat`, and the next one
+    // starts.
     const std::string command = options_.command.empty() ? "while :; do cat >> FILE; done" : options_.command;
 
     ChildProcess::Options child;
@@ -240,7 +240,7 @@ bool Editor::hasKeyboard() {
     Window focus = None;
     int revert = 0;
     XGetInputFocus(display, &focus, &revert);
-    // Toolkits put the focus on a window inside their own.
+    // Toolkits focus a window inside their own window.
     for (int depth = 0; depth < 8 && focus > PointerRoot; ++depth) {
         if (focus == window_)
             return true;
@@ -263,7 +263,7 @@ bool Editor::comesToHold(const std::string& expected, double seconds) {
     return eventually(seconds, [&] {
         if (savedText() == expected)
             return true;
-        // Saving takes the program a moment.
+        // The program needs a moment to save.
         pauseMilliseconds(150);
         std::ostringstream text;
         text << std::ifstream(file_).rdbuf();
@@ -272,13 +272,13 @@ bool Editor::comesToHold(const std::string& expected, double seconds) {
 }
 
 void Editor::markFirstWord() {
-    // The one has a menu above its text.
+    // This program has a menu above its text.
     const std::string y = options_.program == Program::xfce4Terminal ? "40" : "8";
     if (run({"xdotool", "mousemove", "--window", std::to_string(window_), "30", y, "click", "--repeat", "2",
              "--delay", "50", "1"},
             {{"DISPLAY", options_.display}}) != 0)
         throw std::runtime_error("the terminal could not be clicked into");
-    // The program takes a moment to own what is marked.
+    // The program needs a moment to own the marked text.
     pauseMilliseconds(500);
 }
 
@@ -287,7 +287,8 @@ bool Editor::isTerminal() const {
 }
 
 void Editor::save() {
-    // Without a key: the program may be pressing its own just now, on the same virtual keyboard of XTEST.
+    // Without a key, because the program may be pressing its own keys at this moment, on the same virtual
+    // keyboard of XTEST.
     if (isAlone_ && callOverBus(busAddress_, mousepadName, "/org/xfce/mousepad/window/1",
                                 "org.gtk.Actions.Activate", {"file.save", "[]", "{}"})) {
         pauseMilliseconds(50);

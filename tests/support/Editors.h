@@ -11,8 +11,7 @@
 
 namespace sonvale::tests {
 
-/// A real program that text can be typed into, on a private display, with settings of its own and an empty
-/// file.
+/// A real program with a text input, on a private display, with its own settings and an empty file.
 class Editor {
 public:
     enum class Program {
@@ -26,34 +25,36 @@ public:
     struct Options {
         std::string display;
         Program program = Program::mousepad;
-        std::string text;                               ///< that the file holds at first; for no terminal
-        std::map<std::string, std::string> environment; ///< more for the program
-        /// What a terminal runs instead. "FILE" in it stands for the file, which it makes when it is ready.
+        std::string text;                               ///< the first content of the file; not for terminals
+        std::map<std::string, std::string> environment; ///< additional variables for the program
+        /// The command of a terminal instead of `cat`. "FILE" in it is replaced by the file, which the
+        /// command creates when it is ready.
         std::string command;
     };
 
-    /// Starts it and waits until it has the keyboard; throws when it does not get there.
+    /// Starts it and waits until it has the keyboard. Throws if it does not get it.
     explicit Editor(Options options);
     Editor(const std::string& display, Program program)
         : Editor(Options{display, program, {}, {}, {}}) {}
     ~Editor();
 
-    /// Brings the window to the front, with the keyboard; false when it does not get there.
+    /// Brings the window to the front, with the keyboard. Returns false if that fails.
     bool focus();
 
-    /// Saves and returns what the file holds, without its last line end: some of the programs add one. Saves
-    /// by the program's D-Bus interface if it has one, otherwise by the keys that a user would press.
+    /// Saves and returns the content of the file without its last line end, because some of the programs add
+    /// one. Saves through the program's D-Bus interface if it has one, otherwise with the keys that a user
+    /// would press.
     std::string savedText();
 
-    /// Whether the text gets to be `expected` within `seconds`; saves every now and then.
+    /// Returns whether the text becomes `expected` within `seconds`. Saves from time to time.
     bool comesToHold(const std::string& expected, double seconds);
 
-    /// Marks the first word that a terminal shows, by two clicks.
+    /// Marks the first word in a terminal with two clicks.
     void markFirstWord();
 
     const std::string& file() const { return file_; }
     pid_t pid() const { return process_->pid(); }
-    /// Its X window.
+    /// Returns its X window.
     unsigned long window() const { return window_; }
 
 private:

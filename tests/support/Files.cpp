@@ -32,7 +32,7 @@ FileSizeLimit::FileSizeLimit(std::size_t bytes) {
     rlimit limit{};
     ::getrlimit(RLIMIT_FSIZE, &limit);
     formerLimit_ = limit.rlim_cur;
-    // Without the signal a write beyond the limit fails with an error instead of ending the process.
+    // Without the signal, a write beyond the limit fails with an error instead of ending the process.
     formerHandler_ = std::signal(SIGXFSZ, SIG_IGN);
     limit.rlim_cur = bytes;
     if (::setrlimit(RLIMIT_FSIZE, &limit) != 0)

@@ -6,13 +6,13 @@
 
 namespace sonvale::tests {
 
-/// The whole content of a file; empty when it cannot be read.
+/// Returns the whole content of a file, or an empty text if it cannot be read.
 std::string contentOf(const std::filesystem::path& file);
 void writeFile(const std::filesystem::path& file, std::string_view content);
-/// Permission bits of the file itself, links not followed; 0 when there is none.
+/// Returns the permission bits of the file itself, without following links; 0 if there is none.
 unsigned modeOf(const std::filesystem::path& file);
 
-/// While it lives, no file can grow beyond `bytes`, as on a full disk. For the whole process.
+/// Prevents files from growing beyond `bytes` in a scope, like a full disk. Applies to the whole process.
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(std::size_t bytes);

@@ -42,7 +42,8 @@ KeyWindow::KeyWindow(const std::string& displayName, const std::string& classNam
         if (attributes.map_state == IsViewable)
             XSetInputFocus(display, impl_->window, RevertToParent, CurrentTime);
         else
-            XMapRaised(display, impl_->window); // openbox sleeps on a request that comes while it starts
+            XMapRaised(display,
+                       impl_->window); // openbox does not handle a request that arrives while it starts
         XSync(display, False);
         return hasFocus();
     });

@@ -5,22 +5,22 @@
 
 namespace sonvale::tests {
 
-/// A window of a test's own that has the keyboard and counts what arrives.
+/// A window of the test that has the keyboard and counts the keys.
 class KeyWindow {
 public:
-    /// `className` is that of its WM_CLASS; none if it is empty.
+    /// `className` is the class of its WM_CLASS; none if it is empty.
     explicit KeyWindow(const std::string& displayName, const std::string& className = {});
     ~KeyWindow();
     KeyWindow(const KeyWindow&) = delete;
     KeyWindow& operator=(const KeyWindow&) = delete;
 
-    /// Presses of an X key code so far, repeats included.
+    /// Returns the presses of an X key code so far, including repeats.
     int presses(unsigned int keycode);
     int releases(unsigned int keycode);
-    /// The server's modifiers of the last press of an X key code.
+    /// Returns the server's modifiers at the last press of an X key code.
     unsigned int stateOfLastPress(unsigned int keycode);
 
-    /// Whether the window has the focus, and keeps nothing from it.
+    /// Returns whether the window has the focus and no grab takes its keys.
     bool hasFocus() const;
 
 private:
@@ -30,21 +30,21 @@ private:
     std::unique_ptr<Impl> impl_;
 };
 
-/// A client that holds a combination for itself.
+/// A client that grabs a combination.
 class ForeignGrab {
 public:
     enum class Kind {
-        core, ///< as most window managers have it
-        xi2,  ///< as programs with XInput 2 have it
+        core, ///< as most window managers do
+        xi2,  ///< as programs with XInput 2 do
     };
 
-    /// `modifiers` of the server.
+    /// `modifiers` are those of the server.
     ForeignGrab(const std::string& displayName, Kind kind, unsigned int keycode, unsigned int modifiers);
     ~ForeignGrab();
     ForeignGrab(const ForeignGrab&) = delete;
     ForeignGrab& operator=(const ForeignGrab&) = delete;
 
-    /// Grabs once more, which puts a core grab before all others.
+    /// Grabs again, which gives a core grab precedence over all others.
     void renew();
 
 private:

@@ -8,7 +8,7 @@
 
 namespace sonvale::tests {
 
-/// Takes all log lines while it lives. One at a time.
+/// Captures all log lines in a scope. One at a time.
 class LogCapture {
 public:
     LogCapture()
@@ -33,7 +33,7 @@ public:
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
-    /// Lines of the platform logger so far.
+    /// Returns the lines of the platform logger so far.
     std::vector<base::LogLine> lines() const {
         const std::lock_guard lock(mutex_);
         return lines_;

@@ -38,7 +38,7 @@ ChildProcess::Options mpv(const std::string& busAddress, const std::string& home
     return options;
 }
 
-/// What stands at `place`: a string, or a variant with one in it.
+/// Returns the text at `place`: a string, or a variant with a string in it.
 std::string stringAt(DBusMessageIter place) {
     if (dbus_message_iter_get_arg_type(&place) == DBUS_TYPE_VARIANT) {
         DBusMessageIter inner;
@@ -51,7 +51,7 @@ std::string stringAt(DBusMessageIter place) {
     return text ? text : "";
 }
 
-/// The status in a report of changes; empty when it is not among them.
+/// Returns the status in a report of changes; empty if it contains none.
 std::string statusIn(DBusMessage* report) {
     DBusMessageIter place;
     if (!dbus_message_is_signal(report, propertiesInterface, "PropertiesChanged") ||
@@ -91,7 +91,7 @@ public:
     Bus(const Bus&) = delete;
     Bus& operator=(const Bus&) = delete;
 
-    /// A method of the player with up to two words; its answer, null when none comes.
+    /// Calls a method of the player with up to two words. Returns its answer, or null.
     Message call(const char* interface, const char* method, const char* first = nullptr,
                  const char* second = nullptr) const {
         const Message question(dbus_message_new_method_call(service, path, interface, method));
@@ -124,7 +124,7 @@ MpvPlayer::MpvPlayer(const std::string& busAddress, bool isPlaying)
     , process_(mpv(busAddress, directory_.path(), isPlaying)) {
     const std::string wanted = isPlaying ? "Playing" : "Paused";
     const auto isReady = [&] { return status() == wanted; };
-    // On a busy machine its MPRIS script now and then does not come up at all.
+    // On a busy machine its MPRIS script sometimes does not start at all.
     for (int attempts = 3; !eventually(8, isReady); --attempts) {
         if (attempts == 1)
             throw std::runtime_error("mpv did not start: it is \"" + status() + "\"\n" +

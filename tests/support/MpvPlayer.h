@@ -7,21 +7,21 @@
 
 namespace sonvale::tests {
 
-/// mpv with its MPRIS script, playing a tone to nowhere.
+/// mpv with its MPRIS script. It plays a tone without output.
 class MpvPlayer {
 public:
-    /// Returns when the player can be asked over the bus.
+    /// Starts the player. Returns when it answers over the bus.
     MpvPlayer(const std::string& busAddress, bool isPlaying);
     ~MpvPlayer();
     MpvPlayer(const MpvPlayer&) = delete;
     MpvPlayer& operator=(const MpvPlayer&) = delete;
 
-    /// As the user does in the player's own window.
+    /// Plays or pauses as the user does in the player's window.
     void setPlaying(bool isPlaying);
-    /// "Playing", "Paused" or "Stopped", as the player says when it is asked; waits for its answer.
+    /// Returns the player's answer: "Playing", "Paused" or "Stopped".
     std::string status() const;
-    /// The newest that the player has told everybody by itself, which it does a moment later; empty before
-    /// that.
+    /// Returns the last status that the player has reported by itself, which happens a moment later; empty
+    /// before that.
     std::string reportedStatus();
     void quit() { process_.end(); }
 

@@ -7,7 +7,7 @@
 
 namespace sonvale::tests {
 
-/// A microphone of a private sound server that hears exactly the samples that a test writes, at once and
+/// A microphone of a private sound server that records exactly the samples that a test writes, at once and
 /// without rounding. 48 kHz.
 class PipeMicrophone {
 public:
@@ -16,9 +16,9 @@ public:
     PipeMicrophone(const PipeMicrophone&) = delete;
     PipeMicrophone& operator=(const PipeMicrophone&) = delete;
 
-    /// On channel 0; the others hear the negatives.
+    /// Writes samples to channel 0, and their negatives to the others.
     void speak(const std::vector<float>& samples);
-    /// Takes this and all other microphones of its kind away.
+    /// Removes this and all other microphones of its kind.
     void unplug();
 
 private:

@@ -10,7 +10,7 @@ namespace sonvale::tests {
 
 namespace {
 
-/// Whether somebody listens; the file alone is there a moment earlier.
+/// Returns whether the socket accepts connections; its file appears a moment earlier.
 bool canConnect(const std::string& path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;

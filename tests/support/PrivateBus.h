@@ -8,7 +8,7 @@
 
 namespace sonvale::tests {
 
-/// A D-Bus session of a test's own. The services that it starts get `environment`, and end with it.
+/// A private D-Bus session of a test. The services that it starts get `environment`, and end with it.
 class PrivateBus {
 public:
     explicit PrivateBus(const std::map<std::string, std::string>& environment = {});

@@ -31,7 +31,7 @@ std::map<std::string, std::string> PrivateDesktop::environment() const {
     return {
         {"DISPLAY", display()},
         {"DBUS_SESSION_BUS_ADDRESS", bus_ ? bus_->address() : "disabled:"},
-        // A server that is not there is named as well: otherwise the library looks for the machine's own.
+        // A missing server is named too; otherwise the library uses the machine's own.
         {"PULSE_SERVER",
          sound_ ? sound_->serverAddress() : "unix:" + (runtime() / "no-sound-server").string()},
         {"HOME", folder().string()},

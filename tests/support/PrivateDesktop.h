@@ -13,9 +13,9 @@
 
 namespace sonvale::tests {
 
-/// Everything that a user's session has, made for one test and gone with it: a display with a window manager,
-/// a D-Bus session, a sound server with a microphone, and a home. Nothing of the machine's own session is in
-/// it.
+/// A complete user's session for one test: a display with a window manager, a D-Bus session, a sound server
+/// with a microphone, and a home folder. It contains nothing of the machine's own session. The destructor
+/// ends it.
 class PrivateDesktop {
 public:
     enum class Sound { withMicrophone, withoutMicrophone, none };
@@ -25,15 +25,15 @@ public:
 
     const std::string& display() const { return display_.name(); }
 
-    /// Throws when the desktop was made without one.
+    /// Throws if the desktop has no sound server.
     PrivateSound& sound();
 
-    /// What a program needs in its environment to be a part of this desktop.
+    /// Returns the variables of a program in this desktop.
     std::map<std::string, std::string> environment() const;
-    /// What it must not inherit from the machine's own session.
+    /// Returns the variables that it must not inherit from the machine's own session.
     static std::vector<std::string> withoutEnvironment();
 
-    /// Starts a program of this desktop's user; `outputFile` receives what it writes.
+    /// Starts a program in this desktop. `outputFile` receives its output.
     ChildProcess start(std::vector<std::string> arguments, const std::string& outputFile = {},
                        const std::map<std::string, std::string>& more = {}) const;
 
@@ -42,7 +42,7 @@ public:
     std::filesystem::path data() const { return folder() / "data"; }
     std::filesystem::path runtime() const { return folder() / "run"; }
 
-    /// Takes a picture of the whole screen; false when that failed.
+    /// Takes a picture of the whole screen. Returns false if that fails.
     bool screenshot(const std::filesystem::path& pngFile) const;
 
 private:

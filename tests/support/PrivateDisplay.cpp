@@ -25,7 +25,7 @@ bool hasAnnouncedItself(Display* display) {
     return count == 1;
 }
 
-/// Opens a window and looks whether it appears: openbox loses those that are opened while it starts.
+/// Opens a window and returns whether it appears. Openbox loses windows that are opened while it starts.
 bool takesWindows(Display* display) {
     const Window window = XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 20, 20, 0, 0, 0);
     XMapWindow(display, window);
@@ -39,7 +39,7 @@ bool takesWindows(Display* display) {
     return hasAppeared;
 }
 
-/// Whether a window manager that follows EWMH is at work.
+/// Returns whether a window manager that follows EWMH is running.
 bool isManaged(const std::string& displayName) {
     Display* display = XOpenDisplay(displayName.c_str());
     if (!display)
@@ -70,7 +70,7 @@ PrivateDisplay::PrivateDisplay(WindowManager windowManager, std::vector<std::str
     if (pipe(ends) != 0)
         throw std::runtime_error("no pipe");
     ChildProcess::Options server;
-    // The server picks a free number itself and writes it to the descriptor.
+    // The server chooses a free number and writes it to the descriptor.
     server.arguments = {"Xvfb",        "-displayfd", "9",   "-screen", "0",
                         "1280x800x24", "-nolisten",  "tcp", "-ac",     "-noreset"};
     server.arguments.insert(server.arguments.end(), serverArguments.begin(), serverArguments.end());
@@ -91,7 +91,7 @@ PrivateDisplay::PrivateDisplay(WindowManager windowManager, std::vector<std::str
     if (windowManager == WindowManager::openbox)
         manager.arguments = {"openbox"};
     else {
-        // It has its settings from a service of the session.
+        // It reads its settings from a service of the session.
         bus_ = std::make_unique<PrivateBus>(manager.environment);
         manager.environment["DBUS_SESSION_BUS_ADDRESS"] = bus_->address();
         manager.arguments = {"xfwm4", "--compositor=off"};

@@ -10,7 +10,7 @@ namespace sonvale::tests {
 
 enum class WindowManager { none, openbox, xfwm4 };
 
-/// An X server of a test's own (Xvfb), with a window manager when asked for.
+/// A private X server of a test (Xvfb), with a window manager if requested.
 class PrivateDisplay {
 public:
     /// `serverArguments` are added to the server's own.
@@ -20,7 +20,7 @@ public:
     /// ":7", for DISPLAY.
     const std::string& name() const { return name_; }
 
-    /// To stop or end the server, or to let it go on.
+    /// Sends a signal to the server, to stop, continue or end it.
     void signalServer(int number) const { server_->signal(number); }
 
 private:

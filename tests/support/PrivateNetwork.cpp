@@ -21,9 +21,9 @@ constexpr const char* farAddress = "10.77.0.1";
 constexpr const char* nearAddress = "10.77.0.2";
 constexpr const char* otherNearAddress = "10.77.0.3";
 constexpr int port = 8080;
-constexpr double patience = 20;
+constexpr double timeoutSeconds = 20;
 
-/// Ready once its loopback is up.
+/// Ready when its loopback is up.
 constexpr const char* machine = "ip link set lo up && exec sleep 600";
 
 std::vector<std::string> enter(const ChildProcess& of) {
@@ -36,7 +36,7 @@ std::string networkOf(const ChildProcess& process) {
         .string();
 }
 
-/// Runs a command in a network, and throws unless it succeeds.
+/// Runs a command in a network. Throws if it fails.
 void runIn(std::vector<std::string> launcher, const std::vector<std::string>& command) {
     launcher.insert(launcher.end(), command.begin(), command.end());
     if (run(launcher) != 0)
@@ -49,11 +49,11 @@ ChildProcess start(std::vector<std::string> command) {
     return ChildProcess(std::move(options));
 }
 
-/// A machine whose namespace is made, apart from that of `before`.
+/// Starts a machine and waits until its namespace exists, which is not that of `before`.
 ChildProcess startMachine(std::vector<std::string> launcher, const std::string& before) {
     launcher.insert(launcher.end(), {"sh", "-c", machine});
     auto process = start(std::move(launcher));
-    const bool isThere = eventually(patience, [&] {
+    const bool isThere = eventually(timeoutSeconds, [&] {
         const auto network = networkOf(process);
         auto look = enter(process);
         look.insert(look.end(), {"sh", "-c", "ip link show up dev lo | grep -q UP"});
@@ -69,8 +69,8 @@ std::vector<std::string> inside(std::vector<std::string> launcher, const std::ve
     return launcher;
 }
 
-/// In a process of its own, which may enter namespaces: listens and hands the socket over. Only calls that a
-/// forked child of a program with threads may make.
+/// Runs in a process of its own, which may enter namespaces: listens and passes the socket on. Uses only
+/// calls that are allowed in a forked child of a program with threads.
 int listenThere(int userNamespace, int networkNamespace, int channel) {
     if (setns(userNamespace, CLONE_NEWUSER) != 0 || setns(networkNamespace, CLONE_NEWNET) != 0)
         return 1;
@@ -152,7 +152,7 @@ int PrivateNetwork::listen() const {
     for (const int descriptor : {user, network, channel[0], channel[1]})
         close(descriptor);
     if (listener < 0)
-        throw std::runtime_error("nobody can listen on the far machine");
+        throw std::runtime_error("no process can listen on the far machine");
     return listener;
 }
 

@@ -8,30 +8,29 @@
 
 namespace sonvale::tests {
 
-/// A PulseAudio server of a test's own: an output "vmic" that nobody hears, and a microphone "mic" that hears
-/// it.
+/// A private PulseAudio server of a test: an output "vmic", and a microphone "mic" that records it.
 class PrivateSound {
 public:
     enum class Microphone { present, absent };
 
-    /// The microphone's rate and channels are those of the output.
+    /// The output and the microphone have the same rate and channels.
     explicit PrivateSound(Microphone microphone = Microphone::present, int rate = 48000, int channels = 1);
 
     /// For PULSE_SERVER.
     std::string serverAddress() const { return "unix:" + directory_.path() + "/native"; }
 
-    /// Plays a file into the microphone, once, until its end or the end of the process. A longer latency
-    /// bears a busier machine.
+    /// Plays a file into the microphone once, until its end or the end of the process. A longer latency
+    /// tolerates a busier machine.
     ChildProcess play(const std::string& wavPath, int latencyMilliseconds = 30) const;
 
-    /// Makes the microphone appear, or go as if it were unplugged.
+    /// Adds the microphone, or removes it like an unplugged one.
     void addMicrophone();
     void removeMicrophone();
 
-    /// Runs pactl against the server and throws when it fails.
+    /// Runs pactl with the server. Throws if it fails.
     void control(const std::vector<std::string>& arguments) const;
 
-    /// The server itself: to stop it, freeze it, kill it.
+    /// Returns the server's process, to stop, freeze or kill it.
     ChildProcess& server() { return *server_; }
 
     const std::string& directory() const { return directory_.path(); }

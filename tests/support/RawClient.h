@@ -8,8 +8,8 @@
 
 namespace sonvale::tests {
 
-/// A connection to 127.0.0.1 on which a test writes and reads bytes as it likes, and a WebSocket written by
-/// hand (RFC 6455). Every wait ends; what does not come in time throws `std::runtime_error`.
+/// A connection to 127.0.0.1 on which a test writes and reads any bytes, and a handwritten WebSocket (RFC
+/// 6455). Every wait has a limit; then it throws `std::runtime_error`.
 class RawClient {
 public:
     enum class End { closed, reset, stillOpen };
@@ -22,31 +22,31 @@ public:
     };
 
     explicit RawClient(int port);
-    /// By TLS, which the openssl command speaks; it trusts this authority alone.
+    /// Connects with TLS through the openssl command, which trusts only this authority.
     RawClient(int port, const std::filesystem::path& caFile);
     ~RawClient();
     RawClient(const RawClient&) = delete;
     RawClient& operator=(const RawClient&) = delete;
 
     void send(const std::string& bytes) const;
-    /// Everything up to and with the mark; what follows stays for the next call.
+    /// Reads up to and including the mark. The rest stays for the next call.
     std::string readUntil(const std::string& mark, double seconds = 5);
     std::string read(std::size_t count, double seconds = 5);
-    /// What still comes within the time until the other side ends the connection.
+    /// Reads until the server ends the connection, for up to the time.
     std::string readToEnd(double seconds = 5);
-    /// How the last `readToEnd` ended.
+    /// Returns how the last `readToEnd` ended.
     End end() const { return end_; }
-    /// Closes this side's half.
+    /// Closes the sending half of the connection.
     void finish() const;
 
-    /// Asks for a WebSocket and returns the head of the answer.
+    /// Requests a WebSocket and returns the head of the answer.
     std::string upgrade(const std::string& path, const std::string& headers = "");
-    /// Masked, as a client must.
+    /// Sends a masked frame, as a client must.
     void sendFrame(int opcode, const std::string& payload, bool isLast = true) const;
     Frame readFrame(double seconds = 5);
 
 private:
-    /// False when nothing came in time or the connection has ended.
+    /// Returns false if nothing arrived in time or the connection has ended.
     bool receive(double untilMonotonicSeconds);
 
     int descriptor_ = -1;

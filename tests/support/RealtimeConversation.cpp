@@ -17,7 +17,7 @@ constexpr std::size_t bytesPerSecond = 48000;
 constexpr std::size_t shortestCommit = bytesPerSecond / 10;
 constexpr std::size_t audioTokensPerSecond = 10;
 
-/// As the service streams them: each word with the blank before it.
+/// Splits a text as the service streams it: each word with the blank before it.
 std::vector<std::string> words(const std::string& text) {
     std::vector<std::string> result;
     for (std::size_t start = 0; start < text.size();) {

@@ -8,7 +8,7 @@
 
 namespace sonvale::tests {
 
-/// Something that a server does on a socket.
+/// An action of a server on a socket.
 struct SocketAction {
     enum class Kind {
         send,
@@ -19,13 +19,13 @@ struct SocketAction {
     };
 
     Kind kind = Kind::send;
-    std::string bytes = {}; ///< of a frame; of a close frame its reason
+    std::string bytes = {}; ///< the content of a frame, or the reason of a close frame
     bool isBinary = false;
     int closeCode = 1000;
     double delaySeconds = 0; ///< from now
 };
 
-/// What the outside service says on one realtime socket, and when. It knows no network. One thread at a time.
+/// The behavior of the outside service on one realtime socket. It uses no network. One thread at a time.
 class RealtimeConversation {
 public:
     explicit RealtimeConversation(Realtime script);
@@ -38,7 +38,8 @@ public:
 
     std::vector<SocketAction> opened();
     Reaction received(const std::string& bytes, bool isBinary);
-    /// For each `transcribe` once, in their order. Nothing: it failed.
+    /// Returns the actions after a transcription; called once per `transcribe`, in order. nullopt means that
+    /// it failed.
     std::vector<SocketAction> transcribed(const std::optional<std::string>& text);
 
     const Realtime& script() const { return script_; }
@@ -55,7 +56,7 @@ private:
                        const char* parameter = nullptr);
     SocketAction end() const;
 
-    /// A commit whose transcript is being made.
+    /// A commit whose transcript is not finished.
     struct Waiting {
         std::string item;
         std::size_t bytes = 0;
@@ -69,9 +70,9 @@ private:
     int appends_ = 0;
 };
 
-/// A transcription session as the service describes it before it was configured.
+/// Returns a transcription session as the service describes it before its configuration.
 base::Json transcriptionSession();
-/// An identifier as the service makes them, never the same twice: "event_..." for "event".
+/// Returns a new identifier like those of the service: "event_..." for "event".
 std::string serviceIdentifier(const std::string& kind);
 
 } // namespace sonvale::tests

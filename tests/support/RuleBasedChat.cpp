@@ -27,16 +27,16 @@ constexpr std::string_view punctuation = ",.;:!?\"'()[]-";
 
 const WordSet fillers{"um", "umm", "uhm", "uh", "uhh", "er", "erm", "hmm", "mm", "mhm"};
 const std::set<std::pair<std::string, std::string>> fillerPhrases{{"you", "know"}, {"i", "mean"}};
-/// Behind these the phrases say something: "do you know", "what I mean".
+/// After these words the phrases have a meaning: "do you know", "what I mean".
 const WordSet wordsBeforeMeaning{"do",    "does",  "did",  "don't", "didn't", "if",     "as",   "what",
                                  "how",   "when",  "that", "will",  "should", "would",  "must", "can",
                                  "could", "until", "let",  "once",  "than",   "because"};
-/// They stand twice in good sentences and in numbers that are read out.
+/// These words are repeated in correct sentences and in dictated numbers.
 const WordSet wordsThatRepeat{"that",  "had",   "is",   "very", "really", "so",      "no",      "yes",
                               "bye",   "zero",  "one",  "two",  "three",  "four",    "five",    "six",
                               "seven", "eight", "nine", "ten",  "twenty", "hundred", "thousand"};
 
-/// The word alone, in lower case.
+/// Returns the word without punctuation, in lower case.
 std::string bare(const std::string& word) {
     const auto first = word.find_first_not_of(punctuation);
     if (first == std::string::npos)
@@ -51,14 +51,14 @@ bool endsSentence(std::string_view word) {
     return word.ends_with('.') || word.ends_with('!') || word.ends_with('?') || word.ends_with("…");
 }
 
-/// A code point of the text and where it ends.
+/// A code point of the text and its end.
 struct CodePoint {
     UChar32 value = 0;
     int begin = 0;
     int end = 0;
 };
 
-/// The first that is no punctuation, when it is a letter.
+/// Returns the first code point that is not punctuation, if it is a letter.
 std::optional<CodePoint> firstLetter(const std::string& word) {
     const auto begin = word.find_first_not_of(punctuation);
     if (begin == std::string::npos)
@@ -72,7 +72,7 @@ bool hasCapital(const std::string& word) {
     return base::lowercased(word) != word;
 }
 
-/// A name like "iPhone" has its capital where it belongs.
+/// Makes the first letter a capital. A name like "iPhone" has its capital elsewhere.
 std::string capitalized(const std::string& word) {
     const auto letter = firstLetter(word);
     if (!letter || hasCapital(word))
@@ -108,8 +108,8 @@ std::size_t stutterAt(const Words& words, std::size_t place) {
     return word == next && !hasDigit && !wordsThatRepeat.contains(word) ? 1 : 0;
 }
 
-/// What a dropped word did for its sentence falls to its neighbours: the capital at the start to the next
-/// word, the mark at the end to the one before.
+/// Removes words. Their neighbors take over what they did for the sentence: the next word the capital at the
+/// start, the word before the mark at the end.
 Words without(const Words& words, std::size_t (*countAt)(const Words&, std::size_t)) {
     Words kept;
     bool wantsCapital = false;
@@ -149,7 +149,7 @@ std::string withPeriod(std::string text) {
     return text.empty() ? text : text + ".";
 }
 
-/// The text of the last message of the user's.
+/// Returns the text of the user's last message.
 std::optional<std::string> userMessage(const Json& body) {
     const auto* const messages = base::jsonMember(body, "messages");
     if (messages == nullptr || !messages->is_array())
@@ -168,7 +168,7 @@ std::string dictationIn(const std::string& message) {
     if (begin == std::string::npos)
         return message;
     const auto start = begin + opening.size();
-    // What is dictated may itself speak of the tag; the one that counts stands at the end.
+    // The dictation may mention the tag too; the real one is at the end.
     const auto end = message.rfind(closing);
     const bool isClosed = end != std::string::npos && end >= start;
     return message.substr(start, isClosed ? end - start : std::string::npos);

@@ -4,23 +4,23 @@
 
 #include <string>
 
-// A rule-based stand-in for the language model behind the chat: it is no model. It knows a few words and no
+// A rule-based replacement for the language model of the chat. It is not a model: it knows a few words and no
 // grammar, and gives the same answer to the same text, so that clean-up can be shown and tested without a
-// network. What it cannot tell apart it takes for the commoner case: "you know" goes, unless a word like "do"
-// or "if" stands before it.
+// network. If a case is ambiguous it assumes the more common one: "you know" is removed, unless a word like
+// "do" or "if" is before it.
 
 namespace sonvale::tests {
 
-/// An English dictation without fillers ("um", "uh", "you know", "I mean") and stutters ("I I went", "wh-
-/// what"), with a capital first letter, "I" in capitals, single blanks and a final period. Empty when nothing
-/// is left. Any bytes, any thread.
+/// Returns an English dictation without fillers ("um", "uh", "you know", "I mean") and stutters ("I I went",
+/// "wh- what"), with a capital first letter, "I" in capitals, single blanks and a final period. Empty if
+/// nothing is left. Any bytes, any thread.
 std::string cleanedByRules(const std::string& dictation);
 
-/// Answers a request for a chat completion with what stands between the <dictation> tags of its last user
-/// message, cleaned; with the whole message where there are no tags. A body that is no such request gets 400.
+/// Answers a request for a chat completion with the cleaned text between the <dictation> tags of its last
+/// user message, or with the whole message if there are no tags. Answers 400 to any other body.
 Answer chatByRules(const Request& request);
 
-/// Lets the chat of the outside service and of the backend answer so.
+/// Makes the chat of the outside service and of the backend answer this way.
 void serveChatByRules(TestServer& server);
 
 } // namespace sonvale::tests

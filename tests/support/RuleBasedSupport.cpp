@@ -37,7 +37,7 @@ std::string lastQuestion(const Request& request) {
     return question;
 }
 
-/// Each with the blank or the line end behind it.
+/// Splits a text into words, each with the following blank or line end.
 std::vector<std::string> wordsOf(const std::string& text) {
     std::vector<std::string> words;
     for (std::size_t begin = 0; begin < text.size();) {

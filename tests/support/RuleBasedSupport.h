@@ -4,15 +4,15 @@
 
 #include <string>
 
-// A stand-in for the support assistant: it knows a few words, and no language.
+// A replacement for the support assistant: it knows a few words, and no language.
 
 namespace sonvale::tests {
 
-/// The answer to a question, by the first word in it that is known. Any bytes, any thread.
+/// Returns the answer to a question, by the first known word in it. Any bytes, any thread.
 std::string supportWordsFor(const std::string& question);
 
-/// Answers a request to the support chat with words for its last user message, streamed word by word; for a
-/// body that is no such request, with what it says to any question.
+/// Answers a request to the support chat with an answer to its last user message, streamed word by word. For
+/// an invalid body it gives the answer to any question.
 Answer supportByRules(const Request& request);
 
 } // namespace sonvale::tests

@@ -5,7 +5,7 @@
 
 namespace sonvale::tests {
 
-/// The screen saver of a desktop, on its session bus. It covers nothing; it only says that it does.
+/// The screen saver of a desktop, on its session bus. It covers nothing and only reports.
 class ScreenSaver {
 public:
     /// Throws if there is no such bus.

@@ -13,24 +13,24 @@
 
 namespace sonvale::tests {
 
-/// Another program that has something on the clipboard: it owns a selection with whatever targets a test
-/// wants, and answers as well or as badly as wanted, on a thread of its own. It lets go when it is destroyed.
+/// Another program that has contents on the clipboard: it owns a selection with any targets, and answers well
+/// or badly as the test says, on a thread of its own. The destructor releases the selection.
 class SelectionOwner {
 public:
     struct Form {
         std::string target = {};
         std::vector<std::byte> data = {};
-        std::string type = {}; ///< empty: that of the target
+        std::string type = {}; ///< empty means the target itself
         int format = 8;        ///< 8, 16 or 32
         bool isIncremental = false;
-        int delayMilliseconds = 0;    ///< the whole program stands still meanwhile
-        bool isNeverFinished = false; ///< of an incremental one, the last piece does not come
+        int delayMilliseconds = 0;    ///< the whole program waits for this time
+        bool isNeverFinished = false; ///< whether the last piece of an incremental transfer is omitted
         bool isNeverAnswered = false;
-        std::function<void()> onRequest = {}; ///< called before it is answered, on the owner's thread
+        std::function<void()> onRequest = {}; ///< called before the answer, on the owner's thread
     };
     struct Options {
         std::string selection = "CLIPBOARD";
-        bool answersTargets = true; ///< false: asked for TARGETS it says nothing at all
+        bool answersTargets = true; ///< if false, it does not answer requests for TARGETS
         bool refusesTargets = false;
         std::size_t pieceBytes = 65536;
     };
@@ -39,18 +39,18 @@ public:
     SelectionOwner(const std::string& displayName, std::vector<Form> forms, Options options);
     ~SelectionOwner();
 
-    /// False once another program has taken the selection.
+    /// Returns false if another program has taken the selection.
     bool isOwner() const { return isOwner_; }
-    /// How often the target was asked for.
+    /// Returns how often the target was requested.
     int requests(const std::string& target) const;
-    /// Number of incremental transfers that have come to their end.
+    /// Returns the number of finished incremental transfers.
     int finishedTransfers() const { return finishedTransfers_; }
-    /// Takes the selection again, as a second copy in the same program.
+    /// Claims the selection again, like a second copy in the same program.
     void claimAgain();
 
 private:
     struct Transfer;
-    /// Whether there is any answer, and the property that it names.
+    /// Whether there is any answer, and its property.
     using Conversion = std::pair<bool, xcb_atom_t>;
 
     void run();
@@ -64,7 +64,7 @@ private:
     std::vector<Form> forms_;
     Options options_;
     std::unique_ptr<XcbSession> session_;
-    std::vector<Transfer> transfers_; ///< on the thread only
+    std::vector<Transfer> transfers_; ///< used only on the thread
     std::atomic<bool> isOwner_ = false;
     std::atomic<bool> isEnding_ = false;
     std::atomic<bool> isToClaim_ = false;

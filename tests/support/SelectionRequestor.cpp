@@ -38,7 +38,7 @@ SelectionRequestor::convertAt(const std::string& target, xcb_timestamp_t time, d
 }
 
 std::optional<SelectionRequestor::Answer> SelectionRequestor::receive(xcb_atom_t property, double seconds,
-                                                                      int mostPieces) {
+                                                                      int maxPieces) {
     const double end = monotonicSeconds() + seconds;
     auto first = session_.takeProperty(session_.window(), property);
     if (first.type != "INCR")
@@ -58,7 +58,7 @@ std::optional<SelectionRequestor::Answer> SelectionRequestor::receive(xcb_atom_t
         answer.type = piece.type;
         answer.format = piece.format;
         answer.data.insert(answer.data.end(), piece.data.begin(), piece.data.end());
-        if (++answer.pieces == mostPieces)
+        if (++answer.pieces == maxPieces)
             return answer;
     }
     return std::nullopt;

@@ -6,7 +6,7 @@
 
 namespace sonvale::tests {
 
-/// Another program that pastes: it asks the owner of a selection as ICCCM tells, and takes what comes.
+/// Another program that pastes: it asks the owner of a selection by the rules of ICCCM.
 class SelectionRequestor {
 public:
     explicit SelectionRequestor(const std::string& displayName, std::string selection = "CLIPBOARD");
@@ -15,31 +15,31 @@ public:
         std::string type;
         int format = 0;
         std::vector<std::byte> data;
-        int pieces = 0; ///< 0 when it came whole
+        int pieces = 0; ///< 0 if it was sent whole
     };
 
-    /// What the owner gives for the target; absent when it refuses, or says nothing for `seconds`.
+    /// Returns the owner's answer for the target, or nullopt if it refuses or does not answer for `seconds`.
     std::optional<Answer> convert(const std::string& target, double seconds = 5);
-    /// As `convert`, with a time of the request that is `milliseconds` before now.
+    /// As `convert`, with a request time that is `milliseconds` before now.
     std::optional<Answer> convertAtEarlierTime(const std::string& target, unsigned milliseconds);
-    /// The names that the owner lists in TARGETS, in its order.
+    /// Returns the names that the owner lists in TARGETS, in its order.
     std::vector<std::string> targets();
-    /// All targets in one request of MULTIPLE; those that are refused are left out.
+    /// Requests all targets in one request of MULTIPLE. Omits refused ones.
     std::map<std::string, Answer> multiple(const std::vector<std::string>& targets);
 
-    /// Asks for the target, takes `pieces` of its incremental transfer, and disconnects in the middle.
+    /// Requests the target, takes `pieces` of its incremental transfer, and then disconnects.
     static bool vanishDuring(const std::string& displayName, const std::string& target, int pieces);
-    /// Asks for the target, takes one piece and then no more.
+    /// Requests the target, takes one piece and then no more.
     bool stallDuring(const std::string& target);
 
     bool hasOwner() { return session_.owner(selection_) != XCB_WINDOW_NONE; }
-    /// Leaves the selection without an owner.
+    /// Removes the owner of the selection.
     void clear();
     XcbSession& session() { return session_; }
 
 private:
     std::optional<Answer> convertAt(const std::string& target, xcb_timestamp_t time, double seconds);
-    std::optional<Answer> receive(xcb_atom_t property, double seconds, int mostPieces = -1);
+    std::optional<Answer> receive(xcb_atom_t property, double seconds, int maxPieces = -1);
 
     XcbSession session_;
     std::string selection_;

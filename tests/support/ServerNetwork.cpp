@@ -50,8 +50,8 @@ using TlsStream = beast::ssl_stream<beast::tcp_stream>;
 template <class T = void>
 using Awaitable = asio::awaitable<T>;
 
-constexpr std::chrono::seconds longestWait{300};
-constexpr std::chrono::seconds longestHandshake{10};
+constexpr std::chrono::seconds maxWait{300};
+constexpr std::chrono::seconds handshakeTimeout{10};
 constexpr std::size_t largestMessage = std::size_t{64} << 20;
 constexpr double trickleSeconds = 0.05;
 
@@ -66,14 +66,14 @@ Awaitable<> pause(double seconds) {
     co_await timer.async_wait(asio::use_awaitable);
 }
 
-/// An error of the connection ends it and is no news; anything else is a mistake in the server and must be
+/// Ignores an error of the connection, which only ends it. Any other error is a bug in the server and must be
 /// seen.
 void rethrowUnlessNetwork(const std::exception_ptr& exception) {
     try {
         if (exception)
             std::rethrow_exception(exception);
     } catch (const system_error&) {
-        // The other side has gone, or the connection was closed from here.
+        // The client has closed the connection, or this server has.
     }
 }
 
@@ -114,16 +114,16 @@ Awaitable<std::optional<std::string>> transcribe(std::function<std::string(const
     try {
         co_return transcriber(samples);
     } catch (const std::exception&) {
-        // The client is told that it failed; why is the test's own affair.
+        // The client learns that it failed; the reason concerns only the test.
         co_return std::nullopt;
     }
 }
 
-/// What all connections share. All but `worker` on the server's thread.
+/// Shared by all connections. Used on the server's thread, except for `worker`.
 struct Shared {
     ServerRecord& record;
     asio::io_context& context;
-    asio::thread_pool& worker; ///< for code of the test, which may take its time
+    asio::thread_pool& worker; ///< for code of the test, which may block
 };
 
 class ConnectionBase {
@@ -139,7 +139,7 @@ public:
     virtual void perform(SocketAction action) = 0;
 };
 
-/// One connection from its acceptance to its end: requests one after the other, then perhaps a socket.
+/// One connection from its acceptance to its end: one request after the other, then possibly a socket.
 template <class Stream>
 class Connection final : public ConnectionBase {
 public:
@@ -155,7 +155,7 @@ public:
     static Awaitable<> run(Pointer self) {
         self->tcpStream().socket().set_option(tcp::no_delay(true));
         if constexpr (std::is_same_v<Stream, TlsStream>) {
-            self->tcpStream().expires_after(longestHandshake);
+            self->tcpStream().expires_after(handshakeTimeout);
             co_await self->stream_.async_handshake(asio::ssl::stream_base::server, asio::use_awaitable);
         }
         while (co_await self->serveOne(self)) {
@@ -208,11 +208,11 @@ private:
         return request;
     }
 
-    /// Whether another request may follow.
+    /// Serves one request. Returns whether another one may follow.
     Awaitable<bool> serveOne(Pointer self) {
         Parser parser;
         parser.body_limit(boost::none);
-        tcpStream().expires_after(longestWait);
+        tcpStream().expires_after(maxWait);
         co_await http::async_read_header(stream_, buffer_, parser, asio::use_awaitable);
         auto request = requestIn(parser);
 
@@ -244,13 +244,13 @@ private:
     }
 
     Awaitable<> write(std::string bytes) {
-        tcpStream().expires_after(longestWait);
+        tcpStream().expires_after(maxWait);
         co_await asio::async_write(stream_, asio::buffer(bytes), asio::use_awaitable);
     }
 
-    /// Reads and drops until the other side ends it.
+    /// Reads and drops everything until the client ends the connection.
     Awaitable<> waitForEnd() {
-        tcpStream().expires_after(longestWait);
+        tcpStream().expires_after(maxWait);
         std::array<char, 1024> dropped{};
         for (;;)
             co_await stream_.async_read_some(asio::buffer(dropped), asio::use_awaitable);
@@ -319,13 +319,13 @@ private:
             co_return co_await give(serviceError(401, "Incorrect API key provided.", "invalid_api_key"),
                                     false);
 
-        tcpStream().expires_never(); // the socket has time-outs of its own
-        endsRoughly_ = true;         // and says farewell by itself
+        tcpStream().expires_never(); // the socket has its own time limits
+        endsRoughly_ = true;         // and sends its own close
         socket_.emplace(std::move(stream_));
         socket_->set_option(
-            websocket::stream_base::timeout{longestHandshake, websocket::stream_base::none(), false});
+            websocket::stream_base::timeout{handshakeTimeout, websocket::stream_base::none(), false});
         socket_->read_message_max(largestMessage);
-        // A close frame counts when it comes: the read ends only when the client has closed the connection
+        // A close frame counts when it arrives: the read ends only after the client has closed the connection
         // too.
         socket_->control_callback([this](websocket::frame_type type, beast::string_view) {
             if (type == websocket::frame_type::close)
@@ -341,7 +341,7 @@ private:
             for (;;)
                 co_await readFrame(self);
         } catch (const system_error&) {
-            // However it ended, it has ended; a close frame has been recorded when it came.
+            // The socket has ended, in any way. A close frame was recorded when it arrived.
         }
         shared_.record.socketClosed(*index_, std::nullopt);
         isClosing_ = true;
@@ -349,7 +349,7 @@ private:
         co_return false;
     }
 
-    /// Of the client's close frame.
+    /// Returns the code of the client's close frame.
     int closeCode() const {
         const int code = socket_->reason().code;
         return code == websocket::close_code::none ? int{websocket::close_code::no_status} : code;
@@ -384,13 +384,13 @@ private:
             perform(std::move(action));
     }
 
-    /// Carries out what is due, one after the other, until the socket has ended.
+    /// Runs the actions whose time has come, one after the other, until the socket has ended.
     Awaitable<> writeSocket(Pointer self) {
         while (!isClosing_) {
             const auto now = std::chrono::steady_clock::now();
             if (outgoing_.empty() || outgoing_.begin()->first > now) {
-                due_.expires_at(outgoing_.empty() ? now + longestWait : outgoing_.begin()->first);
-                error_code woken; // cancelled: there is more to do, or nothing any more
+                due_.expires_at(outgoing_.empty() ? now + maxWait : outgoing_.begin()->first);
+                error_code woken; // cancelled if there are more actions, or none any more
                 co_await due_.async_wait(asio::redirect_error(asio::use_awaitable, woken));
                 continue;
             }
@@ -431,19 +431,18 @@ private:
     Shared shared_;
     Stream stream_;
     int number_;
-    bool endsRoughly_ = false; ///< without the farewell of TLS
+    bool endsRoughly_ = false; ///< without the close notification of TLS
     beast::flat_buffer buffer_;
 
     std::optional<websocket::stream<Stream>> socket_;
     std::optional<RealtimeConversation> conversation_;
     std::optional<std::size_t> index_;
-    std::multimap<Time, SocketAction> outgoing_; ///< equal times keep their order
+    std::multimap<Time, SocketAction> outgoing_; ///< actions with equal times keep their order
     asio::steady_timer due_;
     bool isClosing_ = false;
 };
 
-/// A program that a test starts would hold the socket open, and a closed port would go on to take
-/// connections.
+/// A program that a test starts would keep the socket open, and a closed port would still accept connections.
 void keepFromPrograms(int descriptor) {
     fcntl(descriptor, F_SETFD, FD_CLOEXEC);
 }
@@ -475,13 +474,13 @@ struct ServerNetwork::Impl {
         thread.join();
     }
 
-    /// Keeps the port from the other tests of this machine; a socket that does not listen refuses
+    /// Reserves the port against other tests of this machine. A socket that does not listen refuses
     /// connections.
     void reserve(unsigned short wanted) {
         reservation.emplace(context, tcp::v4());
         reservation->set_option(tcp::socket::reuse_address(true));
         const tcp::endpoint place(asio::ip::address_v4::loopback(), wanted);
-        // A program that is just being started has a copy of every socket until it has become itself.
+        // A starting program has copies of all sockets until its exec.
         boost::system::error_code failure;
         for (int attempts = 400; reservation->bind(place, failure), failure && attempts > 0; --attempts)
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
@@ -502,7 +501,7 @@ struct ServerNetwork::Impl {
             auto stream = co_await acceptor->async_accept(asio::redirect_error(asio::use_awaitable, failure));
             if (failure == asio::error::operation_aborted)
                 co_return;
-            if (failure) { // this connection's affair, or too many are open
+            if (failure) { // an error of this connection, or too many are open
                 co_await pause(0.01);
                 continue;
             }
@@ -542,8 +541,8 @@ struct ServerNetwork::Impl {
     Shared shared;
     std::optional<asio::ssl::context> tls;
     std::optional<tcp::acceptor> acceptor;
-    std::optional<tcp::socket> reservation;               ///< of the port, while nobody listens
-    std::list<std::weak_ptr<ConnectionBase>> connections; ///< the newest last
+    std::optional<tcp::socket> reservation; ///< reserves the port while the server does not listen
+    std::list<std::weak_ptr<ConnectionBase>> connections; ///< in order of their acceptance
     std::thread thread;
     int port = 0;
 };

@@ -9,13 +9,13 @@
 namespace sonvale::tests {
 
 /// The connections of a `TestServer`: HTTP/1.1 with keep-alive and WebSocket on one port of 127.0.0.1. Any
-/// thread; what it does in the moment is done when the call returns.
+/// thread. Immediate operations are done when the call returns.
 class ServerNetwork {
 public:
-    /// Plain without certificates. `listener`: a socket that listens already, which it closes; -1: one of its
-    /// own. Throws `std::runtime_error`.
+    /// Uses no TLS without certificates. `listener` is a listening socket, which this object closes; -1 means
+    /// its own. Throws `std::runtime_error`.
     ServerNetwork(ServerRecord& record, int port, const TestCertificates* certificates, int listener = -1);
-    /// Closes everything at once. Waits for a handler or a transcriber that is at work.
+    /// Closes everything at once. Waits for a running handler or transcriber.
     ~ServerNetwork();
     ServerNetwork(const ServerNetwork&) = delete;
     ServerNetwork& operator=(const ServerNetwork&) = delete;

@@ -10,7 +10,7 @@
 
 namespace sonvale::tests {
 
-/// What a server is to say, and what it has heard. Any thread.
+/// The answers of a server, and what it has received. Any thread.
 class ServerRecord {
 public:
     using Reply = std::variant<Answer, TestServer::Handler>;
@@ -20,21 +20,21 @@ public:
     void forget(const std::string& path);
     void guard(const std::string& path, TestServer::Guard guard);
     void setRealtime(Realtime realtime);
-    /// What the path's guard has to say against a request.
+    /// Returns the answer of the path's guard, if it refuses the request.
     std::optional<Answer> refusal(const Request& head) const;
-    /// Takes the next answer of a path; 404 when it has none.
+    /// Removes and returns the next answer of a path; 404 if it has none.
     Reply nextReply(const std::string& path);
     Realtime realtime() const;
 
-    /// The connection's number.
+    /// Returns the number of a new connection.
     int connectionOpened();
     void connectionClosed();
     void received(Request request);
-    /// The socket's place in `sockets()`.
+    /// Returns the index of a new socket in `sockets()`.
     std::size_t socketOpened(Request handshake);
     void received(std::size_t socket, SocketFrame frame, bool isAppend, bool isCommit);
     void sent(std::size_t socket, SocketFrame frame);
-    /// May be told again when the client's close frame comes after the server's.
+    /// May be called again if the client's close frame arrives after the server's.
     void socketClosed(std::size_t socket, std::optional<int> closeCode);
 
     std::vector<Request> requests() const;
@@ -53,11 +53,11 @@ public:
         int commits = 0;
     };
     Totals totals() const;
-    /// Whether `isReached` held within the time.
+    /// Returns whether `isReached` held within the time.
     bool waitFor(double seconds, const std::function<bool(const Totals&)>& isReached) const;
 
 private:
-    mutable std::mutex mutex_; // guards everything
+    mutable std::mutex mutex_; // guards all fields
     mutable std::condition_variable changed_;
     std::map<std::string, std::deque<Answer>> answers_;
     std::map<std::string, TestServer::Handler> handlers_;

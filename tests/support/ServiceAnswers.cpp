@@ -28,7 +28,7 @@ Answer json(const Json& body, int status = 200) {
             .body = base::jsonText(body)};
 }
 
-/// The file of a multipart form (RFC 7578).
+/// Returns the file of a multipart form (RFC 7578).
 std::string fileIn(const Request& request) {
     const auto type = request.header("Content-Type");
     const auto mark = type.find("boundary=");
@@ -44,7 +44,7 @@ std::string fileIn(const Request& request) {
     return body.substr(start + 4, end - start - 4);
 }
 
-/// Who signs in, so that the answer names the same person.
+/// Returns the address of the sign-in, so that the answer names the same user.
 std::string emailIn(const Request& request) {
     const auto body = base::parseJson(request.body);
     const auto email = body ? base::jsonString(*body, "email") : std::nullopt;

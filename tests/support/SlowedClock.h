@@ -7,16 +7,15 @@
 
 namespace sonvale::tests {
 
-/// The machine's clock, on which the time can go by more slowly: a program that keeps short time limits gets
-/// more of the machine's time within them, so that a test does not depend on how busy the machine is. One
-/// thread.
+/// The machine's clock, which can run more slowly. A program with short time limits then gets more of the
+/// machine's time within them, so that a test does not depend on how busy the machine is. One thread.
 class SlowedClock final : public runtime::Clock {
 public:
-    /// A second takes `times` seconds of the machine.
+    /// A second of this clock is `times` seconds of the machine.
     explicit SlowedClock(double times)
         : times_(times) {}
 
-    /// From now on.
+    /// Sets the factor from now on.
     void setTimes(double times) {
         reached_ = now();
         since_ = clock_.now();

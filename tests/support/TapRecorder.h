@@ -10,10 +10,10 @@
 
 namespace sonvale::tests {
 
-/// A callback for a key tap that keeps what it is told and answers as the test wants. Any thread.
+/// A callback for a key tap that records the events and answers as the test says. Any thread.
 class TapRecorder {
 public:
-    /// The tap must not call it any more when the recorder goes.
+    /// Returns the callback. The tap must not call it after the end of the recorder.
     platform::EventTap::Callback callback() {
         return [this](const platform::KeyEvent& event) {
             const std::lock_guard lock(mutex_);
@@ -29,13 +29,13 @@ public:
         };
     }
 
-    /// Without it all pass.
+    /// Sets the decision. Without one all events pass.
     void setDecide(std::function<platform::KeyVerdict(const platform::KeyEvent&)> decide) {
         const std::lock_guard lock(mutex_);
         decide_ = std::move(decide);
     }
 
-    /// Swallows the downs and ups of one combination's key with its modifiers.
+    /// Swallows the presses and releases of one combination's key with its modifiers.
     void swallow(platform::KeyCombination combination) {
         setDecide([combination](const platform::KeyEvent& event) {
             const bool isKey = event.type == platform::KeyEvent::Type::keyDown ||
@@ -66,7 +66,7 @@ public:
         }));
     }
 
-    /// All events so far, for the message of a failed test.
+    /// Returns all events so far, for the message of a failed test.
     std::string text() const {
         std::string result;
         for (const auto& event : events()) {

@@ -27,7 +27,7 @@ TestCertificates::TestCertificates(Kind kind) {
         openssl(std::move(arguments));
     };
 
-    // A configuration of our own: the machine's may add extensions of its own choosing.
+    // A private configuration: the machine's may add its own extensions.
     writeFile(file("openssl.cnf"),
               "[req]\n"
               "distinguished_name = name\n"
@@ -66,7 +66,7 @@ TestCertificates::TestCertificates(Kind kind) {
              "/CN=Test authority", "-keyout", file("ca.key"), "-out", file("ca.pem")});
     request({"-config", file("openssl.cnf"), "-subj", "/CN=Test server", "-keyout", file("server.key"),
              "-out", file("server.csr")});
-    // Only this sub-command can date a certificate back.
+    // Only this subcommand can date a certificate back.
     openssl({"ca", "-config", file("openssl.cnf"), "-batch", "-notext", "-cert", file("ca.pem"), "-keyfile",
              file("ca.key"), "-in", file("server.csr"), "-out", file("server.pem"), "-startdate",
              "20200101000000Z", "-enddate", kind == Kind::expired ? "20210101000000Z" : "20491231235959Z"});

@@ -6,8 +6,8 @@
 
 namespace sonvale::tests {
 
-/// An authority made at run time, and a server's certificate that it signed, in a folder that goes with the
-/// object.
+/// An authority made at run time, and a server's certificate signed by it, in a folder that the destructor
+/// removes.
 class TestCertificates {
 public:
     enum class Kind {
@@ -16,7 +16,7 @@ public:
         expired,   ///< yesterday
     };
 
-    /// Throws `std::runtime_error` when the openssl command fails.
+    /// Throws `std::runtime_error` if the openssl command fails.
     explicit TestCertificates(Kind kind = Kind::valid);
 
     std::filesystem::path caFile() const { return folder() / "ca.pem"; }

@@ -12,7 +12,7 @@ namespace sonvale::tests {
 
 struct TestKeyboard::Impl {
     Display* display = nullptr;
-    XDevice* device = nullptr; ///< null for XTEST's own
+    XDevice* device = nullptr; ///< null for XTEST's own device
 
     void send(unsigned int keycode, bool isPress) {
         if (device)

@@ -5,13 +5,13 @@
 
 namespace sonvale::tests {
 
-/// Somebody's hands on the keyboard of a private display. Keys are named by X keysyms (XK_a, XK_Alt_L...) or
-/// by X key codes; throws for a sign that the keyboard does not have.
+/// A user at the keyboard of a private display. Keys are named by X keysyms (XK_a, XK_Alt_L...) or by X key
+/// codes. Throws if the keyboard does not have the symbol.
 class TestKeyboard {
 public:
     enum class Source {
-        xtest,    ///< types as remote desktops and automation do
-        hardware, ///< as the keyboard of the machine does
+        xtest,    ///< types like remote desktops and automation
+        hardware, ///< types like the keyboard of the machine
     };
 
     TestKeyboard(const std::string& displayName, Source source);
@@ -26,17 +26,18 @@ public:
     void downKeycode(unsigned int keycode);
     void upKeycode(unsigned int keycode);
 
-    /// Types the letters, figures, spaces and line ends of `text`, Shift where it takes that.
+    /// Types the letters, digits, spaces and line ends of `text`, with Shift where needed.
     void type(const std::string& text);
 
-    /// Presses `keysym` while `modifier` is held for the moment.
+    /// Presses `keysym` while it holds `modifier`.
     void chord(unsigned long modifier, unsigned long keysym);
 
     unsigned int keycodeOf(unsigned long keysym) const;
 
-    /// Whether the server sees any key of the whole keyboard down, whoever pressed it.
+    /// Returns whether any key of the whole keyboard is down for the server, pressed by the user or by a
+    /// program.
     bool isAnyKeyDown() const;
-    /// Modifiers, as the server sees them now, in the bits of its core state.
+    /// Returns the present modifiers in the server, in the bits of its core state.
     unsigned int modifiers() const;
 
 private:

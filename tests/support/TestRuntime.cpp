@@ -50,7 +50,7 @@ runtime::Actor TestRuntime::main() const {
     const auto executor = impl_->context.get_executor();
     return runtime::Actor::serial(
         "main", executor,
-        // The test's own code stands for the main actor.
+        // The test's own code counts as the main actor.
         [executor, impl = impl_.get()] { return !impl->isRunning || executor.running_in_this_thread(); },
         impl_->registry);
 }

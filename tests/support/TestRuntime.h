@@ -8,11 +8,12 @@
 
 namespace sonvale::tests {
 
-/// Seconds; steps a test's clock just before a moment and just past it.
+/// Seconds by which a test's clock stops just before a moment or just after it.
 inline constexpr double epsilon = 1e-6;
 
-/// Main actor, serial actors, pool and clock of a unit test, all on the test's own thread: nothing runs but
-/// inside `runUntilIdle()`, `clock.advance()` and `wait()`. At its end all tasks are cancelled and must end.
+/// The main actor, serial actors, pool and clock of a unit test, all on the test's own thread: everything
+/// runs inside `runUntilIdle()`, `clock.advance()` and `wait()`. At its end all tasks are cancelled and must
+/// end.
 class TestRuntime {
 public:
     TestRuntime();
@@ -25,11 +26,12 @@ public:
     runtime::Actor makeSerialActor(std::string name) const;
     runtime::TaskRegistry& registry() const;
 
-    /// Runs everything that is ready; time stands still.
+    /// Runs everything that is ready, without advancing the time.
     void runUntilIdle();
 
-    /// Spawns the task on the main actor, runs what is ready, and moves the clock from timer to timer until
-    /// it has ended. Returns its value or throws its error; throws when nothing is left that could end it.
+    /// Spawns the task on the main actor, runs what is ready, and advances the clock from timer to timer
+    /// until the task has ended. Returns its value or throws its error. Throws if nothing is left that could
+    /// end it.
     template <class T>
     T wait(runtime::Task<T> task) {
         const auto handle = runtime::spawn(main(), std::move(task));
@@ -38,11 +40,11 @@ public:
         return runtime::detail::take<T>(std::move(outcome));
     }
 
-    /// Cancels all tasks and lets them end, moving the clock as far as they need it. Ends the process when
-    /// some do not end. A fixture whose members tasks use calls it before these go.
+    /// Cancels all tasks and runs until they have ended, advancing the clock as needed. Ends the process if
+    /// some do not end. A fixture whose members are used by tasks calls it before the members are destroyed.
     void endTasks();
 
-    /// Runs and moves the clock until `isDone`.
+    /// Runs and advances the clock until `isDone`.
     void drive(const std::function<bool()>& isDone);
 
     runtime::ManualClock& clock();

@@ -38,8 +38,8 @@ void TestWindow::activate() {
     event.message.format = 32;
     event.message.window = window_;
     event.message.type = session_.atom("_NET_ACTIVE_WINDOW");
-    event.message.data.data32[0] = 2; // as a pager asks, so that it is not refused
-    // Asked again, because one that came before the window manager had the window is lost.
+    event.message.data.data32[0] = 2; // as a pager sends it, so that it is not refused
+    // Sent again, because a request before the window manager knows the window is lost.
     const bool isActive = eventually(20, [&] {
         if (activeWindow(session_) == window_)
             return true;

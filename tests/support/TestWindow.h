@@ -7,26 +7,26 @@
 
 namespace sonvale::tests {
 
-/// A window of another program, as a window manager shows it.
+/// A window of another program, shown by a window manager.
 class TestWindow {
 public:
     struct Properties {
         std::string instance;
-        std::string className; ///< no WM_CLASS when both are empty
+        std::string className; ///< no WM_CLASS if both are empty
         std::optional<std::string> netName;
         std::optional<std::string> oldName; ///< WM_NAME, as STRING
         std::optional<std::uint32_t> processIdentifier;
     };
 
-    /// Shows the window; waits until the window manager has made it the active one.
+    /// Shows the window and waits until the window manager has made it the active one.
     TestWindow(const std::string& displayName, Properties properties);
 
     xcb_window_t id() const { return window_; }
-    /// Makes it the active one again.
+    /// Makes it the active window again.
     void activate();
-    /// Number of windows that the window manager knows.
+    /// Returns the number of windows that the window manager knows.
     static std::size_t managedCount(XcbSession& session);
-    /// The window that the window manager calls active.
+    /// Returns the active window by the window manager.
     static xcb_window_t activeWindow(XcbSession& session);
 
 private:

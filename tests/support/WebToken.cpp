@@ -16,7 +16,7 @@ namespace sonvale::tests {
 
 namespace {
 
-/// Base64 for the pieces of a token (RFC 7515, appendix C).
+/// Encodes a part of a token in Base64 (RFC 7515, appendix C).
 std::string tokenPiece(const std::string& bytes) {
     auto text = base::encodeBase64(bytes);
     std::ranges::replace(text, '+', '-');

@@ -11,11 +11,11 @@ namespace sonvale::tests {
 
 std::string signedWebToken(const base::Json& claims, const std::string& secret);
 
-/// The claims of a token that was signed with this secret; nothing for any other token and for what is none.
-/// A token that names another algorithm, "none" above all, is not signed. Its dates are not looked at.
+/// Returns the claims of a token that was signed with this secret, and nullopt for anything else. A token
+/// that names another algorithm, such as "none", counts as unsigned. Does not check its dates.
 std::optional<base::Json> webTokenClaims(const std::string& token, const std::string& secret);
 
-/// Bytes that nobody can guess.
+/// Returns random bytes.
 std::string randomSecret();
 
 } // namespace sonvale::tests

@@ -12,7 +12,7 @@ namespace sonvale::tests {
 
 using TestEvent = std::unique_ptr<xcb_generic_event_t, decltype(&std::free)>;
 
-/// A plain connection of a test to an X server, with a window. Its calls wait for the server without an end.
+/// A plain connection of a test to an X server, with a window. Its calls wait for the server without a limit.
 class XcbSession {
 public:
     explicit XcbSession(const std::string& displayName);
@@ -27,15 +27,15 @@ public:
     xcb_atom_t atom(const std::string& name);
     std::string name(xcb_atom_t atom);
     xcb_window_t owner(const std::string& selection);
-    /// Events other than the one for it are dropped.
+    /// Drops all other events.
     xcb_timestamp_t timestamp();
     void sync();
 
-    /// The next event; null after `seconds`.
+    /// Returns the next event, or null after `seconds`.
     TestEvent waitForEvent(double seconds);
 
     struct Property {
-        std::string type; ///< empty when there is no such property
+        std::string type; ///< empty if there is no such property
         int format = 0;
         std::vector<std::byte> data;
     };
@@ -48,7 +48,7 @@ private:
 };
 
 std::vector<std::byte> bytes(const std::string& text);
-/// `count` bytes without a pattern of a power of two.
+/// Returns `count` bytes without a pattern of a power of two.
 std::vector<std::byte> manyBytes(std::size_t count);
 
 } // namespace sonvale::tests
