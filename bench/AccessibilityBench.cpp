@@ -17,7 +17,7 @@ void selectedTextOf(benchmark::State& state, Editor::Program program) {
         state.SkipWithError("the editor does not tell its selection");
         return;
     }
-    session.goAtFullSpeed();
+    session.useProgramTimes();
     for (auto step : state) {
         (void)step;
         benchmark::DoNotOptimize(session.tree().selectedText());

@@ -10,7 +10,7 @@
 
 namespace sonvale::tests {
 
-/// One session that grants the right, or takes it away.
+/// A session that gives the permission, or removes it.
 class AccessibilityTreeHarness {
 public:
     AccessibilityTreeHarness() = default;
@@ -19,9 +19,9 @@ public:
     virtual ~AccessibilityTreeHarness() = default;
 
     virtual platform::AccessibilityTree& tree() = 0;
-    /// Before it the right is there.
-    virtual void takeAway() = 0;
-    /// Puts an editor with this text in front and selects all of it, or nothing when that is said.
+    /// Removes the permission, which exists before.
+    virtual void removePermission() = 0;
+    /// Brings an editor with this text to the front and selects all of it. `unselect` then selects nothing.
     virtual void select(const std::string& text) = 0;
     virtual void unselect() = 0;
 };

@@ -18,7 +18,7 @@ namespace {
 class FakeHarness final : public AccessibilityTreeHarness {
 public:
     platform::AccessibilityTree& tree() override { return fake_; }
-    void takeAway() override { fake_.control().setTrusted(false); }
+    void removePermission() override { fake_.control().setTrusted(false); }
     void select(const std::string& text) override { fake_.control().setSelectedText(text); }
     void unselect() override { fake_.control().setSelectedText(std::nullopt); }
 
@@ -29,7 +29,7 @@ private:
 class X11Harness final : public AccessibilityTreeHarness {
 public:
     platform::AccessibilityTree& tree() override { return session_.tree(); }
-    void takeAway() override { session_.endDisplay(); }
+    void removePermission() override { session_.endDisplay(); }
     void select(const std::string& text) override {
         session_.open(Editor::Program::mousepad, text);
         EXPECT_TRUE(session_.selectsAll(text));
@@ -42,25 +42,25 @@ private:
 
 } // namespace
 
-TEST_P(AccessibilityTreeContract, IsTrustedAsOftenAsItIsAsked) {
+TEST_P(AccessibilityTreeContract, IsTrustedAtEveryQuestion) {
     for (int i = 0; i < 20; ++i)
         EXPECT_TRUE(tree.isTrusted());
 }
 
-TEST_P(AccessibilityTreeContract, NoticesThatTheRightIsTakenAway) {
+TEST_P(AccessibilityTreeContract, NoticesThatThePermissionIsRemoved) {
     ASSERT_TRUE(tree.isTrusted());
-    harness->takeAway();
+    harness->removePermission();
     EXPECT_FALSE(tree.isTrusted());
 }
 
-TEST_P(AccessibilityTreeContract, AnswersTheSameWithAPrompt) {
+TEST_P(AccessibilityTreeContract, GivesTheSameAnswerWithAPrompt) {
     EXPECT_TRUE(tree.isTrustedWithPrompt());
-    harness->takeAway();
+    harness->removePermission();
     EXPECT_FALSE(tree.isTrustedWithPrompt());
     EXPECT_FALSE(tree.isTrusted());
 }
 
-TEST_P(AccessibilityTreeContract, TellsTheSelectedTextAsItStands) {
+TEST_P(AccessibilityTreeContract, ReturnsTheSelectedTextUnchanged) {
     const std::string text = "  one two\n\nna\u00EFve \U0001F44D\u200D e\u0301 ";
     harness->select(text);
     EXPECT_TRUE(eventually(10, [&] { return tree.selectedText() == text; }));
@@ -68,14 +68,14 @@ TEST_P(AccessibilityTreeContract, TellsTheSelectedTextAsItStands) {
     EXPECT_EQ(tree.selectedText(), text) << "it stays selected";
 }
 
-TEST_P(AccessibilityTreeContract, TellsNothingWithoutASelection) {
+TEST_P(AccessibilityTreeContract, ReturnsNoTextWithoutASelection) {
     harness->select("one two");
     ASSERT_TRUE(eventually(10, [&] { return tree.selectedText() == "one two"; }));
     harness->unselect();
     EXPECT_TRUE(eventually(10, [&] { return !tree.selectedText(); }));
 }
 
-TEST_P(AccessibilityTreeContract, TellsNothingWhenThereIsNothingInFront) {
+TEST_P(AccessibilityTreeContract, ReturnsNoTextWithoutAFrontApplication) {
     EXPECT_EQ(tree.selectedText(), std::nullopt);
 }
 
@@ -96,7 +96,7 @@ TEST(X11AccessibilityTree, IsNotTrustedWithoutAServer) {
     EXPECT_FALSE(adapters::x11::X11AccessibilityTree(clock, ":65000").isTrusted());
 }
 
-TEST(X11AccessibilityTree, SaysWhatIsMissingWhereTheUserIsToBeTold) {
+TEST(X11AccessibilityTree, LogsWhatIsMissingAtAPrompt) {
     const PrivateDisplay display(WindowManager::none, {"-extension", "XTEST"});
     runtime::SystemClock clock;
     const LogCapture log;
@@ -112,7 +112,7 @@ TEST(X11AccessibilityTree, SaysWhatIsMissingWhereTheUserIsToBeTold) {
               "Nothing can be typed into other programs: the X server cannot be reached");
 }
 
-TEST(X11AccessibilityTree, DoesNotHangWhenTheServerDoes) {
+TEST(X11AccessibilityTree, DoesNotHangWithTheServer) {
     const PrivateDisplay display;
     runtime::SystemClock clock;
     adapters::x11::X11AccessibilityTree tree(clock, display.name());
@@ -125,7 +125,7 @@ TEST(X11AccessibilityTree, DoesNotHangWhenTheServerDoes) {
     EXPECT_TRUE(eventually(10, [&tree] { return tree.isTrusted(); }));
 }
 
-TEST(X11AccessibilityTree, LeavesTheUsersSelectionsAlone) {
+TEST(X11AccessibilityTree, KeepsTheUsersSelections) {
     const PrivateDisplay display;
     const SelectionOwner clipboard(display.name(), {{"UTF8_STRING", bytes("copied")}});
     const SelectionOwner primary(display.name(), {{"UTF8_STRING", bytes("marked")}},

@@ -6,9 +6,9 @@
 
 namespace sonvale::tests {
 
-/// What every Application does. `Subject` gives `application()`, `openWindow()` (a number),
-/// `becomesListed(window, bool)` (whether the task bar comes to list it, or not to), and `ends()` (whether
-/// the program has ended or now ends).
+/// The rules of `platform::Application`. `Subject` has `application()`, `openWindow()` (returns a number),
+/// `becomesListed(window, bool)` (waits until the task bar lists the window, or does not), and `ends()`
+/// (whether the program has ended or now ends).
 template <class Subject>
 class ApplicationContract : public testing::Test {
 protected:
@@ -23,7 +23,7 @@ TYPED_TEST_P(ApplicationContract, ListsWindowsAtFirst) {
     EXPECT_TRUE(this->subject.becomesListed(this->subject.openWindow(), true));
 }
 
-TYPED_TEST_P(ApplicationContract, AnAccessorysOpenWindowsLeaveTheTaskbar) {
+TYPED_TEST_P(ApplicationContract, RemovesOpenWindowsOfAnAccessoryFromTheTaskbar) {
     const auto one = this->subject.openWindow();
     const auto other = this->subject.openWindow();
     ASSERT_TRUE(this->subject.becomesListed(one, true));
@@ -32,12 +32,12 @@ TYPED_TEST_P(ApplicationContract, AnAccessorysOpenWindowsLeaveTheTaskbar) {
     EXPECT_TRUE(this->subject.becomesListed(other, false));
 }
 
-TYPED_TEST_P(ApplicationContract, AnAccessorysWindowsToComeAreNotListed) {
+TYPED_TEST_P(ApplicationContract, DoesNotListLaterWindowsOfAnAccessory) {
     this->application().setActivationPolicy(platform::ActivationPolicy::accessory);
     EXPECT_TRUE(this->subject.becomesListed(this->subject.openWindow(), false));
 }
 
-TYPED_TEST_P(ApplicationContract, RegularBringsOpenWindowsBack) {
+TYPED_TEST_P(ApplicationContract, ListsOpenWindowsAgainWhenRegular) {
     this->application().setActivationPolicy(platform::ActivationPolicy::accessory);
     const auto window = this->subject.openWindow();
     ASSERT_TRUE(this->subject.becomesListed(window, false));
@@ -46,13 +46,14 @@ TYPED_TEST_P(ApplicationContract, RegularBringsOpenWindowsBack) {
     EXPECT_TRUE(this->subject.becomesListed(this->subject.openWindow(), true));
 }
 
-TYPED_TEST_P(ApplicationContract, TerminateEndsTheProgram) {
+TYPED_TEST_P(ApplicationContract, EndsTheProgramWhenTerminated) {
     this->application().terminate();
     EXPECT_TRUE(this->subject.ends());
 }
 
-REGISTER_TYPED_TEST_SUITE_P(ApplicationContract, ListsWindowsAtFirst, AnAccessorysOpenWindowsLeaveTheTaskbar,
-                            AnAccessorysWindowsToComeAreNotListed, RegularBringsOpenWindowsBack,
-                            TerminateEndsTheProgram);
+REGISTER_TYPED_TEST_SUITE_P(ApplicationContract, ListsWindowsAtFirst,
+                            RemovesOpenWindowsOfAnAccessoryFromTheTaskbar,
+                            DoesNotListLaterWindowsOfAnAccessory, ListsOpenWindowsAgainWhenRegular,
+                            EndsTheProgramWhenTerminated);
 
 } // namespace sonvale::tests

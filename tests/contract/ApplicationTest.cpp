@@ -8,7 +8,7 @@ namespace {
 struct FakeSubject {
     platform::Application& application() { return fake; }
     int openWindow() { return ++windows; }
-    /// The fake's one policy stands for all of its windows.
+    /// The fake has one policy for all of its windows.
     bool becomesListed(int, bool isListed) const {
         return (fake.policy() == platform::ActivationPolicy::regular) == isListed;
     }

@@ -11,7 +11,7 @@
 
 namespace sonvale::tests {
 
-/// Keeps what a tap receives.
+/// Records what a tap receives.
 class TapRecord {
 public:
     platform::AudioEngine::TapBlock block() {
@@ -47,7 +47,7 @@ private:
     std::vector<platform::PcmBufferPtr> buffers_;
 };
 
-/// `count` samples, no two of them alike, that continue those of an earlier `first`.
+/// Returns `count` different samples that continue those of an earlier `first`.
 inline std::vector<float> distinctSamples(std::size_t count, std::size_t first = 0) {
     std::vector<float> samples(count);
     for (std::size_t i = 0; i < count; ++i)
@@ -55,8 +55,9 @@ inline std::vector<float> distinctSamples(std::size_t count, std::size_t first =
     return samples;
 }
 
-/// What does not fill a buffer yet cannot be seen: time for a busy machine to bring it to the engine.
-inline void letTheRestArrive() {
+/// Samples that do not fill a buffer cannot be observed: waits until even a busy machine has brought them to
+/// the engine.
+inline void waitForTheRest() {
     pauseMilliseconds(200);
 }
 
@@ -66,7 +67,7 @@ inline std::vector<float> negated(std::vector<float> samples) {
     return samples;
 }
 
-/// The rules of `platform::AudioEngine`. A rig has a microphone of 48 kHz in the hands of the test:
+/// The rules of `platform::AudioEngine`. A rig has a microphone of 48 kHz that the test controls:
 ///
 ///     static constexpr bool hasADelay;               // samples take a while from `speak` to the engine
 ///     explicit Rig(int channels);
@@ -78,7 +79,7 @@ class AudioEngineContract : public testing::Test {};
 
 TYPED_TEST_SUITE_P(AudioEngineContract);
 
-TYPED_TEST_P(AudioEngineContract, TellsTheFormatOfTheInput) {
+TYPED_TEST_P(AudioEngineContract, ReportsTheFormatOfTheInput) {
     TypeParam rig(2);
     const auto engine = rig.engines().makeEngine();
     EXPECT_EQ(engine->inputFormat(), (platform::AudioFormat{48000, 2}));
@@ -86,7 +87,7 @@ TYPED_TEST_P(AudioEngineContract, TellsTheFormatOfTheInput) {
     EXPECT_FALSE(engine->isRunning());
 }
 
-TYPED_TEST_P(AudioEngineContract, DeliversBuffersOfTheAskedSizeInOrderWithoutGaps) {
+TYPED_TEST_P(AudioEngineContract, DeliversBuffersOfTheRequestedSizeInOrderWithoutGaps) {
     TypeParam rig(1);
     TapRecord tap;
     const auto engine = rig.engines().makeEngine();
@@ -100,7 +101,7 @@ TYPED_TEST_P(AudioEngineContract, DeliversBuffersOfTheAskedSizeInOrderWithoutGap
         spoken += piece;
     }
     EXPECT_TRUE(eventually(10, [&] { return tap.frames() >= spoken / 1024 * 1024; }));
-    letTheRestArrive();
+    waitForTheRest();
     engine->removeTap();
     engine->stop();
 
@@ -113,7 +114,7 @@ TYPED_TEST_P(AudioEngineContract, DeliversBuffersOfTheAskedSizeInOrderWithoutGap
     EXPECT_EQ(buffers.back()->format(), engine->outputFormat());
 }
 
-TYPED_TEST_P(AudioEngineContract, KeepsTheChannelsApart) {
+TYPED_TEST_P(AudioEngineContract, KeepsTheChannelsSeparate) {
     TypeParam rig(2);
     TapRecord tap;
     const auto engine = rig.engines().makeEngine();
@@ -121,13 +122,13 @@ TYPED_TEST_P(AudioEngineContract, KeepsTheChannelsApart) {
     engine->start();
     rig.speak(distinctSamples(2500));
     EXPECT_TRUE(eventually(10, [&] { return tap.frames() >= 2048; }));
-    letTheRestArrive();
+    waitForTheRest();
     engine->removeTap();
     EXPECT_EQ(tap.samples(0), distinctSamples(2500));
     EXPECT_EQ(tap.samples(1), negated(distinctSamples(2500)));
 }
 
-TYPED_TEST_P(AudioEngineContract, DeliversWhatWasSpokenBeforeADrain) {
+TYPED_TEST_P(AudioEngineContract, DeliversEverythingSpokenBeforeADrain) {
     TypeParam rig(1);
     const auto spoken = distinctSamples(1500);
     int complete = 0;
@@ -140,22 +141,22 @@ TYPED_TEST_P(AudioEngineContract, DeliversWhatWasSpokenBeforeADrain) {
         const double start = monotonicSeconds();
         engine->drain();
         const double waited = monotonicSeconds() - start;
-        const auto heard = tap.samples();
-        // On a busy machine the audio may need longer than the wait lasts; nothing else excuses a loss.
-        ASSERT_TRUE(heard.size() == spoken.size() || (TypeParam::hasADelay && waited >= 0.055))
-            << "round " << round << ": " << heard.size() << " samples after " << waited << " s";
-        ASSERT_LE(heard.size(), spoken.size());
-        EXPECT_TRUE(std::equal(heard.begin(), heard.end(), spoken.begin()));
-        complete += heard.size() == spoken.size();
+        const auto received = tap.samples();
+        // On a busy machine the audio may need longer than the wait. No other loss is allowed.
+        ASSERT_TRUE(received.size() == spoken.size() || (TypeParam::hasADelay && waited >= 0.055))
+            << "round " << round << ": " << received.size() << " samples after " << waited << " s";
+        ASSERT_LE(received.size(), spoken.size());
+        EXPECT_TRUE(std::equal(received.begin(), received.end(), spoken.begin()));
+        complete += received.size() == spoken.size();
         engine->removeTap();
         engine->stop();
-        // What came too late must not be heard by the next engine.
-        letTheRestArrive();
+        // Samples that came too late must not reach the next engine.
+        waitForTheRest();
     }
     EXPECT_GE(complete, TypeParam::hasADelay ? 1 : 10);
 }
 
-TYPED_TEST_P(AudioEngineContract, GoesOnWithoutAGapAfterADrain) {
+TYPED_TEST_P(AudioEngineContract, ContinuesWithoutAGapAfterADrain) {
     TypeParam rig(1);
     TapRecord tap;
     const auto engine = rig.engines().makeEngine();
@@ -165,7 +166,7 @@ TYPED_TEST_P(AudioEngineContract, GoesOnWithoutAGapAfterADrain) {
     for (const std::size_t piece : {500UL, 1500UL, 2500UL}) {
         rig.speak(distinctSamples(piece, spoken));
         spoken += piece;
-        letTheRestArrive();
+        waitForTheRest();
         engine->drain();
         EXPECT_EQ(tap.frames(), spoken);
         EXPECT_TRUE(engine->isRunning());
@@ -205,7 +206,7 @@ TYPED_TEST_P(AudioEngineContract, DeliversNothingAfterTheTapWasRemoved) {
     EXPECT_TRUE(engine->isRunning());
 }
 
-TYPED_TEST_P(AudioEngineContract, EndsWithStop) {
+TYPED_TEST_P(AudioEngineContract, StopsWhenStopped) {
     TypeParam rig(1);
     TapRecord tap;
     const auto engine = rig.engines().makeEngine();
@@ -221,7 +222,7 @@ TYPED_TEST_P(AudioEngineContract, EndsWithStop) {
     engine->removeTap();
 }
 
-TYPED_TEST_P(AudioEngineContract, EndsWithItsDestruction) {
+TYPED_TEST_P(AudioEngineContract, StopsAtItsDestruction) {
     TypeParam rig(1);
     TapRecord tap;
     auto engine = rig.engines().makeEngine();
@@ -235,7 +236,7 @@ TYPED_TEST_P(AudioEngineContract, EndsWithItsDestruction) {
     EXPECT_EQ(tap.frames(), before);
 }
 
-TYPED_TEST_P(AudioEngineContract, WithoutATapItsRemovalDoesNothing) {
+TYPED_TEST_P(AudioEngineContract, IgnoresTheRemovalOfAMissingTap) {
     TypeParam rig(1);
     const auto engine = rig.engines().makeEngine();
     engine->removeTap();
@@ -245,7 +246,7 @@ TYPED_TEST_P(AudioEngineContract, WithoutATapItsRemovalDoesNothing) {
     EXPECT_TRUE(engine->isRunning());
 }
 
-TYPED_TEST_P(AudioEngineContract, GivesWhatWasCapturedWhenTheDeviceIsUnplugged) {
+TYPED_TEST_P(AudioEngineContract, DeliversTheCapturedAudioWhenTheDeviceIsUnplugged) {
     TypeParam rig(1);
     TapRecord tap;
     const auto engine = rig.engines().makeEngine();
@@ -253,7 +254,7 @@ TYPED_TEST_P(AudioEngineContract, GivesWhatWasCapturedWhenTheDeviceIsUnplugged) 
     engine->start();
     rig.speak(distinctSamples(2500));
     EXPECT_TRUE(eventually(10, [&] { return tap.frames() >= 2048; }));
-    letTheRestArrive();
+    waitForTheRest();
 
     rig.unplug();
     EXPECT_TRUE(eventually(10, [&] { return !engine->isRunning(); }));
@@ -275,12 +276,12 @@ TYPED_TEST_P(AudioEngineContract, HasNoChannelsWithoutAnInputAndDoesNotStart) {
     engine->stop();
 }
 
-REGISTER_TYPED_TEST_SUITE_P(AudioEngineContract, TellsTheFormatOfTheInput,
-                            DeliversBuffersOfTheAskedSizeInOrderWithoutGaps, KeepsTheChannelsApart,
-                            DeliversWhatWasSpokenBeforeADrain, GoesOnWithoutAGapAfterADrain,
+REGISTER_TYPED_TEST_SUITE_P(AudioEngineContract, ReportsTheFormatOfTheInput,
+                            DeliversBuffersOfTheRequestedSizeInOrderWithoutGaps, KeepsTheChannelsSeparate,
+                            DeliversEverythingSpokenBeforeADrain, ContinuesWithoutAGapAfterADrain,
                             DrainsNothingWithoutATapOrACapture, DeliversNothingAfterTheTapWasRemoved,
-                            EndsWithStop, EndsWithItsDestruction, WithoutATapItsRemovalDoesNothing,
-                            GivesWhatWasCapturedWhenTheDeviceIsUnplugged,
+                            StopsWhenStopped, StopsAtItsDestruction, IgnoresTheRemovalOfAMissingTap,
+                            DeliversTheCapturedAudioWhenTheDeviceIsUnplugged,
                             HasNoChannelsWithoutAnInputAndDoesNotStart);
 
 } // namespace sonvale::tests

@@ -14,7 +14,7 @@
 
 namespace sonvale::tests {
 
-/// A tone in every channel, each channel twice as loud as the next.
+/// Returns a tone in every channel, each channel twice as loud as the next.
 inline platform::PcmBufferPtr tone(const platform::AudioFormat& format, std::size_t frames,
                                    double frequency = 440, std::size_t firstFrame = 0,
                                    float loudness = 0.5F) {
@@ -29,7 +29,7 @@ inline platform::PcmBufferPtr tone(const platform::AudioFormat& format, std::siz
     return buffer;
 }
 
-/// How alike two signals are, whatever their loudness: 1 for the same.
+/// Returns the similarity of two signals of any loudness: 1 if they are the same.
 inline double correlation(std::span<const float> a, std::span<const float> b) {
     double ab = 0;
     double aa = 0;
@@ -53,7 +53,7 @@ inline constexpr platform::AudioFormat speech{16000, 1};
 
 using WeakBuffer = std::weak_ptr<platform::PcmBuffer>;
 
-/// What all makers of audio files keep, whatever is behind them. Beside each stand the functions
+/// The rules of `platform::AudioFiles`. Each implementation has the functions
 ///
 ///     void refuseWrites(Files& files, bool refuses);            // of the disk, to all files of this process
 ///     bool isTaken(const Files& files, const WeakBuffer& buffer); // by the thread that writes
@@ -70,7 +70,7 @@ protected:
 
 TYPED_TEST_SUITE_P(AudioFilesContract);
 
-TYPED_TEST_P(AudioFilesContract, MakesAFileThatOnlyItsOwnerReads) {
+TYPED_TEST_P(AudioFilesContract, CreatesAFileThatOnlyItsOwnerCanRead) {
     using std::filesystem::perms;
     const auto writer = this->files_.create(this->path(), {48000, 1});
     EXPECT_EQ(std::filesystem::status(this->path()).permissions(), perms::owner_read | perms::owner_write);
@@ -78,7 +78,7 @@ TYPED_TEST_P(AudioFilesContract, MakesAFileThatOnlyItsOwnerReads) {
     EXPECT_EQ(std::filesystem::status(this->path()).permissions(), perms::owner_read | perms::owner_write);
 }
 
-TYPED_TEST_P(AudioFilesContract, GivesBackEveryFrameInOrder) {
+TYPED_TEST_P(AudioFilesContract, ReadsEveryFrameInOrder) {
     const platform::AudioFormat format{48000, 1};
     auto writer = this->files_.create(this->path(), format);
     std::size_t written = 0;
@@ -120,27 +120,27 @@ TYPED_TEST_P(AudioFilesContract, ClosesOnce) {
     EXPECT_EQ(this->files_.read(this->path(), speech)->frameLength(), 1600U);
 }
 
-TYPED_TEST_P(AudioFilesContract, ClosesWhatIsDropped) {
+TYPED_TEST_P(AudioFilesContract, ClosesADestroyedWriter) {
     this->files_.create(this->path(), {48000, 1})->write(tone({48000, 1}, 4800));
     EXPECT_EQ(this->files_.read(this->path(), speech)->frameLength(), 1600U);
 }
 
-TYPED_TEST_P(AudioFilesContract, RefusesAPlaceThatCannotBeWrittenAndLeavesNothing) {
+TYPED_TEST_P(AudioFilesContract, RefusesAnUnwritablePlaceAndLeavesNoFile) {
     const auto noFolder = this->path("missing") / "a.m4a";
     EXPECT_THROW(this->files_.create(noFolder, {48000, 1}), platform::AudioFileError);
     EXPECT_FALSE(std::filesystem::exists(noFolder));
-    // For the superuser too no file can be made here.
+    // Not even the superuser can create a file here.
     EXPECT_THROW(this->files_.create("/proc/a.m4a", {48000, 1}), platform::AudioFileError);
 }
 
-TYPED_TEST_P(AudioFilesContract, SaysThatAFileIsMissing) {
+TYPED_TEST_P(AudioFilesContract, ReportsAMissingFile) {
     EXPECT_THROW(this->files_.read(this->path(), speech), platform::AudioFileError);
 }
 
-TYPED_TEST_P(AudioFilesContract, GoesOnAfterWritesThatFailed) {
+TYPED_TEST_P(AudioFilesContract, ContinuesAfterFailedWrites) {
     const platform::AudioFormat format{48000, 1};
     auto writer = this->files_.create(this->path(), format);
-    // Comes back when the writer has dealt with it, which may have a thread of its own.
+    // Returns when the writer, which may have a thread of its own, has handled it.
     const auto write = [&](double frequency) {
         auto second = tone(format, 48000, frequency);
         const WeakBuffer watched = second;
@@ -160,7 +160,7 @@ TYPED_TEST_P(AudioFilesContract, GoesOnAfterWritesThatFailed) {
     try {
         writer->close();
     } catch (const platform::AudioFileError&) {
-        // It may say what it has lost.
+        // It may report its loss.
     }
 
     const auto read = this->files_.read(this->path(), speech);
@@ -171,7 +171,7 @@ TYPED_TEST_P(AudioFilesContract, GoesOnAfterWritesThatFailed) {
     EXPECT_GT(correlation(after, tone(speech, after.size(), 880)->channel(0)), 0.99);
 }
 
-TYPED_TEST_P(AudioFilesContract, KeepsSeveralFilesApart) {
+TYPED_TEST_P(AudioFilesContract, KeepsSeveralFilesSeparate) {
     auto first = this->files_.create(this->path("1.m4a"), {48000, 1});
     auto second = this->files_.create(this->path("2.m4a"), {48000, 1});
     first->write(tone({48000, 1}, 4800, 440));
@@ -184,9 +184,9 @@ TYPED_TEST_P(AudioFilesContract, KeepsSeveralFilesApart) {
     EXPECT_GT(correlation(read->channel(0), tone(speech, 3200, 880)->channel(0)), 0.95);
 }
 
-REGISTER_TYPED_TEST_SUITE_P(AudioFilesContract, MakesAFileThatOnlyItsOwnerReads, GivesBackEveryFrameInOrder,
+REGISTER_TYPED_TEST_SUITE_P(AudioFilesContract, CreatesAFileThatOnlyItsOwnerCanRead, ReadsEveryFrameInOrder,
                             AveragesTheChannelsIntoOne, ReadsAFileWithoutAFrameAsAnEmptyBuffer, ClosesOnce,
-                            ClosesWhatIsDropped, RefusesAPlaceThatCannotBeWrittenAndLeavesNothing,
-                            SaysThatAFileIsMissing, GoesOnAfterWritesThatFailed, KeepsSeveralFilesApart);
+                            ClosesADestroyedWriter, RefusesAnUnwritablePlaceAndLeavesNoFile,
+                            ReportsAMissingFile, ContinuesAfterFailedWrites, KeepsSeveralFilesSeparate);
 
 } // namespace sonvale::tests

@@ -20,7 +20,7 @@ bool isTaken(const FakeAudioFiles& /*files*/, const std::weak_ptr<platform::PcmB
     return true;
 }
 
-/// By a limit on the size of files, which refuses a write as a full disk does, and needs no mount.
+/// Uses a limit on the size of files, which refuses a write as a full disk does and needs no mount.
 void refuseWrites(adapters::ffmpeg::FfmpegAudioFiles& /*files*/, bool refuses) {
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit limit{};

@@ -55,7 +55,7 @@ public:
     void plugIn() { sound_.addMicrophone(); }
     void unplug() { sound_.removeMicrophone(); }
 
-    /// Turns to an entrance of the same server that asks for a secret which this program does not have.
+    /// Uses an address of the same server that requires a secret which this program does not have.
     void refuse() {
         const auto port = std::to_string(freePort());
         sound_.control({"load-module", "module-native-protocol-tcp", "listen=127.0.0.1", "port=" + port,
@@ -94,7 +94,7 @@ TYPED_TEST(CaptureAuthorizationContract, IsDeniedByAServerThatRefuses) {
     EXPECT_EQ(rig.authorization().status(), CaptureStatus::denied);
 }
 
-TYPED_TEST(CaptureAuthorizationContract, AnswersARequestOnceByWhatThereIs) {
+TYPED_TEST(CaptureAuthorizationContract, AnswersARequestOnceWithThePresentStatus) {
     TypeParam rig;
     std::vector<bool> answers;
     const auto request = [&] {
@@ -108,7 +108,7 @@ TYPED_TEST(CaptureAuthorizationContract, AnswersARequestOnceByWhatThereIs) {
     EXPECT_EQ(answers, (std::vector<bool>{false, true, false}));
 }
 
-TYPED_TEST(CaptureAuthorizationContract, HasNoSecondRecordOfItsOwnAccord) {
+TYPED_TEST(CaptureAuthorizationContract, HasNoSecondRecordByItself) {
     TypeParam rig;
     EXPECT_EQ(rig.authorization().recordPermission(), RecordPermission::undetermined);
     rig.plugIn();
@@ -118,7 +118,7 @@ TYPED_TEST(CaptureAuthorizationContract, HasNoSecondRecordOfItsOwnAccord) {
     EXPECT_EQ(rig.authorization().recordPermission(), RecordPermission::undetermined);
 }
 
-TYPED_TEST(CaptureAuthorizationContract, MayBeAskedFromSeveralThreads) {
+TYPED_TEST(CaptureAuthorizationContract, AnswersOnSeveralThreads) {
     TypeParam rig;
     rig.plugIn();
     std::atomic<int> authorized = 0;

@@ -12,8 +12,8 @@
 
 namespace sonvale::tests {
 
-/// What every key tap does. `Bench` makes one (`tap()`), types on its keyboard by macOS key codes (`down`,
-/// `up`), lets the system refuse (`forbid()`) and gives queued work its turn (`settle()`).
+/// The rules of `platform::EventTap`. `Bench` makes a tap (`tap()`), types on its keyboard by macOS key codes
+/// (`down`, `up`), makes the system refuse (`forbid()`) and runs queued work (`settle()`).
 template <class Bench>
 class EventTapContract : public testing::Test {
 protected:
@@ -51,13 +51,13 @@ protected:
 
 TYPED_TEST_SUITE_P(EventTapContract);
 
-TYPED_TEST_P(EventTapContract, CannotBeStartedWhereTheSystemRefuses) {
+TYPED_TEST_P(EventTapContract, DoesNotStartIfTheSystemRefuses) {
     this->bench_.forbid();
     EXPECT_FALSE(this->bench_.tap().probe());
     EXPECT_FALSE(this->start());
 }
 
-TYPED_TEST_P(EventTapContract, MayBeProbedOnOtherThreadsWhileItIsStartedAndStopped) {
+TYPED_TEST_P(EventTapContract, CanBeProbedOnOtherThreadsWhileItStartsAndStops) {
     std::atomic<int> probes = 0;
     std::vector<std::thread> threads;
     for (int i = 0; i < 3; ++i) {
@@ -99,7 +99,7 @@ TYPED_TEST_P(EventTapContract, ReportsEachModifierWithItsFlag) {
     }
 }
 
-TYPED_TEST_P(EventTapContract, KeepsTheFlagWhileOneOfTwoSidesIsHeld) {
+TYPED_TEST_P(EventTapContract, KeepsTheFlagWhileOneSideIsHeld) {
     ASSERT_TRUE(this->start());
     this->bench_.down(this->leftOption);
     this->bench_.down(this->rightOption);
@@ -143,7 +143,7 @@ TYPED_TEST_P(EventTapContract, IsSilentAfterStopAndCanBeStartedAgain) {
     EXPECT_FALSE(this->recorder_.has({TestFixture::Type::keyDown, this->letterX, 0}));
 }
 
-TYPED_TEST_P(EventTapContract, SwallowsOnlyWhatIsSwallowableAndSwallowed) {
+TYPED_TEST_P(EventTapContract, SwallowsOnlySwallowableKeysThatTheCallbackSwallows) {
     const platform::KeyCombination optionSpace{this->space, platform::modifier::option};
     this->bench_.tap().setSwallowable({optionSpace});
     ASSERT_TRUE(this->start());
@@ -190,10 +190,10 @@ TYPED_TEST_P(EventTapContract, ReportsATakenCombinationOnce) {
     EXPECT_TRUE(isReported(2));
 }
 
-REGISTER_TYPED_TEST_SUITE_P(EventTapContract, CannotBeStartedWhereTheSystemRefuses,
-                            MayBeProbedOnOtherThreadsWhileItIsStartedAndStopped, ReportsKeysByTheirPlace,
-                            ReportsEachModifierWithItsFlag, KeepsTheFlagWhileOneOfTwoSidesIsHeld,
+REGISTER_TYPED_TEST_SUITE_P(EventTapContract, DoesNotStartIfTheSystemRefuses,
+                            CanBeProbedOnOtherThreadsWhileItStartsAndStops, ReportsKeysByTheirPlace,
+                            ReportsEachModifierWithItsFlag, KeepsTheFlagWhileOneSideIsHeld,
                             RunsBlocksInOrderAndOnlyWhileRunning, IsSilentAfterStopAndCanBeStartedAgain,
-                            SwallowsOnlyWhatIsSwallowableAndSwallowed, ReportsATakenCombinationOnce);
+                            SwallowsOnlySwallowableKeysThatTheCallbackSwallows, ReportsATakenCombinationOnce);
 
 } // namespace sonvale::tests

@@ -14,7 +14,7 @@ namespace sonvale::tests {
 
 namespace {
 
-/// The fake, its keyboard being its control.
+/// The fake. Its keyboard is its control.
 class FakeBench {
 public:
     platform::EventTap& tap() { return tap_; }
@@ -69,7 +69,7 @@ private:
     std::set<int> held_;
 };
 
-/// The adapter on a display of its own with one window.
+/// The adapter on a private display with one window.
 template <TestKeyboard::Source TypedBy>
 class X11Bench {
 public:
@@ -79,7 +79,7 @@ public:
     void settle() {}
 
     void waitForSwallowables() {
-        // Blocks are run in order, and the grabs right after the block that asks for them.
+        // Blocks run in order, and the grabs are made right after the block that requests them.
         std::atomic<bool> isDone = false;
         tap_->perform([&] { isDone = true; });
         ASSERT_TRUE(eventually(5, [&] { return isDone.load(); }));

@@ -8,8 +8,8 @@
 
 namespace sonvale::tests {
 
-/// What every FloatingPanel does. `Subject` gives `panel()` and `shown()`: an optional with `state`, `level`
-/// and `panel`, which tells one panel from the next.
+/// The rules of `platform::FloatingPanel`. `Subject` has `panel()` and `shown()`: an optional with `state`,
+/// `level` and `panel`, a number that differs between panels.
 template <class Subject>
 class FloatingPanelContract : public testing::Test {
 protected:
@@ -21,7 +21,7 @@ protected:
 
 TYPED_TEST_SUITE_P(FloatingPanelContract);
 
-TYPED_TEST_P(FloatingPanelContract, IsNotThereUntilShown) {
+TYPED_TEST_P(FloatingPanelContract, IsHiddenAtFirst) {
     EXPECT_FALSE(this->shown());
     this->panel().hide();
     EXPECT_FALSE(this->shown());
@@ -34,7 +34,7 @@ TYPED_TEST_P(FloatingPanelContract, ShowsStateAndLevel) {
     EXPECT_EQ(this->shown()->level, 0.25f);
 }
 
-TYPED_TEST_P(FloatingPanelContract, ASecondShowChangesTheSamePanel) {
+TYPED_TEST_P(FloatingPanelContract, ChangesTheSamePanelAtTheSecondShow) {
     this->panel().show(platform::RecordingState::recording, 0.5f);
     const auto first = this->shown()->panel;
     this->panel().show(platform::RecordingState::processingHandsFree, 0);
@@ -43,7 +43,7 @@ TYPED_TEST_P(FloatingPanelContract, ASecondShowChangesTheSamePanel) {
     EXPECT_EQ(this->shown()->panel, first);
 }
 
-TYPED_TEST_P(FloatingPanelContract, ALevelChangesNothingElse) {
+TYPED_TEST_P(FloatingPanelContract, ChangesOnlyTheLevel) {
     this->panel().show(platform::RecordingState::recording, 0.5f);
     const auto first = this->shown()->panel;
     this->panel().setLevel(0.75f);
@@ -52,12 +52,12 @@ TYPED_TEST_P(FloatingPanelContract, ALevelChangesNothingElse) {
     EXPECT_EQ(this->shown()->panel, first);
 }
 
-TYPED_TEST_P(FloatingPanelContract, ALevelAloneShowsNothing) {
+TYPED_TEST_P(FloatingPanelContract, ShowsNothingForALevelAlone) {
     this->panel().setLevel(0.75f);
     EXPECT_FALSE(this->shown());
 }
 
-TYPED_TEST_P(FloatingPanelContract, AShowAfterAHideMakesANewPanel) {
+TYPED_TEST_P(FloatingPanelContract, MakesANewPanelAfterAHide) {
     this->panel().show(platform::RecordingState::processing, 0);
     const auto first = this->shown()->panel;
     this->panel().hide();
@@ -68,8 +68,8 @@ TYPED_TEST_P(FloatingPanelContract, AShowAfterAHideMakesANewPanel) {
     EXPECT_NE(this->shown()->panel, first);
 }
 
-REGISTER_TYPED_TEST_SUITE_P(FloatingPanelContract, IsNotThereUntilShown, ShowsStateAndLevel,
-                            ASecondShowChangesTheSamePanel, ALevelChangesNothingElse, ALevelAloneShowsNothing,
-                            AShowAfterAHideMakesANewPanel);
+REGISTER_TYPED_TEST_SUITE_P(FloatingPanelContract, IsHiddenAtFirst, ShowsStateAndLevel,
+                            ChangesTheSamePanelAtTheSecondShow, ChangesOnlyTheLevel,
+                            ShowsNothingForALevelAlone, MakesANewPanelAfterAHide);
 
 } // namespace sonvale::tests

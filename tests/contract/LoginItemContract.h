@@ -6,8 +6,8 @@
 
 namespace sonvale::tests {
 
-/// What every login item does. `Subject` gives `item()`; `isStartedAtLogin()`, what the desktop would do;
-/// `turnOffElsewhere()`, as another tool does; and `setWritable(bool)`.
+/// The rules of `platform::LoginItem`. `Subject` has `item()`; `isStartedAtLogin()`, what the desktop would
+/// do; `turnOffElsewhere()`, as another tool does; and `setWritable(bool)`.
 template <class Subject>
 class LoginItemContract : public testing::Test {
 protected:
@@ -23,37 +23,37 @@ TYPED_TEST_P(LoginItemContract, IsOffAtFirst) {
     EXPECT_FALSE(this->subject.isStartedAtLogin());
 }
 
-TYPED_TEST_P(LoginItemContract, IsOnOnceItIsRegistered) {
+TYPED_TEST_P(LoginItemContract, IsOnAfterRegistering) {
     this->item().registerItem();
     EXPECT_TRUE(this->item().isEnabled());
     EXPECT_TRUE(this->subject.isStartedAtLogin());
 }
 
-TYPED_TEST_P(LoginItemContract, CanBeRegisteredOnceMore) {
+TYPED_TEST_P(LoginItemContract, CanBeRegisteredTwice) {
     this->item().registerItem();
     this->item().registerItem();
     EXPECT_TRUE(this->item().isEnabled());
 }
 
-TYPED_TEST_P(LoginItemContract, IsOffOnceItIsUnregistered) {
+TYPED_TEST_P(LoginItemContract, IsOffAfterUnregistering) {
     this->item().registerItem();
     this->item().unregisterItem();
     EXPECT_FALSE(this->item().isEnabled());
     EXPECT_FALSE(this->subject.isStartedAtLogin());
 }
 
-TYPED_TEST_P(LoginItemContract, UnregistersNothingWithoutComplaint) {
+TYPED_TEST_P(LoginItemContract, UnregistersAMissingItemWithoutAnError) {
     EXPECT_NO_THROW(this->item().unregisterItem());
     EXPECT_FALSE(this->item().isEnabled());
 }
 
-TYPED_TEST_P(LoginItemContract, SeesThatAnotherToolHasTurnedItOff) {
+TYPED_TEST_P(LoginItemContract, NoticesThatAnotherToolHasTurnedItOff) {
     this->item().registerItem();
     this->subject.turnOffElsewhere();
     EXPECT_FALSE(this->item().isEnabled());
 }
 
-TYPED_TEST_P(LoginItemContract, TurnsOnAgainWhatAnotherToolHasTurnedOff) {
+TYPED_TEST_P(LoginItemContract, TurnsOnAgainAfterAnotherToolHasTurnedItOff) {
     this->item().registerItem();
     this->subject.turnOffElsewhere();
     this->item().registerItem();
@@ -61,13 +61,13 @@ TYPED_TEST_P(LoginItemContract, TurnsOnAgainWhatAnotherToolHasTurnedOff) {
     EXPECT_TRUE(this->subject.isStartedAtLogin());
 }
 
-TYPED_TEST_P(LoginItemContract, StaysOffWhenItCannotBeRegistered) {
+TYPED_TEST_P(LoginItemContract, StaysOffIfRegisteringFails) {
     this->subject.setWritable(false);
     EXPECT_THROW(this->item().registerItem(), platform::LoginItemError);
     EXPECT_FALSE(this->item().isEnabled());
 }
 
-TYPED_TEST_P(LoginItemContract, StaysOnWhenItCannotBeUnregistered) {
+TYPED_TEST_P(LoginItemContract, StaysOnIfUnregisteringFails) {
     this->item().registerItem();
     this->subject.setWritable(false);
     EXPECT_THROW(this->item().unregisterItem(), platform::LoginItemError);
@@ -77,9 +77,9 @@ TYPED_TEST_P(LoginItemContract, StaysOnWhenItCannotBeUnregistered) {
     EXPECT_FALSE(this->item().isEnabled());
 }
 
-REGISTER_TYPED_TEST_SUITE_P(LoginItemContract, IsOffAtFirst, IsOnOnceItIsRegistered, CanBeRegisteredOnceMore,
-                            IsOffOnceItIsUnregistered, UnregistersNothingWithoutComplaint,
-                            SeesThatAnotherToolHasTurnedItOff, TurnsOnAgainWhatAnotherToolHasTurnedOff,
-                            StaysOffWhenItCannotBeRegistered, StaysOnWhenItCannotBeUnregistered);
+REGISTER_TYPED_TEST_SUITE_P(LoginItemContract, IsOffAtFirst, IsOnAfterRegistering, CanBeRegisteredTwice,
+                            IsOffAfterUnregistering, UnregistersAMissingItemWithoutAnError,
+                            NoticesThatAnotherToolHasTurnedItOff, TurnsOnAgainAfterAnotherToolHasTurnedItOff,
+                            StaysOffIfRegisteringFails, StaysOnIfUnregisteringFails);
 
 } // namespace sonvale::tests

@@ -31,7 +31,7 @@ private:
     FakeLoginItem fake_;
 };
 
-/// While it lives the process is an ordinary user: for root every folder can be written.
+/// Makes the process an ordinary user in a scope, because root can write every folder.
 class OrdinaryUser {
 public:
     explicit OrdinaryUser(const fs::path& home) {
@@ -96,7 +96,7 @@ protected:
     TemporaryDirectory directory;
 };
 
-/// Folders of programs that a desktop's tools have to find all the same.
+/// Folders of programs that a desktop's tools must find in spite of their names.
 constexpr const char* awkwardNames[] = {
     "plain",  "two words", "  blanks  ",  "double\"quote", "single'quote",
     "100%",   "%f %U %%",  "back\\slash", "\\\\server\\",  "$HOME",
@@ -122,7 +122,7 @@ TEST_F(XdgAutostartTest, WritesAnEntryThatTheDesktopsOwnCheckAccepts) {
     }
 }
 
-TEST_F(XdgAutostartTest, LetsTheDesktopFindTheProgramWhateverItsFolderIsCalled) {
+TEST_F(XdgAutostartTest, LetsTheDesktopFindTheProgramInAnyFolder) {
     for (const auto* name : awkwardNames) {
         const auto folder = fs::path(directory.path()) / name;
         fs::create_directories(folder);
@@ -140,7 +140,7 @@ TEST_F(XdgAutostartTest, LetsTheDesktopFindTheProgramWhateverItsFolderIsCalled) 
     }
 }
 
-TEST_F(XdgAutostartTest, RefusesAPathThatNoEntryCanHold) {
+TEST_F(XdgAutostartTest, RefusesAPathThatNoEntryCanContain) {
     for (const char* path : {"/opt/a=b/sonvale", "/opt/bell\a/sonvale", "/opt/two\nlines/sonvale",
                              "/opt/latin\xE9/sonvale", "sonvale", ""}) {
         auto autostart = item(path);
@@ -149,13 +149,13 @@ TEST_F(XdgAutostartTest, RefusesAPathThatNoEntryCanHold) {
     }
 }
 
-TEST_F(XdgAutostartTest, KeepsItsFileToTheUser) {
+TEST_F(XdgAutostartTest, KeepsItsFilePrivate) {
     item().registerItem();
     EXPECT_EQ(modeOf(file()), 0600U);
     EXPECT_EQ(modeOf(file().parent_path()), 0700U);
 }
 
-TEST_F(XdgAutostartTest, LeavesTheFormerEntryWhenTheDiskIsFull) {
+TEST_F(XdgAutostartTest, KeepsTheEarlierEntryIfTheDiskIsFull) {
     item().registerItem();
     const auto before = contentOf(file());
     {
@@ -166,7 +166,7 @@ TEST_F(XdgAutostartTest, LeavesTheFormerEntryWhenTheDiskIsFull) {
     EXPECT_EQ(std::distance(fs::directory_iterator(file().parent_path()), fs::directory_iterator()), 1);
 }
 
-TEST_F(XdgAutostartTest, TakesALinkAwayAndNotWhatItPointsTo) {
+TEST_F(XdgAutostartTest, RemovesALinkAndNotItsTarget) {
     const auto target = directory.path() + "/precious";
     writeFile(target, "precious");
     fs::create_directories(file().parent_path());
@@ -176,7 +176,7 @@ TEST_F(XdgAutostartTest, TakesALinkAwayAndNotWhatItPointsTo) {
     EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(file())));
 }
 
-TEST_F(XdgAutostartTest, FailsWhereAFileStandsInPlaceOfTheFolder) {
+TEST_F(XdgAutostartTest, FailsIfAFileIsInPlaceOfTheFolder) {
     fs::create_directories(configuration());
     writeFile(configuration() / "autostart", "");
     EXPECT_THROW(item().registerItem(), platform::LoginItemError);
@@ -233,7 +233,7 @@ TEST_F(XdgAutostartTest, ReadsEntriesAsDesktopsDo) {
     }
 }
 
-TEST_F(XdgAutostartTest, ReadsWhatIsNoEntryAsOff) {
+TEST_F(XdgAutostartTest, ReadsAnInvalidEntryAsOff) {
     fs::create_directories(file().parent_path());
     for (const std::string& text :
          {std::string(), std::string("Exec=/bin/true\n"), std::string("[Desktop Entry]\nName=x\n"),
@@ -244,7 +244,7 @@ TEST_F(XdgAutostartTest, ReadsWhatIsNoEntryAsOff) {
     }
 }
 
-TEST_F(XdgAutostartTest, IsOffOnceTheProgramIsGone) {
+TEST_F(XdgAutostartTest, IsOffIfTheProgramIsMissing) {
     const auto program = fs::path(directory.path()) / "back\\slash sonvale";
     fs::copy_file("/bin/true", program);
     auto autostart = item(program);

@@ -11,7 +11,7 @@
 
 namespace sonvale::tests {
 
-/// A desktop with one player that waits, paused, and has reported nothing.
+/// A desktop with one paused player that has reported nothing.
 class MediaPlayersHarness {
 public:
     MediaPlayersHarness() = default;
@@ -21,11 +21,11 @@ public:
 
     virtual platform::MediaPlayers& players() = 0;
 
-    /// The user presses play, or pause, in the player itself.
+    /// Presses play or pause in the player itself, as the user does.
     virtual void setPlaying(bool isPlaying) = 0;
-    /// What the player itself says.
+    /// Returns the state by the player itself.
     virtual bool isPlaying() = 0;
-    /// Lets reports come in until `condition` holds; returns whether it does.
+    /// Handles reports until `condition` holds. Returns whether it does.
     virtual bool comesTo(const std::function<bool()>& condition) = 0;
 };
 

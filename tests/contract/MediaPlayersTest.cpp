@@ -1,13 +1,13 @@
 #include "adapters/freedesktop/MprisMediaPlayers.h"
 
 #include "tests/contract/MediaPlayersContract.h"
+#include "tests/contract/freedesktop/BusConnection.h"
 #include "tests/contract/freedesktop/ScriptedPlayer.h"
 #include "tests/fakes/FakeMediaPlayers.h"
 #include "tests/support/MpvPlayer.h"
 #include "tests/support/PrivateBus.h"
 
 #include <QCoreApplication>
-#include <QUuid>
 #include <algorithm>
 #include <iostream>
 #include <optional>
@@ -17,13 +17,6 @@ namespace sonvale::tests {
 namespace {
 
 using adapters::freedesktop::MprisMediaPlayers;
-
-bool comesToHold(const std::function<bool()>& condition) {
-    return eventually(10, [&] {
-        QCoreApplication::processEvents();
-        return condition();
-    });
-}
 
 class FakeHarness final : public MediaPlayersHarness {
 public:
@@ -36,25 +29,6 @@ private:
     FakeMediaPlayers fake_;
 };
 
-/// A connection of the adapter's own to a session bus of the test's own.
-class Bus {
-public:
-    Bus()
-        : connection(QDBusConnection::connectToBus(QString::fromStdString(bus_.address()), name_)) {}
-    ~Bus() { QDBusConnection::disconnectFromBus(name_); }
-    Bus(const Bus&) = delete;
-    Bus& operator=(const Bus&) = delete;
-
-    std::string address() const { return bus_.address(); }
-
-private:
-    PrivateBus bus_{{}};
-    const QString name_ = QUuid::createUuid().toString();
-
-public:
-    QDBusConnection connection;
-};
-
 class MpvHarness final : public MediaPlayersHarness {
 public:
     platform::MediaPlayers& players() override { return players_; }
@@ -63,31 +37,31 @@ public:
     bool comesTo(const std::function<bool()>& condition) override { return comesToHold(condition); }
 
 private:
-    Bus bus_;
+    BusConnection bus_;
     MpvPlayer mpv_{bus_.address(), false};
     MprisMediaPlayers players_{bus_.connection};
 };
 
-/// The adapter with scripted players and what it reports of them.
+/// The adapter with scripted players and its reports about them.
 class MprisMediaPlayersTest : public testing::Test {
 protected:
     MprisMediaPlayersTest() {
         players.setOnPlaybackChange([this](bool isPlaying) { reports.push_back(isPlaying); });
     }
 
-    /// Waits for as many reports and says whether they are these.
-    testing::AssertionResult reportsComeToBe(const std::vector<bool>& wanted) {
+    /// Waits for this many reports and compares them.
+    testing::AssertionResult waitForReports(const std::vector<bool>& wanted) {
         comesToHold([&] { return reports.size() >= wanted.size(); });
         if (reports == wanted)
             return testing::AssertionSuccess();
         return testing::AssertionFailure() << "reports: " << testing::PrintToString(reports);
     }
 
-    /// Gives what was sent up to now the time to arrive: one more player comes, reports and leaves. Then no
-    /// player is the last that reported.
+    /// Waits until everything sent so far has arrived: one more player appears, reports and leaves. Then no
+    /// player is the last reporter.
     void settle() {
         ScriptedPlayer last(bus.address(), "last");
-        last.tellStatus(QStringLiteral("Playing"));
+        last.reportStatus(QStringLiteral("Playing"));
         const auto before = reports.size();
         ASSERT_TRUE(comesToHold([&] { return reports.size() > before; }));
         last.leave();
@@ -95,14 +69,14 @@ protected:
         reports.resize(reports.size() - 2);
     }
 
-    Bus bus;
+    BusConnection bus;
     std::vector<bool> reports;
     MprisMediaPlayers players{bus.connection};
 };
 
 } // namespace
 
-TEST_P(MediaPlayersContract, TellsThatAPlayerPlaysAndThatItPauses) {
+TEST_P(MediaPlayersContract, ReportsThatAPlayerPlaysAndPauses) {
     observe();
     harness->setPlaying(true);
     EXPECT_TRUE(lastReportIs(true));
@@ -110,7 +84,7 @@ TEST_P(MediaPlayersContract, TellsThatAPlayerPlaysAndThatItPauses) {
     EXPECT_TRUE(lastReportIs(false));
 }
 
-TEST_P(MediaPlayersContract, OneCommandPausesAndThenResumes) {
+TEST_P(MediaPlayersContract, PausesAndThenResumesWithOneCommand) {
     observe();
     harness->setPlaying(true);
     ASSERT_TRUE(lastReportIs(true));
@@ -130,8 +104,8 @@ INSTANTIATE_TEST_SUITE_P(
                     MediaPlayersMaker{"Mpv", [] { return std::make_unique<MpvHarness>(); }}),
     [](const auto& info) { return info.param.name; });
 
-TEST(MprisMediaPlayers, PausesARealPlayerSoon) {
-    Bus bus;
+TEST(MprisMediaPlayers, PausesARealPlayer) {
+    BusConnection bus;
     MpvPlayer mpv(bus.address(), false);
     MprisMediaPlayers players(bus.connection);
     bool isPlaying = false;
@@ -147,7 +121,7 @@ TEST(MprisMediaPlayers, PausesARealPlayerSoon) {
         while (mpv.status() != "Paused" && monotonicSeconds() < start + 10) {
         }
         milliseconds.push_back((monotonicSeconds() - start) * 1000);
-        // A machine that is busy may stop this thread; the time-out of a call over the bus is 25 s.
+        // A busy machine may stop this thread; the time limit of a call over the bus is 25 s.
         EXPECT_LT(returned - start, 10);
         ASSERT_TRUE(comesToHold([&] { return !isPlaying; }));
     }
@@ -157,8 +131,8 @@ TEST(MprisMediaPlayers, PausesARealPlayerSoon) {
     EXPECT_LT(milliseconds[milliseconds.size() / 2], 1000);
 }
 
-TEST(MprisMediaPlayers, TellsNothingOfWhatPlayedBeforeTheFirstReport) {
-    Bus bus;
+TEST(MprisMediaPlayers, ReportsNothingThatPlayedBeforeTheFirstReport) {
+    BusConnection bus;
     const MpvPlayer mpv(bus.address(), true);
     // It reports its states a tenth of a second late.
     pauseMilliseconds(500);
@@ -175,8 +149,8 @@ TEST(MprisMediaPlayers, TellsNothingOfWhatPlayedBeforeTheFirstReport) {
     EXPECT_EQ(mpv.status(), "Playing");
 }
 
-TEST(MprisMediaPlayers, TellsOfARealPlayerThatIsClosedWhileItPlays) {
-    Bus bus;
+TEST(MprisMediaPlayers, ReportsARealPlayerThatIsClosedWhilePlaying) {
+    BusConnection bus;
     MpvPlayer mpv(bus.address(), false);
     MprisMediaPlayers players(bus.connection);
     std::vector<bool> reports;
@@ -191,8 +165,8 @@ TEST(MprisMediaPlayers, TellsOfARealPlayerThatIsClosedWhileItPlays) {
 }
 
 TEST(MprisMediaPlayers, WorksWithoutASessionBus) {
-    // A desktop with a player that it must not find by another way.
-    Bus bus;
+    // A desktop with a player that the adapter must not find in another way.
+    BusConnection bus;
     ScriptedPlayer player(bus.address(), "one");
     MprisMediaPlayers players{QDBusConnection(QStringLiteral("none"))};
     std::vector<bool> reports;
@@ -200,17 +174,17 @@ TEST(MprisMediaPlayers, WorksWithoutASessionBus) {
     MprisMediaPlayers others(bus.connection);
     std::vector<bool> reportsToOthers;
     others.setOnPlaybackChange([&](bool isPlaying) { reportsToOthers.push_back(isPlaying); });
-    player.tellStatus(QStringLiteral("Playing"));
+    player.reportStatus(QStringLiteral("Playing"));
     ASSERT_TRUE(comesToHold([&] { return !reportsToOthers.empty() && reportsToOthers.back(); }));
     players.togglePlayPause();
-    // The player hears this command, and would have heard the one before it first.
+    // The player receives this command, and would have received the earlier one first.
     others.togglePlayPause();
     ASSERT_TRUE(comesToHold([&] { return player.toggles() > 0; }));
     EXPECT_EQ(player.toggles(), 1);
     EXPECT_EQ(reports, std::vector<bool>());
 }
 
-TEST(MprisMediaPlayers, OutlivesItsBus) {
+TEST(MprisMediaPlayers, SurvivesTheEndOfTheBus) {
     auto daemon = std::make_unique<PrivateBus>(std::map<std::string, std::string>{});
     const auto address = daemon->address();
     const auto name = QUuid::createUuid().toString();
@@ -218,7 +192,7 @@ TEST(MprisMediaPlayers, OutlivesItsBus) {
     std::vector<bool> reports;
     players.setOnPlaybackChange([&reports](bool isPlaying) { reports.push_back(isPlaying); });
     ScriptedPlayer player(address, "one");
-    player.tellStatus(QStringLiteral("Playing"));
+    player.reportStatus(QStringLiteral("Playing"));
     ASSERT_TRUE(comesToHold([&] { return !reports.empty(); }));
 
     daemon.reset();
@@ -230,37 +204,37 @@ TEST(MprisMediaPlayers, OutlivesItsBus) {
     EXPECT_LT(monotonicSeconds() - start, 10);
     pauseMilliseconds(100);
     QCoreApplication::processEvents();
-    EXPECT_EQ(player.toggles(), 0) << "no command reaches a player by another way";
+    EXPECT_EQ(player.toggles(), 0) << "no command reaches a player in another way";
     QDBusConnection::disconnectFromBus(name);
 }
 
-TEST_F(MprisMediaPlayersTest, OnlyPlayingIsPlaying) {
+TEST_F(MprisMediaPlayersTest, CountsOnlyPlayingAsPlaying) {
     ScriptedPlayer player(bus.address(), "one");
     for (const auto* status : {"Playing", "Paused", "Playing", "Stopped", "playing", "", "Playing "})
-        player.tellStatus(QString::fromLatin1(status));
-    EXPECT_TRUE(reportsComeToBe({true, false, true, false, false, false, false}));
+        player.reportStatus(QString::fromLatin1(status));
+    EXPECT_TRUE(waitForReports({true, false, true, false, false, false, false}));
 }
 
-TEST_F(MprisMediaPlayersTest, AStateOfAnotherTypeIsNotPlaying) {
+TEST_F(MprisMediaPlayersTest, CountsAStateOfAnotherTypeAsNotPlaying) {
     const auto status = QStringLiteral("PlaybackStatus");
     ScriptedPlayer player(bus.address(), "one");
-    player.tellStatus(QStringLiteral("Playing"));
-    player.tell({{status, 1}});
-    player.tell({{status, true}});
-    player.tell({{status, QStringList{QStringLiteral("Playing")}}});
-    player.tell({{status, QByteArray("Playing")}});
-    player.tell({{status, QVariantMap{{status, QStringLiteral("Playing")}}}});
-    EXPECT_TRUE(reportsComeToBe({true, false, false, false, false, false}));
+    player.reportStatus(QStringLiteral("Playing"));
+    player.report({{status, 1}});
+    player.report({{status, true}});
+    player.report({{status, QStringList{QStringLiteral("Playing")}}});
+    player.report({{status, QByteArray("Playing")}});
+    player.report({{status, QVariantMap{{status, QStringLiteral("Playing")}}}});
+    EXPECT_TRUE(waitForReports({true, false, false, false, false, false}));
 }
 
-TEST_F(MprisMediaPlayersTest, WhatIsNoReportOfAStateIsPassedOver) {
+TEST_F(MprisMediaPlayersTest, IgnoresOtherReports) {
     const auto properties = QStringLiteral("org.freedesktop.DBus.Properties");
     const auto changed = QStringLiteral("PropertiesChanged");
     const auto interface = QStringLiteral("org.mpris.MediaPlayer2.Player");
     const QVariantMap playing{{QStringLiteral("PlaybackStatus"), QStringLiteral("Playing")}};
     ScriptedPlayer player(bus.address(), "one");
-    player.tell({{QStringLiteral("Volume"), 0.5}});
-    player.tell({});
+    player.report({{QStringLiteral("Volume"), 0.5}});
+    player.report({});
     player.send(properties, changed, {});
     player.send(properties, changed, {interface});
     player.send(properties, changed, {interface, 5});
@@ -269,34 +243,34 @@ TEST_F(MprisMediaPlayersTest, WhatIsNoReportOfAStateIsPassedOver) {
     player.send(properties, changed, {QStringLiteral("org.mpris.MediaPlayer2"), playing, QStringList{}});
     player.send(properties, QStringLiteral("Other"), {interface, playing, QStringList{}});
     player.send(interface, changed, {interface, playing, QStringList{}});
-    // A list of what else has changed may be missing.
+    // The list of other changes may be missing.
     player.send(properties, changed, {interface, playing});
-    EXPECT_TRUE(reportsComeToBe({true}));
+    EXPECT_TRUE(waitForReports({true}));
 }
 
-TEST_F(MprisMediaPlayersTest, AsksForAStateThatAPlayerOnlyCallsChanged) {
+TEST_F(MprisMediaPlayersTest, AsksForAStateThatIsOnlyInvalidated) {
     ScriptedPlayer player(bus.address(), "one");
     player.status = QStringLiteral("Playing");
-    player.tell({}, {QStringLiteral("Metadata"), QStringLiteral("PlaybackStatus")});
+    player.report({}, {QStringLiteral("Metadata"), QStringLiteral("PlaybackStatus")});
     ASSERT_TRUE(comesToHold([&] { return reports == std::vector<bool>{true}; }));
     player.status = 3;
-    player.tell({}, {QStringLiteral("PlaybackStatus")});
+    player.report({}, {QStringLiteral("PlaybackStatus")});
     EXPECT_TRUE(comesToHold([&] { return reports == std::vector<bool>{true, false}; }));
 }
 
-TEST_F(MprisMediaPlayersTest, TheCommandGoesToThePlayerThatReportedLast) {
+TEST_F(MprisMediaPlayersTest, SendsTheCommandToTheLastReporter) {
     ScriptedPlayer first(bus.address(), "first");
     ScriptedPlayer second(bus.address(), "second");
-    first.tellStatus(QStringLiteral("Playing"));
+    first.reportStatus(QStringLiteral("Playing"));
     ASSERT_TRUE(comesToHold([&] { return reports.size() == 1; }));
-    second.tellStatus(QStringLiteral("Paused"));
+    second.reportStatus(QStringLiteral("Paused"));
     ASSERT_TRUE(comesToHold([&] { return reports.size() == 2; }));
 
     players.togglePlayPause();
     ASSERT_TRUE(comesToHold([&] { return second.toggles() == 1; }));
     EXPECT_EQ(first.toggles(), 0);
 
-    first.tellStatus(QStringLiteral("Playing"));
+    first.reportStatus(QStringLiteral("Playing"));
     ASSERT_TRUE(comesToHold([&] { return reports.size() == 3; }));
     players.togglePlayPause();
     ASSERT_TRUE(comesToHold([&] { return first.toggles() == 1; }));
@@ -304,21 +278,21 @@ TEST_F(MprisMediaPlayersTest, TheCommandGoesToThePlayerThatReportedLast) {
     EXPECT_EQ(reports, (std::vector<bool>{true, false, true}));
 }
 
-TEST_F(MprisMediaPlayersTest, TwoCommandsInARowBothArrive) {
+TEST_F(MprisMediaPlayersTest, DeliversTwoCommandsInARow) {
     ScriptedPlayer player(bus.address(), "one");
-    player.tellStatus(QStringLiteral("Playing"));
+    player.reportStatus(QStringLiteral("Playing"));
     ASSERT_TRUE(comesToHold([&] { return reports.size() == 1; }));
     players.togglePlayPause();
     players.togglePlayPause();
     EXPECT_TRUE(comesToHold([&] { return player.toggles() == 2; }));
 }
 
-TEST_F(MprisMediaPlayersTest, TheCommandGoesToNobodyWhenThePlayerThatReportedLastIsGone) {
+TEST_F(MprisMediaPlayersTest, SendsNoCommandWhenTheLastReporterHasQuit) {
     ScriptedPlayer first(bus.address(), "first");
     ScriptedPlayer second(bus.address(), "second");
-    first.tellStatus(QStringLiteral("Playing"));
+    first.reportStatus(QStringLiteral("Playing"));
     ASSERT_TRUE(comesToHold([&] { return reports.size() == 1; }));
-    second.tellStatus(QStringLiteral("Playing"));
+    second.reportStatus(QStringLiteral("Playing"));
     ASSERT_TRUE(comesToHold([&] { return reports.size() == 2; }));
 
     second.leave();
@@ -329,12 +303,12 @@ TEST_F(MprisMediaPlayersTest, TheCommandGoesToNobodyWhenThePlayerThatReportedLas
     EXPECT_EQ(first.toggles(), 0);
 }
 
-TEST_F(MprisMediaPlayersTest, APlayerThatLeavesAndDoesNotPlayIsNotReported) {
+TEST_F(MprisMediaPlayersTest, DoesNotReportAStoppedPlayerThatQuits) {
     ScriptedPlayer first(bus.address(), "first");
     ScriptedPlayer second(bus.address(), "second");
-    second.tellStatus(QStringLiteral("Paused"));
+    second.reportStatus(QStringLiteral("Paused"));
     ASSERT_TRUE(comesToHold([&] { return reports.size() == 1; }));
-    first.tellStatus(QStringLiteral("Playing"));
+    first.reportStatus(QStringLiteral("Playing"));
     ASSERT_TRUE(comesToHold([&] { return reports.size() == 2; }));
 
     second.leave();
@@ -342,9 +316,9 @@ TEST_F(MprisMediaPlayersTest, APlayerThatLeavesAndDoesNotPlayIsNotReported) {
     EXPECT_EQ(reports, (std::vector<bool>{false, true}));
 }
 
-TEST_F(MprisMediaPlayersTest, APageThatGivesUpItsNameHasLeft) {
+TEST_F(MprisMediaPlayersTest, CountsAPageThatGivesUpItsNameAsEnded) {
     ScriptedPlayer page(bus.address(), "browser.instance7");
-    page.tellStatus(QStringLiteral("Playing"));
+    page.reportStatus(QStringLiteral("Playing"));
     ASSERT_TRUE(comesToHold([&] { return reports.size() == 1; }));
 
     page.giveUpName();
@@ -355,9 +329,9 @@ TEST_F(MprisMediaPlayersTest, APageThatGivesUpItsNameHasLeft) {
     EXPECT_EQ(page.toggles(), 0);
 }
 
-TEST_F(MprisMediaPlayersTest, APlayerWithoutANameIsOneToo) {
+TEST_F(MprisMediaPlayersTest, AcceptsAPlayerWithoutAName) {
     ScriptedPlayer player(bus.address(), std::nullopt);
-    player.tellStatus(QStringLiteral("Playing"));
+    player.reportStatus(QStringLiteral("Playing"));
     ASSERT_TRUE(comesToHold([&] { return reports == std::vector<bool>{true}; }));
     players.togglePlayPause();
     EXPECT_TRUE(comesToHold([&] { return player.toggles() == 1; }));
@@ -365,39 +339,39 @@ TEST_F(MprisMediaPlayersTest, APlayerWithoutANameIsOneToo) {
     EXPECT_TRUE(comesToHold([&] { return reports == std::vector<bool>{true, false}; }));
 }
 
-TEST_F(MprisMediaPlayersTest, AProxyThatRepeatsTheOthersIsNoPlayer) {
+TEST_F(MprisMediaPlayersTest, IgnoresAProxyThatRepeatsOtherPlayers) {
     ScriptedPlayer proxy(bus.address(), "playerctld");
     settle();
     ScriptedPlayer player(bus.address(), "one");
-    player.tellStatus(QStringLiteral("Playing"));
+    player.reportStatus(QStringLiteral("Playing"));
     ASSERT_TRUE(comesToHold([&] { return reports.size() == 1; }));
-    proxy.tellStatus(QStringLiteral("Playing"));
+    proxy.reportStatus(QStringLiteral("Playing"));
     settle();
     EXPECT_EQ(reports, std::vector<bool>{true});
 
-    // One that ran before.
+    // A player that ran before.
     MprisMediaPlayers later(bus.connection);
     std::vector<bool> laterReports;
     later.setOnPlaybackChange([&laterReports](bool isPlaying) { laterReports.push_back(isPlaying); });
     settle();
     laterReports.clear();
-    proxy.tellStatus(QStringLiteral("Playing"));
-    proxy.tellStatus(QStringLiteral("Playing"));
-    player.tellStatus(QStringLiteral("Paused"));
+    proxy.reportStatus(QStringLiteral("Playing"));
+    proxy.reportStatus(QStringLiteral("Playing"));
+    player.reportStatus(QStringLiteral("Paused"));
     ASSERT_TRUE(comesToHold([&] { return !laterReports.empty(); }));
     settle();
     EXPECT_EQ(laterReports, (std::vector<bool>{false, true, false}))
         << "the last two are the settling player's";
 }
 
-TEST_F(MprisMediaPlayersTest, ManyReportsInOneGoAllArriveInOrder) {
+TEST_F(MprisMediaPlayersTest, DeliversManyReportsInOrder) {
     ScriptedPlayer player(bus.address(), "one");
     std::vector<bool> wanted;
     for (int i = 0; i < 500; ++i) {
         wanted.push_back(i % 3 == 0);
-        player.tellStatus(i % 3 == 0 ? QStringLiteral("Playing") : QStringLiteral("Paused"));
+        player.reportStatus(i % 3 == 0 ? QStringLiteral("Playing") : QStringLiteral("Paused"));
     }
-    EXPECT_TRUE(reportsComeToBe(wanted));
+    EXPECT_TRUE(waitForReports(wanted));
 }
 
 } // namespace sonvale::tests

@@ -11,7 +11,7 @@ namespace sonvale::tests {
 
 namespace {
 
-/// What the keys of a real keyboard with the US layout are on a Mac's.
+/// The Mac key codes of the keys of a real keyboard with the US layout.
 template <class Keys>
 class NativeKeysContract : public testing::Test {
 protected:
@@ -40,7 +40,7 @@ TYPED_TEST_P(NativeKeysContract, KnowsTheLettersByTheirPlace) {
         EXPECT_EQ(this->codeOf(keysym), code) << static_cast<char>(keysym);
 }
 
-TYPED_TEST_P(NativeKeysContract, KnowsTheKeysThatRecordingTreatsApart) {
+TYPED_TEST_P(NativeKeysContract, KnowsTheKeysWithAMeaningInHotkeyRecording) {
     EXPECT_EQ(this->codeOf(XK_Escape), 53);
     EXPECT_EQ(this->codeOf(XK_space), 49);
     EXPECT_EQ(this->codeOf(XK_Tab), 48);
@@ -48,7 +48,7 @@ TYPED_TEST_P(NativeKeysContract, KnowsTheKeysThatRecordingTreatsApart) {
     EXPECT_EQ(this->codeOf(XK_Caps_Lock), 57);
 }
 
-TYPED_TEST_P(NativeKeysContract, TellsTheSidesOfTheModifiersApart) {
+TYPED_TEST_P(NativeKeysContract, DistinguishesLeftAndRightModifiers) {
     EXPECT_EQ(this->codeOf(XK_Shift_L), 56);
     EXPECT_EQ(this->codeOf(XK_Shift_R), 60);
     EXPECT_EQ(this->codeOf(XK_Control_L), 59);
@@ -59,14 +59,14 @@ TYPED_TEST_P(NativeKeysContract, TellsTheSidesOfTheModifiersApart) {
     EXPECT_EQ(this->codeOf(XK_Super_R), 54);
 }
 
-TYPED_TEST_P(NativeKeysContract, KnowsNoKeysThatThereAreNot) {
+TYPED_TEST_P(NativeKeysContract, KnowsNoMissingKeys) {
     for (const std::uint32_t scanCode : {0U, 1U, 7U, 255U, 256U, 265U, 0xFFFFFFFFU})
         EXPECT_EQ(this->keys().virtualKeyCode(scanCode), -1) << scanCode;
 }
 
 REGISTER_TYPED_TEST_SUITE_P(NativeKeysContract, KnowsTheLettersByTheirPlace,
-                            KnowsTheKeysThatRecordingTreatsApart, TellsTheSidesOfTheModifiersApart,
-                            KnowsNoKeysThatThereAreNot);
+                            KnowsTheKeysWithAMeaningInHotkeyRecording, DistinguishesLeftAndRightModifiers,
+                            KnowsNoMissingKeys);
 
 } // namespace
 

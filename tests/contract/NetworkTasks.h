@@ -18,7 +18,7 @@
 
 namespace sonvale::tests {
 
-/// Whether the answer has the header, with a name in any case.
+/// Returns whether the answer has the header; the case of the name does not count.
 inline bool hasHeader(const platform::UrlResponse& response, const std::string& name,
                       const std::string& value) {
     return std::ranges::any_of(response.headers, [&](const platform::HttpHeader& header) {
@@ -26,7 +26,7 @@ inline bool hasHeader(const platform::UrlResponse& response, const std::string& 
     });
 }
 
-/// Real threads for the tasks of a test, which all end with it.
+/// Real threads for the tasks of a test. All tasks end with this object.
 class NetworkTasks {
 public:
     NetworkTasks() = default;
@@ -34,7 +34,7 @@ public:
     NetworkTasks& operator=(const NetworkTasks&) = delete;
     ~NetworkTasks() {
         registry_->cancelAll();
-        EXPECT_TRUE(registry_->waitUntilEmpty(patience)) << "a task did not end";
+        EXPECT_TRUE(registry_->waitUntilEmpty(timeoutSeconds)) << "a task did not end";
         pool_.join();
     }
 
@@ -43,21 +43,21 @@ public:
         return runtime::spawn(pool_.actor(), std::move(task));
     }
 
-    /// Where `startInOrder` starts.
+    /// Returns the actor of `startInOrder`.
     const runtime::Actor& serialActor() const { return serial_; }
 
-    /// In the order of the calls, as far as the tasks begin.
+    /// Starts the tasks in the order of the calls.
     template <class T>
     runtime::TaskHandle<T> startInOrder(runtime::Task<T> task) {
         return runtime::spawn(serial_, std::move(task));
     }
 
-    /// As `start`, for a task that is cancelled before it begins.
+    /// As `start`, but the task is cancelled before it begins.
     template <class T>
     runtime::TaskHandle<T> startCancelled(runtime::Task<T> task) {
         auto gate = std::make_shared<Gate>();
-        auto handle = start(behind<T>(gate, std::move(task)));
-        EXPECT_TRUE(eventually(patience, [&] { return gate->isClosed.load(); }));
+        auto handle = start(gated<T>(gate, std::move(task)));
+        EXPECT_TRUE(eventually(timeoutSeconds, [&] { return gate->isClosed.load(); }));
         handle.cancel();
         gate->continuation->resume();
         return handle;
@@ -65,7 +65,7 @@ public:
 
     template <class T>
     T finish(const runtime::TaskHandle<T>& handle) {
-        if (!eventually(patience, [&] { return handle.isDone(); }))
+        if (!eventually(timeoutSeconds, [&] { return handle.isDone(); }))
             throw std::runtime_error("the task does not end");
         auto outcome = handle.state()->outcome;
         return runtime::detail::take<T>(std::move(outcome));
@@ -75,7 +75,7 @@ public:
         return finish(start(std::move(task)));
     }
 
-    /// The code of the error with which it ends; absent when it ends well.
+    /// Returns the code of the error that ends the task; nullopt if it succeeds.
     template <class T>
     std::optional<platform::UrlError::Code> failure(const runtime::TaskHandle<T>& handle) {
         try {
@@ -91,16 +91,16 @@ public:
         return failure(start(std::move(task)));
     }
 
-    static constexpr double patience = 30;
+    static constexpr double timeoutSeconds = 30;
 
 private:
     struct Gate {
-        std::optional<runtime::Continuation<>> continuation; ///< before `isClosed`
+        std::optional<runtime::Continuation<>> continuation; ///< destroyed after `isClosed`
         std::atomic<bool> isClosed = false;
     };
 
     template <class T>
-    static runtime::Task<T> behind(std::shared_ptr<Gate> gate, runtime::Task<T> task) {
+    static runtime::Task<T> gated(std::shared_ptr<Gate> gate, runtime::Task<T> task) {
         co_await runtime::suspend<void>([gate](runtime::Continuation<> continuation) {
             gate->continuation.emplace(std::move(continuation));
             gate->isClosed = true;
@@ -113,7 +113,7 @@ private:
     const runtime::Actor serial_ = pool_.makeSerialActor("in order");
 };
 
-/// At most so many lines of an answer.
+/// Returns up to this many lines of an answer.
 inline runtime::Task<std::vector<std::string>> linesOf(std::shared_ptr<platform::UrlLines> lines,
                                                        std::size_t most = SIZE_MAX) {
     std::vector<std::string> all;

@@ -10,7 +10,7 @@
 
 namespace sonvale::tests {
 
-/// One pasteboard and the rest of its session, in which other programs copy and paste.
+/// A pasteboard and its session, in which other programs copy and paste.
 class PasteboardHarness {
 public:
     PasteboardHarness() = default;
@@ -20,17 +20,17 @@ public:
 
     virtual platform::Pasteboard& pasteboard() = 0;
 
-    /// Another program copies plain text.
+    /// Copies plain text as another program does.
     virtual void copyTextElsewhere(const std::string& text) = 0;
-    /// Another program copies something of one form.
+    /// Copies data of one form as another program does.
     virtual void copyElsewhere(const platform::PasteboardItem::Representation& form) = 0;
-    /// Another program empties the pasteboard.
+    /// Empties the pasteboard as another program does.
     virtual void clearElsewhere() = 0;
-    /// What another program would paste as plain text.
+    /// Returns what another program would paste as plain text.
     virtual std::optional<std::string> textElsewhere() = 0;
-    /// What another program would paste of this form.
+    /// Returns what another program would paste of this form.
     virtual std::optional<std::vector<std::byte>> dataElsewhere(const std::string& type) = 0;
-    /// Takes the system away.
+    /// Removes the system.
     virtual void breakSystem() = 0;
 };
 

@@ -75,14 +75,14 @@ platform::PasteboardItem::Representation form(const std::string& type, const std
 
 } // namespace
 
-TEST_P(PasteboardContract, TellsAnEmptyVectorWhenEmpty) {
+TEST_P(PasteboardContract, ReturnsAnEmptyVectorWhenEmpty) {
     const auto items = pasteboard.items();
     ASSERT_TRUE(items.has_value());
     EXPECT_TRUE(items->empty());
     EXPECT_EQ(pasteboard.string(), std::nullopt);
 }
 
-TEST_P(PasteboardContract, CountsTheChangesOfOthersAtOnce) {
+TEST_P(PasteboardContract, CountsChangesOfOtherProgramsAtOnce) {
     const auto before = pasteboard.changeCount();
     harness->copyTextElsewhere("one");
     const auto first = pasteboard.changeCount();
@@ -116,7 +116,7 @@ TEST_P(PasteboardContract, DoesNotCountAPrefetch) {
     EXPECT_EQ(pasteboard.changeCount(), before);
 }
 
-TEST_P(PasteboardContract, ReadsWhatWasCopiedAfterAPrefetch) {
+TEST_P(PasteboardContract, ReadsContentsCopiedAfterAPrefetch) {
     const auto old = form("application/x-old", "old");
     const auto current = form("application/x-new", "new");
     harness->copyElsewhere(old);
@@ -129,7 +129,7 @@ TEST_P(PasteboardContract, ReadsWhatWasCopiedAfterAPrefetch) {
     }
 }
 
-TEST_P(PasteboardContract, ReadsWhatItWroteItselfAfterAPrefetch) {
+TEST_P(PasteboardContract, ReadsItsOwnContentsAfterAPrefetch) {
     harness->copyTextElsewhere("theirs");
     pasteboard.prefetch();
     pasteboard.clearContents();
@@ -141,14 +141,14 @@ TEST_P(PasteboardContract, ReadsWhatItWroteItselfAfterAPrefetch) {
     EXPECT_EQ(pasteboard.string(), "own");
 }
 
-TEST_P(PasteboardContract, ReadsTheTextThatOthersCopied) {
+TEST_P(PasteboardContract, ReadsTheTextOfOtherPrograms) {
     for (const std::string text : {"plain", "", "na\xc3\xafve \xf0\x9f\x91\x8d\n\t"}) {
         harness->copyTextElsewhere(text);
         EXPECT_EQ(pasteboard.string(), text);
     }
 }
 
-TEST_P(PasteboardContract, HasNoTextWhereOthersCopiedAPicture) {
+TEST_P(PasteboardContract, HasNoTextAfterACopiedPicture) {
     harness->copyElsewhere(form("image/png", "\x89PNG"));
     EXPECT_EQ(pasteboard.string(), std::nullopt);
     const auto items = pasteboard.items();
@@ -156,7 +156,7 @@ TEST_P(PasteboardContract, HasNoTextWhereOthersCopiedAPicture) {
     EXPECT_EQ(items->front().representations, std::vector{form("image/png", "\x89PNG")});
 }
 
-TEST_P(PasteboardContract, ShowsItsTextToOthersAndToItself) {
+TEST_P(PasteboardContract, OffersItsTextToOtherProgramsAndToItself) {
     for (const std::string text : {"first", "", "second \xe2\x82\xac", "third\nline"}) {
         pasteboard.clearContents();
         pasteboard.setString(text);
@@ -165,7 +165,7 @@ TEST_P(PasteboardContract, ShowsItsTextToOthersAndToItself) {
     }
 }
 
-TEST_P(PasteboardContract, ReplacesWhatOthersCopied) {
+TEST_P(PasteboardContract, ReplacesTheContentsOfOtherPrograms) {
     harness->copyElsewhere(form("text/html", "<b>old</b>"));
     pasteboard.clearContents();
     pasteboard.setString("new");
@@ -173,7 +173,7 @@ TEST_P(PasteboardContract, ReplacesWhatOthersCopied) {
     EXPECT_EQ(harness->dataElsewhere("text/html"), std::nullopt);
 }
 
-TEST_P(PasteboardContract, GivesWayToWhatOthersCopy) {
+TEST_P(PasteboardContract, IsReplacedByWhatOtherProgramsCopy) {
     pasteboard.clearContents();
     pasteboard.setString("own");
     harness->copyTextElsewhere("theirs");
@@ -191,7 +191,7 @@ TEST_P(PasteboardContract, EmptiesThePasteboard) {
     EXPECT_TRUE(items->empty());
 }
 
-TEST_P(PasteboardContract, SeesThatOthersEmptiedIt) {
+TEST_P(PasteboardContract, NoticesThatAnotherProgramEmptiedIt) {
     pasteboard.clearContents();
     pasteboard.setString("own");
     const auto before = pasteboard.changeCount();
@@ -215,7 +215,7 @@ TEST_P(PasteboardContract, WritesEveryFormOfEveryItem) {
     }
 }
 
-TEST_P(PasteboardContract, BringsBackWhatOthersHadCopied) {
+TEST_P(PasteboardContract, RestoresWhatOtherProgramsCopied) {
     harness->copyElsewhere(form("application/x-own", "contents", 32, "KIND"));
     auto saved = pasteboard.items();
     ASSERT_TRUE(saved && saved->size() == 1);
@@ -228,7 +228,7 @@ TEST_P(PasteboardContract, BringsBackWhatOthersHadCopied) {
     EXPECT_EQ(pasteboard.items(), saved);
 }
 
-TEST_P(PasteboardContract, HandsOutCopies) {
+TEST_P(PasteboardContract, ReturnsCopies) {
     pasteboard.clearContents();
     pasteboard.setString("text");
     auto items = pasteboard.items();
@@ -237,7 +237,7 @@ TEST_P(PasteboardContract, HandsOutCopies) {
     EXPECT_EQ(pasteboard.string(), "text");
 }
 
-TEST_P(PasteboardContract, AnswersWithNothingWhenTheSystemHasGone) {
+TEST_P(PasteboardContract, ReturnsNothingWhenTheSystemIsLost) {
     pasteboard.clearContents();
     pasteboard.setString("text");
     const auto count = pasteboard.changeCount();

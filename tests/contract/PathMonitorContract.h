@@ -40,7 +40,7 @@ public:
     virtual void start() = 0;
     /// Destroys the monitor.
     virtual void end() = 0;
-    /// What it has reported up to now.
+    /// Returns the reports so far.
     virtual std::vector<platform::NetworkPath> reports() = 0;
 };
 
@@ -51,8 +51,8 @@ struct PathMonitorMaker {
 
 class PathMonitorContract : public testing::TestWithParam<PathMonitorMaker> {
 protected:
-    /// Waits for as many reports and says whether they are these.
-    testing::AssertionResult reportsComeToBe(const std::vector<platform::NetworkPath>& wanted) {
+    /// Waits for this many reports and compares them.
+    testing::AssertionResult waitForReports(const std::vector<platform::NetworkPath>& wanted) {
         eventually(10, [&] { return harness->reports().size() >= wanted.size(); });
         const auto reports = harness->reports();
         if (reports == wanted)

@@ -95,10 +95,10 @@ private:
     std::optional<ChildProcess> process_;
 };
 
-/// No NetworkManager; a network of the program's own, with one link and the other end of its cable.
+/// Without NetworkManager, with a private network of one link and the other end of its cable.
 class InterfacesHarness final : public PathMonitorHarness {
 public:
-    /// `whileWaiting` is called with each look at the reports.
+    /// `whileWaiting` is called at each check of the reports.
     explicit InterfacesHarness(std::function<void()> whileWaiting = [] {})
         : whileWaiting_(std::move(whileWaiting))
         , network_(makeNetwork()) {
@@ -108,9 +108,9 @@ public:
 
     void plugIn() override { check(inNetwork({"ip", "link", "set", "far", "up"})); }
     void pullOut() override { check(inNetwork({"ip", "link", "set", "far", "down"})); }
-    void start() override { startBeside("unix:path=/nonexistent"); }
+    void start() override { startWith("unix:path=/nonexistent"); }
     /// Starts the monitor with this system bus.
-    void startBeside(const std::string& systemBus) { program_.emplace(enter(), systemBus); }
+    void startWith(const std::string& systemBus) { program_.emplace(enter(), systemBus); }
     void end() override { program_->end(); }
     std::vector<NetworkPath> reports() override {
         whileWaiting_();
@@ -168,7 +168,7 @@ public:
     std::vector<NetworkPath> reports() override {
         QCoreApplication::processEvents();
         auto reports = program_->reports();
-        // The addresses are those of the machine that runs the test.
+        // The addresses are those of the test machine.
         for (auto& report : reports)
             report.addresses = 0;
         return reports;
@@ -201,38 +201,38 @@ const auto nameOf = [](const auto& info) { return info.param.name; };
 
 } // namespace
 
-TEST_P(PathMonitorContract, TellsThatNothingIsPluggedIn) {
+TEST_P(PathMonitorContract, ReportsThatNothingIsPluggedIn) {
     harness->start();
-    EXPECT_TRUE(reportsComeToBe({noPath}));
+    EXPECT_TRUE(waitForReports({noPath}));
 }
 
-TEST_P(PathMonitorContract, TellsOfTheCableThatWasThereBefore) {
+TEST_P(PathMonitorContract, ReportsACableThatWasPluggedInBefore) {
     harness->plugIn();
     harness->start();
-    EXPECT_TRUE(reportsComeToBe({wiredPath}));
+    EXPECT_TRUE(waitForReports({wiredPath}));
 }
 
-TEST_P(PathMonitorContract, TellsOfEveryChange) {
+TEST_P(PathMonitorContract, ReportsEveryChange) {
     harness->start();
-    ASSERT_TRUE(reportsComeToBe({noPath}));
+    ASSERT_TRUE(waitForReports({noPath}));
     harness->plugIn();
-    ASSERT_TRUE(reportsComeToBe({noPath, wiredPath}));
+    ASSERT_TRUE(waitForReports({noPath, wiredPath}));
     harness->pullOut();
-    ASSERT_TRUE(reportsComeToBe({noPath, wiredPath, noPath}));
+    ASSERT_TRUE(waitForReports({noPath, wiredPath, noPath}));
     harness->plugIn();
-    EXPECT_TRUE(reportsComeToBe({noPath, wiredPath, noPath, wiredPath}));
+    EXPECT_TRUE(waitForReports({noPath, wiredPath, noPath, wiredPath}));
 }
 
-TEST_P(PathMonitorContract, TellsNothingOnceItHasEnded) {
+TEST_P(PathMonitorContract, ReportsNothingAfterItsEnd) {
     harness->plugIn();
     harness->start();
-    ASSERT_TRUE(reportsComeToBe({wiredPath}));
+    ASSERT_TRUE(waitForReports({wiredPath}));
     harness->end();
     harness->pullOut();
     EXPECT_EQ(harness->reports(), std::vector<NetworkPath>{wiredPath});
 }
 
-TEST_P(PathMonitorContract, EndsRightAfterItsStart) {
+TEST_P(PathMonitorContract, CanEndRightAfterItsStart) {
     harness->start();
     harness->end();
     const auto reports = harness->reports();
@@ -242,26 +242,27 @@ TEST_P(PathMonitorContract, EndsRightAfterItsStart) {
     EXPECT_EQ(harness->reports(), reports) << "a monitor that has ended reports nothing more";
 }
 
-TEST_P(PathMonitorInterfaces, AnInterfaceThatIsSwitchedOffReachesNothing) {
+TEST_P(PathMonitorInterfaces, IgnoreADisabledInterface) {
     network.plugIn();
     network.start();
-    ASSERT_TRUE(reportsComeToBe({wiredPath}));
+    ASSERT_TRUE(waitForReports({wiredPath}));
     network.switchOff();
-    ASSERT_TRUE(reportsComeToBe({wiredPath, noPath}));
+    ASSERT_TRUE(waitForReports({wiredPath, noPath}));
     network.switchOn();
-    EXPECT_TRUE(reportsComeToBe({wiredPath, noPath, wiredPath}));
+    EXPECT_TRUE(waitForReports({wiredPath, noPath, wiredPath}));
 }
 
-TEST_P(PathMonitorInterfaces, AnInterfaceThatIsTakenOutReachesNothing) {
+TEST_P(PathMonitorInterfaces, IgnoreARemovedInterface) {
     network.plugIn();
     network.start();
-    ASSERT_TRUE(reportsComeToBe({wiredPath}));
+    ASSERT_TRUE(waitForReports({wiredPath}));
     network.remove();
-    EXPECT_TRUE(reportsComeToBe({wiredPath, noPath}));
+    EXPECT_TRUE(waitForReports({wiredPath, noPath}));
 }
 
-/// A report of the wired link with other addresses for each change; the same addresses give the same report.
-void tellsOfAddresses(InterfacesHarness& network) {
+/// Returns a report of the wired link with other addresses for each change; the same addresses give the same
+/// report.
+void reportsEachAddress(InterfacesHarness& network) {
     const auto comesToReports = [&](std::size_t count) {
         return eventually(10, [&] { return network.reports().size() == count; });
     };
@@ -284,25 +285,25 @@ void tellsOfAddresses(InterfacesHarness& network) {
         EXPECT_TRUE(report.isSatisfied);
 }
 
-TEST_P(PathMonitorInterfaces, TellsOfAnotherAddressOnTheSameLink) {
+TEST_P(PathMonitorInterfaces, ReportANewAddressOnTheSameLink) {
     network.plugIn();
     network.start();
-    tellsOfAddresses(network);
+    reportsEachAddress(network);
 }
 
-TEST(QtPathMonitor, TellsOfAnotherAddressThatNetworkManagerDoesNotReport) {
+TEST(QtPathMonitor, ReportsAnAddressThatNetworkManagerDoesNotReport) {
     ScriptedNetworkManager manager;
     manager.set(ScriptedNetworkManager::State::connectedGlobally, ScriptedNetworkManager::Device::wifi);
     // The scripted service answers on the test's own thread.
     InterfacesHarness network([] { QCoreApplication::processEvents(); });
     network.plugIn();
-    network.startBeside(manager.address());
-    tellsOfAddresses(network);
+    network.startWith(manager.address());
+    reportsEachAddress(network);
     for (const auto& report : network.reports())
         EXPECT_TRUE(report.usesWifi);
 }
 
-TEST_P(PathMonitorNetworkManager, TellsWifiCellularAndWhatItDoesNotKnow) {
+TEST_P(PathMonitorNetworkManager, ReportsWifiCellularAndUnknownLinks) {
     using Device = ScriptedNetworkManager::Device;
     constexpr auto connected = ScriptedNetworkManager::State::connectedGlobally;
     constexpr NetworkPath wifi{.isSatisfied = true, .usesWifi = true};
@@ -310,21 +311,21 @@ TEST_P(PathMonitorNetworkManager, TellsWifiCellularAndWhatItDoesNotKnow) {
     constexpr NetworkPath unknown{.isSatisfied = true};
     network.set(connected, Device::wifi);
     network.start();
-    ASSERT_TRUE(reportsComeToBe({wifi}));
+    ASSERT_TRUE(waitForReports({wifi}));
     network.set(connected, Device::modem);
-    ASSERT_TRUE(reportsComeToBe({wifi, cellular}));
+    ASSERT_TRUE(waitForReports({wifi, cellular}));
     network.set(connected, Device::none);
-    EXPECT_TRUE(reportsComeToBe({wifi, cellular, unknown}));
+    EXPECT_TRUE(waitForReports({wifi, cellular, unknown}));
 }
 
-TEST_P(PathMonitorNetworkManager, LooksAtTheInterfacesWhenItDoesNotAnswer) {
+TEST_P(PathMonitorNetworkManager, FallsBackToTheInterfacesIfItDoesNotAnswer) {
     network.fallSilent();
     network.start();
     EXPECT_TRUE(eventually(10, [&] { return network.reports().size() == 1; }));
     network.end();
 }
 
-TEST_P(PathMonitorNetworkManager, EndsSoonWhileItDoesNotAnswer) {
+TEST_P(PathMonitorNetworkManager, EndsQuicklyWhileItDoesNotAnswer) {
     network.fallSilent();
     network.start();
     const double start = monotonicSeconds();

@@ -35,7 +35,7 @@ protected:
 using Implementations = testing::Types<FakeSampleRateConverters, SoxrSampleRateConverters>;
 TYPED_TEST_SUITE(SampleRateConverterContract, Implementations);
 
-/// `samples` in the capture's buffers, one by one, to 24 kHz.
+/// Converts `samples` to 24 kHz, one buffer of the capture at a time.
 std::vector<float> convertedByBuffers(std::span<const float> samples, double rate, std::size_t channels = 1,
                                       std::size_t frames = 1024) {
     const AudioFormat format{rate, static_cast<std::uint32_t>(channels)};
@@ -85,7 +85,7 @@ TYPED_TEST(SampleRateConverterContract, GivesTheWholeFramesOfABuffersDuration) {
     EXPECT_EQ(this->framesOf({48000, 1}, 1024, 500), 500U);
 }
 
-TYPED_TEST(SampleRateConverterContract, RefusesWhatIsNoFormat) {
+TYPED_TEST(SampleRateConverterContract, RefusesInvalidFormats) {
     EXPECT_EQ(this->converters_.make({48000, 0}, 24000), nullptr);
     EXPECT_EQ(this->converters_.make({0, 1}, 24000), nullptr);
     EXPECT_EQ(this->converters_.make({-48000, 1}, 24000), nullptr);
@@ -96,7 +96,7 @@ TYPED_TEST(SampleRateConverterContract, ThrowsForABufferOfAnotherFormat) {
     EXPECT_THROW(converter->convert(PcmBuffer({44100, 1}, 64), 64), platform::SampleRateConverterError);
 }
 
-TYPED_TEST(SampleRateConverterContract, GivesTheSameForTheSameBuffer) {
+TYPED_TEST(SampleRateConverterContract, GivesTheSameResultForTheSameBuffer) {
     const auto converter = this->converters_.make({48000, 1}, 24000);
     PcmBuffer buffer({48000, 1}, 1024);
     std::ranges::copy(tone(300, 48000, 1024), buffer.channel(0).begin());
@@ -144,7 +144,7 @@ TEST(SoxrSampleRateConverter, JoinsBuffersOfChangingLengths) {
         converter->reset();
         const auto got = converter->convert(buffer, length);
         ASSERT_EQ(got.size(), length * 80 / 147) << length;
-        // The first and the last sample are where the tone is at these moments.
+        // The first and the last sample have the values of the tone at these moments.
         if (got.size() > 1) {
             const double last = static_cast<double>(start) + static_cast<double>((got.size() - 1) * length) /
                                                                  static_cast<double>(got.size());
@@ -183,7 +183,7 @@ TEST(SoxrSampleRateConverter, AveragesTheChannels) {
     EXPECT_TRUE(std::ranges::all_of(got, [](std::int16_t sample) { return sample == 0; }));
 }
 
-TEST(SoxrSampleRateConverter, SurvivesSamplesThatAreNone) {
+TEST(SoxrSampleRateConverter, SurvivesNanSamples) {
     PcmBuffer buffer({48000, 1}, 1024);
     std::ranges::fill(buffer.channel(0), std::numeric_limits<float>::quiet_NaN());
     SoxrSampleRateConverters converters;

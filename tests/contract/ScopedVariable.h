@@ -6,7 +6,7 @@
 
 namespace sonvale::tests {
 
-/// A variable of the environment that goes back to what it was.
+/// Sets a variable of the environment in a scope and restores it afterwards.
 class ScopedVariable {
 public:
     ScopedVariable(const char* name, const std::string& value)

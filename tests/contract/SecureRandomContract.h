@@ -11,7 +11,7 @@
 
 namespace sonvale::tests {
 
-/// What every random source keeps, whatever is behind it.
+/// The rules of `platform::SecureRandom`.
 template <class Source>
 class SecureRandomContract : public testing::Test {
 protected:
@@ -20,12 +20,12 @@ protected:
 
 TYPED_TEST_SUITE_P(SecureRandomContract);
 
-TYPED_TEST_P(SecureRandomContract, FillsNothingWithoutComplaint) {
+TYPED_TEST_P(SecureRandomContract, FillsAnEmptySpan) {
     EXPECT_EQ(this->source_.fill({}), 0);
 }
 
-TYPED_TEST_P(SecureRandomContract, ReachesTheFirstAndTheLastByteAndNoOther) {
-    // A byte that stays zero by chance does so in one of 256 rounds; in all of 40 rounds it never does.
+TYPED_TEST_P(SecureRandomContract, FillsExactlyTheGivenBytes) {
+    // A random byte is zero in one of 256 rounds; it is never zero in all of 40 rounds.
     bool firstChanged = false;
     bool lastChanged = false;
     for (int round = 0; round < 40; ++round) {
@@ -40,7 +40,7 @@ TYPED_TEST_P(SecureRandomContract, ReachesTheFirstAndTheLastByteAndNoOther) {
     EXPECT_TRUE(lastChanged);
 }
 
-TYPED_TEST_P(SecureRandomContract, GivesOtherBytesEachTime) {
+TYPED_TEST_P(SecureRandomContract, GivesDifferentBytesAtEveryCall) {
     std::set<std::vector<std::byte>> seen;
     for (int round = 0; round < 100; ++round) {
         std::vector<std::byte> bytes(16);
@@ -56,12 +56,12 @@ TYPED_TEST_P(SecureRandomContract, SpreadsItsBytesEvenly) {
     std::vector<int> counts(256);
     for (const auto byte : bytes)
         ++counts[static_cast<std::size_t>(byte)];
-    // 400 of each on average; the standard deviation is 20.
+    // 400 of each value on average; the standard deviation is 20.
     EXPECT_GT(*std::ranges::min_element(counts), 250);
     EXPECT_LT(*std::ranges::max_element(counts), 550);
 }
 
-TYPED_TEST_P(SecureRandomContract, FillsMoreThanTheSystemGivesInOneCall) {
+TYPED_TEST_P(SecureRandomContract, FillsMoreThanOneCallOfTheSystemGives) {
     std::vector<std::byte> bytes((33U << 20) + 7);
     ASSERT_EQ(this->source_.fill(bytes), 0);
     const auto tail = std::span(bytes).last(64);
@@ -80,9 +80,8 @@ TYPED_TEST_P(SecureRandomContract, ServesSeveralThreads) {
     EXPECT_EQ(std::set(results.begin(), results.end()).size(), results.size());
 }
 
-REGISTER_TYPED_TEST_SUITE_P(SecureRandomContract, FillsNothingWithoutComplaint,
-                            ReachesTheFirstAndTheLastByteAndNoOther, GivesOtherBytesEachTime,
-                            SpreadsItsBytesEvenly, FillsMoreThanTheSystemGivesInOneCall,
-                            ServesSeveralThreads);
+REGISTER_TYPED_TEST_SUITE_P(SecureRandomContract, FillsAnEmptySpan, FillsExactlyTheGivenBytes,
+                            GivesDifferentBytesAtEveryCall, SpreadsItsBytesEvenly,
+                            FillsMoreThanOneCallOfTheSystemGives, ServesSeveralThreads);
 
 } // namespace sonvale::tests

@@ -1,14 +1,13 @@
 #include "adapters/freedesktop/QtSessionLock.h"
 
+#include "tests/contract/freedesktop/BusConnection.h"
 #include "tests/contract/freedesktop/ScriptedLocker.h"
 #include "tests/fakes/FakeSessionLock.h"
 #include "tests/support/ChildProcess.h"
-#include "tests/support/PrivateBus.h"
 
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QUuid>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -21,33 +20,7 @@ namespace {
 
 using adapters::freedesktop::QtSessionLock;
 
-/// A connection to a bus of the test's own.
-class Bus {
-public:
-    Bus()
-        : connection(QDBusConnection::connectToBus(QString::fromStdString(bus_.address()), name_)) {}
-    ~Bus() { QDBusConnection::disconnectFromBus(name_); }
-    Bus(const Bus&) = delete;
-    Bus& operator=(const Bus&) = delete;
-
-    std::string address() const { return bus_.address(); }
-
-private:
-    PrivateBus bus_{{}};
-    const QString name_ = QUuid::createUuid().toString();
-
-public:
-    QDBusConnection connection;
-};
-
-bool comesToHold(const std::function<bool()>& condition) {
-    return eventually(10, [&] {
-        QCoreApplication::processEvents();
-        return condition();
-    });
-}
-
-/// A desktop whose session a test locks, in one of the ways of desktops.
+/// A desktop whose session a test locks, in one of the ways of real desktops.
 class Harness {
 public:
     Harness() = default;
@@ -55,7 +28,7 @@ public:
     Harness& operator=(const Harness&) = delete;
     virtual ~Harness() = default;
 
-    /// Makes the port; the session may be locked already.
+    /// Makes the port. The session may already be locked.
     virtual platform::SessionLock& lock() = 0;
     virtual void setLocked(bool isLocked) = 0;
 };
@@ -78,8 +51,8 @@ public:
     void setLocked(bool isLocked) override { locker_.setLocked(isLocked); }
 
 private:
-    Bus session_;
-    Bus system_;
+    BusConnection session_;
+    BusConnection system_;
     ScriptedLocker locker_;
     std::optional<QtSessionLock> lock_;
 };
@@ -94,7 +67,7 @@ protected:
     void observe() {
         harness->lock().setOnLockChange([this](bool isLocked) { reports.push_back(isLocked); });
     }
-    testing::AssertionResult reportsComeToBe(const std::vector<bool>& wanted) {
+    testing::AssertionResult waitForReports(const std::vector<bool>& wanted) {
         comesToHold([&] { return reports.size() >= wanted.size(); });
         if (reports == wanted)
             return testing::AssertionSuccess();
@@ -117,39 +90,39 @@ std::vector<Maker> makers() {
 TEST_P(SessionLockContract, ReportsEachChangeOnce) {
     observe();
     harness->setLocked(true);
-    EXPECT_TRUE(reportsComeToBe({true}));
+    EXPECT_TRUE(waitForReports({true}));
     harness->setLocked(true);
     harness->setLocked(false);
-    EXPECT_TRUE(reportsComeToBe({true, false}));
+    EXPECT_TRUE(waitForReports({true, false}));
     harness->setLocked(true);
-    EXPECT_TRUE(reportsComeToBe({true, false, true}));
+    EXPECT_TRUE(waitForReports({true, false, true}));
 }
 
-TEST_P(SessionLockContract, ReportsASessionThatIsLockedAlready) {
+TEST_P(SessionLockContract, ReportsASessionThatIsAlreadyLocked) {
     harness->setLocked(true);
     observe();
-    EXPECT_TRUE(reportsComeToBe({true}));
+    EXPECT_TRUE(waitForReports({true}));
     harness->setLocked(false);
-    EXPECT_TRUE(reportsComeToBe({true, false}));
+    EXPECT_TRUE(waitForReports({true, false}));
 }
 
 INSTANTIATE_TEST_SUITE_P(, SessionLockContract, testing::ValuesIn(makers()),
                          [](const auto& info) { return info.param.name; });
 
-/// The adapter on buses of the test's own.
+/// The adapter on private buses.
 class QtSessionLockTest : public testing::Test {
 protected:
     QtSessionLockTest() {
         lock.setOnLockChange([this](bool isLocked) { reports.push_back(isLocked); });
     }
 
-    Bus session;
-    Bus system;
+    BusConnection session;
+    BusConnection system;
     std::vector<bool> reports;
     QtSessionLock lock{session.connection, system.connection};
 };
 
-TEST_F(QtSessionLockTest, StaysLockedUntilAllSay) {
+TEST_F(QtSessionLockTest, StaysLockedUntilAllSourcesReportUnlocked) {
     ScriptedLocker saver(session.address(), ScriptedLocker::kinds().front());
     ScriptedLocker other(session.address(), ScriptedLocker::kinds().at(1));
     saver.setLocked(true);
@@ -161,7 +134,7 @@ TEST_F(QtSessionLockTest, StaysLockedUntilAllSay) {
     EXPECT_EQ(reports, (std::vector{true, false}));
 }
 
-TEST_F(QtSessionLockTest, TakesAScreenSaverThatLeavesForEnded) {
+TEST_F(QtSessionLockTest, CountsAScreenSaverThatLeavesTheBusAsEnded) {
     std::optional<ScriptedLocker> saver(std::in_place, session.address(), ScriptedLocker::kinds().front());
     saver->setLocked(true);
     ASSERT_TRUE(comesToHold([&] { return reports.size() == 1; }));

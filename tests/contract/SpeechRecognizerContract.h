@@ -13,7 +13,7 @@
 
 namespace sonvale::tests {
 
-/// Keeps what a recogniser's handler is given. Any thread.
+/// Records what a recognizer's handler receives. Any thread.
 class AnswerRecord {
 public:
     struct Answer {
@@ -23,7 +23,7 @@ public:
     };
 
     platform::SpeechRecognizer::ResultHandler handler() {
-        // A test that has given up may be gone when its answer comes.
+        // A test that has failed may have ended when its answer comes.
         return [state = state_](const auto* result, const auto* error) {
             const std::lock_guard lock(state->mutex);
             Answer answer;
@@ -42,14 +42,14 @@ public:
     }
     bool isEmpty() const { return answers().empty(); }
 
-    /// Words of the one final result; absent when there is no answer, or it is an error.
+    /// Returns the words of the only final result, or nullopt if there is no answer or an error.
     std::optional<std::string> words() const {
         const auto all = answers();
         if (all.size() != 1 || !all[0].result || !all[0].result->isFinal || all[0].error)
             return std::nullopt;
         return all[0].result->formattedString;
     }
-    /// The one error.
+    /// Returns the only error.
     std::optional<platform::SpeechRecognitionError> error() const {
         const auto all = answers();
         return all.size() == 1 && !all[0].result ? all[0].error : std::nullopt;
@@ -63,8 +63,8 @@ private:
     std::shared_ptr<State> state_ = std::make_shared<State>();
 };
 
-/// What all recognisers keep. An `Environment` has `recognizers()`, the files `sentence()` (in which
-/// `words()` are said), `silence()` and `garbage()`, and `settle()`, which lets a fake answer.
+/// The rules of `platform::SpeechRecognizers`. An `Environment` has `recognizers()`, the files `sentence()`
+/// (which contains `words()`), `silence()` and `garbage()`, and `settle()`, which makes a fake answer.
 template <class Environment>
 class SpeechRecognizerContract : public testing::Test {
 protected:
@@ -83,7 +83,7 @@ protected:
 
 TYPED_TEST_SUITE_P(SpeechRecognizerContract);
 
-TYPED_TEST_P(SpeechRecognizerContract, IsAuthorisedAndSaysSo) {
+TYPED_TEST_P(SpeechRecognizerContract, IsAuthorized) {
     auto& recognizers = this->environment_.recognizers();
     EXPECT_EQ(recognizers.authorizationStatus(), platform::SpeechAuthorization::authorized);
     std::vector<platform::SpeechAuthorization> answers;
@@ -92,7 +92,7 @@ TYPED_TEST_P(SpeechRecognizerContract, IsAuthorisedAndSaysSo) {
     EXPECT_EQ(answers, std::vector{platform::SpeechAuthorization::authorized});
 }
 
-TYPED_TEST_P(SpeechRecognizerContract, HasARecogniserForTheLanguagesOfItsModelsOnly) {
+TYPED_TEST_P(SpeechRecognizerContract, HasARecognizerOnlyForTheLanguagesOfItsModels) {
     auto& recognizers = this->environment_.recognizers();
     for (const char* locale : {"en-US", "en_AU", "en-GB", "en"}) {
         const auto recognizer = recognizers.make(locale);
@@ -115,7 +115,7 @@ TYPED_TEST_P(SpeechRecognizerContract, AnswersWithOneFinalResultAfterTheCallHasR
     EXPECT_EQ(this->record_.answers().size(), 1U);
 }
 
-TYPED_TEST_P(SpeechRecognizerContract, AnswersAsEverAfterItWasToldToGetReady) {
+TYPED_TEST_P(SpeechRecognizerContract, AnswersAfterAPreparation) {
     const auto recognizer = this->english();
     recognizer->prepare();
     recognizer->prepare();
@@ -124,7 +124,7 @@ TYPED_TEST_P(SpeechRecognizerContract, AnswersAsEverAfterItWasToldToGetReady) {
     EXPECT_EQ(this->record_.words(), this->environment_.words());
 }
 
-TYPED_TEST_P(SpeechRecognizerContract, SaysThatNothingWasSaid) {
+TYPED_TEST_P(SpeechRecognizerContract, ReportsThatNothingWasSaid) {
     this->english()->recognitionTask(this->environment_.silence(), this->record_.handler());
     ASSERT_TRUE(this->waitFor(this->record_));
     ASSERT_TRUE(this->record_.error().has_value());
@@ -132,7 +132,7 @@ TYPED_TEST_P(SpeechRecognizerContract, SaysThatNothingWasSaid) {
     EXPECT_EQ(this->record_.error()->code, platform::noSpeechErrorCode);
 }
 
-TYPED_TEST_P(SpeechRecognizerContract, AnswersWithAnErrorForAFileThatIsNoAudio) {
+TYPED_TEST_P(SpeechRecognizerContract, AnswersWithAnErrorForAFileWithoutAudio) {
     this->english()->recognitionTask(this->environment_.garbage(), this->record_.handler());
     ASSERT_TRUE(this->waitFor(this->record_));
     ASSERT_TRUE(this->record_.error().has_value());
@@ -140,7 +140,7 @@ TYPED_TEST_P(SpeechRecognizerContract, AnswersWithAnErrorForAFileThatIsNoAudio) 
     EXPECT_NE(this->record_.error()->code, platform::noSpeechErrorCode);
 }
 
-TYPED_TEST_P(SpeechRecognizerContract, AnswersACancellationSoonAndOnce) {
+TYPED_TEST_P(SpeechRecognizerContract, AnswersACancellationQuicklyAndOnce) {
     const auto task =
         this->english()->recognitionTask(this->environment_.sentence(), this->record_.handler());
     task->cancel();
@@ -151,13 +151,13 @@ TYPED_TEST_P(SpeechRecognizerContract, AnswersACancellationSoonAndOnce) {
     EXPECT_NE(this->record_.error()->code, platform::noSpeechErrorCode);
 }
 
-TYPED_TEST_P(SpeechRecognizerContract, GoesOnWhenTheTaskAndTheRecogniserAreDropped) {
+TYPED_TEST_P(SpeechRecognizerContract, ContinuesAfterTheTaskAndTheRecognizerAreDestroyed) {
     this->english()->recognitionTask(this->environment_.sentence(), this->record_.handler());
     ASSERT_TRUE(this->waitFor(this->record_));
     EXPECT_EQ(this->record_.words(), this->environment_.words());
 }
 
-TYPED_TEST_P(SpeechRecognizerContract, AnswersEachOfSeveralAtATime) {
+TYPED_TEST_P(SpeechRecognizerContract, AnswersSeveralSimultaneousRecognitions) {
     AnswerRecord silent;
     AnswerRecord cancelled;
     AnswerRecord last;
@@ -175,11 +175,12 @@ TYPED_TEST_P(SpeechRecognizerContract, AnswersEachOfSeveralAtATime) {
     EXPECT_EQ(last.words(), this->environment_.words());
 }
 
-REGISTER_TYPED_TEST_SUITE_P(SpeechRecognizerContract, IsAuthorisedAndSaysSo,
-                            HasARecogniserForTheLanguagesOfItsModelsOnly,
-                            AnswersWithOneFinalResultAfterTheCallHasReturned,
-                            AnswersAsEverAfterItWasToldToGetReady, SaysThatNothingWasSaid,
-                            AnswersWithAnErrorForAFileThatIsNoAudio, AnswersACancellationSoonAndOnce,
-                            GoesOnWhenTheTaskAndTheRecogniserAreDropped, AnswersEachOfSeveralAtATime);
+REGISTER_TYPED_TEST_SUITE_P(SpeechRecognizerContract, IsAuthorized,
+                            HasARecognizerOnlyForTheLanguagesOfItsModels,
+                            AnswersWithOneFinalResultAfterTheCallHasReturned, AnswersAfterAPreparation,
+                            ReportsThatNothingWasSaid, AnswersWithAnErrorForAFileWithoutAudio,
+                            AnswersACancellationQuicklyAndOnce,
+                            ContinuesAfterTheTaskAndTheRecognizerAreDestroyed,
+                            AnswersSeveralSimultaneousRecognitions);
 
 } // namespace sonvale::tests

@@ -28,7 +28,7 @@ using adapters::x11::X11SyntheticInput;
 using Program = Editor::Program;
 using Source = TestKeyboard::Source;
 
-/// The fake, the front application being its control.
+/// The fake. Its control is the front application.
 class FakeFront {
 public:
     platform::SyntheticInput& input() { return input_; }
@@ -42,7 +42,7 @@ private:
     FakeSyntheticInput input_;
 };
 
-/// The adapter, with a window in front that is no terminal.
+/// The adapter, with a window in front that is not a terminal.
 class X11Front {
 public:
     platform::SyntheticInput& input() { return input_; }
@@ -62,7 +62,7 @@ private:
     X11SyntheticInput input_{clock_, std::make_shared<SyntheticKeyLedger>(), {}, display_.name()};
 };
 
-/// What every way of making keys does.
+/// The rules of `platform::SyntheticInput`.
 template <class Front>
 class SyntheticInputContract : public testing::Test {
 protected:
@@ -87,7 +87,7 @@ TYPED_TEST(SyntheticInputContract, PressesOncePerCall) {
     EXPECT_TRUE(this->front_.gets(1, 2, 1));
 }
 
-TYPED_TEST(SyntheticInputContract, ReturnsSoon) {
+TYPED_TEST(SyntheticInputContract, ReturnsQuickly) {
     const double before = monotonicSeconds();
     for (int i = 0; i < 5; ++i)
         this->front_.input().pressPaste();
@@ -97,7 +97,7 @@ TYPED_TEST(SyntheticInputContract, ReturnsSoon) {
 
 namespace {
 
-/// An editor in front, the synthetic keys with the tap beside them, and a text on the clipboard.
+/// An editor in front, the synthetic keys with the tap, and a text on the clipboard.
 struct Writing {
     explicit Writing(Program program, WindowManager windowManager = WindowManager::openbox,
                      std::string text = {}, std::string command = {})
@@ -110,7 +110,7 @@ struct Writing {
     }
     ~Writing() { tap.stop(); }
 
-    /// Returns when a program of its own, which goes with this object, offers the text.
+    /// Offers the text from a separate program that ends with this object. Returns when it is offered.
     void offer(const std::string& selection, const std::string& text) {
         const std::string file = directory.path() + "/" + selection;
         std::ofstream(file) << text;
@@ -229,7 +229,7 @@ TEST(SyntheticInputX11, UndoesInTheLineOfAShellWithoutStoppingIt) {
 
 namespace {
 
-/// Another layout on the keyboard of a private display, for the life of this object.
+/// Another layout on the keyboard of a private display, in a scope.
 class KeyboardLayout {
 public:
     KeyboardLayout(std::string display, const std::string& layout, const std::string& variant = {})
@@ -243,7 +243,7 @@ public:
 private:
     void use(const std::string& layout, const std::string& variant) const {
         EXPECT_EQ(run({"setxkbmap", "-display", display_, "-layout", layout, "-variant", variant}), 0);
-        // Programs take a moment to follow.
+        // Programs need a moment to follow.
         pauseMilliseconds(1000);
     }
 
@@ -318,7 +318,7 @@ INSTANTIATE_TEST_SUITE_P(All, SyntheticInputWithoutLatinLetters,
 
 namespace {
 
-/// A window of a program that is known by its class alone.
+/// A window of a program that only its class identifies.
 struct ProgramOfClass {
     explicit ProgramOfClass(const std::string& className)
         : window(display.name(), className) {}
@@ -329,8 +329,8 @@ struct ProgramOfClass {
                (window.stateOfLastPress(keycode) &
                 (XCB_MOD_MASK_SHIFT | XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1)) == modifiers;
     }
-    /// Whether no key but a modifier has arrived.
-    bool getsNothing() {
+    /// Returns whether only modifier keys have arrived.
+    bool receivesNoKey() {
         pauseMilliseconds(300);
         for (const auto keysym : {XK_v, XK_c, XK_z, XK_Insert, XK_minus, XK_u}) {
             if (window.presses(keyboard.keycodeOf(keysym)) != 0)
@@ -350,10 +350,10 @@ struct ProgramOfClass {
 
 } // namespace
 
-TEST(SyntheticInputX11, PastesAndUndoesInEmacsByItsOwnKeys) {
+TEST(SyntheticInputX11, PastesAndUndoesInEmacsWithItsOwnKeys) {
     ProgramOfClass emacs("Emacs");
     emacs.input.pressCopy();
-    EXPECT_TRUE(emacs.getsNothing());
+    EXPECT_TRUE(emacs.receivesNoKey());
     emacs.input.pressPaste();
     EXPECT_TRUE(emacs.gets(XK_Insert, XCB_MOD_MASK_SHIFT));
     EXPECT_EQ(emacs.primaryOffers, 0);
@@ -363,21 +363,21 @@ TEST(SyntheticInputX11, PastesAndUndoesInEmacsByItsOwnKeys) {
     EXPECT_EQ(emacs.window.presses(emacs.keyboard.keycodeOf(XK_z)), 0);
 }
 
-TEST(SyntheticInputX11, PastesInGvimAndLeavesItsUndoAlone) {
+TEST(SyntheticInputX11, PastesInGvimAndPressesNoUndo) {
     ProgramOfClass gvim("Gvim");
     gvim.input.pressCopy();
     gvim.input.pressUndo();
-    EXPECT_TRUE(gvim.getsNothing());
+    EXPECT_TRUE(gvim.receivesNoKey());
     gvim.input.pressPaste();
     EXPECT_TRUE(gvim.gets(XK_Insert, XCB_MOD_MASK_SHIFT));
     EXPECT_EQ(gvim.primaryOffers, 1) << "it pastes PRIMARY";
 }
 
-TEST(SyntheticInputX11, NeverPressesControlCWhereTheNameSaysTerminal) {
+TEST(SyntheticInputX11, NeverPressesControlCInAProgramNamedTerminal) {
     for (const std::string name : {"com.system76.CosmicTerm", "Blackterm"}) {
         ProgramOfClass terminal(name);
         terminal.input.pressCopy();
-        EXPECT_TRUE(terminal.getsNothing()) << name;
+        EXPECT_TRUE(terminal.receivesNoKey()) << name;
         terminal.input.pressPaste();
         EXPECT_TRUE(terminal.gets(XK_v, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT)) << name;
         terminal.input.pressUndo();
@@ -385,7 +385,7 @@ TEST(SyntheticInputX11, NeverPressesControlCWhereTheNameSaysTerminal) {
     }
 }
 
-TEST(SyntheticInputX11, PastesTwentyTimesAndIsNeverHeard) {
+TEST(SyntheticInputX11, PastesTwentyTimesWithoutBeingReported) {
     Writing writing(Program::mousepad, WindowManager::xfwm4);
     writing.hardware.tap(XK_Shift_L);
     ASSERT_TRUE(eventually(5, [&] { return writing.recorder.events().size() == 2; }));
@@ -400,7 +400,7 @@ TEST(SyntheticInputX11, PastesTwentyTimesAndIsNeverHeard) {
     EXPECT_TRUE(writing.editor.comesToHold(expected, 15)) << writing.editor.savedText();
 }
 
-TEST(SyntheticInputX11, ReturnsWhileTheServerDoesNotAnswer) {
+TEST(SyntheticInputX11, ReturnsWhileTheServerHangs) {
     PrivateDisplay display;
     const runtime::SystemClock clock;
     X11SyntheticInput input(clock, std::make_shared<SyntheticKeyLedger>(), {}, display.name());

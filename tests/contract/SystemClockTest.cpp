@@ -15,7 +15,7 @@ namespace sonvale::tests {
 
 namespace {
 
-/// What the clock says in a program of its own.
+/// The clock's values in a separate program.
 struct Reading {
     double now = 0;
     double secondsAsleep = 0;
@@ -42,21 +42,21 @@ Reading readClock(std::vector<std::string> launcher) {
 
 TEST(SystemClock, CountsTheTimeThatTheMachineSlept) {
     const auto awake = readClock({});
-    // To the program inside, the machine has slept for a day more; CLOCK_MONOTONIC is the same.
+    // For the program inside, the machine has slept for a day more; CLOCK_MONOTONIC is the same.
     const auto rested = readClock({"unshare", "--user", "--map-root-user", "--time", "--boottime", "86400"});
     EXPECT_GT(rested.now - awake.now, 86399);
     EXPECT_LT(rested.now - awake.now, 86400 + 60);
     EXPECT_NEAR(rested.secondsAsleep - awake.secondsAsleep, 86400, 0.1);
 }
 
-TEST(SystemClock, HasTimersThatGoOnWhileTheMachineSleeps) {
+TEST(SystemClock, HasTimersThatRunWhileTheMachineSleeps) {
     const auto reading = readClock({"unshare", "--user", "--map-root-user", "--time", "--boottime", "86400"});
     EXPECT_EQ(reading.timersClock, CLOCK_BOOTTIME);
     EXPECT_GE(reading.waited, 0.05);
     EXPECT_LT(reading.waited, 20);
 }
 
-TEST(SystemClock, RunsTimersInTheOrderOfTheirTimes) {
+TEST(SystemClock, RunsTimersInOrder) {
     std::mutex mutex;
     std::vector<int> order;
     runtime::SystemClock clock;
@@ -82,12 +82,12 @@ TEST(SystemClock, RunsTimersInTheOrderOfTheirTimes) {
     EXPECT_TRUE(eventually(20, [&] { return count() == 4; }));
     EXPECT_GE(clock.now() - start, 0.3);
     const std::lock_guard lock(mutex);
-    // A time that is past is before one that is now.
+    // A past time comes before the present time.
     EXPECT_EQ(order.back(), 3);
     EXPECT_EQ(order.at(2), 2);
 }
 
-TEST(SystemClock, EndsWithTimersThatWait) {
+TEST(SystemClock, EndsWithWaitingTimers) {
     bool hasRun = false;
     const double start = monotonicSeconds();
     {

@@ -9,8 +9,9 @@
 
 namespace sonvale::tests {
 
-/// What every updater does. `Subject` gives `updater()`; `offer(version, page)`, `offerNothingNew()`,
-/// `fail()` and `keepWaiting()` for what the next checks find; `checks()`, how many went out; and `tasks()`.
+/// The rules of `platform::Updater`. `Subject` has `updater()`; `offer(version, page)`, `offerNothingNew()`,
+/// `fail()` and `keepWaiting()` for the result of the next checks; `checks()`, the number of requests; and
+/// `tasks()`.
 template <class Subject>
 class UpdaterContract : public testing::Test {
 protected:
@@ -28,13 +29,13 @@ TYPED_TEST_P(UpdaterContract, AsksNothingByItself) {
     EXPECT_EQ(this->subject.checks(), 0);
 }
 
-TYPED_TEST_P(UpdaterContract, SaysThatTheProgramIsUpToDate) {
+TYPED_TEST_P(UpdaterContract, ReportsThatTheProgramIsUpToDate) {
     this->subject.offerNothingNew();
     EXPECT_EQ(this->check(), platform::UpdateOutcome(platform::UpToDate{"1.2.0"}));
     EXPECT_EQ(this->subject.checks(), 1);
 }
 
-TYPED_TEST_P(UpdaterContract, TellsOfANewerVersionAndItsPage) {
+TYPED_TEST_P(UpdaterContract, ReportsANewerVersionAndItsPage) {
     this->subject.offer("1.10.0", "https://example.org/new");
     const auto outcome = this->check();
     ASSERT_TRUE(std::holds_alternative<platform::NewerVersion>(outcome));
@@ -42,14 +43,14 @@ TYPED_TEST_P(UpdaterContract, TellsOfANewerVersionAndItsPage) {
               (platform::NewerVersion{"1.10.0", "https://example.org/new", true}));
 }
 
-TYPED_TEST_P(UpdaterContract, SaysInWordsThatItFailed) {
+TYPED_TEST_P(UpdaterContract, ReportsAFailureInWords) {
     this->subject.fail();
     const auto outcome = this->check();
     ASSERT_TRUE(std::holds_alternative<platform::UpdateCheckFailed>(outcome));
     EXPECT_FALSE(std::get<platform::UpdateCheckFailed>(outcome).description.empty());
 }
 
-TYPED_TEST_P(UpdaterContract, AsksAnewEachTime) {
+TYPED_TEST_P(UpdaterContract, AsksAgainAtEveryCall) {
     this->subject.fail();
     this->check();
     this->subject.offerNothingNew();
@@ -60,14 +61,14 @@ TYPED_TEST_P(UpdaterContract, AsksAnewEachTime) {
 TYPED_TEST_P(UpdaterContract, EndsWhenItsTaskIsCancelled) {
     this->subject.keepWaiting();
     const auto handle = this->subject.tasks().startInOrder(this->subject.updater().checkForUpdates());
-    ASSERT_TRUE(eventually(NetworkTasks::patience, [&] { return this->subject.checks() == 1; }));
+    ASSERT_TRUE(eventually(NetworkTasks::timeoutSeconds, [&] { return this->subject.checks() == 1; }));
     EXPECT_FALSE(handle.isDone());
     handle.cancel();
     EXPECT_THROW(this->subject.tasks().finish(handle), runtime::CancellationError);
 }
 
-REGISTER_TYPED_TEST_SUITE_P(UpdaterContract, AsksNothingByItself, SaysThatTheProgramIsUpToDate,
-                            TellsOfANewerVersionAndItsPage, SaysInWordsThatItFailed, AsksAnewEachTime,
+REGISTER_TYPED_TEST_SUITE_P(UpdaterContract, AsksNothingByItself, ReportsThatTheProgramIsUpToDate,
+                            ReportsANewerVersionAndItsPage, ReportsAFailureInWords, AsksAgainAtEveryCall,
                             EndsWhenItsTaskIsCancelled);
 
 } // namespace sonvale::tests

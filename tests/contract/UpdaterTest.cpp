@@ -120,13 +120,13 @@ TEST_F(FeedUpdaterTest, OpensThePageOfANewerVersion) {
     EXPECT_EQ(workspace.control().opened(), std::vector<std::string>{"http://example.org/a?b=c#d"});
 }
 
-TEST_F(FeedUpdaterTest, TellsWhenNothingCouldOpenThePage) {
+TEST_F(FeedUpdaterTest, ReportsThatThePageWasNotOpened) {
     workspace.control().setCanOpen(false);
     sessions.control().answerNext(200, feed("2"));
     EXPECT_EQ(check(), UpdateOutcome(NewerVersion{"2", "https://example.org/new", false}));
 }
 
-TEST_F(FeedUpdaterTest, AsksNobodyWithoutAUsableAddress) {
+TEST_F(FeedUpdaterTest, SendsNoRequestWithoutAUsableAddress) {
     for (const char* address :
          {"", "$(UPDATE_FEED_URL)", "example.org/feed.json", "http://example.org/feed.json",
           "ftp://example.org/x", "file:///etc/passwd", "https://", "https:///feed", "https://exa mple.org/",
@@ -136,7 +136,7 @@ TEST_F(FeedUpdaterTest, AsksNobodyWithoutAUsableAddress) {
         ADD_FAILURE() << request->url;
 }
 
-TEST_F(FeedUpdaterTest, AsksThisMachineWithoutEncryption) {
+TEST_F(FeedUpdaterTest, AllowsHttpForThisMachine) {
     for (const char* address : {"http://127.0.0.1:8000/feed", "http://localhost/feed", "http://[::1]/feed"}) {
         sessions.control().answerNext(200, feed("1.2.0"));
         EXPECT_EQ(check(address), UpdateOutcome(UpToDate{"1.2.0"})) << address;
@@ -153,19 +153,19 @@ TEST_F(FeedUpdaterTest, FailsOnAnyOtherStatus) {
     EXPECT_TRUE(workspace.control().opened().empty());
 }
 
-TEST_F(FeedUpdaterTest, PassesTheWordsOfANetworkErrorOn) {
+TEST_F(FeedUpdaterTest, ReportsTheTextOfANetworkError) {
     sessions.control().failNext(platform::UrlError::Code::notConnectedToInternet, "There is no connection.");
     EXPECT_EQ(check(), UpdateOutcome(UpdateCheckFailed{"There is no connection."}));
 }
 
-TEST_F(FeedUpdaterTest, GivesUpOnAServerThatNeverEnds) {
+TEST_F(FeedUpdaterTest, GivesUpOnAnEndlessAnswer) {
     sessions.control().hangNext();
     const double start = runtime.clock().now();
     EXPECT_TRUE(hasFailed(check()));
     EXPECT_LE(runtime.clock().now() - start, 30);
 }
 
-TEST_F(FeedUpdaterTest, FailsOnWhatIsNoFeed) {
+TEST_F(FeedUpdaterTest, FailsOnAnInvalidFeed) {
     const std::vector<std::string> bodies{
         "",
         "<html></html>",
@@ -185,7 +185,7 @@ TEST_F(FeedUpdaterTest, FailsOnWhatIsNoFeed) {
         EXPECT_TRUE(hasFailed(readUpdateFeed(body, "1.2.0"))) << body.substr(0, 80);
 }
 
-TEST_F(FeedUpdaterTest, FailsOnAVersionThatIsNone) {
+TEST_F(FeedUpdaterTest, FailsOnAnInvalidVersion) {
     for (const nlohmann::json& version :
          {nlohmann::json(), nlohmann::json(1.3), nlohmann::json(13), nlohmann::json({"1.3.0"}),
           nlohmann::json(true), nlohmann::json(""), nlohmann::json("1..3"), nlohmann::json("v1.3"),
@@ -196,7 +196,7 @@ TEST_F(FeedUpdaterTest, FailsOnAVersionThatIsNone) {
     }
 }
 
-TEST_F(FeedUpdaterTest, FailsOnAPageThatNoBrowserShouldOpen) {
+TEST_F(FeedUpdaterTest, FailsOnAPageThatIsNotForABrowser) {
     for (const nlohmann::json& page :
          {nlohmann::json(), nlohmann::json(7), nlohmann::json(""), nlohmann::json("/new"),
           nlohmann::json("https://"), nlohmann::json("file:///etc/passwd"),
@@ -208,12 +208,12 @@ TEST_F(FeedUpdaterTest, FailsOnAPageThatNoBrowserShouldOpen) {
     }
 }
 
-TEST_F(FeedUpdaterTest, PassesOverMembersThatItDoesNotKnow) {
+TEST_F(FeedUpdaterTest, IgnoresUnknownMembers) {
     EXPECT_EQ(readUpdateFeed(R"({"notes": [1], "version": "1.3", "page": "https://example.org/"})", "1.2.0"),
               UpdateOutcome(NewerVersion{"1.3", "https://example.org/", false}));
 }
 
-TEST_F(FeedUpdaterTest, FailsWhenTheProgramHasNoVersion) {
+TEST_F(FeedUpdaterTest, FailsWithoutAVersionOfTheProgram) {
     EXPECT_TRUE(hasFailed(readUpdateFeed(feed("1.3.0"), "")));
     EXPECT_TRUE(hasFailed(readUpdateFeed(feed("1.3.0"), "$(VERSION)")));
 }

@@ -8,7 +8,7 @@
 
 namespace sonvale::tests {
 
-/// An answer that comes in pieces.
+/// An answer that is sent in pieces.
 struct PiecedAnswer {
     enum class Ending { isProper, staysOpen, breaksOff };
     std::vector<std::string> pieces;
@@ -16,10 +16,10 @@ struct PiecedAnswer {
     int status = 200;
 };
 
-/// What all answers keep that are read line by line. An `Environment` has `sessions()`, `endSessions()`,
-/// which destroys them, `url(path)`, `answer(path, PiecedAnswer)`, `hang(path)`, which gives no head, and
-/// `close(path)`, which closes the connection instead of an answer; `requests()`, the bodies that were
-/// received, and `isConnected()`, whether a connection is left on which an answer is on its way.
+/// The rules of `platform::UrlLines`. An `Environment` has `sessions()`, `endSessions()`, which destroys
+/// them, `url(path)`, `answer(path, PiecedAnswer)`, `hang(path)`, which sends no head, and `close(path)`,
+/// which closes the connection instead of answering; `requests()`, the received bodies, and `isConnected()`,
+/// whether a connection with an unfinished answer is left.
 template <class Environment>
 class UrlLinesContract : public testing::Test {
 protected:
@@ -45,10 +45,11 @@ protected:
         return tasks_.finish(linesOf(lines));
     }
     bool waitForRequests(std::size_t count) {
-        return eventually(NetworkTasks::patience, [&] { return environment_.requests().size() >= count; });
+        return eventually(NetworkTasks::timeoutSeconds,
+                          [&] { return environment_.requests().size() >= count; });
     }
     bool waitUntilClosed() {
-        return eventually(NetworkTasks::patience, [&] { return !environment_.isConnected(); });
+        return eventually(NetworkTasks::timeoutSeconds, [&] { return !environment_.isConnected(); });
     }
 
     Environment environment_;
@@ -58,7 +59,7 @@ protected:
 
 TYPED_TEST_SUITE_P(UrlLinesContract);
 
-TYPED_TEST_P(UrlLinesContract, GivesEachLineAsItComesWhileTheAnswerIsOpen) {
+TYPED_TEST_P(UrlLinesContract, ReturnsEachLineWhileTheAnswerIsOpen) {
     this->answer("/in", {"first\nsecond\n", "thi"}, PiecedAnswer::Ending::staysOpen);
     const auto lines = this->open("/in");
     EXPECT_EQ(lines->head().statusCode, 200);
@@ -69,12 +70,12 @@ TYPED_TEST_P(UrlLinesContract, GivesEachLineAsItComesWhileTheAnswerIsOpen) {
     EXPECT_FALSE(eventually(0.2, [&] { return third.isDone(); }));
 }
 
-TYPED_TEST_P(UrlLinesContract, GivesTheHeadBeforeThereIsAnyBody) {
+TYPED_TEST_P(UrlLinesContract, ReturnsTheHeadBeforeAnyBody) {
     this->answer("/in", {}, PiecedAnswer::Ending::staysOpen);
     EXPECT_EQ(this->open("/in")->head().statusCode, 200);
 }
 
-TYPED_TEST_P(UrlLinesContract, GivesStatusAndBodyWhateverTheStatus) {
+TYPED_TEST_P(UrlLinesContract, ReturnsStatusAndBodyForAnyStatus) {
     for (const int status : {201, 400, 401, 404, 429, 500, 503}) {
         const auto path = "/" + std::to_string(status);
         this->environment_.answer(path, {.pieces = {"words\n"}, .status = status});
@@ -85,14 +86,14 @@ TYPED_TEST_P(UrlLinesContract, GivesStatusAndBodyWhateverTheStatus) {
     }
 }
 
-TYPED_TEST_P(UrlLinesContract, EndsLinesAtEveryKindOfEndWhereverTheyAreCut) {
+TYPED_TEST_P(UrlLinesContract, SplitsLinesAtEveryKindOfEndInAnyPieces) {
     this->answer("/in", {"a\nb\r", "\nc\r", "d\n\n", "e", "f\r\n\r", "\ng"});
     const auto lines = this->open("/in");
     EXPECT_EQ(this->readAll(lines), (std::vector<std::string>{"a", "b", "c", "d", "", "ef", "", "g"}));
     EXPECT_EQ(this->next(lines), std::nullopt) << "and again";
 }
 
-TYPED_TEST_P(UrlLinesContract, GivesBytesAsTheyAre) {
+TYPED_TEST_P(UrlLinesContract, ReturnsBytesUnchanged) {
     std::string bytes;
     for (int i = 0; i < 256; ++i) {
         if (i != '\n' && i != '\r')
@@ -102,12 +103,12 @@ TYPED_TEST_P(UrlLinesContract, GivesBytesAsTheyAre) {
     EXPECT_EQ(this->readAll(this->open("/in")), std::vector<std::string>{bytes});
 }
 
-TYPED_TEST_P(UrlLinesContract, GivesNoLineOfAnAnswerWithoutBody) {
+TYPED_TEST_P(UrlLinesContract, ReturnsNoLineWithoutABody) {
     this->answer("/in", {});
     EXPECT_EQ(this->next(this->open("/in")), std::nullopt);
 }
 
-TYPED_TEST_P(UrlLinesContract, GivesManyLinesInTheirOrder) {
+TYPED_TEST_P(UrlLinesContract, ReturnsManyLinesInOrder) {
     constexpr int count = 20'000;
     std::vector<std::string> pieces;
     for (int i = 0; i < count; i += 100) {
@@ -123,7 +124,7 @@ TYPED_TEST_P(UrlLinesContract, GivesManyLinesInTheirOrder) {
         ASSERT_EQ(all[static_cast<std::size_t>(i)], "line " + std::to_string(i));
 }
 
-TYPED_TEST_P(UrlLinesContract, FailsWhereAnAnswerBreaksOffBehindTheWholeLinesThatHadCome) {
+TYPED_TEST_P(UrlLinesContract, FailsAfterTheWholeLinesOfABrokenAnswer) {
     this->answer("/in", {"one\n", "two\nhal"}, PiecedAnswer::Ending::breaksOff);
     const auto lines = this->open("/in");
     EXPECT_EQ(this->next(lines), "one");
@@ -133,15 +134,15 @@ TYPED_TEST_P(UrlLinesContract, FailsWhereAnAnswerBreaksOffBehindTheWholeLinesTha
 }
 
 TYPED_TEST_P(UrlLinesContract, RefusesALineThatIsTooLong) {
-    const std::string longest(platform::UrlLines::maxLineBytes, 'x');
-    this->answer("/in", {longest + "\n", longest, "y\nmore\n"});
+    const std::string longLine(platform::UrlLines::maxLineBytes, 'x');
+    this->answer("/in", {longLine + "\n", longLine, "y\nmore\n"});
     const auto lines = this->open("/in");
-    EXPECT_EQ(this->next(lines), longest);
+    EXPECT_EQ(this->next(lines), longLine);
     for (int i = 0; i < 2; ++i)
         EXPECT_EQ(this->failure(lines), platform::UrlError::Code::dataLengthExceedsMaximum);
 }
 
-TYPED_TEST_P(UrlLinesContract, SendsTheRequestAndLetsGoOfItsBodyWithTheHead) {
+TYPED_TEST_P(UrlLinesContract, SendsTheRequestAndReleasesItsBodyWithTheHead) {
     this->answer("/in", {"first\n"}, PiecedAnswer::Ending::staysOpen);
     const auto body = makeBody("{\"a\": 1}");
     auto request = this->to("/in", "POST");
@@ -153,7 +154,7 @@ TYPED_TEST_P(UrlLinesContract, SendsTheRequestAndLetsGoOfItsBodyWithTheHead) {
     EXPECT_EQ(this->next(lines), "first");
 }
 
-TYPED_TEST_P(UrlLinesContract, FailsWhenTheConnectionIsClosedInsteadOfAnAnswer) {
+TYPED_TEST_P(UrlLinesContract, FailsIfTheConnectionIsClosedInsteadOfAnAnswer) {
     this->environment_.close("/close");
     const auto body = makeBody("words");
     auto request = this->to("/close", "POST");
@@ -164,7 +165,7 @@ TYPED_TEST_P(UrlLinesContract, FailsWhenTheConnectionIsClosedInsteadOfAnAnswer) 
     EXPECT_EQ(this->environment_.requests().size(), 1U);
 }
 
-TYPED_TEST_P(UrlLinesContract, EndsWithCancelledWhenTheTaskIsThatWaitsForTheHead) {
+TYPED_TEST_P(UrlLinesContract, EndsWithCancelledIfTheTaskWaitingForTheHeadIsCancelled) {
     this->environment_.hang("/hang");
     const auto body = makeBody("words");
     auto request = this->to("/hang", "POST");
@@ -178,7 +179,7 @@ TYPED_TEST_P(UrlLinesContract, EndsWithCancelledWhenTheTaskIsThatWaitsForTheHead
     EXPECT_TRUE(this->waitUntilClosed());
 }
 
-TYPED_TEST_P(UrlLinesContract, ClosesTheConnectionWhenTheTaskIsCancelledThatWaitsForALine) {
+TYPED_TEST_P(UrlLinesContract, ClosesTheConnectionIfTheTaskWaitingForALineIsCancelled) {
     this->answer("/in", {"first\n"}, PiecedAnswer::Ending::staysOpen);
     const auto lines = this->open("/in");
     EXPECT_EQ(this->next(lines), "first");
@@ -191,7 +192,7 @@ TYPED_TEST_P(UrlLinesContract, ClosesTheConnectionWhenTheTaskIsCancelledThatWait
     EXPECT_EQ(this->failure(lines), platform::UrlError::Code::cancelled);
 }
 
-TYPED_TEST_P(UrlLinesContract, ClosesTheConnectionForATaskThatIsCancelledAlready) {
+TYPED_TEST_P(UrlLinesContract, ClosesTheConnectionForAnAlreadyCancelledTask) {
     this->answer("/in", {"first\n"}, PiecedAnswer::Ending::staysOpen);
     EXPECT_EQ(this->tasks_.failure(this->tasks_.startCancelled(this->session_->lines(this->to("/in")))),
               platform::UrlError::Code::cancelled);
@@ -212,7 +213,7 @@ TYPED_TEST_P(UrlLinesContract, ClosesTheConnectionWhenItIsDropped) {
     EXPECT_TRUE(this->waitUntilClosed());
 }
 
-TYPED_TEST_P(UrlLinesContract, EndsWithTheSessionThatIsInvalidated) {
+TYPED_TEST_P(UrlLinesContract, EndsWithAnInvalidatedSession) {
     this->answer("/in", {"first\n"}, PiecedAnswer::Ending::staysOpen);
     const auto lines = this->open("/in");
     EXPECT_EQ(this->next(lines), "first");
@@ -226,7 +227,7 @@ TYPED_TEST_P(UrlLinesContract, EndsWithTheSessionThatIsInvalidated) {
               platform::UrlError::Code::cancelled);
 }
 
-TYPED_TEST_P(UrlLinesContract, KeepsTheSessionThatIsDropped) {
+TYPED_TEST_P(UrlLinesContract, KeepsADroppedSession) {
     this->answer("/in", {"first\nsecond\n"}, PiecedAnswer::Ending::staysOpen);
     const auto lines = this->open("/in");
     this->session_.reset();
@@ -234,7 +235,7 @@ TYPED_TEST_P(UrlLinesContract, KeepsTheSessionThatIsDropped) {
     EXPECT_EQ(this->next(lines), "second");
 }
 
-TYPED_TEST_P(UrlLinesContract, EndsWithTheMakerOfTheSession) {
+TYPED_TEST_P(UrlLinesContract, EndsWithTheMakerOfItsSession) {
     this->answer("/in", {"first\n"}, PiecedAnswer::Ending::staysOpen);
     const auto lines = this->open("/in");
     EXPECT_EQ(this->next(lines), "first");
@@ -246,17 +247,16 @@ TYPED_TEST_P(UrlLinesContract, EndsWithTheMakerOfTheSession) {
     EXPECT_EQ(this->tasks_.failure(this->session_->lines(request)), platform::UrlError::Code::cancelled);
 }
 
-REGISTER_TYPED_TEST_SUITE_P(UrlLinesContract, GivesEachLineAsItComesWhileTheAnswerIsOpen,
-                            GivesTheHeadBeforeThereIsAnyBody, GivesStatusAndBodyWhateverTheStatus,
-                            EndsLinesAtEveryKindOfEndWhereverTheyAreCut, GivesBytesAsTheyAre,
-                            GivesNoLineOfAnAnswerWithoutBody, GivesManyLinesInTheirOrder,
-                            FailsWhereAnAnswerBreaksOffBehindTheWholeLinesThatHadCome,
-                            RefusesALineThatIsTooLong, SendsTheRequestAndLetsGoOfItsBodyWithTheHead,
-                            FailsWhenTheConnectionIsClosedInsteadOfAnAnswer,
-                            EndsWithCancelledWhenTheTaskIsThatWaitsForTheHead,
-                            ClosesTheConnectionWhenTheTaskIsCancelledThatWaitsForALine,
-                            ClosesTheConnectionForATaskThatIsCancelledAlready,
-                            ClosesTheConnectionWhenItIsDropped, EndsWithTheSessionThatIsInvalidated,
-                            KeepsTheSessionThatIsDropped, EndsWithTheMakerOfTheSession);
+REGISTER_TYPED_TEST_SUITE_P(UrlLinesContract, ReturnsEachLineWhileTheAnswerIsOpen,
+                            ReturnsTheHeadBeforeAnyBody, ReturnsStatusAndBodyForAnyStatus,
+                            SplitsLinesAtEveryKindOfEndInAnyPieces, ReturnsBytesUnchanged,
+                            ReturnsNoLineWithoutABody, ReturnsManyLinesInOrder,
+                            FailsAfterTheWholeLinesOfABrokenAnswer, RefusesALineThatIsTooLong,
+                            SendsTheRequestAndReleasesItsBodyWithTheHead,
+                            FailsIfTheConnectionIsClosedInsteadOfAnAnswer,
+                            EndsWithCancelledIfTheTaskWaitingForTheHeadIsCancelled,
+                            ClosesTheConnectionIfTheTaskWaitingForALineIsCancelled,
+                            ClosesTheConnectionForAnAlreadyCancelledTask, ClosesTheConnectionWhenItIsDropped,
+                            EndsWithAnInvalidatedSession, KeepsADroppedSession, EndsWithTheMakerOfItsSession);
 
 } // namespace sonvale::tests

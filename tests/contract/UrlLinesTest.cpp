@@ -139,7 +139,7 @@ INSTANTIATE_TYPED_TEST_SUITE_P(Fake, UrlLinesContract, FakeLinesEnvironment);
 INSTANTIATE_TYPED_TEST_SUITE_P(Qt, UrlLinesContract, QtLinesEnvironment);
 INSTANTIATE_TYPED_TEST_SUITE_P(QtTls, UrlLinesContract, QtTlsLinesEnvironment);
 
-// What only a network shows
+// Tests that need a network
 
 namespace {
 
@@ -171,21 +171,21 @@ TYPED_TEST_SUITE(QtUrlLinesTest, Environments);
 
 } // namespace
 
-TYPED_TEST(QtUrlLinesTest, TimesOutWhenNoHeadComes) {
+TYPED_TEST(QtUrlLinesTest, TimesOutIfNoHeadArrives) {
     this->server().answer("/hang", {.fault = Answer::Fault::neverAnswers});
     EXPECT_EQ(this->tasks_.failure(this->session_->lines(this->to("/hang", 0.4))), Code::timedOut);
 }
 
-TYPED_TEST(QtUrlLinesTest, TimesOutWhenTheBodyFallsSilent) {
+TYPED_TEST(QtUrlLinesTest, TimesOutIfTheBodyStops) {
     this->server().answer("/in", {.fault = Answer::Fault::neverEnds, .pieces = {"first\nsec"}});
     const auto lines = this->open("/in", 0.5);
     EXPECT_EQ(this->next(lines), "first");
     EXPECT_EQ(this->tasks_.failure(lines->next()), Code::timedOut);
     EXPECT_EQ(this->tasks_.failure(lines->next()), Code::timedOut);
-    EXPECT_TRUE(this->server().waitForOpenConnections(0, NetworkTasks::patience));
+    EXPECT_TRUE(this->server().waitForOpenConnections(0, NetworkTasks::timeoutSeconds));
 }
 
-TYPED_TEST(QtUrlLinesTest, DoesNotTimeOutWhileALineTricklesInOrNobodyWaits) {
+TYPED_TEST(QtUrlLinesTest, DoesNotTimeOutWhileALineArrivesSlowlyOrNoCallerWaits) {
     this->server().answer("/slow",
                           {.body = std::string(30, 'x') + "\nlast", .fault = Answer::Fault::tricklesSlowly});
     const auto lines = this->open("/slow", 1);
@@ -199,7 +199,7 @@ TYPED_TEST(QtUrlLinesTest, DoesNotTimeOutWhileALineTricklesInOrNobodyWaits) {
     EXPECT_EQ(this->next(others), std::nullopt);
 }
 
-TYPED_TEST(QtUrlLinesTest, FollowsARedirectAndGivesTheLastHead) {
+TYPED_TEST(QtUrlLinesTest, FollowsARedirectAndReturnsTheLastHead) {
     this->server().answer("/old", {.status = 307, .headers = {{"Location", "/new"}}, .body = "moved\n"});
     this->server().answer("/new", {.status = 202, .headers = {{"X-Other", "value"}}, .body = "words"});
     const auto lines = this->open("/old");
@@ -209,7 +209,7 @@ TYPED_TEST(QtUrlLinesTest, FollowsARedirectAndGivesTheLastHead) {
     EXPECT_EQ(this->next(lines), std::nullopt);
 }
 
-TYPED_TEST(QtUrlLinesTest, KeepsTheConnectionOfAnAnswerThatWasReadOut) {
+TYPED_TEST(QtUrlLinesTest, KeepsTheConnectionOfACompletelyReadAnswer) {
     this->server().answer("/in", {.pieces = {"one\n", "two\n"}});
     for (int i = 0; i < 5; ++i) {
         const auto lines = this->open("/in");
@@ -219,7 +219,7 @@ TYPED_TEST(QtUrlLinesTest, KeepsTheConnectionOfAnAnswerThatWasReadOut) {
     EXPECT_EQ(this->server().connections(), 1);
 }
 
-TYPED_TEST(QtUrlLinesTest, FailsForAnAnswerThatIsCutShortOfItsLength) {
+TYPED_TEST(QtUrlLinesTest, FailsForAnAnswerShorterThanItsLength) {
     this->server().answer(
         "/in", {.body = "one\ntwo\nthree, four, five, six\n", .fault = Answer::Fault::closesInBody});
     const auto lines = this->open("/in");
@@ -228,7 +228,7 @@ TYPED_TEST(QtUrlLinesTest, FailsForAnAnswerThatIsCutShortOfItsLength) {
     EXPECT_EQ(this->tasks_.failure(lines->next()), Code::networkConnectionLost);
 }
 
-TYPED_TEST(QtUrlLinesTest, GivesALargeAnswerWholeToAReaderWhoPauses) {
+TYPED_TEST(QtUrlLinesTest, ReturnsALargeAnswerToAPausingReader) {
     constexpr int count = 3000;
     std::string body;
     for (int i = 0; i < count; ++i)
@@ -247,7 +247,7 @@ TYPED_TEST(QtUrlLinesTest, GivesALargeAnswerWholeToAReaderWhoPauses) {
 
 namespace {
 
-/// A server that answers one connection with lines for as long as the other side takes them.
+/// A server that answers one connection with lines while the client reads them.
 class EndlessServer {
 public:
     EndlessServer() {
@@ -312,8 +312,8 @@ private:
 
 } // namespace
 
-TEST(QtUrlLines, ReadsOnlyALittleAheadOfWhoTakesTheLines) {
-    // What the two ends of a connection on this machine hold at most, by far.
+TEST(QtUrlLines, ReadsOnlyALittleAheadOfTheReader) {
+    // More than the two ends of a connection on this machine buffer.
     constexpr std::size_t heldBySystem = 24UL << 20U;
     EndlessServer server;
     adapters::qt::QtUrlSessions sessions;

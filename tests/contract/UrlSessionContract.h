@@ -8,7 +8,7 @@
 
 namespace sonvale::tests {
 
-/// A request as the other side got it.
+/// A request as the server received it.
 struct ReceivedRequest {
     std::string method;
     std::string path;
@@ -17,10 +17,10 @@ struct ReceivedRequest {
     std::string contentType;
 };
 
-/// What all sessions keep. An `Environment` has `sessions()`, `endSessions()`, which destroys them,
-/// `url(path)`, `received()` and what the other side does with the requests for a path: `answer(path, status,
-/// body)`, `hang(path)`, `hangUntilReleased(path)` with `release()` (200 and "late"), and `close(path)`,
-/// which closes the connection instead of an answer.
+/// The rules of `platform::UrlSession`. An `Environment` has `sessions()`, `endSessions()`, which destroys
+/// them, `url(path)`, `received()` and the server's behavior for the requests of a path: `answer(path,
+/// status, body)`, `hang(path)`, `hangUntilReleased(path)` with `release()` (200 and "late"), and
+/// `close(path)`, which closes the connection instead of answering.
 template <class Environment>
 class UrlSessionContract : public testing::Test {
 protected:
@@ -31,7 +31,8 @@ protected:
         return requestTo(environment_.url(path), std::move(method));
     }
     bool waitForRequests(std::size_t count) {
-        return eventually(NetworkTasks::patience, [&] { return environment_.received().size() >= count; });
+        return eventually(NetworkTasks::timeoutSeconds,
+                          [&] { return environment_.received().size() >= count; });
     }
 
     Environment environment_;
@@ -40,7 +41,7 @@ protected:
 
 TYPED_TEST_SUITE_P(UrlSessionContract);
 
-TYPED_TEST_P(UrlSessionContract, GivesStatusAndBodyWhateverTheStatus) {
+TYPED_TEST_P(UrlSessionContract, ReturnsStatusAndBodyForAnyStatus) {
     const auto session = this->makeSession();
     for (const int status : {200, 201, 400, 401, 403, 404, 426, 429, 500, 503}) {
         const auto path = "/" + std::to_string(status);
@@ -51,7 +52,7 @@ TYPED_TEST_P(UrlSessionContract, GivesStatusAndBodyWhateverTheStatus) {
     }
 }
 
-TYPED_TEST_P(UrlSessionContract, SendsMethodHeadersAndBodyAsTheyAre) {
+TYPED_TEST_P(UrlSessionContract, SendsMethodHeadersAndBodyUnchanged) {
     this->environment_.answer("/in", 200, "");
     std::string bytes;
     for (int i = 0; i < 1000; ++i)
@@ -71,7 +72,7 @@ TYPED_TEST_P(UrlSessionContract, SendsMethodHeadersAndBodyAsTheyAre) {
     EXPECT_EQ(received[0].contentType, "multipart/form-data; boundary=4711");
 }
 
-TYPED_TEST_P(UrlSessionContract, LetsGoOfTheBodyByTheEndOfTheCall) {
+TYPED_TEST_P(UrlSessionContract, ReleasesTheBodyByTheEndOfTheCall) {
     this->environment_.answer("/in", 200, "");
     this->environment_.hang("/hang");
     const auto session = this->makeSession();
@@ -89,7 +90,7 @@ TYPED_TEST_P(UrlSessionContract, LetsGoOfTheBodyByTheEndOfTheCall) {
     }
 }
 
-TYPED_TEST_P(UrlSessionContract, EndsWithCancelledWhenTheTaskIs) {
+TYPED_TEST_P(UrlSessionContract, EndsWithCancelledIfTheTaskIsCancelled) {
     this->environment_.hang("/hang");
     const auto handle = this->tasks_.start(this->makeSession()->data(this->to("/hang")));
     ASSERT_TRUE(this->waitForRequests(1));
@@ -98,7 +99,7 @@ TYPED_TEST_P(UrlSessionContract, EndsWithCancelledWhenTheTaskIs) {
     EXPECT_EQ(this->tasks_.failure(handle), platform::UrlError::Code::cancelled);
 }
 
-TYPED_TEST_P(UrlSessionContract, SendsNothingForATaskThatIsCancelledAlready) {
+TYPED_TEST_P(UrlSessionContract, SendsNothingForAnAlreadyCancelledTask) {
     this->environment_.answer("/in", 200, "");
     const auto session = this->makeSession();
     const auto handle = this->tasks_.startCancelled(session->data(this->to("/in")));
@@ -107,7 +108,7 @@ TYPED_TEST_P(UrlSessionContract, SendsNothingForATaskThatIsCancelledAlready) {
     EXPECT_EQ(this->environment_.received().size(), 1U);
 }
 
-TYPED_TEST_P(UrlSessionContract, EndsItsRequestsWhenItIsInvalidatedAndRefusesOthers) {
+TYPED_TEST_P(UrlSessionContract, EndsItsRequestsWhenInvalidatedAndRefusesNewOnes) {
     this->environment_.hang("/hang");
     this->environment_.answer("/in", 200, "");
     const auto session = this->makeSession();
@@ -124,7 +125,7 @@ TYPED_TEST_P(UrlSessionContract, EndsItsRequestsWhenItIsInvalidatedAndRefusesOth
     EXPECT_EQ(this->environment_.received().size(), 3U);
 }
 
-TYPED_TEST_P(UrlSessionContract, LivesOnUntilItsLastRequestHasEndedWhenItIsDropped) {
+TYPED_TEST_P(UrlSessionContract, LivesUntilItsLastRequestHasEnded) {
     this->environment_.hangUntilReleased("/late");
     const auto handle = this->tasks_.start(this->makeSession()->data(this->to("/late")));
     ASSERT_TRUE(this->waitForRequests(1));
@@ -132,7 +133,7 @@ TYPED_TEST_P(UrlSessionContract, LivesOnUntilItsLastRequestHasEndedWhenItIsDropp
     EXPECT_EQ(this->tasks_.finish(handle).body, "late");
 }
 
-TYPED_TEST_P(UrlSessionContract, GivesEachOfManyRequestsItsOwnAnswer) {
+TYPED_TEST_P(UrlSessionContract, AnswersEachOfManyRequests) {
     const auto session = this->makeSession();
     std::vector<runtime::TaskHandle<platform::UrlResponse>> handles;
     for (int i = 0; i < 30; ++i) {
@@ -145,7 +146,7 @@ TYPED_TEST_P(UrlSessionContract, GivesEachOfManyRequestsItsOwnAnswer) {
                   "answer " + std::to_string(i));
 }
 
-TYPED_TEST_P(UrlSessionContract, FailsWhenTheConnectionIsClosedInsteadOfAnAnswer) {
+TYPED_TEST_P(UrlSessionContract, FailsIfTheConnectionIsClosedInsteadOfAnAnswer) {
     this->environment_.close("/close");
     auto request = this->to("/close", "POST");
     request.body = makeBody("words");
@@ -154,7 +155,7 @@ TYPED_TEST_P(UrlSessionContract, FailsWhenTheConnectionIsClosedInsteadOfAnAnswer
     EXPECT_EQ(this->environment_.received().size(), 1U);
 }
 
-TYPED_TEST_P(UrlSessionContract, SendsNothingTwiceOverAConnectionThatWasKept) {
+TYPED_TEST_P(UrlSessionContract, SendsNothingTwiceOnAKeptConnection) {
     this->environment_.answer("/in", 200, "");
     const auto session = this->makeSession();
     int number = 0;
@@ -175,7 +176,7 @@ TYPED_TEST_P(UrlSessionContract, SendsNothingTwiceOverAConnectionThatWasKept) {
     }
 }
 
-TYPED_TEST_P(UrlSessionContract, EndsEverythingWithItsMaker) {
+TYPED_TEST_P(UrlSessionContract, EndsWithItsMaker) {
     this->environment_.hang("/hang");
     const auto session = this->makeSession();
     const auto handle = this->tasks_.start(session->data(this->to("/hang")));
@@ -186,13 +187,11 @@ TYPED_TEST_P(UrlSessionContract, EndsEverythingWithItsMaker) {
     EXPECT_EQ(this->tasks_.failure(session->data(request)), platform::UrlError::Code::cancelled);
 }
 
-REGISTER_TYPED_TEST_SUITE_P(UrlSessionContract, GivesStatusAndBodyWhateverTheStatus,
-                            SendsMethodHeadersAndBodyAsTheyAre, LetsGoOfTheBodyByTheEndOfTheCall,
-                            EndsWithCancelledWhenTheTaskIs, SendsNothingForATaskThatIsCancelledAlready,
-                            EndsItsRequestsWhenItIsInvalidatedAndRefusesOthers,
-                            LivesOnUntilItsLastRequestHasEndedWhenItIsDropped,
-                            GivesEachOfManyRequestsItsOwnAnswer,
-                            FailsWhenTheConnectionIsClosedInsteadOfAnAnswer,
-                            SendsNothingTwiceOverAConnectionThatWasKept, EndsEverythingWithItsMaker);
+REGISTER_TYPED_TEST_SUITE_P(UrlSessionContract, ReturnsStatusAndBodyForAnyStatus,
+                            SendsMethodHeadersAndBodyUnchanged, ReleasesTheBodyByTheEndOfTheCall,
+                            EndsWithCancelledIfTheTaskIsCancelled, SendsNothingForAnAlreadyCancelledTask,
+                            EndsItsRequestsWhenInvalidatedAndRefusesNewOnes, LivesUntilItsLastRequestHasEnded,
+                            AnswersEachOfManyRequests, FailsIfTheConnectionIsClosedInsteadOfAnAnswer,
+                            SendsNothingTwiceOnAKeptConnection, EndsWithItsMaker);
 
 } // namespace sonvale::tests

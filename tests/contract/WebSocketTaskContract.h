@@ -9,7 +9,7 @@
 
 namespace sonvale::tests {
 
-/// A socket as the other side saw it.
+/// A socket as the server saw it.
 struct ReceivedSocket {
     std::vector<platform::WebSocketMessage> messages;
     bool isOpen = false;
@@ -31,9 +31,9 @@ inline platform::WebSocketMessage binary(std::string bytes) {
     return {platform::WebSocketMessage::Kind::binary, std::move(bytes)};
 }
 
-/// What all sockets keep. An `Environment` has `sessions()`, `endSessions()`, `url()`, and the other side,
-/// which sends every message back: `refuseHandshakes()` (with a status of 401), `holdHandshakes()`,
-/// `say(message)`, `close()`, and the newest accepted `socket()`.
+/// The rules of `platform::WebSocketTask`. An `Environment` has `sessions()`, `endSessions()`, `url()`, and
+/// the server, which sends every message back: `refuseHandshakes()` (with the status 401),
+/// `holdHandshakes()`, `say(message)`, `close()`, and the newest accepted `socket()`.
 template <class Environment>
 class WebSocketTaskContract : public testing::Test {
 protected:
@@ -47,20 +47,21 @@ protected:
     std::shared_ptr<platform::WebSocketTask> openTask() {
         auto task = makeTask();
         task->resume();
-        EXPECT_TRUE(eventually(NetworkTasks::patience, [&] { return environment_.socket().isOpen; }));
+        EXPECT_TRUE(eventually(NetworkTasks::timeoutSeconds, [&] { return environment_.socket().isOpen; }));
         return task;
     }
-    /// Until both sides know that it is open.
+    /// Waits until both sides know that it is open.
     void greet(platform::WebSocketTask& task) {
         tasks_.finish(task.send(text("hello")));
         tasks_.finish(task.receive());
     }
     bool waitForMessages(std::size_t count) {
-        return eventually(NetworkTasks::patience,
+        return eventually(NetworkTasks::timeoutSeconds,
                           [&] { return environment_.socket().messages.size() >= count; });
     }
     bool waitForCloseCode(int code) {
-        return eventually(NetworkTasks::patience, [&] { return environment_.socket().closeCode == code; });
+        return eventually(NetworkTasks::timeoutSeconds,
+                          [&] { return environment_.socket().closeCode == code; });
     }
 
     Environment environment_;
@@ -70,7 +71,7 @@ protected:
 
 TYPED_TEST_SUITE_P(WebSocketTaskContract);
 
-TYPED_TEST_P(WebSocketTaskContract, SendsInOrderWhatWasBegunBeforeItWasOpen) {
+TYPED_TEST_P(WebSocketTaskContract, SendsMessagesFromBeforeTheOpeningInOrder) {
     const auto task = this->makeTask();
     std::vector<runtime::TaskHandle<>> sends;
     std::vector<std::string> words;
@@ -88,7 +89,7 @@ TYPED_TEST_P(WebSocketTaskContract, SendsInOrderWhatWasBegunBeforeItWasOpen) {
     EXPECT_EQ(this->environment_.socket().authorization, "Bearer token");
 }
 
-TYPED_TEST_P(WebSocketTaskContract, KeepsTheKindOfAMessageBothWays) {
+TYPED_TEST_P(WebSocketTaskContract, KeepsTheKindOfAMessageInBothDirections) {
     const std::string bytes("\x00\xff\x80 bytes", 9);
     const std::string words = "na\xc3\xafve \xf0\x9f\x8e\x99 words";
     const auto task = this->openTask();
@@ -108,7 +109,7 @@ TYPED_TEST_P(WebSocketTaskContract, KeepsTheKindOfAMessageBothWays) {
     }
 }
 
-TYPED_TEST_P(WebSocketTaskContract, KeepsWhatNobodyWaitsForInItsOrder) {
+TYPED_TEST_P(WebSocketTaskContract, KeepsUnreceivedMessagesInOrder) {
     const auto task = this->openTask();
     const auto first = this->tasks_.start(task->receive());
     for (int i = 0; i < 20; ++i)
@@ -118,7 +119,7 @@ TYPED_TEST_P(WebSocketTaskContract, KeepsWhatNobodyWaitsForInItsOrder) {
         EXPECT_EQ(this->tasks_.finish(task->receive()).bytes, std::to_string(i));
 }
 
-TYPED_TEST_P(WebSocketTaskContract, HandsOutWhatCameBeforeTheEndAndThenFailsEveryTime) {
+TYPED_TEST_P(WebSocketTaskContract, ReturnsMessagesBeforeTheEndAndThenAlwaysFails) {
     const auto task = this->openTask();
     this->environment_.say(text("one"));
     this->environment_.say(text("two"));
@@ -132,14 +133,14 @@ TYPED_TEST_P(WebSocketTaskContract, HandsOutWhatCameBeforeTheEndAndThenFailsEver
     task->cancel(platform::WebSocketTask::goingAway);
 }
 
-TYPED_TEST_P(WebSocketTaskContract, FailsAReceiveThatWaitsWhenTheOtherSideCloses) {
+TYPED_TEST_P(WebSocketTaskContract, FailsAWaitingReceiveIfTheServerCloses) {
     const auto task = this->openTask();
     const auto waiting = this->tasks_.start(task->receive());
     this->environment_.close();
     EXPECT_EQ(this->tasks_.failure(waiting), platform::UrlError::Code::networkConnectionLost);
 }
 
-TYPED_TEST_P(WebSocketTaskContract, ClosesWithTheCodeItIsGivenAndEndsWhatWaits) {
+TYPED_TEST_P(WebSocketTaskContract, ClosesWithItsCodeAndEndsWaitingCalls) {
     for (const int code : {platform::WebSocketTask::goingAway, platform::WebSocketTask::normalClosure}) {
         const auto task = this->openTask();
         this->greet(*task);
@@ -154,7 +155,7 @@ TYPED_TEST_P(WebSocketTaskContract, ClosesWithTheCodeItIsGivenAndEndsWhatWaits) 
     }
 }
 
-TYPED_TEST_P(WebSocketTaskContract, SendsWhatWasTakenBeforeItCloses) {
+TYPED_TEST_P(WebSocketTaskContract, SendsAcceptedMessagesBeforeItCloses) {
     const auto task = this->openTask();
     for (int i = 0; i < 10; ++i)
         this->tasks_.finish(task->send(text(std::string(10'000, 'x'))));
@@ -170,7 +171,7 @@ TYPED_TEST_P(WebSocketTaskContract, ClosesAsGoingAwayWhenItIsDropped) {
     EXPECT_TRUE(this->waitForCloseCode(platform::WebSocketTask::goingAway));
 }
 
-TYPED_TEST_P(WebSocketTaskContract, LosesNoMessageToAReceiveThatIsCancelled) {
+TYPED_TEST_P(WebSocketTaskContract, LosesNoMessageToACancelledReceive) {
     const auto task = this->openTask();
     const auto waiting = this->tasks_.start(task->receive());
     pauseMilliseconds(20);
@@ -182,7 +183,7 @@ TYPED_TEST_P(WebSocketTaskContract, LosesNoMessageToAReceiveThatIsCancelled) {
     EXPECT_EQ(this->tasks_.finish(task->receive()).bytes, "kept");
 }
 
-TYPED_TEST_P(WebSocketTaskContract, TakesNoMessageBackWhenItsSendIsCancelled) {
+TYPED_TEST_P(WebSocketTaskContract, SendsTheMessageOfACancelledSend) {
     const auto task = this->makeTask();
     const auto waiting = this->tasks_.start(task->send(text("first")));
     pauseMilliseconds(20);
@@ -196,7 +197,7 @@ TYPED_TEST_P(WebSocketTaskContract, TakesNoMessageBackWhenItsSendIsCancelled) {
               (std::vector<std::string>{"first", "second", "third"}));
 }
 
-TYPED_TEST_P(WebSocketTaskContract, FailsEverythingWhenTheHandshakeIsRefused) {
+TYPED_TEST_P(WebSocketTaskContract, FailsEveryCallIfTheHandshakeIsRefused) {
     this->environment_.refuseHandshakes();
     const auto task = this->makeTask();
     const auto send = this->tasks_.start(task->send(text("words")));
@@ -207,7 +208,7 @@ TYPED_TEST_P(WebSocketTaskContract, FailsEverythingWhenTheHandshakeIsRefused) {
     EXPECT_EQ(this->tasks_.failure(task->send(text("late"))), platform::UrlError::Code::badServerResponse);
 }
 
-TYPED_TEST_P(WebSocketTaskContract, EndsEverythingWhenItIsCancelledWhileItConnects) {
+TYPED_TEST_P(WebSocketTaskContract, EndsEveryCallIfCancelledWhileConnecting) {
     this->environment_.holdHandshakes();
     const auto task = this->makeTask();
     const auto send = this->tasks_.start(task->send(text("words")));
@@ -241,22 +242,20 @@ TYPED_TEST_P(WebSocketTaskContract, EndsWithTheMakerOfItsSession) {
     EXPECT_EQ(this->tasks_.failure(task->send(text("late"))), platform::UrlError::Code::cancelled);
 }
 
-TYPED_TEST_P(WebSocketTaskContract, OutlivesTheSessionThatIsDropped) {
+TYPED_TEST_P(WebSocketTaskContract, OutlivesADroppedSession) {
     const auto task = this->openTask();
     this->session_.reset();
     this->environment_.say(text("still here"));
     EXPECT_EQ(this->tasks_.finish(task->receive()).bytes, "still here");
 }
 
-REGISTER_TYPED_TEST_SUITE_P(WebSocketTaskContract, SendsInOrderWhatWasBegunBeforeItWasOpen,
-                            KeepsTheKindOfAMessageBothWays, KeepsWhatNobodyWaitsForInItsOrder,
-                            HandsOutWhatCameBeforeTheEndAndThenFailsEveryTime,
-                            FailsAReceiveThatWaitsWhenTheOtherSideCloses,
-                            ClosesWithTheCodeItIsGivenAndEndsWhatWaits, SendsWhatWasTakenBeforeItCloses,
-                            ClosesAsGoingAwayWhenItIsDropped, LosesNoMessageToAReceiveThatIsCancelled,
-                            TakesNoMessageBackWhenItsSendIsCancelled,
-                            FailsEverythingWhenTheHandshakeIsRefused,
-                            EndsEverythingWhenItIsCancelledWhileItConnects, EndsWithItsSession,
-                            EndsWithTheMakerOfItsSession, OutlivesTheSessionThatIsDropped);
+REGISTER_TYPED_TEST_SUITE_P(WebSocketTaskContract, SendsMessagesFromBeforeTheOpeningInOrder,
+                            KeepsTheKindOfAMessageInBothDirections, KeepsUnreceivedMessagesInOrder,
+                            ReturnsMessagesBeforeTheEndAndThenAlwaysFails,
+                            FailsAWaitingReceiveIfTheServerCloses, ClosesWithItsCodeAndEndsWaitingCalls,
+                            SendsAcceptedMessagesBeforeItCloses, ClosesAsGoingAwayWhenItIsDropped,
+                            LosesNoMessageToACancelledReceive, SendsTheMessageOfACancelledSend,
+                            FailsEveryCallIfTheHandshakeIsRefused, EndsEveryCallIfCancelledWhileConnecting,
+                            EndsWithItsSession, EndsWithTheMakerOfItsSession, OutlivesADroppedSession);
 
 } // namespace sonvale::tests

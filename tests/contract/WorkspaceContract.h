@@ -10,7 +10,7 @@
 
 namespace sonvale::tests {
 
-/// One desktop whose front application the test chooses.
+/// A desktop whose front application the test chooses.
 class WorkspaceHarness {
 public:
     WorkspaceHarness() = default;
@@ -20,17 +20,17 @@ public:
 
     virtual platform::Workspace& workspace() = 0;
 
-    /// Brings a program to the front that tells this about itself, with a document open in its window.
+    /// Brings a program to the front that reports this about itself, with a document open in its window.
     virtual void bringToFront(const platform::FrontApplication& application) = 0;
     /// Closes every program.
     virtual void closeAll() = 0;
 
-    /// Puts a program there for the pages of the settings and those of the web.
+    /// Installs a program for the settings pages and for web pages.
     virtual void installPrograms() = 0;
-    /// How many addresses were opened with it; waits for so many, and a moment for more.
+    /// Returns the number of opened addresses; waits for `expected` of them, and a moment for more.
     virtual std::size_t openedCount(std::size_t expected) = 0;
-    /// What the account says by another road.
-    virtual std::string nameOfTheUser() = 0;
+    /// Returns the name in the account, read in another way.
+    virtual std::string userName() = 0;
 };
 
 struct WorkspaceMaker {

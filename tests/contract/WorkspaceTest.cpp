@@ -24,11 +24,11 @@ public:
     void closeAll() override { fake_.control().setFrontmost(std::nullopt); }
     void installPrograms() override { fake_.control().setCanOpen(true); }
     std::size_t openedCount(std::size_t /*expected*/) override { return fake_.control().opened().size(); }
-    std::string nameOfTheUser() override { return "Ada King"; }
+    std::string userName() override { return "Ada King"; }
 
     FakeHarness() {
         fake_.control().setCanOpen(false);
-        fake_.control().setFullUserName(nameOfTheUser());
+        fake_.control().setFullUserName(userName());
     }
 
 private:
@@ -68,7 +68,7 @@ public:
         pauseMilliseconds(50);
         return programs_.calls().size();
     }
-    std::string nameOfTheUser() override {
+    std::string userName() override {
         ScriptedPrograms folder;
         folder.write(
             "name", "#!/bin/sh\ngetent passwd \"$(id -u)\" | cut -d: -f5 | cut -d, -f1 > \"$0.txt\"\n", 0755);
@@ -93,13 +93,13 @@ TEST_P(WorkspaceContract, HasNoFrontApplicationOnAnEmptyDesktop) {
     EXPECT_EQ(workspace.frontmostApplication(), std::nullopt);
 }
 
-TEST_P(WorkspaceContract, TellsIdentifierNameAndProcess) {
+TEST_P(WorkspaceContract, ReportsIdentifierNameAndProcess) {
     const platform::FrontApplication editor{"Mousepad", "Mousepad", 4711};
     harness->bringToFront(editor);
     EXPECT_EQ(workspace.frontmostApplication(), editor);
 }
 
-TEST_P(WorkspaceContract, LeavesOutWhatTheApplicationDoesNotTell) {
+TEST_P(WorkspaceContract, LeavesOutWhatTheApplicationDoesNotReport) {
     harness->bringToFront({std::nullopt, std::nullopt, 0});
     EXPECT_EQ(workspace.frontmostApplication(), (platform::FrontApplication{std::nullopt, std::nullopt, 0}));
 }
@@ -115,7 +115,7 @@ TEST_P(WorkspaceContract, FollowsTheUserAtOnce) {
     EXPECT_EQ(workspace.frontmostApplication(), std::nullopt);
 }
 
-TEST_P(WorkspaceContract, OpensPagesOnceThereIsAProgramForThem) {
+TEST_P(WorkspaceContract, OpensPagesIfThereIsAProgramForThem) {
     EXPECT_FALSE(workspace.openURL(platform::settings_page::microphone));
     EXPECT_FALSE(workspace.openURL("https://example.com/"));
     harness->installPrograms();
@@ -127,7 +127,7 @@ TEST_P(WorkspaceContract, OpensPagesOnceThereIsAProgramForThem) {
     EXPECT_EQ(harness->openedCount(5), 5);
 }
 
-TEST_P(WorkspaceContract, SkipsSilentlyWhatIsNoAddress) {
+TEST_P(WorkspaceContract, IgnoresInvalidAddressesSilently) {
     harness->installPrograms();
     const LogCapture log;
     for (const auto* text : {"", "no address", "https://exa mple.com/", "://", "https://a/%zz"})
@@ -136,8 +136,8 @@ TEST_P(WorkspaceContract, SkipsSilentlyWhatIsNoAddress) {
     EXPECT_TRUE(log.lines().empty());
 }
 
-TEST_P(WorkspaceContract, TellsTheUsersNameAsTheAccountHasIt) {
-    EXPECT_EQ(workspace.fullUserName(), harness->nameOfTheUser());
+TEST_P(WorkspaceContract, ReturnsTheUsersNameInTheAccount) {
+    EXPECT_EQ(workspace.fullUserName(), harness->userName());
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -2,7 +2,7 @@
 
 #include <QCoreApplication>
 
-/// Qt's network library finds its plugins by the application object.
+/// Qt's network library finds its plugins through the application object.
 int main(int argc, char** argv) {
     testing::InitGoogleMock(&argc, argv);
     const QCoreApplication application(argc, argv);

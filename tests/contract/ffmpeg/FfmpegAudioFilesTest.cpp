@@ -87,7 +87,7 @@ TEST_F(FfmpegAudioFiles, KeepTheFramesOfEveryRate) {
     }
 }
 
-TEST_F(FfmpegAudioFiles, KeepSpeechThirtyDecibelsAboveTheirOwnNoise) {
+TEST_F(FfmpegAudioFiles, KeepSpeechThirtyDecibelsAboveTheNoise) {
     const AudioFormat format{48000, 1};
     for (const auto& original :
          {files_.read(voiceFile(voices().front().name), format), tone(format, 96000)}) {
@@ -108,7 +108,7 @@ TEST_F(FfmpegAudioFiles, KeepSpeechThirtyDecibelsAboveTheirOwnNoise) {
     }
 }
 
-TEST_F(FfmpegAudioFiles, RecordRatesThatAacDoesNotKnow) {
+TEST_F(FfmpegAudioFiles, RecordRatesThatAacDoesNotSupport) {
     for (const double rate : {192000.0, 176400.0, 37800.0, 50000.0, 5512.0}) {
         const AudioFormat format{rate, 2};
         const auto frames = static_cast<std::size_t>(rate * 1.5);
@@ -133,7 +133,7 @@ TEST_F(FfmpegAudioFiles, RecordAnyNumberOfChannels) {
     }
 }
 
-TEST_F(FfmpegAudioFiles, KeepTwoChannelsApart) {
+TEST_F(FfmpegAudioFiles, KeepTwoChannelsSeparate) {
     const AudioFormat format{44100, 2};
     auto buffer = std::make_shared<platform::PcmBuffer>(format, 44100);
     std::ranges::copy(tone({44100, 1}, 44100, 440)->channel(0), buffer->channel(0).begin());
@@ -147,8 +147,9 @@ TEST_F(FfmpegAudioFiles, KeepTwoChannelsApart) {
     EXPECT_LT(std::abs(correlation(read->channel(0), buffer->channel(1))), 0.1);
 }
 
-TEST_F(FfmpegAudioFiles, BeginWithTheFirstSample) {
-    // A click at the beginning and one at the end: what the encoder puts before and behind must be gone.
+TEST_F(FfmpegAudioFiles, StartWithTheFirstSample) {
+    // A click at the beginning and one at the end: the encoder's padding before and after them must be
+    // removed.
     const AudioFormat format{48000, 1};
     auto buffer = std::make_shared<platform::PcmBuffer>(format, 30000);
     for (std::size_t i = 0; i < 40; ++i) {
@@ -165,7 +166,7 @@ TEST_F(FfmpegAudioFiles, BeginWithTheFirstSample) {
     EXPECT_NEAR(read->channel(0)[15000], 0, 0.01);
 }
 
-TEST_F(FfmpegAudioFiles, LoseNothingOfTheLastMoment) {
+TEST_F(FfmpegAudioFiles, KeepTheLastSamples) {
     for (const std::size_t frames : {1U, 2U, 100U, 1023U, 1024U, 1025U, 2048U, 4801U}) {
         record({48000, 1}, frames);
         EXPECT_EQ(files_.read(path(), {48000, 1})->frameLength(), frames);
@@ -173,7 +174,7 @@ TEST_F(FfmpegAudioFiles, LoseNothingOfTheLastMoment) {
     }
 }
 
-TEST_F(FfmpegAudioFiles, StandSamplesThatAreNoNumbersOrTooLoud) {
+TEST_F(FfmpegAudioFiles, SurviveSamplesThatAreNanOrTooLoud) {
     const AudioFormat format{48000, 1};
     auto buffer = tone(format, 48000);
     buffer->channel(0)[100] = std::numeric_limits<float>::quiet_NaN();
@@ -189,7 +190,7 @@ TEST_F(FfmpegAudioFiles, StandSamplesThatAreNoNumbersOrTooLoud) {
     EXPECT_GT(correlation(read->channel(0).last(24000), tone(format, 48000)->channel(0).last(24000)), 0.99);
 }
 
-TEST_F(FfmpegAudioFiles, TellAtTheEndThatTheFormatChanged) {
+TEST_F(FfmpegAudioFiles, ReportAChangedFormatAtTheEnd) {
     auto writer = files_.create(path(), {48000, 1});
     writer->write(tone({48000, 1}, 4800));
     writer->write(tone({44100, 1}, 4410));
@@ -206,7 +207,7 @@ TEST_F(FfmpegAudioFiles, RefuseAFormatWithoutAudioAndLeaveNoFile) {
     }
 }
 
-TEST_F(FfmpegAudioFiles, DoNotWriteOverAnotherFileOrThroughALink) {
+TEST_F(FfmpegAudioFiles, DoNotOverwriteAFileOrFollowALink) {
     put("precious");
     EXPECT_THROW(files_.create(path(), {48000, 1}), AudioFileError);
     EXPECT_EQ(bytes(), "precious");
@@ -215,7 +216,7 @@ TEST_F(FfmpegAudioFiles, DoNotWriteOverAnotherFileOrThroughALink) {
     EXPECT_EQ(bytes(), "precious");
 }
 
-TEST_F(FfmpegAudioFiles, MakeAFileThatNobodyElseReadsWhateverTheMask) {
+TEST_F(FfmpegAudioFiles, CreateAPrivateFileWithAnyUmask) {
     const auto before = umask(0);
     const auto writer = files_.create(path(), {48000, 1});
     umask(before);
@@ -224,7 +225,7 @@ TEST_F(FfmpegAudioFiles, MakeAFileThatNobodyElseReadsWhateverTheMask) {
     EXPECT_EQ(status.st_mode & 07777, 0600U);
 }
 
-TEST_F(FfmpegAudioFiles, SayWhatCannotBeRead) {
+TEST_F(FfmpegAudioFiles, ReportUnreadableFiles) {
     put("");
     EXPECT_NE(readError(), "none") << "an empty file";
 
@@ -247,20 +248,20 @@ TEST_F(FfmpegAudioFiles, SayWhatCannotBeRead) {
     EXPECT_THROW(files_.read("/dev/zero", speech), AudioFileError);
 }
 
-TEST_F(FfmpegAudioFiles, SayThatARecordingWasCutOff) {
+TEST_F(FfmpegAudioFiles, ReportATruncatedRecording) {
     record({48000, 1}, 96000);
     const auto whole = bytes();
     for (const std::size_t length :
          {whole.size() - 1, whole.size() / 2, std::size_t{1000}, std::size_t{40}, std::size_t{1}}) {
         put(whole.substr(0, length));
         const auto error = readError();
-        // The very last bytes of the container are of no use to the audio.
+        // The audio does not need the last bytes of the container.
         if (length < whole.size() - 1)
             EXPECT_NE(error, "none") << length;
     }
 }
 
-TEST_F(FfmpegAudioFiles, ReadWhatIsLeftOfADamagedRecording) {
+TEST_F(FfmpegAudioFiles, ReadTheRestOfADamagedRecording) {
     record({48000, 1}, 480000);
     auto damaged = bytes();
     for (std::size_t i = damaged.size() / 3; i < damaged.size() / 3 + 400; ++i)
@@ -271,7 +272,7 @@ TEST_F(FfmpegAudioFiles, ReadWhatIsLeftOfADamagedRecording) {
     EXPECT_GT(correlation(read->channel(0).first(40000), tone(speech, 40000)->channel(0)), 0.99);
 }
 
-TEST_F(FfmpegAudioFiles, StandEveryFlippedByteOfTheContainer) {
+TEST_F(FfmpegAudioFiles, SurviveEveryFlippedByteOfTheContainer) {
     record({48000, 1}, 1500);
     const auto whole = bytes();
     for (std::size_t i = 0; i < whole.size(); ++i) {
@@ -281,12 +282,12 @@ TEST_F(FfmpegAudioFiles, StandEveryFlippedByteOfTheContainer) {
         try {
             EXPECT_LT(files_.read(path(), speech)->frameLength(), 16000U * 60);
         } catch (const AudioFileError&) {
-            // Either outcome is right; coming back with one is what counts.
+            // Either outcome is right; the call must return.
         }
     }
 }
 
-TEST_F(FfmpegAudioFiles, ReadAWaveFileToo) {
+TEST_F(FfmpegAudioFiles, ReadAWaveFile) {
     const auto read = files_.read(voiceFile(voices().front().name), speech);
     EXPECT_GT(read->frameLength(), 16000U);
     EXPECT_GT(loudest(read->channel(0)), 0.2);
@@ -294,8 +295,8 @@ TEST_F(FfmpegAudioFiles, ReadAWaveFileToo) {
 
 TEST_F(FfmpegAudioFiles, ReadTenMinutesInAFewSeconds) {
     {
-        // Without the writer's thread, which has 10 s to catch up with whoever writes faster than anybody
-        // speaks.
+        // Without the writer's thread, which has 10 s to finish after a caller that writes faster than
+        // speech.
         adapters::ffmpeg::AacEncoder encoder(path(), {48000, 1});
         const auto second = tone({48000, 1}, 48000);
         for (int i = 0; i < 600; ++i)
@@ -310,7 +311,7 @@ TEST_F(FfmpegAudioFiles, ReadTenMinutesInAFewSeconds) {
     EXPECT_LT(spent, 10);
 }
 
-TEST_F(FfmpegAudioFiles, DoNotHoldTheThreadThatWrites) {
+TEST_F(FfmpegAudioFiles, DoNotBlockTheWritingThread) {
     const AudioFormat format{48000, 2};
     const auto buffer = tone(format, 1024);
     auto writer = files_.create(path(), format);
@@ -319,7 +320,7 @@ TEST_F(FfmpegAudioFiles, DoNotHoldTheThreadThatWrites) {
         writer->write(buffer);
     const double spent = threadCpuSeconds() - before;
     writer->close();
-    // Encoding the 3 s takes longer than this by itself.
+    // The encoding of the 3 s alone takes longer than this.
     EXPECT_LT(spent, 0.02);
     EXPECT_EQ(files_.read(path(), format)->frameLength(), 150U * 1024);
 }
@@ -344,7 +345,7 @@ TEST_F(FfmpegAudioFiles, RecordAndReadOnSeveralThreads) {
 
 namespace {
 
-// A limit on the size of files refuses a write as a full disk does, and needs no mount.
+// Limits the size of files, which refuses a write as a full disk does and needs no mount.
 void fillTheDisk(std::size_t bytesLeft) {
     std::signal(SIGXFSZ, SIG_IGN);
     const rlimit limit{bytesLeft, bytesLeft};
@@ -377,8 +378,8 @@ void fillTheDisk(std::size_t bytesLeft) {
 
 } // namespace
 
-TEST_F(FfmpegAudioFiles, KeepWhatReachedADiskThatStaysFull) {
-    // A disk of the program's own, on which a minute does not find room.
+TEST_F(FfmpegAudioFiles, KeepTheAudioThatADiskStoredBeforeItWasFull) {
+    // A private disk that is too small for a minute of audio.
     const std::string disk = directory_.path() + "/disk";
     std::filesystem::create_directory(disk);
     ChildProcess::Options options;
@@ -397,19 +398,19 @@ TEST_F(FfmpegAudioFiles, KeepWhatReachedADiskThatStaysFull) {
     int seconds = 0;
     int good = 0;
     output >> seconds >> good;
-    // 8 kB a second.
+    // 8 kB per second.
     EXPECT_GE(good, 15) << "of " << seconds;
 }
 
 using FfmpegAudioFilesDeathTest = FfmpegAudioFiles;
 
-TEST_F(FfmpegAudioFilesDeathTest, TellThatTheDiskIsFull) {
+TEST_F(FfmpegAudioFilesDeathTest, ReportAFullDisk) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(recordUntilTheDiskIsFull(files_, path()), testing::ExitedWithCode(3),
                 "The recording cannot be written: File too large");
 }
 
-TEST_F(FfmpegAudioFilesDeathTest, LeaveNoFileOnADiskThatIsFullFromTheStart) {
+TEST_F(FfmpegAudioFilesDeathTest, LeaveNoFileOnAFullDisk) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(recordOnAFullDisk(files_, path()), testing::ExitedWithCode(3), "");
 }

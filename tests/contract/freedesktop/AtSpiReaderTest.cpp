@@ -19,22 +19,22 @@ constexpr std::uint64_t focusedText = 1u << 11 | 1u << 12 | 1u << 25;
 constexpr std::uint64_t active = 1u << 1;
 constexpr std::uint64_t showing = 1u << 25;
 
-/// One object of a program, as that tells it. Objects have numbers as their paths.
-struct Told {
+/// An object as the program reports it. The paths of objects are numbers.
+struct Reported {
     std::uint64_t states = showing;
     std::vector<int> children = {};
     std::uint32_t role = 61;
     std::int32_t begin = 0;
     std::int32_t end = 0;
     std::string text = {};
-    std::string program = {};     ///< that the children are said to belong to; empty: its own
-    std::int32_t childCount = -1; ///< -1: as many as it has
+    std::string program = {};     ///< the program that the children are reported for; empty means their own
+    std::int32_t childCount = -1; ///< -1 means the real number
 };
 
-/// A program that may tell nonsense, on a bus on which it is the registry too. Object 0 is its root.
+/// A program that may report nonsense, on a bus on which it is the registry too. Object 0 is its root.
 class ScriptedProgram {
 public:
-    explicit ScriptedProgram(std::map<int, Told> objects)
+    explicit ScriptedProgram(std::map<int, Reported> objects)
         : objects_(std::move(objects)) {
         connection_ = dbus_connection_open_private(bus_.address().c_str(), nullptr);
         dbus_bus_register(connection_, nullptr);
@@ -71,52 +71,53 @@ private:
         ++questions_;
         const std::string path = dbus_message_get_path(message);
         const std::string member = dbus_message_get_member(message);
-        // The registry and the program have the same root; only the registry is asked by this name.
+        // The registry and the program have the same root; only calls to the registry use this name.
         const bool isRegistry = dbus_message_has_destination(message, "org.a11y.atspi.Registry");
-        Told told;
+        Reported reported;
         for (const auto& [number, object] : objects_) {
             if (pathOf(number) == path)
-                told = object;
+                reported = object;
         }
         DBusMessagePointer reply(dbus_message_new_method_return(message));
         DBusMessageIter place;
         dbus_message_iter_init_append(reply.get(), &place);
         if (member == "GetChildren") {
-            addChildren(place, isRegistry ? Told{.children = {0}} : told);
+            addChildren(place, isRegistry ? Reported{.children = {0}} : reported);
         } else if (member == "GetState") {
-            const std::uint32_t halves[] = {static_cast<std::uint32_t>(told.states), 0};
+            const std::uint32_t halves[] = {static_cast<std::uint32_t>(reported.states), 0};
             const std::uint32_t* first = halves;
             DBusMessageIter array;
             dbus_message_iter_open_container(&place, DBUS_TYPE_ARRAY, "u", &array);
             dbus_message_iter_append_fixed_array(&array, DBUS_TYPE_UINT32, &first, 2);
             dbus_message_iter_close_container(&place, &array);
         } else if (member == "Get") {
-            const std::int32_t count =
-                told.childCount >= 0 ? told.childCount : static_cast<std::int32_t>(told.children.size());
+            const std::int32_t count = reported.childCount >= 0
+                                           ? reported.childCount
+                                           : static_cast<std::int32_t>(reported.children.size());
             DBusMessageIter variant;
             dbus_message_iter_open_container(&place, DBUS_TYPE_VARIANT, "i", &variant);
             dbus_message_iter_append_basic(&variant, DBUS_TYPE_INT32, &count);
             dbus_message_iter_close_container(&place, &variant);
         } else if (member == "GetRole") {
-            dbus_message_iter_append_basic(&place, DBUS_TYPE_UINT32, &told.role);
+            dbus_message_iter_append_basic(&place, DBUS_TYPE_UINT32, &reported.role);
         } else if (member == "GetSelection") {
-            dbus_message_iter_append_basic(&place, DBUS_TYPE_INT32, &told.begin);
-            dbus_message_iter_append_basic(&place, DBUS_TYPE_INT32, &told.end);
+            dbus_message_iter_append_basic(&place, DBUS_TYPE_INT32, &reported.begin);
+            dbus_message_iter_append_basic(&place, DBUS_TYPE_INT32, &reported.end);
         } else if (member == "GetText") {
-            addText(message, place, told);
+            addText(message, place, reported);
         } else {
             reply.reset(dbus_message_new_error(message, DBUS_ERROR_UNKNOWN_METHOD, "not here"));
         }
         dbus_connection_send(connection_, reply.get(), nullptr);
     }
 
-    void addChildren(DBusMessageIter& place, const Told& told) const {
+    void addChildren(DBusMessageIter& place, const Reported& reported) const {
         DBusMessageIter array;
         dbus_message_iter_open_container(&place, DBUS_TYPE_ARRAY, "(so)", &array);
-        for (const int child : told.children) {
+        for (const int child : reported.children) {
             const auto path = pathOf(child);
-            const char* words[] = {told.program.empty() ? dbus_bus_get_unique_name(connection_)
-                                                        : told.program.c_str(),
+            const char* words[] = {reported.program.empty() ? dbus_bus_get_unique_name(connection_)
+                                                            : reported.program.c_str(),
                                    path.c_str()};
             DBusMessageIter pair;
             dbus_message_iter_open_container(&array, DBUS_TYPE_STRUCT, nullptr, &pair);
@@ -127,19 +128,19 @@ private:
         dbus_message_iter_close_container(&place, &array);
     }
 
-    static void addText(DBusMessage* question, DBusMessageIter& place, const Told& told) {
+    static void addText(DBusMessage* question, DBusMessageIter& place, const Reported& reported) {
         dbus_int32_t begin = 0;
         dbus_int32_t end = 0;
         dbus_message_get_args(question, nullptr, DBUS_TYPE_INT32, &begin, DBUS_TYPE_INT32, &end,
                               DBUS_TYPE_INVALID);
-        const auto part = told.text.substr(static_cast<std::size_t>(begin),
-                                           static_cast<std::size_t>(std::max(end - begin, 0)));
+        const auto part = reported.text.substr(static_cast<std::size_t>(begin),
+                                               static_cast<std::size_t>(std::max(end - begin, 0)));
         const char* text = part.c_str();
         dbus_message_iter_append_basic(&place, DBUS_TYPE_STRING, &text);
     }
 
     tests::PrivateBus bus_{{}};
-    const std::map<int, Told> objects_;
+    const std::map<int, Reported> objects_;
     DBusConnection* connection_ = nullptr;
     std::atomic<bool> isEnding_ = false;
     std::atomic<int> questions_ = 0;
@@ -153,12 +154,12 @@ std::optional<std::string> textFrom(const ScriptedProgram& program, std::int32_t
     return AtSpiReader(bus).selectedText(processId, clock.now() + seconds);
 }
 
-/// A window with one element in it.
-std::map<int, Told> windowWith(Told element) {
+/// Returns a window with one element in it.
+std::map<int, Reported> windowWith(Reported element) {
     return {{0, {.children = {1}}}, {1, {.states = active, .children = {2}}}, {2, std::move(element)}};
 }
 
-Told editor(std::int32_t begin, std::int32_t end, std::string text) {
+Reported editor(std::int32_t begin, std::int32_t end, std::string text) {
     return {.states = focusedText, .begin = begin, .end = end, .text = std::move(text)};
 }
 
@@ -184,28 +185,28 @@ TEST(AtSpiReader, AsksOnlyTheProgramOfTheProcess) {
     EXPECT_EQ(textFrom(program), "one");
 }
 
-TEST(AtSpiReader, TakesTheEndsOfASelectionInEitherOrder) {
+TEST(AtSpiReader, AcceptsTheEndsOfASelectionInEitherOrder) {
     EXPECT_EQ(textFrom(ScriptedProgram(windowWith(editor(7, 4, "one two three")))), "two");
 }
 
-TEST(AtSpiReader, HasNothingWithoutASelection) {
+TEST(AtSpiReader, ReturnsNoTextWithoutASelection) {
     for (const auto& [begin, end] : {std::pair(3, 3), std::pair(0, 0), std::pair(-1, -1), std::pair(-1, 3)})
         EXPECT_EQ(textFrom(ScriptedProgram(windowWith(editor(begin, end, "one two")))), std::nullopt);
     EXPECT_EQ(textFrom(ScriptedProgram(windowWith(editor(0, 3, "")))), std::nullopt);
 }
 
-TEST(AtSpiReader, DoesNotTakeTheDotsOfAPassword) {
+TEST(AtSpiReader, IgnoresTheDotsOfAPassword) {
     auto password = editor(0, 3, "***");
     password.role = 40;
     EXPECT_EQ(textFrom(ScriptedProgram(windowWith(password))), std::nullopt);
 }
 
-TEST(AtSpiReader, HasNothingWithoutFocus) {
+TEST(AtSpiReader, ReturnsNoTextWithoutFocus) {
     EXPECT_EQ(textFrom(ScriptedProgram(windowWith({.states = showing}))), std::nullopt);
     EXPECT_EQ(textFrom(ScriptedProgram({})), std::nullopt);
 }
 
-TEST(AtSpiReader, IsNotHeldUpByATreeThatHasItselfInIt) {
+TEST(AtSpiReader, EndsInATreeThatContainsItself) {
     std::vector<int> all(100, 2);
     const ScriptedProgram program(windowWith({.children = all}));
     const double before = tests::monotonicSeconds();
@@ -213,13 +214,13 @@ TEST(AtSpiReader, IsNotHeldUpByATreeThatHasItselfInIt) {
     EXPECT_LT(tests::monotonicSeconds() - before, 5);
 }
 
-TEST(AtSpiReader, DoesNotAskForTheChildrenOfAGreatTable) {
+TEST(AtSpiReader, DoesNotAskForTheChildrenOfALargeTable) {
     auto objects = windowWith({.children = {3}, .childCount = 1000000});
     objects[3] = editor(0, 3, "one");
     EXPECT_EQ(textFrom(ScriptedProgram(objects)), std::nullopt);
 }
 
-TEST(AtSpiReader, PassesOverNamesThatCannotBeOnes) {
+TEST(AtSpiReader, IgnoresInvalidBusNames) {
     for (const char* name : {"no name", ".", ":", "\u00FC.x", "org.a11y.nobody"}) {
         auto objects = windowWith({.children = {3}, .program = name});
         objects[3] = editor(0, 3, "one");

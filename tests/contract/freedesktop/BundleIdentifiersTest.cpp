@@ -14,7 +14,7 @@ struct Row {
 
 } // namespace
 
-TEST(BundleIdentifiers, KnowsTheWindowsOfProgramsThatMacOsHasToo) {
+TEST(BundleIdentifiers, KnowsTheWindowsOfProgramsThatExistOnMacOs) {
     const Row rows[] = {
         {"telegram-desktop", "TelegramDesktop", "org.telegram.desktop"},
         {"Telegram", "Telegram", "org.telegram.desktop"},
@@ -45,14 +45,14 @@ TEST(BundleIdentifiers, KnowsTheWindowsOfProgramsThatMacOsHasToo) {
         {"notion-app", "notion-app", "com.notion.id"},
         {"notion", "Notion", "com.notion.id"},
         {"notion-snap-reborn", "notion-snap-reborn", "com.notion.id"},
-        // Known by its instance only, as programs are that a launcher gave a name.
+        // Known only by its instance, like programs that a launcher has named.
         {"kitty", "my-notes", "net.kovidgoyal.kitty"},
     };
     for (const auto& row : rows)
         EXPECT_EQ(bundleIdentifier(row.instance, row.className), row.bundleIdentifier) << row.className;
 }
 
-TEST(BundleIdentifiers, KnowsTheDesktopFilesOfTheirPackages) {
+TEST(BundleIdentifiers, KnowsTheDesktopFilesOfPackages) {
     const std::pair<std::string, std::string> rows[] = {
         {"org.telegram.desktop", "org.telegram.desktop"},
         {"org.telegram.desktop.desktop", "org.telegram.desktop"},
@@ -98,7 +98,7 @@ TEST(BundleIdentifiers, KnowsTheDesktopFilesOfTheirPackages) {
         EXPECT_EQ(knownBundleIdentifier(name), identifier) << name;
 }
 
-TEST(BundleIdentifiers, CountsTheDesktopsOwnProgramsAsThoseThatMacOsBrings) {
+TEST(BundleIdentifiers, MapsTheDesktopsOwnProgramsToThoseOfMacOs) {
     const std::pair<std::string, std::vector<std::string>> rows[] = {
         {"com.apple.mail",
          {"thunderbird",
@@ -162,7 +162,7 @@ TEST(BundleIdentifiers, CountsTheDesktopsOwnProgramsAsThoseThatMacOsBrings) {
         for (const auto& name : names)
             EXPECT_EQ(knownBundleIdentifier(name), identifier) << name;
     }
-    // As their windows really say it.
+    // As their windows really report it.
     EXPECT_EQ(bundleIdentifier("Mail", "thunderbird"), "com.apple.mail");
     EXPECT_EQ(bundleIdentifier("evolution", "Evolution"), "com.apple.mail");
     EXPECT_EQ(bundleIdentifier("xterm", "XTerm"), "com.apple.Terminal");
@@ -170,7 +170,7 @@ TEST(BundleIdentifiers, CountsTheDesktopsOwnProgramsAsThoseThatMacOsBrings) {
     EXPECT_EQ(bundleIdentifier("xfce4-terminal", "Xfce4-terminal"), "com.apple.Terminal");
 }
 
-TEST(BundleIdentifiers, PassesEveryOtherProgramThrough) {
+TEST(BundleIdentifiers, ReturnsOtherProgramsUnchanged) {
     const Row rows[] = {
         {"mousepad", "Mousepad", "Mousepad"},
         {"nemo", "Nemo", "Nemo"},
@@ -188,7 +188,7 @@ TEST(BundleIdentifiers, PassesEveryOtherProgramThrough) {
         EXPECT_EQ(bundleIdentifier(row.instance, row.className), row.bundleIdentifier) << row.className;
 }
 
-TEST(BundleIdentifiers, HasNoneForAWindowWithoutAClass) {
+TEST(BundleIdentifiers, ReturnsNoneForAWindowWithoutAClass) {
     EXPECT_EQ(bundleIdentifier("", ""), std::nullopt);
     EXPECT_EQ(knownBundleIdentifier(""), std::nullopt);
     EXPECT_EQ(knownBundleIdentifier(".desktop"), std::nullopt);

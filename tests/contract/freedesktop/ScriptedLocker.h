@@ -10,13 +10,13 @@
 
 namespace sonvale::tests {
 
-/// A screen saver on the session bus, or logind on the system bus, that says what a test tells it to say.
+/// A screen saver on the session bus, or logind on the system bus, controlled by a test.
 class ScriptedLocker final : public QDBusVirtualObject {
 public:
     struct Kind {
         std::string label;
-        QString name; ///< on the bus; also the interface of a screen saver
-        QString path; ///< from which it reports
+        QString name; ///< the name on the bus, and the interface of a screen saver
+        QString path; ///< the path of its reports
         bool isOfSystem = false;
     };
     static const std::vector<Kind>& kinds();
@@ -24,9 +24,9 @@ public:
     ScriptedLocker(const std::string& busAddress, Kind kind);
     ~ScriptedLocker() override;
 
-    /// Reports it as well.
+    /// Sets the state and reports it.
     void setLocked(bool isLocked);
-    /// A signal of a screen saver's interface.
+    /// Sends a signal of a screen saver's interface.
     void send(const QString& member, const QVariantList& arguments);
 
     QString introspect(const QString& path) const override;

@@ -28,7 +28,7 @@ ScriptedPlayer::~ScriptedPlayer() {
     leave();
 }
 
-void ScriptedPlayer::tell(const QVariantMap& changed, const QStringList& invalidated) {
+void ScriptedPlayer::report(const QVariantMap& changed, const QStringList& invalidated) {
     send(propertiesInterface, QStringLiteral("PropertiesChanged"), {playerInterface, changed, invalidated});
 }
 

@@ -10,24 +10,24 @@
 
 namespace sonvale::tests {
 
-/// A player on the session bus that says what a test tells it to say, in whatever form.
+/// A player on the session bus that reports what a test says, in any form.
 class ScriptedPlayer final : public QDBusVirtualObject {
 public:
-    /// `name` follows "org.mpris.MediaPlayer2."; without one it is a connection that only sends.
+    /// `name` follows "org.mpris.MediaPlayer2."; without one this is a connection that only sends.
     ScriptedPlayer(const std::string& busAddress, const std::optional<std::string>& name);
     ~ScriptedPlayer() override;
 
-    /// A PropertiesChanged signal about these properties of the player's interface.
-    void tell(const QVariantMap& changed, const QStringList& invalidated = {});
-    void tellStatus(const QString& value) { tell({{QStringLiteral("PlaybackStatus"), value}}); }
-    /// Any other signal from the player's place.
+    /// Sends a PropertiesChanged signal about these properties of the player's interface.
+    void report(const QVariantMap& changed, const QStringList& invalidated = {});
+    void reportStatus(const QString& value) { report({{QStringLiteral("PlaybackStatus"), value}}); }
+    /// Sends any other signal from the player's path.
     void send(const QString& interface, const QString& member, const QVariantList& arguments);
 
     void giveUpName();
     /// Leaves the bus.
     void leave();
 
-    /// What it answers when it is asked for its state.
+    /// Its answer to a question for its state.
     QVariant status = QStringLiteral("Stopped");
     int toggles() const { return toggles_; }
 

@@ -8,7 +8,7 @@
 namespace sonvale::tests {
 
 void ScriptedPrograms::install(const std::string& name) const {
-    // One write for each call, so that calls at the same time do not mix.
+    // One write per call, so that simultaneous calls do not mix.
     write(name, "#!/bin/sh\nprintf '%s\\n' \"${0##*/}${*:+ }$*\" >> '" + path() + "/calls'\n", 0755);
 }
 

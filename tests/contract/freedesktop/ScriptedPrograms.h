@@ -7,20 +7,20 @@
 
 namespace sonvale::tests {
 
-/// A folder of programs for PATH that only note how they were called.
+/// A folder of programs for PATH that only record how they were called.
 class ScriptedPrograms {
 public:
-    /// For PATH; the programs, and what they write.
+    /// The folder, for PATH. It contains the programs and what they write.
     const std::string& path() const { return directory_.path(); }
 
-    /// Puts a program of that name into the folder.
+    /// Installs a program of that name.
     void install(const std::string& name) const;
-    /// Puts any file there.
+    /// Writes a file into the folder.
     void write(const std::string& name, const std::string& text, int mode) const;
 
-    /// Each call so far, in order: name and arguments with blanks between them.
+    /// Returns each call so far, in order: name and arguments, separated by blanks.
     std::vector<std::string> calls() const { return read("calls"); }
-    /// The lines of a file of the folder; none when it is missing.
+    /// Returns the lines of a file of the folder; none if it is missing.
     std::vector<std::string> read(const std::string& name) const;
 
 private:

@@ -29,12 +29,12 @@ TEST(TerminalPrograms, HaveTheirOwnKeys) {
         EXPECT_EQ(keyStyleOf(name), style) << name;
 }
 
-TEST(TerminalPrograms, AreSupposedWhereTheNameSaysSo) {
+TEST(TerminalPrograms, AreAssumedForNamesWithTerm) {
     for (const auto* name : {"terminator-like", "Blackterm", "org.example.Terminal", "NewTerm2"})
         EXPECT_EQ(keyStyleOf(name), KeyStyle::terminal) << name;
 }
 
-TEST(TerminalPrograms, AreTerminalsForTheStyleOfTheTextToo) {
+TEST(TerminalPrograms, AreTerminalsForTheTextStyle) {
     const char* const names[] = {"Xfce4-terminal",
                                  "com.system76.CosmicTerm",
                                  "Alacritty",

@@ -40,7 +40,7 @@ protected:
     ScriptedPrograms programs;
 };
 
-/// Of this process, those that have ended and were not waited for included.
+/// Returns the children of this process, including those that have ended and were not waited for.
 std::set<std::string> children() {
     std::set<std::string> found;
     for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
@@ -56,13 +56,13 @@ std::set<std::string> children() {
 struct DesktopCase {
     std::string desktop;
     std::string program;
-    std::string soundCall;   ///< the program with its arguments
-    std::string privacyCall; ///< empty: the program does not show that page
+    std::string soundCall;   ///< the program and its arguments
+    std::string privacyCall; ///< empty if the program does not show that page
 };
 
 } // namespace
 
-TEST_F(UrlOpenerTest, OpensThePagesWithTheDesktopsOwnSettings) {
+TEST_F(UrlOpenerTest, OpensSettingsPagesInTheDesktopsOwnSettings) {
     const DesktopCase cases[] = {
         {"GNOME", "gnome-control-center", "gnome-control-center sound", "gnome-control-center privacy"},
         {"ubuntu:GNOME", "gnome-control-center", "gnome-control-center sound",
@@ -100,7 +100,7 @@ TEST_F(UrlOpenerTest, OpensThePagesWithTheDesktopsOwnSettings) {
     }
 }
 
-TEST_F(UrlOpenerTest, TakesTheBestOfSeveralPrograms) {
+TEST_F(UrlOpenerTest, UsesTheBestOfSeveralPrograms) {
     programs.install("pavucontrol");
     programs.install("gnome-control-center");
     programs.install("xfce4-settings-manager");
@@ -111,7 +111,7 @@ TEST_F(UrlOpenerTest, TakesTheBestOfSeveralPrograms) {
     EXPECT_EQ(programs.calls().back(), "gnome-control-center sound");
 }
 
-TEST_F(UrlOpenerTest, SaysWhatIsMissingWhereNothingIsInstalled) {
+TEST_F(UrlOpenerTest, LogsWhatIsMissingIfNothingIsInstalled) {
     EXPECT_FALSE(opener("XFCE").open(platform::settings_page::microphone));
     EXPECT_TRUE(hasLogged("The microphone is granted once the sound server has an input that this program "
                           "may use"));
@@ -123,7 +123,7 @@ TEST_F(UrlOpenerTest, SaysWhatIsMissingWhereNothingIsInstalled) {
     EXPECT_TRUE(hasLogged("No program of the desktop \"\" opens the https address: xdg-open"));
 }
 
-TEST_F(UrlOpenerTest, PassesOverProgramsThatCannotBeStarted) {
+TEST_F(UrlOpenerTest, SkipsProgramsThatCannotBeStarted) {
     const ScriptedPrograms broken;
     broken.write("pavucontrol", "#!/nonexistent/interpreter\n", 0755);
     broken.write("xfce4-settings-manager", "#!/bin/sh\n", 0644);
@@ -137,7 +137,7 @@ TEST_F(UrlOpenerTest, PassesOverProgramsThatCannotBeStarted) {
     EXPECT_TRUE(eventually(10, [&] { return broken.calls() == Lines{"pavucontrol-qt --tab=4"}; }));
 }
 
-TEST_F(UrlOpenerTest, HandsAddressesOnAsTheyStand) {
+TEST_F(UrlOpenerTest, PassesAddressesUnchanged) {
     programs.install("xdg-open");
     const std::string addresses[] = {"https://example.com/a?b=$(touch%20x)&c=;d'e#f", "HTTP://example.com",
                                      "mailto:someone@example.com?subject=a%20b"};
@@ -159,7 +159,7 @@ TEST_F(UrlOpenerTest, OpensNothingOfOtherKinds) {
     EXPECT_EQ(programs.calls(), Lines{});
 }
 
-TEST_F(UrlOpenerTest, SkipsSilentlyWhatIsNoAddress) {
+TEST_F(UrlOpenerTest, IgnoresInvalidAddressesSilently) {
     programs.install("xdg-open");
     for (const std::string address : {"", "x", ":", "https:", "https://a b/", "https://a/\n", "-h:x", "1a:b",
                                       "https://a/%2", "https://a/%zz", "https://a/#b#c",
@@ -169,13 +169,13 @@ TEST_F(UrlOpenerTest, SkipsSilentlyWhatIsNoAddress) {
     EXPECT_TRUE(log.lines().empty());
 }
 
-TEST_F(UrlOpenerTest, SurvivesAnAddressThatIsTooLongForAProgram) {
+TEST_F(UrlOpenerTest, SurvivesAnAddressThatIsTooLong) {
     programs.install("xdg-open");
     EXPECT_FALSE(opener("").open("https://example.com/" + std::string(1'000'000, 'a')));
     EXPECT_FALSE(log.lines().empty());
 }
 
-TEST(SchemeOf, IsOfAnAddressOnlyAndInSmallLetters) {
+TEST(SchemeOf, IsInLowerCaseAndOnlyOfAddresses) {
     EXPECT_EQ(schemeOf("HTTPS://example.com"), "https");
     EXPECT_EQ(schemeOf("a+b-c.1:x"), "a+b-c.1");
     EXPECT_EQ(schemeOf("https://[::1]:8080/?a[]=%C3%A4"), "https");
@@ -183,7 +183,7 @@ TEST(SchemeOf, IsOfAnAddressOnlyAndInSmallLetters) {
     EXPECT_EQ(schemeOf("ht tp://a"), "");
 }
 
-TEST(SettingsPrograms, FollowTheOrderOfTheDesktopsNames) {
+TEST(SettingsPrograms, FollowTheOrderOfTheDesktopNames) {
     const auto calls = settingsPrograms(SettingsPage::sound, "Budgie:GNOME");
     ASSERT_EQ(calls.size(), 4);
     EXPECT_EQ(calls[0], (ProgramCall{"budgie-control-center", {"sound"}}));
@@ -192,7 +192,7 @@ TEST(SettingsPrograms, FollowTheOrderOfTheDesktopsNames) {
     EXPECT_EQ(settingsPrograms(SettingsPage::privacy, ":::").size(), 0);
 }
 
-TEST(FindProgram, LooksThroughTheFoldersInTheirOrder) {
+TEST(FindProgram, SearchesTheFoldersInOrder) {
     const ScriptedPrograms first;
     const ScriptedPrograms second;
     second.install("both");
@@ -206,13 +206,13 @@ TEST(FindProgram, LooksThroughTheFoldersInTheirOrder) {
     EXPECT_EQ(posix::findProgram("sh", "bin:../../bin:."), std::nullopt);
 }
 
-TEST(StartDetached, StartsAProgramThatIsNobodysChildAndHasNothingOfThisProcess) {
+TEST(StartDetached, StartsAProgramThatIsNotAChildAndInheritsNothing) {
     const ScriptedPrograms programs;
     programs.write("look",
                    "#!/bin/sh\n"
                    "cd \"$(dirname \"$0\")\" || exit 1\n"
                    "ls -l /proc/$$/fd | sed -n 's/.*[0-9] \\([0-9]*\\) -> /\\1 /p' > descriptors.tmp\n"
-                   // By the shell itself, which blocks signals while it starts other programs.
+                   // Uses only the shell itself, which blocks signals while it starts other programs.
                    "while read -r name value; do case $name in SigBlk:|SigIgn:) echo \"$name $value\";; esac;"
                    " done < /proc/$$/status > signals.tmp\n"
                    "cut -d' ' -f4,5,6 /proc/$$/stat > family.tmp\n"
@@ -220,7 +220,7 @@ TEST(StartDetached, StartsAProgramThatIsNobodysChildAndHasNothingOfThisProcess) 
                    "while [ -e family ]; do sleep 0.05; done\n",
                    0755);
     const auto formerChildren = children();
-    // Inherited unless something closes it: opened without O_CLOEXEC.
+    // Opened without O_CLOEXEC, so it is inherited unless something closes it.
     const int secret = open("/proc/self/status", O_RDONLY);
     ASSERT_GE(secret, 3);
     const auto formerHandler = std::signal(SIGPIPE, SIG_IGN);
@@ -238,7 +238,7 @@ TEST(StartDetached, StartsAProgramThatIsNobodysChildAndHasNothingOfThisProcess) 
     ASSERT_TRUE(eventually(10, [&] { return !programs.read("family").empty(); }));
     for (const auto& line : programs.read("descriptors")) {
         const auto number = std::stoi(line);
-        // The shell keeps its script open at 10 or 255.
+        // The shell has its script open at 10 or 255.
         EXPECT_TRUE(number < 3 ? line.ends_with(" /dev/null") : line.ends_with("/look")) << line;
     }
     EXPECT_EQ(programs.read("signals"), (Lines{"SigBlk: 0000000000000000", "SigIgn: 0000000000000000"}));
@@ -249,11 +249,11 @@ TEST(StartDetached, StartsAProgramThatIsNobodysChildAndHasNothingOfThisProcess) 
     EXPECT_NE(parent, getpid());
     EXPECT_NE(session, getsid(0));
     EXPECT_EQ(group, session);
-    EXPECT_EQ(children(), formerChildren) << "nobody is left to wait for";
+    EXPECT_EQ(children(), formerChildren) << "no child is left to wait for";
     std::filesystem::remove(programs.path() + "/family");
 }
 
-TEST(StartDetached, TellsWhatCannotBeStarted) {
+TEST(StartDetached, ReportsAProgramThatCannotBeStarted) {
     const ScriptedPrograms programs;
     programs.write("text", "no program", 0644);
     EXPECT_FALSE(posix::startDetached(programs.path() + "/missing", {}));
@@ -276,7 +276,7 @@ TEST(StartDetached, LeavesNoDescriptorBehind) {
     EXPECT_EQ(openDescriptors(), before);
 }
 
-TEST(StartDetached, MayBeCalledFromSeveralThreads) {
+TEST(StartDetached, WorksOnSeveralThreads) {
     const ScriptedPrograms programs;
     programs.install("program");
     std::vector<std::thread> threads;

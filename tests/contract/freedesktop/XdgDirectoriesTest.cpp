@@ -51,7 +51,7 @@ private:
 
 } // namespace
 
-TEST_F(XdgDirectoriesTest, TakesTheFoldersThatTheEnvironmentNames) {
+TEST_F(XdgDirectoriesTest, UsesTheFoldersOfTheEnvironment) {
     variables_["XDG_DATA_HOME"] = "/data/here";
     variables_["XDG_CONFIG_HOME"] = "/config/here";
 
@@ -81,7 +81,7 @@ TEST_F(XdgDirectoriesTest, IgnoresEmptyAndRelativeValues) {
     EXPECT_EQ(directories.temporary, fallback());
 }
 
-TEST_F(XdgDirectoriesTest, FindsTheHomeFolderOfTheAccountWithoutTheVariable) {
+TEST_F(XdgDirectoriesTest, UsesTheHomeFolderOfTheAccountWithoutTheVariable) {
     variables_["HOME"] = "not/absolute";
     const auto support = resolve().applicationSupport;
     EXPECT_TRUE(support.is_absolute());
@@ -97,7 +97,7 @@ TEST_F(XdgDirectoriesTest, MakesTheTemporaryFolderPrivate) {
     EXPECT_EQ(modeOf(directory), 0700U);
 }
 
-TEST_F(XdgDirectoriesTest, TakesOthersRightsOffAnEarlierFolder) {
+TEST_F(XdgDirectoriesTest, RemovesOtherUsersRightsFromAnEarlierFolder) {
     fs::create_directory(runtime() / "sonvale");
     fs::permissions(runtime() / "sonvale", fs::perms(0755));
     EXPECT_EQ(modeOf(resolve().temporary), 0700U);
@@ -108,7 +108,7 @@ TEST_F(XdgDirectoriesTest, UsesAnEarlierFolderAgain) {
     EXPECT_EQ(resolve().temporary, first);
 }
 
-TEST_F(XdgDirectoriesTest, PassesOverARuntimeFolderThatIsMissing) {
+TEST_F(XdgDirectoriesTest, SkipsAMissingRuntimeFolder) {
     variables_["XDG_RUNTIME_DIR"] = root() / "missing";
     EXPECT_EQ(resolve().temporary, fallback());
 }
@@ -135,7 +135,7 @@ TEST_F(XdgDirectoriesTest, NeverUsesAFileOfThatName) {
 }
 
 TEST_F(XdgDirectoriesTest, NeverUsesAFolderOfAnotherUser) {
-    // Giving a folder away takes root's right; any other user has folders of root's to look at.
+    // Only root can give a folder to another user; any other user can use folders of root.
     constexpr uid_t nobody = 65534;
     fs::create_directory(runtime() / "sonvale");
     fs::create_directory(fallback());
@@ -149,7 +149,7 @@ TEST_F(XdgDirectoriesTest, NeverUsesAFolderOfAnotherUser) {
     }
 }
 
-TEST_F(XdgDirectoriesTest, SaysWhenNoTemporaryFolderCanBeMade) {
+TEST_F(XdgDirectoriesTest, ReportsThatNoTemporaryFolderCanBeMade) {
     variables_["XDG_RUNTIME_DIR"] = root() / "missing";
     variables_["TMPDIR"] = root() / "missing too";
     EXPECT_THROW(resolve(), fs::filesystem_error);

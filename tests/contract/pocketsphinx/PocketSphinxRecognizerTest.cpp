@@ -17,7 +17,7 @@ using platform::AudioFormat;
 using platform::PcmBuffer;
 using platform::PcmBufferPtr;
 
-/// One model for all tests of the file: loading it takes longer than most of them.
+/// One model for all tests of the file, because loading it takes longer than most of them.
 class PocketSphinxRecognizer : public testing::Test {
 protected:
     static void SetUpTestSuite() {
@@ -46,7 +46,7 @@ protected:
         return recognizers->make("en-US")->recognitionTask(file, record.handler());
     }
 
-    std::string recognise(const std::filesystem::path& file) {
+    std::string recognize(const std::filesystem::path& file) {
         AnswerRecord record;
         const auto task = start(file, record);
         if (!eventually(300, [&] { return !record.isEmpty(); })) {
@@ -63,7 +63,7 @@ protected:
     TemporaryDirectory directory_;
 };
 
-/// The pieces one behind the other.
+/// Returns the pieces in a row.
 PcmBufferPtr joined(const std::vector<PcmBufferPtr>& pieces) {
     std::size_t frames = 0;
     for (const auto& piece : pieces)
@@ -102,7 +102,7 @@ TEST_F(PocketSphinxRecognizer, UnderstandsEveryVoiceThroughARecordingInMonoAndSt
     for (const auto& voice : voices()) {
         for (const std::uint32_t channels : {1U, 2U}) {
             const auto recording = record(files().read(voiceFile(voice.name), {48000, channels}));
-            EXPECT_EQ(recognise(recording), voice.sentence) << voice.name << ", channels: " << channels;
+            EXPECT_EQ(recognize(recording), voice.sentence) << voice.name << ", channels: " << channels;
             std::filesystem::remove(recording);
         }
     }
@@ -111,34 +111,34 @@ TEST_F(PocketSphinxRecognizer, UnderstandsEveryVoiceThroughARecordingInMonoAndSt
 TEST_F(PocketSphinxRecognizer, UnderstandsAQuietMicrophone) {
     const auto& voice = voices().front();
     const auto quiet = scaled(files().read(voiceFile(voice.name), {48000, 1}), 0.05F);
-    EXPECT_EQ(recognise(record(quiet)), voice.sentence);
+    EXPECT_EQ(recognize(record(quiet)), voice.sentence);
 }
 
-TEST_F(PocketSphinxRecognizer, GivesTheSameWordsWhateverItHeardBefore) {
+TEST_F(PocketSphinxRecognizer, GivesTheSameWordsAfterAnyEarlierRecording) {
     const auto& voice = voices().front();
     const auto loud = record(files().read(voiceFile(voice.name), {48000, 1}), "loud.m4a");
     const auto disturbed = record(noise({48000, 1}, 480000, 0.8F), "noise.m4a");
     const auto quiet =
         record(scaled(files().read(voiceFile(voices().back().name), {48000, 1}), 0.01F), "quiet.m4a");
     for (const auto& before : {disturbed, quiet, loud}) {
-        recognise(before);
-        EXPECT_EQ(recognise(loud), voice.sentence);
+        recognize(before);
+        EXPECT_EQ(recognize(loud), voice.sentence);
     }
 }
 
 TEST_F(PocketSphinxRecognizer, HearsNothingInSilenceAndNoise) {
-    EXPECT_EQ(recognise(record(std::make_shared<PcmBuffer>(AudioFormat{48000, 1}, 0), "none.m4a")),
+    EXPECT_EQ(recognize(record(std::make_shared<PcmBuffer>(AudioFormat{48000, 1}, 0), "none.m4a")),
               "nothing said");
-    EXPECT_EQ(recognise(record(std::make_shared<PcmBuffer>(AudioFormat{48000, 1}, 1), "one.m4a")),
+    EXPECT_EQ(recognize(record(std::make_shared<PcmBuffer>(AudioFormat{48000, 1}, 1), "one.m4a")),
               "nothing said");
-    EXPECT_EQ(recognise(record(std::make_shared<PcmBuffer>(AudioFormat{48000, 1}, 2000), "short.m4a")),
+    EXPECT_EQ(recognize(record(std::make_shared<PcmBuffer>(AudioFormat{48000, 1}, 2000), "short.m4a")),
               "nothing said");
-    EXPECT_EQ(recognise(record(std::make_shared<PcmBuffer>(AudioFormat{48000, 2}, 240000), "silence.m4a")),
+    EXPECT_EQ(recognize(record(std::make_shared<PcmBuffer>(AudioFormat{48000, 2}, 240000), "silence.m4a")),
               "nothing said");
-    EXPECT_EQ(recognise(record(noise({48000, 1}, 144000, 0.01F), "noise.m4a")), "nothing said");
+    EXPECT_EQ(recognize(record(noise({48000, 1}, 144000, 0.01F), "noise.m4a")), "nothing said");
 }
 
-TEST_F(PocketSphinxRecognizer, UnderstandsARecordingThatIsLongerThanOneUtterance) {
+TEST_F(PocketSphinxRecognizer, UnderstandsARecordingOfSeveralUtterances) {
     std::vector<PcmBufferPtr> pieces;
     std::string words;
     for (int i = 0; i < 8; ++i) {
@@ -146,9 +146,8 @@ TEST_F(PocketSphinxRecognizer, UnderstandsARecordingThatIsLongerThanOneUtterance
         pieces.push_back(files().read(voiceFile(voice.name), {16000, 1}));
         words += (i > 0 ? " " : "") + voice.sentence;
     }
-    const auto text = recognise(record(joined(pieces)));
-    // A word may suffer where sentences follow each other at once; what must not happen is that a part is
-    // missing.
+    const auto text = recognize(record(joined(pieces)));
+    // A word may suffer where sentences follow each other at once, but no part may be missing.
     const auto count = [](const std::string& line) { return std::ranges::count(line, ' ') + 1; };
     EXPECT_NEAR(static_cast<double>(count(text)), static_cast<double>(count(words)),
                 0.1 * static_cast<double>(count(words)))
@@ -157,10 +156,10 @@ TEST_F(PocketSphinxRecognizer, UnderstandsARecordingThatIsLongerThanOneUtterance
     EXPECT_TRUE(text.ends_with(voices()[1].sentence)) << text;
 }
 
-TEST_F(PocketSphinxRecognizer, EndsALongRecognitionSoonAfterItsCancellation) {
+TEST_F(PocketSphinxRecognizer, EndsALongRecognitionQuicklyAfterACancellation) {
     const auto sentence = files().read(voiceFile(voices().front().name), {16000, 1});
     const auto file = record(joined(std::vector<PcmBufferPtr>(60, sentence)));
-    recognise(voiceFile(voices().front().name)); // the model is loaded
+    recognize(voiceFile(voices().front().name)); // the model is loaded
     AnswerRecord record;
     const auto task = start(file, record);
     pauseMilliseconds(500);
@@ -173,9 +172,9 @@ TEST_F(PocketSphinxRecognizer, EndsALongRecognitionSoonAfterItsCancellation) {
     EXPECT_EQ(record.error()->domain, adapters::pocketsphinx::PocketSphinxRecognizers::errorDomain);
     EXPECT_EQ(record.error()->code, 1);
 
-    // The recogniser is free again, and not busy with the rest of three minutes.
+    // The recognizer is free again, and not busy with the rest of three minutes.
     const double next = monotonicSeconds();
-    EXPECT_EQ(recognise(voiceFile(voices().front().name)), voices().front().sentence);
+    EXPECT_EQ(recognize(voiceFile(voices().front().name)), voices().front().sentence);
     RecordProperty("nextAnswerMilliseconds", static_cast<int>((monotonicSeconds() - next) * 1000));
 }
 
@@ -186,7 +185,7 @@ TEST_F(PocketSphinxRecognizer, AnswersOnAThreadOfItsOwn) {
     EXPECT_NE(record.answers()[0].thread, std::this_thread::get_id());
 }
 
-TEST_F(PocketSphinxRecognizer, LetsAHandlerAskForMore) {
+TEST_F(PocketSphinxRecognizer, AllowsAHandlerToStartAnotherRecognition) {
     AnswerRecord second;
     std::shared_ptr<platform::SpeechRecognitionTask> first;
     const auto recognizer = recognizers->make("en-US");
@@ -210,7 +209,7 @@ TEST_F(PocketSphinxRecognizer, WritesNothingToTheStandardStreams) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-TEST_F(PocketSphinxRecognizer, AnswersWhatItHasNotFinishedWhenItEnds) {
+TEST_F(PocketSphinxRecognizer, AnswersUnfinishedRecognitionsWhenItEnds) {
     AnswerRecord running;
     AnswerRecord waiting;
     {
@@ -232,7 +231,7 @@ TEST_F(PocketSphinxRecognizer, IsDeniedWithoutAModel) {
     EXPECT_EQ(answer, platform::SpeechAuthorization::denied);
 }
 
-TEST_F(PocketSphinxRecognizer, AnswersWithAnErrorWhenTheModelGoesAway) {
+TEST_F(PocketSphinxRecognizer, AnswersWithAnErrorIfTheModelIsRemoved) {
     const auto model = std::filesystem::path(directory_.path()) / "model";
     std::filesystem::create_directory(model);
     const auto link = model / "en-us";

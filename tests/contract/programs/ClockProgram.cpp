@@ -9,7 +9,7 @@
 
 namespace {
 
-/// The kernel's number of the clock of this process's only timer; -1 without one.
+/// Returns the kernel's number of the clock of this process's only timer, or -1 without one.
 int clockOfTheTimer() {
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
         std::error_code failure;
@@ -27,8 +27,8 @@ int clockOfTheTimer() {
 
 } // namespace
 
-/// A program that is nothing but the system's clock: it prints the time, the time asleep, the clock of its
-/// timers, and how long a timer of 50 ms took.
+/// A program that only uses the system's clock: it prints the time, the time asleep, the clock of its timers,
+/// and the duration of a timer of 50 ms.
 int main() {
     sonvale::runtime::SystemClock clock;
     std::cout.precision(15);

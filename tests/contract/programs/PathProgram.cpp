@@ -4,9 +4,9 @@
 #include <iostream>
 #include <string>
 
-/// A program that is nothing but a path monitor: one line for each report, four digits for satisfied, Wi-Fi,
+/// A program that only runs a path monitor. It prints one line per report: four digits for satisfied, Wi-Fi,
 /// cellular and wired, a blank, and the number of the addresses. When its input ends it ends the monitor, and
-/// after that writes "ended".
+/// after that prints "ended".
 int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
     {

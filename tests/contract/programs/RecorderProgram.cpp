@@ -20,7 +20,7 @@ float toneAt(double seconds) {
 
 } // namespace
 
-/// Records a minute of a tone into a folder, whatever the disk says, and prints what closing the file said,
+/// Records a minute of a tone into a folder, even if the disk refuses. Prints the error of closing the file,
 /// how many whole seconds can be read, and how many of the first of them are the tone.
 int main(int argc, char** argv) {
     if (argc < 2)

@@ -14,7 +14,7 @@ namespace {
 
 using namespace sonvale;
 
-/// As much as the program sends of a tenth of a second of speech.
+/// The size of a message with a tenth of a second of speech.
 constexpr std::size_t messageBytes = 6500;
 
 runtime::Task<std::string> endOf(std::shared_ptr<platform::WebSocketTask> socket) {
@@ -31,14 +31,14 @@ runtime::Task<> send(std::shared_ptr<platform::WebSocketTask> socket) {
     try {
         co_await socket->send({platform::WebSocketMessage::Kind::text, std::string(messageBytes, 'x')});
     } catch (const platform::UrlError&) {
-        // The receiver prints why.
+        // The receiver prints the reason.
     }
 }
 
 } // namespace
 
-/// A program that is nothing but a WebSocket to its argument: it sends a message every tenth of a second
-/// until the socket fails, prints why, and ends.
+/// A program that only uses a WebSocket to its argument: it sends a message every tenth of a second until the
+/// socket fails, prints the reason, and ends.
 int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
     const auto registry = std::make_shared<runtime::TaskRegistry>();

@@ -31,7 +31,7 @@ private:
     PulseAudioEngines engines_{sound_.serverAddress()};
 };
 
-/// A 16-bit sound file of the given samples.
+/// Writes a 16-bit sound file with these samples.
 std::string writeWav(const std::string& path, int channels, const std::vector<std::int16_t>& samples) {
     const auto put = [file = std::make_shared<std::ofstream>(path, std::ios::binary)](auto value) {
         file->write(reinterpret_cast<const char*>(&value), sizeof(value));
@@ -71,9 +71,9 @@ double secondsOf(const std::function<void()>& work) {
 
 INSTANTIATE_TYPED_TEST_SUITE_P(Pulse, AudioEngineContract, PulseRig);
 
-TEST(PulseAudioEngine, RecordsWhatIsPlayedIntoTheMicrophoneWithoutAGap) {
+TEST(PulseAudioEngine, RecordsTheMicrophoneWithoutAGap) {
     PrivateSound sound(PrivateSound::Microphone::present, 48000, 2);
-    // Counts up on the left and down on the right: every sample says which one it is.
+    // Counts up on the left and down on the right, so that every sample identifies itself.
     std::vector<std::int16_t> ramp;
     for (int i = 1; i <= 30000; ++i) {
         ramp.push_back(static_cast<std::int16_t>(i));
@@ -107,7 +107,7 @@ TEST(PulseAudioEngine, RecordsWhatIsPlayedIntoTheMicrophoneWithoutAGap) {
     EXPECT_EQ(wrong, 0U);
 }
 
-TEST(PulseAudioEngine, BeginsWithinFifteenMilliseconds) {
+TEST(PulseAudioEngine, StartsWithinFifteenMilliseconds) {
     PrivateSound sound;
     PulseAudioEngines engines(sound.serverAddress());
     double best = 1;
@@ -138,7 +138,7 @@ TEST(PulseAudioEngine, HasNoInputWithoutAServer) {
     EXPECT_EQ(threadCount(), before);
 }
 
-TEST(PulseAudioEngine, DoesNotTakeTheMonitorOfAnOutputForAnInput) {
+TEST(PulseAudioEngine, DoesNotUseTheMonitorOfAnOutputAsAnInput) {
     PrivateSound sound(PrivateSound::Microphone::absent);
     PulseAudioEngines engines(sound.serverAddress());
     EXPECT_EQ(engines.makeEngine()->inputFormat().channelCount, 0U);
@@ -163,7 +163,7 @@ TEST(PulseAudioEngine, RecordsARealInputWhenAMonitorIsTheDefault) {
     EXPECT_EQ(tap.samples(1), negated(distinctSamples(1024)));
 }
 
-TEST(PulseAudioEngine, GoesAlongToAnotherMicrophoneInItsOwnFormat) {
+TEST(PulseAudioEngine, FollowsToAnotherMicrophoneInItsOwnFormat) {
     PrivateSound sound(PrivateSound::Microphone::absent);
     PipeMicrophone first(sound, "first", 1);
     PulseAudioEngines engines(sound.serverAddress());
@@ -220,7 +220,7 @@ TEST(PulseAudioEngine, GivesUpOnAFrozenServerAfterTwoSeconds) {
     sound.server().signal(SIGCONT);
 }
 
-TEST(PulseAudioEngine, LetsGoOfAServerThatFreezesInTheMiddle) {
+TEST(PulseAudioEngine, EndsWhenTheServerFreezesDuringACapture) {
     PrivateSound sound;
     PulseAudioEngines engines(sound.serverAddress());
     auto engine = engines.makeEngine();
@@ -240,7 +240,7 @@ TEST(PulseAudioEngine, LetsGoOfAServerThatFreezesInTheMiddle) {
     sound.server().signal(SIGCONT);
 }
 
-TEST(PulseAudioEngine, GivesWhatWasCapturedWhenTheServerDies) {
+TEST(PulseAudioEngine, DeliversTheCapturedAudioWhenTheServerEnds) {
     PrivateSound sound(PrivateSound::Microphone::absent);
     PipeMicrophone microphone(sound, "pipemic");
     PulseAudioEngines engines(sound.serverAddress());
@@ -250,7 +250,7 @@ TEST(PulseAudioEngine, GivesWhatWasCapturedWhenTheServerDies) {
     engine->start();
     microphone.speak(distinctSamples(1500));
     EXPECT_TRUE(eventually(10, [&] { return tap.frames() >= 1024; }));
-    letTheRestArrive();
+    waitForTheRest();
     sound.server().signal(SIGKILL);
 
     EXPECT_TRUE(eventually(10, [&] { return !engine->isRunning(); }));

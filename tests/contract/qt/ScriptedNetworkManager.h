@@ -11,8 +11,8 @@
 
 namespace sonvale::tests {
 
-/// A system bus of a test's own with the part of NetworkManager that tells of the state and of the primary
-/// connection's device. It answers while Qt's events are processed.
+/// A private system bus with the part of NetworkManager that reports the state and the primary connection's
+/// device. It answers while Qt's events are processed.
 class ScriptedNetworkManager final : public QDBusVirtualObject {
 public:
     /// NMState and NMDeviceType of NetworkManager's D-Bus interface.
@@ -26,7 +26,7 @@ public:
     std::string address() const { return bus_.address(); }
 
     void set(State state, Device device);
-    /// From now on questions are left unanswered.
+    /// Leaves later questions unanswered.
     void fallSilent() { isSilent_ = true; }
 
     QString introspect(const QString& path) const override;

@@ -26,7 +26,7 @@ namespace {
 
 using Code = platform::UrlError::Code;
 
-/// What Qt logs while it lives.
+/// Records what Qt logs in a scope.
 class QtLog {
 public:
     QtLog() {
@@ -76,7 +76,8 @@ Answer redirect(int status, const std::string& location) {
     return answer;
 }
 
-/// An address of this machine that accepts no connection and refuses none: its queue of connections is full.
+/// An address of this machine that neither accepts nor refuses a connection, because its queue of connections
+/// is full.
 class FullListener {
 public:
     FullListener() {
@@ -87,7 +88,7 @@ public:
             ::getsockname(listener_, address(), &size) != 0)
             throw std::runtime_error("no address to listen on");
         for (const int waiting : waiting_) {
-            // Those that the queue has no place for go on trying.
+            // Connections that do not fit into the queue keep trying.
             if (::connect(waiting, address(), size) != 0 && errno != EINPROGRESS)
                 throw std::runtime_error("no connection");
         }
@@ -123,7 +124,7 @@ protected:
         return request;
     }
     bool waitForNoConnection() {
-        return eventually(NetworkTasks::patience, [&] { return server_.openConnections() == 0; });
+        return eventually(NetworkTasks::timeoutSeconds, [&] { return server_.openConnections() == 0; });
     }
     platform::UrlResponse get(const platform::UrlRequest& request) {
         return tasks_.finish(session_->data(request));
@@ -132,13 +133,13 @@ protected:
         return tasks_.failure(session_->data(request));
     }
 
-    /// Waits until this process has no more sockets open than that.
+    /// Waits until this process has at most `count` open sockets.
     static bool waitForSockets(int count) {
-        return eventually(NetworkTasks::patience, [&] { return openSockets() <= count; });
+        return eventually(NetworkTasks::timeoutSeconds, [&] { return openSockets() <= count; });
     }
     static int openSockets() {
         int count = 0;
-        std::error_code ignored; // one that is closed meanwhile is no socket
+        std::error_code ignored; // a socket that was closed meanwhile
         for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
             count += std::filesystem::read_symlink(entry, ignored).string().starts_with("socket:") ? 1 : 0;
         return count;
@@ -170,7 +171,7 @@ TEST_F(QtUrlSessionTest, KeepsItsConnectionForTheNextRequest) {
     EXPECT_EQ(server_.connections(), 1);
 }
 
-TEST_F(QtUrlSessionTest, ConnectsAgainWhenTheServerHasClosedTheConnectionMeanwhile) {
+TEST_F(QtUrlSessionTest, ConnectsAgainIfTheServerHasClosedTheConnection) {
     server_.answer("/in", saying("words"));
     const int before = openSockets();
     for (int i = 0; i < 3; ++i) {
@@ -182,7 +183,7 @@ TEST_F(QtUrlSessionTest, ConnectsAgainWhenTheServerHasClosedTheConnectionMeanwhi
     EXPECT_EQ(server_.requests().size(), 3U);
 }
 
-TEST_F(QtUrlSessionTest, ConnectsAgainWhenTheConnectionWasIdleForLong) {
+TEST_F(QtUrlSessionTest, ConnectsAgainAfterALongIdleTime) {
     server_.answer("/in", saying("words"));
     const auto connectionsAfter = [this](double idleSeconds) {
         uptime_ = uptime_ + idleSeconds;
@@ -194,12 +195,12 @@ TEST_F(QtUrlSessionTest, ConnectsAgainWhenTheConnectionWasIdleForLong) {
     EXPECT_EQ(connectionsAfter(49), 1);
     EXPECT_EQ(connectionsAfter(51), 2);
     EXPECT_EQ(connectionsAfter(49), 2);
-    // The connection that was given up is closed.
-    EXPECT_TRUE(server_.waitForOpenConnections(1, NetworkTasks::patience));
+    // The connection that is no longer kept is closed.
+    EXPECT_TRUE(server_.waitForOpenConnections(1, NetworkTasks::timeoutSeconds));
     EXPECT_EQ(server_.requests().size(), 5U);
 }
 
-TEST_F(QtUrlSessionTest, ConnectsAgainWhenTheServerSaysThatItHasClosedTheConnection) {
+TEST_F(QtUrlSessionTest, ConnectsAgainIfTheServerAnnouncesTheClose) {
     auto answer = saying("words");
     answer.headers = {{"Keep-Alive", "max=100, Timeout=5"}};
     server_.answer("/in", answer);
@@ -212,19 +213,19 @@ TEST_F(QtUrlSessionTest, ConnectsAgainWhenTheServerSaysThatItHasClosedTheConnect
     EXPECT_EQ(server_.connections(), 2);
 }
 
-TEST_F(QtUrlSessionTest, LetsARequestFinishOverAConnectionThatIsGivenUp) {
+TEST_F(QtUrlSessionTest, LetsARequestFinishOnAConnectionThatIsNoLongerKept) {
     server_.answer("/in", saying("words"));
     server_.answer("/slow", failing(Answer::Fault::tricklesSlowly, std::string(20, 'x')));
     const auto slow = tasks_.start(session_->data(post("/slow", "body")));
-    ASSERT_TRUE(server_.waitForRequests("/slow", 1, NetworkTasks::patience));
+    ASSERT_TRUE(server_.waitForRequests("/slow", 1, NetworkTasks::timeoutSeconds));
     uptime_ = uptime_ + 60;
     EXPECT_EQ(get(post("/in", "body")).body, "words");
     EXPECT_EQ(tasks_.finish(slow).body, std::string(20, 'x'));
     EXPECT_EQ(server_.connections(), 2);
-    EXPECT_TRUE(server_.waitForOpenConnections(1, NetworkTasks::patience));
+    EXPECT_TRUE(server_.waitForOpenConnections(1, NetworkTasks::timeoutSeconds));
 }
 
-TEST_F(QtUrlSessionTest, SendsABodyOnceHoweverAKeptConnectionEnds) {
+TEST_F(QtUrlSessionTest, SendsABodyOnceIfAKeptConnectionEndsInAnyWay) {
     server_.answer("/in", saying("words"));
     const auto big = bytesOfSize(3'000'000);
     for (const auto fault : {Answer::Fault::closesBeforeAnswer, Answer::Fault::resets,
@@ -240,7 +241,7 @@ TEST_F(QtUrlSessionTest, SendsABodyOnceHoweverAKeptConnectionEnds) {
     }
 }
 
-TEST_F(QtUrlSessionTest, SendsABodyOnceForAnAnswerThatIsReadByLines) {
+TEST_F(QtUrlSessionTest, SendsABodyOnceForAnAnswerReadByLine) {
     server_.answer("/in", saying("words"));
     server_.answer("/cut", failing(Answer::Fault::closesBeforeAnswer));
     get(post("/in", "body"));
@@ -262,20 +263,20 @@ TEST_F(QtUrlSessionTest, ClosesItsConnectionsWhenItIsInvalidatedOrDropped) {
     EXPECT_TRUE(waitForNoConnection());
 }
 
-TEST_F(QtUrlSessionTest, ClosesTheConnectionOfARequestThatIsCancelled) {
+TEST_F(QtUrlSessionTest, ClosesTheConnectionOfACancelledRequest) {
     for (const auto fault : {Answer::Fault::neverAnswers, Answer::Fault::neverEnds}) {
         server_.forget("/hang");
         server_.answer("/hang", failing(fault));
         const auto before = static_cast<int>(server_.requests().size());
         const auto handle = tasks_.start(session_->data(to("/hang")));
-        ASSERT_TRUE(server_.waitForRequests(before + 1, NetworkTasks::patience));
+        ASSERT_TRUE(server_.waitForRequests(before + 1, NetworkTasks::timeoutSeconds));
         handle.cancel();
         EXPECT_EQ(tasks_.failure(handle), Code::cancelled);
         EXPECT_TRUE(waitForNoConnection());
     }
 }
 
-TEST_F(QtUrlSessionTest, RemembersNothingThatAServerSets) {
+TEST_F(QtUrlSessionTest, RemembersNoCookies) {
     auto answer = saying("words");
     answer.headers = {{"Set-Cookie", "id=4711; Path=/"}, {"Cache-Control", "max-age=3600"}};
     server_.answer("/in", answer);
@@ -285,7 +286,7 @@ TEST_F(QtUrlSessionTest, RemembersNothingThatAServerSets) {
     EXPECT_EQ(server_.requests()[1].header("Cookie"), "");
 }
 
-TEST_F(QtUrlSessionTest, AsksNobodyForAPassword) {
+TEST_F(QtUrlSessionTest, DoesNotAskForAPassword) {
     auto answer = saying("who are you?", 401);
     answer.headers = {{"WWW-Authenticate", "Basic realm=\"here\""}};
     server_.answer("/in", answer);
@@ -295,7 +296,7 @@ TEST_F(QtUrlSessionTest, AsksNobodyForAPassword) {
     EXPECT_EQ(server_.requests().size(), 1U);
 }
 
-TEST_F(QtUrlSessionTest, LeavesAnAnswerAsItCame) {
+TEST_F(QtUrlSessionTest, ReturnsTheAnswerUnchanged) {
     auto answer = saying(bytesOfSize(1000));
     answer.headers = {{"Content-Type", "text/plain"}, {"Content-Encoding", "gzip"}, {"X-Other", "value"}};
     server_.answer("/in", answer);
@@ -304,14 +305,14 @@ TEST_F(QtUrlSessionTest, LeavesAnAnswerAsItCame) {
     EXPECT_TRUE(hasHeader(response, "X-Other", "value"));
 }
 
-TEST_F(QtUrlSessionTest, JoinsThePiecesOfAnAnswer) {
+TEST_F(QtUrlSessionTest, JoinsTheChunksOfAnAnswer) {
     auto answer = saying("a");
     answer.pieces = {"bc", "def", std::string(100'000, 'g')};
     server_.answer("/in", answer);
     EXPECT_EQ(get(to("/in")).body, "abcdef" + std::string(100'000, 'g'));
 }
 
-TEST_F(QtUrlSessionTest, AnnouncesTheLengthOfABodyThatIsNotThere) {
+TEST_F(QtUrlSessionTest, AnnouncesTheLengthOfAMissingBody) {
     server_.answer("/in", saying("words"));
     auto request = to("/in", "POST");
     request.headers = {{"Content-Type", "application/json"}};
@@ -320,7 +321,7 @@ TEST_F(QtUrlSessionTest, AnnouncesTheLengthOfABodyThatIsNotThere) {
     EXPECT_EQ(server_.requests()[0].header("Content-Type"), "application/json");
 }
 
-TEST_F(QtUrlSessionTest, CarriesFiveMegabytesBothWays) {
+TEST_F(QtUrlSessionTest, TransfersFiveMegabytesInBothDirections) {
     const auto bytes = bytesOfSize(5'000'000);
     server_.answerBy("/echo", [](const Request& request) { return saying(request.body); });
     const auto response = get(post("/echo", bytes));
@@ -328,7 +329,7 @@ TEST_F(QtUrlSessionTest, CarriesFiveMegabytesBothWays) {
     EXPECT_TRUE(server_.requests()[0].body == bytes);
 }
 
-TEST_F(QtUrlSessionTest, RefusesAnAnswerWithoutMeasure) {
+TEST_F(QtUrlSessionTest, RefusesAnAnswerThatIsTooLarge) {
     server_.answer("/in", saying(std::string((64UL << 20U) + 1, 'x')));
     EXPECT_EQ(failureOf(to("/in")), Code::badServerResponse);
     server_.forget("/in");
@@ -336,7 +337,7 @@ TEST_F(QtUrlSessionTest, RefusesAnAnswerWithoutMeasure) {
     EXPECT_EQ(get(to("/in")).body, "words");
 }
 
-TEST_F(QtUrlSessionTest, TimesOutWhenNothingMoves) {
+TEST_F(QtUrlSessionTest, TimesOutIfNothingIsTransferred) {
     for (const auto fault : {Answer::Fault::neverAnswers, Answer::Fault::neverEnds}) {
         server_.forget("/hang");
         server_.answer("/hang", failing(fault));
@@ -349,7 +350,7 @@ TEST_F(QtUrlSessionTest, TimesOutWhenNothingMoves) {
     }
 }
 
-TEST_F(QtUrlSessionTest, LimitsTheTimeUntilAConnectionStands) {
+TEST_F(QtUrlSessionTest, LimitsTheTimeUntilAConnectionIsOpen) {
     const FullListener listener;
     for (const auto* body : {"", "body"}) {
         auto request = requestTo(listener.url(), *body ? "POST" : "GET");
@@ -364,7 +365,7 @@ TEST_F(QtUrlSessionTest, LimitsTheTimeUntilAConnectionStands) {
     }
 }
 
-TEST_F(QtUrlSessionTest, GivesAServerThatIsReachedItsWholeTime) {
+TEST_F(QtUrlSessionTest, AppliesTheConnectTimeoutOnlyUntilTheConnection) {
     auto answer = saying("words");
     answer.delaySeconds = 3;
     server_.answer("/slow", answer);
@@ -375,7 +376,7 @@ TEST_F(QtUrlSessionTest, GivesAServerThatIsReachedItsWholeTime) {
     }
 }
 
-TEST_F(QtUrlSessionTest, DoesNotTimeOutWhileAnAnswerTrickles) {
+TEST_F(QtUrlSessionTest, DoesNotTimeOutWhileAnAnswerArrivesSlowly) {
     server_.answer("/slow", failing(Answer::Fault::tricklesSlowly, std::string(40, 'x')));
     auto request = to("/slow");
     request.timeoutSeconds = 1;
@@ -384,30 +385,30 @@ TEST_F(QtUrlSessionTest, DoesNotTimeOutWhileAnAnswerTrickles) {
     EXPECT_GT(monotonicSeconds() - start, 1.2);
 }
 
-TEST_F(QtUrlSessionTest, FailsOnceForAConnectionThatEndsTooSoon) {
+TEST_F(QtUrlSessionTest, FailsOnceIfAConnectionEndsEarly) {
     const auto big = bytesOfSize(3'000'000);
     for (const auto fault :
          {Answer::Fault::closesBeforeAnswer, Answer::Fault::resets, Answer::Fault::closesInUpload,
           Answer::Fault::closesInBody, Answer::Fault::sendsGarbage}) {
-        // A connection that was in use before may have ended by itself; one request on a new one must do.
+        // A kept connection may have ended by itself; one request on a new connection must be enough.
         session_ = sessions_.makeEphemeral();
         server_.forget("/in");
         server_.answer("/in", failing(fault));
         const auto before = server_.requests().size();
         EXPECT_EQ(failureOf(post("/in", big)), Code::networkConnectionLost) << static_cast<int>(fault);
-        // Of an upload that is cut off the server sees no more than heads, which cannot be told from repeats.
+        // If an upload is cut off, the server sees only heads, which cannot be distinguished from repeats.
         if (fault != Answer::Fault::closesInUpload)
             EXPECT_EQ(server_.requests().size(), before + 1) << static_cast<int>(fault);
     }
 }
 
-TEST_F(QtUrlSessionTest, TellsWhyItCannotConnect) {
+TEST_F(QtUrlSessionTest, ReportsWhyItCannotConnect) {
     EXPECT_EQ(failureOf(requestTo("http://127.0.0.1:" + std::to_string(unusedPort()) + "/in")),
               Code::cannotConnectToHost);
     EXPECT_EQ(failureOf(requestTo("http://nowhere.invalid/in")), Code::cannotFindHost);
 }
 
-TEST_F(QtUrlSessionTest, RefusesWhatIsNoAddress) {
+TEST_F(QtUrlSessionTest, RefusesInvalidAddresses) {
     for (const char* url :
          {"", "words", "/in", "http://", "http:///in", "ftp://127.0.0.1/in", "file:///etc/hostname",
           "ws://127.0.0.1/in", "http://127.0.0.1:99999/in", "http://127.0.0.1:port/in", "http://127.1/in",
@@ -485,7 +486,7 @@ TEST_F(QtUrlSessionTest, KeepsTheTokenAndTheBodyFromAnotherOrigin) {
     EXPECT_EQ(other.connections(), 0);
 }
 
-TEST_F(QtUrlSessionTest, KeepsTheTokenFromAnOriginThatIsReachedByTheSecondRedirect) {
+TEST_F(QtUrlSessionTest, KeepsTheTokenFromTheOriginOfTheSecondRedirect) {
     TestServer other;
     server_.answer("/old", redirect(307, "/middle"));
     server_.answer("/middle", redirect(307, other.url("/new")));
@@ -494,14 +495,14 @@ TEST_F(QtUrlSessionTest, KeepsTheTokenFromAnOriginThatIsReachedByTheSecondRedire
     EXPECT_EQ(other.connections(), 0);
 }
 
-TEST_F(QtUrlSessionTest, FollowsAPlainQuestionToAnotherOrigin) {
+TEST_F(QtUrlSessionTest, FollowsAPlainRequestToAnotherOrigin) {
     TestServer other;
     server_.answer("/old", redirect(302, other.url("/new")));
     other.answer("/new", saying("words"));
     EXPECT_EQ(get(to("/old")).body, "words");
 }
 
-TEST_F(QtUrlSessionTest, RefusesARedirectToWhatIsNoAddress) {
+TEST_F(QtUrlSessionTest, RefusesARedirectToAnInvalidAddress) {
     for (const char* location :
          {"http://127.0.0.1:port/", "http://user@127.0.0.1/", "//[::1", "//127.1/", "http://127.1/"}) {
         server_.forget("/old");
@@ -510,7 +511,7 @@ TEST_F(QtUrlSessionTest, RefusesARedirectToWhatIsNoAddress) {
     }
 }
 
-TEST_F(QtUrlSessionTest, TurnsAPostIntoAGetWhereARedirectSaysSo) {
+TEST_F(QtUrlSessionTest, TurnsAPostIntoAGetForRedirectsThatSaySo) {
     struct Row {
         int status;
         const char* method;
@@ -538,7 +539,7 @@ TEST_F(QtUrlSessionTest, FollowsTenRedirectsAndNoMore) {
     EXPECT_EQ(failureOf(to("/0")), Code::badServerResponse);
 }
 
-TEST_F(QtUrlSessionTest, GivesARedirectThatLeadsNowhereAsItIsAndRefusesOtherSchemes) {
+TEST_F(QtUrlSessionTest, ReturnsARedirectWithoutATargetAndRefusesOtherSchemes) {
     server_.answer("/bare", saying("nothing", 302));
     server_.answer("/file", redirect(302, "file:///etc/hostname"));
     EXPECT_EQ(get(to("/bare")).statusCode, 302);
@@ -556,7 +557,7 @@ TEST_F(QtUrlSessionTest, ReachesThisMachineWithoutAProxyAndOthersThroughIt) {
     auto request = requestTo("http://service.invalid/in");
     request.timeoutSeconds = 10;
     tasks_.failure(session_->data(request));
-    ASSERT_TRUE(proxy.waitForRequests(1, NetworkTasks::patience));
+    ASSERT_TRUE(proxy.waitForRequests(1, NetworkTasks::timeoutSeconds));
     EXPECT_EQ(proxy.requests()[0].target, "http://service.invalid/in");
 }
 
@@ -592,7 +593,7 @@ protected:
     static TestServer::Options options(TestCertificates::Kind kind) {
         return {.isTls = true, .port = 0, .certificates = std::make_shared<const TestCertificates>(kind)};
     }
-    /// By a maker of its own, which reads the environment anew.
+    /// Uses its own maker, which reads the environment again.
     std::optional<Code> failureOf(const std::string& url) {
         adapters::qt::QtUrlSessions sessions;
         NetworkTasks tasks;
@@ -602,7 +603,7 @@ protected:
 
 } // namespace
 
-TEST_F(QtUrlSessionTlsTest, TrustsTheAuthoritiesThatTheEnvironmentNamesAndNoOthers) {
+TEST_F(QtUrlSessionTlsTest, TrustsOnlyTheAuthoritiesOfTheEnvironment) {
     TestServer server(options(TestCertificates::Kind::valid));
     server.answer("/in", saying("words"));
     EXPECT_EQ(failureOf(server.url("/in")), Code::serverCertificateUntrusted);
@@ -614,7 +615,7 @@ TEST_F(QtUrlSessionTlsTest, TrustsTheAuthoritiesThatTheEnvironmentNamesAndNoOthe
     EXPECT_EQ(failureOf(other.url("/in")), Code::serverCertificateUntrusted);
 }
 
-TEST_F(QtUrlSessionTlsTest, RefusesCertificatesForOtherNamesAndOldOnes) {
+TEST_F(QtUrlSessionTlsTest, RefusesExpiredCertificatesAndThoseOfOtherNames) {
     for (const auto kind : {TestCertificates::Kind::wrongName, TestCertificates::Kind::expired}) {
         TestServer server(options(kind));
         server.answer("/in", saying("words"));
@@ -624,7 +625,7 @@ TEST_F(QtUrlSessionTlsTest, RefusesCertificatesForOtherNamesAndOldOnes) {
     }
 }
 
-TEST_F(QtUrlSessionTlsTest, FailsWhereNobodySpeaksTls) {
+TEST_F(QtUrlSessionTlsTest, FailsIfTheServerDoesNotUseTls) {
     TestServer plain;
     auto url = plain.url("/in");
     url.replace(0, 4, "https");

@@ -45,7 +45,7 @@ protected:
         return code;
     }
     bool waitForNoConnection() {
-        return eventually(NetworkTasks::patience, [&] { return server_.openConnections() == 0; });
+        return eventually(NetworkTasks::timeoutSeconds, [&] { return server_.openConnections() == 0; });
     }
 
     Realtime realtime_;
@@ -61,7 +61,7 @@ Answer silence() {
     return answer;
 }
 
-/// The values of an option of this process's connections to a port.
+/// Returns the values of an option of this process's connections to a port.
 std::vector<int> optionsOf(int port, int level, int option) {
     std::vector<int> values;
     for (int descriptor = 0; descriptor < 256; ++descriptor) {
@@ -78,7 +78,7 @@ std::vector<int> optionsOf(int port, int level, int option) {
     return values;
 }
 
-/// A program on the near machine of a private network that holds a socket open to the far one.
+/// A program on the near machine of a private network that keeps a socket open to the far one.
 class SocketProgram {
 public:
     explicit SocketProgram(const PrivateNetwork& network) {
@@ -110,7 +110,7 @@ TEST_F(QtWebSocketTaskTest, FailsWithABadAnswerForEveryOtherStatus) {
     }
 }
 
-TEST_F(QtWebSocketTaskTest, TellsWhyItCannotConnect) {
+TEST_F(QtWebSocketTaskTest, ReportsWhyItCannotConnect) {
     EXPECT_EQ(failureOf("ws://127.0.0.1:" + std::to_string(unusedPort()) + "/v1/realtime"),
               Code::cannotConnectToHost);
     EXPECT_EQ(failureOf("ws://nowhere.invalid/v1/realtime"), Code::cannotFindHost);
@@ -127,7 +127,7 @@ TEST_F(QtWebSocketTaskTest, RefusesHeadersThatWouldBecomeOthers) {
     EXPECT_TRUE(server_.requests().empty());
 }
 
-TEST_F(QtWebSocketTaskTest, TimesOutWhenTheHandshakeIsNotAnswered) {
+TEST_F(QtWebSocketTaskTest, TimesOutIfTheHandshakeIsNotAnswered) {
     server_.answer("/silent", silence());
     const auto task = connectTo(server_.socketUrl("/silent"), 0.4);
     const double start = monotonicSeconds();
@@ -145,36 +145,36 @@ TEST_F(QtWebSocketTaskTest, HasNoTimeLimitOnceItIsOpen) {
     EXPECT_EQ(tasks_.finish(task->receive()).bytes, "two");
 }
 
-TEST_F(QtWebSocketTaskTest, ClosesTheConnectionWhenItIsCancelledWhileItConnects) {
+TEST_F(QtWebSocketTaskTest, ClosesTheConnectionIfCancelledWhileConnecting) {
     server_.answer("/silent", silence());
     const auto task = connectTo(server_.socketUrl("/silent"));
-    ASSERT_TRUE(server_.waitForRequests(1, NetworkTasks::patience));
+    ASSERT_TRUE(server_.waitForRequests(1, NetworkTasks::timeoutSeconds));
     task->cancel(platform::WebSocketTask::goingAway);
     EXPECT_TRUE(waitForNoConnection());
 }
 
-TEST_F(QtWebSocketTaskTest, ClosesTheConnectionWithoutWaitingForTheOtherSide) {
+TEST_F(QtWebSocketTaskTest, ClosesTheConnectionWithoutWaitingForTheServer) {
     const auto task = connect();
     tasks_.finish(task->send(text("words")));
     task->cancel(platform::WebSocketTask::normalClosure);
-    EXPECT_TRUE(server_.waitForClosedSockets(1, NetworkTasks::patience));
+    EXPECT_TRUE(server_.waitForClosedSockets(1, NetworkTasks::timeoutSeconds));
     EXPECT_TRUE(waitForNoConnection());
     EXPECT_EQ(server_.socket().closeCode, 1000);
 }
 
-TEST_F(QtWebSocketTaskTest, SaysItsCloseCodeAlsoWhenTheSessionIsInvalidatedAtOnce) {
+TEST_F(QtWebSocketTaskTest, SendsItsCloseCodeEvenIfTheSessionIsInvalidatedAtOnce) {
     for (int i = 0; i < 10; ++i) {
         session_ = sessions_.makeEphemeral();
         const auto task = connect();
         tasks_.finish(task->send(text("words")));
         task->cancel(platform::WebSocketTask::goingAway);
         session_->invalidateAndCancel();
-        ASSERT_TRUE(server_.waitForClosedSockets(i + 1, NetworkTasks::patience));
+        ASSERT_TRUE(server_.waitForClosedSockets(i + 1, NetworkTasks::timeoutSeconds));
         EXPECT_EQ(server_.socket().closeCode, 1001);
     }
 }
 
-TEST_F(QtWebSocketTaskTest, LosesTheConnectionThatIsResetOrClosedForWhateverReason) {
+TEST_F(QtWebSocketTaskTest, ReportsAConnectionThatIsResetOrClosedForAnyReason) {
     const auto reset = connect();
     tasks_.finish(reset->send(text("words")));
     tasks_.finish(reset->receive());
@@ -191,7 +191,7 @@ TEST_F(QtWebSocketTaskTest, LosesTheConnectionThatIsResetOrClosedForWhateverReas
     }
 }
 
-TEST_F(QtWebSocketTaskTest, StaysOpenWhenItIsPinged) {
+TEST_F(QtWebSocketTaskTest, StaysOpenAfterAPing) {
     const auto task = connect();
     tasks_.finish(task->send(text("one")));
     server_.ping();
@@ -200,7 +200,7 @@ TEST_F(QtWebSocketTaskTest, StaysOpenWhenItIsPinged) {
     EXPECT_EQ(tasks_.finish(task->receive()).bytes, "two");
 }
 
-TEST_F(QtWebSocketTaskTest, CarriesAThousandMessagesInOrderBothWays) {
+TEST_F(QtWebSocketTaskTest, TransfersAThousandMessagesInOrderInBothDirections) {
     constexpr int count = 1000;
     const auto task = connect();
     std::vector<runtime::TaskHandle<>> sends;
@@ -213,7 +213,7 @@ TEST_F(QtWebSocketTaskTest, CarriesAThousandMessagesInOrderBothWays) {
     }
 }
 
-TEST_F(QtWebSocketTaskTest, CarriesBigMessagesBothWaysAndRefusesThoseWithoutMeasure) {
+TEST_F(QtWebSocketTaskTest, TransfersLargeMessagesInBothDirectionsAndRefusesTooLargeOnes) {
     const std::string big(5'000'000, 'b');
     const auto task = connect();
     tasks_.finish(task->send(text(big)));
@@ -230,7 +230,7 @@ TEST_F(QtWebSocketTaskTest, SendsSmallMessagesWithoutWaitingForMore) {
     EXPECT_EQ(optionsOf(server_.port(), IPPROTO_TCP, TCP_NODELAY), std::vector<int>{1});
 }
 
-TEST_F(QtWebSocketTaskTest, HasTheSystemAskWhetherTheOtherSideIsStillThere) {
+TEST_F(QtWebSocketTaskTest, EnablesTheSystemsKeepAliveProbes) {
     const auto task = connect();
     tasks_.finish(task->send(text("words")));
     const int port = server_.port();
@@ -240,9 +240,9 @@ TEST_F(QtWebSocketTaskTest, HasTheSystemAskWhetherTheOtherSideIsStillThere) {
     EXPECT_EQ(optionsOf(port, IPPROTO_TCP, TCP_USER_TIMEOUT), std::vector<int>{10000});
 }
 
-/// Lets audio flow from the near machine to the far one, cuts the way without a word, and expects the socket
-/// to fail in its time, which the system alone would not do for a quarter of an hour.
-void failsWhenTheWayIsCut(const std::function<void(PrivateNetwork&)>& cut) {
+/// Sends audio from the near machine to the far one, cuts the connection without notice, and expects the
+/// socket to fail in its time. The system alone would need a quarter of an hour.
+void failsWhenTheConnectionIsCut(const std::function<void(PrivateNetwork&)>& cut) {
     PrivateNetwork network;
     TestServer server({.listener = network.listen()});
     SocketProgram program(network);
@@ -255,15 +255,15 @@ void failsWhenTheWayIsCut(const std::function<void(PrivateNetwork&)>& cut) {
     EXPECT_TRUE(program.output().ends_with("networkConnectionLost\n")) << program.output();
 }
 
-TEST(QtWebSocketTask, FailsWhenTheOtherSideFallsSilent) {
-    failsWhenTheWayIsCut([](PrivateNetwork& network) { network.fallSilent(); });
+TEST(QtWebSocketTask, FailsIfTheServerIsLostWithoutNotice) {
+    failsWhenTheConnectionIsCut([](PrivateNetwork& network) { network.fallSilent(); });
 }
 
 TEST(QtWebSocketTask, FailsWhenTheMachineGetsAnotherAddress) {
-    failsWhenTheWayIsCut([](PrivateNetwork& network) { network.move(); });
+    failsWhenTheConnectionIsCut([](PrivateNetwork& network) { network.move(); });
 }
 
-TEST_F(QtWebSocketTaskTest, TrustsTheAuthoritiesThatTheEnvironmentNamesAndNoOthers) {
+TEST_F(QtWebSocketTaskTest, TrustsOnlyTheAuthoritiesOfTheEnvironment) {
     TestServer server({.isTls = true, .port = 0, .certificates = nullptr});
     server.setRealtime(realtime_);
     const auto url = server.socketUrl("/v1/realtime");
@@ -280,7 +280,7 @@ TEST_F(QtWebSocketTaskTest, TrustsTheAuthoritiesThatTheEnvironmentNamesAndNoOthe
     EXPECT_TRUE(tasks_.finish(task->receive()).bytes == big);
     EXPECT_EQ(optionsOf(server.port(), IPPROTO_TCP, TCP_NODELAY), std::vector<int>{1});
     task->cancel(platform::WebSocketTask::normalClosure);
-    EXPECT_TRUE(server.waitForClosedSockets(1, NetworkTasks::patience));
+    EXPECT_TRUE(server.waitForClosedSockets(1, NetworkTasks::timeoutSeconds));
     EXPECT_EQ(server.socket().closeCode, 1000);
     session_.reset();
 
@@ -290,7 +290,7 @@ TEST_F(QtWebSocketTaskTest, TrustsTheAuthoritiesThatTheEnvironmentNamesAndNoOthe
     EXPECT_EQ(failureOf(elsewhere.socketUrl("/v1/realtime")), Code::serverCertificateUntrusted);
 }
 
-TEST_F(QtWebSocketTaskTest, FailsWhereNobodySpeaksTls) {
+TEST_F(QtWebSocketTaskTest, FailsIfTheServerDoesNotUseTls) {
     auto url = server_.socketUrl("/v1/realtime");
     url.replace(0, 2, "wss");
     EXPECT_EQ(failureOf(url), Code::secureConnectionFailed);

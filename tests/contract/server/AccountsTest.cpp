@@ -75,7 +75,7 @@ Json claimsOf(const std::string& token) {
     return *base::parseJson(*base::decodeBase64Url(token.substr(first, token.rfind('.') - first)));
 }
 
-TEST_F(AccountsTest, SignsInWithATokenThatOpensEveryGuardedPath) {
+TEST_F(AccountsTest, SignsInWithATokenForAllGuardedPaths) {
     const auto reply = enter("/auth/login", "Ada@Example.com", password);
     ASSERT_EQ(reply.status, 200);
     EXPECT_EQ(reply.json().at("/user/email"_json_pointer), ada);
@@ -93,7 +93,7 @@ TEST_F(AccountsTest, SignsInWithATokenThatOpensEveryGuardedPath) {
     EXPECT_EQ(accounts.counts().refusedRequests, 0);
 }
 
-TEST_F(AccountsTest, RefusesATokenThatIsMissingForeignForgedOrExpired) {
+TEST_F(AccountsTest, RefusesMissingForeignForgedAndExpiredTokens) {
     TestServer otherServer;
     Accounts other(otherServer);
     other.add(ada, password);
@@ -129,14 +129,14 @@ TEST_F(AccountsTest, RefusesATokenThatIsMissingForeignForgedOrExpired) {
     EXPECT_EQ(accounts.counts().refusedRequests, refused);
 }
 
-TEST_F(AccountsTest, LetsATokenExpireInTheCourseOfTime) {
+TEST_F(AccountsTest, ExpiresTokensWithTime) {
     accounts.setTokenSeconds(2);
     const auto token = accounts.signIn(ada).access;
     EXPECT_EQ(call("/api/chat", token).status, 200);
     EXPECT_TRUE(eventually(10, [&] { return call("/api/chat", token).status == 401; }));
 }
 
-TEST_F(AccountsTest, TellsWhyASignInIsRefused) {
+TEST_F(AccountsTest, SaysWhyASignInIsRefused) {
     accounts.addUnconfirmed("new@example.com", password);
 
     const auto wrong = enter("/auth/login", ada, "analytical engine");
@@ -172,7 +172,7 @@ TEST_F(AccountsTest, SignsUpOnce) {
     EXPECT_EQ(accounts.counts().signUps, 1);
 }
 
-TEST_F(AccountsTest, GivesNoSessionBeforeTheAddressIsConfirmed) {
+TEST_F(AccountsTest, OpensNoSessionBeforeTheAddressIsConfirmed) {
     accounts.setConfirmsSignUps(true);
     EXPECT_EQ(enter("/auth/signup", "new@example.com", password).text("error_code"), "email_not_confirmed");
     EXPECT_EQ(enter("/auth/login", "new@example.com", password).text("error_code"), "email_not_confirmed");
@@ -180,7 +180,7 @@ TEST_F(AccountsTest, GivesNoSessionBeforeTheAddressIsConfirmed) {
     EXPECT_EQ(enter("/auth/login", "new@example.com", password).status, 200);
 }
 
-TEST_F(AccountsTest, RotatesTheRefreshTokenAtEachUse) {
+TEST_F(AccountsTest, RotatesTheRefreshTokenAtEveryUse) {
     const auto tokens = accounts.signIn(ada);
     const auto first = refresh(tokens.refresh);
     ASSERT_EQ(first.status, 200);
@@ -199,14 +199,14 @@ TEST_F(AccountsTest, RotatesTheRefreshTokenAtEachUse) {
     EXPECT_EQ(accounts.counts().refusedRefreshes, 3);
 }
 
-TEST_F(AccountsTest, RefusesTheRefreshTokensOfAUserWhoIsRevoked) {
+TEST_F(AccountsTest, RefusesTheRefreshTokensOfARevokedUser) {
     const auto tokens = accounts.signIn(ada);
     accounts.revoke("ADA@example.com");
     EXPECT_EQ(refresh(tokens.refresh).status, 401);
     EXPECT_EQ(call("/api/chat", tokens.access).status, 200);
 }
 
-TEST_F(AccountsTest, FailsOnDemandWithoutUsingTheTokenUp) {
+TEST_F(AccountsTest, FailsOnRequestWithoutUsingTheToken) {
     const auto tokens = accounts.signIn(ada);
     accounts.failNext("/auth/refresh", backendError(500, "Down."), 2);
     EXPECT_EQ(refresh(tokens.refresh).status, 500);
@@ -216,7 +216,7 @@ TEST_F(AccountsTest, FailsOnDemandWithoutUsingTheTokenUp) {
     EXPECT_THROW(accounts.failNext("/api/chat", {}), std::out_of_range);
 }
 
-TEST_F(AccountsTest, DelaysOnDemandWithoutHoldingUpTheOthers) {
+TEST_F(AccountsTest, DelaysOnRequestWithoutBlockingOthers) {
     const auto tokens = accounts.signIn(ada);
     accounts.delayNext("/auth/refresh", 0.5);
     const auto start = monotonicSeconds();
@@ -229,7 +229,7 @@ TEST_F(AccountsTest, DelaysOnDemandWithoutHoldingUpTheOthers) {
     EXPECT_GE(monotonicSeconds() - start, 0.5);
 }
 
-TEST_F(AccountsTest, OpensASocketForATokenOfASessionOnly) {
+TEST_F(AccountsTest, OpensASocketOnlyWithATokenOfASession) {
     const auto access = accounts.signIn(ada).access;
     const auto value = call("/api/realtime/session", access).text("value");
     EXPECT_THAT(handshake(value), StartsWith("HTTP/1.1 101 "));
@@ -239,19 +239,19 @@ TEST_F(AccountsTest, OpensASocketForATokenOfASessionOnly) {
     EXPECT_EQ(accounts.counts().refusedSockets, 2);
 }
 
-TEST_F(AccountsTest, GuardsWhatATestLetsAPathAnswer) {
+TEST_F(AccountsTest, ChecksTheTokenOnPathsWithAScriptedAnswer) {
     server.answerBy("/api/chat", [](const Request&) { return chatCompletion("From the test."); });
     EXPECT_EQ(call("/api/chat", "no-token").status, 401);
     EXPECT_THAT(call("/api/chat", accounts.signIn(ada).access).body, HasSubstr("From the test."));
 }
 
-TEST_F(AccountsTest, TakesPostsOnly) {
+TEST_F(AccountsTest, AcceptsOnlyPosts) {
     RawClient client(server.port());
     client.send("GET /auth/login HTTP/1.1\r\n\r\n");
     EXPECT_THAT(client.readUntil("\r\n\r\n"), StartsWith("HTTP/1.1 405 "));
 }
 
-TEST(WebToken, IsWhatOthersMakeOfTheSameSecret) {
+TEST(WebToken, EqualsTheTokenOfOtherImplementations) {
     // The example of RFC 7515, appendix A.1, with its key.
     const std::string secret = *base::decodeBase64Url(
         "AyM1SysPpbyDfgZld3umj1qzKObwVMkoqQ-EstJQLr_T-1qS0gZH75aKtMN3Yj0iPS4hcgUuTwjAzZr1Z9CAow");
@@ -270,8 +270,8 @@ TEST(WebToken, IsWhatOthersMakeOfTheSameSecret) {
         EXPECT_FALSE(webTokenClaims(text, secret)) << text;
 }
 
-TEST(WebToken, OfAnotherAlgorithmIsNoneWhateverItsSignature) {
-    // Both are signed by HMAC and SHA-256; the first says "none".
+TEST(WebToken, IsInvalidWithAnotherAlgorithm) {
+    // Both are signed with HMAC and SHA-256; the first says "none".
     EXPECT_FALSE(webTokenClaims("eyJhbGciOiJub25lIiwidHlwIjoiSldUIn0.eyJpc3MiOiJqb2UifQ."
                                 "wkvx8Itwzu8Gm6W8QzIxrWFZUa9a3qHIlclVm4G7Ql0",
                                 "secret"));

@@ -24,7 +24,7 @@ void PrintTo(const Row& row, std::ostream* stream) {
 
 class RuleBasedCleanUp : public testing::TestWithParam<Row> {};
 
-TEST_P(RuleBasedCleanUp, FollowsItsRulesAndLeavesCleanTextAlone) {
+TEST_P(RuleBasedCleanUp, FollowsItsRulesAndKeepsCleanText) {
     EXPECT_EQ(cleanedByRules(GetParam().dictated), GetParam().cleaned);
     EXPECT_EQ(cleanedByRules(GetParam().cleaned), GetParam().cleaned);
 }
@@ -59,7 +59,7 @@ std::string textIn(const Answer& answer) {
     return base::parseJson(answer.body)->at("/choices/0/message/content"_json_pointer);
 }
 
-TEST(RuleBasedChat, CleansWhatStandsBetweenTheTagsOfTheLastUserMessage) {
+TEST(RuleBasedChat, CleansTheTextBetweenTheTagsOfTheLastUserMessage) {
     const auto cleaned = [](const std::string& message) {
         return textIn(
             chatByRules(asking({{{"role", "system"}, {"content", "Clean <dictation>um</dictation>."}},
@@ -73,7 +73,7 @@ TEST(RuleBasedChat, CleansWhatStandsBetweenTheTagsOfTheLastUserMessage) {
     EXPECT_EQ(cleaned("um no tags"), "No tags.");
 }
 
-TEST(RuleBasedChat, AnswersAsTheServiceDoesAndSaysThatItIsNoModel) {
+TEST(RuleBasedChat, AnswersLikeTheServiceAndSaysThatItIsNotAModel) {
     const auto answer =
         chatByRules(asking({{{"role", "system"}, {"content", std::string(400, 'x')}},
                             {{"role", "user"}, {"content", "<dictation>hello</dictation>"}}}));
@@ -89,7 +89,7 @@ TEST(RuleBasedChat, AnswersAsTheServiceDoesAndSaysThatItIsNoModel) {
               usage.at("prompt_tokens").get<int>() + usage.at("completion_tokens").get<int>());
 }
 
-TEST(RuleBasedChat, Answers400ToWhatIsNoRequest) {
+TEST(RuleBasedChat, Answers400ToAnInvalidRequest) {
     for (const auto* const body : {"", "{", "[]", "{}", R"({"messages":1})", R"({"messages":[1,null]})",
                                    R"({"messages":[{"role":"user","content":7}]})",
                                    R"({"messages":[{"role":"system","content":"hi"}]})"}) {
@@ -99,7 +99,7 @@ TEST(RuleBasedChat, Answers400ToWhatIsNoRequest) {
     }
 }
 
-TEST(RuleBasedChat, IsWhatAListeningServerAnswersWith) {
+TEST(RuleBasedChat, AnswersThroughAListeningServer) {
     TestServer server;
     serveEverything(server, Listening{});
     const auto body =

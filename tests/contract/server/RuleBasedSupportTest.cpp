@@ -10,8 +10,8 @@ namespace sonvale::tests {
 
 namespace {
 
-/// The answer as the program reads it.
-std::string heard(const Answer& answer) {
+/// Returns the answer as the program reads it.
+std::string textIn(const Answer& answer) {
     std::string text;
     services::SupportStream stream;
     for (const auto& piece : answer.pieces) {
@@ -33,15 +33,15 @@ Answer ask(const std::vector<services::SupportMessage>& messages) {
 
 TEST(RuleBasedSupport, AnswersTheLastQuestionWordByWord) {
     const auto answer = ask({{"user", "my microphone"}, {"assistant", "no"}, {"user", "How do I PASTE?"}});
-    EXPECT_EQ(heard(answer), supportWordsFor("paste"));
+    EXPECT_EQ(textIn(answer), supportWordsFor("paste"));
     EXPECT_NE(supportWordsFor("paste"), supportWordsFor("microphone"));
     EXPECT_GT(answer.pieces.size(), 10U);
     EXPECT_GT(answer.pieceSeconds, 0);
 }
 
-TEST(RuleBasedSupport, HasAnAnswerForAnything) {
+TEST(RuleBasedSupport, AnswersEveryQuestion) {
     for (const auto* const body : {"", "x", "{}", R"({"messages": [1]})", "\xff"})
-        EXPECT_EQ(heard(supportByRules({.method = "POST", .body = body})), supportWordsFor("")) << body;
+        EXPECT_EQ(textIn(supportByRules({.method = "POST", .body = body})), supportWordsFor("")) << body;
 }
 
 } // namespace sonvale::tests

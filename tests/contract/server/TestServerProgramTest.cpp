@@ -57,7 +57,7 @@ protected:
     Json line;
 };
 
-TEST_F(TestServerProgram, ServesUntilItIsAskedToEnd) {
+TEST_F(TestServerProgram, ServesUntilASignal) {
     start({"--text", "Hi there."});
     RawClient client(line.at("port"));
     client.send("POST /v1/audio/transcriptions HTTP/1.1\r\nContent-Length: 0\r\n\r\n");
@@ -86,7 +86,7 @@ TEST_F(TestServerProgram, CleansADictationByItsRules) {
     EXPECT_FALSE(line.contains("accounts"));
 }
 
-TEST_F(TestServerProgram, LetsOnlyItsAccountsIn) {
+TEST_F(TestServerProgram, AcceptsOnlyItsAccounts) {
     start({"--account", "ada@example.com", "--account", "bob@example.com", "--token-seconds", "120"});
     EXPECT_EQ(line.at("accounts"), Json({"ada@example.com", "bob@example.com"}));
     RawClient client(line.at("port"));
@@ -111,7 +111,7 @@ TEST_F(TestServerProgram, LetsOnlyItsAccountsIn) {
     EXPECT_EQ(post("/api/transcribe", "", bearer), "200 Hello from the test server.\n");
 }
 
-TEST_F(TestServerProgram, TellsHowToUseItAndThatItsChatIsNoModel) {
+TEST_F(TestServerProgram, ExplainsItsUseAndThatItsChatIsNotAModel) {
     program.emplace(ChildProcess::Options{.arguments = {SONVALE_TEST_SERVER, "--help"},
                                           .environment = {},
                                           .withoutEnvironment = {},
@@ -122,7 +122,7 @@ TEST_F(TestServerProgram, TellsHowToUseItAndThatItsChatIsNoModel) {
     EXPECT_THAT(contentOf(output()), HasSubstr("--account EMAIL"));
 }
 
-TEST_F(TestServerProgram, RefusesArgumentsThatItDoesNotKnow) {
+TEST_F(TestServerProgram, RefusesUnknownArguments) {
     EXPECT_EQ(run({SONVALE_TEST_SERVER, "--account"}), 1);
     EXPECT_EQ(run({SONVALE_TEST_SERVER, "--token-seconds", "60"}), 1);
     EXPECT_EQ(run({SONVALE_TEST_SERVER, "--account", "a@example.com", "--token-seconds", "soon"}), 1);
@@ -145,7 +145,7 @@ protected:
     ServerTranscriber transcriber;
 };
 
-TEST_F(ServerTranscriberTest, UnderstandsWhatIsSpokenIntoASocket) {
+TEST_F(ServerTranscriberTest, UnderstandsSpeechFromASocket) {
     const auto buffer = recording(24000);
     std::string pcm;
     for (const float sample : buffer->channel(0)) {
@@ -185,7 +185,7 @@ TEST_F(ServerTranscriberTest, UnderstandsAPostedFile) {
     }
 }
 
-TEST_F(ServerTranscriberTest, Answers500ToWhatIsNoAudio) {
+TEST_F(ServerTranscriberTest, Answers500ToInvalidAudio) {
     RawClient client(server.port());
     client.send("POST /api/transcribe HTTP/1.1\r\nContent-Length: 4\r\n\r\nnone");
     EXPECT_THAT(client.readUntil("\r\n\r\n"), HasSubstr(" 500 "));

@@ -43,7 +43,7 @@ protected:
         return *base::parseJson(frame.payload);
     }
     std::string nextType() { return next().at("type"); }
-    /// Passes over everything before an event of that type.
+    /// Skips everything before an event of that type.
     Json nextOf(const std::string& type) {
         for (;;)
             if (auto event = next(); event.at("type") == type)
@@ -56,7 +56,7 @@ protected:
     std::optional<RawClient> client;
 };
 
-TEST_F(TestServerSocket, HoldsTheWholeConversation) {
+TEST_F(TestServerSocket, HandlesAWholeConversation) {
     open({.transcript = "Late for the meeting."}, "Authorization: Bearer t\r\n");
     say(R"({"type":"session.update","session":{"type":"transcription","audio":{"input":{"turn_detection":null,)"
         R"("transcription":{"model":"m","language":"de"}}}}})");
@@ -104,7 +104,7 @@ TEST_F(TestServerSocket, HoldsTheWholeConversation) {
     EXPECT_THAT(socket.sent.at(0).bytes, HasSubstr("session.created"));
 }
 
-TEST_F(TestServerSocket, TellsOfWhatItCannotUse) {
+TEST_F(TestServerSocket, ReportsUnusableEvents) {
     open({});
     for (const auto* const bad :
          {"{", "[]", R"({"type":7})", R"({"type":"dance"})", R"({"type":"session.update"})",
@@ -159,7 +159,7 @@ TEST_F(TestServerSocket, StaysSilentAfterTheCommit) {
     EXPECT_EQ(client->end(), RawClient::End::stillOpen);
 }
 
-TEST_F(TestServerSocket, AnswersTheCommitByAnError) {
+TEST_F(TestServerSocket, AnswersTheCommitWithAnError) {
     for (const Json& code : {Json(429), Json("rate_limit_exceeded"), Json(nullptr)}) {
         open({.error = Realtime::Error{.message = "Too much.", .code = code}});
         say(append(speech));
@@ -192,7 +192,7 @@ TEST_F(TestServerSocket, ClosesAtTheCommit) {
     EXPECT_FALSE(server.socket().closeCode);
 }
 
-TEST_F(TestServerSocket, DropsAfterSoManyAppends) {
+TEST_F(TestServerSocket, DropsAfterANumberOfAppends) {
     open({.dropsAfterAppends = 2, .ending = Ending::reset});
     say(append(speech));
     server.waitForAppends(1, 5);
@@ -207,7 +207,7 @@ TEST_F(TestServerSocket, DropsAfterSoManyAppends) {
     EXPECT_EQ(client->readFrame().opcode, RawClient::close);
 }
 
-TEST_F(TestServerSocket, SendsFramesOutOfTurn) {
+TEST_F(TestServerSocket, SendsUnexpectedFrames) {
     open({.framesAtOpen = {{.bytes = "{ no JSON"}, {.bytes = std::string("\0\x01", 2), .isBinary = true}},
           .framesAtCommit = {{.bytes = R"({"type":"unheard.of"})"}}});
     EXPECT_EQ(client->readFrame(), (RawClient::Frame{.opcode = RawClient::text, .payload = "{ no JSON"}));
@@ -254,7 +254,7 @@ TEST_F(TestServerSocket, RecordsTheClientsCloseCode) {
     EXPECT_FALSE(server.socket().closeCode);
 }
 
-TEST_F(TestServerSocket, ActsInTheMoment) {
+TEST_F(TestServerSocket, ActsAtOnce) {
     server.send("nobody is there");
     open({});
     server.sendBinary("bytes");
@@ -271,7 +271,7 @@ TEST_F(TestServerSocket, ActsInTheMoment) {
     EXPECT_EQ(client->end(), RawClient::End::reset);
 }
 
-TEST_F(TestServerSocket, AsksATranscriberWithoutHoldingUpTheOthers) {
+TEST_F(TestServerSocket, CallsATranscriberWithoutBlockingOthers) {
     std::promise<void> isAllowed;
     std::vector<std::size_t> heard;
     open({.transcriber = [&](const std::string& pcm) -> std::string {

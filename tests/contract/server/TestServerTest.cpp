@@ -40,7 +40,7 @@ Curl curl(std::vector<std::string> arguments) {
     return {.exitStatus = status, .output = contentOf(file)};
 }
 
-TEST(TestServer, GivesTheAnswersOfAPathInTurnAndTheLastOneAgain) {
+TEST(TestServer, GivesTheAnswersOfAPathInOrderAndRepeatsTheLast) {
     TestServer server;
     server.answer("/a", {.body = "one"});
     server.answer("/a", {.status = 500, .body = "two"});
@@ -92,7 +92,7 @@ TEST(TestServer, RecordsARequestByteForByte) {
     EXPECT_NEAR(request.monotonicTime, monotonicSeconds(), 5);
 }
 
-TEST(TestServer, TakesALargeUpload) {
+TEST(TestServer, AcceptsALargeUpload) {
     TestServer server;
     server.answer("/a", {.body = "thanks"});
     const TemporaryDirectory directory;
@@ -107,7 +107,7 @@ TEST(TestServer, TakesALargeUpload) {
     EXPECT_TRUE(server.requests().at(0).body == body);
 }
 
-TEST(TestServer, ClosesWhenTheClientAsksForIt) {
+TEST(TestServer, ClosesIfTheClientAsksForIt) {
     TestServer server;
     server.answer("/a", {.body = "one"});
     RawClient client(server.port());
@@ -127,7 +127,7 @@ TEST(TestServer, WaitsBeforeADelayedAnswer) {
     EXPECT_GE(monotonicSeconds() - start, 0.3);
 }
 
-TEST(TestServer, SendsPiecesAsChunksOneByOne) {
+TEST(TestServer, SendsPiecesAsSingleChunks) {
     TestServer server;
     server.answer("/a", {.body = "zero ", .pieces = {"one ", "two"}, .pieceSeconds = 0.1});
     const auto start = monotonicSeconds();
@@ -154,7 +154,7 @@ TEST(TestServerFault, ResetsTheConnection) {
     EXPECT_EQ(client.end(), RawClient::End::reset);
 }
 
-TEST(TestServerFault, ClosesWhileTheBodyIsSentToIt) {
+TEST(TestServerFault, ClosesDuringAnUpload) {
     TestServer server;
     server.answer("/a", {.fault = Fault::closesInUpload});
     RawClient client(server.port());
@@ -164,7 +164,7 @@ TEST(TestServerFault, ClosesWhileTheBodyIsSentToIt) {
     EXPECT_EQ(server.requests("/a").at(0).body, "");
 }
 
-TEST(TestServerFault, ClosesInTheMiddleOfTheBody) {
+TEST(TestServerFault, ClosesDuringTheBody) {
     TestServer server;
     server.answer("/a", {.body = "0123456789", .fault = Fault::closesInBody});
     RawClient client(server.port());
@@ -176,7 +176,7 @@ TEST(TestServerFault, ClosesInTheMiddleOfTheBody) {
     EXPECT_EQ(curl({server.url("/a")}).exitStatus, 18);
 }
 
-TEST(TestServerFault, NeverAnswersAndSeesTheClientGo) {
+TEST(TestServerFault, NeverAnswersAndNoticesTheClientsClose) {
     TestServer server;
     server.answer("/a", {.fault = Fault::neverAnswers});
     {
@@ -198,7 +198,7 @@ TEST(TestServerFault, NeverEndsTheBody) {
     EXPECT_EQ(client.end(), RawClient::End::stillOpen);
 }
 
-TEST(TestServerFault, SendsWhatIsNotHttp) {
+TEST(TestServerFault, SendsInvalidHttp) {
     TestServer server;
     server.answer("/a", {.fault = Fault::sendsGarbage});
     RawClient client(server.port());
@@ -209,7 +209,7 @@ TEST(TestServerFault, SendsWhatIsNotHttp) {
     EXPECT_NE(curl({server.url("/a")}).exitStatus, 0);
 }
 
-TEST(TestServerFault, TricklesTheBodyByteByByte) {
+TEST(TestServerFault, SendsTheBodyByteByByte) {
     TestServer server;
     server.answer("/a", {.body = "01234", .fault = Fault::tricklesSlowly});
     RawClient client(server.port());
@@ -220,7 +220,7 @@ TEST(TestServerFault, TricklesTheBodyByteByByte) {
     EXPECT_GE(monotonicSeconds() - start, 0.2);
 }
 
-TEST(TestServer, AsksAHandlerWithoutHoldingUpTheOthers) {
+TEST(TestServer, CallsAHandlerWithoutBlockingOthers) {
     TestServer server;
     std::promise<void> isAllowed;
     server.answerBy("/a", [&](const Request& request) -> Answer {
@@ -244,7 +244,7 @@ TEST(TestServer, AsksAHandlerWithoutHoldingUpTheOthers) {
     EXPECT_THAT(slow.readUntil("\r\n\r\n"), HasSubstr(" 500 "));
 }
 
-TEST(TestServer, AsksThePathsGuardFirst) {
+TEST(TestServer, CallsTheGuardOfThePathFirst) {
     TestServer server;
     server.answer("/a", {.body = "one"});
     server.answer("/a", {.body = "two"});
@@ -280,7 +280,7 @@ TEST(TestServer, RefusesConnectionsWhileItDoesNotListen) {
     EXPECT_THROW(RawClient{unusedPort()}, std::runtime_error);
 }
 
-TEST(TestServer, RefusesAPortThatIsTaken) {
+TEST(TestServer, RefusesAUsedPort) {
     TestServer server;
     EXPECT_THROW(TestServer({.port = server.port()}), std::runtime_error);
 }
@@ -298,7 +298,7 @@ TEST(TestServer, DropsEveryConnection) {
     EXPECT_TRUE(server.waitForOpenConnections(0, 5));
 }
 
-TEST(TestServer, EndsAtOnceWhateverIsOpen) {
+TEST(TestServer, EndsAtOnceWithOpenConnections) {
     auto server = std::make_unique<TestServer>();
     server->answer("/a", {.fault = Fault::neverAnswers});
     server->answer("/b", {.delaySeconds = 60});
@@ -335,7 +335,7 @@ TEST(TestServerTls, IsTrustedThroughItsAuthorityOnly) {
     EXPECT_EQ(modeOf(certificates->keyFile()), 0600U);
 }
 
-TEST(TestServerTls, ShowsACertificateThatIsWrong) {
+TEST(TestServerTls, PresentsAWrongCertificate) {
     using Kind = TestCertificates::Kind;
     for (const auto kind : {Kind::wrongName, Kind::expired}) {
         TestServer server({.isTls = true, .certificates = std::make_shared<const TestCertificates>(kind)});
@@ -345,7 +345,7 @@ TEST(TestServerTls, ShowsACertificateThatIsWrong) {
     }
 }
 
-TEST(TestServerTls, KeepsAConnectionAliveAndFailsOnDemand) {
+TEST(TestServerTls, KeepsAConnectionAliveAndFailsOnRequest) {
     TestServer server({.isTls = true});
     server.answer("/a", {.body = "one"});
     server.answer("/a", {.body = "0123456789", .fault = Fault::closesInBody});
@@ -357,7 +357,7 @@ TEST(TestServerTls, KeepsAConnectionAliveAndFailsOnDemand) {
     EXPECT_EQ(server.connections(), 1);
 }
 
-TEST(TestServerTls, AnswersPlainBytesByClosing) {
+TEST(TestServerTls, ClosesOnPlainBytes) {
     TestServer server({.isTls = true});
     RawClient client(server.port());
     client.send(get);
@@ -366,7 +366,7 @@ TEST(TestServerTls, AnswersPlainBytesByClosing) {
     EXPECT_TRUE(server.requests().empty());
 }
 
-TEST(ServiceAnswers, HaveTheFieldsThatAClientReadsAndMore) {
+TEST(ServiceAnswers, HaveTheFieldsThatAClientReads) {
     const auto chat = base::parseJson(chatCompletion("Hi.").body);
     EXPECT_EQ(chat->at("/choices/0/message/content"_json_pointer), "Hi.");
     EXPECT_EQ(chat->at("/usage/prompt_tokens_details/cached_tokens"_json_pointer), 0);

@@ -23,7 +23,7 @@ using services::AuthService;
 constexpr const char* ada = "ada@example.com";
 constexpr const char* password = "difference \"engine\" ü";
 
-/// The account's service with real connections to a backend that checks what it is sent.
+/// `AuthService` with real connections to a backend that checks its requests.
 class AuthServiceOverTheNetwork : public testing::Test {
 protected:
     AuthServiceOverTheNetwork() {
@@ -43,7 +43,7 @@ protected:
             .addresses = addresses,
         });
     }
-    /// What the user is told; empty after a success.
+    /// Returns the text for the user; empty after a success.
     std::string failureOf(runtime::Task<> task) {
         try {
             tasks.finish(tasks.startInOrder(std::move(task)));
@@ -53,7 +53,7 @@ protected:
         }
     }
     std::optional<std::string> token() { return tasks.finish(service->validAccessToken()); }
-    /// Once the service's own actor has nothing left to do.
+    /// Returns the state after the service's own actor has finished its work.
     bool isSignedIn() { return tasks.finish(tasks.startInOrder(readsSignedIn(service))); }
 
     TestServer server;
@@ -73,7 +73,7 @@ private:
 
 } // namespace
 
-TEST_F(AuthServiceOverTheNetwork, SignsInAndOutAndUp) {
+TEST_F(AuthServiceOverTheNetwork, SignsInOutAndUp) {
     EXPECT_EQ(failureOf(service->signIn(ada, password)), "");
     EXPECT_TRUE(isSignedIn());
     EXPECT_TRUE(token().has_value());
@@ -86,7 +86,7 @@ TEST_F(AuthServiceOverTheNetwork, SignsInAndOutAndUp) {
     EXPECT_EQ(accounts.counts().signUps, 1);
 }
 
-TEST_F(AuthServiceOverTheNetwork, TellsWhatTheBackendSays) {
+TEST_F(AuthServiceOverTheNetwork, ReportsTheTextOfTheBackend) {
     EXPECT_EQ(failureOf(service->signIn(ada, "wrong")), "Invalid login credentials");
     EXPECT_NE(failureOf(service->signUp(ada, "word")), "");
     accounts.addUnconfirmed("new@example.com", "word");
@@ -98,7 +98,7 @@ TEST_F(AuthServiceOverTheNetwork, TellsWhatTheBackendSays) {
     EXPECT_EQ(failureOf(service->signIn(ada, password)).find("Network error: "), 0U);
 }
 
-TEST_F(AuthServiceOverTheNetwork, RefreshesOnceForManyAndGoesOnWithTheNewTokens) {
+TEST_F(AuthServiceOverTheNetwork, RefreshesOnceForManyCallersAndUsesTheNewTokens) {
     accounts.setTokenSeconds(30);
     EXPECT_EQ(failureOf(service->signIn(ada, password)), "");
     accounts.setTokenSeconds(3600);
@@ -114,7 +114,7 @@ TEST_F(AuthServiceOverTheNetwork, RefreshesOnceForManyAndGoesOnWithTheNewTokens)
     EXPECT_EQ(settings.stored(keys::accessToken), first);
 }
 
-TEST_F(AuthServiceOverTheNetwork, LosesTheSessionToARefusalOnly) {
+TEST_F(AuthServiceOverTheNetwork, EndsTheSessionOnlyAfterARefusal) {
     accounts.setTokenSeconds(30);
     EXPECT_EQ(failureOf(service->signIn(ada, password)), "");
     accounts.failNext("/auth/refresh", backendError(500, "out of order"));

@@ -18,8 +18,8 @@ namespace {
 using Program = Editor::Program;
 using Text = std::optional<std::string>;
 
-/// A call ends after a tenth of a second by itself; a busy machine may take longer to go on with it.
-constexpr double mostSeconds = 5;
+/// A call ends by itself after a tenth of a second; a busy machine may need longer.
+constexpr double maxSeconds = 5;
 
 class X11SelectedText : public testing::Test {
 protected:
@@ -34,7 +34,7 @@ protected:
     double seconds = 0;
 };
 
-/// A bus that takes connections and never says a word.
+/// A bus that accepts connections and never answers.
 class SilentBus {
 public:
     SilentBus() {
@@ -63,16 +63,16 @@ int openDescriptors() {
 
 } // namespace
 
-TEST_F(X11SelectedText, ComesFromAQtEditor) {
+TEST_F(X11SelectedText, IsReadFromAQtEditor) {
     session.turnOnForAll();
     const std::string text = "  eins zwei\n\ndrei \u00FC \U0001F44D";
     session.open(Program::featherpad, text);
     ASSERT_TRUE(session.selectsAll(text)) << session.tree().selectedText().value_or("nothing");
     session.keyboard().tap(XK_End);
-    EXPECT_TRUE(session.comesToTell(std::nullopt));
+    EXPECT_TRUE(session.waitForText(std::nullopt));
 }
 
-TEST_F(X11SelectedText, ComesWholeHoweverLongItIs) {
+TEST_F(X11SelectedText, IsCompleteAtAnyLength) {
     std::string text;
     while (text.size() < 500000)
         text += "line " + std::to_string(text.size()) + "\n";
@@ -87,55 +87,55 @@ TEST_F(X11SelectedText, IsOnlyThePartThatIsSelected) {
     for (int i = 0; i < 4; ++i)
         session.keyboard().tap(XK_Right);
     session.keyboard().up(XK_Shift_L);
-    EXPECT_TRUE(session.comesToTell("one "));
+    EXPECT_TRUE(session.waitForText("one "));
 }
 
 TEST_F(X11SelectedText, IsThatOfTheWindowInFront) {
     session.open(Program::mousepad, "behind");
     ASSERT_TRUE(session.selectsAll("behind"));
     Editor front(Editor::Options{session.display(), Program::mousepad, "", session.environment(), {}});
-    EXPECT_TRUE(session.comesToTell(std::nullopt));
+    EXPECT_TRUE(session.waitForText(std::nullopt));
     ASSERT_TRUE(session.editor().focus());
-    EXPECT_TRUE(session.comesToTell("behind"));
+    EXPECT_TRUE(session.waitForText("behind"));
 }
 
-TEST_F(X11SelectedText, IsAbsentFromAnEditorThatDoesNotTell) {
+TEST_F(X11SelectedText, IsAbsentIfTheEditorDoesNotReportIt) {
     session.open(Program::mousepad, "one two", false);
     session.selectAll();
     for (int i = 0; i < 20; ++i) {
         EXPECT_EQ(timed(), std::nullopt);
-        EXPECT_LT(seconds, mostSeconds);
+        EXPECT_LT(seconds, maxSeconds);
     }
 }
 
-TEST_F(X11SelectedText, IsAbsentWhenAPictureIsAmongTheText) {
+TEST_F(X11SelectedText, IsAbsentIfTheTextContainsAPicture) {
     session.open(Program::mousepad, "one \uFFFC two");
     session.selectAll();
     pauseMilliseconds(500);
     EXPECT_EQ(timed(), std::nullopt);
     session.keyboard().tap(XK_Home);
     session.keyboard().chord(XK_Shift_L, XK_Right);
-    EXPECT_TRUE(session.comesToTell("o"));
+    EXPECT_TRUE(session.waitForText("o"));
 }
 
-TEST_F(X11SelectedText, DoesNotWaitForAnEditorThatHangs) {
+TEST_F(X11SelectedText, DoesNotWaitForAHangingEditor) {
     for (const auto program : {Program::mousepad, Program::featherpad}) {
         session.turnOnForAll();
         session.open(program, "one two");
         ASSERT_TRUE(session.selectsAll("one two"));
         kill(session.editor().pid(), SIGSTOP);
-        session.goAtFullSpeed();
+        session.useProgramTimes();
         for (int i = 0; i < 3; ++i) {
             EXPECT_EQ(timed(), std::nullopt);
-            EXPECT_LT(seconds, mostSeconds);
+            EXPECT_LT(seconds, maxSeconds);
         }
         session.goSlowly();
         kill(session.editor().pid(), SIGCONT);
-        EXPECT_TRUE(session.comesToTell("one two")) << "late answers are not taken for others";
+        EXPECT_TRUE(session.waitForText("one two")) << "late answers are not taken for others";
     }
 }
 
-TEST_F(X11SelectedText, DoesNotWaitForABusThatHangs) {
+TEST_F(X11SelectedText, DoesNotWaitForAHangingBus) {
     const PrivateDisplay display(WindowManager::openbox);
     const Editor editor(display.name(), Program::mousepad);
     const SilentBus bus;
@@ -146,7 +146,7 @@ TEST_F(X11SelectedText, DoesNotWaitForABusThatHangs) {
     for (int i = 0; i < 10; ++i) {
         const double before = monotonicSeconds();
         EXPECT_EQ(tree.selectedText(), std::nullopt);
-        EXPECT_LT(monotonicSeconds() - before, mostSeconds);
+        EXPECT_LT(monotonicSeconds() - before, maxSeconds);
     }
     EXPECT_EQ(openDescriptors(), descriptors);
 }
@@ -168,48 +168,48 @@ TEST_F(X11SelectedText, IsAbsentWithoutABusAndStartsNone) {
     EXPECT_EQ(blind.selectedText(), std::nullopt);
 }
 
-TEST_F(X11SelectedText, FindsTheBusByTheSessionWhenTheDisplayDoesNotNameIt) {
+TEST_F(X11SelectedText, FindsTheBusThroughTheSessionIfTheDisplayDoesNotNameIt) {
     session.open(Program::mousepad, "one two");
     ASSERT_EQ(run({"xprop", "-root", "-remove", "AT_SPI_BUS"}, session.environment()), 0);
     EXPECT_TRUE(session.selectsAll("one two"));
 }
 
-TEST_F(X11SelectedText, ComesAgainAfterTheBusHasBeenReplaced) {
+TEST_F(X11SelectedText, IsReadAgainAfterTheBusWasReplaced) {
     session.open(Program::mousepad, "one two");
     ASSERT_TRUE(session.selectsAll("one two"));
-    // The bus ends with the program that started it.
+    // The bus ends with the program that has started it.
     ASSERT_EQ(run({"sh", "-c",
                    "kill $(dbus-send --session --print-reply=literal --dest=org.freedesktop.DBus "
                    "/org/freedesktop/DBus org.freedesktop.DBus.GetConnectionUnixProcessID "
                    "string:org.a11y.Bus | sed 's/.* //')"},
                   session.environment()),
               0);
-    EXPECT_TRUE(session.comesToTell(std::nullopt));
+    EXPECT_TRUE(session.waitForText(std::nullopt));
     session.open(Program::mousepad, "three");
     ASSERT_TRUE(session.selectsAll("three"));
 }
 
-TEST_F(X11SelectedText, IsWhatIsMarkedInATerminalThatTellsNothing) {
+TEST_F(X11SelectedText, IsTheMarkedTextOfAnXterm) {
     session.open(Program::xterm, {}, true, "echo 'marked na\u00EFve'; : > FILE; exec sleep 1000");
-    EXPECT_TRUE(session.comesToTell(std::nullopt));
+    EXPECT_TRUE(session.waitForText(std::nullopt));
     pauseMilliseconds(1000);
     EXPECT_EQ(timed(), std::nullopt);
     session.editor().markFirstWord();
-    EXPECT_TRUE(session.comesToTell("marked"));
+    EXPECT_TRUE(session.waitForText("marked"));
 
     Editor other(Editor::Options{session.display(), Program::mousepad, "", session.environment(), {}});
-    EXPECT_TRUE(session.comesToTell(std::nullopt)) << "it is that of a window behind";
+    EXPECT_TRUE(session.waitForText(std::nullopt)) << "it is the text of a window in the background";
     ASSERT_TRUE(session.editor().focus());
     kill(session.editor().pid(), SIGSTOP);
-    session.goAtFullSpeed();
+    session.useProgramTimes();
     EXPECT_EQ(timed(), std::nullopt);
-    EXPECT_LT(seconds, mostSeconds);
+    EXPECT_LT(seconds, maxSeconds);
     session.goSlowly();
     kill(session.editor().pid(), SIGCONT);
-    EXPECT_TRUE(session.comesToTell("marked"));
+    EXPECT_TRUE(session.waitForText("marked"));
 }
 
-TEST_F(X11SelectedText, IsThereAtTheMomentOfAShortcutThatIsKeptFromTheEditor) {
+TEST_F(X11SelectedText, IsReadDuringASwallowedHotkey) {
     session.turnOnForAll();
     for (const auto program : {Program::mousepad, Program::featherpad}) {
         const runtime::SystemClock clock;
@@ -237,7 +237,7 @@ TEST_F(X11SelectedText, IsThereAtTheMomentOfAShortcutThatIsKeptFromTheEditor) {
     }
 }
 
-TEST_F(X11SelectedText, ComesEachTime) {
+TEST_F(X11SelectedText, IsReadEveryTime) {
     session.turnOnForAll();
     for (const auto program : {Program::mousepad, Program::featherpad}) {
         session.open(program, "one two");

@@ -19,8 +19,8 @@
 
 namespace sonvale::tests {
 
-/// A display with a window manager, a D-Bus session, an editor in front that tells assistive technology of
-/// itself, and the adapter that asks, which has fifty times as much time as it gives the programs.
+/// A display with a window manager, a D-Bus session, an editor in front that supports assistive technology,
+/// and the adapter, which has fifty times the time that it has in the program.
 class AccessibleSession {
 public:
     /// Starts the editor with this text.
@@ -34,7 +34,7 @@ public:
 
     void selectAll() { keyboard_->chord(XK_Control_L, XK_a); }
 
-    /// Selects all until the adapter tells this: an editor may read its file after its window is there.
+    /// Selects all until the adapter reports this: an editor may read its file after its window has appeared.
     bool selectsAll(const std::string& text) {
         return eventually(seconds, [&] {
             selectAll();
@@ -42,16 +42,16 @@ public:
         });
     }
 
-    /// Whether the adapter comes to tell this.
-    bool comesToTell(const std::optional<std::string>& text) {
+    /// Waits until the adapter reports this, and returns whether it does.
+    bool waitForText(const std::optional<std::string>& text) {
         return eventually(seconds, [&] { return tree_.selectedText() == text; });
     }
 
-    /// Lets the adapter have the time that it has in use.
-    void goAtFullSpeed() { clock_.setTimes(1); }
+    /// Gives the adapter the time that it has in the program.
+    void useProgramTimes() { clock_.setTimes(1); }
     void goSlowly() { clock_.setTimes(slowness); }
 
-    /// Calls a method of a program of the session; the exit status of dbus-send.
+    /// Calls a method of a program of the session. Returns the exit status of dbus-send.
     int call(std::vector<std::string> words) const {
         words.insert(words.begin(), {"dbus-send", "--session", "--print-reply"});
         return run(std::move(words), environment_);
@@ -59,7 +59,7 @@ public:
 
     void turnOnForAll() const { turnOnAccessibility(environment_); }
 
-    /// Everything in the session goes with it.
+    /// Ends the display, and with it everything in the session.
     void endDisplay() {
         editor_.reset();
         keyboard_.reset();

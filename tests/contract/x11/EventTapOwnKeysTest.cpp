@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-// Keys that the program presses itself, beside those of its user and of other programs.
+// Keys that the program presses itself, mixed with those of the user and of other programs.
 
 namespace sonvale::tests {
 
@@ -27,7 +27,7 @@ constexpr int leftControl = 59;
 /// The lowest key code of Xvfb's keyboard without a meaning.
 constexpr unsigned int maskKeycode = 8;
 
-/// Keeps the tap's thread from reading events.
+/// Prevents the tap's thread from reading events.
 class BusyTap {
 public:
     explicit BusyTap(platform::EventTap& tap) {
@@ -67,7 +67,7 @@ struct OwnChord {
 
 } // namespace
 
-TEST(EventTapX11, ReportsKeysOfOtherProgramsThatItReadsAfterAnOwnPasteHasBegun) {
+TEST(EventTapX11, ReportsKeysOfOtherProgramsReadAfterTheStartOfAPaste) {
     KeyDesk desk;
     ASSERT_TRUE(desk.start());
     desk.xtest.down(XK_Control_L);
@@ -89,7 +89,7 @@ TEST(EventTapX11, ReportsKeysOfOtherProgramsThatItReadsAfterAnOwnPasteHasBegun) 
 
 class OwnChordAsHotkey : public testing::TestWithParam<OwnChord> {};
 
-TEST_P(OwnChordAsHotkey, StillArrivesAfterTheUserHasPressedIt) {
+TEST_P(OwnChordAsHotkey, ArrivesAfterTheUserHasPressedIt) {
     const auto& chord = GetParam();
     KeyDesk desk(WindowManager::none, chord.windowClass);
     desk.tap.setSwallowable({chord.hotkey});
@@ -130,7 +130,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 class MaskedKeys : public testing::TestWithParam<Source> {};
 
-TEST_P(MaskedKeys, PutAKeyWithoutMeaningBetweenAModifiersPressAndItsRelease) {
+TEST_P(MaskedKeys, PressAMeaninglessKeyBetweenAModifiersPressAndRelease) {
     for (const auto& [keysym, keyCode, flag] :
          {std::tuple(XK_Alt_L, leftOption, modifier::option), std::tuple(XK_Super_L, 55, modifier::command),
           std::tuple(XK_Control_L, leftControl, modifier::control)}) {
@@ -151,7 +151,7 @@ TEST_P(MaskedKeys, PutAKeyWithoutMeaningBetweenAModifiersPressAndItsRelease) {
     }
 }
 
-TEST_P(MaskedKeys, NoLongerRepeat) {
+TEST_P(MaskedKeys, StopRepeating) {
     KeyDesk desk;
     auto& keyboard = GetParam() == Source::xtest ? desk.xtest : desk.hardware;
     desk.recorder.setDecide([&](const KeyEvent& event) {
@@ -175,7 +175,7 @@ TEST_P(MaskedKeys, NoLongerRepeat) {
 INSTANTIATE_TEST_SUITE_P(All, MaskedKeys, testing::Values(Source::xtest, Source::hardware),
                          [](const auto& info) { return info.param == Source::xtest ? "xtest" : "hardware"; });
 
-TEST(EventTapX11, TakesTheKeyForEscapeThatMeansEscape) {
+TEST(EventTapX11, ReportsTheKeyThatMeansEscapeAsEscape) {
     KeyDesk desk;
     ASSERT_EQ(run({"setxkbmap", "-display", desk.display.name(), "-option", "caps:swapescape"}), 0);
     ASSERT_TRUE(desk.start());
@@ -188,7 +188,7 @@ TEST(EventTapX11, TakesTheKeyForEscapeThatMeansEscape) {
     desk.recorder.clear();
     desk.hardware.downKeycode(escapeKey);
     desk.hardware.upKeycode(escapeKey);
-    desk.finishHearing(desk.hardware);
+    desk.waitForReports(desk.hardware);
     EXPECT_FALSE(desk.recorder.has({Type::keyDown, escape, 0})) << desk.recorder.text();
 }
 

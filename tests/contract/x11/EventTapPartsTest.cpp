@@ -38,7 +38,7 @@ X11Keyboards keyboards() {
     return result;
 }
 
-/// The keys that matter here of an American keyboard; the second group is a layout with "v" elsewhere.
+/// Returns the relevant keys of an American keyboard; the second group is a layout with "v" elsewhere.
 X11KeyboardMap keyboardMap(int group = 0) {
     std::array<X11KeyboardMap::Key, 256> keys{};
     keys[leftControl] = {1, 1, {XK_Control_L}, XCB_MOD_MASK_CONTROL};
@@ -82,7 +82,7 @@ TEST(X11KeyCodes, NamesKeysByTheirPlace) {
     EXPECT_EQ(virtualKeyCode(255), -1);
 }
 
-TEST(X11KeyCodes, FindsTheWayBackFromEveryKey) {
+TEST(X11KeyCodes, TranslatesEveryKeyBack) {
     for (int keycode = 0; keycode < 256; ++keycode) {
         const auto code = virtualKeyCode(static_cast<xcb_keycode_t>(keycode));
         if (code < 0)
@@ -94,7 +94,7 @@ TEST(X11KeyCodes, FindsTheWayBackFromEveryKey) {
     EXPECT_TRUE(keycodesOf(-1).empty());
 }
 
-TEST(HeldKeys, KeepsAFlagUntilBothKeysAreLetGo) {
+TEST(HeldKeys, KeepsAFlagUntilBothKeysAreReleased) {
     const auto map = keyboardMap();
     HeldKeys held;
     held.press(laptop, leftAlt);
@@ -105,7 +105,7 @@ TEST(HeldKeys, KeepsAFlagUntilBothKeysAreLetGo) {
     EXPECT_EQ(held.flags(map), 0u);
 }
 
-TEST(HeldKeys, DoesNotLetAProgramReleaseWhatTheHandHolds) {
+TEST(HeldKeys, KeepsAKeyThatAProgramReleases) {
     const auto map = keyboardMap();
     HeldKeys held;
     held.press(laptop, leftAlt);
@@ -114,10 +114,10 @@ TEST(HeldKeys, DoesNotLetAProgramReleaseWhatTheHandHolds) {
 
     held.press(xtest, leftAlt);
     held.release(laptop, leftAlt, keyboards());
-    EXPECT_EQ(held.flags(map), 0u) << "but the hand releases what a program has left pressed";
+    EXPECT_EQ(held.flags(map), 0u) << "but the user's release also releases what a program has left pressed";
 }
 
-TEST(HeldKeys, ForgetsTheKeysOfAKeyboardThatIsGone) {
+TEST(HeldKeys, ForgetsTheKeysOfARemovedKeyboard) {
     HeldKeys held;
     held.press(external, leftAlt);
     held.press(laptop, leftShift);
@@ -126,23 +126,23 @@ TEST(HeldKeys, ForgetsTheKeysOfAKeyboardThatIsGone) {
     EXPECT_EQ(held.flags(keyboardMap()), platform::modifier::shift);
 }
 
-TEST(SyntheticKeyLedger, StrikesOutItsOwnStrokesInOrderAndNothingElse) {
+TEST(SyntheticKeyLedger, RemovesOnlyItsOwnStrokesInOrder) {
     SyntheticKeyLedger ledger;
     ledger.beginListening();
     ledger.write(&paster, xtest,
                  {{leftControl, true}, {letterV, true}, {letterV, false}, {leftControl, false}}, 0);
     EXPECT_FALSE(ledger.remove(laptop, {leftControl, true}, 0, nothingHeld)) << "another keyboard";
-    EXPECT_FALSE(ledger.remove(xtest, {letterV, false}, 0, nothingHeld)) << "not its turn";
+    EXPECT_FALSE(ledger.remove(xtest, {letterV, false}, 0, nothingHeld)) << "out of order";
     EXPECT_TRUE(ledger.remove(xtest, {leftControl, true}, 0, nothingHeld));
     EXPECT_FALSE(ledger.remove(xtest, {leftControl, true}, 0, nothingHeld))
-        << "a second one is somebody else's";
+        << "a second one comes from another program";
     EXPECT_TRUE(ledger.remove(xtest, {letterV, true}, 0, nothingHeld));
     EXPECT_TRUE(ledger.remove(xtest, {letterV, false}, 0, nothingHeld));
     EXPECT_TRUE(ledger.remove(xtest, {leftControl, false}, 0, nothingHeld));
     EXPECT_FALSE(ledger.remove(xtest, {letterV, true}, 0, nothingHeld));
 }
 
-TEST(SyntheticKeyLedger, AllowsForTheServersMixingOfTwoSenders) {
+TEST(SyntheticKeyLedger, AllowsMixedStrokesOfTwoSenders) {
     SyntheticKeyLedger ledger;
     ledger.beginListening();
     ledger.write(&listener, xtest, {{8, true}, {8, false}}, 0);
@@ -157,7 +157,7 @@ TEST(SyntheticKeyLedger, AllowsForTheServersMixingOfTwoSenders) {
     EXPECT_FALSE(ledger.remove(xtest, {leftControl, false}, 0, nothingHeld));
 }
 
-TEST(SyntheticKeyLedger, PassesOverAPressThatTheServerLeavesOut) {
+TEST(SyntheticKeyLedger, SkipsAPressThatTheServerOmits) {
     SyntheticKeyLedger ledger;
     ledger.beginListening();
     const auto controlHeld = [](std::uint8_t keycode) { return keycode == leftControl; };
@@ -168,7 +168,7 @@ TEST(SyntheticKeyLedger, PassesOverAPressThatTheServerLeavesOut) {
     EXPECT_TRUE(ledger.remove(xtest, {leftControl, false}, 0, controlHeld));
 }
 
-TEST(SyntheticKeyLedger, LeavesTheUsersReleaseOfAHeldModifierThatComesBeforeItsOwnStrokes) {
+TEST(SyntheticKeyLedger, KeepsTheUsersReleaseOfAHeldModifierBeforeItsOwnStrokes) {
     SyntheticKeyLedger ledger;
     ledger.beginListening();
     ledger.write(&paster, xtest, {{leftControl, true}, {leftAlt, false}, {letterV, true}}, 0);
@@ -179,11 +179,11 @@ TEST(SyntheticKeyLedger, LeavesTheUsersReleaseOfAHeldModifierThatComesBeforeItsO
     EXPECT_TRUE(ledger.remove(xtest, {letterV, true}, 0, nothingHeld));
 }
 
-TEST(SyntheticKeyLedger, ForgetsWhatIsNeverReported) {
+TEST(SyntheticKeyLedger, ForgetsStrokesThatAreNeverReported) {
     SyntheticKeyLedger ledger;
     ledger.write(&paster, xtest, {{letterV, true}}, 0);
     ledger.beginListening();
-    EXPECT_FALSE(ledger.remove(xtest, {letterV, true}, 0, nothingHeld)) << "nobody listened";
+    EXPECT_FALSE(ledger.remove(xtest, {letterV, true}, 0, nothingHeld)) << "there was no listener";
     ledger.write(&paster, xtest, {{letterV, false}}, 0);
     ledger.write(&paster, xtest, {{letterV, true}}, 10);
     EXPECT_TRUE(ledger.remove(xtest, {letterV, true}, 10, nothingHeld));
@@ -197,7 +197,7 @@ TEST(KeyChord, HoldsItsModifiersAroundTheKey) {
               (Strokes{{leftControl, true}, {letterV, true}, {letterV, false}, {leftControl, false}}));
 }
 
-TEST(KeyChord, LetsOtherModifiersGoAfterItsOwnAreDownAndDoesNotPressThemAgain) {
+TEST(KeyChord, ReleasesOtherModifiersAfterPressingItsOwnAndLeavesThemReleased) {
     EXPECT_EQ(
         strokesWith(paste, {leftAlt}),
         (Strokes{
@@ -205,7 +205,7 @@ TEST(KeyChord, LetsOtherModifiersGoAfterItsOwnAreDownAndDoesNotPressThemAgain) {
     EXPECT_EQ(strokesWith(paste, {leftShift, rightAlt, leftSuper}).size(), 7u);
 }
 
-TEST(KeyChord, UsesModifiersThatAreHeldAlreadyAndLeavesThem) {
+TEST(KeyChord, UsesHeldModifiersAndLeavesThemHeld) {
     EXPECT_EQ(strokesWith(paste, {leftControl}), (Strokes{{letterV, true}, {letterV, false}}));
     const KeyChord terminalPaste{XK_v, letterV, platform::modifier::control | platform::modifier::shift,
                                  false};
@@ -213,16 +213,16 @@ TEST(KeyChord, UsesModifiersThatAreHeldAlreadyAndLeavesThem) {
               (Strokes{{leftControl, true}, {letterV, true}, {letterV, false}, {leftControl, false}}));
 }
 
-TEST(KeyChord, PressesAKeyThatTheUserHoldsAnew) {
+TEST(KeyChord, PressesAHeldKeyAgain) {
     EXPECT_EQ(strokesWith(paste, {leftControl, letterV}),
               (Strokes{{letterV, false}, {letterV, true}, {letterV, false}}));
 }
 
-TEST(KeyChord, LeavesLocksAlone) {
+TEST(KeyChord, DoesNotChangeLocks) {
     EXPECT_EQ(strokesWith(paste, {capsLock, numLock}).size(), 4u);
 }
 
-TEST(KeyChord, LooksTheSignUpInTheLayoutInUse) {
+TEST(KeyChord, FindsTheSymbolInTheActiveLayout) {
     EXPECT_EQ(strokesWith(paste, {leftControl}, 1), (Strokes{{60, true}, {60, false}}));
     const KeyChord unknown{XK_Greek_alpha, 99, platform::modifier::control, false};
     EXPECT_EQ(strokesWith(unknown, {leftControl}), (Strokes{{99, true}, {99, false}}));
@@ -231,7 +231,7 @@ TEST(KeyChord, LooksTheSignUpInTheLayoutInUse) {
               (Strokes{{leftShift, true}, {minusKey, true}, {minusKey, false}, {leftShift, false}}));
 }
 
-TEST(X11KeyboardMap, TellsTheServersModifiersAndLocks) {
+TEST(X11KeyboardMap, ReturnsTheServersModifiersAndLocks) {
     const auto map = keyboardMap();
     EXPECT_EQ(map.serverModifiers(platform::modifier::option | platform::modifier::shift),
               XCB_MOD_MASK_1 | XCB_MOD_MASK_SHIFT);
@@ -239,7 +239,7 @@ TEST(X11KeyboardMap, TellsTheServersModifiersAndLocks) {
     EXPECT_EQ(map.lockCombinations(), (std::vector<std::uint8_t>{0, 2, 16, 18}));
     EXPECT_EQ(X11KeyboardMap().serverModifiers(platform::modifier::option), std::nullopt);
     EXPECT_EQ(map.unusedKeycode(), 8);
-    EXPECT_EQ(map.modifierOf(rightAlt), 0u) << "AltGr types signs";
+    EXPECT_EQ(map.modifierOf(rightAlt), 0u) << "AltGr types symbols";
     EXPECT_TRUE(map.isStateKey(rightAlt));
 }
 

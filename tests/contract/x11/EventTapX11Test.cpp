@@ -27,12 +27,12 @@ constexpr int letterV = 9;
 constexpr int letterA = 0;
 constexpr int leftOption = 58;
 constexpr int leftControl = 59;
-/// What xfwm4 takes, on a busy machine, to grab its shortcuts anew after a change of the keyboard. A press at
-/// the very moment of that grab is lost to it.
-constexpr int settlingTime = 700;
+/// Time that xfwm4 needs on a busy machine, in milliseconds, to grab its shortcuts again after a change of
+/// the keyboard. A press at that moment is lost.
+constexpr int settlingMilliseconds = 700;
 
-/// Number of times that the tap's thread has gone to sleep and been woken.
-long wakeUpsOfTapThread() {
+/// Returns how often the tap's thread has slept and been woken.
+long tapThreadWakeUps() {
     for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
         std::ifstream status(task.path() / "status");
         std::string line;
@@ -50,27 +50,27 @@ class EventTapUnderWindowManager : public testing::TestWithParam<std::tuple<Wind
 
 } // namespace
 
-TEST_P(EventTapUnderWindowManager, SwallowsOptionSpaceAndLeavesTheWindowTheKeyboard) {
+TEST_P(EventTapUnderWindowManager, SwallowsOptionSpaceAndKeepsTheFocusOfTheWindow) {
     const auto [windowManager, source] = GetParam();
     KeyDesk desk(windowManager);
     auto& keyboard = source == Source::xtest ? desk.xtest : desk.hardware;
     desk.swallowOptionSpace();
     ASSERT_TRUE(desk.start());
     keyboard.tap(XK_F9);
-    pauseMilliseconds(settlingTime);
+    pauseMilliseconds(settlingMilliseconds);
     const auto spaceKey = keyboard.keycodeOf(XK_space);
     const auto letterKey = keyboard.keycodeOf(XK_x);
     for (int round = 1; round <= 6; ++round) {
         keyboard.down(XK_Alt_L);
-        pauseMilliseconds(60); // nobody is faster
+        pauseMilliseconds(60); // no user is faster
         keyboard.tap(XK_space);
         keyboard.tap(XK_x);
         keyboard.up(XK_Alt_L);
-        // The other keyboard comes in between, and window managers grab anew.
+        // The other keyboard is used meanwhile, and window managers grab again.
         desk.input.pressPaste();
         EXPECT_TRUE(eventually(3, [&] { return desk.window.presses(letterKey) == round; }))
             << "Alt+X arrives";
-        pauseMilliseconds(settlingTime);
+        pauseMilliseconds(settlingMilliseconds);
     }
     EXPECT_EQ(desk.recorder.count({Type::keyDown, spaceKeyCode, platform::modifier::option}), 6)
         << desk.recorder.text();
@@ -87,7 +87,7 @@ INSTANTIATE_TEST_SUITE_P(All, EventTapUnderWindowManager,
                                                           WindowManager::xfwm4),
                                           testing::Values(Source::xtest, Source::hardware)));
 
-TEST(EventTapX11, DoesNotHearThePastesOfItsOwnProgram) {
+TEST(EventTapX11, DoesNotReportPastesOfThisProgram) {
     KeyDesk desk;
     ASSERT_TRUE(desk.start());
     desk.hardware.tap(XK_a);
@@ -99,13 +99,13 @@ TEST(EventTapX11, DoesNotHearThePastesOfItsOwnProgram) {
     }
     ASSERT_TRUE(eventually(5, [&] { return desk.window.presses(desk.xtest.keycodeOf(XK_z)) == 20; }));
     EXPECT_EQ(desk.window.presses(desk.xtest.keycodeOf(XK_v)), 20);
-    // One that is heard shows that the others would have been.
+    // This reported key shows that the others would have been reported.
     desk.xtest.tap(XK_x);
     ASSERT_TRUE(desk.isTold({Type::keyUp, letterX, 0}));
     EXPECT_EQ(desk.recorder.events().size(), 2u);
 }
 
-TEST(EventTapX11, HearsWhatOtherProgramsTypeThroughXtestBetweenItsOwnKeys) {
+TEST(EventTapX11, ReportsXtestKeysOfOtherProgramsBetweenItsOwn) {
     KeyDesk desk;
     ASSERT_TRUE(desk.start());
     for (int i = 0; i < 20; ++i) {
@@ -121,7 +121,7 @@ TEST(EventTapX11, HearsWhatOtherProgramsTypeThroughXtestBetweenItsOwnKeys) {
     EXPECT_EQ(desk.recorder.events().size(), 80u);
 }
 
-TEST(EventTapX11, TellsTheFlagsOfTheUserThroughAPasteThatLetsTheModifierGo) {
+TEST(EventTapX11, ReportsTheUsersFlagsDuringAPasteThatReleasesTheModifier) {
     for (const auto source : {Source::xtest, Source::hardware}) {
         KeyDesk desk;
         auto& keyboard = source == Source::xtest ? desk.xtest : desk.hardware;
@@ -144,7 +144,7 @@ TEST(EventTapX11, TellsTheFlagsOfTheUserThroughAPasteThatLetsTheModifierGo) {
     }
 }
 
-TEST(EventTapX11, KnowsAModifierThatWasHeldBeforeItStarted) {
+TEST(EventTapX11, KnowsAModifierHeldBeforeTheStart) {
     KeyDesk desk;
     desk.hardware.down(XK_Alt_L);
     ASSERT_TRUE(desk.start());
@@ -154,7 +154,7 @@ TEST(EventTapX11, KnowsAModifierThatWasHeldBeforeItStarted) {
     EXPECT_TRUE(desk.isTold({Type::flagsChanged, leftOption, 0}));
 }
 
-TEST(EventTapX11, SwallowsWhileCapsLockOrNumLockIsOn) {
+TEST(EventTapX11, SwallowsWithCapsLockOrNumLock) {
     KeyDesk desk;
     desk.swallowOptionSpace();
     ASSERT_TRUE(desk.start());
@@ -191,7 +191,7 @@ TEST(EventTapX11, SwallowsTheRepeatsOfAHeldKey) {
     }
 }
 
-TEST(EventTapX11, PassesTheRepeatsOfAKeyThatIsPassed) {
+TEST(EventTapX11, PassesTheRepeatsOfAPassedKey) {
     KeyDesk desk;
     desk.tap.setSwallowable({optionSpace});
     ASSERT_TRUE(desk.start());
@@ -205,7 +205,7 @@ TEST(EventTapX11, PassesTheRepeatsOfAKeyThatIsPassed) {
     EXPECT_TRUE(eventually(5, [&] { return desk.window.releases(key) >= 1; }));
 }
 
-TEST(EventTapX11, WinsACombinationBackFromACoreGrab) {
+TEST(EventTapX11, RegainsACombinationFromACoreGrab) {
     KeyDesk desk;
     desk.swallowOptionSpace();
     ASSERT_TRUE(desk.start());
@@ -219,11 +219,11 @@ TEST(EventTapX11, WinsACombinationBackFromACoreGrab) {
         desk.hardware.tap(XK_space);
         desk.hardware.up(XK_Alt_L);
     }
-    desk.finishHearing(desk.hardware);
+    desk.waitForReports(desk.hardware);
     EXPECT_TRUE(desk.recorder.taken().empty());
 }
 
-TEST(EventTapX11, ReportsACombinationThatIsTakenAgainAfterEveryGrab) {
+TEST(EventTapX11, ReportsACombinationThatAnotherProgramAlwaysTakesBack) {
     KeyDesk desk;
     desk.swallowOptionSpace();
     ASSERT_TRUE(desk.start());
@@ -239,7 +239,7 @@ TEST(EventTapX11, ReportsACombinationThatIsTakenAgainAfterEveryGrab) {
     EXPECT_TRUE(eventually(5, [&] { return desk.recorder.taken().size() == 1; }));
 }
 
-TEST(EventTapX11, GoesOnAfterTheLayoutHasChanged) {
+TEST(EventTapX11, ContinuesAfterAChangeOfTheLayout) {
     KeyDesk desk;
     desk.swallowOptionSpace();
     ASSERT_TRUE(desk.start());
@@ -258,7 +258,7 @@ TEST(EventTapX11, GoesOnAfterTheLayoutHasChanged) {
     }
 }
 
-TEST(EventTapX11, FollowsModifiersThatTheUserHasExchanged) {
+TEST(EventTapX11, FollowsExchangedModifiers) {
     KeyDesk desk;
     desk.swallowOptionSpace();
     ASSERT_TRUE(desk.start());
@@ -268,11 +268,11 @@ TEST(EventTapX11, FollowsModifiersThatTheUserHasExchanged) {
     desk.hardware.downKeycode(leftWindowsKey);
     desk.hardware.tap(XK_space);
     desk.hardware.upKeycode(leftWindowsKey);
-    desk.finishHearing(desk.hardware);
+    desk.waitForReports(desk.hardware);
     EXPECT_EQ(desk.window.presses(65), 0);
 }
 
-TEST(EventTapX11, TakesAltGrForNoModifier) {
+TEST(EventTapX11, DoesNotCountAltGrAsAModifier) {
     KeyDesk desk;
     ASSERT_EQ(run({"setxkbmap", "-display", desk.display.name(), "-layout", "de"}), 0);
     ASSERT_TRUE(desk.start());
@@ -281,20 +281,20 @@ TEST(EventTapX11, TakesAltGrForNoModifier) {
     desk.hardware.upKeycode(108);
 }
 
-TEST(EventTapX11, DoesNothingWhileNothingHappens) {
+TEST(EventTapX11, DoesNotWakeUpWithoutEvents) {
     KeyDesk desk;
     desk.swallowOptionSpace();
     ASSERT_TRUE(desk.start());
     desk.hardware.chord(XK_Alt_L, XK_space);
     pauseMilliseconds(2000); // after the last attempt to grab
-    const long before = wakeUpsOfTapThread();
+    const long before = tapThreadWakeUps();
     pauseMilliseconds(3000);
     ASSERT_GE(before, 1);
-    EXPECT_EQ(wakeUpsOfTapThread() - before, 0);
+    EXPECT_EQ(tapThreadWakeUps() - before, 0);
 }
 
-TEST(EventTapX11, EndsQuietlyWhenTheDisplayDies) {
-    // Without the other clients of a desk: Xlib ends its process when the server dies.
+TEST(EventTapX11, EndsWhenTheDisplayEnds) {
+    // Without the other clients of a desk, because Xlib ends its process when the server ends.
     PrivateDisplay display;
     const runtime::SystemClock clock;
     const auto ledger = std::make_shared<SyntheticKeyLedger>();
@@ -303,11 +303,11 @@ TEST(EventTapX11, EndsQuietlyWhenTheDisplayDies) {
     X11SyntheticInput input(clock, ledger, {}, display.name());
     tap.setSwallowable({optionSpace});
     ASSERT_TRUE(tap.start(recorder.callback()));
-    ASSERT_TRUE(eventually(5, [] { return wakeUpsOfTapThread() >= 0; }));
+    ASSERT_TRUE(eventually(5, [] { return tapThreadWakeUps() >= 0; }));
 
     display.signalServer(SIGKILL);
     EXPECT_TRUE(eventually(5, [&] { return recorder.has({Type::tapDisabled, 0, 0}); }));
-    EXPECT_TRUE(eventually(5, [] { return wakeUpsOfTapThread() == -1; })) << "the thread has ended";
+    EXPECT_TRUE(eventually(5, [] { return tapThreadWakeUps() == -1; })) << "the thread has ended";
     std::atomic<bool> hasRun = false;
     tap.perform([&] { hasRun = true; });
     input.pressPaste();
@@ -319,7 +319,7 @@ TEST(EventTapX11, EndsQuietlyWhenTheDisplayDies) {
     EXPECT_FALSE(tap.start(recorder.callback()));
 }
 
-TEST(EventTapX11, StopsWhileTheServerDoesNotAnswer) {
+TEST(EventTapX11, StopsWhileTheServerHangs) {
     KeyDesk desk;
     desk.swallowOptionSpace();
     ASSERT_TRUE(desk.start());

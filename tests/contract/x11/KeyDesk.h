@@ -20,9 +20,9 @@ namespace sonvale::tests {
 inline constexpr int spaceKeyCode = 49;
 inline constexpr platform::KeyCombination optionSpace{spaceKeyCode, platform::modifier::option};
 
-/// The tap and the synthetic keys as the program has them, on a display with one window.
+/// The tap and the synthetic keys as in the program, on a display with one window.
 struct KeyDesk {
-    /// `windowClass`: the program that the window belongs to.
+    /// `windowClass` is the class of the window's program.
     explicit KeyDesk(WindowManager windowManager = WindowManager::none, const std::string& windowClass = {})
         : display(windowManager)
         , window(display.name(), windowClass) {
@@ -41,8 +41,8 @@ struct KeyDesk {
         return eventually(5, [&] { return recorder.has(event); });
     }
 
-    /// Waits until everything that was typed so far has been told.
-    void finishHearing(TestKeyboard& keyboard) {
+    /// Waits until all typed keys so far have been reported.
+    void waitForReports(TestKeyboard& keyboard) {
         recorder.clear();
         keyboard.tap(XK_F9);
         ASSERT_TRUE(eventually(5, [&] {

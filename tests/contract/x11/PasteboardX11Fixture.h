@@ -15,7 +15,7 @@
 
 namespace sonvale::adapters::x11 {
 
-/// A clipboard in a session of its own, and the other programs of that session.
+/// A clipboard in a private session, and the other programs of that session.
 class X11PasteboardTest : public testing::Test {
 protected:
     const std::string& displayName() { return display->name(); }
@@ -26,7 +26,7 @@ protected:
         pasteboard->setString(text);
     }
 
-    /// The forms of the one item that is read, by name.
+    /// Returns the forms of the only item, by name.
     std::map<std::string, platform::PasteboardItem::Representation> readForms() {
         std::map<std::string, platform::PasteboardItem::Representation> forms;
         const auto items = pasteboard->items();

@@ -21,7 +21,7 @@ constexpr std::size_t largestWhole = 256 * 1024;
 
 } // namespace
 
-TEST_F(X11PasteboardTest, BringsEveryTargetBackAsItWas) {
+TEST_F(X11PasteboardTest, RestoresEveryTargetUnchanged) {
     const std::vector<SelectionOwner::Form> forms = {
         {"UTF8_STRING", bytes("na\xc3\xafve")},
         {"TEXT", bytes("na\xc3\xafve"), "UTF8_STRING"},
@@ -37,7 +37,7 @@ TEST_F(X11PasteboardTest, BringsEveryTargetBackAsItWas) {
     };
     SelectionOwner owner(displayName(), forms);
 
-    // On a busy machine the picture may not come in time, and is asked for again.
+    // On a busy machine the picture may not arrive in time, and is then requested again.
     std::optional<std::vector<platform::PasteboardItem>> saved;
     ASSERT_TRUE(eventually(30, [&] {
         saved = pasteboard->items();
@@ -71,7 +71,7 @@ TEST_F(X11PasteboardTest, KeepsTheOwnersOrder) {
     EXPECT_THAT(types, ElementsAre("application/x-b", "UTF8_STRING", "application/x-a"));
 }
 
-TEST_F(X11PasteboardTest, LeavesOutWhatIsNoContents) {
+TEST_F(X11PasteboardTest, SkipsTargetsThatAreNotContents) {
     std::vector<SelectionOwner::Form> forms = {{"UTF8_STRING", bytes("text")}};
     for (const auto* name :
          {"SAVE_TARGETS", "DELETE", "INSERT_SELECTION", "INSERT_PROPERTY", "GTK_TEXT_BUFFER_CONTENTS"})
@@ -79,12 +79,12 @@ TEST_F(X11PasteboardTest, LeavesOutWhatIsNoContents) {
     SelectionOwner owner(displayName(), forms);
 
     EXPECT_THAT(readTypes(), ElementsAre("UTF8_STRING"));
-    // Asking alone would do what the target says.
+    // The request alone would execute the target's command.
     EXPECT_EQ(owner.requests("DELETE"), 0);
     EXPECT_EQ(owner.requests("MULTIPLE"), 0);
 }
 
-TEST_F(X11PasteboardTest, LeavesOutTheBitmapsThatThePngReplaces) {
+TEST_F(X11PasteboardTest, SkipsTheBitmapsThatThePngReplaces) {
     SelectionOwner owner(displayName(), {{"image/bmp", bytes("bmp")},
                                          {"image/png", bytes("png")},
                                          {"image/tiff", bytes("tiff")},
@@ -96,7 +96,7 @@ TEST_F(X11PasteboardTest, LeavesOutTheBitmapsThatThePngReplaces) {
     EXPECT_EQ(owner.requests("image/bmp"), 0);
 }
 
-TEST_F(X11PasteboardTest, KeepsVectorPicturesAndOtherEncodingsBesideThePng) {
+TEST_F(X11PasteboardTest, KeepsVectorPicturesAndOtherEncodingsBesidesThePng) {
     SelectionOwner owner(displayName(), {{"image/svg+xml", bytes("svg")},
                                          {"image/x-inkscape-svg", bytes("own")},
                                          {"image/png", bytes("png")},
@@ -138,14 +138,14 @@ TEST_F(X11PasteboardTest, GivesUpOnAnOwnerThatHangs) {
     EXPECT_THAT(readTypes(), ElementsAre("UTF8_STRING"));
 }
 
-TEST_F(X11PasteboardTest, GivesUpOnAnOwnerThatDoesNotGiveItsText) {
+TEST_F(X11PasteboardTest, GivesUpOnAnOwnerThatDoesNotSendItsText) {
     SelectionOwner owner(displayName(), {{.target = "UTF8_STRING", .isNeverAnswered = true}});
     std::optional<std::string> text = "unset";
     EXPECT_THAT(secondsOf([&] { text = pasteboard->string(); }), Lt(1.0));
     EXPECT_EQ(text, std::nullopt);
 }
 
-TEST_F(X11PasteboardTest, AsksForTextFirstThenForThePictureAndForItsOtherEncodingsLast) {
+TEST_F(X11PasteboardTest, AsksForTextThenThePictureThenItsOtherEncodings) {
     std::vector<std::string> asked;
     const auto form = [&asked](const std::string& target) {
         return SelectionOwner::Form{
@@ -161,7 +161,7 @@ TEST_F(X11PasteboardTest, AsksForTextFirstThenForThePictureAndForItsOtherEncodin
                                    "image/svg+xml", "image/jpeg"));
 }
 
-TEST_F(X11PasteboardTest, LeavesOutATransferThatDoesNotEndAndReadsTheRest) {
+TEST_F(X11PasteboardTest, SkipsAnEndlessTransferAndReadsTheRest) {
     SelectionOwner owner(
         displayName(),
         {{.target = "UTF8_STRING", .data = bytes("text")},
@@ -172,17 +172,17 @@ TEST_F(X11PasteboardTest, LeavesOutATransferThatDoesNotEndAndReadsTheRest) {
     EXPECT_THAT(types, ElementsAre("UTF8_STRING", "application/x-own"));
 }
 
-TEST_F(X11PasteboardTest, TakesNoLateAnswerForTheOneAskedFor) {
+TEST_F(X11PasteboardTest, DoesNotTakeALateAnswerForTheNextOne) {
     SelectionOwner owner(
         displayName(),
         {{.target = "UTF8_STRING", .data = bytes("late"), .isIncremental = true, .delayMilliseconds = 700}});
     EXPECT_EQ(pasteboard->string(), std::nullopt);
-    // It is let through to its end.
+    // The transfer is received to its end.
     EXPECT_TRUE(eventually(10, [&] { return owner.finishedTransfers() == 1; }));
     EXPECT_THAT(readTypes(), ElementsAre("UTF8_STRING"));
 }
 
-TEST_F(X11PasteboardTest, NoticesThatTheOwnerDiesWhileItIsAsked) {
+TEST_F(X11PasteboardTest, NoticesThatTheOwnerEndsDuringARequest) {
     auto owner = std::make_unique<SelectionOwner>(
         displayName(), std::vector<SelectionOwner::Form>{{"UTF8_STRING", bytes("text")}},
         SelectionOwner::Options{.answersTargets = false});
@@ -197,7 +197,7 @@ TEST_F(X11PasteboardTest, NoticesThatTheOwnerDiesWhileItIsAsked) {
     EXPECT_TRUE(items->empty());
 }
 
-TEST_F(X11PasteboardTest, ReadsTheNewContentsWhenTheyChangeInTheMiddle) {
+TEST_F(X11PasteboardTest, ReadsTheNewContentsAfterAChangeDuringTheRead) {
     std::unique_ptr<SelectionOwner> next;
     SelectionOwner owner(displayName(), {{.target = "UTF8_STRING", .data = bytes("old")},
                                          {.target = "text/html", .data = bytes("old"), .onRequest = [&] {

@@ -58,7 +58,7 @@ TEST_F(X11PasteboardTest, ListsItsTargets) {
                             "text/plain;charset=utf-8", "STRING", "TEXT", "text/plain"));
 }
 
-TEST_F(X11PasteboardTest, TellsTheTimeOfItsOwnership) {
+TEST_F(X11PasteboardTest, ReportsTheTimeOfItsOwnership) {
     auto other = otherProgram();
     const auto before = other.session().timestamp();
     setText("text");
@@ -72,14 +72,14 @@ TEST_F(X11PasteboardTest, TellsTheTimeOfItsOwnership) {
     EXPECT_LE(time, after);
 }
 
-TEST_F(X11PasteboardTest, RefusesWhatItDoesNotHave) {
+TEST_F(X11PasteboardTest, RefusesMissingTargets) {
     setText("text");
     auto other = otherProgram();
     EXPECT_EQ(other.convert("image/png"), std::nullopt);
     EXPECT_TRUE(other.convert("UTF8_STRING").has_value());
 }
 
-TEST_F(X11PasteboardTest, RefusesRequestsOfATimeBeforeItWasTheOwner) {
+TEST_F(X11PasteboardTest, RefusesRequestsFromBeforeItsOwnership) {
     setText("text");
     auto other = otherProgram();
     EXPECT_FALSE(other.convertAtEarlierTime("UTF8_STRING", 60000).has_value());
@@ -99,7 +99,7 @@ TEST_F(X11PasteboardTest, ServesManyTargetsInOneRequest) {
     EXPECT_EQ(answers.at("image/png").pieces, 3);
 }
 
-TEST_F(X11PasteboardTest, SendsWholeUpTo256KilobytesAndPiecesAbove) {
+TEST_F(X11PasteboardTest, SendsUpTo256KilobytesWholeAndMoreInPieces) {
     auto other = otherProgram();
     for (const std::size_t size : {largestWhole, largestWhole + 1, 2 * largestWhole}) {
         setText(std::string(size, 'x'));
@@ -116,11 +116,11 @@ TEST_F(X11PasteboardTest, Serves40Megabytes) {
     const auto answer = otherProgram().convert("UTF8_STRING", 30);
     ASSERT_TRUE(answer.has_value());
     EXPECT_TRUE(answer->data == bytes(text));
-    // Not compared by a macro that prints it.
+    // Not compared by a macro that would print it.
     EXPECT_TRUE(pasteboard->string() == text);
 }
 
-TEST_F(X11PasteboardTest, ShowsOthersTheFirstOfEachTarget) {
+TEST_F(X11PasteboardTest, OffersTheFirstFormOfEachTarget) {
     pasteboard->clearContents();
     pasteboard->writeItems(
         {{{{"a", bytes("1"), 8, ""}, {"b", bytes("2"), 8, ""}}}, {{{"a", bytes("3"), 8, ""}}}});
@@ -129,7 +129,7 @@ TEST_F(X11PasteboardTest, ShowsOthersTheFirstOfEachTarget) {
     EXPECT_EQ(other.targets().size(), 6u);
 }
 
-TEST_F(X11PasteboardTest, LeavesOutFormsThatCannotBeOffered) {
+TEST_F(X11PasteboardTest, SkipsFormsThatCannotBeOffered) {
     pasteboard->clearContents();
     pasteboard->writeItems({{{{"", bytes("no name"), 8, ""},
                               {std::string(70000, 'n'), bytes("long name"), 8, ""},
@@ -145,13 +145,13 @@ TEST_F(X11PasteboardTest, WritesTextWithOneChangeOfOwner) {
     const auto count = pasteboard->changeCount();
     setText("text");
     EXPECT_EQ(pasteboard->changeCount(), count + 1);
-    // Past the time after which an emptied clipboard is let go of.
+    // After the time at which an emptied clipboard is released.
     tests::pauseMilliseconds(60);
     EXPECT_TRUE(otherProgram().hasOwner());
     EXPECT_EQ(pasteboard->changeCount(), count + 1);
 }
 
-TEST_F(X11PasteboardTest, WritesAlsoLongAfterItWasEmptied) {
+TEST_F(X11PasteboardTest, WritesLongAfterItWasEmptied) {
     pasteboard->clearContents();
     auto other = otherProgram();
     ASSERT_TRUE(eventually(5, [&] { return !other.hasOwner(); }));
@@ -159,7 +159,7 @@ TEST_F(X11PasteboardTest, WritesAlsoLongAfterItWasEmptied) {
     EXPECT_EQ(other.convert("UTF8_STRING")->data, bytes("text"));
 }
 
-TEST_F(X11PasteboardTest, GoesOnServingWhenAReaderVanishesInTheMiddle) {
+TEST_F(X11PasteboardTest, ServesOthersAfterAReaderHasVanished) {
     const auto large = manyBytes(3 << 20);
     pasteboard->clearContents();
     pasteboard->writeItems({{{{"image/png", large, 8, ""}}}});
@@ -170,7 +170,7 @@ TEST_F(X11PasteboardTest, GoesOnServingWhenAReaderVanishesInTheMiddle) {
     EXPECT_TRUE(answer->data == large);
 }
 
-TEST_F(X11PasteboardTest, IsNotHeldUpByAReaderThatStops) {
+TEST_F(X11PasteboardTest, IsNotBlockedByAReaderThatStops) {
     const auto large = manyBytes(3 << 20);
     pasteboard->clearContents();
     pasteboard->writeItems({{{{"image/png", large, 8, ""}}}});
@@ -183,7 +183,7 @@ TEST_F(X11PasteboardTest, IsNotHeldUpByAReaderThatStops) {
     EXPECT_EQ(otherProgram().convert("UTF8_STRING")->data, bytes("next"));
 }
 
-TEST_F(X11PasteboardTest, FinishesATransferThoughTheContentsHaveChanged) {
+TEST_F(X11PasteboardTest, FinishesATransferAfterTheContentsHaveChanged) {
     const auto large = manyBytes(8 << 20);
     pasteboard->clearContents();
     pasteboard->writeItems({{{{"image/png", large, 8, ""}}}});
@@ -192,7 +192,7 @@ TEST_F(X11PasteboardTest, FinishesATransferThoughTheContentsHaveChanged) {
     tests::pauseMilliseconds(10);
     setText("next");
     reader.join();
-    if (answer) // the request may have come after the change, and is refused then
+    if (answer) // the request may have arrived after the change; it is then refused
         EXPECT_TRUE(answer->data == large);
     EXPECT_EQ(otherProgram().convert("UTF8_STRING")->data, bytes("next"));
 }

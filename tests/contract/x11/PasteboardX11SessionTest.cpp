@@ -20,7 +20,7 @@ using tests::SelectionRequestor;
 
 } // namespace
 
-TEST_F(X11PasteboardTest, OffersPrimaryOnlyWhenToldToAndOnlyAsText) {
+TEST_F(X11PasteboardTest, OffersPrimaryOnlyOnRequestAndOnlyAsText) {
     SelectionRequestor primary(displayName(), "PRIMARY");
     pasteboard->clearContents();
     pasteboard->writeItems({{{{"UTF8_STRING", bytes("text"), 8, ""}, {"text/html", bytes("<b>"), 8, ""}}}});
@@ -33,7 +33,7 @@ TEST_F(X11PasteboardTest, OffersPrimaryOnlyWhenToldToAndOnlyAsText) {
     EXPECT_TRUE(otherProgram().convert("text/html").has_value());
 }
 
-TEST_F(X11PasteboardTest, LetsGoOfPrimaryWithTheContents) {
+TEST_F(X11PasteboardTest, ReleasesPrimaryWithTheContents) {
     SelectionRequestor primary(displayName(), "PRIMARY");
     setText("first");
     pasteboard->offerPrimary();
@@ -42,7 +42,7 @@ TEST_F(X11PasteboardTest, LetsGoOfPrimaryWithTheContents) {
     EXPECT_TRUE(eventually(5, [&] { return !primary.hasOwner(); }));
 }
 
-TEST_F(X11PasteboardTest, OffersAgainByPrimaryWhatWasMarkedBefore) {
+TEST_F(X11PasteboardTest, RestoresTheMarkedTextOfPrimary) {
     SelectionRequestor primary(displayName(), "PRIMARY");
     SelectionOwner marked(displayName(), {{"UTF8_STRING", bytes("marked")}}, {.selection = "PRIMARY"});
     for (const std::string text : {"first", "second"}) {
@@ -59,7 +59,7 @@ TEST_F(X11PasteboardTest, OffersAgainByPrimaryWhatWasMarkedBefore) {
     }
 }
 
-TEST_F(X11PasteboardTest, GivesUpOnAMarkingThatIsNotGiven) {
+TEST_F(X11PasteboardTest, GivesUpOnMarkedTextThatIsNotSent) {
     SelectionRequestor primary(displayName(), "PRIMARY");
     SelectionOwner hangs(displayName(), {{.target = "UTF8_STRING", .isNeverAnswered = true}},
                          {.selection = "PRIMARY"});
@@ -70,7 +70,7 @@ TEST_F(X11PasteboardTest, GivesUpOnAMarkingThatIsNotGiven) {
     EXPECT_TRUE(eventually(5, [&] { return !primary.hasOwner(); }));
 }
 
-TEST_F(X11PasteboardTest, LeavesPrimaryToOthersWhenItHasNoText) {
+TEST_F(X11PasteboardTest, LeavesPrimaryToOthersIfItHasNoText) {
     SelectionOwner marked(displayName(), {{"UTF8_STRING", bytes("marked")}}, {.selection = "PRIMARY"});
     pasteboard->clearContents();
     pasteboard->writeItems({{{{"image/png", bytes("png"), 8, ""}}}});
@@ -78,7 +78,7 @@ TEST_F(X11PasteboardTest, LeavesPrimaryToOthersWhenItHasNoText) {
     EXPECT_TRUE(marked.isOwner());
 }
 
-TEST_F(X11PasteboardTest, DoesNotTakePrimaryFromOneWhoHasItSince) {
+TEST_F(X11PasteboardTest, DoesNotTakePrimaryFromALaterOwner) {
     setText("first");
     pasteboard->offerPrimary();
     SelectionOwner marked(displayName(), {{"UTF8_STRING", bytes("marked")}}, {.selection = "PRIMARY"});
@@ -87,14 +87,14 @@ TEST_F(X11PasteboardTest, DoesNotTakePrimaryFromOneWhoHasItSince) {
     EXPECT_TRUE(marked.isOwner());
 }
 
-TEST_F(X11PasteboardTest, OffersByPrimaryWhatAnotherProgramHasCopiedSince) {
+TEST_F(X11PasteboardTest, OffersThroughPrimaryWhatAnotherProgramHasCopiedSince) {
     setText("first");
     SelectionOwner owner(displayName(), {{"UTF8_STRING", bytes("copied")}});
     pasteboard->offerPrimary();
     EXPECT_EQ(SelectionRequestor(displayName(), "PRIMARY").convert("UTF8_STRING")->data, bytes("copied"));
 }
 
-TEST_F(X11PasteboardTest, HandsOverToTheClipboardManagerAtItsEnd) {
+TEST_F(X11PasteboardTest, HandsItsContentsToTheClipboardManagerAtItsEnd) {
     std::optional<SelectionRequestor::Answer> saved;
     SelectionOwner manager(displayName(),
                            {{.target = "SAVE_TARGETS",
@@ -108,14 +108,14 @@ TEST_F(X11PasteboardTest, HandsOverToTheClipboardManagerAtItsEnd) {
     EXPECT_EQ(saved->data, bytes("kept"));
 }
 
-TEST_F(X11PasteboardTest, DoesNotWaitLongForAClipboardManagerThatHangs) {
+TEST_F(X11PasteboardTest, DoesNotWaitLongForAHangingClipboardManager) {
     SelectionOwner manager(displayName(), {{.target = "SAVE_TARGETS", .isNeverAnswered = true}},
                            {.selection = "CLIPBOARD_MANAGER"});
     setText("kept");
     EXPECT_THAT(secondsOf([this] { pasteboard.reset(); }), AllOf(Gt(0.9), Lt(2.0)));
 }
 
-TEST_F(X11PasteboardTest, AsksNoClipboardManagerWhenItHoldsNothing) {
+TEST_F(X11PasteboardTest, AsksNoClipboardManagerIfItIsEmpty) {
     SelectionOwner manager(displayName(), {{.target = "SAVE_TARGETS", .isNeverAnswered = true}},
                            {.selection = "CLIPBOARD_MANAGER"});
     setText("lost");
@@ -131,8 +131,7 @@ TEST_F(X11PasteboardTest, ExchangesTextWithXclip) {
     const auto out = directory.path() + "/out";
     std::ofstream(in) << "from xclip \xe2\x82\xac";
     tests::ChildProcess::Options copying;
-    copying.arguments = {"xclip",     "-quiet", "-selection",
-                         "clipboard", "-i",     in}; // quiet: it stays where it is
+    copying.arguments = {"xclip", "-quiet", "-selection", "clipboard", "-i", in}; // quiet: it keeps running
     copying.environment = environment;
     const tests::ChildProcess owner(std::move(copying));
     EXPECT_TRUE(eventually(10, [this] { return pasteboard->string() == "from xclip \xe2\x82\xac"; }));
@@ -151,7 +150,7 @@ TEST_F(X11PasteboardTest, ExchangesTextWithXclip) {
     EXPECT_EQ(paste(), "from xclip \xe2\x82\xac");
 }
 
-TEST_F(X11PasteboardTest, DoesNotWakeUpWhenNothingHappens) {
+TEST_F(X11PasteboardTest, DoesNotWakeUpWithoutEvents) {
     setText("text");
     ASSERT_TRUE(otherProgram().convert("UTF8_STRING").has_value());
     const auto wakeUps = [] {
@@ -177,7 +176,7 @@ TEST_F(X11PasteboardTest, DoesNotWakeUpWhenNothingHappens) {
     EXPECT_EQ(wakeUps(), before);
 }
 
-TEST_F(X11PasteboardTest, DoesNotHangWhenTheServerDoes) {
+TEST_F(X11PasteboardTest, DoesNotHangWithTheServer) {
     setText("text");
     display->signalServer(SIGSTOP);
     EXPECT_THAT(secondsOf([this] { pasteboard->changeCount(); }), Lt(3.0));
@@ -187,7 +186,7 @@ TEST_F(X11PasteboardTest, DoesNotHangWhenTheServerDoes) {
     display->signalServer(SIGCONT);
 }
 
-TEST_F(X11PasteboardTest, EndsWhenTheServerHangsWithMuchToRead) {
+TEST_F(X11PasteboardTest, EndsWhileTheServerHangsWithMuchToRead) {
     setText(std::string(40 << 20, 'x'));
     auto other = otherProgram();
     ASSERT_TRUE(other.stallDuring("UTF8_STRING"));
@@ -196,7 +195,7 @@ TEST_F(X11PasteboardTest, EndsWhenTheServerHangsWithMuchToRead) {
     display->signalServer(SIGCONT);
 }
 
-TEST_F(X11PasteboardTest, LivesOnWhenTheServerDies) {
+TEST_F(X11PasteboardTest, SurvivesTheEndOfTheServer) {
     setText("text");
     display.reset();
     EXPECT_TRUE(eventually(5, [this] { return !pasteboard->items().has_value(); }));
@@ -207,7 +206,7 @@ TEST_F(X11PasteboardTest, LivesOnWhenTheServerDies) {
     EXPECT_THAT(secondsOf([this] { pasteboard.reset(); }), Lt(1.0));
 }
 
-TEST(X11PasteboardWithoutServer, AnswersWithNothing) {
+TEST(X11PasteboardWithoutServer, ReturnsEmptyResults) {
     runtime::SystemClock clock;
     X11Pasteboard pasteboard(clock, ":65000");
     EXPECT_EQ(pasteboard.items(), std::nullopt);

@@ -20,10 +20,10 @@ using tests::SelectionOwner;
 
 } // namespace
 
-/// Programs that need longer to hand over what they have copied than a dictation can wait.
+/// Programs that need longer to send what they have copied than a dictation can wait.
 class X11PasteboardWithSlowOwner : public X11PasteboardTest {
 protected:
-    /// What an insertion does to the clipboard.
+    /// Changes the clipboard as an insertion does.
     void insertBetweenSaveAndRestore(std::optional<std::vector<platform::PasteboardItem>> saved) {
         setText("dictated");
         EXPECT_EQ(otherProgram().convert("UTF8_STRING")->data, bytes("dictated"));
@@ -61,7 +61,7 @@ TEST_F(X11PasteboardWithSlowOwner, WaitsForAPicture) {
     EXPECT_TRUE(comesToOffer("text/html", bytes("<img>")));
 }
 
-TEST_F(X11PasteboardWithSlowOwner, NeedsNotAskAgainAfterAPrefetch) {
+TEST_F(X11PasteboardWithSlowOwner, DoesNotAskAgainAfterAPrefetch) {
     SelectionOwner owner(displayName(),
                          {{.target = "UTF8_STRING", .data = bytes("text")},
                           {.target = "image/png", .data = picture, .delayMilliseconds = 2000}});
@@ -153,7 +153,7 @@ TEST_F(X11PasteboardWithSlowOwner, CompletesTheContentsAfterTwoInsertions) {
     EXPECT_THAT(offeredForms(), ElementsAre("UTF8_STRING", "image/png"));
 }
 
-TEST_F(X11PasteboardWithSlowOwner, DoesNotMixItsFormsIntoWhatIsCopiedLater) {
+TEST_F(X11PasteboardWithSlowOwner, DoesNotMixItsFormsIntoLaterContents) {
     SelectionOwner owner(displayName(),
                          {{.target = "UTF8_STRING", .data = bytes("text")},
                           {.target = "image/png", .data = picture, .delayMilliseconds = 4000}});
@@ -164,7 +164,7 @@ TEST_F(X11PasteboardWithSlowOwner, DoesNotMixItsFormsIntoWhatIsCopiedLater) {
     EXPECT_TRUE(comesToOffer("UTF8_STRING", bytes("copied from the history")));
 }
 
-TEST_F(X11PasteboardWithSlowOwner, IsNamedInTheLogByTheFormsThatNeverCame) {
+TEST_F(X11PasteboardWithSlowOwner, LogsTheFormsThatNeverArrived) {
     const tests::LogCapture log;
     SelectionOwner owner(displayName(),
                          {{.target = "UTF8_STRING", .data = bytes("secret text")},

@@ -24,12 +24,11 @@ using adapters::x11::X11EventTap;
 using adapters::x11::X11SyntheticInput;
 using Program = Editor::Program;
 
-/// Shows a line, and writes each interruption into the file.
+/// Shows a line and writes each interruption into the file.
 constexpr const char* talkative =
     "trap 'echo interrupted >> FILE' INT; echo 'marked words'; : > FILE; while :; do sleep 0.1; done";
 
-/// A program in front, something of the user's on the clipboard, and the synthetic keys with the tap beside
-/// them.
+/// A program in front, contents of the user on the clipboard, and the synthetic keys with the tap.
 struct Copying {
     explicit Copying(Program program, const std::string& text = {},
                      WindowManager windowManager = WindowManager::openbox)
@@ -84,12 +83,12 @@ TEST_P(SyntheticCopyInEditor, CopiesWhileAModifierIsHeldAndLeavesNoneStuck) {
         return copying.recorder.count({platform::KeyEvent::Type::keyUp, 0, platform::modifier::control}) == 1;
     })) << copying.recorder.text();
     pauseMilliseconds(100);
-    const auto heard = copying.recorder.events().size();
+    const auto before = copying.recorder.events().size();
 
     copying.input.pressCopy();
 
     EXPECT_TRUE(copying.clipboardComesToHold("one two"));
-    EXPECT_EQ(copying.recorder.events().size(), heard) << copying.recorder.text();
+    EXPECT_EQ(copying.recorder.events().size(), before) << copying.recorder.text();
     copying.hardware.up(modifier);
     EXPECT_FALSE(copying.hardware.isAnyKeyDown());
     EXPECT_EQ(copying.hardware.modifiers(), 0u);
@@ -106,7 +105,7 @@ INSTANTIATE_TEST_SUITE_P(
                (std::get<1>(info.param) == XK_Alt_L ? "AltHeld" : "SuperHeld");
     });
 
-TEST(SyntheticCopyX11, LeavesTheClipboardAloneWhenNothingIsSelected) {
+TEST(SyntheticCopyX11, KeepsTheClipboardIfNothingIsSelected) {
     for (const auto program : {Program::mousepad, Program::featherpad}) {
         Copying copying(program, "one two");
         copying.input.pressCopy();
@@ -115,7 +114,7 @@ TEST(SyntheticCopyX11, LeavesTheClipboardAloneWhenNothingIsSelected) {
     }
 }
 
-TEST(SyntheticCopyX11, CopiesWhatIsMarkedInATerminalWithoutInterruptingIt) {
+TEST(SyntheticCopyX11, CopiesMarkedTextInATerminalWithoutInterruptingIt) {
     Copying copying(Program::xfce4Terminal);
     copying.editor.markFirstWord();
     copying.hardware.down(XK_Alt_L);
@@ -128,12 +127,12 @@ TEST(SyntheticCopyX11, CopiesWhatIsMarkedInATerminalWithoutInterruptingIt) {
     EXPECT_TRUE(eventually(5, [&] { return copying.wasInterrupted(); })) << "it would have been noticed";
 }
 
-TEST(SyntheticCopyX11, PressesNothingInATerminalInWhichNothingIsMarked) {
+TEST(SyntheticCopyX11, PressesNothingInATerminalWithoutMarkedText) {
     for (const auto program : {Program::xfce4Terminal, Program::xterm}) {
         Copying copying(program);
         const SelectionOwner markedElsewhere(copying.display.name(), {{"UTF8_STRING", bytes("elsewhere")}},
                                              {.selection = "PRIMARY"});
-        // One that does not know which keys are the program's own hears them all.
+        // A tap that does not know the program's own keys reports them all.
         TapRecorder witness;
         X11EventTap other(copying.clock, std::make_shared<SyntheticKeyLedger>(), copying.display.name());
         ASSERT_TRUE(other.start(witness.callback()));
@@ -146,7 +145,7 @@ TEST(SyntheticCopyX11, PressesNothingInATerminalInWhichNothingIsMarked) {
     }
 }
 
-TEST(SyntheticCopyX11, PressesNothingInAnXtermEvenWhenSomethingIsMarked) {
+TEST(SyntheticCopyX11, PressesNothingInAnXtermWithMarkedText) {
     Copying copying(Program::xterm);
     copying.editor.markFirstWord();
     copying.hardware.down(XK_Alt_L);
@@ -159,7 +158,7 @@ TEST(SyntheticCopyX11, PressesNothingInAnXtermEvenWhenSomethingIsMarked) {
     EXPECT_TRUE(eventually(5, [&] { return copying.wasInterrupted(); })) << "it would have been noticed";
 }
 
-TEST(SyntheticCopyX11, ReturnsWhileTheServerDoesNotAnswer) {
+TEST(SyntheticCopyX11, ReturnsWhileTheServerHangs) {
     const PrivateDisplay display;
     const runtime::SystemClock clock;
     X11SyntheticInput input(clock, std::make_shared<SyntheticKeyLedger>(), {}, display.name());

@@ -32,11 +32,11 @@ protected:
 
 } // namespace
 
-TEST_F(X11WorkspaceTest, TellsTheMacIdentifierOfAProgramThatExistsThere) {
+TEST_F(X11WorkspaceTest, ReturnsTheMacIdentifierOfAProgramThatExistsThere) {
     EXPECT_EQ(frontWith({"code", "Code", "main.cpp", {}, 1})->bundleIdentifier, "com.microsoft.VSCode");
 }
 
-TEST_F(X11WorkspaceTest, TellsTheNameOfTheProgramAndNotTheTitleOfItsWindow) {
+TEST_F(X11WorkspaceTest, ReturnsTheNameOfTheProgramAndNotTheTitleOfItsWindow) {
     EXPECT_EQ(frontWith({"code", "Code", "main.cpp - Code", "main.cpp", 1})->localizedName, "Code");
     EXPECT_EQ(frontWith({"soffice", "", "letter.odt", {}, 1})->localizedName, "soffice");
     EXPECT_EQ(frontWith({"", "", "letter.odt", "letter.odt", 1})->localizedName, std::nullopt);
@@ -57,8 +57,8 @@ TEST_F(X11WorkspaceTest, KnowsARealProgram) {
               (platform::FrontApplication{"com.apple.Terminal", "XTerm", terminal.pid()}));
 }
 
-TEST_F(X11WorkspaceTest, CountsAWindowThatHasGoneAsNone) {
-    // Without a window manager, which would correct the property.
+TEST_F(X11WorkspaceTest, CountsADestroyedWindowAsNone) {
+    // Without a window manager, because one would correct the property.
     const tests::PrivateDisplay bare;
     X11Workspace unmanaged(clock, bare.name());
     tests::XcbSession liar(bare.name());
@@ -70,7 +70,7 @@ TEST_F(X11WorkspaceTest, CountsAWindowThatHasGoneAsNone) {
         EXPECT_EQ(unmanaged.frontmostApplication(), std::nullopt);
 }
 
-TEST_F(X11WorkspaceTest, SurvivesWindowsThatComeAndGoWhileItAsks) {
+TEST_F(X11WorkspaceTest, SurvivesWindowsThatAppearAndDisappearMeanwhile) {
     std::atomic<bool> isEnding = false;
     std::thread opener([&] {
         for (int i = 0; i < 20; ++i)
@@ -88,18 +88,18 @@ TEST_F(X11WorkspaceTest, SurvivesWindowsThatComeAndGoWhileItAsks) {
     EXPECT_GT(answers, 0);
 }
 
-TEST_F(X11WorkspaceTest, HasNoneWithoutAWindowManager) {
+TEST_F(X11WorkspaceTest, ReturnsNoneWithoutAWindowManager) {
     const tests::PrivateDisplay bare;
     X11Workspace unmanaged(clock, bare.name());
     EXPECT_EQ(unmanaged.frontmostApplication(), std::nullopt);
 }
 
-TEST_F(X11WorkspaceTest, HasNoneWithoutAServer) {
+TEST_F(X11WorkspaceTest, ReturnsNoneWithoutAServer) {
     X11Workspace unconnected(clock, ":65000");
     EXPECT_EQ(unconnected.frontmostApplication(), std::nullopt);
 }
 
-TEST_F(X11WorkspaceTest, HasNoneOnceTheServerHasGone) {
+TEST_F(X11WorkspaceTest, ReturnsNoneAfterTheEndOfTheServer) {
     const TestWindow window(display->name(), {"a", "A", "name", {}, 1});
     ASSERT_TRUE(workspace.frontmostApplication().has_value());
     display.reset();
@@ -107,7 +107,7 @@ TEST_F(X11WorkspaceTest, HasNoneOnceTheServerHasGone) {
     EXPECT_EQ(workspace.frontmostApplication(), std::nullopt);
 }
 
-TEST_F(X11WorkspaceTest, DoesNotHangWhenTheServerDoes) {
+TEST_F(X11WorkspaceTest, DoesNotHangWithTheServer) {
     const TestWindow window(display->name(), {"a", "A", "name", {}, 1});
     display->signalServer(SIGSTOP);
     const double start = tests::monotonicSeconds();

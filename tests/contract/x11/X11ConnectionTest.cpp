@@ -109,7 +109,7 @@ TEST_F(X11ConnectionTest, TranslatesAtomsAndTheirNames) {
     EXPECT_THAT(other.atomNames(atoms, inTime()), ElementsAre("CLIPBOARD", "", "_SONVALE_TEST"));
 }
 
-TEST_F(X11ConnectionTest, TellsAnUnownedSelectionFromAnUnansweredQuestion) {
+TEST_F(X11ConnectionTest, DistinguishesAnUnownedSelectionFromAMissingAnswer) {
     EXPECT_EQ(connection.selectionOwner(XCB_ATOM_PRIMARY, inTime()), xcb_window_t{XCB_WINDOW_NONE});
     xcb_set_selection_owner(connection.raw(), connection.window(), XCB_ATOM_PRIMARY,
                             connection.timestamp(inTime()).value());

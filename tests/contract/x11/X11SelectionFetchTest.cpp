@@ -20,7 +20,8 @@ using tests::SelectionOwner;
 
 class X11SelectionFetchTest : public testing::Test {
 protected:
-    /// Fetches the clipboard until everything is there or given up; false if that does not come about.
+    /// Fetches the clipboard until everything has arrived or was given up. Returns false if that takes too
+    /// long.
     bool fetch(X11SelectionFetch& fetch) {
         const double end = clock.now() + 20;
         fetch.start(connection.atom("CLIPBOARD", end), connection.timestamp(end).value());
@@ -46,7 +47,7 @@ protected:
 
 } // namespace
 
-TEST_F(X11SelectionFetchTest, KeepsWithinItsMemory) {
+TEST_F(X11SelectionFetchTest, KeepsItsMemoryLimit) {
     X11SelectionFetch fetch(connection, clock, {.maxBytes = 1 << 20});
     SelectionOwner owner(display.name(),
                          {{.target = "UTF8_STRING", .data = manyBytes(400 << 10)},
@@ -58,7 +59,7 @@ TEST_F(X11SelectionFetchTest, KeepsWithinItsMemory) {
     EXPECT_THAT(fetch.missing(), ElementsAre("image/png", "application/x-large"));
 }
 
-TEST_F(X11SelectionFetchTest, GoesOnToTheNextFormWhenOneIsNotGiven) {
+TEST_F(X11SelectionFetchTest, ContinuesWithTheNextFormIfOneIsNotSent) {
     X11SelectionFetch fetch(connection, clock, {.silenceSeconds = 0.5});
     SelectionOwner owner(display.name(),
                          {{.target = "UTF8_STRING", .isNeverAnswered = true},
@@ -69,7 +70,7 @@ TEST_F(X11SelectionFetchTest, GoesOnToTheNextFormWhenOneIsNotGiven) {
     EXPECT_THAT(fetch.missing(), ElementsAre("UTF8_STRING"));
 }
 
-TEST_F(X11SelectionFetchTest, EndsWhenTheOwnerListsNothing) {
+TEST_F(X11SelectionFetchTest, EndsIfTheOwnerListsNothing) {
     X11SelectionFetch fetch(connection, clock, {.silenceSeconds = 0.5});
     SelectionOwner owner(display.name(), {{"UTF8_STRING", bytes("text")}}, {.answersTargets = false});
     ASSERT_TRUE(this->fetch(fetch));
@@ -77,7 +78,7 @@ TEST_F(X11SelectionFetchTest, EndsWhenTheOwnerListsNothing) {
     EXPECT_THAT(fetch.takeArrived(), IsEmpty());
 }
 
-TEST_F(X11SelectionFetchTest, EndsAfterItsWholeTime) {
+TEST_F(X11SelectionFetchTest, EndsAfterItsTotalTime) {
     X11SelectionFetch fetch(connection, clock, {.silenceSeconds = 0.4, .totalSeconds = 1});
     std::vector<SelectionOwner::Form> forms;
     for (const auto* name : {"a", "b", "c", "d", "e", "f"})
@@ -88,7 +89,7 @@ TEST_F(X11SelectionFetchTest, EndsAfterItsWholeTime) {
     EXPECT_EQ(owner.requests("f"), 0) << "it was not asked for any more";
 }
 
-TEST_F(X11SelectionFetchTest, DoesNotCallARefusedFormMissing) {
+TEST_F(X11SelectionFetchTest, DoesNotCountARefusedFormAsMissing) {
     X11SelectionFetch fetch(connection, clock, {});
     SelectionOwner owner(display.name(), {{"UTF8_STRING", bytes("text")}}, {.refusesTargets = true});
     ASSERT_TRUE(this->fetch(fetch));

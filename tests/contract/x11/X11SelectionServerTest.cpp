@@ -34,11 +34,11 @@ TEST(X11SelectionServer, FreesItsContentsWhenAnotherProgramTakesTheSelection) {
     runtime::SystemClock clock;
     X11Connection connection(display.name(), clock);
     X11SelectionServer server(connection, clock);
-    const auto soon = [&clock] { return clock.now() + 5; };
-    const auto selection = connection.atom("CLIPBOARD", soon());
-    auto contents = megabyteOfText(connection, soon());
+    const auto inTime = [&clock] { return clock.now() + 5; };
+    const auto selection = connection.atom("CLIPBOARD", inTime());
+    auto contents = megabyteOfText(connection, inTime());
     const std::weak_ptr<const X11SelectionContents> held = contents;
-    ASSERT_TRUE(server.claim(selection, std::move(contents), soon()));
+    ASSERT_TRUE(server.claim(selection, std::move(contents), inTime()));
     ASSERT_FALSE(held.expired());
 
     SelectionOwner owner(display.name(), {{"UTF8_STRING", bytes("theirs")}});
@@ -55,9 +55,9 @@ TEST(X11SelectionServer, DropsATransferWhoseReaderHasStopped) {
     runtime::ManualClock clock;
     X11Connection connection(display.name(), realTime);
     X11SelectionServer server(connection, clock);
-    const double soon = realTime.now() + 5;
-    const auto selection = connection.atom("CLIPBOARD", soon);
-    ASSERT_TRUE(server.claim(selection, megabyteOfText(connection, soon), soon));
+    const double deadline = realTime.now() + 5;
+    const auto selection = connection.atom("CLIPBOARD", deadline);
+    ASSERT_TRUE(server.claim(selection, megabyteOfText(connection, deadline), deadline));
     SelectionRequestor reader(display.name());
     std::thread stopping([&reader] { reader.stallDuring("UTF8_STRING"); });
     while (const auto event = connection.waitForEvent(realTime.now() + 0.5))

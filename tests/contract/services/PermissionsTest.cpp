@@ -28,10 +28,10 @@ namespace {
 
 using services::PermissionsManager;
 
-/// The manager on the system's own grants, with real threads and real time.
-class Grants : public testing::Test {
+/// The manager with the system's real permissions, real threads and real time.
+class Permissions : public testing::Test {
 protected:
-    Grants() {
+    Permissions() {
         onMain([this] {
             manager_ = std::make_shared<PermissionsManager>(PermissionsManager::Parts{
                 .main = main_,
@@ -47,7 +47,7 @@ protected:
             manager_->onPermissionGranted = [this] { ++reports_; };
         });
     }
-    ~Grants() override {
+    ~Permissions() override {
         onMain([this] { manager_.reset(); });
         registry_->cancelAll();
         EXPECT_TRUE(registry_->waitUntilEmpty(30)) << "a task did not end";
@@ -71,7 +71,7 @@ protected:
     PrivateSound sound_{PrivateSound::Microphone::absent};
     ScriptedPrograms programs_;
     std::atomic<int> reports_ = 0;
-    std::shared_ptr<PermissionsManager> manager_; ///< on the main actor
+    std::shared_ptr<PermissionsManager> manager_; ///< used on the main actor
 
 private:
     PrivateDisplay display_;
@@ -90,7 +90,7 @@ private:
 
 } // namespace
 
-TEST_F(Grants, AMicrophoneThatAppearsIsNoticedSoon) {
+TEST_F(Permissions, NoticeANewMicrophone) {
     programs_.install("pavucontrol");
     onMain([this] { manager_->requestMicrophoneWithPolling(); });
     EXPECT_TRUE(eventually(
@@ -108,23 +108,23 @@ TEST_F(Grants, AMicrophoneThatAppearsIsNoticedSoon) {
     EXPECT_EQ(reports_, 1);
 }
 
-TEST_F(Grants, ASoundServerThatHangsDoesNotStopTheMainActorDuringAPoll) {
+TEST_F(Permissions, DoNotBlockTheMainActorWhileTheSoundServerHangs) {
     programs_.install("pavucontrol");
     onMain([this] { manager_->requestMicrophoneWithPolling(); });
     ASSERT_TRUE(eventually(10, [this] { return !programs_.calls().empty(); }));
     sound_.server().signal(SIGSTOP);
-    double longest = 0;
+    double maxSeconds = 0;
     for (const double end = monotonicSeconds() + 3; monotonicSeconds() < end;) {
         const double start = monotonicSeconds();
         onMain([] {});
-        longest = std::max(longest, monotonicSeconds() - start);
+        maxSeconds = std::max(maxSeconds, monotonicSeconds() - start);
         pauseMilliseconds(5);
     }
     sound_.server().signal(SIGCONT);
-    EXPECT_LT(longest, 0.5);
+    EXPECT_LT(maxSeconds, 0.5);
 }
 
-TEST_F(Grants, AreThereInAnXSession) {
+TEST_F(Permissions, AreGrantedInAnXSession) {
     onMain([this] {
         manager_->requestAccessibilityPrompt();
         EXPECT_TRUE(*manager_->accessibilityGranted);
