@@ -47,6 +47,7 @@ class MprisMediaPlayersTest : public testing::Test {
 protected:
     MprisMediaPlayersTest() {
         players.setOnPlaybackChange([this](bool isPlaying) { reports.push_back(isPlaying); });
+        bus.synchronize();
     }
 
     /// Waits for this many reports and compares them.
@@ -174,6 +175,7 @@ TEST(MprisMediaPlayers, WorksWithoutASessionBus) {
     MprisMediaPlayers others(bus.connection);
     std::vector<bool> reportsToOthers;
     others.setOnPlaybackChange([&](bool isPlaying) { reportsToOthers.push_back(isPlaying); });
+    bus.synchronize();
     player.reportStatus(QStringLiteral("Playing"));
     ASSERT_TRUE(comesToHold([&] { return !reportsToOthers.empty() && reportsToOthers.back(); }));
     players.togglePlayPause();
