@@ -1,8 +1,8 @@
 #include "bench/Rounds.h"
 
-#include "tests/ui/ViewFixture.h"
-#include "ui/HistoryModel.h"
-#include "ui/SnippetsModel.h"
+#include "tests/ui/common/ViewFixture.h"
+#include "ui/home/HistoryModel.h"
+#include "ui/snippets/SnippetsModel.h"
 
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>

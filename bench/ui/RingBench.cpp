@@ -1,4 +1,4 @@
-#include "ui/RingPainter.h"
+#include "ui/indicator/RingPainter.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,7 +1,7 @@
 #include "services/SupportChatViewModel.h"
 #include "tests/support/ChildProcess.h"
-#include "ui/SupportMessagesModel.h"
-#include "ui/Views.h"
+#include "ui/common/Views.h"
+#include "ui/support/SupportMessagesModel.h"
 
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>

@@ -30,12 +30,12 @@
 #include "runtime/TaskPool.h"
 #include "services/FeedUpdater.h"
 #include "services/ServiceAddresses.h"
-#include "ui/DashboardWindow.h"
-#include "ui/FloatingPanelController.h"
-#include "ui/MenuPopover.h"
-#include "ui/TrayIcon.h"
-#include "ui/TrayMenu.h"
-#include "ui/Views.h"
+#include "ui/common/Views.h"
+#include "ui/dashboard/DashboardWindow.h"
+#include "ui/indicator/FloatingPanelController.h"
+#include "ui/menu/MenuPopover.h"
+#include "ui/menu/TrayIcon.h"
+#include "ui/menu/TrayMenu.h"
 
 #include <QCoreApplication>
 #include <optional>

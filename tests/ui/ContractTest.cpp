@@ -3,8 +3,8 @@
 #include "runtime/ManualClock.h"
 #include "tests/contract/ApplicationContract.h"
 #include "tests/contract/FloatingPanelContract.h"
-#include "tests/ui/DesktopProbe.h"
-#include "ui/FloatingPanelController.h"
+#include "tests/ui/common/DesktopProbe.h"
+#include "ui/indicator/FloatingPanelController.h"
 
 #include <QCoreApplication>
 #include <QTimer>

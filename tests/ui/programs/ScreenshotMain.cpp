@@ -3,8 +3,8 @@
 #include "persistence/SettingsKeys.h"
 #include "tests/support/PrivateDisplay.h"
 #include "tests/support/WebToken.h"
-#include "tests/ui/DesktopProbe.h"
-#include "tests/ui/ViewFixture.h"
+#include "tests/ui/common/DesktopProbe.h"
+#include "tests/ui/common/ViewFixture.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>

@@ -4,9 +4,9 @@
 #include "runtime/SystemClock.h"
 #include "runtime/Task.h"
 #include "tests/unit/core/CoreFixture.h"
-#include "ui/MenuModel.h"
-#include "ui/TrayIcon.h"
-#include "ui/TrayMenu.h"
+#include "ui/menu/MenuModel.h"
+#include "ui/menu/TrayIcon.h"
+#include "ui/menu/TrayMenu.h"
 
 #include <unistd.h>
 

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "base/Observed.h"
+#include "core/AppState.h"
+#include "core/Environment.h"
+#include "ui/home/HistoryModel.h"
+#include "ui/hotkeys/HotkeySheetModel.h"
+#include "ui/login/LoginModel.h"
+#include "ui/onboarding/OnboardingModel.h"
+#include "ui/scratchpad/ScratchpadModel.h"
+#include "ui/settings/SettingsModel.h"
+#include "ui/snippets/SnippetsModel.h"
+#include "ui/style/StyleModel.h"
+#include "ui/support/SupportChatModel.h"
+
+#include <QObject>
+#include <memory>
+#include <vector>
+
+namespace sonvale::ui {
+
+/// What the dashboard's window shows: the steps for a new user, then the way in, then the dashboard itself,
+/// with a model for each of its tabs. It follows the controller while the window is open; main actor.
+class DashboardModel final : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QString content READ content NOTIFY contentChanged)
+    Q_PROPERTY(sonvale::ui::OnboardingModel* onboarding READ onboarding CONSTANT)
+    Q_PROPERTY(sonvale::ui::LoginModel* login READ login CONSTANT)
+    Q_PROPERTY(sonvale::ui::HistoryModel* history READ history CONSTANT)
+    Q_PROPERTY(sonvale::ui::HotkeySheetModel* shortcuts READ shortcuts CONSTANT)
+    Q_PROPERTY(sonvale::ui::SettingsModel* settings READ settings CONSTANT)
+    Q_PROPERTY(sonvale::ui::SnippetsModel* snippets READ snippets CONSTANT)
+    Q_PROPERTY(sonvale::ui::StyleModel* style READ style CONSTANT)
+    Q_PROPERTY(sonvale::ui::ScratchpadModel* scratchpad READ scratchpad CONSTANT)
+    Q_PROPERTY(bool isSignedIn READ isSignedIn NOTIFY contentChanged)
+    Q_PROPERTY(bool isAccountNeeded READ isAccountNeeded CONSTANT)
+    Q_PROPERTY(QString userEmail READ userEmail NOTIFY contentChanged)
+    Q_PROPERTY(sonvale::ui::SupportChatModel* support READ support CONSTANT)
+
+public:
+    /// Everything that the environment refers to must outlive the model.
+    DashboardModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState);
+    ~DashboardModel() override;
+
+    /// "onboarding", "login" or "home". "login" until there is a session, or until the user has chosen to go
+    /// on without one.
+    QString content() const;
+    bool isSignedIn() const { return appState_->authService->isAuthenticated.get(); }
+    OnboardingModel* onboarding() { return &onboarding_; }
+    LoginModel* login() { return &login_; }
+    // The models of the tabs are made when they are first looked at.
+    HistoryModel* history();
+    HotkeySheetModel* shortcuts();
+    SettingsModel* settings();
+    SnippetsModel* snippets();
+    StyleModel* style();
+    ScratchpadModel* scratchpad();
+    QString userEmail() const; ///< empty without a user's session
+    Q_INVOKABLE void signOut();
+    /// Whether dictation needs a session. Returns false for a build with a key for the service.
+    bool isAccountNeeded() const { return !environment_.addresses.key; }
+    /// Shows the tabs without a session, until the window closes or `askToSignIn` is called. Does nothing if
+    /// an account is needed.
+    Q_INVOKABLE void continueWithoutAccount();
+    Q_INVOKABLE void askToSignIn();
+    SupportChatModel* support();
+
+    Q_SIGNAL void contentChanged();
+
+private:
+    void follow();
+
+    const core::Environment environment_;
+    const std::shared_ptr<core::AppState> appState_;
+    OnboardingModel onboarding_;
+    LoginModel login_;
+    std::unique_ptr<HistoryModel> history_;
+    std::unique_ptr<HotkeySheetModel> shortcuts_;
+    std::unique_ptr<SettingsModel> settings_;
+    std::unique_ptr<SnippetsModel> snippets_;
+    std::unique_ptr<StyleModel> style_;
+    std::unique_ptr<ScratchpadModel> scratchpad_;
+    std::unique_ptr<SupportChatModel> support_;
+    bool isWithoutAccount_ = false;
+    QString content_; ///< as notified last
+    std::vector<base::Subscription> subscriptions_;
+};
+
+} // namespace sonvale::ui

@@ -1,0 +1,106 @@
+#pragma once
+
+#include "base/DateText.h"
+#include "base/Observed.h"
+#include "core/AppState.h"
+#include "core/Environment.h"
+#include "persistence/Records.h"
+#include "runtime/Task.h"
+#include "ui/home/HistoryStats.h"
+
+#include <QAbstractListModel>
+#include <list>
+#include <memory>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace sonvale::ui {
+
+/// The history, newest first, as the home tab shows it, with its three counters. It follows the store, and
+/// holds the pages of it that are looked at, never all rows. Main actor.
+class HistoryModel final : public QAbstractListModel {
+    Q_OBJECT
+    Q_PROPERTY(QString firstName READ firstName CONSTANT)
+    Q_PROPERTY(int count READ count NOTIFY countChanged)
+    Q_PROPERTY(QString days READ days NOTIFY statsChanged)
+    Q_PROPERTY(QString words READ words NOTIFY statsChanged)
+    Q_PROPERTY(QString wordsPerMinute READ wordsPerMinute NOTIFY statsChanged)
+    Q_PROPERTY(QString copiedRow READ copiedRow NOTIFY copiedRowChanged)
+
+public:
+    enum Role { identifierRole = Qt::UserRole, timeRole, textRole, sectionRole };
+
+    /// How long a row says that it has been copied, in seconds.
+    static constexpr double copiedSeconds = 1.5;
+    static constexpr int pageSize = 64;
+
+    HistoryModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState);
+    ~HistoryModel() override;
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+    /// Of the account's full name, the first word; empty when it gives none.
+    QString firstName() const;
+    int count() const { return count_; }
+    QString days() const;
+    QString words() const;
+    QString wordsPerMinute() const;
+    QString copiedRow() const { return copiedRow_; } ///< its identifier; empty for none
+
+    /// Puts the text of a row on the pasteboard, and says so for a moment.
+    Q_INVOKABLE void copy(int row);
+
+    Q_SIGNAL void countChanged();
+    Q_SIGNAL void statsChanged();
+    Q_SIGNAL void copiedRowChanged();
+
+    std::size_t pagesHeld() const { return pages_.size(); }
+
+private:
+    struct Row {
+        base::Uuid id;
+        QString time;
+        QString text;
+        QString section;
+    };
+    struct Page {
+        int number;
+        std::vector<Row> rows;
+    };
+
+    const Row* rowAt(int index) const;
+    std::vector<persistence::Transcription> fetch(int offset, int limit) const;
+    Row shown(const persistence::Transcription& record) const;
+    QString sectionOf(base::Date timestamp) const;
+    void load();
+    void follow();
+    bool insertNewest(int total);
+    void setCopiedRow(const QString& row);
+
+    static runtime::Task<> followDays(std::weak_ptr<HistoryModel*> weakSelf, runtime::Clock* clock);
+    static runtime::Task<> forgetCopied(std::weak_ptr<HistoryModel*> weakSelf, runtime::Clock* clock);
+
+    const runtime::Actor main_;
+    runtime::Clock& clock_;
+    platform::Workspace& workspace_;
+    const std::shared_ptr<core::AppState> appState_;
+    const base::DateText dateText_;
+    base::CalendarDay today_;
+    int count_ = 0;
+    std::optional<base::Uuid> newest_;
+    HistoryStats stats_;
+    QString copiedRow_;
+    mutable std::list<Page> pages_;          ///< the one that was looked at last is first
+    mutable base::CalendarDay sectionDay_{}; ///< of the row whose section was told last
+    mutable QString section_;
+    base::Subscription changes_;
+    bool isFollowing_ = false; ///< a change has been noticed and is looked at in the next turn
+    std::shared_ptr<HistoryModel*> self_ = std::make_shared<HistoryModel*>(this); ///< tasks hold it weakly
+    runtime::TaskHandle<> dayTask_;
+    runtime::TaskHandle<> copiedTask_;
+};
+
+} // namespace sonvale::ui

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/FloatingPanel.h"
+#include "runtime/Clock.h"
+#include "ui/indicator/GlowingRingView.h"
+
+#include <memory>
+
+namespace sonvale::ui {
+
+/// The ring in a window of its own: 48 by 48 points, 8 points under the top of the primary screen's available
+/// area, in its middle; above all windows, on all desktops, without focus, clicks, frame or shadow.
+class FloatingPanelController final : public platform::FloatingPanel {
+public:
+    /// The ring moves with the time of `clock`, which must outlive the controller.
+    explicit FloatingPanelController(runtime::Clock& clock);
+    ~FloatingPanelController() override;
+
+    void show(platform::RecordingState state, float level) override;
+    void setLevel(float level) override;
+    void hide() override;
+
+    /// The window that is shown; null when none is.
+    const GlowingRingView* panel() const { return panel_.get(); }
+
+private:
+    std::unique_ptr<GlowingRingView> makePanel() const;
+
+    runtime::Clock& clock_;
+    std::unique_ptr<GlowingRingView> panel_;
+};
+
+} // namespace sonvale::ui

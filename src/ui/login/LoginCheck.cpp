@@ -1,0 +1,30 @@
+#include "ui/login/LoginCheck.h"
+
+#include "base/Text.h"
+
+namespace sonvale::ui {
+
+namespace {
+
+constexpr std::size_t shortestPassword = 8;
+
+} // namespace
+
+std::string sentEmail(std::string_view email) {
+    return base::trimmed(email, base::TrimmingSet::blanks);
+}
+
+std::optional<std::string> loginCheck(const LoginInput& input) {
+    const auto email = sentEmail(input.email);
+    if (email.empty())
+        return "Please enter your email address.";
+    if (!base::contains(email, "@"))
+        return "Please enter a valid email address.";
+    if (base::characterCount(input.password) < shortestPassword)
+        return "Password must be at least 8 characters.";
+    if (input.isSignUp && !base::isEqual(input.password, input.confirmPassword))
+        return "Passwords do not match.";
+    return std::nullopt;
+}
+
+} // namespace sonvale::ui

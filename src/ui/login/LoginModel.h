@@ -1,0 +1,71 @@
+#pragma once
+
+#include "base/Observed.h"
+#include "runtime/Task.h"
+#include "services/AuthService.h"
+#include "ui/login/WipedText.h"
+
+#include <QObject>
+#include <memory>
+#include <string>
+
+namespace sonvale::ui {
+
+/// What the one screen of a signed-out user holds and does: it signs in, or creates an account. Main actor.
+class LoginModel final : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QString email READ email WRITE setEmail NOTIFY inputChanged)
+    Q_PROPERTY(QString password READ password WRITE setPassword NOTIFY inputChanged)
+    Q_PROPERTY(QString confirmPassword READ confirmPassword WRITE setConfirmPassword NOTIFY inputChanged)
+    Q_PROPERTY(bool isSignUp READ isSignUp NOTIFY modeChanged)
+    Q_PROPERTY(bool isLoading READ isLoading NOTIFY loadingChanged)
+    Q_PROPERTY(QString localError READ localError NOTIFY localErrorChanged)
+
+public:
+    LoginModel(runtime::Actor main, std::shared_ptr<services::AuthService> authService);
+    ~LoginModel() override;
+
+    // The model keeps what is typed in memory of its own and overwrites it when it changes or goes.
+    QString email() const { return unsharedCopy(email_); }
+    void setEmail(const QString& text) { setInput(email_, text); }
+    QString password() const { return unsharedCopy(password_); }
+    void setPassword(const QString& text) { setInput(password_, text); }
+    QString confirmPassword() const { return unsharedCopy(confirmPassword_); }
+    void setConfirmPassword(const QString& text) { setInput(confirmPassword_, text); }
+    bool isSignUp() const { return isSignUp_; }
+    bool isLoading() const { return authService_->isLoading.get(); }
+    QString localError() const { return localError_; } ///< empty for none
+
+    /// Between signing in and creating an account; e-mail and password stay.
+    Q_INVOKABLE void toggleMode();
+    /// Asks the service, unless the input is wrong already or an answer is still on its way.
+    Q_INVOKABLE void submit();
+    /// Overwrites what was typed and goes back to an empty form for signing in. Called for each new view of
+    /// the form and after a success.
+    void reset();
+
+    Q_SIGNAL void inputChanged();
+    Q_SIGNAL void modeChanged();
+    Q_SIGNAL void loadingChanged();
+    Q_SIGNAL void localErrorChanged();
+
+private:
+    static runtime::Task<> authenticate(std::weak_ptr<LoginModel*> weakSelf,
+                                        std::shared_ptr<services::AuthService> authService, bool isSignUp,
+                                        std::string email, std::string password);
+    void setInput(QString& field, const QString& text);
+    void wipeInput();
+    void setLocalError(const QString& error);
+
+    const runtime::Actor main_;
+    const std::shared_ptr<services::AuthService> authService_;
+    base::Subscription loading_;
+    QString email_;
+    QString password_;
+    QString confirmPassword_;
+    bool isSignUp_ = false;
+    QString localError_;
+    std::shared_ptr<LoginModel*> self_ = std::make_shared<LoginModel*>(this); ///< tasks hold it weakly
+};
+
+} // namespace sonvale::ui

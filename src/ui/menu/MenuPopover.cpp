@@ -1,0 +1,118 @@
+#include "ui/menu/MenuPopover.h"
+
+#include <QCursor>
+#include <QEvent>
+#include <QGuiApplication>
+#include <QQuickItem>
+#include <QScreen>
+#include <QTimerEvent>
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace sonvale::ui {
+
+namespace {
+
+constexpr int gap = 6;
+/// Window managers give the keyboard back within some milliseconds.
+constexpr int millisecondsToGiveBack = 150;
+
+} // namespace
+
+MenuPopover::MenuPopover(Views& views, MenuModel& model)
+    : views_(views)
+    , model_(model) {}
+
+MenuPopover::~MenuPopover() = default;
+
+void MenuPopover::toggle(const QRect& icon) {
+    if (view_) {
+        close();
+        return;
+    }
+    icon_ = icon.isEmpty() ? QRect(QCursor::pos(), QSize(1, 1)) : icon;
+    model_.refresh();
+    view_ = views_.make(QStringLiteral("MenuBarView"),
+                        {{QStringLiteral("model"), QVariant::fromValue<QObject*>(&model_)}});
+    view_->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
+                    Qt::NoDropShadowWindowHint);
+    view_->setTitle(QStringLiteral("Son Vale"));
+    view_->installEventFilter(this);
+    if (auto* content = view_->rootObject()) {
+        connect(content, SIGNAL(closeRequested()), this, SLOT(closeLater()));
+        connect(content, &QQuickItem::implicitHeightChanged, this, &MenuPopover::place);
+    }
+    place();
+    view_->show();
+    view_->raise();
+    view_->requestActivate();
+}
+
+void MenuPopover::place() {
+    const auto* content = view_ ? view_->rootObject() : nullptr;
+    if (!content)
+        return;
+    const auto* screen = QGuiApplication::screenAt(icon_.center());
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    QSize size(width, static_cast<int>(std::ceil(content->implicitHeight())));
+    if (!screen) {
+        view_->setGeometry(QRect(icon_.topLeft(), size));
+        return;
+    }
+    const auto room = screen->availableGeometry();
+    // The menu scrolls what does not fit.
+    size.setHeight(std::min(size.height(), room.height()));
+    view_->setGeometry(placeFor(icon_, size, room));
+}
+
+QRect MenuPopover::placeFor(const QRect& icon, const QSize& size, const QRect& room) {
+    const bool fitsBelow = icon.bottom() + gap + size.height() <= room.bottom();
+    const int wantedTop = fitsBelow ? icon.bottom() + gap : icon.top() - gap - size.height();
+    const auto inside = [](int wanted, int first, int last) {
+        return std::max(first, std::min(wanted, last));
+    };
+    return {QPoint(inside(icon.center().x() - size.width() / 2, room.left(), room.right() - size.width() + 1),
+                   inside(wantedTop, room.top(), room.bottom() - size.height() + 1)),
+            size};
+}
+
+bool MenuPopover::eventFilter(QObject* object, QEvent* event) {
+    if (object == view_.get() && (event->type() == QEvent::FocusOut || event->type() == QEvent::Close))
+        closeLater();
+    return QObject::eventFilter(object, event);
+}
+
+void MenuPopover::closeLater() {
+    // Not inside the window's own event.
+    QMetaObject::invokeMethod(this, &MenuPopover::close, Qt::QueuedConnection);
+}
+
+void MenuPopover::close() {
+    view_.reset();
+}
+
+void MenuPopover::closeFirst(std::function<void()> then) {
+    QMetaObject::invokeMethod(
+        this,
+        [this, then = std::move(then)] {
+            close();
+            then();
+        },
+        Qt::QueuedConnection);
+}
+
+void MenuPopover::closeAndThen(std::function<void()> then) {
+    closeLater();
+    then_ = std::move(then);
+    keyboardTimer_.start(millisecondsToGiveBack, this);
+}
+
+void MenuPopover::timerEvent(QTimerEvent*) {
+    keyboardTimer_.stop();
+    if (auto then = std::exchange(then_, nullptr))
+        then();
+}
+
+} // namespace sonvale::ui

@@ -1,0 +1,103 @@
+#include "ui/menu/TrayMenu.h"
+
+#include "ui/common/Texts.h"
+
+#include <QAction>
+#include <QFontMetrics>
+#include <QVariantMap>
+
+namespace sonvale::ui {
+
+namespace {
+
+/// A menu is as wide as its widest line; a long text must not stretch it over the screen.
+constexpr int maxLineWidth = 420;
+/// More than fits into a line of that width.
+constexpr qsizetype maxLineLength = 500;
+
+/// Returns `text` as one line, shortened at its end, in which "&" does not mark a shortcut.
+QString lineFor(const QString& text, const QFont& font) {
+    const QString line =
+        QFontMetrics(font).elidedText(text.left(maxLineLength).simplified(), Qt::ElideRight, maxLineWidth);
+    return QString(line).replace(QLatin1Char('&'), QLatin1String("&&"));
+}
+
+} // namespace
+
+TrayMenu::TrayMenu(MenuModel& model)
+    : model_(model)
+    , status_(addLine())
+    , error_(addLine()) {
+    menu_.addSeparator();
+    transcription_ = addLine();
+    menu_.addSeparator();
+    menu_.addAction(translated("Dashboard"), &model, &MenuModel::openDashboard);
+    menu_.addSeparator();
+    copyLast_ = menu_.addAction(translated("Copy Last Transcript"), &model, &MenuModel::copyLastTranscript);
+    pasteLast_ =
+        menu_.addAction(translated("Paste Last Transcript"), &model, &MenuModel::pasteLastTranscript);
+    menu_.addSeparator();
+    menu_.addAction(translated("Shortcuts"), &model, &MenuModel::openDashboard);
+    addLanguages();
+    menu_.addSeparator();
+    menu_.addAction(translated("Quit Son Vale"), &model, &MenuModel::quit);
+
+    QObject::connect(&model, &MenuModel::stateChanged, &menu_, [this] { showState(); });
+    QObject::connect(&model, &MenuModel::errorChanged, &menu_, [this] { showError(); });
+    QObject::connect(&model, &MenuModel::transcriptionChanged, &menu_, [this] { showTranscription(); });
+    QObject::connect(&model, &MenuModel::languageChanged, &menu_, [this] { showLanguage(); });
+    // The settings' page changes the language without a notification.
+    QObject::connect(&menu_, &QMenu::aboutToShow, &model, &MenuModel::refresh);
+    showState();
+    showError();
+    showTranscription();
+    showLanguage();
+}
+
+/// A line that only says something.
+QAction* TrayMenu::addLine() {
+    auto* line = menu_.addAction(QString());
+    line->setEnabled(false);
+    return line;
+}
+
+void TrayMenu::addLanguages() {
+    auto* choices = menu_.addMenu(translated("Language"));
+    for (const auto& each : MenuModel::languages()) {
+        const auto language = each.toMap();
+        const auto code = language.value(QStringLiteral("code")).toString();
+        auto* choice = choices->addAction(language.value(QStringLiteral("label")).toString());
+        choice->setCheckable(true);
+        choice->setData(code);
+        // The one that is chosen again must keep its mark.
+        QObject::connect(choice, &QAction::triggered, &menu_, [this, code] { model_.selectLanguage(code); });
+        languages_.push_back(choice);
+    }
+}
+
+void TrayMenu::showState() {
+    status_->setText(model_.statusText());
+}
+
+void TrayMenu::showError() {
+    const auto message = model_.errorMessage();
+    error_->setText(lineFor(message, menu_.font()));
+    error_->setToolTip(message);
+    error_->setVisible(!message.isEmpty());
+}
+
+void TrayMenu::showTranscription() {
+    const auto text = model_.lastTranscription();
+    transcription_->setText(
+        lineFor(text.isEmpty() ? translated("Hold ⌥D to start dictating") : text, menu_.font()));
+    copyLast_->setEnabled(!text.isEmpty());
+    pasteLast_->setEnabled(!text.isEmpty());
+}
+
+void TrayMenu::showLanguage() {
+    const auto chosen = model_.language();
+    for (auto* each : languages_)
+        each->setChecked(each->data().toString() == chosen);
+}
+
+} // namespace sonvale::ui

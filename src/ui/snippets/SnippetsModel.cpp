@@ -1,0 +1,234 @@
+#include "ui/snippets/SnippetsModel.h"
+
+#include "base/Log.h"
+#include "persistence/ModelContext.h"
+#include "ui/common/StoredChanges.h"
+#include "ui/common/Texts.h"
+
+#include <QMetaObject>
+#include <algorithm>
+#include <utility>
+
+namespace sonvale::ui {
+
+using persistence::Snippet;
+
+SnippetsModel::Entry::Entry(Snippet snippet)
+    : record(std::move(snippet))
+    , trigger(record.trigger)
+    , content(record.content) {}
+
+bool SnippetsModel::Entry::matches(const SearchedText::Query& query) const {
+    return query.text.empty() || trigger.contains(record.trigger, query) ||
+           content.contains(record.content, query);
+}
+
+SnippetsModel::SnippetsModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState)
+    : appState_(std::move(appState))
+    , clock_(environment.clock)
+    , saving_(environment.main, environment.clock, [this] { commitChanges(appState_->modelContext); }) {
+    load();
+    filter();
+    if (auto* store = appState_->modelContext) {
+        // A dictation counts the use of a snippet, and saves that before the next turn.
+        changes_ = store->onChange<Snippet>([this] {
+            if (!isOwnChange_ && !std::exchange(isFollowing_, true))
+                QMetaObject::invokeMethod(this, &SnippetsModel::follow, Qt::QueuedConnection);
+        });
+    }
+}
+
+int SnippetsModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(shown_.size());
+}
+
+QVariant SnippetsModel::data(const QModelIndex& index, int role) const {
+    const auto* entry = shownAt(index.row());
+    if (!entry)
+        return {};
+    switch (role) {
+    case triggerRole:
+        return textOf(entry->record.trigger);
+    case contentRole:
+        return textOf(entry->record.content);
+    case categoryRole:
+        return textOf(entry->record.category);
+    case usageCountRole:
+        return QVariant::fromValue<qlonglong>(entry->record.usageCount);
+    default:
+        return {};
+    }
+}
+
+QHash<int, QByteArray> SnippetsModel::roleNames() const {
+    return {{triggerRole, "trigger"},
+            {contentRole, "expansion"},
+            {categoryRole, "category"},
+            {usageCountRole, "usageCount"}};
+}
+
+void SnippetsModel::setSearchText(const QString& text) {
+    if (std::exchange(searchText_, text) == text)
+        return;
+    filter();
+    Q_EMIT searchTextChanged();
+}
+
+void SnippetsModel::add(const QString& trigger, const QString& content, const QString& category) {
+    if (!appState_->modelContext)
+        return;
+    appState_->modelContext->insert(Snippet{.trigger = trigger.toStdString(),
+                                            .content = content.toStdString(),
+                                            .category = category.toStdString(),
+                                            .createdAt = clock_.date()});
+    commitChanges(appState_->modelContext);
+}
+
+void SnippetsModel::remove(int row) {
+    const auto* entry = shownAt(row);
+    if (!entry || !appState_->modelContext)
+        return;
+    appState_->modelContext->remove(entry->record);
+    commitChanges(appState_->modelContext);
+}
+
+void SnippetsModel::edit(int row) {
+    const auto* entry = shownAt(row);
+    if (!entry)
+        return;
+    edited_ = entry->record;
+    beforeEditing_ = entry->record;
+    Q_EMIT editedChanged();
+    Q_EMIT editingChanged();
+}
+
+QString SnippetsModel::trigger() const {
+    return edited_ ? textOf(edited_->trigger) : QString();
+}
+
+void SnippetsModel::setTrigger(const QString& text) {
+    changeEdited(&Snippet::trigger, text);
+}
+
+QString SnippetsModel::content() const {
+    return edited_ ? textOf(edited_->content) : QString();
+}
+
+void SnippetsModel::setContent(const QString& text) {
+    changeEdited(&Snippet::content, text);
+}
+
+QString SnippetsModel::category() const {
+    return edited_ ? textOf(edited_->category) : QString();
+}
+
+void SnippetsModel::setCategory(const QString& text) {
+    changeEdited(&Snippet::category, text);
+}
+
+void SnippetsModel::changeEdited(std::string Snippet::* field, const QString& text) {
+    auto value = text.toStdString();
+    if (!edited_ || *edited_.*field == value)
+        return;
+    *edited_.*field = std::move(value);
+    update(*edited_);
+    saving_.request();
+    Q_EMIT editedChanged();
+}
+
+void SnippetsModel::finishEditing() {
+    saving_.flush();
+    edited_.reset();
+    Q_EMIT editingChanged();
+}
+
+void SnippetsModel::cancelEditing() {
+    if (edited_ && *edited_ != beforeEditing_) {
+        // A use that was counted meanwhile stays counted.
+        beforeEditing_.usageCount = edited_->usageCount;
+        update(beforeEditing_);
+        saving_.request();
+    }
+    finishEditing();
+}
+
+const SnippetsModel::Entry* SnippetsModel::shownAt(int row) const {
+    return row >= 0 && row < std::ssize(shown_) ? &all_[shown_[static_cast<std::size_t>(row)]] : nullptr;
+}
+
+void SnippetsModel::load() {
+    all_.clear();
+    if (!appState_->modelContext)
+        return;
+    try {
+        for (auto& record : appState_->modelContext->fetch<Snippet>(
+                 {.sortBy = {{&Snippet::createdAt, persistence::SortOrder::reverse}}}))
+            all_.emplace_back(std::move(record));
+    } catch (const persistence::StoreError& error) {
+        static const base::Logger logger("Dashboard");
+        logger.error("the snippets could not be read: {}", error.what());
+    }
+}
+
+void SnippetsModel::filter() {
+    const SearchedText::Query query(searchText_.toStdString());
+    std::vector<std::size_t> found;
+    for (std::size_t place = 0; place < all_.size(); ++place) {
+        if (all_[place].matches(query))
+            found.push_back(place);
+    }
+    show(std::move(found));
+}
+
+/// The rows that are there get other snippets: making rows anew at every key would take most of its time.
+void SnippetsModel::show(std::vector<std::size_t> places) {
+    const int before = rowCount();
+    const int after = static_cast<int>(places.size());
+    if (after < before) {
+        beginRemoveRows({}, after, before - 1);
+        shown_ = std::move(places);
+        endRemoveRows();
+    } else if (after > before) {
+        beginInsertRows({}, before, after - 1);
+        shown_ = std::move(places);
+        endInsertRows();
+    } else {
+        shown_ = std::move(places);
+    }
+    if (const int kept = std::min(before, after); kept > 0)
+        Q_EMIT dataChanged(index(0), index(kept - 1));
+}
+
+void SnippetsModel::follow() {
+    isFollowing_ = false;
+    load();
+    filter();
+    if (edited_) {
+        const auto found =
+            std::ranges::find(all_, edited_->id, [](const Entry& one) { return one.record.id; });
+        if (found != all_.end())
+            edited_->usageCount = found->record.usageCount;
+    }
+    Q_EMIT snippetsChanged();
+}
+
+/// Changes the one row, here and in the store, without reading all of them again.
+void SnippetsModel::update(const Snippet& record) {
+    if (!appState_->modelContext)
+        return;
+    isOwnChange_ = true;
+    appState_->modelContext->update(record);
+    isOwnChange_ = false;
+    const auto found = std::ranges::find(all_, record.id, [](const Entry& one) { return one.record.id; });
+    if (found == all_.end())
+        return;
+    *found = Entry(record);
+    const auto place = static_cast<std::size_t>(found - all_.begin());
+    const auto shown = std::ranges::find(shown_, place);
+    if (shown == shown_.end())
+        return;
+    const auto changed = index(static_cast<int>(shown - shown_.begin()));
+    Q_EMIT dataChanged(changed, changed);
+}
+
+} // namespace sonvale::ui

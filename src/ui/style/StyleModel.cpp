@@ -1,0 +1,103 @@
+#include "ui/style/StyleModel.h"
+
+#include "persistence/ModelContext.h"
+#include "textprocessing/AppCategory.h"
+#include "ui/common/StoredChanges.h"
+#include "ui/common/Texts.h"
+#include "ui/style/FormalityText.h"
+
+#include <array>
+
+namespace sonvale::ui {
+
+using persistence::WritingStyle;
+using textprocessing::AppCategory;
+
+namespace {
+
+constexpr std::array offered{AppCategory::personalMessaging, AppCategory::workMessaging, AppCategory::email,
+                             AppCategory::other};
+constexpr int mostFormal = 5;
+
+} // namespace
+
+StyleModel::StyleModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState)
+    : appState_(std::move(appState))
+    , saving_(environment.main, environment.clock, [this] { commitChanges(appState_->modelContext); }) {
+    load(std::string(rawValue(offered.front())));
+}
+
+QStringList StyleModel::categories() {
+    QStringList names;
+    for (const auto each : offered)
+        names.append(textOf(rawValue(each)));
+    return names;
+}
+
+QString StyleModel::category() const {
+    return textOf(style_.category);
+}
+
+void StyleModel::select(const QString& category) {
+    if (category == this->category() || !categories().contains(category))
+        return;
+    saving_.flush();
+    load(category.toStdString());
+    Q_EMIT styleChanged();
+}
+
+void StyleModel::setFormality(int formality) {
+    if (formality < 1 || formality > mostFormal || formality == style_.formality)
+        return;
+    style_.formality = formality;
+    store();
+}
+
+QString StyleModel::formalityText() const {
+    return translated(ui::formalityText(style_.formality));
+}
+
+QString StyleModel::customInstructions() const {
+    return textOf(style_.customInstructions);
+}
+
+void StyleModel::setCustomInstructions(const QString& text) {
+    if (text == customInstructions())
+        return;
+    style_.customInstructions = text.toStdString();
+    store();
+}
+
+std::optional<WritingStyle> StyleModel::find(const std::string& category) const {
+    if (!appState_->modelContext)
+        return std::nullopt;
+    try {
+        auto found = appState_->modelContext->fetch<WritingStyle>(
+            {.where = {{&WritingStyle::category, persistence::Comparison::equal, category}}, .limit = 1});
+        return found.empty() ? std::nullopt : std::optional(std::move(found.front()));
+    } catch (const persistence::StoreError&) {
+        // A new one is as good as none that can be read.
+        return std::nullopt;
+    }
+}
+
+void StyleModel::load(const std::string& category) {
+    if (auto found = find(category)) {
+        style_ = *std::move(found);
+        return;
+    }
+    style_ = WritingStyle{.category = category};
+    if (!appState_->modelContext)
+        return;
+    appState_->modelContext->insert(style_);
+    commitChanges(appState_->modelContext);
+}
+
+void StyleModel::store() {
+    if (appState_->modelContext)
+        appState_->modelContext->update(style_);
+    saving_.request();
+    Q_EMIT styleChanged();
+}
+
+} // namespace sonvale::ui
