@@ -8,6 +8,7 @@
 #include <QEvent>
 #include <QGuiApplication>
 #include <QPalette>
+#include <QQmlEngine>
 
 namespace sonvale::ui {
 
@@ -21,6 +22,8 @@ const QString colorScheme = QStringLiteral("color-scheme");
 const QString gnomeGroup = QStringLiteral("org.gnome.desktop.interface");
 const QString animations = QStringLiteral("enable-animations");
 
+constexpr const char* installedProperty = "sonvaleAppearance";
+
 constexpr unsigned prefersDark = 1;
 constexpr unsigned prefersLight = 2;
 
@@ -33,9 +36,19 @@ QVariant unwrapped(QVariant value) {
 
 } // namespace
 
-Appearance::Appearance() {
+Appearance::Appearance(QObject* parent)
+    : QObject(parent) {
     QCoreApplication::instance()->installEventFilter(this);
     askPortal();
+}
+
+void Appearance::install(QQmlEngine& engine, Appearance& appearance) {
+    engine.setProperty(installedProperty, QVariant::fromValue(&appearance));
+    QJSEngine::setObjectOwnership(&appearance, QJSEngine::CppOwnership);
+}
+
+Appearance* Appearance::create(QQmlEngine* engine, QJSEngine* /*scripts*/) {
+    return engine->property(installedProperty).value<Appearance*>();
 }
 
 bool Appearance::isDark() const {

@@ -2,10 +2,14 @@
 
 #include "ui/common/StateColors.h"
 
+#include <QtQmlIntegration/qqmlintegration.h>
+
+#include <QDBusVariant>
 #include <QObject>
 #include <optional>
 
-class QDBusVariant;
+class QJSEngine;
+class QQmlEngine;
 
 namespace sonvale::ui {
 
@@ -14,6 +18,8 @@ namespace sonvale::ui {
 /// one, by the palette that the desktop gives to Qt. Main thread.
 class Appearance final : public QObject {
     Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
     Q_PROPERTY(bool isDark READ isDark NOTIFY changed)
     Q_PROPERTY(bool isMotionReduced READ isMotionReduced NOTIFY changed)
     Q_PROPERTY(QColor restingColor READ resting CONSTANT)
@@ -21,7 +27,12 @@ class Appearance final : public QObject {
     Q_PROPERTY(QColor workingColor READ working CONSTANT)
 
 public:
-    Appearance();
+    explicit Appearance(QObject* parent);
+
+    /// Makes `appearance` the one that the views of `engine` see. It must outlive the engine.
+    static void install(QQmlEngine& engine, Appearance& appearance);
+    /// Returns the one that was installed; the engine calls it for the first view.
+    static Appearance* create(QQmlEngine* engine, QJSEngine* scripts);
 
     bool isDark() const;
     bool isMotionReduced() const { return motionOverride_.value_or(isMotionReduced_); }

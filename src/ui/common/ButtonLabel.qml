@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// What stands in a button: its words, and a symbol before them.
 Item {

@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// The outline around whatever has the keyboard, with air between.
 Rectangle {

@@ -3,6 +3,8 @@
 #include "base/Observed.h"
 #include "core/AppState.h"
 
+#include <QtQmlIntegration/qqmlintegration.h>
+
 #include <QObject>
 #include <memory>
 #include <vector>
@@ -12,6 +14,7 @@ namespace sonvale::ui {
 /// What a view that shows the four grants sees of them; it follows them. Main actor.
 class GrantsModel : public QObject {
     Q_OBJECT
+    QML_ANONYMOUS
     Q_PROPERTY(bool microphoneGranted READ microphoneGranted NOTIFY grantsChanged)
     Q_PROPERTY(bool accessibilityGranted READ accessibilityGranted NOTIFY grantsChanged)
     Q_PROPERTY(bool inputMonitoringGranted READ inputMonitoringGranted NOTIFY grantsChanged)

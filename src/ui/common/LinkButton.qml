@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import SonVale
 
 /// Words that do something; a part of them may be bold.
 AbstractButton {

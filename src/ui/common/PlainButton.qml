@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import SonVale
 
 /// A button beside the main one.
 Button {

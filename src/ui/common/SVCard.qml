@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// A surface with room for its content, which stands in it from the top.
 Rectangle {

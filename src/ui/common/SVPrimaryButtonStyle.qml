@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import SonVale
 
 /// The filled button of a screen's one main action; dimmed while it is disabled.
 Button {

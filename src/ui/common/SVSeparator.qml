@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 Rectangle {
     implicitHeight: 1

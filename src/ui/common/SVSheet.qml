@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Window
 import QtQuick.Controls.Basic
 import QtQuick.Templates as T
+import SonVale
 
 /// A sheet over the window that has to be answered or closed first. The keyboard stays inside it, and goes back
 /// to where it was. Escape closes it, unless something inside takes the key.

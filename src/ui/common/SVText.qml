@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// Text of the program; what comes from outside is shown as it stands, without any markup.
 Text {

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import SonVale
 
 /// An editor of plain text that scrolls. Tab goes on to the next control, as everywhere in the window.
 FocusScope {

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import SonVale
 
 /// A field of one line; `label` is what screen readers call it.
 TextField {

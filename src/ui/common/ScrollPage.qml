@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Window
 import QtQuick.Controls.Basic
+import SonVale
 
 /// A page whose content stands in its middle and scrolls when there is more of it than room.
 Flickable {

@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// Settings that belong together, in a card under their heading.
 Column {

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Window
+import SonVale
 
 /// A line drawing of the program's own set, in one colour.
 Image {

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import SonVale
 
 /// A button that is a symbol alone; its words are for screen readers and the tool tip.
 AbstractButton {

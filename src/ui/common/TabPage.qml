@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// A tab whose content is one column under a title.
 ScrollPage {

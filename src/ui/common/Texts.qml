@@ -1,5 +1,6 @@
 pragma Singleton
 import QtQuick
+import SonVale
 
 /// Every text of the views that is not told by a model, for translation.
 QtObject {

@@ -1,6 +1,6 @@
 pragma Singleton
 import QtQuick
-import SonVale.App
+import SonVale
 
 /// Colours, type, space and motion, in one place.
 QtObject {

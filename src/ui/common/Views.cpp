@@ -1,8 +1,6 @@
 #include "ui/common/Views.h"
 
 #include "ui/common/SymbolProvider.h"
-#include "ui/hotkeys/KeyCaptureItem.h"
-#include "ui/indicator/RingItem.h"
 
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -10,10 +8,14 @@
 #include <QQuickWindow>
 #include <mutex>
 
+// The types of the views, registered by generated code. The call keeps it in a program that links it
+// statically.
+void qml_register_types_SonVale();
+
 namespace sonvale::ui {
 
 Views::Views()
-    : appearance_(std::make_unique<Appearance>()) {}
+    : appearance_(std::make_unique<Appearance>(nullptr)) {}
 
 Views::~Views() = default;
 
@@ -23,12 +25,11 @@ QQmlEngine& Views::engine() {
     // Quicker to start, smaller and calmer than OpenGL without a graphics card; these windows are flat.
     static std::once_flag isChosen; // for the whole process
     std::call_once(isChosen, [] { QQuickWindow::setGraphicsApi(QSGRendererInterface::Software); });
+    qml_register_types_SonVale();
     engine_ = std::make_unique<QQmlEngine>();
     engine_->addImportPath(QStringLiteral("qrc:/"));
     engine_->addImageProvider(QStringLiteral("symbol"), new SymbolProvider);
-    qmlRegisterSingletonInstance("SonVale.App", 1, 0, "Appearance", appearance_.get());
-    qmlRegisterType<RingItem>("SonVale.App", 1, 0, "Ring");
-    qmlRegisterType<KeyCaptureItem>("SonVale.App", 1, 0, "KeyCapture");
+    Appearance::install(*engine_, *appearance_);
     QObject::connect(engine_.get(), &QQmlEngine::warnings, engine_.get(),
                      [this](const QList<QQmlError>& all) {
                          if (!onWarning)
@@ -39,11 +40,11 @@ QQmlEngine& Views::engine() {
     return *engine_;
 }
 
-std::unique_ptr<QQuickView> Views::make(const QString& name, const QVariantMap& properties) {
+std::unique_ptr<QQuickView> Views::make(const QString& file, const QVariantMap& properties) {
     auto view = std::make_unique<QQuickView>(&engine(), nullptr);
     view->setResizeMode(QQuickView::SizeRootObjectToView);
     view->setInitialProperties(properties);
-    view->setSource(QStringLiteral("qrc:/SonVale/%1.qml").arg(name));
+    view->setSource(QStringLiteral("qrc:/SonVale/%1.qml").arg(file));
     return view;
 }
 

@@ -11,9 +11,9 @@ class QQmlEngine;
 
 namespace sonvale::ui {
 
-/// Makes the windows whose content is QML. The engine is loaded with the first one. Main thread.
+/// Makes the windows whose content is QML. The engine is loaded with the first window. Main thread.
 ///
-/// A view's file takes a `model`, which holds its logic and has to outlive the window.
+/// A view takes a `model`, which holds its logic and must outlive the window.
 class Views {
 public:
     Views();
@@ -21,15 +21,16 @@ public:
     Views(const Views&) = delete;
     Views& operator=(const Views&) = delete;
 
-    /// A window, not shown yet, with the file `name`.qml as its content, which fills it.
-    std::unique_ptr<QQuickView> make(const QString& name, const QVariantMap& properties);
+    /// Makes a window, not shown yet, which the content of `file`.qml fills. The file is named from `src/ui`,
+    /// such as "menu/MenuBarView".
+    std::unique_ptr<QQuickView> make(const QString& file, const QVariantMap& properties);
 
-    /// Lets go of what only windows that are closed by now have used.
+    /// Frees what only closed windows have used.
     void trim();
 
     Appearance& appearance() { return *appearance_; }
 
-    /// Called for every warning of a view, from then on; without it they go to Qt's log.
+    /// Called for every warning of a view. If it is empty, warnings go to Qt's log.
     std::function<void(const QString& warning)> onWarning;
 
 private:

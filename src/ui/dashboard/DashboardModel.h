@@ -13,6 +13,8 @@
 #include "ui/style/StyleModel.h"
 #include "ui/support/SupportChatModel.h"
 
+#include <QtQmlIntegration/qqmlintegration.h>
+
 #include <QObject>
 #include <memory>
 #include <vector>
@@ -23,6 +25,8 @@ namespace sonvale::ui {
 /// with a model for each of its tabs. It follows the controller while the window is open; main actor.
 class DashboardModel final : public QObject {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The window makes it.")
     Q_PROPERTY(QString content READ content NOTIFY contentChanged)
     Q_PROPERTY(sonvale::ui::OnboardingModel* onboarding READ onboarding CONSTANT)
     Q_PROPERTY(sonvale::ui::LoginModel* login READ login CONSTANT)

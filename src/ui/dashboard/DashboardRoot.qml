@@ -1,10 +1,11 @@
 import QtQuick
+import SonVale
 
 /// The content of the dashboard's window: what the user has to do first, or the dashboard.
 Rectangle {
     id: root
 
-    required property var model
+    required property DashboardModel model
 
     color: Theme.window
     LayoutMirroring.enabled: Qt.application.layoutDirection === Qt.RightToLeft

@@ -1,10 +1,11 @@
 import QtQuick
+import SonVale
 
 /// The dashboard itself: the sidebar and, beside it, the selected tab.
 FocusScope {
     id: dashboard
 
-    required property var model
+    required property DashboardModel model
     property string selectedTab: "home"
 
     SidebarView {

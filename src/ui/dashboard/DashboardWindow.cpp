@@ -28,7 +28,7 @@ DashboardWindow::~DashboardWindow() {
 void DashboardWindow::open() {
     if (!view_) {
         model_ = std::make_unique<DashboardModel>(environment_, appState_);
-        view_ = views_.make(QStringLiteral("DashboardRoot"),
+        view_ = views_.make(QStringLiteral("dashboard/DashboardRoot"),
                             {{QStringLiteral("model"), QVariant::fromValue<QObject*>(model_.get())}});
         view_->setTitle(QString::fromLatin1(title));
         view_->setIcon(trayIconSymbol(platform::RecordingState::idle));

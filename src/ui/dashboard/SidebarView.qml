@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// The tabs of the dashboard: those of every day on top, settings and help at the foot.
 FocusScope {

@@ -8,6 +8,8 @@
 #include "runtime/Task.h"
 #include "ui/home/HistoryStats.h"
 
+#include <QtQmlIntegration/qqmlintegration.h>
+
 #include <QAbstractListModel>
 #include <list>
 #include <memory>
@@ -21,6 +23,8 @@ namespace sonvale::ui {
 /// holds the pages of it that are looked at, never all rows. Main actor.
 class HistoryModel final : public QAbstractListModel {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The window makes it.")
     Q_PROPERTY(QString firstName READ firstName CONSTANT)
     Q_PROPERTY(int count READ count NOTIFY countChanged)
     Q_PROPERTY(QString days READ days NOTIFY statsChanged)

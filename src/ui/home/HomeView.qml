@@ -1,11 +1,12 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import SonVale
 
 /// Where the dashboard begins: counters, and the history by day.
 FocusScope {
     id: home
 
-    required property var model
+    required property HistoryModel model
     readonly property int columnWidth: Math.min(720, width - 2 * Theme.pageEdge)
 
     signal styleWanted

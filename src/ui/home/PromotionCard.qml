@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// Leads to the styles.
 SVCard {

@@ -1,10 +1,11 @@
 import QtQuick
+import SonVale
 
 /// The three counters over the history.
 Row {
     id: bar
 
-    required property var model
+    required property HistoryModel model
 
     spacing: Theme.betweenRows
 

@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// One dictation of the history. It is copied by its button, or by Return while it has the keyboard.
 Item {

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import SonVale
 
 /// Small words with a plus before them, which add one more to what stands above.
 AbstractButton {

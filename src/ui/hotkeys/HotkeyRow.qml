@@ -1,10 +1,11 @@
 import QtQuick
+import SonVale
 
 /// One action with its shortcuts, or with the recorder while a shortcut of it is recorded.
 Item {
     id: row
 
-    required property var model
+    required property HotkeySheetModel model
     required property var action
     required property var shortcuts
     readonly property bool isRecording: row.model.recordingAction === row.action.action
@@ -108,7 +109,7 @@ Item {
 
                 width: parent.width
                 isRecording: row.isRecording
-                nativeKeys: row.model.nativeKeys
+                model: row.model
                 warning: row.isRecording ? row.model.conflictWarning : ""
                 onCapture: (keyCode, modifiers, displayName) => row.model.capture(keyCode, modifiers, displayName)
                 onCancel: row.model.cancelRecording()

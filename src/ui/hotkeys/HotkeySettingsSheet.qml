@@ -1,11 +1,12 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import SonVale
 
 /// The sheet in which the user changes the shortcuts of the actions.
 SVSheet {
     id: sheet
 
-    required property var model
+    required property HotkeySheetModel model
     readonly property bool isRecording: model.recordingAction !== ""
 
     title: Texts.changeHotkeys

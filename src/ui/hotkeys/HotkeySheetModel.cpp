@@ -34,7 +34,7 @@ QVariantMap shortcutOf(const HotkeyConfiguration& config) {
 HotkeySheetModel::HotkeySheetModel(persistence::Settings& settings, const platform::NativeKeys& nativeKeys,
                                    OnSave onSave)
     : settings_(settings)
-    , nativeKeys_(&nativeKeys)
+    , nativeKeys_(nativeKeys)
     , onSave_(std::move(onSave))
     , store_(HotkeyBindingStore::load(settings)) {}
 

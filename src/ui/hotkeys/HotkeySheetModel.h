@@ -4,6 +4,8 @@
 #include "persistence/Settings.h"
 #include "platform/NativeKeys.h"
 
+#include <QtQmlIntegration/qqmlintegration.h>
+
 #include <QObject>
 #include <QString>
 #include <QVariant>
@@ -18,11 +20,12 @@ namespace sonvale::ui {
 /// and used only by `save()`. Main actor.
 class HotkeySheetModel final : public QObject {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The window makes it.")
     Q_PROPERTY(QVariantList actions READ actions CONSTANT)
     Q_PROPERTY(QVariantList shortcuts READ shortcuts NOTIFY storeChanged)
     Q_PROPERTY(QString recordingAction READ recordingActionName NOTIFY recordingChanged)
     Q_PROPERTY(QString conflictWarning READ conflictWarningText NOTIFY recordingChanged)
-    Q_PROPERTY(QVariant nativeKeys READ nativeKeys CONSTANT)
 
 public:
     /// Called by `save()` once the bindings are stored.
@@ -37,8 +40,8 @@ public:
     QVariantList shortcuts() const;
     QString recordingActionName() const; ///< the stored name; empty while nothing is recorded
     QString conflictWarningText() const; ///< empty for none
-    /// A `const platform::NativeKeys*`, for the recorder.
-    QVariant nativeKeys() const { return QVariant::fromValue(nativeKeys_); }
+    /// For the recorder.
+    const platform::NativeKeys& nativeKeys() const { return nativeKeys_; }
 
     const hotkeys::HotkeyBindings& store() const { return store_; }
     std::optional<hotkeys::HotkeyAction> recordingAction() const { return recordingAction_; }
@@ -73,7 +76,7 @@ private:
     void endRecording();
 
     persistence::Settings& settings_;
-    const platform::NativeKeys* nativeKeys_;
+    const platform::NativeKeys& nativeKeys_;
     OnSave onSave_;
 
     hotkeys::HotkeyBindings store_;

@@ -102,11 +102,6 @@ void KeyCaptureItem::setRecording(bool isRecording) {
     QMetaObject::invokeMethod(this, takeKeyboard, Qt::QueuedConnection);
 }
 
-void KeyCaptureItem::setNativeKeys(const QVariant& nativeKeys) {
-    nativeKeys_ = nativeKeys.value<const platform::NativeKeys*>();
-    Q_EMIT nativeKeysChanged();
-}
-
 bool KeyCaptureItem::event(QEvent* event) {
     // Otherwise a popup's own Escape, or any other shortcut of the window, would come first.
     if (event->type() == QEvent::ShortcutOverride && isRecording_) {
@@ -131,7 +126,7 @@ void KeyCaptureItem::keyReleaseEvent(QKeyEvent* event) {
 int KeyCaptureItem::keyCodeOf(const QKeyEvent& event) const {
     if (event.key() == Qt::Key_Escape)
         return escapeKeyCode;
-    const int placeCode = nativeKeys_ ? nativeKeys_->virtualKeyCode(event.nativeScanCode()) : -1;
+    const int placeCode = model_ ? model_->nativeKeys().virtualKeyCode(event.nativeScanCode()) : -1;
     return placeCode == escapeKeyCode ? -1 : placeCode;
 }
 

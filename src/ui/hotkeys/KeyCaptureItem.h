@@ -1,11 +1,10 @@
 #pragma once
 
 #include "platform/EventTap.h"
-#include "platform/NativeKeys.h"
+#include "ui/hotkeys/HotkeySheetModel.h"
 
 #include <QQuickItem>
 #include <QString>
-#include <QVariant>
 #include <cstdint>
 #include <optional>
 
@@ -20,9 +19,10 @@ namespace sonvale::ui {
 /// AltGr, which types signs, is none. Escape counts by what it means too; other keys count by their place.
 class KeyCaptureItem : public QQuickItem {
     Q_OBJECT
+    QML_NAMED_ELEMENT(KeyCapture)
     Q_PROPERTY(bool isRecording READ isRecording WRITE setRecording NOTIFY recordingChanged)
-    /// A `const platform::NativeKeys*` that outlives the item; without it no key is known.
-    Q_PROPERTY(QVariant nativeKeys READ nativeKeys WRITE setNativeKeys NOTIFY nativeKeysChanged)
+    /// Knows which place a key has. Without it, only Escape and modifiers are known.
+    Q_PROPERTY(sonvale::ui::HotkeySheetModel* model MEMBER model_ NOTIFY modelChanged)
 
 public:
     explicit KeyCaptureItem(QQuickItem* parent = nullptr);
@@ -30,8 +30,6 @@ public:
     bool isRecording() const { return isRecording_; }
     /// Once it records it takes the keyboard, in the next turn of the main loop.
     void setRecording(bool isRecording);
-    QVariant nativeKeys() const { return QVariant::fromValue(nativeKeys_); }
-    void setNativeKeys(const QVariant& nativeKeys);
 
     /// A shortcut was pressed; recording goes on until somebody ends it.
     Q_SIGNAL void capture(qlonglong keyCode, qulonglong modifiers, const QString& displayName);
@@ -39,7 +37,7 @@ public:
     Q_SIGNAL void cancel();
 
     Q_SIGNAL void recordingChanged();
-    Q_SIGNAL void nativeKeysChanged();
+    Q_SIGNAL void modelChanged();
 
 protected:
     bool event(QEvent* event) override;
@@ -52,7 +50,7 @@ private:
     void tell(QKeyEvent& event);
 
     bool isRecording_ = false;
-    const platform::NativeKeys* nativeKeys_ = nullptr;
+    HotkeySheetModel* model_ = nullptr;
 };
 
 } // namespace sonvale::ui

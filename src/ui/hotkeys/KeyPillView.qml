@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import SonVale
 
 /// A shortcut as a row of small key caps. What can be done with it is in its menu.
 AbstractButton {

@@ -1,13 +1,12 @@
 import QtQuick
-import SonVale.App
+import SonVale
 
 /// Waits for a shortcut to be pressed, and says what is wrong with the last one.
 Column {
     id: view
 
     property bool isRecording: false
-    /// What keys mean, as the model has it.
-    property alias nativeKeys: recorder.nativeKeys
+    property alias model: recorder.model
     /// Why the last shortcut was not taken; empty for nothing.
     property string warning
 

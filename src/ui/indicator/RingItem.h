@@ -14,6 +14,7 @@ namespace sonvale::ui {
 /// visible, and stands still where `isStill`.
 class RingItem : public QQuickPaintedItem {
     Q_OBJECT
+    QML_NAMED_ELEMENT(Ring)
     Q_PROPERTY(bool isWorking MEMBER isWorking_ NOTIFY changed)
     Q_PROPERTY(bool isStill MEMBER isStill_ NOTIFY changed)
 

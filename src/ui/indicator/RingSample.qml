@@ -1,5 +1,5 @@
 import QtQuick
-import SonVale.App
+import SonVale
 
 /// The ring on the dark ground on which it glows; while it is off, the microphone that waits for its key.
 Rectangle {

@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// Three dots that light up in turn while something is waited for.
 Row {

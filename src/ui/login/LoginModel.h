@@ -5,6 +5,8 @@
 #include "services/AuthService.h"
 #include "ui/login/WipedText.h"
 
+#include <QtQmlIntegration/qqmlintegration.h>
+
 #include <QObject>
 #include <memory>
 #include <string>
@@ -14,6 +16,8 @@ namespace sonvale::ui {
 /// What the one screen of a signed-out user holds and does: it signs in, or creates an account. Main actor.
 class LoginModel final : public QObject {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The window makes it.")
     Q_PROPERTY(QString email READ email WRITE setEmail NOTIFY inputChanged)
     Q_PROPERTY(QString password READ password WRITE setPassword NOTIFY inputChanged)
     Q_PROPERTY(QString confirmPassword READ confirmPassword WRITE setConfirmPassword NOTIFY inputChanged)

@@ -1,10 +1,11 @@
 import QtQuick
+import SonVale
 
 /// What a signed-out user sees: signing in, or creating an account.
 FocusScope {
     id: login
 
-    required property var model
+    required property LoginModel model
     /// Without an account the program can still dictate, so the user may go on to the tabs.
     property bool isAccountNeeded: true
 

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import SonVale
 
 /// One line to type into; a secure one hides what is typed until its eye is pressed.
 FocusScope {

@@ -1,12 +1,13 @@
 import QtQuick
 import QtQuick.Window
 import QtQuick.Controls.Basic
+import SonVale
 
 /// The menu at the tray.
 FocusScope {
     id: menu
 
-    required property var model
+    required property MenuModel model
     property bool isChoosingLanguage: false
     readonly property int edge: 9
     readonly property int wantedHeight: Math.min(content.implicitHeight + foot.implicitHeight + page.gap + 2 * edge, 640)

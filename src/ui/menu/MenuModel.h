@@ -4,6 +4,8 @@
 #include "core/AppState.h"
 #include "persistence/Settings.h"
 
+#include <QtQmlIntegration/qqmlintegration.h>
+
 #include <QObject>
 #include <QVariantList>
 #include <functional>
@@ -15,6 +17,8 @@ namespace sonvale::ui {
 /// What the menu at the tray shows and does. It follows the controller; main actor.
 class MenuModel final : public QObject {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The window makes it.")
     Q_PROPERTY(QString state READ state NOTIFY stateChanged)
     Q_PROPERTY(QString statusText READ statusText NOTIFY stateChanged)
     Q_PROPERTY(QString lastTranscription READ lastTranscription NOTIFY transcriptionChanged)

@@ -33,7 +33,7 @@ void MenuPopover::toggle(const QRect& icon) {
     }
     icon_ = icon.isEmpty() ? QRect(QCursor::pos(), QSize(1, 1)) : icon;
     model_.refresh();
-    view_ = views_.make(QStringLiteral("MenuBarView"),
+    view_ = views_.make(QStringLiteral("menu/MenuBarView"),
                         {{QStringLiteral("model"), QVariant::fromValue<QObject*>(&model_)}});
     view_->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
                     Qt::NoDropShadowWindowHint);

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import SonVale
 
 /// One line of the menu: symbol, title, and a shortcut at its end.
 AbstractButton {

@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// A small disc in the colour of the state.
 Rectangle {

@@ -10,6 +10,8 @@ namespace sonvale::ui {
 /// a grant can make the user start the program again. Main actor.
 class OnboardingModel final : public GrantsModel {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The window makes it.")
     Q_PROPERTY(int step READ step NOTIFY stepChanged)
     Q_PROPERTY(QString stepName READ stepName NOTIFY stepChanged)
     Q_PROPERTY(bool canGoBack READ canGoBack NOTIFY stepChanged)

@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// What a step shows above its title.
 Item {

@@ -1,11 +1,12 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import SonVale
 
 /// Leads a new user through the grants and the tour, one step at a time.
 FocusScope {
     id: onboarding
 
-    required property var model
+    required property OnboardingModel model
     readonly property var texts: Texts.steps[model.stepName]
     readonly property bool isGrant: texts.ask !== undefined
     readonly property bool isGranted: model.stepName === "microphone" ? model.microphoneGranted : model.stepName === "speechRecognition" ? model.speechRecognitionGranted : model.stepName === "accessibility" ? model.accessibilityGranted : model.stepName === "inputMonitoring" ? model.inputMonitoringGranted : false

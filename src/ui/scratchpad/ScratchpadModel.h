@@ -4,6 +4,8 @@
 #include "core/Environment.h"
 #include "ui/common/SaveSoon.h"
 
+#include <QtQmlIntegration/qqmlintegration.h>
+
 #include <QObject>
 #include <memory>
 
@@ -12,6 +14,8 @@ namespace sonvale::ui {
 /// The scratchpad's text, kept in the settings as it is typed. Main actor.
 class ScratchpadModel final : public QObject {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The window makes it.")
     Q_PROPERTY(QString text READ text WRITE setText NOTIFY textChanged)
     Q_PROPERTY(int words READ words NOTIFY textChanged)
 

@@ -1,10 +1,11 @@
 import QtQuick
+import SonVale
 
 /// Free notes.
 FocusScope {
     id: view
 
-    required property var model
+    required property ScratchpadModel model
     readonly property int columnWidth: Math.min(720, width - 2 * Theme.pageEdge)
 
     Component.onDestruction: model.save()

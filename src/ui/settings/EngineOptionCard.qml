@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import SonVale
 
 /// One engine to choose, with what it is good for.
 AbstractButton {

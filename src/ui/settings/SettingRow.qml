@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// One setting: what it is called, what it does, and its control at the end.
 Item {

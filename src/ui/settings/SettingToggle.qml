@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// A setting that is on or off.
 SettingRow {

@@ -4,6 +4,8 @@
 #include "runtime/Task.h"
 #include "ui/common/GrantsModel.h"
 
+#include <QtQmlIntegration/qqmlintegration.h>
+
 #include <QVariantList>
 #include <memory>
 
@@ -13,6 +15,8 @@ namespace sonvale::ui {
 /// once. Main actor.
 class SettingsModel final : public GrantsModel {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The window makes it.")
     Q_PROPERTY(bool launchAtLogin READ launchAtLogin WRITE setLaunchAtLogin NOTIFY changed)
     Q_PROPERTY(bool soundEffects READ soundEffects WRITE setSoundEffects NOTIFY changed)
     Q_PROPERTY(bool pauseAudioDuringDictation READ pauseAudioDuringDictation WRITE

@@ -1,13 +1,14 @@
 import QtQuick
 import QtQuick.Window
+import SonVale
 
 /// Every setting, on one page.
 FocusScope {
     id: view
 
-    required property var model
+    required property SettingsModel model
     /// Of the sheet that changes the shortcuts.
-    required property var shortcuts
+    required property HotkeySheetModel shortcuts
     property bool showHotkeySheet: false
     readonly property bool isWindowActive: Window.active
 

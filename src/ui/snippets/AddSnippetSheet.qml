@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// Asks for a new snippet.
 SVSheet {

@@ -1,10 +1,11 @@
 import QtQuick
+import SonVale
 
 /// Changes a snippet, as it is typed.
 SVSheet {
     id: sheet
 
-    required property var model
+    required property SnippetsModel model
 
     title: Texts.editSnippet
     onOpened: trigger.focusField()

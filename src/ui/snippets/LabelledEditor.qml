@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// An editor under its name.
 Column {

@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// A field under its name, and a note below it.
 Column {

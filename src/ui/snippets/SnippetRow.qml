@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// One snippet with its two buttons.
 SVCard {

@@ -7,6 +7,8 @@
 #include "ui/common/SaveSoon.h"
 #include "ui/snippets/SnippetSearch.h"
 
+#include <QtQmlIntegration/qqmlintegration.h>
+
 #include <QAbstractListModel>
 #include <memory>
 #include <optional>
@@ -17,6 +19,8 @@ namespace sonvale::ui {
 /// The snippets that a search shows, newest first, and the one that is being edited. Main actor.
 class SnippetsModel final : public QAbstractListModel {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The window makes it.")
     Q_PROPERTY(bool isEmpty READ isEmpty NOTIFY snippetsChanged)
     Q_PROPERTY(QString searchText READ searchText WRITE setSearchText NOTIFY searchTextChanged)
     Q_PROPERTY(bool isEditing READ isEditing NOTIFY editingChanged)

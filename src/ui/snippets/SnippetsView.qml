@@ -1,11 +1,12 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import SonVale
 
 /// The spoken triggers and the texts that they stand for.
 FocusScope {
     id: view
 
-    required property var model
+    required property SnippetsModel model
     readonly property int columnWidth: Math.min(720, width - 2 * Theme.pageEdge)
 
     // The search belongs to the view, and ends with it.

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import SonVale
 
 /// One of a few choices that stand side by side.
 AbstractButton {

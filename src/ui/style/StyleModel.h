@@ -5,6 +5,8 @@
 #include "persistence/Records.h"
 #include "ui/common/SaveSoon.h"
 
+#include <QtQmlIntegration/qqmlintegration.h>
+
 #include <QObject>
 #include <QStringList>
 #include <memory>
@@ -16,6 +18,8 @@ namespace sonvale::ui {
 /// selected, and changes count from the moment that they are made. Main actor.
 class StyleModel final : public QObject {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The window makes it.")
     Q_PROPERTY(QStringList categories READ categories CONSTANT)
     Q_PROPERTY(QString category READ category WRITE select NOTIFY styleChanged)
     Q_PROPERTY(int formality READ formality WRITE setFormality NOTIFY styleChanged)

@@ -1,11 +1,12 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import SonVale
 
 /// How the user wants to sound in each kind of application.
 FocusScope {
     id: view
 
-    required property var model
+    required property StyleModel model
     readonly property var chosen: Texts.styleCategories[model.category]
 
     // Which kind is chosen belongs to the view, and ends with it.

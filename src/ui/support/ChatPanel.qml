@@ -1,11 +1,12 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import SonVale
 
 /// The conversation, and the field for what comes next. Return sends it, with Shift it makes a new line.
 FocusScope {
     id: panel
 
-    required property var model
+    required property SupportChatModel model
     /// The support answers signed-in users only.
     property bool isSignedIn: true
 

@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// What went wrong, until the next try.
 Rectangle {

@@ -1,10 +1,11 @@
 import QtQuick
+import SonVale
 
 /// A conversation with the support assistant.
 FocusScope {
     id: help
 
-    required property var model
+    required property SupportChatModel model
     property bool isSignedIn: true
 
     signal signInWanted

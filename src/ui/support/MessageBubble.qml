@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// A block of a message: a short message is one, a long one some under each other on one ground. What it says
 /// is shown as it stands, without any markup, and can be selected.

@@ -5,6 +5,8 @@
 #include "services/SupportChatViewModel.h"
 #include "ui/support/SupportMessagesModel.h"
 
+#include <QtQmlIntegration/qqmlintegration.h>
+
 #include <QObject>
 #include <memory>
 #include <vector>
@@ -15,6 +17,8 @@ namespace sonvale::ui {
 /// thirty times a second, however small its pieces are. Main actor.
 class SupportChatModel final : public QObject {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The window makes it.")
     Q_PROPERTY(sonvale::ui::SupportMessagesModel* messages READ messages CONSTANT)
     Q_PROPERTY(QString inputText READ inputText WRITE setInputText NOTIFY inputTextChanged)
     Q_PROPERTY(bool isStreaming READ isStreaming NOTIFY isStreamingChanged)

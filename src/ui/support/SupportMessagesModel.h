@@ -2,6 +2,8 @@
 
 #include "services/SupportChatViewModel.h"
 
+#include <QtQmlIntegration/qqmlintegration.h>
+
 #include <QAbstractListModel>
 #include <string>
 #include <vector>
@@ -10,8 +12,10 @@ namespace sonvale::ui {
 
 /// The messages of a conversation for a list that shows them from top to bottom. A long message is some rows,
 /// one for each block of it, so that only what is seen is laid out; one without text is no row. Main actor.
-class SupportMessagesModel final : public QAbstractListModel {
+class SupportMessagesModel : public QAbstractListModel {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The window makes it.")
 
 public:
     enum Role { textRole = Qt::UserRole, isUserRole, isFirstRole, isLastRole };

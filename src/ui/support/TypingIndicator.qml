@@ -1,4 +1,5 @@
 import QtQuick
+import SonVale
 
 /// Three dots, of which one after the other is lit, until the first words of an answer come.
 Row {
