@@ -25,6 +25,10 @@ std::string stripTrailingEllipsis(std::string text) {
     return base::trimmed(text, base::TrimmingSet::blanks);
 }
 
+std::string pieceOf(const std::string& transcript) {
+    return stripTrailingEllipsis(base::trimmed(transcript));
+}
+
 std::int64_t wordCount(std::string_view text) {
     return static_cast<std::int64_t>(base::piecesBetweenBlanks(text).size());
 }

@@ -10,6 +10,10 @@ namespace sonvale::core {
 /// it), then every "...", and last the blanks and tabs at both ends. Line breaks stay.
 std::string stripTrailingEllipsis(std::string text);
 
+/// Returns a transcript as it is typed as one piece of a longer text: trimmed, and without the dots at its
+/// end.
+std::string pieceOf(const std::string& transcript);
+
 /// Number of words as the history counts them: the pieces between blanks (U+0020), empty ones left out. Other
 /// white space does not divide.
 std::int64_t wordCount(std::string_view text);

@@ -1,32 +1,48 @@
 #pragma once
 
-#include "runtime/Task.h"
+#include "core/Finalisation.h"
 
 #include <cstdint>
 #include <string>
 
 namespace sonvale::core {
 
-/// The text of a dictation that is typed piece by piece while the user goes on speaking. Main actor.
-struct TypedPieces {
-    std::string accumulatedText;            ///< all pieces, joined by single blanks
-    std::int64_t insertionCount = 0;        ///< insertions that have ended
-    bool isFirst = true;                    ///< no piece with text has come yet
-    runtime::TaskHandle<> pendingInsertion; ///< of the newest piece; it waits for the one before
+/// The text of a dictation that is typed piece by piece while the user still speaks, and cleaned up as a
+/// whole at its end. Main actor.
+class TypedPieces {
+public:
+    /// What is referred to must outlive it.
+    TypedPieces(DictationContext& context, Finalisation& finalisation);
 
-    /// Takes a piece in and returns it as it is to be typed: with a blank before it unless it is the first.
-    std::string add(const std::string& text, bool asFirst) {
-        auto spaced = asFirst ? text : " " + text;
-        accumulatedText += spaced;
-        return spaced;
-    }
+    /// Keeps a piece in the history and types it after the earlier ones, with a blank before it unless it is
+    /// the first. Returns at once.
+    void type(const std::string& text);
+
+    /// All pieces, joined by single blanks.
+    const std::string& text() const { return text_; }
+
+    /// Waits until everything is typed, also a piece that comes meanwhile.
+    runtime::Task<> finishTyping();
+    /// As `finishTyping`, but gives up the newest piece unless it is being typed.
+    runtime::Task<> cancelTyping();
+    /// Gives up the newest piece unless it is being typed, and waits for nothing.
+    void dropTyping();
+
+    /// Replaces the typed pieces by the cleaned whole, if that is wanted, and shows the text. Does nothing
+    /// if nothing was typed.
+    runtime::Task<> replaceByWhole(bool isLocalOnly);
 
     /// Forgets the text; insertions that are on their way go on.
-    void forget() {
-        accumulatedText.clear();
-        insertionCount = 0;
-        isFirst = true;
-    }
+    void forget();
+
+private:
+    runtime::Task<> typeAfter(runtime::TaskHandle<> previous, std::string text);
+
+    DictationContext& context_;
+    Finalisation& finalisation_;
+    std::string text_;
+    std::int64_t insertionCount_ = 0;   ///< insertions that have ended
+    runtime::TaskHandle<> newestPiece_; ///< its insertion, which waits for the one before
 };
 
 } // namespace sonvale::core

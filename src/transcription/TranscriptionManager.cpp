@@ -12,7 +12,7 @@ using Preference = TranscriptionEnginePreference;
 TranscriptionManager::TranscriptionManager(std::shared_ptr<TranscriptionEngine> cloud,
                                            std::shared_ptr<RealtimeTranscriptionEngine> realtime)
     : cloudEngine(std::move(cloud))
-    , realtimeEngine(std::move(realtime)) {}
+    , realtimeEngine_(std::move(realtime)) {}
 
 bool TranscriptionManager::isStreamingPreferred() const {
     const auto preference = preferredEngine.get();
@@ -60,28 +60,32 @@ runtime::Task<std::string> TranscriptionManager::transcribeOnDevice(std::filesys
     co_return co_await local->transcribe(std::move(audioFileURL), std::move(language));
 }
 
-runtime::Task<> TranscriptionManager::startStreaming(std::shared_ptr<audio::AudioRecorder> recorder) {
-    const auto* capture = recorder->audioEngine();
-    const auto format = capture ? capture->outputFormat() : platform::AudioFormat{};
-    if (format.channelCount == 0)
+runtime::Task<> TranscriptionManager::startStreaming(platform::AudioFormat inputFormat,
+                                                     std::function<void(AudioConsumer)> bind) {
+    if (inputFormat.channelCount == 0)
         throw TranscriptionError::engineUnavailable();
 
-    const auto engine = realtimeEngine;
+    const auto engine = realtimeEngine_;
     // A buffer that was being converted when an earlier recording was unbound may have come after all.
     engine->discardAudio();
     // First, so that what is said while the socket is being opened is kept.
-    recorder->setOnBuffer([engine](const platform::PcmBufferPtr& buffer) { engine->appendAudio(*buffer); });
+    bind([engine](const platform::PcmBufferPtr& buffer) { engine->appendAudio(*buffer); });
 
-    // Also where another session is opened: the end of the former's time is not this one's.
+    // This also holds if another session is opened: the former one's refresh timer must not close it.
     engine->clearPreWarmState();
     if (!engine->hasReadySession())
-        co_await engine->startSession(format);
+        co_await engine->startSession(inputFormat);
+}
+
+runtime::Task<std::string> TranscriptionManager::finishStreaming() {
+    const auto engine = realtimeEngine_;
+    co_return co_await engine->finalizeStreamingTranscription();
 }
 
 runtime::Task<> TranscriptionManager::preWarm(platform::AudioFormat inputFormat) {
     if (!isStreamingPreferred())
         co_return;
-    const auto engine = realtimeEngine;
+    const auto engine = realtimeEngine_;
     co_await engine->preWarm(inputFormat);
 }
 

@@ -13,9 +13,9 @@ using Texts = std::vector<std::string>;
 using Press = tests::FakeSyntheticInput::Press;
 
 /// Spoken instructions, heard by the recogniser; the test plays the language model and the front application.
-class CommandMode : public tests::CoreFixture {
+class CommandModeTest : public tests::CoreFixture {
 protected:
-    CommandMode() {
+    CommandModeTest() {
         addresses.service = "https://service.example";
         addresses.key = "sk-own";
         settings().set(keys::transcriptionEngine, "local");
@@ -40,7 +40,7 @@ protected:
 
 } // namespace
 
-TEST_F(CommandMode, RewritesTheSelection) {
+TEST_F(CommandModeTest, RewritesTheSelection) {
     accessibility().setSelectedText("a rather long text");
     willAnswer("  A short text.\n");
     command("make it shorter");
@@ -60,7 +60,7 @@ TEST_F(CommandMode, RewritesTheSelection) {
     EXPECT_EQ(input().count(Press::paste), 1);
 }
 
-TEST_F(CommandMode, RecordsTheRequestWithoutTheText) {
+TEST_F(CommandModeTest, RecordsTheRequestWithoutTheText) {
     accessibility().setSelectedText("häß");
     willAnswer("x");
     command("make it shorter");
@@ -78,7 +78,7 @@ TEST_F(CommandMode, RecordsTheRequestWithoutTheText) {
     EXPECT_EQ(found, 1);
 }
 
-TEST_F(CommandMode, CopiesASelectionThatTheApplicationDoesNotTell) {
+TEST_F(CommandModeTest, CopiesASelectionThatTheApplicationDoesNotTell) {
     pasteboard().copyElsewhere("the user's own");
     input().setOnPress([this](Press press) {
         if (press == Press::copy)
@@ -93,7 +93,7 @@ TEST_F(CommandMode, CopiesASelectionThatTheApplicationDoesNotTell) {
     EXPECT_EQ(pasteboard().text(), "the user's own");
 }
 
-TEST_F(CommandMode, IsAPlainDictationWithoutASelection) {
+TEST_F(CommandModeTest, IsAPlainDictationWithoutASelection) {
     const auto before = pasteboard().contents();
     willAnswer("Words at the cursor.");
     command("words at the cursor");
@@ -103,7 +103,7 @@ TEST_F(CommandMode, IsAPlainDictationWithoutASelection) {
     EXPECT_EQ(pasteboard().contents(), before);
 }
 
-TEST_F(CommandMode, TypesTheInstructionWhenTheModelFails) {
+TEST_F(CommandModeTest, TypesTheInstructionWhenTheModelFails) {
     accessibility().setSelectedText("a rather long text");
     network().answerNext(500, "");
     willAnswer("Make it shorter.");
@@ -114,7 +114,7 @@ TEST_F(CommandMode, TypesTheInstructionWhenTheModelFails) {
     EXPECT_EQ(history().size(), 1U);
 }
 
-TEST_F(CommandMode, IsAPlainDictationWhereNobodyCanBeAsked) {
+TEST_F(CommandModeTest, IsAPlainDictationWhereNobodyCanBeAsked) {
     accessibility().setSelectedText("a rather long text");
     settings().set(keys::localOnlyMode, true);
     command("make it shorter");
@@ -129,7 +129,7 @@ TEST_F(CommandMode, IsAPlainDictationWhereNobodyCanBeAsked) {
     EXPECT_TRUE(network().requests().empty());
 }
 
-TEST_F(CommandMode, HasNoLimitOfTimeOfItsOwn) {
+TEST_F(CommandModeTest, HasNoLimitOfTimeOfItsOwn) {
     accessibility().setSelectedText("a rather long text");
     network().hangNext();
     command("make it shorter");
@@ -141,7 +141,7 @@ TEST_F(CommandMode, HasNoLimitOfTimeOfItsOwn) {
     EXPECT_EQ(pastedTexts(), Texts{"Short."});
 }
 
-TEST_F(CommandMode, LosesAReleaseThatComesWhileTheSelectionIsRead) {
+TEST_F(CommandModeTest, LosesAReleaseThatComesWhileTheSelectionIsRead) {
     recogniser().answerWith("words");
     settings().set(keys::aiProcessingEnabled, false);
     press(HotkeyAction::commandMode);
@@ -158,7 +158,7 @@ TEST_F(CommandMode, LosesAReleaseThatComesWhileTheSelectionIsRead) {
     EXPECT_FALSE(state().forceCommandMode.get());
 }
 
-TEST_F(CommandMode, MakesACommandOfTheNextPressWhenItsOwnCameTooEarly) {
+TEST_F(CommandModeTest, MakesACommandOfTheNextPressWhenItsOwnCameTooEarly) {
     recogniser().answerWith("words");
     accessibility().setSelectedText("a rather long text");
     press(HotkeyAction::pushToTalk);
@@ -181,7 +181,7 @@ TEST_F(CommandMode, MakesACommandOfTheNextPressWhenItsOwnCameTooEarly) {
     EXPECT_EQ(pastedTexts().back(), "Short.");
 }
 
-TEST_F(CommandMode, ForgetsTheSelectionWhenItIsCancelled) {
+TEST_F(CommandModeTest, ForgetsTheSelectionWhenItIsCancelled) {
     accessibility().setSelectedText("a rather long text");
     press(HotkeyAction::commandMode);
     speak(0.1);

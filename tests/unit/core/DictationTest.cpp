@@ -11,9 +11,9 @@ namespace sonvale::core {
 using hotkeys::HotkeyAction;
 using tests::CoreFixture;
 
-using Dictation = CoreFixture;
+using DictationTest = CoreFixture;
 
-TEST_F(Dictation, InsertsWhatWasSpokenAndPutsTheClipboardBack) {
+TEST_F(DictationTest, InsertsWhatWasSpokenAndPutsTheClipboardBack) {
     pasteboard().copyElsewhere("what was there before");
     recogniser().answerWith("the meeting is at ten");
 
@@ -33,7 +33,7 @@ TEST_F(Dictation, InsertsWhatWasSpokenAndPutsTheClipboardBack) {
     EXPECT_EQ(recordingsLeft(), 0U);
 }
 
-TEST_F(Dictation, ReadsTheClipboardWhileTheUserSpeaks) {
+TEST_F(DictationTest, ReadsTheClipboardWhileTheUserSpeaks) {
     press(HotkeyAction::pushToTalk);
     EXPECT_EQ(pasteboard().prefetches(), 1);
     EXPECT_TRUE(pasteboard().calls().empty()) << "it is not waited for";
@@ -42,7 +42,7 @@ TEST_F(Dictation, ReadsTheClipboardWhileTheUserSpeaks) {
     settle();
 }
 
-TEST_F(Dictation, LetsTheRecogniserGetReadyWhileTheUserSpeaks) {
+TEST_F(DictationTest, LetsTheRecogniserGetReadyWhileTheUserSpeaks) {
     press(HotkeyAction::pushToTalk);
     EXPECT_EQ(recogniser().preparations(), 1);
     press(HotkeyAction::cancel);
@@ -53,7 +53,7 @@ TEST_F(Dictation, LetsTheRecogniserGetReadyWhileTheUserSpeaks) {
     press(HotkeyAction::cancel);
 }
 
-TEST_F(Dictation, RecordsTheHistoryBeforeTheInsertion) {
+TEST_F(DictationTest, RecordsTheHistoryBeforeTheInsertion) {
     recogniser().answerWith("two  words here");
     press(HotkeyAction::pushToTalk);
     speak(0.1);
@@ -73,7 +73,7 @@ TEST_F(Dictation, RecordsTheHistoryBeforeTheInsertion) {
     settle();
 }
 
-TEST_F(Dictation, WritesNoHistoryInPrivacyMode) {
+TEST_F(DictationTest, WritesNoHistoryInPrivacyMode) {
     settings().set(persistence::keys::privacyModeEnabled, true);
     dictate("secret");
     EXPECT_TRUE(history().empty());
@@ -81,13 +81,13 @@ TEST_F(Dictation, WritesNoHistoryInPrivacyMode) {
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"secret"});
 }
 
-TEST_F(Dictation, GoesOnWithoutAStore) {
+TEST_F(DictationTest, GoesOnWithoutAStore) {
     state().modelContext = nullptr;
     dictate("no store");
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"no store"});
 }
 
-TEST_F(Dictation, ShowsTheRingForEachState) {
+TEST_F(DictationTest, ShowsTheRingForEachState) {
     press(HotkeyAction::pushToTalk);
     EXPECT_EQ(panel().shown()->state, RecordingState::recording);
     recogniser().hold();
@@ -99,7 +99,7 @@ TEST_F(Dictation, ShowsTheRingForEachState) {
     EXPECT_FALSE(panel().shown().has_value());
 }
 
-TEST_F(Dictation, FeedsTheLoudnessToTheRingWhileItRecordsAndNoLonger) {
+TEST_F(DictationTest, FeedsTheLoudnessToTheRingWhileItRecordsAndNoLonger) {
     press(HotkeyAction::pushToTalk);
     speak(0.1, 0.25F);
     EXPECT_NEAR(panel().shown()->level, 0.25F, 1e-4);
@@ -109,7 +109,7 @@ TEST_F(Dictation, FeedsTheLoudnessToTheRingWhileItRecordsAndNoLonger) {
     EXPECT_EQ(clock().pending() > 1, false) << "only the recorder's watchdog may still wait";
 }
 
-TEST_F(Dictation, IgnoresASecondPressWhileItWorks) {
+TEST_F(DictationTest, IgnoresASecondPressWhileItWorks) {
     press(HotkeyAction::pushToTalk);
     press(HotkeyAction::pushToTalk);
     EXPECT_EQ(microphone().madeCount(), 1);
@@ -125,7 +125,7 @@ TEST_F(Dictation, IgnoresASecondPressWhileItWorks) {
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"once"});
 }
 
-TEST_F(Dictation, NotesTheApplicationInFrontAtKeyDown) {
+TEST_F(DictationTest, NotesTheApplicationInFrontAtKeyDown) {
     workspace().setFrontmost(platform::FrontApplication{"com.apple.mail", "Mail", 77});
     press(HotkeyAction::pushToTalk);
     ASSERT_TRUE(state().dictationTargetApp.get());
@@ -141,7 +141,7 @@ TEST_F(Dictation, NotesTheApplicationInFrontAtKeyDown) {
     press(HotkeyAction::cancel);
 }
 
-TEST_F(Dictation, SaysWhyARecordingDidNotStart) {
+TEST_F(DictationTest, SaysWhyARecordingDidNotStart) {
     microphone().setFormat({0, 0});
     press(HotkeyAction::pushToTalk);
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
@@ -154,7 +154,7 @@ TEST_F(Dictation, SaysWhyARecordingDidNotStart) {
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
 }
 
-TEST_F(Dictation, KeepsTheErrorUntilTheNextStartOrCancel) {
+TEST_F(DictationTest, KeepsTheErrorUntilTheNextStartOrCancel) {
     microphone().setFormat({0, 0});
     int changes = 0;
     const auto subscription = state().errorMessage.subscribe([&](const auto&) { ++changes; });
@@ -171,7 +171,7 @@ TEST_F(Dictation, KeepsTheErrorUntilTheNextStartOrCancel) {
     press(HotkeyAction::cancel);
 }
 
-TEST_F(Dictation, RaisesNoSecondChangeForTheSameError) {
+TEST_F(DictationTest, RaisesNoSecondChangeForTheSameError) {
     int changes = 0;
     const auto subscription = state().errorMessage.subscribe([&](const auto&) { ++changes; });
     const auto errorsLogged = [this] {
@@ -186,7 +186,7 @@ TEST_F(Dictation, RaisesNoSecondChangeForTheSameError) {
     EXPECT_EQ(errorsLogged(), 2);
 }
 
-TEST_F(Dictation, ReportsAFailedTranscriptionAndKeepsTheLastText) {
+TEST_F(DictationTest, ReportsAFailedTranscriptionAndKeepsTheLastText) {
     dictate("kept");
     perfLines.clear();
     recogniser().failWith({"other", 5, "it broke"});
@@ -206,7 +206,7 @@ TEST_F(Dictation, ReportsAFailedTranscriptionAndKeepsTheLastText) {
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"kept"});
 }
 
-TEST_F(Dictation, TakesSilenceForAFailedTranscription) {
+TEST_F(DictationTest, TakesSilenceForAFailedTranscription) {
     recogniser().failWith({platform::assistantErrorDomain, platform::noSpeechErrorCode, "No speech"});
     press(HotkeyAction::pushToTalk);
     speak(0.1);
@@ -216,7 +216,7 @@ TEST_F(Dictation, TakesSilenceForAFailedTranscription) {
               "Transcription failed: Invalid response from transcription service.");
 }
 
-TEST_F(Dictation, SaysThatNothingWasRecordedWhenTheWatchdogHasEndedTheRecording) {
+TEST_F(DictationTest, SaysThatNothingWasRecordedWhenTheWatchdogHasEndedTheRecording) {
     state().transcriptionManager->preferredEngine = transcription::TranscriptionEnginePreference::local;
     press(HotkeyAction::pushToTalk);
     advance(601);
@@ -229,7 +229,7 @@ TEST_F(Dictation, SaysThatNothingWasRecordedWhenTheWatchdogHasEndedTheRecording)
     EXPECT_EQ(recordingsLeft(), 0U);
 }
 
-TEST_F(Dictation, CancelThrowsTheRecordingAway) {
+TEST_F(DictationTest, CancelThrowsTheRecordingAway) {
     press(HotkeyAction::pushToTalk);
     speak(0.2);
     press(HotkeyAction::cancel);
@@ -242,7 +242,7 @@ TEST_F(Dictation, CancelThrowsTheRecordingAway) {
     EXPECT_EQ(recogniser().startedCount(), 0);
 }
 
-TEST_F(Dictation, CancelWhileItWorksHidesTheRingAndTheTextIsStillInserted) {
+TEST_F(DictationTest, CancelWhileItWorksHidesTheRingAndTheTextIsStillInserted) {
     recogniser().hold();
     press(HotkeyAction::pushToTalk);
     speak(0.2);
@@ -255,7 +255,7 @@ TEST_F(Dictation, CancelWhileItWorksHidesTheRingAndTheTextIsStillInserted) {
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"late but not lost"});
 }
 
-TEST_F(Dictation, AnOldFinalisationEndsTheRingOfANewRecording) {
+TEST_F(DictationTest, AnOldFinalisationEndsTheRingOfANewRecording) {
     recogniser().hold();
     press(HotkeyAction::pushToTalk);
     speak(0.2);
@@ -273,7 +273,7 @@ TEST_F(Dictation, AnOldFinalisationEndsTheRingOfANewRecording) {
     release(HotkeyAction::pushToTalk);
 }
 
-TEST_F(Dictation, DeletesTheFilesOfTwoDictationsThatAreTranscribedAtATime) {
+TEST_F(DictationTest, DeletesTheFilesOfTwoDictationsThatAreTranscribedAtATime) {
     recogniser().hold();
     for (int i = 0; i < 2; ++i) {
         press(HotkeyAction::pushToTalk);
@@ -293,7 +293,7 @@ TEST_F(Dictation, DeletesTheFilesOfTwoDictationsThatAreTranscribedAtATime) {
     EXPECT_EQ(pastedTexts(), (std::vector<std::string>{"first", "second"}));
 }
 
-TEST_F(Dictation, InsertsOneTextAfterTheOther) {
+TEST_F(DictationTest, InsertsOneTextAfterTheOther) {
     dictate("before");
     pasteboard().copyElsewhere("the user's own");
     press(HotkeyAction::pasteLastTranscript);
@@ -306,7 +306,7 @@ TEST_F(Dictation, InsertsOneTextAfterTheOther) {
     EXPECT_EQ(pasteboard().text(), "the user's own");
 }
 
-TEST_F(Dictation, PastesTheLastTextAgainInEveryState) {
+TEST_F(DictationTest, PastesTheLastTextAgainInEveryState) {
     press(HotkeyAction::pasteLastTranscript);
     settle();
     EXPECT_TRUE(pastedTexts().empty()) << "there is none yet";
@@ -326,7 +326,7 @@ TEST_F(Dictation, PastesTheLastTextAgainInEveryState) {
     press(HotkeyAction::cancel);
 }
 
-TEST_F(Dictation, PrintsItsTimingsInWholeMilliseconds) {
+TEST_F(DictationTest, PrintsItsTimingsInWholeMilliseconds) {
     state().transcriptionManager->preferredEngine = transcription::TranscriptionEnginePreference::local;
     dictate("timed");
     ASSERT_EQ(perfLines.size(), 2U);
@@ -334,7 +334,7 @@ TEST_F(Dictation, PrintsItsTimingsInWholeMilliseconds) {
     EXPECT_EQ(perfLines[1], "[PERF] stopDictation total: 350ms");
 }
 
-TEST_F(Dictation, LeavesItsFactsInTheAuditLogAndNoText) {
+TEST_F(DictationTest, LeavesItsFactsInTheAuditLogAndNoText) {
     recogniser().answerWith("unmistakable");
     press(HotkeyAction::pushToTalk);
     speak(1.25);
@@ -364,7 +364,7 @@ TEST_F(Dictation, LeavesItsFactsInTheAuditLogAndNoText) {
         EXPECT_EQ(line.text.find("unmistakable"), std::string::npos);
 }
 
-TEST_F(Dictation, TakesAnEmptyTranscriptForAFailedOne) {
+TEST_F(DictationTest, TakesAnEmptyTranscriptForAFailedOne) {
     recogniser().answerWith("");
     press(HotkeyAction::pushToTalk);
     speak(0.1);
@@ -374,7 +374,7 @@ TEST_F(Dictation, TakesAnEmptyTranscriptForAFailedOne) {
               "Transcription failed: Invalid response from transcription service.");
 }
 
-TEST_F(Dictation, HearsTheShortcutThroughTheListener) {
+TEST_F(DictationTest, HearsTheShortcutThroughTheListener) {
     completeOnboardingAndStart();
     recogniser().answerWith("by the key");
     tap().holdModifiers(platform::modifier::option);
@@ -390,7 +390,7 @@ TEST_F(Dictation, HearsTheShortcutThroughTheListener) {
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"by the key"});
 }
 
-TEST_F(Dictation, EndsWithItsController) {
+TEST_F(DictationTest, EndsWithItsController) {
     players().report(true);
     press(HotkeyAction::pushToTalk);
     speak(0.2);
@@ -406,7 +406,7 @@ TEST_F(Dictation, EndsWithItsController) {
     EXPECT_EQ(runtimeSupport().registry().count(), 0U);
 }
 
-TEST_F(Dictation, EndsWhileItsTextIsMadeWhenTheProgramQuits) {
+TEST_F(DictationTest, EndsWhileItsTextIsMadeWhenTheProgramQuits) {
     players().report(true);
     recogniser().hold();
     press(HotkeyAction::pushToTalk);

@@ -15,9 +15,9 @@ using Preference = transcription::TranscriptionEnginePreference;
 using Steps = std::vector<std::string>;
 
 /// The order of the steps in each ending, with music that was paused.
-class Endings : public tests::HandsFreeFixture {
+class EndingsTest : public tests::HandsFreeFixture {
 protected:
-    Endings() { players().report(true); }
+    EndingsTest() { players().report(true); }
 
     void hold(double seconds = 0.5) {
         press(HotkeyAction::pushToTalk);
@@ -37,7 +37,7 @@ protected:
 
 } // namespace
 
-TEST_F(Endings, OfADictation) {
+TEST_F(EndingsTest, OfADictation) {
     willHear({"words"});
     hold();
     letGo();
@@ -46,7 +46,7 @@ TEST_F(Endings, OfADictation) {
                                "[PERF] stopDictation total", "pre-warm"}));
 }
 
-TEST_F(Endings, OfASnippet) {
+TEST_F(EndingsTest, OfASnippet) {
     persistence::Snippet snippet;
     snippet.id = base::Uuid::make();
     snippet.trigger = "my address";
@@ -60,7 +60,7 @@ TEST_F(Endings, OfASnippet) {
     EXPECT_EQ(stepsFrom("state idle"), (Steps{"state idle", "media", "hide"}));
 }
 
-TEST_F(Endings, OfACommand) {
+TEST_F(EndingsTest, OfACommand) {
     accessibility().setSelectedText("selected");
     willHear({"make it shorter"});
     network().answerNext(200, base::jsonText({{"choices", {{{"message", {{"content", "short"}}}}}}}));
@@ -72,7 +72,7 @@ TEST_F(Endings, OfACommand) {
     EXPECT_EQ(stepsFrom("state idle"), (Steps{"state idle", "media", "hide"}));
 }
 
-TEST_F(Endings, WithoutAudio) {
+TEST_F(EndingsTest, WithoutAudio) {
     prefer(Preference::local);
     hold();
     advance(601);
@@ -81,7 +81,7 @@ TEST_F(Endings, WithoutAudio) {
                                "error: No audio recorded.", "media", "hide"}));
 }
 
-TEST_F(Endings, OfAFailedTranscription) {
+TEST_F(EndingsTest, OfAFailedTranscription) {
     prefer(Preference::cloud);
     network().answerNext(500, "down");
     hold();
@@ -91,7 +91,7 @@ TEST_F(Endings, OfAFailedTranscription) {
                                "hide", "[PERF] stopDictation total"}));
 }
 
-TEST_F(Endings, OfAFailedTranscriptionPreWarmLast) {
+TEST_F(EndingsTest, OfAFailedTranscriptionPreWarmLast) {
     prefer(Preference::streaming);
     network().answerNext(500, "down");
     willHear({std::nullopt});
@@ -102,7 +102,7 @@ TEST_F(Endings, OfAFailedTranscriptionPreWarmLast) {
                      "[PERF] stopDictation total", "[PERF] WebSocket session start", "pre-warm"}));
 }
 
-TEST_F(Endings, OfARecorderThatDoesNotStart) {
+TEST_F(EndingsTest, OfARecorderThatDoesNotStart) {
     microphone().setFormat({0, 0});
     sequence.clear();
     press(HotkeyAction::pushToTalk);
@@ -114,7 +114,7 @@ TEST_F(Endings, OfARecorderThatDoesNotStart) {
                "media", "hide"}));
 }
 
-TEST_F(Endings, OfACancel) {
+TEST_F(EndingsTest, OfACancel) {
     willHear({});
     hold();
     sequence.clear();
@@ -124,7 +124,7 @@ TEST_F(Endings, OfACancel) {
                                "[PERF] WebSocket session start", "pre-warm"}));
 }
 
-TEST_F(Endings, OfACancelWhileTheTextIsMade) {
+TEST_F(EndingsTest, OfACancelWhileTheTextIsMade) {
     prefer(Preference::local);
     recogniser().hold();
     hold();
@@ -138,7 +138,7 @@ TEST_F(Endings, OfACancelWhileTheTextIsMade) {
     EXPECT_EQ(sequence, (Steps{"hide", "[PERF] stopDictation total"}));
 }
 
-TEST_F(Endings, OfHandsFreeMode) {
+TEST_F(EndingsTest, OfHandsFreeMode) {
     start({"words", ""});
     utter();
     sequence.clear();
@@ -148,7 +148,7 @@ TEST_F(Endings, OfHandsFreeMode) {
                                "[PERF] WebSocket session start", "pre-warm"}));
 }
 
-TEST_F(Endings, OfACancelInHandsFreeMode) {
+TEST_F(EndingsTest, OfACancelInHandsFreeMode) {
     start({"words"});
     utter();
     sequence.clear();
@@ -158,7 +158,7 @@ TEST_F(Endings, OfACancelInHandsFreeMode) {
         << "nothing is opened ahead";
 }
 
-TEST_F(Endings, OfHandsFreeModeWithoutAService) {
+TEST_F(EndingsTest, OfHandsFreeModeWithoutAService) {
     network().failHandshakes(UrlError(UrlError::Code::cannotConnectToHost, "nobody there"));
     sequence.clear();
     start({});
@@ -169,7 +169,7 @@ TEST_F(Endings, OfHandsFreeModeWithoutAService) {
                      "session closed", "media", "hide", "pre-warm"}));
 }
 
-TEST_F(Endings, OfALongForm) {
+TEST_F(EndingsTest, OfALongForm) {
     willHear({"the first part", "the rest"});
     hold(6);
     letGo();

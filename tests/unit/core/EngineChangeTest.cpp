@@ -133,9 +133,14 @@ TEST_F(EngineChange, ForgetsTheAudioOfACancelledRecording) {
 }
 
 TEST_F(EngineChange, WipesABufferThatWasLeftOver) {
+    hold(0.1);
+    const auto consumer = state().audioRecorder->onBuffer();
+    prefer(Preference::local);
+    press(HotkeyAction::cancel);
+    release(HotkeyAction::pushToTalk);
     // The capture thread was converting it when the recording was unbound.
-    auto left = std::make_shared<platform::PcmBuffer>(platform::AudioFormat{48000, 1}, 48000);
-    state().transcriptionManager->realtimeEngine->appendAudio(*left);
+    consumer(std::make_shared<platform::PcmBuffer>(platform::AudioFormat{48000, 1}, 48000));
+    prefer(Preference::hybrid);
     hold(0.512);
     release(HotkeyAction::pushToTalk);
     EXPECT_EQ(bytesHeard(), 24576U);

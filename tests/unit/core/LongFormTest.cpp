@@ -12,7 +12,7 @@ using platform::UrlError;
 using Texts = std::vector<std::string>;
 using Preference = transcription::TranscriptionEnginePreference;
 
-class LongForm : public tests::StreamingFixture {
+class LongFormTest : public tests::StreamingFixture {
 protected:
     void hold(double seconds) {
         press(HotkeyAction::pushToTalk);
@@ -32,7 +32,7 @@ protected:
 
 } // namespace
 
-TEST_F(LongForm, TypesTheFirstPartWhileTheKeyIsHeldAndTheRestAtItsRelease) {
+TEST_F(LongFormTest, TypesTheFirstPartWhileTheKeyIsHeldAndTheRestAtItsRelease) {
     willHear({"the first part", "and all the rest"});
     hold(5.5);
     EXPECT_EQ(pastedTexts(), Texts{"the first part"});
@@ -51,7 +51,7 @@ TEST_F(LongForm, TypesTheFirstPartWhileTheKeyIsHeldAndTheRestAtItsRelease) {
     EXPECT_FALSE(printed("stopDictation total: "));
 }
 
-TEST_F(LongForm, SendsTheLastSoundsBeforeEachCommit) {
+TEST_F(LongFormTest, SendsTheLastSoundsBeforeEachCommit) {
     willHear({"the first part", "and the rest"});
     hold(4.992);
     const auto before = bytesHeard();
@@ -68,7 +68,7 @@ TEST_F(LongForm, SendsTheLastSoundsBeforeEachCommit) {
     expectAtRest();
 }
 
-TEST_F(LongForm, ReplacesThePartsByTheCleanedWhole) {
+TEST_F(LongFormTest, ReplacesThePartsByTheCleanedWhole) {
     willHear({"um the first part", "and the rest"});
     hold(6);
     willClean({"The first part, and the rest."});
@@ -83,7 +83,7 @@ TEST_F(LongForm, ReplacesThePartsByTheCleanedWhole) {
     EXPECT_EQ(rows[2].processedText, "The first part, and the rest.");
 }
 
-TEST_F(LongForm, LeavesThePartsWhenTheCleanUpFails) {
+TEST_F(LongFormTest, LeavesThePartsWhenTheCleanUpFails) {
     willHear({"the first part", "the rest"});
     hold(6);
     settings().set(keys::aiProcessingEnabled, true);
@@ -94,7 +94,7 @@ TEST_F(LongForm, LeavesThePartsWhenTheCleanUpFails) {
     EXPECT_EQ(state().lastTranscription.get(), "the first part the rest");
 }
 
-TEST_F(LongForm, IsAnOrdinaryDictationBeforeFiveSeconds) {
+TEST_F(LongFormTest, IsAnOrdinaryDictationBeforeFiveSeconds) {
     willHear({"words"});
     hold(4.9);
     letGo();
@@ -105,7 +105,7 @@ TEST_F(LongForm, IsAnOrdinaryDictationBeforeFiveSeconds) {
     EXPECT_TRUE(printed("stopDictation total: "));
 }
 
-TEST_F(LongForm, NeedsASession) {
+TEST_F(LongFormTest, NeedsASession) {
     network().failHandshakes(UrlError(UrlError::Code::cannotConnectToHost, "nobody there"));
     recogniser().answerWith("from this machine");
     willHear({});
@@ -121,7 +121,7 @@ TEST_F(LongForm, NeedsASession) {
     EXPECT_FALSE(printed("PTT long-form"));
 }
 
-TEST_F(LongForm, GivesTheLastPartNoBlankWhenTheFirstWasSilence) {
+TEST_F(LongFormTest, GivesTheLastPartNoBlankWhenTheFirstWasSilence) {
     willHear({"...", "all of it"});
     hold(8);
     EXPECT_TRUE(pastedTexts().empty());
@@ -131,7 +131,7 @@ TEST_F(LongForm, GivesTheLastPartNoBlankWhenTheFirstWasSilence) {
     EXPECT_EQ(undone(), 1);
 }
 
-TEST_F(LongForm, GoesOnAfterACommitThatFailed) {
+TEST_F(LongFormTest, GoesOnAfterACommitThatFailed) {
     willHear({std::nullopt, "the rest"});
     network().answerNext(200, "all of it");
     hold(8);
@@ -141,7 +141,7 @@ TEST_F(LongForm, GoesOnAfterACommitThatFailed) {
     EXPECT_EQ(state().errorMessage.get(), std::nullopt);
 }
 
-TEST_F(LongForm, KeepsTheFirstPartWhenTheLastFails) {
+TEST_F(LongFormTest, KeepsTheFirstPartWhenTheLastFails) {
     willHear({"the first part", std::nullopt});
     network().hangNext();
     hold(8);
@@ -154,7 +154,7 @@ TEST_F(LongForm, KeepsTheFirstPartWhenTheLastFails) {
     expectAtRest();
 }
 
-TEST_F(LongForm, WaitsForACommitThatIsOnItsWayAtTheRelease) {
+TEST_F(LongFormTest, WaitsForACommitThatIsOnItsWayAtTheRelease) {
     willHear({});
     hold(5.2);
     EXPECT_EQ(commits(), 1U);
@@ -170,7 +170,7 @@ TEST_F(LongForm, WaitsForACommitThatIsOnItsWayAtTheRelease) {
     EXPECT_EQ(pastedTexts(), (Texts{"the first part", " the rest"}));
 }
 
-TEST_F(LongForm, LeavesWhatWasTypedWhenItIsCancelled) {
+TEST_F(LongFormTest, LeavesWhatWasTypedWhenItIsCancelled) {
     willHear({"the first part", "never"});
     hold(7);
     willClean({"never"});
@@ -183,7 +183,7 @@ TEST_F(LongForm, LeavesWhatWasTypedWhenItIsCancelled) {
     EXPECT_EQ(undone(), 0);
 }
 
-TEST_F(LongForm, CanBeCancelledWhileThePartIsCommitted) {
+TEST_F(LongFormTest, CanBeCancelledWhileThePartIsCommitted) {
     willHear({});
     hold(5.2);
     EXPECT_EQ(commits(), 1U);
@@ -200,7 +200,7 @@ TEST_F(LongForm, CanBeCancelledWhileThePartIsCommitted) {
     EXPECT_EQ(pastedTexts(), Texts{"words"});
 }
 
-TEST_F(LongForm, DropsACommand) {
+TEST_F(LongFormTest, DropsACommand) {
     accessibility().setSelectedText("selected");
     willHear({"make it", "shorter"});
     press(HotkeyAction::commandMode);
@@ -213,7 +213,7 @@ TEST_F(LongForm, DropsACommand) {
     EXPECT_EQ(pastedTexts(), (Texts{"make it", " shorter"}));
 }
 
-TEST_F(LongForm, IsNotBegunByTheTimerOfAnEarlierRecording) {
+TEST_F(LongFormTest, IsNotBegunByTheTimerOfAnEarlierRecording) {
     willHear({"one", "two"});
     hold(4);
     letGo(0.6);
@@ -223,7 +223,7 @@ TEST_F(LongForm, IsNotBegunByTheTimerOfAnEarlierRecording) {
     EXPECT_EQ(pastedTexts(), (Texts{"one", "two"}));
 }
 
-TEST_F(LongForm, LetsTheMusicGoOnAfterwards) {
+TEST_F(LongFormTest, LetsTheMusicGoOnAfterwards) {
     players().report(true);
     willHear({"one", "two"});
     hold(6);

@@ -13,7 +13,7 @@ using Preference = transcription::TranscriptionEnginePreference;
 using Texts = std::vector<std::string>;
 
 /// Speech whose text cannot be typed where it belongs.
-class LostSpeech : public tests::HandsFreeFixture {
+class LostSpeechTest : public tests::HandsFreeFixture {
 protected:
     void hold(double seconds) {
         press(HotkeyAction::pushToTalk);
@@ -40,7 +40,7 @@ protected:
 
 } // namespace
 
-TEST_F(LostSpeech, KeepsAnUtteranceWhoseWaitAnOlderTimerEnded) {
+TEST_F(LostSpeechTest, KeepsAnUtteranceWhoseWaitAnOlderTimerEnded) {
     network().answerNext(200, "second words");
     start({"first words"});
     utter();
@@ -68,7 +68,7 @@ TEST_F(LostSpeech, KeepsAnUtteranceWhoseWaitAnOlderTimerEnded) {
     EXPECT_EQ(state().currentTranscription.get(), "first words");
 }
 
-TEST_F(LostSpeech, DoesNotHoldUpTheNextUtterance) {
+TEST_F(LostSpeechTest, DoesNotHoldUpTheNextUtterance) {
     network().hangNext();
     start({std::nullopt, "second words", ""});
     utter();
@@ -86,7 +86,7 @@ TEST_F(LostSpeech, DoesNotHoldUpTheNextUtterance) {
     EXPECT_EQ(state().lastTranscription.get(), "first words");
 }
 
-TEST_F(LostSpeech, KeepsTheLastUtteranceOfARun) {
+TEST_F(LostSpeechTest, KeepsTheLastUtteranceOfARun) {
     network().answerNext(200, "last words");
     start({"first words", std::nullopt});
     utter();
@@ -98,7 +98,7 @@ TEST_F(LostSpeech, KeepsTheLastUtteranceOfARun) {
     EXPECT_EQ(pastedTexts(), Texts{"first words"});
 }
 
-TEST_F(LostSpeech, KeepsSeveralUtterancesInTheirOrder) {
+TEST_F(LostSpeechTest, KeepsSeveralUtterancesInTheirOrder) {
     network().hangNext();
     network().answerNext(200, "second words");
     start({std::nullopt, std::nullopt, ""});
@@ -113,7 +113,7 @@ TEST_F(LostSpeech, KeepsSeveralUtterancesInTheirOrder) {
     expectAtRest();
 }
 
-TEST_F(LostSpeech, KeepsAnUtteranceThatBeganBeforeTheTextOfTheOneBeforeItCame) {
+TEST_F(LostSpeechTest, KeepsAnUtteranceThatBeganBeforeTheTextOfTheOneBeforeItCame) {
     network().answerNext(200, "first words second");
     network().answerNext(200, "words");
     willHear({});
@@ -135,7 +135,7 @@ TEST_F(LostSpeech, KeepsAnUtteranceThatBeganBeforeTheTextOfTheOneBeforeItCame) {
     expectAtRest();
 }
 
-TEST_F(LostSpeech, DeletesTheClosedFileOnceTheNextUtteranceHasItsText) {
+TEST_F(LostSpeechTest, DeletesTheClosedFileOnceTheNextUtteranceHasItsText) {
     willHear({});
     tap();
     utter();
@@ -152,7 +152,7 @@ TEST_F(LostSpeech, DeletesTheClosedFileOnceTheNextUtteranceHasItsText) {
     expectAtRest();
 }
 
-TEST_F(LostSpeech, DeletesEverythingAtACancel) {
+TEST_F(LostSpeechTest, DeletesEverythingAtACancel) {
     willHear({});
     tap();
     utter();
@@ -165,7 +165,7 @@ TEST_F(LostSpeech, DeletesEverythingAtACancel) {
     EXPECT_EQ(filesSent(), 0U);
 }
 
-TEST_F(LostSpeech, DeletesEverythingAtACancelWhileTheModeIsBeingLeft) {
+TEST_F(LostSpeechTest, DeletesEverythingAtACancelWhileTheModeIsBeingLeft) {
     willHear({});
     tap();
     utter();
@@ -179,7 +179,7 @@ TEST_F(LostSpeech, DeletesEverythingAtACancelWhileTheModeIsBeingLeft) {
     EXPECT_EQ(pastedTexts(), Texts{"first words"});
 }
 
-TEST_F(LostSpeech, SendsNoSilence) {
+TEST_F(LostSpeechTest, SendsNoSilence) {
     start({"words", std::nullopt});
     utter();
     speak(3, 0.0F);
@@ -189,7 +189,7 @@ TEST_F(LostSpeech, SendsNoSilence) {
     EXPECT_EQ(state().lastTranscription.get(), "words");
 }
 
-TEST_F(LostSpeech, StaysOutOfTheHistoryInPrivacyMode) {
+TEST_F(LostSpeechTest, StaysOutOfTheHistoryInPrivacyMode) {
     settings().set(keys::privacyModeEnabled, true);
     network().answerNext(200, "last words");
     start({"first words", std::nullopt});
@@ -200,7 +200,7 @@ TEST_F(LostSpeech, StaysOutOfTheHistoryInPrivacyMode) {
     EXPECT_EQ(state().lastTranscription.get(), "last words");
 }
 
-TEST_F(LostSpeech, GivesUpWhenTheFileGivesNoTextEither) {
+TEST_F(LostSpeechTest, GivesUpWhenTheFileGivesNoTextEither) {
     prefer(Preference::streaming);
     network().answerNext(500, "the words of a server");
     start({"first words", std::nullopt});
@@ -215,7 +215,7 @@ TEST_F(LostSpeech, GivesUpWhenTheFileGivesNoTextEither) {
         EXPECT_EQ(line.text.find("the words of a server"), std::string::npos);
 }
 
-TEST_F(LostSpeech, IsDeletedWhenTheProgramQuitsMeanwhile) {
+TEST_F(LostSpeechTest, IsDeletedWhenTheProgramQuitsMeanwhile) {
     network().hangNext();
     start({std::nullopt});
     utter();
@@ -230,7 +230,7 @@ TEST_F(LostSpeech, IsDeletedWhenTheProgramQuitsMeanwhile) {
     EXPECT_EQ(runtimeSupport().registry().count(), 0U);
 }
 
-TEST_F(LostSpeech, KeepsWhatWasSaidBeforeTheServiceProvedUnreachable) {
+TEST_F(LostSpeechTest, KeepsWhatWasSaidBeforeTheServiceProvedUnreachable) {
     network().holdHandshakes();
     network().failNext(UrlError::Code::cannotConnectToHost, "nobody there");
     recogniser().answerWith("words from this machine");
@@ -245,7 +245,7 @@ TEST_F(LostSpeech, KeepsWhatWasSaidBeforeTheServiceProvedUnreachable) {
     EXPECT_TRUE(pastedTexts().empty());
 }
 
-TEST_F(LostSpeech, OfALongFormIsTakenFromTheWholeFile) {
+TEST_F(LostSpeechTest, OfALongFormIsTakenFromTheWholeFile) {
     network().answerNext(200, "the first part and the rest");
     willHear({std::nullopt, "and the rest"});
     hold(8);
@@ -257,7 +257,7 @@ TEST_F(LostSpeech, OfALongFormIsTakenFromTheWholeFile) {
     EXPECT_EQ(recordingsLeft(), 0U);
 }
 
-TEST_F(LostSpeech, OfTheEndOfALongFormIsTakenFromTheWholeFile) {
+TEST_F(LostSpeechTest, OfTheEndOfALongFormIsTakenFromTheWholeFile) {
     network().answerNext(200, "the first part and the rest");
     willHear({"the first part", std::nullopt});
     hold(8);
@@ -267,7 +267,7 @@ TEST_F(LostSpeech, OfTheEndOfALongFormIsTakenFromTheWholeFile) {
     EXPECT_EQ(state().lastTranscription.get(), "the first part and the rest");
 }
 
-TEST_F(LostSpeech, OfALongFormSurvivesTheChangeToHandsFreeMode) {
+TEST_F(LostSpeechTest, OfALongFormSurvivesTheChangeToHandsFreeMode) {
     network().answerNext(200, "the first part and more");
     willHear({std::nullopt, "and more", ""});
     hold(6);
@@ -283,7 +283,7 @@ TEST_F(LostSpeech, OfALongFormSurvivesTheChangeToHandsFreeMode) {
     expectAtRest();
 }
 
-TEST_F(LostSpeech, KeepsTheTextOfADictationThatAnOldWatchdogEnded) {
+TEST_F(LostSpeechTest, KeepsTheTextOfADictationThatAnOldWatchdogEnded) {
     willHear({"first", "the words"});
     hold(0.5);
     letGo();
@@ -299,7 +299,7 @@ TEST_F(LostSpeech, KeepsTheTextOfADictationThatAnOldWatchdogEnded) {
     EXPECT_EQ(recordingsLeft(), 0U);
 }
 
-TEST_F(LostSpeech, StaysOutOfTheHistoryInPrivacyModeWhenAnOldWatchdogEndedIt) {
+TEST_F(LostSpeechTest, StaysOutOfTheHistoryInPrivacyModeWhenAnOldWatchdogEndedIt) {
     settings().set(keys::privacyModeEnabled, true);
     willHear({"first", "the words"});
     hold(0.5);
@@ -311,7 +311,7 @@ TEST_F(LostSpeech, StaysOutOfTheHistoryInPrivacyModeWhenAnOldWatchdogEndedIt) {
     EXPECT_EQ(state().lastTranscription.get(), "the words");
 }
 
-TEST_F(LostSpeech, TranscribesTheFileOfADictationThatTheWatchdogEnded) {
+TEST_F(LostSpeechTest, TranscribesTheFileOfADictationThatTheWatchdogEnded) {
     prefer(Preference::local);
     recogniser().answerWith("ten minutes of words");
     hold(1);
@@ -324,7 +324,7 @@ TEST_F(LostSpeech, TranscribesTheFileOfADictationThatTheWatchdogEnded) {
     EXPECT_EQ(recordingsLeft(), 0U);
 }
 
-TEST_F(LostSpeech, OfARecordingThatAnEarlierDictationEndedIsTranscribed) {
+TEST_F(LostSpeechTest, OfARecordingThatAnEarlierDictationEndedIsTranscribed) {
     prefer(Preference::local);
     recogniser().hold();
     hold(0.5);
@@ -344,7 +344,7 @@ TEST_F(LostSpeech, OfARecordingThatAnEarlierDictationEndedIsTranscribed) {
     release(HotkeyAction::pushToTalk);
 }
 
-TEST_F(LostSpeech, IsForgottenByPasteLastOnceAnotherDictationHasEnded) {
+TEST_F(LostSpeechTest, IsForgottenByPasteLastOnceAnotherDictationHasEnded) {
     network().answerNext(200, "last words");
     start({std::nullopt, "new words"});
     speak(0.5, 0.1F);

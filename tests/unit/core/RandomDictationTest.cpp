@@ -377,7 +377,7 @@ private:
         EXPECT_FALSE(state().systemAudioController->didPauseMedia);
         const auto sockets = network().sockets();
         EXPECT_LE(std::ranges::count_if(sockets, [](const auto& socket) { return !socket->isEnded(); }), 1);
-        state().transcriptionManager->realtimeEngine->cancelSession();
+        state().transcriptionManager->cancelStream();
         // The longest wait is that for the end of the longest recording.
         advance(600);
         EXPECT_EQ(runtimeSupport().registry().count(), 0U);

@@ -10,9 +10,9 @@ using tests::CoreFixture;
 using transcription::TranscriptionEnginePreference;
 namespace keys = persistence::keys;
 
-using Startup = CoreFixture;
+using StartupTest = CoreFixture;
 
-TEST_F(Startup, StartsNoListenerBeforeOnboardingIsComplete) {
+TEST_F(StartupTest, StartsNoListenerBeforeOnboardingIsComplete) {
     state().setup();
     advance(200);
     EXPECT_EQ(tap().startCount(), 0);
@@ -20,7 +20,7 @@ TEST_F(Startup, StartsNoListenerBeforeOnboardingIsComplete) {
     EXPECT_EQ(systemLines.back(), "[AppState] startHotkeysIfReady() — skipped, onboarding not complete");
 }
 
-TEST_F(Startup, StartsTheListenerWithTheDefaultShortcuts) {
+TEST_F(StartupTest, StartsTheListenerWithTheDefaultShortcuts) {
     completeOnboardingAndStart();
     EXPECT_TRUE(tap().isRunning());
     EXPECT_TRUE(state().hotkeyManager->isEnabled().get());
@@ -28,7 +28,7 @@ TEST_F(Startup, StartsTheListenerWithTheDefaultShortcuts) {
     EXPECT_FALSE(tap().swallowable().empty());
 }
 
-TEST_F(Startup, CompletingOnboardingIsKept) {
+TEST_F(StartupTest, CompletingOnboardingIsKept) {
     settings().set(keys::onboardingStep, std::int64_t{3});
     completeOnboardingAndStart();
     EXPECT_TRUE(settings().read(keys::isOnboardingComplete));
@@ -46,7 +46,7 @@ TEST_F(Startup, CompletingOnboardingIsKept) {
               "[AppState] startHotkeysIfReady() — hotkeys already running, nothing to do.");
 }
 
-TEST_F(Startup, FindsAGrantThatArrivesLateAtTheNextFastPass) {
+TEST_F(StartupTest, FindsAGrantThatArrivesLateAtTheNextFastPass) {
     accessibility().setTrusted(false);
     completeOnboardingAndStart();
     EXPECT_TRUE(systemHas("[AppState] startHotkeysIfReady() — waiting for permissions."));
@@ -59,7 +59,7 @@ TEST_F(Startup, FindsAGrantThatArrivesLateAtTheNextFastPass) {
     EXPECT_EQ(tap().startCount(), 1);
 }
 
-TEST_F(Startup, LooksEveryTenSecondsForTwoMoreMinutesAndThenNoMore) {
+TEST_F(StartupTest, LooksEveryTenSecondsForTwoMoreMinutesAndThenNoMore) {
     accessibility().setTrusted(false);
     completeOnboardingAndStart();
     advance(20 + 60.5);
@@ -70,7 +70,7 @@ TEST_F(Startup, LooksEveryTenSecondsForTwoMoreMinutesAndThenNoMore) {
     EXPECT_EQ(tap().startCount(), 1);
 }
 
-TEST_F(Startup, GivesUpAfterTheSlowPassesUntilAGrantIsReported) {
+TEST_F(StartupTest, GivesUpAfterTheSlowPassesUntilAGrantIsReported) {
     accessibility().setTrusted(false);
     completeOnboardingAndStart();
     advance(145);
@@ -81,7 +81,7 @@ TEST_F(Startup, GivesUpAfterTheSlowPassesUntilAGrantIsReported) {
     EXPECT_EQ(tap().startCount(), 1);
 }
 
-TEST_F(Startup, StartsTheListenerWhenAPollFindsTheGrant) {
+TEST_F(StartupTest, StartsTheListenerWhenAPollFindsTheGrant) {
     accessibility().setTrusted(false);
     completeOnboardingAndStart();
     advance(200);
@@ -95,7 +95,7 @@ TEST_F(Startup, StartsTheListenerWhenAPollFindsTheGrant) {
     EXPECT_FALSE(tap().swallowable().empty());
 }
 
-TEST_F(Startup, AsksTheRecogniserOfThisMachineForItsGrant) {
+TEST_F(StartupTest, AsksTheRecogniserOfThisMachineForItsGrant) {
     recogniser().setAuthorization(platform::SpeechAuthorization::notDetermined);
     state().permissionsManager->requestSpeechRecognitionWithPolling();
     recogniser().setAuthorization(platform::SpeechAuthorization::authorized);
@@ -104,7 +104,7 @@ TEST_F(Startup, AsksTheRecogniserOfThisMachineForItsGrant) {
     EXPECT_TRUE(workspace().opened().empty());
 }
 
-TEST_F(Startup, TriesARefusedListenerThreeTimesAndThenSaysSo) {
+TEST_F(StartupTest, TriesARefusedListenerThreeTimesAndThenSaysSo) {
     tap().setStartPermitted(false);
     completeOnboardingAndStart();
     EXPECT_TRUE(systemHas("[AppState] startHotkeysIfReady() — hotkeyManager.start() returned false"));
@@ -116,7 +116,7 @@ TEST_F(Startup, TriesARefusedListenerThreeTimesAndThenSaysSo) {
     EXPECT_EQ(state().errorMessage.get(), "Failed to start hotkey listener. Try restarting the app.");
 }
 
-TEST_F(Startup, ARetriedListenerGetsItsShortcuts) {
+TEST_F(StartupTest, ARetriedListenerGetsItsShortcuts) {
     tap().setStartPermitted(false);
     completeOnboardingAndStart();
     advance(1);
@@ -127,7 +127,7 @@ TEST_F(Startup, ARetriedListenerGetsItsShortcuts) {
     EXPECT_FALSE(state().errorMessage.get());
 }
 
-TEST_F(Startup, TellsOnceThatAnotherProgramKeepsAShortcut) {
+TEST_F(StartupTest, TellsOnceThatAnotherProgramKeepsAShortcut) {
     completeOnboardingAndStart();
     tap().take({49, platform::modifier::option});
     runtimeSupport().runUntilIdle();
@@ -144,7 +144,7 @@ TEST_F(Startup, TellsOnceThatAnotherProgramKeepsAShortcut) {
     EXPECT_EQ(state().errorMessage.get(), "Option + = is used by another program.");
 }
 
-TEST_F(Startup, EndsTheRetriesOfARefusedListenerInSilenceWhenAGrantGoes) {
+TEST_F(StartupTest, EndsTheRetriesOfARefusedListenerInSilenceWhenAGrantGoes) {
     tap().setStartPermitted(false);
     completeOnboardingAndStart();
     advance(2.1); // the slow start has tried too, and has retries of its own
@@ -156,7 +156,7 @@ TEST_F(Startup, EndsTheRetriesOfARefusedListenerInSilenceWhenAGrantGoes) {
     EXPECT_FALSE(state().hotkeyManager->isEnabled().get());
 }
 
-TEST_F(Startup, HasAPassOfItsOwnForEachSetup) {
+TEST_F(StartupTest, HasAPassOfItsOwnForEachSetup) {
     accessibility().setTrusted(false);
     completeOnboardingAndStart();
     advance(1);
@@ -176,7 +176,7 @@ TEST_F(Startup, HasAPassOfItsOwnForEachSetup) {
     EXPECT_TRUE(systemLines.empty()) << "both have ended";
 }
 
-TEST_F(Startup, GoesThroughItsPassesAtOnceWhenItsSleepsAreCancelled) {
+TEST_F(StartupTest, GoesThroughItsPassesAtOnceWhenItsSleepsAreCancelled) {
     accessibility().setTrusted(false);
     completeOnboardingAndStart();
     systemLines.clear();
@@ -188,7 +188,7 @@ TEST_F(Startup, GoesThroughItsPassesAtOnceWhenItsSleepsAreCancelled) {
     EXPECT_EQ(clock().pending(), 0U);
 }
 
-TEST_F(Startup, FollowsTheDockSetting) {
+TEST_F(StartupTest, FollowsTheDockSetting) {
     state().setup();
     EXPECT_EQ(application().policy(), platform::ActivationPolicy::regular);
     settings().set(keys::showInDock, false);
@@ -196,7 +196,7 @@ TEST_F(Startup, FollowsTheDockSetting) {
     EXPECT_EQ(application().policy(), platform::ActivationPolicy::accessory);
 }
 
-TEST_F(Startup, TakesTheStoredEngineAndHybridForAnythingElse) {
+TEST_F(StartupTest, TakesTheStoredEngineAndHybridForAnythingElse) {
     EXPECT_EQ(state().transcriptionManager->preferredEngine.get(), TranscriptionEnginePreference::hybrid);
     settings().set(keys::transcriptionEngine, std::string("cloud"));
     rebuildState();
@@ -206,7 +206,7 @@ TEST_F(Startup, TakesTheStoredEngineAndHybridForAnythingElse) {
     EXPECT_EQ(state().transcriptionManager->preferredEngine.get(), TranscriptionEnginePreference::hybrid);
 }
 
-TEST_F(Startup, LocalOnlyModeForcesTheLocalEngineWithoutWritingItBack) {
+TEST_F(StartupTest, LocalOnlyModeForcesTheLocalEngineWithoutWritingItBack) {
     settings().set(keys::transcriptionEngine, std::string("streaming"));
     settings().set(keys::localOnlyMode, true);
     rebuildState();
@@ -214,7 +214,7 @@ TEST_F(Startup, LocalOnlyModeForcesTheLocalEngineWithoutWritingItBack) {
     EXPECT_EQ(settings().stored(keys::transcriptionEngine), "streaming");
 }
 
-TEST_F(Startup, LocalOnlyModeGoesBackToTheEngineThatWasChosen) {
+TEST_F(StartupTest, LocalOnlyModeGoesBackToTheEngineThatWasChosen) {
     settings().set(keys::transcriptionEngine, std::string("streaming"));
     rebuildState();
     state().setLocalOnlyMode(true);
@@ -228,14 +228,14 @@ TEST_F(Startup, LocalOnlyModeGoesBackToTheEngineThatWasChosen) {
     EXPECT_EQ(state().transcriptionManager->preferredEngine.get(), TranscriptionEnginePreference::streaming);
 }
 
-TEST_F(Startup, LeavesLocalOnlyModeForHybridWhenTheFormerEngineIsUnknown) {
+TEST_F(StartupTest, LeavesLocalOnlyModeForHybridWhenTheFormerEngineIsUnknown) {
     settings().set(keys::engineBeforeLocalOnly, std::string("turbo"));
     state().setLocalOnlyMode(false);
     EXPECT_EQ(state().transcriptionManager->preferredEngine.get(), TranscriptionEnginePreference::hybrid);
     EXPECT_EQ(settings().stored(keys::transcriptionEngine), "hybrid");
 }
 
-TEST_F(Startup, RegistersItsDefaults) {
+TEST_F(StartupTest, RegistersItsDefaults) {
     EXPECT_TRUE(settings().read(keys::pauseAudioDuringDictation));
     EXPECT_TRUE(settings().read(keys::showInDock));
     EXPECT_FALSE(settings().read(keys::privacyModeEnabled));

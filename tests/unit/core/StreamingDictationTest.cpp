@@ -47,7 +47,7 @@ TEST_F(StreamingDictation, PreWarmsASessionAndTakesItOverAtKeyDown) {
     hold();
     EXPECT_EQ(network().sockets().size(), 1U);
     advance(4);
-    EXPECT_TRUE(state().transcriptionManager->realtimeEngine->hasReadySession())
+    EXPECT_TRUE(state().transcriptionManager->isStreamReady())
         << "a session in use is not closed for its age";
     letGo();
     answer("at once");
@@ -296,7 +296,7 @@ TEST_F(StreamingDictation, TakesTheTextFromTheFileWhenEscapeEndsAStalledConnecti
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"from the file"});
     EXPECT_TRUE(dead->isEnded());
     EXPECT_EQ(recordingsLeft(), 0U);
-    EXPECT_TRUE(state().transcriptionManager->realtimeEngine->hasReadySession())
+    EXPECT_TRUE(state().transcriptionManager->isStreamReady())
         << "the next dictation finds a session of its own";
 }
 
@@ -320,24 +320,24 @@ TEST_F(StreamingDictation, ClosesAnIdleSessionWhenTheLinkChanges) {
     completeOnboardingAndStart();
     link().report(office);
     runtimeSupport().runUntilIdle();
-    auto& engine = *state().transcriptionManager->realtimeEngine;
-    EXPECT_TRUE(engine.hasReadySession()) << "the first report is no change";
+    const auto& manager = *state().transcriptionManager;
+    EXPECT_TRUE(manager.isStreamReady()) << "the first report is no change";
     link().report(office);
     runtimeSupport().runUntilIdle();
-    EXPECT_TRUE(engine.hasReadySession());
+    EXPECT_TRUE(manager.isStreamReady());
 
     hold();
     link().report(home);
     speak(0.5);
-    EXPECT_TRUE(engine.hasReadySession()) << "a session in use finds out by itself";
+    EXPECT_TRUE(manager.isStreamReady()) << "a session in use finds out by itself";
     letGo();
     answer("one");
     settle();
-    ASSERT_TRUE(engine.hasReadySession());
+    ASSERT_TRUE(manager.isStreamReady());
     const auto former = network().lastSocket();
     link().report(office);
     runtimeSupport().runUntilIdle();
-    EXPECT_FALSE(engine.hasReadySession());
+    EXPECT_FALSE(manager.isStreamReady());
     EXPECT_TRUE(former->isEnded());
     hold();
     letGo();
@@ -364,7 +364,7 @@ TEST_F(StreamingDictation, OpensAnotherSessionAfterTheMachineSlept) {
 
 TEST_F(StreamingDictation, ClosesTheSessionInLocalOnlyMode) {
     completeOnboardingAndStart();
-    ASSERT_TRUE(state().transcriptionManager->realtimeEngine->hasReadySession());
+    ASSERT_TRUE(state().transcriptionManager->isStreamReady());
     runtimeSupport().main().post([this] { state().setLocalOnlyMode(true); });
     runtimeSupport().runUntilIdle();
     EXPECT_TRUE(socket().isEnded());

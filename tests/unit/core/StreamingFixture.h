@@ -39,7 +39,7 @@ protected:
                                  : base::jsonText({{"type", "error"}, {"error", {{"message", "down"}}}}));
         });
         // The hook serves the sockets that are made from now on.
-        state().transcriptionManager->realtimeEngine->cancelSession();
+        state().transcriptionManager->cancelStream();
         runtimeSupport().runUntilIdle();
     }
     void answer(const std::string& text) {

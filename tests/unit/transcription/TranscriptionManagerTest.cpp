@@ -1,9 +1,5 @@
 #include "transcription/TranscriptionManager.h"
 
-#include "tests/fakes/FakeAudioEngine.h"
-#include "tests/fakes/FakeAudioFiles.h"
-#include "tests/fakes/FakeSecureRandom.h"
-#include "tests/support/ChildProcess.h"
 #include "tests/unit/transcription/RealtimeFixture.h"
 #include "transcription/TranscriptionError.h"
 
@@ -63,16 +59,12 @@ protected:
         cloud_->error = TranscriptionError::networkError({"NSURLErrorDomain", -1009, "offline"});
     }
 
-    static runtime::Task<> startRecording(std::shared_ptr<audio::AudioRecorder> recorder) {
-        recorder->startRecording();
-        co_return;
-    }
-    static runtime::Task<> stopRecording(std::shared_ptr<audio::AudioRecorder> recorder) {
-        recorder->stopRecording();
-        recorder->cleanupRecording();
-        co_return;
+    runtime::Task<> startStreaming(platform::AudioFormat format) {
+        return manager_.startStreaming(
+            format, [this](TranscriptionManager::AudioConsumer consumer) { bound_ = std::move(consumer); });
     }
 
+    TranscriptionManager::AudioConsumer bound_;
     std::shared_ptr<FakeEngine> cloud_ = std::make_shared<FakeEngine>();
     std::shared_ptr<FakeEngine> local_ = std::make_shared<FakeEngine>();
     TranscriptionManager manager_{cloud_, engine_};
@@ -181,28 +173,34 @@ TEST_F(TranscriptionManagerTest, LetsTheLocalEngineGetReadyOnlyWhereItMayBeAsked
     EXPECT_EQ(local_->preparations, 2);
 }
 
-TEST_F(TranscriptionManagerTest, StartsNoStreamWithoutACapture) {
-    tests::FakeAudioEngines engines;
-    tests::FakeAudioFiles files;
-    tests::FakeSecureRandom random;
-    const tests::TemporaryDirectory directory;
-    persistence::AuditLogger auditLogger(runtime_.makeSerialActor("audit"), runtime_.clock(),
-                                         directory.path());
-    const auto recorder = std::make_shared<audio::AudioRecorder>(
-        runtime_.main(), runtime_.clock(), engines, files, random, directory.path(), auditLogger);
-    EXPECT_EQ(errorOf(manager_.startStreaming(recorder)), "engineUnavailable");
+TEST_F(TranscriptionManagerTest, StartsNoStreamWithoutAFormat) {
+    EXPECT_EQ(errorOf(startStreaming({})), "engineUnavailable");
+    EXPECT_FALSE(bound_);
     EXPECT_TRUE(network().sockets().empty());
+}
 
-    runtime_.wait(startRecording(recorder));
-    EXPECT_EQ(errorOf(manager_.startStreaming(recorder)), "no error");
+TEST_F(TranscriptionManagerTest, StreamsTheAudioOfARecording) {
+    constexpr platform::AudioFormat format{48000, 1};
+    EXPECT_EQ(errorOf(startStreaming(format)), "no error");
     ASSERT_EQ(network().sockets().size(), 1U);
-    engines.control().speak(std::vector<float>(10240, 0.5F));
+    EXPECT_TRUE(manager_.isStreamReady());
+    bound_(std::make_shared<platform::PcmBuffer>(format, 5120));
+    bound_(std::make_shared<platform::PcmBuffer>(format, 5120));
     run();
-    EXPECT_EQ(frameSizes(), (std::vector<std::size_t>{5120, 5120}))
-        << "the recorder's buffers go to the service";
-    EXPECT_EQ(errorOf(manager_.startStreaming(recorder)), "no error");
-    EXPECT_EQ(network().sockets().size(), 1U) << "a session that stands is taken over";
-    runtime_.wait(stopRecording(recorder));
+    EXPECT_EQ(frameSizes(), (std::vector<std::size_t>{5120, 5120}));
+    EXPECT_EQ(errorOf(startStreaming(format)), "no error");
+    EXPECT_EQ(network().sockets().size(), 1U) << "an open session is taken over";
+
+    manager_.cancelStream();
+    EXPECT_FALSE(manager_.isStreamReady());
+}
+
+TEST_F(TranscriptionManagerTest, BindsBeforeTheSessionIsOpen) {
+    network().holdHandshakes();
+    runtime::spawn(runtime_.main(), startStreaming({48000, 1}));
+    run();
+    EXPECT_TRUE(bound_);
+    EXPECT_FALSE(manager_.isStreamReady());
 }
 
 TEST_F(TranscriptionManagerTest, PreWarmsOnlyWhereItStreams) {

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "core/DictationContext.h"
+
+#include <optional>
+#include <string>
+
+namespace sonvale::core {
+
+/// Rewrites the selected text as the user says. Main actor.
+class CommandMode {
+public:
+    /// The context must outlive it.
+    explicit CommandMode(DictationContext& context);
+
+    /// Returns the selection of the application in front, or nullopt if there is none. The clipboard is
+    /// used, and put back, if the application does not give its selection to assistive technology.
+    runtime::Task<std::optional<std::string>> readSelection();
+
+    /// Whether a transcript is an instruction: there is a selection, and a model that may be asked.
+    bool isMeant(bool isLocalOnly) const;
+
+    /// Rewrites the selection as the transcript says, and types the result. Returns false if that failed:
+    /// the transcript is then a text like any other.
+    runtime::Task<bool> run(std::string transcript);
+
+private:
+    DictationContext& context_;
+};
+
+} // namespace sonvale::core

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "core/CommandMode.h"
+#include "core/DictationContext.h"
+#include "core/Endings.h"
+#include "core/Finalisation.h"
+#include "core/LongForm.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace sonvale::core {
+
+/// One recording, from the key down to the text at the cursor. Main actor.
+class Dictation {
+public:
+    /// What is referred to must outlive it.
+    Dictation(DictationContext& context, CommandMode& commandMode, Finalisation& finalisation,
+              LongForm& longForm, Endings& endings);
+
+    /// As `AppState::startDictation`.
+    runtime::Task<> start();
+    /// Gives up a start that still reads the selection.
+    void giveUpStart() { ++startsGivenUp_; }
+
+    /// As `AppState::stopDictation`.
+    runtime::Task<> stop();
+
+    /// Throws the recording away, with what a session has heard of it; what was typed piece by piece stays.
+    /// The caller carries out the ending.
+    runtime::Task<> cancel();
+    /// If the end of a recording waits for audio that does not leave, it goes on with its file.
+    void cancelStalledEnd();
+
+    /// Called when a recording of hands-free mode is under way.
+    std::function<void(std::shared_ptr<Recording>)> onHandsFreeRecording;
+
+    /// Whether it is the newest recording and goes on.
+    bool isRecording(const Recording& recording) const;
+
+private:
+    runtime::Task<bool> chooseMeaning();
+    bool startRecorder();
+    void failToConnect();
+    void showLevels(std::shared_ptr<Recording> recording);
+    std::optional<std::filesystem::path> closeFile(Recording& recording, bool isTextThere);
+    void endWithoutAudio(Recording& recording, const std::optional<std::string>& text);
+
+    DictationContext& context_;
+    CommandMode& commandMode_;
+    Finalisation& finalisation_;
+    LongForm& longForm_;
+    Endings& endings_;
+    std::uint64_t startsGivenUp_ = 0;
+};
+
+} // namespace sonvale::core

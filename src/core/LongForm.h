@@ -1,0 +1,52 @@
+#pragma once
+
+#include "core/DictationContext.h"
+#include "core/Endings.h"
+#include "core/TypedPieces.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace sonvale::core {
+
+/// A push-to-talk dictation whose key is held for so long that its text is typed meanwhile. Main actor.
+class LongForm {
+public:
+    /// What is referred to must outlive it.
+    LongForm(DictationContext& context, Finalisation& finalisation, Endings& endings);
+
+    /// Starts to measure how long the key is held.
+    void startTimer();
+    /// Stops that; what was typed stays.
+    void stopTimer();
+
+    /// Whether the key has been held for so long.
+    bool isActive() const { return isActive_; }
+
+    /// Ends the dictation of `recording`: types its last piece, and replaces the pieces by the cleaned whole.
+    /// `stopTime`: the clock's `now()` when the key went up.
+    runtime::Task<> stop(std::shared_ptr<Recording> recording, bool isLocalOnly, double stopTime);
+
+    /// Gives up what is not typed yet, and forgets the rest. Ends when no insertion is on its way.
+    runtime::Task<> cancel();
+    /// As `cancel`, but waits for nothing.
+    void drop();
+
+    /// As `AppState::resetPTTLongFormState`.
+    void reset();
+
+private:
+    void activate();
+    runtime::Task<> commitSegment();
+    void typeSegment(const std::string& text);
+
+    DictationContext& context_;
+    Endings& endings_;
+    TypedPieces pieces_;
+    runtime::TaskHandle<> timer_;
+    bool isActive_ = false;
+    bool isCommitting_ = false; ///< a piece is being committed
+    std::uint64_t cancellations_ = 0;
+};
+
+} // namespace sonvale::core
