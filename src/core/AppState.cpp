@@ -40,8 +40,11 @@ void AppState::connect() {
     });
     environment_.eventTap.setOnTaken([weak, main = environment_.main](platform::KeyCombination combination) {
         main.post([weak, combination] {
+            using hotkeys::HotkeyConfiguration;
             if (const auto self = weak.lock())
-                self->surfaceTakenHotkey(combination);
+                self->surfaceError(
+                    HotkeyConfiguration::formatDisplayName(combination.keyCode, combination.modifiers) +
+                    " is used by another program.");
         });
     });
     connectivityMonitor->setOnPathChange([weak] {
@@ -59,21 +62,17 @@ void AppState::connect() {
         if (const auto self = weak.lock())
             self->setScreenLocked(isLocked);
     });
-    observeDictating();
+    // These subscriptions are members, and end with the object.
     preferenceChange_ = transcriptionManager->preferredEngine.subscribe([this](const auto&) {
         if (!context_.stream.isPreferred())
             context_.stream.stop();
     });
-}
-
-void AppState::observeDictating() {
-    // The subscriptions are members, and end with the object.
-    const auto report = [this] {
+    const auto reportDictating = [this] {
         hotkeyManager->setDictating(isHandsFreeMode.get() ||
                                     recordingState.get() == RecordingState::recording);
     };
-    stateForListener_ = recordingState.subscribe([report](RecordingState) { report(); });
-    modeForListener_ = isHandsFreeMode.subscribe([report](bool) { report(); });
+    stateForListener_ = recordingState.subscribe([reportDictating](auto) { reportDictating(); });
+    modeForListener_ = isHandsFreeMode.subscribe([reportDictating](auto) { reportDictating(); });
 }
 
 runtime::Task<> AppState::handleHotkey(HotkeyAction action, HotkeyEventType event) {
@@ -159,11 +158,6 @@ void AppState::setScreenLocked(bool isLocked) {
 /// Ends a dictation as the user would, so that what was said is transcribed and kept.
 runtime::Task<> AppState::endForLock() {
     co_await (isHandsFreeMode.get() ? stopHandsFreeMode() : stopDictation());
-}
-
-void AppState::surfaceTakenHotkey(platform::KeyCombination combination) {
-    surfaceError(hotkeys::HotkeyConfiguration::formatDisplayName(combination.keyCode, combination.modifiers) +
-                 " is used by another program.");
 }
 
 } // namespace sonvale::core

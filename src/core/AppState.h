@@ -1,17 +1,17 @@
 #pragma once
 
 #include "base/Observed.h"
-#include "core/CommandMode.h"
-#include "core/Dictation.h"
-#include "core/DictationContext.h"
-#include "core/DictationState.h"
-#include "core/Endings.h"
 #include "core/Environment.h"
-#include "core/Finalisation.h"
-#include "core/HandsFreeMode.h"
-#include "core/LongForm.h"
 #include "core/Services.h"
 #include "core/Startup.h"
+#include "core/flows/CommandMode.h"
+#include "core/flows/Dictation.h"
+#include "core/flows/DictationContext.h"
+#include "core/flows/DictationState.h"
+#include "core/flows/Endings.h"
+#include "core/flows/Finalisation.h"
+#include "core/flows/HandsFreeMode.h"
+#include "core/flows/LongForm.h"
 #include "hotkeys/HotkeyManager.h"
 
 #include <cstdint>
@@ -130,11 +130,9 @@ public:
 private:
     explicit AppState(const Environment& environment);
     void connect();
-    void observeDictating();
     runtime::Task<> discardPress();
     void setScreenLocked(bool isLocked);
     runtime::Task<> endForLock();
-    void surfaceTakenHotkey(platform::KeyCombination combination);
 
     const Environment environment_;
     DictationContext context_;

@@ -70,6 +70,18 @@ std::shared_ptr<TranscriptionManager> makeTranscriptionManager(const Environment
     return std::make_shared<TranscriptionManager>(std::move(cloud), std::move(realtime));
 }
 
+textprocessing::OpenAIChatClient makeChatClient(const Environment& e,
+                                                const services::TokenProvider& tokenProvider) {
+    return textprocessing::OpenAIChatClient({
+        .pool = e.pool,
+        .clock = e.clock,
+        .urlSession = std::make_shared<services::SharedUrlSession>(e.urlSessions),
+        .auditLogger = e.auditLogger,
+        .addresses = e.addresses,
+        .tokenProvider = tokenProvider,
+    });
+}
+
 } // namespace
 
 Services::Services(const Environment& environment)
@@ -103,14 +115,7 @@ Services::Services(const Environment& environment)
     const auto tokenProvider = makeTokenProvider(e, authService);
     transcriptionManager = makeTranscriptionManager(e, tokenProvider);
 
-    const textprocessing::OpenAIChatClient chatClient({
-        .pool = e.pool,
-        .clock = e.clock,
-        .urlSession = std::make_shared<services::SharedUrlSession>(e.urlSessions),
-        .auditLogger = e.auditLogger,
-        .addresses = e.addresses,
-        .tokenProvider = tokenProvider,
-    });
+    const auto chatClient = makeChatClient(e, tokenProvider);
     postProcessor = std::make_unique<textprocessing::PostProcessor>(chatClient);
     commandProcessor = std::make_unique<textprocessing::CommandProcessor>(chatClient, e.auditLogger);
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/DictationContext.h"
+#include "core/flows/DictationContext.h"
 
 #include <memory>
 

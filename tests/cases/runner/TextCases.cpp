@@ -1,4 +1,4 @@
-#include "core/TranscriptText.h"
+#include "core/flows/TranscriptText.h"
 #include "persistence/ModelContainer.h"
 #include "services/BundleInfo.h"
 #include "tests/cases/runner/CaseInput.h"

@@ -1,4 +1,4 @@
-#include "core/Finalisation.h"
+#include "core/flows/Finalisation.h"
 
 #include "base/Log.h"
 #include "base/Text.h"

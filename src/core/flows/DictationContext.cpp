@@ -1,4 +1,4 @@
-#include "core/DictationContext.h"
+#include "core/flows/DictationContext.h"
 
 #include "persistence/SettingsKeys.h"
 

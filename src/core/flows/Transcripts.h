@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/DictationState.h"
+#include "core/flows/DictationState.h"
 #include "runtime/Clock.h"
 
 #include <string>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/DictationContext.h"
+#include "core/flows/DictationContext.h"
 
 #include <functional>
 #include <string>
@@ -47,6 +47,8 @@ private:
     static const Row table[];
 
     void carryOut(Step step, const Row& row, const Recording& recording, const EndingDetails& details);
+    void changeState(Step step, const Recording& recording);
+    void report(Step step, const Row& row, const EndingDetails& details) const;
     void endRecording(const Recording& recording);
     void printTotal(const char* what, double stopTime) const;
 

@@ -1,4 +1,4 @@
-#include "core/TypedPieces.h"
+#include "core/flows/TypedPieces.h"
 
 #include "base/Text.h"
 

@@ -1,4 +1,4 @@
-#include "core/RecordingFile.h"
+#include "core/flows/RecordingFile.h"
 
 #include "persistence/SecureDeletion.h"
 

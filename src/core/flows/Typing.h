@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/DictationState.h"
+#include "core/flows/DictationState.h"
 #include "insertion/TextInserter.h"
 #include "runtime/AsyncMutex.h"
 #include "runtime/OwnedTasks.h"

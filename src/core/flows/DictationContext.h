@@ -1,14 +1,14 @@
 #pragma once
 
-#include "core/Captures.h"
-#include "core/DictationState.h"
 #include "core/Environment.h"
-#include "core/LostSpeech.h"
-#include "core/MediaPause.h"
 #include "core/Services.h"
-#include "core/SpeechStream.h"
-#include "core/Transcripts.h"
-#include "core/Typing.h"
+#include "core/flows/Captures.h"
+#include "core/flows/DictationState.h"
+#include "core/flows/LostSpeech.h"
+#include "core/flows/MediaPause.h"
+#include "core/flows/SpeechStream.h"
+#include "core/flows/Transcripts.h"
+#include "core/flows/Typing.h"
 #include "runtime/OwnedTasks.h"
 
 namespace sonvale::core {

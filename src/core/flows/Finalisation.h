@@ -1,8 +1,8 @@
 #pragma once
 
-#include "core/CommandMode.h"
-#include "core/DictationContext.h"
-#include "core/Endings.h"
+#include "core/flows/CommandMode.h"
+#include "core/flows/DictationContext.h"
+#include "core/flows/Endings.h"
 
 #include <cstdint>
 #include <memory>

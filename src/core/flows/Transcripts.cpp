@@ -1,8 +1,8 @@
-#include "core/Transcripts.h"
+#include "core/flows/Transcripts.h"
 
 #include "base/Text.h"
 #include "base/Uuid.h"
-#include "core/TranscriptText.h"
+#include "core/flows/TranscriptText.h"
 #include "persistence/Records.h"
 #include "persistence/SettingsKeys.h"
 

@@ -1,4 +1,4 @@
-#include "core/TranscriptText.h"
+#include "core/flows/TranscriptText.h"
 
 #include "base/Text.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/Captures.h"
-#include "core/Transcripts.h"
+#include "core/flows/Captures.h"
+#include "core/flows/Transcripts.h"
 #include "runtime/OwnedTasks.h"
 #include "transcription/TranscriptionManager.h"
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "core/CommandMode.h"
-#include "core/DictationContext.h"
-#include "core/Endings.h"
-#include "core/Finalisation.h"
-#include "core/LongForm.h"
+#include "core/flows/CommandMode.h"
+#include "core/flows/DictationContext.h"
+#include "core/flows/Endings.h"
+#include "core/flows/Finalisation.h"
+#include "core/flows/LongForm.h"
 
 #include <cstdint>
 #include <functional>
@@ -44,9 +44,12 @@ public:
 private:
     runtime::Task<bool> chooseMeaning();
     bool startRecorder();
+    runtime::Task<bool> startEngine(std::shared_ptr<Recording> recording);
     void failToConnect();
     void showLevels(std::shared_ptr<Recording> recording);
     std::optional<std::filesystem::path> closeFile(Recording& recording, bool isTextThere);
+    runtime::Task<std::optional<std::string>> transcribe(std::shared_ptr<Recording> recording,
+                                                         std::filesystem::path file, double stopTime);
     void endWithoutAudio(Recording& recording, const std::optional<std::string>& text);
 
     DictationContext& context_;

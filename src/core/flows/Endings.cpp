@@ -1,4 +1,4 @@
-#include "core/Endings.h"
+#include "core/flows/Endings.h"
 
 #include "base/Log.h"
 #include "runtime/Clock.h"
@@ -73,31 +73,9 @@ void Endings::end(Ending ending, const Recording& recording, const EndingDetails
 }
 
 void Endings::carryOut(Step step, const Row& row, const Recording& recording, const EndingDetails& details) {
-    auto& state = context_.state;
-    const bool isHandsFree = state.isHandsFreeMode.get();
+    const bool isHandsFree = context_.state.isHandsFreeMode.get();
     switch (step) {
     case Step::none:
-        break;
-    case Step::surface:
-        state.surface(details.message, details.logText.empty() ? details.message : details.logText);
-        break;
-    case Step::logFailure:
-        context_.environment.auditLogger.logError(row.failedPart, row.failure);
-        break;
-    case Step::forgetCommandKey:
-        state.forceCommandMode = false;
-        break;
-    case Step::forgetSelection:
-        state.selectedTextForCommand = std::nullopt;
-        break;
-    case Step::goIdle:
-        state.recordingState = RecordingState::idle;
-        break;
-    case Step::endRecording:
-        endRecording(recording);
-        break;
-    case Step::clearMessage:
-        state.errorMessage = std::nullopt;
         break;
     case Step::resumeMedia:
         context_.media.end();
@@ -116,17 +94,40 @@ void Endings::carryOut(Step step, const Row& row, const Recording& recording, co
     case Step::preWarm:
         context_.stream.preWarm();
         break;
-    case Step::printTotal:
-        printTotal("stopDictation total", details.stopTime);
-        break;
-    case Step::printLongFormTotal:
-        printTotal("stopDictation total (long-form)", details.stopTime);
-        break;
     case Step::endHandsFree:
         if (isHandsFree && onHandsFreeFailed)
             onHandsFreeFailed();
         break;
+    default:
+        changeState(step, recording);
+        report(step, row, details);
+        break;
     }
+}
+
+void Endings::changeState(Step step, const Recording& recording) {
+    auto& state = context_.state;
+    if (step == Step::forgetCommandKey)
+        state.forceCommandMode = false;
+    else if (step == Step::forgetSelection)
+        state.selectedTextForCommand = std::nullopt;
+    else if (step == Step::goIdle)
+        state.recordingState = RecordingState::idle;
+    else if (step == Step::endRecording)
+        endRecording(recording);
+    else if (step == Step::clearMessage)
+        state.errorMessage = std::nullopt;
+}
+
+void Endings::report(Step step, const Row& row, const EndingDetails& details) const {
+    if (step == Step::surface)
+        context_.state.surface(details.message, details.logText.empty() ? details.message : details.logText);
+    else if (step == Step::logFailure)
+        context_.environment.auditLogger.logError(row.failedPart, row.failure);
+    else if (step == Step::printTotal)
+        printTotal("stopDictation total", details.stopTime);
+    else if (step == Step::printLongFormTotal)
+        printTotal("stopDictation total (long-form)", details.stopTime);
 }
 
 /// Goes idle at the end of a dictation. If that one had been cancelled, another one may be recording by now:

@@ -1,4 +1,4 @@
-#include "core/CommandMode.h"
+#include "core/flows/CommandMode.h"
 
 #include <utility>
 

@@ -1,8 +1,8 @@
-#include "core/LongForm.h"
+#include "core/flows/LongForm.h"
 
 #include "base/Log.h"
 #include "base/Text.h"
-#include "core/TranscriptText.h"
+#include "core/flows/TranscriptText.h"
 #include "runtime/Clock.h"
 
 #include <optional>

@@ -1,7 +1,7 @@
-#include "core/LostSpeech.h"
+#include "core/flows/LostSpeech.h"
 
 #include "base/Log.h"
-#include "core/TranscriptText.h"
+#include "core/flows/TranscriptText.h"
 #include "transcription/TranscriptionError.h"
 
 #include <utility>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/Finalisation.h"
+#include "core/flows/Finalisation.h"
 
 #include <cstdint>
 #include <string>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/Captures.h"
 #include "core/Environment.h"
+#include "core/flows/Captures.h"
 #include "runtime/AsyncMutex.h"
 #include "runtime/OwnedTasks.h"
 #include "transcription/TranscriptionManager.h"

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "core/Dictation.h"
-#include "core/DictationContext.h"
-#include "core/Endings.h"
-#include "core/TypedPieces.h"
+#include "core/flows/Dictation.h"
+#include "core/flows/DictationContext.h"
+#include "core/flows/Endings.h"
+#include "core/flows/TypedPieces.h"
 
 #include <cstdint>
 #include <memory>

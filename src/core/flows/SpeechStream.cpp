@@ -1,4 +1,4 @@
-#include "core/SpeechStream.h"
+#include "core/flows/SpeechStream.h"
 
 #include "base/Log.h"
 #include "runtime/Clock.h"

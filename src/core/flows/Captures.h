@@ -1,7 +1,7 @@
 #pragma once
 
 #include "audio/AudioRecorder.h"
-#include "core/RecordingFile.h"
+#include "core/flows/RecordingFile.h"
 
 #include <memory>
 #include <optional>

@@ -1,4 +1,4 @@
-#include "core/Dictation.h"
+#include "core/flows/Dictation.h"
 
 #include "base/Log.h"
 #include "runtime/Clock.h"
@@ -44,21 +44,12 @@ runtime::Task<> Dictation::start() {
     const auto recording = context_.captures.newest();
     context_.environment.auditLogger.logRecordingStarted();
     context_.typing.prepare();
-    const bool isStreamed = co_await context_.stream.begin();
-    // This recording may have been cancelled meanwhile and another one started, which has a start of its own.
-    if (!context_.captures.isNewest(*recording))
+    if (!co_await startEngine(recording))
         co_return;
-    const bool isHandsFree = state.isHandsFreeMode.get();
-    if (!isStreamed) {
-        context_.services.transcriptionManager->prepareLocalEngine();
-        if (isHandsFree) {
-            failToConnect();
-            co_return;
-        }
-    }
 
     base::perfLog(fmt::format("startDictation total: {}ms",
                               runtime::millisecondsSince(context_.environment.clock, startTime)));
+    const bool isHandsFree = state.isHandsFreeMode.get();
     if (!isHandsFree && state.recordingState.get() == RecordingState::recording && context_.stream.isReady())
         longForm_.startTimer();
     showLevels(recording);
@@ -95,6 +86,21 @@ bool Dictation::startRecorder() {
                      {.message = std::string("Failed to start recording: ") + error.what()});
     }
     return false;
+}
+
+/// Streams the recording if the preference does. Returns false if the start ends here.
+runtime::Task<bool> Dictation::startEngine(std::shared_ptr<Recording> recording) {
+    const bool isStreamed = co_await context_.stream.begin();
+    // This recording may have been cancelled meanwhile and another one started, which has a start of its own.
+    if (!context_.captures.isNewest(*recording))
+        co_return false;
+    if (isStreamed)
+        co_return true;
+    context_.services.transcriptionManager->prepareLocalEngine();
+    if (!context_.state.isHandsFreeMode.get())
+        co_return true;
+    failToConnect();
+    co_return false;
 }
 
 /// Hands-free dictation cannot go on without a session. What was said until now goes to the history.
@@ -149,24 +155,31 @@ runtime::Task<> Dictation::stop() {
         endWithoutAudio(*recording, text);
         co_return;
     }
-    auto& recorder = *context_.services.audioRecorder;
-    if (!text) {
-        try {
-            text = co_await transcribeFile(context_.services.transcriptionManager, *file,
-                                           recording->isLocalOnly);
-        } catch (const std::exception& error) {
-            recorder.cleanupRecording(*file);
-            // What a server answered is for the user alone, and may be long.
-            const std::string failed = "Transcription failed: ";
-            endings_.end(Ending::transcriptionFailed, *recording,
-                         {.message = failed + error.what(),
-                          .logText = failed + transcription::failureKind(error),
-                          .stopTime = stopTime});
-            co_return;
-        }
-    }
-    recorder.cleanupRecording(*file);
+    if (!text)
+        text = co_await transcribe(recording, *file, stopTime);
+    if (!text)
+        co_return;
+    context_.services.audioRecorder->cleanupRecording(*file);
     co_await finalisation_.finish(recording, *std::move(text), isLocalOnly, stopTime);
+}
+
+/// Returns the text of the file. Returns nullopt if no engine gave one: the dictation has ended then, and the
+/// file is deleted.
+runtime::Task<std::optional<std::string>> Dictation::transcribe(std::shared_ptr<Recording> recording,
+                                                                std::filesystem::path file, double stopTime) {
+    try {
+        co_return co_await transcribeFile(context_.services.transcriptionManager, file,
+                                          recording->isLocalOnly);
+    } catch (const std::exception& error) {
+        context_.services.audioRecorder->cleanupRecording(file);
+        // What a server answered is for the user alone, and may be long.
+        const std::string failed = "Transcription failed: ";
+        endings_.end(Ending::transcriptionFailed, *recording,
+                     {.message = failed + error.what(),
+                      .logText = failed + transcription::failureKind(error),
+                      .stopTime = stopTime});
+    }
+    co_return std::nullopt;
 }
 
 /// Stops the microphone, unless another recording has it, and returns the file.

@@ -1,4 +1,4 @@
-#include "core/MediaPause.h"
+#include "core/flows/MediaPause.h"
 
 #include "persistence/SettingsKeys.h"
 

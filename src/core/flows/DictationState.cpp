@@ -1,4 +1,4 @@
-#include "core/DictationState.h"
+#include "core/flows/DictationState.h"
 
 #include "base/Log.h"
 #include "persistence/SettingsKeys.h"

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "core/DictationContext.h"
-#include "core/Endings.h"
-#include "core/TypedPieces.h"
+#include "core/flows/DictationContext.h"
+#include "core/flows/Endings.h"
+#include "core/flows/TypedPieces.h"
 
 #include <cstdint>
 #include <memory>

@@ -1,6 +1,6 @@
-#include "core/HandsFreeMode.h"
+#include "core/flows/HandsFreeMode.h"
 
-#include "core/TranscriptText.h"
+#include "core/flows/TranscriptText.h"
 #include "runtime/Clock.h"
 
 #include <optional>

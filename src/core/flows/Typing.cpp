@@ -1,4 +1,4 @@
-#include "core/Typing.h"
+#include "core/flows/Typing.h"
 
 #include <utility>
 

@@ -1,4 +1,4 @@
-#include "core/Captures.h"
+#include "core/flows/Captures.h"
 
 #include <utility>
 
