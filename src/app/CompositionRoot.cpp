@@ -44,28 +44,29 @@ namespace sonvale::app {
 
 namespace {
 
-/// Waiting work is short; two threads keep the audit log from waiting for an insertion's clipboard.
+/// Tasks are short; with two threads the audit log does not wait for an insertion's clipboard.
 constexpr unsigned poolThreads = 2;
 constexpr double shutDownSeconds = 5;
 
-/// Beside the program when it was built, in the shared data when it is installed.
+/// Returns the path of the information dictionary: beside a program in its build folder, in the shared data
+/// of an installed one.
 std::filesystem::path infoFile(const platform::Directories& directories) {
     const auto beside = directories.executable / "Info.json";
-    std::error_code ignored; // what cannot be looked at is not there
+    std::error_code ignored; // a file that cannot be inspected counts as missing
     return std::filesystem::exists(beside, ignored)
                ? beside
                : directories.executable.parent_path() / "share/sonvale/Info.json";
 }
 
-/// An entry that is a text; empty for any other.
-std::string textOf(const services::BundleInfo& bundle, std::string_view name) {
+/// Returns an entry that is a text; empty for any other.
+std::string textEntry(const services::BundleInfo& bundle, std::string_view name) {
     const auto value = bundle.value(name);
     return value.is_string() ? value.get<std::string>() : std::string();
 }
 
 } // namespace
 
-// Destroyed from the last to the first.
+// The members are destroyed from the last to the first.
 struct CompositionRoot::Parts {
     explicit Parts(platform::Directories d)
         : directories(std::move(d)) {}
@@ -109,8 +110,8 @@ struct CompositionRoot::Parts {
                                    .clock = clock,
                                    .urlSessions = urlSessions,
                                    .workspace = workspace,
-                                   .feed = textOf(bundle, services::BundleInfo::updateFeedURL),
-                                   .version = textOf(bundle, services::BundleInfo::shortVersion)}};
+                                   .feed = textEntry(bundle, services::BundleInfo::updateFeedURL),
+                                   .version = textEntry(bundle, services::BundleInfo::shortVersion)}};
 
     std::optional<core::Environment> environment;
     std::unique_ptr<core::AppDelegate> delegate;
@@ -161,7 +162,7 @@ CompositionRoot::CompositionRoot(platform::Directories directories)
         .updater = p.updater,
         .currentLocale = base::currentLocaleIdentifier,
         .currentDateLocale = base::currentDateLocaleIdentifier,
-        // Alt+Tab, Alt+F4 and the menus' letters; Super opens many desktops' overview.
+        // For Alt+Tab, Alt+F4 and the menus' letters; Super opens the overview of many desktops.
         .areModifiersShared = true,
     });
     p.delegate = std::make_unique<core::AppDelegate>(*p.environment);

@@ -6,7 +6,7 @@
 
 namespace sonvale::app {
 
-/// Puts the program together: the only place that names concrete adapters. Main thread, after the
+/// Builds the program from its parts: the only place that names concrete adapters. Main thread, after the
 /// QApplication.
 class CompositionRoot {
 public:
@@ -15,14 +15,14 @@ public:
     CompositionRoot(const CompositionRoot&) = delete;
     CompositionRoot& operator=(const CompositionRoot&) = delete;
 
-    /// Runs the launch sequence; the main loop has to run afterwards.
+    /// Runs the launch sequence. The main loop must run afterwards.
     void launch();
 
-    /// The user has started the program once more.
+    /// Called when the user has started the program again.
     void reopen();
 
-    /// After the main loop: throws a running recording away, lets the insertion in flight put the clipboard
-    /// back, and ends all tasks and threads. Some seconds at most.
+    /// Called after the main loop: discards a running recording, lets a running insertion restore the
+    /// clipboard, and ends all tasks and threads. Takes up to some seconds.
     void shutDown();
 
 private:

@@ -7,8 +7,8 @@ namespace sonvale::app {
 namespace {
 
 constexpr int heaps = 2;
-/// Larger blocks are the system's again as soon as they are freed. Set, because the C library raises it by
-/// itself to the size of the largest block that was freed.
+/// Larger blocks return to the system when they are freed. The value is set, because the C library otherwise
+/// raises it to the size of the largest freed block.
 constexpr int smallestOwnMapping = 128 * 1024;
 
 } // namespace

@@ -2,14 +2,16 @@
 
 namespace sonvale::app {
 
-/// A recording's buffers are freed by other threads than those that made them, and in another order. Left
-/// alone, the C library keeps them in a heap for each thread, full of holes: every dictation of a day would
-/// leave the process a little larger.
+/// Makes the C library keep freed memory in one heap. A recording's buffers are freed by other threads than
+/// those that allocated them, and in another order. By default the C library keeps them in a fragmented heap
+/// for each thread, and each dictation of a day would make the process larger.
+///
+/// Must be called before there is a second thread.
 
 /// To be called before there is a second thread.
 void keepFreedMemoryTogether();
 
-/// Gives what is free back to the system. Some milliseconds; any thread.
+/// Returns free memory to the system. Takes some milliseconds; any thread.
 void returnFreedMemory();
 
 } // namespace sonvale::app

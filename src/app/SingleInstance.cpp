@@ -19,7 +19,7 @@ int makeSocket() {
     return socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
 }
 
-/// Absent for a path that is longer than such an address can be.
+/// Returns nullopt for a path that is too long for such an address.
 std::optional<sockaddr_un> addressOf(const std::filesystem::path& path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -58,9 +58,9 @@ SingleInstance::~SingleInstance() {
 void SingleInstance::listen(std::function<void()> onReopen) {
     const auto address = addressOf(socketPath_);
     if (!address)
-        return; // another start then says that the program runs, and no more
+        return; // another start then only reports that the program runs
     socket_ = makeSocket();
-    // One that did not end in order has left its own.
+    // An instance that was killed has left its socket.
     unlink(socketPath_.c_str());
     if (socket_ < 0 || bind(socket_, general(*address), sizeof *address) != 0)
         return;
@@ -74,15 +74,15 @@ void SingleInstance::listen(std::function<void()> onReopen) {
                      });
 }
 
-bool SingleInstance::tellFirst() const {
+bool SingleInstance::notifyFirst() const {
     const auto address = addressOf(socketPath_);
-    const int teller = makeSocket();
-    if (!address || teller < 0)
+    const int sender = makeSocket();
+    if (!address || sender < 0)
         return false;
     const char byte = 1;
-    const bool isTold = sendto(teller, &byte, 1, 0, general(*address), sizeof *address) == 1;
-    close(teller);
-    return isTold;
+    const bool isSent = sendto(sender, &byte, 1, 0, general(*address), sizeof *address) == 1;
+    close(sender);
+    return isSent;
 }
 
 } // namespace sonvale::app

@@ -8,26 +8,26 @@
 
 namespace sonvale::app {
 
-/// Two listeners on the same keys would insert every text twice, so one user runs one program in one session.
-/// Whoever starts it again is shown the one that runs. Main thread.
+/// Ensures one program per user and session, because two listeners on the same keys would insert every text
+/// twice. A second start shows the running program. Main thread.
 class SingleInstance {
 public:
-    /// Tries to become the one instance. The lock lives in `directory` and goes with the process, however it
-    /// ends.
+    /// Tries to become the one instance. The lock is in `directory` and is released with the process, also if
+    /// it is killed.
     SingleInstance(const std::filesystem::path& directory, const std::string& session);
     ~SingleInstance();
     SingleInstance(const SingleInstance&) = delete;
     SingleInstance& operator=(const SingleInstance&) = delete;
 
-    /// False when another instance runs. True as well when no lock can be made: that must not keep the user
-    /// from working.
+    /// Returns false if another instance runs. Returns true also if no lock can be made, because that must
+    /// not prevent the user from working.
     bool isFirst() const { return isFirst_; }
 
-    /// For the first instance: `onReopen` is called from the event loop whenever another one is started.
+    /// For the first instance: calls `onReopen` from the event loop when another instance is started.
     void listen(std::function<void()> onReopen);
 
-    /// For another instance: tells the first one. False when it does not listen.
-    bool tellFirst() const;
+    /// For another instance: notifies the first one. Returns false if it does not listen.
+    bool notifyFirst() const;
 
 private:
     std::filesystem::path socketPath_;

@@ -15,7 +15,7 @@ int signalPipe[2] = {-1, -1};
 
 extern "C" void writeSignal(int) {
     const char byte = 1;
-    // Only write() is allowed here; a full pipe means that the main thread has been told already.
+    // Only write() is allowed here. A full pipe means that the main thread has already been notified.
     [[maybe_unused]] const auto written = write(signalPipe[1], &byte, 1);
 }
 

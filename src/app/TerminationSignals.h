@@ -6,8 +6,8 @@
 
 namespace sonvale::app {
 
-/// Turns SIGTERM, SIGINT and SIGHUP into a call on the main thread, so that a logout or a Control-C ends the
-/// program as the menu's Quit does: with the clipboard put back and no recording left. One object at a time.
+/// Converts SIGTERM, SIGINT and SIGHUP to a call on the main thread, so that a logout or Control-C ends the
+/// program as Quit in the menu does: with the clipboard restored and no recording left. One object at a time.
 class TerminationSignals {
 public:
     explicit TerminationSignals(std::function<void()> onSignal);

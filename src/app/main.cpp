@@ -16,11 +16,12 @@
 int main(int argc, char** argv) {
     using namespace sonvale;
 
-    // Voices, texts and tokens: no other user reads a file of ours, and none ends up in a core file.
+    // Recordings, texts and tokens: no other user can read a file of the program, and none ends up in a core
+    // file.
     umask(077);
     constexpr rlimit noCoreFile{0, 0};
     setrlimit(RLIMIT_CORE, &noCoreFile);
-    // A peer that closes its end is an error of that call, not the end of the program.
+    // A peer that closes its end causes an error of that call, and does not end the program.
     std::signal(SIGPIPE, SIG_IGN);
 
     app::keepFreedMemoryTogether();
@@ -34,7 +35,7 @@ int main(int argc, char** argv) {
     const char* display = std::getenv("DISPLAY");
     app::SingleInstance instance(directories.temporary, display ? display : "");
     if (!instance.isFirst()) {
-        instance.tellFirst();
+        instance.notifyFirst();
         std::fputs("Son Vale is already running.\n", stderr);
         return EXIT_SUCCESS;
     }
