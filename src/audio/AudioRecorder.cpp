@@ -106,7 +106,11 @@ void AudioRecorder::startRecording() {
     isRecording = true;
 
     // This task is never cancelled: it also stops a later recording that runs when its time has passed.
-    runtime::spawn(main_, watchDuration(weak_from_this(), &clock_));
+    tasks_.setOwner(weak_from_this());
+    tasks_.later<AudioRecorder>(*this, maxRecordingDuration, [](AudioRecorder& self) {
+        if (self.isRecording.get())
+            self.stopRecording();
+    });
 }
 
 platform::AudioEngine::TapBlock AudioRecorder::makeTapBlock() {
@@ -285,14 +289,6 @@ void AudioRecorder::wipeBuffers() {
     // block the capture thread.
     for (const auto& buffer : capture_->takeBuffers())
         buffer->wipe();
-}
-
-runtime::Task<> AudioRecorder::watchDuration(std::weak_ptr<AudioRecorder> weakSelf, runtime::Clock* clock) {
-    if (co_await runtime::sleep(*clock, maxRecordingDuration) == runtime::SleepOutcome::interrupted)
-        co_return;
-    const auto self = weakSelf.lock();
-    if (self && self->isRecording.get())
-        self->stopRecording();
 }
 
 } // namespace sonvale::audio

@@ -5,8 +5,7 @@
 #include "platform/AudioEngine.h"
 #include "platform/AudioFile.h"
 #include "platform/SecureRandom.h"
-#include "runtime/Clock.h"
-#include "runtime/Task.h"
+#include "runtime/OwnedTasks.h"
 
 #include <filesystem>
 #include <functional>
@@ -105,10 +104,10 @@ private:
                       const std::shared_ptr<platform::AudioFileWriter>& file);
     void deleteRecording(const std::filesystem::path& url);
     void wipeBuffers();
-    static runtime::Task<> watchDuration(std::weak_ptr<AudioRecorder> weakSelf, runtime::Clock* clock);
 
     runtime::Actor main_;
     runtime::Clock& clock_;
+    runtime::OwnedTasks tasks_{main_, clock_};
     platform::AudioEngines& engines_;
     platform::AudioFiles& files_;
     platform::SecureRandom& random_;

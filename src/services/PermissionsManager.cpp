@@ -23,7 +23,7 @@ void reportPermission(const PermissionsManager& manager) {
         report();
 }
 
-runtime::Task<MicrophoneState> readMicrophoneOn(platform::CaptureAuthorization* authorization) {
+runtime::Task<MicrophoneState> readMicrophone(platform::CaptureAuthorization* authorization) {
     co_return MicrophoneState::read(*authorization);
 }
 
@@ -100,40 +100,35 @@ void PermissionsManager::refresh() {
 }
 
 void PermissionsManager::checkMicrophoneLater() {
-    runtime::spawn(parts_.main, checkLater(weak_from_this(), Checks::microphone));
+    readMicrophoneLater(
+        [](PermissionsManager& self, MicrophoneState microphone) { self.setMicrophone(microphone); });
 }
 
 void PermissionsManager::refreshLater() {
-    runtime::spawn(parts_.main, checkLater(weak_from_this(), Checks::all));
+    readMicrophoneLater([](PermissionsManager& self, MicrophoneState microphone) {
+        self.setMicrophone(microphone);
+        self.checkAccessibility();
+        self.checkInputMonitoring();
+        self.checkSpeechRecognition();
+    });
 }
 
-runtime::Task<> PermissionsManager::checkLater(std::weak_ptr<PermissionsManager> weakSelf, Checks checks) {
-    const auto microphone = co_await readMicrophone(weakSelf);
-    const auto self = weakSelf.lock();
-    if (!microphone || !self)
-        co_return;
-    self->setMicrophone(*microphone);
-    if (checks == Checks::microphone)
-        co_return;
-    self->checkAccessibility();
-    self->checkInputMonitoring();
-    self->checkSpeechRecognition();
+void PermissionsManager::readMicrophoneLater(
+    std::function<void(PermissionsManager&, MicrophoneState)> receive) {
+    tasks_.setOwner(weak_from_this());
+    // A sound server that hangs would block the main actor for 2 s.
+    tasks_.deliver(*this, runtime::runOn(parts_.pool, readMicrophone(&parts_.captureAuthorization)),
+                   std::move(receive));
 }
 
 void PermissionsManager::requestMicrophoneWithPolling() {
     parts_.main.assertCurrent();
     if (std::exchange(isRequestingMicrophone_, true))
         return;
-    runtime::spawn(parts_.main, requestMicrophone(weak_from_this()));
-}
-
-runtime::Task<> PermissionsManager::requestMicrophone(std::weak_ptr<PermissionsManager> weakSelf) {
-    const auto microphone = co_await readMicrophone(weakSelf);
-    const auto self = weakSelf.lock();
-    if (!microphone || !self)
-        co_return;
-    self->isRequestingMicrophone_ = false;
-    self->askForMicrophone(microphone->status);
+    readMicrophoneLater([](PermissionsManager& self, MicrophoneState microphone) {
+        self.isRequestingMicrophone_ = false;
+        self.askForMicrophone(microphone.status);
+    });
 }
 
 void PermissionsManager::askForMicrophone(CaptureStatus status) {
@@ -167,7 +162,14 @@ void PermissionsManager::askForMicrophone(CaptureStatus status) {
 void PermissionsManager::requestSpeechRecognitionWithPolling() {
     parts_.main.assertCurrent();
     if (parts_.speechRecognizers.authorizationStatus() == SpeechAuthorization::notDetermined) {
-        runtime::spawn(parts_.main, requestSpeech(weak_from_this(), parts_.requestSpeechAuthorization));
+        tasks_.setOwner(weak_from_this());
+        tasks_.deliver<PermissionsManager, SpeechAuthorization>(
+            *this, parts_.requestSpeechAuthorization(),
+            [](PermissionsManager& self, SpeechAuthorization answer) {
+                self.speechRecognitionGranted = answer == SpeechAuthorization::authorized;
+                if (*self.speechRecognitionGranted)
+                    reportPermission(self);
+            });
         return;
     }
     parts_.workspace.openURL(platform::settings_page::speechRecognition);
@@ -234,24 +236,19 @@ void PermissionsManager::setInputMonitoring(bool isGranted) {
     inputMonitoringGranted = isGranted;
 }
 
-runtime::Task<std::optional<MicrophoneState>>
-PermissionsManager::readMicrophone(std::weak_ptr<PermissionsManager> weakSelf) {
+runtime::Task<bool> PermissionsManager::microphoneCheck(std::weak_ptr<PermissionsManager> weakSelf) {
     auto self = weakSelf.lock();
     if (!self)
-        co_return std::nullopt;
-    // A sound server that hangs would block the main actor for 2 s.
-    const auto pool = self->parts_.pool;
-    auto reading = readMicrophoneOn(&self->parts_.captureAuthorization);
-    self.reset();
-    co_return co_await runtime::runOn(pool, std::move(reading));
-}
-
-runtime::Task<bool> PermissionsManager::microphoneCheck(std::weak_ptr<PermissionsManager> weakSelf) {
-    const auto microphone = co_await readMicrophone(weakSelf);
-    const auto self = weakSelf.lock();
-    if (!microphone || !self)
         co_return false;
-    self->setMicrophone(*microphone);
+    const auto pool = self->parts_.pool;
+    auto reading = readMicrophone(&self->parts_.captureAuthorization);
+    self.reset();
+    const auto microphone = co_await runtime::runOn(pool, std::move(reading));
+
+    self = weakSelf.lock();
+    if (!self)
+        co_return false;
+    self->setMicrophone(microphone);
     co_return *self->microphoneGranted;
 }
 
@@ -270,17 +267,6 @@ runtime::Task<bool> PermissionsManager::inputMonitoringCheck(std::weak_ptr<Permi
         co_return false;
     self->setInputMonitoring(isGranted);
     co_return *self->inputMonitoringGranted;
-}
-
-runtime::Task<> PermissionsManager::requestSpeech(std::weak_ptr<PermissionsManager> weakSelf,
-                                                  SpeechRequest request) {
-    const auto answer = co_await request();
-    const auto self = weakSelf.lock();
-    if (!self)
-        co_return;
-    self->speechRecognitionGranted = answer == SpeechAuthorization::authorized;
-    if (*self->speechRecognitionGranted)
-        reportPermission(*self);
 }
 
 } // namespace sonvale::services

@@ -6,12 +6,11 @@
 #include "platform/EventTap.h"
 #include "platform/SpeechRecognizer.h"
 #include "platform/Workspace.h"
-#include "runtime/Clock.h"
+#include "runtime/OwnedTasks.h"
 #include "services/MicrophoneState.h"
 
 #include <functional>
 #include <memory>
-#include <optional>
 
 namespace sonvale::services {
 
@@ -92,6 +91,8 @@ private:
     /// One check of a poll: returns whether the permission is there.
     using Check = runtime::Task<bool> (*)(std::weak_ptr<PermissionsManager>);
 
+    /// Reads the microphone's state off the main actor and calls `receive` on it.
+    void readMicrophoneLater(std::function<void(PermissionsManager&, MicrophoneState)> receive);
     void startPolling(Check check);
     void openMicrophonePageAndPoll();
     void askForMicrophone(platform::CaptureStatus status);
@@ -102,18 +103,8 @@ private:
     static runtime::Task<bool> microphoneCheck(std::weak_ptr<PermissionsManager> weakSelf);
     static runtime::Task<bool> inputMonitoringCheck(std::weak_ptr<PermissionsManager> weakSelf);
 
-    enum class Checks { microphone, all };
-    static runtime::Task<> checkLater(std::weak_ptr<PermissionsManager> weakSelf, Checks checks);
-    static runtime::Task<> requestMicrophone(std::weak_ptr<PermissionsManager> weakSelf);
-    /// Reads the microphone's state off the main actor. Returns nullopt if the manager has ended. Resumes on
-    /// the main actor.
-    static runtime::Task<std::optional<MicrophoneState>>
-    readMicrophone(std::weak_ptr<PermissionsManager> weakSelf);
-
-    using SpeechRequest = std::function<runtime::Task<platform::SpeechAuthorization>()>;
-    static runtime::Task<> requestSpeech(std::weak_ptr<PermissionsManager> weakSelf, SpeechRequest request);
-
     const Parts parts_;
+    runtime::OwnedTasks tasks_{parts_.main, parts_.clock};
     bool isRequestingMicrophone_ = false; ///< until the system has reported whether the user must be asked
     runtime::TaskHandle<> pollTask_;      ///< stays set after its end, until the next one replaces it
 };
