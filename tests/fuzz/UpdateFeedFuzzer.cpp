@@ -7,11 +7,11 @@
 
 /// Processes the input as the answer of an update feed, and as two versions separated by a blank.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    using namespace sonvale::platform;
+    using namespace sonvale;
     const std::string_view input(reinterpret_cast<const char*>(data), size);
 
     const auto outcome = services::readUpdateFeed(input, "1.2.3");
-    if (const auto* newer = std::get_if<NewerVersion>(&outcome)) {
+    if (const auto* newer = std::get_if<platform::NewerVersion>(&outcome)) {
         if (!newer->page.starts_with("http") && !newer->page.starts_with("HTTP") && newer->page.find(':') > 5)
             std::abort();
         if (services::compareVersions(newer->version, "1.2.3").value_or(0) <= 0)
