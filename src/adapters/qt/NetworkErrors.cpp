@@ -51,18 +51,7 @@ Code closed(TransferStage stage) {
     return stage == TransferStage::securing ? Code::secureConnectionFailed : Code::networkConnectionLost;
 }
 
-} // namespace
-
-platform::UrlError urlError(Code code) {
-    return {code, wordsFor(code)};
-}
-
-std::exception_ptr urlFailure(Code code) {
-    return std::make_exception_ptr(urlError(code));
-}
-
-std::optional<Code> codeOf(QNetworkReply::NetworkError error, TransferStage stage,
-                           CertificateCheck certificates) {
+bool repeatsHttpStatus(QNetworkReply::NetworkError error) {
     switch (error) {
     case QNetworkReply::NoError:
     case QNetworkReply::ContentAccessDenied:
@@ -77,15 +66,45 @@ std::optional<Code> codeOf(QNetworkReply::NetworkError error, TransferStage stag
     case QNetworkReply::OperationNotImplementedError:
     case QNetworkReply::ServiceUnavailableError:
     case QNetworkReply::UnknownServerError:
-        return std::nullopt;
-    case QNetworkReply::HostNotFoundError:
-        return Code::cannotFindHost;
-    case QNetworkReply::ConnectionRefusedError:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool isProxyFailure(QNetworkReply::NetworkError error) {
+    switch (error) {
     case QNetworkReply::ProxyConnectionRefusedError:
     case QNetworkReply::ProxyConnectionClosedError:
     case QNetworkReply::ProxyNotFoundError:
     case QNetworkReply::ProxyAuthenticationRequiredError:
     case QNetworkReply::UnknownProxyError:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+platform::UrlError urlError(Code code) {
+    return {code, wordsFor(code)};
+}
+
+std::exception_ptr urlFailure(Code code) {
+    return std::make_exception_ptr(urlError(code));
+}
+
+std::optional<Code> codeOf(QNetworkReply::NetworkError error, TransferStage stage,
+                           CertificateCheck certificates) {
+    if (repeatsHttpStatus(error))
+        return std::nullopt;
+    if (isProxyFailure(error))
+        return Code::cannotConnectToHost;
+    switch (error) {
+    case QNetworkReply::HostNotFoundError:
+        return Code::cannotFindHost;
+    case QNetworkReply::ConnectionRefusedError:
         return Code::cannotConnectToHost;
     case QNetworkReply::TimeoutError:
     case QNetworkReply::ProxyTimeoutError:
