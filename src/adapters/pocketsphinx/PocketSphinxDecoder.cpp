@@ -34,6 +34,64 @@ std::vector<std::int16_t> integers(std::span<const float> samples) {
     return result;
 }
 
+/// The library's front end for one recording: makes a vector of numbers of each hundredth of a second in
+/// which there may be speech.
+class FrontEnd {
+public:
+    explicit FrontEnd(fe_t* frontEnd)
+        : frontEnd_(frontEnd)
+        , length_(static_cast<std::size_t>(fe_get_output_size(frontEnd)))
+        , buffer_(rowsAtOnce * length_) {
+        for (std::size_t row = 0; row < rowsAtOnce; ++row)
+            rows_[row] = buffer_.data() + row * length_;
+        // Forgets the noise of earlier recordings.
+        fe_start_stream(frontEnd_);
+        fe_start_utt(frontEnd_);
+    }
+
+    void process(std::span<const std::int16_t> samples) {
+        const int16* next = samples.data();
+        std::size_t left = samples.size();
+        while (left > 0) {
+            const auto before = left;
+            int32 produced = rowsAtOnce;
+            fe_process_frames(frontEnd_, &next, &left, rows_.data(), &produced, nullptr);
+            take(produced);
+            if (produced <= 0 && left == before)
+                break;
+        }
+    }
+
+    void finish() {
+        int32 produced = 0;
+        fe_end_utt(frontEnd_, rows_[0], &produced);
+        take(produced);
+    }
+
+    bool isInSpeech() const { return fe_get_vad_state(frontEnd_) != 0; }
+    /// Returns the numbers per vector.
+    std::size_t length() const { return length_; }
+    /// Returns the vectors so far.
+    std::size_t count() const { return values_.size() / length_; }
+    std::vector<float> takeValues() { return std::move(values_); }
+
+private:
+    // More than one block gives, including the frames that the library holds back until it has detected
+    // speech.
+    static constexpr std::size_t rowsAtOnce = 512;
+
+    void take(int32 count) {
+        const auto size = static_cast<std::ptrdiff_t>(length_) * std::max(count, 0);
+        values_.insert(values_.end(), buffer_.begin(), buffer_.begin() + size);
+    }
+
+    fe_t* const frontEnd_;
+    const std::size_t length_;
+    std::vector<mfcc_t> buffer_;
+    std::array<mfcc_t*, rowsAtOnce> rows_{};
+    std::vector<float> values_;
+};
+
 } // namespace
 
 PocketSphinxModel PocketSphinxModel::english(const std::filesystem::path& modelDirectory) {
@@ -113,45 +171,18 @@ std::string PocketSphinxDecoder::transcribe(std::span<const float> samples,
 
 PocketSphinxDecoder::Features PocketSphinxDecoder::featuresOf(std::span<const std::int16_t> samples,
                                                               const std::atomic<bool>& isCancelled) {
-    // More than one block gives, including the frames that the library holds back until it has detected
-    // speech.
-    constexpr std::size_t rowsAtOnce = 512;
-    fe_t* frontEnd = ps_get_fe(decoder_);
-
     Features features;
-    features.length = static_cast<std::size_t>(fe_get_output_size(frontEnd));
-    std::vector<mfcc_t> values(rowsAtOnce * features.length);
-    std::array<mfcc_t*, rowsAtOnce> rows{};
-    for (std::size_t row = 0; row < rowsAtOnce; ++row)
-        rows[row] = values.data() + row * features.length;
-    const auto take = [&](int32 count) {
-        const auto size = static_cast<std::ptrdiff_t>(features.length) * std::max(count, 0);
-        features.values.insert(features.values.end(), values.begin(), values.begin() + size);
-    };
-    const auto count = [&] { return features.values.size() / features.length; };
-
-    // Forgets the noise of earlier recordings.
-    fe_start_stream(frontEnd);
-    fe_start_utt(frontEnd);
+    FrontEnd frontEnd(ps_get_fe(decoder_));
     for (std::size_t start = 0; start < samples.size() && !isCancelled; start += blockSamples) {
-        const auto first = count();
-        const int16* next = samples.data() + start;
-        std::size_t left = std::min(blockSamples, samples.size() - start);
-        while (left > 0) {
-            const auto before = left;
-            int32 produced = rowsAtOnce;
-            fe_process_frames(frontEnd, &next, &left, rows.data(), &produced, nullptr);
-            take(produced);
-            if (produced <= 0 && left == before)
-                break;
-        }
-        features.blocks.push_back({first, count(), fe_get_vad_state(frontEnd) != 0});
+        const auto first = frontEnd.count();
+        frontEnd.process(samples.subspan(start, std::min(blockSamples, samples.size() - start)));
+        features.blocks.push_back({first, frontEnd.count(), frontEnd.isInSpeech()});
     }
-    const auto first = count();
-    int32 produced = 0;
-    fe_end_utt(frontEnd, rows[0], &produced);
-    take(produced);
-    features.blocks.push_back({first, count(), false});
+    const auto first = frontEnd.count();
+    frontEnd.finish();
+    features.blocks.push_back({first, frontEnd.count(), false});
+    features.length = frontEnd.length();
+    features.values = frontEnd.takeValues();
     return features;
 }
 

@@ -47,7 +47,7 @@ public:
 
     /// Returns the words in `samples` (16 kHz), in lower case with single blanks; empty if nothing was said.
     /// Needs 0.15 to 0.2 s per second of audio. Returns early, with the words so far, if `isCancelled`
-    /// returns true.
+    /// becomes true.
     std::string transcribe(std::span<const float> samples, const std::atomic<bool>& isCancelled);
 
 private:
