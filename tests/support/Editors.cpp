@@ -172,6 +172,26 @@ Editor::Editor(Options options)
     // A terminal's program creates it to show that it is ready.
     if (!isTerminal())
         std::ofstream(file_) << options_.text;
+    writeSettings();
+    startProgram();
+
+    const bool hasAppeared = eventually(30, [this] {
+        const DisplayWithoutErrors display(options_.display);
+        window_ =
+            findWindow(display, DefaultRootWindow(static_cast<Display*>(display)), classOf(options_.program));
+        return window_ != None;
+    });
+    if (!hasAppeared)
+        throw std::runtime_error("the editor did not start");
+    if (!focus())
+        throw std::runtime_error("the editor did not get the keyboard");
+    if (isTerminal() && !eventually(30, [this] { return std::filesystem::exists(file_); }))
+        throw std::runtime_error("the terminal's program did not start");
+}
+
+Editor::~Editor() = default;
+
+void Editor::writeSettings() const {
     // Otherwise every save adds a line to the text, and an undo removes that too.
     std::filesystem::create_directories(directory_.path() + "/config/featherpad");
     std::ofstream(directory_.path() + "/config/featherpad/fp.conf") << "[text]\nappendEmptyLine=false\n";
@@ -179,10 +199,9 @@ Editor::Editor(Options options)
     std::filesystem::create_directories(directory_.path() + "/config/glib-2.0/settings");
     std::ofstream(directory_.path() + "/config/glib-2.0/settings/keyfile")
         << "[org/xfce/mousepad/preferences/file]\nmonitor-changes=false\n";
-    // Control-D passes the typed part of the line to `cat`. On an empty line it ends `cat`, and the next one
-    // starts.
-    const std::string command = options_.command.empty() ? "while :; do cat >> FILE; done" : options_.command;
+}
 
+void Editor::startProgram() {
     ChildProcess::Options child;
     child.environment = {{"DISPLAY", options_.display},
                          {"HOME", directory_.path()},
@@ -204,26 +223,14 @@ Editor::Editor(Options options)
     isAlone_ = options_.program == Program::mousepad &&
                !callOverBus(busAddress_, "org.freedesktop.DBus", "/", "org.freedesktop.DBus.GetNameOwner",
                             {mousepadName});
+    // Control-D passes the typed part of the line to `cat`. On an empty line it ends `cat`, and the next one
+    // starts.
+    const std::string command = options_.command.empty() ? "while :; do cat >> FILE; done" : options_.command;
     child.arguments = argumentsFor(options_.program, file_, replaced(command, "FILE", file_), isAlone_);
     child.withoutEnvironment = {"WAYLAND_DISPLAY"};
     child.outputFile = directory_.path() + "/output.log";
     process_ = std::make_unique<ChildProcess>(std::move(child));
-
-    const bool hasAppeared = eventually(30, [this] {
-        const DisplayWithoutErrors display(options_.display);
-        window_ =
-            findWindow(display, DefaultRootWindow(static_cast<Display*>(display)), classOf(options_.program));
-        return window_ != None;
-    });
-    if (!hasAppeared)
-        throw std::runtime_error("the editor did not start");
-    if (!focus())
-        throw std::runtime_error("the editor did not get the keyboard");
-    if (isTerminal() && !eventually(30, [this] { return std::filesystem::exists(file_); }))
-        throw std::runtime_error("the terminal's program did not start");
 }
-
-Editor::~Editor() = default;
 
 bool Editor::focus() {
     return eventually(15, [this] {

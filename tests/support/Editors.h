@@ -58,6 +58,8 @@ public:
     unsigned long window() const { return window_; }
 
 private:
+    void writeSettings() const;
+    void startProgram();
     bool isTerminal() const;
     bool hasKeyboard();
     void save();

@@ -16,6 +16,44 @@ void openssl(std::vector<std::string> arguments) {
         throw std::runtime_error("the openssl command failed: openssl " + arguments[1]);
 }
 
+/// Returns a private configuration: the machine's may add its own extensions.
+std::string configuration(TestCertificates::Kind kind, const std::filesystem::path& folder) {
+    const std::string names = kind == TestCertificates::Kind::wrongName
+                                  ? "DNS:elsewhere.invalid"
+                                  : "DNS:localhost, IP:127.0.0.1, IP:10.77.0.1";
+    return "[req]\n"
+           "distinguished_name = name\n"
+           "[name]\n"
+           "[authority]\n"
+           "basicConstraints = critical, CA:TRUE\n"
+           "keyUsage = critical, keyCertSign, cRLSign\n"
+           "subjectKeyIdentifier = hash\n"
+           "[server]\n"
+           "basicConstraints = critical, CA:FALSE\n"
+           "keyUsage = critical, digitalSignature\n"
+           "extendedKeyUsage = serverAuth\n"
+           "subjectKeyIdentifier = hash\n"
+           "authorityKeyIdentifier = keyid\n"
+           "subjectAltName = " +
+           names +
+           "\n"
+           "[ca]\n"
+           "default_ca = us\n"
+           "[us]\n"
+           "database = " +
+           (folder / "index").string() +
+           "\n"
+           "new_certs_dir = " +
+           folder.string() +
+           "\n"
+           "rand_serial = yes\n"
+           "default_md = sha256\n"
+           "policy = any\n"
+           "x509_extensions = server\n"
+           "[any]\n"
+           "commonName = supplied\n";
+}
+
 } // namespace
 
 TestCertificates::TestCertificates(Kind kind) {
@@ -27,39 +65,7 @@ TestCertificates::TestCertificates(Kind kind) {
         openssl(std::move(arguments));
     };
 
-    // A private configuration: the machine's may add its own extensions.
-    writeFile(file("openssl.cnf"),
-              "[req]\n"
-              "distinguished_name = name\n"
-              "[name]\n"
-              "[authority]\n"
-              "basicConstraints = critical, CA:TRUE\n"
-              "keyUsage = critical, keyCertSign, cRLSign\n"
-              "subjectKeyIdentifier = hash\n"
-              "[server]\n"
-              "basicConstraints = critical, CA:FALSE\n"
-              "keyUsage = critical, digitalSignature\n"
-              "extendedKeyUsage = serverAuth\n"
-              "subjectKeyIdentifier = hash\n"
-              "authorityKeyIdentifier = keyid\n"
-              "subjectAltName = " +
-                  std::string(kind == Kind::wrongName ? "DNS:elsewhere.invalid\n"
-                                                      : "DNS:localhost, IP:127.0.0.1, IP:10.77.0.1\n") +
-                  "[ca]\n"
-                  "default_ca = us\n"
-                  "[us]\n"
-                  "database = " +
-                  file("index") +
-                  "\n"
-                  "new_certs_dir = " +
-                  folder().string() +
-                  "\n"
-                  "rand_serial = yes\n"
-                  "default_md = sha256\n"
-                  "policy = any\n"
-                  "x509_extensions = server\n"
-                  "[any]\n"
-                  "commonName = supplied\n");
+    writeFile(file("openssl.cnf"), configuration(kind, folder()));
     writeFile(file("index"), "");
 
     request({"-config", file("openssl.cnf"), "-x509", "-extensions", "authority", "-days", "30", "-subj",
