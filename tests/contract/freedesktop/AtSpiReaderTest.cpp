@@ -73,31 +73,16 @@ private:
         const std::string member = dbus_message_get_member(message);
         // The registry and the program have the same root; only calls to the registry use this name.
         const bool isRegistry = dbus_message_has_destination(message, "org.a11y.atspi.Registry");
-        Reported reported;
-        for (const auto& [number, object] : objects_) {
-            if (pathOf(number) == path)
-                reported = object;
-        }
+        const auto reported = objectAt(path);
         DBusMessagePointer reply(dbus_message_new_method_return(message));
         DBusMessageIter place;
         dbus_message_iter_init_append(reply.get(), &place);
         if (member == "GetChildren") {
             addChildren(place, isRegistry ? Reported{.children = {0}} : reported);
         } else if (member == "GetState") {
-            const std::uint32_t halves[] = {static_cast<std::uint32_t>(reported.states), 0};
-            const std::uint32_t* first = halves;
-            DBusMessageIter array;
-            dbus_message_iter_open_container(&place, DBUS_TYPE_ARRAY, "u", &array);
-            dbus_message_iter_append_fixed_array(&array, DBUS_TYPE_UINT32, &first, 2);
-            dbus_message_iter_close_container(&place, &array);
+            addStates(place, reported);
         } else if (member == "Get") {
-            const std::int32_t count = reported.childCount >= 0
-                                           ? reported.childCount
-                                           : static_cast<std::int32_t>(reported.children.size());
-            DBusMessageIter variant;
-            dbus_message_iter_open_container(&place, DBUS_TYPE_VARIANT, "i", &variant);
-            dbus_message_iter_append_basic(&variant, DBUS_TYPE_INT32, &count);
-            dbus_message_iter_close_container(&place, &variant);
+            addChildCount(place, reported);
         } else if (member == "GetRole") {
             dbus_message_iter_append_basic(&place, DBUS_TYPE_UINT32, &reported.role);
         } else if (member == "GetSelection") {
@@ -109,6 +94,32 @@ private:
             reply.reset(dbus_message_new_error(message, DBUS_ERROR_UNKNOWN_METHOD, "not here"));
         }
         dbus_connection_send(connection_, reply.get(), nullptr);
+    }
+
+    Reported objectAt(const std::string& path) const {
+        for (const auto& [number, object] : objects_) {
+            if (pathOf(number) == path)
+                return object;
+        }
+        return {};
+    }
+
+    static void addStates(DBusMessageIter& place, const Reported& reported) {
+        const std::uint32_t halves[] = {static_cast<std::uint32_t>(reported.states), 0};
+        const std::uint32_t* first = halves;
+        DBusMessageIter array;
+        dbus_message_iter_open_container(&place, DBUS_TYPE_ARRAY, "u", &array);
+        dbus_message_iter_append_fixed_array(&array, DBUS_TYPE_UINT32, &first, 2);
+        dbus_message_iter_close_container(&place, &array);
+    }
+
+    static void addChildCount(DBusMessageIter& place, const Reported& reported) {
+        const auto children = static_cast<std::int32_t>(reported.children.size());
+        const std::int32_t count = reported.childCount >= 0 ? reported.childCount : children;
+        DBusMessageIter variant;
+        dbus_message_iter_open_container(&place, DBUS_TYPE_VARIANT, "i", &variant);
+        dbus_message_iter_append_basic(&variant, DBUS_TYPE_INT32, &count);
+        dbus_message_iter_close_container(&place, &variant);
     }
 
     void addChildren(DBusMessageIter& place, const Reported& reported) const {
