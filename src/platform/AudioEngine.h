@@ -22,7 +22,7 @@ public:
 class AudioEngine {
 public:
     /// Receives the captured audio on the capture thread, in order and without gaps, in buffers of the
-    /// requested size. The last buffer, and that of a `drain()`, may be shorter. It must not block.
+    /// requested size. The last buffer, and the last one of a `drain()`, may be shorter. It must not block.
     using TapBlock = std::function<void(const PcmBufferPtr&)>;
 
     AudioEngine() = default;

@@ -18,16 +18,16 @@ public:
     LoginItem& operator=(const LoginItem&) = delete;
     virtual ~LoginItem() = default;
 
-    /// Has the desktop start the program at every login, even if another tool had turned that off. Throws
-    /// `LoginItemError`; the earlier registration then stays.
+    /// Has the desktop start the program at login from now on, even if another tool had turned that off.
+    /// Throws `LoginItemError`; the earlier registration then stays.
     virtual void registerItem() = 0;
 
     /// Ends that. Does nothing if the program is not registered. Throws `LoginItemError`; the program then
     /// stays registered.
     virtual void unregisterItem() = 0;
 
-    /// Returns whether the desktop would start the program at the next login. Other tools turn this on and
-    /// off too. Never fails: an entry that cannot be read counts as off.
+    /// Returns whether the desktop would start the program at login. Other tools turn this on and off too.
+    /// Never fails: an entry that cannot be read counts as off.
     virtual bool isEnabled() = 0;
 };
 

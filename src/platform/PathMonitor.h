@@ -11,9 +11,9 @@ struct NetworkPath {
     bool usesWifi = false;
     bool usesCellular = false;
     bool usesWiredEthernet = false;
-    /// A number for the set of the machine's addresses, without those of the machine itself and of the link;
-    /// 0 if there is none. Another number means that earlier connections may be dead, even if nothing else
-    /// has changed: on another Wi-Fi, or with a VPN.
+    /// A number for the set of the machine's addresses, except addresses of the machine itself and of the
+    /// link; 0 if there is none. Another number means that earlier connections may be dead, even if nothing
+    /// else has changed: on another Wi-Fi, or with a VPN.
     std::uint64_t addresses = 0;
     bool operator==(const NetworkPath&) const = default;
 };

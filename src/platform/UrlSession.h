@@ -101,8 +101,8 @@ public:
 
 /// A set of connections without memory: no cookies, no cache, nothing on disk. Connections are kept alive
 /// between its requests, unless they were idle for so long that the server may have closed them. Uses the
-/// system's proxy settings, and verifies certificates against the system's authorities and those of the file
-/// that SSL_CERT_FILE names.
+/// system's proxy settings, and verifies certificates against the system's authorities and the authorities in
+/// the file that SSL_CERT_FILE names.
 ///
 /// Any thread; every operation may be called on several threads at once. A session whose owner drops it lives
 /// until its last request has ended.

@@ -47,7 +47,7 @@ private:
     std::vector<platform::PcmBufferPtr> buffers_;
 };
 
-/// Returns `count` different samples that continue those of an earlier `first`.
+/// Returns `count` different samples that continue the samples of an earlier `first`.
 inline std::vector<float> distinctSamples(std::size_t count, std::size_t first = 0) {
     std::vector<float> samples(count);
     for (std::size_t i = 0; i < count; ++i)

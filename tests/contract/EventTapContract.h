@@ -33,7 +33,7 @@ protected:
 
     bool start() { return bench_.tap().start(recorder_.callback()); }
 
-    bool isTold(platform::KeyEvent event) {
+    bool isReported(platform::KeyEvent event) {
         return eventually(5, [&] {
             bench_.settle();
             return recorder_.has(event);
@@ -79,8 +79,8 @@ TYPED_TEST_P(EventTapContract, ReportsKeysByTheirPlace) {
     EXPECT_TRUE(this->bench_.tap().probe());
     ASSERT_TRUE(this->start());
     this->tapKey(this->letterX);
-    EXPECT_TRUE(this->isTold({TestFixture::Type::keyDown, this->letterX, 0}));
-    EXPECT_TRUE(this->isTold({TestFixture::Type::keyUp, this->letterX, 0}));
+    EXPECT_TRUE(this->isReported({TestFixture::Type::keyDown, this->letterX, 0}));
+    EXPECT_TRUE(this->isReported({TestFixture::Type::keyUp, this->letterX, 0}));
 }
 
 TYPED_TEST_P(EventTapContract, ReportsEachModifierWithItsFlag) {
@@ -93,9 +93,9 @@ TYPED_TEST_P(EventTapContract, ReportsEachModifierWithItsFlag) {
     for (const auto& [key, flag] : keys) {
         this->recorder_.clear();
         this->bench_.down(key);
-        EXPECT_TRUE(this->isTold({TestFixture::Type::flagsChanged, key, flag})) << key;
+        EXPECT_TRUE(this->isReported({TestFixture::Type::flagsChanged, key, flag})) << key;
         this->bench_.up(key);
-        EXPECT_TRUE(this->isTold({TestFixture::Type::flagsChanged, key, 0})) << key;
+        EXPECT_TRUE(this->isReported({TestFixture::Type::flagsChanged, key, 0})) << key;
     }
 }
 
@@ -105,11 +105,11 @@ TYPED_TEST_P(EventTapContract, KeepsTheFlagWhileOneSideIsHeld) {
     this->bench_.down(this->rightOption);
     this->bench_.up(this->leftOption);
     EXPECT_TRUE(
-        this->isTold({TestFixture::Type::flagsChanged, this->leftOption, platform::modifier::option}));
+        this->isReported({TestFixture::Type::flagsChanged, this->leftOption, platform::modifier::option}));
     this->tapKey(this->letterX);
-    EXPECT_TRUE(this->isTold({TestFixture::Type::keyDown, this->letterX, platform::modifier::option}));
+    EXPECT_TRUE(this->isReported({TestFixture::Type::keyDown, this->letterX, platform::modifier::option}));
     this->bench_.up(this->rightOption);
-    EXPECT_TRUE(this->isTold({TestFixture::Type::flagsChanged, this->rightOption, 0}));
+    EXPECT_TRUE(this->isReported({TestFixture::Type::flagsChanged, this->rightOption, 0}));
 }
 
 TYPED_TEST_P(EventTapContract, RunsBlocksInOrderAndOnlyWhileRunning) {
@@ -131,7 +131,7 @@ TYPED_TEST_P(EventTapContract, RunsBlocksInOrderAndOnlyWhileRunning) {
 TYPED_TEST_P(EventTapContract, IsSilentAfterStopAndCanBeStartedAgain) {
     ASSERT_TRUE(this->start());
     this->tapKey(this->letterX);
-    ASSERT_TRUE(this->isTold({TestFixture::Type::keyUp, this->letterX, 0}));
+    ASSERT_TRUE(this->isReported({TestFixture::Type::keyUp, this->letterX, 0}));
     this->bench_.tap().stop();
     this->bench_.tap().stop();
     this->recorder_.clear();
@@ -139,7 +139,7 @@ TYPED_TEST_P(EventTapContract, IsSilentAfterStopAndCanBeStartedAgain) {
     EXPECT_TRUE(this->recorder_.events().empty());
     ASSERT_TRUE(this->start());
     this->tapKey(this->space);
-    EXPECT_TRUE(this->isTold({TestFixture::Type::keyDown, this->space, 0}));
+    EXPECT_TRUE(this->isReported({TestFixture::Type::keyDown, this->space, 0}));
     EXPECT_FALSE(this->recorder_.has({TestFixture::Type::keyDown, this->letterX, 0}));
 }
 

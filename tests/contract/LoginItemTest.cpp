@@ -35,7 +35,8 @@ private:
 class OrdinaryUser {
 public:
     explicit OrdinaryUser(const fs::path& home) {
-        if (::geteuid() == 0 && (::chown(home.c_str(), nobody, nobody) != 0 || ::seteuid(nobody) != 0))
+        if (::geteuid() == 0 &&
+            (::chown(home.c_str(), otherUser, otherUser) != 0 || ::seteuid(otherUser) != 0))
             throw std::runtime_error("cannot become an ordinary user");
     }
     OrdinaryUser(const OrdinaryUser&) = delete;
@@ -46,7 +47,7 @@ public:
     }
 
 private:
-    static constexpr uid_t nobody = 65534;
+    static constexpr uid_t otherUser = 65534;
 };
 
 class XdgSubject {

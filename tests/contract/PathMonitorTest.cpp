@@ -168,7 +168,7 @@ public:
     std::vector<NetworkPath> reports() override {
         QCoreApplication::processEvents();
         auto reports = program_->reports();
-        // The addresses are those of the test machine.
+        // The addresses belong to the test machine.
         for (auto& report : reports)
             report.addresses = 0;
         return reports;

@@ -58,6 +58,6 @@ using Environments = testing::Types<FakeEnvironment, PocketSphinxEnvironment>;
 
 } // namespace
 
-INSTANTIATE_TYPED_TEST_SUITE_P(Recognisers, SpeechRecognizerContract, Environments);
+INSTANTIATE_TYPED_TEST_SUITE_P(Recognizers, SpeechRecognizerContract, Environments);
 
 } // namespace sonvale::tests

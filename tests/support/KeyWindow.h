@@ -38,7 +38,7 @@ public:
         xi2,  ///< as programs with XInput 2 do
     };
 
-    /// `modifiers` are those of the server.
+    /// `modifiers` are the bits of the server.
     ForeignGrab(const std::string& displayName, Kind kind, unsigned int keycode, unsigned int modifiers);
     ~ForeignGrab();
     ForeignGrab(const ForeignGrab&) = delete;

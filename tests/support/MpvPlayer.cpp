@@ -100,9 +100,9 @@ public:
             if (word)
                 dbus_message_append_args(question.get(), DBUS_TYPE_STRING, &word, DBUS_TYPE_INVALID);
         }
-        constexpr int patienceMilliseconds = 1000;
+        constexpr int timeoutMilliseconds = 1000;
         return Message(dbus_connection_send_with_reply_and_block(connection_, question.get(),
-                                                                 patienceMilliseconds, nullptr));
+                                                                 timeoutMilliseconds, nullptr));
     }
 
     std::string reportedStatus() {

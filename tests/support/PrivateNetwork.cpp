@@ -49,7 +49,7 @@ ChildProcess start(std::vector<std::string> command) {
     return ChildProcess(std::move(options));
 }
 
-/// Starts a machine and waits until its namespace exists, which is not that of `before`.
+/// Starts a machine and waits until its namespace exists, which is not the namespace of `before`.
 ChildProcess startMachine(std::vector<std::string> launcher, const std::string& before) {
     launcher.insert(launcher.end(), {"sh", "-c", machine});
     auto process = start(std::move(launcher));

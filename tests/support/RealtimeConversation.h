@@ -72,7 +72,7 @@ private:
 
 /// Returns a transcription session as the service describes it before its configuration.
 base::Json transcriptionSession();
-/// Returns a new identifier like those of the service: "event_..." for "event".
+/// Returns a new identifier in the form of the service: "event_..." for "event".
 std::string serviceIdentifier(const std::string& kind);
 
 } // namespace sonvale::tests

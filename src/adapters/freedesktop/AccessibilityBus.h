@@ -18,7 +18,7 @@ class AccessibilityBus {
 public:
     /// `addressOfDisplay` returns the address that the display names (the property AT_SPI_BUS of its root
     /// window), or an empty text. It must return by the deadline that it is given. An empty session address
-    /// means that of the environment.
+    /// means the address in the environment.
     AccessibilityBus(const runtime::Clock& clock, std::function<std::string(double)> addressOfDisplay,
                      std::string sessionAddress);
 

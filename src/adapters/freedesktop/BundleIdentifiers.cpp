@@ -14,7 +14,7 @@ struct KnownProgram {
     std::string_view bundleIdentifier;
 };
 
-// Names differ between packages: those of a distribution, of the maker, Flatpak (reverse domain), Snap
+// Names differ between the packages of a distribution, of the maker, of Flatpak (reverse domain) and of Snap
 // (name_name).
 constexpr KnownProgram knownPrograms[] = {
     {"telegram-desktop", "org.telegram.desktop"},
@@ -86,8 +86,8 @@ constexpr KnownProgram knownPrograms[] = {
     {"notion-desktop", "com.notion.id"},
     {"notion-snap-reborn", "com.notion.id"},
 
-    // The desktops' own programs for mail, development, the web and notes have the same purpose as those of
-    // macOS, and the user's style depends on the purpose. Terminals have a list of their own.
+    // The desktops' own programs for mail, development, the web and notes have the same purpose as the
+    // programs of macOS, and the user's style depends on the purpose. Terminals have a list of their own.
     {"thunderbird", "com.apple.mail"},
     {"org.mozilla.thunderbird", "com.apple.mail"},
     {"thunderbird_thunderbird", "com.apple.mail"},

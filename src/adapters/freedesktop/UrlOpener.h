@@ -21,7 +21,7 @@ public:
 
     explicit UrlOpener(Environment environment);
 
-    /// As `Workspace::openURL`. Never uses a shell. Addresses of other kinds, such as those of files, have no
+    /// As `Workspace::openURL`. Never uses a shell. Addresses of other kinds, such as file addresses, have no
     /// program, because they may come from the network.
     bool open(const std::string& address) const;
 

@@ -46,7 +46,7 @@ void resetSignals() {
     sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-void tell(int report, int error) {
+void reportError(int report, int error) {
     // Nothing reads it after the caller has stopped waiting.
     [[maybe_unused]] const auto written = write(report, &error, sizeof error);
 }
@@ -58,7 +58,7 @@ void tell(int report, int error) {
     // The second copy has no parent that must wait for it.
     if (const pid_t copy = fork(); copy != 0) {
         if (copy < 0)
-            tell(report, errno);
+            reportError(report, errno);
         _exit(0);
     }
 
@@ -72,7 +72,7 @@ void tell(int report, int error) {
     closefrom(firstFreeDescriptor + 1);
 
     execve(file, arguments, environ);
-    tell(highReport, errno);
+    reportError(highReport, errno);
     _exit(127);
 }
 

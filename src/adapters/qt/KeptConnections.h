@@ -20,7 +20,7 @@ public:
     /// Load balancers and servers commonly close theirs after 60 to 75 s.
     static constexpr double maxIdleSeconds = 50;
 
-    /// Returns seconds, including those of the computer's sleep.
+    /// Returns seconds, including the computer's sleep.
     using Uptime = std::function<double()>;
 
     explicit KeptConnections(Uptime uptime);

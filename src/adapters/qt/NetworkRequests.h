@@ -10,7 +10,7 @@
 
 namespace sonvale::adapters::qt {
 
-/// Returns the system's authorities together with those of this file; empty for none.
+/// Returns the system's authorities together with the authorities in this file; empty for none.
 QSslConfiguration sslConfiguration(const QString& authorities);
 
 /// Returns nullopt if `text` is not a `base::WebAddress` of one of these two schemes.

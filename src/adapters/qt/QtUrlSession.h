@@ -17,13 +17,13 @@ class NetworkThread;
 /// remaining sessions. SSL_CERT_FILE is read at construction.
 class QtUrlSessions final : public platform::UrlSessions {
 public:
-    /// `uptime` returns seconds, including those of the computer's sleep. It is called on the network thread.
+    /// `uptime` returns seconds, including the computer's sleep. It is called on the network thread.
     explicit QtUrlSessions(const std::function<double()>& uptime = secondsSinceBoot);
     ~QtUrlSessions() override;
 
     std::shared_ptr<platform::UrlSession> makeEphemeral() override;
 
-    /// Returns the seconds since the computer was started, including those of its sleep. Any thread.
+    /// Returns the seconds since the computer was started, including its sleep. Any thread.
     static double secondsSinceBoot();
 
 private:

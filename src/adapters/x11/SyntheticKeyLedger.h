@@ -29,8 +29,8 @@ public:
     void endListening();
 
     /// Records strokes; must be called before they are sent to `device`. The server keeps the order of one
-    /// sender's strokes and mixes those of two; `sender` identifies the sender. `now` is in seconds of one
-    /// clock that does not go back.
+    /// sender's strokes and mixes the strokes of two; `sender` identifies the sender. `now` is in seconds of
+    /// one clock that does not go back.
     void write(const void* sender, std::uint16_t device, const std::vector<KeyStroke>& strokes, double now);
 
     /// Removes a stroke that the server reports, and returns true, if this program has sent it. `isHeld` says

@@ -26,9 +26,9 @@ class X11SelectionReader;
 /// PRIMARY selection. The connections to the server and to the bus are made at the first question.
 class X11AccessibilityTree final : public platform::AccessibilityTree {
 public:
-    /// Uses the server `displayName`, or that of DISPLAY if it is empty. Uses the accessibility bus that this
-    /// display names, or else that of the session with this D-Bus address (empty: the address in the
-    /// environment). The clock must outlive it.
+    /// Uses the server `displayName`, or the server in DISPLAY if it is empty. Uses the accessibility bus
+    /// that this display names, or else the bus of the session with this D-Bus address (empty: the address in
+    /// the environment). The clock must outlive it.
     explicit X11AccessibilityTree(const runtime::Clock& clock, std::string displayName = {},
                                   std::string sessionAddress = {});
 

@@ -50,7 +50,7 @@ void* X11Connection::waitForReply(unsigned int sequence, double deadline) {
         void* reply = nullptr;
         xcb_generic_error_t* error = nullptr;
         if (xcb_poll_for_reply(connection_, sequence, &reply, &error) != 0) {
-            // The missing reply tells the caller enough: windows are destroyed at any time.
+            // The caller needs no reason besides the missing reply: windows are destroyed at any time.
             std::free(error);
             return reply;
         }
@@ -220,7 +220,7 @@ void X11Connection::collectEvents() {
 }
 
 void X11Connection::pollUntil(double deadline, int otherDescriptor) {
-    // poll ignores a negative descriptor. That of a lost server would be readable indefinitely.
+    // poll ignores a negative descriptor. The descriptor of a lost server would be readable indefinitely.
     const int own = isAlive() ? xcb_get_file_descriptor(connection_) : -1;
     pollfd waiting[] = {{own, POLLIN, 0}, {otherDescriptor, POLLIN, 0}};
     int milliseconds = -1;

@@ -14,7 +14,7 @@ namespace {
 // busy machine both need a tenth of a second more.
 constexpr double attempts[] = {0, 0.008, 0.016, 0.032, 0.064, 0.128, 0.3, 0.6, 1.2};
 // While a modifier of a combination is held, its key may be pressed at any moment.
-constexpr double urgentInterval = 0.004;
+constexpr double heldModifierInterval = 0.004;
 constexpr double unsettledSeconds = 2;
 constexpr double maxGrabDelay = 0.020;
 constexpr double replySeconds = 1;
@@ -105,8 +105,8 @@ std::optional<double> X11KeyGrabs::nextDeadline() const {
     };
     if (nextAttempt_ < std::size(attempts))
         consider(regrabbingSince_ + attempts[nextAttempt_]);
-    if (isModifierHeld() && lastAttempt_ + urgentInterval < regrabbingSince_ + unsettledSeconds)
-        consider(lastAttempt_ + urgentInterval);
+    if (isModifierHeld() && lastAttempt_ + heldModifierInterval < regrabbingSince_ + unsettledSeconds)
+        consider(lastAttempt_ + heldModifierInterval);
     if (awaited_)
         consider(awaited_->until);
     return due;

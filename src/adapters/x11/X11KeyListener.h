@@ -48,7 +48,7 @@ public:
     /// Does what `EventTap::maskHeldKeys` does.
     void maskHeldKeys();
 
-    /// Tells the callback that the system has ended the listening.
+    /// Reports to the callback that the system has ended the listening.
     void reportDisabled();
 
     /// Ends the waits inside the listener and makes `processEvents` return false. May be called from any

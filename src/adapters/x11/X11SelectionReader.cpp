@@ -120,7 +120,7 @@ void X11SelectionReader::takeAnswer(const xcb_selection_notify_event_t& answer) 
         return;
     }
     if (property->type == incr_) {
-        // The read has deleted the property, which tells the owner to begin.
+        // The read has deleted the property, which makes the owner begin.
         stage_ = Stage::receiving;
         return;
     }

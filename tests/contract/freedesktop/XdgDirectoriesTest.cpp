@@ -136,12 +136,12 @@ TEST_F(XdgDirectoriesTest, NeverUsesAFileOfThatName) {
 
 TEST_F(XdgDirectoriesTest, NeverUsesAFolderOfAnotherUser) {
     // Only root can give a folder to another user; any other user can use folders of root.
-    constexpr uid_t nobody = 65534;
+    constexpr uid_t otherUser = 65534;
     fs::create_directory(runtime() / "sonvale");
     fs::create_directory(fallback());
     if (::geteuid() == 0) {
-        ASSERT_EQ(::chown((runtime() / "sonvale").c_str(), nobody, nobody), 0);
-        ASSERT_EQ(::chown(fallback().c_str(), nobody, nobody), 0);
+        ASSERT_EQ(::chown((runtime() / "sonvale").c_str(), otherUser, otherUser), 0);
+        ASSERT_EQ(::chown(fallback().c_str(), otherUser, otherUser), 0);
         EXPECT_EQ(resolve().temporary.string().find(fallback().string() + "-"), 0U);
     } else {
         variables_["XDG_RUNTIME_DIR"] = "/usr";

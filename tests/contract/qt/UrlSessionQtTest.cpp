@@ -615,7 +615,7 @@ TEST_F(QtUrlSessionTlsTest, TrustsOnlyTheAuthoritiesOfTheEnvironment) {
     EXPECT_EQ(failureOf(other.url("/in")), Code::serverCertificateUntrusted);
 }
 
-TEST_F(QtUrlSessionTlsTest, RefusesExpiredCertificatesAndThoseOfOtherNames) {
+TEST_F(QtUrlSessionTlsTest, RefusesExpiredCertificatesAndCertificatesOfOtherNames) {
     for (const auto kind : {TestCertificates::Kind::wrongName, TestCertificates::Kind::expired}) {
         TestServer server(options(kind));
         server.answer("/in", saying("words"));

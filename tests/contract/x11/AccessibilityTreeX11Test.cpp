@@ -90,7 +90,7 @@ TEST_F(X11SelectedText, IsOnlyThePartThatIsSelected) {
     EXPECT_TRUE(session.waitForText("one "));
 }
 
-TEST_F(X11SelectedText, IsThatOfTheWindowInFront) {
+TEST_F(X11SelectedText, IsReadFromTheWindowInFront) {
     session.open(Program::mousepad, "behind");
     ASSERT_TRUE(session.selectsAll("behind"));
     Editor front(Editor::Options{session.display(), Program::mousepad, "", session.environment(), {}});

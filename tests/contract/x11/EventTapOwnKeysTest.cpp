@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-// Keys that the program presses itself, mixed with those of the user and of other programs.
+// Keys that the program presses itself, mixed with keys of the user and of other programs.
 
 namespace sonvale::tests {
 
@@ -71,7 +71,7 @@ TEST(EventTapX11, ReportsKeysOfOtherProgramsReadAfterTheStartOfAPaste) {
     KeyDesk desk;
     ASSERT_TRUE(desk.start());
     desk.xtest.down(XK_Control_L);
-    ASSERT_TRUE(desk.isTold({Type::flagsChanged, leftControl, modifier::control}));
+    ASSERT_TRUE(desk.isReported({Type::flagsChanged, leftControl, modifier::control}));
     {
         const BusyTap busy(desk.tap);
         desk.xtest.tap(XK_v);
@@ -79,7 +79,7 @@ TEST(EventTapX11, ReportsKeysOfOtherProgramsReadAfterTheStartOfAPaste) {
         desk.input.pressPaste();
     }
     desk.xtest.tap(XK_x);
-    ASSERT_TRUE(desk.isTold({Type::keyUp, letterX, 0})) << desk.recorder.text();
+    ASSERT_TRUE(desk.isReported({Type::keyUp, letterX, 0})) << desk.recorder.text();
     EXPECT_EQ(desk.recorder.count({Type::keyDown, letterV, modifier::control}), 1) << desk.recorder.text();
     EXPECT_EQ(desk.recorder.count({Type::keyUp, letterV, modifier::control}), 1);
     EXPECT_EQ(desk.recorder.count({Type::flagsChanged, leftControl, 0}), 1);
@@ -106,8 +106,8 @@ TEST_P(OwnChordAsHotkey, ArrivesAfterTheUserHasPressedIt) {
     if (hasShift)
         desk.hardware.up(XK_Shift_L);
     desk.hardware.up(XK_Control_L);
-    ASSERT_TRUE(desk.isTold({Type::keyDown, chord.hotkey.keyCode, chord.hotkey.modifiers}));
-    ASSERT_TRUE(desk.isTold({Type::flagsChanged, leftControl, 0}));
+    ASSERT_TRUE(desk.isReported({Type::keyDown, chord.hotkey.keyCode, chord.hotkey.modifiers}));
+    ASSERT_TRUE(desk.isReported({Type::flagsChanged, leftControl, 0}));
     EXPECT_EQ(desk.window.presses(keycode), 0) << "it is the user's hotkey";
 
     for (int round = 1; round <= 3; ++round) {
@@ -138,14 +138,14 @@ TEST_P(MaskedKeys, PressAMeaninglessKeyBetweenAModifiersPressAndRelease) {
         auto& keyboard = GetParam() == Source::xtest ? desk.xtest : desk.hardware;
         ASSERT_TRUE(desk.start());
         keyboard.down(static_cast<unsigned long>(keysym));
-        ASSERT_TRUE(desk.isTold({Type::flagsChanged, keyCode, flag}));
+        ASSERT_TRUE(desk.isReported({Type::flagsChanged, keyCode, flag}));
         maskHeldKeys(desk.tap);
         EXPECT_TRUE(eventually(5, [&] { return desk.window.releases(maskKeycode) == 1; }));
         EXPECT_EQ(desk.window.presses(maskKeycode), 1);
         EXPECT_NE(desk.window.stateOfLastPress(maskKeycode), 0u) << "while the modifier is held";
         EXPECT_EQ(desk.window.releases(keyboard.keycodeOf(static_cast<unsigned long>(keysym))), 0);
         keyboard.up(static_cast<unsigned long>(keysym));
-        ASSERT_TRUE(desk.isTold({Type::flagsChanged, keyCode, 0}));
+        ASSERT_TRUE(desk.isReported({Type::flagsChanged, keyCode, 0}));
         EXPECT_EQ(desk.recorder.events().size(), 2u) << desk.recorder.text();
         EXPECT_FALSE(keyboard.isAnyKeyDown());
     }
@@ -182,9 +182,9 @@ TEST(EventTapX11, ReportsTheKeyThatMeansEscapeAsEscape) {
     constexpr unsigned int capsLockKey = 66;
     constexpr unsigned int escapeKey = 9;
     desk.hardware.downKeycode(capsLockKey);
-    EXPECT_TRUE(desk.isTold({Type::keyDown, escape, 0})) << desk.recorder.text();
+    EXPECT_TRUE(desk.isReported({Type::keyDown, escape, 0})) << desk.recorder.text();
     desk.hardware.upKeycode(capsLockKey);
-    EXPECT_TRUE(desk.isTold({Type::keyUp, escape, 0})) << desk.recorder.text();
+    EXPECT_TRUE(desk.isReported({Type::keyUp, escape, 0})) << desk.recorder.text();
     desk.recorder.clear();
     desk.hardware.downKeycode(escapeKey);
     desk.hardware.upKeycode(escapeKey);

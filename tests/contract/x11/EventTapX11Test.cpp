@@ -91,7 +91,7 @@ TEST(EventTapX11, DoesNotReportPastesOfThisProgram) {
     KeyDesk desk;
     ASSERT_TRUE(desk.start());
     desk.hardware.tap(XK_a);
-    ASSERT_TRUE(desk.isTold({Type::keyUp, letterA, 0}));
+    ASSERT_TRUE(desk.isReported({Type::keyUp, letterA, 0}));
     desk.recorder.clear();
     for (int i = 0; i < 20; ++i) {
         desk.input.pressPaste();
@@ -101,7 +101,7 @@ TEST(EventTapX11, DoesNotReportPastesOfThisProgram) {
     EXPECT_EQ(desk.window.presses(desk.xtest.keycodeOf(XK_v)), 20);
     // This reported key shows that the others would have been reported.
     desk.xtest.tap(XK_x);
-    ASSERT_TRUE(desk.isTold({Type::keyUp, letterX, 0}));
+    ASSERT_TRUE(desk.isReported({Type::keyUp, letterX, 0}));
     EXPECT_EQ(desk.recorder.events().size(), 2u);
 }
 
@@ -127,7 +127,7 @@ TEST(EventTapX11, ReportsTheUsersFlagsDuringAPasteThatReleasesTheModifier) {
         auto& keyboard = source == Source::xtest ? desk.xtest : desk.hardware;
         ASSERT_TRUE(desk.start());
         keyboard.down(XK_Alt_L);
-        ASSERT_TRUE(desk.isTold({Type::flagsChanged, leftOption, platform::modifier::option}));
+        ASSERT_TRUE(desk.isReported({Type::flagsChanged, leftOption, platform::modifier::option}));
         desk.recorder.clear();
 
         desk.input.pressPaste();
@@ -137,9 +137,9 @@ TEST(EventTapX11, ReportsTheUsersFlagsDuringAPasteThatReleasesTheModifier) {
         EXPECT_TRUE(desk.recorder.events().empty());
 
         keyboard.tap(XK_x);
-        EXPECT_TRUE(desk.isTold({Type::keyDown, letterX, platform::modifier::option}));
+        EXPECT_TRUE(desk.isReported({Type::keyDown, letterX, platform::modifier::option}));
         keyboard.up(XK_Alt_L);
-        EXPECT_TRUE(desk.isTold({Type::flagsChanged, leftOption, 0}));
+        EXPECT_TRUE(desk.isReported({Type::flagsChanged, leftOption, 0}));
         EXPECT_FALSE(keyboard.isAnyKeyDown());
     }
 }
@@ -149,9 +149,9 @@ TEST(EventTapX11, KnowsAModifierHeldBeforeTheStart) {
     desk.hardware.down(XK_Alt_L);
     ASSERT_TRUE(desk.start());
     desk.hardware.tap(XK_x);
-    EXPECT_TRUE(desk.isTold({Type::keyDown, letterX, platform::modifier::option}));
+    EXPECT_TRUE(desk.isReported({Type::keyDown, letterX, platform::modifier::option}));
     desk.hardware.up(XK_Alt_L);
-    EXPECT_TRUE(desk.isTold({Type::flagsChanged, leftOption, 0}));
+    EXPECT_TRUE(desk.isReported({Type::flagsChanged, leftOption, 0}));
 }
 
 TEST(EventTapX11, SwallowsWithCapsLockOrNumLock) {
@@ -252,8 +252,8 @@ TEST(EventTapX11, ContinuesAfterAChangeOfTheLayout) {
         desk.hardware.up(XK_Alt_L);
         desk.hardware.downKeycode(24);
         desk.hardware.upKeycode(24);
-        EXPECT_TRUE(desk.isTold({Type::keyDown, spaceKeyCode, platform::modifier::option})) << layout;
-        EXPECT_TRUE(desk.isTold({Type::keyDown, 12, 0})) << "the place of Q in " << layout;
+        EXPECT_TRUE(desk.isReported({Type::keyDown, spaceKeyCode, platform::modifier::option})) << layout;
+        EXPECT_TRUE(desk.isReported({Type::keyDown, 12, 0})) << "the place of Q in " << layout;
         EXPECT_EQ(desk.window.presses(65), 0) << layout;
     }
 }
@@ -277,7 +277,7 @@ TEST(EventTapX11, DoesNotCountAltGrAsAModifier) {
     ASSERT_EQ(run({"setxkbmap", "-display", desk.display.name(), "-layout", "de"}), 0);
     ASSERT_TRUE(desk.start());
     desk.hardware.downKeycode(108);
-    EXPECT_TRUE(desk.isTold({Type::flagsChanged, 61, 0}));
+    EXPECT_TRUE(desk.isReported({Type::flagsChanged, 61, 0}));
     desk.hardware.upKeycode(108);
 }
 

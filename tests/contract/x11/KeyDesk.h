@@ -37,7 +37,7 @@ struct KeyDesk {
         recorder.swallow(optionSpace);
     }
 
-    bool isTold(platform::KeyEvent event) {
+    bool isReported(platform::KeyEvent event) {
         return eventually(5, [&] { return recorder.has(event); });
     }
 
