@@ -1,5 +1,5 @@
-#include "adapters/x11/X11Pasteboard.h"
 #include "adapters/x11/X11Workspace.h"
+#include "adapters/x11/selections/X11Pasteboard.h"
 #include "bench/Rounds.h"
 
 #include "runtime/SystemClock.h"

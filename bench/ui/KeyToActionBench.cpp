@@ -1,6 +1,6 @@
 #include "adapters/qt/QtMainContext.h"
-#include "adapters/x11/SyntheticKeyLedger.h"
-#include "adapters/x11/X11EventTap.h"
+#include "adapters/x11/keys/SyntheticKeyLedger.h"
+#include "adapters/x11/keys/X11EventTap.h"
 #include "bench/Percentiles.h"
 #include "bench/Rounds.h"
 

@@ -1,5 +1,5 @@
-#include "adapters/x11/X11EventTap.h"
-#include "adapters/x11/X11KeyCodes.h"
+#include "adapters/x11/keys/X11EventTap.h"
+#include "adapters/x11/keys/X11KeyCodes.h"
 
 #include "runtime/SystemClock.h"
 #include "tests/contract/EventTapContract.h"

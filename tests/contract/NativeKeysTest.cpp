@@ -1,4 +1,4 @@
-#include "adapters/x11/X11NativeKeys.h"
+#include "adapters/x11/keys/X11NativeKeys.h"
 
 #include "tests/fakes/FakeNativeKeys.h"
 #include "tests/support/PrivateDisplay.h"

@@ -1,4 +1,4 @@
-#include "adapters/x11/X11Pasteboard.h"
+#include "adapters/x11/selections/X11Pasteboard.h"
 
 #include "runtime/SystemClock.h"
 #include "tests/contract/PasteboardContract.h"

@@ -1,5 +1,5 @@
-#include "adapters/x11/X11EventTap.h"
-#include "adapters/x11/X11SyntheticInput.h"
+#include "adapters/x11/keys/X11EventTap.h"
+#include "adapters/x11/keys/X11SyntheticInput.h"
 
 #include "runtime/SystemClock.h"
 #include "tests/fakes/FakeSyntheticInput.h"

@@ -1,4 +1,4 @@
-#include "adapters/qt/QtUrlSession.h"
+#include "adapters/qt/network/QtUrlSession.h"
 
 #include "runtime/SystemClock.h"
 #include "services/FeedUpdater.h"

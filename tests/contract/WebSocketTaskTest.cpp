@@ -1,4 +1,4 @@
-#include "adapters/qt/QtUrlSession.h"
+#include "adapters/qt/network/QtUrlSession.h"
 
 #include "tests/contract/WebSocketTaskContract.h"
 #include "tests/fakes/FakeUrlSessions.h"

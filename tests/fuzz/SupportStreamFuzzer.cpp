@@ -1,4 +1,4 @@
-#include "adapters/qt/LineSplitter.h"
+#include "adapters/qt/network/LineSplitter.h"
 
 #include "base/Text.h"
 #include "services/SupportMessages.h"

@@ -4,9 +4,9 @@
 #include "adapters/freedesktop/TerminalPrograms.h"
 #include "adapters/posix/BrokenPipeGuard.h"
 #include "adapters/x11/X11Connection.h"
-#include "adapters/x11/X11SelectionReader.h"
-#include "adapters/x11/X11Text.h"
 #include "adapters/x11/X11Windows.h"
+#include "adapters/x11/selections/X11SelectionReader.h"
+#include "adapters/x11/selections/X11Text.h"
 
 #include "base/Log.h"
 #include "base/Text.h"

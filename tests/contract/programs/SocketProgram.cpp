@@ -1,4 +1,4 @@
-#include "adapters/qt/QtUrlSession.h"
+#include "adapters/qt/network/QtUrlSession.h"
 
 #include "platform/WebSocketTask.h"
 #include "runtime/TaskPool.h"

@@ -1,4 +1,4 @@
-#include "adapters/qt/QtUrlSession.h"
+#include "adapters/qt/network/QtUrlSession.h"
 
 #include "tests/contract/NetworkTasks.h"
 #include "tests/contract/ScopedVariable.h"

@@ -1,6 +1,6 @@
 #include "services/AuthService.h"
 
-#include "adapters/qt/QtUrlSession.h"
+#include "adapters/qt/network/QtUrlSession.h"
 
 #include "persistence/SettingsKeys.h"
 #include "runtime/SystemClock.h"

@@ -1,7 +1,7 @@
 #include "adapters/pulse/PulseCaptureAuthorization.h"
 #include "adapters/x11/X11AccessibilityTree.h"
-#include "adapters/x11/X11EventTap.h"
 #include "adapters/x11/X11Workspace.h"
+#include "adapters/x11/keys/X11EventTap.h"
 
 #include "runtime/SystemClock.h"
 #include "runtime/TaskPool.h"

@@ -1,4 +1,4 @@
-#include "adapters/x11/X11EventTap.h"
+#include "adapters/x11/keys/X11EventTap.h"
 
 #include "tests/contract/x11/AccessibleSession.h"
 #include "tests/support/TapRecorder.h"

@@ -1,8 +1,8 @@
-#include "adapters/x11/HeldKeys.h"
-#include "adapters/x11/KeyChord.h"
-#include "adapters/x11/SyntheticKeyLedger.h"
-#include "adapters/x11/X11KeyCodes.h"
-#include "adapters/x11/X11KeyboardMap.h"
+#include "adapters/x11/keys/HeldKeys.h"
+#include "adapters/x11/keys/KeyChord.h"
+#include "adapters/x11/keys/SyntheticKeyLedger.h"
+#include "adapters/x11/keys/X11KeyCodes.h"
+#include "adapters/x11/keys/X11KeyboardMap.h"
 
 #include "platform/EventTap.h"
 

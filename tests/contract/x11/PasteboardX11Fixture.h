@@ -1,6 +1,6 @@
 #pragma once
 
-#include "adapters/x11/X11Pasteboard.h"
+#include "adapters/x11/selections/X11Pasteboard.h"
 
 #include "runtime/SystemClock.h"
 #include "tests/support/PrivateDisplay.h"

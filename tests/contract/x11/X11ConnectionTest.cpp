@@ -1,6 +1,6 @@
 #include "adapters/x11/X11Connection.h"
 
-#include "adapters/x11/X11Keyboards.h"
+#include "adapters/x11/keys/X11Keyboards.h"
 
 #include "runtime/SystemClock.h"
 #include "tests/support/PrivateDisplay.h"

@@ -1,4 +1,4 @@
-#include "adapters/x11/X11SelectionFetch.h"
+#include "adapters/x11/selections/X11SelectionFetch.h"
 
 #include "adapters/x11/X11Connection.h"
 
