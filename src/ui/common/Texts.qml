@@ -1,6 +1,5 @@
 pragma Singleton
 import QtQuick
-import SonVale
 
 /// Every text of the views that is not told by a model, for translation.
 QtObject {
@@ -18,14 +17,12 @@ QtObject {
     readonly property string quit: qsTr("Quit Son Vale")
 
     // The dashboard's tabs.
-    readonly property var tabs: ({
-            "home": qsTr("Home"),
-            "snippets": qsTr("Snippets"),
-            "style": qsTr("Style"),
-            "scratchpad": qsTr("Scratchpad"),
-            "settings": qsTr("Settings"),
-            "help": qsTr("Help")
-        })
+    readonly property string home: qsTr("Home")
+    readonly property string snippets: qsTr("Snippets")
+    readonly property string style: qsTr("Style")
+    readonly property string scratchpad: qsTr("Scratchpad")
+    readonly property string settings: qsTr("Settings")
+    readonly property string help: qsTr("Help")
     readonly property string close: qsTr("Close")
 
     // Home.
@@ -67,25 +64,14 @@ QtObject {
     readonly property string guardModifierHotkeys: qsTr("Ignore short presses and other shortcuts")
     readonly property string guardModifierHotkeysExplanation: qsTr("A shortcut that is a modifier alone records only when it is held by itself, not when you tap it or use it for another shortcut.")
     readonly property string transcription: qsTr("Transcription")
-    readonly property var engines: [{
-            "value": "streaming",
-            "icon": "waveform.circle.fill",
-            "title": qsTr("Streaming"),
-            "badge": "",
-            "description": qsTr("Fastest. Audio is transcribed in real-time as you speak.")
-        }, {
-            "value": "hybrid",
-            "icon": "arrow.triangle.branch",
-            "title": qsTr("Hybrid"),
-            "badge": qsTr("Recommended"),
-            "description": qsTr("Best of both. Streams when online, falls back to local when offline.")
-        }, {
-            "value": "local",
-            "icon": "desktopcomputer",
-            "title": qsTr("Local"),
-            "badge": qsTr("Free"),
-            "description": qsTr("Free. No API key needed — uses your Mac's built-in speech recognition.")
-        }]
+    readonly property string streaming: qsTr("Streaming")
+    readonly property string streamingExplanation: qsTr("Fastest. Audio is transcribed in real-time as you speak.")
+    readonly property string hybrid: qsTr("Hybrid")
+    readonly property string hybridBadge: qsTr("Recommended")
+    readonly property string hybridExplanation: qsTr("Best of both. Streams when online, falls back to local when offline.")
+    readonly property string local: qsTr("Local")
+    readonly property string localBadge: qsTr("Free")
+    readonly property string localExplanation: qsTr("Free. No API key needed — uses your Mac's built-in speech recognition.")
     readonly property string languageExplanation: qsTr("Select the language you'll be speaking. Choose Auto-detect if you switch languages frequently.")
     readonly property string permissions: qsTr("Permissions")
     readonly property string grant: qsTr("Grant")
@@ -94,14 +80,10 @@ QtObject {
     readonly property string about: qsTr("About")
     readonly property string aboutLine: qsTr("Voice-to-text that adapts to how you write.")
     readonly property string checkForUpdates: qsTr("Check for Updates")
-    /// By the states of a check; what is told with it stands for %1.
-    readonly property var updateStates: ({
-            "checking": qsTr("Checking…"),
-            "upToDate": qsTr("Son Vale is up to date."),
-            "newer": qsTr("Version %1 is available. Its page has been opened."),
-            "newerAt": qsTr("A newer version is available: %1"),
-            "failed": "%1"
-        })
+    readonly property string checkingForUpdates: qsTr("Checking…")
+    readonly property string upToDate: qsTr("Son Vale is up to date.")
+    readonly property string newerVersion: qsTr("Version %1 is available. Its page has been opened.")
+    readonly property string newerVersionAt: qsTr("A newer version is available: %1")
     readonly property string signOut: qsTr("Sign Out")
 
     // The sheet of the shortcuts.
@@ -146,25 +128,14 @@ QtObject {
     readonly property string customInstructionsLine: qsTr("Tell Son Vale how you want to sound in %1")
     readonly property string whichApps: qsTr("Which apps use each style")
     readonly property string styleInfo: qsTr("Style settings only apply when text cleanup is enabled in Settings.")
-    /// By the words under which their styles are stored.
-    readonly property var styleCategories: ({
-            "personalMessaging": {
-                "label": qsTr("Personal messages"),
-                "apps": qsTr("iMessage, WhatsApp, Telegram, Signal, Messenger")
-            },
-            "workMessaging": {
-                "label": qsTr("Work messages"),
-                "apps": qsTr("Slack, Microsoft Teams, Discord, Linear")
-            },
-            "email": {
-                "label": qsTr("Email"),
-                "apps": qsTr("Mail, Outlook, Gmail, Spark, Superhuman")
-            },
-            "other": {
-                "label": qsTr("Other"),
-                "apps": qsTr("All other apps — browsers, notes, code editors, and more")
-            }
-        })
+    readonly property string personalMessages: qsTr("Personal messages")
+    readonly property string personalMessageApps: qsTr("iMessage, WhatsApp, Telegram, Signal, Messenger")
+    readonly property string workMessages: qsTr("Work messages")
+    readonly property string workMessageApps: qsTr("Slack, Microsoft Teams, Discord, Linear")
+    readonly property string email: qsTr("Email")
+    readonly property string emailApps: qsTr("Mail, Outlook, Gmail, Spark, Superhuman")
+    readonly property string otherApps: qsTr("Other")
+    readonly property string otherAppsLine: qsTr("All other apps — browsers, notes, code editors, and more")
 
     // Scratchpad.
     readonly property string scratchpadWords: qsTr("%1 words")
@@ -209,64 +180,32 @@ QtObject {
     readonly property string polishing: qsTr("Polishing")
     readonly property string inputMonitoringHint: qsTr("Don't see Son Vale in the list? Click the \"+\" button and select Son Vale from your Applications folder.")
     readonly property string privacyLine: qsTr("Privacy Mode in Settings")
-    readonly property string microphone: qsTr("Microphone")
-    readonly property string accessibility: qsTr("Accessibility")
-    readonly property string inputMonitoring: qsTr("Input Monitoring")
-    readonly property string speechRecognition: qsTr("Speech Recognition")
-
-    /// By the steps' names: title, body, and the words of the button that asks for the grant.
-    readonly property var steps: ({
-            "welcome": {
-                "title": qsTr("Welcome to Son Vale"),
-                "body": qsTr("Voice-to-text that adapts to how you write.\nLet's set up a few things first.")
-            },
-            "microphone": {
-                "title": qsTr("Microphone Access"),
-                "body": qsTr("Son Vale needs access to your microphone to transcribe your speech."),
-                "ask": qsTr("Grant Microphone Access")
-            },
-            "speechRecognition": {
-                "title": qsTr("Offline Speech Recognition"),
-                "body": qsTr("Enable on-device speech recognition for private,\noffline transcription — no data leaves your Mac."),
-                "ask": qsTr("Enable Speech Recognition")
-            },
-            "accessibility": {
-                "title": qsTr("Accessibility Access"),
-                "body": qsTr("Required to paste transcribed text into other apps.\nYou'll need to enable this in System Settings."),
-                "ask": qsTr("Open Accessibility Settings")
-            },
-            "inputMonitoring": {
-                "title": qsTr("Input Monitoring"),
-                "body": qsTr("Required for the global hotkey to work.\nEnable Input Monitoring in System Settings."),
-                "ask": qsTr("Open Input Monitoring Settings")
-            },
-            "ready": {
-                "title": qsTr("You're All Set!"),
-                "body": qsTr("Press %1 to start dictating.\nYour text will appear wherever your cursor is.")
-            },
-            "howToUse": {
-                "title": qsTr("Here's How to Use Son Vale"),
-                "body": qsTr("A quick look at the basics.")
-            },
-            "pushToTalk": {
-                "title": qsTr("Hold to Dictate"),
-                "body": qsTr("Hold your hotkey, speak, release.")
-            },
-            "handsFree": {
-                "title": qsTr("Hands-Free"),
-                "body": qsTr("Tap once to start. Tap again to stop.")
-            },
-            "processingExplainer": {
-                "title": qsTr("What the Colors Mean"),
-                "body": qsTr("Green means we're cleaning up your text.")
-            },
-            "privacyTip": {
-                "title": qsTr("Chat History"),
-                "body": qsTr("History stays on your Mac. Or turn it off entirely.")
-            },
-            "accessingApp": {
-                "title": qsTr("You're Ready"),
-                "body": qsTr("Find Son Vale in your menu bar, always.")
-            }
-        })
+    readonly property string welcomeTitle: qsTr("Welcome to Son Vale")
+    readonly property string welcomeBody: qsTr("Voice-to-text that adapts to how you write.\nLet's set up a few things first.")
+    readonly property string microphoneTitle: qsTr("Microphone Access")
+    readonly property string microphoneBody: qsTr("Son Vale needs access to your microphone to transcribe your speech.")
+    readonly property string microphoneAsk: qsTr("Grant Microphone Access")
+    readonly property string speechRecognitionTitle: qsTr("Offline Speech Recognition")
+    readonly property string speechRecognitionBody: qsTr("Enable on-device speech recognition for private,\noffline transcription — no data leaves your Mac.")
+    readonly property string speechRecognitionAsk: qsTr("Enable Speech Recognition")
+    readonly property string accessibilityTitle: qsTr("Accessibility Access")
+    readonly property string accessibilityBody: qsTr("Required to paste transcribed text into other apps.\nYou'll need to enable this in System Settings.")
+    readonly property string accessibilityAsk: qsTr("Open Accessibility Settings")
+    readonly property string inputMonitoringTitle: qsTr("Input Monitoring")
+    readonly property string inputMonitoringBody: qsTr("Required for the global hotkey to work.\nEnable Input Monitoring in System Settings.")
+    readonly property string inputMonitoringAsk: qsTr("Open Input Monitoring Settings")
+    readonly property string readyTitle: qsTr("You're All Set!")
+    readonly property string readyBody: qsTr("Press %1 to start dictating.\nYour text will appear wherever your cursor is.")
+    readonly property string howToUseTitle: qsTr("Here's How to Use Son Vale")
+    readonly property string howToUseBody: qsTr("A quick look at the basics.")
+    readonly property string pushToTalkTitle: qsTr("Hold to Dictate")
+    readonly property string pushToTalkBody: qsTr("Hold your hotkey, speak, release.")
+    readonly property string handsFreeTitle: qsTr("Hands-Free")
+    readonly property string handsFreeBody: qsTr("Tap once to start. Tap again to stop.")
+    readonly property string processingExplainerTitle: qsTr("What the Colors Mean")
+    readonly property string processingExplainerBody: qsTr("Green means we're cleaning up your text.")
+    readonly property string privacyTipTitle: qsTr("Chat History")
+    readonly property string privacyTipBody: qsTr("History stays on your Mac. Or turn it off entirely.")
+    readonly property string accessingAppTitle: qsTr("You're Ready")
+    readonly property string accessingAppBody: qsTr("Find Son Vale in your menu bar, always.")
 }

@@ -10,8 +10,8 @@ DashboardModel::DashboardModel(const core::Environment& environment, std::shared
     : environment_(environment)
     , appState_(std::move(appState))
     , onboarding_(appState_, environment_.settings)
-    , login_(environment_.main, appState_->authService) {
-    content_ = content();
+    , login_(environment_.main, appState_->authService)
+    , content_(content()) {
     const auto changed = [this](bool) { follow(); };
     subscriptions_.push_back(appState_->isOnboardingComplete.subscribe(changed));
     subscriptions_.push_back(appState_->authService->isAuthenticated.subscribe(changed));
@@ -19,10 +19,10 @@ DashboardModel::DashboardModel(const core::Environment& environment, std::shared
 
 DashboardModel::~DashboardModel() = default;
 
-QString DashboardModel::content() const {
+DashboardModel::Content DashboardModel::content() const {
     if (!appState_->isOnboardingComplete.get())
-        return QStringLiteral("onboarding");
-    return isSignedIn() || isWithoutAccount_ ? QStringLiteral("home") : QStringLiteral("login");
+        return Content::Onboarding;
+    return isSignedIn() || isWithoutAccount_ ? Content::Home : Content::Login;
 }
 
 void DashboardModel::follow() {
@@ -31,10 +31,10 @@ void DashboardModel::follow() {
     const auto now = content();
     const auto former = std::exchange(content_, now);
     // Before the views change: each of them begins with an empty form, and none is left with a filled one.
-    if (former != now && (former == QLatin1String("login") || now == QLatin1String("login")))
+    if (former != now && (former == Content::Login || now == Content::Login))
         login_.reset();
     Q_EMIT contentChanged();
-    if (support_ && now != QLatin1String("home"))
+    if (support_ && now != Content::Home)
         support_->forget();
 }
 

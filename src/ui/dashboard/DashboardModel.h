@@ -27,7 +27,7 @@ class DashboardModel final : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("The window makes it.")
-    Q_PROPERTY(QString content READ content NOTIFY contentChanged)
+    Q_PROPERTY(Content content READ content NOTIFY contentChanged)
     Q_PROPERTY(sonvale::ui::OnboardingModel* onboarding READ onboarding CONSTANT)
     Q_PROPERTY(sonvale::ui::LoginModel* login READ login CONSTANT)
     Q_PROPERTY(sonvale::ui::HistoryModel* history READ history CONSTANT)
@@ -42,13 +42,16 @@ class DashboardModel final : public QObject {
     Q_PROPERTY(sonvale::ui::SupportChatModel* support READ support CONSTANT)
 
 public:
+    enum class Content { Onboarding, Login, Home };
+    Q_ENUM(Content)
+
     /// Everything that the environment refers to must outlive the model.
     DashboardModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState);
     ~DashboardModel() override;
 
-    /// "onboarding", "login" or "home". "login" until there is a session, or until the user has chosen to go
-    /// on without one.
-    QString content() const;
+    /// Returns what the window shows. After the onboarding it is `Login` until there is a session, or until
+    /// the user has chosen to continue without one.
+    Content content() const;
     bool isSignedIn() const { return appState_->authService->isAuthenticated.get(); }
     OnboardingModel* onboarding() { return &onboarding_; }
     LoginModel* login() { return &login_; }
@@ -86,7 +89,7 @@ private:
     std::unique_ptr<ScratchpadModel> scratchpad_;
     std::unique_ptr<SupportChatModel> support_;
     bool isWithoutAccount_ = false;
-    QString content_; ///< as notified last
+    Content content_; ///< as notified last
     std::vector<base::Subscription> subscriptions_;
 };
 

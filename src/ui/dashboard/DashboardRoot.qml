@@ -16,7 +16,7 @@ Rectangle {
 
         anchors.fill: parent
         focus: true
-        sourceComponent: root.model.content === "onboarding" ? onboarding : root.model.content === "login" ? login : home
+        sourceComponent: root.model.content === DashboardModel.Onboarding ? onboarding : root.model.content === DashboardModel.Login ? login : home
         onLoaded: item.forceActiveFocus()
     }
 

@@ -6,7 +6,78 @@ FocusScope {
     id: dashboard
 
     required property DashboardModel model
-    property string selectedTab: "home"
+    property DashboardTab selectedTab: home
+
+    DashboardTab {
+        id: home
+
+        name: "home"
+        icon: "house"
+        label: Texts.home
+        page: HomeView {
+            objectName: "tab.home"
+            model: dashboard.model.history
+            onStyleWanted: dashboard.selectedTab = style
+        }
+    }
+    DashboardTab {
+        id: snippets
+
+        name: "snippets"
+        icon: "scissors"
+        label: Texts.snippets
+        page: SnippetsView {
+            objectName: "tab.snippets"
+            model: dashboard.model.snippets
+        }
+    }
+    DashboardTab {
+        id: style
+
+        name: "style"
+        icon: "textformat"
+        label: Texts.style
+        page: StyleView {
+            objectName: "tab.style"
+            model: dashboard.model.style
+        }
+    }
+    DashboardTab {
+        id: scratchpad
+
+        name: "scratchpad"
+        icon: "note.text"
+        label: Texts.scratchpad
+        page: ScratchpadView {
+            objectName: "tab.scratchpad"
+            model: dashboard.model.scratchpad
+        }
+    }
+    DashboardTab {
+        id: settings
+
+        name: "settings"
+        icon: "gear"
+        label: Texts.settings
+        page: SettingsView {
+            objectName: "tab.settings"
+            model: dashboard.model.settings
+            shortcuts: dashboard.model.shortcuts
+        }
+    }
+    DashboardTab {
+        id: help
+
+        name: "help"
+        icon: "questionmark.circle"
+        label: Texts.help
+        page: HelpView {
+            objectName: "tab.help"
+            model: dashboard.model.support
+            isSignedIn: dashboard.model.isSignedIn
+            onSignInWanted: dashboard.model.askToSignIn()
+        }
+    }
 
     SidebarView {
         id: sidebar
@@ -17,6 +88,8 @@ FocusScope {
         anchors.bottom: parent.bottom
         width: 208
         focus: true
+        mainTabs: [home, snippets, style, scratchpad]
+        footTabs: [settings, help]
         selectedTab: dashboard.selectedTab
         isSignedIn: dashboard.model.isSignedIn
         userEmail: dashboard.model.userEmail
@@ -38,66 +111,6 @@ FocusScope {
         anchors.right: parent.right
         anchors.top: parent.top
         anchors.bottom: parent.bottom
-        sourceComponent: ({
-                "home": home,
-                "snippets": snippets,
-                "style": style,
-                "scratchpad": scratchpad,
-                "settings": settings,
-                "help": help
-            })[dashboard.selectedTab]
-    }
-
-    Component {
-        id: home
-
-        HomeView {
-            objectName: "tab.home"
-            model: dashboard.model.history
-            onStyleWanted: dashboard.selectedTab = "style"
-        }
-    }
-    Component {
-        id: snippets
-
-        SnippetsView {
-            objectName: "tab.snippets"
-            model: dashboard.model.snippets
-        }
-    }
-    Component {
-        id: style
-
-        StyleView {
-            objectName: "tab.style"
-            model: dashboard.model.style
-        }
-    }
-    Component {
-        id: scratchpad
-
-        ScratchpadView {
-            objectName: "tab.scratchpad"
-            model: dashboard.model.scratchpad
-        }
-    }
-    Component {
-        id: settings
-
-        SettingsView {
-            objectName: "tab.settings"
-            model: dashboard.model.settings
-            shortcuts: dashboard.model.shortcuts
-        }
-    }
-    Component {
-        id: help
-
-        HelpView {
-            objectName: "tab.help"
-            model: dashboard.model.support
-            isSignedIn: dashboard.model.isSignedIn
-            onSignInWanted: dashboard.model.askToSignIn()
-        }
+        sourceComponent: dashboard.selectedTab.page
     }
 }

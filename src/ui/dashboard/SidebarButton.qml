@@ -6,12 +6,11 @@ import SonVale
 AbstractButton {
     id: button
 
-    required property string tab
-    property string icon_
+    required property DashboardTab tab
     property bool isSelected: false
 
-    objectName: "sidebar." + tab
-    text: Texts.tabs[tab]
+    objectName: "sidebar." + tab.name
+    text: tab.label
     implicitHeight: Theme.hitHeight + 4
     focusPolicy: Qt.StrongFocus
     hoverEnabled: true
@@ -42,7 +41,7 @@ AbstractButton {
             anchors.left: parent.left
             anchors.leftMargin: Theme.inControl
             anchors.verticalCenter: parent.verticalCenter
-            name: button.icon_
+            name: button.tab.icon
             color: button.isSelected ? Theme.accent : Theme.secondaryText
         }
         SVText {

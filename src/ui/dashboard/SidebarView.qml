@@ -1,26 +1,18 @@
 import QtQuick
 import SonVale
 
-/// The tabs of the dashboard: those of every day on top, settings and help at the foot.
+/// The tabs of the dashboard: the main tabs at the top, the others at the foot.
 FocusScope {
     id: sidebar
 
-    required property string selectedTab
-    readonly property var mainTabs: ["home", "snippets", "style", "scratchpad"]
-    readonly property var footTabs: ["settings", "help"]
-    readonly property var icons: ({
-            "home": "house",
-            "snippets": "scissors",
-            "style": "textformat",
-            "scratchpad": "note.text",
-            "settings": "gear",
-            "help": "questionmark.circle"
-        })
+    required property list<DashboardTab> mainTabs
+    required property list<DashboardTab> footTabs
+    required property DashboardTab selectedTab
 
     property bool isSignedIn: false
     property string userEmail
 
-    signal selected(string tab)
+    signal selected(DashboardTab tab)
     signal signOutWanted
     signal signInWanted
 
@@ -67,14 +59,13 @@ FocusScope {
             model: sidebar.mainTabs
 
             SidebarButton {
-                required property string modelData
+                required property DashboardTab modelData
 
                 width: parent.width
                 tab: modelData
-                icon_: sidebar.icons[modelData]
                 isSelected: sidebar.selectedTab === modelData
                 focus: isSelected
-                onClicked: sidebar.selected(modelData)
+                onClicked: sidebar.selected(tab)
             }
         }
     }
@@ -89,13 +80,12 @@ FocusScope {
             model: sidebar.footTabs
 
             SidebarButton {
-                required property string modelData
+                required property DashboardTab modelData
 
                 width: parent.width
                 tab: modelData
-                icon_: sidebar.icons[modelData]
                 isSelected: sidebar.selectedTab === modelData
-                onClicked: sidebar.selected(modelData)
+                onClicked: sidebar.selected(tab)
             }
         }
 

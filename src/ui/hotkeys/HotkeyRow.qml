@@ -6,7 +6,8 @@ Item {
     id: row
 
     required property HotkeySheetModel model
-    required property var action
+    required property actionLine action
+    /// A list of `shortcutLine`.
     required property var shortcuts
     readonly property bool isRecording: row.model.recordingAction === row.action.action
 
@@ -67,7 +68,7 @@ Item {
                 model: row.shortcuts
 
                 KeyPillView {
-                    required property var modelData
+                    required property shortcutLine modelData
                     required property int index
 
                     objectName: "pill." + index

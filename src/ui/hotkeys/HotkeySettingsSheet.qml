@@ -71,7 +71,7 @@ SVSheet {
         Column {
             id: line
 
-            required property var modelData
+            required property actionLine modelData
             required property int index
 
             function focusRow() {

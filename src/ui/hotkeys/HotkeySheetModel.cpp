@@ -21,12 +21,12 @@ std::optional<HotkeyAction> actionNamed(const QString& name) {
     return hotkeys::hotkeyActionFromRawValue(name.toStdString());
 }
 
-QVariantMap shortcutOf(const HotkeyConfiguration& config) {
+ShortcutLine shortcutOf(const HotkeyConfiguration& config) {
     QStringList pills;
     for (const auto& pill : hotkeys::keyPills(config.keyCode, config.modifiers))
         pills.append(textOf(pill));
     const auto name = HotkeyConfiguration::formatDisplayName(config.keyCode, config.modifiers);
-    return {{QStringLiteral("pills"), pills}, {QStringLiteral("name"), textOf(name)}};
+    return {.pills = pills, .name = textOf(name)};
 }
 
 } // namespace
@@ -41,9 +41,9 @@ HotkeySheetModel::HotkeySheetModel(persistence::Settings& settings, const platfo
 QVariantList HotkeySheetModel::actions() {
     QVariantList result;
     for (const auto action : hotkeys::allHotkeyActions)
-        result.append(QVariantMap{{QStringLiteral("action"), textOf(hotkeys::rawValue(action))},
-                                  {QStringLiteral("label"), translated(hotkeys::label(action))},
-                                  {QStringLiteral("subtitle"), translated(hotkeys::subtitle(action))}});
+        result.append(QVariant::fromValue(ActionLine{.action = textOf(hotkeys::rawValue(action)),
+                                                     .label = translated(hotkeys::label(action)),
+                                                     .subtitle = translated(hotkeys::subtitle(action))}));
     return result;
 }
 
@@ -53,7 +53,7 @@ QVariantList HotkeySheetModel::shortcuts() const {
         QVariantList ofAction;
         if (const auto binding = store_.find(action); binding != store_.end()) {
             for (const auto& config : binding->second.configs)
-                ofAction.append(shortcutOf(config));
+                ofAction.append(QVariant::fromValue(shortcutOf(config)));
         }
         result.append(QVariant(ofAction));
     }

@@ -8,6 +8,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 #include <QVariantList>
 #include <functional>
@@ -15,6 +16,32 @@
 #include <string>
 
 namespace sonvale::ui {
+
+/// An action with its texts for the user.
+struct ActionLine {
+    Q_GADGET
+    QML_VALUE_TYPE(actionLine)
+    Q_PROPERTY(QString action MEMBER action)
+    Q_PROPERTY(QString label MEMBER label)
+    Q_PROPERTY(QString subtitle MEMBER subtitle)
+
+public:
+    QString action; ///< the stored name
+    QString label;
+    QString subtitle;
+};
+
+/// A shortcut as it is drawn.
+struct ShortcutLine {
+    Q_GADGET
+    QML_VALUE_TYPE(shortcutLine)
+    Q_PROPERTY(QStringList pills MEMBER pills)
+    Q_PROPERTY(QString name MEMBER name)
+
+public:
+    QStringList pills; ///< the key caps
+    QString name;
+};
 
 /// The sheet in which the user changes the shortcuts. It works on a copy of the bindings, which are stored
 /// and used only by `save()`. Main actor.
@@ -34,9 +61,9 @@ public:
     /// What is referred to must outlive the model.
     HotkeySheetModel(persistence::Settings& settings, const platform::NativeKeys& nativeKeys, OnSave onSave);
 
-    /// The five actions in their order: `action` (the stored name), `label` and `subtitle`.
+    /// Returns the five actions in their order, each an `ActionLine`.
     static QVariantList actions();
-    /// For each of `actions()`, its shortcuts in their order: `pills`, the key caps, and `name`.
+    /// Returns, for each of `actions()`, the list of its shortcuts, each a `ShortcutLine`.
     QVariantList shortcuts() const;
     QString recordingActionName() const; ///< the stored name; empty while nothing is recorded
     QString conflictWarningText() const; ///< empty for none

@@ -6,8 +6,7 @@ import SonVale
 AbstractButton {
     id: view
 
-    /// `pills`, and `name` for screen readers.
-    required property var config
+    required property shortcutLine config
     property bool isRemovable: false
 
     signal reRecordWanted

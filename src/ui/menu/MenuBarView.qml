@@ -94,7 +94,7 @@ FocusScope {
                     id: dot
 
                     objectName: "statusDot"
-                    state_: menu.model.state
+                    recordingState: menu.model.state
                     x: 13
                     anchors.verticalCenter: parent.verticalCenter
                 }
@@ -272,7 +272,7 @@ FocusScope {
                     model: menu.model.languages
 
                     SVMenuRow {
-                        required property var modelData
+                        required property languageChoice modelData
 
                         objectName: "language." + modelData.code
                         width: languages.width

@@ -5,8 +5,6 @@
 #include "ui/common/Texts.h"
 #include "ui/menu/MenuStatus.h"
 
-#include <QVariantMap>
-
 namespace sonvale::ui {
 
 namespace keys = persistence::keys;
@@ -24,8 +22,19 @@ MenuModel::MenuModel(std::shared_ptr<core::AppState> appState, persistence::Sett
         [this](const std::optional<std::string>&) { Q_EMIT errorChanged(); }));
 }
 
-QString MenuModel::state() const {
-    return textOf(caseName(appState_->recordingState.get()));
+MenuModel::State MenuModel::state() const {
+    using platform::RecordingState;
+    switch (appState_->recordingState.get()) {
+    case RecordingState::idle:
+        return State::Idle;
+    case RecordingState::recording:
+        return State::Recording;
+    case RecordingState::processing:
+        return State::Processing;
+    case RecordingState::processingHandsFree:
+        return State::ProcessingHandsFree;
+    }
+    return State::Idle;
 }
 
 QString MenuModel::statusText() const {
@@ -51,8 +60,8 @@ QString MenuModel::languageName() const {
 QVariantList MenuModel::languages() {
     QVariantList result;
     for (const auto& each : ui::languages())
-        result.append(QVariantMap{{QStringLiteral("code"), textOf(each.code)},
-                                  {QStringLiteral("label"), translated(each.label)}});
+        result.append(
+            QVariant::fromValue(LanguageChoice{.code = textOf(each.code), .label = translated(each.label)}));
     return result;
 }
 

@@ -14,12 +14,24 @@
 
 namespace sonvale::ui {
 
+/// A language that the user can choose.
+struct LanguageChoice {
+    Q_GADGET
+    QML_VALUE_TYPE(languageChoice)
+    Q_PROPERTY(QString code MEMBER code)
+    Q_PROPERTY(QString label MEMBER label)
+
+public:
+    QString code; ///< as it is stored
+    QString label;
+};
+
 /// What the menu at the tray shows and does. It follows the controller; main actor.
 class MenuModel final : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("The window makes it.")
-    Q_PROPERTY(QString state READ state NOTIFY stateChanged)
+    Q_PROPERTY(State state READ state NOTIFY stateChanged)
     Q_PROPERTY(QString statusText READ statusText NOTIFY stateChanged)
     Q_PROPERTY(QString lastTranscription READ lastTranscription NOTIFY transcriptionChanged)
     Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY errorChanged)
@@ -28,6 +40,10 @@ class MenuModel final : public QObject {
     Q_PROPERTY(QVariantList languages READ languages CONSTANT)
 
 public:
+    /// The recording state.
+    enum class State { Idle, Recording, Processing, ProcessingHandsFree };
+    Q_ENUM(State)
+
     struct Actions {
         std::function<void()> openDashboard;
         std::function<void()> quit;
@@ -40,13 +56,13 @@ public:
     /// `settings` must outlive the model.
     MenuModel(std::shared_ptr<core::AppState> appState, persistence::Settings& settings, Actions actions);
 
-    QString state() const; ///< the case's name, such as "processing"
+    State state() const;
     QString statusText() const;
     QString lastTranscription() const;
     QString errorMessage() const; ///< empty for none
     QString language() const;
     QString languageName() const;
-    static QVariantList languages();
+    static QVariantList languages(); ///< of `LanguageChoice`
 
     /// Does nothing without a text, like the next.
     Q_INVOKABLE void copyLastTranscript();

@@ -16,18 +16,4 @@ std::string_view menuStatus(platform::RecordingState state) {
     return {};
 }
 
-std::string_view caseName(platform::RecordingState state) {
-    switch (state) {
-    case platform::RecordingState::idle:
-        return "idle";
-    case platform::RecordingState::recording:
-        return "recording";
-    case platform::RecordingState::processing:
-        return "processing";
-    case platform::RecordingState::processingHandsFree:
-        return "processingHandsFree";
-    }
-    return {};
-}
-
 } // namespace sonvale::ui

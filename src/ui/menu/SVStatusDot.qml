@@ -1,15 +1,15 @@
 import QtQuick
 import SonVale
 
-/// A small disc in the colour of the state.
+/// A small disc in the color of the recording state.
 Rectangle {
-    /// A case's name: idle, recording, processing or processingHandsFree.
-    property string state_: "idle"
+    /// A `MenuModel.State`.
+    required property int recordingState
 
     implicitWidth: 10
     implicitHeight: 10
     radius: width / 2
-    color: state_ === "recording" ? Theme.accent : state_ === "idle" ? Theme.secondaryText : Theme.good
+    color: recordingState === MenuModel.Recording ? Theme.accent : recordingState === MenuModel.Idle ? Theme.secondaryText : Theme.good
 
     Behavior on color  {
         ColorAnimation {

@@ -4,7 +4,6 @@
 
 #include <QAction>
 #include <QFontMetrics>
-#include <QVariantMap>
 
 namespace sonvale::ui {
 
@@ -64,13 +63,13 @@ QAction* TrayMenu::addLine() {
 void TrayMenu::addLanguages() {
     auto* choices = menu_.addMenu(translated("Language"));
     for (const auto& each : MenuModel::languages()) {
-        const auto language = each.toMap();
-        const auto code = language.value(QStringLiteral("code")).toString();
-        auto* choice = choices->addAction(language.value(QStringLiteral("label")).toString());
+        const auto language = each.value<LanguageChoice>();
+        auto* choice = choices->addAction(language.label);
         choice->setCheckable(true);
-        choice->setData(code);
-        // The one that is chosen again must keep its mark.
-        QObject::connect(choice, &QAction::triggered, &menu_, [this, code] { model_.selectLanguage(code); });
+        choice->setData(language.code);
+        // A language that is chosen again must keep its mark.
+        QObject::connect(choice, &QAction::triggered, &menu_,
+                         [this, code = language.code] { model_.selectLanguage(code); });
         languages_.push_back(choice);
     }
 }

@@ -5,20 +5,45 @@
 #include "persistence/SettingsKeys.h"
 #include "ui/common/Texts.h"
 
+#include <utility>
+
 namespace sonvale::ui {
 
 namespace keys = persistence::keys;
 
 OnboardingModel::OnboardingModel(std::shared_ptr<core::AppState> appState, persistence::Settings& settings)
-    : GrantsModel(std::move(appState))
+    : appState_(std::move(appState))
     , settings_(settings)
+    , permissions_(appState_->permissionsManager)
     , step_(onboardingStepAtStart(settings.stored(keys::onboardingStep))) {
-    if (!this->appState().isOnboardingComplete.get())
+    connect(&permissions_, &PermissionsModel::changed, this, &OnboardingModel::changed);
+    if (!appState_->isOnboardingComplete.get())
         check();
 }
 
-QString OnboardingModel::stepName() const {
-    return textOf(caseName(step_));
+std::optional<PermissionsModel::Permission> OnboardingModel::permission() const {
+    using Permission = PermissionsModel::Permission;
+    switch (step_) {
+    case OnboardingStep::Microphone:
+        return Permission::Microphone;
+    case OnboardingStep::SpeechRecognition:
+        return Permission::SpeechRecognition;
+    case OnboardingStep::Accessibility:
+        return Permission::Accessibility;
+    case OnboardingStep::InputMonitoring:
+        return Permission::InputMonitoring;
+    default:
+        return std::nullopt;
+    }
+}
+
+bool OnboardingModel::isPermissionStep() const {
+    return permission().has_value();
+}
+
+bool OnboardingModel::isGranted() const {
+    const auto asked = permission();
+    return asked && permissions_.isGranted(*asked);
 }
 
 QString OnboardingModel::shortcutLabel() const {
@@ -31,19 +56,18 @@ QString OnboardingModel::shortcutLabel() const {
 
 void OnboardingModel::goBack() {
     if (canGoBack())
-        moveTo(static_cast<OnboardingStep>(step() - 1));
+        moveTo(static_cast<OnboardingStep>(static_cast<int>(step_) - 1));
 }
 
 void OnboardingModel::goOn() {
     if (isLast()) {
         base::systemLog("[Onboarding] GET STARTED clicked — calling completeOnboarding()");
-        appState().completeOnboarding();
+        appState_->completeOnboarding();
         return;
     }
-    const auto next = static_cast<OnboardingStep>(step() + 1);
-    base::systemLog(
-        fmt::format("[Onboarding] CONTINUE clicked — current step {} → {}", step(), static_cast<int>(next)));
-    moveTo(next);
+    const int number = static_cast<int>(step_);
+    base::systemLog(fmt::format("[Onboarding] CONTINUE clicked — current step {} → {}", number, number + 1));
+    moveTo(static_cast<OnboardingStep>(number + 1));
 }
 
 void OnboardingModel::skip() {
@@ -55,50 +79,21 @@ void OnboardingModel::moveTo(OnboardingStep step) {
     step_ = step;
     settings_.set(keys::onboardingStep, static_cast<std::int64_t>(step));
     settings_.synchronize();
+    Q_EMIT changed();
     Q_EMIT stepChanged();
     check();
 }
 
 void OnboardingModel::ask() {
-    switch (step_) {
-    case OnboardingStep::microphone:
-        permissions().requestMicrophoneWithPolling();
-        break;
-    case OnboardingStep::speechRecognition:
-        permissions().requestSpeechRecognitionWithPolling();
-        break;
-    case OnboardingStep::accessibility:
-        permissions().requestAccessibilityPrompt();
-        permissions().pollAccessibility();
-        break;
-    case OnboardingStep::inputMonitoring:
-        permissions().openInputMonitoringAndPoll();
-        break;
-    default:
-        break;
-    }
+    if (const auto asked = permission())
+        permissions_.request(*asked);
 }
 
 void OnboardingModel::check() {
-    switch (step_) {
-    case OnboardingStep::microphone:
-        permissions().checkMicrophoneLater();
-        break;
-    case OnboardingStep::speechRecognition:
-        permissions().checkSpeechRecognition();
-        break;
-    case OnboardingStep::accessibility:
-        permissions().checkAccessibility();
-        break;
-    case OnboardingStep::inputMonitoring:
-        permissions().checkInputMonitoring();
-        break;
-    case OnboardingStep::ready:
-        permissions().refreshLater();
-        break;
-    default:
-        break;
-    }
+    if (const auto asked = permission())
+        permissions_.check(*asked);
+    else if (step_ == OnboardingStep::Ready)
+        permissions_.checkAllLater();
 }
 
 } // namespace sonvale::ui

@@ -1,53 +1,71 @@
 #pragma once
 
+#include "core/AppState.h"
 #include "persistence/Settings.h"
-#include "ui/common/GrantsModel.h"
+#include "ui/common/PermissionsModel.h"
 #include "ui/onboarding/OnboardingStep.h"
+
+#include <QtQmlIntegration/qqmlintegration.h>
+
+#include <QObject>
+#include <memory>
+#include <optional>
 
 namespace sonvale::ui {
 
-/// Leads a new user through the four grants and the tour. The step is stored at every change, because giving
-/// a grant can make the user start the program again. Main actor.
-class OnboardingModel final : public GrantsModel {
+/// Leads a new user through the four permissions and the tour. Each change of the step is stored, because
+/// granting a permission can make the user restart the program. Main actor.
+class OnboardingModel final : public QObject {
     Q_OBJECT
     QML_ELEMENT
-    QML_UNCREATABLE("The window makes it.")
-    Q_PROPERTY(int step READ step NOTIFY stepChanged)
-    Q_PROPERTY(QString stepName READ stepName NOTIFY stepChanged)
-    Q_PROPERTY(bool canGoBack READ canGoBack NOTIFY stepChanged)
-    Q_PROPERTY(bool canSkip READ canSkip NOTIFY stepChanged)
-    Q_PROPERTY(bool isLast READ isLast NOTIFY stepChanged)
+    QML_UNCREATABLE("The dashboard's model makes it.")
+    Q_PROPERTY(sonvale::ui::PermissionsModel* permissions READ permissions CONSTANT)
+    Q_PROPERTY(sonvale::ui::onboarding::Step step READ step NOTIFY changed)
+    Q_PROPERTY(bool isPermissionStep READ isPermissionStep NOTIFY changed)
+    Q_PROPERTY(bool isGranted READ isGranted NOTIFY changed)
+    Q_PROPERTY(bool canGoBack READ canGoBack NOTIFY changed)
+    Q_PROPERTY(bool canSkip READ canSkip NOTIFY changed)
+    Q_PROPERTY(bool isLast READ isLast NOTIFY changed)
     Q_PROPERTY(QString shortcutLabel READ shortcutLabel CONSTANT)
 
 public:
     /// Begins at the stored step. `settings` must outlive the model.
     OnboardingModel(std::shared_ptr<core::AppState> appState, persistence::Settings& settings);
 
-    int step() const { return static_cast<int>(step_); }
-    QString stepName() const;
-    bool canGoBack() const { return step_ != OnboardingStep::welcome; }
+    PermissionsModel* permissions() { return &permissions_; }
+    OnboardingStep step() const { return step_; }
+    /// Returns whether the step asks for a permission.
+    bool isPermissionStep() const;
+    /// Returns whether the permission of the step is granted; false on a step without one.
+    bool isGranted() const;
+    bool canGoBack() const { return step_ != OnboardingStep::Welcome; }
     bool canSkip() const { return ui::canSkip(step_); }
     bool isLast() const { return step_ == lastOnboardingStep; }
-    /// What starts a dictation, as it is written.
+    /// Returns the name of the shortcut that starts a dictation.
     QString shortcutLabel() const;
 
-    /// Nothing on the first step.
+    /// Does nothing on the first step.
     Q_INVOKABLE void goBack();
-    /// To the next step; on the last one onboarding ends.
+    /// Goes to the next step. On the last step, completes the onboarding.
     Q_INVOKABLE void goOn();
-    /// Over the rest of the tour.
+    /// Skips the rest of the tour.
     Q_INVOKABLE void skip();
-    /// Asks for what the step is about, and looks for the answer for a minute.
+    /// Asks for the permission of the step, and checks for a minute whether it is granted.
     Q_INVOKABLE void ask();
-    /// Looks once whether what the step is about has been granted.
+    /// Checks once whether the permission of the step is granted.
     Q_INVOKABLE void check();
 
+    Q_SIGNAL void changed();
+    /// Emitted after `changed` if the step has changed.
     Q_SIGNAL void stepChanged();
 
 private:
+    std::optional<PermissionsModel::Permission> permission() const;
     void moveTo(OnboardingStep step);
 
+    const std::shared_ptr<core::AppState> appState_;
     persistence::Settings& settings_;
+    PermissionsModel permissions_;
     OnboardingStep step_;
 };
 

@@ -5,27 +5,16 @@ import SonVale
 Item {
     id: picture
 
-    required property string stepName
-    readonly property var symbols: ({
-            "welcome": "Logo",
-            "microphone": "mic",
-            "speechRecognition": "waveform",
-            "accessibility": "accessibility",
-            "inputMonitoring": "keyboard",
-            "ready": "checkmark.circle.fill",
-            "howToUse": "questionmark.circle",
-            "privacyTip": "lock",
-            "accessingApp": "macwindow"
-        })
-    readonly property bool isPushToTalk: stepName === "pushToTalk"
-    readonly property bool isHandsFree: stepName === "handsFree"
+    required property OnboardingPage page
+    readonly property bool isPushToTalk: page.step === OnboardingStep.PushToTalk
+    readonly property bool isHandsFree: page.step === OnboardingStep.HandsFree
     readonly property bool isTour: isPushToTalk || isHandsFree
     property bool isKeyDown: false
     property bool isListening: false
 
     implicitHeight: 152
 
-    onStepNameChanged: play()
+    onPageChanged: play()
     Component.onCompleted: play()
 
     /// Plays the step's movement from its beginning; without motion its picture is that of somebody speaking.
@@ -109,17 +98,17 @@ Item {
 
     Rectangle {
         anchors.centerIn: parent
-        visible: picture.symbols[picture.stepName] !== undefined
+        visible: picture.page.symbol !== ""
         width: 112
         height: 112
         radius: 56
-        color: picture.stepName === "ready" ? Theme.tint(Theme.good, 0.12) : Theme.tint(Theme.accent, 0.12)
+        color: picture.page.step === OnboardingStep.Ready ? Theme.tint(Theme.good, 0.12) : Theme.tint(Theme.accent, 0.12)
 
         Symbol {
             anchors.centerIn: parent
-            name: picture.symbols[picture.stepName] || ""
+            name: picture.page.symbol
             size: 52
-            color: picture.stepName === "ready" ? Theme.good : Theme.accent
+            color: picture.page.step === OnboardingStep.Ready ? Theme.good : Theme.accent
         }
     }
 
@@ -173,39 +162,17 @@ Item {
 
     Row {
         anchors.centerIn: parent
-        visible: picture.stepName === "processingExplainer"
+        visible: picture.page.step === OnboardingStep.ProcessingExplainer
         spacing: 64
 
-        Repeater {
-            model: [{
-                    "working": false,
-                    "text": Texts.listening
-                }, {
-                    "working": true,
-                    "text": Texts.polishing
-                }]
-
-            Column {
-                id: sample
-
-                required property var modelData
-
-                spacing: Theme.inControl
-
-                RingSample {
-                    objectName: sample.modelData.working ? "workingSample" : "listeningSample"
-                    ringName: sample.modelData.working ? "workingRing" : "listeningRing"
-                    anchors.horizontalCenter: parent.horizontalCenter
-                    isWorking: sample.modelData.working
-                    Accessible.role: Accessible.Graphic
-                    Accessible.name: sample.modelData.text
-                }
-                SVText {
-                    anchors.horizontalCenter: parent.horizontalCenter
-                    text: sample.modelData.text
-                    font: Theme.rowTitle
-                }
-            }
+        OnboardingSample {
+            name: "listening"
+            text: Texts.listening
+        }
+        OnboardingSample {
+            name: "working"
+            text: Texts.polishing
+            isWorking: true
         }
     }
 }

@@ -1,36 +1,51 @@
 #pragma once
 
+#include <QtQmlIntegration/qqmlintegration.h>
+
+#include <QObject>
 #include <cstdint>
 #include <optional>
-#include <string_view>
+#include <string>
 
 namespace sonvale::ui {
 
-/// The steps that a new user is led through, in their order. The raw value is what is stored.
-enum class OnboardingStep : std::int64_t {
-    welcome,
-    microphone,
-    speechRecognition,
-    accessibility,
-    inputMonitoring,
-    ready,
-    howToUse,
-    pushToTalk,
-    handsFree,
-    processingExplainer,
-    privacyTip,
-    accessingApp,
+/// Holds the steps for QML, which knows them as `OnboardingStep.Welcome` and so on.
+namespace onboarding {
+
+Q_NAMESPACE
+QML_NAMED_ELEMENT(OnboardingStep)
+
+/// The steps of the onboarding in their order. The value is what is stored.
+enum class Step {
+    Welcome,
+    Microphone,
+    SpeechRecognition,
+    Accessibility,
+    InputMonitoring,
+    Ready,
+    HowToUse,
+    PushToTalk,
+    HandsFree,
+    ProcessingExplainer,
+    PrivacyTip,
+    AccessingApp,
 };
+Q_ENUM_NS(Step)
 
-inline constexpr auto lastOnboardingStep = OnboardingStep::accessingApp;
+} // namespace onboarding
 
-/// The step to begin at; the first one unless a later one is stored.
+using OnboardingStep = onboarding::Step;
+
+inline constexpr auto lastOnboardingStep = OnboardingStep::AccessingApp;
+
+/// Returns the step to begin at: the stored one, or the first step if none is stored or the value is no
+/// step's.
 OnboardingStep onboardingStepAtStart(std::optional<std::int64_t> stored);
 
-/// Such as "speechRecognition".
-std::string_view caseName(OnboardingStep step);
+/// Returns the name of the step, such as "speechRecognition".
+std::string caseName(OnboardingStep step);
 
-/// The tour, which can be passed over.
+/// Returns whether the step belongs to the tour, which the user can skip.
 bool canSkip(OnboardingStep step);
 
 } // namespace sonvale::ui

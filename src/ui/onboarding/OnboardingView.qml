@@ -2,15 +2,14 @@ import QtQuick
 import QtQuick.Controls.Basic
 import SonVale
 
-/// Leads a new user through the grants and the tour, one step at a time.
+/// Leads a new user through the permissions and the tour, one step at a time.
 FocusScope {
     id: onboarding
 
     required property OnboardingModel model
-    readonly property var texts: Texts.steps[model.stepName]
-    readonly property bool isGrant: texts.ask !== undefined
-    readonly property bool isGranted: model.stepName === "microphone" ? model.microphoneGranted : model.stepName === "speechRecognition" ? model.speechRecognitionGranted : model.stepName === "accessibility" ? model.accessibilityGranted : model.stepName === "inputMonitoring" ? model.inputMonitoringGranted : false
-    readonly property bool isMissing: isGrant && !isGranted
+    readonly property OnboardingPage page_: pages.all[model.step]
+    readonly property bool isGranted: model.isGranted
+    readonly property bool isMissing: model.isPermissionStep && !isGranted
     readonly property bool hasVisualFocus: forward.visualFocus || back.visualFocus || skip.visualFocus || skipForNow.visualFocus
     property bool hasAsked: false
     property int shownStep: 0
@@ -25,9 +24,14 @@ FocusScope {
         forward.forceActiveFocus(isByKeyboard ? Qt.TabFocusReason : Qt.OtherFocusReason);
     }
 
+    // A new step takes the keyboard by itself.
     onIsGrantedChanged: {
-        if (isGranted)
+        if (isGranted && shownStep === model.step)
             focusForward(ask.visualFocus || checkAgain.visualFocus);
+    }
+
+    OnboardingPages {
+        id: pages
     }
 
     Connections {
@@ -75,14 +79,14 @@ FocusScope {
         steadyHeight: 444
         OnboardingPicture {
             width: parent.width
-            stepName: onboarding.model.stepName
+            page: onboarding.page_
         }
 
         SVText {
             objectName: "title"
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
-            text: onboarding.texts.title
+            text: onboarding.page_.title
             font: Theme.pageTitle
             Accessible.role: Accessible.Heading
             Accessible.name: text
@@ -92,14 +96,14 @@ FocusScope {
             isParagraph: true
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
-            text: onboarding.model.stepName === "ready" ? onboarding.texts.body.arg(onboarding.model.shortcutLabel) : onboarding.texts.body
+            text: onboarding.model.step === OnboardingStep.Ready ? onboarding.page_.body.arg(onboarding.model.shortcutLabel) : onboarding.page_.body
             color: Theme.secondaryText
         }
 
         Row {
             objectName: "granted"
             anchors.horizontalCenter: parent.horizontalCenter
-            visible: onboarding.isGrant && onboarding.isGranted
+            visible: onboarding.model.isPermissionStep && onboarding.isGranted
             topPadding: Theme.betweenRows
             spacing: Theme.inControl
 
@@ -129,7 +133,7 @@ FocusScope {
 
                 objectName: "ask"
                 anchors.horizontalCenter: parent.horizontalCenter
-                text: onboarding.texts.ask || ""
+                text: onboarding.page_.ask
                 onClicked: {
                     onboarding.hasAsked = true;
                     onboarding.model.ask();
@@ -149,7 +153,7 @@ FocusScope {
 
                 objectName: "skipForNow"
                 anchors.horizontalCenter: parent.horizontalCenter
-                visible: onboarding.model.stepName === "speechRecognition"
+                visible: onboarding.model.step === OnboardingStep.SpeechRecognition
                 text: Texts.skipForNow
                 onClicked: onboarding.model.goOn()
             }
@@ -161,7 +165,7 @@ FocusScope {
             anchors.horizontalCenter: parent.horizontalCenter
             width: Math.min(parent.width, 400)
             horizontalAlignment: Text.AlignHCenter
-            visible: onboarding.model.stepName === "inputMonitoring" && !onboarding.isGranted
+            visible: onboarding.model.step === OnboardingStep.InputMonitoring && !onboarding.isGranted
             text: Texts.inputMonitoringHint
             font: Theme.caption
             color: Theme.secondaryText
@@ -169,7 +173,7 @@ FocusScope {
 
         SVCard {
             objectName: "privacyLine"
-            visible: onboarding.model.stepName === "privacyTip"
+            visible: onboarding.model.step === OnboardingStep.PrivacyTip
             anchors.horizontalCenter: parent.horizontalCenter
             width: privacy.implicitWidth + 2 * padding
             height: privacy.implicitHeight + 2 * padding
@@ -192,7 +196,7 @@ FocusScope {
 
         SVCard {
             objectName: "grants"
-            visible: onboarding.model.stepName === "ready"
+            visible: onboarding.model.step === OnboardingStep.Ready
             width: 300
             height: list.implicitHeight + 2 * padding
             anchors.horizontalCenter: parent.horizontalCenter
@@ -204,39 +208,28 @@ FocusScope {
                 spacing: Theme.betweenRows
 
                 Repeater {
-                    model: [{
-                            "text": Texts.microphone,
-                            "isGranted": onboarding.model.microphoneGranted
-                        }, {
-                            "text": Texts.accessibility,
-                            "isGranted": onboarding.model.accessibilityGranted
-                        }, {
-                            "text": Texts.inputMonitoring,
-                            "isGranted": onboarding.model.inputMonitoringGranted
-                        }, {
-                            "text": Texts.speechRecognition,
-                            "isGranted": onboarding.model.speechRecognitionGranted
-                        }]
+                    model: onboarding.model.permissions
 
                     Row {
                         id: grant
 
-                        required property var modelData
+                        required property string label
+                        required property bool isGranted
 
                         spacing: Theme.inControl
                         Accessible.role: Accessible.ListItem
-                        Accessible.name: modelData.text
-                        Accessible.description: modelData.isGranted ? Texts.granted : Texts.notGranted
+                        Accessible.name: label
+                        Accessible.description: isGranted ? Texts.granted : Texts.notGranted
 
                         Symbol {
-                            objectName: "grant." + grant.modelData.text
-                            name: grant.modelData.isGranted ? "checkmark.circle.fill" : "xmark.circle.fill"
-                            color: grant.modelData.isGranted ? Theme.good : Theme.danger
+                            objectName: "grant." + grant.label
+                            name: grant.isGranted ? "checkmark.circle.fill" : "xmark.circle.fill"
+                            color: grant.isGranted ? Theme.good : Theme.danger
                         }
                         SVText {
                             height: 20
                             verticalAlignment: Text.AlignVCenter
-                            text: grant.modelData.text
+                            text: grant.label
                         }
                     }
                 }
@@ -268,7 +261,7 @@ FocusScope {
             spacing: 6
 
             Repeater {
-                model: 12
+                model: pages.all.length
 
                 Rectangle {
                     required property int index

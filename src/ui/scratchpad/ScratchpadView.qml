@@ -22,7 +22,7 @@ FocusScope {
             objectName: "title"
             anchors.left: parent.left
             anchors.verticalCenter: parent.verticalCenter
-            text: Texts.tabs.scratchpad
+            text: Texts.scratchpad
             font: Theme.pageTitle
             Accessible.role: Accessible.Heading
             Accessible.name: text
@@ -69,7 +69,7 @@ FocusScope {
         anchors.topMargin: Theme.inCard
         anchors.bottom: parent.bottom
         anchors.bottomMargin: Theme.pageEdge
-        label: Texts.tabs.scratchpad
+        label: Texts.scratchpad
         value: view.model.text
         onEdited: view.model.text = text
     }

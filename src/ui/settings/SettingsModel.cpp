@@ -7,14 +7,34 @@
 #include "ui/common/Texts.h"
 
 #include <algorithm>
+#include <array>
+#include <string_view>
 
 namespace sonvale::ui {
 
 namespace keys = persistence::keys;
 
+namespace {
+
+using transcription::TranscriptionEnginePreference;
+
+struct OfferedEngine {
+    SettingsModel::Engine engine;
+    std::string_view storedName;
+};
+
+const std::array offeredEngines{
+    OfferedEngine{SettingsModel::Engine::Streaming, rawValue(TranscriptionEnginePreference::streaming)},
+    OfferedEngine{SettingsModel::Engine::Hybrid, rawValue(TranscriptionEnginePreference::hybrid)},
+    OfferedEngine{SettingsModel::Engine::Local, rawValue(TranscriptionEnginePreference::local)},
+};
+
+} // namespace
+
 SettingsModel::SettingsModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState)
-    : GrantsModel(std::move(appState))
-    , environment_(environment) {
+    : environment_(environment)
+    , appState_(std::move(appState))
+    , permissions_(appState_->permissionsManager) {
     takeOverLoginItem();
 }
 
@@ -81,11 +101,11 @@ void SettingsModel::setShowInDock(bool isOn) {
 }
 
 bool SettingsModel::guardModifierHotkeys() const {
-    return appState().isModifierGuardOn();
+    return appState_->isModifierGuardOn();
 }
 
 void SettingsModel::setGuardModifierHotkeys(bool isOn) {
-    appState().setModifierGuard(isOn);
+    appState_->setModifierGuard(isOn);
     Q_EMIT changed();
 }
 
@@ -114,23 +134,28 @@ void SettingsModel::setLocalOnlyMode(bool isOn) {
     if (isOn == localOnlyMode())
         return;
     environment_.settings.set(keys::localOnlyMode, isOn);
-    appState().setLocalOnlyMode(isOn);
+    appState_->setLocalOnlyMode(isOn);
     Q_EMIT changed();
 }
 
-QString SettingsModel::transcriptionEngine() const {
-    return textOf(environment_.settings.bound(keys::transcriptionEngine));
+SettingsModel::Engine SettingsModel::engine() const {
+    const auto stored = environment_.settings.bound(keys::transcriptionEngine);
+    const auto* const found = std::ranges::find(offeredEngines, stored, &OfferedEngine::storedName);
+    return found == offeredEngines.end() ? Engine::Other : found->engine;
 }
 
-void SettingsModel::selectEngine(const QString& rawValue) {
-    const auto value = rawValue.toStdString();
+void SettingsModel::selectEngine(Engine engine) {
+    const auto* const found = std::ranges::find(offeredEngines, engine, &OfferedEngine::engine);
+    if (found == offeredEngines.end())
+        return;
+    const std::string value(found->storedName);
     environment_.settings.set(keys::transcriptionEngine, value);
-    appState().transcriptionManager->preferredEngine = transcription::preferenceAtStart(value);
+    appState_->transcriptionManager->preferredEngine = transcription::preferenceAtStart(value);
     Q_EMIT changed();
 }
 
-QVariantList SettingsModel::languages() {
-    QVariantList labels;
+QStringList SettingsModel::languages() {
+    QStringList labels;
     for (const auto& each : ui::languages())
         labels.append(translated(each.label));
     return labels;
@@ -150,29 +175,8 @@ void SettingsModel::selectLanguage(int index) {
     Q_EMIT changed();
 }
 
-void SettingsModel::grantMicrophone() {
-    permissions().requestMicrophoneWithPolling();
-}
-
-void SettingsModel::grantAccessibility() {
-    permissions().requestAccessibilityPrompt();
-    permissions().pollAccessibility();
-}
-
-void SettingsModel::grantInputMonitoring() {
-    permissions().openInputMonitoringAndPoll();
-}
-
-void SettingsModel::grantSpeechRecognition() {
-    permissions().requestSpeechRecognitionWithPolling();
-}
-
-void SettingsModel::checkPermissions() {
-    permissions().refresh();
-}
-
 void SettingsModel::recheckPermissions() {
-    appState().startHotkeysIfReady();
+    appState_->startHotkeysIfReady();
 }
 
 QString SettingsModel::version() const {
@@ -180,9 +184,9 @@ QString SettingsModel::version() const {
 }
 
 void SettingsModel::checkForUpdates() {
-    if (updateState_ == QLatin1String("checking"))
+    if (updateState_ == UpdateState::Checking)
         return;
-    setUpdate(QStringLiteral("checking"));
+    setUpdate(UpdateState::Checking);
     updateTask_ = runtime::spawn(environment_.main, check(self_, &environment_.updater));
 }
 
@@ -194,15 +198,15 @@ runtime::Task<> SettingsModel::check(std::weak_ptr<SettingsModel*> weakSelf, pla
 
 void SettingsModel::take(const platform::UpdateOutcome& outcome) {
     if (const auto* newer = std::get_if<platform::NewerVersion>(&outcome))
-        newer->isPageOpened ? setUpdate(QStringLiteral("newer"), textOf(newer->version))
-                            : setUpdate(QStringLiteral("newerAt"), textOf(newer->page));
+        newer->isPageOpened ? setUpdate(UpdateState::Newer, textOf(newer->version))
+                            : setUpdate(UpdateState::NewerAt, textOf(newer->page));
     else if (const auto* failed = std::get_if<platform::UpdateCheckFailed>(&outcome))
-        setUpdate(QStringLiteral("failed"), translated(failed->description));
+        setUpdate(UpdateState::Failed, translated(failed->description));
     else
-        setUpdate(QStringLiteral("upToDate"));
+        setUpdate(UpdateState::UpToDate);
 }
 
-void SettingsModel::setUpdate(const QString& state, const QString& detail) {
+void SettingsModel::setUpdate(UpdateState state, const QString& detail) {
     updateState_ = state;
     updateDetail_ = detail;
     Q_EMIT updateChanged();

@@ -1,22 +1,24 @@
 #pragma once
 
+#include "core/AppState.h"
 #include "core/Environment.h"
 #include "runtime/Task.h"
-#include "ui/common/GrantsModel.h"
+#include "ui/common/PermissionsModel.h"
 
 #include <QtQmlIntegration/qqmlintegration.h>
 
-#include <QVariantList>
+#include <QObject>
+#include <QStringList>
 #include <memory>
 
 namespace sonvale::ui {
 
-/// The settings, as their tab shows and changes them. Each change is stored at once, and takes effect at
-/// once. Main actor.
-class SettingsModel final : public GrantsModel {
+/// The settings. Each change is stored at once and takes effect at once. Main actor.
+class SettingsModel final : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("The window makes it.")
+    Q_PROPERTY(sonvale::ui::PermissionsModel* permissions READ permissions CONSTANT)
     Q_PROPERTY(bool launchAtLogin READ launchAtLogin WRITE setLaunchAtLogin NOTIFY changed)
     Q_PROPERTY(bool soundEffects READ soundEffects WRITE setSoundEffects NOTIFY changed)
     Q_PROPERTY(bool pauseAudioDuringDictation READ pauseAudioDuringDictation WRITE
@@ -27,18 +29,28 @@ class SettingsModel final : public GrantsModel {
     Q_PROPERTY(bool textCleanup READ textCleanup WRITE setTextCleanup NOTIFY changed)
     Q_PROPERTY(bool privacyMode READ privacyMode WRITE setPrivacyMode NOTIFY changed)
     Q_PROPERTY(bool localOnlyMode READ localOnlyMode WRITE setLocalOnlyMode NOTIFY changed)
-    Q_PROPERTY(QString transcriptionEngine READ transcriptionEngine NOTIFY changed)
-    Q_PROPERTY(QVariantList languages READ languages CONSTANT)
+    Q_PROPERTY(Engine engine READ engine NOTIFY changed)
+    Q_PROPERTY(QStringList languages READ languages CONSTANT)
     Q_PROPERTY(int languageIndex READ languageIndex NOTIFY changed)
     Q_PROPERTY(QString version READ version CONSTANT)
-    Q_PROPERTY(QString updateState READ updateState NOTIFY updateChanged)
+    Q_PROPERTY(UpdateState updateState READ updateState NOTIFY updateChanged)
     Q_PROPERTY(QString updateDetail READ updateDetail NOTIFY updateChanged)
 
 public:
-    /// Takes over whether the program starts at login, which other tools change too. Everything that the
+    /// The engines that are offered. `Other` stands for a stored one that is not.
+    enum class Engine { Other, Streaming, Hybrid, Local };
+    Q_ENUM(Engine)
+
+    /// `NewerAt` means that the page of the newer version could not be opened.
+    enum class UpdateState { Unknown, Checking, UpToDate, Newer, NewerAt, Failed };
+    Q_ENUM(UpdateState)
+
+    /// Reads whether the program starts at login, which other programs change too. Everything that the
     /// environment refers to must outlive the model.
     SettingsModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState);
     ~SettingsModel() override;
+
+    PermissionsModel* permissions() { return &permissions_; }
 
     bool launchAtLogin() const;
     void setLaunchAtLogin(bool isOn);
@@ -57,34 +69,28 @@ public:
     bool localOnlyMode() const;
     void setLocalOnlyMode(bool isOn);
 
-    /// As it is stored: also "cloud", or a word of a later version.
-    QString transcriptionEngine() const;
-    /// "streaming", "hybrid" or "local".
-    Q_INVOKABLE void selectEngine(const QString& rawValue);
+    Engine engine() const;
+    /// Ignores `Other`.
+    Q_INVOKABLE void selectEngine(sonvale::ui::SettingsModel::Engine engine);
 
-    static QVariantList languages(); ///< their labels, in order
-    int languageIndex() const;       ///< of the stored one; -1 for one that is not offered
+    /// Returns the labels of the languages, in their order.
+    static QStringList languages();
+    /// Returns the index of the stored language; -1 if it is not offered.
+    int languageIndex() const;
     Q_INVOKABLE void selectLanguage(int index);
 
-    Q_INVOKABLE void grantMicrophone();
-    Q_INVOKABLE void grantAccessibility();
-    Q_INVOKABLE void grantInputMonitoring();
-    Q_INVOKABLE void grantSpeechRecognition();
-    /// Reads the four permissions again, as the page does when it appears.
-    Q_INVOKABLE void checkPermissions();
-    /// Looks at all four grants, and starts the shortcuts when they allow it.
+    /// Checks all four permissions, and starts the hotkeys if they allow it.
     Q_INVOKABLE void recheckPermissions();
 
     QString version() const;
-    /// "", then "checking", then "upToDate", "newer", "newerAt" (when its page could not be opened) or
-    /// "failed".
-    QString updateState() const { return updateState_; }
-    /// The newer version's number, its page, or why nothing is known; otherwise empty.
+    UpdateState updateState() const { return updateState_; }
+    /// Returns the number of the newer version (`Newer`), its page (`NewerAt`), the reason (`Failed`), or
+    /// nothing.
     QString updateDetail() const { return updateDetail_; }
-    /// Nothing while a check runs.
+    /// Does nothing while a check runs.
     Q_INVOKABLE void checkForUpdates();
 
-    /// For whatever else may have changed a setting meanwhile.
+    /// Reads the settings again: another program may have changed them.
     Q_INVOKABLE void refresh();
 
     Q_SIGNAL void changed();
@@ -93,12 +99,14 @@ public:
 private:
     void set(const persistence::SettingKey<bool>& key, bool isOn);
     void takeOverLoginItem();
-    void setUpdate(const QString& state, const QString& detail = {});
+    void setUpdate(UpdateState state, const QString& detail = {});
     void take(const platform::UpdateOutcome& outcome);
     static runtime::Task<> check(std::weak_ptr<SettingsModel*> weakSelf, platform::Updater* updater);
 
     const core::Environment environment_;
-    QString updateState_;
+    const std::shared_ptr<core::AppState> appState_;
+    PermissionsModel permissions_;
+    UpdateState updateState_ = UpdateState::Unknown;
     QString updateDetail_;
     std::shared_ptr<SettingsModel*> self_ = std::make_shared<SettingsModel*>(this); ///< tasks hold it weakly
     runtime::TaskHandle<> updateTask_;

@@ -7,10 +7,27 @@ FocusScope {
     id: view
 
     required property SettingsModel model
-    /// Of the sheet that changes the shortcuts.
+    /// The model of the sheet that changes the shortcuts.
     required property HotkeySheetModel shortcuts
     property bool showHotkeySheet: false
     readonly property bool isWindowActive: Window.active
+
+    function updateText() {
+        switch (model.updateState) {
+        case SettingsModel.Checking:
+            return Texts.checkingForUpdates;
+        case SettingsModel.UpToDate:
+            return Texts.upToDate;
+        case SettingsModel.Newer:
+            return Texts.newerVersion.replace("%1", model.updateDetail);
+        case SettingsModel.NewerAt:
+            return Texts.newerVersionAt.replace("%1", model.updateDetail);
+        case SettingsModel.Failed:
+            return model.updateDetail;
+        default:
+            return "";
+        }
+    }
 
     onShowHotkeySheetChanged: if (showHotkeySheet)
         hotkeySheet.open()
@@ -18,11 +35,11 @@ FocusScope {
     onIsWindowActiveChanged: if (isWindowActive)
         model.refresh()
     // A microphone can have come or gone since the start.
-    Component.onCompleted: model.checkPermissions()
+    Component.onCompleted: model.permissions.checkAll()
 
     TabPage {
         anchors.fill: parent
-        title: Texts.tabs.settings
+        title: Texts.settings
 
         SettingSection {
             title: Texts.general
@@ -111,23 +128,37 @@ FocusScope {
                 width: parent.width
                 spacing: Theme.inControl
 
-                Repeater {
-                    model: Texts.engines
-
-                    EngineOptionCard {
-                        required property var modelData
-
-                        objectName: "engine." + modelData.value
-                        width: parent.width
-                        icon_: modelData.icon
-                        title: modelData.title
-                        description: modelData.description
-                        badge: modelData.badge
-                        isSelected: view.model.transcriptionEngine === modelData.value
-                        // Nothing may leave the machine then.
-                        enabled: !view.model.localOnlyMode || modelData.value === "local"
-                        onClicked: view.model.selectEngine(modelData.value)
-                    }
+                EngineOptionCard {
+                    objectName: "engine.streaming"
+                    width: parent.width
+                    icon_: "waveform.circle.fill"
+                    title: Texts.streaming
+                    description: Texts.streamingExplanation
+                    isSelected: view.model.engine === SettingsModel.Streaming
+                    // In local-only mode nothing may leave the machine.
+                    enabled: !view.model.localOnlyMode
+                    onClicked: view.model.selectEngine(SettingsModel.Streaming)
+                }
+                EngineOptionCard {
+                    objectName: "engine.hybrid"
+                    width: parent.width
+                    icon_: "arrow.triangle.branch"
+                    title: Texts.hybrid
+                    badge: Texts.hybridBadge
+                    description: Texts.hybridExplanation
+                    isSelected: view.model.engine === SettingsModel.Hybrid
+                    enabled: !view.model.localOnlyMode
+                    onClicked: view.model.selectEngine(SettingsModel.Hybrid)
+                }
+                EngineOptionCard {
+                    objectName: "engine.local"
+                    width: parent.width
+                    icon_: "desktopcomputer"
+                    title: Texts.local
+                    badge: Texts.localBadge
+                    description: Texts.localExplanation
+                    isSelected: view.model.engine === SettingsModel.Local
+                    onClicked: view.model.selectEngine(SettingsModel.Local)
                 }
             }
             SettingRow {
@@ -149,60 +180,47 @@ FocusScope {
             title: Texts.permissions
 
             Repeater {
-                model: [{
-                        "name": "Microphone",
-                        "text": Texts.microphone,
-                        "isGranted": view.model.microphoneGranted
-                    }, {
-                        "name": "Accessibility",
-                        "text": Texts.accessibility,
-                        "isGranted": view.model.accessibilityGranted
-                    }, {
-                        "name": "InputMonitoring",
-                        "text": Texts.inputMonitoring,
-                        "isGranted": view.model.inputMonitoringGranted
-                    }, {
-                        "name": "SpeechRecognition",
-                        "text": Texts.speechRecognition,
-                        "isGranted": view.model.speechRecognitionGranted
-                    }]
+                model: view.model.permissions
 
                 Item {
                     id: grant
 
-                    required property var modelData
+                    required property int permission
+                    required property string name
+                    required property string label
+                    required property bool isGranted
 
-                    objectName: "grant." + modelData.name
+                    objectName: "grant." + name
                     width: parent ? parent.width : 0
                     height: 40
                     Accessible.role: Accessible.ListItem
-                    Accessible.name: modelData.text
-                    Accessible.description: modelData.isGranted ? Texts.granted : Texts.notGranted
+                    Accessible.name: label
+                    Accessible.description: isGranted ? Texts.granted : Texts.notGranted
 
                     Symbol {
                         id: sign
 
-                        objectName: "grantSign." + grant.modelData.name
+                        objectName: "grantSign." + grant.name
                         anchors.left: parent.left
                         anchors.verticalCenter: parent.verticalCenter
-                        name: grant.modelData.isGranted ? "checkmark.circle.fill" : "xmark.circle.fill"
-                        color: grant.modelData.isGranted ? Theme.good : Theme.danger
+                        name: grant.isGranted ? "checkmark.circle.fill" : "xmark.circle.fill"
+                        color: grant.isGranted ? Theme.good : Theme.danger
                     }
                     SVText {
                         anchors.left: sign.right
                         anchors.leftMargin: Theme.inControl
                         anchors.verticalCenter: parent.verticalCenter
-                        text: grant.modelData.text
+                        text: grant.label
                         font: Theme.rowTitle
                     }
                     PlainButton {
-                        objectName: "grantButton." + grant.modelData.name
+                        objectName: "grantButton." + grant.name
                         anchors.right: parent.right
                         anchors.verticalCenter: parent.verticalCenter
-                        visible: !grant.modelData.isGranted
+                        visible: !grant.isGranted
                         text: Texts.grant
-                        Accessible.description: grant.modelData.text
-                        onClicked: view.model["grant" + grant.modelData.name]()
+                        Accessible.description: grant.label
+                        onClicked: view.model.permissions.request(grant.permission)
                     }
                 }
             }
@@ -210,7 +228,7 @@ FocusScope {
                 objectName: "speechNeeded"
                 isParagraph: true
                 width: parent.width
-                visible: !view.model.speechRecognitionGranted
+                visible: !view.model.permissions.isSpeechRecognitionGranted
                 text: Texts.speechNeeded
                 font: Theme.caption
                 color: Theme.caution
@@ -268,7 +286,7 @@ FocusScope {
 
                     objectName: "checkForUpdates"
                     text: Texts.checkForUpdates
-                    enabled: view.model.updateState !== "checking"
+                    enabled: view.model.updateState !== SettingsModel.Checking
                     onClicked: view.model.checkForUpdates()
                 }
                 SVText {
@@ -276,8 +294,8 @@ FocusScope {
                     width: parent.width - checking.width - parent.spacing
                     height: checking.height
                     verticalAlignment: Text.AlignVCenter
-                    text: view.model.updateState === "" ? "" : Texts.updateStates[view.model.updateState].replace("%1", view.model.updateDetail)
-                    color: view.model.updateState === "failed" ? Theme.danger : Theme.secondaryText
+                    text: view.updateText()
+                    color: view.model.updateState === SettingsModel.Failed ? Theme.danger : Theme.secondaryText
                     font: Theme.caption
                     Accessible.role: Accessible.StatusBar
                     Accessible.name: text

@@ -9,7 +9,7 @@ SVCard {
     required property string trigger
     required property string expansion
     required property string category
-    required property var usageCount
+    required property real usageCount
 
     signal editWanted
     signal deleteWanted

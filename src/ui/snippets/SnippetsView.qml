@@ -35,7 +35,7 @@ FocusScope {
                 SVText {
                     objectName: "title"
                     width: parent.width
-                    text: Texts.tabs.snippets
+                    text: Texts.snippets
                     font: Theme.pageTitle
                     Accessible.role: Accessible.Heading
                     Accessible.name: text
@@ -128,7 +128,7 @@ FocusScope {
         highlightMoveDuration: 0
         model: view.model
         Accessible.role: Accessible.List
-        Accessible.name: Texts.tabs.snippets
+        Accessible.name: Texts.snippets
         ScrollBar.vertical: ScrollBar {
         }
 

@@ -6,7 +6,7 @@
 #include "ui/common/Texts.h"
 #include "ui/style/FormalityText.h"
 
-#include <array>
+#include <string>
 
 namespace sonvale::ui {
 
@@ -15,39 +15,42 @@ using textprocessing::AppCategory;
 
 namespace {
 
-constexpr std::array offered{AppCategory::personalMessaging, AppCategory::workMessaging, AppCategory::email,
-                             AppCategory::other};
-constexpr int mostFormal = 5;
+constexpr int maxFormality = 5;
+
+std::string storedName(StyleModel::Category category) {
+    using Category = StyleModel::Category;
+    switch (category) {
+    case Category::PersonalMessaging:
+        return std::string(rawValue(AppCategory::personalMessaging));
+    case Category::WorkMessaging:
+        return std::string(rawValue(AppCategory::workMessaging));
+    case Category::Email:
+        return std::string(rawValue(AppCategory::email));
+    case Category::Other:
+        break;
+    }
+    return std::string(rawValue(AppCategory::other));
+}
 
 } // namespace
 
 StyleModel::StyleModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState)
     : appState_(std::move(appState))
     , saving_(environment.main, environment.clock, [this] { commitChanges(appState_->modelContext); }) {
-    load(std::string(rawValue(offered.front())));
+    load();
 }
 
-QStringList StyleModel::categories() {
-    QStringList names;
-    for (const auto each : offered)
-        names.append(textOf(rawValue(each)));
-    return names;
-}
-
-QString StyleModel::category() const {
-    return textOf(style_.category);
-}
-
-void StyleModel::select(const QString& category) {
-    if (category == this->category() || !categories().contains(category))
+void StyleModel::select(Category category) {
+    if (category == category_)
         return;
     saving_.flush();
-    load(category.toStdString());
+    category_ = category;
+    load();
     Q_EMIT styleChanged();
 }
 
 void StyleModel::setFormality(int formality) {
-    if (formality < 1 || formality > mostFormal || formality == style_.formality)
+    if (formality < 1 || formality > maxFormality || formality == style_.formality)
         return;
     style_.formality = formality;
     store();
@@ -76,12 +79,13 @@ std::optional<WritingStyle> StyleModel::find(const std::string& category) const 
             {.where = {{&WritingStyle::category, persistence::Comparison::equal, category}}, .limit = 1});
         return found.empty() ? std::nullopt : std::optional(std::move(found.front()));
     } catch (const persistence::StoreError&) {
-        // A new one is as good as none that can be read.
+        // A new style replaces one that cannot be read.
         return std::nullopt;
     }
 }
 
-void StyleModel::load(const std::string& category) {
+void StyleModel::load() {
+    const auto category = storedName(category_);
     if (auto found = find(category)) {
         style_ = *std::move(found);
         return;

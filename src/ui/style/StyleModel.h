@@ -8,52 +8,54 @@
 #include <QtQmlIntegration/qqmlintegration.h>
 
 #include <QObject>
-#include <QStringList>
+#include <QString>
 #include <memory>
 #include <optional>
 
 namespace sonvale::ui {
 
-/// How the user wants to sound in each kind of application. Each kind's style is made when it is first
-/// selected, and changes count from the moment that they are made. Main actor.
+/// How the user wants to sound in each kind of application. The style of a category is created when the
+/// category is first selected. Changes take effect at once. Main actor.
 class StyleModel final : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("The window makes it.")
-    Q_PROPERTY(QStringList categories READ categories CONSTANT)
-    Q_PROPERTY(QString category READ category WRITE select NOTIFY styleChanged)
+    Q_PROPERTY(Category category READ category WRITE select NOTIFY styleChanged)
     Q_PROPERTY(int formality READ formality WRITE setFormality NOTIFY styleChanged)
     Q_PROPERTY(QString formalityText READ formalityText NOTIFY styleChanged)
     Q_PROPERTY(
         QString customInstructions READ customInstructions WRITE setCustomInstructions NOTIFY styleChanged)
 
 public:
-    /// Begins at the first kind. Everything that the environment refers to must outlive the model.
+    /// The kinds of applications that have a style of their own.
+    enum class Category { PersonalMessaging, WorkMessaging, Email, Other };
+    Q_ENUM(Category)
+
+    /// Begins at the first category. Everything that the environment refers to must outlive the model.
     StyleModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState);
 
-    /// The kinds, by the words under which their styles are stored.
-    static QStringList categories();
-    QString category() const;
-    void select(const QString& category);
-    /// Back to the first kind, for a new view.
-    Q_INVOKABLE void selectFirst() { select(categories().front()); }
+    Category category() const { return category_; }
+    void select(Category category);
+    /// Selects the first category, for a new view.
+    Q_INVOKABLE void selectFirst() { select(Category::PersonalMessaging); }
     int formality() const { return static_cast<int>(style_.formality); }
     void setFormality(int formality);
     QString formalityText() const;
     QString customInstructions() const;
     void setCustomInstructions(const QString& text);
 
-    /// Keeps now what has been changed.
+    /// Saves pending changes now.
     Q_INVOKABLE void save() { saving_.flush(); }
 
     Q_SIGNAL void styleChanged();
 
 private:
     std::optional<persistence::WritingStyle> find(const std::string& category) const;
-    void load(const std::string& category);
+    void load();
     void store();
 
     const std::shared_ptr<core::AppState> appState_;
+    Category category_ = Category::PersonalMessaging;
     persistence::WritingStyle style_;
     SaveSoon saving_;
 };

@@ -7,7 +7,33 @@ FocusScope {
     id: view
 
     required property StyleModel model
-    readonly property var chosen: Texts.styleCategories[model.category]
+    readonly property list<StyleCategory> categories: [
+        StyleCategory {
+            category: StyleModel.PersonalMessaging
+            name: "personalMessaging"
+            label: Texts.personalMessages
+            apps: Texts.personalMessageApps
+        },
+        StyleCategory {
+            category: StyleModel.WorkMessaging
+            name: "workMessaging"
+            label: Texts.workMessages
+            apps: Texts.workMessageApps
+        },
+        StyleCategory {
+            category: StyleModel.Email
+            name: "email"
+            label: Texts.email
+            apps: Texts.emailApps
+        },
+        StyleCategory {
+            category: StyleModel.Other
+            name: "other"
+            label: Texts.otherApps
+            apps: Texts.otherAppsLine
+        }
+    ]
+    readonly property StyleCategory chosen: categories[model.category]
 
     // Which kind is chosen belongs to the view, and ends with it.
     Component.onCompleted: model.selectFirst()
@@ -15,7 +41,7 @@ FocusScope {
 
     TabPage {
         anchors.fill: parent
-        title: Texts.tabs.style
+        title: Texts.style
         subtitle: Texts.styleLine
 
         Flow {
@@ -23,15 +49,15 @@ FocusScope {
             spacing: Theme.inControl
 
             Repeater {
-                model: view.model.categories
+                model: view.categories
 
                 SelectorButton {
-                    required property string modelData
+                    required property StyleCategory modelData
 
-                    objectName: "category." + modelData
-                    text: Texts.styleCategories[modelData].label
-                    isSelected: view.model.category === modelData
-                    onClicked: view.model.category = modelData
+                    objectName: "category." + modelData.name
+                    text: modelData.label
+                    isSelected: view.model.category === modelData.category
+                    onClicked: view.model.category = modelData.category
                 }
             }
         }
@@ -133,24 +159,24 @@ FocusScope {
             title: Texts.whichApps
 
             Repeater {
-                model: view.model.categories
+                model: view.categories
 
                 Column {
                     id: row
 
-                    required property string modelData
+                    required property StyleCategory modelData
 
                     width: parent ? parent.width : 0
                     spacing: 2
 
                     SVText {
                         width: parent.width
-                        text: Texts.styleCategories[row.modelData].label
+                        text: row.modelData.label
                         font: Theme.rowTitle
                     }
                     SVText {
                         width: parent.width
-                        text: Texts.styleCategories[row.modelData].apps
+                        text: row.modelData.apps
                         color: Theme.secondaryText
                     }
                 }

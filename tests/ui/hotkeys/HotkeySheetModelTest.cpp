@@ -35,14 +35,11 @@ protected:
     }
     void start(const char* action, int index) { model.startRecording(QString::fromLatin1(action), index); }
     void remove(const char* action, int index) { model.remove(QString::fromLatin1(action), index); }
-    static std::string told(const QVariantMap& map, const char* key) {
-        return map[QString::fromLatin1(key)].toString().toStdString();
-    }
-    static Strings pills(const QVariantMap& map) {
-        Strings pills;
-        for (const auto& pill : map[QStringLiteral("pills")].toStringList())
-            pills.push_back(pill.toStdString());
-        return pills;
+    static Strings pills(const QVariant& shortcut) {
+        Strings result;
+        for (const auto& pill : shortcut.value<ShortcutLine>().pills)
+            result.push_back(pill.toStdString());
+        return result;
     }
     const Configs& configsOf(HotkeyAction action) const { return model.store().at(action).configs; }
     void storeBindings(const HotkeyBindings& bindings) { HotkeyBindingStore::save(settings(), bindings); }
@@ -70,8 +67,9 @@ TEST_F(HotkeySheetModelTest, BeginsWithTheStoredShortcutsAndRecordsNothing) {
 TEST_F(HotkeySheetModelTest, TellsTheActionsInTheirOrder) {
     std::vector<std::string> lines;
     for (const auto& each : HotkeySheetModel::actions()) {
-        const auto map = each.toMap();
-        lines.push_back(told(map, "action") + "|" + told(map, "label") + "|" + told(map, "subtitle"));
+        const auto line = each.value<ActionLine>();
+        lines.push_back(line.action.toStdString() + "|" + line.label.toStdString() + "|" +
+                        line.subtitle.toStdString());
     }
     EXPECT_EQ(lines,
               (Strings{"pushToTalk|Push to Talk|Hold to say something short",
@@ -91,9 +89,9 @@ TEST_F(HotkeySheetModelTest, DrawsEachShortcutByItsKeysAndNotByItsStoredName) {
     ASSERT_EQ(shortcuts.size(), 5);
     const auto paste = shortcuts[3].toList();
     ASSERT_EQ(paste.size(), 2);
-    EXPECT_EQ(pills(paste[0].toMap()), (Strings{"⌥ Opt", "⌘ Cmd", "V"}));
-    EXPECT_EQ(told(paste[0].toMap(), "name"), "Option + Command + V");
-    EXPECT_EQ(pills(paste[1].toMap()), Strings{"-"});
+    EXPECT_EQ(pills(paste[0]), (Strings{"⌥ Opt", "⌘ Cmd", "V"}));
+    EXPECT_EQ(paste[0].value<ShortcutLine>().name.toStdString(), "Option + Command + V");
+    EXPECT_EQ(pills(paste[1]), Strings{"-"});
 }
 
 TEST_F(HotkeySheetModelTest, ReplacesTheShortcutThatIsRecordedAnew) {
