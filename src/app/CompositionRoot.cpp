@@ -175,7 +175,8 @@ void CompositionRoot::launch() {
     p.delegate->makeDashboardWindow = [&p] { p.dashboard->open(); };
     p.delegate->applicationDidFinishLaunching();
     const auto& appState = p.delegate->services()->appState();
-    p.dashboard = std::make_unique<ui::DashboardWindow>(p.views, *p.environment, appState);
+    p.dashboard =
+        std::make_unique<ui::DashboardWindow>(p.views, ui::DashboardParts::from(*p.environment, appState));
     makeMenu();
     p.stateForTray = appState->recordingState.subscribe(
         [&tray = *p.trayIcon](platform::RecordingState state) { tray.setState(state); });

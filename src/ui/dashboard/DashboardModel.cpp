@@ -6,21 +6,24 @@
 
 namespace sonvale::ui {
 
-DashboardModel::DashboardModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState)
-    : environment_(environment)
-    , appState_(std::move(appState))
-    , onboarding_(appState_, environment_.settings)
-    , login_(environment_.main, appState_->authService)
+DashboardModel::DashboardModel(DashboardParts parts)
+    : parts_(std::move(parts))
+    , onboarding_(parts_.appState, parts_.settings)
+    , login_(parts_.main, parts_.appState->authService)
     , content_(content()) {
     const auto changed = [this](bool) { follow(); };
-    subscriptions_.push_back(appState_->isOnboardingComplete.subscribe(changed));
-    subscriptions_.push_back(appState_->authService->isAuthenticated.subscribe(changed));
+    subscriptions_.push_back(parts_.appState->isOnboardingComplete.subscribe(changed));
+    subscriptions_.push_back(parts_.appState->authService->isAuthenticated.subscribe(changed));
 }
 
 DashboardModel::~DashboardModel() = default;
 
+std::function<void(std::string)> DashboardModel::copyText() const {
+    return [appState = parts_.appState](std::string text) { appState->copyText(std::move(text)); };
+}
+
 DashboardModel::Content DashboardModel::content() const {
-    if (!appState_->isOnboardingComplete.get())
+    if (!parts_.appState->isOnboardingComplete.get())
         return Content::Onboarding;
     return isSignedIn() || isWithoutAccount_ ? Content::Home : Content::Login;
 }
@@ -52,53 +55,71 @@ void DashboardModel::askToSignIn() {
 
 SettingsModel* DashboardModel::settings() {
     if (!settings_)
-        settings_ = std::make_unique<SettingsModel>(environment_, appState_);
+        settings_ = std::make_unique<SettingsModel>(SettingsModel::Parts{.main = parts_.main,
+                                                                         .settings = parts_.settings,
+                                                                         .application = parts_.application,
+                                                                         .loginItem = parts_.loginItem,
+                                                                         .updater = parts_.updater,
+                                                                         .version = parts_.version,
+                                                                         .appState = parts_.appState});
     return settings_.get();
 }
 
 SnippetsModel* DashboardModel::snippets() {
     if (!snippets_)
-        snippets_ = std::make_unique<SnippetsModel>(environment_, appState_);
+        snippets_ = std::make_unique<SnippetsModel>(parts_.main, parts_.clock, RecordStore(parts_.appState));
     return snippets_.get();
 }
 
 StyleModel* DashboardModel::style() {
     if (!style_)
-        style_ = std::make_unique<StyleModel>(environment_, appState_);
+        style_ = std::make_unique<StyleModel>(parts_.main, parts_.clock, RecordStore(parts_.appState));
     return style_.get();
 }
 
 ScratchpadModel* DashboardModel::scratchpad() {
     if (!scratchpad_)
-        scratchpad_ = std::make_unique<ScratchpadModel>(environment_, appState_);
+        scratchpad_ =
+            std::make_unique<ScratchpadModel>(parts_.main, parts_.clock, parts_.settings, copyText());
     return scratchpad_.get();
 }
 
 QString DashboardModel::userEmail() const {
-    return textOf(appState_->authService->currentUserEmail.get().value_or(""));
+    return textOf(parts_.appState->authService->currentUserEmail.get().value_or(""));
 }
 
 void DashboardModel::signOut() {
-    appState_->authService->signOut();
+    parts_.appState->authService->signOut();
 }
 
 HistoryModel* DashboardModel::history() {
     if (!history_)
-        history_ = std::make_unique<HistoryModel>(environment_, appState_);
+        history_ = std::make_unique<HistoryModel>(HistoryModel::Parts{.main = parts_.main,
+                                                                      .clock = parts_.clock,
+                                                                      .workspace = parts_.workspace,
+                                                                      .dateLocale = parts_.dateLocale,
+                                                                      .records = RecordStore(parts_.appState),
+                                                                      .copyText = copyText()});
     return history_.get();
 }
 
 HotkeySheetModel* DashboardModel::shortcuts() {
     if (!shortcuts_)
         shortcuts_ = std::make_unique<HotkeySheetModel>(
-            environment_.settings, environment_.nativeKeys,
-            [appState = appState_](const hotkeys::HotkeyBindings&) { appState->applyHotkeyBindings(); });
+            parts_.settings, parts_.nativeKeys, [appState = parts_.appState](const hotkeys::HotkeyBindings&) {
+                appState->applyHotkeyBindings();
+            });
     return shortcuts_.get();
 }
 
 SupportChatModel* DashboardModel::support() {
     if (!support_)
-        support_ = std::make_unique<SupportChatModel>(environment_, appState_);
+        support_ = std::make_unique<SupportChatModel>(
+            services::SupportChatViewModel::Parts{.main = parts_.main,
+                                                  .clock = parts_.clock,
+                                                  .urlSessions = parts_.urlSessions,
+                                                  .addresses = parts_.addresses},
+            parts_.appState->authService, copyText());
     return support_.get();
 }
 

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "base/Observed.h"
-#include "core/AppState.h"
-#include "core/Environment.h"
+#include "ui/dashboard/DashboardParts.h"
 #include "ui/home/HistoryModel.h"
 #include "ui/hotkeys/HotkeySheetModel.h"
 #include "ui/login/LoginModel.h"
@@ -45,14 +44,13 @@ public:
     enum class Content { Onboarding, Login, Home };
     Q_ENUM(Content)
 
-    /// Everything that the environment refers to must outlive the model.
-    DashboardModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState);
+    explicit DashboardModel(DashboardParts parts);
     ~DashboardModel() override;
 
     /// Returns what the window shows. After the onboarding it is `Login` until there is a session, or until
     /// the user has chosen to continue without one.
     Content content() const;
-    bool isSignedIn() const { return appState_->authService->isAuthenticated.get(); }
+    bool isSignedIn() const { return parts_.appState->authService->isAuthenticated.get(); }
     OnboardingModel* onboarding() { return &onboarding_; }
     LoginModel* login() { return &login_; }
     // The models of the tabs are made when they are first looked at.
@@ -65,7 +63,7 @@ public:
     QString userEmail() const; ///< empty without a user's session
     Q_INVOKABLE void signOut();
     /// Whether dictation needs a session. Returns false for a build with a key for the service.
-    bool isAccountNeeded() const { return !environment_.addresses.key; }
+    bool isAccountNeeded() const { return !parts_.addresses.key; }
     /// Shows the tabs without a session, until the window closes or `askToSignIn` is called. Does nothing if
     /// an account is needed.
     Q_INVOKABLE void continueWithoutAccount();
@@ -77,8 +75,9 @@ public:
 private:
     void follow();
 
-    const core::Environment environment_;
-    const std::shared_ptr<core::AppState> appState_;
+    std::function<void(std::string text)> copyText() const;
+
+    const DashboardParts parts_;
     OnboardingModel onboarding_;
     LoginModel login_;
     std::unique_ptr<HistoryModel> history_;

@@ -5,6 +5,7 @@
 #include <QEvent>
 #include <QGuiApplication>
 #include <QScreen>
+#include <utility>
 
 namespace sonvale::ui {
 
@@ -15,11 +16,9 @@ constexpr QSize smallestSize(800, 600);
 
 } // namespace
 
-DashboardWindow::DashboardWindow(Views& views, core::Environment environment,
-                                 std::shared_ptr<core::AppState> appState)
+DashboardWindow::DashboardWindow(Views& views, DashboardParts parts)
     : views_(views)
-    , environment_(std::move(environment))
-    , appState_(std::move(appState)) {}
+    , parts_(std::move(parts)) {}
 
 DashboardWindow::~DashboardWindow() {
     view_.reset();
@@ -27,7 +26,7 @@ DashboardWindow::~DashboardWindow() {
 
 void DashboardWindow::open() {
     if (!view_) {
-        model_ = std::make_unique<DashboardModel>(environment_, appState_);
+        model_ = std::make_unique<DashboardModel>(parts_);
         view_ = views_.make(QStringLiteral("dashboard/DashboardRoot"),
                             {{QStringLiteral("model"), QVariant::fromValue<QObject*>(model_.get())}});
         view_->setTitle(QString::fromLatin1(title));

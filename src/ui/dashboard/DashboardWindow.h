@@ -1,7 +1,5 @@
 #pragma once
 
-#include "core/AppState.h"
-#include "core/Environment.h"
 #include "ui/common/Views.h"
 #include "ui/dashboard/DashboardModel.h"
 
@@ -10,22 +8,21 @@
 
 namespace sonvale::ui {
 
-/// The application's one ordinary window. It is made when it opens and gone when it is closed, with the
-/// memory that its views took. Main actor.
+/// The one ordinary window of the program. Closing it destroys its views and frees their memory. Main actor.
 class DashboardWindow final : public QObject {
     Q_OBJECT
 
 public:
     static constexpr const char* title = "Son Vale Dashboard";
 
-    /// Everything that is referred to, by the environment as well, must outlive it.
-    DashboardWindow(Views& views, core::Environment environment, std::shared_ptr<core::AppState> appState);
+    /// `views` and what `parts` refers to must outlive the window.
+    DashboardWindow(Views& views, DashboardParts parts);
     ~DashboardWindow() override;
 
-    /// Opens the window, or brings the open one to the front.
+    /// Opens the window, or brings the open window to the front.
     void open();
 
-    /// The open window; null when there is none.
+    /// Returns the open window, or null if there is none.
     QQuickView* view() const { return view_.get(); }
 
 protected:
@@ -35,8 +32,7 @@ private:
     void drop();
 
     Views& views_;
-    const core::Environment environment_;
-    const std::shared_ptr<core::AppState> appState_;
+    const DashboardParts parts_;
     std::unique_ptr<DashboardModel> model_;
     std::unique_ptr<QQuickView> view_;
 };

@@ -25,22 +25,17 @@ void report(const persistence::StoreError& error) {
 
 } // namespace
 
-HistoryModel::HistoryModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState)
-    : main_(environment.main)
-    , clock_(environment.clock)
-    , workspace_(environment.workspace)
-    , appState_(std::move(appState))
-    , dateText_(environment.currentDateLocale())
-    , today_(base::dayOf(clock_.date()).value_or(base::CalendarDay{})) {
+HistoryModel::HistoryModel(Parts parts)
+    : parts_(std::move(parts))
+    , dateText_(parts_.dateLocale)
+    , today_(base::dayOf(parts_.clock.date()).value_or(base::CalendarDay{})) {
     load();
-    if (auto* store = appState_->modelContext) {
-        // In the next turn the change has been saved, and is cheap to look at.
-        changes_ = store->onChange<Transcription>([this] {
-            if (!std::exchange(isFollowing_, true))
-                QMetaObject::invokeMethod(this, &HistoryModel::follow, Qt::QueuedConnection);
-        });
-    }
-    dayTask_ = runtime::spawn(main_, followDays(self_, &clock_));
+    // In the next turn the change has been saved, and is cheap to read.
+    changes_ = parts_.records.onChange<Transcription>([this] {
+        if (!std::exchange(isFollowing_, true))
+            QMetaObject::invokeMethod(this, &HistoryModel::follow, Qt::QueuedConnection);
+    });
+    dayTask_ = runtime::spawn(parts_.main, followDays(self_, &parts_.clock));
 }
 
 HistoryModel::~HistoryModel() {
@@ -75,7 +70,7 @@ QHash<int, QByteArray> HistoryModel::roleNames() const {
 }
 
 QString HistoryModel::firstName() const {
-    const auto name = workspace_.fullUserName();
+    const auto name = parts_.workspace.fullUserName();
     const auto words = base::piecesBetweenBlanks(name);
     return words.empty() ? QString() : textOf(words.front());
 }
@@ -96,10 +91,10 @@ void HistoryModel::copy(int row) {
     const auto* shown = rowAt(row);
     if (!shown)
         return;
-    appState_->copyText(shown->text.toStdString());
+    parts_.copyText(shown->text.toStdString());
     setCopiedRow(textOf(shown->id.toString()));
     copiedTask_.cancel();
-    copiedTask_ = runtime::spawn(main_, forgetCopied(self_, &clock_));
+    copiedTask_ = runtime::spawn(parts_.main, forgetCopied(self_, &parts_.clock));
 }
 
 runtime::Task<> HistoryModel::forgetCopied(std::weak_ptr<HistoryModel*> weakSelf, runtime::Clock* clock) {
@@ -159,10 +154,8 @@ const HistoryModel::Row* HistoryModel::rowAt(int index) const {
 }
 
 std::vector<Transcription> HistoryModel::fetch(int offset, int limit) const {
-    if (!appState_->modelContext)
-        return {};
     try {
-        return appState_->modelContext->fetch<Transcription>(
+        return parts_.records.fetch<Transcription>(
             {.sortBy = {{&Transcription::timestamp, persistence::SortOrder::reverse}},
              .limit = static_cast<std::size_t>(limit),
              .offset = static_cast<std::size_t>(offset)});
@@ -192,15 +185,13 @@ void HistoryModel::load() {
     pages_.clear();
     stats_ = HistoryStats();
     count_ = 0;
-    if (auto* store = appState_->modelContext) {
-        try {
-            store->eachTranscription([this](const persistence::TranscriptionFigures& figures) {
-                stats_.add(figures.timestamp, figures.wordCount, figures.durationSeconds);
-                ++count_;
-            });
-        } catch (const persistence::StoreError& error) {
-            report(error);
-        }
+    try {
+        parts_.records.eachTranscription([this](const persistence::TranscriptionFigures& figures) {
+            stats_.add(figures.timestamp, figures.wordCount, figures.durationSeconds);
+            ++count_;
+        });
+    } catch (const persistence::StoreError& error) {
+        report(error);
     }
     const auto* first = rowAt(0);
     newest_ = first ? std::optional(first->id) : std::nullopt;
@@ -210,7 +201,7 @@ void HistoryModel::follow() {
     isFollowing_ = false;
     int total = 0;
     try {
-        total = static_cast<int>(appState_->modelContext->fetchCount<Transcription>());
+        total = static_cast<int>(parts_.records.count<Transcription>());
     } catch (const persistence::StoreError& error) {
         report(error);
         return;

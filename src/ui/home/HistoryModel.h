@@ -2,10 +2,11 @@
 
 #include "base/DateText.h"
 #include "base/Observed.h"
-#include "core/AppState.h"
-#include "core/Environment.h"
 #include "persistence/Records.h"
+#include "platform/Workspace.h"
+#include "runtime/Clock.h"
 #include "runtime/Task.h"
+#include "ui/common/RecordStore.h"
 #include "ui/home/HistoryStats.h"
 
 #include <QtQmlIntegration/qqmlintegration.h>
@@ -39,7 +40,17 @@ public:
     static constexpr double copiedSeconds = 1.5;
     static constexpr int pageSize = 64;
 
-    HistoryModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState);
+    /// What the model works with; everything referred to must outlive it.
+    struct Parts {
+        runtime::Actor main;
+        runtime::Clock& clock;
+        platform::Workspace& workspace;
+        std::string dateLocale; ///< by which dates and times are written
+        RecordStore records;
+        std::function<void(std::string text)> copyText;
+    };
+
+    explicit HistoryModel(Parts parts);
     ~HistoryModel() override;
 
     int rowCount(const QModelIndex& parent = {}) const override;
@@ -87,10 +98,7 @@ private:
     static runtime::Task<> followDays(std::weak_ptr<HistoryModel*> weakSelf, runtime::Clock* clock);
     static runtime::Task<> forgetCopied(std::weak_ptr<HistoryModel*> weakSelf, runtime::Clock* clock);
 
-    const runtime::Actor main_;
-    runtime::Clock& clock_;
-    platform::Workspace& workspace_;
-    const std::shared_ptr<core::AppState> appState_;
+    Parts parts_;
     const base::DateText dateText_;
     base::CalendarDay today_;
     int count_ = 0;

@@ -4,17 +4,18 @@
 #include "ui/common/Texts.h"
 #include "ui/scratchpad/ScratchpadText.h"
 
+#include <utility>
+
 namespace sonvale::ui {
 
 namespace keys = persistence::keys;
 
-ScratchpadModel::ScratchpadModel(const core::Environment& environment,
-                                 std::shared_ptr<core::AppState> appState)
-    : settings_(environment.settings)
-    , appState_(std::move(appState))
+ScratchpadModel::ScratchpadModel(runtime::Actor main, runtime::Clock& clock, persistence::Settings& settings,
+                                 CopyText copyText)
+    : settings_(settings)
+    , copyText_(std::move(copyText))
     , text_(textOf(settings_.bound(keys::scratchpadText)))
-    , saving_(environment.main, environment.clock,
-              [this] { settings_.set(keys::scratchpadText, text_.toStdString()); }) {}
+    , saving_(std::move(main), clock, [this] { settings_.set(keys::scratchpadText, text_.toStdString()); }) {}
 
 void ScratchpadModel::setText(const QString& text) {
     if (text == text_)
@@ -29,7 +30,7 @@ int ScratchpadModel::words() const {
 }
 
 void ScratchpadModel::copy() {
-    appState_->copyText(text_.toStdString());
+    copyText_(text_.toStdString());
 }
 
 } // namespace sonvale::ui

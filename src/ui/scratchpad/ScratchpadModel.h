@@ -1,13 +1,14 @@
 #pragma once
 
-#include "core/AppState.h"
-#include "core/Environment.h"
+#include "persistence/Settings.h"
+#include "runtime/Clock.h"
 #include "ui/common/SaveSoon.h"
 
 #include <QtQmlIntegration/qqmlintegration.h>
 
 #include <QObject>
-#include <memory>
+#include <functional>
+#include <string>
 
 namespace sonvale::ui {
 
@@ -20,8 +21,12 @@ class ScratchpadModel final : public QObject {
     Q_PROPERTY(int words READ words NOTIFY textChanged)
 
 public:
-    /// Everything that the environment refers to must outlive the model.
-    ScratchpadModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState);
+    /// Puts a text on the pasteboard.
+    using CopyText = std::function<void(std::string text)>;
+
+    /// `clock` and `settings` must outlive the model.
+    ScratchpadModel(runtime::Actor main, runtime::Clock& clock, persistence::Settings& settings,
+                    CopyText copyText);
 
     QString text() const { return text_; }
     void setText(const QString& text);
@@ -36,7 +41,7 @@ public:
 
 private:
     persistence::Settings& settings_;
-    const std::shared_ptr<core::AppState> appState_;
+    const CopyText copyText_;
     QString text_;
     SaveSoon saving_;
 };

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
+#include <utility>
 
 namespace sonvale::ui {
 
@@ -31,10 +32,9 @@ const std::array offeredEngines{
 
 } // namespace
 
-SettingsModel::SettingsModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState)
-    : environment_(environment)
-    , appState_(std::move(appState))
-    , permissions_(appState_->permissionsManager) {
+SettingsModel::SettingsModel(Parts parts)
+    : parts_(std::move(parts))
+    , permissions_(parts_.appState->permissionsManager) {
     takeOverLoginItem();
 }
 
@@ -43,12 +43,12 @@ SettingsModel::~SettingsModel() {
 }
 
 void SettingsModel::set(const persistence::SettingKey<bool>& key, bool isOn) {
-    environment_.settings.set(key, isOn);
+    parts_.settings.set(key, isOn);
     Q_EMIT changed();
 }
 
 void SettingsModel::takeOverLoginItem() {
-    environment_.settings.set(keys::launchAtLogin, environment_.loginItem.isEnabled());
+    parts_.settings.set(keys::launchAtLogin, parts_.loginItem.isEnabled());
 }
 
 void SettingsModel::refresh() {
@@ -57,16 +57,16 @@ void SettingsModel::refresh() {
 }
 
 bool SettingsModel::launchAtLogin() const {
-    return environment_.settings.bound(keys::launchAtLogin);
+    return parts_.settings.bound(keys::launchAtLogin);
 }
 
 void SettingsModel::setLaunchAtLogin(bool isOn) {
     set(keys::launchAtLogin, isOn);
     try {
         if (isOn)
-            environment_.loginItem.registerItem();
+            parts_.loginItem.registerItem();
         else
-            environment_.loginItem.unregisterItem();
+            parts_.loginItem.unregisterItem();
     } catch (const platform::LoginItemError& error) {
         // The switch stays as the user left it; the next look at the settings shows how it is.
         static const base::Logger logger("Settings");
@@ -75,7 +75,7 @@ void SettingsModel::setLaunchAtLogin(bool isOn) {
 }
 
 bool SettingsModel::soundEffects() const {
-    return environment_.settings.bound(keys::soundEffectsEnabled);
+    return parts_.settings.bound(keys::soundEffectsEnabled);
 }
 
 void SettingsModel::setSoundEffects(bool isOn) {
@@ -83,7 +83,7 @@ void SettingsModel::setSoundEffects(bool isOn) {
 }
 
 bool SettingsModel::pauseAudioDuringDictation() const {
-    return environment_.settings.bound(keys::pauseAudioDuringDictation);
+    return parts_.settings.bound(keys::pauseAudioDuringDictation);
 }
 
 void SettingsModel::setPauseAudioDuringDictation(bool isOn) {
@@ -91,26 +91,26 @@ void SettingsModel::setPauseAudioDuringDictation(bool isOn) {
 }
 
 bool SettingsModel::showInDock() const {
-    return environment_.settings.bound(keys::showInDock);
+    return parts_.settings.bound(keys::showInDock);
 }
 
 void SettingsModel::setShowInDock(bool isOn) {
     set(keys::showInDock, isOn);
-    environment_.application.setActivationPolicy(isOn ? platform::ActivationPolicy::regular
-                                                      : platform::ActivationPolicy::accessory);
+    parts_.application.setActivationPolicy(isOn ? platform::ActivationPolicy::regular
+                                                : platform::ActivationPolicy::accessory);
 }
 
 bool SettingsModel::guardModifierHotkeys() const {
-    return appState_->isModifierGuardOn();
+    return parts_.appState->isModifierGuardOn();
 }
 
 void SettingsModel::setGuardModifierHotkeys(bool isOn) {
-    appState_->setModifierGuard(isOn);
+    parts_.appState->setModifierGuard(isOn);
     Q_EMIT changed();
 }
 
 bool SettingsModel::textCleanup() const {
-    return environment_.settings.bound(keys::aiProcessingEnabled);
+    return parts_.settings.bound(keys::aiProcessingEnabled);
 }
 
 void SettingsModel::setTextCleanup(bool isOn) {
@@ -118,7 +118,7 @@ void SettingsModel::setTextCleanup(bool isOn) {
 }
 
 bool SettingsModel::privacyMode() const {
-    return environment_.settings.bound(keys::privacyModeEnabled);
+    return parts_.settings.bound(keys::privacyModeEnabled);
 }
 
 void SettingsModel::setPrivacyMode(bool isOn) {
@@ -126,20 +126,20 @@ void SettingsModel::setPrivacyMode(bool isOn) {
 }
 
 bool SettingsModel::localOnlyMode() const {
-    return environment_.settings.bound(keys::localOnlyMode);
+    return parts_.settings.bound(keys::localOnlyMode);
 }
 
 void SettingsModel::setLocalOnlyMode(bool isOn) {
     // Twice the same would make the on-device engine the one to go back to.
     if (isOn == localOnlyMode())
         return;
-    environment_.settings.set(keys::localOnlyMode, isOn);
-    appState_->setLocalOnlyMode(isOn);
+    parts_.settings.set(keys::localOnlyMode, isOn);
+    parts_.appState->setLocalOnlyMode(isOn);
     Q_EMIT changed();
 }
 
 SettingsModel::Engine SettingsModel::engine() const {
-    const auto stored = environment_.settings.bound(keys::transcriptionEngine);
+    const auto stored = parts_.settings.bound(keys::transcriptionEngine);
     const auto* const found = std::ranges::find(offeredEngines, stored, &OfferedEngine::storedName);
     return found == offeredEngines.end() ? Engine::Other : found->engine;
 }
@@ -149,8 +149,8 @@ void SettingsModel::selectEngine(Engine engine) {
     if (found == offeredEngines.end())
         return;
     const std::string value(found->storedName);
-    environment_.settings.set(keys::transcriptionEngine, value);
-    appState_->transcriptionManager->preferredEngine = transcription::preferenceAtStart(value);
+    parts_.settings.set(keys::transcriptionEngine, value);
+    parts_.appState->transcriptionManager->preferredEngine = transcription::preferenceAtStart(value);
     Q_EMIT changed();
 }
 
@@ -163,7 +163,7 @@ QStringList SettingsModel::languages() {
 
 int SettingsModel::languageIndex() const {
     const auto all = ui::languages();
-    const auto found = std::ranges::find(all, environment_.settings.bound(keys::language), &Language::code);
+    const auto found = std::ranges::find(all, parts_.settings.bound(keys::language), &Language::code);
     return found == all.end() ? -1 : static_cast<int>(found - all.begin());
 }
 
@@ -171,23 +171,23 @@ void SettingsModel::selectLanguage(int index) {
     const auto all = ui::languages();
     if (index < 0 || index >= std::ssize(all))
         return;
-    environment_.settings.set(keys::language, all[static_cast<std::size_t>(index)].code);
+    parts_.settings.set(keys::language, all[static_cast<std::size_t>(index)].code);
     Q_EMIT changed();
 }
 
 void SettingsModel::recheckPermissions() {
-    appState_->startHotkeysIfReady();
+    parts_.appState->startHotkeysIfReady();
 }
 
 QString SettingsModel::version() const {
-    return textOf(environment_.version);
+    return textOf(parts_.version);
 }
 
 void SettingsModel::checkForUpdates() {
     if (updateState_ == UpdateState::Checking)
         return;
     setUpdate(UpdateState::Checking);
-    updateTask_ = runtime::spawn(environment_.main, check(self_, &environment_.updater));
+    updateTask_ = runtime::spawn(parts_.main, check(self_, &parts_.updater));
 }
 
 runtime::Task<> SettingsModel::check(std::weak_ptr<SettingsModel*> weakSelf, platform::Updater* updater) {

@@ -1,7 +1,10 @@
 #pragma once
 
 #include "core/AppState.h"
-#include "core/Environment.h"
+#include "persistence/Settings.h"
+#include "platform/Application.h"
+#include "platform/LoginItem.h"
+#include "platform/Updater.h"
 #include "runtime/Task.h"
 #include "ui/common/PermissionsModel.h"
 
@@ -45,9 +48,19 @@ public:
     enum class UpdateState { Unknown, Checking, UpToDate, Newer, NewerAt, Failed };
     Q_ENUM(UpdateState)
 
-    /// Reads whether the program starts at login, which other programs change too. Everything that the
-    /// environment refers to must outlive the model.
-    SettingsModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState);
+    /// What the model works with; everything referred to must outlive it.
+    struct Parts {
+        runtime::Actor main;
+        persistence::Settings& settings;
+        platform::Application& application;
+        platform::LoginItem& loginItem;
+        platform::Updater& updater;
+        std::string version; ///< of this program
+        std::shared_ptr<core::AppState> appState;
+    };
+
+    /// Reads whether the program starts at login, which other programs change too.
+    explicit SettingsModel(Parts parts);
     ~SettingsModel() override;
 
     PermissionsModel* permissions() { return &permissions_; }
@@ -103,8 +116,7 @@ private:
     void take(const platform::UpdateOutcome& outcome);
     static runtime::Task<> check(std::weak_ptr<SettingsModel*> weakSelf, platform::Updater* updater);
 
-    const core::Environment environment_;
-    const std::shared_ptr<core::AppState> appState_;
+    const Parts parts_;
     PermissionsModel permissions_;
     UpdateState updateState_ = UpdateState::Unknown;
     QString updateDetail_;

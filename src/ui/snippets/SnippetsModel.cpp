@@ -2,7 +2,6 @@
 
 #include "base/Log.h"
 #include "persistence/ModelContext.h"
-#include "ui/common/StoredChanges.h"
 #include "ui/common/Texts.h"
 
 #include <QMetaObject>
@@ -23,19 +22,17 @@ bool SnippetsModel::Entry::matches(const SearchedText::Query& query) const {
            content.contains(record.content, query);
 }
 
-SnippetsModel::SnippetsModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState)
-    : appState_(std::move(appState))
-    , clock_(environment.clock)
-    , saving_(environment.main, environment.clock, [this] { commitChanges(appState_->modelContext); }) {
+SnippetsModel::SnippetsModel(runtime::Actor main, runtime::Clock& clock, RecordStore records)
+    : records_(std::move(records))
+    , clock_(clock)
+    , saving_(std::move(main), clock, [this] { records_.commit(); }) {
     load();
     filter();
-    if (auto* store = appState_->modelContext) {
-        // A dictation counts the use of a snippet, and saves that before the next turn.
-        changes_ = store->onChange<Snippet>([this] {
-            if (!isOwnChange_ && !std::exchange(isFollowing_, true))
-                QMetaObject::invokeMethod(this, &SnippetsModel::follow, Qt::QueuedConnection);
-        });
-    }
+    // A dictation counts the use of a snippet, and saves it before the next turn.
+    changes_ = records_.onChange<Snippet>([this] {
+        if (!isOwnChange_ && !std::exchange(isFollowing_, true))
+            QMetaObject::invokeMethod(this, &SnippetsModel::follow, Qt::QueuedConnection);
+    });
 }
 
 int SnippetsModel::rowCount(const QModelIndex& parent) const {
@@ -75,21 +72,19 @@ void SnippetsModel::setSearchText(const QString& text) {
 }
 
 void SnippetsModel::add(const QString& trigger, const QString& content, const QString& category) {
-    if (!appState_->modelContext)
-        return;
-    appState_->modelContext->insert(Snippet{.trigger = trigger.toStdString(),
-                                            .content = content.toStdString(),
-                                            .category = category.toStdString(),
-                                            .createdAt = clock_.date()});
-    commitChanges(appState_->modelContext);
+    records_.insert(Snippet{.trigger = trigger.toStdString(),
+                            .content = content.toStdString(),
+                            .category = category.toStdString(),
+                            .createdAt = clock_.date()});
+    records_.commit();
 }
 
 void SnippetsModel::remove(int row) {
     const auto* entry = shownAt(row);
-    if (!entry || !appState_->modelContext)
+    if (!entry)
         return;
-    appState_->modelContext->remove(entry->record);
-    commitChanges(appState_->modelContext);
+    records_.remove(entry->record);
+    records_.commit();
 }
 
 void SnippetsModel::edit(int row) {
@@ -158,11 +153,9 @@ const SnippetsModel::Entry* SnippetsModel::shownAt(int row) const {
 
 void SnippetsModel::load() {
     all_.clear();
-    if (!appState_->modelContext)
-        return;
     try {
-        for (auto& record : appState_->modelContext->fetch<Snippet>(
-                 {.sortBy = {{&Snippet::createdAt, persistence::SortOrder::reverse}}}))
+        for (auto& record :
+             records_.fetch<Snippet>({.sortBy = {{&Snippet::createdAt, persistence::SortOrder::reverse}}}))
             all_.emplace_back(std::move(record));
     } catch (const persistence::StoreError& error) {
         static const base::Logger logger("Dashboard");
@@ -214,10 +207,10 @@ void SnippetsModel::follow() {
 
 /// Changes the one row, here and in the store, without reading all of them again.
 void SnippetsModel::update(const Snippet& record) {
-    if (!appState_->modelContext)
+    if (!records_.isOpen())
         return;
     isOwnChange_ = true;
-    appState_->modelContext->update(record);
+    records_.update(record);
     isOwnChange_ = false;
     const auto found = std::ranges::find(all_, record.id, [](const Entry& one) { return one.record.id; });
     if (found == all_.end())

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "base/Observed.h"
-#include "core/AppState.h"
-#include "core/Environment.h"
 #include "persistence/Records.h"
+#include "runtime/Clock.h"
+#include "ui/common/RecordStore.h"
 #include "ui/common/SaveSoon.h"
 #include "ui/snippets/SnippetSearch.h"
 
@@ -31,8 +31,8 @@ class SnippetsModel final : public QAbstractListModel {
 public:
     enum Role { triggerRole = Qt::UserRole, contentRole, categoryRole, usageCountRole };
 
-    /// Everything that the environment refers to must outlive the model.
-    SnippetsModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState);
+    /// `clock` must outlive the model.
+    SnippetsModel(runtime::Actor main, runtime::Clock& clock, RecordStore records);
 
     int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
@@ -83,7 +83,7 @@ private:
     void update(const persistence::Snippet& record);
     void changeEdited(std::string persistence::Snippet::* field, const QString& text);
 
-    const std::shared_ptr<core::AppState> appState_;
+    RecordStore records_;
     runtime::Clock& clock_;
     std::vector<Entry> all_;
     std::vector<std::size_t> shown_; ///< places in `all_`

@@ -1,12 +1,11 @@
 #include "ui/style/StyleModel.h"
 
-#include "persistence/ModelContext.h"
 #include "textprocessing/AppCategory.h"
-#include "ui/common/StoredChanges.h"
 #include "ui/common/Texts.h"
 #include "ui/style/FormalityText.h"
 
 #include <string>
+#include <utility>
 
 namespace sonvale::ui {
 
@@ -34,9 +33,9 @@ std::string storedName(StyleModel::Category category) {
 
 } // namespace
 
-StyleModel::StyleModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState)
-    : appState_(std::move(appState))
-    , saving_(environment.main, environment.clock, [this] { commitChanges(appState_->modelContext); }) {
+StyleModel::StyleModel(runtime::Actor main, runtime::Clock& clock, RecordStore records)
+    : records_(std::move(records))
+    , saving_(std::move(main), clock, [this] { records_.commit(); }) {
     load();
 }
 
@@ -72,10 +71,8 @@ void StyleModel::setCustomInstructions(const QString& text) {
 }
 
 std::optional<WritingStyle> StyleModel::find(const std::string& category) const {
-    if (!appState_->modelContext)
-        return std::nullopt;
     try {
-        auto found = appState_->modelContext->fetch<WritingStyle>(
+        auto found = records_.fetch<WritingStyle>(
             {.where = {{&WritingStyle::category, persistence::Comparison::equal, category}}, .limit = 1});
         return found.empty() ? std::nullopt : std::optional(std::move(found.front()));
     } catch (const persistence::StoreError&) {
@@ -91,15 +88,12 @@ void StyleModel::load() {
         return;
     }
     style_ = WritingStyle{.category = category};
-    if (!appState_->modelContext)
-        return;
-    appState_->modelContext->insert(style_);
-    commitChanges(appState_->modelContext);
+    records_.insert(style_);
+    records_.commit();
 }
 
 void StyleModel::store() {
-    if (appState_->modelContext)
-        appState_->modelContext->update(style_);
+    records_.update(style_);
     saving_.request();
     Q_EMIT styleChanged();
 }

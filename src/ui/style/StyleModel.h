@@ -1,8 +1,8 @@
 #pragma once
 
-#include "core/AppState.h"
-#include "core/Environment.h"
 #include "persistence/Records.h"
+#include "runtime/Clock.h"
+#include "ui/common/RecordStore.h"
 #include "ui/common/SaveSoon.h"
 
 #include <QtQmlIntegration/qqmlintegration.h>
@@ -31,8 +31,8 @@ public:
     enum class Category { PersonalMessaging, WorkMessaging, Email, Other };
     Q_ENUM(Category)
 
-    /// Begins at the first category. Everything that the environment refers to must outlive the model.
-    StyleModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState);
+    /// Begins at the first category. `clock` must outlive the model.
+    StyleModel(runtime::Actor main, runtime::Clock& clock, RecordStore records);
 
     Category category() const { return category_; }
     void select(Category category);
@@ -54,7 +54,7 @@ private:
     void load();
     void store();
 
-    const std::shared_ptr<core::AppState> appState_;
+    RecordStore records_;
     Category category_ = Category::PersonalMessaging;
     persistence::WritingStyle style_;
     SaveSoon saving_;

@@ -7,17 +7,12 @@
 
 namespace sonvale::ui {
 
-SupportChatModel::SupportChatModel(const core::Environment& environment,
-                                   std::shared_ptr<core::AppState> appState)
-    : main_(environment.main)
-    , clock_(environment.clock)
-    , appState_(std::move(appState))
-    , chat_(std::make_shared<services::SupportChatViewModel>(
-          services::SupportChatViewModel::Parts{.main = environment.main,
-                                                .clock = environment.clock,
-                                                .urlSessions = environment.urlSessions,
-                                                .addresses = environment.addresses},
-          appState_->authService)) {
+SupportChatModel::SupportChatModel(services::SupportChatViewModel::Parts parts,
+                                   std::shared_ptr<services::AuthService> authService, CopyText copyText)
+    : main_(parts.main)
+    , clock_(parts.clock)
+    , copyText_(std::move(copyText))
+    , chat_(std::make_shared<services::SupportChatViewModel>(std::move(parts), std::move(authService))) {
     show();
     subscriptions_.push_back(chat_->messagesRevision.subscribe([this](std::uint64_t) { follow(); }));
     subscriptions_.push_back(chat_->inputText.subscribe([this](const std::string&) {
@@ -69,7 +64,7 @@ void SupportChatModel::clear() {
 void SupportChatModel::copy(int row) {
     const auto message = messages_.messageAt(row);
     if (message >= 0)
-        appState_->copyText(chat_->messages().at(static_cast<std::size_t>(message)).content);
+        copyText_(chat_->messages().at(static_cast<std::size_t>(message)).content);
 }
 
 void SupportChatModel::forget() {

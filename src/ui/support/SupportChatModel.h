@@ -1,7 +1,5 @@
 #pragma once
 
-#include "core/AppState.h"
-#include "core/Environment.h"
 #include "services/SupportChatViewModel.h"
 #include "ui/support/SupportMessagesModel.h"
 
@@ -30,7 +28,12 @@ public:
     /// Seconds between two looks at an answer that grows.
     static constexpr double betweenUpdates = 1.0 / 30;
 
-    SupportChatModel(const core::Environment& environment, std::shared_ptr<core::AppState> appState);
+    /// Puts a text on the pasteboard.
+    using CopyText = std::function<void(std::string text)>;
+
+    /// What `parts` refers to must outlive the model.
+    SupportChatModel(services::SupportChatViewModel::Parts parts,
+                     std::shared_ptr<services::AuthService> authService, CopyText copyText);
     ~SupportChatModel() override;
 
     SupportMessagesModel* messages() { return &messages_; }
@@ -63,7 +66,7 @@ private:
 
     const runtime::Actor main_;
     runtime::Clock& clock_;
-    const std::shared_ptr<core::AppState> appState_;
+    const CopyText copyText_;
     const std::shared_ptr<services::SupportChatViewModel> chat_;
     SupportMessagesModel messages_;
     std::size_t messageCount_ = 0; ///< as shown

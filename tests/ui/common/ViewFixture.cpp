@@ -108,7 +108,8 @@ void ViewFixture::startSignedIn() {
 }
 
 QQuickView& ViewFixture::openDashboard() {
-    dashboard_ = std::make_unique<ui::DashboardWindow>(views_, environment(), state().shared_from_this());
+    dashboard_ = std::make_unique<ui::DashboardWindow>(
+        views_, ui::DashboardParts::from(environment(), state().shared_from_this()));
     dashboard_->open();
     EXPECT_TRUE(QTest::qWaitForWindowActive(dashboard_->view(), 10000));
     settleViews();

@@ -247,7 +247,7 @@ TEST_F(SnippetsView, IsUsedByTheKeyboardAlone) {
 TEST_F(SnippetsView, KeepsTheModelsRules) {
     for (int i = 0; i < 30; ++i)
         add(fmt::format("trigger {}", i), "content");
-    SnippetsModel model(environment(), state().shared_from_this());
+    SnippetsModel model(environment().main, clock(), RecordStore(state().shared_from_this()));
     const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
     model.setSearchText(QStringLiteral("1"));
     EXPECT_EQ(model.rowCount(), 12);

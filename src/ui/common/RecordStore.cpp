@@ -1,10 +1,11 @@
-#include "ui/common/StoredChanges.h"
+#include "ui/common/RecordStore.h"
 
 #include "base/Log.h"
 
 namespace sonvale::ui {
 
-void commitChanges(persistence::ModelContext* store) {
+void RecordStore::commit() {
+    auto* store = context();
     if (!store)
         return;
     try {
@@ -13,6 +14,12 @@ void commitChanges(persistence::ModelContext* store) {
         static const base::Logger logger("Dashboard");
         logger.error("changes could not be saved yet: {}", error.what());
     }
+}
+
+void RecordStore::eachTranscription(
+    const std::function<void(const persistence::TranscriptionFigures&)>& visit) const {
+    if (const auto* store = context())
+        store->eachTranscription(visit);
 }
 
 } // namespace sonvale::ui
