@@ -1,15 +1,18 @@
+#include "base/Json.h"
+#include "persistence/SettingsKeys.h"
 #include "services/SupportChatViewModel.h"
 #include "tests/support/ChildProcess.h"
-#include "ui/common/Views.h"
+#include "tests/support/WebToken.h"
+#include "tests/ui/common/ViewFixture.h"
+#include "ui/support/SupportChatModel.h"
 #include "ui/support/SupportMessagesModel.h"
 
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
 
-#include <QCoreApplication>
-#include <QQmlPropertyMap>
-#include <QQuickView>
 #include <algorithm>
+#include <chrono>
+#include <memory>
 
 namespace sonvale::tests {
 
@@ -25,33 +28,55 @@ std::string answer() {
     return text;
 }
 
+/// A signed-in user with a question in the support chat.
+class SupportChat : public ViewFixture {
+public:
+    SupportChat() {
+        const auto now = std::chrono::duration<double>(clock().date().time_since_epoch()).count();
+        settings().set(persistence::keys::accessToken,
+                       signedWebToken({{"exp", static_cast<std::int64_t>(now) + 86400}}, "secret"));
+        startSignedIn();
+    }
+
+    QQuickView& ask() {
+        auto& view = openDashboard();
+        click(view, "sidebar.help");
+        click(view, "input");
+        type(view, "Why?");
+        press(view, Qt::Key_Return);
+        auto all = network().requests();
+        std::erase_if(all, [](const auto& each) { return !each->lines; });
+        answer_ = all.back();
+        change([this] { answer_->answerHead(200); });
+        return view;
+    }
+    void receive(const std::string& text) {
+        change([&] {
+            answer_->lines->give(
+                "data: " + base::jsonText({{"choices", {{{"delta", {{"content", text}}}}}}}) + "\n\n");
+            advance(1.01 * ui::SupportChatModel::betweenUpdates);
+        });
+    }
+
+private:
+    void TestBody() override {}
+
+    std::shared_ptr<FakeRequest> answer_;
+};
+
 /// Draws an answer that grows by that many bytes from one frame to the next, in the window of the help tab.
 void drawGrowingAnswer(benchmark::State& state) {
-    ui::Views views;
     const auto whole = answer();
     const auto step = static_cast<std::size_t>(state.range(0));
     double longest = 0;
     std::size_t updates = 0;
     for (auto _ : state) {
-        ui::SupportMessagesModel messages;
-        QQmlPropertyMap chat;
-        chat.insert({{QStringLiteral("messages"), QVariant::fromValue<QObject*>(&messages)},
-                     {QStringLiteral("inputText"), QString()},
-                     {QStringLiteral("isStreaming"), true},
-                     {QStringLiteral("isWaitingForFirstChunk"), false},
-                     {QStringLiteral("canSend"), false},
-                     {QStringLiteral("errorMessage"), QString()}});
-        const auto view = views.make(QStringLiteral("HelpView"),
-                                     {{QStringLiteral("model"), QVariant::fromValue<QObject*>(&chat)}});
-        view->resize(690, 700);
-        view->show();
-        std::vector<services::ChatMessage> conversation{{.role = "assistant"}};
+        SupportChat chat;
+        auto& view = chat.ask();
         for (std::size_t begin = 0; begin < whole.size(); begin += step) {
             const double start = monotonicSeconds();
-            conversation.back().content += whole.substr(begin, step);
-            messages.show(conversation);
-            QCoreApplication::processEvents();
-            benchmark::DoNotOptimize(view->grabWindow());
+            chat.receive(whole.substr(begin, step));
+            benchmark::DoNotOptimize(view.grabWindow());
             longest = std::max(longest, monotonicSeconds() - start);
             ++updates;
         }
