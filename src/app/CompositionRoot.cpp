@@ -3,6 +3,7 @@
 #include "adapters/ffmpeg/FfmpegAudioFiles.h"
 #include "adapters/ffmpeg/SoxrSampleRateConverter.h"
 #include "adapters/freedesktop/MprisMediaPlayers.h"
+#include "adapters/freedesktop/PortalAppearance.h"
 #include "adapters/freedesktop/QtSessionLock.h"
 #include "adapters/freedesktop/XdgAutostart.h"
 #include "adapters/pocketsphinx/PocketSphinxRecognizer.h"
@@ -10,8 +11,10 @@
 #include "adapters/pulse/PulseAudioEngine.h"
 #include "adapters/pulse/PulseCaptureAuthorization.h"
 #include "adapters/qt/QtApplication.h"
+#include "adapters/qt/QtCompositor.h"
 #include "adapters/qt/QtMainContext.h"
 #include "adapters/qt/QtPathMonitor.h"
+#include "adapters/qt/QtTrayHost.h"
 #include "adapters/qt/network/QtUrlSession.h"
 #include "adapters/x11/X11AccessibilityTree.h"
 #include "adapters/x11/X11Workspace.h"
@@ -100,7 +103,8 @@ struct CompositionRoot::Parts {
     adapters::freedesktop::MprisMediaPlayers mediaPlayers;
     adapters::freedesktop::QtSessionLock sessionLock;
     adapters::qt::QtApplication application;
-    ui::FloatingPanelController floatingPanel{clock};
+    adapters::qt::QtCompositor compositor;
+    ui::FloatingPanelController floatingPanel{clock, compositor};
     adapters::x11::X11NativeKeys nativeKeys;
     adapters::freedesktop::XdgAutostart loginItem{
         adapters::freedesktop::XdgAutostart::Environment::ofThisProcess(directories.configuration)};
@@ -116,11 +120,13 @@ struct CompositionRoot::Parts {
     std::optional<core::Environment> environment;
     std::unique_ptr<core::AppDelegate> delegate;
 
-    ui::Views views;
+    adapters::freedesktop::PortalAppearance appearance;
+    ui::Views views{appearance};
     std::unique_ptr<ui::DashboardWindow> dashboard;
     std::unique_ptr<ui::MenuModel> menuModel;
     std::unique_ptr<ui::MenuPopover> menu;
     std::unique_ptr<ui::TrayMenu> trayMenu;
+    adapters::qt::QtTrayHost trayHost{mainContext.actor(), clock};
     std::unique_ptr<ui::TrayIcon> trayIcon;
     base::Subscription stateForTray;
     base::Subscription stateForMemory;
@@ -213,7 +219,7 @@ void CompositionRoot::makeMenu() {
     p.menu = std::make_unique<ui::MenuPopover>(p.views, *p.menuModel);
     p.trayMenu = std::make_unique<ui::TrayMenu>(*p.menuModel);
     p.trayIcon = std::make_unique<ui::TrayIcon>(
-        p.mainContext.actor(), p.clock, p.trayMenu->menu(),
+        p.trayHost, p.trayMenu->menu(),
         ui::TrayIcon::Actions{.toggleMenu = toggleMenu, .noPanel = openDashboard});
 }
 

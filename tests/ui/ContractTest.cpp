@@ -1,15 +1,25 @@
 #include "adapters/qt/QtApplication.h"
+#include "adapters/qt/QtCompositor.h"
+#include "adapters/qt/QtTrayHost.h"
 
 #include "runtime/ManualClock.h"
 #include "tests/contract/ApplicationContract.h"
+#include "tests/contract/CompositorContract.h"
 #include "tests/contract/FloatingPanelContract.h"
+#include "tests/contract/TrayHostContract.h"
+#include "tests/fakes/FakeCompositor.h"
+#include "tests/support/TestRuntime.h"
+#include "tests/ui/common/CompositorProgram.h"
 #include "tests/ui/common/DesktopProbe.h"
+#include "tests/ui/menu/StatusNotifierPanel.h"
 #include "ui/indicator/FloatingPanelController.h"
 
 #include <QCoreApplication>
 #include <QTimer>
+#include <QUuid>
 #include <QWidget>
 #include <algorithm>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -34,7 +44,8 @@ struct RingSubject {
     }
 
     runtime::ManualClock clock;
-    ui::FloatingPanelController controller{clock};
+    FakeCompositor compositor;
+    ui::FloatingPanelController controller{clock, compositor};
 };
 
 struct QtSubject {
@@ -76,10 +87,57 @@ struct QtSubject {
     std::vector<std::unique_ptr<QWidget>> windows;
 };
 
+struct QtCompositorSubject {
+    platform::Compositor& compositor() { return adapter; }
+    void start() { program.emplace(probe); }
+    void stop() { program.reset(); }
+
+    DesktopProbe probe;
+    adapters::qt::QtCompositor adapter;
+    std::optional<CompositorProgram> program;
+};
+
+/// A tray host on a session bus of the test's own. `TrayIcon` tests the X11 tray.
+class StatusNotifierSubject {
+public:
+    StatusNotifierSubject() = default;
+    ~StatusNotifierSubject() {
+        host_.reset();
+        QDBusConnection::disconnectFromBus(name_);
+    }
+    StatusNotifierSubject(const StatusNotifierSubject&) = delete;
+    StatusNotifierSubject& operator=(const StatusNotifierSubject&) = delete;
+
+    platform::TrayHost& host() { return *host_; }
+    void showPanel() { panel_.emplace(bus_); }
+    void endGrace() { runtime_.clock().advance(adapters::qt::QtTrayHost::grace); }
+    bool becomes(const std::function<bool()>& condition) {
+        return eventuallyInQt(10, [&] {
+            runtime_.runUntilIdle();
+            return condition();
+        });
+    }
+    void settle() {
+        runQtFor(0.05);
+        runtime_.runUntilIdle();
+    }
+
+private:
+    const QString name_ = QUuid::createUuid().toString();
+    PrivateBus bus_{{}};
+    TestRuntime runtime_;
+    std::optional<StatusNotifierPanel> panel_;
+    std::unique_ptr<adapters::qt::QtTrayHost> host_ = std::make_unique<adapters::qt::QtTrayHost>(
+        runtime_.main(), runtime_.clock(),
+        QDBusConnection::connectToBus(QString::fromStdString(bus_.address()), name_));
+};
+
 } // namespace
 
 INSTANTIATE_TYPED_TEST_SUITE_P(Ring, FloatingPanelContract, RingSubject);
 INSTANTIATE_TYPED_TEST_SUITE_P(Qt, ApplicationContract, QtSubject);
+INSTANTIATE_TYPED_TEST_SUITE_P(Qt, CompositorContract, QtCompositorSubject);
+INSTANTIATE_TYPED_TEST_SUITE_P(StatusNotifier, TrayHostContract, StatusNotifierSubject);
 
 TEST(QtApplication, KeepsAWindowsPlaceWhenItIsHiddenAndShownAgain) {
     QtSubject subject;

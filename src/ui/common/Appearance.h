@@ -1,10 +1,10 @@
 #pragma once
 
+#include "platform/Appearance.h"
 #include "ui/common/StateColors.h"
 
 #include <QtQmlIntegration/qqmlintegration.h>
 
-#include <QDBusVariant>
 #include <QObject>
 #include <optional>
 
@@ -13,9 +13,8 @@ class QQmlEngine;
 
 namespace sonvale::ui {
 
-/// How the desktop wants windows to look: dark or light, and with or without motion. It follows the desktop
-/// while the program runs, by the desktop's portal (the "org.freedesktop.appearance" settings) or, without
-/// one, by the palette that the desktop gives to Qt. Main thread.
+/// How views look: dark or light, and with or without motion. Follows the desktop while the program runs. If
+/// the desktop states no preference for dark or light, the palette that it gives to Qt decides. Main thread.
 class Appearance final : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -27,22 +26,24 @@ class Appearance final : public QObject {
     Q_PROPERTY(QColor workingColor READ working CONSTANT)
 
 public:
-    explicit Appearance(QObject* parent);
+    /// `desktop` must outlive the object, which becomes its observer.
+    explicit Appearance(platform::Appearance& desktop);
+    ~Appearance() override;
 
     /// Makes `appearance` the one that the views of `engine` see. It must outlive the engine.
     static void install(QQmlEngine& engine, Appearance& appearance);
-    /// Returns the one that was installed; the engine calls it for the first view.
+    /// Returns the installed object; the engine calls this for the first view.
     static Appearance* create(QQmlEngine* engine, QJSEngine* scripts);
 
     bool isDark() const;
-    bool isMotionReduced() const { return motionOverride_.value_or(isMotionReduced_); }
+    bool isMotionReduced() const;
 
     // For the light theme, which shares them with the tray icon.
     static QColor resting() { return ui::restingColor; }
     static QColor listening() { return ui::listeningColor; }
     static QColor working() { return ui::workingColor; }
 
-    /// Instead of what the desktop says; for pictures and tests.
+    /// Replaces what the desktop says; for pictures and tests.
     void overrideDark(std::optional<bool> isDark);
     void overrideMotionReduced(std::optional<bool> isMotionReduced);
 
@@ -52,14 +53,9 @@ protected:
     bool eventFilter(QObject* object, QEvent* event) override;
 
 private:
-    void askPortal();
-    void take(const QString& group, const QString& key, const QVariant& value);
-    Q_SLOT void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
-
-    std::optional<bool> override_; ///< of what is dark
+    platform::Appearance& desktop_;
+    std::optional<bool> override_; ///< of `isDark`
     std::optional<bool> motionOverride_;
-    std::optional<bool> portalIsDark_; ///< absent when the portal has no preference
-    bool isMotionReduced_ = false;
 };
 
 } // namespace sonvale::ui

@@ -14,8 +14,8 @@ void qml_register_types_SonVale();
 
 namespace sonvale::ui {
 
-Views::Views()
-    : appearance_(std::make_unique<Appearance>(nullptr)) {}
+Views::Views(platform::Appearance& appearance)
+    : appearance_(std::make_unique<Appearance>(appearance)) {}
 
 Views::~Views() = default;
 

@@ -16,7 +16,8 @@ namespace sonvale::ui {
 /// A view takes a `model`, which holds its logic and must outlive the window.
 class Views {
 public:
-    Views();
+    /// `appearance` must outlive the object.
+    explicit Views(platform::Appearance& appearance);
     ~Views();
     Views(const Views&) = delete;
     Views& operator=(const Views&) = delete;

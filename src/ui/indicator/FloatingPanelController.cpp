@@ -1,7 +1,5 @@
 #include "ui/indicator/FloatingPanelController.h"
 
-#include "ui/indicator/Compositor.h"
-
 #include <QGuiApplication>
 #include <QScreen>
 
@@ -14,8 +12,10 @@ constexpr int distanceFromTop = 8;
 
 } // namespace
 
-FloatingPanelController::FloatingPanelController(runtime::Clock& clock)
-    : clock_(clock) {}
+FloatingPanelController::FloatingPanelController(runtime::Clock& clock,
+                                                 const platform::Compositor& compositor)
+    : clock_(clock)
+    , compositor_(compositor) {}
 
 FloatingPanelController::~FloatingPanelController() = default;
 
@@ -44,7 +44,7 @@ void FloatingPanelController::hide() {
 }
 
 std::unique_ptr<GlowingRingView> FloatingPanelController::makePanel() const {
-    const bool canBlend = isCompositorRunning();
+    const bool canBlend = compositor_.isRunning();
     auto panel = std::make_unique<GlowingRingView>(clock_, canBlend ? GlowingRingView::Ground::transparent
                                                                     : GlowingRingView::Ground::disc);
     // As a tool tip it is out of the window manager's hands: on every desktop, and never focused.

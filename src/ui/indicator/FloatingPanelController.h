@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Compositor.h"
 #include "platform/FloatingPanel.h"
 #include "runtime/Clock.h"
 #include "ui/indicator/GlowingRingView.h"
@@ -12,8 +13,8 @@ namespace sonvale::ui {
 /// area, in its middle; above all windows, on all desktops, without focus, clicks, frame or shadow.
 class FloatingPanelController final : public platform::FloatingPanel {
 public:
-    /// The ring moves with the time of `clock`, which must outlive the controller.
-    explicit FloatingPanelController(runtime::Clock& clock);
+    /// The ring moves with the time of `clock`. `clock` and `compositor` must outlive the controller.
+    FloatingPanelController(runtime::Clock& clock, const platform::Compositor& compositor);
     ~FloatingPanelController() override;
 
     void show(platform::RecordingState state, float level) override;
@@ -27,6 +28,7 @@ private:
     std::unique_ptr<GlowingRingView> makePanel() const;
 
     runtime::Clock& clock_;
+    const platform::Compositor& compositor_;
     std::unique_ptr<GlowingRingView> panel_;
 };
 

@@ -1,6 +1,5 @@
 #include "ui/menu/TrayIcon.h"
 
-#include "ui/menu/TrayHost.h"
 #include "ui/menu/TrayIconSymbol.h"
 
 #include <QMenu>
@@ -8,18 +7,20 @@
 
 namespace sonvale::ui {
 
-TrayIcon::TrayIcon(const runtime::Actor& mainActor, runtime::Clock& clock, QMenu& contextMenu,
-                   Actions actions)
-    : contextMenu_(contextMenu)
+TrayIcon::TrayIcon(platform::TrayHost& host, QMenu& contextMenu, Actions actions)
+    : host_(host)
+    , contextMenu_(contextMenu)
     , actions_(std::move(actions)) {
     const auto onNoneYet = [this] {
         logger_.info("No panel with a tray here: the program runs without its icon until there is one");
         actions_.noPanel();
     };
-    host_ = std::make_unique<TrayHost>(mainActor, clock, [this] { appear(); }, onNoneYet);
+    host_.wait([this] { appear(); }, onNoneYet);
 }
 
-TrayIcon::~TrayIcon() = default;
+TrayIcon::~TrayIcon() {
+    host_.stop();
+}
 
 void TrayIcon::appear() {
     icon_ = std::make_unique<QSystemTrayIcon>(trayIconSymbol(state_));

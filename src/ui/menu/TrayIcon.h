@@ -2,8 +2,7 @@
 
 #include "base/Log.h"
 #include "platform/RecordingState.h"
-#include "runtime/Actor.h"
-#include "runtime/Clock.h"
+#include "platform/TrayHost.h"
 
 #include <QRect>
 #include <functional>
@@ -13,8 +12,6 @@ class QMenu;
 class QSystemTrayIcon;
 
 namespace sonvale::ui {
-
-class TrayHost;
 
 /// The program's place in the panel: an icon that shows the state. Pressing it opens the program's menu; some
 /// panels open the context menu at every press instead. Main actor.
@@ -31,8 +28,8 @@ public:
         std::function<void()> noPanel;
     };
 
-    /// `clock` and `contextMenu` must outlive the icon.
-    TrayIcon(const runtime::Actor& mainActor, runtime::Clock& clock, QMenu& contextMenu, Actions actions);
+    /// `host` and `contextMenu` must outlive the icon. Begins to wait for a panel.
+    TrayIcon(platform::TrayHost& host, QMenu& contextMenu, Actions actions);
     ~TrayIcon();
     TrayIcon(const TrayIcon&) = delete;
     TrayIcon& operator=(const TrayIcon&) = delete;
@@ -43,11 +40,11 @@ private:
     void appear();
 
     base::Logger logger_{"TrayIcon"};
+    platform::TrayHost& host_;
     QMenu& contextMenu_;
     const Actions actions_;
     platform::RecordingState state_ = platform::RecordingState::idle;
-    std::unique_ptr<TrayHost> host_;
-    std::unique_ptr<QSystemTrayIcon> icon_; ///< made when there is a host
+    std::unique_ptr<QSystemTrayIcon> icon_; ///< made when there is a panel
 };
 
 } // namespace sonvale::ui

@@ -8,6 +8,7 @@
 #include <QQmlEngine>
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace sonvale::ui {
 
@@ -104,6 +105,21 @@ TEST_F(Theme, FollowsTheAppearanceWhileWindowsAreOpen) {
     setDark(true);
     EXPECT_LT(luminance(color("window")), luminance(light));
     setDark(false);
+    EXPECT_EQ(color("window"), light);
+}
+
+TEST_F(Theme, FollowsTheDesktopWhileWindowsAreOpen) {
+    const auto desktop = [&](std::optional<bool> isDark, bool isMotionReduced) {
+        desktopAppearance().setPreferences({.isDark = isDark, .isMotionReduced = isMotionReduced});
+    };
+    desktop(false, false);
+    const auto light = color("window");
+    EXPECT_FALSE(views().appearance().isMotionReduced());
+    desktop(true, true);
+    EXPECT_LT(luminance(color("window")), luminance(light));
+    EXPECT_TRUE(views().appearance().isMotionReduced());
+    // The display's palette is light.
+    desktop(std::nullopt, false);
     EXPECT_EQ(color("window"), light);
 }
 

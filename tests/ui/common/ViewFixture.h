@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/fakes/FakeAppearance.h"
 #include "tests/unit/core/CoreFixture.h"
 #include "ui/common/Views.h"
 #include "ui/dashboard/DashboardWindow.h"
@@ -22,6 +23,8 @@ protected:
     void TearDown() override;
 
     ui::Views& views() { return views_; }
+    /// What the desktop says about the look of windows.
+    FakeAppearance::Control& desktopAppearance() { return appearance_.control(); }
 
     /// The core as a new start builds it for a user who has been through the first steps and has an account.
     void startSignedIn();
@@ -79,7 +82,8 @@ protected:
     }
 
 private:
-    ui::Views views_;
+    FakeAppearance appearance_;
+    ui::Views views_{appearance_};
     QStringList warnings_;
     std::unique_ptr<ui::DashboardWindow> dashboard_;
     std::unique_ptr<ui::MenuModel> menuModel_;

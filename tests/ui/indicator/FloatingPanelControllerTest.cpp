@@ -1,8 +1,10 @@
 #include "ui/indicator/FloatingPanelController.h"
 
+#include "adapters/qt/QtCompositor.h"
+
 #include "runtime/ManualClock.h"
 #include "runtime/SystemClock.h"
-#include "tests/support/ChildProcess.h"
+#include "tests/ui/common/CompositorProgram.h"
 #include "tests/ui/common/DesktopProbe.h"
 
 #include <gtest/gtest.h>
@@ -19,28 +21,6 @@ namespace {
 using platform::RecordingState;
 using tests::DesktopProbe;
 using tests::eventuallyInQt;
-
-/// A compositor of the test's own on the private display, as long as the object lives.
-class Compositor {
-public:
-    explicit Compositor(DesktopProbe& probe)
-        : probe_(probe) {
-        tests::ChildProcess::Options options;
-        options.arguments = {"picom", "--backend", "xrender", "--config", "/dev/null"};
-        process_ = std::make_unique<tests::ChildProcess>(std::move(options));
-        EXPECT_TRUE(eventuallyInQt(20, [this] { return probe_.hasOwner("_NET_WM_CM_S0"); }));
-    }
-    ~Compositor() {
-        process_->end();
-        EXPECT_TRUE(eventuallyInQt(20, [this] { return !probe_.hasOwner("_NET_WM_CM_S0"); }));
-    }
-    Compositor(const Compositor&) = delete;
-    Compositor& operator=(const Compositor&) = delete;
-
-private:
-    DesktopProbe& probe_;
-    std::unique_ptr<tests::ChildProcess> process_;
-};
 
 class FloatingPanelControllerTest : public testing::Test {
 protected:
@@ -64,7 +44,8 @@ protected:
 
     DesktopProbe probe;
     runtime::SystemClock clock;
-    FloatingPanelController controller{clock};
+    adapters::qt::QtCompositor compositor;
+    FloatingPanelController controller{clock, compositor};
     const DesktopProbe::Place ringPlace{1280 / 2 - 24, 8, 48, 48};
 };
 
@@ -163,7 +144,7 @@ TEST_F(FloatingPanelControllerTest, IsADiscWithoutACompositor) {
 }
 
 TEST_F(FloatingPanelControllerTest, BlendsWithWhatIsBelowUnderACompositor) {
-    const Compositor compositor(probe);
+    const tests::CompositorProgram program(probe);
     const auto ground = probe.openWindow(underTheRing, paper);
     const auto window = show(RecordingState::recording);
     ASSERT_TRUE(eventuallyInQt(10, [&] { return isSeen(paper); }));

@@ -1,4 +1,5 @@
 #include "adapters/qt/QtMainContext.h"
+#include "adapters/qt/QtTrayHost.h"
 
 #include "persistence/SettingsKeys.h"
 #include "runtime/SystemClock.h"
@@ -82,7 +83,8 @@ int main(int argc, char** argv) {
                          .closeMenu = [](const std::function<void()>& then) { then(); },
                          .giveKeyboardBack = [](const std::function<void()>& then) { then(); }});
     ui::TrayMenu menu(model);
-    ui::TrayIcon tray(context.actor(), clock, menu.menu(),
+    adapters::qt::QtTrayHost host(context.actor(), clock);
+    ui::TrayIcon tray(host, menu.menu(),
                       {.toggleMenu = [](const QRect&) { say("menu"); }, .noPanel = [] { say("no panel"); }});
 
     std::string input;

@@ -1,4 +1,4 @@
-#include "ui/common/X11Selection.h"
+#include "adapters/qt/X11Selection.h"
 
 #include <xcb/xcb.h>
 
@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <memory>
 
-namespace sonvale::ui {
+namespace sonvale::adapters::qt {
 
 namespace {
 
@@ -45,4 +45,4 @@ bool hasX11Owner(const std::string& selection) {
     return reply && reply->owner != XCB_NONE;
 }
 
-} // namespace sonvale::ui
+} // namespace sonvale::adapters::qt

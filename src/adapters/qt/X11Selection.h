@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-namespace sonvale::ui {
+namespace sonvale::adapters::qt {
 
 /// Whether the application shows its windows on an X server.
 bool isOnX11();
@@ -16,4 +16,4 @@ std::uint32_t x11Atom(const std::string& name);
 /// out.
 bool hasX11Owner(const std::string& selection);
 
-} // namespace sonvale::ui
+} // namespace sonvale::adapters::qt
