@@ -1,11 +1,13 @@
 import QtQuick
+import QtQuick.Templates as T
 import SonVale
 
-/// The outline around whatever has the keyboard, with air between.
+/// The outline around the item that has the keyboard.
 Rectangle {
     objectName: "focusRing"
 
     property Item control: parent
+    readonly property T.Control button: control as T.Control
     property real controlRadius: Theme.controlRadius
 
     anchors.fill: parent
@@ -14,5 +16,6 @@ Rectangle {
     color: "transparent"
     border.width: 2
     border.color: Theme.accent
-    visible: control.activeFocus && (control.visualFocus === undefined || control.visualFocus)
+    // Fields and rows are no `Control`: they have the mark whenever they have the keyboard.
+    visible: control.activeFocus && (!button || button.visualFocus)
 }

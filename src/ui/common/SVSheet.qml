@@ -23,7 +23,8 @@ Popup {
 
     onAboutToShow: {
         opener = parent.Window.activeFocusItem;
-        isOpenerMarked = opener !== null && opener.visualFocus === true;
+        var control = opener as T.Control;
+        isOpenerMarked = control !== null && control.visualFocus;
     }
     onClosed: {
         if (opener)
@@ -55,7 +56,7 @@ Popup {
         objectName: "sheet"
         focus: true
         implicitHeight: heading.height + Theme.inCard + column.implicitHeight + sheet.footHeight
-        LayoutMirroring.enabled: Qt.application.layoutDirection === Qt.RightToLeft
+        LayoutMirroring.enabled: Application.layoutDirection === Qt.RightToLeft
         LayoutMirroring.childrenInherit: true
         Accessible.role: Accessible.Dialog
         Accessible.name: sheet.title

@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Window
 import QtQuick.Controls.Basic
+import QtQuick.Templates as T
 import SonVale
 
 /// A page whose content stands in its middle and scrolls when there is more of it than room.
@@ -38,8 +39,11 @@ Flickable {
         return false;
     }
 
-    onFocusItemChanged: if (focusItem && focusItem.visualFocus && holds(focusItem))
-        reveal(focusItem)
+    onFocusItemChanged: {
+        var control = focusItem as T.Control;
+        if (control && control.visualFocus && holds(control))
+            reveal(control);
+    }
     contentWidth: width
     contentHeight: Math.max(column.height + 2 * Theme.pageEdge, height)
     boundsBehavior: Flickable.StopAtBounds

@@ -12,7 +12,8 @@ Image {
 
     width: size
     height: size
-    sourceSize: Qt.size(Math.round(size * Screen.devicePixelRatio), Math.round(size * Screen.devicePixelRatio))
+    sourceSize.width: Math.round(size * Screen.devicePixelRatio)
+    sourceSize.height: Math.round(size * Screen.devicePixelRatio)
     source: name === "" ? "" : "image://symbol/" + name + "/" + encodeURIComponent(String(color))
     fillMode: Image.PreserveAspectFit
 }

@@ -8,7 +8,7 @@ Rectangle {
     required property DashboardModel model
 
     color: Theme.window
-    LayoutMirroring.enabled: Qt.application.layoutDirection === Qt.RightToLeft
+    LayoutMirroring.enabled: Application.layoutDirection === Qt.RightToLeft
     LayoutMirroring.childrenInherit: true
 
     Loader {
@@ -17,7 +17,7 @@ Rectangle {
         anchors.fill: parent
         focus: true
         sourceComponent: root.model.content === DashboardModel.Onboarding ? onboarding : root.model.content === DashboardModel.Login ? login : home
-        onLoaded: item.forceActiveFocus()
+        onLoaded: (item as Item).forceActiveFocus()
     }
 
     Component {

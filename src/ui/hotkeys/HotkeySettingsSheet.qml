@@ -16,8 +16,6 @@ SVSheet {
     // The first Escape ends the recording.
     closePolicy: isRecording ? Popup.NoAutoClose : Popup.CloseOnEscape
     onAboutToShow: model.open()
-    onOpened: if (rows.count > 0)
-        rows.itemAt(0).focusRow()
     onClosed: model.cancelRecording()
 
     footer: Item {
@@ -64,8 +62,6 @@ SVSheet {
     }
 
     Repeater {
-        id: rows
-
         model: sheet.model.actions
 
         Column {
@@ -74,13 +70,17 @@ SVSheet {
             required property actionLine modelData
             required property int index
 
-            function focusRow() {
-                row.focusEdit();
-            }
-
             width: parent.width
             spacing: Theme.betweenRows
 
+            Connections {
+                target: sheet
+
+                function onOpened() {
+                    if (line.index === 0)
+                        row.focusEdit();
+                }
+            }
             SVSeparator {
                 width: parent.width
                 visible: line.index > 0

@@ -14,7 +14,7 @@ FocusScope {
 
     signal closeRequested
 
-    LayoutMirroring.enabled: Qt.application.layoutDirection === Qt.RightToLeft
+    LayoutMirroring.enabled: Application.layoutDirection === Qt.RightToLeft
     LayoutMirroring.childrenInherit: true
     implicitWidth: 320
     implicitHeight: wantedHeight

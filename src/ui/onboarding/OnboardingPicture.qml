@@ -29,9 +29,9 @@ Item {
             breatheAnimation.start();
     }
 
-    function hold(isDown) {
-        isKeyDown = isDown;
-        isListening = isDown;
+    function show(keyIsDown, ringIsListening) {
+        isKeyDown = keyIsDown;
+        isListening = ringIsListening;
     }
 
     SequentialAnimation {
@@ -40,13 +40,13 @@ Item {
         loops: 4
 
         ScriptAction {
-            script: picture.hold(false)
+            script: picture.show(false, false)
         }
         PauseAnimation {
             duration: 900
         }
         ScriptAction {
-            script: picture.hold(true)
+            script: picture.show(true, true)
         }
         PauseAnimation {
             duration: 2200
@@ -59,40 +59,31 @@ Item {
         loops: 4
 
         ScriptAction {
-            script: {
-                picture.isListening = false;
-                picture.isKeyDown = true;
-            }
+            script: picture.show(true, false)
         }
         PauseAnimation {
             duration: 160
         }
         ScriptAction {
-            script: {
-                picture.isKeyDown = false;
-                picture.isListening = true;
-            }
+            script: picture.show(false, true)
         }
         PauseAnimation {
             duration: 2200
         }
         ScriptAction {
-            script: {
-                picture.isListening = true;
-                picture.isKeyDown = true;
-            }
+            script: picture.show(true, true)
         }
         PauseAnimation {
             duration: 160
         }
         ScriptAction {
-            script: picture.hold(false)
+            script: picture.show(false, false)
         }
         PauseAnimation {
             duration: 900
         }
         ScriptAction {
-            script: picture.isListening = true
+            script: picture.show(false, true)
         }
     }
 

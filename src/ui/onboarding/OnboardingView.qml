@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Controls.Basic
 import SonVale
 
 /// Leads a new user through the permissions and the tour, one step at a time.

@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Controls.Basic
 import SonVale
 
 /// How the user wants to sound in each kind of application.

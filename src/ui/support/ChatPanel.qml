@@ -118,8 +118,8 @@ FocusScope {
             }
             onActiveFocusChanged: if (activeFocus && count > 0)
                 currentIndex = count - 1
-            onContentHeightChanged: Qt.callLater(follow)
-            onHeightChanged: Qt.callLater(follow)
+            onContentHeightChanged: Qt.callLater(follow) // qmllint disable
+            onHeightChanged: Qt.callLater(follow) // qmllint disable
             onMovementStarted: sticks = false
             onMovementEnded: sticks = isAtEnd
             // Where the end is, is known for sure only once it is near.
