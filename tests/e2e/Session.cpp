@@ -143,7 +143,7 @@ void Session::speak(const Voice& voice) {
 
 ChildProcess Session::startSpeaking(const Voice& voice) {
     // Sound that is late on a busy machine would leave gaps in the sentence.
-    constexpr int latencyMilliseconds = 250;
+    constexpr int latencyMilliseconds = 1000;
     return desktop.sound().play(voiceFile(voice.name).string(), latencyMilliseconds);
 }
 
