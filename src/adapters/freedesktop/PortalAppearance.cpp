@@ -3,6 +3,7 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QDBusVariant>
 #include <utility>
 
 namespace sonvale::adapters::freedesktop {
@@ -34,7 +35,7 @@ PortalAppearance::PortalAppearance(const QDBusConnection& session)
     if (!session_.isConnected())
         return;
     session_.connect(portalService, portalPath, settingsInterface, QStringLiteral("SettingChanged"), this,
-                     SLOT(settingChanged(QString, QString, QDBusVariant)));
+                     SLOT(settingChanged(QDBusMessage)));
     ask(appearanceGroup, colorScheme);
     ask(gnomeGroup, animations);
 }
@@ -59,8 +60,10 @@ void PortalAppearance::ask(const QString& group, const QString& key) {
             });
 }
 
-void PortalAppearance::settingChanged(const QString& group, const QString& key, const QDBusVariant& value) {
-    take(group, key, value.variant());
+void PortalAppearance::settingChanged(const QDBusMessage& message) {
+    const auto arguments = message.arguments();
+    if (message.signature() == QStringLiteral("ssv"))
+        take(arguments[0].toString(), arguments[1].toString(), arguments[2]);
 }
 
 void PortalAppearance::take(const QString& group, const QString& key, const QVariant& value) {

@@ -3,9 +3,11 @@
 #include "platform/Appearance.h"
 
 #include <QDBusConnection>
-#include <QDBusVariant>
 #include <QObject>
+#include <QVariant>
 #include <functional>
+
+class QDBusMessage;
 
 namespace sonvale::adapters::freedesktop {
 
@@ -22,7 +24,7 @@ public:
     void setOnChange(std::function<void()> observer) override;
 
 private:
-    Q_SLOT void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+    Q_SLOT void settingChanged(const QDBusMessage& message);
     void ask(const QString& group, const QString& key);
     void take(const QString& group, const QString& key, const QVariant& value);
 
