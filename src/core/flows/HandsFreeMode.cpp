@@ -12,7 +12,7 @@ namespace {
 
 constexpr double endOfUtteranceDelay = 2.0;
 constexpr double levelFeedPeriod = 0.05;
-constexpr double commitPollPeriod = 0.05;
+constexpr double utterancePollPeriod = 0.05;
 
 } // namespace
 
@@ -224,7 +224,7 @@ runtime::Task<> HandsFreeMode::finishUtterances() {
 
 runtime::Task<> HandsFreeMode::waitForCommit() {
     while (isCommitting_) {
-        if (co_await runtime::sleep(context_.environment.clock, commitPollPeriod) ==
+        if (co_await runtime::sleep(context_.environment.clock, utterancePollPeriod) ==
             runtime::SleepOutcome::interrupted)
             co_return;
     }

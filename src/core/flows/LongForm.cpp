@@ -14,7 +14,7 @@ namespace sonvale::core {
 namespace {
 
 constexpr double threshold = 5.0;
-constexpr double commitPollPeriod = 0.02;
+constexpr double segmentPollPeriod = 0.02;
 
 } // namespace
 
@@ -90,7 +90,7 @@ void LongForm::drop() {
 
 runtime::Task<> LongForm::stop(std::shared_ptr<Recording> recording, bool isLocalOnly, double stopTime) {
     while (isCommitting_) {
-        if (co_await runtime::sleep(context_.environment.clock, commitPollPeriod) ==
+        if (co_await runtime::sleep(context_.environment.clock, segmentPollPeriod) ==
             runtime::SleepOutcome::interrupted)
             break;
     }
