@@ -230,6 +230,10 @@ void X11Connection::pollUntil(double deadline, int otherDescriptor) {
     poll(waiting, 2, milliseconds);
 }
 
+bool hasOwner(X11Connection& connection, xcb_atom_t selection, double deadline) {
+    return connection.selectionOwner(selection, deadline).value_or(XCB_WINDOW_NONE) != XCB_WINDOW_NONE;
+}
+
 std::vector<std::byte> bytesOf(const XcbProperty& property) {
     if (!property)
         return {};

@@ -120,6 +120,9 @@ private:
     std::unordered_map<xcb_atom_t, std::string> namesByAtom_;
 };
 
+/// Returns whether the selection has an owner; false if the server does not answer.
+bool hasOwner(X11Connection& connection, xcb_atom_t selection, double deadline);
+
 /// Returns the bytes of a property, of any format. A null property has none.
 std::vector<std::byte> bytesOf(const XcbProperty& property);
 /// Returns the numbers of a property of format 32. Empty if the property is null or has another format.

@@ -111,12 +111,15 @@ TEST_F(X11ConnectionTest, TranslatesAtomsAndTheirNames) {
 
 TEST_F(X11ConnectionTest, DistinguishesAnUnownedSelectionFromAMissingAnswer) {
     EXPECT_EQ(connection.selectionOwner(XCB_ATOM_PRIMARY, inTime()), xcb_window_t{XCB_WINDOW_NONE});
+    EXPECT_FALSE(hasOwner(connection, XCB_ATOM_PRIMARY, inTime()));
     xcb_set_selection_owner(connection.raw(), connection.window(), XCB_ATOM_PRIMARY,
                             connection.timestamp(inTime()).value());
     EXPECT_EQ(connection.selectionOwner(XCB_ATOM_PRIMARY, inTime()), connection.window());
+    EXPECT_TRUE(hasOwner(connection, XCB_ATOM_PRIMARY, inTime()));
 
     display.signalServer(SIGSTOP);
     EXPECT_EQ(connection.selectionOwner(XCB_ATOM_PRIMARY, connection.deadlineIn(0.05)), std::nullopt);
+    EXPECT_FALSE(hasOwner(connection, XCB_ATOM_PRIMARY, connection.deadlineIn(0.05)));
     display.signalServer(SIGCONT);
 }
 

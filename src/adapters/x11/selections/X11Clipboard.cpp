@@ -36,6 +36,22 @@ std::string listOf(const std::vector<std::string>& names) {
     return list;
 }
 
+/// Asks the server to report each change of the selection. Returns the number of the reporting events, or -1
+/// if the server cannot report them.
+int watchChanges(X11Connection& connection, xcb_atom_t selection) {
+    const auto* extension = xcb_get_extension_data(connection.raw(), &xcb_xfixes_id);
+    if (!extension || !extension->present)
+        return -1;
+    const auto version = xcb_xfixes_query_version(connection.raw(), 2, 0);
+    connection.reply<xcb_xfixes_query_version_reply_t>(version, connection.deadlineIn(serverSeconds));
+    xcb_xfixes_select_selection_input(connection.raw(), connection.root(), selection,
+                                      XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
+                                          XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
+                                          XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
+    connection.synchronize(connection.deadlineIn(serverSeconds));
+    return extension->first_event + XCB_XFIXES_SELECTION_NOTIFY;
+}
+
 } // namespace
 
 X11Clipboard::X11Clipboard(const runtime::Clock& clock, const std::string& displayName)
@@ -43,34 +59,22 @@ X11Clipboard::X11Clipboard(const runtime::Clock& clock, const std::string& displ
     , connection_(displayName, clock)
     , server_(connection_, clock)
     , reader_(connection_, clock, [this](const xcb_generic_event_t& event) { dispatch(event); })
-    , fetch_(connection_, clock, {}) {
+    , fetch_(connection_, clock, {})
+    , primary_(connection_, server_, [this](xcb_timestamp_t time) {
+        return fetchText(XCB_ATOM_PRIMARY, time, clock_.now() + ownerSeconds);
+    }) {
     if (!connection_.isAlive())
         return;
-    const auto atoms =
-        connection_.atoms({"CLIPBOARD", "SAVE_TARGETS", "CLIPBOARD_MANAGER"}, serverDeadline());
+    const auto atoms = connection_.atoms({"CLIPBOARD", "SAVE_TARGETS", "CLIPBOARD_MANAGER"},
+                                         connection_.deadlineIn(serverSeconds));
     clipboard_ = atoms[0];
     saveTargets_ = atoms[1];
     clipboardManager_ = atoms[2];
-    watchChanges();
-}
-
-void X11Clipboard::watchChanges() {
-    auto* connection = connection_.raw();
-    const auto* extension = xcb_get_extension_data(connection, &xcb_xfixes_id);
-    if (!extension || !extension->present)
-        return;
-    selectionEvent_ = extension->first_event + XCB_XFIXES_SELECTION_NOTIFY;
-    const auto version = xcb_xfixes_query_version(connection, 2, 0);
-    connection_.reply<xcb_xfixes_query_version_reply_t>(version, serverDeadline());
-    xcb_xfixes_select_selection_input(connection, connection_.root(), clipboard_,
-                                      XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
-                                          XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
-                                          XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
-    connection_.synchronize(serverDeadline());
+    selectionEvent_ = watchChanges(connection_, clipboard_);
 }
 
 std::int64_t X11Clipboard::changeCount() {
-    connection_.synchronize(serverDeadline());
+    connection_.synchronize(connection_.deadlineIn(serverSeconds));
     dispatchPending();
     return changeCount_;
 }
@@ -98,7 +102,7 @@ void X11Clipboard::dropPrefetch() {
 }
 
 void X11Clipboard::readItems(ItemsReady ready) {
-    connection_.synchronize(serverDeadline());
+    connection_.synchronize(connection_.deadlineIn(serverSeconds));
     dispatchPending();
     if (late_ != Late::none)
         endFetch();
@@ -112,13 +116,13 @@ void X11Clipboard::readItems(ItemsReady ready) {
 }
 
 bool X11Clipboard::startFetch() {
-    const auto time = connection_.timestamp(serverDeadline());
+    const auto time = connection_.timestamp(connection_.deadlineIn(serverSeconds));
     dispatchPending();
     fetchedCount_ = changeCount_;
     fetch_.stop();
     if (!time)
         return false;
-    if (isOwned(clipboard_))
+    if (hasOwner(connection_, clipboard_, connection_.deadlineIn(serverSeconds)))
         fetch_.start(clipboard_, *time);
     else
         fetch_.completeEmpty();
@@ -177,7 +181,7 @@ void X11Clipboard::addLateForms() {
         std::vector<platform::PasteboardItem> items;
         items.push_back(std::move(item));
         contents.merge(X11SelectionContents::fromItems(std::move(items)), order_);
-        contents.resolve(connection_, serverDeadline());
+        contents.resolve(connection_, connection_.deadlineIn(serverSeconds));
         server_.update(clipboard_, std::make_shared<const X11SelectionContents>(std::move(contents)));
     }
     if (!fetch_.isComplete())
@@ -206,7 +210,7 @@ std::optional<std::string> X11Clipboard::readText() {
     const double start = clock_.now();
     for (int attempt = 1;; ++attempt) {
         const auto time = connection_.timestamp(start + serverSeconds);
-        if (!time || !isOwned(clipboard_))
+        if (!time || !hasOwner(connection_, clipboard_, connection_.deadlineIn(serverSeconds)))
             return std::nullopt;
 
         dispatchPending();
@@ -219,19 +223,19 @@ std::optional<std::string> X11Clipboard::readText() {
 
 void X11Clipboard::clearContents() {
     dispatchPending();
-    releasePrimary();
+    primary_.release();
     if (late_ == Late::restored)
         late_ = Late::kept;
-    server_.claimUnfilled(clipboard_, serverDeadline());
+    server_.claimUnfilled(clipboard_, connection_.deadlineIn(serverSeconds));
 }
 
 void X11Clipboard::writeText(X11SelectionContents contents) {
     dispatchPending();
-    releasePrimary();
-    contents.resolve(connection_, serverDeadline());
+    primary_.release();
+    contents.resolve(connection_, connection_.deadlineIn(serverSeconds));
     if (!contents.items.empty())
         server_.fill(clipboard_, std::make_shared<const X11SelectionContents>(std::move(contents)),
-                     serverDeadline());
+                     connection_.deadlineIn(serverSeconds));
 }
 
 void X11Clipboard::writeItems(X11SelectionContents contents) {
@@ -248,51 +252,17 @@ void X11Clipboard::offerPrimary() {
         texts = own->textOnly();
     else if (const auto text = readText())
         texts = X11SelectionContents::fromText(*text);
-    texts.resolve(connection_, serverDeadline());
-    if (texts.targets().empty())
-        return;
-    if (!hasOfferedPrimary_)
-        formerPrimary_ = std::make_shared<const X11SelectionContents>(readPrimary());
-    hasOfferedPrimary_ = server_.claim(
-        XCB_ATOM_PRIMARY, std::make_shared<const X11SelectionContents>(std::move(texts)), serverDeadline());
-}
-
-/// Returns the text that is marked in any program; no forms if there is none.
-X11SelectionContents X11Clipboard::readPrimary() {
-    if (const auto own = server_.contents(XCB_ATOM_PRIMARY))
-        return *own;
-    X11SelectionContents texts;
-    const auto time = connection_.timestamp(serverDeadline());
-    if (!time || !isOwned(XCB_ATOM_PRIMARY))
-        return texts;
-    if (const auto text = fetchText(XCB_ATOM_PRIMARY, *time, clock_.now() + ownerSeconds)) {
-        texts = X11SelectionContents::fromText(*text);
-        texts.resolve(connection_, serverDeadline());
-    }
-    return texts;
-}
-
-/// Offers through PRIMARY again what `offerPrimary` has displaced. Does nothing if another program has taken
-/// it since.
-void X11Clipboard::releasePrimary() {
-    if (!std::exchange(hasOfferedPrimary_, false))
-        return;
-    const auto former = std::exchange(formerPrimary_, nullptr);
-    if (!server_.owns(XCB_ATOM_PRIMARY))
-        return;
-    if (former && !former->targets().empty())
-        server_.update(XCB_ATOM_PRIMARY, former);
-    else
-        server_.release(XCB_ATOM_PRIMARY);
+    primary_.offer(std::move(texts));
 }
 
 void X11Clipboard::handOver() {
-    connection_.synchronize(serverDeadline());
+    connection_.synchronize(connection_.deadlineIn(serverSeconds));
     const auto contents = ownContents();
-    if (!contents || contents->items.empty() || !isOwned(clipboardManager_))
+    if (!contents || contents->items.empty() ||
+        !hasOwner(connection_, clipboardManager_, connection_.deadlineIn(serverSeconds)))
         return;
-    const auto time = connection_.timestamp(serverDeadline());
-    const auto property = connection_.atom("_SONVALE_SAVE_TARGETS", serverDeadline());
+    const auto time = connection_.timestamp(connection_.deadlineIn(serverSeconds));
+    const auto property = connection_.atom("_SONVALE_SAVE_TARGETS", connection_.deadlineIn(serverSeconds));
     if (!time || property == XCB_ATOM_NONE)
         return;
     const auto targets = contents->targets();
@@ -374,26 +344,18 @@ void X11Clipboard::dispatchPending() {
         dispatch(*event);
 }
 
-bool X11Clipboard::isOwned(xcb_atom_t selection) {
-    return connection_.selectionOwner(selection, serverDeadline()).value_or(XCB_WINDOW_NONE) !=
-           XCB_WINDOW_NONE;
-}
-
 std::optional<std::string> X11Clipboard::fetchText(xcb_atom_t selection, xcb_timestamp_t time,
                                                    double deadline) {
     const auto count = changeCount_;
     for (const std::string name : target::plainText) {
-        const auto data = reader_.fetch(selection, connection_.atom(name, serverDeadline()), time, deadline);
+        const auto data = reader_.fetch(
+            selection, connection_.atom(name, connection_.deadlineIn(serverSeconds)), time, deadline);
         if (data && data->format == 8)
             return target::decodedText(name, data->bytes);
         if (clock_.now() >= deadline || changeCount_ != count)
             break;
     }
     return std::nullopt;
-}
-
-double X11Clipboard::serverDeadline() const {
-    return connection_.deadlineIn(serverSeconds);
 }
 
 } // namespace sonvale::adapters::x11

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "adapters/x11/selections/X11PrimarySelection.h"
 #include "adapters/x11/selections/X11SelectionFetch.h"
 #include "adapters/x11/selections/X11SelectionReader.h"
 #include "adapters/x11/selections/X11SelectionServer.h"
@@ -69,8 +70,6 @@ private:
     void dispatch(const xcb_generic_event_t& event);
     void dispatchPending();
     void noteChange(const xcb_generic_event_t& event);
-    void watchChanges();
-    bool isOwned(xcb_atom_t selection);
     bool startFetch();
     void advance();
     void answerItems();
@@ -79,16 +78,14 @@ private:
     void endFetch();
     void waitForLateForms();
     double nextDeadline() const;
-    void releasePrimary();
-    X11SelectionContents readPrimary();
     std::optional<std::string> fetchText(xcb_atom_t selection, xcb_timestamp_t time, double deadline);
-    double serverDeadline() const;
 
     const runtime::Clock& clock_;
     X11Connection connection_;
     X11SelectionServer server_;
     X11SelectionReader reader_;
     X11SelectionFetch fetch_;
+    X11PrimarySelection primary_;
     xcb_atom_t clipboard_ = XCB_ATOM_NONE;
     xcb_atom_t saveTargets_ = XCB_ATOM_NONE;
     xcb_atom_t clipboardManager_ = XCB_ATOM_NONE;
@@ -99,9 +96,6 @@ private:
     std::optional<Waiting> waiting_; ///< for `readItems`
     Late late_ = Late::none;
     std::vector<std::string> order_; ///< names of the forms of `fetch_`, in their owner's order
-    /// What PRIMARY held before `offerPrimary`; null if that is not in use.
-    X11SelectionServer::ContentsPointer formerPrimary_;
-    bool hasOfferedPrimary_ = false;
     bool isHandedOver_ = false;
 };
 
