@@ -1,6 +1,6 @@
 #include "base/Base64.h"
 #include "base/Json.h"
-#include "tests/e2e/FirstSteps.h"
+#include "tests/e2e/Onboarding.h"
 #include "tests/e2e/Session.h"
 #include "tests/support/TestServer.h"
 #include "tests/support/Voices.h"

@@ -1,4 +1,4 @@
-#include "tests/e2e/FirstSteps.h"
+#include "tests/e2e/Onboarding.h"
 #include "tests/e2e/Session.h"
 #include "tests/support/Files.h"
 #include "tests/support/Voices.h"

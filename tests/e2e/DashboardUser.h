@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/e2e/FirstSteps.h"
+#include "tests/e2e/Onboarding.h"
 #include "tests/e2e/ScreenReader.h"
 #include "tests/e2e/SpeechService.h"
 

@@ -1,6 +1,6 @@
 #include "tests/e2e/Session.h"
 
-#include "tests/e2e/FirstSteps.h"
+#include "tests/e2e/Onboarding.h"
 #include "tests/support/Accessibility.h"
 
 #include <X11/Xlib.h>

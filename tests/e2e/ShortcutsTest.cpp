@@ -1,5 +1,5 @@
 #include "base/Base64.h"
-#include "tests/e2e/FirstSteps.h"
+#include "tests/e2e/Onboarding.h"
 #include "tests/e2e/ScreenReader.h"
 #include "tests/e2e/Session.h"
 #include "tests/support/Files.h"

@@ -1,4 +1,4 @@
-#include "tests/e2e/FirstSteps.h"
+#include "tests/e2e/Onboarding.h"
 
 #include "tests/support/TestKeyboard.h"
 
