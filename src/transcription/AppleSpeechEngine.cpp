@@ -17,7 +17,7 @@ using platform::SpeechRecognitionError;
 using platform::SpeechRecognitionResult;
 using platform::SpeechRecognitionTask;
 
-/// What the recogniser's handler, the waiting caller and its cancellation share.
+/// The state that the recognizer's handler, the waiting caller and its cancellation share.
 class TaskBox {
 public:
     void store(std::shared_ptr<SpeechRecognitionTask> task) {
@@ -35,7 +35,7 @@ public:
             task->cancel();
     }
 
-    /// True for the one caller that may resume the continuation.
+    /// Returns true for the first call only. That caller may resume the continuation.
     bool claim() {
         const std::lock_guard lock(lock_);
         return !std::exchange(resumed_, true);
@@ -53,7 +53,7 @@ TranscriptionError errorFor(const SpeechRecognitionError& error) {
     return TranscriptionError::networkError({error.domain, error.code, error.localizedDescription});
 }
 
-/// The recogniser may call this several times, on any thread; the caller is resumed once.
+/// The recognizer may call this several times, on any thread. Resumes the waiting caller once.
 void handle(TaskBox& box, const runtime::Continuation<std::string>& continuation,
             const SpeechRecognitionResult* result, const SpeechRecognitionError* error) {
     if (!error && result && !result->isFinal)
@@ -103,8 +103,8 @@ runtime::Task<std::string> AppleSpeechEngine::transcribe(std::filesystem::path a
                     handle(*box, continuation, result, error);
                 }));
         };
-    // A task that is cancelled before the recognition has begun is cancelled right after: there is nothing to
-    // cancel earlier. Only the recogniser's answer resumes the caller.
+    // If the task is cancelled before the recognition has begun, the recognition is cancelled as soon as it
+    // begins. Only the recognizer's answer resumes the caller.
     std::function<void()> onCancel = [box] { box->cancel(); };
     co_return co_await runtime::suspend<std::string>(std::move(start), std::move(onCancel));
 }

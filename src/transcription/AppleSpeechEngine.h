@@ -8,15 +8,14 @@
 
 namespace sonvale::transcription {
 
-/// Recognises the recorded file on this machine; nothing leaves it.
+/// Transcribes the recorded file on this machine. Sends nothing over the network.
 ///
-/// There is no time limit: a transcription ends when the recogniser answers or the task is cancelled. Besides
-/// `engineUnavailable` (not authorised, or no recogniser for the language) it throws `invalidResponse`
-/// (nothing was said) and `networkError`, which holds any other error of the recogniser, its cancellation
-/// included.
+/// There is no time limit: a transcription ends when the recognizer answers or the task is cancelled. Throws
+/// `engineUnavailable` (not authorized, or no recognizer for the language), `invalidResponse` (no speech), or
+/// `networkError`, which contains any other error of the recognizer, including its cancellation.
 class AppleSpeechEngine final : public TranscriptionEngine {
 public:
-    /// `recognizers` must outlive the engine and its tasks. `currentLocale` gives an identifier such as
+    /// `recognizers` must outlive the engine and its tasks. `currentLocale` returns an identifier such as
     /// "en-US" and is called on any thread.
     AppleSpeechEngine(platform::SpeechRecognizers& recognizers, std::function<std::string()> currentLocale);
 
@@ -25,7 +24,7 @@ public:
     runtime::Task<std::string> transcribe(std::filesystem::path audioFileURL,
                                           std::optional<std::string> language) override;
 
-    /// Asks for the grant and waits for the answer; not cut short by cancelling. Never fails.
+    /// Asks for the permission and waits for the answer. Cancelling does not end the wait. Never fails.
     static runtime::Task<platform::SpeechAuthorization>
     requestAuthorization(platform::SpeechRecognizers& recognizers);
 

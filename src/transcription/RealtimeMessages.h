@@ -8,22 +8,22 @@
 #include <string>
 #include <string_view>
 
-// What the realtime service is told, and the token in the backend's answer. Pure; any thread.
+// The messages to the realtime service, and the token in the backend's answer. Pure functions; any thread.
 
 namespace sonvale::transcription {
 
-/// The event that sets a session up for dictation in that language; absent and "auto" leave the language to
-/// the service.
+/// Returns the event that sets up a session for dictation in `language`. If it is absent or "auto", the
+/// service detects the language.
 base::Json sessionUpdate(const std::optional<std::string>& language);
 platform::WebSocketMessage sessionUpdateFrame(const std::optional<std::string>& language);
 
-/// 16-bit mono audio at 24,000 Hz, for the service's input buffer.
+/// Returns the message that appends 16-bit mono audio at 24,000 Hz to the service's input buffer.
 platform::WebSocketMessage audioFrame(std::string_view pcm);
 
-/// Asks for the text of the audio that was sent since the last one.
+/// Returns the message that asks for the text of the audio sent since the last commit.
 platform::WebSocketMessage commitFrame();
 
-/// The short-lived token of a session. Throws `TranscriptionError`.
+/// Returns the short-lived token of a session. Throws `TranscriptionError`.
 std::string ephemeralTokenFrom(const platform::UrlResponse& response);
 
 } // namespace sonvale::transcription

@@ -9,7 +9,7 @@ namespace sonvale::transcription {
 
 namespace {
 
-/// Events that are expected and say nothing.
+/// Events that are expected and have no effect.
 constexpr std::array<std::string_view, 7> silentEvents = {
     "input_audio_buffer.committed", "response.created",          "response.output_item.added",
     "conversation.item.created",    "response.output_item.done", "response.content_part.added",
@@ -66,7 +66,7 @@ RealtimeTranscript::Effect RealtimeTranscript::handleMessage(const platform::Web
     } else if (std::ranges::find(silentEvents, *type) != silentEvents.end()) {
         logger_.debug("RealtimeSTT: Received '{}'", *type);
     } else {
-        // The name comes from the network: only its beginning goes to the log.
+        // The name comes from the network: the log gets only its beginning.
         logger_.debug("RealtimeSTT: Ignoring unhandled event type '{}'", base::firstCharacters(*type, 80));
     }
     return Effect::none;
@@ -142,7 +142,7 @@ void RealtimeTranscript::reportWait(const std::string& text, const char* remark)
 }
 
 RealtimeTranscript::Effect RealtimeTranscript::effectOf(const Outcome& outcome) {
-    return resolveContinuation(outcome) ? Effect::resolved : Effect::nobodyWaits;
+    return resolveContinuation(outcome) ? Effect::resolved : Effect::unawaited;
 }
 
 std::vector<std::string> RealtimeTranscript::takeSegments() {
@@ -163,17 +163,17 @@ void RealtimeTranscript::expectOutcome() {
 }
 
 void RealtimeTranscript::installContinuation(runtime::Continuation<std::string> continuation) {
-    std::optional<runtime::Continuation<std::string>> former;
+    std::optional<runtime::Continuation<std::string>> replaced;
     std::optional<Outcome> early;
     {
         const std::lock_guard lock(continuationLock_);
-        former = std::exchange(transcriptionContinuation_, std::move(continuation));
+        replaced = std::exchange(transcriptionContinuation_, std::move(continuation));
         isOutcomeExpected_ = false;
         early = std::exchange(earlyOutcome_, std::nullopt);
     }
-    if (former) {
+    if (replaced) {
         logger_.error("RealtimeSTT: Replacing pending continuation — resuming old one with cancellation");
-        former->fail(std::make_exception_ptr(runtime::CancellationError()));
+        replaced->fail(std::make_exception_ptr(runtime::CancellationError()));
     }
     if (early)
         resolveContinuation(*early);

@@ -14,41 +14,41 @@
 
 namespace sonvale::transcription {
 
-/// The receiving half of a realtime session: reads the server's events, and hands the text of the utterance
+/// The receiving half of a realtime session. Reads the server's events and passes the text of the utterance
 /// to the one task that waits for it. Any thread.
 ///
-/// Transcript, time-out, error and teardown may come in any order: the first of them takes the waiting task
-/// out under the lock and resumes it after, the others find nobody.
+/// The transcript, the timeout, an error and the teardown may come in any order. The first of them removes
+/// the waiting task under the lock and resumes it afterwards; the others find no waiting task.
 class RealtimeTranscript {
 public:
     using Outcome = std::variant<std::string, std::exception_ptr>;
 
-    /// What became of one event.
+    /// The effect of one event.
     enum class Effect {
-        none,        ///< it ends no wait
-        resolved,    ///< a waiting task was resumed
-        nobodyWaits, ///< it would have resumed one
+        none,      ///< the event ends no wait
+        resolved,  ///< a waiting task was resumed
+        unawaited, ///< the event ends a wait, but no task was waiting
     };
 
     explicit RealtimeTranscript(runtime::Clock& clock);
 
-    /// Judges one frame. It may come from anywhere: what cannot be read is logged and dropped.
+    /// Handles one frame. The frame is untrusted: if it cannot be read, it is logged and dropped.
     Effect handleMessage(const platform::WebSocketMessage& message);
 
-    /// From here the wait for a transcript is measured.
+    /// Starts to measure the wait for a transcript.
     void beginUtterance();
 
-    /// An outcome that comes from now on is kept for the task that is about to wait: the server may answer
-    /// before the sender of the commit has been told that it is sent.
+    /// Keeps an outcome that comes from now on for the task that is about to wait. The server may answer
+    /// before the sender of the commit learns that the commit is sent.
     void expectOutcome();
 
-    /// Makes this the waiting task; one that waited before is resumed with `CancellationError`.
+    /// Makes this the waiting task. Resumes an earlier waiting task with `CancellationError`.
     void installContinuation(runtime::Continuation<std::string> continuation);
 
-    /// Resumes the waiting task; whether there was one.
+    /// Resumes the waiting task. Returns whether there was one.
     bool resolveContinuation(const Outcome& outcome);
 
-    /// Forgets what was understood so far; `forgetSession` also whose session it was.
+    /// Both clear the text received so far; `forgetSession` also clears the session's identifier.
     void forgetUtterance();
     void forgetSession();
 

@@ -43,18 +43,19 @@ runtime::Task<std::string> RealtimeTranscriptionEngine::finalize(Self self) {
     co_return co_await runtime::suspend<std::string>(std::move(wait));
 }
 
-/// Starts to send the rest and the commit. `sent` ends with the outcome, or earlier by the time limit or by a
-/// cancel of the session: a connection that died without notice takes no bytes and reports no error.
+/// Starts to send the rest and the commit. Resumes `sent` with the outcome, or earlier if the time limit
+/// passes or the session is cancelled: a connection that is lost without notice takes no bytes and reports no
+/// error.
 void RealtimeTranscriptionEngine::beginCommit(const Self& self, runtime::Continuation<> sent) {
     const auto commit = std::make_shared<Commit>(std::move(sent));
-    std::shared_ptr<Commit> former;
+    std::shared_ptr<Commit> replaced;
     {
         const std::lock_guard lock(self->accumulationLock_);
         commit->session = self->session_;
-        former = std::exchange(self->commit_, commit);
+        replaced = std::exchange(self->commit_, commit);
     }
-    if (former)
-        former->sent.fail(std::make_exception_ptr(runtime::CancellationError()));
+    if (replaced)
+        replaced->sent.fail(std::make_exception_ptr(runtime::CancellationError()));
     const auto limit = runtime::spawn(self->parts_.pool, watchCommit(self, commit, &self->parts_.clock));
     runtime::spawn(self->parts_.pool, sendCommit(self, commit, limit));
 }
@@ -104,14 +105,14 @@ runtime::Task<> RealtimeTranscriptionEngine::watchCommit(WeakSelf weakSelf, std:
             self->sessionDroppedUnexpectedly_ = true;
         }
     }
-    // The receive loop ends with it, and the sends that still wait.
+    // This also ends the receive loop and the sends that still wait.
     if (socket)
         socket->cancel(platform::WebSocketTask::goingAway);
     commit->sent.fail(std::make_exception_ptr(TranscriptionError::networkError(
         {"RealtimeSTT", -1, "The connection to the transcription service does not respond"})));
 }
 
-/// Whether the caller is the one that ends this commit's wait.
+/// Returns whether the caller may end the wait for this commit. Returns true once for each commit.
 bool RealtimeTranscriptionEngine::takeCommit(const std::shared_ptr<Commit>& commit) {
     const std::lock_guard lock(accumulationLock_);
     if (commit_ != commit)
@@ -130,7 +131,7 @@ bool RealtimeTranscriptionEngine::cancelUncommitted() {
     return true;
 }
 
-/// Sends what has gathered since the last chunk, behind the chunks that are on their way.
+/// Sends the audio collected since the last chunk, after the chunks that are being sent.
 runtime::Task<> RealtimeTranscriptionEngine::sendRest(Self self, std::uint64_t session) {
     Chunk rest;
     {

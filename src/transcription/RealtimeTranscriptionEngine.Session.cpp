@@ -6,7 +6,7 @@
 
 #include <utility>
 
-// How a session is opened, ahead of a recording or with it, and closed.
+// Opens a session, with a recording or before it, and closes it.
 
 namespace sonvale::transcription {
 
@@ -14,8 +14,8 @@ namespace {
 
 constexpr double tokenTimeout = 10;
 constexpr double handshakeTimeout = 60;
-/// Seconds; less is the inaccuracy of two readings.
-constexpr double shortestSleep = 0.5;
+/// Seconds that the machine must have slept. A shorter time is the inaccuracy of two clock readings.
+constexpr double minSleep = 0.5;
 
 } // namespace
 
@@ -29,7 +29,7 @@ bool RealtimeTranscriptionEngine::hasReadySession() const {
     const auto language = parts_.language();
     const std::lock_guard lock(accumulationLock_);
     return sessionReady_ && webSocketTask_ && sessionLanguage_ == language &&
-           parts_.clock.secondsAsleep() - sleptAtOpening_ < shortestSleep;
+           parts_.clock.secondsAsleep() - sleptAtOpening_ < minSleep;
 }
 
 runtime::Task<> RealtimeTranscriptionEngine::open(Self self, platform::AudioFormat inputFormat) {
@@ -48,7 +48,7 @@ runtime::Task<> RealtimeTranscriptionEngine::open(Self self, platform::AudioForm
         throw TranscriptionError::apiKeyMissing();
     }
     self->requireCurrent(session);
-    self->takeDownFormerSession();
+    self->closePreviousSession();
 
     auto bearer = *token;
     if (self->parts_.addresses.useProxy())
@@ -67,7 +67,7 @@ runtime::Task<> RealtimeTranscriptionEngine::open(Self self, platform::AudioForm
 
 std::uint64_t RealtimeTranscriptionEngine::beginSession() {
     const std::lock_guard lock(accumulationLock_);
-    // What was spoken already stays, for the session that is to come.
+    // Audio that is already captured is kept for the new session.
     sessionReady_ = false;
     return ++session_;
 }
@@ -78,7 +78,7 @@ void RealtimeTranscriptionEngine::requireCurrent(std::uint64_t session) const {
         throw runtime::CancellationError();
 }
 
-void RealtimeTranscriptionEngine::takeDownFormerSession() {
+void RealtimeTranscriptionEngine::closePreviousSession() {
     runtime::TaskHandle<> receiveTask;
     Socket socket;
     std::shared_ptr<platform::UrlSession> urlSession;
@@ -126,7 +126,7 @@ RealtimeTranscriptionEngine::connect(std::uint64_t session, const std::string& t
     const auto socket = urlSession->webSocketTask(std::move(request));
     {
         const std::lock_guard lock(accumulationLock_);
-        // Another start has the say now, or a cancel; its socket is not to be replaced.
+        // Another start or a cancel takes precedence. This call must not replace its socket.
         if (session_ != session)
             throw runtime::CancellationError();
         urlSession_ = urlSession;
@@ -168,7 +168,7 @@ void RealtimeTranscriptionEngine::becomeReady(std::uint64_t session, const Socke
     }
 }
 
-// Closing it.
+// Closing a session.
 
 void RealtimeTranscriptionEngine::cancelSession() {
     logLifecycle("");
@@ -255,14 +255,15 @@ runtime::Task<> RealtimeTranscriptionEngine::openAhead(Self self, platform::Audi
 
 void RealtimeTranscriptionEngine::startRefreshTimer() {
     const auto task = runtime::spawn(parts_.pool, closeLater(weak_from_this(), &parts_.clock));
-    runtime::TaskHandle<> needless = task;
+    runtime::TaskHandle<> unneeded = task;
     {
         const std::lock_guard lock(accumulationLock_);
-        // Somebody may have taken the session over the moment it stood; it is not to be closed then.
+        // A recording may have started to use the session as soon as it was open. Then the timer must not
+        // close it.
         if (cachedInputFormat_)
-            needless = std::exchange(preWarmRefreshTask_, task);
+            unneeded = std::exchange(preWarmRefreshTask_, task);
     }
-    needless.cancel();
+    unneeded.cancel();
 }
 
 runtime::Task<> RealtimeTranscriptionEngine::closeLater(WeakSelf weakSelf, runtime::Clock* clock) {
@@ -272,7 +273,7 @@ runtime::Task<> RealtimeTranscriptionEngine::closeLater(WeakSelf weakSelf, runti
     if (!self || co_await runtime::isCurrentTaskCancelled())
         co_return;
     self->logger_.info("RealtimeSTT: Pre-warm token expiring — refreshing session");
-    // This cancels the timer too, which is this task: an unused session is closed and not opened again.
+    // This also cancels the timer, which is this task: an unused session is closed and not opened again.
     self->cancelSession();
     if (co_await runtime::isCurrentTaskCancelled())
         co_return;

@@ -68,14 +68,14 @@ void RealtimeTranscriptionEngine::flushPreHandshake() {
         sendChunk();
 }
 
-/// Starts the sending of the next outgoing chunk. Which chunk that is is settled under the lock, so that two
-/// callers at once cannot change the order of the audio.
+/// Starts to send the next outgoing chunk. The task takes the chunk under the lock, so that concurrent
+/// callers cannot change the order of the audio.
 void RealtimeTranscriptionEngine::sendChunk() {
     audioWasSentInSession_ = true;
     const auto task = runtime::spawn(parts_.sending, sendNextChunk(weak_from_this()));
 
     const std::lock_guard lock(pendingSendLock_);
-    // Those that have gone out need no waiting for; a long recording would pile them up.
+    // Finished tasks need no waiting. In a long recording they would accumulate.
     while (!pendingSendTasks_.empty() && pendingSendTasks_.front().isDone())
         pendingSendTasks_.pop_front();
     pendingSendTasks_.push_back(task);
@@ -105,7 +105,7 @@ runtime::Task<> RealtimeTranscriptionEngine::sendNextChunk(WeakSelf weakSelf) {
     try {
         co_await socket->send(std::move(message));
     } catch (const std::exception& error) {
-        // The session's fate is the receive loop's business.
+        // The receive loop decides about the session.
         base::Logger("RealtimeSTT").error("RealtimeSTT: Failed to send audio chunk — {}", error.what());
     }
 }
@@ -147,7 +147,8 @@ runtime::Task<> RealtimeTranscriptionEngine::receive(WeakSelf weakSelf, Socket s
         self->endReceiving(socket);
 }
 
-/// Whether another session has begun meanwhile, whose state is none of this socket's business.
+/// Returns whether another session has begun meanwhile. This socket must not change the state of that
+/// session.
 bool RealtimeTranscriptionEngine::isStale(const Socket& socket) const {
     const std::lock_guard lock(accumulationLock_);
     return webSocketTask_ && webSocketTask_ != socket;

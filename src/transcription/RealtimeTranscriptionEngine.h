@@ -21,21 +21,22 @@
 
 namespace sonvale::transcription {
 
-/// Streams the microphone to the realtime transcription service over a WebSocket, so that the text is there a
-/// moment after the user stops.
+/// Streams the microphone to the realtime transcription service over a WebSocket, so that the text is
+/// available a moment after the user stops.
 ///
-/// Held by a shared pointer. Its tasks run on the pool and hold it weakly while they wait; `appendAudio` runs
-/// on the capture thread, everything else may be called from any thread. Three locks guard its state; each is
-/// held for single steps only, never across a suspension, a send or a line of log, and no two at once.
+/// Owned by a shared pointer. Its tasks run on the pool and hold a weak reference while they wait.
+/// `appendAudio` runs on the capture thread; the other operations may be called from any thread. Three locks
+/// guard the state. Each is held for single steps only, never across a suspension, a send or a line of log,
+/// and no two at the same time.
 class RealtimeTranscriptionEngine final : public StreamingTranscriptionEngine,
                                           public std::enable_shared_from_this<RealtimeTranscriptionEngine> {
 public:
     static constexpr std::size_t targetChunkBytes = 4800; ///< 100 ms of 16-bit mono audio at 24,000 Hz
     static constexpr double commitTimeout = 5;         ///< seconds for the rest of the audio and the commit
     static constexpr double transcriptionTimeout = 10; ///< seconds from the commit to the transcript
-    static constexpr double preWarmLifetime = 100;     ///< seconds that a session stands unused
+    static constexpr double preWarmLifetime = 100;     ///< seconds that an unused session stays open
 
-    /// What it works with; everything referred to outlives it.
+    /// The objects that it uses. All of them outlive it.
     struct Parts {
         runtime::Actor pool;
         runtime::Actor sending; ///< serial: audio leaves in the order in which it was captured
@@ -44,7 +45,7 @@ public:
         platform::SampleRateConverters& converters;
         services::ServiceAddresses addresses;
         services::TokenProvider tokenProvider;
-        std::function<std::optional<std::string>()> language; ///< the user's choice now; any thread
+        std::function<std::optional<std::string>()> language; ///< the user's present choice; any thread
     };
 
     explicit RealtimeTranscriptionEngine(Parts parts);
@@ -52,48 +53,48 @@ public:
 
     bool isAvailable() const override { return true; }
 
-    /// Always throws `engineUnavailable`: it takes no file.
+    /// Always throws `engineUnavailable`: it does not transcribe files.
     runtime::Task<std::string> transcribe(std::filesystem::path audioFileURL,
                                           std::optional<std::string> language) override;
 
-    /// Needs one request for a token, unless there is a key, and one handshake; none with a session that
-    /// stands. Throws `TranscriptionError`, `platform::UrlError`, or `runtime::CancellationError` when
-    /// another start or a cancel overtakes it. Cancelling the task cuts the request for the token short.
+    /// Needs one request for a token, unless there is a key, and one handshake. Needs neither if a session is
+    /// open. Throws `TranscriptionError`, `platform::UrlError`, or `runtime::CancellationError` if another
+    /// start or a cancel overtakes it. Cancelling the task ends the request for the token.
     runtime::Task<> startSession(platform::AudioFormat inputFormat) override;
 
     void appendAudio(const platform::PcmBuffer& buffer) override;
 
-    /// At most `commitTimeout` until the commit is sent and `transcriptionTimeout` after it; cancelling the
-    /// task does not cut it short. A connection that does not take the audio in time is closed, and the call
-    /// throws `networkError`. A second call while one waits ends the first with `runtime::CancellationError`.
+    /// Waits at most `commitTimeout` until the commit is sent, and then `transcriptionTimeout`. Cancelling
+    /// the task does not end the wait. If the connection does not take the audio in time, closes it and
+    /// throws `networkError`. A second call ends a waiting first one with `runtime::CancellationError`.
     runtime::Task<std::string> finalizeStreamingTranscription() override;
 
     /// Wipes the audio that has not been sent yet.
     void discardAudio();
 
-    /// Keeps the session and forgets what it has of the present utterance.
+    /// Keeps the session and drops the audio and text of the present utterance.
     void resetForNextUtterance();
 
     void cancelSession() override;
 
-    /// Cancels the session if the end of an utterance still waits for its audio to leave; that call then
-    /// throws `runtime::CancellationError`. Returns whether it did. Any thread.
+    /// Cancels the session if a call of `finalizeStreamingTranscription` still waits until its audio is sent.
+    /// That call then throws `runtime::CancellationError`. Returns whether it cancelled. Any thread.
     bool cancelUncommitted();
 
-    /// Closes a session that stands ready, for a caller that knows that no recording uses it and that its
-    /// connection may be dead. Does nothing if there is none. Any thread.
+    /// Closes a session that is ready, for a caller that knows that no recording uses it and that its
+    /// connection may be lost. Does nothing if there is none. Any thread.
     void closeReadySession();
 
-    /// Opens a session ahead of a recording; it is closed again when nobody has taken it within
-    /// `preWarmLifetime`. Never throws. Nothing when a session stands.
+    /// Opens a session before a recording. Closes it again if no recording uses it within `preWarmLifetime`.
+    /// Does nothing if a session is open. Never throws.
     runtime::Task<> preWarm(platform::AudioFormat inputFormat);
 
-    /// For the one who takes a pre-warmed session over: it is not closed any more.
+    /// Stops the timer that closes an unused session. Called when a recording uses a pre-warmed session.
     void clearPreWarmState();
 
-    /// Whether audio that is appended now goes out at once, to a session of the language that is set now: the
-    /// language is sent only when a session opens. False for a session that was open while the
-    /// machine slept: its connection is likely dead, and nothing says so.
+    /// Returns whether audio that is appended now is sent at once, to a session of the present language: the
+    /// language is sent only when a session opens. Returns false if the session was open while the machine
+    /// slept: its connection is probably lost, and no event reports it.
     bool hasReadySession() const;
 
 private:
@@ -101,13 +102,13 @@ private:
     using WeakSelf = std::weak_ptr<RealtimeTranscriptionEngine>;
     using Socket = std::shared_ptr<platform::WebSocketTask>;
 
-    /// Audio on its way out, with the socket that it is meant for.
+    /// Audio that is about to be sent, with the socket to send it to.
     struct Chunk {
         base::WipedBytes pcm;
         Socket socket;
     };
 
-    /// The end of an utterance whose commit has not been sent. The one that takes it out of `commit_` ends
+    /// The end of an utterance whose commit has not been sent. The caller that removes it from `commit_` ends
     /// the wait.
     struct Commit {
         explicit Commit(runtime::Continuation<> continuation)
@@ -135,7 +136,7 @@ private:
     std::uint64_t beginSession();
     void requireCurrent(std::uint64_t session) const;
     Socket connect(std::uint64_t session, const std::string& token, const platform::AudioFormat& inputFormat);
-    void takeDownFormerSession();
+    void closePreviousSession();
     void becomeReady(std::uint64_t session, const Socket& socket, std::optional<std::string> language);
     void flushPreHandshake();
     void sendChunk();
@@ -147,23 +148,23 @@ private:
 
     const Parts parts_;
     base::Logger logger_{"RealtimeSTT"};
-    audio::PCMResampler pcmResampler_; ///< the capture thread's
-    RealtimeTranscript transcript_;    ///< has the second lock, `continuationLock`
+    audio::PCMResampler pcmResampler_; ///< used by the capture thread only
+    RealtimeTranscript transcript_;    ///< contains the second lock, `continuationLock`
 
     mutable std::mutex accumulationLock_;        ///< guards all down to `sleptAtOpening_`
     base::WipedBytes accumulatedPCM_;            ///< converted and not yet sent
-    bool sessionReady_ = false;                  ///< the session has its settings
-    std::optional<std::string> sessionLanguage_; ///< among them
+    bool sessionReady_ = false;                  ///< whether the session has its settings
+    std::optional<std::string> sessionLanguage_; ///< the language in those settings
     Socket webSocketTask_;
     std::deque<Chunk> outgoing_; ///< in the order of the capture
-    std::uint64_t session_ = 0;  ///< grows with every start and cancel
+    std::uint64_t session_ = 0;  ///< incremented by every start and cancel
     std::shared_ptr<platform::UrlSession> urlSession_;
     runtime::TaskHandle<> receiveTask_;
     runtime::TaskHandle<> preWarmRefreshTask_;
     std::optional<platform::AudioFormat> cachedInputFormat_; ///< of the last pre-warm
-    std::shared_ptr<Commit> commit_;                         ///< present while its audio leaves
+    std::shared_ptr<Commit> commit_;                         ///< present while its audio is being sent
     std::optional<double> sessionOpenedAt_;
-    double sleptAtOpening_ = 0; ///< the machine's time asleep when the session opened
+    double sleptAtOpening_ = 0; ///< seconds that the machine had slept when the session opened
 
     std::mutex pendingSendLock_;
     std::deque<runtime::TaskHandle<>> pendingSendTasks_; ///< guarded by `pendingSendLock_`

@@ -5,8 +5,8 @@
 
 namespace sonvale::transcription {
 
-/// The locale in which a recording is recognised: that of `language` when it is one of the languages known
-/// here, else `current` (language absent, "auto" or unknown).
+/// Returns the locale in which a recording is recognized. It is the locale of `language` if that is one of
+/// the known languages, otherwise `current` (`language` is absent, "auto" or unknown).
 std::string localeFor(const std::optional<std::string>& language, const std::string& current);
 
 } // namespace sonvale::transcription

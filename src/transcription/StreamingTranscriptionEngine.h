@@ -5,22 +5,22 @@
 
 namespace sonvale::transcription {
 
-/// Turns speech into text while it is spoken.
+/// Turns speech into text while the user speaks.
 class StreamingTranscriptionEngine : public TranscriptionEngine {
 public:
-    /// Opens a session for audio of that format, or takes one that stands already. Runs away from the
-    /// caller's actor. Throws when it cannot be opened; audio that was appended stays.
+    /// Opens a session for audio of this format, or uses one that is open. Does not run on the caller's
+    /// actor. Throws if the session cannot be opened; keeps the audio that was appended.
     virtual runtime::Task<> startSession(platform::AudioFormat inputFormat) = 0;
 
-    /// Takes one captured buffer, before or in a session. On the capture thread: it never waits and never
-    /// throws.
+    /// Appends one captured buffer, before or during a session. Runs on the capture thread: never waits and
+    /// never throws.
     virtual void appendAudio(const platform::PcmBuffer& buffer) = 0;
 
-    /// Ends the utterance and waits for its text. Runs away from the caller's actor and ends within some
-    /// seconds. Throws `TranscriptionError`, or `runtime::CancellationError` when the session is cancelled.
+    /// Ends the utterance and waits for its text. Does not run on the caller's actor; ends within some
+    /// seconds. Throws `TranscriptionError`, or `runtime::CancellationError` if the session is cancelled.
     virtual runtime::Task<std::string> finalizeStreamingTranscription() = 0;
 
-    /// Closes the session and forgets what was spoken. Returns at once; any thread.
+    /// Closes the session and drops its audio and text. Returns at once; any thread.
     virtual void cancelSession() = 0;
 };
 

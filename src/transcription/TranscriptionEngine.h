@@ -16,16 +16,16 @@ public:
     TranscriptionEngine& operator=(const TranscriptionEngine&) = delete;
     virtual ~TranscriptionEngine() = default;
 
-    /// Whether `transcribe` can be expected to work now. Any thread; does not block.
+    /// Returns whether `transcribe` is expected to work now. Any thread; does not block.
     virtual bool isAvailable() const = 0;
 
-    /// Told when a recording begins whose file may come here: what takes long to load can be loaded
-    /// meanwhile. Returns at once. Any thread.
+    /// Called when a recording begins whose file this engine may get. The engine can load a model meanwhile.
+    /// Returns at once. Any thread.
     virtual void prepare() {}
 
-    /// The words in a finished audio file. `language` is a code such as "en" or "auto"; absent: the engine
-    /// chooses. Runs on any actor and never holds it; the engine must outlive the task. Throws
-    /// `TranscriptionError`, when the task is cancelled too, or what the system says about the file.
+    /// Returns the words in a finished audio file. `language` is a code such as "en" or "auto"; if it is
+    /// absent, the engine chooses. Runs on any actor and never blocks it; the engine must outlive the task.
+    /// Throws `TranscriptionError`, also if the task is cancelled, or the system's error about the file.
     virtual runtime::Task<std::string> transcribe(std::filesystem::path audioFileURL,
                                                   std::optional<std::string> language) = 0;
 };

@@ -10,7 +10,7 @@ namespace sonvale::transcription {
 
 using services::UnderlyingError;
 
-/// What every engine and every backend call of transcription throws.
+/// The error of every engine and every backend call of transcription.
 class TranscriptionError : public std::exception {
 public:
     enum class Case {
@@ -34,16 +34,16 @@ public:
     static TranscriptionError upgradeRequired();
 
     Case errorCase() const { return case_; }
-    /// The case as it is written in the code: "engineUnavailable".
+    /// Returns the case as it is written in the code, such as "engineUnavailable".
     std::string name() const;
 
-    /// Words for the user.
+    /// Returns the text for the user.
     const std::string& errorDescription() const { return description_; }
     const char* what() const noexcept override { return description_.c_str(); }
 
-    /// Of `networkError`; empty for the others.
+    /// Returns the cause of a `networkError`. Empty for the other cases.
     const UnderlyingError& underlying() const { return underlying_; }
-    /// Of `apiError`; 0 and empty for the others.
+    /// Return the parts of an `apiError`. 0 and empty for the other cases.
     std::int64_t statusCode() const { return statusCode_; }
     const std::string& body() const { return body_; }
 
@@ -57,8 +57,8 @@ private:
     std::string body_;
 };
 
-/// Returns what the log may say of a failed transcription: the case, and the status of an API error, such as
-/// "apiError (500)". Never contains a server's message.
+/// Returns the description of a failed transcription for the log: the case, and the status of an API error,
+/// such as "apiError (500)". Never contains a server's message.
 std::string failureKind(const std::exception& error);
 
 } // namespace sonvale::transcription

@@ -36,7 +36,7 @@ runtime::Task<std::string> TranscriptionManager::transcribe(std::filesystem::pat
     const auto preference = preferredEngine.get();
     std::exception_ptr cloudError;
     if (preference != Preference::local) {
-        // Held, so that the engine stays while it works.
+        // Keeps the engine while it works.
         const auto cloud = cloudEngine;
         try {
             co_return co_await cloud->transcribe(audioFileURL, language);
@@ -66,12 +66,12 @@ runtime::Task<> TranscriptionManager::startStreaming(platform::AudioFormat input
         throw TranscriptionError::engineUnavailable();
 
     const auto engine = realtimeEngine_;
-    // A buffer that was being converted when an earlier recording was unbound may have come after all.
+    // A buffer that was being converted when an earlier recording was unbound may have arrived later.
     engine->discardAudio();
-    // First, so that what is said while the socket is being opened is kept.
+    // First, so that the speech during the opening of the socket is kept.
     bind([engine](const platform::PcmBufferPtr& buffer) { engine->appendAudio(*buffer); });
 
-    // This also holds if another session is opened: the former one's refresh timer must not close it.
+    // Also if another session is opened: the refresh timer of the previous session must not close it.
     engine->clearPreWarmState();
     if (!engine->hasReadySession())
         co_await engine->startSession(inputFormat);

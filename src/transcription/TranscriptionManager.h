@@ -11,10 +11,10 @@
 
 namespace sonvale::transcription {
 
-/// Owns the engines and chooses between them, and offers the one stream to the realtime service. Main actor.
+/// Owns the engines, chooses between them, and provides the one stream to the realtime service. Main actor.
 class TranscriptionManager {
 public:
-    /// Takes captured buffers, on the capture thread; it never waits and never throws.
+    /// Receives captured buffers on the capture thread. Never waits and never throws.
     using AudioConsumer = std::function<void(const platform::PcmBufferPtr&)>;
 
     TranscriptionManager(std::shared_ptr<TranscriptionEngine> cloudEngine,
@@ -26,56 +26,56 @@ public:
 
     base::Observed<TranscriptionEnginePreference> preferredEngine{TranscriptionEnginePreference::hybrid};
 
-    /// Null until the start-up sets it.
+    /// Null until the startup sets it.
     base::Observed<std::shared_ptr<TranscriptionEngine>> localEngine;
 
-    /// Whether the preference streams while the user speaks.
+    /// Returns whether the preference streams audio while the user speaks.
     bool isStreamingPreferred() const;
 
-    /// Lets the local engine load its model if the file of a recording may come to it: the recording goes on
-    /// without a session. Returns at once.
+    /// Asks the local engine to load its model if it may get the file of a recording, because the recording
+    /// runs without a session. Returns at once.
     void prepareLocalEngine() const;
 
-    /// Transcribes a finished file: `cloud` and `streaming` by the cloud, `local` on this machine, `hybrid`
-    /// by the cloud and after any failure on this machine. Throws the error of the engine that was asked
-    /// last; without a usable local engine `engineUnavailable`, or with `hybrid` the cloud's error.
-    /// Cancelling goes to the engine.
+    /// Transcribes a finished file. `cloud` and `streaming` use the cloud, `local` uses this machine, and
+    /// `hybrid` uses the cloud and, after any failure, this machine. Throws the error of the last engine
+    /// used. If the local engine is needed and not usable, throws `engineUnavailable`, or for `hybrid` the
+    /// cloud's error. Cancelling the task cancels the engine's task.
     runtime::Task<std::string> transcribe(std::filesystem::path audioFileURL,
                                           std::optional<std::string> language);
 
-    /// Transcribes a finished file on this machine, whatever the preference. Throws `engineUnavailable`
-    /// without a usable local engine, or the engine's error. Cancelling goes to the engine.
+    /// Transcribes a finished file on this machine, for any preference. Throws `engineUnavailable` if there
+    /// is no usable local engine, or the engine's error. Cancelling the task cancels the engine's task.
     runtime::Task<std::string> transcribeOnDevice(std::filesystem::path audioFileURL,
                                                   std::optional<std::string> language);
 
-    /// Streams a recording of this format. Wipes the audio that an earlier recording left behind, hands the
-    /// consumer of the new one to `bind`, and makes sure that a session is open: audio is kept from the bind
-    /// on, also if the session does not open. Throws `engineUnavailable` for a format without channels, and
-    /// as `RealtimeTranscriptionEngine::startSession`.
+    /// Streams a recording of this format. Wipes the remaining audio of an earlier recording, passes the
+    /// consumer of the new one to `bind`, and opens a session if none is open. Audio is kept from the call of
+    /// `bind` on, also if the session does not open. Throws `engineUnavailable` for a format without
+    /// channels, and the errors of `RealtimeTranscriptionEngine::startSession`.
     runtime::Task<> startStreaming(platform::AudioFormat inputFormat,
                                    std::function<void(AudioConsumer)> bind);
 
     /// Ends the utterance and returns its text, as
-    /// `RealtimeTranscriptionEngine::finalizeStreamingTranscription`. Answers do not say to which of two
-    /// calls they belong, so that only one may wait at a time.
+    /// `RealtimeTranscriptionEngine::finalizeStreamingTranscription`. Only one call may wait at a time,
+    /// because an answer does not say to which call it belongs.
     runtime::Task<std::string> finishStreaming();
 
     /// Keeps the session for the next utterance.
     void resetStream() const { realtimeEngine_->resetForNextUtterance(); }
 
-    /// Closes the session and wipes what was gathered for it. Returns at once.
+    /// Closes the session and wipes the audio collected for it. Returns at once.
     void cancelStream() const { realtimeEngine_->cancelSession(); }
 
-    /// Cancels the stream if its audio does not leave, as `RealtimeTranscriptionEngine::cancelUncommitted`.
+    /// Cancels the stream if its audio is not sent yet, as `RealtimeTranscriptionEngine::cancelUncommitted`.
     bool cancelUncommittedStream() const { return realtimeEngine_->cancelUncommitted(); }
 
     /// Closes a session that no recording uses. Does nothing if there is none.
     void closeReadyStream() const { realtimeEngine_->closeReadySession(); }
 
-    /// Whether a session is open and takes audio at once.
+    /// Returns whether a session is open and sends audio at once.
     bool isStreamReady() const { return realtimeEngine_->hasReadySession(); }
 
-    /// Opens a session ahead of a recording if the preference streams. Never throws.
+    /// Opens a session before a recording if the preference streams. Never throws.
     runtime::Task<> preWarm(platform::AudioFormat inputFormat);
 
 private:

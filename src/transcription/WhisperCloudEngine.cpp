@@ -19,7 +19,7 @@ namespace {
 
 using Bytes = std::vector<std::byte>;
 
-/// A file in memory, overwritten when it goes.
+/// The content of a file in memory. The destructor overwrites it.
 class FileContent {
 public:
     explicit FileContent(const std::filesystem::path& path) {
@@ -63,7 +63,7 @@ void appendField(Bytes& body, std::string_view boundary, std::string_view name, 
 Bytes multipartBody(std::string_view boundary, const std::optional<std::string>& language,
                     std::string_view filename, std::string_view content) {
     Bytes body;
-    // At once, so that growing leaves no copy of the recording behind.
+    // Reserves all memory at once: growing would leave copies of the recording in freed memory.
     body.reserve(content.size() + filename.size() + 8 * boundary.size() + 1024);
     appendField(body, boundary, "model", "gpt-4o-mini-transcribe");
     if (language && !language->empty() && *language != "auto")

@@ -17,17 +17,17 @@
 
 namespace sonvale::transcription {
 
-/// Sends a finished recording to the transcription service in one request. Any thread; held by a shared
-/// pointer for as long as a task of its own runs.
+/// Sends a finished recording to the transcription service in one request. Any thread. Owned by a shared
+/// pointer, which its tasks hold while they run.
 class WhisperCloudEngine final : public TranscriptionEngine,
                                  public std::enable_shared_from_this<WhisperCloudEngine> {
 public:
-    static constexpr double requestTimeout = 30; ///< seconds without a byte moving
-    /// Seconds until a connection stands. Where none comes about, the recogniser of this machine is next, and
-    /// the user waits.
+    static constexpr double requestTimeout = 30; ///< seconds without any data
+    /// Seconds until the connection is established. Short, because the user waits and the local recognizer is
+    /// used if there is no connection.
     static constexpr double connectTimeout = 8;
 
-    /// What it works with; everything referred to outlives it.
+    /// The objects that it uses. All of them outlive it.
     struct Parts {
         runtime::Actor pool;
         runtime::Clock& clock;
@@ -41,9 +41,9 @@ public:
 
     bool isAvailable() const override { return true; }
 
-    /// Runs on the pool. Throws `TranscriptionError`, or `std::system_error` for a file that cannot be read:
-    /// nothing has been sent then. Cancelling the task ends the request with `networkError`. The recording in
-    /// memory is overwritten on every way out.
+    /// Runs on the pool. Throws `TranscriptionError`, or `std::system_error` if the file cannot be read; then
+    /// nothing has been sent. Cancelling the task ends the request with `networkError`. Always overwrites the
+    /// recording in memory.
     runtime::Task<std::string> transcribe(std::filesystem::path audioFileURL,
                                           std::optional<std::string> language) override;
 
@@ -56,11 +56,11 @@ private:
     services::SharedUrlSession urlSession_;
 };
 
-/// The body of the request (RFC 7578).
+/// Returns the body of the request (RFC 7578).
 std::vector<std::byte> multipartBody(std::string_view boundary, const std::optional<std::string>& language,
                                      std::string_view filename, std::string_view content);
 
-/// The words in the service's answer. Throws `TranscriptionError`.
+/// Returns the words in the service's answer. Throws `TranscriptionError`.
 std::string transcriptFrom(const platform::UrlResponse& response);
 
 } // namespace sonvale::transcription

@@ -93,7 +93,7 @@ json realtimeEvents(const json& in) {
         if (!frame.is_string())
             throw BadCase("a frame is no string");
         if (transcript.handleMessage({platform::WebSocketMessage::Kind::text, frame.get<std::string>()}) ==
-            Effect::nobodyWaits)
+            Effect::unawaited)
             ++extra;
         runtime.runUntilIdle();
     }
