@@ -20,7 +20,8 @@ void AppDelegate::applicationDidFinishLaunching() {
     services_ = std::make_unique<SharedAppServices>(environment_);
     const auto& appState = services_->appState();
 
-    // Only a real boolean says no; an absent or foreign value leaves the place in the dock.
+    // Only a boolean can turn the setting off. If it is absent or of another type, the dock shows the
+    // program.
     const bool isInDock = environment_.settings.stored(keys::showInDock).value_or(true);
     environment_.application.setActivationPolicy(isInDock ? platform::ActivationPolicy::regular
                                                           : platform::ActivationPolicy::accessory);
@@ -60,7 +61,7 @@ void AppDelegate::openDashboard() {
     }
 }
 
-/// The window may come up ahead of the launch sequence.
+/// Sets up the controller if the window opens before the launch sequence.
 void AppDelegate::prepareDashboard() {
     const auto& appState = services_->appState();
     if (appState->modelContext)

@@ -10,27 +10,27 @@
 
 namespace sonvale::core {
 
-/// Brings the program up. Main actor.
+/// Launches the program. Main actor.
 class AppDelegate {
 public:
     explicit AppDelegate(Environment environment)
         : environment_(std::move(environment)) {}
 
-    /// The launch sequence, once: builds the services, applies the dock setting, hands the store to the
-    /// controller, sets it up, records the launch and starts the daily cleaning. When there is something that
-    /// only the user can do, the dashboard opens a moment later.
+    /// Runs the launch sequence. Called once. Builds the services, applies the dock setting, passes the store
+    /// to the controller, sets it up, records the launch and starts the daily cleaning. If a step needs the
+    /// user, opens the dashboard a moment later.
     void applicationDidFinishLaunching();
 
-    /// Brings the dashboard to the front, opening it when it is not open. After the launch sequence.
+    /// Brings the dashboard to the front, or opens it if it is not open. Called after the launch sequence.
     void openDashboard();
 
-    /// Asks whether there is a newer version, and shows its page. As `platform::Updater::checkForUpdates`;
+    /// Checks for a newer version and shows its page. Works as `platform::Updater::checkForUpdates`. Called
     /// after the launch sequence.
     runtime::Task<platform::UpdateOutcome> checkForUpdates() { return updater_->checkForUpdates(); }
 
-    /// Set once before the launch: makes the dashboard's window.
+    /// Creates the dashboard's window. Set once before the launch.
     std::function<void()> makeDashboardWindow;
-    /// Set by the menu once it has been up: its own way of opening the window with an identifier.
+    /// Opens the window with an identifier. Set by the menu after it has been shown.
     std::function<void(const std::string& identifier)> openWindow;
 
     /// Set by the launch sequence.

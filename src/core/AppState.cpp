@@ -49,7 +49,7 @@ void AppState::connect() {
     });
     connectivityMonitor->setOnPathChange([weak] {
         const auto self = weak.lock();
-        // A session in use finds out by itself.
+        // A session in use detects the loss itself.
         if (self && self->recordingState.get() == RecordingState::idle &&
             !self->audioRecorder->isRecording.get())
             self->transcriptionManager->closeReadyStream();
@@ -116,8 +116,8 @@ runtime::Task<> AppState::handleHotkey(HotkeyAction action, HotkeyEventType even
     }
 }
 
-/// The keys that were held belong to another program's shortcut, or were held too briefly to mean anything.
-/// A recording that an earlier press began goes on.
+/// Discards the recording of a press that belongs to another program's shortcut or was too short. A recording
+/// that an earlier press began continues.
 runtime::Task<> AppState::discardPress() {
     dictation_.giveUpStart();
     if (isRecordingOfPress_ && recordingState.get() == RecordingState::recording && !isHandsFreeMode.get())
@@ -148,14 +148,14 @@ runtime::Task<> AppState::startHandsFreeMode() {
 
 void AppState::setScreenLocked(bool isLocked) {
     context_.typing.isScreenLocked = isLocked;
-    // A desktop whose report is wrong would otherwise leave the user without a reason for the silence.
+    // If the desktop's report is wrong, the log is where the user finds why the hotkeys do nothing.
     base::systemLog(isLocked ? "[AppState] the screen is locked, hotkeys are ignored"
                              : "[AppState] the screen is unlocked");
     if (isLocked)
         context_.tasks.callKeeping(*this, &AppState::endForLock);
 }
 
-/// Ends a dictation as the user would, so that what was said is transcribed and kept.
+/// Ends a dictation as the user would, so that its speech is transcribed and kept.
 runtime::Task<> AppState::endForLock() {
     co_await (isHandsFreeMode.get() ? stopHandsFreeMode() : stopDictation());
 }

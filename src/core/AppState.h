@@ -24,15 +24,15 @@ namespace sonvale::core {
 /// The one controller of dictation, and the state that every view reads.
 ///
 /// Lives on the main actor: every operation is called there and every observed field changes there. No
-/// operation hands an error to its caller; a failure becomes state and `errorMessage`. Tasks and closures
-/// that outlive a call hold the controller weakly and end when it is gone.
+/// operation throws to its caller; a failure changes the state and `errorMessage`. Tasks and closures that
+/// outlive a call hold the controller weakly and end when it is gone.
 class AppState : public DictationState, public Services, public std::enable_shared_from_this<AppState> {
 public:
     /// Builds the services, registers the settings' defaults and reads the engine preference. Nothing listens
     /// yet.
     static std::shared_ptr<AppState> make(const Environment& environment);
 
-    /// Throws away a recording that runs and resumes the media that it paused. Main actor.
+    /// Discards a running recording and resumes the media that it paused. Main actor.
     ~AppState();
 
     AppState(const AppState&) = delete;
@@ -40,64 +40,65 @@ public:
 
     // Dictation.
 
-    /// One event of a hotkey. Each event is a task of its own; they run in the order of the events, up to
-    /// their first suspension.
+    /// Handles one event of a hotkey. Each event is a separate task. The tasks run in the order of the events
+    /// up to their first suspension.
     runtime::Task<> handleHotkey(hotkeys::HotkeyAction action, hotkeys::HotkeyEventType event);
 
-    /// Begins one recording, of an instruction if `forceCommandMode` is set: the selection is read first
-    /// then. Does nothing unless the state is `idle` and the screen is not locked. A failure to start is
-    /// surfaced.
+    /// Begins one recording. If `forceCommandMode` is set, reads the selection first; the recording is then
+    /// an instruction. Does nothing unless the state is `idle` and the screen is not locked. Surfaces a
+    /// failure to start.
     runtime::Task<> startDictation() { return dictation_.start(); }
 
     /// Ends the recording, transcribes it and inserts the text. Does nothing unless the state is `recording`.
-    /// Ends when the text has been inserted and the clipboard put back.
+    /// Ends when the text has been inserted and the clipboard has been restored.
     runtime::Task<> stopDictation();
 
-    /// Throws a recording away, with what a session has heard of it, and leaves hands-free mode; what was
-    /// typed piece by piece stays. A transcript that is already on its way goes on and is still inserted.
+    /// Discards a recording and its text in an open session, and leaves hands-free mode. Pieces that are
+    /// already typed stay. A transcript that is already being finished is still inserted.
     runtime::Task<> cancelDictation();
 
     /// Inserts `lastTranscription` at the cursor, in any state. Does nothing if it is empty.
     void pasteLastTranscript() { context_.typing.beginInsertingLast(); }
 
-    /// Puts a text on the pasteboard for the user to keep, once no insertion uses it. Begins only; any text.
+    /// Starts to put a text on the pasteboard for the user to keep. Waits until no insertion uses the
+    /// pasteboard. Returns at once; any text.
     void copyText(std::string text) { context_.typing.beginCopying(std::move(text)); }
 
-    /// Begins to open a streaming session ahead of the next recording, if the preference streams; cancels a
-    /// former attempt that still runs.
+    /// Starts to open a streaming session before the next recording, if the preference streams. Cancels an
+    /// earlier attempt that still runs.
     void preWarmEngine() { context_.stream.preWarm(); }
 
     // Hands-free mode.
 
     /// Begins a recording that needs no key: each pause ends an utterance, which is typed at once while the
-    /// recording goes on. Needs a streaming session; without one the mode ends with a message.
+    /// recording continues. Needs a streaming session; without one the mode ends with a message.
     runtime::Task<> startHandsFreeMode();
 
-    /// Ends the mode; what was typed is then replaced by the cleaned whole.
+    /// Ends the mode and then replaces the typed pieces by the cleaned whole.
     runtime::Task<> stopHandsFreeMode() { return handsFree_.stop(); }
 
     // Long-form dictation.
 
-    /// Forgets what was typed of a long push-to-talk, and ends its timer. Insertions on their way go on.
+    /// Forgets the typed pieces of a long push-to-talk, and stops its timer. Running insertions continue.
     void resetPTTLongFormState() { longForm_.reset(); }
 
-    // What happens to a finished transcript.
+    // Finished transcripts.
 
-    /// Cleans up a text if that is wanted, keeps it, and inserts it at the cursor. Never fails: the text as
-    /// it was said replaces a clean-up that fails or takes more than 5 s. Ends when the text has been
-    /// inserted and the clipboard put back. `addLeadingSpace`: a blank goes before what is inserted.
+    /// Cleans up a text if the settings want that, keeps it, and inserts it at the cursor. Never fails: if
+    /// the clean-up fails or takes more than 5 s, inserts the text as it was said. Ends when the text has
+    /// been inserted and the clipboard has been restored. `addLeadingSpace`: inserts a blank before the text.
     runtime::Task<> processAndInsert(std::string text, bool isFragment, bool addLeadingSpace) {
         return finalisation_.processAndInsert(std::move(text), isFragment, addLeadingSpace);
     }
 
-    /// Returns what the clean-up considers of a text that is dictated now.
+    /// Returns the context in which the clean-up handles a text that is dictated now.
     textprocessing::ProcessingContext buildProcessingContext() const {
         return finalisation_.buildProcessingContext();
     }
 
-    /// Cleans up a text that was inserted in `insertionCount` pieces. If that changes it, the pieces are
-    /// undone and the whole is inserted. Returns the final text; a clean-up that fails or takes more than 8 s
-    /// leaves everything as it is.
+    /// Cleans up a text that was inserted in `insertionCount` pieces. If that changes the text, undoes the
+    /// pieces and inserts the whole. Changes nothing if the clean-up fails or takes more than 8 s. Returns
+    /// the final text.
     runtime::Task<std::string> performBatchAICleanup(std::string rawText, std::int64_t insertionCount,
                                                      textprocessing::ProcessingContext context) {
         return finalisation_.performBatchAICleanup(std::move(rawText), insertionCount, std::move(context));
@@ -114,17 +115,17 @@ public:
     /// Listens for the stored hotkeys from now on.
     void applyHotkeyBindings() { startup_.applyHotkeyBindings(); }
 
-    /// Whether hotkeys that are modifiers alone give way to other shortcuts, by the setting
-    /// `guardModifierHotkeys`.
+    /// Returns whether hotkeys that are modifiers alone yield to other shortcuts (the setting
+    /// `guardModifierHotkeys`).
     bool isModifierGuardOn() const { return startup_.isModifierGuardOn(); }
     /// Stores the setting and applies it at once.
     void setModifierGuard(bool isOn) { startup_.setModifierGuard(isOn); }
 
-    /// Ends onboarding for good and sets up.
+    /// Ends onboarding permanently and calls `setup`.
     void completeOnboarding() { startup_.completeOnboarding(); }
 
-    /// Switches to the on-device engine, and back to the engine that was chosen before. The caller writes the
-    /// setting itself.
+    /// Switches to the on-device engine, or back to the engine that was chosen before. The caller writes the
+    /// setting.
     void setLocalOnlyMode(bool enabled) { startup_.setLocalOnlyMode(enabled); }
 
 private:
@@ -144,7 +145,7 @@ private:
     HandsFreeMode handsFree_;
     Startup startup_;
 
-    bool isRecordingOfPress_ = false; ///< the last press of a held key began the recording
+    bool isRecordingOfPress_ = false; ///< whether the last press of a held key began the recording
     base::Subscription preferenceChange_;
     base::Subscription stateForListener_;
     base::Subscription modeForListener_;

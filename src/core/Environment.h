@@ -31,8 +31,8 @@
 
 namespace sonvale::core {
 
-/// What the composition root hands to the core: where tasks run, the clock, the adapters behind the ports,
-/// and what is made once for the whole process. Everything outlives the core.
+/// The objects that the composition root passes to the core: the actors for tasks, the clock, the adapters
+/// behind the ports, and the objects that exist once in the process. All of them outlive the core.
 struct Environment {
     runtime::Actor main;
     runtime::Actor pool;
@@ -68,11 +68,11 @@ struct Environment {
 
     /// The user's locale, such as "en-US".
     std::function<std::string()> currentLocale;
-    /// The one by which dates and times are written.
+    /// Returns the locale for dates and times.
     std::function<std::string()> currentDateLocale;
 
-    /// Whether the desktop's own shortcuts begin with the modifiers of hotkeys that are modifiers alone: the
-    /// setting `guardModifierHotkeys` is then on unless the user turns it off.
+    /// Whether the desktop's own shortcuts begin with the modifiers of hotkeys that are modifiers alone. Then
+    /// the setting `guardModifierHotkeys` is on unless the user turns it off.
     bool areModifiersShared = false;
 };
 

@@ -92,7 +92,7 @@ Services::Services(const Environment& environment)
         std::make_shared<audio::AudioRecorder>(e.main, e.clock, e.audioEngines, e.audioFiles, e.secureRandom,
                                                e.directories.temporary, e.auditLogger);
     hotkeyManager = std::make_shared<hotkeys::HotkeyManager>(e.main, e.clock, e.eventTap);
-    // Insertions and the reading of a selection use the same pasteboard.
+    // Insertions and reading a selection use the same pasteboard.
     const auto insertionActor = e.makeSerialActor("TextInserter");
     textInserter = std::make_shared<insertion::TextInserter>(
         insertionActor, e.clock, insertion::ClipboardManager(e.pasteboard), e.syntheticInput);

@@ -21,8 +21,8 @@ namespace sonvale::core {
 
 /// The services of the core, in the order in which they are built. Main actor.
 struct Services {
-    /// Builds them, registers the defaults of the settings and reads the engine preference. Nothing listens
-    /// yet. What the environment refers to must outlive them.
+    /// Builds them, registers the defaults of the settings and reads the engine preference. Does not listen
+    /// to hotkeys yet. The objects of the environment must outlive them.
     explicit Services(const Environment& environment);
 
     std::shared_ptr<audio::AudioRecorder> audioRecorder;
@@ -39,7 +39,7 @@ struct Services {
     std::unique_ptr<textprocessing::PostProcessor> postProcessor;
     std::unique_ptr<textprocessing::CommandProcessor> commandProcessor;
 
-    /// Whether there is a key or a user's session for the network's services.
+    /// Returns whether there is a key or a user's session for the services on the network.
     bool isModelReachable() const { return hasKey_ || authService->isAuthenticated.get(); }
 
 private:

@@ -7,12 +7,12 @@
 
 namespace sonvale::core {
 
-/// Holds the controller and the store for the whole run of the program. Made once, by the composition root,
+/// Owns the controller and the store for the whole run of the program. Created once by the composition root,
 /// on the main actor.
 class SharedAppServices {
 public:
-    /// Builds the controller first, then opens the store; ends the process when not even a store in memory
-    /// opens.
+    /// Builds the controller first, then opens the store. Ends the process if not even a store in memory can
+    /// be opened.
     explicit SharedAppServices(const Environment& environment);
 
     const std::shared_ptr<AppState>& appState() const { return appState_; }

@@ -16,7 +16,7 @@ using transcription::TranscriptionEnginePreference;
 
 namespace {
 
-// Permissions reach the program late: it looks often at first, then for two more minutes.
+// Permissions reach the program late: it checks often at first, then for two more minutes.
 constexpr int fastAttempts = 10;
 constexpr double fastPeriod = 2.0;
 constexpr int slowAttempts = 12;
@@ -102,7 +102,7 @@ void Startup::adoptBindings() {
 runtime::Task<> Startup::retrySlowly(std::weak_ptr<Startup> weakSelf, runtime::Clock* clock) {
     for (int attempt = 1; attempt <= fastAttempts + slowAttempts; ++attempt) {
         const bool isFast = attempt <= fastAttempts;
-        // An interrupted sleep is no reason to stop: the attempts then follow each other without a pause.
+        // An interrupted sleep does not end the attempts: they then follow each other without a pause.
         co_await runtime::sleep(*clock, isFast ? fastPeriod : slowPeriod);
         const auto self = weakSelf.lock();
         if (!self)

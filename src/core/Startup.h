@@ -6,8 +6,8 @@
 
 namespace sonvale::core {
 
-/// Brings the hotkeys up after the launch and after onboarding, and applies the modes that the settings
-/// choose. Main actor.
+/// Starts the hotkeys after the launch and after onboarding, and applies the modes of the settings. Main
+/// actor.
 class Startup {
 public:
     /// The context must outlive it.

@@ -13,15 +13,15 @@ public:
     /// The context must outlive it.
     explicit CommandMode(DictationContext& context);
 
-    /// Returns the selection of the application in front, or nullopt if there is none. The clipboard is
-    /// used, and put back, if the application does not give its selection to assistive technology.
+    /// Returns the selection of the application in front, or nullopt if there is none. Uses the clipboard,
+    /// and restores it, if the application does not give its selection to assistive technology.
     runtime::Task<std::optional<std::string>> readSelection();
 
-    /// Whether a transcript is an instruction: there is a selection, and a model that may be asked.
+    /// Returns whether a transcript is an instruction: there is a selection, and a model may be used.
     bool isMeant(bool isLocalOnly) const;
 
-    /// Rewrites the selection as the transcript says, and types the result. Returns false if that failed:
-    /// the transcript is then a text like any other.
+    /// Rewrites the selection as the transcript says, and types the result. Returns false if that fails. The
+    /// transcript is then an ordinary text.
     runtime::Task<bool> run(std::string transcript);
 
 private:

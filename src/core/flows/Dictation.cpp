@@ -37,7 +37,7 @@ runtime::Task<> Dictation::start() {
     state.errorMessage = std::nullopt;
     context_.media.begin();
     context_.environment.floatingPanel.show(RecordingState::recording, 0);
-    // No suspension until the recorder runs, so that no other event can slip in between.
+    // No suspension until the recorder runs, so that no other event can run in between.
     if (!startRecorder())
         co_return;
 
@@ -88,10 +88,10 @@ bool Dictation::startRecorder() {
     return false;
 }
 
-/// Streams the recording if the preference does. Returns false if the start ends here.
+/// Streams the recording if the preference streams. Returns false if the start ends here.
 runtime::Task<bool> Dictation::startEngine(std::shared_ptr<Recording> recording) {
     const bool isStreamed = co_await context_.stream.begin();
-    // This recording may have been cancelled meanwhile and another one started, which has a start of its own.
+    // This recording may have been cancelled meanwhile, and another one started, which has its own start.
     if (!context_.captures.isNewest(*recording))
         co_return false;
     if (isStreamed)
@@ -103,7 +103,8 @@ runtime::Task<bool> Dictation::startEngine(std::shared_ptr<Recording> recording)
     co_return false;
 }
 
-/// Hands-free dictation cannot go on without a session. What was said until now goes to the history.
+/// Ends hands-free dictation, which cannot continue without a session. The speech until now goes to the
+/// history.
 void Dictation::failToConnect() {
     const auto recording = context_.captures.newest();
     context_.services.audioRecorder->stopRecording();
@@ -163,8 +164,8 @@ runtime::Task<> Dictation::stop() {
     co_await finalisation_.finish(recording, *std::move(text), isLocalOnly, stopTime);
 }
 
-/// Returns the text of the file. Returns nullopt if no engine gave one: the dictation has ended then, and the
-/// file is deleted.
+/// Returns the text of the file. If no engine returns one, ends the dictation, deletes the file and returns
+/// nullopt.
 runtime::Task<std::optional<std::string>> Dictation::transcribe(std::shared_ptr<Recording> recording,
                                                                 std::filesystem::path file, double stopTime) {
     try {
@@ -172,7 +173,7 @@ runtime::Task<std::optional<std::string>> Dictation::transcribe(std::shared_ptr<
                                           recording->isLocalOnly);
     } catch (const std::exception& error) {
         context_.services.audioRecorder->cleanupRecording(file);
-        // What a server answered is for the user alone, and may be long.
+        // The log must not contain a server's answer, which is for the user only and may be long.
         const std::string failed = "Transcription failed: ";
         endings_.end(Ending::transcriptionFailed, *recording,
                      {.message = failed + error.what(),
@@ -182,7 +183,7 @@ runtime::Task<std::optional<std::string>> Dictation::transcribe(std::shared_ptr<
     co_return std::nullopt;
 }
 
-/// Stops the microphone, unless another recording has it, and returns the file.
+/// Stops the microphone, unless another recording uses it, and returns the file.
 std::optional<std::filesystem::path> Dictation::closeFile(Recording& recording, bool isTextThere) {
     using Tail = audio::AudioRecorder::Tail;
     if (recording.closedFile)
@@ -192,8 +193,8 @@ std::optional<std::filesystem::path> Dictation::closeFile(Recording& recording, 
     return context_.services.audioRecorder->stopRecording(isTextThere ? Tail::drop : Tail::keep);
 }
 
-/// The recorder has stopped by itself: after its maximum duration, or that of an earlier recording. What the
-/// service or the file has of it is kept, though it is not typed.
+/// Ends a recording whose recorder has stopped by itself, at the maximum duration of this or of an earlier
+/// recording. Keeps the text that the service or the file gives, but does not type it.
 void Dictation::endWithoutAudio(Recording& recording, const std::optional<std::string>& text) {
     if (text) {
         context_.transcripts.keepUntyped(*text);
@@ -206,7 +207,7 @@ void Dictation::endWithoutAudio(Recording& recording, const std::optional<std::s
 
 runtime::Task<> Dictation::cancel() {
     co_await longForm_.cancel();
-    // What the service has heard of it must not turn up in the next text.
+    // The speech that the service has received must not appear in the next text.
     if (context_.stream.isPreferred())
         context_.stream.cancel();
     context_.captures.newest()->overlappingSegment.reset();

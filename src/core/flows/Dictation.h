@@ -14,7 +14,7 @@
 
 namespace sonvale::core {
 
-/// One recording, from the key down to the text at the cursor. Main actor.
+/// One dictation, from the key down to the text at the cursor. Main actor.
 class Dictation {
 public:
     /// What is referred to must outlive it.
@@ -23,22 +23,22 @@ public:
 
     /// As `AppState::startDictation`.
     runtime::Task<> start();
-    /// Gives up a start that still reads the selection.
+    /// Abandons a start that still reads the selection.
     void giveUpStart() { ++startsGivenUp_; }
 
     /// As `AppState::stopDictation`.
     runtime::Task<> stop();
 
-    /// Throws the recording away, with what a session has heard of it; what was typed piece by piece stays.
-    /// The caller carries out the ending.
+    /// Discards the recording and its text in an open session. Pieces that are already typed stay. The caller
+    /// carries out the ending.
     runtime::Task<> cancel();
-    /// If the end of a recording waits for audio that does not leave, it goes on with its file.
+    /// If the end of a recording waits for audio that is not sent, makes it continue with the file.
     void cancelStalledEnd();
 
-    /// Called when a recording of hands-free mode is under way.
+    /// Called when a recording of hands-free mode has begun.
     std::function<void(std::shared_ptr<Recording>)> onHandsFreeRecording;
 
-    /// Whether it is the newest recording and goes on.
+    /// Returns whether it is the newest recording and still runs.
     bool isRecording(const Recording& recording) const;
 
 private:

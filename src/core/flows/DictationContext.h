@@ -13,12 +13,12 @@
 
 namespace sonvale::core {
 
-/// What the flows of dictation share. Main actor.
+/// The objects that the flows of dictation share. Main actor.
 struct DictationContext {
-    /// What is referred to must outlive it.
+    /// The referenced objects must outlive it.
     DictationContext(const Environment& environment, DictationState& state, Services& services);
 
-    /// Whether nothing may leave this machine now.
+    /// Returns whether no data may leave this machine now.
     bool isLocalOnly() const;
 
     const Environment& environment;

@@ -29,13 +29,13 @@ struct DictationState {
     base::Observed<bool> isHandsFreeMode{false};
     base::Observed<bool> isOnboardingComplete;
 
-    /// The store's main context. Null until the store is open; no history is written until then.
+    /// The store's main context. Null until the store is open; until then no history is written.
     persistence::ModelContext* modelContext = nullptr;
 
     /// Sets the one line for the user and logs it; it stays until the next start or cancel.
     void surfaceError(const std::string& message) { surface(message, message); }
 
-    /// As `surfaceError`, but logs `logText`, for a message with words that must not be logged.
+    /// Works as `surfaceError`, but logs `logText`. For a message with words that must not be logged.
     void surface(const std::string& message, const std::string& logText);
 };
 

@@ -15,13 +15,13 @@ enum class Endings::Step {
     logFailure,          ///< to the audit log
     forgetCommandKey,    ///< the next start reads no selection
     forgetSelection,     ///< the next transcript is no command
-    goIdle,              ///< in any case
-    endRecording,        ///< goes idle too, but see `endRecording`
+    goIdle,              ///< always
+    endRecording,        ///< goes idle too; see the function `endRecording`
     clearMessage,        ///< no message for the user
-    resumeMedia,         ///< that this dictation paused
+    resumeMedia,         ///< the media that this dictation paused
     hide,                ///< the ring
-    hideUnlessHandsFree, ///< hands-free mode goes on, and shows its ring
-    preWarm,             ///< a session for the next dictation
+    hideUnlessHandsFree, ///< hands-free mode continues and shows its ring
+    preWarm,             ///< opens a session for the next dictation
     preWarmUnlessHandsFree,
     printTotal,
     printLongFormTotal,
@@ -130,9 +130,9 @@ void Endings::report(Step step, const Row& row, const EndingDetails& details) co
         printTotal("stopDictation total (long-form)", details.stopTime);
 }
 
-/// Goes idle at the end of a dictation. If that one had been cancelled, another one may be recording by now:
-/// it ends here too, because no key would end it any more, and what was said in it goes to the history. One
-/// whose key is already up is left to its own end.
+/// Goes idle at the end of a dictation. If the dictation was cancelled, another one may be recording by now.
+/// That one ends here too, because no key would end it any more, and its speech goes to the history. A
+/// dictation whose key is already up is not changed: its own end follows.
 void Endings::endRecording(const Recording& recording) {
     auto& state = context_.state;
     const bool hasOwnEnd =

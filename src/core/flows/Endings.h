@@ -12,7 +12,7 @@ enum class Ending {
     startFailed,         ///< the microphone did not start
     notConnected,        ///< hands-free mode has no session
     withoutAudio,        ///< the recorder had stopped by itself
-    transcriptionFailed, ///< no engine gave a text
+    transcriptionFailed, ///< no engine returned a text
     commandOrSnippet,    ///< the text was a command or a snippet
     inserted,
     longForm,
@@ -21,7 +21,7 @@ enum class Ending {
     handsFreeCancelled,
 };
 
-/// What differs between two dictations that end in the same way.
+/// The details that differ between dictations with the same ending.
 struct EndingDetails {
     std::string message = {}; ///< for the user
     std::string logText =
@@ -38,7 +38,7 @@ public:
     /// Ends the dictation that made `recording`.
     void end(Ending ending, const Recording& recording, const EndingDetails& details = {});
 
-    /// Called where an ending takes hands-free mode with it.
+    /// Called if an ending also ends hands-free mode.
     std::function<void()> onHandsFreeFailed;
 
 private:

@@ -41,7 +41,7 @@ runtime::Task<> Finalisation::finish(std::shared_ptr<Recording> recording, std::
     endings_.end(Ending::inserted, *recording, {.stopTime = stopTime});
 }
 
-/// Inserts the snippet that the text calls for, as it is. Returns false if it calls for none.
+/// Inserts the snippet whose trigger the text is, unchanged. Returns false if there is none.
 runtime::Task<bool> Finalisation::insertSnippet(std::string text) {
     auto* store = context_.state.modelContext;
     if (!store)
@@ -55,7 +55,7 @@ runtime::Task<bool> Finalisation::insertSnippet(std::string text) {
 }
 
 runtime::Task<> Finalisation::processAndInsert(std::string text, bool isFragment, bool addLeadingSpace) {
-    // The settings of this moment count, also if the user changes them during the clean-up.
+    // The present settings apply, also if the user changes them during the clean-up.
     const bool isPrivate = context_.transcripts.isPrivate();
     auto processed = text;
     if (isCleanUpWanted(context_.isLocalOnly()))
@@ -63,7 +63,7 @@ runtime::Task<> Finalisation::processAndInsert(std::string text, bool isFragment
     else
         context_.transcripts.show(text);
 
-    // Before the insertion: a paste that goes astray must not cost the user the text.
+    // Before the insertion, so that the user still has the text if the paste goes to the wrong place.
     if (!isPrivate)
         context_.transcripts.record(text, processed);
 
@@ -77,8 +77,8 @@ bool Finalisation::isCleanUpWanted(bool isLocalOnly) const {
            context_.services.isModelReachable();
 }
 
-/// Returns the text as the language model cleans it, or as it is if that fails or takes too long, and shows
-/// it to the views.
+/// Returns the text that the language model has cleaned, or the unchanged text if that fails or takes too
+/// long. Shows the result in the views.
 runtime::Task<std::string> Finalisation::cleanUp(std::string text, bool isFragment) {
     auto& clock = context_.environment.clock;
     auto context = buildProcessingContext();

@@ -10,10 +10,10 @@
 
 namespace sonvale::core {
 
-/// What happens to a finished transcript: command, snippet, clean-up, history, insertion. Main actor.
+/// The steps of a finished transcript: command, snippet, clean-up, history, insertion. Main actor.
 class Finalisation {
 public:
-    /// What is referred to must outlive it.
+    /// The referenced objects must outlive it.
     Finalisation(DictationContext& context, CommandMode& commandMode, Endings& endings);
 
     /// Finishes the transcript of a recording and ends its dictation. `stopTime`: the clock's `now()` when
@@ -31,7 +31,7 @@ public:
     runtime::Task<std::string> performBatchAICleanup(std::string rawText, std::int64_t insertionCount,
                                                      textprocessing::ProcessingContext context);
 
-    /// Whether a text is to be cleaned up: the setting is on, and a model may be asked.
+    /// Returns whether texts are cleaned up: the setting is on, and a model may be used.
     bool isCleanUpWanted(bool isLocalOnly) const;
 
 private:

@@ -58,7 +58,7 @@ bool HandsFreeMode::feedDetector(const Recording& recording) {
     if (!context_.state.isHandsFreeMode.get() || !dictation_.isRecording(recording))
         return false;
     context_.services.voiceActivityDetector->process(context_.services.audioRecorder->audioLevel.get());
-    // What is said after the recorder has stopped by itself would be lost.
+    // Speech after the recorder has stopped by itself would be lost.
     if (!context_.captures.isCapturing() && !isCommitting_)
         beginCommit();
     return true;
@@ -83,8 +83,8 @@ runtime::Task<> HandsFreeMode::commitUtterance() {
     const bool isUtteranceHeard = recording->isSpeechHeard;
     context_.captures.forgetSpeech();
     const auto transcript = co_await context_.stream.finishPiece(recording);
-    // A cancel has cleaned up already, and another recording may have begun. After an end of the mode, also
-    // one that a new start followed, the text is still wanted.
+    // A cancel has cleaned up already, and another recording may have begun. After an end of the mode the
+    // text is still wanted, also if a new start followed.
     if (cancellations != cancellations_)
         co_return;
     if (!transcript) {
@@ -113,7 +113,8 @@ runtime::Task<> HandsFreeMode::commitUtterance() {
     typeUtterance(*transcript);
 }
 
-/// The service gave no text: the file has the utterance. The mode goes on with a new session.
+/// Transcribes the file of an utterance for which the service returned no text. The mode continues with a new
+/// session.
 runtime::Task<> HandsFreeMode::recoverLostUtterance(std::shared_ptr<Recording> recording,
                                                     bool isSpeechHeard) {
     recording->isSpeechHeard = recording->isSpeechHeard || isSpeechHeard;
@@ -129,14 +130,14 @@ bool HandsFreeMode::openNextSegment(Recording& recording) {
         context_.services.audioRecorder->openSegment();
         return true;
     } catch (const std::exception&) {
-        // The recorder has logged why; the mode goes on with a new recording.
+        // The recorder has logged the reason. The mode continues with a new recording.
         return false;
     }
 }
 
-/// Closes the file of the utterance whose text has come. It is deleted, unless it holds more than that: a
-/// piece that was lost is transcribed from it now; the next utterance, if the user began it while the service
-/// was working, needs it in case that one is lost.
+/// Closes the file of the utterance whose text has come. Deletes it unless it contains more. A lost piece is
+/// now transcribed from it. If the user began the next utterance while the service was working, the file is
+/// kept in case that utterance is lost.
 void HandsFreeMode::endSegment(Recording& recording) {
     const bool hasNextBegun = recording.isSpeechHeard;
     auto segment = context_.captures.closeSegment();
@@ -154,7 +155,7 @@ void HandsFreeMode::typeUtterance(const std::string& transcript) {
         pieces_.type(text);
 }
 
-/// Begins a new recording with a new session, so that the mode goes on.
+/// Begins a new recording with a new session, so that the mode continues.
 runtime::Task<> HandsFreeMode::restart() {
     context_.state.recordingState = RecordingState::idle;
     if (context_.state.isHandsFreeMode.get())
@@ -185,16 +186,16 @@ runtime::Task<> HandsFreeMode::stop() {
     state.isHandsFreeMode = false;
     context_.services.voiceActivityDetector->stop();
     endDetection();
-    // An end that is under way takes all that was said and cleans it up. Only a recording that began after it
-    // had taken the last utterance needs an end of its own.
-    if (isLeaving_ || (endsUnderWay_ > 0 && state.recordingState.get() != RecordingState::recording))
+    // A running end handles all speech and cleans it up. Only a recording that began after the end had taken
+    // the last utterance needs its own end.
+    if (isLeaving_ || (runningEnds_ > 0 && state.recordingState.get() != RecordingState::recording))
         co_return;
     isLeaving_ = true;
-    ++endsUnderWay_;
+    ++runningEnds_;
     co_await finishUtterances();
     isLeaving_ = false;
 
-    // The mode may have begun while the text of another dictation was being made.
+    // The mode may have begun while another dictation was being transcribed.
     const bool isOfAnother = state.recordingState.get() == RecordingState::processing;
     const auto recording = context_.captures.newest();
     if (state.recordingState.get() == RecordingState::recording)
@@ -210,7 +211,7 @@ runtime::Task<> HandsFreeMode::stop() {
 
     co_await pieces_.replaceByWhole(context_.isLocalOnly());
     pieces_.forget();
-    --endsUnderWay_;
+    --runningEnds_;
     endings_.end(Ending::handsFree, *recording);
 }
 

@@ -11,11 +11,11 @@
 
 namespace sonvale::core {
 
-/// Dictation without a key: each pause ends an utterance, which is typed at once while the recording goes on.
-/// Main actor.
+/// Dictation without a key: each pause ends an utterance, which is typed at once while the recording
+/// continues. Main actor.
 class HandsFreeMode {
 public:
-    /// What is referred to must outlive it.
+    /// The referenced objects must outlive it.
     HandsFreeMode(DictationContext& context, Dictation& dictation, Finalisation& finalisation,
                   Endings& endings);
 
@@ -25,11 +25,12 @@ public:
     /// As `AppState::stopHandsFreeMode`.
     runtime::Task<> stop();
 
-    /// Leaves the mode at once and throws the recording away; what was typed stays. The caller carries out
-    /// the ending.
+    /// Leaves the mode at once and discards the recording. Typed pieces stay. The caller carries out the
+    /// ending.
     runtime::Task<> cancel();
 
-    /// Whether an end of the mode still waits for what was said. No key up may end it a second time.
+    /// Returns whether an end of the mode still waits for the last utterance. No key up may end the mode a
+    /// second time.
     bool isLeaving() const { return isLeaving_; }
 
 private:
@@ -53,10 +54,10 @@ private:
     Dictation& dictation_;
     Endings& endings_;
     TypedPieces pieces_;
-    bool isCommitting_ = false;       ///< an utterance is being committed
-    std::uint64_t cancellations_ = 0; ///< of the mode
+    bool isCommitting_ = false;       ///< whether an utterance is being committed
+    std::uint64_t cancellations_ = 0; ///< number of cancels of the mode
     bool isLeaving_ = false;
-    int endsUnderWay_ = 0; ///< ends of the mode
+    int runningEnds_ = 0; ///< number of ends of the mode that still run
 };
 
 } // namespace sonvale::core

@@ -40,7 +40,7 @@ void LongForm::reset() {
     isCommitting_ = false;
 }
 
-/// One piece is committed by time, and the rest at the end.
+/// Commits the first piece when the time has passed. The rest is committed at the end.
 void LongForm::activate() {
     if (context_.state.recordingState.get() != RecordingState::recording ||
         context_.state.isHandsFreeMode.get())
@@ -59,7 +59,7 @@ runtime::Task<> LongForm::commitSegment() {
     const auto cancellations = cancellations_;
     const auto recording = context_.captures.newest();
     const auto transcript = co_await context_.stream.finishPiece(recording);
-    // After a cancel the pieces are those of another recording.
+    // After a cancel the pieces belong to another recording.
     if (cancellations != cancellations_)
         co_return;
     recording->isPieceLost = recording->isPieceLost || !transcript;
@@ -99,9 +99,9 @@ runtime::Task<> LongForm::stop(std::shared_ptr<Recording> recording, bool isLoca
         last = co_await context_.stream.finishPiece(recording);
     if (context_.captures.isNewest(*recording))
         context_.services.audioRecorder->stopRecording();
-    // One file holds the whole dictation, and nothing says where in it a piece begins. If one was lost, the
-    // whole is transcribed: its row in the history repeats the pieces that were typed, as the row of the
-    // cleaned whole does, and so does paste-last.
+    // One file contains the whole dictation, without marks between the pieces. If a piece was lost, the whole
+    // is transcribed. Its row in the history repeats the typed pieces, as the row of the cleaned whole does,
+    // and so does paste-last.
     if (!last || recording->isPieceLost)
         context_.lostSpeech.rescue(*recording);
     else

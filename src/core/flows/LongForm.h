@@ -9,27 +9,27 @@
 
 namespace sonvale::core {
 
-/// A push-to-talk dictation whose key is held for so long that its text is typed meanwhile. Main actor.
+/// A push-to-talk dictation whose key is held so long that its text is typed meanwhile. Main actor.
 class LongForm {
 public:
-    /// What is referred to must outlive it.
+    /// The referenced objects must outlive it.
     LongForm(DictationContext& context, Finalisation& finalisation, Endings& endings);
 
     /// Starts to measure how long the key is held.
     void startTimer();
-    /// Stops that; what was typed stays.
+    /// Stops to measure. Typed pieces stay.
     void stopTimer();
 
-    /// Whether the key has been held for so long.
+    /// Returns whether the key has been held long enough.
     bool isActive() const { return isActive_; }
 
     /// Ends the dictation of `recording`: types its last piece, and replaces the pieces by the cleaned whole.
     /// `stopTime`: the clock's `now()` when the key went up.
     runtime::Task<> stop(std::shared_ptr<Recording> recording, bool isLocalOnly, double stopTime);
 
-    /// Gives up what is not typed yet, and forgets the rest. Ends when no insertion is on its way.
+    /// Drops the piece that is not typed yet, and forgets the others. Ends when no insertion runs.
     runtime::Task<> cancel();
-    /// As `cancel`, but waits for nothing.
+    /// Works as `cancel`, but does not wait.
     void drop();
 
     /// As `AppState::resetPTTLongFormState`.
@@ -45,7 +45,7 @@ private:
     TypedPieces pieces_;
     runtime::TaskHandle<> timer_;
     bool isActive_ = false;
-    bool isCommitting_ = false; ///< a piece is being committed
+    bool isCommitting_ = false; ///< whether a piece is being committed
     std::uint64_t cancellations_ = 0;
 };
 

@@ -8,12 +8,12 @@ namespace sonvale::core {
 /// Pauses the music for a dictation, if the user wants that, and resumes it afterwards. Main actor.
 class MediaPause {
 public:
-    /// What is referred to must outlive it.
+    /// The referenced objects must outlive it.
     MediaPause(audio::SystemAudioController& controller, const persistence::Settings& settings);
 
     /// Pauses a player that plays.
     void begin();
-    /// Resumes what `begin` paused. Does nothing a second time.
+    /// Resumes the player that `begin` paused. A second call does nothing.
     void end();
 
 private:

@@ -34,7 +34,7 @@ void RecordingFile::deleteFile() noexcept {
     try {
         persistence::secureDelete(path_, *random_);
     } catch (const std::exception&) {
-        // The daily cleaning finds it.
+        // The daily cleaning deletes it.
         return;
     }
 }

@@ -6,8 +6,8 @@
 
 namespace sonvale::core {
 
-/// The file of a recording that has ended. Overwrites and deletes it when the last owner goes, whatever the
-/// reason; a file that cannot be deleted is left to the daily cleaning. Movable; any thread.
+/// The file of a recording that has ended. The destructor of the last owner always overwrites and deletes it.
+/// If the file cannot be deleted, the daily cleaning does it. Movable; any thread.
 class RecordingFile {
 public:
     /// Takes over `path`; `random` must outlive the object.

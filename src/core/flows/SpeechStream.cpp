@@ -29,16 +29,16 @@ runtime::Task<bool> SpeechStream::begin() {
         co_await manager_->startStreaming(format, bind);
         co_return true;
     } catch (const std::exception&) {
-        // The engine has logged why; the recording goes on.
+        // The engine has logged the reason. The recording continues.
     }
     co_return false;
 }
 
 runtime::Task<std::optional<std::string>> SpeechStream::finish() {
-    // The last sounds before the key went up are still inside the input.
+    // The input still holds the last sounds before the key went up.
     recorder_->drain();
     recorder_->setOnBuffer(nullptr);
-    // After a cancel the service may still work on the recording before.
+    // After a cancel the service may still work on the previous recording.
     const auto turn = co_await commit_.lock();
 
     const double startTime = environment_.clock.now();
@@ -55,8 +55,7 @@ runtime::Task<std::optional<std::string>> SpeechStream::finish() {
     }
     base::perfLog(fmt::format("stopDictation → finalize: {}ms{}",
                               runtime::millisecondsSince(environment_.clock, startTime), remark));
-    // A transcript that comes after all must not turn up in the next text. After a cancel, the session that
-    // is open now is another one.
+    // A late transcript must not appear in the next text. After a cancel, the open session is another one.
     if (!text && !isCancelled)
         cancel();
     co_return text;
@@ -70,7 +69,7 @@ runtime::Task<std::optional<std::string>> SpeechStream::finishPiece(std::shared_
     try {
         co_return co_await manager_->finishStreaming();
     } catch (const std::exception&) {
-        // The engine has logged why; both modes go on without the piece.
+        // The engine has logged the reason. Both modes continue without the piece.
         co_return std::nullopt;
     }
 }

@@ -12,46 +12,47 @@
 
 namespace sonvale::core {
 
-/// The stream from the microphone to the realtime service. The recorder's buffers are bound to it, and
-/// unbound, here and nowhere else. Main actor.
+/// The stream from the microphone to the realtime service. Only this class binds and unbinds the recorder's
+/// buffers. Main actor.
 class SpeechStream {
 public:
-    /// What is referred to must outlive it.
+    /// The referenced objects must outlive it.
     SpeechStream(const Environment& environment, std::shared_ptr<audio::AudioRecorder> recorder,
                  std::shared_ptr<transcription::TranscriptionManager> manager, const Captures& captures,
                  const runtime::OwnedTasks& tasks);
 
-    /// Whether the engine preference streams while the user speaks.
+    /// Returns whether the engine preference streams while the user speaks.
     bool isPreferred() const { return manager_->isStreamingPreferred(); }
-    /// Whether a session is open and takes audio at once.
+    /// Returns whether a session is open and sends audio at once.
     bool isReady() const { return manager_->isStreamReady(); }
 
-    /// Streams the recording that has begun. Returns whether it is streamed; if not, its file gives the text.
+    /// Starts to stream the recording that has begun. Returns whether it is streamed; if not, its file gives
+    /// the text.
     runtime::Task<bool> begin();
 
-    /// Ends the dictation's last utterance and unbinds the recorder: what is said from here on belongs to no
-    /// dictation, and the session may serve the next one. Returns the text, or nullopt if the file has to
-    /// give it.
+    /// Ends the dictation's last utterance and unbinds the recorder. Later speech belongs to no dictation,
+    /// and the next dictation may use the session. Returns the text, or nullopt if the file must give it.
     runtime::Task<std::optional<std::string>> finish();
 
-    /// Ends an utterance; the recording stays bound. Returns its text, or nullopt if the service gives none
-    /// or if the next recording has the microphone and the session.
+    /// Ends an utterance; the recording stays bound. Returns its text, or nullopt if the service returns none
+    /// or if the next recording uses the microphone and the session.
     runtime::Task<std::optional<std::string>> finishPiece(std::shared_ptr<Recording> recording);
 
     /// Keeps the session for the next utterance.
     void reset() { manager_->resetStream(); }
 
-    /// Closes the session and wipes what was gathered for it.
+    /// Closes the session and wipes the audio collected for it.
     void cancel() { manager_->cancelStream(); }
 
-    /// Cancels an end whose audio does not leave. Returns whether it did; that end goes on without a text.
+    /// Cancels an end whose audio is not sent yet. Returns whether it cancelled. That end continues without a
+    /// text.
     bool cancelUncommitted() { return manager_->cancelUncommittedStream(); }
 
-    /// Ends the use of the service: what is said from now on reaches neither a session that is still open
-    /// nor, as gathered audio, the next one. The file of the recording has it.
+    /// Ends the use of the service. Later speech goes neither to a session that is still open nor, as
+    /// collected audio, to the next one. The file of the recording contains it.
     void stop();
 
-    /// Begins to open a session ahead of the next recording, if the preference streams. Cancels a former
+    /// Starts to open a session before the next recording, if the preference streams. Cancels an earlier
     /// attempt that still runs.
     void preWarm();
 
@@ -65,7 +66,7 @@ private:
     std::shared_ptr<transcription::TranscriptionManager> manager_;
     const Captures& captures_;
     const runtime::OwnedTasks& tasks_;
-    runtime::AsyncMutex commit_; ///< held while a text of the service is awaited
+    runtime::AsyncMutex commit_; ///< locked while waiting for a text of the service
     runtime::TaskHandle<> preWarm_;
 };
 

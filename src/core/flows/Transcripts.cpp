@@ -58,7 +58,7 @@ void Transcripts::record(const std::string& rawText, const std::string& processe
     try {
         store->save();
     } catch (const persistence::StoreError&) {
-        // The record stays staged and goes with the next save that succeeds; dictation goes on.
+        // The record stays staged, and the next successful save writes it. The dictation continues.
     }
 }
 

@@ -7,39 +7,39 @@
 
 namespace sonvale::core {
 
-/// Where the texts of dictations go beside the document: what views show, paste-last, and the history. Main
-/// actor.
+/// The places besides the document that receive the texts of dictations: the views, paste-last, and the
+/// history. Main actor.
 class Transcripts {
 public:
-    /// What is referred to must outlive it.
+    /// The referenced objects must outlive it.
     Transcripts(DictationState& state, const persistence::Settings& settings, const runtime::Clock& clock);
 
     /// Makes a text the last one, for views and for paste-last.
     void show(const std::string& text);
 
-    /// As `show`, for a text whose pieces are in the document. If a text of this dictation is not there,
-    /// paste-last has that one.
+    /// Works as `show`, for a text whose pieces are in the document. If a text of this dictation is not in
+    /// the document, paste-last keeps that text.
     void showTyped(const std::string& text);
 
-    /// Whether the user wants no history.
+    /// Returns whether the user wants no history.
     bool isPrivate() const;
 
-    /// Writes a row of the history. An empty `processedText` stands for `rawText`. Does nothing if the store
-    /// is not open.
+    /// Writes a row of the history. An empty `processedText` means `rawText`. Does nothing if the store is
+    /// not open.
     void record(const std::string& rawText, const std::string& processedText);
     void recordUnlessPrivate(const std::string& rawText, const std::string& processedText);
 
-    /// Keeps a text that is not typed: in the history, and after the earlier ones of this dictation in
-    /// paste-last. Does nothing if it is blank.
+    /// Keeps a text that is not typed: in the history, and in paste-last after the earlier such texts of this
+    /// dictation. Does nothing if it is blank.
     void keepUntyped(const std::string& text);
-    /// A new dictation begins: its texts that are not typed are counted from here.
+    /// Called when a new dictation begins: forgets the untyped texts of the last one.
     void forgetUntyped() { untyped_.clear(); }
 
 private:
     DictationState& state_;
     const persistence::Settings& settings_;
     const runtime::Clock& clock_;
-    std::string untyped_; ///< of this dictation
+    std::string untyped_; ///< the texts of this dictation that were not typed
 };
 
 } // namespace sonvale::core

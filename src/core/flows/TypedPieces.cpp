@@ -47,7 +47,7 @@ runtime::Task<> TypedPieces::replaceByWhole(bool isLocalOnly) {
     const auto whole = base::trimmed(text_);
     const auto count = insertionCount_;
     if (context_.typing.isScreenLocked && !whole.empty()) {
-        // The pieces that were typed cannot be replaced now, and the others were not typed at all.
+        // The typed pieces cannot be replaced now, and the others were not typed at all.
         context_.transcripts.show(whole);
         co_return;
     }

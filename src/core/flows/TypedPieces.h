@@ -11,28 +11,28 @@ namespace sonvale::core {
 /// whole at its end. Main actor.
 class TypedPieces {
 public:
-    /// What is referred to must outlive it.
+    /// The referenced objects must outlive it.
     TypedPieces(DictationContext& context, Finalisation& finalisation);
 
     /// Keeps a piece in the history and types it after the earlier ones, with a blank before it unless it is
     /// the first. Returns at once.
     void type(const std::string& text);
 
-    /// All pieces, joined by single blanks.
+    /// Returns all pieces, joined by single blanks.
     const std::string& text() const { return text_; }
 
-    /// Waits until everything is typed, also a piece that comes meanwhile.
+    /// Waits until all pieces are typed, also a piece that comes meanwhile.
     runtime::Task<> finishTyping();
-    /// As `finishTyping`, but gives up the newest piece unless it is being typed.
+    /// Works as `finishTyping`, but drops the newest piece unless it is being typed.
     runtime::Task<> cancelTyping();
-    /// Gives up the newest piece unless it is being typed, and waits for nothing.
+    /// Drops the newest piece unless it is being typed. Does not wait.
     void dropTyping();
 
-    /// Replaces the typed pieces by the cleaned whole, if that is wanted, and shows the text. Does nothing
-    /// if nothing was typed.
+    /// Replaces the typed pieces by the cleaned whole, if the settings want that, and shows the text. Does
+    /// nothing if no piece was typed.
     runtime::Task<> replaceByWhole(bool isLocalOnly);
 
-    /// Forgets the text; insertions that are on their way go on.
+    /// Forgets the text. Running insertions continue.
     void forget();
 
 private:
@@ -41,8 +41,8 @@ private:
     DictationContext& context_;
     Finalisation& finalisation_;
     std::string text_;
-    std::int64_t insertionCount_ = 0;   ///< insertions that have ended
-    runtime::TaskHandle<> newestPiece_; ///< its insertion, which waits for the one before
+    std::int64_t insertionCount_ = 0;   ///< number of insertions that have ended
+    runtime::TaskHandle<> newestPiece_; ///< its insertion, which waits for the previous one
 };
 
 } // namespace sonvale::core

@@ -11,34 +11,34 @@
 
 namespace sonvale::core {
 
-/// Everything that uses the clipboard or presses keys, one after the other: an insertion that began before
-/// the last one had put the clipboard back would take that one's text for the user's. Main actor.
+/// Runs all operations that use the clipboard or press keys, one after the other. If an insertion began
+/// before the last one has restored the clipboard, it would treat that one's text as the user's. Main actor.
 class Typing {
 public:
-    /// What is referred to must outlive it.
+    /// The referenced objects must outlive it.
     Typing(DictationState& state, std::shared_ptr<insertion::TextInserter> inserter,
            const runtime::OwnedTasks& tasks);
 
-    /// Set while the screen is locked: keys would then go to the field of the password, so nothing is typed.
+    /// Set while the screen is locked. Keys would then go to the password field, so no text is typed.
     bool isScreenLocked = false;
 
     /// Prepares the inserter while the user still speaks. Returns at once.
     void prepare() { inserter_->prepare(); }
 
-    /// Inserts a text at the cursor. Returns whether it was inserted; while the screen is locked, it says so
-    /// to the user and inserts nothing. Ends when the clipboard has been put back.
+    /// Inserts a text at the cursor. Returns whether it was inserted. While the screen is locked, reports
+    /// that to the user and does not insert. Ends when the clipboard has been restored.
     runtime::Task<bool> insert(std::string text);
 
-    /// Undoes `insertionCount` insertions and inserts `text` instead. Does nothing while the screen is
-    /// locked, except to say so.
+    /// Undoes `insertionCount` insertions and inserts `text` instead. While the screen is locked, only
+    /// reports that to the user.
     runtime::Task<> replace(std::int64_t insertionCount, std::string text);
 
-    /// Starts to insert `lastTranscription`; nothing if it is empty.
+    /// Starts to insert `lastTranscription`. Does nothing if it is empty.
     void beginInsertingLast();
     /// Starts to put a text on the clipboard for the user to keep.
     void beginCopying(std::string text);
 
-    /// Waits until the clipboard is free, and keeps it for the caller.
+    /// Waits until the clipboard is free, and reserves it for the caller.
     runtime::Task<runtime::AsyncMutex::Guard> lockClipboard() { return clipboard_.lock(); }
 
 private:
@@ -49,7 +49,7 @@ private:
     DictationState& state_;
     std::shared_ptr<insertion::TextInserter> inserter_;
     const runtime::OwnedTasks& tasks_;
-    runtime::AsyncMutex clipboard_; ///< held while the clipboard or the keys are in use
+    runtime::AsyncMutex clipboard_; ///< locked while the clipboard or the keys are in use
 };
 
 } // namespace sonvale::core
