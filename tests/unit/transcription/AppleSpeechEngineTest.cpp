@@ -47,7 +47,7 @@ protected:
 
 } // namespace
 
-TEST_F(AppleSpeechEngineTest, RecognisesTheFileInTheCurrentLocaleWhenNoLanguageIsGiven) {
+TEST_F(AppleSpeechEngineTest, RecognizesTheFileInTheCurrentLocaleIfNoLanguageIsGiven) {
     const auto handle = begin();
     ASSERT_EQ(started().size(), 1U);
     EXPECT_EQ(started()[0]->audioFile, "/tmp/a.m4a");
@@ -68,7 +68,7 @@ TEST_F(AppleSpeechEngineTest, ChoosesTheLocaleByTheLanguage) {
     }
 }
 
-TEST_F(AppleSpeechEngineTest, AsksForTheCurrentLocaleAnewEachTime) {
+TEST_F(AppleSpeechEngineTest, ReadsTheCurrentLocaleForEachFile) {
     const auto first = begin();
     started().back()->finish("x");
     currentLocale_ = "en-GB";
@@ -83,7 +83,7 @@ TEST_F(AppleSpeechEngineTest, IsUnavailableForALanguageWithoutAModel) {
     EXPECT_TRUE(started().empty());
 }
 
-TEST_F(AppleSpeechEngineTest, IsUnavailableAndStartsNothingWhenNotAuthorised) {
+TEST_F(AppleSpeechEngineTest, IsUnavailableAndStartsNothingIfNotAuthorized) {
     for (const auto status :
          {SpeechAuthorization::notDetermined, SpeechAuthorization::denied, SpeechAuthorization::restricted}) {
         recognizers_.control().setAuthorization(status);
@@ -93,13 +93,13 @@ TEST_F(AppleSpeechEngineTest, IsUnavailableAndStartsNothingWhenNotAuthorised) {
     EXPECT_TRUE(started().empty());
 }
 
-TEST_F(AppleSpeechEngineTest, IsUnavailableAndStartsNothingWhenTheRecogniserIs) {
+TEST_F(AppleSpeechEngineTest, IsUnavailableAndStartsNothingIfTheRecognizerIsUnavailable) {
     recognizers_.control().setAvailable(false);
     EXPECT_EQ(outcome(begin()), "engineUnavailable");
     EXPECT_TRUE(started().empty());
 }
 
-TEST_F(AppleSpeechEngineTest, IsAvailableByTheRecogniserOfTheCurrentLocale) {
+TEST_F(AppleSpeechEngineTest, IsAvailableIfTheRecognizerOfTheCurrentLocaleIs) {
     EXPECT_TRUE(engine_.isAvailable());
     recognizers_.control().setAvailable(false);
     EXPECT_FALSE(engine_.isAvailable());
@@ -110,7 +110,7 @@ TEST_F(AppleSpeechEngineTest, IsAvailableByTheRecogniserOfTheCurrentLocale) {
     EXPECT_TRUE(engine_.isAvailable());
 }
 
-TEST_F(AppleSpeechEngineTest, TakesSilenceForAnInvalidResponse) {
+TEST_F(AppleSpeechEngineTest, ReportsSilenceAsAnInvalidResponse) {
     const auto handle = begin();
     started()[0]->fail({"kAFAssistantErrorDomain", 1110, "No speech detected"});
     EXPECT_EQ(outcome(handle), "invalidResponse");
@@ -144,19 +144,19 @@ TEST_F(AppleSpeechEngineTest, IgnoresAResultThatIsNotFinal) {
     EXPECT_EQ(outcome(handle), "result hello");
 }
 
-TEST_F(AppleSpeechEngineTest, TakesAnEmptyTextForAnInvalidResponse) {
+TEST_F(AppleSpeechEngineTest, ReportsAnEmptyTextAsAnInvalidResponse) {
     const auto handle = begin();
     started()[0]->finish("");
     EXPECT_EQ(outcome(handle), "invalidResponse");
 }
 
-TEST_F(AppleSpeechEngineTest, TakesNeitherResultNorErrorForAnInvalidResponse) {
+TEST_F(AppleSpeechEngineTest, ReportsNeitherResultNorErrorAsAnInvalidResponse) {
     const auto handle = begin();
     started()[0]->answerNothing();
     EXPECT_EQ(outcome(handle), "invalidResponse");
 }
 
-TEST_F(AppleSpeechEngineTest, CountsTheFirstAnswerOnly) {
+TEST_F(AppleSpeechEngineTest, UsesTheFirstAnswerOnly) {
     const auto handle = begin();
     started()[0]->finish("hello");
     started()[0]->fail({"late", 1, "late"});
@@ -169,7 +169,7 @@ TEST_F(AppleSpeechEngineTest, CountsTheFirstAnswerOnly) {
     EXPECT_EQ(outcome(other), "networkError");
 }
 
-TEST_F(AppleSpeechEngineTest, EndsByTheRecognisersErrorWhenCancelled) {
+TEST_F(AppleSpeechEngineTest, EndsWithTheRecognizersErrorIfCancelled) {
     const auto handle = begin();
     handle.cancel();
     runtime_.runUntilIdle();
@@ -186,24 +186,24 @@ TEST_F(AppleSpeechEngineTest, CancelsTheRecognitionOfATaskThatIsAlreadyCancelled
     EXPECT_EQ(outcome(handle), "networkError");
 }
 
-TEST_F(AppleSpeechEngineTest, KeepsTheResultWhenCancelledAfterIt) {
+TEST_F(AppleSpeechEngineTest, KeepsTheResultIfCancelledAfterIt) {
     const auto handle = begin();
     started()[0]->finish("hello");
     handle.cancel();
     EXPECT_EQ(outcome(handle), "result hello");
 }
 
-TEST_F(AppleSpeechEngineTest, HoldsNothingOfARecognitionThatHasEnded) {
+TEST_F(AppleSpeechEngineTest, KeepsNoReferenceToAnEndedRecognition) {
     const auto handle = begin();
     const std::weak_ptr<platform::SpeechRecognitionTask> task = started()[0];
     started()[0]->finish("hello");
     EXPECT_EQ(outcome(handle), "result hello");
     started()[0]->drop();
-    // The fake's own list holds the last one.
+    // The fake's own list holds the last reference.
     EXPECT_EQ(task.use_count(), 1);
 }
 
-TEST_F(AppleSpeechEngineTest, ResumesOnceWhenAnswersAndCancellationCompete) {
+TEST_F(AppleSpeechEngineTest, ResumesOnceIfAnswersAndCancellationCompete) {
     for (int round = 0; round < 200; ++round) {
         const auto handle = begin();
         const auto recognition = started().back();
@@ -222,7 +222,7 @@ TEST_F(AppleSpeechEngineTest, ResumesOnceWhenAnswersAndCancellationCompete) {
     }
 }
 
-TEST_F(AppleSpeechEngineTest, GivesTheAnswerToTheRequestForTheGrant) {
+TEST_F(AppleSpeechEngineTest, ReturnsTheAnswerToTheRequestForThePermission) {
     for (const auto status : {SpeechAuthorization::notDetermined, SpeechAuthorization::denied,
                               SpeechAuthorization::restricted, SpeechAuthorization::authorized}) {
         recognizers_.control().setAuthorization(status);

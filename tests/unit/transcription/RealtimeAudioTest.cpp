@@ -15,7 +15,7 @@ std::string joined(const std::vector<std::string>& pieces) {
     return std::accumulate(pieces.begin(), pieces.end(), std::string());
 }
 
-/// The bytes of the samples 0, 1, 2 ...
+/// Returns the bytes of the samples 0, 1, 2 ...
 std::string numbered(std::size_t bytes) {
     std::string result;
     for (std::size_t i = 0; i < bytes / 2; ++i) {
@@ -28,7 +28,7 @@ std::string numbered(std::size_t bytes) {
 
 } // namespace
 
-TEST_F(RealtimeAudio, SendsATenthOfASecondAtATime) {
+TEST_F(RealtimeAudio, SendsChunksOfATenthOfASecond) {
     start();
     for (int i = 0; i < 10; ++i)
         append(1024);
@@ -37,7 +37,7 @@ TEST_F(RealtimeAudio, SendsATenthOfASecondAtATime) {
     EXPECT_EQ(joined(audioFrames(socket())), numbered(10240));
 }
 
-TEST_F(RealtimeAudio, SendsWhatCameBeforeTheHandshakeInWholeChunks) {
+TEST_F(RealtimeAudio, SendsTheAudioBeforeTheHandshakeInWholeChunks) {
     append(240100);
     start();
     run();
@@ -75,7 +75,7 @@ TEST_F(RealtimeAudio, DropsABufferThatCannotBeConverted) {
     EXPECT_EQ(frameSizes(), Sizes{4800});
 }
 
-TEST_F(RealtimeAudio, GoesOnAfterAChunkThatCouldNotBeSent) {
+TEST_F(RealtimeAudio, ContinuesAfterAChunkThatCouldNotBeSent) {
     start();
     socket().holdSends();
     append(4800);
@@ -90,7 +90,7 @@ TEST_F(RealtimeAudio, GoesOnAfterAChunkThatCouldNotBeSent) {
     run();
 }
 
-TEST_F(RealtimeAudio, TellsInTheLifecycleWhetherAudioWasSent) {
+TEST_F(RealtimeAudio, LogsInTheLifecycleWhetherAudioWasSent) {
     start();
     append(4800);
     clock().advance(2.5);
@@ -98,7 +98,7 @@ TEST_F(RealtimeAudio, TellsInTheLifecycleWhetherAudioWasSent) {
     EXPECT_TRUE(logged("RealtimeSTT: Session lifecycle — duration: 2.5s, audio_sent: true"));
 }
 
-TEST_F(RealtimeAudio, SendsTheRestBehindTheChunksAndThenTheCommit) {
+TEST_F(RealtimeAudio, SendsTheRestAfterTheChunksAndThenTheCommit) {
     start();
     append(4800);
     append(1000);
@@ -110,7 +110,7 @@ TEST_F(RealtimeAudio, SendsTheRestBehindTheChunksAndThenTheCommit) {
     EXPECT_EQ(outcome(task), "done");
 }
 
-TEST_F(RealtimeAudio, CommitsWithoutAnAppendWhenNothingIsLeft) {
+TEST_F(RealtimeAudio, CommitsWithoutAnAppendIfNoAudioIsLeft) {
     start();
     append(4800);
     run();
@@ -119,7 +119,7 @@ TEST_F(RealtimeAudio, CommitsWithoutAnAppendWhenNothingIsLeft) {
     EXPECT_EQ(frameSizes(), Sizes{4800});
 }
 
-TEST_F(RealtimeAudio, WaitsWithTheRestForEveryChunkOnItsWay) {
+TEST_F(RealtimeAudio, SendsTheRestAfterEveryPendingChunk) {
     start();
     socket().holdSends();
     append(4800);
@@ -140,7 +140,7 @@ TEST_F(RealtimeAudio, WaitsWithTheRestForEveryChunkOnItsWay) {
     EXPECT_EQ(outcome(task), "waiting");
 }
 
-TEST_F(RealtimeAudio, FailsTheFinaliseWhenTheRestCannotBeSent) {
+TEST_F(RealtimeAudio, FailsToFinalizeIfTheRestCannotBeSent) {
     start();
     append(100);
     socket().holdSends();
@@ -150,7 +150,7 @@ TEST_F(RealtimeAudio, FailsTheFinaliseWhenTheRestCannotBeSent) {
     EXPECT_EQ(outcome(task), "lost");
 }
 
-TEST_F(RealtimeAudio, FailsTheFinaliseWithoutASession) {
+TEST_F(RealtimeAudio, FailsToFinalizeWithoutASession) {
     append(100);
     EXPECT_EQ(errorOf(engine_->finalizeStreamingTranscription()), "engineUnavailable");
     EXPECT_EQ(errorOf(engine_->finalizeStreamingTranscription()), "engineUnavailable");
@@ -158,7 +158,7 @@ TEST_F(RealtimeAudio, FailsTheFinaliseWithoutASession) {
         "RealtimeSTT: sendMessage called with no active WebSocket — session likely failed to connect"));
 }
 
-TEST_F(RealtimeAudio, ForgetsTheRestForTheNextUtterance) {
+TEST_F(RealtimeAudio, DropsTheRestBeforeTheNextUtterance) {
     start();
     append(1000);
     engine_->resetForNextUtterance();
@@ -169,7 +169,7 @@ TEST_F(RealtimeAudio, ForgetsTheRestForTheNextUtterance) {
     EXPECT_TRUE(logged("RealtimeSTT: Reset for next utterance (session still active)"));
 }
 
-TEST_F(RealtimeAudio, ForgetsEverythingWithTheSession) {
+TEST_F(RealtimeAudio, DropsAllAudioWithTheSession) {
     start();
     append(1000);
     engine_->cancelSession();
@@ -181,9 +181,9 @@ TEST_F(RealtimeAudio, ForgetsEverythingWithTheSession) {
     EXPECT_EQ(network().sockets().front()->cancelCodes().front(), 1001);
 }
 
-TEST_F(RealtimeAudio, KeepsItsOrderWhenTheCaptureRunsIntoTheFlush) {
+TEST_F(RealtimeAudio, KeepsTheOrderIfTheCaptureContinuesDuringTheFlush) {
     append(24000);
-    // The capture thread brings more at the very moment of readiness.
+    // The capture thread appends more audio at the moment when the session becomes ready.
     network().onMessage([this](tests::FakeSocket&, const tests::FakeSocket::Message& message) {
         if (message.bytes.find("session.update") != std::string::npos)
             append(6000);
@@ -194,7 +194,7 @@ TEST_F(RealtimeAudio, KeepsItsOrderWhenTheCaptureRunsIntoTheFlush) {
     const auto sent = joined(audioFrames(socket()));
     EXPECT_EQ(sent, numbered(sent.size()));
     EXPECT_LE(sent.size(), 36000U);
-    EXPECT_GT(sent.size(), 36000U - 4800) << "only what does not fill a frame yet waits";
+    EXPECT_GT(sent.size(), 36000U - 4800) << "only audio that does not fill a frame yet waits";
     finalize();
     EXPECT_EQ(joined(audioFrames(socket())), numbered(36000));
 }

@@ -4,7 +4,7 @@ namespace sonvale::transcription {
 
 using RealtimeCommit = RealtimeFixture;
 
-TEST_F(RealtimeCommit, GivesUpOnAConnectionThatTakesNoAudio) {
+TEST_F(RealtimeCommit, FailsIfTheConnectionTakesNoAudio) {
     start();
     socket().holdSends();
     append(4800);
@@ -17,11 +17,11 @@ TEST_F(RealtimeCommit, GivesUpOnAConnectionThatTakesNoAudio) {
     EXPECT_TRUE(logged("RealtimeSTT: Audio not sent within 5 s — giving the session up"));
     EXPECT_FALSE(engine_->hasReadySession());
     EXPECT_TRUE(socket().isEnded());
-    EXPECT_EQ(runtime_.registry().count(), 0U) << "no send is waited for any more";
+    EXPECT_EQ(runtime_.registry().count(), 0U) << "no task waits for a send any more";
     EXPECT_EQ(outcome(finalize()), "Network error: WebSocket session ended during recording");
 }
 
-TEST_F(RealtimeCommit, GivesUpOnAConnectionThatDoesNotTakeTheCommit) {
+TEST_F(RealtimeCommit, FailsIfTheConnectionDoesNotTakeTheCommit) {
     start();
     append(100);
     socket().holdSends();
@@ -36,7 +36,7 @@ TEST_F(RealtimeCommit, GivesUpOnAConnectionThatDoesNotTakeTheCommit) {
     EXPECT_EQ(outcome(task), "Network error: The connection to the transcription service does not respond");
 }
 
-TEST_F(RealtimeCommit, LeavesASlowConnectionAloneThatTakesTheCommitInTime) {
+TEST_F(RealtimeCommit, KeepsASlowConnectionThatTakesTheCommitInTime) {
     start();
     socket().holdSends();
     append(4800);
@@ -45,14 +45,14 @@ TEST_F(RealtimeCommit, LeavesASlowConnectionAloneThatTakesTheCommitInTime) {
     socket().releaseSends();
     run();
     clock().advance(9);
-    EXPECT_EQ(outcome(task), "waiting") << "the wait for the text has a limit of its own";
+    EXPECT_EQ(outcome(task), "waiting") << "the wait for the text has its own limit";
     complete("slow");
     EXPECT_EQ(outcome(task), "slow");
     clock().advance(20);
     EXPECT_TRUE(engine_->hasReadySession());
 }
 
-TEST_F(RealtimeCommit, SendsNothingOfAnUtteranceThatWasGivenUpToTheNextSession) {
+TEST_F(RealtimeCommit, SendsNoAudioOfAFailedUtteranceToTheNextSession) {
     start();
     const auto former = network().lastSocket();
     former->holdSends();
@@ -71,7 +71,7 @@ TEST_F(RealtimeCommit, SendsNothingOfAnUtteranceThatWasGivenUpToTheNextSession) 
     EXPECT_EQ(outcome(next), "the next text");
 }
 
-TEST_F(RealtimeCommit, EndsAtOnceWhenTheSessionIsCancelled) {
+TEST_F(RealtimeCommit, EndsAtOnceIfTheSessionIsCancelled) {
     start();
     socket().holdSends();
     append(4800);
@@ -84,7 +84,7 @@ TEST_F(RealtimeCommit, EndsAtOnceWhenTheSessionIsCancelled) {
     EXPECT_FALSE(engine_->cancelUncommitted());
 }
 
-TEST_F(RealtimeCommit, IsNotCancelledOnceItIsSent) {
+TEST_F(RealtimeCommit, IsNotCancelledAfterItIsSent) {
     EXPECT_FALSE(engine_->cancelUncommitted());
     start();
     EXPECT_FALSE(engine_->cancelUncommitted());

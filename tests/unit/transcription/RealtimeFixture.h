@@ -17,14 +17,14 @@
 
 namespace sonvale::transcription {
 
-/// A realtime engine over a service in the hands of the test, on the manual clock.
+/// A realtime engine with a service that the test controls, on the manual clock.
 class RealtimeFixture : public testing::Test {
 protected:
     static constexpr platform::AudioFormat format{24000, 1};
 
     RealtimeFixture() { makeEngine(); }
 
-    /// `key` absent: through the backend.
+    /// Creates the engine. If `key` is absent, it works through the backend.
     void makeEngine(std::optional<std::string> key = "sk-own", std::optional<std::string> token = "sk-own") {
         services::ServiceAddresses addresses;
         addresses.backend = "https://backend.example/base";
@@ -50,7 +50,7 @@ protected:
 
     void start() { runtime_.wait(engine_->startSession(format)); }
 
-    /// Appends one buffer that is so many bytes in the target format, each sample the next number.
+    /// Appends one buffer of so many bytes in the target format. Each sample is the next number.
     void append(std::size_t bytes) {
         platform::PcmBuffer buffer(format, bytes / 2);
         for (auto& sample : buffer.channel(0))
@@ -70,7 +70,7 @@ protected:
             types.push_back(each.at("type"));
         return types;
     }
-    /// The audio of every append frame.
+    /// Returns the audio of every append frame.
     std::vector<std::string> audioFrames(tests::FakeSocket& of) const {
         std::vector<std::string> audio;
         for (const auto& each : frames(of)) {
@@ -98,7 +98,7 @@ protected:
         run();
     }
 
-    /// The task's text, or what its error says of itself; "waiting" while it has neither.
+    /// Returns the task's text or the text of its error; "waiting" while it has neither.
     static std::string outcome(const runtime::TaskHandle<std::string>& task) {
         if (!task.isDone())
             return "waiting";
@@ -138,7 +138,7 @@ protected:
     tests::FakeUrlSessions sessions_;
     tests::FakeSampleRateConverters converters_;
     std::optional<std::string> language_;
-    double tokenSeconds_ = 0; ///< that the provider takes
+    double tokenSeconds_ = 0; ///< seconds that the provider takes
     int tokensAsked_ = 0;
     std::shared_ptr<RealtimeTranscriptionEngine> engine_;
 

@@ -8,12 +8,12 @@ namespace sonvale::transcription {
 
 namespace {
 
-// Audio that can be told from everything else in memory: each sample is three less than the one before.
+// Audio that differs from all other data in memory: each sample is three less than the previous one.
 constexpr int firstSample = 30000;
 constexpr int fall = 3;
-constexpr std::size_t shortestRun = 64;
+constexpr std::size_t minRun = 64;
 
-/// Samples of such runs in a piece of this process's memory.
+/// Returns the number of samples of such runs in a part of this process's memory.
 __attribute__((no_sanitize("address", "thread", "undefined"))) std::size_t
 fallingSamples(const std::int16_t* begin, const std::int16_t* end) {
     std::size_t found = 0;
@@ -23,13 +23,13 @@ fallingSamples(const std::int16_t* begin, const std::int16_t* end) {
             ++run;
             continue;
         }
-        found += run >= shortestRun ? run : 0;
+        found += run >= minRun ? run : 0;
         run = 1;
     }
-    return found + (run >= shortestRun ? run : 0);
+    return found + (run >= minRun ? run : 0);
 }
 
-/// In all memory that this process may write.
+/// Returns the number of samples of such runs in all memory that this process may write.
 std::size_t fallingSamplesInMemory() {
     constexpr std::uintptr_t sanitizersOwn = 1ULL << 32U;
     std::size_t found = 0;
@@ -41,7 +41,7 @@ std::size_t fallingSamplesInMemory() {
         if (std::sscanf(line.c_str(), "%lx-%lx %4s", &begin, &end, mode) != 3 || mode[0] != 'r' ||
             mode[1] != 'w' || end - begin > sanitizersOwn)
             continue;
-        // NOLINTBEGIN(performance-no-int-to-ptr): the addresses come as text
+        // NOLINTBEGIN(performance-no-int-to-ptr): the file contains the addresses as text
         found += fallingSamples(reinterpret_cast<const std::int16_t*>(begin),
                                 reinterpret_cast<const std::int16_t*>(end));
         // NOLINTEND(performance-no-int-to-ptr)
@@ -51,7 +51,7 @@ std::size_t fallingSamplesInMemory() {
 
 class RealtimeMemory : public RealtimeFixture {
 protected:
-    /// Twenty buffers of a thousand samples, in the target format.
+    /// Appends twenty buffers of a thousand samples in the target format.
     void speak() {
         int next = firstSample;
         for (int piece = 0; piece < 20; ++piece) {
@@ -67,15 +67,15 @@ protected:
 
 } // namespace
 
-TEST_F(RealtimeMemory, HoldsTheAudioOnceAndNotAfterTheSession) {
+TEST_F(RealtimeMemory, HoldsOneCopyOfTheAudioAndNoneAfterTheSession) {
     ASSERT_EQ(fallingSamplesInMemory(), 0U);
     speak();
-    EXPECT_EQ(fallingSamplesInMemory(), 20000U) << "a copy is left where the audio was while it grew";
+    EXPECT_EQ(fallingSamplesInMemory(), 20000U) << "growing left a copy of the audio";
     engine_->cancelSession();
     EXPECT_EQ(fallingSamplesInMemory(), 0U);
 }
 
-TEST_F(RealtimeMemory, HoldsNoAudioThatWasSentOrForgotten) {
+TEST_F(RealtimeMemory, HoldsNoSentOrDroppedAudio) {
     start();
     speak();
     run();
@@ -89,7 +89,7 @@ TEST_F(RealtimeMemory, HoldsNoAudioThatWasSentOrForgotten) {
     EXPECT_EQ(fallingSamplesInMemory(), 0U);
 }
 
-TEST_F(RealtimeMemory, HoldsNoAudioOnceTheEngineIsGone) {
+TEST_F(RealtimeMemory, HoldsNoAudioAfterTheEngineIsDestroyed) {
     speak();
     EXPECT_EQ(fallingSamplesInMemory(), 20000U);
     const std::weak_ptr<RealtimeTranscriptionEngine> watched = engine_;

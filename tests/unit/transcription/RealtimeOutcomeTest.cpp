@@ -24,7 +24,7 @@ TEST_F(RealtimeOutcome, ReturnsAnEmptyTranscript) {
     EXPECT_EQ(outcome(task), "");
 }
 
-TEST_F(RealtimeOutcome, TakesACompletedEventWithoutATextForAnEmptyOne) {
+TEST_F(RealtimeOutcome, ReturnsAnEmptyTextForACompletedEventWithoutText) {
     for (const std::string frame :
          {R"({"type":"conversation.item.input_audio_transcription.completed"})",
           R"({"type":"conversation.item.input_audio_transcription.completed","transcript":1})"}) {
@@ -42,7 +42,7 @@ TEST_F(RealtimeOutcome, TakesACompletedEventWithoutATextForAnEmptyOne) {
         2);
 }
 
-TEST_F(RealtimeOutcome, ReadsABinaryFrameLikeAText) {
+TEST_F(RealtimeOutcome, ReadsABinaryFrameLikeATextFrame) {
     start();
     const auto task = finalize();
     socket().deliver(
@@ -72,7 +72,7 @@ TEST_F(RealtimeOutcome, FailsWithTheServicesError) {
     EXPECT_TRUE(engine_->hasReadySession()) << "only the waiting utterance fails";
 }
 
-TEST_F(RealtimeOutcome, PassesOverWhatItDoesNotKnow) {
+TEST_F(RealtimeOutcome, IgnoresUnknownFrames) {
     start();
     const auto task = finalize();
     for (const std::string frame :
@@ -102,7 +102,7 @@ TEST_F(RealtimeOutcome, PassesOverWhatItDoesNotKnow) {
     EXPECT_EQ(outcome(task), "still here");
 }
 
-TEST_F(RealtimeOutcome, LosesATranscriptThatNobodyWaitsFor) {
+TEST_F(RealtimeOutcome, DropsATranscriptIfNoTaskWaits) {
     start();
     run();
     complete("early");
@@ -112,7 +112,7 @@ TEST_F(RealtimeOutcome, LosesATranscriptThatNobodyWaitsFor) {
     EXPECT_EQ(outcome(task), "late");
 }
 
-TEST_F(RealtimeOutcome, KeepsATranscriptThatOvertakesTheNewsOfTheCommit) {
+TEST_F(RealtimeOutcome, KeepsATranscriptThatComesBeforeTheCommitIsReportedAsSent) {
     start();
     run();
     socket().holdSends();
@@ -136,7 +136,7 @@ TEST_F(RealtimeOutcome, TimesOutAfterTenSeconds) {
     EXPECT_TRUE(engine_->hasReadySession());
 }
 
-TEST_F(RealtimeOutcome, LetsAnOlderTimerEndANewerWait) {
+TEST_F(RealtimeOutcome, EndsANewerWaitByAnOlderTimer) {
     start();
     const auto first = finalize();
     complete("one");
@@ -152,7 +152,7 @@ TEST_F(RealtimeOutcome, LetsAnOlderTimerEndANewerWait) {
     EXPECT_EQ(countOf("RealtimeSTT: Transcript timed out after 10 s"), 1);
 }
 
-TEST_F(RealtimeOutcome, EndsTheFirstOfTwoWaitsByCancellation) {
+TEST_F(RealtimeOutcome, EndsTheFirstOfTwoWaitsWithACancellation) {
     start();
     const auto first = finalize();
     const auto second = finalize();
@@ -162,7 +162,7 @@ TEST_F(RealtimeOutcome, EndsTheFirstOfTwoWaitsByCancellation) {
     EXPECT_EQ(outcome(second), "for the second");
 }
 
-TEST_F(RealtimeOutcome, EndsTheWaitWhenTheSessionIsCancelled) {
+TEST_F(RealtimeOutcome, EndsTheWaitIfTheSessionIsCancelled) {
     start();
     const auto task = finalize();
     engine_->cancelSession();
@@ -172,7 +172,7 @@ TEST_F(RealtimeOutcome, EndsTheWaitWhenTheSessionIsCancelled) {
     EXPECT_TRUE(logged("RealtimeSTT: Receive loop exited"));
 }
 
-TEST_F(RealtimeOutcome, FailsTheWaitWhenTheConnectionIsLost) {
+TEST_F(RealtimeOutcome, FailsTheWaitIfTheConnectionIsLost) {
     start();
     clock().advance(3);
     const auto task = finalize();
@@ -185,7 +185,7 @@ TEST_F(RealtimeOutcome, FailsTheWaitWhenTheConnectionIsLost) {
         logged("RealtimeSTT: Session lifecycle (receive loop exit) — duration: 3.0s, audio_sent: false"));
 }
 
-TEST_F(RealtimeOutcome, SaysAtOnceThatTheSessionWasLostWhileTheUserSpoke) {
+TEST_F(RealtimeOutcome, FailsAtOnceIfTheSessionWasLostWhileTheUserSpoke) {
     start();
     run();
     socket().close();
@@ -197,7 +197,7 @@ TEST_F(RealtimeOutcome, SaysAtOnceThatTheSessionWasLostWhileTheUserSpoke) {
     EXPECT_TRUE(logged("RealtimeSTT: Session dropped during recording — cannot finalize"));
 }
 
-TEST_F(RealtimeOutcome, HandsOutWhatCameBeforeTheConnectionWasLost) {
+TEST_F(RealtimeOutcome, ReturnsTheTranscriptThatCameBeforeTheConnectionWasLost) {
     start();
     const auto task = finalize();
     socket().deliverText(
@@ -207,7 +207,7 @@ TEST_F(RealtimeOutcome, HandsOutWhatCameBeforeTheConnectionWasLost) {
     EXPECT_EQ(outcome(task), "just in time");
 }
 
-TEST_F(RealtimeOutcome, StartsAnewAfterALoss) {
+TEST_F(RealtimeOutcome, OpensANewSessionAfterALoss) {
     start();
     run();
     socket().close();
@@ -219,7 +219,7 @@ TEST_F(RealtimeOutcome, StartsAnewAfterALoss) {
     EXPECT_EQ(outcome(task), "again");
 }
 
-TEST_F(RealtimeOutcome, KeepsAFormerSocketOutOfTheNewSession) {
+TEST_F(RealtimeOutcome, IgnoresTheSocketOfAnEarlierSession) {
     start();
     run();
     const auto former = network().lastSocket();
@@ -227,7 +227,7 @@ TEST_F(RealtimeOutcome, KeepsAFormerSocketOutOfTheNewSession) {
     start();
     run();
     EXPECT_TRUE(former->isEnded());
-    EXPECT_TRUE(engine_->hasReadySession()) << "the end of the former receive loop is not this session's";
+    EXPECT_TRUE(engine_->hasReadySession()) << "the earlier receive loop must not end this session";
     const auto task = finalize();
     complete("new");
     EXPECT_EQ(outcome(task), "new");

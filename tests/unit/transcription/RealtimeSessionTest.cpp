@@ -20,7 +20,7 @@ TEST_F(RealtimeSession, OpensTheSocketWithTheKeyAndSendsItsSettings) {
     EXPECT_TRUE(printed("WebSocket session start: 0ms (reused: false)"));
 }
 
-TEST_F(RealtimeSession, SendsTheLanguageUnlessItIsLeftToTheService) {
+TEST_F(RealtimeSession, SendsTheLanguageUnlessTheServiceDetectsIt) {
     start();
     const auto transcription = [&] {
         return frames(socket()).front().at("/session/audio/input/transcription"_json_pointer);
@@ -48,7 +48,7 @@ TEST_F(RealtimeSession, IsNotReusedInAnotherLanguage) {
     EXPECT_TRUE(engine_->hasReadySession());
 }
 
-TEST_F(RealtimeSession, FailsWithoutATokenBeforeAnySocketIsTouched) {
+TEST_F(RealtimeSession, FailsWithoutATokenBeforeASocketIsOpened) {
     for (const auto& token : {std::optional<std::string>(), std::optional<std::string>("")}) {
         makeEngine(std::nullopt, token);
         EXPECT_EQ(errorOf(engine_->startSession(format)), "apiKeyMissing");
@@ -57,7 +57,7 @@ TEST_F(RealtimeSession, FailsWithoutATokenBeforeAnySocketIsTouched) {
     EXPECT_EQ(countOf("RealtimeSTT: Cannot start session — auth token is missing"), 2);
 }
 
-TEST_F(RealtimeSession, TakesTheTokenOfTheSocketFromTheBackend) {
+TEST_F(RealtimeSession, GetsTheTokenOfTheSocketFromTheBackend) {
     makeEngine(std::nullopt, "jwt");
     network().answerNext(200, R"({"value":"ek_1","expires_at":1})");
     start();
@@ -75,7 +75,7 @@ TEST_F(RealtimeSession, TakesTheTokenOfTheSocketFromTheBackend) {
     EXPECT_TRUE(logged("RealtimeSTT: Ephemeral token obtained (length 4)"));
 }
 
-TEST_F(RealtimeSession, JudgesTheAnswerToTheTokenRequest) {
+TEST_F(RealtimeSession, ReportsTheErrorInTheAnswerToTheTokenRequest) {
     struct Row {
         platform::UrlResponse response;
         std::string error;
@@ -109,14 +109,14 @@ TEST_F(RealtimeSession, JudgesTheAnswerToTheTokenRequest) {
     EXPECT_FALSE(engine_->hasReadySession());
 }
 
-TEST_F(RealtimeSession, TakesEitherFormOfTheToken) {
+TEST_F(RealtimeSession, AcceptsBothFormsOfTheToken) {
     const auto token = [](const std::string& body) { return ephemeralTokenFrom({200, {}, body}); };
     EXPECT_EQ(token(R"({"value":"a","client_secret":{"value":"b"}})"), "a");
     EXPECT_EQ(token(R"({"value":"","client_secret":{"value":"b"}})"), "b");
     EXPECT_EQ(token(R"({"value":5,"client_secret":{"value":"b"}})"), "b");
 }
 
-TEST_F(RealtimeSession, ReusesASessionThatStands) {
+TEST_F(RealtimeSession, ReusesAnOpenSession) {
     start();
     start();
     EXPECT_EQ(network().sockets().size(), 1U);
@@ -150,7 +150,7 @@ TEST_F(RealtimeSession, WaitsForTheHandshakeAndMeasuresIt) {
     EXPECT_TRUE(printed("WebSocket session start: 250ms (reused: false)"));
 }
 
-TEST_F(RealtimeSession, LetsTheLatestOfTwoStartsHaveTheSay) {
+TEST_F(RealtimeSession, UsesTheLatestOfTwoStarts) {
     makeEngine(std::nullopt, "jwt");
     network().hangNext();
     const auto first = runtime::spawn(runtime_.main(), engine_->startSession(format));
@@ -166,7 +166,7 @@ TEST_F(RealtimeSession, LetsTheLatestOfTwoStartsHaveTheSay) {
     EXPECT_TRUE(engine_->hasReadySession());
 }
 
-TEST_F(RealtimeSession, OpensNothingAfterACancelThatCameMeanwhile) {
+TEST_F(RealtimeSession, OpensNoSocketAfterACancelDuringTheStart) {
     tokenSeconds_ = 1;
     const auto task = runtime::spawn(runtime_.main(), engine_->startSession(format));
     run();
@@ -177,12 +177,12 @@ TEST_F(RealtimeSession, OpensNothingAfterACancelThatCameMeanwhile) {
     EXPECT_TRUE(network().sockets().empty());
 }
 
-TEST_F(RealtimeSession, TakesNoFile) {
+TEST_F(RealtimeSession, TranscribesNoFile) {
     EXPECT_EQ(errorOf(engine_->transcribe("a.m4a", "en")), "engineUnavailable");
     EXPECT_TRUE(engine_->isAvailable());
 }
 
-TEST_F(RealtimeSession, ClosesItsSocketWhenItGoes) {
+TEST_F(RealtimeSession, ClosesItsSocketWhenDestroyed) {
     start();
     const auto left = network().lastSocket();
     engine_.reset();
@@ -193,7 +193,7 @@ TEST_F(RealtimeSession, ClosesItsSocketWhenItGoes) {
 
 // Pre-warming.
 
-TEST_F(RealtimeSession, PreWarmsOnceAndClosesWhenNobodyComes) {
+TEST_F(RealtimeSession, PreWarmsOnceAndClosesTheUnusedSession) {
     runtime_.wait(engine_->preWarm(format));
     EXPECT_TRUE(engine_->hasReadySession());
     EXPECT_TRUE(logged("RealtimeSTT: Pre-warm session established"));
@@ -214,7 +214,7 @@ TEST_F(RealtimeSession, PreWarmsOnceAndClosesWhenNobodyComes) {
     EXPECT_EQ(network().sockets().size(), 1U) << "it is not opened again in the background";
 }
 
-TEST_F(RealtimeSession, KeepsAPreWarmedSessionThatWasTakenOver) {
+TEST_F(RealtimeSession, KeepsAPreWarmedSessionThatIsInUse) {
     runtime_.wait(engine_->preWarm(format));
     clock().advance(50);
     engine_->clearPreWarmState();
@@ -222,7 +222,7 @@ TEST_F(RealtimeSession, KeepsAPreWarmedSessionThatWasTakenOver) {
     EXPECT_TRUE(engine_->hasReadySession());
 }
 
-TEST_F(RealtimeSession, CountsTheLifeOfALaterPreWarmAnew) {
+TEST_F(RealtimeSession, MeasuresTheLifetimeOfALaterPreWarmFromItsStart) {
     runtime_.wait(engine_->preWarm(format));
     clock().advance(60);
     engine_->cancelSession();
@@ -242,7 +242,7 @@ TEST_F(RealtimeSession, ReportsAFailedPreWarmAndReturns) {
     EXPECT_FALSE(logged("RealtimeSTT: Pre-warm token expiring — refreshing session"));
 }
 
-TEST_F(RealtimeSession, EndsTheTokenRequestOfAPreWarmThatIsCancelled) {
+TEST_F(RealtimeSession, EndsTheTokenRequestOfACancelledPreWarm) {
     makeEngine(std::nullopt, "jwt");
     network().hangNext();
     const auto task = runtime::spawn(runtime_.main(), engine_->preWarm(format));

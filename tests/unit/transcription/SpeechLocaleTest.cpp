@@ -4,7 +4,7 @@
 
 namespace sonvale::transcription {
 
-TEST(SpeechLocale, IsThatOfTheNineLanguages) {
+TEST(SpeechLocale, IsTheLocaleOfEachOfTheNineLanguages) {
     const std::pair<std::string, std::string> rows[] = {{"en", "en-US"}, {"es", "es-ES"}, {"fr", "fr-FR"},
                                                         {"de", "de-DE"}, {"it", "it-IT"}, {"pt", "pt-BR"},
                                                         {"ja", "ja-JP"}, {"zh", "zh-CN"}, {"ko", "ko-KR"}};
@@ -12,12 +12,12 @@ TEST(SpeechLocale, IsThatOfTheNineLanguages) {
         EXPECT_EQ(localeFor(language, "en-AU"), locale);
 }
 
-TEST(SpeechLocale, IsTheCurrentOneWithoutALanguageAndWithAuto) {
+TEST(SpeechLocale, IsTheCurrentLocaleWithoutALanguageAndWithAuto) {
     EXPECT_EQ(localeFor(std::nullopt, "en-AU"), "en-AU");
     EXPECT_EQ(localeFor("auto", "en-AU"), "en-AU");
 }
 
-TEST(SpeechLocale, IsTheCurrentOneForAnyOtherString) {
+TEST(SpeechLocale, IsTheCurrentLocaleForAnyOtherString) {
     for (const char* language : {"ru", "", "EN", "en-US", "e", "english"})
         EXPECT_EQ(localeFor(language, "fr-CA"), "fr-CA") << language;
 }

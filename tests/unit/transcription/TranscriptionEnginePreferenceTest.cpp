@@ -18,7 +18,7 @@ TEST(TranscriptionEnginePreference, IsStoredAsItsRawValue) {
     }
 }
 
-TEST(TranscriptionEnginePreference, KnowsNoOtherString) {
+TEST(TranscriptionEnginePreference, RejectsAnyOtherString) {
     for (const char* raw : {"", "Cloud", "LOCAL", "hybrid ", " streaming", "turbo", "cloudlocal"}) {
         EXPECT_EQ(preferenceFromRawValue(raw), std::nullopt) << raw;
         EXPECT_EQ(preferenceAtStart(raw), Preference::hybrid) << raw;
@@ -26,7 +26,7 @@ TEST(TranscriptionEnginePreference, KnowsNoOtherString) {
     EXPECT_EQ(preferenceFromRawValue(std::string_view("local\0", 6)), std::nullopt);
 }
 
-TEST(TranscriptionEnginePreference, IsHybridWhenNothingIsStored) {
+TEST(TranscriptionEnginePreference, IsHybridIfNoneIsStored) {
     EXPECT_EQ(preferenceAtStart(std::nullopt), Preference::hybrid);
 }
 

@@ -35,7 +35,7 @@ std::vector<Row> rows() {
 
 } // namespace
 
-TEST(TranscriptionError, SaysForEachCaseWhatTheUserReads) {
+TEST(TranscriptionError, HasATextForTheUserInEachCase) {
     for (const auto& row : rows()) {
         EXPECT_EQ(row.error.errorDescription(), row.description);
         EXPECT_STREQ(row.error.what(), row.description.c_str());

@@ -77,7 +77,7 @@ TEST_F(TranscriptionManagerTest, PrefersHybridAndHasNoLocalEngineAtFirst) {
     EXPECT_EQ(manager_.localEngine.get(), nullptr);
 }
 
-TEST_F(TranscriptionManagerTest, AsksTheEngineOfThePreference) {
+TEST_F(TranscriptionManagerTest, UsesTheEngineOfThePreference) {
     manager_.localEngine = local_;
     EXPECT_EQ(outcomeWith(Preference::cloud), "cloud text");
     EXPECT_EQ(outcomeWith(Preference::hybrid), "cloud text");
@@ -87,7 +87,7 @@ TEST_F(TranscriptionManagerTest, AsksTheEngineOfThePreference) {
     EXPECT_EQ(cloud_->calls, 3);
 }
 
-TEST_F(TranscriptionManagerTest, HandsTheFileAndTheLanguageOn) {
+TEST_F(TranscriptionManagerTest, PassesTheFileAndTheLanguageToTheEngine) {
     manager_.localEngine = local_;
     failCloud();
     runtime_.wait(manager_.transcribe("/tmp/one.m4a", "de"));
@@ -106,7 +106,7 @@ TEST_F(TranscriptionManagerTest, IsUnavailableWithoutAnAvailableLocalEngine) {
     EXPECT_EQ(cloud_->calls, 0) << "nothing local is sent anywhere";
 }
 
-TEST_F(TranscriptionManagerTest, AsksTheLocalEngineAfterTheCloudOnlyWithHybrid) {
+TEST_F(TranscriptionManagerTest, UsesTheLocalEngineAfterTheCloudOnlyWithHybrid) {
     manager_.localEngine = local_;
     failCloud();
     EXPECT_EQ(outcomeWith(Preference::hybrid), "local text");
@@ -115,7 +115,7 @@ TEST_F(TranscriptionManagerTest, AsksTheLocalEngineAfterTheCloudOnlyWithHybrid) 
     EXPECT_EQ(local_->calls, 1);
 }
 
-TEST_F(TranscriptionManagerTest, ThrowsTheLocalErrorWhenBothFail) {
+TEST_F(TranscriptionManagerTest, ThrowsTheLocalErrorIfBothFail) {
     manager_.localEngine = local_;
     failCloud();
     local_->error = TranscriptionError::invalidResponse();
@@ -123,7 +123,7 @@ TEST_F(TranscriptionManagerTest, ThrowsTheLocalErrorWhenBothFail) {
     EXPECT_EQ(outcomeWith(Preference::local), "invalidResponse");
 }
 
-TEST_F(TranscriptionManagerTest, ThrowsTheCloudsErrorWhenNobodyElseIsThere) {
+TEST_F(TranscriptionManagerTest, ThrowsTheCloudsErrorIfThereIsNoLocalEngine) {
     failCloud();
     EXPECT_EQ(outcomeWith(Preference::hybrid), "networkError");
     manager_.localEngine = local_;
@@ -131,7 +131,7 @@ TEST_F(TranscriptionManagerTest, ThrowsTheCloudsErrorWhenNobodyElseIsThere) {
     EXPECT_EQ(outcomeWith(Preference::hybrid), "networkError");
 }
 
-TEST_F(TranscriptionManagerTest, PassesItsCancellationToTheEngine) {
+TEST_F(TranscriptionManagerTest, PassesTheCancellationToTheEngine) {
     manager_.localEngine = local_;
     manager_.preferredEngine = Preference::local;
     local_->clock = &runtime_.clock();
@@ -144,7 +144,7 @@ TEST_F(TranscriptionManagerTest, PassesItsCancellationToTheEngine) {
     EXPECT_TRUE(local_->wasCancelled);
 }
 
-TEST_F(TranscriptionManagerTest, KeepsTheEngineThatWorksWhenAnotherOneIsSet) {
+TEST_F(TranscriptionManagerTest, KeepsTheWorkingEngineIfAnotherOneIsSet) {
     local_->clock = &runtime_.clock();
     manager_.localEngine = local_;
     manager_.preferredEngine = Preference::local;
@@ -159,7 +159,7 @@ TEST_F(TranscriptionManagerTest, KeepsTheEngineThatWorksWhenAnotherOneIsSet) {
     EXPECT_EQ(runtime_.wait(task.value()), "local text");
 }
 
-TEST_F(TranscriptionManagerTest, LetsTheLocalEngineGetReadyOnlyWhereItMayBeAsked) {
+TEST_F(TranscriptionManagerTest, PreparesTheLocalEngineOnlyIfItMayBeUsed) {
     manager_.localEngine = local_;
     for (const auto preference : {Preference::cloud, Preference::streaming}) {
         manager_.preferredEngine = preference;
@@ -189,7 +189,7 @@ TEST_F(TranscriptionManagerTest, StreamsTheAudioOfARecording) {
     run();
     EXPECT_EQ(frameSizes(), (std::vector<std::size_t>{5120, 5120}));
     EXPECT_EQ(errorOf(startStreaming(format)), "no error");
-    EXPECT_EQ(network().sockets().size(), 1U) << "an open session is taken over";
+    EXPECT_EQ(network().sockets().size(), 1U) << "it uses the open session";
 
     manager_.cancelStream();
     EXPECT_FALSE(manager_.isStreamReady());
@@ -203,7 +203,7 @@ TEST_F(TranscriptionManagerTest, BindsBeforeTheSessionIsOpen) {
     EXPECT_FALSE(manager_.isStreamReady());
 }
 
-TEST_F(TranscriptionManagerTest, PreWarmsOnlyWhereItStreams) {
+TEST_F(TranscriptionManagerTest, PreWarmsOnlyIfThePreferenceStreams) {
     for (const auto preference : {Preference::cloud, Preference::local}) {
         manager_.preferredEngine = preference;
         runtime_.wait(manager_.preWarm(format));
@@ -217,7 +217,7 @@ TEST_F(TranscriptionManagerTest, PreWarmsOnlyWhereItStreams) {
     }
 }
 
-TEST_F(TranscriptionManagerTest, TellsObserversOfItsFields) {
+TEST_F(TranscriptionManagerTest, NotifiesObserversOfItsFields) {
     std::vector<Preference> heard;
     int engines = 0;
     const auto first = manager_.preferredEngine.subscribe([&](Preference value) { heard.push_back(value); });

@@ -44,7 +44,7 @@ protected:
         });
     }
 
-    /// The text, or the name of the error.
+    /// Returns the text or the name of the error.
     std::string transcribe(std::optional<std::string> language = std::nullopt) {
         try {
             return runtime_.wait(engine_->transcribe(recording(), std::move(language)));
@@ -96,7 +96,7 @@ TEST(MultipartBody, HasEveryFieldAndTheFile) {
               "Content-Type: audio/m4a\r\n\r\nAU\r\nDIO\r\n--BB--\r\n");
 }
 
-TEST(MultipartBody, LeavesTheLanguageToTheServiceUnlessOneIsChosen) {
+TEST(MultipartBody, OmitsTheLanguageUnlessOneIsChosen) {
     for (const std::optional<std::string>& language : {std::optional<std::string>(), {""}, {"auto"}})
         EXPECT_EQ(text(multipartBody("B", language, "a.m4a", "")).find("language"), std::string::npos);
 }
@@ -154,7 +154,7 @@ TEST_F(WhisperCloudEngineTest, SendsAnEmptyFile) {
     EXPECT_EQ(transcribeAfter({200, {}, "hm"}), "hm");
 }
 
-TEST_F(WhisperCloudEngineTest, JudgesTheAnswer) {
+TEST_F(WhisperCloudEngineTest, ReportsTheErrorInTheAnswer) {
     EXPECT_EQ(transcribeAfter({std::nullopt, {}, "x"}), "invalidResponse");
     EXPECT_EQ(transcribeAfter({426, {}, "x"}), "upgradeRequired");
     EXPECT_EQ(transcribeAfter({500, {}, "down"}), "apiError");
@@ -206,7 +206,7 @@ TEST_F(WhisperCloudEngineTest, ReportsToTheAuditLog) {
     EXPECT_EQ(std::ranges::count(printed, "[PERF] Whisper cloud transcribe: 250ms"), 1);
 }
 
-TEST_F(WhisperCloudEngineTest, OverwritesTheBodyOnEveryWayOut) {
+TEST_F(WhisperCloudEngineTest, OverwritesTheBodyAfterEveryOutcome) {
     for (const int way : {0, 1, 2, 3}) {
         std::shared_ptr<const std::vector<std::byte>> body;
         network().onRequest([&](tests::FakeRequest& request) {
