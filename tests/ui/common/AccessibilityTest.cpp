@@ -105,7 +105,7 @@ TEST_F(Accessibility, OfEveryStepOfOnboarding) {
     capture().setStatus(platform::CaptureStatus::denied);
     accessibility().setTrusted(false);
     tap().setPermitted(false);
-    recogniser().setAuthorization(platform::SpeechAuthorization::denied);
+    recognizer().setAuthorization(platform::SpeechAuthorization::denied);
     for (std::int64_t step = 0; step < 12; ++step) {
         settings().set(keys::onboardingStep, step);
         auto& view = openDashboard();

@@ -104,7 +104,7 @@ TEST_F(Translation, OfTheMenu) {
 TEST_F(Translation, OfEveryTab) {
     settings().set(keys::refreshToken, "refresh");
     settings().set(keys::userEmail, "ann@example.com");
-    recogniser().setAuthorization(platform::SpeechAuthorization::denied);
+    recognizer().setAuthorization(platform::SpeechAuthorization::denied);
     workspace().setFullUserName("Ada");
     rebuildState();
     completeOnboardingAndStart();

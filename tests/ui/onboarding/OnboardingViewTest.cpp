@@ -39,7 +39,7 @@ protected:
         capture().setStatus(platform::CaptureStatus::denied);
         accessibility().setTrusted(false);
         tap().setPermitted(false);
-        recogniser().setAuthorization(platform::SpeechAuthorization::denied);
+        recognizer().setAuthorization(platform::SpeechAuthorization::denied);
     }
     void grant(std::int64_t step) {
         switch (step) {
@@ -47,7 +47,7 @@ protected:
             capture().setStatus(platform::CaptureStatus::authorized);
             break;
         case speechStep:
-            recogniser().setAuthorization(platform::SpeechAuthorization::authorized);
+            recognizer().setAuthorization(platform::SpeechAuthorization::authorized);
             break;
         case accessibilityStep:
             accessibility().setTrusted(true);

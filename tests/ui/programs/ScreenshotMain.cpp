@@ -118,7 +118,7 @@ protected:
         capture().setStatus(platform::CaptureStatus::denied);
         accessibility().setTrusted(false);
         tap().setPermitted(false);
-        recogniser().setAuthorization(platform::SpeechAuthorization::denied);
+        recognizer().setAuthorization(platform::SpeechAuthorization::denied);
     }
     void hover(QQuickView& view, const std::string& name) {
         auto& target = item(view, name);
@@ -170,7 +170,7 @@ TEST_F(Screenshots, OfEveryStepOfOnboarding) {
         // The list shows best with something of each kind.
         if (step == 5) {
             capture().setStatus(platform::CaptureStatus::authorized);
-            recogniser().setAuthorization(platform::SpeechAuthorization::authorized);
+            recognizer().setAuthorization(platform::SpeechAuthorization::authorized);
         }
         settings().set(keys::onboardingStep, step);
         auto& view = openDashboard();
@@ -297,7 +297,7 @@ TEST_F(Screenshots, OfTheScratchpad) {
 
 TEST_F(Screenshots, OfTheSettings) {
     settings().set(keys::userEmail, "ann@example.com");
-    recogniser().setAuthorization(platform::SpeechAuthorization::denied);
+    recognizer().setAuthorization(platform::SpeechAuthorization::denied);
     signIn();
     auto& view = openDashboard();
     click(view, "sidebar.settings");

@@ -273,7 +273,7 @@ TEST_F(SettingsView, ShowsTheFourGrantsAndAsksForThoseThatAreMissing) {
     capture().setStatus(platform::CaptureStatus::denied);
     accessibility().setTrusted(false);
     tap().setPermitted(false);
-    recogniser().setAuthorization(platform::SpeechAuthorization::denied);
+    recognizer().setAuthorization(platform::SpeechAuthorization::denied);
     restart();
     auto& view = openSettings();
     EXPECT_TRUE(reads(view, "Speech Recognition is needed for Local and Hybrid modes."));
@@ -285,7 +285,7 @@ TEST_F(SettingsView, ShowsTheFourGrantsAndAsksForThoseThatAreMissing) {
     capture().setStatus(platform::CaptureStatus::authorized);
     accessibility().setTrusted(true);
     tap().setPermitted(true);
-    recogniser().setAuthorization(platform::SpeechAuthorization::authorized);
+    recognizer().setAuthorization(platform::SpeechAuthorization::authorized);
     scrollTo(view, "recheckPermissions");
     change([&] { click(view, "recheckPermissions"); });
     for (const auto& name : names) {
@@ -309,7 +309,7 @@ TEST_F(SettingsView, FindsEachGrantThatIsGivenAfterItWasAskedFor) {
                         {"Accessibility", [&](bool is) { accessibility().setTrusted(is); }},
                         {"InputMonitoring", [&](bool is) { tap().setPermitted(is); }},
                         {"SpeechRecognition", [&](bool is) {
-                             recogniser().setAuthorization(is ? platform::SpeechAuthorization::authorized
+                             recognizer().setAuthorization(is ? platform::SpeechAuthorization::authorized
                                                               : platform::SpeechAuthorization::denied);
                          }}};
     for (const auto& [name, give] : rows)
@@ -370,7 +370,7 @@ TEST_F(SettingsView, LooksAtThePermissionsWhenItAppears) {
     capture().setStatus(platform::CaptureStatus::denied);
     accessibility().setTrusted(false);
     tap().setPermitted(false);
-    recogniser().setAuthorization(platform::SpeechAuthorization::denied);
+    recognizer().setAuthorization(platform::SpeechAuthorization::denied);
     click(view, "sidebar.settings");
     for (const auto* name : {"Microphone", "Accessibility", "InputMonitoring", "SpeechRecognition"})
         EXPECT_TRUE(isShown(view, std::string("grantButton.") + name)) << name;

@@ -32,7 +32,7 @@ private:
 
 } // namespace
 
-TEST_F(AppDelegateTest, OpensTheDashboardForANewUserAMomentAfterTheLaunch) {
+TEST_F(AppDelegateTest, OpensTheDashboardForANewUserShortlyAfterTheLaunch) {
     launch();
     advance(0.19);
     EXPECT_EQ(made, 0);
@@ -50,7 +50,7 @@ TEST_F(AppDelegateTest, OpensTheDashboardForAUserWhoIsNotSignedIn) {
     EXPECT_EQ(made, 1);
 }
 
-TEST_F(AppDelegateTest, OpensNothingForAUserWhoIsSignedIn) {
+TEST_F(AppDelegateTest, OpensNoWindowForASignedInUser) {
     settings().set(keys::isOnboardingComplete, true);
     settings().set(keys::refreshToken, "refresh");
     settings().set(keys::accessToken, "access");
@@ -59,7 +59,7 @@ TEST_F(AppDelegateTest, OpensNothingForAUserWhoIsSignedIn) {
     EXPECT_EQ(made, 0);
 }
 
-TEST_F(AppDelegateTest, TellsTheUserOfAStoreThatWasPutAside) {
+TEST_F(AppDelegateTest, ReportsAStoreThatWasPutAside) {
     const auto folder = environment().directories.applicationSupport / "Sonvale";
     std::filesystem::create_directories(folder);
     tests::writeFile(folder / "Sonvale.store", std::string(5000, 'g'));
@@ -69,7 +69,7 @@ TEST_F(AppDelegateTest, TellsTheUserOfAStoreThatWasPutAside) {
               "Your saved history could not be opened. It was put aside, and a new one has been started.");
 }
 
-TEST_F(AppDelegateTest, TellsTheUserNothingOfAStoreThatOpens) {
+TEST_F(AppDelegateTest, ReportsNoErrorIfTheStoreOpens) {
     launch();
     EXPECT_EQ(delegate().services()->appState()->errorMessage.get(), std::nullopt);
 }
@@ -84,7 +84,7 @@ TEST_F(AppDelegateTest, BringsTheOpenDashboardToTheFront) {
     EXPECT_EQ(made, 0);
 }
 
-TEST_F(AppDelegateTest, LetsTheMenuOpenTheWindowOnceItCan) {
+TEST_F(AppDelegateTest, OpensTheWindowThroughTheMenuOnceThatIsPossible) {
     launch();
     advance(1);
     std::string opened;
@@ -95,7 +95,7 @@ TEST_F(AppDelegateTest, LetsTheMenuOpenTheWindowOnceItCan) {
     EXPECT_TRUE(systemHas(byTheMenu));
 }
 
-TEST_F(AppDelegateTest, SetsUpOnceMoreWhenTheWindowComesAheadOfTheStore) {
+TEST_F(AppDelegateTest, SetsUpAgainIfTheWindowOpensBeforeTheStore) {
     launch();
     delegate().services()->appState()->modelContext = nullptr;
     delegate().openDashboard();
@@ -104,7 +104,7 @@ TEST_F(AppDelegateTest, SetsUpOnceMoreWhenTheWindowComesAheadOfTheStore) {
     advance(1);
 }
 
-TEST_F(AppDelegateTest, AsksForUpdatesOnlyWhenItIsToldTo) {
+TEST_F(AppDelegateTest, ChecksForUpdatesOnlyOnRequest) {
     launch();
     advance(24 * 3600);
     EXPECT_EQ(updater().checks(), 0);
@@ -115,7 +115,7 @@ TEST_F(AppDelegateTest, AsksForUpdatesOnlyWhenItIsToldTo) {
     EXPECT_EQ(updater().checks(), 1);
 }
 
-TEST_F(AppDelegateTest, OpensNothingWhenItIsGoneByThen) {
+TEST_F(AppDelegateTest, OpensNoWindowAfterItIsDestroyed) {
     int opened = 0;
     {
         AppDelegate gone(environment());

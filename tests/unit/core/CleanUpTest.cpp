@@ -17,7 +17,7 @@ using persistence::WritingStyle;
 using platform::UrlError;
 using Texts = std::vector<std::string>;
 
-/// Dictations whose text a language model cleans, which the test plays; they are heard by the recogniser.
+/// Dictations that the local recognizer transcribes and a language model cleans. The test acts as both.
 class CleanUp : public tests::CoreFixture {
 protected:
     CleanUp() {
@@ -39,9 +39,9 @@ protected:
     }
     void answerNext(const std::string& text) { network().answerNext(200, answer(text)); }
 
-    /// Dictates and lets the key go, without letting time go on.
+    /// Dictates and releases the key; the clock does not advance afterwards.
     void say(const std::string& text) {
-        recogniser().answerWith(text);
+        recognizer().answerWith(text);
         press(HotkeyAction::pushToTalk);
         speak(0.1);
         release(HotkeyAction::pushToTalk);
@@ -100,7 +100,7 @@ TEST_F(CleanUp, WritesTheHistoryBeforeItInserts) {
     EXPECT_EQ(pastedTexts().size(), 1U);
 }
 
-TEST_F(CleanUp, TellsTheModelTheStyleOfTheApplicationInFront) {
+TEST_F(CleanUp, SendsTheStyleOfTheApplicationInFrontToTheModel) {
     keep(WritingStyle{.category = "email", .formality = 5, .customInstructions = "Sign as Ann"});
     keep(DictionaryEntry{.word = "Sonvale"});
     keep(DictionaryEntry{.word = "pto", .expansion = "paid time off"});
@@ -115,19 +115,19 @@ TEST_F(CleanUp, TellsTheModelTheStyleOfTheApplicationInFront) {
     EXPECT_FALSE(promptHas("FRAGMENT MODE"));
 }
 
-TEST_F(CleanUp, GoesByTheApplicationAtKeyDown) {
+TEST_F(CleanUp, UsesTheApplicationAtKeyDown) {
     front("com.apple.mail");
     press(HotkeyAction::pushToTalk);
     speak(0.1);
     front("com.apple.Notes");
-    recogniser().answerWith("dear all");
+    recognizer().answerWith("dear all");
     answerNext("Dear all.");
     release(HotkeyAction::pushToTalk);
     settle();
     EXPECT_TRUE(promptHas("into a email application."));
 }
 
-TEST_F(CleanUp, LooksAtTheFrontItselfWithoutATarget) {
+TEST_F(CleanUp, UsesTheApplicationInFrontWithoutATarget) {
     front("com.apple.Notes");
     const auto context = state().buildProcessingContext();
     EXPECT_EQ(context.appCategory, "notes");
@@ -136,7 +136,7 @@ TEST_F(CleanUp, LooksAtTheFrontItselfWithoutATarget) {
     EXPECT_TRUE(state().buildProcessingContext().dictionaryEntries.empty());
 }
 
-TEST_F(CleanUp, InsertsWhatWasSaidAfterFiveSeconds) {
+TEST_F(CleanUp, InsertsTheUncleanedTextAfterFiveSeconds) {
     network().hangNext();
     say("um i went to the store");
     advance(4.9);
@@ -149,7 +149,7 @@ TEST_F(CleanUp, InsertsWhatWasSaidAfterFiveSeconds) {
 
     network().lastRequest()->answer(200, answer("I went to the store."));
     settle();
-    EXPECT_EQ(pastedTexts().size(), 1U) << "what comes late is dropped";
+    EXPECT_EQ(pastedTexts().size(), 1U) << "a late answer is dropped";
     EXPECT_EQ(history().at(0).processedText, "um i went to the store");
 }
 
@@ -160,10 +160,10 @@ TEST_F(CleanUp, DoesNotWaitLongerForAToken) {
     EXPECT_EQ(network().lastRequest()->url, "https://backend.example/auth/refresh");
     advance(5.5);
     EXPECT_EQ(pastedTexts(), Texts{"um i went to the store"});
-    EXPECT_FALSE(network().lastRequest()->wasCancelled()) << "the refresh serves those that come later";
+    EXPECT_FALSE(network().lastRequest()->wasCancelled()) << "later requests use the refreshed token";
 }
 
-TEST_F(CleanUp, InsertsWhatWasSaidAfterAFailure) {
+TEST_F(CleanUp, InsertsTheUncleanedTextAfterAFailure) {
     network().answerNext(500, "out of order");
     dictate("um i went to the store");
     EXPECT_EQ(pastedTexts(), Texts{"um i went to the store"});
@@ -177,13 +177,13 @@ TEST_F(CleanUp, InsertsWhatWasSaidAfterAFailure) {
     EXPECT_TRUE(printed("AI processing failed after 0ms: Network error: There is no link."));
 }
 
-TEST_F(CleanUp, InsertsWhatWasSaidWhenTheModelAnswersIt) {
+TEST_F(CleanUp, InsertsTheUncleanedTextIfTheModelAnswersIt) {
     answerNext("A quarter past nine, good morning.");
     dictate("what time is it");
     EXPECT_EQ(pastedTexts(), Texts{"what time is it"});
 }
 
-TEST_F(CleanUp, AsksNobodyWhereItIsNotWanted) {
+TEST_F(CleanUp, SendsNoRequestIfTheSettingIsOff) {
     settings().set(keys::aiProcessingEnabled, false);
     dictate("first words");
     settings().set(keys::aiProcessingEnabled, true);
@@ -200,8 +200,8 @@ TEST_F(CleanUp, AsksNobodyWhereItIsNotWanted) {
     EXPECT_EQ(state().lastTranscription.get(), "third words");
 }
 
-TEST_F(CleanUp, GoesThroughTheBackendForThoseWhoAreSignedIn) {
-    // It ends in the year 2286.
+TEST_F(CleanUp, UsesTheBackendForASignedInUser) {
+    // The token expires in the year 2286.
     signInInsteadOfAKey("header.eyJleHAiOjk5OTk5OTk5OTl9.signature");
     answerNext("I went to the store.");
     dictate("um i went to the store");
@@ -234,16 +234,16 @@ TEST_F(CleanUp, InsertsASnippetUntouched) {
     EXPECT_EQ(panel().shown(), std::nullopt);
 }
 
-TEST_F(CleanUp, TakesATextOfNothingAsItIs) {
+TEST_F(CleanUp, InsertsNoEmptyText) {
     runtimeSupport().wait(state().processAndInsert("", false, false));
     EXPECT_TRUE(network().requests().empty());
     ASSERT_EQ(history().size(), 1U);
     EXPECT_EQ(history()[0].processedText, "");
     EXPECT_EQ(history()[0].wordCount, 0);
-    EXPECT_EQ(pastedTexts(), Texts()) << "a paste of nothing deletes what is selected";
+    EXPECT_EQ(pastedTexts(), Texts()) << "pasting an empty text deletes the selection";
 }
 
-TEST_F(CleanUp, PutsABlankBeforeWhatIsInsertedOnly) {
+TEST_F(CleanUp, AddsTheBlankToTheInsertedTextOnly) {
     answerNext("and then we left");
     runtimeSupport().wait(state().processAndInsert("and then we left", true, true));
     EXPECT_EQ(pastedTexts(), Texts{" and then we left"});
@@ -263,14 +263,14 @@ TEST_F(CleanUp, ReplacesThePiecesOfALongDictation) {
     EXPECT_TRUE(history().empty());
 }
 
-TEST_F(CleanUp, LeavesThePiecesWhenNothingChanges) {
+TEST_F(CleanUp, KeepsThePiecesIfTheTextIsUnchanged) {
     answerNext("I went to the store.");
     EXPECT_EQ(batch("I went to the store.", 2), "I went to the store.");
     EXPECT_EQ(undone(), 0);
     EXPECT_TRUE(pastedTexts().empty());
 }
 
-TEST_F(CleanUp, LeavesThePiecesAfterEightSecondsOrAFailure) {
+TEST_F(CleanUp, KeepsThePiecesAfterEightSecondsOrAFailure) {
     network().hangNext();
     EXPECT_EQ(batch("i went to the store", 2), "i went to the store");
     EXPECT_TRUE(printed("Batch AI cleanup failed/timed out after 8000ms"));

@@ -12,7 +12,8 @@ using hotkeys::HotkeyAction;
 using Texts = std::vector<std::string>;
 using Press = tests::FakeSyntheticInput::Press;
 
-/// Spoken instructions, heard by the recogniser; the test plays the language model and the front application.
+/// Spoken instructions, transcribed by the local recognizer. The test acts as the language model and as the
+/// application in front.
 class CommandModeTest : public tests::CoreFixture {
 protected:
     CommandModeTest() {
@@ -23,7 +24,7 @@ protected:
     }
 
     void command(const std::string& instruction) {
-        recogniser().answerWith(instruction);
+        recognizer().answerWith(instruction);
         press(HotkeyAction::commandMode);
         advance(0.2);
         speak(0.1);
@@ -78,7 +79,7 @@ TEST_F(CommandModeTest, RecordsTheRequestWithoutTheText) {
     EXPECT_EQ(found, 1);
 }
 
-TEST_F(CommandModeTest, CopiesASelectionThatTheApplicationDoesNotTell) {
+TEST_F(CommandModeTest, CopiesASelectionThatTheApplicationDoesNotExpose) {
     pasteboard().copyElsewhere("the user's own");
     input().setOnPress([this](Press press) {
         if (press == Press::copy)
@@ -103,7 +104,7 @@ TEST_F(CommandModeTest, IsAPlainDictationWithoutASelection) {
     EXPECT_EQ(pasteboard().contents(), before);
 }
 
-TEST_F(CommandModeTest, TypesTheInstructionWhenTheModelFails) {
+TEST_F(CommandModeTest, TypesTheInstructionIfTheModelFails) {
     accessibility().setSelectedText("a rather long text");
     network().answerNext(500, "");
     willAnswer("Make it shorter.");
@@ -114,7 +115,7 @@ TEST_F(CommandModeTest, TypesTheInstructionWhenTheModelFails) {
     EXPECT_EQ(history().size(), 1U);
 }
 
-TEST_F(CommandModeTest, IsAPlainDictationWhereNobodyCanBeAsked) {
+TEST_F(CommandModeTest, IsAPlainDictationIfNoModelMayBeUsed) {
     accessibility().setSelectedText("a rather long text");
     settings().set(keys::localOnlyMode, true);
     command("make it shorter");
@@ -129,7 +130,7 @@ TEST_F(CommandModeTest, IsAPlainDictationWhereNobodyCanBeAsked) {
     EXPECT_TRUE(network().requests().empty());
 }
 
-TEST_F(CommandModeTest, HasNoLimitOfTimeOfItsOwn) {
+TEST_F(CommandModeTest, HasNoTimeLimit) {
     accessibility().setSelectedText("a rather long text");
     network().hangNext();
     command("make it shorter");
@@ -141,8 +142,8 @@ TEST_F(CommandModeTest, HasNoLimitOfTimeOfItsOwn) {
     EXPECT_EQ(pastedTexts(), Texts{"Short."});
 }
 
-TEST_F(CommandModeTest, LosesAReleaseThatComesWhileTheSelectionIsRead) {
-    recogniser().answerWith("words");
+TEST_F(CommandModeTest, IgnoresAReleaseWhileTheSelectionIsRead) {
+    recognizer().answerWith("words");
     settings().set(keys::aiProcessingEnabled, false);
     press(HotkeyAction::commandMode);
     release(HotkeyAction::commandMode);
@@ -158,8 +159,8 @@ TEST_F(CommandModeTest, LosesAReleaseThatComesWhileTheSelectionIsRead) {
     EXPECT_FALSE(state().forceCommandMode.get());
 }
 
-TEST_F(CommandModeTest, MakesACommandOfTheNextPressWhenItsOwnCameTooEarly) {
-    recogniser().answerWith("words");
+TEST_F(CommandModeTest, MakesTheNextPressACommandIfItsOwnPressCameTooEarly) {
+    recognizer().answerWith("words");
     accessibility().setSelectedText("a rather long text");
     press(HotkeyAction::pushToTalk);
     speak(0.1);
@@ -171,7 +172,7 @@ TEST_F(CommandModeTest, MakesACommandOfTheNextPressWhenItsOwnCameTooEarly) {
     settle();
 
     willAnswer("Short.");
-    recogniser().answerWith("make it shorter");
+    recognizer().answerWith("make it shorter");
     press(HotkeyAction::pushToTalk);
     EXPECT_EQ(state().selectedTextForCommand.get(), "a rather long text");
     EXPECT_FALSE(state().forceCommandMode.get());
@@ -181,7 +182,7 @@ TEST_F(CommandModeTest, MakesACommandOfTheNextPressWhenItsOwnCameTooEarly) {
     EXPECT_EQ(pastedTexts().back(), "Short.");
 }
 
-TEST_F(CommandModeTest, ForgetsTheSelectionWhenItIsCancelled) {
+TEST_F(CommandModeTest, ForgetsTheSelectionIfItIsCancelled) {
     accessibility().setSelectedText("a rather long text");
     press(HotkeyAction::commandMode);
     speak(0.1);

@@ -24,7 +24,7 @@ std::string nameOf(platform::RecordingState state) {
     return {};
 }
 
-/// Holds the controller as long as it works on the event, as the listener's tasks do.
+/// Keeps the controller while it handles the event, as the listener's tasks do.
 runtime::Task<> handle(std::shared_ptr<core::AppState> state, hotkeys::HotkeyAction action,
                        hotkeys::HotkeyEventType event) {
     co_await state->handleHotkey(action, event);
@@ -33,7 +33,7 @@ runtime::Task<> handle(std::shared_ptr<core::AppState> state, hotkeys::HotkeyAct
 } // namespace
 
 CoreFixture::CoreFixture() {
-    formerSinks_ = base::setLogSinks({
+    previousSinks_ = base::setLogSinks({
         .logger = [this](const base::LogLine& line) { noteLog(line); },
         .system = [this](std::string_view line) { systemLines.emplace_back(line); },
         .perf = [this](std::string_view line) { notePerf(std::string(line)); },
@@ -58,7 +58,7 @@ CoreFixture::~CoreFixture() {
     subscriptions_.clear();
     state_.reset();
     runtime_.endTasks();
-    base::setLogSinks(std::move(formerSinks_));
+    base::setLogSinks(std::move(previousSinks_));
 }
 
 core::Environment CoreFixture::environment() {
@@ -148,7 +148,7 @@ void CoreFixture::speak(double seconds, float loudness) {
 }
 
 void CoreFixture::dictate(const std::string& text) {
-    recogniser().answerWith(text);
+    recognizer().answerWith(text);
     press(hotkeys::HotkeyAction::pushToTalk);
     speak(0.1);
     release(hotkeys::HotkeyAction::pushToTalk);

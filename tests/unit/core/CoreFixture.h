@@ -37,8 +37,8 @@
 
 namespace sonvale::tests {
 
-/// A whole core over fakes of the operating system, on the manual clock; settings, audit log and recordings
-/// are real files in a folder of the test's own, the store is a real one in memory.
+/// A whole core with fakes of the operating system, on the manual clock. Settings, audit log and recordings
+/// are real files in a folder of the test; the store is a real one in memory.
 class CoreFixture : public ::testing::Test {
 protected:
     CoreFixture();
@@ -55,7 +55,7 @@ protected:
     FakeWorkspace::Control& workspace() { return workspace_.control(); }
     FakeAccessibilityTree::Control& accessibility() { return accessibility_.control(); }
     FakeCaptureAuthorization::Control& capture() { return capture_.control(); }
-    FakeSpeechRecognizers::Control& recogniser() { return recognizers_.control(); }
+    FakeSpeechRecognizers::Control& recognizer() { return recognizers_.control(); }
     FakeUrlSessions::Control& network() { return urlSessions_.control(); }
     FakeMediaPlayers::Control& players() { return players_.control(); }
     FakeSessionLock::Control& sessionLock() { return sessionLock_.control(); }
@@ -65,35 +65,36 @@ protected:
     FakeLoginItem::Control& loginItem() { return loginItem_.control(); }
     FakeUpdater::Control& updater() { return updater_.control(); }
 
-    /// Whether the desktop uses modifiers alone itself. For the next `rebuildState()`.
+    /// Whether the desktop itself uses modifiers alone. Applies to the next `rebuildState()`.
     bool areModifiersShared = false;
 
-    /// Of the service; without a key nobody is signed in. For the next `rebuildState()`.
+    /// The addresses of the service; without a key no user is signed in. Applies to the next
+    /// `rebuildState()`.
     services::ServiceAddresses addresses;
 
-    /// What a core of the test's own is made with.
+    /// Returns the environment for another core that a test creates.
     core::Environment environment();
 
-    /// Builds the controller anew from the present settings, as a new start of the program does.
+    /// Builds the controller again from the present settings, as a new start of the program does.
     void rebuildState();
     void dropState() { state_.reset(); }
     void completeOnboardingAndStart();
 
-    /// One event of a shortcut, as the listener delivers it.
+    /// Delivers one event of a hotkey, as the listener does.
     void press(hotkeys::HotkeyAction action) { deliver(action, hotkeys::HotkeyEventType::down); }
     void release(hotkeys::HotkeyAction action) { deliver(action, hotkeys::HotkeyEventType::up); }
 
     void deliver(hotkeys::HotkeyAction action, hotkeys::HotkeyEventType event);
 
-    /// Speech of a loudness for `seconds`; time goes on with it.
+    /// Captures speech of this loudness for `seconds`; the clock advances with it.
     void speak(double seconds, float loudness = 0.1F);
     void advance(double seconds) { runtime_.clock().advance(seconds); }
-    /// Lets everything in flight come to its end; a second of time.
+    /// Advances the clock by a second, so that running tasks end.
     void settle() { advance(1); }
-    /// A whole push-to-talk dictation.
+    /// Makes a whole push-to-talk dictation.
     void dictate(const std::string& text);
 
-    /// What the front application has pasted so far.
+    /// Returns the texts that the application in front has pasted so far.
     const std::vector<std::string>& pastedTexts() const { return pasted_; }
     std::vector<persistence::Transcription> history();
     std::vector<std::string> auditLines();
@@ -105,7 +106,7 @@ protected:
     std::vector<base::LogLine> logLines;  ///< lines of the platform logger
     bool systemHas(const std::string& line) const;
 
-    /// What the user and the machine notice, in order: "state recording", "show processing", "hide",
+    /// The effects on the user and the machine, in order: "state recording", "show processing", "hide",
     /// "media", "error: ..." or "no error", "pre-warm", "session closed", "[PERF] ..." without its time.
     std::vector<std::string> sequence;
 
@@ -117,7 +118,7 @@ private:
 
     TemporaryDirectory directory_;
     TestRuntime runtime_;
-    base::LogSinks formerSinks_;
+    base::LogSinks previousSinks_;
     std::unique_ptr<persistence::Settings> settings_;
     std::unique_ptr<persistence::AuditLogger> auditLogger_;
     std::unique_ptr<persistence::ModelContainer> store_;

@@ -13,9 +13,9 @@ using tests::CoreFixture;
 
 using DictationTest = CoreFixture;
 
-TEST_F(DictationTest, InsertsWhatWasSpokenAndPutsTheClipboardBack) {
+TEST_F(DictationTest, InsertsTheSpokenTextAndRestoresTheClipboard) {
     pasteboard().copyElsewhere("what was there before");
-    recogniser().answerWith("the meeting is at ten");
+    recognizer().answerWith("the meeting is at ten");
 
     press(HotkeyAction::pushToTalk);
     EXPECT_EQ(state().recordingState.get(), RecordingState::recording);
@@ -36,25 +36,25 @@ TEST_F(DictationTest, InsertsWhatWasSpokenAndPutsTheClipboardBack) {
 TEST_F(DictationTest, ReadsTheClipboardWhileTheUserSpeaks) {
     press(HotkeyAction::pushToTalk);
     EXPECT_EQ(pasteboard().prefetches(), 1);
-    EXPECT_TRUE(pasteboard().calls().empty()) << "it is not waited for";
+    EXPECT_TRUE(pasteboard().calls().empty()) << "the start does not wait for it";
     press(HotkeyAction::pushToTalk);
     EXPECT_EQ(pasteboard().prefetches(), 1);
     settle();
 }
 
-TEST_F(DictationTest, LetsTheRecogniserGetReadyWhileTheUserSpeaks) {
+TEST_F(DictationTest, PreparesTheRecognizerWhileTheUserSpeaks) {
     press(HotkeyAction::pushToTalk);
-    EXPECT_EQ(recogniser().preparations(), 1);
+    EXPECT_EQ(recognizer().preparations(), 1);
     press(HotkeyAction::cancel);
 
     state().transcriptionManager->preferredEngine = transcription::TranscriptionEnginePreference::cloud;
     press(HotkeyAction::pushToTalk);
-    EXPECT_EQ(recogniser().preparations(), 1) << "an engine that is not asked loads nothing";
+    EXPECT_EQ(recognizer().preparations(), 1) << "an engine that is not used loads no model";
     press(HotkeyAction::cancel);
 }
 
 TEST_F(DictationTest, RecordsTheHistoryBeforeTheInsertion) {
-    recogniser().answerWith("two  words here");
+    recognizer().answerWith("two  words here");
     press(HotkeyAction::pushToTalk);
     speak(0.1);
     release(HotkeyAction::pushToTalk);
@@ -81,7 +81,7 @@ TEST_F(DictationTest, WritesNoHistoryInPrivacyMode) {
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"secret"});
 }
 
-TEST_F(DictationTest, GoesOnWithoutAStore) {
+TEST_F(DictationTest, WorksWithoutAStore) {
     state().modelContext = nullptr;
     dictate("no store");
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"no store"});
@@ -90,20 +90,20 @@ TEST_F(DictationTest, GoesOnWithoutAStore) {
 TEST_F(DictationTest, ShowsTheRingForEachState) {
     press(HotkeyAction::pushToTalk);
     EXPECT_EQ(panel().shown()->state, RecordingState::recording);
-    recogniser().hold();
+    recognizer().hold();
     speak(0.1);
     release(HotkeyAction::pushToTalk);
     EXPECT_EQ(panel().shown()->state, RecordingState::processing);
-    recogniser().answer("x");
+    recognizer().answer("x");
     settle();
     EXPECT_FALSE(panel().shown().has_value());
 }
 
-TEST_F(DictationTest, FeedsTheLoudnessToTheRingWhileItRecordsAndNoLonger) {
+TEST_F(DictationTest, SendsTheLoudnessToTheRingOnlyWhileItRecords) {
     press(HotkeyAction::pushToTalk);
     speak(0.1, 0.25F);
     EXPECT_NEAR(panel().shown()->level, 0.25F, 1e-4);
-    recogniser().answerWith("x");
+    recognizer().answerWith("x");
     release(HotkeyAction::pushToTalk);
     settle();
     EXPECT_EQ(clock().pending() > 1, false) << "only the recorder's watchdog may still wait";
@@ -113,19 +113,19 @@ TEST_F(DictationTest, IgnoresASecondPressWhileItWorks) {
     press(HotkeyAction::pushToTalk);
     press(HotkeyAction::pushToTalk);
     EXPECT_EQ(microphone().madeCount(), 1);
-    recogniser().hold();
+    recognizer().hold();
     speak(0.1);
     release(HotkeyAction::pushToTalk);
     press(HotkeyAction::pushToTalk);
     release(HotkeyAction::pushToTalk);
     EXPECT_EQ(microphone().madeCount(), 1);
     EXPECT_EQ(state().recordingState.get(), RecordingState::processing);
-    recogniser().answer("once");
+    recognizer().answer("once");
     settle();
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"once"});
 }
 
-TEST_F(DictationTest, NotesTheApplicationInFrontAtKeyDown) {
+TEST_F(DictationTest, StoresTheApplicationInFrontAtKeyDown) {
     workspace().setFrontmost(platform::FrontApplication{"com.apple.mail", "Mail", 77});
     press(HotkeyAction::pushToTalk);
     ASSERT_TRUE(state().dictationTargetApp.get());
@@ -141,7 +141,7 @@ TEST_F(DictationTest, NotesTheApplicationInFrontAtKeyDown) {
     press(HotkeyAction::cancel);
 }
 
-TEST_F(DictationTest, SaysWhyARecordingDidNotStart) {
+TEST_F(DictationTest, ReportsWhyARecordingDidNotStart) {
     microphone().setFormat({0, 0});
     press(HotkeyAction::pushToTalk);
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
@@ -171,7 +171,7 @@ TEST_F(DictationTest, KeepsTheErrorUntilTheNextStartOrCancel) {
     press(HotkeyAction::cancel);
 }
 
-TEST_F(DictationTest, RaisesNoSecondChangeForTheSameError) {
+TEST_F(DictationTest, NotifiesNoSecondChangeForTheSameError) {
     int changes = 0;
     const auto subscription = state().errorMessage.subscribe([&](const auto&) { ++changes; });
     const auto errorsLogged = [this] {
@@ -189,7 +189,7 @@ TEST_F(DictationTest, RaisesNoSecondChangeForTheSameError) {
 TEST_F(DictationTest, ReportsAFailedTranscriptionAndKeepsTheLastText) {
     dictate("kept");
     perfLines.clear();
-    recogniser().failWith({"other", 5, "it broke"});
+    recognizer().failWith({"other", 5, "it broke"});
     press(HotkeyAction::pushToTalk);
     speak(0.1);
     release(HotkeyAction::pushToTalk);
@@ -206,8 +206,8 @@ TEST_F(DictationTest, ReportsAFailedTranscriptionAndKeepsTheLastText) {
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"kept"});
 }
 
-TEST_F(DictationTest, TakesSilenceForAFailedTranscription) {
-    recogniser().failWith({platform::assistantErrorDomain, platform::noSpeechErrorCode, "No speech"});
+TEST_F(DictationTest, ReportsSilenceAsAFailedTranscription) {
+    recognizer().failWith({platform::assistantErrorDomain, platform::noSpeechErrorCode, "No speech"});
     press(HotkeyAction::pushToTalk);
     speak(0.1);
     release(HotkeyAction::pushToTalk);
@@ -216,7 +216,7 @@ TEST_F(DictationTest, TakesSilenceForAFailedTranscription) {
               "Transcription failed: Invalid response from transcription service.");
 }
 
-TEST_F(DictationTest, SaysThatNothingWasRecordedWhenTheWatchdogHasEndedTheRecording) {
+TEST_F(DictationTest, ReportsThatNoAudioWasRecordedIfTheWatchdogEndedTheRecording) {
     state().transcriptionManager->preferredEngine = transcription::TranscriptionEnginePreference::local;
     press(HotkeyAction::pushToTalk);
     advance(601);
@@ -229,7 +229,7 @@ TEST_F(DictationTest, SaysThatNothingWasRecordedWhenTheWatchdogHasEndedTheRecord
     EXPECT_EQ(recordingsLeft(), 0U);
 }
 
-TEST_F(DictationTest, CancelThrowsTheRecordingAway) {
+TEST_F(DictationTest, CancelDiscardsTheRecording) {
     press(HotkeyAction::pushToTalk);
     speak(0.2);
     press(HotkeyAction::cancel);
@@ -239,49 +239,49 @@ TEST_F(DictationTest, CancelThrowsTheRecordingAway) {
     release(HotkeyAction::pushToTalk);
     settle();
     EXPECT_TRUE(pastedTexts().empty());
-    EXPECT_EQ(recogniser().startedCount(), 0);
+    EXPECT_EQ(recognizer().startedCount(), 0);
 }
 
-TEST_F(DictationTest, CancelWhileItWorksHidesTheRingAndTheTextIsStillInserted) {
-    recogniser().hold();
+TEST_F(DictationTest, CancelDuringTheTranscriptionHidesTheRingAndKeepsTheInsertion) {
+    recognizer().hold();
     press(HotkeyAction::pushToTalk);
     speak(0.2);
     release(HotkeyAction::pushToTalk);
     press(HotkeyAction::cancel);
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
     EXPECT_FALSE(panel().shown().has_value());
-    recogniser().answer("late but not lost");
+    recognizer().answer("late but not lost");
     settle();
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"late but not lost"});
 }
 
-TEST_F(DictationTest, AnOldFinalisationEndsTheRingOfANewRecording) {
-    recogniser().hold();
+TEST_F(DictationTest, TheEndOfACancelledDictationEndsANewRecording) {
+    recognizer().hold();
     press(HotkeyAction::pushToTalk);
     speak(0.2);
     release(HotkeyAction::pushToTalk);
     press(HotkeyAction::cancel);
     press(HotkeyAction::pushToTalk);
     EXPECT_EQ(state().recordingState.get(), RecordingState::recording);
-    recogniser().answer("old");
+    recognizer().answer("old");
     settle();
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
-    EXPECT_EQ(recogniser().startedCount(), 1) << "nothing was said in the new one";
+    EXPECT_EQ(recognizer().startedCount(), 1) << "the new recording contains no speech";
     EXPECT_FALSE(panel().shown().has_value());
     EXPECT_FALSE(microphone().isCapturing()) << "no key would end it";
     EXPECT_EQ(recordingsLeft(), 0U);
     release(HotkeyAction::pushToTalk);
 }
 
-TEST_F(DictationTest, DeletesTheFilesOfTwoDictationsThatAreTranscribedAtATime) {
-    recogniser().hold();
+TEST_F(DictationTest, DeletesTheFilesOfTwoDictationsThatAreTranscribedAtTheSameTime) {
+    recognizer().hold();
     for (int i = 0; i < 2; ++i) {
         press(HotkeyAction::pushToTalk);
         speak(0.2);
         release(HotkeyAction::pushToTalk);
         press(HotkeyAction::cancel);
     }
-    const auto waiting = recogniser().recognitions();
+    const auto waiting = recognizer().recognitions();
     ASSERT_EQ(waiting.size(), 2U);
     waiting.at(0)->finish("first");
     settle();
@@ -298,7 +298,7 @@ TEST_F(DictationTest, InsertsOneTextAfterTheOther) {
     pasteboard().copyElsewhere("the user's own");
     press(HotkeyAction::pasteLastTranscript);
     advance(0.2);
-    recogniser().answerWith("after");
+    recognizer().answerWith("after");
     press(HotkeyAction::pushToTalk);
     release(HotkeyAction::pushToTalk);
     settle();
@@ -309,7 +309,7 @@ TEST_F(DictationTest, InsertsOneTextAfterTheOther) {
 TEST_F(DictationTest, PastesTheLastTextAgainInEveryState) {
     press(HotkeyAction::pasteLastTranscript);
     settle();
-    EXPECT_TRUE(pastedTexts().empty()) << "there is none yet";
+    EXPECT_TRUE(pastedTexts().empty()) << "there is no text yet";
     EXPECT_FALSE(state().errorMessage.get());
 
     dictate("again");
@@ -334,8 +334,8 @@ TEST_F(DictationTest, PrintsItsTimingsInWholeMilliseconds) {
     EXPECT_EQ(perfLines[1], "[PERF] stopDictation total: 350ms");
 }
 
-TEST_F(DictationTest, LeavesItsFactsInTheAuditLogAndNoText) {
-    recogniser().answerWith("unmistakable");
+TEST_F(DictationTest, WritesFactsButNoTextToTheAuditLog) {
+    recognizer().answerWith("unmistakable");
     press(HotkeyAction::pushToTalk);
     speak(1.25);
     release(HotkeyAction::pushToTalk);
@@ -364,8 +364,8 @@ TEST_F(DictationTest, LeavesItsFactsInTheAuditLogAndNoText) {
         EXPECT_EQ(line.text.find("unmistakable"), std::string::npos);
 }
 
-TEST_F(DictationTest, TakesAnEmptyTranscriptForAFailedOne) {
-    recogniser().answerWith("");
+TEST_F(DictationTest, ReportsAnEmptyTranscriptAsAFailedOne) {
+    recognizer().answerWith("");
     press(HotkeyAction::pushToTalk);
     speak(0.1);
     release(HotkeyAction::pushToTalk);
@@ -374,9 +374,9 @@ TEST_F(DictationTest, TakesAnEmptyTranscriptForAFailedOne) {
               "Transcription failed: Invalid response from transcription service.");
 }
 
-TEST_F(DictationTest, HearsTheShortcutThroughTheListener) {
+TEST_F(DictationTest, ReceivesTheHotkeyThroughTheListener) {
     completeOnboardingAndStart();
-    recogniser().answerWith("by the key");
+    recognizer().answerWith("by the key");
     tap().holdModifiers(platform::modifier::option);
     advance(0.149);
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
@@ -398,7 +398,7 @@ TEST_F(DictationTest, EndsWithItsController) {
     ASSERT_EQ(recordingsLeft(), 1U);
     const auto controller = state().weak_from_this();
     dropState();
-    EXPECT_TRUE(controller.expired()) << "no loop of its own keeps it";
+    EXPECT_TRUE(controller.expired()) << "its loops do not keep it";
     EXPECT_FALSE(microphone().isCapturing());
     EXPECT_EQ(recordingsLeft(), 0U);
     EXPECT_TRUE(players().isPlaying());
@@ -406,9 +406,9 @@ TEST_F(DictationTest, EndsWithItsController) {
     EXPECT_EQ(runtimeSupport().registry().count(), 0U);
 }
 
-TEST_F(DictationTest, EndsWhileItsTextIsMadeWhenTheProgramQuits) {
+TEST_F(DictationTest, EndsDuringTheTranscriptionIfTheProgramQuits) {
     players().report(true);
-    recogniser().hold();
+    recognizer().hold();
     press(HotkeyAction::pushToTalk);
     speak(0.2);
     release(HotkeyAction::pushToTalk);

@@ -14,7 +14,7 @@ using platform::UrlError;
 using Preference = transcription::TranscriptionEnginePreference;
 using Steps = std::vector<std::string>;
 
-/// The order of the steps in each ending, with music that was paused.
+/// The order of the steps in each ending, with paused music.
 class EndingsTest : public tests::HandsFreeFixture {
 protected:
     EndingsTest() { players().report(true); }
@@ -23,13 +23,13 @@ protected:
         press(HotkeyAction::pushToTalk);
         speak(seconds);
     }
-    /// Lets the key go; the steps of the ending are in `sequence` then.
-    void letGo(double seconds = 3) {
+    /// Releases the key. Afterwards `sequence` contains the steps of the ending.
+    void releaseKey(double seconds = 3) {
         sequence.clear();
         release(HotkeyAction::pushToTalk);
         advance(seconds);
     }
-    /// The steps from the first `from` on.
+    /// Returns the steps beginning with the first `from`.
     Steps stepsFrom(const std::string& from) const {
         return {std::ranges::find(sequence, from), sequence.end()};
     }
@@ -40,7 +40,7 @@ protected:
 TEST_F(EndingsTest, OfADictation) {
     willHear({"words"});
     hold();
-    letGo();
+    releaseKey();
     EXPECT_EQ(sequence, (Steps{"state processing", "show processing", "[PERF] Transcript wait",
                                "[PERF] stopDictation → finalize", "state idle", "media", "hide",
                                "[PERF] stopDictation total", "pre-warm"}));
@@ -55,7 +55,7 @@ TEST_F(EndingsTest, OfASnippet) {
     state().modelContext->save();
     willHear({"my address"});
     hold();
-    letGo();
+    releaseKey();
     EXPECT_EQ(pastedTexts(), Steps{"Main Street 1"});
     EXPECT_EQ(stepsFrom("state idle"), (Steps{"state idle", "media", "hide"}));
 }
@@ -76,7 +76,7 @@ TEST_F(EndingsTest, WithoutAudio) {
     prefer(Preference::local);
     hold();
     advance(601);
-    letGo();
+    releaseKey();
     EXPECT_EQ(sequence, (Steps{"state processing", "show processing", "state idle",
                                "error: No audio recorded.", "media", "hide"}));
 }
@@ -85,18 +85,18 @@ TEST_F(EndingsTest, OfAFailedTranscription) {
     prefer(Preference::cloud);
     network().answerNext(500, "down");
     hold();
-    letGo();
+    releaseKey();
     EXPECT_EQ(sequence, (Steps{"state processing", "show processing",
                                "error: Transcription failed: API error (500): down", "state idle", "media",
                                "hide", "[PERF] stopDictation total"}));
 }
 
-TEST_F(EndingsTest, OfAFailedTranscriptionPreWarmLast) {
+TEST_F(EndingsTest, OfAFailedTranscriptionWithPreWarmLast) {
     prefer(Preference::streaming);
     network().answerNext(500, "down");
     willHear({std::nullopt});
     hold();
-    letGo();
+    releaseKey();
     EXPECT_EQ(stepsFrom("error: Transcription failed: API error (500): down"),
               (Steps{"error: Transcription failed: API error (500): down", "state idle", "media", "hide",
                      "[PERF] stopDictation total", "[PERF] WebSocket session start", "pre-warm"}));
@@ -124,16 +124,16 @@ TEST_F(EndingsTest, OfACancel) {
                                "[PERF] WebSocket session start", "pre-warm"}));
 }
 
-TEST_F(EndingsTest, OfACancelWhileTheTextIsMade) {
+TEST_F(EndingsTest, OfACancelDuringTheTranscription) {
     prefer(Preference::local);
-    recogniser().hold();
+    recognizer().hold();
     hold();
     release(HotkeyAction::pushToTalk);
     sequence.clear();
     press(HotkeyAction::cancel);
     EXPECT_EQ(sequence, (Steps{"state idle", "media", "hide"}));
     sequence.clear();
-    recogniser().answer("late");
+    recognizer().answer("late");
     advance(1);
     EXPECT_EQ(sequence, (Steps{"hide", "[PERF] stopDictation total"}));
 }
@@ -155,7 +155,7 @@ TEST_F(EndingsTest, OfACancelInHandsFreeMode) {
     press(HotkeyAction::cancel);
     advance(1);
     EXPECT_EQ(sequence, (Steps{"session closed", "state idle", "media", "hide"}))
-        << "nothing is opened ahead";
+        << "no session is pre-warmed";
 }
 
 TEST_F(EndingsTest, OfHandsFreeModeWithoutAService) {
@@ -172,7 +172,7 @@ TEST_F(EndingsTest, OfHandsFreeModeWithoutAService) {
 TEST_F(EndingsTest, OfALongForm) {
     willHear({"the first part", "the rest"});
     hold(6);
-    letGo();
+    releaseKey();
     EXPECT_EQ(stepsFrom("session closed"), (Steps{"session closed", "show processingHandsFree", "state idle",
                                                   "media", "hide", "[PERF] stopDictation total (long-form)",
                                                   "[PERF] WebSocket session start", "pre-warm"}));

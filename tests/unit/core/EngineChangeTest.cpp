@@ -13,7 +13,7 @@ using hotkeys::HotkeyAction;
 using Preference = transcription::TranscriptionEnginePreference;
 using Texts = std::vector<std::string>;
 
-/// Another engine, or local-only mode, chosen in the middle of a recording.
+/// Another engine, or local-only mode, that is chosen during a recording.
 class EngineChange : public tests::HandsFreeFixture {
 protected:
     EngineChange() { willHear({}); }
@@ -27,11 +27,11 @@ protected:
         press(HotkeyAction::pushToTalk);
         speak(seconds);
     }
-    void letGo(double seconds = 1) {
+    void releaseKey(double seconds = 1) {
         release(HotkeyAction::pushToTalk);
         advance(seconds);
     }
-    /// A dictation of 24576 bytes, of which the service hears no more than that.
+    /// Makes a dictation of 24576 bytes and checks that the service receives no more than these.
     void expectCleanNextDictation() {
         hold(0.512);
         release(HotkeyAction::pushToTalk);
@@ -44,69 +44,69 @@ protected:
 
 } // namespace
 
-TEST_F(EngineChange, SendsNothingThatWasSaidInLocalOnlyMode) {
-    recogniser().answerWith("from this machine");
+TEST_F(EngineChange, SendsNoSpeechOfLocalOnlyMode) {
+    recognizer().answerWith("from this machine");
     hold(1);
     const auto first = network().lastSocket();
     setLocalOnly(true);
     EXPECT_TRUE(first->isEnded());
     speak(2);
-    letGo();
+    releaseKey();
     EXPECT_EQ(pastedTexts(), Texts{"from this machine"});
     EXPECT_TRUE(network().requests().empty());
     setLocalOnly(false);
     expectCleanNextDictation();
 }
 
-TEST_F(EngineChange, KeepsTheFileOfLocalOnlyModeOnThisMachineWhenTheModeIsLeftBeforeTheKey) {
-    recogniser().answerWith("from this machine");
+TEST_F(EngineChange, KeepsTheFileOfLocalOnlyModeOnThisMachineIfTheModeEndsBeforeTheKeyIsReleased) {
+    recognizer().answerWith("from this machine");
     setLocalOnly(true);
     hold(1);
     setLocalOnly(false);
     ASSERT_TRUE(state().transcriptionManager->isStreamingPreferred());
-    letGo();
+    releaseKey();
     EXPECT_EQ(pastedTexts(), Texts{"from this machine"});
     EXPECT_TRUE(network().requests().empty());
-    EXPECT_EQ(bytesHeard(), 0U) << "the session that is open now is for the next dictation";
+    EXPECT_EQ(bytesHeard(), 0U) << "the open session is for the next dictation";
 }
 
 TEST_F(EngineChange, KeepsALostRecordingOfLocalOnlyModeOnThisMachine) {
-    recogniser().answerWith("from this machine");
+    recognizer().answerWith("from this machine");
     setLocalOnly(true);
     hold(1);
     advance(601);
     setLocalOnly(false);
-    letGo();
+    releaseKey();
     EXPECT_EQ(state().lastTranscription.get(), "from this machine");
     EXPECT_TRUE(network().requests().empty());
 }
 
-TEST_F(EngineChange, SendsNothingMoreAfterTheLocalEngineWasChosen) {
-    recogniser().answerWith("from this machine");
+TEST_F(EngineChange, SendsNoMoreAudioAfterTheLocalEngineWasChosen) {
+    recognizer().answerWith("from this machine");
     hold(1);
     const auto first = network().lastSocket();
     prefer(Preference::local);
     runtimeSupport().runUntilIdle();
     EXPECT_TRUE(first->isEnded());
     speak(2);
-    letGo();
+    releaseKey();
     EXPECT_EQ(pastedTexts(), Texts{"from this machine"});
     prefer(Preference::hybrid);
     expectCleanNextDictation();
 }
 
-TEST_F(EngineChange, TakesTheTextFromTheFileWhenTheEngineIsChosenBack) {
+TEST_F(EngineChange, TranscribesTheFileIfTheEngineIsChangedBack) {
     network().answerNext(200, "all of it");
     hold(1);
     prefer(Preference::local);
     speak(1);
     prefer(Preference::hybrid);
-    letGo();
+    releaseKey();
     EXPECT_EQ(pastedTexts(), Texts{"all of it"});
     expectCleanNextDictation();
 }
 
-TEST_F(EngineChange, ClosesTheSessionThatWasOpenedAhead) {
+TEST_F(EngineChange, ClosesThePreWarmedSession) {
     completeOnboardingAndStart();
     const auto ahead = network().lastSocket();
     ASSERT_TRUE(ahead);
@@ -117,7 +117,7 @@ TEST_F(EngineChange, ClosesTheSessionThatWasOpenedAhead) {
     EXPECT_TRUE(ahead->isEnded());
 }
 
-TEST_F(EngineChange, ForgetsTheAudioOfACancelledRecording) {
+TEST_F(EngineChange, WipesTheAudioOfACancelledRecording) {
     network().holdHandshakes();
     hold(1);
     prefer(Preference::local);
@@ -132,7 +132,7 @@ TEST_F(EngineChange, ForgetsTheAudioOfACancelledRecording) {
     EXPECT_EQ(bytesHeard(), 24576U);
 }
 
-TEST_F(EngineChange, WipesABufferThatWasLeftOver) {
+TEST_F(EngineChange, WipesALateBuffer) {
     hold(0.1);
     const auto consumer = state().audioRecorder->onBuffer();
     prefer(Preference::local);
@@ -148,8 +148,8 @@ TEST_F(EngineChange, WipesABufferThatWasLeftOver) {
     advance(1);
 }
 
-TEST_F(EngineChange, EndsHandsFreeModeAndKeepsWhatWasSaidInIt) {
-    recogniser().answerWith("from this machine");
+TEST_F(EngineChange, EndsHandsFreeModeAndKeepsItsSpeech) {
+    recognizer().answerWith("from this machine");
     tap();
     ASSERT_TRUE(isListening());
     speak(0.5, 0.1F);
@@ -163,14 +163,14 @@ TEST_F(EngineChange, EndsHandsFreeModeAndKeepsWhatWasSaidInIt) {
     EXPECT_TRUE(network().requests().empty());
 }
 
-TEST_F(EngineChange, KeepsTheEndOfALongForm) {
-    recogniser().answerWith("all of it");
+TEST_F(EngineChange, KeepsTheLastPieceOfALongForm) {
+    recognizer().answerWith("all of it");
     willHear({"the first part"});
     hold(6);
     EXPECT_EQ(pastedTexts(), Texts{"the first part"});
     prefer(Preference::local);
     speak(3);
-    letGo(3);
+    releaseKey(3);
     EXPECT_EQ(pastedTexts(), Texts{"the first part"});
     EXPECT_EQ(state().lastTranscription.get(), "all of it");
     EXPECT_EQ(history().size(), 2U);

@@ -14,7 +14,7 @@ using HandsFreeEnd = tests::HandsFreeFixture;
 
 } // namespace
 
-TEST_F(HandsFreeEnd, TypesTheUtteranceWhenTheModeIsEnteredAgainWhileItIsHeard) {
+TEST_F(HandsFreeEnd, TypesTheUtteranceIfTheModeIsStartedAgainWhileItIsTranscribed) {
     start({});
     utter();
     ASSERT_EQ(commits(), 1U);
@@ -32,7 +32,7 @@ TEST_F(HandsFreeEnd, TypesTheUtteranceWhenTheModeIsEnteredAgainWhileItIsHeard) {
     expectAtRest();
 }
 
-TEST_F(HandsFreeEnd, TypesTheUtteranceWhenTheModeIsLeftEnteredAndLeftWhileItIsHeard) {
+TEST_F(HandsFreeEnd, TypesTheUtteranceIfTheModeIsLeftStartedAndLeftWhileItIsTranscribed) {
     start({});
     utter();
     ASSERT_EQ(commits(), 1U);
@@ -50,7 +50,7 @@ TEST_F(HandsFreeEnd, TypesTheUtteranceWhenTheModeIsLeftEnteredAndLeftWhileItIsHe
     EXPECT_EQ(commits(), 2U);
 }
 
-TEST_F(HandsFreeEnd, KeepsTheLastUtteranceWhenTheModeIsEnteredAndLeftWhileItIsHeard) {
+TEST_F(HandsFreeEnd, KeepsTheLastUtteranceIfTheModeIsStartedAndLeftWhileItIsTranscribed) {
     start({});
     speak(0.5);
     tap();
@@ -63,18 +63,18 @@ TEST_F(HandsFreeEnd, KeepsTheLastUtteranceWhenTheModeIsEnteredAndLeftWhileItIsHe
     EXPECT_EQ(pastedTexts(), Texts{"the utterance"});
 }
 
-TEST_F(HandsFreeEnd, CleansUpOnceWhenAFailureAndATapEndItTogether) {
+TEST_F(HandsFreeEnd, CleansUpOnceIfAFailureAndATapEndItTogether) {
     start({"um first words", std::nullopt});
     utter();
     const auto subscription = state().errorMessage.subscribe([this](const auto& message) {
-        // A tap that was waiting while the failure was worked on.
+        // A tap that was waiting while the failure was handled.
         if (message)
             runtime::spawn(runtimeSupport().main(),
                            state().handleHotkey(HotkeyAction::handsFree, hotkeys::HotkeyEventType::down));
     });
     network().failHandshakes(UrlError(UrlError::Code::cannotConnectToHost, "nobody there"));
     network().answerNext(200, "lost words");
-    willClean({"First words.", "First words."}); // one of them too many
+    willClean({"First words.", "First words."}); // one more than needed
     utter();
     advance(10);
     expectAtRest();
@@ -82,14 +82,14 @@ TEST_F(HandsFreeEnd, CleansUpOnceWhenAFailureAndATapEndItTogether) {
     EXPECT_EQ(pastedTexts(), (Texts{"um first words", "First words."}));
 }
 
-TEST_F(HandsFreeEnd, EndsWhenTheRecorderDoesNotStart) {
+TEST_F(HandsFreeEnd, EndsIfTheRecorderDoesNotStart) {
     microphone().setFormat({0, 0});
     start({});
     advance(1);
     expectAtRest();
     EXPECT_EQ(state().errorMessage.get(), "Failed to start recording: No audio input device is available. "
                                           "Please connect a microphone and try again.");
-    // The next key does its own work.
+    // The next key works as usual.
     microphone().setFormat({48000, 1});
     willHear({"words"});
     press(HotkeyAction::pushToTalk);
@@ -99,7 +99,7 @@ TEST_F(HandsFreeEnd, EndsWhenTheRecorderDoesNotStart) {
     EXPECT_EQ(pastedTexts(), Texts{"words"});
 }
 
-TEST_F(HandsFreeEnd, EndsAtOnceWhenTheMicrophoneGoesInTheMiddle) {
+TEST_F(HandsFreeEnd, EndsAtOnceIfTheMicrophoneDisappearsDuringARecording) {
     start({"um first words", "second words", ""});
     utter();
     utter();
@@ -109,7 +109,7 @@ TEST_F(HandsFreeEnd, EndsAtOnceWhenTheMicrophoneGoesInTheMiddle) {
     expectAtRest();
     EXPECT_EQ(state().errorMessage.get(), "Failed to start recording: No audio input device is available. "
                                           "Please connect a microphone and try again.");
-    EXPECT_EQ(undone(), 2) << "while the user is still in the application";
+    EXPECT_EQ(undone(), 2) << "the clean-up happens while the user is still in the application";
     EXPECT_EQ(pastedTexts().back(), "First words, second words.");
 
     const auto typed = pastedTexts().size();
@@ -120,7 +120,7 @@ TEST_F(HandsFreeEnd, EndsAtOnceWhenTheMicrophoneGoesInTheMiddle) {
     EXPECT_EQ(pastedTexts().size(), typed);
 }
 
-TEST_F(HandsFreeEnd, LeavesTheTextOfAnotherDictationThatIsBeingMade) {
+TEST_F(HandsFreeEnd, KeepsTheTextOfAnotherDictationThatIsBeingTranscribed) {
     willHear({});
     network().answerNext(200, "words");
     press(HotkeyAction::pushToTalk);
@@ -135,20 +135,20 @@ TEST_F(HandsFreeEnd, LeavesTheTextOfAnotherDictationThatIsBeingMade) {
     EXPECT_EQ(state().lastTranscription.get(), "words");
 }
 
-TEST_F(HandsFreeEnd, LeavesTheFileOfAnotherDictationThatIsBeingTranscribed) {
+TEST_F(HandsFreeEnd, KeepsTheFileOfAnotherDictationThatIsBeingTranscribed) {
     prefer(transcription::TranscriptionEnginePreference::local);
-    recogniser().hold();
+    recognizer().hold();
     press(HotkeyAction::pushToTalk);
     speak(0.5);
     release(HotkeyAction::pushToTalk);
     tap();
     tap();
     advance(1);
-    EXPECT_EQ(recordingsLeft(), 1U) << "the recogniser is reading it";
-    recogniser().answer("words");
+    EXPECT_EQ(recordingsLeft(), 1U) << "the recognizer still reads it";
+    recognizer().answer("words");
     advance(2);
     EXPECT_EQ(pastedTexts(), Texts{"words"});
-    EXPECT_EQ(recogniser().startedCount(), 1);
+    EXPECT_EQ(recognizer().startedCount(), 1);
     EXPECT_EQ(recordingsLeft(), 0U);
 }
 

@@ -9,14 +9,14 @@
 
 namespace sonvale::tests {
 
-/// Hands-free dictations; the test plays the service.
+/// Hands-free dictations; the test acts as the service.
 class HandsFreeFixture : public StreamingFixture {
 protected:
     void tap() {
         press(hotkeys::HotkeyAction::handsFree);
         release(hotkeys::HotkeyAction::handsFree);
     }
-    /// An utterance, and the pause that ends it.
+    /// Speaks an utterance, and is silent for the pause that ends it.
     void utter(double seconds = 0.5, double pause = 2.2) {
         speak(seconds, 0.1F);
         speak(pause, 0.0F);

@@ -16,7 +16,7 @@ using HandsFree = tests::HandsFreeFixture;
 
 } // namespace
 
-TEST_F(HandsFree, TypesEachUtteranceWhileTheRecordingGoesOn) {
+TEST_F(HandsFree, TypesEachUtteranceWhileTheRecordingContinues) {
     start({"first words", "second words", "third words", ""});
     EXPECT_TRUE(isListening());
     EXPECT_EQ(state().voiceActivityDetector->endOfUtteranceDelay, 2.0);
@@ -26,7 +26,7 @@ TEST_F(HandsFree, TypesEachUtteranceWhileTheRecordingGoesOn) {
     utter();
     utter();
     EXPECT_EQ(pastedTexts(), (Texts{"first words", " second words", " third words"}));
-    EXPECT_EQ(network().sockets().size(), 1U) << "one session serves them all";
+    EXPECT_EQ(network().sockets().size(), 1U) << "all utterances use one session";
     stop();
     expectAtRest();
     EXPECT_EQ(state().lastTranscription.get(), "first words second words third words");
@@ -37,7 +37,7 @@ TEST_F(HandsFree, TypesEachUtteranceWhileTheRecordingGoesOn) {
     EXPECT_EQ(undone(), 0);
 }
 
-TEST_F(HandsFree, IsLeftWhenTheScreenIsLockedAndKeepsWhatWasSaid) {
+TEST_F(HandsFree, EndsWhenTheScreenIsLockedAndKeepsTheSpeech) {
     start({"first words", "last words"});
     utter();
     speak(0.5, 0.1F);
@@ -96,17 +96,17 @@ TEST_F(HandsFree, ReplacesThePiecesByTheCleanedWhole) {
     EXPECT_EQ(panel().history().back().state, RecordingState::processingHandsFree);
 }
 
-TEST_F(HandsFree, KeepsAnUnchangedWholeAsItStands) {
+TEST_F(HandsFree, KeepsTheTypedPiecesIfTheWholeIsUnchanged) {
     start({"First words.", ""});
     utter();
     willClean({"First words."});
     stop();
     EXPECT_EQ(undone(), 0);
     EXPECT_EQ(pastedTexts(), Texts{"First words."});
-    EXPECT_EQ(history().size(), 2U) << "the whole is kept all the same";
+    EXPECT_EQ(history().size(), 2U) << "the history has the whole too";
 }
 
-TEST_F(HandsFree, CleansARunOfOnePieceToo) {
+TEST_F(HandsFree, CleansUpASinglePieceToo) {
     start({"um words", ""});
     utter();
     willClean({"Words."});
@@ -115,7 +115,7 @@ TEST_F(HandsFree, CleansARunOfOnePieceToo) {
     EXPECT_EQ(pastedTexts().back(), "Words.");
 }
 
-TEST_F(HandsFree, TypesWhatIsSaidLastWithoutAPause) {
+TEST_F(HandsFree, TypesTheLastWordsWithoutAPause) {
     start({"first words", "last words"});
     utter();
     speak(0.5, 0.1F);
@@ -125,14 +125,14 @@ TEST_F(HandsFree, TypesWhatIsSaidLastWithoutAPause) {
     EXPECT_EQ(state().lastTranscription.get(), "first words last words");
 }
 
-TEST_F(HandsFree, PutsNoBlankBeforeALastPieceThatIsTheOnlyOne) {
+TEST_F(HandsFree, AddsNoBlankBeforeALastPieceThatIsTheOnlyOne) {
     start({"only words"});
     speak(0.5, 0.1F);
     stop();
     EXPECT_EQ(pastedTexts(), Texts{"only words"});
 }
 
-TEST_F(HandsFree, LeavesOutUtterancesOfNothing) {
+TEST_F(HandsFree, OmitsEmptyUtterances) {
     start({"...", " \n", "words…", ""});
     utter();
     utter();
@@ -143,7 +143,7 @@ TEST_F(HandsFree, LeavesOutUtterancesOfNothing) {
     EXPECT_EQ(history().size(), 1U);
 }
 
-TEST_F(HandsFree, LeavesTheLastTextWhenNothingWasSaid) {
+TEST_F(HandsFree, KeepsTheLastTextIfThereWasNoSpeech) {
     state().lastTranscription = "of before";
     start({""});
     speak(1, 0.0F);
@@ -154,10 +154,10 @@ TEST_F(HandsFree, LeavesTheLastTextWhenNothingWasSaid) {
     EXPECT_TRUE(pastedTexts().empty());
 }
 
-TEST_F(HandsFree, KeepsTheOrderWhenAnInsertionIsSlowerThanTheNextUtterance) {
+TEST_F(HandsFree, KeepsTheOrderIfAnInsertionIsSlowerThanTheNextUtterance) {
     start({"one", "two", "three", ""});
     runtimeSupport().wait(state().textInserter->undo(0));
-    // Each takes 350 ms; the three come within 100.
+    // Each insertion takes 350 ms; the three utterances come within 100 ms.
     for (int i = 0; i < 3; ++i)
         state().voiceActivityDetector->onEndOfUtterance();
     runtimeSupport().runUntilIdle();
@@ -171,13 +171,13 @@ TEST_F(HandsFree, KeepsTheOrderWhenAnInsertionIsSlowerThanTheNextUtterance) {
     EXPECT_EQ(state().lastTranscription.get(), "one two three");
 }
 
-TEST_F(HandsFree, DropsAnEndThatComesWhileAnUtteranceIsCommitted) {
+TEST_F(HandsFree, IgnoresTheEndOfAnUtteranceDuringACommit) {
     willHear({});
     tap();
     utter();
     EXPECT_EQ(commits(), 1U);
     utter();
-    EXPECT_EQ(commits(), 1U) << "its audio stays for the next";
+    EXPECT_EQ(commits(), 1U) << "its audio is kept for the next commit";
     answer("both");
     advance(1);
     EXPECT_EQ(pastedTexts(), Texts{"both"});
@@ -187,7 +187,7 @@ TEST_F(HandsFree, DropsAnEndThatComesWhileAnUtteranceIsCommitted) {
     expectAtRest();
 }
 
-TEST_F(HandsFree, LeavesByAPushToTalkPress) {
+TEST_F(HandsFree, EndsByAPushToTalkPress) {
     start({"first words", "last words"});
     utter();
     speak(0.5, 0.1F);
@@ -198,13 +198,13 @@ TEST_F(HandsFree, LeavesByAPushToTalkPress) {
     EXPECT_EQ(pastedTexts(), (Texts{"first words", " last words"}));
 }
 
-TEST_F(HandsFree, LeavesByAPushToTalkPressWhileAnUtteranceIsBeingHeard) {
+TEST_F(HandsFree, EndsByAPushToTalkPressWhileAnUtteranceIsTranscribed) {
     start({});
     utter();
     EXPECT_EQ(commits(), 1U);
     press(HotkeyAction::pushToTalk);
     release(HotkeyAction::pushToTalk);
-    EXPECT_EQ(commits(), 1U) << "the key that came up ends nothing a second time";
+    EXPECT_EQ(commits(), 1U) << "the key up must not end the mode a second time";
     answer("first words");
     advance(1);
     EXPECT_EQ(commits(), 2U);
@@ -214,7 +214,7 @@ TEST_F(HandsFree, LeavesByAPushToTalkPressWhileAnUtteranceIsBeingHeard) {
     EXPECT_EQ(pastedTexts(), (Texts{"first words", " last words"}));
 }
 
-TEST_F(HandsFree, TypesThePieceOfALongPushToTalkThatIsStillBeingHeard) {
+TEST_F(HandsFree, TypesThePieceOfALongPushToTalkThatIsStillTranscribed) {
     start({});
     tap();
     answer("");
@@ -224,7 +224,7 @@ TEST_F(HandsFree, TypesThePieceOfALongPushToTalkThatIsStillBeingHeard) {
     const auto before = commits();
     tap();
     tap();
-    EXPECT_EQ(commits(), before) << "one answer is waited for at a time";
+    EXPECT_EQ(commits(), before) << "only one commit waits for an answer at a time";
     answer("the long piece");
     advance(1);
     EXPECT_EQ(commits(), before + 1);
@@ -235,7 +235,7 @@ TEST_F(HandsFree, TypesThePieceOfALongPushToTalkThatIsStillBeingHeard) {
     EXPECT_EQ(pastedTexts(), (Texts{"the long piece", "the rest"}));
 }
 
-TEST_F(HandsFree, LeavesWhatWasTypedWhenItIsCancelled) {
+TEST_F(HandsFree, KeepsTheTypedTextIfItIsCancelled) {
     start({"first words", "never"});
     utter();
     speak(0.5, 0.1F);
@@ -260,14 +260,14 @@ TEST_F(HandsFree, CanBeCancelledWhileAnUtteranceIsCommitted) {
     expectAtRest();
     EXPECT_TRUE(pastedTexts().empty());
 
-    // The next run is whole again.
+    // The next run works as usual.
     start({"words", ""});
     utter();
     stop();
     EXPECT_EQ(pastedTexts(), Texts{"words"});
 }
 
-TEST_F(HandsFree, RepairsItselfAfterACommitThatFailed) {
+TEST_F(HandsFree, RecoversFromAFailedCommit) {
     start({std::nullopt, "second words", ""});
     network().answerNext(200, "first words");
     utter();
@@ -276,17 +276,17 @@ TEST_F(HandsFree, RepairsItselfAfterACommitThatFailed) {
     utter();
     EXPECT_EQ(pastedTexts(), Texts{"second words"});
     EXPECT_EQ(network().sockets().size(), 2U);
-    EXPECT_LE(recordingsLeft(), 1U) << "the lost utterance's voice is deleted";
+    EXPECT_LE(recordingsLeft(), 1U) << "the file of the lost utterance is deleted";
     stop();
     expectAtRest();
 }
 
-TEST_F(HandsFree, EndsWithAMessageWhenItCannotConnectAgain) {
+TEST_F(HandsFree, EndsWithAMessageIfItCannotReconnect) {
     start({"first words", std::nullopt});
     utter();
     network().failHandshakes(UrlError(UrlError::Code::cannotConnectToHost, "nobody there"));
     network().failNext(UrlError::Code::cannotConnectToHost, "nobody there");
-    recogniser().failWith({platform::assistantErrorDomain, platform::noSpeechErrorCode, "nothing"});
+    recognizer().failWith({platform::assistantErrorDomain, platform::noSpeechErrorCode, "nothing"});
     utter();
     advance(10);
     expectAtRest();
@@ -296,7 +296,7 @@ TEST_F(HandsFree, EndsWithAMessageWhenItCannotConnectAgain) {
     EXPECT_EQ(state().lastTranscription.get(), "first words");
 }
 
-TEST_F(HandsFree, EndsWithAMessageWhenItCannotConnectAtAll) {
+TEST_F(HandsFree, EndsWithAMessageIfItCannotConnect) {
     network().failHandshakes(UrlError(UrlError::Code::cannotConnectToHost, "nobody there"));
     start({});
     advance(5);
@@ -306,7 +306,7 @@ TEST_F(HandsFree, EndsWithAMessageWhenItCannotConnectAtAll) {
     EXPECT_FALSE(printed("startDictation total"));
 }
 
-TEST_F(HandsFree, SaysAtOnceWhichEnginesItNeeds) {
+TEST_F(HandsFree, ReportsAtOnceWhichEnginesItNeeds) {
     for (const auto preference : {Preference::local, Preference::cloud}) {
         prefer(preference);
         start({});
@@ -315,11 +315,11 @@ TEST_F(HandsFree, SaysAtOnceWhichEnginesItNeeds) {
         EXPECT_EQ(state().errorMessage.get(), "Hands-free mode needs Streaming or Hybrid.");
         EXPECT_FALSE(printed("startDictation total"));
         EXPECT_TRUE(network().sockets().empty());
-        EXPECT_TRUE(network().requests().empty()) << "nothing was said";
+        EXPECT_TRUE(network().requests().empty()) << "there was no speech";
     }
 }
 
-TEST_F(HandsFree, BeginsAnewWhenTheInputIsGone) {
+TEST_F(HandsFree, StartsANewRecordingIfTheInputIsGone) {
     start({"said before", "second words", ""});
     speak(0.5, 0.1F);
     microphone().unplug();
@@ -333,7 +333,7 @@ TEST_F(HandsFree, BeginsAnewWhenTheInputIsGone) {
     expectAtRest();
 }
 
-TEST_F(HandsFree, GoesOnBeyondTheLongestRecording) {
+TEST_F(HandsFree, ContinuesBeyondTheMaximumRecording) {
     start({"first words", "later words", ""});
     utter();
     advance(601);
@@ -347,7 +347,7 @@ TEST_F(HandsFree, GoesOnBeyondTheLongestRecording) {
     expectAtRest();
 }
 
-TEST_F(HandsFree, DoesNothingWithARunThatBeganWhileATextIsMade) {
+TEST_F(HandsFree, DoesNothingWithARunThatBeganDuringATranscription) {
     prefer(Preference::streaming);
     willHear({});
     press(HotkeyAction::pushToTalk);
@@ -375,7 +375,7 @@ TEST_F(HandsFree, KeepsNothingInPrivacyMode) {
     EXPECT_EQ(pastedTexts().back(), "Words more.");
 }
 
-TEST_F(HandsFree, LetsTheMusicGoOnAfterwards) {
+TEST_F(HandsFree, ResumesTheMusicAfterwards) {
     players().report(true);
     start({"words", ""});
     EXPECT_FALSE(players().isPlaying());
@@ -403,7 +403,7 @@ TEST_F(HandsFree, RunsForAnHour) {
     EXPECT_EQ(pastedTexts().size(), 1200U);
     EXPECT_EQ(history().size(), 1200U);
     advance(700);
-    EXPECT_EQ(runtimeSupport().registry().count(), 0U) << "the session that was opened ahead is closed too";
+    EXPECT_EQ(runtimeSupport().registry().count(), 0U) << "the pre-warmed session is closed too";
 }
 
 } // namespace sonvale::core

@@ -26,9 +26,9 @@ TEST_F(LockedScreen, NoHotkeyStartsARecordingOrPastes) {
     EXPECT_EQ(pastedTexts().back(), "said after");
 }
 
-TEST_F(LockedScreen, EndsARecordingWhoseTextIsKeptAndTypedNowhere) {
+TEST_F(LockedScreen, EndsTheRecordingAndKeepsItsTextWithoutTypingIt) {
     pasteboard().copyElsewhere("what was there before");
-    recogniser().answerWith("the last words");
+    recognizer().answerWith("the last words");
     press(HotkeyAction::pushToTalk);
     speak(0.5);
     sessionLock().setLocked(true);
@@ -50,13 +50,13 @@ TEST_F(LockedScreen, EndsARecordingWhoseTextIsKeptAndTypedNowhere) {
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"the last words"});
 }
 
-TEST_F(LockedScreen, KeepsATextThatWasOnItsWay) {
-    recogniser().hold();
+TEST_F(LockedScreen, KeepsATextThatIsBeingTranscribed) {
+    recognizer().hold();
     press(HotkeyAction::pushToTalk);
     speak(0.5);
     release(HotkeyAction::pushToTalk);
     sessionLock().setLocked(true);
-    recogniser().answer("on its way");
+    recognizer().answer("on its way");
     settle();
     EXPECT_TRUE(pastedTexts().empty());
     EXPECT_EQ(history().size(), 1U);

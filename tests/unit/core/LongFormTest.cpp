@@ -18,7 +18,7 @@ protected:
         press(HotkeyAction::pushToTalk);
         speak(seconds);
     }
-    void letGo(double seconds = 3) {
+    void releaseKey(double seconds = 3) {
         release(HotkeyAction::pushToTalk);
         advance(seconds);
     }
@@ -32,7 +32,7 @@ protected:
 
 } // namespace
 
-TEST_F(LongFormTest, TypesTheFirstPartWhileTheKeyIsHeldAndTheRestAtItsRelease) {
+TEST_F(LongFormTest, TypesTheFirstPieceWhileTheKeyIsHeldAndTheRestAtItsRelease) {
     willHear({"the first part", "and all the rest"});
     hold(5.5);
     EXPECT_EQ(pastedTexts(), Texts{"the first part"});
@@ -40,9 +40,9 @@ TEST_F(LongFormTest, TypesTheFirstPartWhileTheKeyIsHeldAndTheRestAtItsRelease) {
     EXPECT_TRUE(printed("PTT long-form mode activated (held > 5.0s)"));
     EXPECT_TRUE(printed("PTT long-form segment: 14 chars (total accumulated: 14 chars)"));
     speak(24.5);
-    EXPECT_EQ(commits(), 1U) << "one part is committed by time";
+    EXPECT_EQ(commits(), 1U) << "one piece is committed while the key is held";
     EXPECT_EQ(pastedTexts().size(), 1U);
-    letGo();
+    releaseKey();
     expectAtRest();
     EXPECT_EQ(pastedTexts(), (Texts{"the first part", " and all the rest"}));
     EXPECT_EQ(state().lastTranscription.get(), "the first part and all the rest");
@@ -68,11 +68,11 @@ TEST_F(LongFormTest, SendsTheLastSoundsBeforeEachCommit) {
     expectAtRest();
 }
 
-TEST_F(LongFormTest, ReplacesThePartsByTheCleanedWhole) {
+TEST_F(LongFormTest, ReplacesThePiecesByTheCleanedWhole) {
     willHear({"um the first part", "and the rest"});
     hold(6);
     willClean({"The first part, and the rest."});
-    letGo();
+    releaseKey();
     expectAtRest();
     EXPECT_EQ(undone(), 2);
     EXPECT_EQ(pastedTexts().back(), "The first part, and the rest.");
@@ -83,12 +83,12 @@ TEST_F(LongFormTest, ReplacesThePartsByTheCleanedWhole) {
     EXPECT_EQ(rows[2].processedText, "The first part, and the rest.");
 }
 
-TEST_F(LongFormTest, LeavesThePartsWhenTheCleanUpFails) {
+TEST_F(LongFormTest, KeepsThePiecesIfTheCleanUpFails) {
     willHear({"the first part", "the rest"});
     hold(6);
     settings().set(keys::aiProcessingEnabled, true);
     network().answerNext(500, "");
-    letGo();
+    releaseKey();
     EXPECT_EQ(undone(), 0);
     EXPECT_EQ(pastedTexts(), (Texts{"the first part", " the rest"}));
     EXPECT_EQ(state().lastTranscription.get(), "the first part the rest");
@@ -97,7 +97,7 @@ TEST_F(LongFormTest, LeavesThePartsWhenTheCleanUpFails) {
 TEST_F(LongFormTest, IsAnOrdinaryDictationBeforeFiveSeconds) {
     willHear({"words"});
     hold(4.9);
-    letGo();
+    releaseKey();
     advance(10);
     EXPECT_EQ(commits(), 1U);
     EXPECT_EQ(pastedTexts(), Texts{"words"});
@@ -107,45 +107,45 @@ TEST_F(LongFormTest, IsAnOrdinaryDictationBeforeFiveSeconds) {
 
 TEST_F(LongFormTest, NeedsASession) {
     network().failHandshakes(UrlError(UrlError::Code::cannotConnectToHost, "nobody there"));
-    recogniser().answerWith("from this machine");
+    recognizer().answerWith("from this machine");
     willHear({});
     hold(12);
     EXPECT_FALSE(printed("PTT long-form"));
     network().failNext(UrlError::Code::cannotConnectToHost);
-    letGo();
+    releaseKey();
     EXPECT_EQ(pastedTexts(), Texts{"from this machine"});
 
     prefer(Preference::local);
     hold(12);
-    letGo();
+    releaseKey();
     EXPECT_FALSE(printed("PTT long-form"));
 }
 
-TEST_F(LongFormTest, GivesTheLastPartNoBlankWhenTheFirstWasSilence) {
+TEST_F(LongFormTest, AddsNoBlankToTheLastPieceIfTheFirstWasSilence) {
     willHear({"...", "all of it"});
     hold(8);
     EXPECT_TRUE(pastedTexts().empty());
     willClean({"All of it."});
-    letGo();
+    releaseKey();
     EXPECT_EQ(pastedTexts(), (Texts{"all of it", "All of it."}));
     EXPECT_EQ(undone(), 1);
 }
 
-TEST_F(LongFormTest, GoesOnAfterACommitThatFailed) {
+TEST_F(LongFormTest, ContinuesAfterAFailedCommit) {
     willHear({std::nullopt, "the rest"});
     network().answerNext(200, "all of it");
     hold(8);
-    letGo();
+    releaseKey();
     expectAtRest();
     EXPECT_EQ(pastedTexts(), Texts{"the rest"});
     EXPECT_EQ(state().errorMessage.get(), std::nullopt);
 }
 
-TEST_F(LongFormTest, KeepsTheFirstPartWhenTheLastFails) {
+TEST_F(LongFormTest, KeepsTheFirstPieceIfTheLastFails) {
     willHear({"the first part", std::nullopt});
     network().hangNext();
     hold(8);
-    letGo();
+    releaseKey();
     EXPECT_EQ(pastedTexts(), Texts{"the first part"});
     EXPECT_EQ(state().lastTranscription.get(), "the first part");
     ASSERT_TRUE(network().lastRequest()) << "the file is sent";
@@ -154,13 +154,13 @@ TEST_F(LongFormTest, KeepsTheFirstPartWhenTheLastFails) {
     expectAtRest();
 }
 
-TEST_F(LongFormTest, WaitsForACommitThatIsOnItsWayAtTheRelease) {
+TEST_F(LongFormTest, WaitsForACommitThatRunsAtTheRelease) {
     willHear({});
     hold(5.2);
     EXPECT_EQ(commits(), 1U);
     release(HotkeyAction::pushToTalk);
     advance(0.5);
-    EXPECT_EQ(commits(), 1U) << "the two never finalise at once";
+    EXPECT_EQ(commits(), 1U) << "the two are never committed at the same time";
     answer("the first part");
     advance(0.5);
     EXPECT_EQ(commits(), 2U);
@@ -170,7 +170,7 @@ TEST_F(LongFormTest, WaitsForACommitThatIsOnItsWayAtTheRelease) {
     EXPECT_EQ(pastedTexts(), (Texts{"the first part", " the rest"}));
 }
 
-TEST_F(LongFormTest, LeavesWhatWasTypedWhenItIsCancelled) {
+TEST_F(LongFormTest, KeepsTheTypedTextIfItIsCancelled) {
     willHear({"the first part", "never"});
     hold(7);
     willClean({"never"});
@@ -183,7 +183,7 @@ TEST_F(LongFormTest, LeavesWhatWasTypedWhenItIsCancelled) {
     EXPECT_EQ(undone(), 0);
 }
 
-TEST_F(LongFormTest, CanBeCancelledWhileThePartIsCommitted) {
+TEST_F(LongFormTest, CanBeCancelledWhileThePieceIsCommitted) {
     willHear({});
     hold(5.2);
     EXPECT_EQ(commits(), 1U);
@@ -196,11 +196,11 @@ TEST_F(LongFormTest, CanBeCancelledWhileThePartIsCommitted) {
 
     willHear({"words"});
     hold(1);
-    letGo();
+    releaseKey();
     EXPECT_EQ(pastedTexts(), Texts{"words"});
 }
 
-TEST_F(LongFormTest, DropsACommand) {
+TEST_F(LongFormTest, DoesNotRunACommand) {
     accessibility().setSelectedText("selected");
     willHear({"make it", "shorter"});
     press(HotkeyAction::commandMode);
@@ -213,22 +213,22 @@ TEST_F(LongFormTest, DropsACommand) {
     EXPECT_EQ(pastedTexts(), (Texts{"make it", " shorter"}));
 }
 
-TEST_F(LongFormTest, IsNotBegunByTheTimerOfAnEarlierRecording) {
+TEST_F(LongFormTest, IsNotActivatedByTheTimerOfAnEarlierRecording) {
     willHear({"one", "two"});
     hold(4);
-    letGo(0.6);
+    releaseKey(0.6);
     hold(4.5);
     EXPECT_FALSE(printed("PTT long-form"));
-    letGo();
+    releaseKey();
     EXPECT_EQ(pastedTexts(), (Texts{"one", "two"}));
 }
 
-TEST_F(LongFormTest, LetsTheMusicGoOnAfterwards) {
+TEST_F(LongFormTest, ResumesTheMusicAfterwards) {
     players().report(true);
     willHear({"one", "two"});
     hold(6);
     EXPECT_FALSE(players().isPlaying());
-    letGo();
+    releaseKey();
     EXPECT_TRUE(players().isPlaying());
 }
 

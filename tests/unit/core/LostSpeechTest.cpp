@@ -12,14 +12,14 @@ using platform::UrlError;
 using Preference = transcription::TranscriptionEnginePreference;
 using Texts = std::vector<std::string>;
 
-/// Speech whose text cannot be typed where it belongs.
+/// Speech that can no longer be typed.
 class LostSpeechTest : public tests::HandsFreeFixture {
 protected:
     void hold(double seconds) {
         press(HotkeyAction::pushToTalk);
         speak(seconds);
     }
-    void letGo(double seconds = 3) {
+    void releaseKey(double seconds = 3) {
         release(HotkeyAction::pushToTalk);
         advance(seconds);
     }
@@ -51,7 +51,7 @@ TEST_F(LostSpeechTest, KeepsAnUtteranceWhoseWaitAnOlderTimerEnded) {
     const auto asked = network().lastSocket();
     advance(2.2);
     EXPECT_TRUE(asked->isEnded()) << "the timer of the first utterance has ended the wait of the second";
-    EXPECT_EQ(pastedTexts(), Texts{"first words"}) << "nothing is typed where the user may not be any more";
+    EXPECT_EQ(pastedTexts(), Texts{"first words"}) << "the user may be in another application by now";
     EXPECT_EQ(historyTexts(), (Texts{"first words", "second words"}));
     EXPECT_EQ(state().lastTranscription.get(), "second words");
     EXPECT_EQ(state().errorMessage.get(), std::nullopt);
@@ -64,11 +64,11 @@ TEST_F(LostSpeechTest, KeepsAnUtteranceWhoseWaitAnOlderTimerEnded) {
     advance(5);
     expectAtRest();
     EXPECT_EQ(state().lastTranscription.get(), "second words")
-        << "the rest is in the document; these words are not";
+        << "the other words are in the document; these are not";
     EXPECT_EQ(state().currentTranscription.get(), "first words");
 }
 
-TEST_F(LostSpeechTest, DoesNotHoldUpTheNextUtterance) {
+TEST_F(LostSpeechTest, DoesNotDelayTheNextUtterance) {
     network().hangNext();
     start({std::nullopt, "second words", ""});
     utter();
@@ -113,7 +113,7 @@ TEST_F(LostSpeechTest, KeepsSeveralUtterancesInTheirOrder) {
     expectAtRest();
 }
 
-TEST_F(LostSpeechTest, KeepsAnUtteranceThatBeganBeforeTheTextOfTheOneBeforeItCame) {
+TEST_F(LostSpeechTest, KeepsAnUtteranceThatBeganBeforeThePreviousTextCame) {
     network().answerNext(200, "first words second");
     network().answerNext(200, "words");
     willHear({});
@@ -135,7 +135,7 @@ TEST_F(LostSpeechTest, KeepsAnUtteranceThatBeganBeforeTheTextOfTheOneBeforeItCam
     expectAtRest();
 }
 
-TEST_F(LostSpeechTest, DeletesTheClosedFileOnceTheNextUtteranceHasItsText) {
+TEST_F(LostSpeechTest, DeletesTheClosedFileWhenTheNextUtteranceHasItsText) {
     willHear({});
     tap();
     utter();
@@ -152,7 +152,7 @@ TEST_F(LostSpeechTest, DeletesTheClosedFileOnceTheNextUtteranceHasItsText) {
     expectAtRest();
 }
 
-TEST_F(LostSpeechTest, DeletesEverythingAtACancel) {
+TEST_F(LostSpeechTest, DeletesAllFilesAtACancel) {
     willHear({});
     tap();
     utter();
@@ -165,7 +165,7 @@ TEST_F(LostSpeechTest, DeletesEverythingAtACancel) {
     EXPECT_EQ(filesSent(), 0U);
 }
 
-TEST_F(LostSpeechTest, DeletesEverythingAtACancelWhileTheModeIsBeingLeft) {
+TEST_F(LostSpeechTest, DeletesAllFilesAtACancelDuringTheEndOfTheMode) {
     willHear({});
     tap();
     utter();
@@ -189,7 +189,7 @@ TEST_F(LostSpeechTest, SendsNoSilence) {
     EXPECT_EQ(state().lastTranscription.get(), "words");
 }
 
-TEST_F(LostSpeechTest, StaysOutOfTheHistoryInPrivacyMode) {
+TEST_F(LostSpeechTest, IsNotInTheHistoryInPrivacyMode) {
     settings().set(keys::privacyModeEnabled, true);
     network().answerNext(200, "last words");
     start({"first words", std::nullopt});
@@ -200,7 +200,7 @@ TEST_F(LostSpeechTest, StaysOutOfTheHistoryInPrivacyMode) {
     EXPECT_EQ(state().lastTranscription.get(), "last words");
 }
 
-TEST_F(LostSpeechTest, GivesUpWhenTheFileGivesNoTextEither) {
+TEST_F(LostSpeechTest, EndsIfTheFileGivesNoTextEither) {
     prefer(Preference::streaming);
     network().answerNext(500, "the words of a server");
     start({"first words", std::nullopt});
@@ -215,7 +215,7 @@ TEST_F(LostSpeechTest, GivesUpWhenTheFileGivesNoTextEither) {
         EXPECT_EQ(line.text.find("the words of a server"), std::string::npos);
 }
 
-TEST_F(LostSpeechTest, IsDeletedWhenTheProgramQuitsMeanwhile) {
+TEST_F(LostSpeechTest, IsDeletedIfTheProgramQuitsMeanwhile) {
     network().hangNext();
     start({std::nullopt});
     utter();
@@ -230,10 +230,10 @@ TEST_F(LostSpeechTest, IsDeletedWhenTheProgramQuitsMeanwhile) {
     EXPECT_EQ(runtimeSupport().registry().count(), 0U);
 }
 
-TEST_F(LostSpeechTest, KeepsWhatWasSaidBeforeTheServiceProvedUnreachable) {
+TEST_F(LostSpeechTest, KeepsTheSpeechBeforeTheServiceProvedUnreachable) {
     network().holdHandshakes();
     network().failNext(UrlError::Code::cannotConnectToHost, "nobody there");
-    recogniser().answerWith("words from this machine");
+    recognizer().answerWith("words from this machine");
     start({});
     speak(0.5, 0.1F);
     socket().fail(UrlError::Code::cannotConnectToHost, "nobody there");
@@ -245,11 +245,11 @@ TEST_F(LostSpeechTest, KeepsWhatWasSaidBeforeTheServiceProvedUnreachable) {
     EXPECT_TRUE(pastedTexts().empty());
 }
 
-TEST_F(LostSpeechTest, OfALongFormIsTakenFromTheWholeFile) {
+TEST_F(LostSpeechTest, OfALongFormIsTranscribedFromTheWholeFile) {
     network().answerNext(200, "the first part and the rest");
     willHear({std::nullopt, "and the rest"});
     hold(8);
-    letGo();
+    releaseKey();
     EXPECT_EQ(pastedTexts(), Texts{"and the rest"});
     EXPECT_EQ(historyTexts(), (Texts{"and the rest", "the first part and the rest"}));
     EXPECT_EQ(state().lastTranscription.get(), "the first part and the rest");
@@ -257,11 +257,11 @@ TEST_F(LostSpeechTest, OfALongFormIsTakenFromTheWholeFile) {
     EXPECT_EQ(recordingsLeft(), 0U);
 }
 
-TEST_F(LostSpeechTest, OfTheEndOfALongFormIsTakenFromTheWholeFile) {
+TEST_F(LostSpeechTest, OfTheEndOfALongFormIsTranscribedFromTheWholeFile) {
     network().answerNext(200, "the first part and the rest");
     willHear({"the first part", std::nullopt});
     hold(8);
-    letGo();
+    releaseKey();
     EXPECT_EQ(pastedTexts(), Texts{"the first part"});
     EXPECT_EQ(historyTexts(), (Texts{"the first part", "the first part and the rest"}));
     EXPECT_EQ(state().lastTranscription.get(), "the first part and the rest");
@@ -283,14 +283,14 @@ TEST_F(LostSpeechTest, OfALongFormSurvivesTheChangeToHandsFreeMode) {
     expectAtRest();
 }
 
-TEST_F(LostSpeechTest, KeepsTheTextOfADictationThatAnOldWatchdogEnded) {
+TEST_F(LostSpeechTest, KeepsTheTextOfADictationThatAnEarlierWatchdogEnded) {
     willHear({"first", "the words"});
     hold(0.5);
-    letGo();
+    releaseKey();
     advance(596);
-    hold(4); // the first recording's 600 s end in here
+    hold(4); // the 600 s of the first recording end meanwhile
     EXPECT_FALSE(state().audioRecorder->isRecording.get());
-    letGo();
+    releaseKey();
     EXPECT_EQ(state().errorMessage.get(), "No audio recorded.");
     EXPECT_EQ(pastedTexts(), Texts{"first"});
     EXPECT_EQ(historyTexts(), (Texts{"first", "the words"}));
@@ -299,24 +299,24 @@ TEST_F(LostSpeechTest, KeepsTheTextOfADictationThatAnOldWatchdogEnded) {
     EXPECT_EQ(recordingsLeft(), 0U);
 }
 
-TEST_F(LostSpeechTest, StaysOutOfTheHistoryInPrivacyModeWhenAnOldWatchdogEndedIt) {
+TEST_F(LostSpeechTest, IsNotInTheHistoryInPrivacyModeIfAnEarlierWatchdogEndedIt) {
     settings().set(keys::privacyModeEnabled, true);
     willHear({"first", "the words"});
     hold(0.5);
-    letGo();
+    releaseKey();
     advance(596);
     hold(4);
-    letGo();
+    releaseKey();
     EXPECT_TRUE(history().empty());
     EXPECT_EQ(state().lastTranscription.get(), "the words");
 }
 
 TEST_F(LostSpeechTest, TranscribesTheFileOfADictationThatTheWatchdogEnded) {
     prefer(Preference::local);
-    recogniser().answerWith("ten minutes of words");
+    recognizer().answerWith("ten minutes of words");
     hold(1);
     advance(601);
-    letGo();
+    releaseKey();
     EXPECT_EQ(state().errorMessage.get(), "No audio recorded.");
     EXPECT_EQ(historyTexts(), Texts{"ten minutes of words"});
     EXPECT_EQ(state().lastTranscription.get(), "ten minutes of words");
@@ -326,16 +326,16 @@ TEST_F(LostSpeechTest, TranscribesTheFileOfADictationThatTheWatchdogEnded) {
 
 TEST_F(LostSpeechTest, OfARecordingThatAnEarlierDictationEndedIsTranscribed) {
     prefer(Preference::local);
-    recogniser().hold();
+    recognizer().hold();
     hold(0.5);
     release(HotkeyAction::pushToTalk);
     press(HotkeyAction::cancel);
     hold(0.5);
-    recogniser().recognitions().front()->finish("first");
+    recognizer().recognitions().front()->finish("first");
     advance(1);
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
     EXPECT_FALSE(microphone().isCapturing());
-    recogniser().answer("second");
+    recognizer().answer("second");
     advance(1);
     EXPECT_EQ(pastedTexts(), Texts{"first"});
     EXPECT_EQ(historyTexts(), (Texts{"first", "second"}));
@@ -344,7 +344,7 @@ TEST_F(LostSpeechTest, OfARecordingThatAnEarlierDictationEndedIsTranscribed) {
     release(HotkeyAction::pushToTalk);
 }
 
-TEST_F(LostSpeechTest, IsForgottenByPasteLastOnceAnotherDictationHasEnded) {
+TEST_F(LostSpeechTest, IsReplacedInPasteLastByTheNextDictation) {
     network().answerNext(200, "last words");
     start({std::nullopt, "new words"});
     speak(0.5, 0.1F);
@@ -352,7 +352,7 @@ TEST_F(LostSpeechTest, IsForgottenByPasteLastOnceAnotherDictationHasEnded) {
     EXPECT_EQ(state().lastTranscription.get(), "last words");
     willHear({"new words"});
     hold(0.5);
-    letGo();
+    releaseKey();
     EXPECT_EQ(state().lastTranscription.get(), "new words");
 }
 

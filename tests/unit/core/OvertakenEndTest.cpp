@@ -11,7 +11,7 @@ namespace {
 using hotkeys::HotkeyAction;
 using Texts = std::vector<std::string>;
 
-/// Escape while the service works on a dictation, and another dictation before the service has answered.
+/// Escape while the service works on a dictation, and another dictation before the service answers.
 class OvertakenEnd : public tests::HandsFreeFixture {
 protected:
     OvertakenEnd() { willHear({}); }
@@ -20,7 +20,7 @@ protected:
         press(HotkeyAction::pushToTalk);
         speak(seconds);
     }
-    void letGo() {
+    void releaseKey() {
         release(HotkeyAction::pushToTalk);
         runtimeSupport().runUntilIdle();
     }
@@ -28,17 +28,17 @@ protected:
         press(HotkeyAction::cancel);
         release(HotkeyAction::cancel);
     }
-    /// A dictation whose text the service still owes.
+    /// Makes a dictation that the service has not answered yet, and cancels it.
     void dictateAndCancel() {
         hold(1);
-        letGo();
+        releaseKey();
         cancel();
     }
     void failAtTheService() {
         socket().deliverText(base::jsonText({{"type", "error"}, {"error", {{"message", "down"}}}}));
         runtimeSupport().runUntilIdle();
     }
-    /// The raw texts of the history, sorted, as either of two may come first.
+    /// Returns the raw texts of the history, sorted, because either of two may come first.
     Texts historyTexts() {
         Texts texts;
         for (const auto& row : history())
@@ -59,29 +59,29 @@ TEST_F(OvertakenEnd, TypesTheFirstTextAndKeepsTheSecond) {
     EXPECT_EQ(pastedTexts(), Texts{"first words"});
     EXPECT_EQ(historyTexts(), (Texts{"first words", "second words"}));
     EXPECT_EQ(state().lastTranscription.get(), "second words");
-    letGo();
+    releaseKey();
     expectAtRest();
 }
 
-TEST_F(OvertakenEnd, TakesTheFirstTextFromItsFileWhenTheServiceFails) {
+TEST_F(OvertakenEnd, TranscribesTheFirstFileIfTheServiceFails) {
     network().answerNext(200, "words from a file");
     network().answerNext(200, "words from a file");
     hold(1);
-    letGo();
+    releaseKey();
     cancel();
     hold(2);
     failAtTheService();
     advance(3);
     EXPECT_EQ(pastedTexts(), Texts{"words from a file"});
     EXPECT_EQ(historyTexts(), (Texts{"words from a file", "words from a file"}));
-    letGo();
+    releaseKey();
     expectAtRest();
 }
 
-TEST_F(OvertakenEnd, TypesBothWhenTheSecondKeyIsUpBeforeTheFirstText) {
+TEST_F(OvertakenEnd, TypesBothIfTheSecondKeyIsReleasedBeforeTheFirstText) {
     dictateAndCancel();
     hold(1);
-    letGo();
+    releaseKey();
     EXPECT_EQ(commits(), 1U) << "an answer does not say to which of two commits it belongs";
     answer("first words");
     advance(1);
@@ -93,31 +93,31 @@ TEST_F(OvertakenEnd, TypesBothWhenTheSecondKeyIsUpBeforeTheFirstText) {
     expectAtRest();
 }
 
-TEST_F(OvertakenEnd, TakesBothFromTheirFilesWhenTheServiceFails) {
+TEST_F(OvertakenEnd, TranscribesBothFilesIfTheServiceFails) {
     network().answerNext(200, "words from a file");
     network().answerNext(200, "words from a file");
     dictateAndCancel();
     hold(1);
-    letGo();
+    releaseKey();
     failAtTheService();
     advance(3);
     EXPECT_EQ(pastedTexts(), (Texts{"words from a file", "words from a file"}));
     expectAtRest();
 }
 
-TEST_F(OvertakenEnd, OfThreeKeepsEveryWord) {
+TEST_F(OvertakenEnd, OfThreeDictationsKeepsEveryWord) {
     network().answerNext(200, "words from a file");
     network().answerNext(200, "words from a file");
     dictateAndCancel();
     hold(1);
-    letGo();
+    releaseKey();
     cancel();
     hold(1);
     answer("first words");
     advance(12);
     EXPECT_EQ(pastedTexts(), (Texts{"first words", "words from a file"}));
     EXPECT_EQ(historyTexts(), (Texts{"first words", "words from a file", "words from a file"}));
-    letGo();
+    releaseKey();
     expectAtRest();
 }
 
@@ -127,12 +127,12 @@ TEST_F(OvertakenEnd, OfALongFormKeepsItsLastPieceAndTheNextDictation) {
     advance(1);
     network().answerNext(200, "the whole first dictation");
     network().answerNext(200, "second words");
-    letGo();
+    releaseKey();
     cancel();
     hold(1);
     failAtTheService();
     advance(12);
-    letGo();
+    releaseKey();
     advance(3);
     EXPECT_EQ(pastedTexts(), Texts{"first piece"});
     EXPECT_EQ(historyTexts(), (Texts{"first piece", "second words", "the whole first dictation"}));
@@ -144,12 +144,12 @@ TEST_F(OvertakenEnd, OfALongFormTypesItsLastPiece) {
     answer("first piece");
     advance(1);
     network().answerNext(200, "second words");
-    letGo();
+    releaseKey();
     cancel();
     hold(1);
     answer("last piece");
     advance(3);
-    letGo();
+    releaseKey();
     advance(3);
     EXPECT_EQ(pastedTexts(), (Texts{"first piece", " last piece"}));
     EXPECT_EQ(historyTexts(), (Texts{"first piece", "last piece", "second words"}));
@@ -169,7 +169,7 @@ TEST_F(OvertakenEnd, OfHandsFreeModeKeepsItsLastUtteranceAndTheNextDictation) {
     hold(1);
     answer("last words");
     advance(3);
-    letGo();
+    releaseKey();
     advance(3);
     EXPECT_EQ(pastedTexts(), (Texts{"first words", " last words"}));
     EXPECT_EQ(historyTexts(), (Texts{"first words", "last words", "second words"}));

@@ -11,7 +11,7 @@ namespace {
 using hotkeys::HotkeyAction;
 using Texts = std::vector<std::string>;
 
-/// Starts that wait for the backend's token, which a cancel does not cut short.
+/// Starts that wait for the backend's token. A cancel does not end that wait.
 class OvertakenStart : public tests::HandsFreeFixture {
 protected:
     OvertakenStart() {
@@ -27,7 +27,7 @@ protected:
         press(HotkeyAction::cancel);
         release(HotkeyAction::cancel);
     }
-    /// Answers the requests for a token that wait, oldest first.
+    /// Answers the waiting requests for a token, oldest first.
     void giveTokens() {
         for (const auto& request : network().requests()) {
             if (!request->isEnded() && request->url.ends_with("api/realtime/session"))
@@ -44,7 +44,7 @@ protected:
 
 } // namespace
 
-TEST_F(OvertakenStart, LeavesTheHandsFreeRunThatFollows) {
+TEST_F(OvertakenStart, DoesNotChangeTheHandsFreeRunThatFollows) {
     press(HotkeyAction::pushToTalk);
     ASSERT_EQ(tokensAsked(), 1U);
     cancel();
@@ -62,7 +62,7 @@ TEST_F(OvertakenStart, LeavesTheHandsFreeRunThatFollows) {
     release(HotkeyAction::pushToTalk);
 }
 
-TEST_F(OvertakenStart, OfHandsFreeLeavesTheRunThatFollows) {
+TEST_F(OvertakenStart, OfHandsFreeModeDoesNotChangeTheRunThatFollows) {
     tap();
     cancel();
     tap();
@@ -97,14 +97,14 @@ TEST_F(OvertakenStart, StartsNoTimerAndNoLoopInTheRecordingThatFollows) {
     release(HotkeyAction::pushToTalk);
 }
 
-TEST_F(OvertakenStart, LeavesOneLevelLoopAfterEachRestart) {
+TEST_F(OvertakenStart, KeepsOneLevelLoopAfterEachRestart) {
     giveTokens();
     tap();
     giveTokens();
     ASSERT_TRUE(isListening());
     advance(0.1);
     const auto loops = clock().pending();
-    // The input goes: the mode begins another recording in the same moment, before a loop can notice.
+    // The input disappears. The mode begins another recording at once, before a loop can notice.
     for (int i = 0; i < 3; ++i) {
         microphone().unplug();
         microphone().setFormat({48000, 1});

@@ -15,14 +15,14 @@ namespace modifier = platform::modifier;
 
 constexpr int tab = 48;
 
-/// The controller with its listener, on a desktop that uses the modifiers itself.
+/// The controller with its listener, on a desktop that itself uses the modifiers.
 class GuardedPress : public CoreFixture {
 protected:
     GuardedPress() {
         areModifiersShared = true;
         rebuildState();
         completeOnboardingAndStart();
-        recogniser().answerWith("what was heard");
+        recognizer().answerWith("what was heard");
     }
 
     void hold(std::uint64_t modifiers) {
@@ -75,7 +75,7 @@ TEST_F(GuardedPress, OpensNoMicrophoneForATapOrForTheStartOfAnotherShortcut) {
     EXPECT_EQ(recordings(), 0);
 }
 
-TEST_F(GuardedPress, IsThrownAwayWhenAnotherKeyGoesDown) {
+TEST_F(GuardedPress, IsDiscardedIfAnotherKeyGoesDown) {
     players().report(true);
     hold(modifier::option);
     passTime(0.5);
@@ -90,7 +90,7 @@ TEST_F(GuardedPress, IsThrownAwayWhenAnotherKeyGoesDown) {
     EXPECT_EQ(recordings(), 1);
 }
 
-TEST_F(GuardedPress, IsThrownAwayWhenItIsTooShort) {
+TEST_F(GuardedPress, IsDiscardedIfItIsTooShort) {
     hold(modifier::option);
     passTime(0.2);
     ASSERT_EQ(state().recordingState.get(), RecordingState::recording);
@@ -99,7 +99,7 @@ TEST_F(GuardedPress, IsThrownAwayWhenItIsTooShort) {
     expectNothingCame();
 }
 
-TEST_F(GuardedPress, RecordsWhenItIsHeld) {
+TEST_F(GuardedPress, RecordsIfItIsHeld) {
     hold(modifier::option);
     passTime(0.2);
     speak(0.5);
@@ -108,8 +108,8 @@ TEST_F(GuardedPress, RecordsWhenItIsHeld) {
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"what was heard"});
 }
 
-TEST_F(GuardedPress, LeavesADictationAloneThatIsBeingFinished) {
-    recogniser().hold();
+TEST_F(GuardedPress, DoesNotChangeADictationThatIsBeingFinished) {
+    recognizer().hold();
     hold(modifier::option);
     passTime(0.5);
     hold(0);
@@ -119,7 +119,7 @@ TEST_F(GuardedPress, LeavesADictationAloneThatIsBeingFinished) {
     pressKey(tab);
     hold(0);
     EXPECT_EQ(state().recordingState.get(), RecordingState::processing);
-    recogniser().answer("finished");
+    recognizer().answer("finished");
     settle();
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"finished"});
 }
@@ -136,10 +136,10 @@ TEST_F(GuardedPress, CanBeTurnedOffInTheSettings) {
     EXPECT_EQ(settings().stored(persistence::keys::guardModifierHotkeys), false);
 
     rebuildState();
-    EXPECT_FALSE(state().isModifierGuardOn()) << "after a new start too";
+    EXPECT_FALSE(state().isModifierGuardOn()) << "also after a new start";
 }
 
-TEST_F(GuardedPress, IsOffWhereTheDesktopLeavesModifiersFree) {
+TEST_F(GuardedPress, IsOffIfTheDesktopDoesNotUseTheModifiers) {
     areModifiersShared = false;
     rebuildState();
     EXPECT_FALSE(state().isModifierGuardOn());

@@ -21,11 +21,11 @@ using Press = tests::FakeSyntheticInput::Press;
 
 constexpr std::uint64_t seedsPerGroup = 250;
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr std::uint64_t runsPerGroup = 20; // each takes its time there
+constexpr std::uint64_t runsPerGroup = 20; // with a sanitizer each takes long
 #else
 constexpr std::uint64_t runsPerGroup = seedsPerGroup;
 #endif
-/// Few, because nobody listens.
+/// A low rate, because no test listens to the audio.
 constexpr double samplesPerSecond = 8000;
 
 runtime::Task<> later(runtime::Clock* clock, double seconds, std::function<void()> what) {
@@ -33,13 +33,13 @@ runtime::Task<> later(runtime::Clock* clock, double seconds, std::function<void(
     what();
 }
 
-/// A user, services and a desktop that do whatever comes to their minds, by the seed of the run.
+/// A user, services and a desktop that act at random, by the seed of the run.
 ///
-/// Every text that a service hears is a word of its own, "word17", which is followed to its end. It is typed,
-/// unless something that may keep a word from being typed happens between the question to the service and the
-/// moment after its answer: a cancel of a recording, a failing microphone, an error that the user is told of.
-/// A word of a recording that no text came for in time is kept: paste-last has it, and the history has it
-/// unless the user wants none.
+/// Every text that a service returns is a unique word such as "word17", which the test follows to its end. It
+/// must be typed, unless an event that may prevent that happens between the request to the service and the
+/// moment after its answer: a cancel of a recording, a failing microphone, an error that the user sees. If
+/// no text came in time for a recording, its word is kept: paste-last has it, and the history has it unless
+/// the user wants none.
 class Chaos : public tests::StreamingFixture {
 protected:
     explicit Chaos(std::uint64_t seed)
@@ -61,7 +61,7 @@ protected:
             note("paste-last has: " + text);
             forEachWord(text, [](Fate& fate) { fate.isKept = true; });
         });
-        recogniser().answerBy([this](auto& recognition) { recognise(recognition); });
+        recognizer().answerBy([this](auto& recognition) { recognize(recognition); });
         input().setOnPress([this](Press press) { type(press); });
     }
 
@@ -95,7 +95,7 @@ private:
         double heard = 0; ///< when its answer reached the program
         bool isHeard = false;
         bool isTyped = false;
-        bool isOfAFile = false; ///< the service, or the recogniser, was given a file
+        bool isOfAFile = false; ///< the service, or the recognizer, was given a file
         bool isKept = false;    ///< paste-last had it
     };
 
@@ -110,7 +110,8 @@ private:
         note(what);
         excuses_.push_back(clock().now());
     }
-    /// A word that was heard is in the chain of insertions at once, and typed before long.
+    /// Returns whether an event may have prevented that the word is typed. A returned word enters the chain
+    /// of insertions at once and is typed shortly afterwards.
     bool isExcused(const Fate& fate) const {
         constexpr double timeToType = 0.6;
         return std::ranges::any_of(
@@ -152,8 +153,8 @@ private:
         words_[word].isOfAFile = isOfAFile;
         return word;
     }
-    /// `deliver` tells whether the program took the word.
-    void tell(const std::string& word, double delay, std::function<bool()> deliver) {
+    /// Delivers a word after `delay` seconds. `deliver` returns whether the program accepted it.
+    void returnWord(const std::string& word, double delay, std::function<bool()> deliver) {
         const auto say = [this, word, deliver = std::move(deliver)] {
             auto& fate = words_.at(word);
             fate.isHeard = true;
@@ -161,7 +162,7 @@ private:
             note("heard " + word);
             if (!deliver()) {
                 fate.isHeard = false;
-                note("nobody wanted " + word);
+                note("not accepted: " + word);
             }
         };
         if (delay > 0)
@@ -169,7 +170,7 @@ private:
         else
             say();
     }
-    /// Mostly none; sometimes longer than anyone waits.
+    /// Returns a delay in seconds: mostly none, sometimes longer than any wait.
     double delay() { return chance(0.5) ? 0 : seconds(chance(0.8) ? 2 : 15); }
 
     // The services.
@@ -177,7 +178,7 @@ private:
     void connect(const std::shared_ptr<tests::FakeSocket>& socket) {
         const bool fails = chance(0.15);
         note(fails ? "connects in vain" : "connects");
-        // Not inside the call that opens it, as no real socket does.
+        // Not inside the call that opens the socket, because no real socket does that.
         after(chance(0.7) ? 0 : seconds(6), [socket, fails] {
             if (fails)
                 socket->fail(UrlError::Code::cannotConnectToHost);
@@ -194,7 +195,7 @@ private:
 
     void hear(const std::shared_ptr<tests::FakeSocket>& socket) {
         note("commit");
-        if (chance(0.05)) // nothing is ever heard
+        if (chance(0.05)) // the service never answers
             return;
         if (chance(0.1)) {
             after(delay(), [this, socket] {
@@ -208,7 +209,7 @@ private:
             });
         } else {
             const auto word = newWord(false);
-            tell(word, delay(), [socket, word] {
+            returnWord(word, delay(), [socket, word] {
                 if (socket->isEnded())
                     return false;
                 socket->deliverText(completed(word));
@@ -227,7 +228,7 @@ private:
         } else if (chance(0.15)) {
             after(delay(), [request] { request->answer(500, "down"); });
         } else if (isChat) {
-            // Says the same in other words.
+            // Returns the same words in another form.
             auto answer =
                 "Cleaned: " +
                 base::Json::parse(*request->body).at("messages").back().at("content").get<std::string>();
@@ -236,7 +237,8 @@ private:
             });
         } else {
             const auto word = newWord(true);
-            tell(word, std::max(delay(), 0.001), [request, word] { return request->answer(200, word); });
+            returnWord(word, std::max(delay(), 0.001),
+                       [request, word] { return request->answer(200, word); });
         }
     }
 
@@ -248,14 +250,14 @@ private:
         forEachWord(text, [](Fate& fate) { fate.isTyped = true; });
     }
 
-    /// The recogniser is asked in the same breath as it answers.
-    void recognise(tests::FakeSpeechRecognizers::Recognition& recognition) {
+    /// The local recognizer answers at once.
+    void recognize(tests::FakeSpeechRecognizers::Recognition& recognition) {
         if (chance(0.15)) {
             recognition.failForSilence();
             return;
         }
         const auto word = newWord(true);
-        tell(word, 0, [&] {
+        returnWord(word, 0, [&] {
             recognition.finish(word);
             return true;
         });
@@ -278,7 +280,7 @@ private:
             tap(HotkeyAction::handsFree);
             break;
         case 6:
-            // A text that is being made is inserted all the same.
+            // A recording that is being transcribed is still inserted.
             if (state().isHandsFreeMode.get() || state().recordingState.get() == RecordingState::recording)
                 excuse("cancel");
             tap(HotkeyAction::cancel);
@@ -358,7 +360,7 @@ private:
         advance(seconds(1));
         if (state().isHandsFreeMode.get())
             tap(HotkeyAction::handsFree);
-        // A key that came up during the reading of a selection has left a recording.
+        // A key that was released while the selection was read has left a recording.
         advance(2);
         if (state().recordingState.get() == platform::RecordingState::recording) {
             press(HotkeyAction::pushToTalk);
@@ -378,7 +380,7 @@ private:
         const auto sockets = network().sockets();
         EXPECT_LE(std::ranges::count_if(sockets, [](const auto& socket) { return !socket->isEnded(); }), 1);
         state().transcriptionManager->cancelStream();
-        // The longest wait is that for the end of the longest recording.
+        // The longest wait is the wait for the end of the longest recording.
         advance(600);
         EXPECT_EQ(runtimeSupport().registry().count(), 0U);
         EXPECT_EQ(clock().pending(), 0U);
@@ -394,7 +396,7 @@ private:
     base::Subscription texts_;
 };
 
-/// `SONVALE_SEED` in the environment runs that seed, below 2000, alone.
+/// With `SONVALE_SEED` in the environment, only that seed runs (below 2000).
 class RandomDictation : public testing::TestWithParam<std::uint64_t> {};
 
 class OneRun final : public Chaos {

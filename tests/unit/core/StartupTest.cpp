@@ -20,7 +20,7 @@ TEST_F(StartupTest, StartsNoListenerBeforeOnboardingIsComplete) {
     EXPECT_EQ(systemLines.back(), "[AppState] startHotkeysIfReady() — skipped, onboarding not complete");
 }
 
-TEST_F(StartupTest, StartsTheListenerWithTheDefaultShortcuts) {
+TEST_F(StartupTest, StartsTheListenerWithTheDefaultHotkeys) {
     completeOnboardingAndStart();
     EXPECT_TRUE(tap().isRunning());
     EXPECT_TRUE(state().hotkeyManager->isEnabled().get());
@@ -28,7 +28,7 @@ TEST_F(StartupTest, StartsTheListenerWithTheDefaultShortcuts) {
     EXPECT_FALSE(tap().swallowable().empty());
 }
 
-TEST_F(StartupTest, CompletingOnboardingIsKept) {
+TEST_F(StartupTest, StoresThatOnboardingIsComplete) {
     settings().set(keys::onboardingStep, std::int64_t{3});
     completeOnboardingAndStart();
     EXPECT_TRUE(settings().read(keys::isOnboardingComplete));
@@ -46,7 +46,7 @@ TEST_F(StartupTest, CompletingOnboardingIsKept) {
               "[AppState] startHotkeysIfReady() — hotkeys already running, nothing to do.");
 }
 
-TEST_F(StartupTest, FindsAGrantThatArrivesLateAtTheNextFastPass) {
+TEST_F(StartupTest, FindsALatePermissionAtTheNextFastAttempt) {
     accessibility().setTrusted(false);
     completeOnboardingAndStart();
     EXPECT_TRUE(systemHas("[AppState] startHotkeysIfReady() — waiting for permissions."));
@@ -59,7 +59,7 @@ TEST_F(StartupTest, FindsAGrantThatArrivesLateAtTheNextFastPass) {
     EXPECT_EQ(tap().startCount(), 1);
 }
 
-TEST_F(StartupTest, LooksEveryTenSecondsForTwoMoreMinutesAndThenNoMore) {
+TEST_F(StartupTest, ChecksEveryTenSecondsForTwoMoreMinutes) {
     accessibility().setTrusted(false);
     completeOnboardingAndStart();
     advance(20 + 60.5);
@@ -70,7 +70,7 @@ TEST_F(StartupTest, LooksEveryTenSecondsForTwoMoreMinutesAndThenNoMore) {
     EXPECT_EQ(tap().startCount(), 1);
 }
 
-TEST_F(StartupTest, GivesUpAfterTheSlowPassesUntilAGrantIsReported) {
+TEST_F(StartupTest, StopsAfterTheSlowAttemptsUntilAPermissionIsReported) {
     accessibility().setTrusted(false);
     completeOnboardingAndStart();
     advance(145);
@@ -81,7 +81,7 @@ TEST_F(StartupTest, GivesUpAfterTheSlowPassesUntilAGrantIsReported) {
     EXPECT_EQ(tap().startCount(), 1);
 }
 
-TEST_F(StartupTest, StartsTheListenerWhenAPollFindsTheGrant) {
+TEST_F(StartupTest, StartsTheListenerWhenAPollFindsThePermission) {
     accessibility().setTrusted(false);
     completeOnboardingAndStart();
     advance(200);
@@ -95,16 +95,16 @@ TEST_F(StartupTest, StartsTheListenerWhenAPollFindsTheGrant) {
     EXPECT_FALSE(tap().swallowable().empty());
 }
 
-TEST_F(StartupTest, AsksTheRecogniserOfThisMachineForItsGrant) {
-    recogniser().setAuthorization(platform::SpeechAuthorization::notDetermined);
+TEST_F(StartupTest, RequestsThePermissionOfTheLocalRecognizer) {
+    recognizer().setAuthorization(platform::SpeechAuthorization::notDetermined);
     state().permissionsManager->requestSpeechRecognitionWithPolling();
-    recogniser().setAuthorization(platform::SpeechAuthorization::authorized);
+    recognizer().setAuthorization(platform::SpeechAuthorization::authorized);
     runtimeSupport().runUntilIdle();
     EXPECT_TRUE(state().permissionsManager->speechRecognitionGranted.get());
     EXPECT_TRUE(workspace().opened().empty());
 }
 
-TEST_F(StartupTest, TriesARefusedListenerThreeTimesAndThenSaysSo) {
+TEST_F(StartupTest, TriesARefusedListenerThreeTimesAndThenReportsIt) {
     tap().setStartPermitted(false);
     completeOnboardingAndStart();
     EXPECT_TRUE(systemHas("[AppState] startHotkeysIfReady() — hotkeyManager.start() returned false"));
@@ -116,7 +116,7 @@ TEST_F(StartupTest, TriesARefusedListenerThreeTimesAndThenSaysSo) {
     EXPECT_EQ(state().errorMessage.get(), "Failed to start hotkey listener. Try restarting the app.");
 }
 
-TEST_F(StartupTest, ARetriedListenerGetsItsShortcuts) {
+TEST_F(StartupTest, ARetriedListenerGetsItsHotkeys) {
     tap().setStartPermitted(false);
     completeOnboardingAndStart();
     advance(1);
@@ -127,7 +127,7 @@ TEST_F(StartupTest, ARetriedListenerGetsItsShortcuts) {
     EXPECT_FALSE(state().errorMessage.get());
 }
 
-TEST_F(StartupTest, TellsOnceThatAnotherProgramKeepsAShortcut) {
+TEST_F(StartupTest, ReportsOnceThatAnotherProgramUsesAHotkey) {
     completeOnboardingAndStart();
     tap().take({49, platform::modifier::option});
     runtimeSupport().runUntilIdle();
@@ -137,17 +137,17 @@ TEST_F(StartupTest, TellsOnceThatAnotherProgramKeepsAShortcut) {
     const auto subscription = state().errorMessage.subscribe([&](const auto&) { ++changes; });
     tap().take({49, platform::modifier::option});
     runtimeSupport().runUntilIdle();
-    EXPECT_EQ(changes, 0) << "it is said already";
+    EXPECT_EQ(changes, 0) << "it has been reported already";
     tap().take({24, platform::modifier::option});
     runtimeSupport().runUntilIdle();
     EXPECT_EQ(changes, 1);
     EXPECT_EQ(state().errorMessage.get(), "Option + = is used by another program.");
 }
 
-TEST_F(StartupTest, EndsTheRetriesOfARefusedListenerInSilenceWhenAGrantGoes) {
+TEST_F(StartupTest, EndsTheRetriesSilentlyIfAPermissionIsWithdrawn) {
     tap().setStartPermitted(false);
     completeOnboardingAndStart();
-    advance(2.1); // the slow start has tried too, and has retries of its own
+    advance(2.1); // the slow start has tried too, and has its own retries
     const auto starts = tap().startCount();
     accessibility().setTrusted(false);
     advance(300);
@@ -156,18 +156,18 @@ TEST_F(StartupTest, EndsTheRetriesOfARefusedListenerInSilenceWhenAGrantGoes) {
     EXPECT_FALSE(state().hotkeyManager->isEnabled().get());
 }
 
-TEST_F(StartupTest, HasAPassOfItsOwnForEachSetup) {
+TEST_F(StartupTest, RunsItsOwnAttemptsForEachSetup) {
     accessibility().setTrusted(false);
     completeOnboardingAndStart();
     advance(1);
     runtimeSupport().main().post([this] { state().setup(); });
     runtimeSupport().runUntilIdle();
     systemLines.clear();
-    advance(4); // passes at 2 and 4 s of the first, 3 and 5 s of the second
+    advance(4); // attempts at 2 and 4 s of the first, 3 and 5 s of the second
     EXPECT_EQ(std::ranges::count(systemLines, "[AppState] startHotkeysIfReady() — waiting for permissions."),
               4);
     accessibility().setTrusted(true);
-    advance(3); // the pass at 6 s starts the listener; those at 7 and 8 s find it
+    advance(3); // the attempt at 6 s starts the listener; the attempts at 7 and 8 s find it
     EXPECT_EQ(tap().startCount(), 1);
     EXPECT_TRUE(systemHas("[AppState] Hotkeys started on fast-retry attempt 3"));
     EXPECT_TRUE(systemHas("[AppState] Hotkeys started on fast-retry attempt 4"));
@@ -176,7 +176,7 @@ TEST_F(StartupTest, HasAPassOfItsOwnForEachSetup) {
     EXPECT_TRUE(systemLines.empty()) << "both have ended";
 }
 
-TEST_F(StartupTest, GoesThroughItsPassesAtOnceWhenItsSleepsAreCancelled) {
+TEST_F(StartupTest, MakesItsAttemptsAtOnceIfItsSleepsAreCancelled) {
     accessibility().setTrusted(false);
     completeOnboardingAndStart();
     systemLines.clear();
@@ -196,7 +196,7 @@ TEST_F(StartupTest, FollowsTheDockSetting) {
     EXPECT_EQ(application().policy(), platform::ActivationPolicy::accessory);
 }
 
-TEST_F(StartupTest, TakesTheStoredEngineAndHybridForAnythingElse) {
+TEST_F(StartupTest, UsesTheStoredEngineAndHybridForAnyOtherValue) {
     EXPECT_EQ(state().transcriptionManager->preferredEngine.get(), TranscriptionEnginePreference::hybrid);
     settings().set(keys::transcriptionEngine, std::string("cloud"));
     rebuildState();
@@ -214,7 +214,7 @@ TEST_F(StartupTest, LocalOnlyModeForcesTheLocalEngineWithoutWritingItBack) {
     EXPECT_EQ(settings().stored(keys::transcriptionEngine), "streaming");
 }
 
-TEST_F(StartupTest, LocalOnlyModeGoesBackToTheEngineThatWasChosen) {
+TEST_F(StartupTest, LocalOnlyModeReturnsToTheChosenEngine) {
     settings().set(keys::transcriptionEngine, std::string("streaming"));
     rebuildState();
     state().setLocalOnlyMode(true);
@@ -228,7 +228,7 @@ TEST_F(StartupTest, LocalOnlyModeGoesBackToTheEngineThatWasChosen) {
     EXPECT_EQ(state().transcriptionManager->preferredEngine.get(), TranscriptionEnginePreference::streaming);
 }
 
-TEST_F(StartupTest, LeavesLocalOnlyModeForHybridWhenTheFormerEngineIsUnknown) {
+TEST_F(StartupTest, LeavesLocalOnlyModeForHybridIfThePreviousEngineIsUnknown) {
     settings().set(keys::engineBeforeLocalOnly, std::string("turbo"));
     state().setLocalOnlyMode(false);
     EXPECT_EQ(state().transcriptionManager->preferredEngine.get(), TranscriptionEnginePreference::hybrid);

@@ -18,28 +18,28 @@ protected:
         press(HotkeyAction::pushToTalk);
         speak(seconds);
     }
-    void letGo() { release(HotkeyAction::pushToTalk); }
+    void releaseKey() { release(HotkeyAction::pushToTalk); }
 };
 
 } // namespace
 
-TEST_F(StreamingDictation, InsertsTheServicesText) {
+TEST_F(StreamingDictation, InsertsTheTextOfTheService) {
     hold();
-    letGo();
+    releaseKey();
     EXPECT_EQ(state().recordingState.get(), RecordingState::processing);
     EXPECT_EQ(countOf("input_audio_buffer.commit"), 1U);
     answer("words from the service");
     settle();
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"words from the service"});
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
-    EXPECT_EQ(recogniser().startedCount(), 0);
-    EXPECT_TRUE(network().requests().empty()) << "the file is sent to nobody";
+    EXPECT_EQ(recognizer().startedCount(), 0);
+    EXPECT_TRUE(network().requests().empty()) << "the file is not sent";
     EXPECT_EQ(recordingsLeft(), 0U);
     EXPECT_TRUE(printed("stopDictation → finalize: 0ms"));
     EXPECT_EQ(bytesHeard(), 24576U);
 }
 
-TEST_F(StreamingDictation, PreWarmsASessionAndTakesItOverAtKeyDown) {
+TEST_F(StreamingDictation, PreWarmsASessionAndUsesItAtKeyDown) {
     completeOnboardingAndStart();
     ASSERT_EQ(network().sockets().size(), 1U);
     EXPECT_TRUE(printed("Pre-warm session: 0ms (success)"));
@@ -49,16 +49,16 @@ TEST_F(StreamingDictation, PreWarmsASessionAndTakesItOverAtKeyDown) {
     advance(4);
     EXPECT_TRUE(state().transcriptionManager->isStreamReady())
         << "a session in use is not closed for its age";
-    letGo();
+    releaseKey();
     answer("at once");
     settle();
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"at once"});
-    EXPECT_EQ(network().sockets().size(), 1U) << "the session serves the next dictation";
+    EXPECT_EQ(network().sockets().size(), 1U) << "the next dictation uses the session";
 }
 
-TEST_F(StreamingDictation, SendsNothingThatIsSaidAfterTheKeyWentUp) {
+TEST_F(StreamingDictation, SendsNoSpeechAfterTheKeyIsReleased) {
     hold();
-    letGo();
+    releaseKey();
     const auto heard = bytesHeard();
     speak(1);
     answer("before");
@@ -66,17 +66,17 @@ TEST_F(StreamingDictation, SendsNothingThatIsSaidAfterTheKeyWentUp) {
     EXPECT_EQ(bytesHeard(), heard);
 
     hold();
-    letGo();
+    releaseKey();
     EXPECT_EQ(bytesHeard(), heard + 24576);
     answer("after");
     settle();
 }
 
-TEST_F(StreamingDictation, SendsTheLastSoundsBeforeTheKeyWentUpAndThenTheCommit) {
+TEST_F(StreamingDictation, SendsTheLastSoundsBeforeTheKeyIsReleasedAndThenTheCommit) {
     hold();
     microphone().speak(std::vector<float>(600, 0.1F));
     microphone().speakIntoDevice(std::vector<float>(800, 0.1F));
-    letGo();
+    releaseKey();
     EXPECT_EQ(bytesHeard(), 24576U + 1400);
     EXPECT_NE(socket().texts().back().find("input_audio_buffer.commit"), std::string::npos);
     answer("to the last letter");
@@ -84,28 +84,28 @@ TEST_F(StreamingDictation, SendsTheLastSoundsBeforeTheKeyWentUpAndThenTheCommit)
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"to the last letter"});
 }
 
-TEST_F(StreamingDictation, WaitsForTheDeviceOnceAndNotAgainForAFileThatNobodyReads) {
+TEST_F(StreamingDictation, WaitsForTheDeviceOnceAndNotAgainForAnUnusedFile) {
     const auto drains = [&] { return std::ranges::count(microphone().calls(), std::string("drain")); };
     hold();
-    letGo();
+    releaseKey();
     answer("streamed");
     settle();
     EXPECT_EQ(drains(), 1);
     network().answerNext(200, "from the file");
     hold();
     socket().close();
-    letGo();
+    releaseKey();
     settle();
     EXPECT_EQ(pastedTexts().back(), "from the file");
-    EXPECT_EQ(drains(), 3) << "the file has what was said until the end";
+    EXPECT_EQ(drains(), 3) << "the file contains the speech until the end";
 }
 
-TEST_F(StreamingDictation, TakesTheTextFromTheFileWhenTheSessionIsLost) {
+TEST_F(StreamingDictation, TranscribesTheFileIfTheSessionIsLost) {
     network().answerNext(200, "from the file");
     hold();
     socket().close();
     speak(0.5);
-    letGo();
+    releaseKey();
     settle();
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"from the file"});
     EXPECT_EQ(network().lastRequest()->url, "https://service.example/v1/audio/transcriptions");
@@ -116,10 +116,10 @@ TEST_F(StreamingDictation, TakesTheTextFromTheFileWhenTheSessionIsLost) {
     EXPECT_EQ(recordingsLeft(), 0U);
 }
 
-TEST_F(StreamingDictation, TakesTheTextFromTheFileWhenTheServiceIsSilent) {
+TEST_F(StreamingDictation, TranscribesTheFileIfTheServiceDoesNotAnswer) {
     network().answerNext(200, "from the file");
     hold();
-    letGo();
+    releaseKey();
     advance(9.9);
     EXPECT_EQ(state().recordingState.get(), RecordingState::processing);
     advance(1);
@@ -127,50 +127,50 @@ TEST_F(StreamingDictation, TakesTheTextFromTheFileWhenTheServiceIsSilent) {
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"from the file"});
 }
 
-TEST_F(StreamingDictation, KeepsALateTranscriptOutOfTheNextText) {
+TEST_F(StreamingDictation, DropsALateTranscript) {
     network().answerNext(200, "first");
     hold();
-    letGo();
+    releaseKey();
     const auto silent = network().lastSocket();
     advance(11);
     EXPECT_TRUE(silent->isEnded());
     hold();
-    letGo();
+    releaseKey();
     answer("second");
     settle();
     EXPECT_EQ(pastedTexts(), (std::vector<std::string>{"first", "second"}));
 }
 
-TEST_F(StreamingDictation, TakesTheTextFromTheFileWhenNoSessionComesAbout) {
+TEST_F(StreamingDictation, TranscribesTheFileIfNoSessionOpens) {
     network().failHandshakes(UrlError(UrlError::Code::cannotConnectToHost, "nobody there"));
     network().answerNext(200, "from the file");
     hold();
     EXPECT_EQ(state().recordingState.get(), RecordingState::recording);
-    EXPECT_EQ(state().errorMessage.get(), std::nullopt) << "the user need not know";
+    EXPECT_EQ(state().errorMessage.get(), std::nullopt) << "the user sees no message";
     EXPECT_TRUE(printed("startDictation total: "));
-    letGo();
+    releaseKey();
     settle();
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"from the file"});
 }
 
-TEST_F(StreamingDictation, UsesTheLocalEngineWhenThereIsNoNetworkAtAll) {
+TEST_F(StreamingDictation, UsesTheLocalEngineIfThereIsNoNetwork) {
     network().failHandshakes(UrlError(UrlError::Code::notConnectedToInternet, "offline"));
     network().failNext(UrlError::Code::notConnectedToInternet, "offline");
-    recogniser().answerWith("words from this machine");
+    recognizer().answerWith("words from this machine");
     hold();
-    EXPECT_EQ(recogniser().preparations(), 1) << "it loads while the user speaks";
-    letGo();
+    EXPECT_EQ(recognizer().preparations(), 1) << "it loads while the user speaks";
+    releaseKey();
     settle();
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"words from this machine"});
 }
 
-TEST_F(StreamingDictation, DoesNotRetryLocallyWhenOnlyStreamingIsWanted) {
+TEST_F(StreamingDictation, DoesNotRetryLocallyWithTheStreamingPreference) {
     prefer(Preference::streaming);
     network().failHandshakes(UrlError(UrlError::Code::notConnectedToInternet, "offline"));
     network().failNext(UrlError::Code::notConnectedToInternet, "offline");
     hold();
-    EXPECT_EQ(recogniser().preparations(), 0);
-    letGo();
+    EXPECT_EQ(recognizer().preparations(), 0);
+    releaseKey();
     settle();
     EXPECT_TRUE(pastedTexts().empty());
     EXPECT_EQ(state().errorMessage.get(), "Transcription failed: Network error: offline");
@@ -181,7 +181,7 @@ TEST_F(StreamingDictation, SendsTheFileWithTheCloudPreferenceAndOpensNoSocket) {
     completeOnboardingAndStart();
     network().answerNext(200, "from the cloud");
     hold();
-    letGo();
+    releaseKey();
     settle();
     EXPECT_TRUE(network().sockets().empty());
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"from the cloud"});
@@ -194,19 +194,19 @@ TEST_F(StreamingDictation, ReportsTheServicesRefusal) {
              {426, "Transcription failed: Please update Son Vale to the latest version."}}) {
         network().answerNext(status, "down");
         hold();
-        letGo();
+        releaseKey();
         settle();
         EXPECT_EQ(state().errorMessage.get(), message);
         EXPECT_EQ(recordingsLeft(), 0U);
     }
 }
 
-TEST_F(StreamingDictation, GoesOnWithTheStartWhenTheKeyWentUpMeanwhile) {
+TEST_F(StreamingDictation, ContinuesTheStartIfTheKeyIsReleasedMeanwhile) {
     network().holdHandshakes();
     hold();
     EXPECT_EQ(state().recordingState.get(), RecordingState::recording);
     EXPECT_FALSE(printed("startDictation total: "));
-    letGo();
+    releaseKey();
     EXPECT_EQ(state().recordingState.get(), RecordingState::processing);
     socket().open();
     runtimeSupport().runUntilIdle();
@@ -214,12 +214,12 @@ TEST_F(StreamingDictation, GoesOnWithTheStartWhenTheKeyWentUpMeanwhile) {
     answer("all of it");
     settle();
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"all of it"});
-    EXPECT_EQ(bytesHeard(), 24576U) << "what was said before the handshake is there";
+    EXPECT_EQ(bytesHeard(), 24576U) << "the speech before the handshake is sent too";
 }
 
-TEST_F(StreamingDictation, InsertsAnEmptyTranscriptWithoutAskingAgain) {
+TEST_F(StreamingDictation, InsertsAnEmptyTranscriptWithoutAnotherRequest) {
     hold();
-    letGo();
+    releaseKey();
     answer("");
     settle();
     EXPECT_TRUE(network().requests().empty());
@@ -227,7 +227,7 @@ TEST_F(StreamingDictation, InsertsAnEmptyTranscriptWithoutAskingAgain) {
     EXPECT_EQ(state().errorMessage.get(), std::nullopt);
 }
 
-TEST_F(StreamingDictation, CancelKeepsTheRecordingOutOfTheNextText) {
+TEST_F(StreamingDictation, CancelRemovesTheRecordingFromTheNextText) {
     hold();
     const auto first = network().lastSocket();
     press(HotkeyAction::cancel);
@@ -235,20 +235,20 @@ TEST_F(StreamingDictation, CancelKeepsTheRecordingOutOfTheNextText) {
     settle();
     EXPECT_TRUE(first->isEnded());
     EXPECT_EQ(recordingsLeft(), 0U);
-    EXPECT_EQ(network().sockets().size(), 2U) << "a fresh session stands ready";
+    EXPECT_EQ(network().sockets().size(), 2U) << "a new session is ready";
 
     hold();
-    letGo();
+    releaseKey();
     answer("only this");
     settle();
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"only this"});
     EXPECT_EQ(bytesHeard(), 24576U);
 }
 
-TEST_F(StreamingDictation, KeepsTheFileOfACancelledDictationUntilTheServiceHasAnswered) {
+TEST_F(StreamingDictation, KeepsTheFileOfACancelledDictationUntilTheServiceAnswers) {
     network().answerNext(200, "from the file");
     hold();
-    letGo();
+    releaseKey();
     press(HotkeyAction::cancel);
     hold();
     EXPECT_EQ(recordingsLeft(), 2U);
@@ -258,13 +258,13 @@ TEST_F(StreamingDictation, KeepsTheFileOfACancelledDictationUntilTheServiceHasAn
     EXPECT_EQ(recordingsLeft(), 0U);
 }
 
-TEST_F(StreamingDictation, TakesTheTextFromTheFileWhenTheConnectionTakesNoAudio) {
+TEST_F(StreamingDictation, TranscribesTheFileIfTheConnectionTakesNoAudio) {
     network().answerNext(200, "from the file");
     hold();
     const auto dead = network().lastSocket();
     dead->holdSends();
     speak(1);
-    letGo();
+    releaseKey();
     advance(4.9);
     EXPECT_EQ(state().recordingState.get(), RecordingState::processing);
     advance(0.1);
@@ -275,19 +275,19 @@ TEST_F(StreamingDictation, TakesTheTextFromTheFileWhenTheConnectionTakesNoAudio)
     EXPECT_TRUE(printed("stopDictation → finalize: 5000ms (failed: Network error: "));
 
     hold();
-    letGo();
+    releaseKey();
     answer("and a live session");
     settle();
     EXPECT_EQ(pastedTexts().back(), "and a live session");
 }
 
-TEST_F(StreamingDictation, TakesTheTextFromTheFileWhenEscapeEndsAStalledConnection) {
+TEST_F(StreamingDictation, TranscribesTheFileIfEscapeEndsAStalledConnection) {
     network().answerNext(200, "from the file");
     hold();
     const auto dead = network().lastSocket();
     dead->holdSends();
     speak(1);
-    letGo();
+    releaseKey();
     advance(1);
     press(HotkeyAction::cancel);
     EXPECT_FALSE(microphone().isCapturing());
@@ -296,17 +296,16 @@ TEST_F(StreamingDictation, TakesTheTextFromTheFileWhenEscapeEndsAStalledConnecti
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"from the file"});
     EXPECT_TRUE(dead->isEnded());
     EXPECT_EQ(recordingsLeft(), 0U);
-    EXPECT_TRUE(state().transcriptionManager->isStreamReady())
-        << "the next dictation finds a session of its own";
+    EXPECT_TRUE(state().transcriptionManager->isStreamReady()) << "the next dictation uses a new session";
 }
 
-TEST_F(StreamingDictation, KeepsTheFileOfAStalledDictationThroughAPressRightAfterEscape) {
+TEST_F(StreamingDictation, KeepsTheFileOfAStalledDictationDuringAPressAfterEscape) {
     network().answerNext(200, "from the file");
     hold();
     socket().holdSends();
     speak(1);
-    letGo();
-    // Both events are there before anything else runs.
+    releaseKey();
+    // Both events arrive before any other task runs.
     runtime::spawn(environment().main,
                    state().handleHotkey(HotkeyAction::cancel, hotkeys::HotkeyEventType::down));
     press(HotkeyAction::pushToTalk);
@@ -321,7 +320,7 @@ TEST_F(StreamingDictation, ClosesAnIdleSessionWhenTheLinkChanges) {
     link().report(office);
     runtimeSupport().runUntilIdle();
     const auto& manager = *state().transcriptionManager;
-    EXPECT_TRUE(manager.isStreamReady()) << "the first report is no change";
+    EXPECT_TRUE(manager.isStreamReady()) << "the first report is not a change";
     link().report(office);
     runtimeSupport().runUntilIdle();
     EXPECT_TRUE(manager.isStreamReady());
@@ -329,8 +328,8 @@ TEST_F(StreamingDictation, ClosesAnIdleSessionWhenTheLinkChanges) {
     hold();
     link().report(home);
     speak(0.5);
-    EXPECT_TRUE(manager.isStreamReady()) << "a session in use finds out by itself";
-    letGo();
+    EXPECT_TRUE(manager.isStreamReady()) << "a session in use detects the loss itself";
+    releaseKey();
     answer("one");
     settle();
     ASSERT_TRUE(manager.isStreamReady());
@@ -340,7 +339,7 @@ TEST_F(StreamingDictation, ClosesAnIdleSessionWhenTheLinkChanges) {
     EXPECT_FALSE(manager.isStreamReady());
     EXPECT_TRUE(former->isEnded());
     hold();
-    letGo();
+    releaseKey();
     answer("two");
     settle();
     EXPECT_EQ(pastedTexts(), (std::vector<std::string>{"one", "two"}));
@@ -348,14 +347,14 @@ TEST_F(StreamingDictation, ClosesAnIdleSessionWhenTheLinkChanges) {
 
 TEST_F(StreamingDictation, OpensAnotherSessionAfterTheMachineSlept) {
     hold();
-    letGo();
+    releaseKey();
     answer("before");
     settle();
     const auto former = network().lastSocket();
     clock().sleepThrough(3600);
     hold();
     EXPECT_NE(network().lastSocket(), former);
-    letGo();
+    releaseKey();
     answer("after");
     settle();
     EXPECT_EQ(pastedTexts(), (std::vector<std::string>{"before", "after"}));
@@ -368,31 +367,31 @@ TEST_F(StreamingDictation, ClosesTheSessionInLocalOnlyMode) {
     runtimeSupport().main().post([this] { state().setLocalOnlyMode(true); });
     runtimeSupport().runUntilIdle();
     EXPECT_TRUE(socket().isEnded());
-    recogniser().answerWith("local");
+    recognizer().answerWith("local");
     hold();
-    letGo();
+    releaseKey();
     settle();
     EXPECT_EQ(pastedTexts(), std::vector<std::string>{"local"});
     EXPECT_EQ(network().sockets().size(), 1U);
     EXPECT_TRUE(network().requests().empty());
 }
 
-TEST_F(StreamingDictation, EndsWhileItsTextIsAwaitedWhenTheProgramQuits) {
+TEST_F(StreamingDictation, EndsWhileItWaitsForTheTextIfTheProgramQuits) {
     hold();
-    letGo();
+    releaseKey();
     ASSERT_EQ(state().recordingState.get(), RecordingState::processing);
     runtimeSupport().registry().cancelAll();
     runtimeSupport().runUntilIdle();
-    advance(0); // also what the endings have begun
+    advance(0); // also runs the tasks that the endings have started
     EXPECT_EQ(state().recordingState.get(), RecordingState::idle);
     EXPECT_EQ(recordingsLeft(), 0U);
 }
 
-TEST_F(StreamingDictation, LogsTheKindOfARefusalAndNotWhatTheServiceAnswered) {
+TEST_F(StreamingDictation, LogsTheKindOfARefusalAndNotTheAnswerOfTheService) {
     prefer(Preference::cloud);
     network().answerNext(500, "a page of a proxy\nwith the words");
     hold();
-    letGo();
+    releaseKey();
     settle();
     EXPECT_EQ(state().errorMessage.get(),
               "Transcription failed: API error (500): a page of a proxy\nwith the words");

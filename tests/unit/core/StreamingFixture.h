@@ -13,7 +13,7 @@
 
 namespace sonvale::tests {
 
-/// Dictations by way of a realtime service, with a key for it; the test plays the service.
+/// Dictations with a realtime service and a key for it; the test acts as the service.
 class StreamingFixture : public CoreFixture {
 protected:
     StreamingFixture() {
@@ -25,8 +25,8 @@ protected:
 
     FakeSocket& socket() { return *network().lastSocket(); }
 
-    /// What the service hears next; each commit is answered with one of these, from then on. Nothing stands
-    /// for an error of the service; without any left, a commit waits for `answer`.
+    /// Sets the next transcripts of the service. It answers each later commit with one of them; nullopt is an
+    /// error of the service. If none is left, a commit waits for `answer`.
     void willHear(std::vector<std::optional<std::string>> transcripts) {
         transcripts_.assign(transcripts.begin(), transcripts.end());
         network().onMessage([this](FakeSocket& from, const FakeSocket::Message& message) {
@@ -38,7 +38,7 @@ protected:
                                  ? completed(*transcript)
                                  : base::jsonText({{"type", "error"}, {"error", {{"message", "down"}}}}));
         });
-        // The hook serves the sockets that are made from now on.
+        // The hook applies to the sockets that are created from now on.
         state().transcriptionManager->cancelStream();
         runtimeSupport().runUntilIdle();
     }
@@ -79,7 +79,7 @@ protected:
     }
     int undone() { return input().count(FakeSyntheticInput::Press::undo); }
 
-    /// From now on texts are cleaned, each request being answered with one of these.
+    /// Turns the clean-up on. Each request is answered with one of these texts.
     void willClean(const std::vector<std::string>& answers) {
         settings().set(persistence::keys::aiProcessingEnabled, true);
         for (const auto& text : answers)

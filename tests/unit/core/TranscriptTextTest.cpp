@@ -8,7 +8,7 @@
 
 namespace sonvale::core {
 
-TEST(TranscriptText, LosesTheDotsAtItsEnd) {
+TEST(TranscriptText, RemovesTheDotsAtTheEnd) {
     const std::vector<std::pair<std::string, std::string>> rows{
         {"", ""},
         {"Hello", "Hello"},
@@ -39,12 +39,12 @@ TEST(TranscriptText, LosesTheDotsAtItsEnd) {
         EXPECT_EQ(stripTrailingEllipsis(text), stripped) << text;
 }
 
-TEST(TranscriptText, KeepsDotsThatCarryAMark) {
+TEST(TranscriptText, KeepsDotsWithACombiningMark) {
     EXPECT_EQ(stripTrailingEllipsis("Hello…\u0301"), "Hello…\u0301");
     EXPECT_EQ(stripTrailingEllipsis("Hello...\u0301"), "Hello...\u0301");
 }
 
-TEST(TranscriptText, SurvivesBytesThatAreNoText) {
+TEST(TranscriptText, AcceptsBytesThatAreNoText) {
     EXPECT_EQ(wordCount("\xff\xfe a"), 2);
     EXPECT_EQ(stripTrailingEllipsis(std::string(100000, '.')), ".");
 }
