@@ -126,7 +126,7 @@ void measureTheWait(int dictations) {
         whole.push_back((monotonicSeconds() - released) * 1000);
         withoutRecognizer.push_back(whole.back() -
                                     (recognizerMilliseconds(session.program.pid()) - recognizerBefore));
-        session.letGo();
+        session.releaseKey();
     }
     printTimings("key up to the words in a terminal", std::move(whole));
     printTimings("the same, less the recogniser's thread", std::move(withoutRecognizer));
@@ -185,7 +185,7 @@ void measureStreaming(int dictations) {
         }
         toWords.push_back((monotonicSeconds() - released) * 1000);
         toCommit.push_back((commitTime(server) - released) * 1000);
-        session.letGo();
+        session.releaseKey();
     }
     printTimings("streaming: key up to the commit", std::move(toCommit));
     printTimings("streaming: key up to the words in a terminal", std::move(toWords));
@@ -239,7 +239,7 @@ void measureLongStream(int seconds) {
                fmt::format("streaming: growth in {:.0f} s", lastSeconds - firstSeconds),
                lastMegabytes - firstMegabytes, recorded, lastMegabytes - firstMegabytes - recorded);
     printDelays(server);
-    session.letGo();
+    session.releaseKey();
 }
 
 struct Resources {
@@ -271,7 +271,7 @@ bool soak(int dictations, bool isLocal) {
             session.speak(voices()[static_cast<std::size_t>(i) % voices().size()]);
         else
             pauseMilliseconds(400);
-        session.letGo();
+        session.releaseKey();
         if (i == settled || i == dictations)
             pauseMilliseconds(5000); // time to close the previous session
         if (i == settled)
@@ -415,7 +415,7 @@ void measure(const Plan& plan) {
     pauseMilliseconds(plan.listeningSeconds * 1000);
     fmt::print("{:<44} {:.1f} % of a core\n", "listening: ring, capture and encoder",
                (processorSeconds(process) - before) * 100 / plan.listeningSeconds);
-    session.letGo();
+    session.releaseKey();
 
     pauseMilliseconds(plan.settleMilliseconds);
     fmt::print("{:<44} {:.1f} MB\n", "resident, idle, recogniser loaded", residentMegabytes(process));

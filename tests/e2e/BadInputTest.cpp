@@ -21,7 +21,7 @@ void expectDictationWorks(Session& session, const std::string& before = {}) {
                                                                          << session.program.output();
 }
 
-/// Holds Alt where no recording can begin.
+/// Holds Alt and expects that no recording begins.
 void expectStartFails(Session& session) {
     session.keyboard.down(XK_Alt_L);
     EXPECT_TRUE(eventually(30, [&] {
@@ -35,7 +35,7 @@ void expectStartFails(Session& session) {
 
 } // namespace
 
-TEST(WithoutMicrophone, NothingIsRecordedUntilThereIsOne) {
+TEST(WithoutMicrophone, NoRecordingStartsUntilThereIsOne) {
     Session session({.sound = PrivateDesktop::Sound::withoutMicrophone});
     expectStartFails(session);
 
@@ -43,13 +43,13 @@ TEST(WithoutMicrophone, NothingIsRecordedUntilThereIsOne) {
     expectDictationWorks(session);
 }
 
-TEST(WithoutSoundServer, TheProgramLivesAndEndsWhenAsked) {
+TEST(WithoutSoundServer, TheProgramRunsAndEndsOnRequest) {
     Session session({.sound = PrivateDesktop::Sound::none});
     expectStartFails(session);
     EXPECT_EQ(session.program.quit(), 0) << session.program.output();
 }
 
-TEST(UnpluggedMicrophone, GivesTheWordsUpToThatMoment) {
+TEST(UnpluggedMicrophone, InsertsTheWordsSpokenBefore) {
     const auto& voice = voices().front();
     Session session;
 
@@ -57,14 +57,14 @@ TEST(UnpluggedMicrophone, GivesTheWordsUpToThatMoment) {
     session.speak(voice);
     session.desktop.sound().removeMicrophone();
     pauseMilliseconds(500);
-    session.letGo();
+    session.releaseKey();
 
     EXPECT_TRUE(session.editor.comesToHold(voice.sentence, 10)) << session.editor.savedText();
     session.desktop.sound().addMicrophone();
     expectDictationWorks(session, voice.sentence);
 }
 
-TEST(SoundServerThatDies, GivesTheWordsUpToThatMoment) {
+TEST(CrashedSoundServer, InsertsTheWordsSpokenBefore) {
     const auto& voice = voices().front();
     Session session;
 
@@ -72,19 +72,19 @@ TEST(SoundServerThatDies, GivesTheWordsUpToThatMoment) {
     session.speak(voice);
     session.desktop.sound().server().signal(SIGKILL);
     pauseMilliseconds(500);
-    session.letGo();
+    session.releaseKey();
 
     EXPECT_TRUE(session.editor.comesToHold(voice.sentence, 10)) << session.editor.savedText();
     EXPECT_TRUE(session.program.recordings().empty());
     EXPECT_EQ(session.program.quit(), 0) << session.program.output();
 }
 
-TEST(Silence, InsertsNothing) {
+TEST(Silence, InsertsNoText) {
     Session session;
 
     session.holdToTalk();
     pauseMilliseconds(2000);
-    session.letGo();
+    session.releaseKey();
 
     EXPECT_EQ(session.editor.savedText(), "");
     EXPECT_TRUE(session.program.recordings().empty());
@@ -103,9 +103,9 @@ TEST(GarbageInTheStore, IsReplacedByAnEmptyStore) {
         << session.program.output();
 }
 
-TEST(StoreThatCannotBeMade, LeavesAProgramThatWorksWithoutIt) {
+TEST(StoreThatCannotBeCreated, IsNotNeededForDictation) {
     Session session({.prepare = [](PrivateDesktop& desktop) {
-        // A file where its folder should be.
+        // A file has the name of its folder.
         writeFile(desktop.data() / "Sonvale", "taken");
     }});
     expectDictationWorks(session);
@@ -113,9 +113,9 @@ TEST(StoreThatCannotBeMade, LeavesAProgramThatWorksWithoutIt) {
         << session.program.output();
 }
 
-TEST(BrokenSettingsFile, IsPutAsideAndTheDefaultsCount) {
+TEST(InvalidSettingsFile, IsPutAsideAndTheDefaultsApply) {
     const std::string broken = R"({"isOnboardingComplete": tru)";
-    // Nothing is known of the user any more.
+    // The settings of the user are lost.
     Session session({.isNewUser = true, .prepare = [&](PrivateDesktop& desktop) {
                          RunningProgram::writeSettings(desktop, broken);
                      }});
@@ -125,14 +125,14 @@ TEST(BrokenSettingsFile, IsPutAsideAndTheDefaultsCount) {
     EXPECT_EQ(contentOf(folder / "defaults.json.broken-1"), broken);
 }
 
-TEST(SecondProgram, SaysThatThereIsOneAndEnds) {
+TEST(SecondProgram, ReportsTheRunningOneAndEnds) {
     Session session;
     const auto log = (session.desktop.folder() / "second.log").string();
     EXPECT_EQ(session.desktop.start({SONVALE_PROGRAM}, log).wait(30), 0);
 
-    // Qt 6.8 complains before if the locale has not been made.
+    // Qt 6.8 prints a warning before it if the locale does not exist.
     EXPECT_TRUE(contentOf(log).ends_with("Son Vale is already running.\n")) << contentOf(log);
-    // Whoever starts it again wants to see it.
+    // A user who starts it again wants to see it.
     const DashboardOnScreen dashboard(session.desktop);
     dashboard.activate();
     dashboard.close();

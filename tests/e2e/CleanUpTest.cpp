@@ -19,12 +19,12 @@ constexpr const char* email = "ann@example.com";
 constexpr const char* chat = "/api/chat";
 constexpr const char* refresh = "/auth/refresh";
 
-/// The user of a program that speaks to the backend on this machine.
+/// The user of a program whose backend runs on this machine.
 struct Account {
     std::string accessToken = tests::accessToken(email, 3600);
     std::string refreshToken = "refresh-of-the-last-launch";
-    std::map<std::string, base::Json> settings = {};                ///< more of them
-    std::function<void(persistence::ModelContext&)> fillStore = {}; ///< what earlier runs left
+    std::map<std::string, base::Json> settings = {};                ///< additional settings
+    std::function<void(persistence::ModelContext&)> fillStore = {}; ///< adds the data of earlier runs
     std::vector<std::string> launcher = {};
 };
 
@@ -52,7 +52,7 @@ Session::Options with(const TestServer& server, const Account& account) {
     return options;
 }
 
-/// Lets the server hear `said` and answer the clean-up of it with `cleaned`.
+/// Makes the server transcribe `said` and answer the clean-up with `cleaned`.
 void serve(TestServer& server, const std::string& said, const Answer& cleaned) {
     Realtime realtime;
     realtime.transcript = said;
@@ -66,7 +66,7 @@ std::string promptOf(const Request& request) {
     return base::Json::parse(request.body).at("messages").at(0).at("content");
 }
 
-/// The program in front, as its window says it.
+/// Sets the class of the window in front, which names its program.
 void nameFrontWindow(Session& session, const std::string& instance, const std::string& className) {
     const int status =
         run({"xdotool", "getactivewindow", "set_window", "--classname", instance, "--class", className},
@@ -74,7 +74,7 @@ void nameFrontWindow(Session& session, const std::string& instance, const std::s
     ASSERT_EQ(status, 0);
 }
 
-/// A network of the program's own, in which its loopback is the only link.
+/// Gives the program a separate network whose only link is its loopback.
 const std::vector<std::string> ownNetwork = {
     "unshare", "--map-root-user", "--net", "sh", "-c", R"(ip link set lo up && exec "$0")"};
 
@@ -97,7 +97,7 @@ base::Json settingsOf(const Session& session) {
 
 } // namespace
 
-TEST(CleanUp, ArrivesInTheStyleOfAMailProgram) {
+TEST(CleanUp, UsesTheStyleOfAMailProgram) {
     Account account;
     account.fillStore = [](persistence::ModelContext& store) {
         store.insert(persistence::WritingStyle{
@@ -131,7 +131,7 @@ TEST(CleanUp, ArrivesInTheStyleOfAMailProgram) {
     EXPECT_EQ(session.program.auditCount("aiProcessingReceived"), 1U);
 }
 
-TEST(CleanUp, GivesTheRawTextAfterFiveSeconds) {
+TEST(CleanUp, InsertsTheRawTextAfterFiveSeconds) {
     TestServer server;
     auto slow = chatCompletion("Too late.");
     slow.delaySeconds = 6;
@@ -147,12 +147,12 @@ TEST(CleanUp, GivesTheRawTextAfterFiveSeconds) {
     EXPECT_NEAR(std::stod(timeouts[0]), 5000, 400);
     const auto total = session.program.timings("stopDictation total: ");
     ASSERT_EQ(total.size(), 1U);
-    EXPECT_NEAR(std::stod(total[0]), 5400, 600) << "with the insertion";
+    EXPECT_NEAR(std::stod(total[0]), 5400, 600) << "includes the insertion";
     pauseMilliseconds(1500);
     EXPECT_EQ(session.editor.savedText(), "words as they were said");
 }
 
-TEST(CleanUp, GivesTheRawWordsWhenTheModelAnswersThem) {
+TEST(CleanUp, InsertsTheRawTextIfTheModelAnswersIt) {
     TestServer server;
     serve(server, "what is the capital of france", chatCompletion("Paris."));
     Session session(with(server, Account{}));
@@ -164,7 +164,7 @@ TEST(CleanUp, GivesTheRawWordsWhenTheModelAnswersThem) {
     EXPECT_EQ(server.requests(chat).size(), 1U);
 }
 
-TEST(CleanUp, GivesTheRawTextWhenTheModelFails) {
+TEST(CleanUp, InsertsTheRawTextIfTheModelFails) {
     TestServer server;
     serve(server, "words as they were said", backendError(503, "overloaded"));
     Session session(with(server, Account{}));
@@ -199,7 +199,7 @@ TEST(CleanUp, InsertsASnippetUntouched) {
     EXPECT_TRUE(session.program.timings("stopDictation total: ").empty());
 }
 
-TEST(CleanUp, LeavesNoRowInPrivacyMode) {
+TEST(CleanUp, WritesNoHistoryInPrivacyMode) {
     Account account;
     account.settings = {{"privacyModeEnabled", true}};
     TestServer server;
@@ -213,7 +213,7 @@ TEST(CleanUp, LeavesNoRowInPrivacyMode) {
     EXPECT_TRUE(session.program.history().empty());
 }
 
-TEST(CleanUp, AsksNobodyInLocalOnlyMode) {
+TEST(CleanUp, SendsNoRequestInLocalOnlyMode) {
     const auto& voice = voices().front();
     Account account;
     account.settings = {{"localOnlyMode", true}};
@@ -240,14 +240,14 @@ TEST(CleanUp, SendsNoPacketInLocalOnlyMode) {
         EXPECT_TRUE(session.editor.comesToHold(voice.sentence, 10)) << session.program.output();
         EXPECT_EQ(loopbackPackets(session.program), 0U);
     }
-    // The same without the mode is seen there.
+    // Without the mode, the same dictation is visible there.
     account.settings = {{"transcriptionEngine", "hybrid"}};
     Session session(with(server, account));
     EXPECT_TRUE(eventually(20, [&] { return loopbackPackets(session.program) > 0; }))
         << session.program.output();
 }
 
-TEST(CleanUp, RefreshesTheTokenOnceForAllThatNeedIt) {
+TEST(CleanUp, RefreshesTheTokenOnceForConcurrentRequests) {
     const auto fresh = accessToken(email, 3600);
     TestServer server;
     serve(server, "never", chatCompletion("From the file."));
@@ -262,7 +262,7 @@ TEST(CleanUp, RefreshesTheTokenOnceForAllThatNeedIt) {
     Session session(with(server, account));
     ASSERT_TRUE(server.waitForRequests(refresh, 1, 20)) << session.program.output();
 
-    // The session ahead of the recording, the one of the recording, and the upload of its file wait for it.
+    // The pre-warmed session, the session of the recording and the upload of its file wait for the token.
     session.keyboard.down(XK_Alt_L);
     ASSERT_TRUE(eventually(10, [&] { return session.program.auditCount("recordingStarted") == 1; }));
     session.speak(voices().front());
@@ -296,7 +296,7 @@ TEST(CleanUp, RefreshesTheTokenOnceForAllThatNeedIt) {
     }
 }
 
-TEST(CleanUp, KeepsTheSessionWhenTheBackendIsOutOfOrderAndEndsItWhenItRefuses) {
+TEST(CleanUp, KeepsTheSessionIfTheBackendFailsAndEndsItIfTheBackendRefuses) {
     const auto& voice = voices().front();
     TestServer server;
     server.answer(refresh, backendError(500, "out of order"));
@@ -319,7 +319,7 @@ TEST(CleanUp, KeepsTheSessionWhenTheBackendIsOutOfOrderAndEndsItWhenItRefuses) {
         EXPECT_FALSE(settingsOf(session).contains(key)) << key;
 
     session.dictate(voice);
-    EXPECT_EQ(server.requests(refresh).size(), 2U) << "nobody is signed in any more";
+    EXPECT_EQ(server.requests(refresh).size(), 2U) << "the user is signed out";
     EXPECT_TRUE(server.requests(chat).empty());
 }
 

@@ -7,7 +7,7 @@
 
 #include <ostream>
 
-// What the user had copied, marked or selected before a dictation is there after it.
+// A dictation keeps the texts and pictures that the user had copied, and the selection.
 
 namespace sonvale::tests {
 
@@ -23,7 +23,7 @@ std::vector<std::byte> noise(std::size_t count) {
     return data;
 }
 
-/// A program of the user's with something copied, and how long the user speaks.
+/// A program whose content the user has copied, and how long the user speaks.
 struct Copied {
     std::string name;
     std::vector<Form> forms;
@@ -34,7 +34,7 @@ void PrintTo(const Copied& copied, std::ostream* stream) {
     *stream << copied.name;
 }
 
-/// A picture as toolkits hand it over: encoded when it is asked for, while the whole program stands still.
+/// Returns a picture as toolkits deliver it: encoded on request, which blocks the whole program meanwhile.
 std::vector<Form> pictureThatTakes(int milliseconds, std::size_t size) {
     return {{.target = "text/html", .data = bytesOf("<img src='picture'>")},
             {.target = "image/png",
@@ -60,19 +60,19 @@ void expectOffered(const std::string& display, const std::vector<Form>& forms) {
     }
 }
 
-/// Holds Alt and speaks for the time, into a service that has its own idea of what was said.
+/// Holds Alt and speaks for this time. The service returns a fixed transcript.
 void dictateFor(Session& session, int milliseconds) {
     session.holdToTalk();
     const auto speech = session.startSpeaking(voices().front());
     pauseMilliseconds(milliseconds);
-    session.letGo();
+    session.releaseKey();
 }
 
 } // namespace
 
 class ClipboardOf : public testing::TestWithParam<Copied> {};
 
-TEST_P(ClipboardOf, SurvivesADictation) {
+TEST_P(ClipboardOf, IsRestoredAfterADictation) {
     const auto& [name, forms, spokenMilliseconds] = GetParam();
     TestServer server;
     hear(server, {"the caption"});
@@ -84,7 +84,7 @@ TEST_P(ClipboardOf, SurvivesADictation) {
 
     EXPECT_TRUE(session.editor.comesToHold("the caption", 20)) << session.editor.savedText();
     expectOffered(session.desktop.display(), forms);
-    // A program that stands still notices it later.
+    // A blocked program notices it later.
     EXPECT_TRUE(eventually(10, [&owner] { return !owner.isOwner(); }));
     for (const auto& form : forms)
         EXPECT_EQ(owner.requests(form.target), 1) << form.target;
@@ -100,7 +100,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Copied{"with40Megapixels", pictureThatTakes(1500, 80'000'000), 3000}),
     [](const auto& info) { return info.param.name; });
 
-TEST(Clipboard, LeavesWhatIsMarkedElsewhereAfterADictationIntoAnXterm) {
+TEST(Clipboard, KeepsTheSelectionOfAnotherProgramAfterADictationIntoAnXterm) {
     TestServer server;
     hear(server, {"dictated words"});
     Session session(streamingTo(server, false, Editor::Program::xterm));
@@ -117,7 +117,7 @@ TEST(Clipboard, LeavesWhatIsMarkedElsewhereAfterADictationIntoAnXterm) {
     EXPECT_EQ(answer->data, bytesOf("marked elsewhere"));
 }
 
-TEST(Clipboard, AndTheSelectionStayWhenNothingWasSaid) {
+TEST(Clipboard, AndTheSelectionAreKeptIfThereWasNoSpeech) {
     TestServer server;
     hear(server, {});
     auto options = streamingTo(server, false);

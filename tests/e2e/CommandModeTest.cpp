@@ -25,7 +25,7 @@ std::string nameOf(const testing::TestParamInfo<Place>& info) {
     return info.param.name;
 }
 
-/// Selects some of the text's characters by the arrow keys.
+/// Selects some of the text's characters with the arrow keys.
 void select(TestKeyboard& keyboard, int from, int count) {
     keyboard.chord(XK_Control_L, XK_Home);
     for (int i = 0; i < from; ++i)
@@ -34,15 +34,15 @@ void select(TestKeyboard& keyboard, int from, int count) {
     for (int i = 0; i < count; ++i)
         keyboard.tap(XK_Right);
     keyboard.up(XK_Shift_L);
-    // The editor tells of it a moment later.
+    // The editor reports the selection a moment later.
     pauseMilliseconds(500);
 }
 
-/// Speaks for a second, which the server takes for whatever it is to hear.
-void speakAndLetGo(Session& session) {
+/// Speaks for a second. The server returns its next transcript.
+void speakAndRelease(Session& session) {
     const auto speech = session.startSpeaking(voices().front());
     pauseMilliseconds(1000);
-    session.letGoOfCommand();
+    session.releaseCommandKeys();
 }
 
 void expectNoKeyDown(const Session& session) {
@@ -54,7 +54,7 @@ void expectNoKeyDown(const Session& session) {
 
 class CommandInEditor : public testing::TestWithParam<Place> {};
 
-TEST_P(CommandInEditor, RewritesTheSelectionInPlaceAndTypesTheWordsWhenThereIsNone) {
+TEST_P(CommandInEditor, RewritesTheSelectionOrTypesTheWordsWithoutOne) {
     TestServer server;
     hear(server, {"say it as a figure", " and four"});
     server.answer(chatPath, chatCompletion(" 2\n"));
@@ -68,8 +68,9 @@ TEST_P(CommandInEditor, RewritesTheSelectionInPlaceAndTypesTheWordsWhenThereIsNo
         const SelectionOwner owner(session.desktop.display(), copied);
         select(session.keyboard, 4, 3);
         session.holdToCommand();
-        EXPECT_EQ(owner.isOwner(), GetParam().isAccessible) << "only one that does not tell is copied from";
-        speakAndLetGo(session);
+        EXPECT_EQ(owner.isOwner(), GetParam().isAccessible)
+            << "the program copies only from an editor that does not report its selection";
+        speakAndRelease(session);
         session.waitForRingToHide();
         EXPECT_TRUE(session.editor.comesToHold("one 2 three", 10)) << session.program.output();
         expectClipboardHolds(session.desktop.display(), copied);
@@ -84,8 +85,8 @@ TEST_P(CommandInEditor, RewritesTheSelectionInPlaceAndTypesTheWordsWhenThereIsNo
     const SelectionOwner owner(session.desktop.display(), copied);
     session.keyboard.tap(XK_End);
     session.holdToCommand();
-    EXPECT_TRUE(owner.isOwner()) << "there is nothing that could be copied";
-    speakAndLetGo(session);
+    EXPECT_TRUE(owner.isOwner()) << "there is no selection to copy";
+    speakAndRelease(session);
     session.waitForRingToHide();
     EXPECT_TRUE(session.editor.comesToHold("one 2 threeand four", 10)) << session.program.output();
     expectClipboardHolds(session.desktop.display(), copied);
@@ -106,7 +107,7 @@ INSTANTIATE_TEST_SUITE_P(Places, CommandInEditor,
 
 class CommandInTerminal : public testing::TestWithParam<Place> {};
 
-// What a terminal shows cannot be overwritten: what is pasted goes where its program reads.
+// The output of a terminal cannot be overwritten: a paste goes to the input of its program.
 TEST_P(CommandInTerminal, TypesTheRewrittenTextAtTheCursor) {
     TestServer server;
     hear(server, {"in capitals", "and more"});
@@ -120,7 +121,7 @@ TEST_P(CommandInTerminal, TypesTheRewrittenTextAtTheCursor) {
     session.editor.markFirstWord();
 
     session.holdToCommand();
-    speakAndLetGo(session);
+    speakAndRelease(session);
     session.waitForRingToHide();
 
     EXPECT_TRUE(session.editor.comesToHold("marked words MARKED", 10))
@@ -138,7 +139,7 @@ INSTANTIATE_TEST_SUITE_P(Places, CommandInTerminal,
                                          Place{"xfce4Terminal", Editor::Program::xfce4Terminal, false}),
                          nameOf);
 
-TEST(Command, TypesTheInstructionWhenTheModelFailsOrDoesNotAnswer) {
+TEST(Command, TypesTheInstructionIfTheModelFailsOrDoesNotAnswer) {
     TestServer server;
     hear(server, {"make it shorter", "make it longer"});
     server.answer(chatPath, serviceError(500, "The server had an error."));
@@ -153,7 +154,7 @@ TEST(Command, TypesTheInstructionWhenTheModelFailsOrDoesNotAnswer) {
 
     select(session.keyboard, 4, 3);
     session.holdToCommand();
-    speakAndLetGo(session);
+    speakAndRelease(session);
     session.waitForRingToHide();
     EXPECT_TRUE(session.editor.comesToHold("one make it shorter three", 10)) << session.program.output();
     EXPECT_EQ(session.program.auditCount("error", "command-processing-failed"), 1U);
@@ -162,10 +163,10 @@ TEST(Command, TypesTheInstructionWhenTheModelFailsOrDoesNotAnswer) {
     session.keyboard.chord(XK_Control_L, XK_a);
     pauseMilliseconds(500);
     session.holdToCommand();
-    speakAndLetGo(session);
-    const double letGo = monotonicSeconds();
+    speakAndRelease(session);
+    const double releaseKey = monotonicSeconds();
     ASSERT_TRUE(session.program.waitForTimings("stopDictation total: ", 2, 60)) << session.program.output();
-    EXPECT_NEAR(monotonicSeconds() - letGo, 30, 5);
+    EXPECT_NEAR(monotonicSeconds() - releaseKey, 30, 5);
     EXPECT_TRUE(session.editor.comesToHold("make it longer", 10)) << session.program.output();
     EXPECT_EQ(session.program.auditCount("error", "command-processing-failed"), 2U);
     EXPECT_EQ(session.program.history().size(), 2U);

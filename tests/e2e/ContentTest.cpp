@@ -8,11 +8,11 @@ namespace sonvale::tests {
 
 namespace {
 
-constexpr double patience = 20;
+constexpr double timeout = 20;
 
 } // namespace
 
-TEST(Content, OfASnippetIsInsertedAndAFormalStyleAskedForOnceTheyAreMade) {
+TEST(Content, NewSnippetIsInsertedAndFormalStyleIsSentToTheModel) {
     DashboardUser user({.settings = {{"aiProcessingEnabled", true}},
                         .transcripts = {"Please put in my address.", "um one apple"}});
     user.server.answer(chatPath, chatCompletion("One apple."));
@@ -25,16 +25,16 @@ TEST(Content, OfASnippetIsInsertedAndAFormalStyleAskedForOnceTheyAreMade) {
     keyboard.tap(XK_Tab);
     keyboard.type("1 Main Street");
     user.reader.press("Add Snippet", "push button");
-    ASSERT_TRUE(user.reader.comesToSay("Not used yet", patience)) << user.reader.read();
+    ASSERT_TRUE(user.reader.waitForText("Not used yet", timeout)) << user.reader.read();
 
     ASSERT_TRUE(user.session.editor.focus());
     user.session.holdToTalk();
     pauseMilliseconds(400);
     keyboard.up(XK_Alt_L);
     user.session.waitForRingToHide();
-    EXPECT_TRUE(user.session.editor.comesToHold("1 Main Street", patience)) << user.session.program.output();
+    EXPECT_TRUE(user.session.editor.comesToHold("1 Main Street", timeout)) << user.session.program.output();
     EXPECT_TRUE(user.server.requests(chatPath).empty());
-    EXPECT_TRUE(user.reader.comesToSay("Used once", patience)) << user.reader.read();
+    EXPECT_TRUE(user.reader.waitForText("Used once", timeout)) << user.reader.read();
 
     user.dashboard.activate();
     user.show("Style");
@@ -42,9 +42,9 @@ TEST(Content, OfASnippetIsInsertedAndAFormalStyleAskedForOnceTheyAreMade) {
     user.reader.focus("Formality", "slider");
     for (int i = 0; i < 4; ++i)
         keyboard.tap(XK_Right);
-    ASSERT_TRUE(user.reader.comesToSay("Formal — no contractions", patience)) << user.reader.read();
+    ASSERT_TRUE(user.reader.waitForText("Formal — no contractions", timeout)) << user.reader.read();
     user.dictate();
-    EXPECT_TRUE(user.session.editor.comesToHold("1 Main StreetOne apple.", patience))
+    EXPECT_TRUE(user.session.editor.comesToHold("1 Main StreetOne apple.", timeout))
         << user.session.program.output();
     const auto asked = user.server.requests(chatPath);
     ASSERT_EQ(asked.size(), 1U);
@@ -52,20 +52,20 @@ TEST(Content, OfASnippetIsInsertedAndAFormalStyleAskedForOnceTheyAreMade) {
         << systemPromptOf(asked[0]);
 }
 
-TEST(Content, OfTheScratchpadSurvivesAKill) {
+TEST(Content, ScratchpadTextSurvivesAKill) {
     DashboardUser user({.settings = {{"transcriptionEngine", "local"}}});
     user.show("Scratchpad");
     user.reader.focus("Scratchpad", "text");
     user.session.keyboard.type("do not forget the milk");
-    ASSERT_TRUE(user.reader.comesToSay("5 words", patience)) << user.reader.read();
-    // As long as it may take until what was typed is kept.
+    ASSERT_TRUE(user.reader.waitForText("5 words", timeout)) << user.reader.read();
+    // The typed text may take this long to be saved.
     pauseMilliseconds(1000);
 
     user.session.program.kill();
-    user.session.program.startAgain();
+    user.session.program.restart();
     user.openDashboard();
     user.show("Scratchpad");
-    EXPECT_TRUE(eventually(patience, [&] {
+    EXPECT_TRUE(eventually(timeout, [&] {
         return user.reader.text("Scratchpad", "text") == "do not forget the milk";
     })) << user.reader.read();
 }

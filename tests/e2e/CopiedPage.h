@@ -21,7 +21,7 @@ inline std::vector<std::byte> bytesOf(std::string_view text) {
     return {first, first + text.size()};
 }
 
-/// What a user had copied before: a passage of a web page and a picture.
+/// Returns the content that a user had copied before: a passage of a web page and a picture.
 inline std::vector<SelectionOwner::Form> copiedPage() {
     std::vector<std::byte> image(300'000);
     std::mt19937 random(7);
@@ -32,7 +32,7 @@ inline std::vector<SelectionOwner::Form> copiedPage() {
             {.target = "image/png", .data = std::move(image)}};
 }
 
-/// Expects that the clipboard gives all of it, or comes to do so.
+/// Expects that the clipboard offers all of these forms, now or within some seconds.
 inline void expectClipboardHolds(const std::string& display, const std::vector<SelectionOwner::Form>& forms) {
     SelectionRequestor requestor(display);
     for (const auto& form : forms) {

@@ -13,7 +13,7 @@ namespace sonvale::tests {
 
 namespace {
 
-/// A signed-in user with the recogniser of this machine.
+/// The settings of a signed-in user with the local recognizer.
 constexpr const char* signedIn = R"({"isOnboardingComplete": true, "transcriptionEngine": "local",
                                      "com.sonvale.refreshToken": "refresh", "aiProcessingEnabled": false})";
 
@@ -25,9 +25,9 @@ struct DashboardSession : Session {
     ScreenReader reader{desktop};
 };
 
-constexpr double patience = 20;
+constexpr double timeout = 20;
 
-/// A long history, all of it of the day before today.
+/// Creates a long history. All its rows are from yesterday.
 void fillHistory(PrivateDesktop& desktop, int count) {
     const auto store = persistence::ModelContainer::open(desktop.data());
     const auto yesterday = base::daysBefore(std::chrono::system_clock::now(), 1).value();
@@ -40,7 +40,7 @@ void fillHistory(PrivateDesktop& desktop, int count) {
     store->mainContext().save();
 }
 
-/// What the clipboard gives somebody who pastes.
+/// Returns the text that a paste would insert.
 std::string clipboardOf(const Session& session) {
     SelectionRequestor requestor(session.desktop.display());
     const auto answer = requestor.convert("UTF8_STRING", 1);
@@ -51,55 +51,56 @@ std::string clipboardOf(const Session& session) {
 
 } // namespace
 
-TEST(Dashboard, OpensForWhoStartsTheProgramAgainAndShowsEachTab) {
+TEST(Dashboard, OpensOnASecondStartAndShowsEachTab) {
     DashboardSession session;
     session.program.reopen();
     DashboardOnScreen(session.desktop).activate();
     for (const auto* tab : {"Snippets", "Style", "Scratchpad", "Settings", "Help", "Home"}) {
         session.reader.press(tab, "");
-        EXPECT_TRUE(session.reader.comesToSay("\t" + std::string(tab) + "\ton", 10)) << session.reader.read();
+        EXPECT_TRUE(session.reader.waitForText("\t" + std::string(tab) + "\ton", 10))
+            << session.reader.read();
     }
 }
 
-TEST(Dashboard, ShowsADictationIntoAnotherProgramWithoutBeingAsked) {
+TEST(Dashboard, ShowsADictationIntoAnotherProgramAtOnce) {
     DashboardUser user({.transcripts = {"three fresh words"}});
-    ASSERT_TRUE(user.reader.comesToSay("No transcriptions yet", patience)) << user.reader.read();
+    ASSERT_TRUE(user.reader.waitForText("No transcriptions yet", timeout)) << user.reader.read();
     user.dictate();
-    EXPECT_TRUE(user.session.editor.comesToHold("three fresh words", patience));
-    EXPECT_TRUE(user.reader.comesToSay(" three fresh words\t", patience)) << user.reader.read();
+    EXPECT_TRUE(user.session.editor.comesToHold("three fresh words", timeout));
+    EXPECT_TRUE(user.reader.waitForText(" three fresh words\t", timeout)) << user.reader.read();
     const auto seen = user.reader.read();
     for (const auto* expected : {"\t1 days\t", "\t3 words\t", "\tToday\t"})
         EXPECT_NE(seen.find(expected), std::string::npos) << expected << " in\n" << seen;
     EXPECT_EQ(seen.find("No transcriptions yet"), std::string::npos);
 
-    // The new row is the first that Tab comes to after the card above it.
+    // Tab reaches the new row first after the card above it.
     user.dashboard.activate();
     user.reader.focus("Start now", "push button");
     user.session.keyboard.tap(XK_Tab);
     user.session.keyboard.tap(XK_Return);
-    EXPECT_TRUE(eventually(patience, [&] { return clipboardOf(user.session) == "three fresh words"; }));
-    EXPECT_TRUE(user.reader.comesToSay("Copied", patience)) << user.reader.read();
+    EXPECT_TRUE(eventually(timeout, [&] { return clipboardOf(user.session) == "three fresh words"; }));
+    EXPECT_TRUE(user.reader.waitForText("Copied", timeout)) << user.reader.read();
 }
 
-TEST(Dashboard, OpensWithALongHistoryAndPutsANewDictationOnTop) {
+TEST(Dashboard, OpensWithALongHistoryAndShowsANewDictationFirst) {
     constexpr int count = 3000;
     DashboardUser user({.transcripts = {"three fresh words"},
                         .prepare = [](PrivateDesktop& desktop) { fillHistory(desktop, count); }});
-    ASSERT_TRUE(user.reader.comesToSay(fmt::format("former words {}\t", count), patience))
+    ASSERT_TRUE(user.reader.waitForText(fmt::format("former words {}\t", count), timeout))
         << user.reader.read();
-    EXPECT_TRUE(user.reader.comesToSay("\t3.0K words\t", patience));
+    EXPECT_TRUE(user.reader.waitForText("\t3.0K words\t", timeout));
     EXPECT_EQ(user.reader.read().find("former words 1\t"), std::string::npos)
-        << "no more rows are made than are seen";
+        << "only the visible rows are created";
     user.dictate();
-    EXPECT_TRUE(user.reader.comesToSay(" three fresh words\t", patience)) << user.reader.read();
-    EXPECT_TRUE(user.reader.comesToSay("\t2 days\t", patience)) << user.reader.read();
+    EXPECT_TRUE(user.reader.waitForText(" three fresh words\t", timeout)) << user.reader.read();
+    EXPECT_TRUE(user.reader.waitForText("\t2 days\t", timeout)) << user.reader.read();
 
-    // Tab comes to the row that was the first; there is only one above it.
+    // Tab reaches the row that was the first; there is only one above it.
     user.dashboard.activate();
     user.reader.focus("Start now", "push button");
     for (const auto key : {XK_Tab, XK_Up, XK_Up, XK_Return})
         user.session.keyboard.tap(key);
-    EXPECT_TRUE(eventually(patience, [&] { return clipboardOf(user.session) == "three fresh words"; }));
+    EXPECT_TRUE(eventually(timeout, [&] { return clipboardOf(user.session) == "three fresh words"; }));
 }
 
 TEST(SignIn, NamesItsFieldsForAScreenReader) {
@@ -108,9 +109,9 @@ TEST(SignIn, NamesItsFieldsForAScreenReader) {
     const DashboardOnScreen dashboard(session.desktop);
     dashboard.activate();
     const ScreenReader reader(session.desktop);
-    EXPECT_TRUE(reader.comesToSay("password text\tPassword\t", patience)) << reader.read();
+    EXPECT_TRUE(reader.waitForText("password text\tPassword\t", timeout)) << reader.read();
     reader.press("Don't have an account? Sign up", "push button");
-    EXPECT_TRUE(reader.comesToSay("password text\tConfirm password\t", patience)) << reader.read();
+    EXPECT_TRUE(reader.waitForText("password text\tConfirm password\t", timeout)) << reader.read();
 }
 
 } // namespace sonvale::tests

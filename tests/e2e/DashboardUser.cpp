@@ -8,7 +8,7 @@ namespace sonvale::tests {
 
 namespace {
 
-constexpr double patience = 30;
+constexpr double timeout = 30;
 constexpr const char* email = "ann@example.com";
 
 } // namespace
@@ -19,7 +19,7 @@ DashboardUser::DashboardUser(const Options& options)
 }
 
 Session::Options DashboardUser::with(const Options& options) {
-    // The first session is opened with the program.
+    // The program opens the first session when it starts.
     hear(server, options.transcripts);
     base::Json settings{
         {"isOnboardingComplete", true},          {"transcriptionEngine", "streaming"},
@@ -51,7 +51,7 @@ void DashboardUser::openDashboard() {
 void DashboardUser::show(const std::string& tab) {
     // A push button with Qt 6.4, a page tab with Qt 6.8.
     reader.press(tab, "");
-    if (!reader.comesToSay("\t" + tab + "\ton", patience))
+    if (!reader.waitForText("\t" + tab + "\ton", timeout))
         throw std::runtime_error("the tab does not show: " + reader.read());
 }
 
@@ -65,20 +65,20 @@ void DashboardUser::scrollDown() {
 }
 
 void DashboardUser::dictate() {
-    // A key that goes up at once is a tap and not a held one.
-    constexpr int longerThanATap = 400;
-    goToTheEditor();
+    // A key that is released at once is a tap and not a hold.
+    constexpr int holdMilliseconds = 400;
+    activateEditor();
     session.holdToTalk();
-    pauseMilliseconds(longerThanATap);
-    session.letGo();
+    pauseMilliseconds(holdMilliseconds);
+    session.releaseKey();
 }
 
 void DashboardUser::dictate(const Voice& voice) {
-    goToTheEditor();
+    activateEditor();
     session.dictate(voice);
 }
 
-void DashboardUser::goToTheEditor() {
+void DashboardUser::activateEditor() {
     if (!session.editor.focus())
         throw std::runtime_error("the editor did not get the keyboard");
 }

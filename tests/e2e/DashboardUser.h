@@ -11,32 +11,31 @@
 
 namespace sonvale::tests {
 
-/// Somebody who is signed in, whose program has the service's key, and who has the dashboard open beside the
-/// editor.
+/// A signed-in user whose program has the service's key, with the dashboard open beside the editor.
 class DashboardUser {
 public:
     struct Options {
-        /// In place of the streaming engine without clean-up, and more.
+        /// Override the streaming engine and the disabled clean-up, or add other settings.
         std::map<std::string, base::Json> settings = {};
-        std::vector<std::string> transcripts = {};           ///< what the service hears, as for `hear`
-        std::function<void(PrivateDesktop&)> prepare = {};   ///< called before the program starts
-        std::map<std::string, std::string> environment = {}; ///< more for the program
+        std::vector<std::string> transcripts = {};         ///< the transcripts of the service, as for `hear`
+        std::function<void(PrivateDesktop&)> prepare = {}; ///< called before the program starts
+        std::map<std::string, std::string> environment = {}; ///< more variables for the program
     };
 
     DashboardUser()
         : DashboardUser(Options{}) {}
     explicit DashboardUser(const Options& options);
 
-    /// Opens the dashboard of a program that was started again.
+    /// Opens the dashboard after a restart of the program.
     void openDashboard();
-    /// Shows the tab of that name.
+    /// Shows the tab with this name.
     void show(const std::string& tab);
-    /// Goes to the end of a page that is longer than the window.
+    /// Scrolls to the end of a page that is longer than the window.
     void scrollDown();
 
-    /// Dictates into the editor while the dashboard stays open; the service hears what was scripted for it.
+    /// Dictates into the editor while the dashboard stays open. The service returns the next transcript.
     void dictate();
-    /// The same by voice.
+    /// Works as `dictate()`, with this voice.
     void dictate(const Voice& voice);
 
     TestServer server;
@@ -46,7 +45,7 @@ public:
 
 private:
     Session::Options with(const Options& options);
-    void goToTheEditor();
+    void activateEditor();
 };
 
 } // namespace sonvale::tests

@@ -17,8 +17,8 @@ namespace {
 
 using namespace sonvale::tests;
 
-/// A service of our own on this machine, and a program that is built for it. Its chat cleans by rules, in
-/// place of a language model.
+/// A test service on this machine, and a program that is built for it. The chat cleans texts by rules instead
+/// of a language model.
 struct Service {
     Service() {
         serveEverything(server, transcriber.listening());
@@ -31,7 +31,7 @@ struct Service {
         };
     }
 
-    /// What it last made of the sound, as it left for the program; empty when there is nothing.
+    /// Returns the last transcript that it sent to the program. Empty if there is none.
     std::string transcript() const {
         std::string last;
         for (const auto& socket : server.sockets())
@@ -53,10 +53,10 @@ struct Service {
     Session::Options options;
 };
 
-/// Dictates a sentence into a real editor, with a picture of the screen while the program listens; with
-/// `streams` by way of a service that also cleans the text, else by the recogniser on this machine.
+/// Dictates a sentence into a real editor, and takes a picture of the screen while the program listens. If
+/// `streams`, uses a service that also cleans the text, otherwise the local recognizer.
 bool showDictation(const std::filesystem::path& folder, bool streams) {
-    // What is said to the service gives the clean-up a filler and a stutter to take out.
+    // The sentence for the service contains a filler and a stutter, which the clean-up removes.
     const auto& voice = streams ? sonvale::tests::voice("more-time-loosely-said") : voices().front();
     std::optional<Service> service;
     if (streams)
@@ -66,11 +66,11 @@ bool showDictation(const std::filesystem::path& folder, bool streams) {
 
     session.holdToTalk();
     auto player = session.startSpeaking(voice);
-    // In the middle of the sentence, when the ring moves with the voice.
+    // In the middle of the sentence, while the ring moves with the voice.
     pauseMilliseconds(900);
     const bool hasPicture = session.desktop.screenshot(picture);
     player.wait(60);
-    session.letGo();
+    session.releaseKey();
     const auto expected = service ? cleanedByRules(voice.sentence) : voice.sentence;
     const bool hasArrived = session.editor.comesToHold(expected, 10);
 

@@ -34,7 +34,7 @@ void expectPrivate(const fs::path& file) {
 
 class DictationInto : public testing::TestWithParam<Place> {};
 
-TEST_P(DictationInto, PutsTheWordsAtTheCursorAndLeavesNothingElseBehind) {
+TEST_P(DictationInto, InsertsTheWordsAtTheCursorAndLeavesNoOtherTrace) {
     const auto& voice = voices().front();
     Session session({.windowManager = GetParam().windowManager, .editor = GetParam().editor});
     const auto copied = copiedPage();
@@ -61,7 +61,7 @@ TEST_P(DictationInto, PutsTheWordsAtTheCursorAndLeavesNothingElseBehind) {
     expectPrivate(session.program.storeFile());
     expectPrivate(session.desktop.data() / "com.sonvale.app" / "audit.log");
     expectPrivate(session.desktop.configuration() / "com.sonvale.app" / "defaults.json");
-    // What was said is in the history, in the editor, and in no log.
+    // The text is in the history and in the editor, and in no log.
     EXPECT_EQ(session.program.output().find(voice.sentence), std::string::npos);
 
     EXPECT_EQ(session.program.quit(), 0) << session.program.output();
@@ -77,7 +77,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Place{"xfce4Terminal", WindowManager::openbox, Editor::Program::xfce4Terminal}),
     [](const auto& info) { return info.param.name; });
 
-TEST(Dictation, CanFollowAnotherAtOnce) {
+TEST(Dictation, CanFollowAnotherOneAtOnce) {
     const auto& first = voices().at(0);
     const auto& second = voices().at(1);
     Session session;
@@ -90,7 +90,7 @@ TEST(Dictation, CanFollowAnotherAtOnce) {
     EXPECT_EQ(session.program.history().size(), 2u);
 }
 
-TEST(Dictation, GivesAllTextsOfTwentyInARowAndLeavesNoKeyDown) {
+TEST(Dictation, InsertsTwentyTextsInARowAndLeavesNoKeyDown) {
     Session session;
     std::string expected;
     for (std::size_t i = 0; i < 20; ++i) {

@@ -26,7 +26,7 @@ public:
         start();
     }
 
-    /// Comes back when the dashboard has the keyboard.
+    /// Returns when the dashboard has the keyboard.
     void start() {
         program.emplace(desktop, options_);
         DashboardOnScreen(desktop).activate();
@@ -52,7 +52,7 @@ private:
     std::optional<TestKeyboard> keyboard_;
 };
 
-/// One who has been through the first steps and has yet to sign in, at the field for the e-mail.
+/// A user who has completed onboarding and is not signed in, at the field for the e-mail.
 struct SignedOutUser : NewUser {
     explicit SignedOutUser(const TestServer& server)
         : NewUser(PrivateDesktop::Sound::withMicrophone,
@@ -68,7 +68,7 @@ struct SignedOutUser : NewUser {
         }
         press(XK_Return);
     }
-    /// From the password's field, to which it goes back.
+    /// Begins and ends in the field of the password.
     void submitAgain(const std::string& word) {
         keyboard().chord(XK_Control_L, XK_a);
         type(word);
@@ -79,7 +79,7 @@ struct SignedOutUser : NewUser {
 
 } // namespace
 
-TEST(FirstRun, OpensTheStepsByItselfAndTheFirstDictationWorks) {
+TEST(FirstRun, OpensOnboardingAndTheFirstDictationWorks) {
     Session session({.isNewUser = true, .prepare = [](PrivateDesktop& desktop) {
                          RunningProgram::writeSettings(desktop, "{}");
                      }});
@@ -92,7 +92,7 @@ TEST(FirstRun, OpensTheStepsByItselfAndTheFirstDictationWorks) {
     EXPECT_FALSE(settings.contains("onboardingStep"));
 }
 
-TEST(FirstRun, GoesOnAtTheStepAtWhichItWasQuit) {
+TEST(FirstRun, ContinuesAtTheStepAfterAQuit) {
     NewUser user;
     continueSteps(user.desktop, *user.program, 0, 3);
     EXPECT_TRUE(eventually(5, [&] { return user.settings().at("onboardingStep") == 3; }));
@@ -102,7 +102,7 @@ TEST(FirstRun, GoesOnAtTheStepAtWhichItWasQuit) {
     EXPECT_TRUE(eventually(5, [&] { return user.settings().at("onboardingStep") == 4; }));
 }
 
-TEST(FirstRun, GoesOnAtTheStepAfterAKill) {
+TEST(FirstRun, ContinuesAtTheStepAfterAKill) {
     NewUser user;
     continueSteps(user.desktop, *user.program, 0, 2);
     ASSERT_TRUE(eventually(5, [&] { return user.settings().at("onboardingStep") == 2; }));
@@ -112,10 +112,10 @@ TEST(FirstRun, GoesOnAtTheStepAfterAKill) {
     continueSteps(user.desktop, *user.program, 2, 3);
 }
 
-TEST(FirstRun, NoticesAMicrophoneThatAppearsDuringItsStep) {
+TEST(FirstRun, DetectsAMicrophoneThatAppearsDuringItsStep) {
     NewUser user(PrivateDesktop::Sound::withoutMicrophone);
     continueSteps(user.desktop, *user.program, 0, 1);
-    // To the button that asks: it stands before those of the bar below.
+    // To the button of the request, which comes before the buttons of the bar below.
     user.keyboard().down(XK_Shift_L);
     user.press(XK_Tab);
     user.press(XK_Tab);
@@ -129,7 +129,7 @@ TEST(FirstRun, NoticesAMicrophoneThatAppearsDuringItsStep) {
         << user.program->output();
 }
 
-TEST(SignIn, LetsTheUserInAndKeepsTheSession) {
+TEST(SignIn, SucceedsAndKeepsTheSession) {
     TestServer server;
     Accounts accounts(server);
     accounts.add(email, password);
@@ -142,10 +142,10 @@ TEST(SignIn, LetsTheUserInAndKeepsTheSession) {
 
     RunningProgram again(user.desktop);
     ASSERT_TRUE(again.waitForOutput("[AppDelegate] Initialization complete", 30));
-    EXPECT_FALSE(again.waitForOutput("[AppDelegate] Opening dashboard", 1)) << "there is nothing to ask for";
+    EXPECT_FALSE(again.waitForOutput("[AppDelegate] Opening dashboard", 1)) << "the user has no step to do";
 }
 
-TEST(SignIn, GoesOnAfterAWrongPassword) {
+TEST(SignIn, CanBeRepeatedAfterAWrongPassword) {
     TestServer server;
     Accounts accounts(server);
     accounts.add(email, password);
@@ -158,7 +158,7 @@ TEST(SignIn, GoesOnAfterAWrongPassword) {
     EXPECT_TRUE(eventually(20, [&] { return user.isSignedIn(); })) << user.program->output();
 }
 
-TEST(SignIn, GoesOnWhenTheServerComesBack) {
+TEST(SignIn, CanBeRepeatedWhenTheServerIsBack) {
     TestServer server;
     Accounts accounts(server);
     accounts.add(email, password);
@@ -173,7 +173,7 @@ TEST(SignIn, GoesOnWhenTheServerComesBack) {
     EXPECT_TRUE(eventually(20, [&] { return user.isSignedIn(); })) << user.program->output();
 }
 
-TEST(SignIn, WaitsForTheAccountToBeConfirmed) {
+TEST(SignIn, SucceedsAfterTheAccountIsConfirmed) {
     TestServer server;
     Accounts accounts(server);
     accounts.addUnconfirmed(email, password);

@@ -9,13 +9,13 @@ namespace sonvale::tests {
 
 namespace {
 
-/// Shows each byte that the terminal's program gets: Alt+X is "^[x".
+/// Shows each byte that the terminal's program receives: Alt+X is "^[x".
 const std::string showKeys = "stty -icanon -echo; cat -v >> FILE";
 
-/// Longer than a chord's keys may lie apart, shorter than anybody dictates.
+/// Longer than the time between the keys of a chord, shorter than any dictation.
 constexpr int quickMilliseconds = 50;
 
-/// Whether the program still does its work.
+/// Expects that the program still works.
 void expectNextDictationWorks(Session& session, const std::string& before) {
     const auto& voice = voices().front();
     session.dictate(voice);
@@ -26,7 +26,7 @@ void expectNextDictationWorks(Session& session, const std::string& before) {
 
 } // namespace
 
-TEST(QuickTap, WithoutTheGuardTypesNothingAndLeavesTheNextDictationWhole) {
+TEST(QuickTap, WithoutTheGuardTypesNoTextAndKeepsTheNextDictation) {
     Session session({.prepare = [](PrivateDesktop& desktop) {
         RunningProgram::writeSettings(desktop,
                                       R"({"isOnboardingComplete": true, "guardModifierHotkeys": false})");
@@ -41,7 +41,7 @@ TEST(QuickTap, WithoutTheGuardTypesNothingAndLeavesTheNextDictationWhole) {
     expectNextDictationWorks(session, "");
 }
 
-TEST(Cancel, ByAnotherModifierThrowsTheRecordingAway) {
+TEST(Cancel, ByAnotherModifierDiscardsTheRecording) {
     const auto& voice = voices().front();
     Session session;
 
@@ -50,12 +50,12 @@ TEST(Cancel, ByAnotherModifierThrowsTheRecordingAway) {
     session.keyboard.down(XK_Shift_L);
     ASSERT_TRUE(eventually(30, [&] { return session.program.auditCount("recordingStopped") == 1; }))
         << session.program.output();
-    // In the other order Alt would be held alone once more, which is a tap.
+    // In the other order Alt would be held alone again, which is a tap.
     session.keyboard.up(XK_Alt_L);
     session.keyboard.up(XK_Shift_L);
 
     EXPECT_TRUE(eventually(10, [&] { return session.program.recordings().empty(); }));
-    // As long as a recogniser that had been asked would need.
+    // The local recognizer would need this long if it had been called.
     pauseMilliseconds(2500);
     EXPECT_TRUE(session.program.timings("stopDictation total: ").empty());
     EXPECT_TRUE(session.program.history().empty());
@@ -63,7 +63,7 @@ TEST(Cancel, ByAnotherModifierThrowsTheRecordingAway) {
     expectNextDictationWorks(session, "");
 }
 
-TEST(Shortcut, OfTheApplicationArrivesAlthoughItBeginsWithTheHeldKey) {
+TEST(Shortcut, OfTheApplicationArrivesIfItBeginsWithTheHeldKey) {
     Session session({.editor = Editor::Program::xfce4Terminal, .terminalCommand = showKeys});
 
     session.keyboard.chord(XK_Alt_L, XK_x);
@@ -80,7 +80,7 @@ TEST_P(OwnShortcut, ReachesNeitherTheApplicationNorTheWindowManager) {
         {.windowManager = GetParam(), .editor = Editor::Program::xfce4Terminal, .terminalCommand = showKeys});
 
     session.keyboard.chord(XK_Alt_L, XK_space);
-    // A menu of the window manager would take this letter.
+    // A menu of the window manager would receive this letter.
     session.keyboard.tap(XK_a);
 
     EXPECT_TRUE(eventually(10, [&] { return !contentOf(session.editor.file()).empty(); }));
@@ -102,7 +102,7 @@ TEST(PasteLast, InsertsTheTextOfTheLastDictationAgain) {
     session.keyboard.down(XK_Alt_L);
     session.keyboard.down(XK_Super_L);
     session.keyboard.tap(XK_v);
-    // Held while the text is pasted, as people do.
+    // Holds the keys while the text is pasted, as users do.
     pauseMilliseconds(600);
     session.keyboard.up(XK_Super_L);
     session.keyboard.up(XK_Alt_L);

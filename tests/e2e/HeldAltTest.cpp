@@ -7,7 +7,7 @@
 #include <ostream>
 #include <string>
 
-// Programs that take a bare Alt for the way to their menu bar.
+// Programs that open their menu bar for a bare Alt.
 
 namespace sonvale::tests {
 
@@ -31,7 +31,7 @@ std::string clipboardText(const std::string& display) {
 
 } // namespace
 
-/// A service that hears the same in everything, so that nothing depends on the sound.
+/// A service that returns fixed transcripts, so that the result does not depend on the sound.
 class HeldAlt : public testing::TestWithParam<Place> {
 protected:
     static Session::Options options(TestServer& server) {
@@ -42,14 +42,14 @@ protected:
     }
     void dictate() {
         session.holdToTalk();
-        session.letGo();
+        session.releaseKey();
     }
 
     TestServer server;
     Session session{options(server)};
 };
 
-TEST_P(HeldAlt, LeavesTheKeyboardWithTheText) {
+TEST_P(HeldAlt, KeepsTheKeyboardInTheText) {
     session.keyboard.type("before ");
     dictate();
     session.keyboard.type(" abc");
@@ -62,7 +62,7 @@ TEST_P(HeldAlt, LeavesTheKeyboardWithTheText) {
     EXPECT_FALSE(session.keyboard.isAnyKeyDown());
 }
 
-TEST_P(HeldAlt, LeavesTheKeyboardWithTheFieldOfASearch) {
+TEST_P(HeldAlt, KeepsTheKeyboardInTheSearchField) {
     session.keyboard.chord(XK_Control_L, XK_f);
     // The field takes a moment to appear.
     pauseMilliseconds(1500);
@@ -80,7 +80,7 @@ TEST_P(HeldAlt, LeavesTheKeyboardWithTheFieldOfASearch) {
     EXPECT_TRUE(isComplete) << field;
     session.keyboard.tap(XK_Escape);
     pauseMilliseconds(500);
-    EXPECT_EQ(session.editor.savedText(), "") << "nothing has gone into the text";
+    EXPECT_EQ(session.editor.savedText(), "") << "no key has changed the text";
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -8,7 +8,7 @@
 
 namespace sonvale::tests {
 
-TEST(LockedScreen, EndsADictationWhoseTextIsKeptAndHearsNoHotkey) {
+TEST(LockedScreen, EndsADictationWithoutTypingItAndIgnoresHotkeys) {
     const auto& voice = voices().front();
     Session session;
     ScreenSaver saver(session.desktop.environment().at("DBUS_SESSION_BUS_ADDRESS"));
@@ -23,7 +23,7 @@ TEST(LockedScreen, EndsADictationWhoseTextIsKeptAndHearsNoHotkey) {
     EXPECT_EQ(rows[0].processedText, voice.sentence);
     EXPECT_EQ(session.editor.savedText(), "");
 
-    // Whoever types the password may hold Alt.
+    // A user who types the password may hold Alt.
     session.keyboard.down(XK_Alt_L);
     pauseMilliseconds(1500);
     session.keyboard.up(XK_Alt_L);

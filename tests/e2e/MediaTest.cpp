@@ -19,7 +19,7 @@ std::string busOf(const Session& session) {
     return session.desktop.environment().at("DBUS_SESSION_BUS_ADDRESS");
 }
 
-/// The program and a player of its user's, which comes after it and plays once it is told to.
+/// The program and the user's player, which starts after it and plays on request.
 class ListeningSession {
 public:
     explicit ListeningSession(const Session::Options& options)
@@ -30,17 +30,17 @@ public:
     void pauseMusic() { player_.setPlaying(false); }
     std::string status() const { return player_.status(); }
 
-    /// Whether the player comes to do this and has told everybody.
-    bool musicComesTo(const std::string& wanted) {
+    /// Waits until the player has this status and has reported it. Returns whether that happened in time.
+    bool waitForMusic(const std::string& wanted) {
         const bool isSo =
             eventually(10, [&] { return player_.status() == wanted && player_.reportedStatus() == wanted; });
-        // The report went to the program in the same moment, and it is soon done with it.
+        // The program received the report at the same moment and handles it within this time.
         pauseMilliseconds(100);
         return isSo;
     }
 
-    /// Whether a recording goes on.
-    bool comesToRecordings(std::size_t count) {
+    /// Waits for this number of started recordings. Returns whether there were so many in time.
+    bool waitForRecordings(std::size_t count) {
         return eventually(10, [&] { return session.program.auditCount("recordingStarted") == count; });
     }
 
@@ -57,7 +57,7 @@ double medianOf(std::vector<double> values) {
 
 } // namespace
 
-TEST(Media, IsPausedWhileTheUserSpeaksAndGoesOnAfterEachWayOut) {
+TEST(Media, IsPausedWhileTheUserSpeaksAndResumesAfterEveryEnding) {
     TestServer server;
     hear(server, {"plain words", "hands-free words"});
     server.answer(files, {.status = 500, .body = "down"});
@@ -65,85 +65,85 @@ TEST(Media, IsPausedWhileTheUserSpeaksAndGoesOnAfterEachWayOut) {
     auto& session = listening.session;
     ASSERT_TRUE(server.waitForSockets(1, 20)) << session.program.output();
     listening.startMusic();
-    ASSERT_TRUE(listening.musicComesTo("Playing"));
+    ASSERT_TRUE(listening.waitForMusic("Playing"));
 
-    // The end of a dictation
+    // The end of a dictation.
     session.holdToTalk();
-    EXPECT_TRUE(listening.musicComesTo("Paused"));
-    session.letGo();
-    EXPECT_TRUE(listening.musicComesTo("Playing"));
+    EXPECT_TRUE(listening.waitForMusic("Paused"));
+    session.releaseKey();
+    EXPECT_TRUE(listening.waitForMusic("Playing"));
     EXPECT_TRUE(session.editor.comesToHold("plain words", 10));
 
-    // A cancel by another modifier
+    // A cancel by another modifier.
     session.holdToTalk();
-    EXPECT_TRUE(listening.musicComesTo("Paused"));
+    EXPECT_TRUE(listening.waitForMusic("Paused"));
     session.keyboard.down(XK_Shift_L);
-    EXPECT_TRUE(listening.musicComesTo("Playing"));
-    // In the other order Alt would be held alone once more, which is a tap.
+    EXPECT_TRUE(listening.waitForMusic("Playing"));
+    // In the other order Alt would be held alone again, which is a tap.
     session.keyboard.up(XK_Alt_L);
     session.keyboard.up(XK_Shift_L);
 
-    // Hands-free mode, left by a tap and by a cancel
+    // Hands-free mode that ends by a tap and by a cancel.
     session.tapHandsFree();
-    EXPECT_TRUE(listening.musicComesTo("Paused"));
-    ASSERT_TRUE(listening.comesToRecordings(3));
+    EXPECT_TRUE(listening.waitForMusic("Paused"));
+    ASSERT_TRUE(listening.waitForRecordings(3));
     session.tapHandsFree();
-    EXPECT_TRUE(listening.musicComesTo("Playing"));
+    EXPECT_TRUE(listening.waitForMusic("Playing"));
     EXPECT_TRUE(session.editor.comesToHold("plain wordshands-free words", 10)) << session.editor.savedText();
     session.tapHandsFree();
-    EXPECT_TRUE(listening.musicComesTo("Paused"));
-    ASSERT_TRUE(listening.comesToRecordings(4));
+    EXPECT_TRUE(listening.waitForMusic("Paused"));
+    ASSERT_TRUE(listening.waitForRecordings(4));
     session.keyboard.tap(XK_Escape);
-    EXPECT_TRUE(listening.musicComesTo("Playing"));
+    EXPECT_TRUE(listening.waitForMusic("Playing"));
 
-    // A service that drops the session and then does not take the file
+    // A service that drops the session and then does not accept the file.
     Realtime dropping;
     dropping.closesAtCommit = true;
     server.setRealtime(dropping);
     session.holdToTalk();
-    EXPECT_TRUE(listening.musicComesTo("Paused"));
-    session.letGo();
-    EXPECT_TRUE(listening.musicComesTo("Playing"));
+    EXPECT_TRUE(listening.waitForMusic("Paused"));
+    session.releaseKey();
+    EXPECT_TRUE(listening.waitForMusic("Playing"));
     EXPECT_EQ(session.program.auditCount("error", "transcription-failed"), 1U) << session.program.output();
 
-    // No service at all in hands-free mode
+    // No service in hands-free mode.
     server.setListening(false);
     server.dropAll();
     session.tapHandsFree();
     EXPECT_TRUE(session.program.waitForOutput("Unable to connect to the transcription service.", 10));
-    EXPECT_TRUE(listening.musicComesTo("Playing"));
+    EXPECT_TRUE(listening.waitForMusic("Playing"));
 
-    // No microphone
+    // No microphone.
     session.desktop.sound().removeMicrophone();
     session.keyboard.down(XK_Alt_L);
     EXPECT_TRUE(session.program.waitForOutput("Failed to start recording: ", 10)) << session.program.output();
     session.keyboard.up(XK_Alt_L);
-    EXPECT_TRUE(listening.musicComesTo("Playing"));
+    EXPECT_TRUE(listening.waitForMusic("Playing"));
 }
 
-TEST(Media, IsLeftAsTheUserHasIt) {
+TEST(Media, StaysAsTheUserSetIt) {
     TestServer server;
     hear(server, {"plain words"});
     ListeningSession listening(streamingTo(server, false));
     auto& session = listening.session;
     ASSERT_TRUE(server.waitForSockets(1, 20)) << session.program.output();
     listening.startMusic();
-    ASSERT_TRUE(listening.musicComesTo("Playing"));
+    ASSERT_TRUE(listening.waitForMusic("Playing"));
     listening.pauseMusic();
-    ASSERT_TRUE(listening.musicComesTo("Paused"));
+    ASSERT_TRUE(listening.waitForMusic("Paused"));
 
-    // Paused before
+    // The user has paused the music before.
     session.holdToTalk();
     EXPECT_EQ(listening.status(), "Paused");
-    session.letGo();
+    session.releaseKey();
     pauseMilliseconds(500);
     EXPECT_EQ(listening.status(), "Paused");
 
-    // Started meanwhile
+    // The user starts the music meanwhile.
     session.holdToTalk();
     listening.startMusic();
-    EXPECT_TRUE(listening.musicComesTo("Playing"));
-    session.letGo();
+    EXPECT_TRUE(listening.waitForMusic("Playing"));
+    session.releaseKey();
     pauseMilliseconds(500);
     EXPECT_EQ(listening.status(), "Playing");
 }
@@ -158,19 +158,19 @@ TEST(Media, IsPausedAtOnce) {
 
     std::vector<double> milliseconds;
     for (std::size_t run = 1; run <= 20; ++run) {
-        ASSERT_TRUE(listening.musicComesTo("Playing"));
+        ASSERT_TRUE(listening.waitForMusic("Playing"));
         const double start = monotonicSeconds();
         session.tapHandsFree();
         while (listening.status() != "Paused" && monotonicSeconds() < start + 10) {
         }
         milliseconds.push_back((monotonicSeconds() - start) * 1000);
-        ASSERT_TRUE(listening.comesToRecordings(run));
+        ASSERT_TRUE(listening.waitForRecordings(run));
         session.keyboard.tap(XK_Escape);
     }
     const double median = medianOf(milliseconds);
     std::cout << "paused " << median << " ms after the key went down (median)\n";
     RecordProperty("median_microseconds", static_cast<int>(median * 1000));
-    // It is a tenth of that; the machine may be busy with other tests.
+    // Usually it is a tenth of that; the machine may be busy with other tests.
     EXPECT_LT(median, 500);
 }
 

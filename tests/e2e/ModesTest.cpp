@@ -9,7 +9,7 @@ namespace sonvale::tests {
 
 namespace {
 
-/// Runs until the program is ready to be tapped or held.
+/// Waits until the program has an open session.
 void expectSession(Session& session, const TestServer& server) {
     ASSERT_TRUE(server.waitForSockets(1, 20)) << session.program.output();
 }
@@ -23,14 +23,14 @@ bool comesToRows(const Session& session, std::size_t count) {
     return eventually(10, [&] { return session.program.history().size() == count; });
 }
 
-/// Says something and is silent again.
+/// Speaks shortly and is silent again.
 void speakShortly(Session& session) {
     const auto speech = session.startSpeaking(voices().front());
     pauseMilliseconds(1300);
 }
 
-/// Presses the shortcut, as fast as a keyboard can. In the other order of letting go Alt would be held alone,
-/// which is a tap.
+/// Presses the hotkey as fast as a keyboard can. If the keys were released in the other order, Alt would be
+/// held alone, which is a tap.
 void pasteLast(TestKeyboard& keyboard) {
     keyboard.down(XK_Alt_L);
     keyboard.down(XK_Super_L);
@@ -42,7 +42,7 @@ void pasteLast(TestKeyboard& keyboard) {
 
 } // namespace
 
-TEST(LongForm, TypesTheFirstPartAfterFiveSecondsAndTheRestAtTheRelease) {
+TEST(LongForm, TypesTheFirstPieceAfterFiveSecondsAndTheRestAtTheRelease) {
     TestServer server;
     hear(server, {"the first part", "and the rest"});
     server.answer(chatPath, chatCompletion("The first part, and the rest."));
@@ -52,7 +52,7 @@ TEST(LongForm, TypesTheFirstPartAfterFiveSecondsAndTheRestAtTheRelease) {
     session.holdToTalk();
     session.speak(voices().front());
     EXPECT_TRUE(session.program.history().empty());
-    ASSERT_TRUE(comesToCommits(server, 1));
+    ASSERT_TRUE(waitForCommits(server, 1));
     ASSERT_TRUE(session.program.waitForTimings("PTT long-form segment: ", 1, 5)) << session.program.output();
     pauseMilliseconds(700);
     const bool isTypedMeanwhile = session.program.history().size() == 1;
@@ -69,11 +69,11 @@ TEST(LongForm, TypesTheFirstPartAfterFiveSecondsAndTheRestAtTheRelease) {
     EXPECT_EQ(session.program.history().size(), 3U);
     EXPECT_TRUE(session.program.recordings().empty());
 
-    // Nothing is stuck: the keys type as they did before.
+    // No key is stuck: the keys type as before.
     session.keyboard.tap(XK_x);
     EXPECT_TRUE(session.editor.comesToHold("The first part, and the rest.x", 5))
         << session.editor.savedText();
-    // Alt is Alt again: with an arrow it moves the line.
+    // Alt works as Alt again: with an arrow key it moves the line.
     session.keyboard.type("\ny");
     session.keyboard.chord(XK_Alt_L, XK_Up);
     EXPECT_TRUE(session.editor.comesToHold("y\nThe first part, and the rest.x", 5))
@@ -92,7 +92,7 @@ TEST(HandsFree, TypesEachUtteranceAndReplacesThemByTheCleanedWhole) {
     expectRecording(session);
     for (int utterance = 1; utterance <= 3; ++utterance) {
         ASSERT_EQ(session.startSpeaking(voices().front()).wait(60), 0);
-        ASSERT_TRUE(comesToCommits(server, utterance)) << session.program.output();
+        ASSERT_TRUE(waitForCommits(server, utterance)) << session.program.output();
         EXPECT_TRUE(comesToRows(session, static_cast<std::size_t>(utterance)));
     }
     pauseMilliseconds(600);
@@ -107,7 +107,7 @@ TEST(HandsFree, TypesEachUtteranceAndReplacesThemByTheCleanedWhole) {
     EXPECT_TRUE(session.editor.comesToHold("before: ", 5)) << session.editor.savedText();
 }
 
-TEST(HandsFree, IsLeftByAPressOfPushToTalk) {
+TEST(HandsFree, EndsByAPressOfPushToTalk) {
     TestServer server;
     hear(server, {"first words", "last words", "and again"});
     server.answer(chatPath, chatCompletion("First words, last words."));
@@ -118,49 +118,49 @@ TEST(HandsFree, IsLeftByAPressOfPushToTalk) {
     session.tapHandsFree();
     expectRecording(session);
     speakShortly(session);
-    ASSERT_TRUE(comesToCommits(server, 1)) << session.program.output();
+    ASSERT_TRUE(waitForCommits(server, 1)) << session.program.output();
     ASSERT_TRUE(comesToRows(session, 1));
     speakShortly(session);
     session.keyboard.down(XK_Alt_L);
-    ASSERT_TRUE(comesToCommits(server, 2)) << session.program.output();
+    ASSERT_TRUE(waitForCommits(server, 2)) << session.program.output();
     session.keyboard.up(XK_Alt_L);
     session.waitForRingToHide();
 
     EXPECT_TRUE(session.editor.comesToHold("First words, last words.", 15)) << session.program.output();
     EXPECT_EQ(server.requests(chatPath).size(), 1U);
-    EXPECT_EQ(session.program.auditCount("recordingStarted"), 1U) << "the press began no other";
+    EXPECT_EQ(session.program.auditCount("recordingStarted"), 1U) << "the press began no other recording";
     EXPECT_TRUE(eventually(5, [&] { return session.program.recordings().empty(); }));
     EXPECT_FALSE(session.keyboard.isAnyKeyDown());
 
-    // The next press is one like any other.
+    // The next press works as usual.
     session.dictate(voices().front());
     EXPECT_TRUE(session.editor.comesToHold("First words, last words.And again.", 10))
         << session.editor.savedText() << session.program.output();
 }
 
-TEST(HandsFree, KeepsTheOrderWhenAnInsertionIsSlowerThanTheNextUtterance) {
+TEST(HandsFree, KeepsTheOrderIfAnInsertionIsSlowerThanTheNextUtterance) {
     TestServer server;
     hear(server, {"x", "first words", "second words"});
     Session session(streamingTo(server, false));
     expectSession(session, server);
     session.holdToTalk();
-    session.letGo();
+    session.releaseKey();
     const auto copied = copiedPage();
     const SelectionOwner owner(session.desktop.display(), copied);
 
     session.tapHandsFree();
     ASSERT_TRUE(eventually(10, [&] { return session.program.auditCount("recordingStarted") == 2; }));
     speakShortly(session);
-    // Insertions wait for each other, those of the pieces as well: twenty take seven seconds at least, which
-    // is longer than the next utterance. The program sees the keys when all are pressed: before, they would
-    // meet the keys of its first insertion.
+    // All insertions wait for each other, also the insertions of the pieces. Twenty take at least seven
+    // seconds, which is longer than the next utterance. The program is stopped until all keys are pressed:
+    // otherwise they would mix with the keys of its first insertion.
     session.program.stop();
     for (int i = 0; i < 20; ++i)
         pasteLast(session.keyboard);
-    session.program.goOn();
-    ASSERT_TRUE(comesToCommits(server, 2)) << session.program.output();
+    session.program.resume();
+    ASSERT_TRUE(waitForCommits(server, 2)) << session.program.output();
     speakShortly(session);
-    ASSERT_TRUE(comesToCommits(server, 3)) << session.program.output();
+    ASSERT_TRUE(waitForCommits(server, 3)) << session.program.output();
     session.tapHandsFree();
 
     EXPECT_TRUE(session.editor.comesToHold(std::string(21, 'x') + "first words second words", 90))
@@ -168,7 +168,7 @@ TEST(HandsFree, KeepsTheOrderWhenAnInsertionIsSlowerThanTheNextUtterance) {
     expectClipboardHolds(session.desktop.display(), copied);
 }
 
-TEST(HandsFree, KeepsWhatWasTypedWhenItIsCancelled) {
+TEST(HandsFree, KeepsTheTypedTextIfItIsCancelled) {
     TestServer server;
     hear(server, {"first words", "never"});
     Session session(streamingTo(server, false));
@@ -177,7 +177,7 @@ TEST(HandsFree, KeepsWhatWasTypedWhenItIsCancelled) {
     session.tapHandsFree();
     expectRecording(session);
     ASSERT_EQ(session.startSpeaking(voices().front()).wait(60), 0);
-    ASSERT_TRUE(comesToCommits(server, 1)) << session.program.output();
+    ASSERT_TRUE(waitForCommits(server, 1)) << session.program.output();
     EXPECT_TRUE(session.editor.comesToHold("first words", 10)) << session.program.output();
     session.keyboard.tap(XK_Escape);
     EXPECT_TRUE(eventually(5, [&] { return session.program.recordings().empty(); }));
@@ -187,7 +187,7 @@ TEST(HandsFree, KeepsWhatWasTypedWhenItIsCancelled) {
     EXPECT_EQ(commits(server), 1);
 }
 
-TEST(HandsFree, SaysThatItNeedsTheService) {
+TEST(HandsFree, ReportsThatItNeedsTheService) {
     TestServer server;
     auto options = streamingTo(server, false);
     server.setListening(false);

@@ -13,11 +13,11 @@ namespace sonvale::tests {
 
 namespace {
 
-constexpr double patience = 30;
+constexpr double timeout = 30;
 
 void press(TestKeyboard& keyboard, const RunningProgram& program, const std::string& expected) {
     keyboard.tap(XK_Return);
-    if (!program.waitForOutput(expected, patience))
+    if (!program.waitForOutput(expected, timeout))
         throw std::runtime_error("not logged: " + expected + "\n" + program.output());
 }
 
@@ -48,7 +48,7 @@ void DashboardOnScreen::close() const {
     unsigned char* value = nullptr;
     XGetWindowProperty(display, DefaultRootWindow(display), atom("_NET_ACTIVE_WINDOW"), 0, 1, False,
                        XA_WINDOW, &type, &format, &count, &left, &value);
-    // EWMH: the window manager asks the window, as it does for the button.
+    // EWMH: the window manager asks the window to close, as it does for the button.
     XEvent request{};
     request.xclient.type = ClientMessage;
     request.xclient.window = *reinterpret_cast<Window*>(value);
@@ -58,7 +58,7 @@ void DashboardOnScreen::close() const {
                &request);
     XFree(value);
     XCloseDisplay(display);
-    if (!eventually(patience, [&] { return !isOpen(); }))
+    if (!eventually(timeout, [&] { return !isOpen(); }))
         throw std::runtime_error("the dashboard did not close");
 }
 
@@ -76,7 +76,7 @@ void continueSteps(const PrivateDesktop& desktop, const RunningProgram& program,
               fmt::format("[Onboarding] CONTINUE clicked — current step {} → {}", step, step + 1));
 }
 
-void goThroughFirstSteps(const PrivateDesktop& desktop, const RunningProgram& program) {
+void completeOnboarding(const PrivateDesktop& desktop, const RunningProgram& program) {
     DashboardOnScreen(desktop).activate();
     continueSteps(desktop, program, 0, lastStep);
     TestKeyboard keyboard(desktop.display(), TestKeyboard::Source::hardware);

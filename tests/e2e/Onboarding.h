@@ -5,15 +5,15 @@
 
 namespace sonvale::tests {
 
-/// The window of the dashboard in a private desktop, as its user finds and uses it.
+/// The window of the dashboard in a private desktop, as its user sees and uses it.
 class DashboardOnScreen {
 public:
     explicit DashboardOnScreen(const PrivateDesktop& desktop);
 
-    /// Waits until it is there and gives it the keyboard; throws when it does not come.
+    /// Waits for the window and gives it the keyboard. Throws if it does not appear.
     void activate(double seconds = 30) const;
     bool isOpen() const;
-    /// As by the button in its title bar; throws when it does not go.
+    /// Closes the window as the button in its title bar does. Throws if it stays open.
     void close() const;
 
 private:
@@ -24,10 +24,10 @@ private:
 
 constexpr int lastStep = 11;
 
-/// Presses "Continue" with the keyboard until `program` has come from step `from` to step `to`.
+/// Presses "Continue" with the keyboard until `program` has gone from step `from` to step `to`.
 void continueSteps(const PrivateDesktop& desktop, const RunningProgram& program, int from, int to);
 
 /// Goes through all steps to "Get Started" with the keyboard.
-void goThroughFirstSteps(const PrivateDesktop& desktop, const RunningProgram& program);
+void completeOnboarding(const PrivateDesktop& desktop, const RunningProgram& program);
 
 } // namespace sonvale::tests

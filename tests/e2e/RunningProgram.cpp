@@ -25,7 +25,7 @@ std::vector<std::string> linesOf(const std::string& text) {
     return lines;
 }
 
-/// The program in a folder of its own, with this information dictionary beside it.
+/// Returns the path of a copy of the program in a new folder, with this information dictionary next to it.
 fs::path installWith(const PrivateDesktop& desktop, const std::map<std::string, std::string>& info) {
     const auto folder = desktop.folder() / "program";
     fs::create_directories(folder);
@@ -48,7 +48,7 @@ RunningProgram::RunningProgram(PrivateDesktop& desktop, const Options& options)
 }
 
 void RunningProgram::launch() {
-    fs::remove(log_); // of a former run in this desktop
+    fs::remove(log_); // of an earlier run in this desktop
     auto command = options_.launcher;
     command.push_back(executable_.string());
     process_.emplace(desktop_.start(std::move(command), log_.string(), options_.environment));
@@ -67,8 +67,8 @@ bool RunningProgram::waitUntilItListens(double seconds) {
 }
 
 void RunningProgram::reopen() const {
-    constexpr double patience = 30;
-    if (desktop_.start({executable_.string()}).wait(patience) != 0)
+    constexpr double timeout = 30;
+    if (desktop_.start({executable_.string()}).wait(timeout) != 0)
         throw std::runtime_error("a second start did not come to its end");
 }
 
@@ -81,18 +81,18 @@ void RunningProgram::stop() {
     process_->signal(SIGSTOP);
 }
 
-void RunningProgram::goOn() {
+void RunningProgram::resume() {
     process_->signal(SIGCONT);
 }
 
 void RunningProgram::kill() {
-    constexpr double patience = 20;
+    constexpr double timeout = 20;
     process_->signal(SIGKILL);
-    if (!process_->wait(patience))
+    if (!process_->wait(timeout))
         throw std::runtime_error("a killed program did not end");
 }
 
-void RunningProgram::startAgain() {
+void RunningProgram::restart() {
     launch();
     if (!waitUntilItListens())
         throw std::runtime_error("the program does not hear keys:\n" + output());
@@ -151,7 +151,7 @@ std::size_t RunningProgram::auditCount(const std::string& eventType, const std::
 
 std::vector<fs::path> RunningProgram::recordings() const {
     std::vector<fs::path> found;
-    // Other files come and go meanwhile.
+    // Other files may disappear meanwhile.
     std::error_code vanished;
     for (fs::recursive_directory_iterator entry(desktop_.folder(), vanished), end; entry != end;
          entry.increment(vanished)) {

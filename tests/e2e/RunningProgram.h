@@ -13,7 +13,7 @@
 
 namespace sonvale::tests {
 
-/// Son Vale itself, the built program, running in a private desktop as its user would have it.
+/// The built program, running in a private desktop as it does for its user.
 class RunningProgram {
 public:
     struct HistoryRow {
@@ -23,55 +23,56 @@ public:
     };
 
     struct Options {
-        /// Entries of its information dictionary in place of those that it was built with, such as addresses.
+        /// Entries that replace the built ones in its information dictionary, such as addresses.
         std::map<std::string, std::string> info = {};
-        std::map<std::string, std::string> environment = {}; ///< more than the desktop's
-        /// A command that is given the program as its last argument and becomes it.
+        std::map<std::string, std::string> environment = {}; ///< variables besides the desktop's
+        /// A command that gets the program as its last argument and executes it.
         std::vector<std::string> launcher = {};
     };
 
-    /// Writes the settings file, unless there is one already, and starts the program; `waitUntilItListens()`
-    /// comes next.
+    /// Writes the settings file, unless there is one already, and starts the program. The caller then calls
+    /// `waitUntilItListens()`.
     explicit RunningProgram(PrivateDesktop& desktop)
         : RunningProgram(desktop, Options{}) {}
     RunningProgram(PrivateDesktop& desktop, const Options& options);
 
-    /// Settings as the program's user would have left them. The place exists then, with nothing else in it.
+    /// Writes the settings file, as an earlier run of the program would have. Creates its folder.
     static std::filesystem::path writeSettings(const PrivateDesktop& desktop, const std::string& content);
 
-    /// Whether it gets to hear keys.
+    /// Waits until the program listens to keys. Returns whether it does.
     bool waitUntilItListens(double seconds = 60);
     bool isRunning() { return process_->isRunning(); }
     pid_t pid() const { return process_->pid(); }
 
-    /// Starts the program once more, which opens the dashboard of the one that runs.
+    /// Starts the program a second time, which opens the dashboard of the running instance.
     void reopen() const;
 
-    /// Asks it to end, as the end of a session does; its exit status, absent when it does not end.
+    /// Asks it to end, as the end of a session does. Returns its exit status, or nullopt if it does not end.
     std::optional<int> quit(double seconds = 20);
-    /// Ends it as a crash does, without a chance to tidy up.
+    /// Ends it as a crash does, without a clean-up.
     void kill();
-    /// Suspends the process until `goOn`. What happens meanwhile reaches it then.
+    /// Suspends the process until `resume`. The process receives the events of the meantime afterwards.
     void stop();
-    void goOn();
-    /// Starts it once more after it has ended; what it wrote before is forgotten.
-    void startAgain();
+    void resume();
+    /// Starts it again after it has ended. Drops the earlier output.
+    void restart();
 
-    /// Everything that it wrote to its two output streams so far.
+    /// Returns all text that it has written to its two output streams.
     std::string output() const;
     bool waitForOutput(const std::string& text, double seconds) const;
 
-    /// The "[PERF] " lines that begin with `stage`, without that: "startDictation total: ".
+    /// Returns the "[PERF] " lines that begin with `stage`, such as "startDictation total: ", without it.
     std::vector<std::string> timings(const std::string& stage) const;
     bool waitForTimings(const std::string& stage, std::size_t count, double seconds) const;
 
-    /// The rows of the history in the order of their making.
+    /// Returns the rows of the history in the order of their creation.
     std::vector<HistoryRow> history() const;
-    /// The lines of the audit log.
+    /// Returns the lines of the audit log.
     std::vector<nlohmann::json> audit() const;
-    /// How many lines of the audit log are of this event; with `details`, only those that say so.
+    /// Returns the number of lines of this event in the audit log. If `details` is not empty, counts only the
+    /// lines with these details.
     std::size_t auditCount(const std::string& eventType, const std::string& details = {}) const;
-    /// Recordings that lie anywhere in the user's folders.
+    /// Returns all recordings in the user's folders.
     std::vector<std::filesystem::path> recordings() const;
 
     std::filesystem::path storeFile() const { return desktop_.data() / "Sonvale" / "Sonvale.store"; }

@@ -8,7 +8,7 @@ namespace sonvale::tests {
 
 namespace {
 
-constexpr double patience = 30;
+constexpr double timeout = 30;
 
 } // namespace
 
@@ -16,11 +16,11 @@ std::string ScreenReader::read() const {
     return ask({"read"});
 }
 
-bool ScreenReader::comesToSay(const std::string& words, double seconds) const {
+bool ScreenReader::waitForText(const std::string& words, double seconds) const {
     return eventually(seconds, [&] { return read().find(words) != std::string::npos; });
 }
 
-bool ScreenReader::comesNotToSay(const std::string& words, double seconds) const {
+bool ScreenReader::waitForNoText(const std::string& words, double seconds) const {
     return eventually(seconds, [&] { return read().find(words) == std::string::npos; });
 }
 
@@ -41,13 +41,13 @@ std::string ScreenReader::ask(std::vector<std::string> arguments) const {
     const TemporaryDirectory folder;
     const auto file = folder.path() + "/answer";
     auto reader = desktop_.start(std::move(arguments), file);
-    reader.wait(patience);
+    reader.wait(timeout);
     return contentOf(file);
 }
 
 void ScreenReader::act(const std::string& what, const std::string& name, const std::string& role) const {
-    const bool isDone = eventually(patience, [&] {
-        return desktop_.start({SONVALE_SCREEN_READER, what, name, role}).wait(patience) == 0;
+    const bool isDone = eventually(timeout, [&] {
+        return desktop_.start({SONVALE_SCREEN_READER, what, name, role}).wait(timeout) == 0;
     });
     if (!isDone)
         throw std::runtime_error("could not " + what + " \"" + name + "\" among\n" + read());

@@ -6,26 +6,27 @@
 
 namespace sonvale::tests {
 
-/// The program's windows as assistive technology sees them: what they say, and their controls by name. The
+/// The program's windows as assistive technology sees them: their texts, and their controls by name. The
 /// desktop must have been made accessible before the program started (`turnOnAccessibility`).
 class ScreenReader {
 public:
     explicit ScreenReader(const PrivateDesktop& desktop)
         : desktop_(desktop) {}
 
-    /// Everything that shows now, one line each: role, name, "on" when it is checked or selected, and what
-    /// stands in a field, parted by tabs.
+    /// Returns all visible items, one line each, with tabs between the role, the name, "on" if the item is
+    /// checked or selected, and the text of a field.
     std::string read() const;
-    /// Whether these words come to stand among what `read` gives.
-    bool comesToSay(const std::string& words, double seconds) const;
-    bool comesNotToSay(const std::string& words, double seconds) const;
+    /// Wait until the result of `read` contains these words, or no longer contains them. Return whether that
+    /// happened in time.
+    bool waitForText(const std::string& words, double seconds) const;
+    bool waitForNoText(const std::string& words, double seconds) const;
 
-    /// Presses the first control with this name (and role, as AT-SPI calls it), once there is one. Throws
-    /// when there is none within some seconds.
+    /// Waits for a control with this name (and role, as AT-SPI calls it), and presses the first one. Throws
+    /// if there is none within some seconds.
     void press(const std::string& name, const std::string& role = {}) const;
-    /// Gives it the keyboard.
+    /// Gives a control the keyboard.
     void focus(const std::string& name, const std::string& role = {}) const;
-    /// What stands in the field; empty when there is none.
+    /// Returns the text of the field. Empty if there is no such field.
     std::string text(const std::string& name, const std::string& role = {}) const;
 
 private:

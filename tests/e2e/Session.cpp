@@ -13,8 +13,8 @@ namespace sonvale::tests {
 
 namespace {
 
-/// The machine may be busy with other tests.
-constexpr double patience = 180;
+/// Seconds. Long, because the machine may be busy with other tests.
+constexpr double timeout = 180;
 
 const std::string started = "startDictation total: ";
 const std::string stopped = "stopDictation total: ";
@@ -27,14 +27,14 @@ PrivateDesktop& prepared(PrivateDesktop& desktop, const Session::Options& option
     return desktop;
 }
 
-/// Whether the screen has a window of the ring's size that no window manager has placed.
+/// Returns whether the screen has a window of the ring's size that no window manager has placed.
 bool isRingShown(const std::string& displayName) {
     constexpr int ringSize = 48;
     auto* display = XOpenDisplay(displayName.c_str());
     if (!display)
         throw std::runtime_error("no display " + displayName);
-    // A window may go while it is looked at.
-    const auto former = XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });
+    // A window may disappear while it is examined.
+    const auto previousHandler = XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });
     Window root = None;
     Window parent = None;
     Window* children = nullptr;
@@ -49,18 +49,19 @@ bool isRingShown(const std::string& displayName) {
     if (children)
         XFree(children);
     XSync(display, False);
-    XSetErrorHandler(former);
+    XSetErrorHandler(previousHandler);
     XCloseDisplay(display);
     return isShown;
 }
 
-/// A user who is not signed in is shown the way in first, and closes it.
-void comeToTheEditor(const RunningProgram& program, const PrivateDesktop& desktop, bool isNewUser) {
-    constexpr double longerThanItTakesToOpen = 0.5;
-    program.waitForOutput("[AppDelegate] Initialization complete", patience);
+/// Brings the user to the editor. A new user completes onboarding first, and a signed-out user closes the
+/// sign-in.
+void reachTheEditor(const RunningProgram& program, const PrivateDesktop& desktop, bool isNewUser) {
+    constexpr double openDelay = 0.5;
+    program.waitForOutput("[AppDelegate] Initialization complete", timeout);
     if (isNewUser)
-        goThroughFirstSteps(desktop, program);
-    if (program.waitForOutput("[AppDelegate] Opening dashboard", longerThanItTakesToOpen)) {
+        completeOnboarding(desktop, program);
+    if (program.waitForOutput("[AppDelegate] Opening dashboard", openDelay)) {
         const DashboardOnScreen dashboard(desktop);
         dashboard.activate();
         dashboard.close();
@@ -69,7 +70,7 @@ void comeToTheEditor(const RunningProgram& program, const PrivateDesktop& deskto
 
 Editor::Options editorOf(const RunningProgram& program, const PrivateDesktop& desktop,
                          const Session::Options& options) {
-    comeToTheEditor(program, desktop, options.isNewUser);
+    reachTheEditor(program, desktop, options.isNewUser);
     std::map<std::string, std::string> environment;
     if (options.isAccessible) {
         environment["DBUS_SESSION_BUS_ADDRESS"] = desktop.environment().at("DBUS_SESSION_BUS_ADDRESS");
@@ -91,14 +92,14 @@ Session::Session(const Options& options)
     , keyboard(desktop.display(), TestKeyboard::Source::hardware) {
     if (!program.waitUntilItListens())
         fail("the program does not hear keys");
-    // A window manager that has bound one of the shortcuts gives it up within this time.
+    // A window manager that has bound one of the shortcuts releases it within this time.
     pauseMilliseconds(1500);
 }
 
 void Session::dictate(const Voice& voice) {
     holdToTalk();
     speak(voice);
-    letGo();
+    releaseKey();
 }
 
 void Session::holdToTalk() {
@@ -106,7 +107,7 @@ void Session::holdToTalk() {
     stopsBefore_ = program.timings(stopped).size();
     keyboard.down(XK_Alt_L);
     waitForStart();
-    // A shorter press counts as none.
+    // A shorter press is ignored.
     pauseMilliseconds(300);
 }
 
@@ -117,13 +118,13 @@ void Session::holdToCommand() {
     waitForStart();
 }
 
-void Session::letGoOfCommand() {
+void Session::releaseCommandKeys() {
     keyboard.up(XK_equal);
     keyboard.up(XK_Alt_L);
 }
 
 void Session::waitForRingToHide() {
-    if (!eventually(patience, [this] { return !isRingShown(desktop.display()); }))
+    if (!eventually(timeout, [this] { return !isRingShown(desktop.display()); }))
         fail("the ring did not go");
 }
 
@@ -132,26 +133,26 @@ void Session::tapHandsFree() {
 }
 
 void Session::waitForStart() {
-    if (!program.waitForTimings(started, startsBefore_ + 1, patience))
+    if (!program.waitForTimings(started, startsBefore_ + 1, timeout))
         fail("no recording began when the keys were held");
 }
 
 void Session::speak(const Voice& voice) {
-    if (startSpeaking(voice).wait(patience) != 0)
+    if (startSpeaking(voice).wait(timeout) != 0)
         fail("the sentence was not played to its end");
 }
 
 ChildProcess Session::startSpeaking(const Voice& voice) {
-    // Sound that is late on a busy machine would leave gaps in the sentence.
+    // On a busy machine, late sound would leave gaps in the sentence.
     constexpr int latencyMilliseconds = 1000;
     return desktop.sound().play(voiceFile(voice.name).string(), latencyMilliseconds);
 }
 
-void Session::letGo() {
+void Session::releaseKey() {
     if (program.timings(stopped).size() != stopsBefore_)
         fail("the dictation ended while Alt was held");
     keyboard.up(XK_Alt_L);
-    if (!program.waitForTimings(stopped, stopsBefore_ + 1, patience))
+    if (!program.waitForTimings(stopped, stopsBefore_ + 1, timeout))
         fail("the dictation did not end when Alt was let go");
 }
 

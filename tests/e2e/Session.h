@@ -11,52 +11,52 @@
 
 namespace sonvale::tests {
 
-/// A user at work: a desktop with the program running in it, an editor in front, and hands on the keyboard.
+/// A user at work: a desktop with the running program, an editor in front, and a keyboard.
 class Session {
 public:
     struct Options {
         WindowManager windowManager = WindowManager::openbox;
         PrivateDesktop::Sound sound = PrivateDesktop::Sound::withMicrophone;
         Editor::Program editor = Editor::Program::mousepad;
-        std::string text = {};            ///< that the editor's file holds at first
+        std::string text = {};            ///< the text of the editor's file at first
         std::string terminalCommand = {}; ///< as in `Editor::Options`
-        bool isNewUser = false;           ///< who goes through the first steps before the editor opens
-        bool isAccessible = false;        ///< the editor tells assistive technology of itself
+        bool isNewUser = false;           ///< whether the user completes onboarding before the editor opens
+        bool isAccessible = false;        ///< whether the editor reports itself to assistive technology
         std::function<void(PrivateDesktop&)> prepare = {}; ///< called before the program starts
         RunningProgram::Options program = {};
     };
 
     Session();
-    /// Comes back when the program hears keys and the editor has the keyboard; throws when it does not get
-    /// there.
+    /// Returns when the program listens to keys and the editor has the keyboard. Throws if that does not
+    /// happen.
     explicit Session(const Options& options);
 
-    /// Holds Alt, speaks the sentence into the microphone, lets go, and waits for the end of the dictation.
-    /// Throws with the reason, and with what the program wrote, when one of these steps does not come about.
+    /// Holds Alt, speaks the sentence into the microphone, releases the key, and waits for the end of the
+    /// dictation. If one of these steps fails, throws with the reason and the output of the program.
     void dictate(const Voice& voice);
 
     // The steps of `dictate`.
     void holdToTalk();
     void speak(const Voice& voice);
-    void letGo();
+    void releaseKey();
 
-    /// Waits until the ring has gone: the end of every dictation, also of one that prints no timing (a
-    /// snippet, a command). Before the end, the test must press no keys, not even to save the editor's text:
-    /// the program presses its own paste shortcut, and a Control key that goes up in the middle of it leaves
-    /// a plain "v".
+    /// Waits until the ring is hidden. That is the end of every dictation, also of one that prints no timing
+    /// (a snippet, a command). Before that the test must not press keys, not even to save the editor's text:
+    /// the program presses its own paste shortcut, and a Control key that is released meanwhile leaves a
+    /// plain "v".
     void waitForRingToHide();
 
     /// Holds the keys of command mode and waits for the recording, as `holdToTalk` does.
     void holdToCommand();
-    void letGoOfCommand();
-    /// Enters hands-free mode, or leaves it.
+    void releaseCommandKeys();
+    /// Starts hands-free mode, or ends it.
     void tapHandsFree();
 
-    /// Begins to play the sentence; the player ends with it.
+    /// Starts to play the sentence. The player exits at its end.
     ChildProcess startSpeaking(const Voice& voice);
 
     PrivateDesktop desktop;
-    ChildProcess panel; ///< with a tray
+    ChildProcess panel; ///< contains a tray
     RunningProgram program;
     Editor editor;
     TestKeyboard keyboard;

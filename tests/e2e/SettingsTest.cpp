@@ -17,43 +17,44 @@ namespace sonvale::tests {
 
 namespace {
 
-constexpr double patience = 20;
+constexpr double timeout = 20;
 const std::string languageOfSession = "/session/audio/input/transcription/language";
 
-/// One who looks at the settings.
+/// A user with the settings open.
 struct SettingsUser : DashboardUser {
     explicit SettingsUser(const Options& options = {})
         : DashboardUser(options) {
         show("Settings");
     }
 
-    /// Turns the switch and sees it turned.
+    /// Changes the switch, and expects that it shows the change.
     void turn(const std::string& name, bool isOn) {
         const auto line = "check box\t" + name + "\t";
         const auto on = line + "on";
         if ((reader.read().find(on) != std::string::npos) == isOn)
             throw std::runtime_error(name + " is so already:\n" + reader.read());
         reader.press(name, "check box");
-        if (!(isOn ? reader.comesToSay(on, patience) : reader.comesNotToSay(on, patience)))
+        if (!(isOn ? reader.waitForText(on, timeout) : reader.waitForNoText(on, timeout)))
             throw std::runtime_error(name + " did not turn:\n" + reader.read());
     }
 
-    /// By the keyboard, which brings the card into view: it is this many steps after the button above.
+    /// Chooses an engine by the keyboard, which scrolls to the card. The card is `steps` after the button
+    /// above.
     void choose(const std::string& engine, int steps) {
         dashboard.activate();
         reader.focus("Change Hotkeys", "push button");
         for (int i = 0; i < steps; ++i)
             session.keyboard.tap(XK_Tab);
         session.keyboard.tap(XK_Return);
-        if (!reader.comesToSay("button\t" + engine + "\ton", patience))
+        if (!reader.waitForText("button\t" + engine + "\ton", timeout))
             throw std::runtime_error(engine + " was not chosen:\n" + reader.read());
     }
     void chooseStreaming() { choose("Streaming", 2); }
     void chooseLocal() { choose("Local", 4); }
 
-    bool hasInserted(const std::string& text) { return session.editor.comesToHold(text, patience); }
+    bool hasInserted(const std::string& text) { return session.editor.comesToHold(text, timeout); }
 
-    /// The language that the service was told for the last utterance.
+    /// Returns the language that was sent to the service for the last utterance.
     std::string languageOfLastUtterance() const {
         const auto sockets = server.sockets();
         const auto last = std::find_if(sockets.rbegin(), sockets.rend(),
@@ -66,7 +67,7 @@ struct SettingsUser : DashboardUser {
     }
 };
 
-/// Whether the window manager keeps the window out of the taskbar.
+/// Returns whether the window manager omits the window from the taskbar.
 bool skipsTaskbar(XcbSession& session, xcb_window_t window) {
     const auto state = xcb_get_property(session.connection(), 0, window, session.atom("_NET_WM_STATE"),
                                         XCB_ATOM_ATOM, 0, 64);
@@ -82,7 +83,7 @@ bool skipsTaskbar(XcbSession& session, xcb_window_t window) {
 
 } // namespace
 
-TEST(Settings, OfCleanUpAndPrivacyAndLanguageCountForTheNextDictation) {
+TEST(Settings, OfCleanUpAndPrivacyAndLanguageApplyToTheNextDictation) {
     SettingsUser user(
         {.settings = {{"aiProcessingEnabled", true}, {"language", "en"}},
          .transcripts = {"um one apple", "um two pears", "um three plums", "um four nuts", "um five figs"}});
@@ -118,7 +119,7 @@ TEST(Settings, OfCleanUpAndPrivacyAndLanguageCountForTheNextDictation) {
     EXPECT_EQ(user.languageOfLastUtterance(), "es");
 }
 
-TEST(Settings, PauseTheMusicOnlyWhenTheyAreToldTo) {
+TEST(Settings, PauseTheMusicOnlyIfThatIsTurnedOn) {
     SettingsUser user({.transcripts = {"one", "two"}});
     user.turn("Pause audio during dictation", false);
     MpvPlayer player(user.session.desktop.environment().at("DBUS_SESSION_BUS_ADDRESS"), true);
@@ -131,19 +132,19 @@ TEST(Settings, PauseTheMusicOnlyWhenTheyAreToldTo) {
     user.session.holdToTalk();
     pauseMilliseconds(1000);
     EXPECT_EQ(player.status(), "Playing");
-    user.session.letGo();
+    user.session.releaseKey();
     EXPECT_TRUE(user.hasInserted("one")) << user.session.program.output();
     EXPECT_EQ(player.status(), "Playing");
 
     user.turn("Pause audio during dictation", true);
     user.session.holdToTalk();
     EXPECT_TRUE(comesTo("Paused"));
-    user.session.letGo();
+    user.session.releaseKey();
     EXPECT_TRUE(comesTo("Playing"));
     EXPECT_TRUE(user.hasInserted("onetwo")) << user.session.program.output();
 }
 
-TEST(Settings, OfTheEngineCountForTheNextDictationAndLocalOnlyModeGoesBackToItAfterARestart) {
+TEST(Settings, OfTheEngineApplyToTheNextDictationAndReturnAfterLocalOnlyMode) {
     const auto& voice = voices().front();
     SettingsUser user(
         {.settings = {{"transcriptionEngine", "local"}}, .transcripts = {"streamed", "streamed again"}});
@@ -163,14 +164,14 @@ TEST(Settings, OfTheEngineCountForTheNextDictationAndLocalOnlyModeGoesBackToItAf
     user.chooseStreaming();
     user.turn("Local-only mode", true);
     const auto requests = user.server.requests().size();
-    EXPECT_TRUE(user.server.waitForOpenConnections(0, patience)) << "no session waits for a dictation";
+    EXPECT_TRUE(user.server.waitForOpenConnections(0, timeout)) << "no session waits for a dictation";
     const auto connections = user.server.connections();
     user.dictate(voice);
     text += voice.sentence;
     EXPECT_TRUE(user.hasInserted(text)) << program.output();
 
     ASSERT_EQ(program.quit(), 0);
-    program.startAgain();
+    program.restart();
     pauseMilliseconds(1500);
     user.dictate(voice);
     text += voice.sentence;
@@ -198,9 +199,9 @@ TEST(Settings, OfTheDesktopTakeEffectAtOnce) {
     const auto window = TestWindow::activeWindow(xcb);
     EXPECT_FALSE(skipsTaskbar(xcb, window));
     user.turn("Show in Dock", false);
-    EXPECT_TRUE(eventually(patience, [&] { return skipsTaskbar(xcb, window); }));
+    EXPECT_TRUE(eventually(timeout, [&] { return skipsTaskbar(xcb, window); }));
     user.turn("Show in Dock", true);
-    EXPECT_TRUE(eventually(patience, [&] { return !skipsTaskbar(xcb, window); }));
+    EXPECT_TRUE(eventually(timeout, [&] { return !skipsTaskbar(xcb, window); }));
 
     const auto entry = user.session.desktop.configuration() / "autostart/com.sonvale.app.desktop";
     EXPECT_FALSE(std::filesystem::exists(entry));
@@ -213,14 +214,14 @@ TEST(Settings, OfTheDesktopTakeEffectAtOnce) {
     user.server.answer("/feed.json",
                        {.body = base::Json{{"version", "1.1"}, {"page", "https://example.org/new"}}.dump()});
     user.reader.press("Check for Updates", "push button");
-    EXPECT_TRUE(user.reader.comesToSay("Version 1.1 is available. Its page has been opened.", patience))
+    EXPECT_TRUE(user.reader.waitForText("Version 1.1 is available. Its page has been opened.", timeout))
         << user.reader.read();
-    EXPECT_TRUE(eventually(patience, [&] { return contentOf(visited) == "https://example.org/new"; }));
+    EXPECT_TRUE(eventually(timeout, [&] { return contentOf(visited) == "https://example.org/new"; }));
     user.server.forget("/feed.json");
     user.server.answer("/feed.json",
                        {.body = base::Json{{"version", "1.0"}, {"page", "https://example.org/new"}}.dump()});
     user.reader.press("Check for Updates", "push button");
-    EXPECT_TRUE(user.reader.comesToSay("Son Vale is up to date.", patience)) << user.reader.read();
+    EXPECT_TRUE(user.reader.waitForText("Son Vale is up to date.", timeout)) << user.reader.read();
 }
 
 } // namespace sonvale::tests

@@ -7,19 +7,19 @@
 #include <X11/keysym.h>
 #include <gtest/gtest.h>
 
-// Alt alone is the hotkey, and the first half of the desktop's own shortcuts.
+// Alt alone is the hotkey, and the first key of the desktop's own shortcuts.
 
 namespace sonvale::tests {
 
 namespace {
 
-/// Shows each byte that the terminal's program gets: Alt+X is "^[x".
+/// Shows each byte that the terminal's program receives: Alt+X is "^[x".
 const std::string showKeys = "stty -icanon -echo; cat -v >> FILE";
 
 const std::string started = "startDictation total: ";
 const std::string stopped = "stopDictation total: ";
 
-/// A terminal that shows its keys, in front of a program with a service that hears something in everything.
+/// A terminal that shows its keys, and the program with a service that returns a text for any audio.
 struct Journey {
     explicit Journey(WindowManager windowManager = WindowManager::openbox)
         : session(options(server, windowManager)) {
@@ -35,10 +35,10 @@ struct Journey {
         return options;
     }
 
-    /// As long as a recording, its transcript and a paste would take to show.
+    /// Waits as long as a recording, its transcript and a paste would take to become visible.
     static void settle() { pauseMilliseconds(2500); }
 
-    bool comesToHaveTyped(const std::string& keys) {
+    bool waitForTyped(const std::string& keys) {
         return eventually(10, [&] { return contentOf(session.editor.file()) == keys; });
     }
 
@@ -77,7 +77,7 @@ TEST(SharedModifier, OpensNoMicrophoneForTheLetterOfAMenu) {
     pauseMilliseconds(50);
     journey.session.keyboard.tap(XK_x);
     journey.session.keyboard.up(XK_Alt_L);
-    EXPECT_TRUE(journey.comesToHaveTyped("^[x")) << contentOf(journey.session.editor.file());
+    EXPECT_TRUE(journey.waitForTyped("^[x")) << contentOf(journey.session.editor.file());
     journey.expectNothingWasRecorded();
     EXPECT_EQ(contentOf(journey.session.editor.file()), "^[x");
 }
@@ -93,7 +93,7 @@ TEST_P(SharedModifierOn, OpensNoMicrophoneForAltTab) {
     keyboard.down(XK_Alt_L);
     pauseMilliseconds(50);
     keyboard.tap(XK_Tab);
-    // Whoever looks at the list of windows holds Alt on.
+    // A user who looks at the list of windows continues to hold Alt.
     pauseMilliseconds(600);
     keyboard.up(XK_Alt_L);
     EXPECT_TRUE(eventually(10, [&] { return TestWindow::activeWindow(display) != other.id(); }));
@@ -106,7 +106,7 @@ INSTANTIATE_TEST_SUITE_P(WindowManagers, SharedModifierOn,
                              return info.param == WindowManager::openbox ? "openbox" : "xfwm4";
                          });
 
-TEST(SharedModifier, ThrowsTheRecordingAwayWhenAKeyFollowsLater) {
+TEST(SharedModifier, DiscardsTheRecordingIfAnotherKeyFollows) {
     Journey journey;
     auto& session = journey.session;
     session.holdToTalk();
@@ -115,19 +115,19 @@ TEST(SharedModifier, ThrowsTheRecordingAwayWhenAKeyFollowsLater) {
     EXPECT_TRUE(eventually(30, [&] { return session.program.auditCount("recordingStopped") == 1; }))
         << session.program.output();
     session.keyboard.up(XK_Alt_L);
-    EXPECT_TRUE(journey.comesToHaveTyped("^[x")) << contentOf(session.editor.file());
+    EXPECT_TRUE(journey.waitForTyped("^[x")) << contentOf(session.editor.file());
     Journey::settle();
     journey.expectNothingCame();
     EXPECT_EQ(contentOf(session.editor.file()), "^[x");
 
-    // The next dictation has nothing of it.
+    // The next dictation contains none of it.
     session.holdToTalk();
     session.speak(voices().front());
-    session.letGo();
-    EXPECT_TRUE(journey.comesToHaveTyped("^[xwords")) << contentOf(session.editor.file());
+    session.releaseKey();
+    EXPECT_TRUE(journey.waitForTyped("^[xwords")) << contentOf(session.editor.file());
 }
 
-TEST(SharedModifier, KeepsHandsFreeModeThroughOtherShortcutsAndEndsItByATap) {
+TEST(SharedModifier, KeepsHandsFreeModeDuringOtherShortcutsAndEndsItByATap) {
     Journey journey;
     auto& session = journey.session;
     session.tapHandsFree();
@@ -136,10 +136,10 @@ TEST(SharedModifier, KeepsHandsFreeModeThroughOtherShortcutsAndEndsItByATap) {
     pauseMilliseconds(50);
     session.keyboard.tap(XK_x);
     session.keyboard.up(XK_Alt_L);
-    EXPECT_TRUE(journey.comesToHaveTyped("^[x")) << contentOf(session.editor.file());
+    EXPECT_TRUE(journey.waitForTyped("^[x")) << contentOf(session.editor.file());
     session.speak(voices().front());
-    EXPECT_TRUE(eventually(30, [&] { return commits(journey.server) == 1; })) << "it goes on";
-    EXPECT_TRUE(journey.comesToHaveTyped("^[xwords")) << contentOf(session.editor.file());
+    EXPECT_TRUE(eventually(30, [&] { return commits(journey.server) == 1; })) << "the mode continues";
+    EXPECT_TRUE(journey.waitForTyped("^[xwords")) << contentOf(session.editor.file());
     session.keyboard.down(XK_Alt_L);
     pauseMilliseconds(50);
     session.keyboard.up(XK_Alt_L);
@@ -147,13 +147,13 @@ TEST(SharedModifier, KeepsHandsFreeModeThroughOtherShortcutsAndEndsItByATap) {
         << session.program.output();
 }
 
-TEST(SharedModifier, LeavesTheCancelKeyToTheApplicationOnceWhenItIsHeld) {
+TEST(SharedModifier, PassesAHeldCancelKeyToTheApplicationOnce) {
     Journey journey;
     journey.session.keyboard.down(XK_Escape);
     pauseMilliseconds(1500); // Xvfb repeats after 660 ms
     journey.session.keyboard.up(XK_Escape);
     journey.session.keyboard.tap(XK_x);
-    EXPECT_TRUE(journey.comesToHaveTyped("^[x")) << contentOf(journey.session.editor.file());
+    EXPECT_TRUE(journey.waitForTyped("^[x")) << contentOf(journey.session.editor.file());
 }
 
 } // namespace sonvale::tests

@@ -12,11 +12,11 @@ namespace sonvale::tests {
 
 namespace {
 
-/// A signed-in user with the recogniser of this machine.
+/// The settings of a signed-in user with the local recognizer.
 constexpr const char* signedIn = R"({"isOnboardingComplete": true, "transcriptionEngine": "local",
                                      "com.sonvale.refreshToken": "refresh", "aiProcessingEnabled": false})";
 
-constexpr double patience = 20;
+constexpr double timeout = 20;
 const std::string subtitle = "Customize keyboard shortcuts for each action";
 const std::string started = "startDictation total: ";
 const std::string stopped = "stopDictation total: ";
@@ -29,25 +29,25 @@ struct ShortcutsSession : Session {
         DashboardOnScreen(desktop).activate();
         reader.press("Settings", "");
         reader.press("Change Hotkeys", "push button");
-        if (!reader.comesToSay(subtitle, patience))
+        if (!reader.waitForText(subtitle, timeout))
             throw std::runtime_error("the sheet did not open: " + reader.read());
     }
 
     void record(const std::string& label) {
         reader.press("Edit the shortcut of " + label, "push button");
-        if (!reader.comesToSay("Press shortcut…", patience))
+        if (!reader.waitForText("Press shortcut…", timeout))
             throw std::runtime_error("nothing is recorded: " + reader.read());
     }
     void save() {
         reader.press("Save", "push button");
-        if (!reader.comesNotToSay(subtitle, patience))
+        if (!reader.waitForNoText(subtitle, timeout))
             throw std::runtime_error("the sheet stays: " + reader.read());
     }
     void closeDashboard() { DashboardOnScreen(desktop).close(); }
 
-    /// Whether holding the key begins a dictation; that is over when the key is up again.
-    static bool dictatesBy(const RunningProgram& running, TestKeyboard& hands, unsigned long key,
-                           double seconds) {
+    /// Holds the key and returns whether that starts a dictation. The dictation has ended when it returns.
+    static bool startsDictation(const RunningProgram& running, TestKeyboard& hands, unsigned long key,
+                                double seconds) {
         const auto starts = running.timings(started).size();
         const auto stops = running.timings(stopped).size();
         hands.down(key);
@@ -58,7 +58,7 @@ struct ShortcutsSession : Session {
         return hasBegun;
     }
 
-    /// The stored shortcuts, as text.
+    /// Returns the stored hotkeys as text.
     std::string storedBindings() const {
         const auto file = contentOf(desktop.configuration() / "com.sonvale.app/defaults.json");
         const auto encoded = nlohmann::json::parse(file).at("hotkeyBindings").at("base64").get<std::string>();
@@ -70,12 +70,12 @@ struct ShortcutsSession : Session {
 
 } // namespace
 
-TEST(Shortcuts, ARecordedOneCountsAtOnceAndAfterARestartAndTheFormerOneNoLonger) {
+TEST(Shortcuts, ARecordedShortcutReplacesTheOldOneAtOnceAndAfterARestart) {
     const auto& voice = voices().front();
     ShortcutsSession session;
     session.record("Push to Talk");
     session.keyboard.tap(XK_F8);
-    ASSERT_TRUE(session.reader.comesToSay("F8", patience)) << session.reader.read();
+    ASSERT_TRUE(session.reader.waitForText("F8", timeout)) << session.reader.read();
     session.save();
     session.closeDashboard();
 
@@ -84,27 +84,27 @@ TEST(Shortcuts, ARecordedOneCountsAtOnceAndAfterARestartAndTheFormerOneNoLonger)
     session.speak(voice);
     session.keyboard.up(XK_F8);
     EXPECT_TRUE(session.editor.comesToHold(voice.sentence, 60)) << session.editor.savedText();
-    EXPECT_FALSE(ShortcutsSession::dictatesBy(session.program, session.keyboard, XK_Alt_L, 1));
+    EXPECT_FALSE(ShortcutsSession::startsDictation(session.program, session.keyboard, XK_Alt_L, 1));
 
     EXPECT_EQ(session.program.quit(), 0);
     RunningProgram again(session.desktop);
     ASSERT_TRUE(again.waitUntilItListens());
     pauseMilliseconds(1500);
-    EXPECT_TRUE(ShortcutsSession::dictatesBy(again, session.keyboard, XK_F8, 60)) << again.output();
-    EXPECT_FALSE(ShortcutsSession::dictatesBy(again, session.keyboard, XK_Alt_L, 1));
+    EXPECT_TRUE(ShortcutsSession::startsDictation(again, session.keyboard, XK_F8, 60)) << again.output();
+    EXPECT_FALSE(ShortcutsSession::startsDictation(again, session.keyboard, XK_Alt_L, 1));
     EXPECT_FALSE(session.keyboard.isAnyKeyDown());
 }
 
-TEST(Shortcuts, TakeALetterWithAModifierThatAloneIsAnotherActionsAlready) {
+TEST(Shortcuts, AcceptALetterWithAModifierThatAloneBelongsToAnotherAction) {
     ShortcutsSession session;
     session.record("Cancel");
     session.keyboard.down(XK_Alt_L);
-    EXPECT_TRUE(session.reader.comesToSay("Already used by Push to Talk", patience)) << session.reader.read();
-    // The listener goes on meanwhile: the held key begins a dictation, and the letter ends it.
+    EXPECT_TRUE(session.reader.waitForText("Already used by Push to Talk", timeout)) << session.reader.read();
+    // The listener works meanwhile: the held key begins a dictation, and the letter ends it.
     EXPECT_TRUE(eventually(30, [&] { return session.program.auditCount("recordingStarted") == 1; }))
         << session.program.output();
     session.keyboard.tap(XK_k);
-    EXPECT_TRUE(session.reader.comesToSay("Option + K", patience)) << session.reader.read();
+    EXPECT_TRUE(session.reader.waitForText("Option + K", timeout)) << session.reader.read();
     session.keyboard.up(XK_Alt_L);
     EXPECT_TRUE(eventually(30, [&] { return session.program.auditCount("recordingStopped") == 1; }))
         << session.program.output();
@@ -114,14 +114,14 @@ TEST(Shortcuts, TakeALetterWithAModifierThatAloneIsAnotherActionsAlready) {
     EXPECT_EQ(session.editor.savedText(), "");
 }
 
-TEST(Shortcuts, EscapeReachesTheRecorderAlthoughTheListenerHearsIt) {
+TEST(Shortcuts, EscapeReachesTheRecorderAndTheListener) {
     ShortcutsSession session;
     session.record("Hands-Free Mode");
     session.keyboard.tap(XK_Escape);
-    EXPECT_TRUE(session.reader.comesNotToSay("Press shortcut…", patience)) << session.reader.read();
+    EXPECT_TRUE(session.reader.waitForNoText("Press shortcut…", timeout)) << session.reader.read();
     EXPECT_NE(session.reader.read().find(subtitle), std::string::npos);
     session.keyboard.tap(XK_Escape);
-    EXPECT_TRUE(session.reader.comesNotToSay(subtitle, patience)) << session.reader.read();
+    EXPECT_TRUE(session.reader.waitForNoText(subtitle, timeout)) << session.reader.read();
 }
 
 } // namespace sonvale::tests

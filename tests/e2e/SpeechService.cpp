@@ -59,7 +59,7 @@ int commits(const TestServer& server) {
     return count;
 }
 
-bool comesToCommits(const TestServer& server, int count) {
+bool waitForCommits(const TestServer& server, int count) {
     return eventually(10, [&] { return commits(server) >= count; });
 }
 

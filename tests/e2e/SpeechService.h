@@ -6,26 +6,26 @@
 #include <string>
 #include <vector>
 
-// The outside service as the program streams to it, with transcripts that a test chooses.
+// The outside service that the program streams to, with transcripts that a test chooses.
 
 namespace sonvale::tests {
 
 constexpr const char* serviceKey = "sk-of-this-test";
 constexpr const char* chatPath = "/v1/chat/completions";
 
-/// A user of the streaming engine whose program has the service's key; `isCleaned`: with clean-up by the
-/// chat.
+/// Returns the options for a user of the streaming engine whose program has the service's key. `isCleaned`:
+/// the chat cleans the texts.
 Session::Options streamingTo(const TestServer& server, bool isCleaned,
                              Editor::Program editor = Editor::Program::mousepad);
 
-/// Each commit of the sockets to come is answered with the next of these, and then with an empty one.
+/// Makes later sockets answer each commit with the next of these transcripts, and then with an empty one.
 void hear(TestServer& server, std::vector<std::string> transcripts);
 
-/// How many there were on all sockets.
+/// Returns the number of commits on all sockets.
 int commits(const TestServer& server);
-bool comesToCommits(const TestServer& server, int count);
+bool waitForCommits(const TestServer& server, int count);
 
-/// The messages of a chat request.
+/// Return the messages of a chat request.
 std::string systemPromptOf(const Request& request);
 std::string userMessageOf(const Request& request);
 

@@ -28,7 +28,7 @@ constexpr const char* key = "sk-of-this-test";
 constexpr const char* files = "/v1/audio/transcriptions";
 constexpr double rate = 24000;
 
-/// A program that is built with a key for that service and has this setting.
+/// Returns the options for a program with a key for the service and this engine.
 Session::Options with(const TestServer& server, const std::string& engine) {
     Session::Options options;
     options.prepare = [engine](PrivateDesktop& desktop) {
@@ -42,7 +42,7 @@ Session::Options with(const TestServer& server, const std::string& engine) {
     return options;
 }
 
-/// The same for a program on the near machine of the network; the server listens on the far one.
+/// Works as `with` for a program on the near machine of the network. The server listens on the far machine.
 Session::Options across(const PrivateNetwork& network, const TestServer& server, const std::string& engine) {
     auto options = with(server, engine);
     options.program.info["OPENAI_BASE_URL"] = PrivateNetwork::serverUrl("https");
@@ -88,8 +88,8 @@ double correlation(const std::vector<float>& a, std::size_t start, const std::ve
     return aa > 0 && bb > 0 ? ab / std::sqrt(aa * bb) : 0;
 }
 
-/// The best correlation of `part` with a stretch of `whole`, wherever it begins. A gap or a repeat of a
-/// hundredth of a second in the middle of speech brings it down to a half.
+/// Returns the best correlation of `part` with any section of `whole`. A gap or a repeat of a hundredth of a
+/// second in the middle of speech reduces it to a half.
 double likeness(const std::vector<float>& whole, const std::vector<float>& part) {
     if (whole.size() < part.size())
         return 0;
@@ -108,7 +108,7 @@ double likeness(const std::vector<float>& whole, const std::vector<float>& part)
     return best;
 }
 
-/// Loud noise, in which every moment is unlike every other.
+/// Returns loud noise in which no two moments are alike.
 std::vector<float> noise(std::size_t samples) {
     std::vector<float> result(samples);
     std::uint32_t state = 1;
@@ -119,8 +119,8 @@ std::vector<float> noise(std::size_t samples) {
     return result;
 }
 
-/// Speaks in real time, as a microphone hears it. `meanwhile` is called after each 10 ms, with the samples so
-/// far.
+/// Speaks in real time, as a microphone captures it. `meanwhile` is called every 10 ms with the number of
+/// samples so far.
 void speakInto(
     PipeMicrophone& microphone, const std::vector<float>& samples,
     const std::function<void(std::size_t)>& meanwhile = [](std::size_t) {}) {
@@ -136,7 +136,7 @@ void speakInto(
     }
 }
 
-/// The recorder's own file in the body of an upload.
+/// Returns the samples of the recorder's file in the body of an upload.
 std::vector<float> samplesOfUpload(const Request& request) {
     constexpr std::string_view head = "Content-Type: audio/m4a\r\n\r\n";
     const auto begin = request.body.find(head);
@@ -149,8 +149,8 @@ std::vector<float> samplesOfUpload(const Request& request) {
     return samplesOfFile(directory.path() + "/posted.m4a");
 }
 
-/// One dictation into a realtime session, by a user who goes on speaking after the key is up: how much of
-/// what was said before the release the service did not get.
+/// Makes a dictation into a realtime session by a user who continues to speak after the release. Returns how
+/// many seconds of the speech before the release the service did not receive.
 double secondsMissingAtRelease() {
     TestServer server;
     server.setRealtime(saying(""));
@@ -166,7 +166,7 @@ double secondsMissingAtRelease() {
     if (!server.waitForSockets(1, 20))
         throw std::runtime_error("no session");
 
-    // Most of one of the recorder's buffers of 1024 samples waits at the release.
+    // At the release, most of one of the recorder's buffers of 1024 samples is not delivered yet.
     constexpr std::size_t spokenAtRelease = std::size_t{480} * 115;
     session.holdToTalk();
     speakInto(*microphone, noise(spokenAtRelease + 9600), [&](std::size_t spoken) {
@@ -180,16 +180,16 @@ double secondsMissingAtRelease() {
 
 } // namespace
 
-TEST(Streaming, PutsTheServicesWordsAtTheCursor) {
+TEST(Streaming, InsertsTheTextOfTheServiceAtTheCursor) {
     TestServer server;
     server.setRealtime(saying("words from the service"));
     Session session(with(server, "streaming"));
-    ASSERT_TRUE(server.waitForSockets(1, 20)) << "no session stands ready:\n" << session.program.output();
+    ASSERT_TRUE(server.waitForSockets(1, 20)) << "no session is ready:\n" << session.program.output();
 
     session.dictate(voices().front());
 
     EXPECT_TRUE(session.editor.comesToHold("words from the service", 10)) << session.editor.savedText();
-    EXPECT_EQ(server.sockets().size(), 1U) << "the session was there before the key went down";
+    EXPECT_EQ(server.sockets().size(), 1U) << "the session was open before the key went down";
     const auto socket = server.socket();
     EXPECT_EQ(socket.handshake.header("Authorization"), std::string("Bearer ") + key);
     EXPECT_EQ(socket.events("session.update").size(), 1U);
@@ -204,7 +204,7 @@ TEST(Streaming, PutsTheServicesWordsAtTheCursor) {
     EXPECT_TRUE(server.waitForClosedSockets(1, 5));
 }
 
-TEST(Streaming, SendsWhatWasSaidBeforeTheHandshake) {
+TEST(Streaming, SendsTheSpeechBeforeTheHandshake) {
     TestServer server;
     auto slow = saying("all of it");
     slow.handshakeSeconds = 6;
@@ -233,7 +233,7 @@ TEST(Streaming, SendsWhatWasSaidBeforeTheHandshake) {
     EXPECT_GT(likeness(late, spoken), 0.95);
 }
 
-TEST(Streaming, HasTheWholeRecordingInItsFrames) {
+TEST(Streaming, SendsTheWholeRecording) {
     TestServer server;
     auto closing = saying("");
     closing.closesAtCommit = true;
@@ -248,7 +248,7 @@ TEST(Streaming, HasTheWholeRecordingInItsFrames) {
         microphone.emplace(desktop.sound(), "pipemic");
     };
     Session session(options);
-    // No whole number of the recorder's buffers: the last sounds wait in an unfinished one.
+    // Not a whole number of the recorder's buffers: the last sounds are in an incomplete buffer.
     const auto spoken = noise(std::size_t{70} * 1024 + 1000);
 
     // A busy machine can hold the last sounds up for longer than the program waits for them.
@@ -257,11 +257,11 @@ TEST(Streaming, HasTheWholeRecordingInItsFrames) {
         ASSERT_TRUE(server.waitForSockets(round + 1, 20));
         session.holdToTalk();
         speakInto(*microphone, spoken);
-        session.letGo();
+        session.releaseKey();
 
         const auto sent = samplesOf(server.sockets().at(static_cast<std::size_t>(round)).audio());
         missing = static_cast<std::ptrdiff_t>(spoken.size() / 2) - static_cast<std::ptrdiff_t>(sent.size());
-        ASSERT_GE(missing, 0) << "nobody has spoken after the release";
+        ASSERT_GE(missing, 0) << "there was no speech after the release";
         const auto posted = server.requests(files);
         ASSERT_EQ(posted.size(), static_cast<std::size_t>(round) + 1);
         const auto recorded = samplesOfUpload(posted.back());
@@ -274,7 +274,7 @@ TEST(Streaming, HasTheWholeRecordingInItsFrames) {
     EXPECT_TRUE(session.program.recordings().empty());
 }
 
-TEST(Streaming, SendsWhatIsSaidUntilTheKeyIsUpByOneWhoSpeaksOn) {
+TEST(Streaming, SendsTheSpeechUntilTheReleaseIfTheUserContinuesToSpeak) {
     // A busy machine can hold the last sounds up for longer than the program waits for them.
     double missing = 0;
     for (int round = 0; round < 5; ++round) {
@@ -285,7 +285,7 @@ TEST(Streaming, SendsWhatIsSaidUntilTheKeyIsUpByOneWhoSpeaksOn) {
     EXPECT_LE(missing, 0.01) << "seconds before the release that were not sent";
 }
 
-TEST(Streaming, TakesTheWordsFromTheFileWhenTheSessionDropsInTheMiddle) {
+TEST(Streaming, TranscribesTheFileIfTheSessionIsLost) {
     TestServer server;
     auto dropping = saying("never");
     dropping.dropsAfterAppends = 8;
@@ -299,18 +299,18 @@ TEST(Streaming, TakesTheWordsFromTheFileWhenTheSessionDropsInTheMiddle) {
     session.speak(voices().front());
     ASSERT_TRUE(session.program.waitForOutput("WebSocket receive error", 10));
     server.setRealtime(saying(" and then the service"));
-    session.letGo();
+    session.releaseKey();
 
     EXPECT_TRUE(session.editor.comesToHold("from the file", 10)) << session.program.output();
     EXPECT_TRUE(session.program.recordings().empty());
 
-    // The next one has a session again.
+    // The next dictation has a session again.
     session.dictate(voices().front());
     EXPECT_TRUE(session.editor.comesToHold("from the fileand then the service", 10))
         << session.program.output();
 }
 
-TEST(Streaming, TakesTheWordsFromTheFileWhenTheConnectionDiesWithoutAWord) {
+TEST(Streaming, TranscribesTheFileIfTheConnectionIsLostWithoutNotice) {
     PrivateNetwork network;
     TestServer server({.isTls = true, .listener = network.listen()});
     server.setRealtime(saying("never"));
@@ -321,11 +321,11 @@ TEST(Streaming, TakesTheWordsFromTheFileWhenTheConnectionDiesWithoutAWord) {
     session.holdToTalk();
     const auto speech = session.startSpeaking(voices().front());
     ASSERT_TRUE(server.waitForAppends(5, 20));
-    // The laptop goes from one Wi-Fi to another in the middle of a sentence.
+    // The laptop changes from one Wi-Fi to another in the middle of a sentence.
     network.move();
     server.setRealtime(saying(" and a new session"));
     const double release = monotonicSeconds();
-    session.letGo();
+    session.releaseKey();
 
     EXPECT_TRUE(session.editor.comesToHold("from the file", 10)) << session.program.output();
     EXPECT_LT(monotonicSeconds() - release, 15);
@@ -337,7 +337,7 @@ TEST(Streaming, TakesTheWordsFromTheFileWhenTheConnectionDiesWithoutAWord) {
     EXPECT_TRUE(session.editor.comesToHold("from the fileand a new session", 10)) << session.program.output();
 }
 
-TEST(Streaming, TakesTheWordsFromThisMachineWhenNothingGetsThroughAnyMore) {
+TEST(Streaming, TranscribesOnThisMachineIfNoConnectionWorks) {
     PrivateNetwork network;
     TestServer server({.isTls = true, .listener = network.listen()});
     server.setRealtime(saying("never"));
@@ -350,16 +350,16 @@ TEST(Streaming, TakesTheWordsFromThisMachineWhenNothingGetsThroughAnyMore) {
     ASSERT_TRUE(server.waitForAppends(5, 20));
     network.fallSilent();
     const double release = monotonicSeconds();
-    session.letGo();
+    session.releaseKey();
     EXPECT_TRUE(eventually(20, [&] { return !session.editor.savedText().empty(); }))
         << session.program.output();
-    EXPECT_LT(monotonicSeconds() - release, 25) << "the upload's own limit of 30 s is not waited for";
+    EXPECT_LT(monotonicSeconds() - release, 25) << "it does not wait for the upload's own limit of 30 s";
     EXPECT_EQ(session.program.auditCount("recordingStopped"), 1U) << "the microphone is closed";
     EXPECT_TRUE(server.requests(files).empty());
     EXPECT_TRUE(session.program.recordings().empty());
 }
 
-TEST(Streaming, ClosesAnIdleSessionWhenTheMachineGetsAnotherAddress) {
+TEST(Streaming, ClosesAnIdleSessionIfTheAddressOfTheMachineChanges) {
     PrivateNetwork network;
     TestServer server({.isTls = true, .listener = network.listen()});
     server.setRealtime(saying("at once"));
@@ -377,7 +377,7 @@ TEST(Streaming, ClosesAnIdleSessionWhenTheMachineGetsAnotherAddress) {
     EXPECT_EQ(waits[0].find("failed"), std::string::npos) << waits[0];
 }
 
-TEST(Streaming, WaitsForALateTranscriptAndNoLonger) {
+TEST(Streaming, WaitsForALateTranscriptUntilTheLimit) {
     TestServer server;
     auto late = saying("late");
     late.transcriptSeconds = 9;
@@ -402,7 +402,7 @@ TEST(Streaming, WaitsForALateTranscriptAndNoLonger) {
     EXPECT_NEAR(std::stod(waits[1]), 10000, 500);
 }
 
-TEST(Streaming, TakesTheWordsFromTheFileAfterAnErrorOfTheService) {
+TEST(Streaming, TranscribesTheFileAfterAnErrorOfTheService) {
     TestServer server;
     auto failing = saying("never");
     failing.error = Realtime::Error{"The server had an error.", "server_error", "server_error"};
@@ -416,7 +416,7 @@ TEST(Streaming, TakesTheWordsFromTheFileAfterAnErrorOfTheService) {
     EXPECT_TRUE(session.editor.comesToHold("from the file", 10)) << session.program.output();
 }
 
-TEST(Streaming, UsesThisMachineWhenNobodyCanBeReached) {
+TEST(Streaming, TranscribesOnThisMachineIfNoServiceIsReachable) {
     const auto& voice = voices().front();
     TestServer server;
     auto options = with(server, "hybrid");
@@ -429,14 +429,14 @@ TEST(Streaming, UsesThisMachineWhenNobodyCanBeReached) {
     EXPECT_TRUE(server.requests().empty());
 }
 
-TEST(Streaming, LogsTheKindOfARefusalAndNotItsWords) {
+TEST(Streaming, LogsTheKindOfARefusalAndNotItsText) {
     TestServer server;
     server.answer(files, {.status = 500, .body = "what the server said"});
     server.answer(files, {.status = 426, .body = "too old"});
     Session session(with(server, "cloud"));
 
     session.dictate(voices().front());
-    // The log names the kind of failure; the server's words are in the menu alone.
+    // The log names the kind of failure; only the menu shows the server's text.
     EXPECT_TRUE(session.program.waitForOutput("Transcription failed: apiError (500)", 5))
         << session.program.output();
     session.dictate(voices().front());
@@ -449,7 +449,7 @@ TEST(Streaming, LogsTheKindOfARefusalAndNotItsWords) {
     EXPECT_EQ(session.editor.savedText(), "");
 }
 
-TEST(Streaming, GoesNowhereWithACertificateThatNobodyVouchesFor) {
+TEST(Streaming, RefusesAnUntrustedCertificate) {
     const auto& voice = voices().front();
     TestServer server({.isTls = true});
     server.setRealtime(saying("never"));
@@ -462,7 +462,7 @@ TEST(Streaming, GoesNowhereWithACertificateThatNobodyVouchesFor) {
     EXPECT_TRUE(server.requests().empty());
 }
 
-TEST(Streaming, WorksOverTlsWithAnAuthorityOfTheUsersOwn) {
+TEST(Streaming, WorksOverTlsWithTheUsersOwnAuthority) {
     TestServer server({.isTls = true});
     server.setRealtime(saying("words over tls"));
     auto options = with(server, "streaming");

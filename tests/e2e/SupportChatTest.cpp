@@ -14,7 +14,7 @@ namespace {
 constexpr const char* email = "ann@example.com";
 constexpr const char* path = "/api/support-chat";
 
-/// A signed-in user with the help tab open.
+/// A signed-in user with the open help tab.
 class SupportSession {
 public:
     SupportSession()
@@ -62,7 +62,7 @@ public:
 
 } // namespace
 
-TEST(SupportChat, LetsAnAnswerGrowPieceByPieceAndEndsThoughTheConnectionStaysOpen) {
+TEST(SupportChat, ShowsTheAnswerPieceByPieceAndEndsIfTheConnectionStaysOpen) {
     SupportSession session;
     auto answer = chatStream({"One ", "two ", "three ", "four."}, 2);
     answer.fault = Answer::Fault::neverEnds;
@@ -78,8 +78,8 @@ TEST(SupportChat, LetsAnAnswerGrowPieceByPieceAndEndsThoughTheConnectionStaysOpe
     });
     EXPECT_TRUE(isWhole) << session.reader.read();
     EXPECT_TRUE(hasGrown);
-    EXPECT_TRUE(session.reader.comesToSay("You: what now", 10));
-    EXPECT_TRUE(session.server.waitForOpenConnections(0, 10)) << "nobody waits for more";
+    EXPECT_TRUE(session.reader.waitForText("You: what now", 10));
+    EXPECT_TRUE(session.server.waitForOpenConnections(0, 10)) << "the program does not wait for more";
 
     const auto requests = session.server.requests(path);
     ASSERT_EQ(requests.size(), 1U);
@@ -90,23 +90,23 @@ TEST(SupportChat, LetsAnAnswerGrowPieceByPieceAndEndsThoughTheConnectionStaysOpe
         (base::Json{{"messages", {{{"role", "user"}, {"content", "what now"}}}}, {"variant", "support"}}));
 }
 
-TEST(SupportChat, KeepsWhatHadComeOfAnAnswerThatBreaksOff) {
+TEST(SupportChat, KeepsTheReceivedPartOfABrokenAnswer) {
     SupportSession session;
     auto answer = chatStream({"One ", "two "}, 0.2);
-    answer.pieces.resize(answer.pieces.size() - 2); // without its end
+    answer.pieces.resize(answer.pieces.size() - 2); // drops its end
     answer.fault = Answer::Fault::breaksOff;
     session.server.answer(path, answer);
     session.ask("what now");
     EXPECT_TRUE(
-        session.reader.comesToSay("Something went wrong. Please check your connection and try again.", 30))
+        session.reader.waitForText("Something went wrong. Please check your connection and try again.", 30))
         << session.reader.read();
-    EXPECT_TRUE(session.reader.comesToSay("Support: One two", 10)) << session.reader.read();
+    EXPECT_TRUE(session.reader.waitForText("Support: One two", 10)) << session.reader.read();
 
     session.server.forget(path);
     session.server.answer(path, chatStream({"Again."}));
     session.ask("and now");
-    EXPECT_TRUE(session.reader.comesToSay("Support: Again.", 30)) << session.reader.read();
-    EXPECT_TRUE(session.reader.comesNotToSay("Something went wrong.", 10));
+    EXPECT_TRUE(session.reader.waitForText("Support: Again.", 30)) << session.reader.read();
+    EXPECT_TRUE(session.reader.waitForNoText("Something went wrong.", 10));
 }
 
 } // namespace sonvale::tests

@@ -10,8 +10,8 @@
 #include <string_view>
 #include <thread>
 
-// What a screen reader sees of the program's windows, and what it can do there, as a program of its own: the
-// library keeps to the first bus that it has seen for as long as its process lives.
+// Shows what a screen reader sees of the program's windows, and operates their controls. It is a separate
+// program because the library uses the first bus that it has seen until its process ends.
 
 namespace {
 
@@ -46,7 +46,7 @@ bool has(AtspiAccessible* item, AtspiStateType state) {
     return holds;
 }
 
-/// What stands in a field; empty for anything that holds no text.
+/// Returns the text of a field. Empty if the item has no text.
 std::string textOf(AtspiAccessible* item) {
     AtspiText* text = atspi_accessible_get_text_iface(item);
     if (!text)
@@ -57,7 +57,7 @@ std::string textOf(AtspiAccessible* item) {
     return content;
 }
 
-/// Visits everything in depth first, until `visit` returns true.
+/// Visits all items, depth first, until `visit` returns true.
 bool walk(AtspiAccessible* item, int depth, const std::function<bool(AtspiAccessible*, int)>& visit) {
     if (visit(item, depth))
         return true;
@@ -81,14 +81,15 @@ Accessible findApplication() {
     return {};
 }
 
-/// The name of the role, the same in every version: AT-SPI calls a push button a button from 2.53 on.
+/// Returns the name of the role, the same for every version: from 2.53 on AT-SPI calls a push button a
+/// button.
 std::string roleOf(AtspiAccessible* item) {
     if (atspi_accessible_get_role(item, nullptr) == ATSPI_ROLE_PUSH_BUTTON)
         return "push button";
     return taken(atspi_accessible_get_role_name(item, nullptr));
 }
 
-/// The first item with that name that shows and, when it is given, has that role.
+/// Returns the first visible item with this name and, if `role` is given, this role.
 Accessible find(AtspiAccessible* root, std::string_view name, std::string_view role) {
     Accessible found;
     walk(root, 0, [&](AtspiAccessible* item, int) {
@@ -102,7 +103,7 @@ Accessible find(AtspiAccessible* root, std::string_view name, std::string_view r
     return found;
 }
 
-/// One line for each item: role, name, "on" for what is checked or selected, and what stands in a field.
+/// Prints a line for each item: role, name, "on" if it is checked or selected, and the text of a field.
 void printAll(AtspiAccessible* root) {
     walk(root, 0, [](AtspiAccessible* item, int depth) {
         if (depth > 1 && !isShowing(item))
@@ -140,8 +141,8 @@ bool focus(AtspiAccessible* item) {
 
 } // namespace
 
-/// `read`; `press NAME [ROLE]`; `focus NAME [ROLE]`; `text NAME [ROLE]`. Ends with failure when there is no
-/// such item.
+/// Commands: `read`; `press NAME [ROLE]`; `focus NAME [ROLE]`; `text NAME [ROLE]`. Fails if there is no such
+/// item.
 int main(int argc, char** argv) {
     if (argc < 2 || atspi_init() > 1)
         return EXIT_FAILURE;
