@@ -62,7 +62,11 @@ void AppState::connect() {
         if (const auto self = weak.lock())
             self->setScreenLocked(isLocked);
     });
-    // These subscriptions are members, and end with the object.
+    observeState();
+}
+
+/// The subscriptions are members, and end with the object.
+void AppState::observeState() {
     preferenceChange_ = transcriptionManager->preferredEngine.subscribe([this](const auto&) {
         if (!context_.stream.isPreferred())
             context_.stream.stop();

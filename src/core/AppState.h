@@ -131,6 +131,7 @@ public:
 private:
     explicit AppState(const Environment& environment);
     void connect();
+    void observeState();
     runtime::Task<> discardPress();
     void setScreenLocked(bool isLocked);
     runtime::Task<> endForLock();
