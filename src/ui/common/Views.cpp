@@ -10,7 +10,7 @@
 
 // The types of the views, registered by generated code. The call keeps it in a program that links it
 // statically.
-void qml_register_types_SonVale();
+void qml_register_types_SonVale(); // NOLINT(readability-identifier-naming): the generated name
 
 namespace sonvale::ui {
 

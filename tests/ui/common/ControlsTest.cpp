@@ -51,9 +51,9 @@ TEST_F(Controls, DoNotLightUpUnderThePointerWhileTheyAreDisabled) {
          {"SVMenuRow { text: 'words'", "LinkButton { text: 'words'", "AddButton { text: 'words'",
           "PlainButton { text: 'words'", "SVPrimaryButtonStyle { text: 'words'",
           "SVPrimaryButtonStyle { isQuiet: true; text: 'words'", "SelectorButton { text: 'words'",
-          "SidebarButton { tab: DashboardTab { name: 'home'; icon: 'house'; label: 'words'; page: Component "
-          "{ Item { } } }"
-          " text: 'words'",
+          R"(SidebarButton {
+               tab: DashboardTab { name: 'home'; icon: 'house'; label: 'words'; page: Component { Item { } } }
+               text: 'words')",
           "SymbolButton { symbol: 'gear'; text: 'words'", "SVPicker { label: 'words'; model: ['one', 'two']",
           "EngineOptionCard { title: 'words'; description: 'more words'"}) {
         for (const bool isEnabled : {true, false}) {
