@@ -44,23 +44,16 @@ bool isStrayRecording(std::string_view fileName) {
 }
 
 DataRetentionManager::DataRetentionManager(Parts parts)
-    : parts_(std::move(parts)) {}
+    : parts_(std::move(parts))
+    , tasks_(parts_.main, parts_.clock) {}
 
 void DataRetentionManager::startCleanup() {
     parts_.main.assertCurrent();
     cleanupTimer_.cancel();
     performCleanup();
-    cleanupTimer_ = runtime::spawn(parts_.main, repeat(weak_from_this(), &parts_.clock));
-}
-
-runtime::Task<> DataRetentionManager::repeat(std::weak_ptr<DataRetentionManager> weakSelf,
-                                             runtime::Clock* clock) {
-    while (co_await runtime::sleep(*clock, cleanupPeriod) == runtime::SleepOutcome::finished) {
-        const auto self = weakSelf.lock();
-        if (!self)
-            co_return;
-        self->performCleanup();
-    }
+    tasks_.setOwner(weak_from_this());
+    cleanupTimer_ =
+        tasks_.later<DataRetentionManager>(*this, cleanupPeriod, &DataRetentionManager::startCleanup);
 }
 
 void DataRetentionManager::performCleanup() {

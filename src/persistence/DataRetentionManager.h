@@ -5,8 +5,7 @@
 #include "persistence/ModelContext.h"
 #include "persistence/Settings.h"
 #include "platform/SecureRandom.h"
-#include "runtime/Clock.h"
-#include "runtime/Task.h"
+#include "runtime/OwnedTasks.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -53,7 +52,6 @@ public:
     void performCleanup();
 
 private:
-    static runtime::Task<> repeat(std::weak_ptr<DataRetentionManager> weakSelf, runtime::Clock* clock);
     std::int64_t deleteTranscriptions(const FetchDescriptor<Transcription>& which,
                                       std::string failureDetails);
     std::int64_t deleteExpired(const std::optional<base::Date>& cutoff);
@@ -63,6 +61,7 @@ private:
     std::int64_t removeTemporaryFiles();
 
     const Parts parts_;
+    runtime::OwnedTasks tasks_;
     runtime::TaskHandle<> cleanupTimer_;
 };
 
