@@ -37,14 +37,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     updater_ = &environment_.updater;
 
     if (!appState->isOnboardingComplete.get() || !appState->isModelReachable())
-        runtime::spawn(environment_.main, openDashboardSoon(self_, &environment_.clock));
-}
-
-runtime::Task<> AppDelegate::openDashboardSoon(std::weak_ptr<AppDelegate*> weakSelf, runtime::Clock* clock) {
-    if (co_await runtime::sleep(*clock, dashboardDelay) == runtime::SleepOutcome::interrupted)
-        co_return;
-    if (const auto self = weakSelf.lock())
-        (*self)->openDashboard();
+        tasks_.later<AppDelegate>(*this, dashboardDelay, &AppDelegate::openDashboard);
 }
 
 void AppDelegate::openDashboard() {

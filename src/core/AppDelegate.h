@@ -3,6 +3,7 @@
 #include "core/Environment.h"
 #include "core/SharedAppServices.h"
 #include "persistence/DataRetentionManager.h"
+#include "runtime/OwnedTasks.h"
 
 #include <functional>
 #include <memory>
@@ -39,13 +40,12 @@ public:
 private:
     void startDataRetention();
     void prepareDashboard();
-    static runtime::Task<> openDashboardSoon(std::weak_ptr<AppDelegate*> weakSelf, runtime::Clock* clock);
 
     Environment environment_;
     std::unique_ptr<SharedAppServices> services_;
     std::shared_ptr<persistence::DataRetentionManager> dataRetentionManager_;
     platform::Updater* updater_ = nullptr; ///< set by the launch sequence
-    std::shared_ptr<AppDelegate*> self_ = std::make_shared<AppDelegate*>(this); ///< tasks hold it weakly
+    runtime::OwnedTasks tasks_{environment_.main, environment_.clock};
 };
 
 } // namespace sonvale::core
