@@ -8,7 +8,7 @@
 
 namespace sonvale::adapters::freedesktop {
 
-/// The user's folders, by the XDG base directory specification, version 0.8.
+/// The user's folders, by XDG Base Directory 0.8.
 ///
 /// - application support: $XDG_DATA_HOME, else ~/.local/share - configuration: $XDG_CONFIG_HOME, else
 /// ~/.config - temporary: `sonvale` in $XDG_RUNTIME_DIR, else `sonvale-<user id>` in $TMPDIR or /tmp; made
