@@ -10,10 +10,12 @@ namespace sonvale::adapters::freedesktop {
 
 /// The user's folders, by XDG Base Directory 0.8.
 ///
-/// - application support: $XDG_DATA_HOME, else ~/.local/share - configuration: $XDG_CONFIG_HOME, else
-/// ~/.config - temporary: `sonvale` in $XDG_RUNTIME_DIR, else `sonvale-<user id>` in $TMPDIR or /tmp; made
-/// here, 0700. A symbolic link or another user's folder of that name is not used. If no other folder can be
-/// used, a new one with an unpredictable name is made.
+/// - application support: $XDG_DATA_HOME, else ~/.local/share
+/// - configuration: $XDG_CONFIG_HOME, else ~/.config
+/// - temporary: `sonvale` in $XDG_RUNTIME_DIR, else `sonvale-<user id>` in $TMPDIR or /tmp
+///
+/// The temporary folder is made here, 0700. A symbolic link or another user's folder of that name is not
+/// used. If no other folder can be used, a new one with an unpredictable name is made.
 ///
 /// Variables that are empty or contain a relative path count as not set.
 class XdgDirectories {
