@@ -100,7 +100,7 @@ public:
     /// Returns the number of the newer version (`Newer`), its page (`NewerAt`), the reason (`Failed`), or
     /// nothing.
     QString updateDetail() const { return updateDetail_; }
-    /// Does nothing while a check runs.
+    /// Starts to look for a newer version. A running check goes on, and no second one starts.
     Q_INVOKABLE void checkForUpdates();
 
     /// Reads the settings again: another program may have changed them.
