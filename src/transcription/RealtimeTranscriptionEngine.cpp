@@ -1,29 +1,20 @@
 #include "transcription/RealtimeTranscriptionEngine.h"
 
-#include "base/Wipe.h"
-#include "transcription/RealtimeMessages.h"
-
 #include <utility>
 
 namespace sonvale::transcription {
 
-using base::wipe;
-using platform::WebSocketMessage;
-
 RealtimeTranscriptionEngine::RealtimeTranscriptionEngine(Parts parts)
     : parts_(std::move(parts))
     , pcmResampler_(parts_.converters)
-    , transcript_(parts_.clock) {}
-
-RealtimeTranscriptionEngine::~RealtimeTranscriptionEngine() {
-    wipe(accumulatedPCM_);
-    receiveTask_.cancel();
-    preWarmRefreshTask_.cancel();
-    if (webSocketTask_)
-        webSocketTask_->cancel(platform::WebSocketTask::goingAway);
-    if (urlSession_)
-        urlSession_->invalidateAndCancel();
-}
+    , transcript_(std::make_shared<RealtimeTranscript>(parts_.clock))
+    , connection_(std::make_shared<RealtimeConnection>(parts_.clock))
+    , sender_(std::make_shared<RealtimeAudioSender>(parts_.sending, connection_))
+    , receiver_(
+          std::make_shared<RealtimeReceiver>(parts_.pool, parts_.clock, connection_, sender_, transcript_))
+    , utteranceEnd_(std::make_shared<RealtimeUtteranceEnd>(parts_.pool, parts_.sending, parts_.clock,
+                                                           connection_, sender_, transcript_))
+    , opener_(parts_, connection_, sender_, receiver_, transcript_) {}
 
 runtime::Task<std::string> RealtimeTranscriptionEngine::transcribe(std::filesystem::path /*audioFileURL*/,
                                                                    std::optional<std::string> /*language*/) {
@@ -31,149 +22,132 @@ runtime::Task<std::string> RealtimeTranscriptionEngine::transcribe(std::filesyst
     co_return "";
 }
 
-// Sending.
+// Sessions.
+
+runtime::Task<> RealtimeTranscriptionEngine::startSession(platform::AudioFormat inputFormat) {
+    return runtime::runOn(parts_.pool, open(shared_from_this(), inputFormat));
+}
+
+runtime::Task<> RealtimeTranscriptionEngine::open(Self self, platform::AudioFormat inputFormat) {
+    if (self->hasReadySession()) {
+        self->clearPreWarmState();
+        self->logger_.info("RealtimeSTT: Reusing pre-warmed session");
+        base::perfLog("WebSocket session start: 0ms (reused: true)");
+        co_return;
+    }
+    co_await self->opener_.open(inputFormat);
+}
+
+bool RealtimeTranscriptionEngine::hasReadySession() const {
+    return connection_->isReady(parts_.language());
+}
+
+void RealtimeTranscriptionEngine::cancelSession() {
+    receiver_->logLifecycle("");
+    logger_.info("RealtimeSTT: Cancelling session");
+
+    const auto sent = utteranceEnd_->takeWait();
+    const auto line = connection_->end();
+    line.receiveTask.cancel();
+    preWarmTimer_.cancel();
+    line.close();
+    connection_->endAudio();
+    sender_->forgetPending();
+    transcript_->forgetSession();
+    connection_->forgetDrop();
+    transcript_->resolveContinuation(std::make_exception_ptr(runtime::CancellationError()));
+    if (sent)
+        sent->fail(std::make_exception_ptr(runtime::CancellationError()));
+}
+
+void RealtimeTranscriptionEngine::closeReadySession() {
+    if (!connection_->isOpen())
+        return;
+    logger_.info("RealtimeSTT: Closing an idle session whose connection may be lost");
+    cancelSession();
+}
+
+// Utterances.
 
 void RealtimeTranscriptionEngine::appendAudio(const platform::PcmBuffer& buffer) {
-    auto bytes = pcmResampler_.resample(buffer);
-    if (!bytes)
-        return;
-    {
-        const std::lock_guard lock(accumulationLock_);
-        accumulatedPCM_ += *bytes;
-        wipe(*bytes);
-        if (!sessionReady_ || accumulatedPCM_.size() < targetChunkBytes)
-            return;
-        outgoing_.push_back({std::exchange(accumulatedPCM_, {}), webSocketTask_});
+    if (auto bytes = pcmResampler_.resample(buffer))
+        sender_->append(*bytes);
+}
+
+runtime::Task<std::string> RealtimeTranscriptionEngine::finalizeStreamingTranscription() {
+    return runtime::runOn(parts_.pool, finalize(shared_from_this()));
+}
+
+runtime::Task<std::string> RealtimeTranscriptionEngine::finalize(Self self) {
+    co_return co_await self->utteranceEnd_->finish();
+}
+
+bool RealtimeTranscriptionEngine::cancelUncommitted() {
+    if (!utteranceEnd_->isSending())
+        return false;
+    cancelSession();
+    return true;
+}
+
+void RealtimeTranscriptionEngine::discardAudio() {
+    connection_->wipeRest();
+}
+
+void RealtimeTranscriptionEngine::resetForNextUtterance() {
+    transcript_->forgetUtterance();
+    discardAudio();
+    sender_->forgetPending();
+    connection_->forgetDrop();
+    logger_.info("RealtimeSTT: Reset for next utterance (session still active)");
+}
+
+// Pre-warming.
+
+runtime::Task<> RealtimeTranscriptionEngine::preWarm(platform::AudioFormat inputFormat) {
+    return runtime::runOn(parts_.pool, openAhead(shared_from_this(), inputFormat));
+}
+
+runtime::Task<> RealtimeTranscriptionEngine::openAhead(Self self, platform::AudioFormat inputFormat) {
+    if (self->hasReadySession()) {
+        self->logger_.info("RealtimeSTT: Pre-warm skipped — session already active");
+        co_return;
     }
-    sendChunk();
-}
-
-void RealtimeTranscriptionEngine::flushPreHandshake() {
-    std::size_t chunks = 0;
-    {
-        const std::lock_guard lock(accumulationLock_);
-        chunks = accumulatedPCM_.size() / targetChunkBytes;
-        if (chunks == 0)
-            return;
-        for (std::size_t i = 0; i < chunks; ++i)
-            outgoing_.push_back(
-                {accumulatedPCM_.substr(i * targetChunkBytes, targetChunkBytes), webSocketTask_});
-        auto tail = accumulatedPCM_.substr(chunks * targetChunkBytes);
-        wipe(accumulatedPCM_);
-        accumulatedPCM_ = std::move(tail);
-    }
-    logger_.info("RealtimeSTT: Flushing {} pre-handshake bytes ({} chunk(s))", chunks * targetChunkBytes,
-                 chunks);
-    for (std::size_t i = 0; i < chunks; ++i)
-        sendChunk();
-}
-
-/// Starts to send the next outgoing chunk. The task takes the chunk under the lock, so that concurrent
-/// callers cannot change the order of the audio.
-void RealtimeTranscriptionEngine::sendChunk() {
-    audioWasSentInSession_ = true;
-    const auto task = runtime::spawn(parts_.sending, sendNextChunk(weak_from_this()));
-
-    const std::lock_guard lock(pendingSendLock_);
-    // Finished tasks need no waiting. In a long recording they would accumulate.
-    while (!pendingSendTasks_.empty() && pendingSendTasks_.front().isDone())
-        pendingSendTasks_.pop_front();
-    pendingSendTasks_.push_back(task);
-}
-
-std::optional<RealtimeTranscriptionEngine::Chunk> RealtimeTranscriptionEngine::takeChunk() {
-    const std::lock_guard lock(accumulationLock_);
-    if (outgoing_.empty())
-        return std::nullopt;
-    auto chunk = std::move(outgoing_.front());
-    outgoing_.pop_front();
-    return chunk;
-}
-
-runtime::Task<> RealtimeTranscriptionEngine::sendNextChunk(WeakSelf weakSelf) {
-    Socket socket;
-    WebSocketMessage message;
-    {
-        const auto self = weakSelf.lock();
-        auto chunk = self ? self->takeChunk() : std::nullopt;
-        if (!chunk || !chunk->socket)
-            co_return;
-        message = audioFrame(chunk->pcm);
-        wipe(chunk->pcm);
-        socket = std::move(chunk->socket);
-    }
+    self->preWarmTimer_.expect(inputFormat);
+    const double startTime = self->parts_.clock.now();
+    std::optional<std::string> failure;
     try {
-        co_await socket->send(std::move(message));
+        co_await open(self, inputFormat);
     } catch (const std::exception& error) {
-        // The receive loop decides about the session.
-        base::Logger("RealtimeSTT").error("RealtimeSTT: Failed to send audio chunk — {}", error.what());
+        failure = error.what();
     }
+    const auto elapsed = runtime::millisecondsSince(self->parts_.clock, startTime);
+    if (failure) {
+        base::perfLog(fmt::format("Pre-warm session: {}ms (failed: {})", elapsed, *failure));
+        self->logger_.error("RealtimeSTT: Pre-warm failed — {}", *failure);
+        co_return;
+    }
+    base::perfLog(fmt::format("Pre-warm session: {}ms (success)", elapsed));
+    self->logger_.info("RealtimeSTT: Pre-warm session established");
+    self->preWarmTimer_.start(runtime::spawn(self->parts_.pool, closeLater(self, &self->parts_.clock)));
 }
 
-// Receiving.
-
-runtime::Task<> RealtimeTranscriptionEngine::receive(WeakSelf weakSelf, Socket socket) {
-    while (!co_await runtime::isCurrentTaskCancelled()) {
-        {
-            const auto self = weakSelf.lock();
-            if (!self || self->isStale(socket))
-                break;
-        }
-        std::optional<WebSocketMessage> message;
-        std::optional<UnderlyingError> failure;
-        try {
-            message = co_await socket->receive();
-        } catch (const std::exception& error) {
-            failure = UnderlyingError::from(error, "RealtimeSTT");
-        }
-
-        const auto self = weakSelf.lock();
-        if (!self)
-            co_return;
-        if (message) {
-            if (!self->isStale(socket))
-                self->transcript_.handleMessage(*message);
-            continue;
-        }
-        self->logger_.error("RealtimeSTT: WebSocket receive error — {}", failure->localizedDescription);
-        if (!self->isStale(socket)) {
-            self->sessionDroppedUnexpectedly_ = true;
-            self->transcript_.resolveContinuation(
-                std::make_exception_ptr(TranscriptionError::networkError(*failure)));
-        }
-        break;
-    }
-    if (const auto self = weakSelf.lock())
-        self->endReceiving(socket);
+runtime::Task<> RealtimeTranscriptionEngine::closeLater(WeakSelf weakSelf, runtime::Clock* clock) {
+    if (co_await runtime::sleep(*clock, preWarmLifetime) == runtime::SleepOutcome::interrupted)
+        co_return;
+    const auto self = weakSelf.lock();
+    if (!self || co_await runtime::isCurrentTaskCancelled())
+        co_return;
+    self->logger_.info("RealtimeSTT: Pre-warm token expiring — refreshing session");
+    // This also cancels the timer, which is this task: an unused session is closed and not opened again.
+    self->cancelSession();
+    if (co_await runtime::isCurrentTaskCancelled())
+        co_return;
+    if (const auto format = self->preWarmTimer_.format())
+        co_await openAhead(self, *format);
 }
 
-/// Returns whether another session has begun meanwhile. This socket must not change the state of that
-/// session.
-bool RealtimeTranscriptionEngine::isStale(const Socket& socket) const {
-    const std::lock_guard lock(accumulationLock_);
-    return webSocketTask_ && webSocketTask_ != socket;
-}
-
-void RealtimeTranscriptionEngine::endReceiving(const Socket& socket) {
-    if (!isStale(socket)) {
-        {
-            const std::lock_guard lock(accumulationLock_);
-            sessionReady_ = false;
-        }
-        logLifecycle(" (receive loop exit)");
-    }
-    logger_.info("RealtimeSTT: Receive loop exited");
-}
-
-void RealtimeTranscriptionEngine::logLifecycle(const char* occasion) {
-    std::optional<double> openedAt;
-    {
-        const std::lock_guard lock(accumulationLock_);
-        openedAt = std::exchange(sessionOpenedAt_, std::nullopt);
-    }
-    if (openedAt)
-        logger_.info("RealtimeSTT: Session lifecycle{} — duration: {:.1f}s, audio_sent: {}", occasion,
-                     parts_.clock.now() - *openedAt, audioWasSentInSession_.exchange(false));
+void RealtimeTranscriptionEngine::clearPreWarmState() {
+    preWarmTimer_.clear();
 }
 
 } // namespace sonvale::transcription
