@@ -43,7 +43,7 @@ public:
     static QColor listening() { return ui::listeningColor; }
     static QColor working() { return ui::workingColor; }
 
-    /// Replaces what the desktop says; for pictures and tests.
+    /// Overrides the desktop's preference; for pictures and tests.
     void overrideDark(std::optional<bool> isDark);
     void overrideMotionReduced(std::optional<bool> isMotionReduced);
 

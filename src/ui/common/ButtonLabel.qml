@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// What stands in a button: its words, and a symbol before them.
+/// The content of a button: an optional symbol and its words.
 Item {
     id: label
 

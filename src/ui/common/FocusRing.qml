@@ -16,6 +16,6 @@ Rectangle {
     color: "transparent"
     border.width: 2
     border.color: Theme.accent
-    // Fields and rows are no `Control`: they have the mark whenever they have the keyboard.
+    // Fields and rows are not a `Control`: they are marked whenever they have the keyboard.
     visible: control.activeFocus && (!button || button.visualFocus)
 }

@@ -5,16 +5,16 @@
 
 namespace sonvale::ui {
 
-/// A language that can be spoken, as the user picks it.
+/// A spoken language that the user can choose.
 struct Language {
-    std::string_view code; ///< as it is stored, "auto" for whatever is spoken
+    std::string_view code; ///< the stored value; "auto" detects the language
     std::string_view label;
 };
 
-/// In the order in which they are offered.
+/// Returns the languages in the order in which they are offered.
 std::span<const Language> languages();
 
-/// What a stored code is called; "English" for one that is not offered.
+/// Returns the label of a stored code; "English" if the language is not offered.
 std::string_view languageName(std::string_view code);
 
 } // namespace sonvale::ui

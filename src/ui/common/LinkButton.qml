@@ -2,11 +2,11 @@ import QtQuick
 import QtQuick.Controls.Basic
 import SonVale
 
-/// Words that do something; a part of them may be bold.
+/// A button that shows only words, of which a part may be bold.
 AbstractButton {
     id: link
 
-    /// Of the words under the pointer.
+    /// The color of the words under the pointer.
     property color litColor: Theme.text
 
     implicitHeight: Theme.hitHeight

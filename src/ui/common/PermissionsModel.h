@@ -39,7 +39,7 @@ public:
     Q_INVOKABLE void request(sonvale::ui::PermissionsModel::Permission permission);
     /// Checks once whether the permission is granted.
     void check(Permission permission);
-    /// Checks all four permissions once, without a wait for the sound server.
+    /// Checks all four permissions once, and does not wait for the sound server.
     void checkAllLater();
     /// Checks all four permissions once.
     Q_INVOKABLE void checkAll();

@@ -2,11 +2,11 @@ import QtQuick
 import QtQuick.Controls.Basic
 import SonVale
 
-/// A button beside the main one.
+/// A secondary button.
 Button {
     id: button
 
-    /// Before the words; none when it is empty.
+    /// The name of the symbol before the words; empty for no symbol.
     property string symbol
 
     implicitHeight: 40

@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// A surface with room for its content, which stands in it from the top.
+/// A surface with its content at the top.
 Rectangle {
     id: card
 

@@ -2,13 +2,13 @@ import QtQuick
 import QtQuick.Controls.Basic
 import SonVale
 
-/// The filled button of a screen's one main action; dimmed while it is disabled.
+/// The filled button for the main action of a screen; dimmed while it is disabled.
 Button {
     id: button
 
-    /// Whether another button of the screen is its main one now.
+    /// Whether another button of the screen is the main one now.
     property bool isQuiet: false
-    /// Before the words; none when it is empty.
+    /// The name of the symbol before the words; empty for no symbol.
     property string symbol
     readonly property color quietGround: down ? Theme.hairline : enabled && hovered ? Theme.raised : Theme.surface
     readonly property color filledGround: down ? Qt.darker(Theme.accent, 1.15) : enabled && hovered ? Qt.darker(Theme.accent, 1.07) : Theme.accent

@@ -4,8 +4,8 @@ import QtQuick.Controls.Basic
 import QtQuick.Templates as T
 import SonVale
 
-/// A sheet over the window that has to be answered or closed first. The keyboard stays inside it, and goes back
-/// to where it was. Escape closes it, unless something inside takes the key.
+/// A modal sheet over the window. The keyboard stays inside the sheet and returns to its previous item when
+/// the sheet closes. Escape closes the sheet, unless an item inside uses the key.
 Popup {
     id: sheet
 
@@ -13,11 +13,11 @@ Popup {
     property string title
     property string subtitle
     property alias rowSpacing: column.spacing
-    /// Stays in sight below what scrolls.
+    /// The row below the scrolling content, which stays visible.
     property alias footer: foot.data
     readonly property int footHeight: foot.children.length > 0 ? foot.height + Theme.inCard : 0
 
-    /// What had the keyboard before, and whether it was marked.
+    /// The item that had the keyboard before, and whether it was marked.
     property Item opener: null
     property bool isOpenerMarked: false
 
@@ -103,7 +103,7 @@ Popup {
 
             readonly property Item focusItem: Window.activeFocusItem
 
-            /// Scrolls to what has the keyboard.
+            /// Scrolls to the item that has the keyboard.
             function reveal(item) {
                 var place = item.mapToItem(column, 0, 0).y + column.y;
                 if (place - 6 < contentY)
@@ -125,7 +125,7 @@ Popup {
             anchors.right: parent.right
             anchors.top: heading.bottom
             anchors.bottom: parent.bottom
-            // The outlines of what has the keyboard stand a little outside.
+            // The outline around the item with the keyboard is a little outside of the item.
             anchors.margins: -6
             anchors.topMargin: Theme.inCard - 6
             anchors.bottomMargin: sheet.footHeight - 6

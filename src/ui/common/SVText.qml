@@ -1,9 +1,9 @@
 import QtQuick
 import SonVale
 
-/// Text of the program; what comes from outside is shown as it stands, without any markup.
+/// A text, shown without interpretation of markup.
 Text {
-    /// Text of some lines, which wants air between them.
+    /// Whether the text has several lines, which need more space between them.
     property bool isParagraph: false
 
     color: Theme.text

@@ -2,25 +2,25 @@ import QtQuick
 import QtQuick.Controls.Basic
 import SonVale
 
-/// An editor of plain text that scrolls. Tab goes on to the next control, as everywhere in the window.
+/// A scrolling editor of plain text. Tab moves to the next control, as everywhere in the window.
 FocusScope {
     id: area
 
-    /// What the editor shows. Each new value goes into the editor, and is not an edit.
+    /// The text to show. Each new value replaces the editor's text; this is not an edit.
     property string value
     readonly property alias text: editor.text
     property alias placeholder: editor.placeholderText
     property alias editorName: editor.objectName
     property string label
 
-    /// The text is another one than what was shown, by the keyboard or by assistive technology.
+    /// Emitted if the keyboard or assistive technology has changed the text.
     signal edited
 
-    /// Puts a text into the editor, which is not an edit.
+    /// Replaces the editor's text. This is not an edit.
     function show(text) {
         editor.show(text);
     }
-    /// Empties the editor, in a way that Control-Z undoes, and gives it the keyboard.
+    /// Empties the editor so that Control-Z undoes it, and gives the editor the keyboard.
     function clear() {
         if (editor.length === 0)
             return;
@@ -47,7 +47,7 @@ FocusScope {
         TextArea {
             id: editor
 
-            /// The text that it begins with arrives as late as its completion.
+            /// True until the item is complete, because the initial text arrives only then.
             property bool isShowing: true
 
             function show(value) {

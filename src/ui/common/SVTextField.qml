@@ -2,12 +2,12 @@ import QtQuick
 import QtQuick.Controls.Basic
 import SonVale
 
-/// A field of one line; `label` is what screen readers call it.
+/// A field of one line. Screen readers read its `label`.
 TextField {
     id: field
 
     property string label
-    /// A symbol before the text; none when it is empty.
+    /// The name of the symbol before the text; empty for no symbol.
     property string symbol
 
     implicitHeight: 40

@@ -8,22 +8,23 @@
 
 namespace sonvale::ui {
 
-/// Keeps what is being typed without writing to the disk at every key: the first change that is not kept yet
-/// is kept, with all that followed it, a moment later. Main actor.
+/// Saves text while the user types, without writing to the disk for every key. The first unsaved change
+/// starts a delay; after it, all changes are saved at once. Main actor.
 class SaveSoon {
 public:
-    /// How much typing an end of the process can cost, in seconds.
+    /// The delay in seconds: the maximum of typing that is lost if the process ends.
     static constexpr double delay = 0.2;
 
-    /// `save` is called on the main actor, for the last time by the destructor. `clock` must outlive it.
+    /// `save` is called on the main actor. The destructor saves an unsaved change. `clock` must outlive the
+    /// object.
     SaveSoon(runtime::Actor main, runtime::Clock& clock, std::function<void()> save);
     ~SaveSoon();
     SaveSoon(const SaveSoon&) = delete;
     SaveSoon& operator=(const SaveSoon&) = delete;
 
-    /// Something has changed.
+    /// Notes a change, which is saved after the delay.
     void request();
-    /// Keeps it now, if there is something.
+    /// Saves now. Does nothing if no change is unsaved.
     void flush();
 
 private:

@@ -4,25 +4,25 @@ import QtQuick.Controls.Basic
 import QtQuick.Templates as T
 import SonVale
 
-/// A page whose content stands in its middle and scrolls when there is more of it than room.
+/// A page with its content in the middle. It scrolls if the content is higher than the page.
 Flickable {
     id: page
 
     default property alias content: column.data
-    /// The height that the content is centred by, at least, so that its beginning does not jump between contents
-    /// of different heights.
+    /// The minimum height by which the content is centered, so that its top does not jump between contents of
+    /// different heights.
     property int steadyHeight: 0
-    /// For a content that comes in from a side.
+    /// The horizontal offset of a content that slides in from a side.
     property real shift: 0
     property alias contentOpacity: column.opacity
     property int columnWidth: 520
-    /// Begins at the top, however little there is.
+    /// Whether the content is at the top of the page, also if it is short.
     property bool isTopAligned: false
     property alias spacing: column.spacing
 
     readonly property Item focusItem: Window.activeFocusItem
 
-    /// Scrolls to what has the keyboard.
+    /// Scrolls to the item that has the keyboard.
     function reveal(item) {
         var place = item.mapToItem(column, 0, 0).y + column.y;
         var air = Theme.inCard;

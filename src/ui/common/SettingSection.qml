@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// Settings that belong together, in a card under their heading.
+/// A card with a heading for related settings.
 Column {
     id: section
 

@@ -4,7 +4,7 @@
 
 namespace sonvale::ui {
 
-// The colors of the states, as the light theme and the tray icon show them.
+// The colors of the states in the light theme and in the tray icon.
 inline constexpr QColor restingColor(0x5B, 0x64, 0x72);
 inline constexpr QColor listeningColor(0x2A, 0x63, 0xF0);
 inline constexpr QColor workingColor(0x17, 0x78, 0x43);

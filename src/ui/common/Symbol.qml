@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Window
 import SonVale
 
-/// A line drawing of the program's own set, in one colour.
+/// A line drawing of the program's own set, in one color.
 Image {
     id: symbol
 

@@ -2,14 +2,14 @@ import QtQuick
 import QtQuick.Controls.Basic
 import SonVale
 
-/// A button that is a symbol alone; its words are for screen readers and the tool tip.
+/// A button that shows only a symbol. Its words are for screen readers and the tool tip.
 AbstractButton {
     id: button
 
     property string symbol
     property color symbolColor: Theme.secondaryText
     property int symbolSize: 18
-    /// Shown beside the pointer; none when it is empty.
+    /// The tool tip; empty for none.
     property string hint
 
     implicitWidth: Theme.hitHeight

@@ -9,7 +9,7 @@ namespace sonvale::ui {
 
 namespace {
 
-/// The symbols' own size, in points.
+/// The size of the symbols' own coordinates, in points.
 constexpr QSize designSize(20, 20);
 
 } // namespace

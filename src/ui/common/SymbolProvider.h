@@ -6,11 +6,11 @@
 
 namespace sonvale::ui {
 
-/// A symbol of the program's own set (`symbols/`), such as "doc.on.doc", drawn in one colour; null for a name
-/// that is not in the set. `size` is in pixels.
+/// Returns a symbol of the program's own set (`symbols/`), such as "doc.on.doc", drawn in one color. Returns
+/// a null image if the set has no symbol of that name. `size` is in pixels.
 QImage symbolImage(const QString& name, const QColor& color, const QSize& size);
 
-/// The symbols for views: "image://symbol/doc.on.doc/%23ff0000" is one in red.
+/// Serves the symbols to views: "image://symbol/doc.on.doc/%23ff0000" is a red one.
 class SymbolProvider final : public QQuickImageProvider {
 public:
     SymbolProvider();

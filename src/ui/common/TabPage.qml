@@ -1,12 +1,12 @@
 import QtQuick
 import SonVale
 
-/// A tab whose content is one column under a title.
+/// A tab with one column of content under a title.
 ScrollPage {
     id: page
 
     property alias title: heading.text
-    /// A line under the title; none when it is empty.
+    /// The line under the title; hidden if it is empty.
     property alias subtitle: line.text
 
     columnWidth: 720

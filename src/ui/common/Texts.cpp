@@ -8,11 +8,11 @@ namespace sonvale::ui {
 
 namespace {
 
-/// As the views' own, so that one file of translations holds both.
+/// The context of Texts.qml, so that one translation file holds both.
 constexpr const char* context = "Texts";
 
-/// The words that the rules below the views tell, once more, for whoever collects what is to be translated.
-constexpr std::array told{
+/// The words of the lower layers, listed again for the tools that collect translatable words.
+constexpr std::array translatable{
     // the state
     QT_TRANSLATE_NOOP("Texts", "Ready"),
     QT_TRANSLATE_NOOP("Texts", "Listening..."),
@@ -58,7 +58,7 @@ constexpr std::array told{
     QT_TRANSLATE_NOOP("Texts", "Professional — polished and clear"),
     QT_TRANSLATE_NOOP("Texts", "Formal — no contractions, precise and structured"),
     QT_TRANSLATE_NOOP("Texts", "Neutral"),
-    // the way in
+    // sign-in
     QT_TRANSLATE_NOOP("Texts", "Please enter your email address."),
     QT_TRANSLATE_NOOP("Texts", "Please enter a valid email address."),
     QT_TRANSLATE_NOOP("Texts", "Password must be at least 8 characters."),
@@ -102,7 +102,7 @@ constexpr std::array told{
 
 constexpr std::string_view placeholder = "%1";
 
-/// Returns what stands at the placeholder of `pattern`, or nullopt if `words` do not fit it.
+/// Returns the text in the place of the placeholder of `pattern`, or nullopt if `words` do not match.
 std::optional<std::string_view> dataIn(std::string_view words, std::string_view pattern) {
     const auto place = pattern.find(placeholder);
     if (place == std::string_view::npos)
@@ -117,8 +117,8 @@ std::optional<std::string_view> dataIn(std::string_view words, std::string_view 
 } // namespace
 
 QString translated(std::string_view words) {
-    for (const auto* pattern : told) {
-        // What stands there can be a sentence of the program too.
+    for (const auto* pattern : translatable) {
+        // The data can be a sentence of the program, too.
         if (const auto data = dataIn(words, pattern))
             return QCoreApplication::translate(context, pattern)
                 .replace(QLatin1String("%1"), translated(*data));
@@ -126,8 +126,8 @@ QString translated(std::string_view words) {
     return QCoreApplication::translate(context, std::string(words).c_str());
 }
 
-std::span<const char* const> toldWords() {
-    return told;
+std::span<const char* const> translatableWords() {
+    return translatable;
 }
 
 } // namespace sonvale::ui

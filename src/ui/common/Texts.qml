@@ -1,7 +1,7 @@
 pragma Singleton
 import QtQuick
 
-/// Every text of the views that is not told by a model, for translation.
+/// Holds the texts of the views, for translation. A model holds the texts that depend on its state.
 QtObject {
     readonly property string applicationName: qsTr("Son Vale")
     readonly property string copy: qsTr("Copy")
@@ -27,7 +27,7 @@ QtObject {
 
     // Home.
     readonly property string welcomeBack: qsTr("Welcome back, %1")
-    readonly property string somebody: qsTr("there")
+    readonly property string unnamedUser: qsTr("there")
     readonly property string days: qsTr("days")
     readonly property string words: qsTr("words")
     readonly property string wordsPerMinute: qsTr("WPM")
@@ -74,7 +74,7 @@ QtObject {
     readonly property string localExplanation: qsTr("Free. No API key needed — uses your Mac's built-in speech recognition.")
     readonly property string languageExplanation: qsTr("Select the language you'll be speaking. Choose Auto-detect if you switch languages frequently.")
     readonly property string permissions: qsTr("Permissions")
-    readonly property string grant: qsTr("Grant")
+    readonly property string allow: qsTr("Grant")
     readonly property string speechNeeded: qsTr("Speech Recognition is needed for Local and Hybrid modes.")
     readonly property string recheckPermissions: qsTr("Re-check Permissions")
     readonly property string about: qsTr("About")
@@ -153,7 +153,7 @@ QtObject {
     readonly property string supportMessage: qsTr("Support")
     readonly property string waitingForAnswer: qsTr("Waiting for an answer")
 
-    // The way in.
+    // Sign-in.
     readonly property string signIn: qsTr("Sign In")
     readonly property string signInSubtitle: qsTr("Sign in to your Son Vale account.")
     readonly property string createAccount: qsTr("Create Account")
@@ -167,7 +167,7 @@ QtObject {
     readonly property string showPassword: qsTr("Show password")
     readonly property string hidePassword: qsTr("Hide password")
 
-    // The steps for a new user.
+    // Onboarding.
     readonly property string back: qsTr("Back")
     readonly property string skip: qsTr("Skip")
     readonly property string continueOn: qsTr("Continue")

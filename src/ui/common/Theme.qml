@@ -2,7 +2,7 @@ pragma Singleton
 import QtQuick
 import SonVale
 
-/// Colours, type, space and motion, in one place.
+/// The colors, fonts, spaces and durations of all views.
 QtObject {
     readonly property bool isDark: Appearance.isDark
 
@@ -17,12 +17,12 @@ QtObject {
     readonly property color textOnAccent: isDark ? "#0B1220" : "#FFFFFF"
     readonly property color good: isDark ? "#59D08E" : Appearance.workingColor
     readonly property color caution: isDark ? "#F0B35A" : "#9A5B00"
-    /// For a symbol beside its words; too light for text.
+    /// For a symbol next to its words; too light for text.
     readonly property color yellow: isDark ? "#FACC15" : "#EAB308"
     readonly property color danger: isDark ? "#FF7B72" : "#C0352B"
-    /// Over what a sheet covers.
+    /// Covers the page under a sheet.
     readonly property color veil: isDark ? "#99000000" : "#5914171C"
-    /// The ring glows on its own ground, whatever the window's.
+    /// The ring has a dark ground of its own in both themes.
     readonly property color ringGround: "#111318"
     readonly property color ringRest: "#A3ACBA"
 
@@ -65,8 +65,8 @@ QtObject {
 
     readonly property int motion: Appearance.isMotionReduced ? 0 : 150
 
-    /// A layer of `colour` over `ground`.
-    function tint(colour, strength) {
-        return Qt.rgba(colour.r, colour.g, colour.b, strength);
+    /// Returns `color` with `strength` as its opacity.
+    function tint(color, strength) {
+        return Qt.rgba(color.r, color.g, color.b, strength);
     }
 }

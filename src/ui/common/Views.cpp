@@ -8,7 +8,7 @@
 #include <QQuickWindow>
 #include <mutex>
 
-// The types of the views, registered by generated code. The call keeps it in a program that links it
+// Registers the types of the views. The function is generated; the call keeps it in a program that links it
 // statically.
 void qml_register_types_SonVale(); // NOLINT(readability-identifier-naming): the generated name
 
@@ -22,7 +22,8 @@ Views::~Views() = default;
 QQmlEngine& Views::engine() {
     if (engine_)
         return *engine_;
-    // Quicker to start, smaller and calmer than OpenGL without a graphics card; these windows are flat.
+    // Without a graphics card the software renderer starts faster than OpenGL and needs less memory and
+    // processor time. These windows are flat.
     static std::once_flag isChosen; // for the whole process
     std::call_once(isChosen, [] { QQuickWindow::setGraphicsApi(QSGRendererInterface::Software); });
     qml_register_types_SonVale();

@@ -22,11 +22,11 @@ public:
     Views(const Views&) = delete;
     Views& operator=(const Views&) = delete;
 
-    /// Makes a window, not shown yet, which the content of `file`.qml fills. The file is named from `src/ui`,
-    /// such as "menu/MenuBarView".
+    /// Returns a window with the content of `file`.qml, not shown yet. The file is named from `src/ui`, such
+    /// as "menu/MenuBarView".
     std::unique_ptr<QQuickView> make(const QString& file, const QVariantMap& properties);
 
-    /// Frees what only closed windows have used.
+    /// Frees the memory that only closed windows used.
     void trim();
 
     Appearance& appearance() { return *appearance_; }

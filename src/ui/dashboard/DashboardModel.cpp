@@ -9,7 +9,7 @@ namespace sonvale::ui {
 DashboardModel::DashboardModel(DashboardParts parts)
     : parts_(std::move(parts))
     , onboarding_(parts_.appState, parts_.settings)
-    , login_(parts_.main, parts_.appState->authService)
+    , loginModel_(parts_.main, parts_.appState->authService)
     , content_(content()) {
     const auto changed = [this](bool) { follow(); };
     subscriptions_.push_back(parts_.appState->isOnboardingComplete.subscribe(changed));
@@ -25,7 +25,7 @@ std::function<void(std::string)> DashboardModel::copyText() const {
 DashboardModel::Content DashboardModel::content() const {
     if (!parts_.appState->isOnboardingComplete.get())
         return Content::Onboarding;
-    return isSignedIn() || isWithoutAccount_ ? Content::Home : Content::Login;
+    return isSignedIn() || isWithoutAccount_ ? Content::Home : Content::SignIn;
 }
 
 void DashboardModel::follow() {
@@ -33,9 +33,10 @@ void DashboardModel::follow() {
         isWithoutAccount_ = false;
     const auto now = content();
     const auto former = std::exchange(content_, now);
-    // Before the views change: each of them begins with an empty form, and none is left with a filled one.
-    if (former != now && (former == Content::Login || now == Content::Login))
-        login_.reset();
+    // The form is reset before the views change, so that each view begins with an empty form and a filled one
+    // is never kept.
+    if (former != now && (former == Content::SignIn || now == Content::SignIn))
+        loginModel_.reset();
     Q_EMIT contentChanged();
     if (support_ && now != Content::Home)
         support_->forget();
@@ -85,7 +86,7 @@ ScratchpadModel* DashboardModel::scratchpad() {
 }
 
 QString DashboardModel::userEmail() const {
-    return textOf(parts_.appState->authService->currentUserEmail.get().value_or(""));
+    return toQString(parts_.appState->authService->currentUserEmail.get().value_or(""));
 }
 
 void DashboardModel::signOut() {

@@ -20,15 +20,15 @@
 
 namespace sonvale::ui {
 
-/// What the dashboard's window shows: the steps for a new user, then the way in, then the dashboard itself,
-/// with a model for each of its tabs. It follows the controller while the window is open; main actor.
+/// The content of the dashboard's window: the onboarding, then the sign-in, then the dashboard itself, with a
+/// model for each of its tabs. It follows the controller while the window is open. Main actor.
 class DashboardModel final : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("The window makes it.")
     Q_PROPERTY(Content content READ content NOTIFY contentChanged)
     Q_PROPERTY(sonvale::ui::OnboardingModel* onboarding READ onboarding CONSTANT)
-    Q_PROPERTY(sonvale::ui::LoginModel* login READ login CONSTANT)
+    Q_PROPERTY(sonvale::ui::LoginModel* loginModel READ loginModel CONSTANT)
     Q_PROPERTY(sonvale::ui::HistoryModel* history READ history CONSTANT)
     Q_PROPERTY(sonvale::ui::HotkeySheetModel* shortcuts READ shortcuts CONSTANT)
     Q_PROPERTY(sonvale::ui::SettingsModel* settings READ settings CONSTANT)
@@ -41,28 +41,28 @@ class DashboardModel final : public QObject {
     Q_PROPERTY(sonvale::ui::SupportChatModel* support READ support CONSTANT)
 
 public:
-    enum class Content { Onboarding, Login, Home };
+    enum class Content { Onboarding, SignIn, Home };
     Q_ENUM(Content)
 
     explicit DashboardModel(DashboardParts parts);
     ~DashboardModel() override;
 
-    /// Returns what the window shows. After the onboarding it is `Login` until there is a session, or until
-    /// the user has chosen to continue without one.
+    /// Returns the content of the window. After the onboarding it is `SignIn` until there is a session, or
+    /// until the user chooses to continue without one.
     Content content() const;
     bool isSignedIn() const { return parts_.appState->authService->isAuthenticated.get(); }
     OnboardingModel* onboarding() { return &onboarding_; }
-    LoginModel* login() { return &login_; }
-    // The models of the tabs are made when they are first looked at.
+    LoginModel* loginModel() { return &loginModel_; }
+    // The models of the tabs are created when the tabs are first shown.
     HistoryModel* history();
     HotkeySheetModel* shortcuts();
     SettingsModel* settings();
     SnippetsModel* snippets();
     StyleModel* style();
     ScratchpadModel* scratchpad();
-    QString userEmail() const; ///< empty without a user's session
+    QString userEmail() const; ///< empty if no user is signed in
     Q_INVOKABLE void signOut();
-    /// Whether dictation needs a session. Returns false for a build with a key for the service.
+    /// Returns whether dictation needs a session; false in a build with a key for the service.
     bool isAccountNeeded() const { return !parts_.addresses.key; }
     /// Shows the tabs without a session, until the window closes or `askToSignIn` is called. Does nothing if
     /// an account is needed.
@@ -79,7 +79,7 @@ private:
 
     const DashboardParts parts_;
     OnboardingModel onboarding_;
-    LoginModel login_;
+    LoginModel loginModel_;
     std::unique_ptr<HistoryModel> history_;
     std::unique_ptr<HotkeySheetModel> shortcuts_;
     std::unique_ptr<SettingsModel> settings_;
@@ -88,7 +88,7 @@ private:
     std::unique_ptr<ScratchpadModel> scratchpad_;
     std::unique_ptr<SupportChatModel> support_;
     bool isWithoutAccount_ = false;
-    Content content_; ///< as notified last
+    Content content_; ///< as last notified
     std::vector<base::Subscription> subscriptions_;
 };
 

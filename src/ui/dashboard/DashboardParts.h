@@ -8,13 +8,13 @@
 
 namespace sonvale::ui {
 
-/// What the models of the dashboard work with. Everything referred to must outlive the window.
+/// The objects that the models of the dashboard use. All references must outlive the window.
 struct DashboardParts {
     runtime::Actor main;
     runtime::Clock& clock;
     services::ServiceAddresses addresses;
-    std::string version;    ///< of this program
-    std::string dateLocale; ///< by which dates and times are written
+    std::string version;    ///< the version of this program
+    std::string dateLocale; ///< the locale of dates and times
     persistence::Settings& settings;
     platform::Workspace& workspace;
     platform::UrlSessions& urlSessions;
@@ -24,7 +24,7 @@ struct DashboardParts {
     platform::Updater& updater;
     std::shared_ptr<core::AppState> appState;
 
-    /// Picks the parts out of the environment of the program.
+    /// Returns the parts from the environment of the program.
     static DashboardParts from(const core::Environment& environment,
                                std::shared_ptr<core::AppState> appState);
 };

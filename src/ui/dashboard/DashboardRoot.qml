@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// The content of the dashboard's window: what the user has to do first, or the dashboard.
+/// The content of the dashboard's window: the onboarding, the sign-in or the dashboard.
 Rectangle {
     id: root
 
@@ -16,7 +16,7 @@ Rectangle {
 
         anchors.fill: parent
         focus: true
-        sourceComponent: root.model.content === DashboardModel.Onboarding ? onboarding : root.model.content === DashboardModel.Login ? login : home
+        sourceComponent: root.model.content === DashboardModel.Onboarding ? onboarding : root.model.content === DashboardModel.SignIn ? signIn : home
         onLoaded: (item as Item).forceActiveFocus()
     }
 
@@ -29,11 +29,11 @@ Rectangle {
         }
     }
     Component {
-        id: login
+        id: signIn
 
         LoginView {
             objectName: "login"
-            model: root.model.login
+            model: root.model.loginModel
             isAccountNeeded: root.model.isAccountNeeded
             onContinuedWithoutAccount: root.model.continueWithoutAccount()
         }

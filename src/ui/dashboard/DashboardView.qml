@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// The dashboard itself: the sidebar and, beside it, the selected tab.
+/// The dashboard: the sidebar and, next to it, the selected tab.
 FocusScope {
     id: dashboard
 

@@ -45,7 +45,7 @@ void DashboardWindow::open() {
 }
 
 bool DashboardWindow::eventFilter(QObject* object, QEvent* event) {
-    // Not inside the window's own event.
+    // The window must not be destroyed inside its own event.
     if (object == view_.get() && event->type() == QEvent::Close)
         QMetaObject::invokeMethod(this, &DashboardWindow::drop, Qt::QueuedConnection);
     return QObject::eventFilter(object, event);

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import SonVale
 
-/// One tab in the sidebar.
+/// A tab in the sidebar.
 AbstractButton {
     id: button
 

@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// The tabs of the dashboard: the main tabs at the top, the others at the foot.
+/// The tabs of the dashboard: the main tabs at the top, the others at the bottom.
 FocusScope {
     id: sidebar
 

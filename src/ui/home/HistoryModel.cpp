@@ -15,8 +15,8 @@ using persistence::Transcription;
 namespace {
 
 constexpr std::size_t pagesKept = 8;
-/// The machine may sleep meanwhile, or its clock be set.
-constexpr double longestWaitForDay = 3600;
+/// The maximum wait, because the machine may sleep meanwhile, or the user may set its clock.
+constexpr double maxWaitForDay = 3600;
 
 void report(const persistence::StoreError& error) {
     static const base::Logger logger("Dashboard");
@@ -30,7 +30,7 @@ HistoryModel::HistoryModel(Parts parts)
     , dateText_(parts_.dateLocale)
     , today_(base::dayOf(parts_.clock.date()).value_or(base::CalendarDay{})) {
     load();
-    // In the next turn the change has been saved, and is cheap to read.
+    // In the next turn the change is saved, and is cheap to read.
     changes_ = parts_.records.onChange<Transcription>([this] {
         if (!std::exchange(isFollowing_, true))
             QMetaObject::invokeMethod(this, &HistoryModel::follow, Qt::QueuedConnection);
@@ -53,7 +53,7 @@ QVariant HistoryModel::data(const QModelIndex& index, int role) const {
         return {};
     switch (role) {
     case identifierRole:
-        return textOf(row->id.toString());
+        return toQString(row->id.toString());
     case timeRole:
         return row->time;
     case textRole:
@@ -72,19 +72,19 @@ QHash<int, QByteArray> HistoryModel::roleNames() const {
 QString HistoryModel::firstName() const {
     const auto name = parts_.workspace.fullUserName();
     const auto words = base::piecesBetweenBlanks(name);
-    return words.empty() ? QString() : textOf(words.front());
+    return words.empty() ? QString() : toQString(words.front());
 }
 
 QString HistoryModel::days() const {
-    return textOf(stats_.days());
+    return toQString(stats_.days());
 }
 
 QString HistoryModel::words() const {
-    return textOf(stats_.words());
+    return toQString(stats_.words());
 }
 
 QString HistoryModel::wordsPerMinute() const {
-    return textOf(stats_.wordsPerMinute());
+    return toQString(stats_.wordsPerMinute());
 }
 
 void HistoryModel::copy(int row) {
@@ -92,7 +92,7 @@ void HistoryModel::copy(int row) {
     if (!shown)
         return;
     parts_.copyText(shown->text.toStdString());
-    setCopiedRow(textOf(shown->id.toString()));
+    setCopiedRow(toQString(shown->id.toString()));
     copiedTask_.cancel();
     copiedTask_ = runtime::spawn(parts_.main, forgetCopied(self_, &parts_.clock));
 }
@@ -111,7 +111,7 @@ void HistoryModel::setCopiedRow(const QString& row) {
 
 runtime::Task<> HistoryModel::followDays(std::weak_ptr<HistoryModel*> weakSelf, runtime::Clock* clock) {
     for (;;) {
-        double seconds = longestWaitForDay;
+        double seconds = maxWaitForDay;
         {
             const auto self = weakSelf.lock();
             if (!self)
@@ -126,7 +126,7 @@ runtime::Task<> HistoryModel::followDays(std::weak_ptr<HistoryModel*> weakSelf, 
                     Q_EMIT model.dataChanged(model.index(0), model.index(model.count_ - 1), {sectionRole});
             }
             const std::chrono::duration<double> left = model.today_.end - now;
-            seconds = std::clamp(left.count(), 1.0, longestWaitForDay);
+            seconds = std::clamp(left.count(), 1.0, maxWaitForDay);
         }
         if (co_await runtime::sleep(*clock, seconds) == runtime::SleepOutcome::interrupted)
             co_return;
@@ -167,8 +167,8 @@ std::vector<Transcription> HistoryModel::fetch(int offset, int limit) const {
 
 HistoryModel::Row HistoryModel::shown(const Transcription& record) const {
     return {.id = record.id,
-            .time = textOf(dateText_.shortTime(record.timestamp)),
-            .text = textOf(record.processedText),
+            .time = toQString(dateText_.shortTime(record.timestamp)),
+            .text = toQString(record.processedText),
             .section = sectionOf(record.timestamp)};
 }
 
@@ -177,7 +177,7 @@ QString HistoryModel::sectionOf(base::Date timestamp) const {
         return section_;
     sectionDay_ = base::dayOf(timestamp).value_or(base::CalendarDay{});
     const auto name = daySection(sectionDay_, today_);
-    section_ = name ? translated(*name) : textOf(dateText_.mediumDate(timestamp));
+    section_ = name ? translated(*name) : toQString(dateText_.mediumDate(timestamp));
     return section_;
 }
 
@@ -215,7 +215,7 @@ void HistoryModel::follow() {
     Q_EMIT statsChanged();
 }
 
-/// False when there is more that is different than new rows on top.
+/// Inserts the new rows at the top. Returns false if more than new rows has changed.
 bool HistoryModel::insertNewest(int total) {
     const int added = total - count_;
     if (added > pageSize)

@@ -21,7 +21,7 @@
 namespace sonvale::ui {
 
 /// The history, newest first, as the home tab shows it, with its three counters. It follows the store, and
-/// holds the pages of it that are looked at, never all rows. Main actor.
+/// keeps only the visible pages of it in memory. Main actor.
 class HistoryModel final : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT
@@ -36,16 +36,16 @@ class HistoryModel final : public QAbstractListModel {
 public:
     enum Role { identifierRole = Qt::UserRole, timeRole, textRole, sectionRole };
 
-    /// How long a row says that it has been copied, in seconds.
+    /// The duration of the note that a row is copied, in seconds.
     static constexpr double copiedSeconds = 1.5;
     static constexpr int pageSize = 64;
 
-    /// What the model works with; everything referred to must outlive it.
+    /// The objects that the model uses. All references must outlive it.
     struct Parts {
         runtime::Actor main;
         runtime::Clock& clock;
         platform::Workspace& workspace;
-        std::string dateLocale; ///< by which dates and times are written
+        std::string dateLocale; ///< the locale of dates and times
         RecordStore records;
         std::function<void(std::string text)> copyText;
     };
@@ -57,15 +57,15 @@ public:
     QVariant data(const QModelIndex& index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
 
-    /// Of the account's full name, the first word; empty when it gives none.
+    /// Returns the first word of the account's full name; empty if the account has no name.
     QString firstName() const;
     int count() const { return count_; }
     QString days() const;
     QString words() const;
     QString wordsPerMinute() const;
-    QString copiedRow() const { return copiedRow_; } ///< its identifier; empty for none
+    QString copiedRow() const { return copiedRow_; } ///< the identifier of the copied row; empty for none
 
-    /// Puts the text of a row on the pasteboard, and says so for a moment.
+    /// Copies the text of a row to the pasteboard, and sets `copiedRow` for a moment.
     Q_INVOKABLE void copy(int row);
 
     Q_SIGNAL void countChanged();
@@ -105,11 +105,11 @@ private:
     std::optional<base::Uuid> newest_;
     HistoryStats stats_;
     QString copiedRow_;
-    mutable std::list<Page> pages_;          ///< the one that was looked at last is first
-    mutable base::CalendarDay sectionDay_{}; ///< of the row whose section was told last
+    mutable std::list<Page> pages_;          ///< the last used one is first
+    mutable base::CalendarDay sectionDay_{}; ///< the day of the last row that was asked for its section
     mutable QString section_;
     base::Subscription changes_;
-    bool isFollowing_ = false; ///< a change has been noticed and is looked at in the next turn
+    bool isFollowing_ = false; ///< a change will be read in the next turn
     std::shared_ptr<HistoryModel*> self_ = std::make_shared<HistoryModel*>(this); ///< tasks hold it weakly
     runtime::TaskHandle<> dayTask_;
     runtime::TaskHandle<> copiedTask_;

@@ -8,7 +8,7 @@ namespace sonvale::ui {
 
 namespace {
 
-/// With one decimal place. Halves go up, also where the number is a half exactly.
+/// Returns the number with one decimal place. Rounds halves up, also an exact half.
 std::string thousands(std::int64_t words) {
     const bool isHalf = words % 500 == 250;
     return fmt::format("{:.1f}K", static_cast<double>(isHalf ? words + 1 : words) / 1000);

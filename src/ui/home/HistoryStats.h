@@ -9,11 +9,11 @@
 
 namespace sonvale::ui {
 
-/// The three counters over the history, as they are shown. Rows are added one by one, so that a long history
-/// need not be in memory.
+/// The three counters over the history, as the home tab shows them. Rows are added one by one, so that a long
+/// history does not have to be in memory.
 class HistoryStats {
 public:
-    /// Days are those of `timeZone` (IANA name; empty means the system's own).
+    /// Counts days in `timeZone` (an IANA name; empty for the system's own).
     explicit HistoryStats(std::string timeZone = {})
         : timeZone_(std::move(timeZone)) {}
 
@@ -21,19 +21,19 @@ public:
 
     std::string days() const;
     std::string words() const;          ///< "999", then "1.0K"
-    std::string wordsPerMinute() const; ///< "0" where nothing was measured
+    std::string wordsPerMinute() const; ///< "0" if no row has a duration
 
 private:
     std::string timeZone_;
-    base::CalendarDay lastDay_{}; ///< rows come in the order of time, so the next is of the same day mostly
+    base::CalendarDay lastDay_{}; ///< rows are added by time, so the next row is mostly on the same day
     std::set<std::int64_t> days_;
     std::int64_t words_ = 0;
     double seconds_ = 0;
 };
 
-/// "Today" or "Yesterday"; absent for a day that is called by its date.
+/// Returns "Today" or "Yesterday", or nullopt for all other days.
 std::optional<std::string> daySection(const base::CalendarDay& day, const base::CalendarDay& today);
-/// The same by the calendar of `timeZone`.
+/// Returns the same for a point in time in `timeZone`.
 std::optional<std::string> daySection(base::Date timestamp, base::Date now, const std::string& timeZone = {});
 
 } // namespace sonvale::ui

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import SonVale
 
-/// Where the dashboard begins: counters, and the history by day.
+/// The first tab of the dashboard: counters, and the history by day.
 FocusScope {
     id: home
 
@@ -14,9 +14,9 @@ FocusScope {
     ListView {
         id: list
 
-        /// The rows that are shown whole, by their identifiers.
+        /// The identifiers of the expanded rows.
         property var expanded: ({})
-        /// What comes in above does not push the beginning out of sight.
+        /// A new row above does not push the beginning out of sight.
         property bool isAtTop: true
 
         objectName: "history"
@@ -26,7 +26,8 @@ FocusScope {
         boundsBehavior: Flickable.StopAtBounds
         keyNavigationEnabled: true
         highlightMoveDuration: 0
-        // Rows differ in height: what is just outside is made already, so that scrolling does not stutter.
+        // Rows differ in height. Rows just outside of the view are created early, so that scrolling is
+        // smooth.
         cacheBuffer: 600
         model: home.model
         onContentYChanged: isAtTop = contentY <= originY + 1
@@ -52,7 +53,7 @@ FocusScope {
                 SVText {
                     objectName: "greeting"
                     width: parent.width
-                    text: Texts.welcomeBack.arg(home.model.firstName === "" ? Texts.somebody : home.model.firstName)
+                    text: Texts.welcomeBack.arg(home.model.firstName === "" ? Texts.unnamedUser : home.model.firstName)
                     font: Theme.pageTitle
                     Accessible.role: Accessible.Heading
                     Accessible.name: text

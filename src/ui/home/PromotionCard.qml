@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// Leads to the styles.
+/// A card that leads to the styles.
 SVCard {
     id: card
 

@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// One counter with its symbol and its label.
+/// A counter with its symbol and its label.
 Rectangle {
     id: pill
 

@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// One dictation of the history. It is copied by its button, or by Return while it has the keyboard.
+/// A dictation of the history. Its button copies it, and so does Return while the row has the keyboard.
 Item {
     id: row
 
@@ -98,7 +98,7 @@ Item {
         anchors.rightMargin: Theme.inControl
         anchors.top: parent.top
         anchors.topMargin: 6
-        // In its place all the time, so that the text does not move.
+        // Always takes up its space, so that the text does not move.
         opacity: row.isHovered || row.activeFocus || row.copied ? 1 : 0
         focusPolicy: Qt.NoFocus
         symbol: row.copied ? "checkmark" : "doc.on.doc"

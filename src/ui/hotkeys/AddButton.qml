@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import SonVale
 
-/// Small words with a plus before them, which add one more to what stands above.
+/// A small button with a plus, which adds an entry to the list above.
 AbstractButton {
     id: button
 

@@ -18,9 +18,9 @@ Item {
         edit.forceActiveFocus(Qt.TabFocusReason);
     }
 
-    // What stands below does not jump when a recording begins or ends.
+    // Rows below do not move when a recording begins or ends.
     implicitHeight: Math.max(words.height, controls.height, 2 * Theme.hitHeight + controls.spacing)
-    // The recorder goes with the keyboard; whoever works without a mouse goes on where they were.
+    // The recorder disappears together with the keyboard focus, so the edit button takes the focus.
     onIsRecordingChanged: if (!isRecording && recorder.activeFocus)
         focusEdit()
 

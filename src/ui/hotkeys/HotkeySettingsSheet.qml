@@ -47,7 +47,7 @@ SVSheet {
         }
     }
 
-    // Where the recorder does not have the keyboard.
+    // For the time while the recorder does not have the keyboard.
     Shortcut {
         sequence: "Escape"
         enabled: sheet.opened && sheet.isRecording

@@ -24,9 +24,9 @@ std::optional<HotkeyAction> actionNamed(const QString& name) {
 ShortcutLine shortcutOf(const HotkeyConfiguration& config) {
     QStringList pills;
     for (const auto& pill : hotkeys::keyPills(config.keyCode, config.modifiers))
-        pills.append(textOf(pill));
+        pills.append(toQString(pill));
     const auto name = HotkeyConfiguration::formatDisplayName(config.keyCode, config.modifiers);
-    return {.pills = pills, .name = textOf(name)};
+    return {.pills = pills, .name = toQString(name)};
 }
 
 } // namespace
@@ -41,7 +41,7 @@ HotkeySheetModel::HotkeySheetModel(persistence::Settings& settings, const platfo
 QVariantList HotkeySheetModel::actions() {
     QVariantList result;
     for (const auto action : hotkeys::allHotkeyActions)
-        result.append(QVariant::fromValue(ActionLine{.action = textOf(hotkeys::rawValue(action)),
+        result.append(QVariant::fromValue(ActionLine{.action = toQString(hotkeys::rawValue(action)),
                                                      .label = translated(hotkeys::label(action)),
                                                      .subtitle = translated(hotkeys::subtitle(action))}));
     return result;
@@ -61,11 +61,11 @@ QVariantList HotkeySheetModel::shortcuts() const {
 }
 
 QString HotkeySheetModel::recordingActionName() const {
-    return recordingAction_ ? textOf(hotkeys::rawValue(*recordingAction_)) : QString();
+    return recordingAction_ ? toQString(hotkeys::rawValue(*recordingAction_)) : QString();
 }
 
 QString HotkeySheetModel::conflictWarningText() const {
-    return textOf(conflictWarning_.value_or(""));
+    return toQString(conflictWarning_.value_or(""));
 }
 
 void HotkeySheetModel::open() {

@@ -31,7 +31,7 @@ public:
     QString subtitle;
 };
 
-/// A shortcut as it is drawn.
+/// A shortcut as the sheet draws it.
 struct ShortcutLine {
     Q_GADGET
     QML_VALUE_TYPE(shortcutLine)
@@ -58,7 +58,7 @@ public:
     /// Called by `save()` once the bindings are stored.
     using OnSave = std::function<void(const hotkeys::HotkeyBindings& bindings)>;
 
-    /// What is referred to must outlive the model.
+    /// The referenced objects must outlive the model.
     HotkeySheetModel(persistence::Settings& settings, const platform::NativeKeys& nativeKeys, OnSave onSave);
 
     /// Returns the five actions in their order, each an `ActionLine`.
@@ -67,7 +67,7 @@ public:
     QVariantList shortcuts() const;
     QString recordingActionName() const; ///< the stored name; empty while nothing is recorded
     QString conflictWarningText() const; ///< empty for none
-    /// For the recorder.
+    /// The keyboard for the recorder.
     const platform::NativeKeys& nativeKeys() const { return nativeKeys_; }
 
     const hotkeys::HotkeyBindings& store() const { return store_; }
@@ -75,28 +75,29 @@ public:
     int recordingIndex() const { return recordingIndex_; } ///< of the shortcut to be replaced; -1 adds one
     const std::optional<std::string>& conflictWarning() const { return conflictWarning_; }
 
-    /// The sheet comes up: with the stored bindings, nothing being recorded.
+    /// Loads the stored bindings and ends a recording. Called when the sheet opens.
     Q_INVOKABLE void open();
 
-    // A name that is no action's does nothing.
+    // These ignore an unknown name of an action.
 
-    /// From now on the next key is for the action, in place of the shortcut with that index; an index without
-    /// a shortcut adds one. Another recording ends.
+    /// Starts a recording for the action and ends another one. The recorded shortcut replaces the shortcut at
+    /// the index; if there is none at the index, it is added.
     Q_INVOKABLE void startRecording(const QString& action, int index);
-    /// Takes what was pressed, unless another action has it already: then there is a warning, and recording
-    /// goes on. Nothing while nothing is recorded.
+    /// Stores the recorded shortcut and ends the recording. If another action has the shortcut, sets a
+    /// warning and goes on recording. Does nothing if nothing is recorded.
     Q_INVOKABLE void capture(qlonglong keyCode, qulonglong modifiers, const QString& displayName);
     Q_INVOKABLE void cancelRecording();
-    /// Nothing for the last shortcut of an action, and for an index without one.
+    /// Removes a shortcut. Does nothing for the last shortcut of an action, and for an index without a
+    /// shortcut.
     Q_INVOKABLE void remove(const QString& action, int index);
-    /// The shortcuts of a new user, which count once they are saved.
+    /// Replaces the shortcuts in the sheet with the defaults, which `save()` stores.
     Q_INVOKABLE void resetToDefault();
     Q_INVOKABLE void save();
     Q_INVOKABLE void cancel();
 
     Q_SIGNAL void storeChanged();
     Q_SIGNAL void recordingChanged();
-    /// The sheet has to go.
+    /// Emitted when the sheet must close.
     Q_SIGNAL void dismissed();
 
 private:

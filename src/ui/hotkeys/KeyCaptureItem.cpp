@@ -14,9 +14,9 @@ namespace modifier = platform::modifier;
 
 namespace {
 
-constexpr int escapeKeyCode = 53; // of macOS
+constexpr int escapeKeyCode = 53; // the key code of macOS
 
-/// A modifier's bit, and the keys of macOS that hold it: the left one first.
+/// A modifier's bit, and the macOS key codes of its keys, the left one first.
 struct ModifierKeys {
     std::uint64_t flag;
     std::array<int, 2> keyCodes;
@@ -29,7 +29,7 @@ constexpr ModifierKeys modifierKeys[] = {
     {modifier::control, {59, 62}},
 };
 
-/// The modifier that the key holds by what it means now; 0 for all others.
+/// Returns the modifier of the key's current meaning; 0 for all other keys.
 std::uint64_t flagOf(int key) {
     switch (key) {
     case Qt::Key_Shift:
@@ -73,8 +73,8 @@ std::uint64_t flagsOf(Qt::KeyboardModifiers modifiers) {
     return flags;
 }
 
-/// A key that another one was put in the place of, Caps Lock as Control for example, goes by the key that it
-/// stands for.
+/// Returns the place of a key. A key that is remapped to another key, such as Caps Lock to Control, has the
+/// place of that key.
 int modifierKeyCode(std::uint64_t flag, int placeCode) {
     const auto* const keys = std::ranges::find(modifierKeys, flag, &ModifierKeys::flag);
     const bool isAtItsPlace = std::ranges::find(keys->keyCodes, placeCode) != keys->keyCodes.end();
@@ -103,7 +103,7 @@ void KeyCaptureItem::setRecording(bool isRecording) {
 }
 
 bool KeyCaptureItem::event(QEvent* event) {
-    // Otherwise a popup's own Escape, or any other shortcut of the window, would come first.
+    // Otherwise a popup would handle Escape first, or the window another shortcut.
     if (event->type() == QEvent::ShortcutOverride && isRecording_) {
         event->accept();
         return true;
@@ -113,7 +113,7 @@ bool KeyCaptureItem::event(QEvent* event) {
 
 void KeyCaptureItem::keyPressEvent(QKeyEvent* event) {
     if (isRecording_)
-        tell(*event);
+        report(*event);
     else
         event->ignore();
 }
@@ -122,7 +122,7 @@ void KeyCaptureItem::keyReleaseEvent(QKeyEvent* event) {
     event->setAccepted(isRecording_);
 }
 
-/// Escape goes by what the key means, as for the listener; every other key goes by its place.
+/// Escape is recognized by the key's meaning, as in the listener; every other key by its place.
 int KeyCaptureItem::keyCodeOf(const QKeyEvent& event) const {
     if (event.key() == Qt::Key_Escape)
         return escapeKeyCode;
@@ -133,8 +133,8 @@ int KeyCaptureItem::keyCodeOf(const QKeyEvent& event) const {
 std::optional<platform::KeyEvent> KeyCaptureItem::translated(const QKeyEvent& event) const {
     using Type = platform::KeyEvent::Type;
     const int placeCode = keyCodeOf(event);
-    // What was held before; QKeyEvent's own operation takes off what the key itself adds when the other one
-    // of a pair is held already.
+    // The modifiers before this event. QKeyEvent::modifiers() removes the key's own modifier although the
+    // other key of the pair still holds it.
     const auto before = flagsOf(static_cast<const QInputEvent&>(event).modifiers());
     if (const auto own = flagOf(event.key()); own != 0)
         return platform::KeyEvent{Type::flagsChanged, modifierKeyCode(own, placeCode), before | own};
@@ -143,7 +143,7 @@ std::optional<platform::KeyEvent> KeyCaptureItem::translated(const QKeyEvent& ev
     return platform::KeyEvent{Type::keyDown, placeCode, before};
 }
 
-void KeyCaptureItem::tell(QKeyEvent& event) {
+void KeyCaptureItem::report(QKeyEvent& event) {
     event.accept();
     if (event.isAutoRepeat())
         return;
@@ -154,7 +154,7 @@ void KeyCaptureItem::tell(QKeyEvent& event) {
     if (std::holds_alternative<hotkeys::CaptureCancelled>(captured))
         Q_EMIT cancel();
     else if (const auto* config = std::get_if<hotkeys::HotkeyConfiguration>(&captured))
-        Q_EMIT capture(config->keyCode, config->modifiers, textOf(config->displayName));
+        Q_EMIT capture(config->keyCode, config->modifiers, toQString(config->displayName));
 }
 
 } // namespace sonvale::ui

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import SonVale
 
-/// A shortcut as a row of small key caps. What can be done with it is in its menu.
+/// A shortcut as a row of small key caps. Its menu has the actions for it.
 AbstractButton {
     id: view
 

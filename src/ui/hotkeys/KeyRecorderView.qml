@@ -1,13 +1,13 @@
 import QtQuick
 import SonVale
 
-/// Waits for a shortcut to be pressed, and says what is wrong with the last one.
+/// Records a shortcut, and shows what is wrong with the last one.
 Column {
     id: view
 
     property bool isRecording: false
     property alias model: recorder.model
-    /// Why the last shortcut was not taken; empty for nothing.
+    /// The reason why the last shortcut was refused; empty for none.
     property string warning
 
     signal capture(double keyCode, double modifiers, string displayName)

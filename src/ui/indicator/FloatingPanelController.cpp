@@ -23,7 +23,7 @@ void FloatingPanelController::show(platform::RecordingState state, float level) 
     if (panel_) {
         panel_->setState(state);
         panel_->setLevel(level);
-        // Window managers put a window that goes full screen above those they do not manage.
+        // Window managers raise a full-screen window above unmanaged windows.
         panel_->raise();
         return;
     }
@@ -47,7 +47,7 @@ std::unique_ptr<GlowingRingView> FloatingPanelController::makePanel() const {
     const bool canBlend = compositor_.isRunning();
     auto panel = std::make_unique<GlowingRingView>(clock_, canBlend ? GlowingRingView::Ground::transparent
                                                                     : GlowingRingView::Ground::disc);
-    // As a tool tip it is out of the window manager's hands: on every desktop, and never focused.
+    // A tool tip is not managed by the window manager: it is on every desktop and never gets the focus.
     panel->setWindowFlags(Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
                           Qt::WindowTransparentForInput | Qt::WindowDoesNotAcceptFocus |
                           Qt::NoDropShadowWindowHint);

@@ -9,8 +9,9 @@
 
 namespace sonvale::ui {
 
-/// The ring in a window of its own: 48 by 48 points, 8 points under the top of the primary screen's available
-/// area, in its middle; above all windows, on all desktops, without focus, clicks, frame or shadow.
+/// The ring in a window of its own. The window is 48 by 48 points, 8 points under the top of the primary
+/// screen's available area, in its middle. It is above all windows, on all desktops, and has no focus,
+/// clicks, frame or shadow.
 class FloatingPanelController final : public platform::FloatingPanel {
 public:
     /// The ring moves with the time of `clock`. `clock` and `compositor` must outlive the controller.
@@ -21,7 +22,7 @@ public:
     void setLevel(float level) override;
     void hide() override;
 
-    /// The window that is shown; null when none is.
+    /// Returns the visible window, or null if there is none.
     const GlowingRingView* panel() const { return panel_.get(); }
 
 private:

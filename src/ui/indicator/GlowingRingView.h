@@ -10,17 +10,17 @@
 
 namespace sonvale::ui {
 
-/// The moving ring. It redraws itself while it is visible and rests when it is not. Main actor.
+/// The moving ring. It redraws itself only while it is visible. Main actor.
 class GlowingRingView final : public QWidget {
 public:
-    /// What lies under the ring: nothing where the desktop can blend windows, a dark disc where it cannot.
+    /// The ground under the ring: none if the desktop can blend windows, a dark disc otherwise.
     enum class Ground { transparent, disc };
 
     /// The ring moves with the time of `clock`, which must outlive the view.
     GlowingRingView(runtime::Clock& clock, Ground ground);
 
     void setState(platform::RecordingState state);
-    /// Loudness, 0 to 1; other values are drawn as the nearer of the two.
+    /// Sets the loudness, limited to 0 to 1.
     void setLevel(float level);
 
     platform::RecordingState state() const { return state_; }
@@ -38,7 +38,7 @@ private:
     platform::RecordingState state_ = platform::RecordingState::idle;
     float level_ = 0;
     QBasicTimer frames_;
-    std::optional<RingPainter> painter_; ///< for the size in pixels last drawn
+    std::optional<RingPainter> painter_; ///< for the last drawn size in pixels
 };
 
 } // namespace sonvale::ui

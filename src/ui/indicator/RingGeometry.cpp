@@ -18,7 +18,7 @@ constexpr std::array<RingLayer, ringLayerCount> layers{{
     {3.5, 1.8, 1.0, {0.5, 0.7, 1.0}, {0.45, 0.9, 0.55}},
 }};
 
-/// Also 0 for what is no number.
+/// Returns the level limited to 0 to 1; 0 for NaN.
 double clampedLevel(float audioLevel) {
     if (!(audioLevel > 0))
         return 0;

@@ -6,7 +6,7 @@
 
 namespace sonvale::ui {
 
-/// A colour of the ring in sRGB, 0 to 1.
+/// A color of the ring in sRGB, 0 to 1.
 struct RingColor {
     double red = 1;
     double green = 1;
@@ -14,7 +14,7 @@ struct RingColor {
     friend bool operator==(const RingColor&, const RingColor&) = default;
 };
 
-/// One of the five wavy rings that lie on one another, the innermost first.
+/// One of the five wavy rings on top of each other, the innermost first.
 struct RingLayer {
     double speed;
     double offset;
@@ -23,12 +23,12 @@ struct RingLayer {
     RingColor working;
 };
 
-/// A stroke over a layer's path, blurred by a Gaussian of standard deviation `blur`. Lengths are of the
+/// A stroke over a layer's path, blurred by a Gaussian of standard deviation `blur`. Lengths are in the
 /// design size.
 struct RingStroke {
     double width;
     double blur;
-    double opacity; ///< a factor on the layer's own
+    double opacity; ///< multiplied with the layer's opacity
 };
 
 struct RingPoint {
@@ -49,7 +49,7 @@ struct RingOutline {
     double base;
     std::array<Wave, 3> waves;
 
-    /// At the path's own angle, which already contains the spin.
+    /// Returns the radius at an angle of the path, which already contains the spin.
     double radius(double angle) const;
 };
 
@@ -59,23 +59,24 @@ inline constexpr int ringPointCount = 120;
 inline constexpr RingStroke ringHalo{2.5, 4.5, 0.5};
 inline constexpr RingStroke ringCrisp{1.8, 1.0, 1.0};
 
-/// `layer` from 0 to 4.
+/// Returns the color of `layer` (0 to 4).
 const RingLayer& ringLayer(int layer);
 
-/// Whether the ring is the green, turning, smaller one.
+/// Returns whether the ring is green, turning and smaller in this state.
 bool isRingWorking(platform::RecordingState state);
 
 RingColor ringColor(platform::RecordingState state, int layer);
 
-/// The shape of `layer` (0 to 4) at `t` seconds on a square canvas of `width`. `audioLevel` counts as 0 to 1.
+/// Returns the shape of `layer` (0 to 4) at `t` seconds on a square canvas of `width`. `audioLevel` is
+/// limited to 0 to 1.
 RingOutline ringOutline(platform::RecordingState state, float audioLevel, double t, double width, int layer);
 
-/// Point 0 to 119 of the closed path of `layer`, in the canvas's coordinates, y downwards.
+/// Returns point 0 to 119 of the closed path of `layer`, in the canvas's coordinates, y downwards.
 RingPoint ringPoint(platform::RecordingState state, float audioLevel, double t, double width, int layer,
                     int point);
 
-/// How much of the halo is left at a distance from the centre, in the design size: it ends softly before the
-/// window does, whose edge would otherwise show as a square.
+/// Returns the share of the halo at a distance from the center, in the design size. The halo ends softly
+/// before the edge of the window, which would otherwise be visible as a square.
 double ringHaloShare(double distance);
 
 } // namespace sonvale::ui

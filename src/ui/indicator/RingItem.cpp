@@ -12,7 +12,7 @@ namespace {
 
 constexpr int millisecondsPerFrame = 33;
 
-/// A voice that rises and falls.
+/// Returns the loudness of a simulated voice.
 float sampleLevel(double t) {
     return static_cast<float>(0.35 + 0.3 * std::sin(1.7 * t) * std::sin(0.6 * t + 1));
 }

@@ -10,8 +10,8 @@
 
 namespace sonvale::ui {
 
-/// The ring as a sample inside a window, moving as if somebody spoke. It rests while it or its window is not
-/// visible, and stands still where `isStill`.
+/// The ring inside a window, moving as for a speaking user. It redraws itself only while it and its window
+/// are visible, and does not move if `isStill`.
 class RingItem : public QQuickPaintedItem {
     Q_OBJECT
     QML_NAMED_ELEMENT(Ring)
@@ -37,7 +37,7 @@ private:
     QMetaObject::Connection windowChanges_;
     QBasicTimer frames_;
     QElapsedTimer time_;
-    std::optional<RingPainter> painter_; ///< for the size in pixels last drawn
+    std::optional<RingPainter> painter_; ///< for the last drawn size in pixels
 };
 
 } // namespace sonvale::ui

@@ -8,15 +8,16 @@ namespace sonvale::ui {
 
 namespace {
 
-/// The halo is so soft that a coarse grid holds it.
+/// The size of a cell of the halo, which is so soft that a coarse grid is enough.
 constexpr double haloCell = 2;
-/// The strongest voice carries the path this far over the canvas's edge.
+/// The maximum distance of the path outside of the canvas, at the loudest voice.
 constexpr double overshoot = 1.5;
 constexpr double reachInDeviations = 3.2;
-/// Places of a dab's middle that are told apart within one cell.
+/// The number of distinguished places of a dab's middle within one cell.
 constexpr int subcells = 32;
 
-/// A stroke that is narrow against its blur looks like a line blurred by the sum of both variances.
+/// Returns the deviation of a blurred stroke. A stroke much narrower than its blur looks like a line blurred
+/// by the sum of both variances.
 double deviationOf(const RingStroke& stroke) {
     return std::sqrt(stroke.blur * stroke.blur + stroke.width * stroke.width / 12);
 }
@@ -46,7 +47,7 @@ void RingPainter::Light::clear() {
 }
 
 void RingPainter::Light::addPath(const std::array<RingPoint, ringPointCount>& points) {
-    // Each stretch is one dab; stretches are joined as long as they stay short against the dab.
+    // Each stretch of the path is one dab. Stretches are joined while they are short compared with the dab.
     const double longest = 0.5 * deviation * cell;
     RingPoint from = points.back();
     for (std::size_t i = 0; i < points.size(); ++i) {
@@ -140,7 +141,7 @@ void RingPainter::paintPass(const RingStroke& stroke, Light& light, Canvas& canv
 }
 
 void RingPainter::spreadHalo() {
-    // Beyond the canvas nothing is seen, so only its own cells are filled.
+    // Cells outside of the canvas are not visible, so only its own cells are filled.
     const auto gridPosition = [this](int pixel) {
         const double position = (pixel + 0.5) * crispLight_.cell / haloCell + haloLight_.margin - 0.5;
         return std::pair{static_cast<int>(position), static_cast<float>(position - std::floor(position))};

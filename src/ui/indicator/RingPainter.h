@@ -8,21 +8,21 @@
 
 namespace sonvale::ui {
 
-/// Draws the ring with its blurred strokes. What depends on the size alone is worked out once, so keep a
-/// painter for a size. Not for two threads at once.
+/// Draws the ring with its blurred strokes. The constructor computes everything that depends only on the
+/// size, so the caller should keep one painter for a size. Not thread-safe.
 class RingPainter {
 public:
-    /// For square images of `size` pixels, at least 1.
+    /// Draws square images of `size` pixels, at least 1.
     explicit RingPainter(int size);
 
     int size() const { return size_; }
 
-    /// The ring at `t` seconds on a transparent ground: `size` × `size`, ARGB32 premultiplied. The image is
-    /// this painter's own and is overwritten by the next call.
+    /// Returns the ring at `t` seconds on a transparent ground: `size` × `size`, ARGB32 premultiplied. The
+    /// painter owns the image, and the next call overwrites it.
     const QImage& paint(platform::RecordingState state, float audioLevel, double t);
 
 private:
-    /// Light that a blurred stroke leaves along a path, on a grid that reaches beyond the canvas.
+    /// The light of a blurred stroke along a path, on a grid that is larger than the canvas.
     struct Light {
         Light(const RingStroke& stroke, double cell);
 
@@ -31,16 +31,16 @@ private:
         void addDab(double x, double y, double strength);
 
         double cell;      ///< side of a cell, in the design size
-        int reach;        ///< cells from a dab's own to its last one
+        int reach;        ///< cells from the middle of a dab to its edge
         int margin;       ///< cells outside the canvas on each side
         int width;        ///< cells in a row
-        double amount;    ///< light for each length of path
+        double amount;    ///< light per length of the path
         double deviation; ///< of a dab, in cells
         std::vector<float> values;
-        std::vector<float> dabs; ///< cross-sections of a dab, one for each place of its middle within a cell
+        std::vector<float> dabs; ///< cross-sections of a dab, one per place of its middle within a cell
     };
 
-    /// Premultiplied colour, one plane for each component.
+    /// A premultiplied color, one plane per component.
     struct Canvas {
         explicit Canvas(std::size_t size)
             : red(size)
@@ -63,7 +63,7 @@ private:
     std::array<std::array<RingPoint, ringPointCount>, ringLayerCount> paths_;
     Light haloLight_;
     Canvas halo_;
-    std::vector<float> haloShares_; ///< for each pixel
+    std::vector<float> haloShares_; ///< one per pixel
     Light crispLight_;
     Canvas canvas_;
 };

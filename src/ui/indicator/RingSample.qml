@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// The ring on the dark ground on which it glows; while it is off, the microphone that waits for its key.
+/// The ring on its dark ground. While it is off, it shows a microphone instead.
 Rectangle {
     id: sample
 

@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// Three dots that light up in turn while something is waited for.
+/// Three dots that light up in turn while a request runs.
 Row {
     id: dots
 

@@ -14,7 +14,7 @@ std::string sentEmail(std::string_view email) {
     return base::trimmed(email, base::TrimmingSet::blanks);
 }
 
-std::optional<std::string> loginCheck(const LoginInput& input) {
+std::optional<std::string> loginCheck(const SignInInput& input) {
     const auto email = sentEmail(input.email);
     if (email.empty())
         return "Please enter your email address.";

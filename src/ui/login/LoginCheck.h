@@ -6,18 +6,18 @@
 
 namespace sonvale::ui {
 
-/// What the user types to get in.
-struct LoginInput {
+/// The texts of the sign-in form.
+struct SignInInput {
     std::string email;
     std::string password;
-    std::string confirmPassword; ///< counts when an account is created
+    std::string confirmPassword; ///< used if an account is created
     bool isSignUp = false;
 };
 
-/// Without the blanks around it, as it is sent; line breaks stay.
+/// Returns the e-mail as it is sent: without spaces around it, but with line breaks.
 std::string sentEmail(std::string_view email);
 
-/// What is wrong with the input, the first thing only; absent when the service is to decide.
-std::optional<std::string> loginCheck(const LoginInput& input);
+/// Returns the first error of the input, or nullopt if the service must decide.
+std::optional<std::string> loginCheck(const SignInInput& input);
 
 } // namespace sonvale::ui

@@ -51,10 +51,10 @@ void LoginModel::submit() {
     if (isLoading())
         return;
     setLocalError({});
-    LoginInput input{.email = email_.toStdString(),
-                     .password = password_.toStdString(),
-                     .confirmPassword = confirmPassword_.toStdString(),
-                     .isSignUp = isSignUp_};
+    SignInInput input{.email = email_.toStdString(),
+                      .password = password_.toStdString(),
+                      .confirmPassword = confirmPassword_.toStdString(),
+                      .isSignUp = isSignUp_};
     if (const auto problem = loginCheck(input))
         setLocalError(translated(*problem));
     else

@@ -13,7 +13,7 @@
 
 namespace sonvale::ui {
 
-/// What the one screen of a signed-out user holds and does: it signs in, or creates an account. Main actor.
+/// The screen of a signed-out user, which signs in or creates an account. Main actor.
 class LoginModel final : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -29,7 +29,8 @@ public:
     LoginModel(runtime::Actor main, std::shared_ptr<services::AuthService> authService);
     ~LoginModel() override;
 
-    // The model keeps what is typed in memory of its own and overwrites it when it changes or goes.
+    // The model keeps a typed text in its own memory, and overwrites it when the text changes or the model is
+    // destroyed.
     QString email() const { return unsharedCopy(email_); }
     void setEmail(const QString& text) { setInput(email_, text); }
     QString password() const { return unsharedCopy(password_); }
@@ -40,12 +41,12 @@ public:
     bool isLoading() const { return authService_->isLoading.get(); }
     QString localError() const { return localError_; } ///< empty for none
 
-    /// Between signing in and creating an account; e-mail and password stay.
+    /// Switches between sign-in and a new account. Keeps the e-mail and the password.
     Q_INVOKABLE void toggleMode();
-    /// Asks the service, unless the input is wrong already or an answer is still on its way.
+    /// Sends the request. Does nothing if the input is wrong or a request is in progress.
     Q_INVOKABLE void submit();
-    /// Overwrites what was typed and goes back to an empty form for signing in. Called for each new view of
-    /// the form and after a success.
+    /// Overwrites the typed texts and returns to an empty sign-in form. Called for each new view of the form
+    /// and after a success.
     void reset();
 
     Q_SIGNAL void inputChanged();

@@ -1,12 +1,12 @@
 import QtQuick
 import SonVale
 
-/// What a signed-out user sees: signing in, or creating an account.
+/// The screen of a signed-out user: sign-in, or a new account.
 FocusScope {
-    id: login
+    id: view
 
     required property LoginModel model
-    /// Without an account the program can still dictate, so the user may go on to the tabs.
+    /// Whether dictation needs an account. If not, the user may continue to the tabs.
     property bool isAccountNeeded: true
 
     signal continuedWithoutAccount
@@ -29,7 +29,7 @@ FocusScope {
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
             topPadding: Theme.inControl
-            text: login.model.isSignUp ? Texts.createAccount : Texts.signIn
+            text: view.model.isSignUp ? Texts.createAccount : Texts.signIn
             font: Theme.pageTitle
             Accessible.role: Accessible.Heading
             Accessible.name: text
@@ -38,7 +38,7 @@ FocusScope {
             objectName: "subtitle"
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
-            text: login.model.isSignUp ? Texts.createAccountSubtitle : Texts.signInSubtitle
+            text: view.model.isSignUp ? Texts.createAccountSubtitle : Texts.signInSubtitle
             color: Theme.secondaryText
             bottomPadding: Theme.betweenRows
         }
@@ -48,31 +48,31 @@ FocusScope {
             width: parent.width
             focus: true
             placeholder: Texts.emailAddress
-            text: login.model.email
-            isDisabled: login.model.isLoading
-            onTextChanged: login.model.email = text
-            onAccepted: login.model.submit()
+            text: view.model.email
+            isDisabled: view.model.isLoading
+            onTextChanged: view.model.email = text
+            onAccepted: view.model.submit()
         }
         SVAuthField {
             objectName: "password"
             width: parent.width
             placeholder: Texts.password
             isSecure: true
-            text: login.model.password
-            isDisabled: login.model.isLoading
-            onTextChanged: login.model.password = text
-            onAccepted: login.model.submit()
+            text: view.model.password
+            isDisabled: view.model.isLoading
+            onTextChanged: view.model.password = text
+            onAccepted: view.model.submit()
         }
         SVAuthField {
             objectName: "confirmPassword"
             width: parent.width
-            visible: login.model.isSignUp
+            visible: view.model.isSignUp
             placeholder: Texts.confirmPassword
             isSecure: true
-            text: login.model.confirmPassword
-            isDisabled: login.model.isLoading
-            onTextChanged: login.model.confirmPassword = text
-            onAccepted: login.model.submit()
+            text: view.model.confirmPassword
+            isDisabled: view.model.isLoading
+            onTextChanged: view.model.confirmPassword = text
+            onAccepted: view.model.submit()
         }
 
         SVText {
@@ -80,7 +80,7 @@ FocusScope {
             width: parent.width
             visible: text !== ""
             isParagraph: true
-            text: login.model.localError
+            text: view.model.localError
             color: Theme.danger
             maximumLineCount: 4
             elide: Text.ElideRight
@@ -91,9 +91,9 @@ FocusScope {
         SVPrimaryButtonStyle {
             objectName: "submit"
             width: parent.width
-            text: login.model.isSignUp ? Texts.createAccount : Texts.signIn
-            enabled: !login.model.isLoading
-            onClicked: login.model.submit()
+            text: view.model.isSignUp ? Texts.createAccount : Texts.signIn
+            enabled: !view.model.isLoading
+            onClicked: view.model.submit()
 
             BusyDots {
                 objectName: "busy"
@@ -101,23 +101,23 @@ FocusScope {
                 anchors.rightMargin: Theme.inCard
                 anchors.verticalCenter: parent.verticalCenter
                 color: Theme.textOnAccent
-                visible: login.model.isLoading
+                visible: view.model.isLoading
             }
         }
         LinkButton {
             objectName: "switchMode"
             anchors.horizontalCenter: parent.horizontalCenter
-            enabled: !login.model.isLoading
-            text: login.model.isSignUp ? Texts.haveAccount : Texts.noAccount
-            onClicked: login.model.toggleMode()
+            enabled: !view.model.isLoading
+            text: view.model.isSignUp ? Texts.haveAccount : Texts.noAccount
+            onClicked: view.model.toggleMode()
         }
         LinkButton {
             objectName: "withoutAccount"
             anchors.horizontalCenter: parent.horizontalCenter
-            visible: !login.isAccountNeeded
-            enabled: !login.model.isLoading
+            visible: !view.isAccountNeeded
+            enabled: !view.model.isLoading
             text: Texts.withoutAccount
-            onClicked: login.continuedWithoutAccount()
+            onClicked: view.continuedWithoutAccount()
         }
     }
 }

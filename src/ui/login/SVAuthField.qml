@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import SonVale
 
-/// One line to type into; a secure one hides what is typed until its eye is pressed.
+/// A field of one line. A secure field hides its text until the user presses its eye.
 FocusScope {
     id: field
 
@@ -38,8 +38,8 @@ FocusScope {
         echoMode: field.isSecure && !field.isRevealed ? TextInput.Password : TextInput.Normal
         inputMethodHints: field.isSecure ? Qt.ImhHiddenText | Qt.ImhSensitiveData | Qt.ImhNoPredictiveText | Qt.ImhNoAutoUppercase : Qt.ImhNoAutoUppercase | Qt.ImhEmailCharactersOnly
         Accessible.name: field.placeholder
-        // Qt gives the name of a field that is marked so as an empty one. Its role says that it is a password
-        // all the same, by its echo mode.
+        // Qt reports an empty name for a field with `passwordEdit`. The field still has the role of a
+        // password by its echo mode.
         Accessible.passwordEdit: false
         Accessible.onPasswordEditChanged: if (Accessible.passwordEdit)
             Accessible.passwordEdit = false

@@ -6,13 +6,13 @@
 
 namespace sonvale::ui {
 
-/// A copy of `text` that shares its memory with no other string.
+/// Returns a copy of `text` that shares its memory with no other string.
 inline QString unsharedCopy(const QString& text) {
     return QString(text.constData(), text.size());
 }
 
-/// Overwrites the characters in their place and empties the text. A text that shares its memory is only
-/// emptied: overwriting it would change the other strings too.
+/// Overwrites the characters in their place and empties the text. A text with shared memory is only emptied,
+/// because overwriting it would change the other strings too.
 inline void wipe(QString& text) {
     if (text.isDetached())
         explicit_bzero(text.data(), static_cast<std::size_t>(text.size()) * sizeof(QChar));

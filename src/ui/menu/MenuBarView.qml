@@ -34,7 +34,7 @@ FocusScope {
         readonly property int gap: 4
         readonly property Item focusItem: Window.activeFocusItem
 
-        /// Scrolls to what has the keyboard.
+        /// Scrolls to the item that has the keyboard.
         function reveal(item) {
             var top = item.mapToItem(content, 0, 0).y;
             if (top < contentY)
@@ -49,7 +49,7 @@ FocusScope {
             }
             return false;
         }
-        /// The languages are the end of the page.
+        /// Scrolls to the end of the page, where the languages are.
         function showLanguages() {
             if (menu.isChoosingLanguage)
                 contentY = Math.max(0, contentHeight - height);
@@ -69,7 +69,7 @@ FocusScope {
         contentHeight: content.implicitHeight
         clip: true
         boundsBehavior: Flickable.StopAtBounds
-        // Beside the rows, in the edge of the menu.
+        // Next to the rows, at the edge of the menu.
         ScrollBar.vertical: ScrollBar {
             parent: menu
             anchors.right: parent.right
@@ -162,7 +162,7 @@ FocusScope {
                         objectName: "transcriptionText"
                         isParagraph: menu.model.lastTranscription !== ""
                         width: scroll.width
-                        // The beginning says which one it is; the whole of a long dictation is not for here.
+                        // The beginning identifies the transcript. The menu has no room for a long one.
                         text: menu.model.lastTranscription === "" ? Texts.startHint : menu.model.lastTranscription.substring(0, 2000)
                         color: menu.model.lastTranscription === "" ? Theme.secondaryText : Theme.text
                     }

@@ -42,7 +42,7 @@ QString MenuModel::statusText() const {
 }
 
 QString MenuModel::lastTranscription() const {
-    return textOf(appState_->lastTranscription.get());
+    return toQString(appState_->lastTranscription.get());
 }
 
 QString MenuModel::errorMessage() const {
@@ -50,7 +50,7 @@ QString MenuModel::errorMessage() const {
 }
 
 QString MenuModel::language() const {
-    return textOf(settings_.bound(keys::language));
+    return toQString(settings_.bound(keys::language));
 }
 
 QString MenuModel::languageName() const {
@@ -60,8 +60,8 @@ QString MenuModel::languageName() const {
 QVariantList MenuModel::languages() {
     QVariantList result;
     for (const auto& each : ui::languages())
-        result.append(
-            QVariant::fromValue(LanguageChoice{.code = textOf(each.code), .label = translated(each.label)}));
+        result.append(QVariant::fromValue(
+            LanguageChoice{.code = toQString(each.code), .label = translated(each.label)}));
     return result;
 }
 

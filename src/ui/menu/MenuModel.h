@@ -22,11 +22,11 @@ struct LanguageChoice {
     Q_PROPERTY(QString label MEMBER label)
 
 public:
-    QString code; ///< as it is stored
+    QString code; ///< the stored value
     QString label;
 };
 
-/// What the menu at the tray shows and does. It follows the controller; main actor.
+/// The content and the actions of the menu at the tray. Follows the controller. Main actor.
 class MenuModel final : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -47,9 +47,9 @@ public:
     struct Actions {
         std::function<void()> openDashboard;
         std::function<void()> quit;
-        /// Closes the menu, and then calls back.
+        /// Closes the menu, and then calls the function.
         std::function<void(std::function<void()> then)> closeMenu;
-        /// Closes the menu, and then calls back once the keyboard is the front application's again.
+        /// Closes the menu, and calls the function once the front application has the keyboard again.
         std::function<void(std::function<void()> then)> giveKeyboardBack;
     };
 
@@ -64,14 +64,14 @@ public:
     QString languageName() const;
     static QVariantList languages(); ///< of `LanguageChoice`
 
-    /// Does nothing without a text, like the next.
+    /// Copies the last transcript. Does nothing if there is none, as does `pasteLastTranscript`.
     Q_INVOKABLE void copyLastTranscript();
     Q_INVOKABLE void pasteLastTranscript();
     /// Opens the dashboard after the menu has closed.
     Q_INVOKABLE void openDashboard();
     Q_INVOKABLE void selectLanguage(const QString& code);
     Q_INVOKABLE void quit();
-    /// For whatever else may have changed the setting.
+    /// Reads the language again, which other parts of the program may have changed.
     Q_INVOKABLE void refresh() { Q_EMIT languageChanged(); }
 
     Q_SIGNAL void stateChanged();

@@ -15,7 +15,7 @@ namespace sonvale::ui {
 namespace {
 
 constexpr int gap = 6;
-/// Window managers give the keyboard back within some milliseconds.
+/// The delay in which window managers return the keyboard: they need some milliseconds.
 constexpr int millisecondsToGiveBack = 150;
 
 } // namespace
@@ -62,7 +62,7 @@ void MenuPopover::place() {
         return;
     }
     const auto room = screen->availableGeometry();
-    // The menu scrolls what does not fit.
+    // The menu scrolls if it does not fit.
     size.setHeight(std::min(size.height(), room.height()));
     view_->setGeometry(placeFor(icon_, size, room));
 }
@@ -85,7 +85,7 @@ bool MenuPopover::eventFilter(QObject* object, QEvent* event) {
 }
 
 void MenuPopover::closeLater() {
-    // Not inside the window's own event.
+    // The window must not be destroyed inside its own event.
     QMetaObject::invokeMethod(this, &MenuPopover::close, Qt::QueuedConnection);
 }
 

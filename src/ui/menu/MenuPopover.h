@@ -11,8 +11,8 @@
 
 namespace sonvale::ui {
 
-/// The menu as a window of its own at the tray's icon, or at the pointer where the panel does not tell where
-/// its icon is. It goes when the user turns to something else. Main actor.
+/// The menu as a window at the tray icon, or at the pointer if the panel does not report the icon's place. It
+/// closes when another window becomes active. Main actor.
 class MenuPopover final : public QObject {
     Q_OBJECT
 
@@ -23,18 +23,19 @@ public:
     MenuPopover(Views& views, MenuModel& model);
     ~MenuPopover() override;
 
-    /// Opens at `icon`, in global coordinates; at the pointer when it is empty. When it is open, it closes.
+    /// Opens the menu at `icon`, in global coordinates, or at the pointer if `icon` is empty. Closes the menu
+    /// if it is open.
     void toggle(const QRect& icon);
     void close();
     /// Closes in the next turn of the event loop, and then calls `then`, also if no menu is open.
     void closeFirst(std::function<void()> then);
-    /// As `close()`, and calls `then` once another window has had the time to take the keyboard.
+    /// Closes like `close()`, and calls `then` after the delay in which another window takes the keyboard.
     void closeAndThen(std::function<void()> then);
 
-    /// The open window; null when there is none.
+    /// Returns the open window, or null if there is none.
     QQuickView* view() const { return view_.get(); }
 
-    /// Where a window of `size` goes: beside `icon` and inside `room`.
+    /// Returns the place of a window of `size` next to `icon` and inside `room`.
     static QRect placeFor(const QRect& icon, const QSize& size, const QRect& room);
 
 protected:

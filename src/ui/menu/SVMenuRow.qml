@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import SonVale
 
-/// One line of the menu: symbol, title, and a shortcut at its end.
+/// A line of the menu: a symbol, a title, and a shortcut at its end.
 AbstractButton {
     id: row
 

@@ -13,22 +13,22 @@ class QSystemTrayIcon;
 
 namespace sonvale::ui {
 
-/// The program's place in the panel: an icon that shows the state. Pressing it opens the program's menu; some
-/// panels open the context menu at every press instead. Main actor.
+/// The program's icon in the panel, which shows the state. A click opens the program's menu; some panels open
+/// the context menu for every click instead. Main actor.
 ///
-/// It appears as soon as there is a panel that takes it, which may be later than the program's start or
-/// never; the program goes on without.
+/// The icon appears when a panel accepts it, which may be long after the start or never. The program also
+/// runs without it.
 class TrayIcon {
 public:
-    /// What it leads to.
+    /// The functions that the icon calls.
     struct Actions {
-        /// With the icon's place on the screen, empty where the panel does not tell.
+        /// Called with the icon's place on the screen, which is empty if the panel does not report it.
         std::function<void(const QRect& icon)> toggleMenu;
-        /// There is no panel that takes the icon, so far.
+        /// Called if no panel has accepted the icon so far.
         std::function<void()> noPanel;
     };
 
-    /// `host` and `contextMenu` must outlive the icon. Begins to wait for a panel.
+    /// Starts to wait for a panel. `host` and `contextMenu` must outlive the icon.
     TrayIcon(platform::TrayHost& host, QMenu& contextMenu, Actions actions);
     ~TrayIcon();
     TrayIcon(const TrayIcon&) = delete;
@@ -44,7 +44,7 @@ private:
     QMenu& contextMenu_;
     const Actions actions_;
     platform::RecordingState state_ = platform::RecordingState::idle;
-    std::unique_ptr<QSystemTrayIcon> icon_; ///< made when there is a panel
+    std::unique_ptr<QSystemTrayIcon> icon_; ///< null until there is a panel
 };
 
 } // namespace sonvale::ui

@@ -28,13 +28,13 @@ QColor groundOf(RecordingState state) {
     return restingColor;
 }
 
-/// A voice as upright bars, on whole pixels so that they stay sharp at 16.
+/// Draws a voice as upright bars, on whole pixels so that they are sharp at a size of 16.
 void drawBars(QPainter& painter, int size, const std::array<double, 3>& heights) {
     const int width = std::max(2, static_cast<int>(std::lround(size * 0.125)));
     const int gap = std::max(1, static_cast<int>(std::lround(size * 0.09)));
     const int left = (size - 3 * width - 2 * gap) / 2;
     for (std::size_t i = 0; i < heights.size(); ++i) {
-        // An even rest above and below, so that the bar stands in the middle.
+        // Equal space above and below centers the bar.
         const int half = std::max(1, static_cast<int>(std::lround(size * heights[i] / 2)));
         const QRectF bar(left + static_cast<int>(i) * (width + gap), size / 2.0 - half, width, 2 * half);
         const double rounding = size < 24 ? 0.8 : width / 2.0;

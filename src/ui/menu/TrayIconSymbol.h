@@ -7,11 +7,11 @@
 
 namespace sonvale::ui {
 
-/// The symbol "MenuBarIcon" in one size, transparent around it: a disc whose colour and mark tell the state.
-/// It brings its own ground, so it reads on light and on dark panels alike.
+/// Returns the symbol "MenuBarIcon" in one size: a disc on transparent ground. The disc's color and mark show
+/// the state. The mark is legible on light and dark panels, because the disc is its ground.
 QImage trayIconImage(platform::RecordingState state, int size);
 
-/// The same in the sizes that panels ask for.
+/// Returns the symbol in the sizes that panels use.
 QIcon trayIconSymbol(platform::RecordingState state);
 
 } // namespace sonvale::ui

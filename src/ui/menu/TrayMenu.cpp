@@ -9,9 +9,10 @@ namespace sonvale::ui {
 
 namespace {
 
-/// A menu is as wide as its widest line; a long text must not stretch it over the screen.
+/// The maximum width of a line. A menu is as wide as its widest line, and a long text must not stretch it
+/// over the screen.
 constexpr int maxLineWidth = 420;
-/// More than fits into a line of that width.
+/// More characters than fit into a line of that width.
 constexpr qsizetype maxLineLength = 500;
 
 /// Returns `text` as one line, shortened at its end, in which "&" does not mark a shortcut.
@@ -45,7 +46,7 @@ TrayMenu::TrayMenu(MenuModel& model)
     QObject::connect(&model, &MenuModel::errorChanged, &menu_, [this] { showError(); });
     QObject::connect(&model, &MenuModel::transcriptionChanged, &menu_, [this] { showTranscription(); });
     QObject::connect(&model, &MenuModel::languageChanged, &menu_, [this] { showLanguage(); });
-    // The settings' page changes the language without a notification.
+    // The page of the settings changes the language without a notification.
     QObject::connect(&menu_, &QMenu::aboutToShow, &model, &MenuModel::refresh);
     showState();
     showError();
@@ -53,7 +54,7 @@ TrayMenu::TrayMenu(MenuModel& model)
     showLanguage();
 }
 
-/// A line that only says something.
+/// Adds a disabled line.
 QAction* TrayMenu::addLine() {
     auto* line = menu_.addAction(QString());
     line->setEnabled(false);
@@ -67,7 +68,7 @@ void TrayMenu::addLanguages() {
         auto* choice = choices->addAction(language.label);
         choice->setCheckable(true);
         choice->setData(language.code);
-        // A language that is chosen again must keep its mark.
+        // The current language keeps its mark if the user chooses it again.
         QObject::connect(choice, &QAction::triggered, &menu_,
                          [this, code = language.code] { model_.selectLanguage(code); });
         languages_.push_back(choice);

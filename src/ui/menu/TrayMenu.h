@@ -7,8 +7,8 @@
 
 namespace sonvale::ui {
 
-/// The menu that the panel itself draws at the tray icon: the lines of the popover, and the languages as a
-/// submenu. It follows its model, and reads the language again each time that the panel shows it. Main actor.
+/// The menu that the panel itself draws at the tray icon. It has the lines of the popover, and the languages
+/// as a submenu. It follows its model, and reads the language again each time the panel shows it. Main actor.
 class TrayMenu final {
 public:
     /// `model` must outlive it.

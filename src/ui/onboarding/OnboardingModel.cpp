@@ -51,7 +51,7 @@ QString OnboardingModel::shortcutLabel() const {
     const auto found = bindings.find(hotkeys::HotkeyAction::pushToTalk);
     return found == bindings.end() || found->second.configs.empty()
                ? QStringLiteral("Option + D")
-               : textOf(found->second.configs.front().displayName);
+               : toQString(found->second.configs.front().displayName);
 }
 
 void OnboardingModel::goBack() {

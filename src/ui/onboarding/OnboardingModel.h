@@ -29,7 +29,7 @@ class OnboardingModel final : public QObject {
     Q_PROPERTY(QString shortcutLabel READ shortcutLabel CONSTANT)
 
 public:
-    /// Begins at the stored step. `settings` must outlive the model.
+    /// Starts at the stored step. `settings` must outlive the model.
     OnboardingModel(std::shared_ptr<core::AppState> appState, persistence::Settings& settings);
 
     PermissionsModel* permissions() { return &permissions_; }

@@ -1,10 +1,10 @@
 import QtQuick
 
-/// What one step of the onboarding shows.
+/// The content of one step of the onboarding.
 QtObject {
     /// An `OnboardingStep`.
     required property int step
-    /// Drawn above the title; empty for a step with a picture of its own.
+    /// The symbol above the title; empty for a step with a picture of its own.
     property string symbol
     required property string title
     required property string body

@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// What a step shows above its title.
+/// The picture of a step above its title.
 Item {
     id: picture
 
@@ -17,7 +17,7 @@ Item {
     onPageChanged: play()
     Component.onCompleted: play()
 
-    /// Plays the step's movement from its beginning; without motion its picture is that of somebody speaking.
+    /// Starts the animation of the step. Without motion, the picture shows a speaking user.
     function play() {
         pushToTalkPulse.stop();
         breatheAnimation.stop();

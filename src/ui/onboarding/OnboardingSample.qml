@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// A ring in one of its two colors, with what the color means.
+/// A ring in one of its two colors, with the meaning of the color.
 Column {
     id: sample
 

@@ -14,16 +14,16 @@ FocusScope {
     property int shownStep: 0
 
     focus: true
-    // A button that is the only one has the keyboard already, but not the mark of it.
+    // A single button has the keyboard already, but is not marked.
     Keys.onTabPressed: forward.focusReason = Qt.TabFocusReason
     Component.onCompleted: shownStep = model.step
 
-    /// Where the user goes on, with the keyboard's mark when the keyboard led there.
+    /// Gives the keyboard to the next button, with the mark if the user came here by the keyboard.
     function focusForward(isByKeyboard) {
         forward.forceActiveFocus(isByKeyboard ? Qt.TabFocusReason : Qt.OtherFocusReason);
     }
 
-    // A new step takes the keyboard by itself.
+    // A new step takes the keyboard.
     onIsGrantedChanged: {
         if (isGranted && shownStep === model.step)
             focusForward(ask.visualFocus || checkAgain.visualFocus);
@@ -194,7 +194,7 @@ FocusScope {
         }
 
         SVCard {
-            objectName: "grants"
+            objectName: "permissions"
             visible: onboarding.model.step === OnboardingStep.Ready
             width: 300
             height: list.implicitHeight + 2 * padding
@@ -210,7 +210,7 @@ FocusScope {
                     model: onboarding.model.permissions
 
                     Row {
-                        id: grant
+                        id: permissionRow
 
                         required property string label
                         required property bool isGranted
@@ -221,14 +221,14 @@ FocusScope {
                         Accessible.description: isGranted ? Texts.granted : Texts.notGranted
 
                         Symbol {
-                            objectName: "grant." + grant.label
-                            name: grant.isGranted ? "checkmark.circle.fill" : "xmark.circle.fill"
-                            color: grant.isGranted ? Theme.good : Theme.danger
+                            objectName: "permission." + permissionRow.label
+                            name: permissionRow.isGranted ? "checkmark.circle.fill" : "xmark.circle.fill"
+                            color: permissionRow.isGranted ? Theme.good : Theme.danger
                         }
                         SVText {
                             height: 20
                             verticalAlignment: Text.AlignVCenter
-                            text: grant.label
+                            text: permissionRow.label
                         }
                     }
                 }

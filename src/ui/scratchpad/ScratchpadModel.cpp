@@ -14,7 +14,7 @@ ScratchpadModel::ScratchpadModel(runtime::Actor main, runtime::Clock& clock, per
                                  CopyText copyText)
     : settings_(settings)
     , copyText_(std::move(copyText))
-    , text_(textOf(settings_.bound(keys::scratchpadText)))
+    , text_(toQString(settings_.bound(keys::scratchpadText)))
     , saving_(std::move(main), clock, [this] { settings_.set(keys::scratchpadText, text_.toStdString()); }) {}
 
 void ScratchpadModel::setText(const QString& text) {

@@ -12,7 +12,7 @@
 
 namespace sonvale::ui {
 
-/// The scratchpad's text, kept in the settings as it is typed. Main actor.
+/// The scratchpad's text, stored in the settings while the user types. Main actor.
 class ScratchpadModel final : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -21,7 +21,7 @@ class ScratchpadModel final : public QObject {
     Q_PROPERTY(int words READ words NOTIFY textChanged)
 
 public:
-    /// Puts a text on the pasteboard.
+    /// Copies a text to the pasteboard.
     using CopyText = std::function<void(std::string text)>;
 
     /// `clock` and `settings` must outlive the model.
@@ -32,9 +32,9 @@ public:
     void setText(const QString& text);
     int words() const;
 
-    /// Puts the text on the pasteboard.
+    /// Copies the text to the pasteboard.
     Q_INVOKABLE void copy();
-    /// Keeps now what has been typed.
+    /// Saves pending changes now.
     Q_INVOKABLE void save() { saving_.flush(); }
 
     Q_SIGNAL void textChanged();

@@ -5,7 +5,7 @@
 
 namespace sonvale::ui {
 
-/// How many words stand in the scratchpad: pieces between white space, line breaks included.
+/// Returns the number of words in the scratchpad: pieces between white space, including line breaks.
 std::size_t scratchpadWords(std::string_view text);
 
 } // namespace sonvale::ui

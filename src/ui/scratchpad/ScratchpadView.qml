@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// Free notes.
+/// The tab for free notes.
 FocusScope {
     id: view
 

@@ -2,11 +2,11 @@ import QtQuick
 import QtQuick.Controls.Basic
 import SonVale
 
-/// The switch of the settings.
+/// A switch in the style of the settings.
 Switch {
     id: control
 
-    /// As a click does.
+    /// Toggles the switch as a click does.
     function turn() {
         if (!enabled)
             return;

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import SonVale
 
-/// One engine to choose, with what it is good for.
+/// An engine to choose, with its advantages.
 AbstractButton {
     id: card
 
@@ -24,7 +24,7 @@ AbstractButton {
     Accessible.description: description
     Accessible.onPressAction: if (enabled)
         card.clicked()
-    // A radio button of Qt 6.8 is not pressed.
+    // Assistive technology cannot press a radio button of Qt 6.8.
     Accessible.onToggleAction: if (enabled)
         card.clicked()
     Keys.onReturnPressed: card.clicked()

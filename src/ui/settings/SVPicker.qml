@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import SonVale
 
-/// A choice among a few words.
+/// A drop-down list.
 ComboBox {
     id: picker
 

@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// One setting: what it is called, what it does, and its control at the end.
+/// One setting: its name, its description, and its control at the end.
 Item {
     id: row
 

@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// A setting that is on or off.
+/// A setting with a switch.
 SettingRow {
     id: row
 

@@ -68,7 +68,7 @@ void SettingsModel::setLaunchAtLogin(bool isOn) {
         else
             parts_.loginItem.unregisterItem();
     } catch (const platform::LoginItemError& error) {
-        // The switch stays as the user left it; the next look at the settings shows how it is.
+        // The switch keeps the user's choice. The next refresh shows the real state.
         static const base::Logger logger("Settings");
         logger.error("launch at login: {}", error.what());
     }
@@ -130,7 +130,7 @@ bool SettingsModel::localOnlyMode() const {
 }
 
 void SettingsModel::setLocalOnlyMode(bool isOn) {
-    // Twice the same would make the on-device engine the one to go back to.
+    // Setting the same value twice would remember the on-device engine as the previous one.
     if (isOn == localOnlyMode())
         return;
     parts_.settings.set(keys::localOnlyMode, isOn);
@@ -180,7 +180,7 @@ void SettingsModel::recheckPermissions() {
 }
 
 QString SettingsModel::version() const {
-    return textOf(parts_.version);
+    return toQString(parts_.version);
 }
 
 void SettingsModel::checkForUpdates() {
@@ -198,8 +198,8 @@ runtime::Task<> SettingsModel::check(std::weak_ptr<SettingsModel*> weakSelf, pla
 
 void SettingsModel::take(const platform::UpdateOutcome& outcome) {
     if (const auto* newer = std::get_if<platform::NewerVersion>(&outcome))
-        newer->isPageOpened ? setUpdate(UpdateState::Newer, textOf(newer->version))
-                            : setUpdate(UpdateState::NewerAt, textOf(newer->page));
+        newer->isPageOpened ? setUpdate(UpdateState::Newer, toQString(newer->version))
+                            : setUpdate(UpdateState::NewerAt, toQString(newer->page));
     else if (const auto* failed = std::get_if<platform::UpdateCheckFailed>(&outcome))
         setUpdate(UpdateState::Failed, translated(failed->description));
     else

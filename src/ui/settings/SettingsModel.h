@@ -48,14 +48,14 @@ public:
     enum class UpdateState { Unknown, Checking, UpToDate, Newer, NewerAt, Failed };
     Q_ENUM(UpdateState)
 
-    /// What the model works with; everything referred to must outlive it.
+    /// The objects that the model uses. All references must outlive it.
     struct Parts {
         runtime::Actor main;
         persistence::Settings& settings;
         platform::Application& application;
         platform::LoginItem& loginItem;
         platform::Updater& updater;
-        std::string version; ///< of this program
+        std::string version; ///< the version of this program
         std::shared_ptr<core::AppState> appState;
     };
 

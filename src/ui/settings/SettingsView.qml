@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Window
 import SonVale
 
-/// Every setting, on one page.
+/// The page with all settings.
 FocusScope {
     id: view
 
@@ -31,10 +31,10 @@ FocusScope {
 
     onShowHotkeySheetChanged: if (showHotkeySheet)
         hotkeySheet.open()
-    // The menu, and the desktop's own tools, change some of them too.
+    // The menu and the desktop's own tools also change some of the settings.
     onIsWindowActiveChanged: if (isWindowActive)
         model.refresh()
-    // A microphone can have come or gone since the start.
+    // A microphone can appear or disappear after the start.
     Component.onCompleted: model.permissions.checkAll()
 
     TabPage {
@@ -135,7 +135,7 @@ FocusScope {
                     title: Texts.streaming
                     description: Texts.streamingExplanation
                     isSelected: view.model.engine === SettingsModel.Streaming
-                    // In local-only mode nothing may leave the machine.
+                    // In local-only mode no data may leave the machine.
                     enabled: !view.model.localOnlyMode
                     onClicked: view.model.selectEngine(SettingsModel.Streaming)
                 }
@@ -183,14 +183,14 @@ FocusScope {
                 model: view.model.permissions
 
                 Item {
-                    id: grant
+                    id: permissionRow
 
                     required property int permission
                     required property string name
                     required property string label
                     required property bool isGranted
 
-                    objectName: "grant." + name
+                    objectName: "permission." + name
                     width: parent ? parent.width : 0
                     height: 40
                     Accessible.role: Accessible.ListItem
@@ -200,27 +200,27 @@ FocusScope {
                     Symbol {
                         id: sign
 
-                        objectName: "grantSign." + grant.name
+                        objectName: "permissionSign." + permissionRow.name
                         anchors.left: parent.left
                         anchors.verticalCenter: parent.verticalCenter
-                        name: grant.isGranted ? "checkmark.circle.fill" : "xmark.circle.fill"
-                        color: grant.isGranted ? Theme.good : Theme.danger
+                        name: permissionRow.isGranted ? "checkmark.circle.fill" : "xmark.circle.fill"
+                        color: permissionRow.isGranted ? Theme.good : Theme.danger
                     }
                     SVText {
                         anchors.left: sign.right
                         anchors.leftMargin: Theme.inControl
                         anchors.verticalCenter: parent.verticalCenter
-                        text: grant.label
+                        text: permissionRow.label
                         font: Theme.rowTitle
                     }
                     PlainButton {
-                        objectName: "grantButton." + grant.name
+                        objectName: "permissionButton." + permissionRow.name
                         anchors.right: parent.right
                         anchors.verticalCenter: parent.verticalCenter
-                        visible: !grant.isGranted
-                        text: Texts.grant
-                        Accessible.description: grant.label
-                        onClicked: view.model.permissions.request(grant.permission)
+                        visible: !permissionRow.isGranted
+                        text: Texts.allow
+                        Accessible.description: permissionRow.label
+                        onClicked: view.model.permissions.request(permissionRow.permission)
                     }
                 }
             }

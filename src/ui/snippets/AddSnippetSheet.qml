@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// Asks for a new snippet.
+/// The sheet that adds a snippet.
 SVSheet {
     id: sheet
 
@@ -15,7 +15,7 @@ SVSheet {
     }
     onOpened: trigger.focusField()
 
-    LabelledField {
+    LabeledField {
         id: trigger
 
         name: "triggerField"
@@ -23,13 +23,13 @@ SVSheet {
         placeholder: Texts.triggerPlaceholder
         note: Texts.triggerNote
     }
-    LabelledEditor {
+    LabeledEditor {
         id: content_
 
         name: "contentField"
         label: Texts.content
     }
-    LabelledField {
+    LabeledField {
         id: category
 
         name: "categoryField"
@@ -53,7 +53,7 @@ SVSheet {
             SVPrimaryButtonStyle {
                 objectName: "addSnippet"
                 text: Texts.addSnippet
-                // Nobody can say nothing, and nothing would be inserted.
+                // An empty trigger cannot be spoken, and an empty content would insert nothing.
                 enabled: trigger.text.trim() !== "" && content_.text !== ""
                 onClicked: {
                     sheet.saved(trigger.text, content_.text, category.text);

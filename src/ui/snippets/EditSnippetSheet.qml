@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// Changes a snippet, as it is typed.
+/// The sheet that edits a snippet while the user types.
 SVSheet {
     id: sheet
 
@@ -9,10 +9,10 @@ SVSheet {
 
     title: Texts.editSnippet
     onOpened: trigger.focusField()
-    // However it is closed, but by Done.
+    // Closing the sheet in any way except by Done cancels the edit.
     onClosed: model.cancelEditing()
 
-    LabelledField {
+    LabeledField {
         id: trigger
 
         name: "triggerField"
@@ -20,7 +20,7 @@ SVSheet {
         value: sheet.model.trigger
         onEdited: sheet.model.trigger = text
     }
-    LabelledEditor {
+    LabeledEditor {
         id: content_
 
         name: "contentField"
@@ -28,7 +28,7 @@ SVSheet {
         value: sheet.model.content
         onEdited: sheet.model.content = text
     }
-    LabelledField {
+    LabeledField {
         id: category
 
         name: "categoryField"

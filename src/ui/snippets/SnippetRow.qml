@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// One snippet with its two buttons.
+/// A snippet with its two buttons.
 SVCard {
     id: row
 
@@ -102,7 +102,7 @@ SVCard {
             anchors.right: parent.right
             anchors.rightMargin: -Theme.inControl
             anchors.top: parent.top
-            anchors.topMargin: (20 - Theme.hitHeight) / 2 // on the line of the trigger
+            anchors.topMargin: (20 - Theme.hitHeight) / 2 // aligned with the trigger
             spacing: Theme.betweenRows
 
             LinkButton {

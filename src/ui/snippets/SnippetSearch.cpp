@@ -8,8 +8,8 @@ namespace sonvale::ui {
 
 namespace {
 
-/// Whether a code point below U+0300 begins with this byte, none of which joins with a neighbour but the
-/// carriage return (Unicode Standard Annex 29).
+/// Returns whether this byte begins a code point below U+0300. Except for the carriage return, these do not
+/// join with an adjacent code point (Unicode Standard Annex 29).
 bool isPlainLead(char byte) {
     const auto value = static_cast<unsigned char>(byte);
     return (value < 0x80 && byte != '\r') || (value >= 0xC2 && value <= 0xCB);
@@ -25,7 +25,7 @@ std::ptrdiff_t codePoints(std::string_view text) {
                                  [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; });
 }
 
-/// Whether a character surely ends and another begins here.
+/// Returns whether a character certainly ends here and another begins.
 bool isPlainBorder(std::string_view text, std::size_t place) {
     return place == 0 || place == text.size() ||
            (isPlainBehind(text.substr(0, place)) && isPlainLead(text[place]));
@@ -50,7 +50,7 @@ bool SearchedText::contains(std::string_view text, const Query& query) const {
     const auto place = folded_.find(query.folded);
     if (place == std::string::npos)
         return false;
-    // Parting a text into its characters takes long; mostly the place of the match tells already.
+    // Dividing a text into characters is slow. Usually the place of the match is enough to decide.
     return (hasPlainCase_ && isPlainBorder(folded_, place) &&
             isPlainBorder(folded_, place + query.folded.size())) ||
            base::containsIgnoringCase(text, query.text);

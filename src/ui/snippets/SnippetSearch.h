@@ -7,28 +7,28 @@
 
 namespace sonvale::ui {
 
-/// Whether a snippet is among those that a search shows: its trigger or its content contains the text,
-/// without regard to case. Every snippet for an empty one.
+/// Returns whether the trigger or the content contains the searched text, ignoring case. Returns true if the
+/// searched text is empty.
 bool matchesSearch(const persistence::Snippet& snippet, std::string_view searchText);
 
-/// A text that is searched at every key: what the comparison needs is made once.
+/// A text that is searched for every typed key. It prepares the comparison once.
 class SearchedText {
 public:
     explicit SearchedText(std::string_view text);
 
-    /// What is looked for, made once for all texts.
+    /// The searched text, prepared once for all texts.
     struct Query {
         explicit Query(std::string_view searchText);
         std::string text;
         std::string folded;
     };
 
-    /// As `matchesSearch` decides; `text` is the one that this was made from.
+    /// Returns the same as `matchesSearch`. `text` must be the text of the constructor.
     bool contains(std::string_view text, const Query& query) const;
 
 private:
     std::string folded_;
-    bool hasPlainCase_; ///< no character of it is several in the form that is compared
+    bool hasPlainCase_; ///< no character becomes several in the compared form
 };
 
 } // namespace sonvale::ui

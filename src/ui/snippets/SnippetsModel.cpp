@@ -45,11 +45,11 @@ QVariant SnippetsModel::data(const QModelIndex& index, int role) const {
         return {};
     switch (role) {
     case triggerRole:
-        return textOf(entry->record.trigger);
+        return toQString(entry->record.trigger);
     case contentRole:
-        return textOf(entry->record.content);
+        return toQString(entry->record.content);
     case categoryRole:
-        return textOf(entry->record.category);
+        return toQString(entry->record.category);
     case usageCountRole:
         return QVariant::fromValue<qlonglong>(entry->record.usageCount);
     default:
@@ -98,7 +98,7 @@ void SnippetsModel::edit(int row) {
 }
 
 QString SnippetsModel::trigger() const {
-    return edited_ ? textOf(edited_->trigger) : QString();
+    return edited_ ? toQString(edited_->trigger) : QString();
 }
 
 void SnippetsModel::setTrigger(const QString& text) {
@@ -106,7 +106,7 @@ void SnippetsModel::setTrigger(const QString& text) {
 }
 
 QString SnippetsModel::content() const {
-    return edited_ ? textOf(edited_->content) : QString();
+    return edited_ ? toQString(edited_->content) : QString();
 }
 
 void SnippetsModel::setContent(const QString& text) {
@@ -114,7 +114,7 @@ void SnippetsModel::setContent(const QString& text) {
 }
 
 QString SnippetsModel::category() const {
-    return edited_ ? textOf(edited_->category) : QString();
+    return edited_ ? toQString(edited_->category) : QString();
 }
 
 void SnippetsModel::setCategory(const QString& text) {
@@ -139,7 +139,7 @@ void SnippetsModel::finishEditing() {
 
 void SnippetsModel::cancelEditing() {
     if (edited_ && *edited_ != beforeEditing_) {
-        // A use that was counted meanwhile stays counted.
+        // Uses that were counted meanwhile stay counted.
         beforeEditing_.usageCount = edited_->usageCount;
         update(beforeEditing_);
         saving_.request();
@@ -173,7 +173,7 @@ void SnippetsModel::filter() {
     show(std::move(found));
 }
 
-/// The rows that are there get other snippets: making rows anew at every key would take most of its time.
+/// Existing rows get other snippets: creating rows again for every key would take most of the time.
 void SnippetsModel::show(std::vector<std::size_t> places) {
     const int before = rowCount();
     const int after = static_cast<int>(places.size());
@@ -205,7 +205,7 @@ void SnippetsModel::follow() {
     Q_EMIT snippetsChanged();
 }
 
-/// Changes the one row, here and in the store, without reading all of them again.
+/// Changes one row, in the model and in the store, without reading all rows again.
 void SnippetsModel::update(const Snippet& record) {
     if (!records_.isOpen())
         return;

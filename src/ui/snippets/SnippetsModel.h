@@ -16,7 +16,7 @@
 
 namespace sonvale::ui {
 
-/// The snippets that a search shows, newest first, and the one that is being edited. Main actor.
+/// The snippets that match the search, newest first, and the edited snippet. Main actor.
 class SnippetsModel final : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT
@@ -38,16 +38,16 @@ public:
     QVariant data(const QModelIndex& index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
 
-    bool isEmpty() const { return all_.empty(); } ///< whatever is searched for
+    bool isEmpty() const { return all_.empty(); } ///< regardless of the search
     QString searchText() const { return searchText_; }
     void setSearchText(const QString& text);
 
-    /// Keeps a new snippet of the three texts as they stand.
+    /// Stores a new snippet with the three texts unchanged.
     Q_INVOKABLE void add(const QString& trigger, const QString& content, const QString& category);
-    /// Takes a shown snippet away.
+    /// Removes the snippet of a row.
     Q_INVOKABLE void remove(int row);
 
-    /// Begins to edit a shown snippet. What is typed goes to it as it is typed.
+    /// Starts to edit the snippet of a row. Changes are stored while the user types.
     Q_INVOKABLE void edit(int row);
     bool isEditing() const { return edited_.has_value(); }
     QString trigger() const;
@@ -57,7 +57,7 @@ public:
     QString category() const;
     void setCategory(const QString& text);
     Q_INVOKABLE void finishEditing();
-    /// The snippet becomes what it was.
+    /// Restores the snippet as it was before editing.
     Q_INVOKABLE void cancelEditing();
 
     Q_SIGNAL void snippetsChanged();
@@ -86,12 +86,12 @@ private:
     RecordStore records_;
     runtime::Clock& clock_;
     std::vector<Entry> all_;
-    std::vector<std::size_t> shown_; ///< places in `all_`
+    std::vector<std::size_t> shown_; ///< indices into `all_`
     QString searchText_;
     std::optional<persistence::Snippet> edited_;
     persistence::Snippet beforeEditing_;
     base::Subscription changes_;
-    bool isFollowing_ = false; ///< a change has been noticed and is looked at in the next turn
+    bool isFollowing_ = false; ///< a change will be read in the next turn
     bool isOwnChange_ = false;
     SaveSoon saving_;
 };

@@ -2,14 +2,14 @@ import QtQuick
 import QtQuick.Controls.Basic
 import SonVale
 
-/// The spoken triggers and the texts that they stand for.
+/// The spoken triggers and their texts.
 FocusScope {
     id: view
 
     required property SnippetsModel model
     readonly property int columnWidth: Math.min(720, width - 2 * Theme.pageEdge)
 
-    // The search belongs to the view, and ends with it.
+    // The search belongs to the view and ends with it.
     Component.onCompleted: model.searchText = ""
 
     Column {

@@ -5,7 +5,7 @@
 
 namespace sonvale::ui {
 
-/// What a formality of the style tab means, in words.
+/// Returns the description of a formality of the style tab.
 std::string_view formalityText(std::int64_t formality);
 
 } // namespace sonvale::ui

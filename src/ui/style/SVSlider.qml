@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import SonVale
 
-/// A slider of a few whole steps.
+/// A slider with a few whole steps.
 Slider {
     id: slider
 

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import SonVale
 
-/// One of a few choices that stand side by side.
+/// One of a few choices in a row.
 AbstractButton {
     id: button
 
@@ -18,7 +18,7 @@ AbstractButton {
     Accessible.checked: isSelected
     Accessible.onPressAction: if (enabled)
         button.clicked()
-    // A radio button of Qt 6.8 is not pressed.
+    // Assistive technology cannot press a radio button of Qt 6.8.
     Accessible.onToggleAction: if (enabled)
         button.clicked()
     Keys.onReturnPressed: button.clicked()

@@ -60,7 +60,7 @@ QString StyleModel::formalityText() const {
 }
 
 QString StyleModel::customInstructions() const {
-    return textOf(style_.customInstructions);
+    return toQString(style_.customInstructions);
 }
 
 void StyleModel::setCustomInstructions(const QString& text) {

@@ -14,8 +14,8 @@
 
 namespace sonvale::ui {
 
-/// How the user wants to sound in each kind of application. The style of a category is created when the
-/// category is first selected. Changes take effect at once. Main actor.
+/// The styles of the user in each kind of application. The style of a category is created when the category
+/// is first selected. Changes take effect at once. Main actor.
 class StyleModel final : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -31,7 +31,7 @@ public:
     enum class Category { PersonalMessaging, WorkMessaging, Email, Other };
     Q_ENUM(Category)
 
-    /// Begins at the first category. `clock` must outlive the model.
+    /// Selects the first category. `clock` must outlive the model.
     StyleModel(runtime::Actor main, runtime::Clock& clock, RecordStore records);
 
     Category category() const { return category_; }

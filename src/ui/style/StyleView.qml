@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// How the user wants to sound in each kind of application.
+/// The tab in which the user chooses a style for each kind of application.
 FocusScope {
     id: view
 
@@ -34,7 +34,7 @@ FocusScope {
     ]
     readonly property StyleCategory chosen: categories[model.category]
 
-    // Which kind is chosen belongs to the view, and ends with it.
+    // The selection belongs to the view and ends with it.
     Component.onCompleted: model.selectFirst()
     Component.onDestruction: model.save()
 

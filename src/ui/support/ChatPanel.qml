@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import SonVale
 
-/// The conversation, and the field for what comes next. Return sends it, with Shift it makes a new line.
+/// The conversation, and the field for the next question. Return sends it; Shift+Return inserts a line break.
 FocusScope {
     id: panel
 
@@ -68,7 +68,7 @@ FocusScope {
         ListView {
             id: list
 
-            /// Follows the end of what is said; not while the user reads further up.
+            /// Scrolls to the end, unless the user reads further up.
             property bool sticks: true
             readonly property bool isAtEnd: contentHeight - height - (contentY - originY) < 24
 
@@ -76,7 +76,7 @@ FocusScope {
                 if (sticks)
                     positionViewAtEnd();
             }
-            /// Goes on by what is seen of a long message, then to the next one.
+            /// Moves by the visible part of a long message, then to the next message.
             function step(direction) {
                 sticks = false;
                 var item = currentItem;
@@ -122,7 +122,7 @@ FocusScope {
             onHeightChanged: Qt.callLater(follow) // qmllint disable
             onMovementStarted: sticks = false
             onMovementEnded: sticks = isAtEnd
-            // Where the end is, is known for sure only once it is near.
+            // The list knows its exact end only near the end.
             onIsAtEndChanged: if (isAtEnd && !moving)
                 sticks = true
 

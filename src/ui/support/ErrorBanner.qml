@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// What went wrong, until the next try.
+/// An error, shown until the next try.
 Rectangle {
     id: banner
 

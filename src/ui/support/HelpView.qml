@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// A conversation with the support assistant.
+/// The tab with the support chat.
 FocusScope {
     id: help
 

@@ -14,7 +14,7 @@ bool continuesCodePoint(char byte) {
 }
 
 std::size_t codePointAt(std::string_view text, std::size_t place) {
-    // No code point has more than four bytes; what is none may be cut anywhere.
+    // A code point has at most four bytes. Invalid UTF-8 may be cut anywhere.
     const auto longest = place < 3 ? 0 : place - 3;
     for (auto begin = place; begin > longest; --begin) {
         if (!continuesCodePoint(text[begin]))
@@ -23,7 +23,7 @@ std::size_t codePointAt(std::string_view text, std::size_t place) {
     return place;
 }
 
-/// The beginning of the character in which the block would be full.
+/// Returns the beginning of the character that fills the block.
 std::size_t lastCharacterBefore(std::string_view text) {
     constexpr std::size_t lookBack = 400;
     const auto begin = codePointAt(text, most - lookBack);

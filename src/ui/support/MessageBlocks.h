@@ -6,15 +6,15 @@
 
 namespace sonvale::ui {
 
-/// Where a long text is cut so that each piece of it can be laid out by itself, in bytes.
+/// A cut of a long text, in bytes. Each piece can be laid out by itself.
 struct BlockCut {
-    std::size_t end = 0;  ///< of the first block
-    std::size_t next = 0; ///< where the rest begins: behind what parts them
+    std::size_t end = 0;  ///< the end of the first block
+    std::size_t next = 0; ///< the beginning of the rest, after the separator
 };
 
-/// The cut behind the first block of a text; nothing when all of it is one block. It stays where it is
-/// however the text grows. Blocks end with a line where they can, else with a word, and never inside a
-/// user-perceived character.
+/// Returns the cut after the first block of a text, or nullopt if the text is one block. The cut does not
+/// move while the text grows. Blocks end at the end of a line if possible, otherwise at the end of a word,
+/// and never inside a user-perceived character.
 std::optional<BlockCut> firstBlockCut(std::string_view text);
 
 } // namespace sonvale::ui

@@ -1,8 +1,8 @@
 import QtQuick
 import SonVale
 
-/// A block of a message: a short message is one, a long one some under each other on one ground. What it says
-/// is shown as it stands, without any markup, and can be selected.
+/// A block of a message. A long message has several blocks on one ground. The text is shown without
+/// interpretation of markup, and can be selected.
 Item {
     id: bubble
 
@@ -11,7 +11,7 @@ Item {
     required property bool isUser
     required property bool isFirst
     required property bool isLast
-    /// Whether the keyboard is on it.
+    /// Whether the message has the keyboard.
     property bool isCurrent: false
 
     readonly property bool isWhole: isFirst && isLast
@@ -39,7 +39,7 @@ Item {
         radius: bubble.isWhole || bubble.isFirst || bubble.isLast ? Theme.cardRadius : 0
         color: bubble.ground
 
-        // Where it goes on, the ground has no round corners.
+        // Between two blocks of a message, the ground has no round corners.
         Rectangle {
             anchors.left: parent.left
             anchors.right: parent.right

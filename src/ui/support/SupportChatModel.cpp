@@ -36,7 +36,7 @@ SupportChatModel::~SupportChatModel() {
 }
 
 QString SupportChatModel::inputText() const {
-    return textOf(chat_->inputText.get());
+    return toQString(chat_->inputText.get());
 }
 
 void SupportChatModel::setInputText(const QString& text) {

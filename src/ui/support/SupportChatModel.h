@@ -11,8 +11,8 @@
 
 namespace sonvale::ui {
 
-/// What the help tab shows: the conversation with the support assistant. An answer that grows is shown some
-/// thirty times a second, however small its pieces are. Main actor.
+/// The conversation with the support assistant, as the help tab shows it. A growing answer is updated about
+/// thirty times a second, even if its pieces arrive more often. Main actor.
 class SupportChatModel final : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -25,13 +25,13 @@ class SupportChatModel final : public QObject {
     Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY errorMessageChanged)
 
 public:
-    /// Seconds between two looks at an answer that grows.
+    /// The interval between updates of a growing answer, in seconds.
     static constexpr double betweenUpdates = 1.0 / 30;
 
-    /// Puts a text on the pasteboard.
+    /// Copies a text to the pasteboard.
     using CopyText = std::function<void(std::string text)>;
 
-    /// What `parts` refers to must outlive the model.
+    /// All references of `parts` must outlive the model.
     SupportChatModel(services::SupportChatViewModel::Parts parts,
                      std::shared_ptr<services::AuthService> authService, CopyText copyText);
     ~SupportChatModel() override;
@@ -41,14 +41,14 @@ public:
     void setInputText(const QString& text);
     bool isStreaming() const { return chat_->isStreaming.get(); }
     bool isWaitingForFirstChunk() const { return chat_->isWaitingForFirstChunk.get(); }
-    bool canSend() const { return canSend_; } ///< there is something to ask, and no answer on its way
+    bool canSend() const { return canSend_; } ///< there is a question, and no answer in progress
     QString errorMessage() const;             ///< empty for none
 
     Q_INVOKABLE void send();
     Q_INVOKABLE void clear();
-    /// Puts the whole message of which this row is a part on the pasteboard.
+    /// Copies the whole message of the row to the pasteboard.
     Q_INVOKABLE void copy(int row);
-    /// Leaves nothing of the conversation, and no draft, for whoever signs in next.
+    /// Clears the conversation and the draft, so that the next user does not see them.
     void forget();
 
     Q_SIGNAL void inputTextChanged();
@@ -69,13 +69,13 @@ private:
     const CopyText copyText_;
     const std::shared_ptr<services::SupportChatViewModel> chat_;
     SupportMessagesModel messages_;
-    std::size_t messageCount_ = 0; ///< as shown
+    std::size_t messageCount_ = 0; ///< the number of shown messages
     double shownAt_ = 0;
     bool canSend_ = false;
     std::vector<base::Subscription> subscriptions_;
     std::shared_ptr<SupportChatModel*> self_ =
         std::make_shared<SupportChatModel*>(this); ///< tasks hold it weakly
-    runtime::TaskHandle<> showTask_;               ///< empty while nothing waits to be shown
+    runtime::TaskHandle<> showTask_;               ///< empty while no update is pending
 };
 
 } // namespace sonvale::ui

@@ -84,7 +84,7 @@ std::vector<SupportMessagesModel::Row> SupportMessagesModel::newRows(std::size_t
                         .isUser = now.role == "user",
                         .isFirst = shown.lastBegin == 0,
                         .isLast = !cut,
-                        .text = textOf(cut ? rest.substr(0, cut->end) : rest)});
+                        .text = toQString(cut ? rest.substr(0, cut->end) : rest)});
         if (!cut)
             return rows;
         rest.remove_prefix(cut->next);

@@ -10,8 +10,9 @@
 
 namespace sonvale::ui {
 
-/// The messages of a conversation for a list that shows them from top to bottom. A long message is some rows,
-/// one for each block of it, so that only what is seen is laid out; one without text is no row. Main actor.
+/// The messages of a conversation for a list that shows them from top to bottom. A long message has several
+/// rows, one for each block, so that only visible blocks are laid out. An empty message has no row. Main
+/// actor.
 class SupportMessagesModel : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT
@@ -24,10 +25,10 @@ public:
     QVariant data(const QModelIndex& index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
 
-    /// Shows these messages. What was shown already only grows, or goes.
+    /// Shows these messages. A message that is already shown may only grow or disappear.
     void show(const std::vector<services::ChatMessage>& messages);
 
-    /// The place of the row's message among those that were shown; -1 for no row.
+    /// Returns the index of the row's message in the shown messages; -1 if there is no such row.
     int messageAt(int row) const;
 
 private:
@@ -40,8 +41,8 @@ private:
     };
     struct Shown {
         base::Uuid id;
-        std::size_t size = 0;      ///< of its text
-        std::size_t lastBegin = 0; ///< of its last block
+        std::size_t size = 0;      ///< the size of the text
+        std::size_t lastBegin = 0; ///< the beginning of the last block
         int rows = 0;
     };
 

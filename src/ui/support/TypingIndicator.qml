@@ -1,7 +1,7 @@
 import QtQuick
 import SonVale
 
-/// Three dots, of which one after the other is lit, until the first words of an answer come.
+/// Three dots that light up in turn until the first words of an answer arrive.
 Row {
     id: indicator
 

@@ -122,7 +122,7 @@ TEST_F(Accessibility, OfTheGrantsInTheList) {
     settings().set(keys::onboardingStep, 5);
     auto& view = openDashboard();
     const auto description = [&](const char* grant) {
-        auto* row = item(view, std::string("grant.") + grant).parentItem();
+        auto* row = item(view, std::string("permission.") + grant).parentItem();
         auto* told = QAccessible::queryAccessibleInterface(row);
         return told ? told->text(QAccessible::Name).toStdString() + ": " +
                           told->text(QAccessible::Description).toStdString()

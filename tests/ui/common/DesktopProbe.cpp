@@ -26,7 +26,7 @@ struct DesktopProbe::Impl {
         XSizeHints hints{};
         hints.flags = USPosition | USSize;
         XSetWMNormalHints(display, window, &hints);
-        // Without a frame, so that its own colour begins at its place.
+        // Without a frame, so that its own color begins at its place.
         const unsigned long undecorated[] = {2, 0, 0, 0, 0};
         const Atom motifHints = atom("_MOTIF_WM_HINTS");
         XChangeProperty(display, window, motifHints, motifHints, 32, PropModeReplace,

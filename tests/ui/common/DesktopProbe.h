@@ -29,7 +29,7 @@ public:
     DesktopProbe(const DesktopProbe&) = delete;
     DesktopProbe& operator=(const DesktopProbe&) = delete;
 
-    /// Opens a window of one colour (0xRRGGBB) and gives it the focus. A full-screen one fills the screen.
+    /// Opens a window of one color (0xRRGGBB) and gives it the focus. A full-screen one fills the screen.
     WindowId openWindow(Place place, unsigned long color);
     WindowId openFullScreenWindow(unsigned long color);
     /// Opens a panel along the top of the screen that keeps its place free of windows (EWMH strut).

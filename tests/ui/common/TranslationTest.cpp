@@ -43,7 +43,8 @@ public:
 
 private:
     static bool isListed(std::string_view source) {
-        return std::ranges::any_of(toldWords(), [source](std::string_view each) { return each == source; });
+        return std::ranges::any_of(translatableWords(),
+                                   [source](std::string_view each) { return each == source; });
     }
 };
 
@@ -174,7 +175,7 @@ TEST_F(Translation, OfWhatTheServicesSay) {
 
 TEST_F(Translation, KnowsAllWordsThatStandForThemselves) {
     std::set<std::string_view> known;
-    for (const auto* words : toldWords())
+    for (const auto* words : translatableWords())
         known.insert(words);
     std::vector<std::string_view> told{services::supportGreeting, "Today", "Yesterday", "Already used by "};
     for (const auto state : {RecordingState::idle, RecordingState::recording, RecordingState::processing,
@@ -193,7 +194,7 @@ TEST_F(Translation, KnowsAllWordsThatStandForThemselves) {
 }
 
 TEST(Texts, AreAsTheyAreWithoutATranslation) {
-    for (const auto* words : toldWords())
+    for (const auto* words : translatableWords())
         EXPECT_EQ(translated(words), QString::fromUtf8(words));
     EXPECT_EQ(translated("nobody knows these — 7"), QStringLiteral("nobody knows these — 7"));
 }

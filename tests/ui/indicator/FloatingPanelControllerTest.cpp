@@ -31,7 +31,7 @@ protected:
         return window;
     }
 
-    /// The colour in the middle of the ring's stroke, as the screen shows it over `ground`, differs from it.
+    /// The color in the middle of the ring's stroke, as the screen shows it over `ground`, differs from it.
     bool isSeen(QRgb ground) {
         const QImage image = probe.screen(ringPlace);
         int changed = 0;

@@ -225,7 +225,7 @@ TEST_F(LoginView, IsEmptyAgainAfterSigningOut) {
     fill(view, "password", "my secret password");
     click(view, "submit");
     ASSERT_TRUE(isShown(view, "home"));
-    const auto& form = *view.rootObject()->property("model").value<DashboardModel*>()->login();
+    const auto& form = *view.rootObject()->property("model").value<DashboardModel*>()->loginModel();
     EXPECT_EQ(form.email() + form.password(), QString()) << "nothing is kept while the user is signed in";
 
     click(view, "signOut");

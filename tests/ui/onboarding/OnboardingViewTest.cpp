@@ -149,16 +149,16 @@ TEST_F(OnboardingView, ListsTheGrantsThatAreThereAndThoseThatAreMissing) {
     denyEverything();
     auto& view = openAt(readyStep);
     for (const auto* each : {"Microphone", "Accessibility", "Input Monitoring", "Speech Recognition"})
-        EXPECT_EQ(symbol(view, std::string("grant.") + each), "xmark.circle.fill") << each;
+        EXPECT_EQ(symbol(view, std::string("permission.") + each), "xmark.circle.fill") << each;
 
     grant(microphoneStep);
     grant(inputStep);
     click(view, "back");
     click(view, "continue");
-    EXPECT_EQ(symbol(view, "grant.Microphone"), "checkmark.circle.fill");
-    EXPECT_EQ(symbol(view, "grant.Accessibility"), "xmark.circle.fill");
-    EXPECT_EQ(symbol(view, "grant.Input Monitoring"), "checkmark.circle.fill");
-    EXPECT_EQ(symbol(view, "grant.Speech Recognition"), "xmark.circle.fill");
+    EXPECT_EQ(symbol(view, "permission.Microphone"), "checkmark.circle.fill");
+    EXPECT_EQ(symbol(view, "permission.Accessibility"), "xmark.circle.fill");
+    EXPECT_EQ(symbol(view, "permission.Input Monitoring"), "checkmark.circle.fill");
+    EXPECT_EQ(symbol(view, "permission.Speech Recognition"), "xmark.circle.fill");
 }
 
 TEST_F(OnboardingView, StoresAndLogsEveryStepOnTheWay) {

@@ -101,7 +101,7 @@ protected:
         EXPECT_TRUE(drawn.insert(name).second) << name << " is drawn twice";
         for (const bool isDark : {false, true}) {
             views().appearance().overrideDark(isDark);
-            // A pointer that rests on a button would colour it.
+            // A pointer that rests on a button would color it.
             if (pointer == Pointer::away)
                 QTest::mouseMove(&view, QPoint(1, 1)); // (0, 0) stands for the middle
             settleViews();

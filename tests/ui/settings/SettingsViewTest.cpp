@@ -279,8 +279,8 @@ TEST_F(SettingsView, ShowsTheFourGrantsAndAsksForThoseThatAreMissing) {
     EXPECT_TRUE(reads(view, "Speech Recognition is needed for Local and Hybrid modes."));
     const std::string names[] = {"Microphone", "Accessibility", "InputMonitoring", "SpeechRecognition"};
     for (const auto& name : names) {
-        EXPECT_EQ(item(view, "grantSign." + name).property("name"), QStringLiteral("xmark.circle.fill"));
-        toggle(view, "grantButton." + name);
+        EXPECT_EQ(item(view, "permissionSign." + name).property("name"), QStringLiteral("xmark.circle.fill"));
+        toggle(view, "permissionButton." + name);
     }
     capture().setStatus(platform::CaptureStatus::authorized);
     accessibility().setTrusted(true);
@@ -289,8 +289,9 @@ TEST_F(SettingsView, ShowsTheFourGrantsAndAsksForThoseThatAreMissing) {
     scrollTo(view, "recheckPermissions");
     change([&] { click(view, "recheckPermissions"); });
     for (const auto& name : names) {
-        EXPECT_EQ(item(view, "grantSign." + name).property("name"), QStringLiteral("checkmark.circle.fill"));
-        EXPECT_FALSE(isShown(view, "grantButton." + name)) << name;
+        EXPECT_EQ(item(view, "permissionSign." + name).property("name"),
+                  QStringLiteral("checkmark.circle.fill"));
+        EXPECT_FALSE(isShown(view, "permissionButton." + name)) << name;
     }
     EXPECT_FALSE(isShown(view, "speechNeeded"));
     EXPECT_TRUE(state().hotkeyManager->isEnabled().get()) << "the shortcuts run now";
@@ -317,12 +318,12 @@ TEST_F(SettingsView, FindsEachGrantThatIsGivenAfterItWasAskedFor) {
     restart();
     auto& view = openSettings();
     for (const auto& [name, give] : rows) {
-        toggle(view, std::string("grantButton.") + name);
+        toggle(view, std::string("permissionButton.") + name);
         change([&] { advance(2); });
-        EXPECT_TRUE(isShown(view, std::string("grantButton.") + name)) << name;
+        EXPECT_TRUE(isShown(view, std::string("permissionButton.") + name)) << name;
         give(true);
         change([&] { advance(2); });
-        EXPECT_FALSE(isShown(view, std::string("grantButton.") + name)) << name;
+        EXPECT_FALSE(isShown(view, std::string("permissionButton.") + name)) << name;
     }
 }
 
@@ -373,7 +374,7 @@ TEST_F(SettingsView, LooksAtThePermissionsWhenItAppears) {
     recognizer().setAuthorization(platform::SpeechAuthorization::denied);
     click(view, "sidebar.settings");
     for (const auto* name : {"Microphone", "Accessibility", "InputMonitoring", "SpeechRecognition"})
-        EXPECT_TRUE(isShown(view, std::string("grantButton.") + name)) << name;
+        EXPECT_TRUE(isShown(view, std::string("permissionButton.") + name)) << name;
 }
 
 TEST_F(SettingsView, OffersToLookAgainWhateverIsGranted) {
@@ -383,7 +384,7 @@ TEST_F(SettingsView, OffersToLookAgainWhateverIsGranted) {
     capture().setStatus(platform::CaptureStatus::denied);
     scrollTo(view, "recheckPermissions");
     change([&] { click(view, "recheckPermissions"); });
-    EXPECT_TRUE(isShown(view, "grantButton.Microphone"));
+    EXPECT_TRUE(isShown(view, "permissionButton.Microphone"));
 }
 
 TEST_F(SettingsView, SignsOut) {

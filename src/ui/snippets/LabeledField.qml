@@ -1,22 +1,22 @@
 import QtQuick
 import SonVale
 
-/// A field under its name, and a note below it.
+/// A field with its label above it and a note below it.
 Column {
-    id: labelled
+    id: labeled
 
     property string label
     property string note
-    /// What the field shows. Each new value goes into the field, and is not an edit.
+    /// The text to show. Each new value replaces the field's text; this is not an edit.
     property string value
     readonly property alias text: field.text
     property alias placeholder: field.placeholderText
     property string name
 
-    /// The text is another one than what was shown, by the keyboard or by assistive technology.
+    /// Emitted if the keyboard or assistive technology has changed the text.
     signal edited
 
-    /// Puts a text into the field, which is not an edit.
+    /// Replaces the field's text. This is not an edit.
     function show(text) {
         field.show(text);
     }
@@ -30,13 +30,13 @@ Column {
 
     SVText {
         width: parent.width
-        text: labelled.label
+        text: labeled.label
         font: Theme.rowTitle
     }
     SVTextField {
         id: field
 
-        /// The text that it begins with arrives as late as its completion.
+        /// True until the item is complete, because the initial text arrives only then.
         property bool isShowing: true
 
         function show(value) {
@@ -50,16 +50,16 @@ Column {
 
         Component.onCompleted: isShowing = false
 
-        objectName: labelled.name
+        objectName: labeled.name
         width: parent.width
-        label: labelled.label
+        label: labeled.label
         onTextChanged: if (!isShowing)
-            labelled.edited()
+            labeled.edited()
     }
     SVText {
         width: parent.width
         visible: text !== ""
-        text: labelled.note
+        text: labeled.note
         font: Theme.caption
         color: Theme.secondaryText
     }

@@ -1,12 +1,12 @@
 import QtQuick
 import SonVale
 
-/// An editor under its name.
+/// An editor with its label above it.
 Column {
-    id: labelled
+    id: labeled
 
     property string label
-    /// What the editor shows, as in SVTextArea.
+    /// The text to show, as in SVTextArea.
     property alias value: area.value
     readonly property alias text: area.text
     property alias placeholder: area.placeholder
@@ -15,7 +15,7 @@ Column {
 
     signal edited
 
-    /// Puts a text into the editor, which is not an edit.
+    /// Replaces the editor's text. This is not an edit.
     function show(text) {
         area.show(text);
     }
@@ -26,16 +26,16 @@ Column {
     SVText {
         width: parent.width
         visible: text !== ""
-        text: labelled.label
+        text: labeled.label
         font: Theme.rowTitle
     }
     SVTextArea {
         id: area
 
-        editorName: labelled.name
+        editorName: labeled.name
         width: parent.width
         height: 120
-        label: labelled.label
-        onEdited: labelled.edited()
+        label: labeled.label
+        onEdited: labeled.edited()
     }
 }
