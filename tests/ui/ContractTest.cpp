@@ -150,7 +150,7 @@ TEST(QtApplication, KeepsAWindowsPlaceWhenItIsHiddenAndShownAgain) {
     EXPECT_TRUE(subject.becomesListed(window, false));
 }
 
-TEST(QtApplication, GoesOnWhenItsLastWindowIsClosed) {
+TEST(QtApplication, ContinuesWhenItsLastWindowIsClosed) {
     QtSubject subject;
     subject.openWindow();
     bool hasGoneOn = false;

@@ -153,7 +153,7 @@ TEST_F(QtMainContextTest, ReturnsToTheMainThreadFromASleep) {
     EXPECT_EQ(valueOf(task), mainThread);
 }
 
-TEST_F(QtMainContextTest, ReturnsToTheMainThreadWhoeverResumes) {
+TEST_F(QtMainContextTest, ReturnsToTheMainThreadFromAnyResumingThread) {
     const auto resumer = std::make_shared<std::thread>();
     const auto task = runtime::spawn(context.actor(), threadAfterResumptionFrom(resumer));
     ASSERT_TRUE(runToEnd(task));
@@ -177,7 +177,7 @@ TEST_F(QtMainContextTest, ATaskSeesItsOwnCancellationAtOnce) {
     *own = {};
 }
 
-TEST_F(QtMainContextTest, LetsQtsOwnEventsRunBetweenEndlessWork) {
+TEST_F(QtMainContextTest, ProcessesQtEventsBetweenEndlessWork) {
     bool hasTimerFired = false;
     QTimer::singleShot(1, [&] { hasTimerFired = true; });
     std::function<void()> again = [&] {
@@ -201,13 +201,13 @@ TEST_F(QtMainContextTest, ServesAsAnExecutorForStrands) {
     EXPECT_TRUE(run([&] { return sum == 10; }));
 }
 
-TEST_F(QtMainContextTest, GivesUpWaitingWhenItsTimeIsOver) {
+TEST_F(QtMainContextTest, StopsWaitingAfterTheTimeout) {
     const double start = clock.now();
     EXPECT_FALSE(context.runUntil([] { return false; }, 0.05));
     EXPECT_GE(clock.now() - start, 0.05);
 }
 
-TEST_F(QtMainContextTest, NoticesWhatAnotherThreadEndedWithoutAnEvent) {
+TEST_F(QtMainContextTest, NoticesAConditionOfAnotherThreadWithoutAnEvent) {
     std::atomic<bool> isDone = false;
     std::thread other([this, &isDone] {
         const double end = clock.now() + 0.05;
@@ -221,7 +221,7 @@ TEST_F(QtMainContextTest, NoticesWhatAnotherThreadEndedWithoutAnEvent) {
 
 namespace {
 
-/// Posts once more when it is destroyed, as the frame of an abandoned coroutine may.
+/// Posts again from its destructor, as the frame of an abandoned coroutine may.
 struct PostsWhenDestroyed {
     Actor actor;
     std::shared_ptr<int> destroyed;
@@ -233,7 +233,7 @@ struct PostsWhenDestroyed {
 
 } // namespace
 
-TEST(QtMainContextEnd, DropsQueuedWorkAndWorkThatComesLater) {
+TEST(QtMainContextEnd, DropsQueuedAndLaterWork) {
     runtime::SystemClock clock;
     auto context = std::make_unique<QtMainContext>(clock, std::make_shared<runtime::TaskRegistry>());
     const Actor actor = context->actor();
@@ -252,7 +252,7 @@ TEST(QtMainContextEnd, DropsQueuedWorkAndWorkThatComesLater) {
     EXPECT_FALSE(hasRun);
 }
 
-TEST(QtMainContextEnd, EndsTasksBeforePoolAndContextGo) {
+TEST(QtMainContextEnd, EndsTasksBeforeThePoolAndTheContext) {
     runtime::SystemClock clock;
     const auto registry = std::make_shared<runtime::TaskRegistry>();
     auto outcome = std::make_shared<runtime::TaskHandle<runtime::SleepOutcome>>();

@@ -5,7 +5,7 @@
 #include <QApplication>
 #include <cstdlib>
 
-/// Qt takes its platform and display once in a process, so the display is there before the application.
+/// Qt chooses its platform and display once per process, so the display is started before the application.
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     const sonvale::tests::PrivateDisplay display(sonvale::tests::WindowManager::openbox);
@@ -14,7 +14,7 @@ int main(int argc, char** argv) {
     const sonvale::tests::TemporaryDirectory runtimeDirectory;
     setenv("XDG_RUNTIME_DIR", runtimeDirectory.path().c_str(), 1);
     unsetenv("WAYLAND_DISPLAY");
-    // Scaled points would not be the display's pixels, which the tests count.
+    // With scaling, points would not be the display's pixels, which the tests count.
     unsetenv("QT_SCALE_FACTOR");
     const QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);

@@ -17,28 +17,28 @@ namespace {
 
 namespace keys = persistence::keys;
 
-/// What a user needs who does not see the screen or does not use a mouse, on every screen.
+/// Checks on every screen for users who do not see the screen or do not use a mouse.
 class Accessibility : public tests::ViewFixture {
 protected:
     static void expectNames(QQuickView& view, const std::string& screen) {
         for (auto* control : controls(view)) {
             const auto name = screen + ": " + nameOf(control);
-            auto* told = QAccessible::queryAccessibleInterface(control);
-            ASSERT_TRUE(told) << name;
-            EXPECT_FALSE(told->text(QAccessible::Name).isEmpty()) << name;
-            EXPECT_FALSE(told->text(QAccessible::Name).contains(QLatin1Char('<'))) << name;
-            EXPECT_NE(told->role(), QAccessible::NoRole) << name;
-            EXPECT_TRUE(told->state().focusable) << name;
+            auto* accessible = QAccessible::queryAccessibleInterface(control);
+            ASSERT_TRUE(accessible) << name;
+            EXPECT_FALSE(accessible->text(QAccessible::Name).isEmpty()) << name;
+            EXPECT_FALSE(accessible->text(QAccessible::Name).contains(QLatin1Char('<'))) << name;
+            EXPECT_NE(accessible->role(), QAccessible::NoRole) << name;
+            EXPECT_TRUE(accessible->state().focusable) << name;
         }
     }
 
-    /// Walks once around with Tab: each control once, and rows beside them, the one that has the keyboard
-    /// being marked and no other, in the order of reading.
+    /// Walks once around with Tab. It must reach each control once, in reading order, and may also reach
+    /// rows. Only the item with the keyboard is marked.
     void expectTabOrder(QQuickView& view, const std::string& screen) {
         const auto all = controls(view);
         std::vector<QQuickItem*> walked;
-        const std::size_t most = 2 * all.size() + 10;
-        for (std::size_t i = 0; i < most; ++i) {
+        const std::size_t maxSteps = 2 * all.size() + 10;
+        for (std::size_t i = 0; i < maxSteps; ++i) {
             QTest::keyClick(&view, Qt::Key_Tab);
             settleViews();
             auto* focused = view.activeFocusItem();
@@ -48,7 +48,7 @@ protected:
             walked.push_back(focused);
             EXPECT_EQ(visibleRings(view.contentItem()), 1) << screen << ": " << nameOf(focused);
         }
-        EXPECT_LT(walked.size(), most) << screen;
+        EXPECT_LT(walked.size(), maxSteps) << screen;
         for (auto* control : all)
             EXPECT_NE(std::ranges::find(walked, control), walked.end())
                 << screen << ": " << nameOf(control) << " is not among " << namesOf(walked);
@@ -117,22 +117,22 @@ TEST_F(Accessibility, OfEveryStepOfOnboarding) {
     }
 }
 
-TEST_F(Accessibility, OfTheGrantsInTheList) {
+TEST_F(Accessibility, OfThePermissionsInTheList) {
     tap().setPermitted(false);
     settings().set(keys::onboardingStep, 5);
     auto& view = openDashboard();
-    const auto description = [&](const char* grant) {
-        auto* row = item(view, std::string("permission.") + grant).parentItem();
-        auto* told = QAccessible::queryAccessibleInterface(row);
-        return told ? told->text(QAccessible::Name).toStdString() + ": " +
-                          told->text(QAccessible::Description).toStdString()
-                    : std::string("nothing");
+    const auto description = [&](const char* name) {
+        auto* row = item(view, std::string("permission.") + name).parentItem();
+        auto* accessible = QAccessible::queryAccessibleInterface(row);
+        return accessible ? accessible->text(QAccessible::Name).toStdString() + ": " +
+                                accessible->text(QAccessible::Description).toStdString()
+                          : std::string("nothing");
     };
     EXPECT_EQ(description("Microphone"), "Microphone: Granted");
     EXPECT_EQ(description("Input Monitoring"), "Input Monitoring: Not granted");
 }
 
-TEST_F(Accessibility, OfTheWayIn) {
+TEST_F(Accessibility, OfSignIn) {
     completeOnboardingAndStart();
     auto& view = openDashboard();
     expectUsable(view, "sign in");
@@ -145,7 +145,7 @@ TEST_F(Accessibility, OfTheWayIn) {
     expectUsable(view, "sign up");
 }
 
-TEST_F(Accessibility, NamesThePasswordsAlsoWhileTheyAreHidden) {
+TEST_F(Accessibility, NamesThePasswordFieldsWhileTheyAreHidden) {
     completeOnboardingAndStart();
     auto& view = openDashboard();
     click(view, "switchMode");
@@ -155,17 +155,17 @@ TEST_F(Accessibility, NamesThePasswordsAlsoWhileTheyAreHidden) {
         const auto input = std::ranges::find_if(
             children, [](const QQuickItem* each) { return each->inherits("QQuickTextField"); });
         ASSERT_NE(input, children.end()) << field;
-        // As Qt marks it once there is assistive technology.
+        // Qt sets this while assistive technology is running.
         QQmlProperty mark(*input, QStringLiteral("Accessible.passwordEdit"), qmlContext(*input));
         ASSERT_TRUE(mark.write(true));
         for (const bool isRevealed : {false, true, false}) {
             item(view, field).setProperty("isRevealed", isRevealed);
             settleViews();
-            auto* told = QAccessible::queryAccessibleInterface(*input);
-            ASSERT_TRUE(told) << field;
-            EXPECT_EQ(told->text(QAccessible::Name).toStdString(), name) << isRevealed;
-            EXPECT_EQ(told->role(), QAccessible::EditableText);
-            EXPECT_EQ(told->state().passwordEdit, !isRevealed) << field;
+            auto* accessible = QAccessible::queryAccessibleInterface(*input);
+            ASSERT_TRUE(accessible) << field;
+            EXPECT_EQ(accessible->text(QAccessible::Name).toStdString(), name) << isRevealed;
+            EXPECT_EQ(accessible->role(), QAccessible::EditableText);
+            EXPECT_EQ(accessible->state().passwordEdit, !isRevealed) << field;
         }
     }
 }
@@ -185,7 +185,7 @@ TEST_F(Accessibility, OfEveryTab) {
     }
 }
 
-TEST_F(Accessibility, OfTheSheetOfASnippet) {
+TEST_F(Accessibility, OfTheSnippetSheet) {
     startSignedIn();
     auto& view = openDashboard();
     click(view, "sidebar.snippets");
@@ -196,7 +196,7 @@ TEST_F(Accessibility, OfTheSheetOfASnippet) {
     EXPECT_EQ(sheet->text(QAccessible::Name), QStringLiteral("Add Snippet"));
 }
 
-TEST_F(Accessibility, OfARowOfTheHistory) {
+TEST_F(Accessibility, OfAHistoryRow) {
     startSignedIn();
     auto& view = openDashboard();
     change([&] { dictate("some words"); });
@@ -211,10 +211,11 @@ TEST_F(Accessibility, OfARowOfTheHistory) {
 
 TEST_F(Accessibility, PressesButtons) {
     auto& view = openMenu();
-    auto* told = QAccessible::queryAccessibleInterface(&item(view, "language"));
-    ASSERT_TRUE(told && told->actionInterface());
-    EXPECT_TRUE(told->actionInterface()->actionNames().contains(QAccessibleActionInterface::pressAction()));
-    told->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    auto* accessible = QAccessible::queryAccessibleInterface(&item(view, "language"));
+    ASSERT_TRUE(accessible && accessible->actionInterface());
+    EXPECT_TRUE(
+        accessible->actionInterface()->actionNames().contains(QAccessibleActionInterface::pressAction()));
+    accessible->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
     settleViews();
     EXPECT_TRUE(isShown(view, "languages"));
 }

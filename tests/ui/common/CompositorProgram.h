@@ -9,7 +9,7 @@
 
 namespace sonvale::tests {
 
-/// A compositor on the private display, while the object exists.
+/// Runs a compositor on the private display until it is destroyed.
 class CompositorProgram {
 public:
     explicit CompositorProgram(DesktopProbe& probe)

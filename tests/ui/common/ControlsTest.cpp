@@ -13,12 +13,12 @@ namespace {
 
 using tests::eventuallyInQt;
 
-/// Single controls, laid over an open window.
+/// Single controls on top of an open window.
 class Controls : public tests::ViewFixture {
 protected:
     Controls() { views().appearance().overrideMotionReduced(true); }
 
-    /// What `source` shows in the middle of the window.
+    /// Shows the item of `source` in the middle of the window.
     std::unique_ptr<QQuickItem> show(QQuickView& view, const std::string& source) {
         QQmlComponent component(qmlEngine(view.rootObject()));
         component.setData("import QtQuick\nimport SonVale\n" + QByteArray::fromStdString(source), QUrl());
@@ -45,7 +45,7 @@ protected:
 
 } // namespace
 
-TEST_F(Controls, DoNotLightUpUnderThePointerWhileTheyAreDisabled) {
+TEST_F(Controls, DoNotHighlightUnderThePointerWhileDisabled) {
     auto& view = openDashboard();
     for (const std::string control :
          {"SVMenuRow { text: 'words'", "LinkButton { text: 'words'", "AddButton { text: 'words'",

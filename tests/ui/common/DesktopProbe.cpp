@@ -3,7 +3,7 @@
 #include <map>
 #include <stdexcept>
 
-// After Qt: these define names of Qt's as macros.
+// Included after Qt, because these headers define names of Qt as macros.
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
@@ -26,7 +26,7 @@ struct DesktopProbe::Impl {
         XSizeHints hints{};
         hints.flags = USPosition | USSize;
         XSetWMNormalHints(display, window, &hints);
-        // Without a frame, so that its own color begins at its place.
+        // Without a frame, so that the color starts at the window's place.
         const unsigned long undecorated[] = {2, 0, 0, 0, 0};
         const Atom motifHints = atom("_MOTIF_WM_HINTS");
         XChangeProperty(display, window, motifHints, motifHints, 32, PropModeReplace,
@@ -106,7 +106,7 @@ void DesktopProbe::activate(WindowId window) {
     event.xclient.window = window;
     event.xclient.message_type = impl_->atom("_NET_ACTIVE_WINDOW");
     event.xclient.format = 32;
-    event.xclient.data.l[0] = 2; // as a pager, which window managers obey
+    event.xclient.data.l[0] = 2; // the source is a pager, which window managers obey
     XSendEvent(impl_->display, impl_->root(), False, SubstructureNotifyMask | SubstructureRedirectMask,
                &event);
     XSync(impl_->display, False);

@@ -11,7 +11,7 @@
 
 namespace sonvale::tests {
 
-/// The private display as another program sees it, on a connection of its own.
+/// The private display from the view of another program, with a connection of its own.
 class DesktopProbe {
 public:
     using WindowId = unsigned long;
@@ -29,32 +29,32 @@ public:
     DesktopProbe(const DesktopProbe&) = delete;
     DesktopProbe& operator=(const DesktopProbe&) = delete;
 
-    /// Opens a window of one color (0xRRGGBB) and gives it the focus. A full-screen one fills the screen.
+    /// Opens a window of one color (0xRRGGBB) and gives it the focus. A full-screen window fills the screen.
     WindowId openWindow(Place place, unsigned long color);
     WindowId openFullScreenWindow(unsigned long color);
-    /// Opens a panel along the top of the screen that keeps its place free of windows (EWMH strut).
+    /// Opens a panel at the top of the screen that reserves its space (EWMH strut).
     WindowId openTopPanel(int height);
     void closeWindow(WindowId window);
     void activate(WindowId window);
 
-    /// Moves the pointer and presses and releases its first button.
+    /// Moves the pointer, and presses and releases its first button.
     void click(int x, int y);
-    /// Clicks that `window` was given.
+    /// Returns the number of clicks that `window` received.
     int clicks(WindowId window);
 
-    /// The window that has the keyboard.
+    /// Returns the window with the keyboard focus.
     WindowId focus();
-    /// A window's place on the screen.
+    /// Returns a window's place on the screen.
     Place place(WindowId window);
     bool isMapped(WindowId window);
     bool isOverrideRedirect(WindowId window);
-    /// The names of the atoms in a property.
+    /// Returns the names of the atoms in a property.
     std::vector<std::string> atoms(WindowId window, const std::string& property);
     bool hasOwner(const std::string& selection);
-    /// Whether a point, relative to the window, is inside its visible shape.
+    /// Returns whether a point, relative to the window, is inside its visible shape.
     bool isInShape(WindowId window, int x, int y);
 
-    /// What the screen shows.
+    /// Returns the content of the screen.
     QImage screen(Place place);
 
 private:
@@ -62,7 +62,7 @@ private:
     std::unique_ptr<Impl> impl_;
 };
 
-/// As `eventually`, with Qt's events running meanwhile.
+/// Like `eventually`, but also processes Qt's events.
 template <class Condition>
 bool eventuallyInQt(double seconds, Condition condition) {
     return eventually(seconds, [&] {
@@ -71,7 +71,7 @@ bool eventuallyInQt(double seconds, Condition condition) {
     });
 }
 
-/// Lets Qt and the desktop work for a while, to see that something does not happen.
+/// Processes events for a while, so that a test can check that something does not happen.
 void runQtFor(double seconds);
 
 } // namespace sonvale::tests

@@ -67,8 +67,8 @@ TEST_F(Theme, IsLegibleInLightAndDark) {
     }
 }
 
-TEST_F(Theme, ShowsWhereFieldsAndTheKeyboardAre) {
-    constexpr double visible = 3; // of what is no text
+TEST_F(Theme, MarksFieldsAndTheKeyboardFocusVisibly) {
+    constexpr double visible = 3; // for everything except text
     for (const bool isDark : {false, true}) {
         setDark(isDark);
         for (const auto* ground : {"window", "surface"}) {
@@ -79,7 +79,7 @@ TEST_F(Theme, ShowsWhereFieldsAndTheKeyboardAre) {
     }
 }
 
-TEST_F(Theme, SharesTheColorsOfTheStatesWithTheTrayIcon) {
+TEST_F(Theme, SharesTheStateColorsWithTheTrayIcon) {
     using platform::RecordingState;
     setDark(false);
     for (const auto& [state, name] :
@@ -88,7 +88,7 @@ TEST_F(Theme, SharesTheColorsOfTheStatesWithTheTrayIcon) {
         EXPECT_EQ(QColor(trayIconImage(state, 32).pixel(16, 3)), color(name)) << name;
 }
 
-TEST_F(Theme, HasAYellowThatIsYellow) {
+TEST_F(Theme, HasAYellowHue) {
     for (const bool isDark : {false, true}) {
         setDark(isDark);
         const auto yellow = color("yellow");

@@ -25,8 +25,8 @@ namespace {
 namespace keys = persistence::keys;
 using platform::RecordingState;
 
-/// A language in which everything stands in brackets. A dictionary of it holds what translators are given:
-/// the views' texts, and of the others only the listed ones.
+/// A language with brackets around every text. A strict one contains only what translators receive: the texts
+/// of the views, and from the other layers only the listed ones.
 class Brackets final : public QTranslator {
 public:
     bool isEmpty() const override { return false; }
@@ -39,7 +39,7 @@ public:
         return QStringLiteral("[") + QString::fromUtf8(source) + QStringLiteral("]");
     }
 
-    bool isStrict = false; ///< knows only the listed words
+    bool isStrict = false; ///< translates only the listed words
 
 private:
     static bool isListed(std::string_view source) {
@@ -53,8 +53,8 @@ protected:
     Translation() { QCoreApplication::installTranslator(&brackets_); }
     ~Translation() override { QCoreApplication::removeTranslator(&brackets_); }
 
-    /// Every text that can be read is wholly in the other language, but those of the user and the world.
-    /// There are at least `least` of them.
+    /// Expects that every readable text is translated, except the texts of the user and `others`. Expects at
+    /// least `least` texts.
     static void expectTranslated(QQuickView& view, const std::string& screen, int least,
                                  const std::set<std::string>& others = {}) {
         int count = 0;
@@ -85,7 +85,7 @@ TEST_F(Translation, OfEveryStepOfOnboarding) {
     }
 }
 
-TEST_F(Translation, OfTheWayIn) {
+TEST_F(Translation, OfSignIn) {
     completeOnboardingAndStart();
     auto& view = openDashboard();
     click(view, "submit");
@@ -133,7 +133,7 @@ TEST_F(Translation, OfTheSheets) {
                      {"⌥ Opt", "⌘ Cmd", "⌃ Ctrl", "⇧ Shift", "⎋ Esc", "Space", "=", "V", "2.3.4"});
 }
 
-TEST_F(Translation, OfSentencesThatAreMadeWithData) {
+TEST_F(Translation, OfSentencesWithData) {
     brackets().isStrict = true;
     const auto wrong = platform::UrlError(platform::UrlError::Code::timedOut, "The request timed out.");
     const std::pair<std::string, const char*> rows[] = {
@@ -158,7 +158,7 @@ TEST_F(Translation, OfSentencesThatAreMadeWithData) {
         EXPECT_EQ(translated(words).toStdString(), expected);
 }
 
-TEST_F(Translation, OfWhatTheServicesSay) {
+TEST_F(Translation, OfErrorsOfTheServices) {
     brackets().isStrict = true;
     completeOnboardingAndStart();
     network().answerNext(500, "");
@@ -173,27 +173,27 @@ TEST_F(Translation, OfWhatTheServicesSay) {
     EXPECT_EQ(text(openMenu(), "error"), "[Transcription failed: [Transcription timed out.]]");
 }
 
-TEST_F(Translation, KnowsAllWordsThatStandForThemselves) {
+TEST_F(Translation, ContainsAllWordsWithoutData) {
     std::set<std::string_view> known;
     for (const auto* words : translatableWords())
         known.insert(words);
-    std::vector<std::string_view> told{services::supportGreeting, "Today", "Yesterday", "Already used by "};
+    std::vector<std::string_view> shown{services::supportGreeting, "Today", "Yesterday", "Already used by "};
     for (const auto state : {RecordingState::idle, RecordingState::recording, RecordingState::processing,
                              RecordingState::processingHandsFree})
-        told.push_back(menuStatus(state));
+        shown.push_back(menuStatus(state));
     for (const auto& language : languages())
-        told.push_back(language.label);
+        shown.push_back(language.label);
     for (const auto action : hotkeys::allHotkeyActions) {
-        told.push_back(hotkeys::label(action));
-        told.push_back(hotkeys::subtitle(action));
+        shown.push_back(hotkeys::label(action));
+        shown.push_back(hotkeys::subtitle(action));
     }
     for (int formality = 0; formality <= 5; ++formality)
-        told.push_back(formalityText(formality));
-    for (const auto words : told)
+        shown.push_back(formalityText(formality));
+    for (const auto words : shown)
         EXPECT_TRUE(known.contains(words)) << words;
 }
 
-TEST(Texts, AreAsTheyAreWithoutATranslation) {
+TEST(Texts, AreUnchangedWithoutATranslation) {
     for (const auto* words : translatableWords())
         EXPECT_EQ(translated(words), QString::fromUtf8(words));
     EXPECT_EQ(translated("nobody knows these — 7"), QStringLiteral("nobody knows these — 7"));

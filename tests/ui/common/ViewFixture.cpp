@@ -42,7 +42,7 @@ void collectTexts(QQuickItem* from, std::vector<std::string>& texts) {
 void collectOutside(QQuickItem* from, QRectF room, std::vector<std::string>& names) {
     if (!from->isVisible() || from->opacity() == 0)
         return;
-    // A text's rectangle is where its words are.
+    // The rectangle of a text is the place of its words.
     const auto place = from->mapRectToScene(
         from->inherits("QQuickText") ? from->boundingRect() : QRectF(0, 0, from->width(), from->height()));
     constexpr double rounding = 0.5;
@@ -66,7 +66,7 @@ void collectControls(QQuickItem* from, std::vector<QQuickItem*>& controls) {
     const bool isControl = std::ranges::any_of(std::array{"QQuickAbstractButton", "QQuickTextField",
                                                           "QQuickTextArea", "QQuickSlider", "QQuickComboBox"},
                                                [from](const char* kind) { return from->inherits(kind); });
-    // What is only for the pointer has another way by the keyboard.
+    // Items only for the pointer have an equivalent for the keyboard.
     const auto policy = from->property("focusPolicy");
     const bool takesKeyboard = policy.isValid() ? policy.toInt() != Qt::NoFocus : from->activeFocusOnTab();
     if (isControl && takesKeyboard)
@@ -75,7 +75,7 @@ void collectControls(QQuickItem* from, std::vector<QQuickItem*>& controls) {
         collectControls(child, controls);
 }
 
-/// Rows and columns place what they hold only before the next picture.
+/// Lays out the rows and columns, which otherwise place their items before the next frame.
 void layOut(QQuickItem* from) {
     for (auto* child : from->childItems())
         layOut(child);

@@ -13,7 +13,7 @@
 
 namespace sonvale::tests {
 
-/// The real views over a whole core of fakes, with the eyes, the mouse and the keyboard of a user. Every
+/// The real views with a complete core of fakes. The operations see, click and type like a user. Every
 /// warning of a view fails the test.
 class ViewFixture : public CoreFixture {
 protected:
@@ -23,58 +23,57 @@ protected:
     void TearDown() override;
 
     ui::Views& views() { return views_; }
-    /// What the desktop says about the look of windows.
+    /// Controls the desktop's preferences for the look of windows.
     FakeAppearance::Control& desktopAppearance() { return appearance_.control(); }
 
-    /// The core as a new start builds it for a user who has been through the first steps and has an account.
+    /// Rebuilds the core as at a start of a user who has finished the onboarding and has an account.
     void startSignedIn();
 
-    /// The dashboard's window, opened anew. Completes what is in flight.
+    /// Opens a new dashboard window and completes pending work.
     QQuickView& openDashboard();
     void closeDashboard();
 
-    /// The menu, opened anew at a place in the middle of the screen.
+    /// Opens a new menu in the middle of the screen.
     QQuickView& openMenu();
     ui::MenuPopover& menu() { return *menu_; }
     int dashboardsOpened = 0; ///< by the menu
-    bool wasMenuOpen = false; ///< when the dashboard was opened last
+    bool wasMenuOpen = false; ///< at the last request for the dashboard
     int quits = 0;            ///< by the menu
-    /// The model of the menu that was opened last.
+    /// Returns the model of the menu that was opened last.
     ui::MenuModel& menuModel() { return *menuModel_; }
 
-    /// The item with this object name that is visible; null when there is none.
+    /// Returns the visible item with this object name, or null if there is none.
     static QQuickItem* find(QQuickView& view, const std::string& name);
-    /// As `find`; a failure of the test when there is none.
+    /// Like `find`, but fails the test if there is no such item.
     static QQuickItem& item(QQuickView& view, const std::string& name);
     static bool isShown(QQuickView& view, const std::string& name) { return find(view, name) != nullptr; }
-    /// What a text or a button says; empty when it is not shown.
+    /// Returns the text of a text item or a button; empty if it is not visible.
     static std::string text(QQuickView& view, const std::string& name);
-    /// Every text that can be read now, from top to bottom.
+    /// Returns all readable texts from top to bottom.
     static std::vector<std::string> readable(QQuickView& view);
-    /// Everything that is drawn and does not stand wholly inside the window, or inside the page that could be
-    /// scrolled to see it.
+    /// Returns the items that are not completely inside the window, or inside the page that scrolls to them.
     static std::vector<std::string> outside(QQuickView& view);
-    /// Every button and field that is there and not disabled.
+    /// Returns all enabled buttons and fields.
     static std::vector<QQuickItem*> controls(QQuickView& view);
 
-    /// Gives the window a size, and waits until it has it.
+    /// Resizes the window, and waits until it has the size.
     void resize(QQuickView& view, QSize size);
-    /// Scrolls the page that it stands in until it is in sight, as the keyboard would.
+    /// Scrolls the page of the item until the item is visible, as the keyboard would.
     void scrollTo(QQuickView& view, const std::string& name);
     void click(QQuickView& view, const std::string& name);
     void press(QQuickView& view, Qt::Key key);
     void type(QQuickView& view, const std::string& text);
-    /// By the clipboard, for a text that is too long to type.
+    /// Pastes a text that is too long to type.
     void paste(QQuickView& view, const std::string& text);
     using CoreFixture::press;
 
-    /// The object name of what has the keyboard, or of what it is in.
+    /// Returns the object name of the item with the keyboard, or of its nearest named parent.
     static std::string focused(QQuickView& view);
 
-    /// Runs Qt and the core until nothing is left to do now.
+    /// Processes the events of Qt and the core until there are none.
     void settleViews();
 
-    /// The model of whatever is open has been told of a change of the core.
+    /// Makes a change to the core and lets the open models notice it.
     template <class Change>
     void change(Change what) {
         what();

@@ -58,7 +58,7 @@ TEST_F(HomeView, GreetsByTheFirstNameOfTheAccount) {
     EXPECT_EQ(text(openDashboard(), "greeting"), "Welcome back, there");
 }
 
-TEST_F(HomeView, TellsHowToStartWhileThereIsNothing) {
+TEST_F(HomeView, ShowsHowToStartWithAnEmptyHistory) {
     auto& view = openDashboard();
     EXPECT_TRUE(reads(view, "No transcriptions yet"));
     EXPECT_TRUE(reads(view, "Press Option + D to start dictating"));
@@ -68,7 +68,7 @@ TEST_F(HomeView, TellsHowToStartWhileThereIsNothing) {
         EXPECT_TRUE(reads(view, label)) << label;
 }
 
-TEST_F(HomeView, LeadsToTheStyles) {
+TEST_F(HomeView, OpensTheStyles) {
     auto& view = openDashboard();
     EXPECT_TRUE(reads(view, "Son Vale adapts to how you write in different apps. Personalize your style for "
                             "messages, work chats, emails, and more."));
@@ -77,7 +77,7 @@ TEST_F(HomeView, LeadsToTheStyles) {
     EXPECT_EQ(text(view, "title"), "Style");
 }
 
-TEST_F(HomeView, ShowsADictationAsSoonAsItIsDone) {
+TEST_F(HomeView, ShowsADictationAsSoonAsItEnds) {
     auto& view = openDashboard();
     dictate("the first words");
     settleViews();
@@ -94,7 +94,7 @@ TEST_F(HomeView, ShowsADictationAsSoonAsItIsDone) {
     EXPECT_EQ(text(view, "stats.words.value"), "4");
 }
 
-TEST_F(HomeView, StandsAtItsBeginningAlsoWithALongHistory) {
+TEST_F(HomeView, StartsAtTheTopWithALongHistory) {
     addMany(50);
     auto& view = openDashboard();
     const auto top = [&] { return item(view, "greeting").mapToScene({}).y(); };
@@ -105,7 +105,7 @@ TEST_F(HomeView, StandsAtItsBeginningAlsoWithALongHistory) {
     EXPECT_EQ(text(view, "transcription.0.text"), "a new one");
 }
 
-TEST_F(HomeView, KeepsItsPlaceWhileOlderRowsAreRead) {
+TEST_F(HomeView, KeepsItsPlaceWhileTheUserReadsOlderRows) {
     addMany(100);
     auto& view = openDashboard();
     auto& list = item(view, "history");
@@ -120,7 +120,7 @@ TEST_F(HomeView, KeepsItsPlaceWhileOlderRowsAreRead) {
     EXPECT_NEAR(place(51), before, 1);
 }
 
-TEST_F(HomeView, PartsTheHistoryByDays) {
+TEST_F(HomeView, GroupsTheHistoryByDay) {
     const auto today = base::dayOf(now()).value();
     add("long ago", now() - 24h * 40);
     add("two days ago", today.begin - 25h);
@@ -145,7 +145,7 @@ TEST_F(HomeView, PartsTheHistoryByDays) {
     EXPECT_EQ(text(view, "stats.days.value"), "4");
 }
 
-TEST_F(HomeView, CallsTodayYesterdayAfterMidnight) {
+TEST_F(HomeView, ShowsTodayAsYesterdayAfterMidnight) {
     add("before midnight", now());
     auto& view = openDashboard();
     EXPECT_TRUE(isShown(view, "section.Today"));
@@ -157,7 +157,7 @@ TEST_F(HomeView, CallsTodayYesterdayAfterMidnight) {
     EXPECT_FALSE(isShown(view, "section.Today"));
 }
 
-TEST_F(HomeView, CopiesARowAndSaysSoForAMoment) {
+TEST_F(HomeView, CopiesARowAndShowsItForAMoment) {
     add("older words", now() - 1min);
     add("newer words", now());
     auto& view = openDashboard();
@@ -178,7 +178,7 @@ TEST_F(HomeView, CopiesARowAndSaysSoForAMoment) {
     EXPECT_EQ(button.property("symbol"), QStringLiteral("doc.on.doc"));
 }
 
-TEST_F(HomeView, StartsTheMomentAnewForTheNextCopy) {
+TEST_F(HomeView, RestartsTheDelayForTheNextCopy) {
     add("older words", now() - 1min);
     add("newer words", now());
     auto& view = openDashboard();
@@ -193,7 +193,7 @@ TEST_F(HomeView, StartsTheMomentAnewForTheNextCopy) {
     EXPECT_EQ(pasteboard().text(), "newer words") << "there is no such row";
 }
 
-TEST_F(HomeView, IsReadAndCopiedByTheKeyboardAlone) {
+TEST_F(HomeView, IsReadAndCopiedByKeyboardOnly) {
     addMany(5);
     auto& view = openDashboard();
     for (int i = 0; i < 20 && focused(view) != "transcription.0"; ++i)
@@ -210,7 +210,7 @@ TEST_F(HomeView, IsReadAndCopiedByTheKeyboardAlone) {
     EXPECT_EQ(pasteboard().text(), "row 1");
 }
 
-TEST_F(HomeView, ShowsALongDictationWholeWhenAsked) {
+TEST_F(HomeView, ExpandsALongDictationOnRequest) {
     std::string longText;
     for (int i = 0; i < 400; ++i)
         longText += fmt::format("sentence {} of many. ", i);
@@ -228,7 +228,7 @@ TEST_F(HomeView, ShowsALongDictationWholeWhenAsked) {
     EXPECT_EQ(height(), before);
 }
 
-TEST_F(HomeView, LeavesAShortDictationAsItIs) {
+TEST_F(HomeView, DoesNotOfferToExpandAShortDictation) {
     add("short", now());
     auto& view = openDashboard();
     for (int i = 0; i < 20 && focused(view) != "transcription.0"; ++i)
@@ -238,7 +238,7 @@ TEST_F(HomeView, LeavesAShortDictationAsItIs) {
     EXPECT_FALSE(reads(view, "Show all"));
 }
 
-TEST_F(HomeView, ShowsTextAsItIsWithoutMarkup) {
+TEST_F(HomeView, ShowsMarkupAsPlainText) {
     add("<b>bold</b> <img src='http://127.0.0.1/x'>", now());
     EXPECT_TRUE(reads(openDashboard(), "<b>bold</b> <img src='http://127.0.0.1/x'>"));
 }
@@ -272,7 +272,7 @@ TEST_F(HomeView, FollowsSeveralRowsAtOnceAndOlderOnes) {
     EXPECT_EQ(text(view, "transcription.5.text"), "from long ago");
 }
 
-TEST_F(HomeView, HoldsOnlyThePagesThatAreLookedAt) {
+TEST_F(HomeView, KeepsOnlyTheVisiblePagesInMemory) {
     addMany(2000);
     auto& view = openDashboard();
     EXPECT_EQ(model(view).count(), 2000);
@@ -287,7 +287,7 @@ TEST_F(HomeView, HoldsOnlyThePagesThatAreLookedAt) {
     EXPECT_TRUE(eventuallyInQt(5, [&] { return isShown(view, "transcription.1999"); }));
 }
 
-TEST_F(HomeView, StaysInsideTheWindowAtItsSmallestAndRightToLeft) {
+TEST_F(HomeView, StaysInsideTheSmallestWindowAndFromRightToLeft) {
     QGuiApplication::setLayoutDirection(Qt::RightToLeft);
     add("מילים אחדות בעברית", now());
     auto& view = openDashboard();

@@ -64,7 +64,7 @@ TEST_F(HotkeySheetModelTest, BeginsWithTheStoredShortcutsAndRecordsNothing) {
     EXPECT_EQ(model.conflictWarning(), std::nullopt);
 }
 
-TEST_F(HotkeySheetModelTest, TellsTheActionsInTheirOrder) {
+TEST_F(HotkeySheetModelTest, ListsTheActionsInTheirOrder) {
     std::vector<std::string> lines;
     for (const auto& each : HotkeySheetModel::actions()) {
         const auto line = each.value<ActionLine>();
@@ -79,7 +79,7 @@ TEST_F(HotkeySheetModelTest, TellsTheActionsInTheirOrder) {
                        "cancel|Cancel|Dismiss dictation and notifications"}));
 }
 
-TEST_F(HotkeySheetModelTest, DrawsEachShortcutByItsKeysAndNotByItsStoredName) {
+TEST_F(HotkeySheetModelTest, DrawsEachShortcutByItsKeysInsteadOfItsStoredName) {
     auto bindings = HotkeyBindingStore::defaults();
     bindings.at(HotkeyAction::pasteLastTranscript).configs = {
         {9, modifier::option | modifier::command, "misleading"}, {27, 0, ""}};
@@ -94,7 +94,7 @@ TEST_F(HotkeySheetModelTest, DrawsEachShortcutByItsKeysAndNotByItsStoredName) {
     EXPECT_EQ(pills(paste[1]), Strings{"-"});
 }
 
-TEST_F(HotkeySheetModelTest, ReplacesTheShortcutThatIsRecordedAnew) {
+TEST_F(HotkeySheetModelTest, ReplacesTheShortcutThatIsRecordedAgain) {
     start("handsFree", 0);
     EXPECT_EQ(model.recordingAction(), HotkeyAction::handsFree);
     EXPECT_EQ(model.recordingActionName().toStdString(), "handsFree");
@@ -104,7 +104,7 @@ TEST_F(HotkeySheetModelTest, ReplacesTheShortcutThatIsRecordedAnew) {
     EXPECT_EQ(model.recordingActionName().toStdString(), "");
 }
 
-TEST_F(HotkeySheetModelTest, ReplacesTheOneWithTheIndexAlone) {
+TEST_F(HotkeySheetModelTest, ReplacesOnlyTheShortcutAtTheIndex) {
     start("cancel", -1);
     capture(optionK);
     start("cancel", 1);
@@ -118,7 +118,7 @@ TEST_F(HotkeySheetModelTest, AddsAShortcut) {
     EXPECT_EQ(configsOf(HotkeyAction::cancel), (Configs{{53, 0, "Escape"}, commandAlone}));
 }
 
-TEST_F(HotkeySheetModelTest, AddsWhereTheIndexHasNoShortcut) {
+TEST_F(HotkeySheetModelTest, AddsAShortcutIfTheIndexHasNone) {
     for (const int index : {1, 7, -1, -5}) {
         model.open();
         start("cancel", index);
@@ -134,7 +134,7 @@ TEST_F(HotkeySheetModelTest, AddsWhereTheIndexHasNoShortcut) {
     EXPECT_EQ(configsOf(HotkeyAction::cancel), Configs{optionK});
 }
 
-TEST_F(HotkeySheetModelTest, WarnsOfAConflictAndGoesOnRecording) {
+TEST_F(HotkeySheetModelTest, WarnsAboutAConflictAndKeepsRecording) {
     const auto before = model.store();
     start("cancel", 0);
     capture({-1, modifier::option, "Option"});
@@ -151,7 +151,7 @@ TEST_F(HotkeySheetModelTest, WarnsOfAConflictAndGoesOnRecording) {
     EXPECT_EQ(model.recordingAction(), std::nullopt);
 }
 
-TEST_F(HotkeySheetModelTest, SeesConflictsWithWhatTheSheetHoldsAndNotWithWhatIsStored) {
+TEST_F(HotkeySheetModelTest, ChecksConflictsWithTheSheetInsteadOfTheStoredShortcuts) {
     start("pushToTalk", 0);
     capture(commandAlone);
     start("cancel", 0);
@@ -162,13 +162,13 @@ TEST_F(HotkeySheetModelTest, SeesConflictsWithWhatTheSheetHoldsAndNotWithWhatIsS
     EXPECT_EQ(model.conflictWarning(), "Already used by Push to Talk");
 }
 
-TEST_F(HotkeySheetModelTest, TakesAShortcutThatTheSameActionHasAlready) {
+TEST_F(HotkeySheetModelTest, AcceptsAShortcutThatTheSameActionHas) {
     start("pushToTalk", -1);
     capture({-1, modifier::option, "Option"});
     EXPECT_EQ(configsOf(HotkeyAction::pushToTalk), (Configs(2, {-1, modifier::option, "Option"})));
 }
 
-TEST_F(HotkeySheetModelTest, TakesWhatOnlyADisabledActionHas) {
+TEST_F(HotkeySheetModelTest, AcceptsAShortcutOfADisabledAction) {
     auto bindings = HotkeyBindingStore::defaults();
     bindings.at(HotkeyAction::pushToTalk).isEnabled = false;
     storeBindings(bindings);
@@ -189,7 +189,7 @@ TEST_F(HotkeySheetModelTest, KeepsADisabledActionDisabled) {
     EXPECT_FALSE(model.store().at(HotkeyAction::cancel).isEnabled);
 }
 
-TEST_F(HotkeySheetModelTest, MovesTheRecordingToTheOtherActionWithoutItsWarning) {
+TEST_F(HotkeySheetModelTest, MovesTheRecordingToAnotherActionAndClearsTheWarning) {
     start("cancel", 0);
     capture({-1, modifier::option, "Option"});
     start("commandMode", -1);
@@ -212,7 +212,7 @@ TEST_F(HotkeySheetModelTest, EndsRecordingWithoutAChange) {
     EXPECT_EQ(model.store(), before);
 }
 
-TEST_F(HotkeySheetModelTest, PassesOverAKeyThatComesAfterTheRecording) {
+TEST_F(HotkeySheetModelTest, IgnoresAKeyAfterTheRecording) {
     const auto before = model.store();
     capture(optionK);
     EXPECT_EQ(model.store(), before);
@@ -228,7 +228,7 @@ TEST_F(HotkeySheetModelTest, RemovesAShortcutButNeverTheLastOne) {
     EXPECT_EQ(configsOf(HotkeyAction::cancel), Configs{optionK});
 }
 
-TEST_F(HotkeySheetModelTest, DoesNothingForNamesAndIndicesThatThereAreNot) {
+TEST_F(HotkeySheetModelTest, DoesNothingForUnknownNamesAndIndices) {
     start("cancel", -1);
     capture(optionK);
     const auto before = model.store();
@@ -240,7 +240,7 @@ TEST_F(HotkeySheetModelTest, DoesNothingForNamesAndIndicesThatThereAreNot) {
     EXPECT_EQ(model.store(), before);
 }
 
-TEST_F(HotkeySheetModelTest, GoesBackToTheDefaultsOnlyInTheSheet) {
+TEST_F(HotkeySheetModelTest, ReturnsToTheDefaultsOnlyInTheSheet) {
     auto bindings = HotkeyBindingStore::defaults();
     bindings.at(HotkeyAction::cancel).configs = {optionK};
     storeBindings(bindings);
@@ -255,7 +255,7 @@ TEST_F(HotkeySheetModelTest, GoesBackToTheDefaultsOnlyInTheSheet) {
     EXPECT_EQ(dismissals, 0);
 }
 
-TEST_F(HotkeySheetModelTest, SavesThenTellsThenGoes) {
+TEST_F(HotkeySheetModelTest, SavesThenCallsBackThenCloses) {
     start("cancel", 0);
     capture(optionK);
     EXPECT_FALSE(settings().stored(keys::hotkeyBindings));
@@ -266,7 +266,7 @@ TEST_F(HotkeySheetModelTest, SavesThenTellsThenGoes) {
     EXPECT_EQ(dismissals, 1);
 }
 
-TEST_F(HotkeySheetModelTest, ForgetsEverythingWhenItIsCancelled) {
+TEST_F(HotkeySheetModelTest, DropsAllChangesWhenCanceled) {
     start("cancel", 0);
     capture(optionK);
     model.cancel();
@@ -277,7 +277,7 @@ TEST_F(HotkeySheetModelTest, ForgetsEverythingWhenItIsCancelled) {
     EXPECT_EQ(model.store(), HotkeyBindingStore::defaults());
 }
 
-TEST_F(HotkeySheetModelTest, TellsItsViewOfEveryChange) {
+TEST_F(HotkeySheetModelTest, NotifiesItsViewOfEveryChange) {
     int stores = 0;
     int recordings = 0;
     QObject::connect(&model, &HotkeySheetModel::storeChanged, [&] { ++stores; });
@@ -292,7 +292,7 @@ TEST_F(HotkeySheetModelTest, TellsItsViewOfEveryChange) {
 
 using ApplyHotkeyBindings = tests::CoreFixture;
 
-TEST_F(ApplyHotkeyBindings, ListensForTheStoredShortcutsAtOnceAndOpensNoSession) {
+TEST_F(ApplyHotkeyBindings, ActivatesTheStoredShortcutsAtOnceWithoutASession) {
     completeOnboardingAndStart();
     const auto requestsBefore = network().requests().size();
     auto bindings = HotkeyBindingStore::defaults();
@@ -309,7 +309,7 @@ TEST_F(ApplyHotkeyBindings, ListensForTheStoredShortcutsAtOnceAndOpensNoSession)
     EXPECT_TRUE(network().sockets().empty());
 }
 
-TEST_F(ApplyHotkeyBindings, MigratesTheFormerSingleHotkeyFirst) {
+TEST_F(ApplyHotkeyBindings, MigratesTheOldSingleHotkeyFirst) {
     persistence::AppSettings record;
     record.hotkeyKeyCode = 40;
     record.hotkeyModifiers = static_cast<std::int64_t>(modifier::command);

@@ -28,7 +28,7 @@ using tests::eventuallyInQt;
 using Strings = std::vector<std::string>;
 using Configs = std::vector<HotkeyConfiguration>;
 
-/// Keys of the display that have changed their meanings, by an option of its keyboard's layout.
+/// Remaps keys of the display by an option of its keyboard layout.
 class ExchangedKeys {
 public:
     explicit ExchangedKeys(const std::string& option) {
@@ -40,7 +40,7 @@ public:
     ExchangedKeys& operator=(const ExchangedKeys&) = delete;
 };
 
-/// The sheet over the settings, and a real keyboard.
+/// The open sheet, and a real keyboard.
 class HotkeySheet : public tests::ViewFixture {
 protected:
     HotkeySheet() { views().appearance().overrideMotionReduced(true); }
@@ -92,7 +92,7 @@ protected:
                           target->mapToScene(QPointF(target->width() / 2, target->height() / 2)).toPoint());
         settleViews();
     }
-    /// As the user does who then presses a shortcut.
+    /// Starts a recording as the user does, and waits for the recorder.
     void record(QQuickView& view, const std::string& action, const std::string& control = "edit") {
         clickIn(view, action, control);
         ASSERT_TRUE(eventuallyInQt(10, [&] { return hasKeyboard(view, action); })) << focused(view);
@@ -118,7 +118,7 @@ protected:
     bool comesToShow(QQuickView& view, const std::string& action, const Strings& pills) {
         return comesToBe([&] { return !isRecording(view, action) && pillsOf(view, action) == pills; });
     }
-    /// The key caps of all shortcuts, one after the other.
+    /// Returns the key caps of all shortcuts in their order.
     static Strings pillsOf(QQuickView& view, const std::string& action) {
         Strings pills;
         for (int i = 0; auto* pill = findIn(row(view, action), "pill." + std::to_string(i)); ++i)
@@ -185,7 +185,7 @@ TEST_F(HotkeySheet, RecordsACombinationInPlaceOfTheFirstShortcut) {
     EXPECT_FALSE(settings().stored(keys::hotkeyBindings));
 }
 
-TEST_F(HotkeySheet, RecordsAModifierTheMomentItGoesDownLeftAndRightAlike) {
+TEST_F(HotkeySheet, RecordsALeftOrRightModifierWhenItIsPressed) {
     for (const auto& [keysym, pill] : {std::pair(XK_Control_L, "⌃ Ctrl"), std::pair(XK_Control_R, "⌃ Ctrl"),
                                        std::pair(XK_Shift_L, "⇧ Shift"), std::pair(XK_Shift_R, "⇧ Shift"),
                                        std::pair(XK_Super_L, "⌘ Cmd"), std::pair(XK_Super_R, "⌘ Cmd")}) {
@@ -202,7 +202,7 @@ TEST_F(HotkeySheet, RecordsAModifierTheMomentItGoesDownLeftAndRightAlike) {
     keyboard.up(XK_Alt_R);
 }
 
-TEST_F(HotkeySheet, WarnsOfAConflictAndTakesALetterThatIsPressedThen) {
+TEST_F(HotkeySheet, WarnsAboutAConflictAndThenAcceptsALetter) {
     auto& view = openSheet();
     record(view, "cancel");
     keyboard.down(XK_Alt_L);
@@ -215,7 +215,7 @@ TEST_F(HotkeySheet, WarnsOfAConflictAndTakesALetterThatIsPressedThen) {
     EXPECT_EQ(warning(view, "cancel"), "");
 }
 
-TEST_F(HotkeySheet, RecordsLettersByTheirPlaceWithEveryModifierThatIsHeld) {
+TEST_F(HotkeySheet, RecordsLettersByTheirPlaceWithEveryHeldModifier) {
     auto& view = openSheet();
     record(view, "commandMode");
     keyboard.down(XK_Alt_L);
@@ -229,7 +229,7 @@ TEST_F(HotkeySheet, RecordsLettersByTheirPlaceWithEveryModifierThatIsHeld) {
     EXPECT_TRUE(outside(view).empty());
 }
 
-TEST_F(HotkeySheet, TakesKeysThatMeanSomethingElseInAWindow) {
+TEST_F(HotkeySheet, RecordsKeysThatOtherwiseControlAWindow) {
     for (const auto& [keysym, pill] :
          {std::pair(XK_Tab, "⇥"), std::pair(XK_Return, "↵"), std::pair(XK_space, "Space")}) {
         auto& view = openSheet();
@@ -239,12 +239,12 @@ TEST_F(HotkeySheet, TakesKeysThatMeanSomethingElseInAWindow) {
     }
 }
 
-TEST_F(HotkeySheet, PassesOverKeysThatAreNoShortcut) {
+TEST_F(HotkeySheet, IgnoresKeysThatCannotBeAShortcut) {
     auto& view = openSheet();
     record(view, "cancel");
     keyboard.tap(XK_Caps_Lock);
     keyboard.tap(XK_Caps_Lock);
-    keyboard.tap(XK_F9); // the test's own keyboard has no code for it
+    keyboard.tap(XK_F9); // the test's keyboard has no key code for it
     keyboard.tap(XK_q);
     EXPECT_TRUE(comesToShow(view, "cancel", {"Q"}));
 }
@@ -261,7 +261,7 @@ TEST_F(HotkeySheet, TheFirstEscapeEndsTheRecordingAndTheNextClosesTheSheet) {
     EXPECT_EQ(focused(view), "changeHotkeys");
 }
 
-TEST_F(HotkeySheet, TheKeyThatMeansEscapeEndsTheRecording) {
+TEST_F(HotkeySheet, TheKeyWithTheMeaningOfEscapeEndsTheRecording) {
     const ExchangedKeys exchanged("caps:swapescape");
     auto& view = openSheet();
     record(view, "cancel");
@@ -279,7 +279,7 @@ TEST_F(HotkeySheet, TheKeyThatMeansEscapeEndsTheRecording) {
     EXPECT_TRUE(isShown(view, "sheet"));
 }
 
-TEST_F(HotkeySheet, EscapeEndsTheRecordingWhereverTheKeyboardIs) {
+TEST_F(HotkeySheet, EscapeEndsTheRecordingWithTheFocusElsewhere) {
     auto& view = openSheet();
     record(view, "cancel");
     item(view, "save").forceActiveFocus(Qt::TabFocusReason);
@@ -288,7 +288,7 @@ TEST_F(HotkeySheet, EscapeEndsTheRecordingWhereverTheKeyboardIs) {
     EXPECT_TRUE(isShown(view, "sheet"));
 }
 
-TEST_F(HotkeySheet, AClickGivesTheKeyboardBackToTheRecorder) {
+TEST_F(HotkeySheet, AClickReturnsTheKeyboardToTheRecorder) {
     auto& view = openSheet();
     record(view, "handsFree");
     item(view, "save").forceActiveFocus();
@@ -328,7 +328,7 @@ TEST_F(HotkeySheet, AddsAShortcutAndRemovesOneByItsMenu) {
     EXPECT_TRUE(comesToShow(view, "cancel", {"F5"}));
 }
 
-TEST_F(HotkeySheet, RecordsTheShortcutAnewWhoseMenuItWas) {
+TEST_F(HotkeySheet, RecordsTheShortcutOfTheMenuAgain) {
     auto& view = openSheet();
     record(view, "cancel", "add");
     keyboard.tap(XK_F5);
@@ -379,7 +379,7 @@ TEST_F(HotkeySheet, SavesAndUsesTheShortcutsAtOnce) {
     EXPECT_EQ(focused(view), "changeHotkeys");
 }
 
-TEST_F(HotkeySheet, ForgetsWhatWasNotSaved) {
+TEST_F(HotkeySheet, DropsUnsavedChanges) {
     for (const auto* way : {"cancel", "closeSheet", "Escape"}) {
         auto& view = openSheet();
         record(view, "handsFree");
@@ -397,7 +397,7 @@ TEST_F(HotkeySheet, ForgetsWhatWasNotSaved) {
     }
 }
 
-TEST_F(HotkeySheet, GoesBackToTheDefaultsOnceItIsSaved) {
+TEST_F(HotkeySheet, ReturnsToTheDefaultsOnceSaved) {
     auto bindings = HotkeyBindingStore::defaults();
     bindings.at(HotkeyAction::cancel).configs = {{0, 0, "A"}, {1, 0, "S"}};
     HotkeyBindingStore::save(settings(), bindings);
@@ -412,16 +412,16 @@ TEST_F(HotkeySheet, GoesBackToTheDefaultsOnceItIsSaved) {
     EXPECT_EQ(stored(HotkeyAction::cancel), (Configs{{53, 0, "Escape"}}));
 }
 
-TEST_F(HotkeySheet, KeepsTheKeyboardInsideAndHasANameForEverything) {
+TEST_F(HotkeySheet, KeepsTheKeyboardInsideAndNamesEveryControl) {
     auto& view = openSheet();
     auto* sheet = find(view, "sheet");
     Strings order;
     for (int i = 0; i < 19; ++i) {
         auto* focusItem = view.activeFocusItem();
         ASSERT_TRUE(focusItem && sheet->isAncestorOf(focusItem)) << focused(view);
-        auto* told = QAccessible::queryAccessibleInterface(focusItem);
-        ASSERT_TRUE(told) << focused(view);
-        EXPECT_FALSE(told->text(QAccessible::Name).isEmpty()) << focused(view);
+        auto* accessible = QAccessible::queryAccessibleInterface(focusItem);
+        ASSERT_TRUE(accessible) << focused(view);
+        EXPECT_FALSE(accessible->text(QAccessible::Name).isEmpty()) << focused(view);
         EXPECT_TRUE(
             QRectF(QPointF(), view.size()).contains(focusItem->mapRectToScene(focusItem->boundingRect())))
             << focused(view);
@@ -464,7 +464,7 @@ TEST_F(HotkeySheet, FitsIntoTheSmallestWindowWithMoreShortcutsThanRoom) {
     EXPECT_LT(place().bottom(), item(view, "save").mapToScene(QPointF()).y());
 }
 
-TEST_F(HotkeySheet, StandsTheOtherWayRoundWhereReadingDoes) {
+TEST_F(HotkeySheet, IsMirroredFromRightToLeft) {
     QGuiApplication::setLayoutDirection(Qt::RightToLeft);
     auto& view = openSheet();
     EXPECT_LT(item(view, "save").mapToScene(QPointF()).x(), item(view, "reset").mapToScene(QPointF()).x());
@@ -478,7 +478,7 @@ TEST_F(HotkeySheet, StandsTheOtherWayRoundWhereReadingDoes) {
     QGuiApplication::setLayoutDirection(Qt::LeftToRight);
 }
 
-TEST_F(HotkeySheet, TellsAssistiveTechnologyOfTheRecordingAndTheWarning) {
+TEST_F(HotkeySheet, NotifiesAssistiveTechnologyOfTheRecordingAndTheWarning) {
     auto& view = openSheet();
     auto* edit = QAccessible::queryAccessibleInterface(findIn(row(view, "cancel"), "edit"));
     ASSERT_TRUE(edit);
@@ -494,9 +494,9 @@ TEST_F(HotkeySheet, TellsAssistiveTechnologyOfTheRecordingAndTheWarning) {
     EXPECT_EQ(recorder->text(QAccessible::Name), QStringLiteral("Press shortcut… (Esc to cancel)"));
     keyboard.tap(XK_Alt_L);
     ASSERT_TRUE(comesToBe([&] { return !warning(view, "cancel").empty(); }));
-    auto* told = QAccessible::queryAccessibleInterface(findIn(row(view, "cancel"), "conflictWarning"));
-    ASSERT_TRUE(told);
-    EXPECT_EQ(told->role(), QAccessible::AlertMessage);
+    auto* accessible = QAccessible::queryAccessibleInterface(findIn(row(view, "cancel"), "conflictWarning"));
+    ASSERT_TRUE(accessible);
+    EXPECT_EQ(accessible->role(), QAccessible::AlertMessage);
 }
 
 } // namespace sonvale::ui

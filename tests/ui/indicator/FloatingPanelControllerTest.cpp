@@ -31,7 +31,7 @@ protected:
         return window;
     }
 
-    /// The color in the middle of the ring's stroke, as the screen shows it over `ground`, differs from it.
+    /// Returns whether the color in the middle of the ring's stroke differs from `ground` on the screen.
     bool isSeen(QRgb ground) {
         const QImage image = probe.screen(ringPlace);
         int changed = 0;
@@ -55,16 +55,16 @@ constexpr DesktopProbe::Place underTheRing{500, 0, 300, 200};
 
 } // namespace
 
-TEST_F(FloatingPanelControllerTest, HangsEightPointsUnderTheTopInTheMiddle) {
+TEST_F(FloatingPanelControllerTest, IsEightPointsUnderTheTopInTheMiddle) {
     EXPECT_EQ(probe.place(show(RecordingState::recording)), ringPlace);
 }
 
-TEST_F(FloatingPanelControllerTest, HangsUnderThePanelAtTheTop) {
+TEST_F(FloatingPanelControllerTest, IsUnderThePanelAtTheTop) {
     const auto available = [] { return QGuiApplication::primaryScreen()->availableGeometry().top(); };
     show(RecordingState::recording);
     const auto panel = probe.openTopPanel(30);
     ASSERT_TRUE(eventuallyInQt(10, [&] { return available() == 30; }));
-    // The one that is shown stays; the next one takes the new place.
+    // The visible window stays; the next window uses the new place.
     tests::runQtFor(0.1);
     EXPECT_EQ(controller.panel()->geometry().top(), 8);
     controller.hide();
@@ -73,7 +73,7 @@ TEST_F(FloatingPanelControllerTest, HangsUnderThePanelAtTheTop) {
     EXPECT_TRUE(eventuallyInQt(10, [&] { return available() == 0; }));
 }
 
-TEST_F(FloatingPanelControllerTest, StaysWhereItIsWhenItsStateChanges) {
+TEST_F(FloatingPanelControllerTest, KeepsItsPlaceWhenItsStateChanges) {
     const auto window = show(RecordingState::recording);
     controller.show(RecordingState::processing, 0);
     tests::runQtFor(0.1);
@@ -103,7 +103,7 @@ TEST_F(FloatingPanelControllerTest, TakesNoFocus) {
     probe.closeWindow(typedInto);
 }
 
-TEST_F(FloatingPanelControllerTest, LetsClicksThrough) {
+TEST_F(FloatingPanelControllerTest, PassesClicksThrough) {
     const auto below = probe.openWindow(underTheRing, paper);
     show(RecordingState::recording);
     ASSERT_TRUE(eventuallyInQt(10, [&] { return isSeen(paper); }));
@@ -112,21 +112,21 @@ TEST_F(FloatingPanelControllerTest, LetsClicksThrough) {
     probe.closeWindow(below);
 }
 
-TEST_F(FloatingPanelControllerTest, IsSeenOverAFullScreenWindow) {
+TEST_F(FloatingPanelControllerTest, IsVisibleOverAFullScreenWindow) {
     const auto film = probe.openFullScreenWindow(night);
     show(RecordingState::recording);
     EXPECT_TRUE(eventuallyInQt(10, [&] { return isSeen(night); }));
     probe.closeWindow(film);
 }
 
-TEST_F(FloatingPanelControllerTest, IsSeenOverAWindowThatGoesFullScreenLater) {
+TEST_F(FloatingPanelControllerTest, IsVisibleOverAWindowThatBecomesFullScreenLater) {
     show(RecordingState::recording);
     const auto film = probe.openFullScreenWindow(night);
     EXPECT_TRUE(eventuallyInQt(10, [&] { return isSeen(night); }));
     probe.closeWindow(film);
 }
 
-TEST_F(FloatingPanelControllerTest, BelongsToNoDesktopAndNoTaskbar) {
+TEST_F(FloatingPanelControllerTest, IsNotManagedByTheWindowManager) {
     EXPECT_TRUE(probe.isOverrideRedirect(show(RecordingState::recording)));
 }
 
@@ -143,7 +143,7 @@ TEST_F(FloatingPanelControllerTest, IsADiscWithoutACompositor) {
     probe.closeWindow(ground);
 }
 
-TEST_F(FloatingPanelControllerTest, BlendsWithWhatIsBelowUnderACompositor) {
+TEST_F(FloatingPanelControllerTest, BlendsWithTheScreenUnderACompositor) {
     const tests::CompositorProgram program(probe);
     const auto ground = probe.openWindow(underTheRing, paper);
     const auto window = show(RecordingState::recording);
@@ -159,7 +159,7 @@ TEST_F(FloatingPanelControllerTest, BlendsWithWhatIsBelowUnderACompositor) {
         return isPaper(image.pixel(0, 0)) && isPaper(image.pixel(47, 0)) && isPaper(image.pixel(0, 47)) &&
                isPaper(image.pixel(47, 47)) && !isPaper(image.pixel(24 + 14, 24));
     }));
-    // A dark square would show here; light and halo let the paper through.
+    // A dark square would be visible here; the light and the halo are transparent.
     EXPECT_GT(qGray(image.pixel(24, 24)), 150);
     probe.closeWindow(ground);
 }
@@ -182,7 +182,7 @@ TEST_F(FloatingPanelControllerTest, TurnsGreenOnTheScreenWhenItWorks) {
     probe.closeWindow(ground);
 }
 
-TEST(GlowingRingView, MovesWithItsClockOnly) {
+TEST(GlowingRingView, MovesOnlyWithItsClock) {
     runtime::ManualClock clock;
     GlowingRingView view(clock, GlowingRingView::Ground::transparent);
     view.setFixedSize(48, 48);

@@ -11,24 +11,24 @@ namespace {
 
 using platform::RecordingState;
 
-double distanceFromCentre(RingPoint point, double width) {
+double distanceFromCenter(RingPoint point, double width) {
     return std::hypot(point.x - width / 2, point.y - width / 2);
 }
 
-/// The mean over a layer's points, which the waves leave nearly alone.
+/// Returns the mean radius of a layer's points, on which the waves have almost no effect.
 double meanRadius(RecordingState state, float level, double t, int layer) {
     double sum = 0;
     for (int point = 0; point < ringPointCount; ++point)
-        sum += distanceFromCentre(ringPoint(state, level, t, 48, layer, point), 48);
+        sum += distanceFromCenter(ringPoint(state, level, t, 48, layer, point), 48);
     return sum / ringPointCount;
 }
 
-/// Between the outermost and the innermost point.
+/// Returns the difference between the maximum and the minimum radius.
 double swing(RecordingState state, float level) {
     double least = 1000;
     double most = 0;
     for (int point = 0; point < ringPointCount; ++point) {
-        const double radius = distanceFromCentre(ringPoint(state, level, 5, 48, 2, point), 48);
+        const double radius = distanceFromCenter(ringPoint(state, level, 5, 48, 2, point), 48);
         least = std::min(least, radius);
         most = std::max(most, radius);
     }
@@ -37,7 +37,7 @@ double swing(RecordingState state, float level) {
 
 } // namespace
 
-TEST(RingGeometry, BeginsEachLayerAtItsBaseRadius) {
+TEST(RingGeometry, StartsEachLayerAtItsBaseRadius) {
     const auto first = ringPoint(RecordingState::recording, 0, 0, 48, 0, 0);
     EXPECT_DOUBLE_EQ(first.x, 33.5);
     EXPECT_DOUBLE_EQ(first.y, 24);
@@ -61,7 +61,7 @@ TEST(RingGeometry, FollowsItsThreeWaves) {
     EXPECT_NEAR(drawn.y, 24 + r * std::sin(angle), 1e-9);
 }
 
-TEST(RingGeometry, DrawsALevelOutsideItsRangeAsTheNearestInside) {
+TEST(RingGeometry, LimitsTheLevelToItsRange) {
     for (const auto& [level, inside] :
          {std::pair{2.0f, 1.0f}, {-0.5f, 0.0f}, {std::nanf(""), 0.0f}, {INFINITY, 1.0f}}) {
         const auto one = ringPoint(RecordingState::recording, level, 3, 48, 2, 11);
@@ -71,7 +71,7 @@ TEST(RingGeometry, DrawsALevelOutsideItsRangeAsTheNearestInside) {
     }
 }
 
-TEST(RingGeometry, KeepsNearlyHalfOfTheWaveInSilence) {
+TEST(RingGeometry, KeepsAlmostHalfOfTheWaveInSilence) {
     EXPECT_NEAR(swing(RecordingState::recording, 0) / swing(RecordingState::recording, 1), 0.45, 1e-9);
 }
 
@@ -90,7 +90,7 @@ TEST(RingGeometry, ShrinksWhileItWorks) {
     EXPECT_NEAR(swing(RecordingState::processing, 1) / swing(RecordingState::recording, 1), 0.6, 0.02);
 }
 
-TEST(RingGeometry, GrowsWithItsCanvas) {
+TEST(RingGeometry, ScalesWithItsCanvas) {
     const auto small = ringPoint(RecordingState::recording, 0.7f, 9, 48, 4, 77);
     const auto large = ringPoint(RecordingState::recording, 0.7f, 9, 144, 4, 77);
     EXPECT_NEAR(large.x, 3 * small.x, 1e-9);

@@ -53,7 +53,7 @@ Light lightOf(const QImage& image) {
 
 } // namespace
 
-TEST(RingPainter, LooksLikeStrokesThatWereReallyBlurred) {
+TEST(RingPainter, LooksLikeReallyBlurredStrokes) {
     for (const int size : {48, 96}) {
         RingPainter painter(size);
         for (const auto state : {RecordingState::recording, RecordingState::processing}) {
@@ -78,13 +78,13 @@ TEST(RingPainter, IsBlueWhileItListensAndGreenWhileItWorks) {
     EXPECT_GT(working.green, 1.15 * working.red);
 }
 
-TEST(RingPainter, LeavesTheWindowsEdgeClear) {
+TEST(RingPainter, KeepsTheWindowsEdgeTransparent) {
     for (const int size : {48, 96}) {
         RingPainter painter(size);
         const int last = size - 1;
         for (const auto state : {RecordingState::recording, RecordingState::processing}) {
             for (double t = 0; t < 20; t += 0.7) {
-                // In silence only the halo reaches so far; the loudest voice carries a crest over the edge.
+                // In silence only the halo reaches this far; the loudest voice moves a crest over the edge.
                 const QImage& image = painter.paint(state, 0, t);
                 int most = 0;
                 for (int i = 0; i < size; ++i) {
@@ -111,7 +111,7 @@ TEST(RingPainter, MovesWithTime) {
     EXPECT_NE(painter.paint(RecordingState::recording, 0, 7.1), first);
 }
 
-TEST(RingPainter, WritesPremultipliedColours) {
+TEST(RingPainter, WritesPremultipliedColors) {
     RingPainter painter(96);
     const QImage& image = painter.paint(RecordingState::processing, 1, 2);
     for (int y = 0; y < image.height(); ++y) {

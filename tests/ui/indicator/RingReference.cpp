@@ -16,7 +16,8 @@ namespace {
 
 using Plane = std::vector<double>;
 
-// The design, once more and apart from the program's own tables, so that a wrong number there shows.
+// The design, repeated independently of the program's tables, so that the test detects a wrong number in
+// them.
 
 struct Color {
     double red, green, blue;
@@ -60,7 +61,7 @@ QPointF pathPoint(platform::RecordingState state, float audioLevel, double t, in
     return {size / 2.0 + r * std::cos(angle), size / 2.0 + r * std::sin(angle)};
 }
 
-/// Coverage of the stroke on a canvas with `margin` pixels more on each side.
+/// Returns the coverage of the stroke on a canvas with `margin` more pixels on each side.
 Plane strokeCoverage(platform::RecordingState state, float audioLevel, double t, int size, int margin,
                      std::size_t layer, double strokeWidth) {
     constexpr int finer = 4;
@@ -145,7 +146,7 @@ QImage ringByBlurredStrokes(platform::RecordingState state, float audioLevel, do
             for (int x = 0; x < size; ++x) {
                 const double distance = std::hypot(x - (size - 1) / 2.0, y - (size - 1) / 2.0) / scale;
                 auto& pixel = pixels[static_cast<std::size_t>(y * size + x)];
-                // Where the halo ends is the program's own choice.
+                // The end of the halo is the program's own choice.
                 for (double* component : {&pixel.red, &pixel.green, &pixel.blue, &pixel.alpha})
                     *component *= ui::ringHaloShare(distance);
             }

@@ -6,8 +6,8 @@
 
 namespace sonvale::tests {
 
-/// The ring drawn the slow way: every stroke painted over its 120 points, blurred by a real Gaussian, and
-/// laid over the others. ARGB32 premultiplied, `size` × `size`.
+/// Draws the ring slowly: paints every stroke through its 120 points, blurs it by a real Gaussian, and
+/// composes the strokes. Returns ARGB32 premultiplied, `size` × `size`.
 QImage ringByBlurredStrokes(platform::RecordingState state, float audioLevel, double t, int size);
 
 } // namespace sonvale::tests

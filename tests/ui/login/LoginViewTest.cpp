@@ -30,7 +30,7 @@ protected:
         press(view, Qt::Key_Delete);
         type(view, text);
     }
-    /// What the user reads after pressing the button with this in the fields; no request leaves.
+    /// Returns the error after the user has submitted these fields, without a request.
     std::string errorOf(QQuickView& view, const std::string& email, const std::string& password,
                         const std::string& confirmation = "") {
         fill(view, "email", email);
@@ -41,7 +41,7 @@ protected:
         EXPECT_TRUE(network().requests().empty());
         return text(view, "localError");
     }
-    /// What the user reads after the service has answered.
+    /// Returns the error after an answer of the service.
     std::string errorAfter(int status, const std::string& body) {
         network().answerNext(status, body);
         return errorOfService();
@@ -57,7 +57,7 @@ protected:
         const auto last = network().lastRequest();
         if (!last)
             throw std::runtime_error("the service was not asked");
-        return *last; // the network keeps it
+        return *last; // owned by the network
     }
     base::Json lastBody() { return base::Json::parse(request().body.value()); }
 
@@ -91,7 +91,7 @@ protected:
 
 } // namespace
 
-TEST_F(LoginView, SaysWhatItIsForInBothModes) {
+TEST_F(LoginView, ShowsItsTextsInBothModes) {
     auto& view = openDashboard();
     const auto placeholders = [&] {
         Texts texts;
@@ -119,7 +119,7 @@ TEST_F(LoginView, SaysWhatItIsForInBothModes) {
         EXPECT_EQ(std::ranges::count(texts, each), 1) << each << " stands in its field";
 }
 
-TEST_F(LoginView, TellsTheFirstThingThatIsWrong) {
+TEST_F(LoginView, ShowsTheFirstError) {
     auto& view = openDashboard();
     constexpr const char* noEmail = "Please enter your email address.";
     constexpr const char* badEmail = "Please enter a valid email address.";
@@ -162,7 +162,7 @@ TEST_F(LoginView, ShowsAPasswordWhileItsEyeIsOpen) {
     EXPECT_FALSE(eye(view, "email").isVisible());
 }
 
-TEST_F(LoginView, SignsInAndGoesHome) {
+TEST_F(LoginView, SignsInAndShowsHome) {
     network().answerNext(200, session);
     auto& view = openDashboard();
     fill(view, "email", " \tann@example.com  ");
@@ -175,7 +175,7 @@ TEST_F(LoginView, SignsInAndGoesHome) {
     EXPECT_EQ(settings().stored(keys::userEmail), "ann@example.com");
 }
 
-TEST_F(LoginView, CreatesAnAccountByTheKeyboardAlone) {
+TEST_F(LoginView, CreatesAnAccountByKeyboardOnly) {
     network().answerNext(200, session);
     auto& view = openDashboard();
     EXPECT_EQ(focused(view), "email");
@@ -240,7 +240,7 @@ TEST_F(LoginView, IsEmptyAgainAfterSigningOut) {
     EXPECT_EQ(text(view, "localError"), "Please enter your email address.");
 }
 
-TEST_F(LoginView, AsksToSignInAfterTheNewAccountWasSignedOut) {
+TEST_F(LoginView, AsksToSignInAfterASignOutOfANewAccount) {
     network().answerNext(200, session);
     auto& view = openDashboard();
     click(view, "switchMode");
@@ -257,7 +257,7 @@ TEST_F(LoginView, AsksToSignInAfterTheNewAccountWasSignedOut) {
         EXPECT_EQ(text(view, field), "") << field;
 }
 
-TEST_F(LoginView, BeginsEmptyWhenASessionEndsWhileAnErrorIsShown) {
+TEST_F(LoginView, StartsEmptyWhenASessionEndsWhileAnErrorIsShown) {
     auto& view = openDashboard();
     EXPECT_EQ(errorOf(view, "a@", "short"), "Password must be at least 8 characters.");
     network().answerNext(200, session);
@@ -269,7 +269,7 @@ TEST_F(LoginView, BeginsEmptyWhenASessionEndsWhileAnErrorIsShown) {
     EXPECT_EQ(text(view, "email") + text(view, "password"), "");
 }
 
-TEST_F(LoginView, KeepsWhatWasTypedAfterARefusal) {
+TEST_F(LoginView, KeepsTheInputAfterARefusal) {
     EXPECT_EQ(errorAfter(401, R"({"message":""})"), "");
     auto& view = openDashboard();
     fill(view, "email", "ann@example.com");
@@ -317,7 +317,7 @@ TEST_F(LoginView, IsShownToASignedOutUserOfABuildWithAKeyToo) {
     EXPECT_TRUE(isShown(view, "login")) << "the choice to go on without an account ended with the sign-in";
 }
 
-TEST_F(LoginView, HasNoWayAroundAnAccountThatIsNeeded) {
+TEST_F(LoginView, OffersNoWayAroundARequiredAccount) {
     auto& view = openDashboard();
     EXPECT_FALSE(isShown(view, "withoutAccount"));
     view.rootObject()->property("model").value<DashboardModel*>()->continueWithoutAccount();
@@ -325,7 +325,7 @@ TEST_F(LoginView, HasNoWayAroundAnAccountThatIsNeeded) {
     EXPECT_TRUE(isShown(view, "login"));
 }
 
-TEST_F(LoginView, IsDisabledWhileTheServiceIsAsked) {
+TEST_F(LoginView, IsDisabledDuringARequest) {
     network().hangNext();
     auto& view = openDashboard();
     fill(view, "email", "ann@example.com");
@@ -353,7 +353,7 @@ TEST_F(LoginView, IsDisabledWhileTheServiceIsAsked) {
     EXPECT_TRUE(isShown(view, "home"));
 }
 
-TEST_F(LoginView, ShowsWhyTheServiceRefuses) {
+TEST_F(LoginView, ShowsTheReasonOfARefusal) {
     EXPECT_EQ(errorAfter(401, R"({"message":"Invalid login credentials"})"), "Invalid login credentials");
     EXPECT_EQ(errorAfter(500, ""), "Server error (500).");
     EXPECT_EQ(errorAfter(400, R"({"error_code":"email_not_confirmed","msg":"x"})"),
@@ -365,14 +365,14 @@ TEST_F(LoginView, ShowsWhyTheServiceRefuses) {
     EXPECT_FALSE(state().authService->isAuthenticated.get());
 }
 
-TEST_F(LoginView, ClearsTheErrorWhenTheServiceIsAskedAgain) {
+TEST_F(LoginView, ClearsTheErrorForTheNextRequest) {
     EXPECT_EQ(errorAfter(500, ""), "Server error (500).");
     auto& view = openDashboard();
     EXPECT_FALSE(isShown(view, "localError"));
     EXPECT_EQ(errorOfService(), "") << "no answer yet";
 }
 
-TEST_F(LoginView, TakesWhateverIsTyped) {
+TEST_F(LoginView, AcceptsAnyInput) {
     struct Case {
         std::string email;
         std::string password;

@@ -16,7 +16,7 @@ TEST(WipedText, IsOverwrittenInItsPlace) {
     EXPECT_TRUE(std::all_of(characters, characters + size, [](QChar each) { return each.isNull(); }));
 }
 
-TEST(WipedText, LeavesATextThatSharesItsMemory) {
+TEST(WipedText, DoesNotOverwriteSharedMemory) {
     QString text = unsharedCopy(QStringLiteral("my secret password"));
     const QString other = text;
     wipe(text);
@@ -24,7 +24,7 @@ TEST(WipedText, LeavesATextThatSharesItsMemory) {
     EXPECT_EQ(other, QStringLiteral("my secret password"));
 }
 
-TEST(WipedText, MakesACopyOfItsOwn) {
+TEST(WipedText, CopiesWithoutSharedMemory) {
     const QString text = QStringLiteral("words");
     const auto copy = unsharedCopy(text);
     EXPECT_EQ(copy, text);

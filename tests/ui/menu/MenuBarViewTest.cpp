@@ -30,7 +30,7 @@ protected:
 
 } // namespace
 
-TEST_F(MenuBarView, SaysEachStateWhileItIsOpen) {
+TEST_F(MenuBarView, ShowsEachStateWhileItIsOpen) {
     auto& view = openMenu();
     EXPECT_EQ(text(view, "status"), "Ready");
     for (const auto& [state, words] : {std::pair(RecordingState::recording, "Listening..."),
@@ -43,7 +43,7 @@ TEST_F(MenuBarView, SaysEachStateWhileItIsOpen) {
     EXPECT_EQ(text(view, "status"), "Ready");
 }
 
-TEST_F(MenuBarView, ColoursTheDotByTheState) {
+TEST_F(MenuBarView, ColorsTheDotByTheState) {
     auto& view = openMenu();
     const auto color = [&] { return item(view, "statusDot").property("color").toString().toStdString(); };
     const auto idle = color();
@@ -55,7 +55,7 @@ TEST_F(MenuBarView, ColoursTheDotByTheState) {
     EXPECT_TRUE(eventuallyInQt(5, [&] { return color() == idle; })) << color();
 }
 
-TEST_F(MenuBarView, TellsHowToStartAndDimsWhatNeedsATranscript) {
+TEST_F(MenuBarView, ShowsHowToStartAndDimsRowsThatNeedATranscript) {
     auto& view = openMenu();
     EXPECT_EQ(text(view, "transcriptionText"), "Hold ⌥D to start dictating");
     EXPECT_FALSE(isShown(view, "copy"));
@@ -97,7 +97,7 @@ TEST_F(MenuBarView, CopiesTheTranscriptByTheButtonAndByTheRow) {
     EXPECT_TRUE(eventuallyInQt(5, [&] { return menu().view() == nullptr; }));
 }
 
-TEST_F(MenuBarView, PastesOnceTheKeyboardIsTheApplicationsAgain) {
+TEST_F(MenuBarView, PastesOnceTheApplicationHasTheKeyboardAgain) {
     setTranscription("again");
     click(openMenu(), "pasteLast");
     EXPECT_TRUE(eventuallyInQt(5, [&] {
@@ -133,7 +133,7 @@ TEST_F(MenuBarView, ChoosesALanguage) {
     EXPECT_TRUE(reads(view, "French"));
 }
 
-TEST_F(MenuBarView, CallsALanguageThatIsNotOfferedEnglish) {
+TEST_F(MenuBarView, ShowsEnglishForAnUnknownLanguage) {
     settings().set(keys::language, "xx");
     EXPECT_TRUE(reads(openMenu(), "English"));
 }
@@ -143,7 +143,7 @@ TEST_F(MenuBarView, Quits) {
     EXPECT_EQ(quits, 1);
 }
 
-TEST_F(MenuBarView, IsUsedByTheKeyboardAlone) {
+TEST_F(MenuBarView, IsUsedByKeyboardOnly) {
     setTranscription("words");
     auto& view = openMenu();
     EXPECT_EQ(focused(view), "dashboard");
@@ -174,7 +174,7 @@ TEST_F(MenuBarView, ShowsTheErrorLineWhileThereIsOne) {
     EXPECT_FALSE(isShown(view, "error"));
 }
 
-TEST_F(MenuBarView, KeepsItsShapeWithALongTranscriptOfAnyScript) {
+TEST_F(MenuBarView, KeepsItsSizeWithALongTranscriptOfAnyScript) {
     std::string text;
     while (text.size() < 100000)
         text += "<b>שלום</b> 👩‍👩‍👧‍👦 a long dictation & more ";
@@ -189,7 +189,7 @@ TEST_F(MenuBarView, KeepsItsShapeWithALongTranscriptOfAnyScript) {
     EXPECT_EQ(pasteboard().text(), text);
 }
 
-TEST_F(MenuBarView, KeepsQuitInSightWithEverythingInIt) {
+TEST_F(MenuBarView, KeepsQuitVisibleWithAllContent) {
     std::string sentences;
     for (int i = 0; i < 30; ++i)
         sentences += "this sentence has six words. ";
@@ -213,7 +213,7 @@ TEST_F(MenuBarView, KeepsQuitInSightWithEverythingInIt) {
     EXPECT_EQ(outside(view), std::vector<std::string>{});
     EXPECT_TRUE(inSight("language.auto")) << "the languages come into sight";
 
-    // By the keyboard, everything can be reached.
+    // The keyboard reaches everything.
     item(view, "dashboard").forceActiveFocus(Qt::TabFocusReason);
     settleViews();
     EXPECT_TRUE(inSight("dashboard"));
@@ -225,7 +225,7 @@ TEST_F(MenuBarView, KeepsQuitInSightWithEverythingInIt) {
     press(view, Qt::Key_Return);
     EXPECT_EQ(settings().stored(keys::language), "auto");
 
-    // A screen that is too short for it.
+    // A screen that is shorter than the menu.
     resize(view, QSize(320, 300));
     EXPECT_TRUE(inSight("quit"));
     EXPECT_EQ(outside(view), std::vector<std::string>{});
@@ -233,7 +233,7 @@ TEST_F(MenuBarView, KeepsQuitInSightWithEverythingInIt) {
     EXPECT_EQ(quits, 1);
 }
 
-TEST(MenuPopover, StaysInsideTheScreenWhereverTheIconIs) {
+TEST(MenuPopover, StaysInsideTheScreenForEveryIconPlace) {
     const QRect room(0, 30, 1280, 870);
     const QSize size(320, 400);
     for (const auto& icon : {QRect(0, 0, 22, 22), QRect(1258, 0, 22, 22), QRect(0, 878, 22, 22),

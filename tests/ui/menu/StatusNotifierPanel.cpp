@@ -13,7 +13,7 @@ namespace sonvale::tests {
 
 namespace {
 
-/// The item asks us back while we ask it, so Qt's events have to run meanwhile.
+/// Processes Qt's events during the call, because the item calls the panel back.
 QDBusMessage answerTo(const QDBusConnection& bus, const QDBusMessage& question) {
     const auto call = bus.asyncCall(question, 10000);
     QDBusPendingCall pending = call;
@@ -24,7 +24,7 @@ QDBusMessage answerTo(const QDBusConnection& bus, const QDBusMessage& question) 
     return pending.reply();
 }
 
-/// A line with all below it, as `GetLayout` tells it: (id, properties, children).
+/// A line of the menu with its children, as `GetLayout` returns it: (id, properties, children).
 StatusNotifierPanel::MenuLine readLine(const QDBusArgument& from) {
     StatusNotifierPanel::MenuLine line;
     QVariantMap properties;
@@ -96,7 +96,7 @@ std::uint32_t StatusNotifierPanel::iconGround() {
         pictures.endStructure();
         if (width != 32)
             continue;
-        // ARGB in network order; three rows under the edge the disc is whole.
+        // ARGB in network order. Three rows under the edge the disc has its full color.
         const auto* pixel =
             reinterpret_cast<const unsigned char*>(pixels.constData()) + (3 * width + width / 2) * 4;
         color = std::uint32_t{pixel[0]} << 24 | std::uint32_t{pixel[1]} << 16 | std::uint32_t{pixel[2]} << 8 |

@@ -12,7 +12,7 @@
 
 namespace sonvale::tests {
 
-/// A panel that shows StatusNotifierItems: the watcher and its one host.
+/// A panel for StatusNotifierItems: the watcher and its only host.
 class StatusNotifierPanel : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
@@ -33,12 +33,13 @@ public:
     ~StatusNotifierPanel() override;
 
     int itemCount() const { return static_cast<int>(items_.size()); }
-    /// Colour (ARGB) of the middle of the first item's upper edge, in its 32-pixel picture.
+    /// Returns the color (ARGB) near the middle of the top edge of the first item's 32-pixel picture.
     std::uint32_t iconGround();
-    /// The visible lines of the first item's menu. Says first that it is about to be shown, as panels do.
+    /// Returns the visible lines of the first item's menu. First announces that the menu will be shown, as
+    /// panels do.
     std::vector<MenuLine> menu();
     void choose(int id);
-    /// Presses the first item's icon.
+    /// Clicks the first item's icon.
     void activate();
 
     bool hasHost() const { return true; }

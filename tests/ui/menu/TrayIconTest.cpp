@@ -23,17 +23,17 @@ namespace {
 using platform::RecordingState;
 using tests::eventuallyInQt;
 
-/// The tray icon in a program of its own: Qt chooses the kind of tray once in a process.
+/// The tray icon in a program of its own, because Qt chooses the kind of tray once per process.
 class TrayProgram {
 public:
-    /// On the session bus at `busAddress`; without any when it is empty.
+    /// Uses the session bus at `busAddress`; no bus if it is empty.
     explicit TrayProgram(const std::string& busAddress) {
         if (pipe(input_) != 0)
             throw std::runtime_error("no pipe");
         tests::ChildProcess::Options options;
         const auto folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
         options.arguments = {folder / "sonvale-tray-program"};
-        // An address where nobody listens keeps D-Bus from starting a bus.
+        // An address without a server prevents D-Bus from starting a bus.
         options.environment = {{"DBUS_SESSION_BUS_ADDRESS", busAddress.empty()
                                                                 ? "unix:path=" + directory_.path() + "/none"
                                                                 : busAddress}};
@@ -49,7 +49,7 @@ public:
     TrayProgram(const TrayProgram&) = delete;
     TrayProgram& operator=(const TrayProgram&) = delete;
 
-    void tell(const std::string& order) {
+    void send(const std::string& order) {
         const std::string line = order + "\n";
         ASSERT_EQ(write(input_[1], line.data(), line.size()), static_cast<ssize_t>(line.size()));
     }
@@ -63,7 +63,8 @@ public:
         return count;
     }
 
-    /// Voluntary context switches of all threads so far: how often the program woke to work.
+    /// Returns the voluntary context switches of all threads, which is the number of times that the program
+    /// woke up to work.
     long wakeUps() const {
         long sum = 0;
         for (const auto& thread :
@@ -92,7 +93,7 @@ std::uint32_t ground(RecordingState state) {
     return trayIconImage(state, 32).pixel(16, 3);
 }
 
-/// The lines of an idle program that has not heard anything yet.
+/// The lines of the menu before the first dictation.
 const std::vector<std::string> idleMenu{"Ready",
                                         "-",
                                         "Hold ⌥D to start dictating",
@@ -133,7 +134,7 @@ std::vector<std::string> checkedLines(const std::vector<tests::StatusNotifierPan
 
 } // namespace
 
-TEST(MenuStatus, SaysEachStateInItsWords) {
+TEST(MenuStatus, ReturnsTheTextOfEachState) {
     EXPECT_EQ(menuStatus(RecordingState::idle), "Ready");
     EXPECT_EQ(menuStatus(RecordingState::recording), "Listening...");
     EXPECT_EQ(menuStatus(RecordingState::processing), "Processing...");
@@ -154,10 +155,10 @@ TEST(TrayIconSymbol, ShowsTheStateInEverySize) {
     }
 }
 
-TEST(TrayIconSymbol, ReadsOnItsOwnGroundWhateverThePanelsColour) {
+TEST(TrayIconSymbol, HasEnoughContrastOnItsOwnGround) {
     for (const auto state : {RecordingState::idle, RecordingState::recording, RecordingState::processing}) {
         const auto image = trayIconImage(state, 16);
-        // A bar of the mark, or the middle dot, against the disc: at least 4 to 1.
+        // The contrast between a bar or the middle dot and the disc: at least 4 to 1.
         const auto luminance = [](QRgb pixel) {
             const auto linear = [](float c) {
                 return c <= 0.04045f ? c / 12.92f : std::pow((c + 0.055f) / 1.055f, 2.4f);
@@ -170,7 +171,7 @@ TEST(TrayIconSymbol, ReadsOnItsOwnGroundWhateverThePanelsColour) {
     }
 }
 
-TEST(TrayIcon, StandsInAStatusNotifierPanel) {
+TEST(TrayIcon, IsShownInAStatusNotifierPanel) {
     const tests::PrivateBus bus;
     tests::StatusNotifierPanel panel(bus);
     TrayProgram program(bus.address());
@@ -186,10 +187,10 @@ TEST(TrayIcon, FollowsTheState) {
     tests::StatusNotifierPanel panel(bus);
     TrayProgram program(bus.address());
     ASSERT_TRUE(eventuallyInQt(20, [&] { return panel.itemCount() == 1; }));
-    program.tell("recording");
+    program.send("recording");
     EXPECT_TRUE(eventuallyInQt(10, [&] { return panel.menu().at(0).label == "Listening..."; }));
     EXPECT_TRUE(eventuallyInQt(10, [&] { return panel.iconGround() == ground(RecordingState::recording); }));
-    program.tell("processing");
+    program.send("processing");
     EXPECT_TRUE(eventuallyInQt(10, [&] { return panel.menu().at(0).label == "Processing..."; }));
     EXPECT_TRUE(eventuallyInQt(10, [&] { return panel.iconGround() == ground(RecordingState::processing); }));
 }
@@ -199,19 +200,19 @@ TEST(TrayIcon, ShowsTheErrorLineWhileThereIsOne) {
     tests::StatusNotifierPanel panel(bus);
     TrayProgram program(bus.address());
     ASSERT_TRUE(eventuallyInQt(20, [&] { return panel.itemCount() == 1; }));
-    program.tell("error No speech detected");
+    program.send("error No speech detected");
     EXPECT_TRUE(eventuallyInQt(10, [&] {
         auto expected = idleMenu;
         expected.insert(expected.begin() + 1, "No speech detected");
         return labels(panel.menu()) == expected;
     }));
     EXPECT_FALSE(panel.menu().at(1).isEnabled);
-    program.tell("error " + std::string(2000, 'x'));
+    program.send("error " + std::string(2000, 'x'));
     EXPECT_TRUE(eventuallyInQt(10, [&] {
         const auto line = panel.menu().at(1).label;
         return line.starts_with("xxx") && line.size() < 200;
     }));
-    program.tell("no error");
+    program.send("no error");
     EXPECT_TRUE(eventuallyInQt(10, [&] { return labels(panel.menu()) == idleMenu; }));
 }
 
@@ -225,7 +226,7 @@ TEST(TrayIcon, QuitsByItsMenu) {
     EXPECT_EQ(program.process().wait(0), 0);
 }
 
-TEST(TrayIcon, LeadsToTheDashboardAndToTheMenu) {
+TEST(TrayIcon, OpensTheDashboardAndTheMenu) {
     const tests::PrivateBus bus;
     tests::StatusNotifierPanel panel(bus);
     TrayProgram program(bus.address());
@@ -246,12 +247,12 @@ TEST(TrayIcon, CopiesAndPastesTheLastTranscriptByThePanelsMenu) {
     ASSERT_TRUE(eventuallyInQt(20, [&] { return panel.itemCount() == 1; }));
     for (const auto* label : {"Copy Last Transcript", "Paste Last Transcript"})
         EXPECT_FALSE(lineOf(panel.menu(), label).isEnabled) << label;
-    program.tell("transcription one apple");
+    program.send("transcription one apple");
     ASSERT_TRUE(eventuallyInQt(10, [&] { return panel.menu().at(2).label == "one apple"; }));
     EXPECT_FALSE(panel.menu().at(2).isEnabled) << "it says the text and does nothing";
     const auto reports = [&](const std::string& line) {
         return eventuallyInQt(10, [&] {
-            program.tell("report");
+            program.send("report");
             tests::runQtFor(0.05);
             return program.timesLogged(line) > 0;
         });
@@ -262,7 +263,7 @@ TEST(TrayIcon, CopiesAndPastesTheLastTranscriptByThePanelsMenu) {
     EXPECT_TRUE(reports("pasted nothing"));
     panel.choose(lineOf(panel.menu(), "Paste Last Transcript").id);
     EXPECT_TRUE(reports("pasted one apple"));
-    program.tell("transcription " + std::string(100000, 'x'));
+    program.send("transcription " + std::string(100000, 'x'));
     EXPECT_TRUE(eventuallyInQt(10, [&] {
         const auto line = panel.menu().at(2).label;
         return line.starts_with("xxx") && line.size() < 200;
@@ -287,18 +288,18 @@ TEST(TrayIcon, ChoosesALanguageInThePanelsMenu) {
     choose("French");
     EXPECT_TRUE(isChecked("French"));
     EXPECT_TRUE(eventuallyInQt(10, [&] {
-        program.tell("report");
+        program.send("report");
         tests::runQtFor(0.05);
         return program.timesLogged("speaks fr") > 0;
     }));
     choose("French");
     tests::runQtFor(0.2);
     EXPECT_TRUE(isChecked("French")) << "choosing it again keeps the mark";
-    program.tell("language ja");
+    program.send("language ja");
     EXPECT_TRUE(isChecked("Japanese")) << "the settings' page has changed it";
 }
 
-TEST(TrayIcon, WaitsForAPanelThatComesALittleLater) {
+TEST(TrayIcon, WaitsForAPanelThatStartsSlightlyLater) {
     const tests::PrivateBus bus;
     TrayProgram program(bus.address());
     tests::runQtFor(0.7);
@@ -306,7 +307,7 @@ TEST(TrayIcon, WaitsForAPanelThatComesALittleLater) {
     EXPECT_TRUE(eventuallyInQt(20, [&] { return panel.itemCount() == 1; }));
 }
 
-TEST(TrayIcon, AppearsWhenAPanelComesMuchLater) {
+TEST(TrayIcon, AppearsWhenAPanelStartsMuchLater) {
     const tests::PrivateBus bus;
     TrayProgram program(bus.address());
     ASSERT_TRUE(eventuallyInQt(20, [&] { return program.timesLogged(noPanel) == 1; }));
@@ -315,7 +316,7 @@ TEST(TrayIcon, AppearsWhenAPanelComesMuchLater) {
     EXPECT_EQ(program.timesLogged(noPanel), 1);
 }
 
-TEST(TrayIcon, StandsInAnX11Tray) {
+TEST(TrayIcon, IsShownInAnX11Tray) {
     constexpr unsigned long panelColor = 0xF0F2F5;
     tests::XEmbedTray tray(panelColor);
     TrayProgram program("");
@@ -323,19 +324,19 @@ TEST(TrayIcon, StandsInAnX11Tray) {
     const QRgb idle = trayIconImage(RecordingState::idle, 22).pixel(11, 2);
     EXPECT_TRUE(eventuallyInQt(10, [&] { return tray.icon().pixel(11, 2) == idle; }));
     EXPECT_EQ(tray.icon().pixel(0, 0) & 0xFFFFFF, panelColor);
-    program.tell("recording");
+    program.send("recording");
     const QRgb recording = trayIconImage(RecordingState::recording, 22).pixel(11, 2);
     EXPECT_TRUE(eventuallyInQt(10, [&] { return tray.icon().pixel(11, 2) == recording; }));
 }
 
-TEST(TrayIcon, AppearsWhenAnX11TrayComesMuchLater) {
+TEST(TrayIcon, AppearsWhenAnX11TrayStartsMuchLater) {
     TrayProgram program("");
     ASSERT_TRUE(eventuallyInQt(20, [&] { return program.timesLogged(noPanel) == 1; }));
     tests::XEmbedTray tray(0x1A1D24);
     EXPECT_TRUE(eventuallyInQt(20, [&] { return tray.poll() == 1; }));
 }
 
-TEST(TrayIcon, PrefersTheStatusNotifierPanelThatComesAfterAnX11Tray) {
+TEST(TrayIcon, PrefersAStatusNotifierPanelThatStartsAfterAnX11Tray) {
     const tests::PrivateBus bus;
     tests::XEmbedTray tray(0x1A1D24);
     TrayProgram program(bus.address());
@@ -345,12 +346,12 @@ TEST(TrayIcon, PrefersTheStatusNotifierPanelThatComesAfterAnX11Tray) {
     EXPECT_EQ(tray.poll(), 0);
 }
 
-TEST(TrayIcon, LetsTheProgramRunAndRestWithoutAnyPanel) {
+TEST(TrayIcon, RunsAndStaysIdleWithoutAPanel) {
     const tests::PrivateBus bus;
     TrayProgram program(bus.address());
     ASSERT_TRUE(eventuallyInQt(20, [&] { return program.timesLogged(noPanel) == 1; }));
-    program.tell("recording");
-    program.tell("error No speech detected");
+    program.send("recording");
+    program.send("error No speech detected");
     tests::runQtFor(0.3);
     const long before = program.wakeUps();
     tests::runQtFor(1);

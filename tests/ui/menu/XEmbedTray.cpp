@@ -16,7 +16,7 @@ constexpr int top = 700;
 constexpr long requestDock = 0;
 
 int ignoreErrors(Display*, XErrorEvent*) {
-    // An icon's window may go at any time.
+    // The window of an icon may be destroyed at any time.
     return 0;
 }
 

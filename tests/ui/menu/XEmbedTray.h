@@ -5,19 +5,19 @@
 
 namespace sonvale::tests {
 
-/// A panel's system tray after the freedesktop.org system tray protocol (XEmbed), on the private display. It
-/// works while `poll()` is called.
+/// The system tray of a panel by the freedesktop.org system tray protocol (XEmbed), on the private display.
+/// It works only inside `poll()`.
 class XEmbedTray {
 public:
-    /// The tray's ground is `color`, 0xRRGGBB.
+    /// `color` (0xRRGGBB) is the background of the tray.
     explicit XEmbedTray(unsigned long color);
     ~XEmbedTray();
     XEmbedTray(const XEmbedTray&) = delete;
     XEmbedTray& operator=(const XEmbedTray&) = delete;
 
-    /// Takes in icons that ask for it; the number it has.
+    /// Embeds the icons that ask for it. Returns the number of icons.
     int poll();
-    /// The place of the one icon, 22 by 22, as it is seen.
+    /// Returns the visible content of the only icon, 22 by 22.
     QImage icon();
     void click();
 

@@ -29,7 +29,7 @@ constexpr std::int64_t lastStep = 11;
 
 class OnboardingView : public tests::ViewFixture {
 protected:
-    /// The window, as it opens when this step is stored.
+    /// Opens the window at a stored step.
     QQuickView& openAt(std::int64_t step) {
         settings().set(keys::onboardingStep, step);
         return openDashboard();
@@ -41,7 +41,7 @@ protected:
         tap().setPermitted(false);
         recognizer().setAuthorization(platform::SpeechAuthorization::denied);
     }
-    void grant(std::int64_t step) {
+    void allow(std::int64_t step) {
         switch (step) {
         case microphoneStep:
             capture().setStatus(platform::CaptureStatus::authorized);
@@ -72,7 +72,7 @@ protected:
                              [](const auto& line) { return line.starts_with("[Onboarding]"); });
         return lines;
     }
-    /// The checks that ran since the lines were cleared, in order.
+    /// Returns the checks since the lines were cleared, in order.
     std::vector<std::string> checks() const {
         std::vector<std::string> names;
         for (const auto& line : systemLines) {
@@ -86,7 +86,7 @@ protected:
         bindings[HotkeyAction::pushToTalk].configs = std::move(configs);
         hotkeys::HotkeyBindingStore::save(settings(), bindings);
     }
-    /// How many pictures a window drew within some time.
+    /// Returns the number of frames that a window draws within some time.
     static int framesWithin(QQuickView& view, double seconds) {
         int frames = 0;
         const auto counting = QObject::connect(&view, &QQuickWindow::frameSwapped, [&] { ++frames; });
@@ -97,8 +97,8 @@ protected:
 };
 
 struct Step {
-    Texts ownTexts; ///< from the title on
-    Texts buttons;  ///< of the bar
+    Texts ownTexts; ///< the texts after the title
+    Texts buttons;  ///< the texts of the bar's buttons
 };
 
 const std::vector<Step> steps{
@@ -136,7 +136,7 @@ const std::vector<Step> steps{
 
 } // namespace
 
-TEST_F(OnboardingView, SaysWhatEachStepHasToSayAndOffersItsButtons) {
+TEST_F(OnboardingView, ShowsTheTextsAndButtonsOfEachStep) {
     denyEverything();
     for (std::size_t i = 0; i < steps.size(); ++i) {
         auto expected = steps[i].ownTexts;
@@ -145,14 +145,14 @@ TEST_F(OnboardingView, SaysWhatEachStepHasToSayAndOffersItsButtons) {
     }
 }
 
-TEST_F(OnboardingView, ListsTheGrantsThatAreThereAndThoseThatAreMissing) {
+TEST_F(OnboardingView, ListsGrantedAndMissingPermissions) {
     denyEverything();
     auto& view = openAt(readyStep);
     for (const auto* each : {"Microphone", "Accessibility", "Input Monitoring", "Speech Recognition"})
         EXPECT_EQ(symbol(view, std::string("permission.") + each), "xmark.circle.fill") << each;
 
-    grant(microphoneStep);
-    grant(inputStep);
+    allow(microphoneStep);
+    allow(inputStep);
     click(view, "back");
     click(view, "continue");
     EXPECT_EQ(symbol(view, "permission.Microphone"), "checkmark.circle.fill");
@@ -161,7 +161,7 @@ TEST_F(OnboardingView, ListsTheGrantsThatAreThereAndThoseThatAreMissing) {
     EXPECT_EQ(symbol(view, "permission.Speech Recognition"), "xmark.circle.fill");
 }
 
-TEST_F(OnboardingView, StoresAndLogsEveryStepOnTheWay) {
+TEST_F(OnboardingView, StoresAndLogsEveryStep) {
     auto& view = openDashboard();
     EXPECT_EQ(storedStep(), -1);
     Texts expected;
@@ -193,7 +193,7 @@ TEST_F(OnboardingView, SkipsTheRestOfTheTour) {
     EXPECT_TRUE(linesOfOnboarding().empty());
 }
 
-TEST_F(OnboardingView, ResumesWhereItWasLeft) {
+TEST_F(OnboardingView, ResumesAtTheStoredStep) {
     EXPECT_EQ(text(openAt(3), "title"), "Accessibility Access");
     click(openAt(3), "continue");
     closeDashboard();
@@ -202,7 +202,7 @@ TEST_F(OnboardingView, ResumesWhereItWasLeft) {
         EXPECT_EQ(text(openAt(unknown), "title"), "Welcome to Son Vale") << unknown;
 }
 
-TEST_F(OnboardingView, EndsWithGetStartedAtTheWayIn) {
+TEST_F(OnboardingView, EndsWithGetStartedAtSignIn) {
     auto& view = openAt(lastStep);
     click(view, "getStarted");
     EXPECT_EQ(linesOfOnboarding(), Texts{"[Onboarding] GET STARTED clicked — calling completeOnboarding()"});
@@ -216,7 +216,7 @@ TEST_F(OnboardingView, EndsWithGetStartedAtTheWayIn) {
     EXPECT_FALSE(isShown(view, "onboarding"));
 }
 
-TEST_F(OnboardingView, EndsAtHomeWhenSomebodyIsSignedIn) {
+TEST_F(OnboardingView, EndsAtHomeIfAUserIsSignedIn) {
     settings().set(keys::refreshToken, "refresh");
     rebuildState();
     auto& view = openAt(lastStep);
@@ -224,7 +224,7 @@ TEST_F(OnboardingView, EndsAtHomeWhenSomebodyIsSignedIn) {
     EXPECT_TRUE(isShown(view, "home"));
 }
 
-TEST_F(OnboardingView, ShowsAGrantOfAnEarlierRunAtOnce) {
+TEST_F(OnboardingView, ShowsAPermissionOfAnEarlierRunAtOnce) {
     for (const auto step : {microphoneStep, speechStep, accessibilityStep, inputStep}) {
         auto& view = openAt(step);
         EXPECT_TRUE(isShown(view, "granted")) << step;
@@ -235,7 +235,7 @@ TEST_F(OnboardingView, ShowsAGrantOfAnEarlierRunAtOnce) {
     }
 }
 
-TEST_F(OnboardingView, LooksForTheGrantOfTheStepThatAppears) {
+TEST_F(OnboardingView, ChecksThePermissionOfANewStep) {
     auto& view = openDashboard();
     const std::vector<Texts> expected{
         {"checkMicrophone"},
@@ -258,7 +258,7 @@ TEST_F(OnboardingView, LooksForTheGrantOfTheStepThatAppears) {
     }
 }
 
-TEST_F(OnboardingView, OffersToCheckAgainOnceTheUserWasSentAway) {
+TEST_F(OnboardingView, OffersToCheckAgainAfterARequest) {
     denyEverything();
     for (const auto step : {microphoneStep, speechStep, accessibilityStep, inputStep}) {
         auto& view = openAt(step);
@@ -269,7 +269,7 @@ TEST_F(OnboardingView, OffersToCheckAgainOnceTheUserWasSentAway) {
         click(view, "checkAgain");
         EXPECT_EQ(checks().size(), 1U) << step;
         EXPECT_FALSE(isShown(view, "granted")) << step;
-        grant(step);
+        allow(step);
         click(view, "checkAgain");
         EXPECT_TRUE(isShown(view, "granted")) << step;
         EXPECT_FALSE(isShown(view, "checkAgain")) << step;
@@ -290,7 +290,7 @@ TEST_F(OnboardingView, AsksForTheMicrophone) {
     EXPECT_TRUE(workspace().opened().empty());
 }
 
-TEST_F(OnboardingView, LeadsToThePageOfTheMicrophoneAfterANo) {
+TEST_F(OnboardingView, OpensTheMicrophonePageAfterARefusal) {
     capture().setStatus(platform::CaptureStatus::notDetermined);
     capture().showPrompt();
     auto& view = openAt(microphoneStep);
@@ -302,19 +302,19 @@ TEST_F(OnboardingView, LeadsToThePageOfTheMicrophoneAfterANo) {
     EXPECT_TRUE(isShown(view, "ask"));
 }
 
-TEST_F(OnboardingView, ShowsAMicrophoneWithinTwoSecondsOfItsComing) {
+TEST_F(OnboardingView, ShowsANewMicrophoneWithinTwoSeconds) {
     denyEverything();
     auto& view = openAt(microphoneStep);
     click(view, "ask");
     EXPECT_EQ(workspace().opened(), Texts{settings_page::microphone});
     pass(20.5);
     EXPECT_FALSE(isShown(view, "granted"));
-    grant(microphoneStep);
+    allow(microphoneStep);
     pass(2);
     EXPECT_TRUE(isShown(view, "granted"));
 }
 
-TEST_F(OnboardingView, SendsTheUserToEachPageAndNoticesTheGrant) {
+TEST_F(OnboardingView, OpensEachPageAndNoticesThePermission) {
     struct Case {
         std::int64_t step;
         Texts pages;
@@ -337,13 +337,13 @@ TEST_F(OnboardingView, SendsTheUserToEachPageAndNoticesTheGrant) {
         EXPECT_EQ(tap().probeCount() - probes, each.probes);
         pass(3);
         EXPECT_FALSE(isShown(view, "granted")) << each.step;
-        grant(each.step);
+        allow(each.step);
         pass(2);
         EXPECT_TRUE(isShown(view, "granted")) << each.step;
     }
 }
 
-TEST_F(OnboardingView, PassesOverTheRecogniserWithoutItsGrant) {
+TEST_F(OnboardingView, SkipsTheRecognizerWithoutItsPermission) {
     denyEverything();
     auto& view = openAt(speechStep);
     click(view, "skipForNow");
@@ -353,7 +353,7 @@ TEST_F(OnboardingView, PassesOverTheRecogniserWithoutItsGrant) {
     EXPECT_TRUE(workspace().opened().empty());
 }
 
-TEST_F(OnboardingView, BlocksNoStepForAGrantThatIsMissing) {
+TEST_F(OnboardingView, ContinuesWithoutAPermission) {
     denyEverything();
     auto& view = openAt(microphoneStep);
     for (auto step = microphoneStep; step < readyStep; ++step)
@@ -372,7 +372,7 @@ TEST_F(OnboardingView, NamesTheShortcutThatStartsADictation) {
     EXPECT_EQ(body(), std::string("Press <b>$&</b> %1 שלום") + rest) << "as it was stored";
 }
 
-TEST_F(OnboardingView, IsUsedByTheKeyboardAlone) {
+TEST_F(OnboardingView, IsUsedByKeyboardOnly) {
     denyEverything();
     auto& view = openDashboard();
     for (std::int64_t step = 0; step < lastStep; ++step) {
@@ -385,7 +385,7 @@ TEST_F(OnboardingView, IsUsedByTheKeyboardAlone) {
     EXPECT_TRUE(isShown(view, "login"));
 }
 
-TEST_F(OnboardingView, LetsTheKeyboardReachEveryButtonInTheOrderOfReading) {
+TEST_F(OnboardingView, ReachesEveryButtonByKeyboardInReadingOrder) {
     denyEverything();
     const auto order = [](QQuickView& view) {
         Texts names;
@@ -409,7 +409,7 @@ TEST_F(OnboardingView, LetsTheKeyboardReachEveryButtonInTheOrderOfReading) {
     EXPECT_EQ(order(openAt(6)), (Texts{"continue", "back", "skip"}));
 }
 
-TEST_F(OnboardingView, StandsWhollyInItsWindowAtEveryStep) {
+TEST_F(OnboardingView, FitsIntoItsWindowAtEveryStep) {
     denyEverything();
     labelPushToTalk({{105, 0, "Control + Option + Shift + Command + " + std::string(200, 'w')}});
     for (const auto& size : {QSize(800, 600), QSize(900, 700)}) {
@@ -420,7 +420,7 @@ TEST_F(OnboardingView, StandsWhollyInItsWindowAtEveryStep) {
             settleViews();
             if (isShown(view, "ask"))
                 click(view, "ask");
-            // The longest label that is possible scrolls.
+            // The page scrolls with the longest possible label.
             if (step != readyStep)
                 EXPECT_EQ(outside(view), Texts{}) << step;
             const auto words = item(view, "body").mapRectToScene(item(view, "body").boundingRect());
@@ -436,7 +436,7 @@ TEST_F(OnboardingView, StandsWhollyInItsWindowAtEveryStep) {
     EXPECT_EQ(outside(view), Texts{});
 }
 
-TEST_F(OnboardingView, MovesTheRingsOnlyWhileTheyAreShown) {
+TEST_F(OnboardingView, MovesTheRingsOnlyWhileTheyAreVisible) {
     auto& view = openAt(9);
     EXPECT_FALSE(item(view, "listeningRing").property("isWorking").toBool());
     EXPECT_TRUE(item(view, "workingRing").property("isWorking").toBool());

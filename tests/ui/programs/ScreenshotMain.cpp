@@ -26,10 +26,10 @@ namespace {
 
 namespace keys = persistence::keys;
 
-std::filesystem::path folder; ///< where the pictures go
-std::set<std::string> drawn;  ///< names of screens
+std::filesystem::path folder; ///< the folder of the pictures
+std::set<std::string> drawn;  ///< the names of the drawn screens
 
-/// Every screen that is drawn. `--list` prints the files of these without drawing them.
+/// All screens. `--list` prints the file names of their pictures without drawing them.
 constexpr std::array screens{"onboarding-00-welcome",
                              "onboarding-01-microphone",
                              "onboarding-02-speechRecognition",
@@ -87,7 +87,7 @@ std::string fileName(const std::string& screen, bool isDark) {
 class Screenshots : public ViewFixture {
 protected:
     Screenshots() {
-        // Whatever moves or blinks would make each run's pictures different.
+        // Anything that moves or blinks would make the pictures of each run different.
         views().appearance().overrideMotionReduced(true);
         QGuiApplication::styleHints()->setCursorFlashTime(0);
         clock().setDate(base::parseIso8601("2026-11-20T15:20:00Z").value());
@@ -101,9 +101,9 @@ protected:
         EXPECT_TRUE(drawn.insert(name).second) << name << " is drawn twice";
         for (const bool isDark : {false, true}) {
             views().appearance().overrideDark(isDark);
-            // A pointer that rests on a button would color it.
+            // A pointer on a button would change its color.
             if (pointer == Pointer::away)
-                QTest::mouseMove(&view, QPoint(1, 1)); // (0, 0) stands for the middle
+                QTest::mouseMove(&view, QPoint(1, 1)); // (0, 0) means the middle
             settleViews();
             const auto file = folder / fileName(name, isDark);
             EXPECT_TRUE(view.grabWindow()
@@ -130,7 +130,7 @@ protected:
     void signIn() {
         settings().set(keys::refreshToken, "refresh");
         rebuildState();
-        showLogin();
+        showSignIn();
     }
     void addHistory() {
         const std::pair<double, const char*> rows[] = {
@@ -153,7 +153,7 @@ protected:
                 .durationSeconds = 4});
         state().modelContext->save();
     }
-    void showLogin() {
+    void showSignIn() {
         completeOnboardingAndStart();
         settleViews();
     }
@@ -167,7 +167,7 @@ private:
 TEST_F(Screenshots, OfEveryStepOfOnboarding) {
     denyEverything();
     for (std::int64_t step = 0; step < 12; ++step) {
-        // The list shows best with something of each kind.
+        // The list has an entry of each kind.
         if (step == 5) {
             capture().setStatus(platform::CaptureStatus::authorized);
             recognizer().setAuthorization(platform::SpeechAuthorization::authorized);
@@ -179,7 +179,7 @@ TEST_F(Screenshots, OfEveryStepOfOnboarding) {
     }
 }
 
-TEST_F(Screenshots, OfAGrantThatWasAskedFor) {
+TEST_F(Screenshots, OfARequestedPermission) {
     denyEverything();
     settings().set(keys::onboardingStep, 4);
     auto& view = openDashboard();
@@ -190,8 +190,8 @@ TEST_F(Screenshots, OfAGrantThatWasAskedFor) {
     draw(view, "onboarding-granted");
 }
 
-TEST_F(Screenshots, OfTheWayIn) {
-    showLogin();
+TEST_F(Screenshots, OfSignIn) {
+    showSignIn();
     auto& view = openDashboard();
     draw(view, "login-sign-in");
     type(view, "ann@example.com");
@@ -227,7 +227,7 @@ TEST_F(Screenshots, OfTheMenu) {
 TEST_F(Screenshots, OfABuildWithAKey) {
     addresses.key = "sk-of-this-build";
     rebuildState();
-    showLogin();
+    showSignIn();
     auto& view = openDashboard();
     draw(view, "login-with-key");
     click(view, "withoutAccount");
@@ -320,7 +320,7 @@ TEST_F(Screenshots, OfTheShortcuts) {
     bindings.at(hotkeys::HotkeyAction::commandMode).configs = {{40, platform::modifier::mask, ""}};
     hotkeys::HotkeyBindingStore::save(settings(), bindings);
     rebuildState();
-    showLogin();
+    showSignIn();
     auto& view = openDashboard();
     click(view, "sidebar.settings");
     click(view, "changeHotkeys");
@@ -399,8 +399,8 @@ TEST_F(Screenshots, OfTheSupportChat) {
 
 } // namespace sonvale::tests
 
-/// Writes the pictures into the folder that is named, at the scale of QT_SCALE_FACTOR. With "--list" prints
-/// their names instead.
+/// Writes the pictures into the folder of the argument, at the scale of QT_SCALE_FACTOR. With "--list" it
+/// prints their names instead.
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     if (argc != 2)
@@ -421,7 +421,7 @@ int main(int argc, char** argv) {
     const TemporaryDirectory runtimeDirectory;
     setenv("XDG_RUNTIME_DIR", runtimeDirectory.path().c_str(), 1);
     unsetenv("WAYLAND_DISPLAY");
-    // The desktop of whoever runs it must not show in the pictures.
+    // The user's desktop must not change the pictures.
     unsetenv("DBUS_SESSION_BUS_ADDRESS");
     const QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);

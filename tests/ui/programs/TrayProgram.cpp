@@ -21,18 +21,18 @@ namespace {
 
 using namespace sonvale;
 
-/// What the icon was told to do by its panel.
+/// Prints a call of the panel.
 void say(const std::string& what) {
     std::cout << what << std::endl;
 }
 
-/// The core that the menu shows and acts on.
+/// The core behind the menu.
 class Core : public tests::CoreFixture {
 public:
     std::shared_ptr<core::AppState> appState() { return state().shared_from_this(); }
     persistence::Settings& table() { return settings(); }
 
-    /// Obeys a line of the standard input.
+    /// Executes a line of the standard input.
     void obey(ui::TrayIcon& tray, const std::string& line) {
         using platform::RecordingState;
         if (line == "recording")
@@ -68,8 +68,8 @@ private:
 
 } // namespace
 
-/// A program that is nothing but a tray icon with its menu and does what it is told on its standard input.
-/// Exit status 0: the user chose to quit; 3: the input ended.
+/// A program with only a tray icon and its menu. It executes the lines of its standard input. The exit status
+/// is 0 if the user quits, and 3 if the input ends.
 int main(int argc, char** argv) {
     const QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);

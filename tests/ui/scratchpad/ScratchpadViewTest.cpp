@@ -25,7 +25,7 @@ protected:
 
 } // namespace
 
-TEST_F(ScratchpadView, CountsWordsAndKeepsTheTextAMomentLater) {
+TEST_F(ScratchpadView, CountsWordsAndStoresTheTextAfterADelay) {
     auto& view = openScratchpad();
     EXPECT_EQ(text(view, "words"), "0 words");
     click(view, "scratchpad");
@@ -37,7 +37,7 @@ TEST_F(ScratchpadView, CountsWordsAndKeepsTheTextAMomentLater) {
     EXPECT_EQ(settings().stored(keys::scratchpadText), "three  small\nwords");
 }
 
-TEST_F(ScratchpadView, KeepsTheTextWhenTheTabIsLeftAndWhenTheWindowCloses) {
+TEST_F(ScratchpadView, StoresTheTextWhenTheTabOrTheWindowCloses) {
     auto& view = openScratchpad();
     click(view, "scratchpad");
     type(view, "one");
@@ -67,7 +67,7 @@ TEST_F(ScratchpadView, CopiesAndClears) {
     EXPECT_EQ(text(view, "scratchpad"), "") << "nothing more to clear";
 }
 
-TEST_F(ScratchpadView, BringsBackByUndoWhatWasCleared) {
+TEST_F(ScratchpadView, RestoresAClearedTextByUndo) {
     settings().set(keys::scratchpadText, "a note");
     auto& view = openScratchpad();
     click(view, "clear");
@@ -81,7 +81,7 @@ TEST_F(ScratchpadView, BringsBackByUndoWhatWasCleared) {
     EXPECT_EQ(settings().stored(keys::scratchpadText), "a note");
 }
 
-TEST_F(ScratchpadView, DoesNothingWhenNothingIsThereToClear) {
+TEST_F(ScratchpadView, DoesNothingIfThereIsNothingToClear) {
     auto& view = openScratchpad();
     const auto before = focused(view);
     item(view, "clear").forceActiveFocus(Qt::TabFocusReason);
@@ -91,7 +91,7 @@ TEST_F(ScratchpadView, DoesNothingWhenNothingIsThereToClear) {
     EXPECT_NE(before, "clear");
 }
 
-TEST_F(ScratchpadView, KeepsWhatAssistiveTechnologyWrites) {
+TEST_F(ScratchpadView, StoresTextsFromAssistiveTechnology) {
     auto& view = openScratchpad();
     ASSERT_FALSE(item(view, "scratchpad").hasActiveFocus());
     auto* editor = QAccessible::queryAccessibleInterface(&item(view, "scratchpad"));
@@ -105,7 +105,7 @@ TEST_F(ScratchpadView, KeepsWhatAssistiveTechnologyWrites) {
 }
 
 TEST_F(ScratchpadView, ShowsAStoredTextWithoutChangingIt) {
-    // An editor gives a no-break space back as a plain one.
+    // An editor returns a no-break space as a plain space.
     const std::string stored = "10\u00a0km\u2028further";
     settings().set(keys::scratchpadText, stored);
     auto& view = openScratchpad();
@@ -114,7 +114,7 @@ TEST_F(ScratchpadView, ShowsAStoredTextWithoutChangingIt) {
     EXPECT_EQ(settings().stored(keys::scratchpadText), stored);
 }
 
-TEST_F(ScratchpadView, TakesAVeryLongText) {
+TEST_F(ScratchpadView, AcceptsAVeryLongText) {
     std::string longText;
     while (longText.size() < 200000)
         longText += "a sentence of six words here. ";

@@ -40,7 +40,7 @@ protected:
         const auto texts = readable(view);
         return std::ranges::find(texts, words) != texts.end();
     }
-    /// By the page's own scrolling.
+    /// Scrolls the page to the control and clicks it.
     void toggle(QQuickView& view, const std::string& name) {
         scrollTo(view, name);
         click(view, name);
@@ -61,7 +61,7 @@ protected:
 
 } // namespace
 
-TEST_F(SettingsView, SaysEverythingInItsOrder) {
+TEST_F(SettingsView, ShowsAllTextsInTheirOrder) {
     const auto texts = readable(openSettings());
     const std::vector<std::string> expected{
         "Settings",
@@ -142,7 +142,7 @@ TEST_F(SettingsView, StoresEverySwitchAtOnce) {
     expectTurns("localOnlyMode", keys::localOnlyMode, false);
 }
 
-TEST_F(SettingsView, ShowsTheGuardOfModifiersAsTheDesktopNeedsItUntilItIsChanged) {
+TEST_F(SettingsView, ShowsTheModifierGuardOfTheDesktopUntilItIsChanged) {
     EXPECT_FALSE(isOn(openSettings(), "guardModifierHotkeys"));
     areModifiersShared = true;
     restart();
@@ -152,7 +152,7 @@ TEST_F(SettingsView, ShowsTheGuardOfModifiersAsTheDesktopNeedsItUntilItIsChanged
     EXPECT_FALSE(state().isModifierGuardOn());
 }
 
-TEST_F(SettingsView, RegistersTheProgramForTheLogin) {
+TEST_F(SettingsView, RegistersTheProgramToLaunchAtLogin) {
     auto& view = openSettings();
     toggle(view, "launchAtLogin");
     EXPECT_TRUE(loginItem().isEnabled());
@@ -160,7 +160,7 @@ TEST_F(SettingsView, RegistersTheProgramForTheLogin) {
     EXPECT_FALSE(loginItem().isEnabled());
 }
 
-TEST_F(SettingsView, KeepsTheLoginSwitchAsTheUserLeftItWhenItFails) {
+TEST_F(SettingsView, KeepsTheUsersChoiceIfTheLoginItemFails) {
     auto& view = openSettings();
     loginItem().setFailing(true);
     toggle(view, "launchAtLogin");
@@ -168,7 +168,7 @@ TEST_F(SettingsView, KeepsTheLoginSwitchAsTheUserLeftItWhenItFails) {
     EXPECT_FALSE(loginItem().isEnabled());
 }
 
-TEST_F(SettingsView, TakesTheLoginSwitchFromTheDesktopWhenItAppears) {
+TEST_F(SettingsView, ReadsTheLoginItemFromTheDesktopWhenItAppears) {
     loginItem().setEnabled(true);
     EXPECT_TRUE(isOn(openSettings(), "launchAtLogin"));
     EXPECT_EQ(settings().stored(keys::launchAtLogin), true);
@@ -185,7 +185,7 @@ TEST_F(SettingsView, MovesTheProgramInAndOutOfTheDockAtOnce) {
     EXPECT_EQ(application().policy(), ActivationPolicy::regular);
 }
 
-TEST_F(SettingsView, ReturnsFromLocalOnlyToTheEngineThatWasChosen) {
+TEST_F(SettingsView, ReturnsFromLocalOnlyModeToTheChosenEngine) {
     settings().set(keys::transcriptionEngine, "streaming");
     restart();
     auto& view = openSettings();
@@ -203,7 +203,7 @@ TEST_F(SettingsView, ReturnsFromLocalOnlyToTheEngineThatWasChosen) {
     EXPECT_FALSE(settings().has(keys::engineBeforeLocalOnly.name));
 }
 
-TEST_F(SettingsView, LandsOnHybridWithoutARememberedEngine) {
+TEST_F(SettingsView, ReturnsToHybridWithoutARememberedEngine) {
     settings().set(keys::localOnlyMode, true);
     settings().set(keys::transcriptionEngine, "local");
     restart();
@@ -227,14 +227,14 @@ TEST_F(SettingsView, ChoosesAnEngineByItsCard) {
     }
 }
 
-TEST_F(SettingsView, SelectsNoCardForAnEngineThatHasNone) {
+TEST_F(SettingsView, SelectsNoCardForAnEngineWithoutACard) {
     for (const auto* stored : {"cloud", "of a later version"}) {
         settings().set(keys::transcriptionEngine, stored);
         EXPECT_EQ(selectedEngines(openSettings()), "") << stored;
     }
 }
 
-TEST_F(SettingsView, OffersNothingInLocalOnlyModeThatLeavesTheMachine) {
+TEST_F(SettingsView, DisablesOnlineEnginesInLocalOnlyMode) {
     settings().set(keys::localOnlyMode, true);
     auto& view = openSettings();
     EXPECT_FALSE(item(view, "engine.streaming").isEnabled());
@@ -261,7 +261,7 @@ TEST_F(SettingsView, ShowsNoLanguageForACodeThatIsNotOffered) {
     EXPECT_EQ(item(view, "languagePicker").property("displayText"), QString());
 }
 
-TEST_F(SettingsView, FollowsWhatTheMenuChangedMeanwhile) {
+TEST_F(SettingsView, FollowsChangesByTheMenu) {
     auto& view = openSettings();
     settings().set(keys::language, "fr");
     item(view, "tab.settings").setProperty("visible", true);
@@ -269,7 +269,7 @@ TEST_F(SettingsView, FollowsWhatTheMenuChangedMeanwhile) {
     EXPECT_EQ(item(view, "languagePicker").property("displayText"), QStringLiteral("French"));
 }
 
-TEST_F(SettingsView, ShowsTheFourGrantsAndAsksForThoseThatAreMissing) {
+TEST_F(SettingsView, ShowsTheFourPermissionsAndRequestsMissingOnes) {
     capture().setStatus(platform::CaptureStatus::denied);
     accessibility().setTrusted(false);
     tap().setPermitted(false);
@@ -297,7 +297,7 @@ TEST_F(SettingsView, ShowsTheFourGrantsAndAsksForThoseThatAreMissing) {
     EXPECT_TRUE(state().hotkeyManager->isEnabled().get()) << "the shortcuts run now";
 }
 
-TEST_F(SettingsView, FindsEachGrantThatIsGivenAfterItWasAskedFor) {
+TEST_F(SettingsView, NoticesEachPermissionAfterTheRequest) {
     struct Row {
         const char* name;
         std::function<void(bool)> give;
@@ -327,9 +327,9 @@ TEST_F(SettingsView, FindsEachGrantThatIsGivenAfterItWasAskedFor) {
     }
 }
 
-TEST_F(SettingsView, TellsWhatBecameOfACheckForUpdates) {
+TEST_F(SettingsView, ShowsTheResultOfAnUpdateCheck) {
     auto& view = openSettings();
-    const auto told = [&](const platform::UpdateOutcome& outcome) {
+    const auto resultOf = [&](const platform::UpdateOutcome& outcome) {
         updater().hang();
         toggle(view, "checkForUpdates");
         EXPECT_EQ(text(view, "updateState"), "Checking…");
@@ -338,17 +338,17 @@ TEST_F(SettingsView, TellsWhatBecameOfACheckForUpdates) {
         EXPECT_TRUE(item(view, "checkForUpdates").isEnabled());
         return text(view, "updateState");
     };
-    EXPECT_EQ(told(platform::UpToDate{"2.3.4"}), "Son Vale is up to date.");
-    EXPECT_EQ(told(platform::NewerVersion{"2.4.0", "https://example.com/new", true}),
+    EXPECT_EQ(resultOf(platform::UpToDate{"2.3.4"}), "Son Vale is up to date.");
+    EXPECT_EQ(resultOf(platform::NewerVersion{"2.4.0", "https://example.com/new", true}),
               "Version 2.4.0 is available. Its page has been opened.");
-    EXPECT_EQ(told(platform::NewerVersion{"2.4.0", "https://example.com/new", false}),
+    EXPECT_EQ(resultOf(platform::NewerVersion{"2.4.0", "https://example.com/new", false}),
               "A newer version is available: https://example.com/new");
-    EXPECT_EQ(told(platform::UpdateCheckFailed{"The feed cannot be reached."}),
+    EXPECT_EQ(resultOf(platform::UpdateCheckFailed{"The feed cannot be reached."}),
               "The feed cannot be reached.");
     EXPECT_EQ(updater().checks(), 4);
 }
 
-TEST_F(SettingsView, MayBeLeftWhileACheckRuns) {
+TEST_F(SettingsView, CanBeClosedDuringAnUpdateCheck) {
     auto& view = openSettings();
     updater().hang();
     toggle(view, "checkForUpdates");
@@ -366,7 +366,7 @@ TEST_F(SettingsView, MayBeLeftWhileACheckRuns) {
     EXPECT_EQ(updater().checks(), 2);
 }
 
-TEST_F(SettingsView, LooksAtThePermissionsWhenItAppears) {
+TEST_F(SettingsView, ChecksThePermissionsWhenItAppears) {
     auto& view = openDashboard();
     capture().setStatus(platform::CaptureStatus::denied);
     accessibility().setTrusted(false);
@@ -377,7 +377,7 @@ TEST_F(SettingsView, LooksAtThePermissionsWhenItAppears) {
         EXPECT_TRUE(isShown(view, std::string("permissionButton.") + name)) << name;
 }
 
-TEST_F(SettingsView, OffersToLookAgainWhateverIsGranted) {
+TEST_F(SettingsView, OffersToCheckThePermissionsAgain) {
     auto& view = openSettings();
     EXPECT_FALSE(isShown(view, "speechNeeded"));
     EXPECT_EQ(text(view, "recheckPermissions"), "Re-check Permissions");
@@ -395,7 +395,7 @@ TEST_F(SettingsView, SignsOut) {
     EXPECT_FALSE(settings().has(keys::refreshToken.name));
 }
 
-TEST_F(SettingsView, IsChangedByTheKeyboardAlone) {
+TEST_F(SettingsView, IsChangedByKeyboardOnly) {
     auto& view = openSettings();
     for (int i = 0; i < 40 && focused(view) != "privacyMode"; ++i)
         press(view, Qt::Key_Tab);
@@ -409,18 +409,18 @@ TEST_F(SettingsView, IsChangedByTheKeyboardAlone) {
     EXPECT_TRUE(QRectF(QPointF(), view.size()).contains(place)) << "the page has scrolled to it";
 }
 
-TEST_F(SettingsView, TurnsByAssistiveTechnology) {
+TEST_F(SettingsView, IsChangedByAssistiveTechnology) {
     auto& view = openSettings();
-    auto* told = QAccessible::queryAccessibleInterface(&item(view, "textCleanup"));
-    ASSERT_TRUE(told && told->actionInterface());
-    EXPECT_EQ(told->text(QAccessible::Name), QStringLiteral("Text cleanup"));
-    told->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+    auto* resultOf = QAccessible::queryAccessibleInterface(&item(view, "textCleanup"));
+    ASSERT_TRUE(resultOf && resultOf->actionInterface());
+    EXPECT_EQ(resultOf->text(QAccessible::Name), QStringLiteral("Text cleanup"));
+    resultOf->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
     settleViews();
     EXPECT_EQ(settings().stored(keys::aiProcessingEnabled), false);
     EXPECT_FALSE(isOn(view, "textCleanup"));
 }
 
-TEST_F(SettingsView, StandsRightToLeft) {
+TEST_F(SettingsView, IsMirroredFromRightToLeft) {
     QGuiApplication::setLayoutDirection(Qt::RightToLeft);
     auto& view = openSettings();
     const auto& toggle = item(view, "textCleanup");

@@ -55,7 +55,7 @@ protected:
 
 } // namespace
 
-TEST_F(SnippetsView, InvitesToTheFirstSnippet) {
+TEST_F(SnippetsView, OffersToAddTheFirstSnippet) {
     auto& view = openSnippets();
     for (const auto* words :
          {"Snippets", "Say a trigger phrase and Son Vale will insert the full snippet text.", "Add new",
@@ -68,7 +68,7 @@ TEST_F(SnippetsView, InvitesToTheFirstSnippet) {
     EXPECT_EQ(text(view, "sheetTitle"), "Add Snippet");
 }
 
-TEST_F(SnippetsView, KeepsANewSnippetAsItStands) {
+TEST_F(SnippetsView, StoresANewSnippetUnchanged) {
     auto& view = openSnippets();
     click(view, "addNew");
     for (const auto* words : {"Add Snippet", "Trigger phrase", "Say this phrase to insert the snippet",
@@ -101,7 +101,7 @@ TEST_F(SnippetsView, KeepsANewSnippetAsItStands) {
     EXPECT_FALSE(isShown(view, "sheetTitle"));
 }
 
-TEST_F(SnippetsView, KeepsNothingThatWasCancelled) {
+TEST_F(SnippetsView, DropsACanceledSnippet) {
     auto& view = openSnippets();
     for (const bool byKey : {false, true}) {
         click(view, "addNew");
@@ -136,7 +136,7 @@ TEST_F(SnippetsView, ShowsEverythingOfARowNewestFirst) {
     EXPECT_EQ(item(view, "snippet.0.remove").property("text"), QStringLiteral("Remove"));
 }
 
-TEST_F(SnippetsView, SearchesTriggersAndContentsWithoutRegardToCase) {
+TEST_F(SnippetsView, SearchesTriggersAndContentsIgnoringCase) {
     add("my address", "Main Street 1");
     add("sign off", "Best wishes, Zoë");
     auto& view = openSnippets();
@@ -165,7 +165,7 @@ TEST_F(SnippetsView, RemovesWithoutAsking) {
     EXPECT_TRUE(reads(view, "No snippets yet"));
 }
 
-TEST_F(SnippetsView, ChangesASnippetAsItIsTyped) {
+TEST_F(SnippetsView, StoresAnEditWhileTheUserTypes) {
     add("one", "1", "numbers", 3);
     auto& view = openSnippets();
     click(view, "snippet.0.edit");
@@ -190,7 +190,7 @@ TEST_F(SnippetsView, ChangesASnippetAsItIsTyped) {
     EXPECT_EQ(shown(view), Triggers{"one more"});
 }
 
-TEST_F(SnippetsView, PutsACancelledEditBack) {
+TEST_F(SnippetsView, RestoresASnippetAfterACanceledEdit) {
     add("one", "1", "numbers", 3);
     auto& view = openSnippets();
     for (const bool byKey : {false, true}) {
@@ -225,7 +225,7 @@ TEST_F(SnippetsView, FollowsTheUseOfASnippet) {
     EXPECT_EQ(stored().front().trigger, "my address!");
 }
 
-TEST_F(SnippetsView, IsUsedByTheKeyboardAlone) {
+TEST_F(SnippetsView, IsUsedByKeyboardOnly) {
     add("one", "1");
     auto& view = openSnippets();
     for (int i = 0; i < 20 && focused(view) != "snippet.0.edit"; ++i)
@@ -244,7 +244,7 @@ TEST_F(SnippetsView, IsUsedByTheKeyboardAlone) {
     EXPECT_EQ(focused(view), "snippet.0.edit") << "the keyboard goes back to where it was";
 }
 
-TEST_F(SnippetsView, KeepsTheModelsRules) {
+TEST_F(SnippetsView, FollowsTheRulesOfItemModels) {
     for (int i = 0; i < 30; ++i)
         add(fmt::format("trigger {}", i), "content");
     SnippetsModel model(environment().main, clock(), RecordStore(state().shared_from_this()));
@@ -262,7 +262,7 @@ TEST_F(SnippetsView, KeepsTheModelsRules) {
     EXPECT_EQ(stored().size(), 30U);
 }
 
-TEST_F(SnippetsView, FindsWhatTheRuleFinds) {
+TEST_F(SnippetsView, FindsTheSameAsTheRule) {
     const std::pair<const char*, std::vector<const char*>> rows[] = {
         {"Straße", {"STRASSE", "ras", "ß", "ss", "s", "e"}},
         {"e\u0301tude", {"E", "é", "tude", "\u0301"}},
@@ -281,7 +281,7 @@ TEST_F(SnippetsView, FindsWhatTheRuleFinds) {
     }
 }
 
-TEST_F(SnippetsView, KeepsWhatAssistiveTechnologyWrites) {
+TEST_F(SnippetsView, StoresTextsFromAssistiveTechnology) {
     add("address", "Main Street 1", "Personal");
     auto& view = openSnippets();
     const auto write = [&](const char* field, const char* words) {
@@ -303,7 +303,7 @@ TEST_F(SnippetsView, KeepsWhatAssistiveTechnologyWrites) {
     EXPECT_EQ(shown(view), Triggers{});
 }
 
-TEST_F(SnippetsView, EditsWhatIsThereAfterACancelledEdit) {
+TEST_F(SnippetsView, EditsTheCurrentSnippetAfterACanceledEdit) {
     add("first", "one");
     add("second", "two");
     auto& view = openSnippets();
@@ -320,7 +320,7 @@ TEST_F(SnippetsView, EditsWhatIsThereAfterACancelledEdit) {
     EXPECT_EQ(text(view, "contentField"), "two");
 }
 
-TEST_F(SnippetsView, ForgetsTheSearchWithItsTab) {
+TEST_F(SnippetsView, ClearsTheSearchWithItsTab) {
     add("address", "Main Street 1");
     auto& view = openSnippets();
     click(view, "search");
@@ -332,7 +332,7 @@ TEST_F(SnippetsView, ForgetsTheSearchWithItsTab) {
     EXPECT_EQ(shown(view), Triggers{"address"});
 }
 
-TEST_F(SnippetsView, SaysEditAndRemoveInWordsAndWarnsBeforeRemoving) {
+TEST_F(SnippetsView, NamesEditAndRemoveAndWarnsBeforeRemoving) {
     add("address", "Main Street 1");
     auto& view = openSnippets();
     EXPECT_TRUE(reads(view, "Edit"));

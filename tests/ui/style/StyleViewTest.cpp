@@ -37,7 +37,7 @@ protected:
 
 } // namespace
 
-TEST_F(StyleView, SaysEverything) {
+TEST_F(StyleView, ShowsAllTexts) {
     auto& view = openStyle();
     for (const auto* words :
          {"Style", "Personal messages", "Work messages", "Email", "Other",
@@ -53,7 +53,7 @@ TEST_F(StyleView, SaysEverything) {
                             "automatically. Customize the formality and tone for each type of app below."));
 }
 
-TEST_F(StyleView, MakesAStyleWhenItsKindIsFirstShown) {
+TEST_F(StyleView, CreatesAStyleWhenItsCategoryIsFirstShown) {
     auto& view = openStyle();
     ASSERT_EQ(stored().size(), 1U);
     EXPECT_EQ(stored("personalMessaging").formality, 3);
@@ -67,7 +67,7 @@ TEST_F(StyleView, MakesAStyleWhenItsKindIsFirstShown) {
     EXPECT_EQ(stored().size(), 4U);
 }
 
-TEST_F(StyleView, ShowsAndKeepsTheStyleOfEachKind) {
+TEST_F(StyleView, ShowsAndStoresTheStyleOfEachCategory) {
     state().modelContext->insert(
         WritingStyle{.category = "email", .formality = 5, .customInstructions = "No exclamation marks."});
     state().modelContext->save();
@@ -102,7 +102,7 @@ TEST_F(StyleView, DescribesEachStepOfTheSlider) {
     }
 }
 
-TEST_F(StyleView, CallsAStoredValueThatIsNoneNeutral) {
+TEST_F(StyleView, ShowsNeutralForAnInvalidStoredValue) {
     state().modelContext->insert(WritingStyle{.category = "personalMessaging", .formality = 0});
     state().modelContext->save();
     auto& view = openStyle();
@@ -110,7 +110,7 @@ TEST_F(StyleView, CallsAStoredValueThatIsNoneNeutral) {
     EXPECT_EQ(stored("personalMessaging").formality, 0) << "looking changes nothing";
 }
 
-TEST_F(StyleView, KeepsInstructionsAsTheyAreTyped) {
+TEST_F(StyleView, StoresInstructionsWhileTheUserTypes) {
     auto& view = openStyle();
     click(view, "customInstructions");
     type(view, "Short sentences.");
@@ -123,7 +123,7 @@ TEST_F(StyleView, KeepsInstructionsAsTheyAreTyped) {
     EXPECT_EQ(text(view, "customInstructions"), "Short sentences.");
 }
 
-TEST_F(StyleView, StandsRightToLeft) {
+TEST_F(StyleView, IsMirroredFromRightToLeft) {
     QGuiApplication::setLayoutDirection(Qt::RightToLeft);
     auto& view = openStyle();
     EXPECT_EQ(outside(view), std::vector<std::string>{});
@@ -132,7 +132,7 @@ TEST_F(StyleView, StandsRightToLeft) {
     QGuiApplication::setLayoutDirection(Qt::LeftToRight);
 }
 
-TEST_F(StyleView, KeepsInstructionsThatAssistiveTechnologyWrites) {
+TEST_F(StyleView, StoresInstructionsFromAssistiveTechnology) {
     auto& view = openStyle();
     auto* editor = QAccessible::queryAccessibleInterface(&item(view, "customInstructions"));
     ASSERT_TRUE(editor);
@@ -142,7 +142,7 @@ TEST_F(StyleView, KeepsInstructionsThatAssistiveTechnologyWrites) {
     EXPECT_EQ(stored("personalMessaging").customInstructions, "No exclamation marks.");
 }
 
-TEST_F(StyleView, BeginsAtTheFirstKindEachTime) {
+TEST_F(StyleView, StartsAtTheFirstCategoryEachTime) {
     auto& view = openStyle();
     click(view, "category.email");
     ASSERT_TRUE(item(view, "category.email").property("isSelected").toBool());

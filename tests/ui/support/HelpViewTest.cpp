@@ -50,13 +50,13 @@ protected:
     static SupportChatModel& model(QQuickView& view) {
         return *view.rootObject()->property("model").value<DashboardModel*>()->support();
     }
-    /// The requests of the chat; the program makes others too.
+    /// Returns the requests of the chat, without the program's other requests.
     std::vector<std::shared_ptr<tests::FakeRequest>> asked() {
         auto all = network().requests();
         std::erase_if(all, [](const auto& each) { return !each->lines; });
         return all;
     }
-    /// Asks by the field; the answer has begun.
+    /// Sends a question and begins its answer.
     tests::FakeBody& ask(QQuickView& view, const std::string& question = "Why?") {
         click(view, "input");
         type(view, question);
@@ -78,7 +78,7 @@ protected:
     void nextUpdate() {
         change([&] { advance(SupportChatModel::betweenUpdates * 1.01); });
     }
-    /// What the rows of the conversation say that are made now.
+    /// Returns the texts of the existing rows of the conversation.
     static std::vector<std::string> shown(QQuickView& view) {
         std::vector<std::string> all;
         for (int i = 0; i < model(view).messages()->rowCount(); ++i) {
@@ -88,7 +88,7 @@ protected:
         return all;
     }
     static bool isAtEnd(QQuickView& view) { return item(view, "conversation").property("isAtEnd").toBool(); }
-    /// Whether everything around the messages, which scroll, stands inside the window.
+    /// Returns whether everything except the scrolling messages is inside the window.
     static bool isFrameInSight(QQuickView& view) {
         const QRectF room(QPointF(), view.size());
         return std::ranges::all_of(
@@ -128,7 +128,7 @@ TEST_F(HelpView, ShowsItsHeadingTheGreetingAndTheField) {
     EXPECT_EQ(outside(view), std::vector<std::string>{});
 }
 
-TEST_F(HelpView, SendsByReturnAndByTheButtonButNoBlanks) {
+TEST_F(HelpView, SendsByReturnAndByTheButtonButNotBlankText) {
     auto& view = openHelp();
     click(view, "input");
     type(view, "   ");
@@ -148,7 +148,7 @@ TEST_F(HelpView, SendsByReturnAndByTheButtonButNoBlanks) {
     EXPECT_EQ(focused(view), "input") << "for the next question";
 }
 
-TEST_F(HelpView, MakesANewLineByShiftAndReturn) {
+TEST_F(HelpView, InsertsALineBreakByShiftReturn) {
     auto& view = openHelp();
     click(view, "input");
     type(view, "one");
@@ -160,7 +160,7 @@ TEST_F(HelpView, MakesANewLineByShiftAndReturn) {
     EXPECT_EQ(shown(view).back(), "one\ntwo");
 }
 
-TEST_F(HelpView, ShowsDotsUntilTheFirstWordsComeAndThenTheGrowingAnswer) {
+TEST_F(HelpView, ShowsDotsUntilTheFirstWordsAndThenTheGrowingAnswer) {
     auto& view = openHelp();
     auto& body = ask(view);
     EXPECT_TRUE(isShown(view, "typing"));
@@ -180,7 +180,7 @@ TEST_F(HelpView, ShowsDotsUntilTheFirstWordsComeAndThenTheGrowingAnswer) {
     EXPECT_TRUE(item(view, "send").isEnabled());
 }
 
-TEST_F(HelpView, LightsOneDotAfterTheOther) {
+TEST_F(HelpView, LightsTheDotsInTurn) {
     views().appearance().overrideMotionReduced(false);
     auto& view = openHelp();
     ask(view);
@@ -202,7 +202,7 @@ TEST_F(HelpView, LightsOneDotAfterTheOther) {
     EXPECT_NEAR(opacities[2], 1, 0.001);
 }
 
-TEST_F(HelpView, ShowsEachFailureInItsWords) {
+TEST_F(HelpView, ShowsTheTextOfEachFailure) {
     auto& view = openHelp();
     struct Row {
         std::function<void(tests::FakeRequest&)> what;
@@ -222,10 +222,10 @@ TEST_F(HelpView, ShowsEachFailureInItsWords) {
         press(view, Qt::Key_Return);
         change([&] { row.what(*asked().back()); });
         EXPECT_EQ(text(view, "errorMessage"), row.words);
-        auto* told = QAccessible::queryAccessibleInterface(find(view, "error"));
-        ASSERT_TRUE(told);
-        EXPECT_EQ(told->role(), QAccessible::AlertMessage);
-        EXPECT_EQ(told->text(QAccessible::Name).toStdString(), row.words);
+        auto* accessible = QAccessible::queryAccessibleInterface(find(view, "error"));
+        ASSERT_TRUE(accessible);
+        EXPECT_EQ(accessible->role(), QAccessible::AlertMessage);
+        EXPECT_EQ(accessible->text(QAccessible::Name).toStdString(), row.words);
         EXPECT_EQ(shown(view), (std::vector<std::string>{greeting, "Why?"}));
         EXPECT_EQ(outside(view), std::vector<std::string>{});
         type(view, "And?");
@@ -235,7 +235,7 @@ TEST_F(HelpView, ShowsEachFailureInItsWords) {
     }
 }
 
-TEST_F(HelpView, KeepsWhatHadComeWhenTheAnswerBreaksOff) {
+TEST_F(HelpView, KeepsAPartialAnswerAfterAFailure) {
     auto& view = openHelp();
     auto& body = ask(view);
     change([&] {
@@ -247,7 +247,7 @@ TEST_F(HelpView, KeepsWhatHadComeWhenTheAnswerBreaksOff) {
               "Something went wrong. Please check your connection and try again.");
 }
 
-TEST_F(HelpView, GoesBackToTheGreetingByClear) {
+TEST_F(HelpView, ReturnsToTheGreetingByClear) {
     auto& view = openHelp();
     auto& body = ask(view);
     give(body, "Half");
@@ -272,7 +272,7 @@ TEST_F(HelpView, KeepsTheConversationWhileTheWindowIsOpen) {
     EXPECT_EQ(shown(openHelp()), std::vector<std::string>{greeting});
 }
 
-TEST_F(HelpView, LeavesNothingForWhoeverSignsInNext) {
+TEST_F(HelpView, ClearsTheConversationForTheNextUser) {
     auto& view = openHelp();
     auto& body = ask(view);
     give(body, "Half");
@@ -297,7 +297,7 @@ TEST_F(HelpView, ExecutesNoMarkup) {
                   0 /* plain text */);
 }
 
-TEST_F(HelpView, LetsWordsBeSelectedAndWholeMessagesBeCopied) {
+TEST_F(HelpView, SelectsWordsAndCopiesWholeMessages) {
     auto& view = openHelp();
     auto& body = ask(view);
     give(body, "Because of this");
@@ -313,7 +313,7 @@ TEST_F(HelpView, LetsWordsBeSelectedAndWholeMessagesBeCopied) {
     EXPECT_EQ(pasteboardText(), "Because of this");
 }
 
-TEST_F(HelpView, CopiesAMessageOfManyBlocksWhole) {
+TEST_F(HelpView, CopiesAllBlocksOfAMessage) {
     auto& view = openHelp();
     auto& body = ask(view);
     const auto whole = longText(20'000);
@@ -328,7 +328,7 @@ TEST_F(HelpView, CopiesAMessageOfManyBlocksWhole) {
     }
 }
 
-TEST_F(HelpView, IsUsedByTheKeyboardAlone) {
+TEST_F(HelpView, IsUsedByKeyboardOnly) {
     auto& view = openHelp();
     auto& body = ask(view);
     give(body, longText(20'000));
@@ -366,7 +366,7 @@ TEST_F(HelpView, IsUsedByTheKeyboardAlone) {
     EXPECT_EQ(shown(view), std::vector<std::string>{greeting});
 }
 
-TEST_F(HelpView, FollowsTheEndButNotAReaderFurtherUp) {
+TEST_F(HelpView, ScrollsToTheEndUnlessTheUserReadsFurtherUp) {
     auto& view = openHelp();
     auto& body = ask(view);
     give(body, longText(6000));
@@ -391,7 +391,7 @@ TEST_F(HelpView, FollowsTheEndButNotAReaderFurtherUp) {
     EXPECT_TRUE(isAtEnd(view)) << "the own question is seen";
 }
 
-TEST_F(HelpView, LetsTheWheelLeadAwayFromTheEndAndBack) {
+TEST_F(HelpView, ScrollsAwayFromTheEndAndBackByTheWheel) {
     auto& view = openHelp();
     auto& body = ask(view);
     give(body, longText(6000));
@@ -444,7 +444,7 @@ TEST_F(HelpView, ShowsAGrowingAnswerThirtyTimesASecondAndItsEndAtOnce) {
     QObject::disconnect(counter);
 }
 
-TEST_F(HelpView, LaysAnAnswerOfFiftyThousandCharactersOutQuickly) {
+TEST_F(HelpView, LaysOutAnAnswerOfFiftyThousandCharactersQuickly) {
     auto& view = openHelp();
     auto& body = ask(view);
     const auto whole = longText(50'000);
@@ -461,7 +461,7 @@ TEST_F(HelpView, LaysAnAnswerOfFiftyThousandCharactersOutQuickly) {
     EXPECT_TRUE(whole.ends_with(last));
 }
 
-TEST_F(HelpView, StaysInSightWithALongQuestionWithoutBlanks) {
+TEST_F(HelpView, StaysVisibleWithALongQuestionWithoutSpaces) {
     auto& view = openHelp();
     click(view, "input");
     paste(view, std::string(50'000, 'x'));
@@ -493,7 +493,7 @@ TEST_F(HelpView, IsMirroredFromRightToLeft) {
     EXPECT_EQ(outside(view), std::vector<std::string>{});
 }
 
-TEST_F(HelpView, TellsAScreenReaderWhoSaysWhat) {
+TEST_F(HelpView, NamesTheSpeakerOfEachMessageForScreenReaders) {
     auto& view = openHelp();
     auto& body = ask(view);
     give(body, "Because.");
@@ -521,7 +521,7 @@ TEST_F(HelpView, FitsItsSmallestWindow) {
     EXPECT_TRUE(isFrameInSight(view));
 }
 
-TEST(MessageBlocks, AreCutWhereTheyStayHoweverTheTextGrows) {
+TEST(MessageBlocks, KeepTheirCutsWhileTheTextGrows) {
     std::string text;
     for (int i = 0; text.size() < 30'000; ++i)
         text += fmt::format("word{}{}", i, i % 97 == 96 ? "\n" : i % 13 == 12 ? "é 🎉" : " ");
@@ -537,7 +537,7 @@ TEST(MessageBlocks, AreCutWhereTheyStayHoweverTheTextGrows) {
     EXPECT_TRUE(settled);
 }
 
-TEST(MessageBlocks, EndWithALineElseWithAWordElseBetweenCharacters) {
+TEST(MessageBlocks, EndAfterALineOrAWordOrBetweenCharacters) {
     EXPECT_FALSE(firstBlockCut(""));
     EXPECT_FALSE(firstBlockCut(std::string(1000, 'x') + "\n"));
     const auto line = firstBlockCut(std::string(1500, 'x') + "\nmore");
@@ -550,7 +550,7 @@ TEST(MessageBlocks, EndWithALineElseWithAWordElseBetweenCharacters) {
     EXPECT_EQ(word->end, 3000U);
     EXPECT_EQ(word->next, 3001U);
 
-    // A family of eleven code points and thirty-six bytes or so is one character.
+    // A family emoji of eleven code points and about thirty-six bytes is one character.
     const std::string family = "👨‍👩‍👧‍👦";
     std::string families;
     while (families.size() < 9000)
