@@ -2,44 +2,19 @@
 
 #include "base/Log.h"
 #include "persistence/SettingsKeys.h"
-#include "transcription/TranscriptionEnginePreference.h"
-#include "ui/common/Languages.h"
-#include "ui/common/Texts.h"
 
-#include <algorithm>
-#include <array>
-#include <string_view>
 #include <utility>
 
 namespace sonvale::ui {
 
 namespace keys = persistence::keys;
 
-namespace {
-
-using transcription::TranscriptionEnginePreference;
-
-struct OfferedEngine {
-    SettingsModel::Engine engine;
-    std::string_view storedName;
-};
-
-const std::array offeredEngines{
-    OfferedEngine{SettingsModel::Engine::Streaming, rawValue(TranscriptionEnginePreference::streaming)},
-    OfferedEngine{SettingsModel::Engine::Hybrid, rawValue(TranscriptionEnginePreference::hybrid)},
-    OfferedEngine{SettingsModel::Engine::Local, rawValue(TranscriptionEnginePreference::local)},
-};
-
-} // namespace
-
 SettingsModel::SettingsModel(Parts parts)
     : parts_(std::move(parts))
-    , permissions_(parts_.appState->permissionsManager) {
+    , permissions_(parts_.appState->permissionsManager)
+    , transcription_(parts_.settings, parts_.appState)
+    , updates_(parts_.main, parts_.updater, parts_.version) {
     takeOverLoginItem();
-}
-
-SettingsModel::~SettingsModel() {
-    updateTask_.cancel();
 }
 
 void SettingsModel::set(const persistence::SettingKey<bool>& key, bool isOn) {
@@ -53,6 +28,7 @@ void SettingsModel::takeOverLoginItem() {
 
 void SettingsModel::refresh() {
     takeOverLoginItem();
+    transcription_.refresh();
     Q_EMIT changed();
 }
 
@@ -135,81 +111,12 @@ void SettingsModel::setLocalOnlyMode(bool isOn) {
         return;
     parts_.settings.set(keys::localOnlyMode, isOn);
     parts_.appState->setLocalOnlyMode(isOn);
-    Q_EMIT changed();
-}
-
-SettingsModel::Engine SettingsModel::engine() const {
-    const auto stored = parts_.settings.bound(keys::transcriptionEngine);
-    const auto* const found = std::ranges::find(offeredEngines, stored, &OfferedEngine::storedName);
-    return found == offeredEngines.end() ? Engine::Other : found->engine;
-}
-
-void SettingsModel::selectEngine(Engine engine) {
-    const auto* const found = std::ranges::find(offeredEngines, engine, &OfferedEngine::engine);
-    if (found == offeredEngines.end())
-        return;
-    const std::string value(found->storedName);
-    parts_.settings.set(keys::transcriptionEngine, value);
-    parts_.appState->transcriptionManager->preferredEngine = transcription::preferenceAtStart(value);
-    Q_EMIT changed();
-}
-
-QStringList SettingsModel::languages() {
-    QStringList labels;
-    for (const auto& each : ui::languages())
-        labels.append(translated(each.label));
-    return labels;
-}
-
-int SettingsModel::languageIndex() const {
-    const auto all = ui::languages();
-    const auto found = std::ranges::find(all, parts_.settings.bound(keys::language), &Language::code);
-    return found == all.end() ? -1 : static_cast<int>(found - all.begin());
-}
-
-void SettingsModel::selectLanguage(int index) {
-    const auto all = ui::languages();
-    if (index < 0 || index >= std::ssize(all))
-        return;
-    parts_.settings.set(keys::language, all[static_cast<std::size_t>(index)].code);
+    transcription_.refresh();
     Q_EMIT changed();
 }
 
 void SettingsModel::recheckPermissions() {
     parts_.appState->startHotkeysIfReady();
-}
-
-QString SettingsModel::version() const {
-    return toQString(parts_.version);
-}
-
-void SettingsModel::checkForUpdates() {
-    if (updateState_ == UpdateState::Checking)
-        return;
-    setUpdate(UpdateState::Checking);
-    updateTask_ = runtime::spawn(parts_.main, check(self_, &parts_.updater));
-}
-
-runtime::Task<> SettingsModel::check(std::weak_ptr<SettingsModel*> weakSelf, platform::Updater* updater) {
-    const auto outcome = co_await updater->checkForUpdates();
-    if (const auto self = weakSelf.lock())
-        (*self)->take(outcome);
-}
-
-void SettingsModel::take(const platform::UpdateOutcome& outcome) {
-    if (const auto* newer = std::get_if<platform::NewerVersion>(&outcome))
-        newer->isPageOpened ? setUpdate(UpdateState::Newer, toQString(newer->version))
-                            : setUpdate(UpdateState::NewerAt, toQString(newer->page));
-    else if (const auto* failed = std::get_if<platform::UpdateCheckFailed>(&outcome))
-        setUpdate(UpdateState::Failed, translated(failed->description));
-    else
-        setUpdate(UpdateState::UpToDate);
-}
-
-void SettingsModel::setUpdate(UpdateState state, const QString& detail) {
-    updateState_ = state;
-    updateDetail_ = detail;
-    Q_EMIT updateChanged();
 }
 
 } // namespace sonvale::ui

@@ -13,17 +13,17 @@ FocusScope {
     readonly property bool isWindowActive: Window.active
 
     function updateText() {
-        switch (model.updateState) {
-        case SettingsModel.Checking:
+        switch (model.updates.state) {
+        case UpdateModel.Checking:
             return Texts.checkingForUpdates;
-        case SettingsModel.UpToDate:
+        case UpdateModel.UpToDate:
             return Texts.upToDate;
-        case SettingsModel.Newer:
-            return Texts.newerVersion.replace("%1", model.updateDetail);
-        case SettingsModel.NewerAt:
-            return Texts.newerVersionAt.replace("%1", model.updateDetail);
-        case SettingsModel.Failed:
-            return model.updateDetail;
+        case UpdateModel.Newer:
+            return Texts.newerVersion.replace("%1", model.updates.detail);
+        case UpdateModel.NewerAt:
+            return Texts.newerVersionAt.replace("%1", model.updates.detail);
+        case UpdateModel.Failed:
+            return model.updates.detail;
         default:
             return "";
         }
@@ -134,10 +134,10 @@ FocusScope {
                     icon_: "waveform.circle.fill"
                     title: Texts.streaming
                     description: Texts.streamingExplanation
-                    isSelected: view.model.engine === SettingsModel.Streaming
+                    isSelected: view.model.transcription.engine === TranscriptionSettingsModel.Streaming
                     // In local-only mode no data may leave the machine.
                     enabled: !view.model.localOnlyMode
-                    onClicked: view.model.selectEngine(SettingsModel.Streaming)
+                    onClicked: view.model.transcription.selectEngine(TranscriptionSettingsModel.Streaming)
                 }
                 EngineOptionCard {
                     objectName: "engine.hybrid"
@@ -146,9 +146,9 @@ FocusScope {
                     title: Texts.hybrid
                     badge: Texts.hybridBadge
                     description: Texts.hybridExplanation
-                    isSelected: view.model.engine === SettingsModel.Hybrid
+                    isSelected: view.model.transcription.engine === TranscriptionSettingsModel.Hybrid
                     enabled: !view.model.localOnlyMode
-                    onClicked: view.model.selectEngine(SettingsModel.Hybrid)
+                    onClicked: view.model.transcription.selectEngine(TranscriptionSettingsModel.Hybrid)
                 }
                 EngineOptionCard {
                     objectName: "engine.local"
@@ -157,8 +157,8 @@ FocusScope {
                     title: Texts.local
                     badge: Texts.localBadge
                     description: Texts.localExplanation
-                    isSelected: view.model.engine === SettingsModel.Local
-                    onClicked: view.model.selectEngine(SettingsModel.Local)
+                    isSelected: view.model.transcription.engine === TranscriptionSettingsModel.Local
+                    onClicked: view.model.transcription.selectEngine(TranscriptionSettingsModel.Local)
                 }
             }
             SettingRow {
@@ -169,9 +169,9 @@ FocusScope {
                 SVPicker {
                     objectName: "languagePicker"
                     label: Texts.language
-                    model: view.model.languages
-                    currentIndex: view.model.languageIndex
-                    onActivated: index => view.model.selectLanguage(index)
+                    model: view.model.transcription.languages
+                    currentIndex: view.model.transcription.languageIndex
+                    onActivated: index => view.model.transcription.selectLanguage(index)
                 }
             }
         }
@@ -271,7 +271,7 @@ FocusScope {
                     SVText {
                         objectName: "version"
                         width: parent.width
-                        text: view.model.version
+                        text: view.model.updates.version
                         font: Theme.caption
                         color: Theme.secondaryText
                     }
@@ -286,8 +286,8 @@ FocusScope {
 
                     objectName: "checkForUpdates"
                     text: Texts.checkForUpdates
-                    enabled: view.model.updateState !== SettingsModel.Checking
-                    onClicked: view.model.checkForUpdates()
+                    enabled: view.model.updates.state !== UpdateModel.Checking
+                    onClicked: view.model.updates.check()
                 }
                 SVText {
                     objectName: "updateState"
@@ -295,7 +295,7 @@ FocusScope {
                     height: checking.height
                     verticalAlignment: Text.AlignVCenter
                     text: view.updateText()
-                    color: view.model.updateState === SettingsModel.Failed ? Theme.danger : Theme.secondaryText
+                    color: view.model.updates.state === UpdateModel.Failed ? Theme.danger : Theme.secondaryText
                     font: Theme.caption
                     Accessible.role: Accessible.StatusBar
                     Accessible.name: text

@@ -5,12 +5,12 @@ import SonVale
 SVSheet {
     id: sheet
 
-    required property SnippetsModel model
+    required property SnippetEditModel model
 
     title: Texts.editSnippet
     onOpened: trigger.focusField()
     // Closing the sheet in any way except by Done cancels the edit.
-    onClosed: model.cancelEditing()
+    onClosed: model.cancel()
 
     LabeledField {
         id: trigger
@@ -54,7 +54,7 @@ SVSheet {
                 objectName: "done"
                 text: Texts.done
                 onClicked: {
-                    sheet.model.finishEditing();
+                    sheet.model.finish();
                     sheet.close();
                 }
             }

@@ -25,7 +25,7 @@ bool SnippetsModel::Entry::matches(const SearchedText::Query& query) const {
 SnippetsModel::SnippetsModel(runtime::Actor main, runtime::Clock& clock, RecordStore records)
     : records_(std::move(records))
     , clock_(clock)
-    , saving_(std::move(main), clock, [this] { records_.commit(); }) {
+    , editor_(std::move(main), clock, records_, [this](const Snippet& changed) { update(changed); }) {
     load();
     filter();
     // A dictation counts the use of a snippet, and saves it before the next turn.
@@ -91,60 +91,7 @@ void SnippetsModel::edit(int row) {
     const auto* entry = shownAt(row);
     if (!entry)
         return;
-    edited_ = entry->record;
-    beforeEditing_ = entry->record;
-    Q_EMIT editedChanged();
-    Q_EMIT editingChanged();
-}
-
-QString SnippetsModel::trigger() const {
-    return edited_ ? toQString(edited_->trigger) : QString();
-}
-
-void SnippetsModel::setTrigger(const QString& text) {
-    changeEdited(&Snippet::trigger, text);
-}
-
-QString SnippetsModel::content() const {
-    return edited_ ? toQString(edited_->content) : QString();
-}
-
-void SnippetsModel::setContent(const QString& text) {
-    changeEdited(&Snippet::content, text);
-}
-
-QString SnippetsModel::category() const {
-    return edited_ ? toQString(edited_->category) : QString();
-}
-
-void SnippetsModel::setCategory(const QString& text) {
-    changeEdited(&Snippet::category, text);
-}
-
-void SnippetsModel::changeEdited(std::string Snippet::* field, const QString& text) {
-    auto value = text.toStdString();
-    if (!edited_ || *edited_.*field == value)
-        return;
-    *edited_.*field = std::move(value);
-    update(*edited_);
-    saving_.request();
-    Q_EMIT editedChanged();
-}
-
-void SnippetsModel::finishEditing() {
-    saving_.flush();
-    edited_.reset();
-    Q_EMIT editingChanged();
-}
-
-void SnippetsModel::cancelEditing() {
-    if (edited_ && *edited_ != beforeEditing_) {
-        // Uses that were counted meanwhile stay counted.
-        beforeEditing_.usageCount = edited_->usageCount;
-        update(beforeEditing_);
-        saving_.request();
-    }
-    finishEditing();
+    editor_.begin(entry->record);
 }
 
 const SnippetsModel::Entry* SnippetsModel::shownAt(int row) const {
@@ -196,11 +143,11 @@ void SnippetsModel::follow() {
     isFollowing_ = false;
     load();
     filter();
-    if (edited_) {
+    if (const auto& edited = editor_.edited()) {
         const auto found =
-            std::ranges::find(all_, edited_->id, [](const Entry& one) { return one.record.id; });
+            std::ranges::find(all_, edited->id, [](const Entry& one) { return one.record.id; });
         if (found != all_.end())
-            edited_->usageCount = found->record.usageCount;
+            editor_.setUsageCount(found->record.usageCount);
     }
     Q_EMIT snippetsChanged();
 }

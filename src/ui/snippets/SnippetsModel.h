@@ -4,29 +4,25 @@
 #include "persistence/Records.h"
 #include "runtime/Clock.h"
 #include "ui/common/RecordStore.h"
-#include "ui/common/SaveSoon.h"
+#include "ui/snippets/SnippetEditModel.h"
 #include "ui/snippets/SnippetSearch.h"
 
 #include <QtQmlIntegration/qqmlintegration.h>
 
 #include <QAbstractListModel>
 #include <memory>
-#include <optional>
 #include <vector>
 
 namespace sonvale::ui {
 
-/// The snippets that match the search, newest first, and the edited snippet. Main actor.
+/// The snippets that match the search, newest first. Main actor.
 class SnippetsModel final : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("The window makes it.")
     Q_PROPERTY(bool isEmpty READ isEmpty NOTIFY snippetsChanged)
     Q_PROPERTY(QString searchText READ searchText WRITE setSearchText NOTIFY searchTextChanged)
-    Q_PROPERTY(bool isEditing READ isEditing NOTIFY editingChanged)
-    Q_PROPERTY(QString trigger READ trigger WRITE setTrigger NOTIFY editedChanged)
-    Q_PROPERTY(QString content READ content WRITE setContent NOTIFY editedChanged)
-    Q_PROPERTY(QString category READ category WRITE setCategory NOTIFY editedChanged)
+    Q_PROPERTY(sonvale::ui::SnippetEditModel* editor READ editor CONSTANT)
 
 public:
     enum Role { triggerRole = Qt::UserRole, contentRole, categoryRole, usageCountRole };
@@ -47,23 +43,12 @@ public:
     /// Removes the snippet of a row.
     Q_INVOKABLE void remove(int row);
 
-    /// Starts to edit the snippet of a row. Changes are stored while the user types.
+    /// Starts to edit the snippet of a row in the `editor()`.
     Q_INVOKABLE void edit(int row);
-    bool isEditing() const { return edited_.has_value(); }
-    QString trigger() const;
-    void setTrigger(const QString& text);
-    QString content() const;
-    void setContent(const QString& text);
-    QString category() const;
-    void setCategory(const QString& text);
-    Q_INVOKABLE void finishEditing();
-    /// Restores the snippet as it was before editing.
-    Q_INVOKABLE void cancelEditing();
+    SnippetEditModel* editor() { return &editor_; }
 
     Q_SIGNAL void snippetsChanged();
     Q_SIGNAL void searchTextChanged();
-    Q_SIGNAL void editingChanged();
-    Q_SIGNAL void editedChanged();
 
 private:
     struct Entry {
@@ -81,19 +66,16 @@ private:
     void show(std::vector<std::size_t> places);
     void follow();
     void update(const persistence::Snippet& record);
-    void changeEdited(std::string persistence::Snippet::* field, const QString& text);
 
     RecordStore records_;
     runtime::Clock& clock_;
     std::vector<Entry> all_;
     std::vector<std::size_t> shown_; ///< indices into `all_`
     QString searchText_;
-    std::optional<persistence::Snippet> edited_;
-    persistence::Snippet beforeEditing_;
     base::Subscription changes_;
     bool isFollowing_ = false; ///< a change will be read in the next turn
     bool isOwnChange_ = false;
-    SaveSoon saving_;
+    SnippetEditModel editor_;
 };
 
 } // namespace sonvale::ui

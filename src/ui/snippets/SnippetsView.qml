@@ -151,6 +151,6 @@ FocusScope {
     EditSnippetSheet {
         id: editSheet
 
-        model: view.model
+        model: view.model.editor
     }
 }

@@ -256,9 +256,9 @@ TEST_F(SnippetsView, FollowsTheRulesOfItemModels) {
     settleViews();
     EXPECT_EQ(model.rowCount(), 12);
     model.edit(99);
-    EXPECT_FALSE(model.isEditing());
+    EXPECT_FALSE(model.editor()->isEditing());
     model.remove(-1);
-    model.setTrigger(QStringLiteral("nothing is edited"));
+    model.editor()->setTrigger(QStringLiteral("nothing is edited"));
     EXPECT_EQ(stored().size(), 30U);
 }
 
