@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/Appearance.h"
-#include "ui/common/StateColors.h"
+#include "ui/common/Palette.h"
 
 #include <QtQmlIntegration/qqmlintegration.h>
 
@@ -21,9 +21,7 @@ class Appearance final : public QObject {
     QML_SINGLETON
     Q_PROPERTY(bool isDark READ isDark NOTIFY changed)
     Q_PROPERTY(bool isMotionReduced READ isMotionReduced NOTIFY changed)
-    Q_PROPERTY(QColor restingColor READ resting CONSTANT)
-    Q_PROPERTY(QColor listeningColor READ listening CONSTANT)
-    Q_PROPERTY(QColor workingColor READ working CONSTANT)
+    Q_PROPERTY(sonvale::ui::Palette palette READ palette NOTIFY changed)
 
 public:
     /// `desktop` must outlive the object, which becomes its observer.
@@ -37,11 +35,8 @@ public:
 
     bool isDark() const;
     bool isMotionReduced() const;
-
-    // For the light theme, which shares them with the tray icon.
-    static QColor resting() { return ui::restingColor; }
-    static QColor listening() { return ui::listeningColor; }
-    static QColor working() { return ui::workingColor; }
+    /// Returns the colors of the current theme.
+    const Palette& palette() const { return isDark() ? palette::dark : palette::light; }
 
     /// Overrides the desktop's preference; for pictures and tests.
     void overrideDark(std::optional<bool> isDark);

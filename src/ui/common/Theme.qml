@@ -2,29 +2,29 @@ pragma Singleton
 import QtQuick
 import SonVale
 
-/// The colors, fonts, spaces and durations of all views.
+/// The colors (from `Palette.h`), fonts, spaces and durations of all views.
 QtObject {
     readonly property bool isDark: Appearance.isDark
 
-    readonly property color window: isDark ? "#111318" : "#F6F7F9"
-    readonly property color surface: isDark ? "#1A1D24" : "#FFFFFF"
-    readonly property color raised: isDark ? "#222630" : "#F0F2F5"
-    readonly property color hairline: isDark ? "#2D323D" : "#E3E6EB"
-    readonly property color fieldLine: isDark ? "#6B7484" : "#828B9A"
-    readonly property color text: isDark ? "#F2F4F8" : "#14171C"
-    readonly property color secondaryText: isDark ? "#A3ACBA" : Appearance.restingColor
-    readonly property color accent: isDark ? "#6E9BFF" : Appearance.listeningColor
-    readonly property color textOnAccent: isDark ? "#0B1220" : "#FFFFFF"
-    readonly property color good: isDark ? "#59D08E" : Appearance.workingColor
-    readonly property color caution: isDark ? "#F0B35A" : "#9A5B00"
+    readonly property color window: Appearance.palette.window
+    readonly property color surface: Appearance.palette.surface
+    readonly property color raised: Appearance.palette.raised
+    readonly property color hairline: Appearance.palette.hairline
+    readonly property color fieldLine: Appearance.palette.fieldLine
+    readonly property color text: Appearance.palette.text
+    readonly property color secondaryText: Appearance.palette.secondaryText
+    readonly property color accent: Appearance.palette.accent
+    readonly property color textOnAccent: Appearance.palette.textOnAccent
+    readonly property color good: Appearance.palette.good
+    readonly property color caution: Appearance.palette.caution
     /// For a symbol next to its words; too light for text.
-    readonly property color yellow: isDark ? "#FACC15" : "#EAB308"
-    readonly property color danger: isDark ? "#FF7B72" : "#C0352B"
+    readonly property color yellow: Appearance.palette.yellow
+    readonly property color danger: Appearance.palette.danger
     /// Covers the page under a sheet.
-    readonly property color veil: isDark ? "#99000000" : "#5914171C"
+    readonly property color veil: Appearance.palette.veil
     /// The ring has a dark ground of its own in both themes.
-    readonly property color ringGround: "#111318"
-    readonly property color ringRest: "#A3ACBA"
+    readonly property color ringGround: Appearance.palette.ringGround
+    readonly property color ringRest: Appearance.palette.ringRest
 
     readonly property string family: "Inter"
     readonly property font pageTitle: Qt.font({

@@ -1,5 +1,7 @@
 #include "ui/indicator/GlowingRingView.h"
 
+#include "ui/common/Palette.h"
+
 #include <QPainter>
 #include <QTimerEvent>
 #include <algorithm>
@@ -10,7 +12,6 @@ namespace sonvale::ui {
 namespace {
 
 constexpr int millisecondsPerFrame = 20;
-constexpr QColor discColor(0x11, 0x13, 0x18);
 
 } // namespace
 
@@ -40,7 +41,7 @@ void GlowingRingView::paintEvent(QPaintEvent*) {
 
     QPainter painter(this);
     painter.setCompositionMode(QPainter::CompositionMode_Source);
-    painter.fillRect(rect(), ground_ == Ground::disc ? discColor : QColor(Qt::transparent));
+    painter.fillRect(rect(), ground_ == Ground::disc ? palette::night : QColor(Qt::transparent));
     painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     painter.drawImage(QRect(0, 0, points, points), painter_->paint(state_, level_, clock_.now()));
 }

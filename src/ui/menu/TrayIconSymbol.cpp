@@ -1,6 +1,6 @@
 #include "ui/menu/TrayIconSymbol.h"
 
-#include "ui/common/StateColors.h"
+#include "ui/common/Palette.h"
 
 #include <QPainter>
 #include <algorithm>
@@ -13,19 +13,17 @@ namespace {
 
 using platform::RecordingState;
 
-constexpr QColor mark(0xFF, 0xFF, 0xFF);
-
 QColor groundOf(RecordingState state) {
     switch (state) {
     case RecordingState::recording:
-        return listeningColor;
+        return palette::light.accent;
     case RecordingState::processing:
     case RecordingState::processingHandsFree:
-        return workingColor;
+        return palette::light.good;
     case RecordingState::idle:
         break;
     }
-    return restingColor;
+    return palette::light.secondaryText;
 }
 
 /// Draws a voice as upright bars, on whole pixels so that they are sharp at a size of 16.
@@ -62,7 +60,7 @@ QImage trayIconImage(RecordingState state, int size) {
     const double edge = size < 24 ? 0.25 : size / 32.0;
     painter.drawEllipse(QRectF(edge, edge, size - 2 * edge, size - 2 * edge));
 
-    painter.setBrush(mark);
+    painter.setBrush(palette::light.textOnAccent);
     if (state == RecordingState::recording)
         drawBars(painter, size, {0.38, 0.66, 0.38});
     else if (state == RecordingState::idle)
