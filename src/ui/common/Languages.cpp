@@ -1,5 +1,6 @@
 #include "ui/common/Languages.h"
 
+#include <QtGlobal>
 #include <algorithm>
 #include <array>
 
@@ -8,16 +9,16 @@ namespace sonvale::ui {
 namespace {
 
 constexpr std::array<Language, 10> offered{{
-    {"en", "English"},
-    {"es", "Spanish"},
-    {"fr", "French"},
-    {"de", "German"},
-    {"it", "Italian"},
-    {"pt", "Portuguese"},
-    {"ja", "Japanese"},
-    {"zh", "Chinese"},
-    {"ko", "Korean"},
-    {"auto", "Auto-detect"},
+    {"en", QT_TRANSLATE_NOOP("Texts", "English")},
+    {"es", QT_TRANSLATE_NOOP("Texts", "Spanish")},
+    {"fr", QT_TRANSLATE_NOOP("Texts", "French")},
+    {"de", QT_TRANSLATE_NOOP("Texts", "German")},
+    {"it", QT_TRANSLATE_NOOP("Texts", "Italian")},
+    {"pt", QT_TRANSLATE_NOOP("Texts", "Portuguese")},
+    {"ja", QT_TRANSLATE_NOOP("Texts", "Japanese")},
+    {"zh", QT_TRANSLATE_NOOP("Texts", "Chinese")},
+    {"ko", QT_TRANSLATE_NOOP("Texts", "Korean")},
+    {"auto", QT_TRANSLATE_NOOP("Texts", "Auto-detect")},
 }};
 
 } // namespace

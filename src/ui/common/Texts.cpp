@@ -11,34 +11,9 @@ namespace {
 /// The context of Texts.qml, so that one translation file holds both.
 constexpr const char* context = "Texts";
 
-/// The words of the lower layers, listed again for the tools that collect translatable words.
+/// The words and patterns of the lower layers, which cannot mark them. This layer marks its words where
+/// they are used.
 constexpr std::array translatable{
-    // the state
-    QT_TRANSLATE_NOOP("Texts", "Ready"),
-    QT_TRANSLATE_NOOP("Texts", "Listening..."),
-    QT_TRANSLATE_NOOP("Texts", "Processing..."),
-    QT_TRANSLATE_NOOP("Texts", "Cleaning up..."),
-    // the tray
-    QT_TRANSLATE_NOOP("Texts", "Hold ⌥D to start dictating"),
-    QT_TRANSLATE_NOOP("Texts", "Dashboard"),
-    QT_TRANSLATE_NOOP("Texts", "Copy Last Transcript"),
-    QT_TRANSLATE_NOOP("Texts", "Shortcuts"),
-    QT_TRANSLATE_NOOP("Texts", "Language"),
-    QT_TRANSLATE_NOOP("Texts", "Quit Son Vale"),
-    // languages
-    QT_TRANSLATE_NOOP("Texts", "English"),
-    QT_TRANSLATE_NOOP("Texts", "Spanish"),
-    QT_TRANSLATE_NOOP("Texts", "French"),
-    QT_TRANSLATE_NOOP("Texts", "German"),
-    QT_TRANSLATE_NOOP("Texts", "Italian"),
-    QT_TRANSLATE_NOOP("Texts", "Portuguese"),
-    QT_TRANSLATE_NOOP("Texts", "Japanese"),
-    QT_TRANSLATE_NOOP("Texts", "Chinese"),
-    QT_TRANSLATE_NOOP("Texts", "Korean"),
-    QT_TRANSLATE_NOOP("Texts", "Auto-detect"),
-    // days
-    QT_TRANSLATE_NOOP("Texts", "Today"),
-    QT_TRANSLATE_NOOP("Texts", "Yesterday"),
     // what the shortcuts do
     QT_TRANSLATE_NOOP("Texts", "Push to Talk"),
     QT_TRANSLATE_NOOP("Texts", "Hold to say something short"),
@@ -50,19 +25,7 @@ constexpr std::array translatable{
     QT_TRANSLATE_NOOP("Texts", "Re-paste the last thing you dictated"),
     QT_TRANSLATE_NOOP("Texts", "Cancel"),
     QT_TRANSLATE_NOOP("Texts", "Dismiss dictation and notifications"),
-    QT_TRANSLATE_NOOP("Texts", "Already used by "),
-    // formality
-    QT_TRANSLATE_NOOP("Texts", "Very casual — contractions, slang, emoji-friendly"),
-    QT_TRANSLATE_NOOP("Texts", "Casual — relaxed but clear"),
-    QT_TRANSLATE_NOOP("Texts", "Neutral — balanced tone, appropriate for most situations"),
-    QT_TRANSLATE_NOOP("Texts", "Professional — polished and clear"),
-    QT_TRANSLATE_NOOP("Texts", "Formal — no contractions, precise and structured"),
-    QT_TRANSLATE_NOOP("Texts", "Neutral"),
-    // sign-in
-    QT_TRANSLATE_NOOP("Texts", "Please enter your email address."),
-    QT_TRANSLATE_NOOP("Texts", "Please enter a valid email address."),
-    QT_TRANSLATE_NOOP("Texts", "Password must be at least 8 characters."),
-    QT_TRANSLATE_NOOP("Texts", "Passwords do not match."),
+    // the account
     QT_TRANSLATE_NOOP("Texts", "Unexpected response from the server. Please try again."),
     QT_TRANSLATE_NOOP("Texts", "Your session has expired. Please sign in again."),
     QT_TRANSLATE_NOOP("Texts", "Please confirm your account using the link sent to your email."),
@@ -126,7 +89,7 @@ QString translated(std::string_view words) {
     return QCoreApplication::translate(context, std::string(words).c_str());
 }
 
-std::span<const char* const> translatableWords() {
+std::span<const char* const> wordsOfLowerLayers() {
     return translatable;
 }
 

@@ -16,8 +16,8 @@ inline QString toQString(std::string_view text) {
 /// thread.
 QString translated(std::string_view words);
 
-/// Returns all the words and patterns that `translated` knows, for translators. The views' own are in
-/// Texts.qml.
-std::span<const char* const> translatableWords();
+/// Returns the words and patterns of the lower layers for the tools that collect translatable words. This
+/// layer marks its words by QT_TRANSLATE_NOOP where they are used, and the views' words are in Texts.qml.
+std::span<const char* const> wordsOfLowerLayers();
 
 } // namespace sonvale::ui

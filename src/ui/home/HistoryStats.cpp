@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <QtGlobal>
 #include <cmath>
 
 namespace sonvale::ui {
@@ -44,9 +45,9 @@ std::string HistoryStats::wordsPerMinute() const {
 
 std::optional<std::string> daySection(const base::CalendarDay& day, const base::CalendarDay& today) {
     if (day.number == today.number)
-        return "Today";
+        return QT_TRANSLATE_NOOP("Texts", "Today");
     if (day.number == today.number - 1)
-        return "Yesterday";
+        return QT_TRANSLATE_NOOP("Texts", "Yesterday");
     return std::nullopt;
 }
 

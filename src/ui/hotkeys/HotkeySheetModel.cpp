@@ -6,6 +6,7 @@
 
 #include <QStringList>
 #include <QVariantMap>
+#include <QtGlobal>
 #include <cstddef>
 #include <utility>
 
@@ -91,7 +92,8 @@ void HotkeySheetModel::capture(qlonglong keyCode, qulonglong modifiers, const QS
     const auto action = *recordingAction_;
     if (const auto other = HotkeyBindingStore::conflictingAction(keyCode, modifiers, action, store_)) {
         conflictWarning_ =
-            (translated("Already used by ") + translated(hotkeys::label(*other))).toStdString();
+            (translated(QT_TRANSLATE_NOOP("Texts", "Already used by ")) + translated(hotkeys::label(*other)))
+                .toStdString();
         Q_EMIT recordingChanged();
         return;
     }

@@ -2,11 +2,13 @@
 
 #include "base/Text.h"
 
+#include <QtGlobal>
+
 namespace sonvale::ui {
 
 namespace {
 
-constexpr std::size_t shortestPassword = 8;
+constexpr std::size_t minPasswordLength = 8;
 
 } // namespace
 
@@ -17,13 +19,13 @@ std::string sentEmail(std::string_view email) {
 std::optional<std::string> loginCheck(const SignInInput& input) {
     const auto email = sentEmail(input.email);
     if (email.empty())
-        return "Please enter your email address.";
+        return QT_TRANSLATE_NOOP("Texts", "Please enter your email address.");
     if (!base::contains(email, "@"))
-        return "Please enter a valid email address.";
-    if (base::characterCount(input.password) < shortestPassword)
-        return "Password must be at least 8 characters.";
+        return QT_TRANSLATE_NOOP("Texts", "Please enter a valid email address.");
+    if (base::characterCount(input.password) < minPasswordLength)
+        return QT_TRANSLATE_NOOP("Texts", "Password must be at least 8 characters.");
     if (input.isSignUp && !base::isEqual(input.password, input.confirmPassword))
-        return "Passwords do not match.";
+        return QT_TRANSLATE_NOOP("Texts", "Passwords do not match.");
     return std::nullopt;
 }
 

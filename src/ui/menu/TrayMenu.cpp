@@ -4,6 +4,7 @@
 
 #include <QAction>
 #include <QFontMetrics>
+#include <QtGlobal>
 
 namespace sonvale::ui {
 
@@ -31,16 +32,17 @@ TrayMenu::TrayMenu(MenuModel& model)
     menu_.addSeparator();
     transcription_ = addLine();
     menu_.addSeparator();
-    menu_.addAction(translated("Dashboard"), &model, &MenuModel::openDashboard);
+    menu_.addAction(translated(QT_TRANSLATE_NOOP("Texts", "Dashboard")), &model, &MenuModel::openDashboard);
     menu_.addSeparator();
-    copyLast_ = menu_.addAction(translated("Copy Last Transcript"), &model, &MenuModel::copyLastTranscript);
-    pasteLast_ =
-        menu_.addAction(translated("Paste Last Transcript"), &model, &MenuModel::pasteLastTranscript);
+    copyLast_ = menu_.addAction(translated(QT_TRANSLATE_NOOP("Texts", "Copy Last Transcript")), &model,
+                                &MenuModel::copyLastTranscript);
+    pasteLast_ = menu_.addAction(translated(QT_TRANSLATE_NOOP("Texts", "Paste Last Transcript")), &model,
+                                 &MenuModel::pasteLastTranscript);
     menu_.addSeparator();
-    menu_.addAction(translated("Shortcuts"), &model, &MenuModel::openDashboard);
+    menu_.addAction(translated(QT_TRANSLATE_NOOP("Texts", "Shortcuts")), &model, &MenuModel::openDashboard);
     addLanguages();
     menu_.addSeparator();
-    menu_.addAction(translated("Quit Son Vale"), &model, &MenuModel::quit);
+    menu_.addAction(translated(QT_TRANSLATE_NOOP("Texts", "Quit Son Vale")), &model, &MenuModel::quit);
 
     QObject::connect(&model, &MenuModel::stateChanged, &menu_, [this] { showState(); });
     QObject::connect(&model, &MenuModel::errorChanged, &menu_, [this] { showError(); });
@@ -62,7 +64,7 @@ QAction* TrayMenu::addLine() {
 }
 
 void TrayMenu::addLanguages() {
-    auto* choices = menu_.addMenu(translated("Language"));
+    auto* choices = menu_.addMenu(translated(QT_TRANSLATE_NOOP("Texts", "Language")));
     for (const auto& each : MenuModel::languages()) {
         const auto language = each.value<LanguageChoice>();
         auto* choice = choices->addAction(language.label);
@@ -89,7 +91,8 @@ void TrayMenu::showError() {
 void TrayMenu::showTranscription() {
     const auto text = model_.lastTranscription();
     transcription_->setText(
-        lineFor(text.isEmpty() ? translated("Hold ⌥D to start dictating") : text, menu_.font()));
+        lineFor(text.isEmpty() ? translated(QT_TRANSLATE_NOOP("Texts", "Hold ⌥D to start dictating")) : text,
+                menu_.font()));
     copyLast_->setEnabled(!text.isEmpty());
     pasteLast_->setEnabled(!text.isEmpty());
 }

@@ -1,21 +1,23 @@
 #include "ui/style/FormalityText.h"
 
+#include <QtGlobal>
+
 namespace sonvale::ui {
 
 std::string_view formalityText(std::int64_t formality) {
     switch (formality) {
     case 1:
-        return "Very casual — contractions, slang, emoji-friendly";
+        return QT_TRANSLATE_NOOP("Texts", "Very casual — contractions, slang, emoji-friendly");
     case 2:
-        return "Casual — relaxed but clear";
+        return QT_TRANSLATE_NOOP("Texts", "Casual — relaxed but clear");
     case 3:
-        return "Neutral — balanced tone, appropriate for most situations";
+        return QT_TRANSLATE_NOOP("Texts", "Neutral — balanced tone, appropriate for most situations");
     case 4:
-        return "Professional — polished and clear";
+        return QT_TRANSLATE_NOOP("Texts", "Professional — polished and clear");
     case 5:
-        return "Formal — no contractions, precise and structured";
+        return QT_TRANSLATE_NOOP("Texts", "Formal — no contractions, precise and structured");
     default:
-        return "Neutral";
+        return QT_TRANSLATE_NOOP("Texts", "Neutral");
     }
 }
 
