@@ -26,6 +26,7 @@
 
 #include "app/FreedMemory.h"
 #include "base/Locale.h"
+#include "base/Log.h"
 #include "core/AppDelegate.h"
 #include "persistence/AuditLogger.h"
 #include "persistence/Settings.h"
@@ -33,7 +34,7 @@
 #include "runtime/TaskPool.h"
 #include "services/FeedUpdater.h"
 #include "services/ServiceAddresses.h"
-#include "ui/common/Views.h"
+#include "ui/common/LoadedViews.h"
 #include "ui/dashboard/DashboardWindow.h"
 #include "ui/indicator/FloatingPanelController.h"
 #include "ui/menu/MenuPopover.h"
@@ -41,6 +42,7 @@
 #include "ui/menu/TrayMenu.h"
 
 #include <QCoreApplication>
+#include <QFile>
 #include <optional>
 
 namespace sonvale::app {
@@ -61,6 +63,17 @@ std::filesystem::path infoFile(const platform::Directories& directories) {
                : directories.executable.parent_path() / "share/sonvale/Info.json";
 }
 
+/// Returns the path of the module of the views: beside a program in its build folder, in the library folder
+/// of an installed one.
+QString viewsFile(const platform::Directories& directories) {
+    const auto beside = directories.executable / "sonvale-views.so";
+    std::error_code ignored; // a file that cannot be inspected counts as missing
+    const auto file = std::filesystem::exists(beside, ignored)
+                          ? beside
+                          : directories.executable.parent_path() / "lib/sonvale/sonvale-views.so";
+    return QFile::decodeName(file.c_str());
+}
+
 /// Returns an entry that is a text; empty for any other.
 std::string textEntry(const services::BundleInfo& bundle, std::string_view name) {
     const auto value = bundle.value(name);
@@ -74,6 +87,7 @@ struct CompositionRoot::Parts {
     explicit Parts(platform::Directories d)
         : directories(std::move(d)) {}
 
+    base::Logger logger{"CompositionRoot"};
     platform::Directories directories;
 
     runtime::SystemClock clock;
@@ -121,7 +135,7 @@ struct CompositionRoot::Parts {
     std::unique_ptr<core::AppDelegate> delegate;
 
     adapters::freedesktop::PortalAppearance appearance;
-    ui::Views views{appearance};
+    ui::LoadedViews views{viewsFile(directories), appearance};
     std::unique_ptr<ui::DashboardWindow> dashboard;
     std::unique_ptr<ui::MenuModel> menuModel;
     std::unique_ptr<ui::MenuPopover> menu;
@@ -181,6 +195,10 @@ void CompositionRoot::launch() {
     p.delegate->makeDashboardWindow = [&p] { p.dashboard->open(); };
     p.delegate->applicationDidFinishLaunching();
     const auto& appState = p.delegate->services()->appState();
+    p.views.onFailure = [&p](const std::string& reason) {
+        p.logger.error("The windows cannot be opened: {}", reason);
+        p.delegate->services()->appState()->surfaceError(ui::LoadedViews::unavailable);
+    };
     p.dashboard =
         std::make_unique<ui::DashboardWindow>(p.views, ui::DashboardParts::from(*p.environment, appState));
     makeMenu();

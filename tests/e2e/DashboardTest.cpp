@@ -1,5 +1,6 @@
 #include "persistence/ModelContainer.h"
 #include "tests/e2e/DashboardUser.h"
+#include "tests/support/Files.h"
 #include "tests/support/SelectionRequestor.h"
 #include "tests/support/XcbSession.h"
 
@@ -101,6 +102,35 @@ TEST(Dashboard, OpensWithALongHistoryAndShowsANewDictationFirst) {
     for (const auto key : {XK_Tab, XK_Up, XK_Up, XK_Return})
         user.session.keyboard.tap(key);
     EXPECT_TRUE(eventually(timeout, [&] { return clipboardOf(user.session) == "three fresh words"; }));
+}
+
+TEST(Dashboard, LoadsQtQuickWithTheFirstWindow) {
+    DashboardSession session;
+    const auto isMapped = [&](const char* library) {
+        const auto maps = contentOf(fmt::format("/proc/{}/maps", session.program.pid()));
+        return maps.find(library) != std::string::npos;
+    };
+    session.dictate(voices().front());
+    EXPECT_TRUE(isMapped("/libQt6Gui.so"));
+    EXPECT_FALSE(isMapped("/libQt6Qml.so"));
+    EXPECT_FALSE(isMapped("/libQt6Quick.so"));
+    EXPECT_FALSE(isMapped("/sonvale-views.so"));
+
+    session.program.reopen();
+    DashboardOnScreen(session.desktop).activate();
+    EXPECT_TRUE(isMapped("/libQt6Qml.so"));
+    EXPECT_TRUE(isMapped("/libQt6Quick.so"));
+    EXPECT_TRUE(isMapped("/sonvale-views.so"));
+}
+
+TEST(Dashboard, LeavesDictationWorkingIfItCannotBeLoaded) {
+    Session session({.prepare = [](PrivateDesktop& d) { RunningProgram::writeSettings(d, signedIn); },
+                     .program = {.info = {{"CFBundleShortVersionString", "1.0"}}, .isWithoutViews = true}});
+    session.program.reopen();
+    EXPECT_TRUE(session.program.waitForOutput("The windows cannot be opened: ", timeout))
+        << session.program.output();
+    session.dictate(voices().front());
+    EXPECT_EQ(session.program.history().size(), 1U);
 }
 
 TEST(SignIn, NamesItsFieldsForAScreenReader) {

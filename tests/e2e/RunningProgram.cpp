@@ -26,12 +26,14 @@ std::vector<std::string> linesOf(const std::string& text) {
 }
 
 /// Returns the path of a copy of the program in a new folder, with this information dictionary next to it.
-fs::path installWith(const PrivateDesktop& desktop, const std::map<std::string, std::string>& info) {
+fs::path install(const PrivateDesktop& desktop, const RunningProgram::Options& options) {
     const auto folder = desktop.folder() / "program";
     fs::create_directories(folder);
     const auto program = folder / fs::path(SONVALE_PROGRAM).filename();
     fs::copy_file(SONVALE_PROGRAM, program);
-    writeFile(folder / "Info.json", nlohmann::json(info).dump());
+    if (!options.isWithoutViews)
+        fs::create_symlink(SONVALE_VIEWS, folder / fs::path(SONVALE_VIEWS).filename());
+    writeFile(folder / "Info.json", nlohmann::json(options.info).dump());
     return program;
 }
 
@@ -43,7 +45,7 @@ RunningProgram::RunningProgram(PrivateDesktop& desktop, const Options& options)
     , log_(desktop.folder() / "sonvale.log") {
     if (!fs::exists(desktop.configuration() / "com.sonvale.app"))
         writeSettings(desktop, R"({"isOnboardingComplete": true})");
-    executable_ = options.info.empty() ? fs::path(SONVALE_PROGRAM) : installWith(desktop, options.info);
+    executable_ = options.info.empty() ? fs::path(SONVALE_PROGRAM) : install(desktop, options);
     launch();
 }
 

@@ -25,6 +25,8 @@ public:
     struct Options {
         /// Entries that replace the built ones in its information dictionary, such as addresses.
         std::map<std::string, std::string> info = {};
+        /// Whether the module of the windows is missing. Needs `info`, for which the program is copied.
+        bool isWithoutViews = false;
         std::map<std::string, std::string> environment = {}; ///< variables besides the desktop's
         /// A command that gets the program as its last argument and executes it.
         std::vector<std::string> launcher = {};

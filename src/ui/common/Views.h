@@ -1,44 +1,47 @@
 #pragma once
 
-#include "ui/common/Appearance.h"
-
-#include <QQuickView>
+#include <QString>
 #include <QVariantMap>
-#include <functional>
+#include <QWindow>
+#include <QtPlugin>
 #include <memory>
 
-class QQmlEngine;
+namespace sonvale::platform {
+class Appearance;
+}
 
 namespace sonvale::ui {
 
-/// Makes the windows whose content is QML. The engine is loaded with the first window. Main thread.
+/// A window whose content is QML.
+struct View {
+    std::unique_ptr<QWindow> window;
+    QObject* content = nullptr; ///< the root item, which the window owns; null if the file is broken
+};
+
+/// Makes the windows whose content is QML. Main thread.
 ///
 /// A view takes a `model`, which holds its logic and must outlive the window.
 class Views {
 public:
-    /// `appearance` must outlive the object.
-    explicit Views(platform::Appearance& appearance);
-    ~Views();
-    Views(const Views&) = delete;
-    Views& operator=(const Views&) = delete;
+    virtual ~Views() = default;
 
     /// Returns a window with the content of `file`.qml, not shown yet. The file is named from `src/ui`, such
-    /// as "menu/MenuBarView".
-    std::unique_ptr<QQuickView> make(const QString& file, const QVariantMap& properties);
+    /// as "menu/MenuBarView". Returns no window if Qt Quick is not available.
+    virtual View make(const QString& file, const QVariantMap& properties) = 0;
 
     /// Frees the memory that only closed windows used.
-    void trim();
+    virtual void trim() = 0;
+};
 
-    Appearance& appearance() { return *appearance_; }
+/// What the module of the views, a library that the program loads at run time, offers.
+class ViewsModule {
+public:
+    virtual ~ViewsModule() = default;
 
-    /// Called for every warning of a view. If it is empty, warnings go to Qt's log.
-    std::function<void(const QString& warning)> onWarning;
-
-private:
-    QQmlEngine& engine();
-
-    std::unique_ptr<Appearance> appearance_;
-    std::unique_ptr<QQmlEngine> engine_;
+    /// Returns new views. `appearance` must outlive them.
+    virtual std::unique_ptr<Views> makeViews(platform::Appearance& appearance) = 0;
 };
 
 } // namespace sonvale::ui
+
+Q_DECLARE_INTERFACE(sonvale::ui::ViewsModule, "com.sonvale.ViewsModule")

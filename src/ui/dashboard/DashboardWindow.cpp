@@ -27,8 +27,14 @@ DashboardWindow::~DashboardWindow() {
 void DashboardWindow::open() {
     if (!view_) {
         model_ = std::make_unique<DashboardModel>(parts_);
-        view_ = views_.make(QStringLiteral("dashboard/DashboardRoot"),
-                            {{QStringLiteral("model"), QVariant::fromValue<QObject*>(model_.get())}});
+        view_ = views_
+                    .make(QStringLiteral("dashboard/DashboardRoot"),
+                          {{QStringLiteral("model"), QVariant::fromValue<QObject*>(model_.get())}})
+                    .window;
+        if (!view_) {
+            model_.reset();
+            return;
+        }
         view_->setTitle(QString::fromLatin1(title));
         view_->setIcon(trayIconSymbol(platform::RecordingState::idle));
         view_->setMinimumSize(smallestSize);

@@ -19,11 +19,11 @@ public:
     DashboardWindow(Views& views, DashboardParts parts);
     ~DashboardWindow() override;
 
-    /// Opens the window, or brings the open window to the front.
+    /// Opens the window, or brings the open window to the front. Does nothing if the views are not available.
     void open();
 
     /// Returns the open window, or null if there is none.
-    QQuickView* view() const { return view_.get(); }
+    QWindow* view() const { return view_.get(); }
 
 protected:
     bool eventFilter(QObject* object, QEvent* event) override;
@@ -34,7 +34,7 @@ private:
     Views& views_;
     const DashboardParts parts_;
     std::unique_ptr<DashboardModel> model_;
-    std::unique_ptr<QQuickView> view_;
+    std::unique_ptr<QWindow> view_;
 };
 
 } // namespace sonvale::ui

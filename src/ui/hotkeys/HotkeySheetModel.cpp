@@ -136,6 +136,10 @@ void HotkeySheetModel::resetToDefault() {
     endRecording();
 }
 
+hotkeys::KeyCapture HotkeySheetModel::meaningOf(const platform::KeyEvent& event) {
+    return hotkeys::captureKey(event);
+}
+
 void HotkeySheetModel::save() {
     HotkeyBindingStore::save(settings_, store_);
     onSave_(store_);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hotkeys/HotkeyBinding.h"
+#include "hotkeys/KeyCapture.h"
 #include "persistence/Settings.h"
 #include "platform/NativeKeys.h"
 
@@ -86,6 +87,8 @@ public:
     /// Stores the recorded shortcut and ends the recording. If another action has the shortcut, sets a
     /// warning and goes on recording. Does nothing if nothing is recorded.
     Q_INVOKABLE void capture(qlonglong keyCode, qulonglong modifiers, const QString& displayName);
+    /// Returns what a key event means for a recording.
+    static hotkeys::KeyCapture meaningOf(const platform::KeyEvent& event);
     Q_INVOKABLE void cancelRecording();
     /// Removes a shortcut. Does nothing for the last shortcut of an action, and for an index without a
     /// shortcut.

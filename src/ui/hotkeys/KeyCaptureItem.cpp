@@ -1,6 +1,5 @@
 #include "ui/hotkeys/KeyCaptureItem.h"
 
-#include "hotkeys/KeyCapture.h"
 #include "ui/common/Texts.h"
 
 #include <QKeyEvent>
@@ -150,7 +149,7 @@ void KeyCaptureItem::report(QKeyEvent& event) {
     const auto key = translated(event);
     if (!key)
         return;
-    const auto captured = hotkeys::captureKey(*key);
+    const auto captured = HotkeySheetModel::meaningOf(*key);
     if (std::holds_alternative<hotkeys::CaptureCancelled>(captured))
         Q_EMIT cancel();
     else if (const auto* config = std::get_if<hotkeys::HotkeyConfiguration>(&captured))

@@ -3,7 +3,6 @@
 #include <QCursor>
 #include <QEvent>
 #include <QGuiApplication>
-#include <QQuickItem>
 #include <QScreen>
 #include <QTimerEvent>
 #include <algorithm>
@@ -27,7 +26,7 @@ MenuPopover::MenuPopover(Views& views, MenuModel& model)
 MenuPopover::~MenuPopover() = default;
 
 void MenuPopover::toggle(const QRect& icon) {
-    if (view_) {
+    if (view_.window) {
         close();
         return;
     }
@@ -35,36 +34,37 @@ void MenuPopover::toggle(const QRect& icon) {
     model_.refresh();
     view_ = views_.make(QStringLiteral("menu/MenuBarView"),
                         {{QStringLiteral("model"), QVariant::fromValue<QObject*>(&model_)}});
-    view_->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
-                    Qt::NoDropShadowWindowHint);
-    view_->setTitle(QStringLiteral("Son Vale"));
-    view_->installEventFilter(this);
-    if (auto* content = view_->rootObject()) {
-        connect(content, SIGNAL(closeRequested()), this, SLOT(closeLater()));
-        connect(content, &QQuickItem::implicitHeightChanged, this, &MenuPopover::place);
+    if (!view_.window)
+        return;
+    view_.window->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
+                           Qt::NoDropShadowWindowHint);
+    view_.window->setTitle(QStringLiteral("Son Vale"));
+    view_.window->installEventFilter(this);
+    if (view_.content) {
+        connect(view_.content, SIGNAL(closeRequested()), this, SLOT(closeLater()));
+        connect(view_.content, SIGNAL(implicitHeightChanged()), this, SLOT(place()));
     }
     place();
-    view_->show();
-    view_->raise();
-    view_->requestActivate();
+    view_.window->show();
+    view_.window->raise();
+    view_.window->requestActivate();
 }
 
 void MenuPopover::place() {
-    const auto* content = view_ ? view_->rootObject() : nullptr;
-    if (!content)
+    if (!view_.content)
         return;
     const auto* screen = QGuiApplication::screenAt(icon_.center());
     if (!screen)
         screen = QGuiApplication::primaryScreen();
-    QSize size(width, static_cast<int>(std::ceil(content->implicitHeight())));
+    QSize size(width, static_cast<int>(std::ceil(view_.content->property("implicitHeight").toReal())));
     if (!screen) {
-        view_->setGeometry(QRect(icon_.topLeft(), size));
+        view_.window->setGeometry(QRect(icon_.topLeft(), size));
         return;
     }
     const auto room = screen->availableGeometry();
     // The menu scrolls if it does not fit.
     size.setHeight(std::min(size.height(), room.height()));
-    view_->setGeometry(placeFor(icon_, size, room));
+    view_.window->setGeometry(placeFor(icon_, size, room));
 }
 
 QRect MenuPopover::placeFor(const QRect& icon, const QSize& size, const QRect& room) {
@@ -79,7 +79,7 @@ QRect MenuPopover::placeFor(const QRect& icon, const QSize& size, const QRect& r
 }
 
 bool MenuPopover::eventFilter(QObject* object, QEvent* event) {
-    if (object == view_.get() && (event->type() == QEvent::FocusOut || event->type() == QEvent::Close))
+    if (object == view_.window.get() && (event->type() == QEvent::FocusOut || event->type() == QEvent::Close))
         closeLater();
     return QObject::eventFilter(object, event);
 }
@@ -90,7 +90,7 @@ void MenuPopover::closeLater() {
 }
 
 void MenuPopover::close() {
-    view_.reset();
+    view_ = {};
 }
 
 void MenuPopover::closeFirst(std::function<void()> then) {

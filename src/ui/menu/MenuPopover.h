@@ -24,7 +24,7 @@ public:
     ~MenuPopover() override;
 
     /// Opens the menu at `icon`, in global coordinates, or at the pointer if `icon` is empty. Closes the menu
-    /// if it is open.
+    /// if it is open. Does nothing if the views are not available.
     void toggle(const QRect& icon);
     void close();
     /// Closes in the next turn of the event loop, and then calls `then`, also if no menu is open.
@@ -33,7 +33,7 @@ public:
     void closeAndThen(std::function<void()> then);
 
     /// Returns the open window, or null if there is none.
-    QQuickView* view() const { return view_.get(); }
+    QWindow* view() const { return view_.window.get(); }
 
     /// Returns the place of a window of `size` next to `icon` and inside `room`.
     static QRect placeFor(const QRect& icon, const QSize& size, const QRect& room);
@@ -44,12 +44,12 @@ protected:
 
 private:
     Q_SLOT void closeLater();
-    void place();
+    Q_SLOT void place();
 
     Views& views_;
     MenuModel& model_;
     QRect icon_;
-    std::unique_ptr<QQuickView> view_;
+    View view_;
     QBasicTimer keyboardTimer_;
     std::function<void()> then_;
 };

@@ -84,7 +84,7 @@ std::set<std::string> markedWords() {
     std::set<std::string> words;
     const std::filesystem::path sources = SONVALE_SOURCE_DIR "/src/ui";
     for (const auto& entry : std::filesystem::recursive_directory_iterator(sources)) {
-        if (entry.path().extension() != ".cpp")
+        if (entry.path().extension() != ".cpp" && entry.path().extension() != ".h")
             continue;
         std::ifstream file(entry.path());
         const std::string text{std::istreambuf_iterator<char>(file), {}};

@@ -113,7 +113,7 @@ QQuickView& ViewFixture::openDashboard() {
     dashboard_->open();
     EXPECT_TRUE(QTest::qWaitForWindowActive(dashboard_->view(), 10000));
     settleViews();
-    return *dashboard_->view();
+    return dynamic_cast<QQuickView&>(*dashboard_->view());
 }
 
 void ViewFixture::closeDashboard() {
@@ -139,7 +139,7 @@ QQuickView& ViewFixture::openMenu() {
     menu_->toggle(QRect(500, 100, 16, 16));
     EXPECT_TRUE(QTest::qWaitForWindowActive(menu_->view(), 10000));
     settleViews();
-    return *menu_->view();
+    return dynamic_cast<QQuickView&>(*menu_->view());
 }
 
 QQuickItem* ViewFixture::find(QQuickView& view, const std::string& name) {
@@ -239,7 +239,8 @@ void ViewFixture::settleViews() {
         QCoreApplication::sendPostedEvents(nullptr, 0);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QCoreApplication::processEvents();
-        for (auto* view : {dashboard_ ? dashboard_->view() : nullptr, menu_ ? menu_->view() : nullptr}) {
+        for (auto* window : {dashboard_ ? dashboard_->view() : nullptr, menu_ ? menu_->view() : nullptr}) {
+            const auto* view = dynamic_cast<QQuickView*>(window);
             if (view && view->rootObject())
                 layOut(view->contentItem());
         }

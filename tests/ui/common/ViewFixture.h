@@ -2,11 +2,12 @@
 
 #include "tests/fakes/FakeAppearance.h"
 #include "tests/unit/core/CoreFixture.h"
-#include "ui/common/Views.h"
+#include "ui/common/QuickViews.h"
 #include "ui/dashboard/DashboardWindow.h"
 #include "ui/menu/MenuPopover.h"
 
 #include <QQuickItem>
+#include <QQuickView>
 #include <QStringList>
 #include <optional>
 #include <string>
@@ -22,7 +23,7 @@ protected:
 
     void TearDown() override;
 
-    ui::Views& views() { return views_; }
+    ui::QuickViews& views() { return views_; }
     /// Controls the desktop's preferences for the look of windows.
     FakeAppearance::Control& desktopAppearance() { return appearance_.control(); }
 
@@ -82,7 +83,7 @@ protected:
 
 private:
     FakeAppearance appearance_;
-    ui::Views views_{appearance_};
+    ui::QuickViews views_{appearance_};
     QStringList warnings_;
     std::unique_ptr<ui::DashboardWindow> dashboard_;
     std::unique_ptr<ui::MenuModel> menuModel_;

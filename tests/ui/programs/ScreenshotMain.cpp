@@ -216,12 +216,14 @@ TEST_F(Screenshots, OfTheMenu) {
             "like to go through them before we meet on Thursday.";
     });
     draw(openMenu(), "menu-transcript");
-    click(openMenu(), "language");
-    draw(*menu().view(), "menu-languages");
+    auto& languageMenu = openMenu();
+    click(languageMenu, "language");
+    draw(languageMenu, "menu-languages");
     change([&] { state().surfaceError("No audio recorded. Check your microphone."); });
-    draw(openMenu(), "menu-error");
-    click(*menu().view(), "language");
-    draw(*menu().view(), "menu-full");
+    auto& fullMenu = openMenu();
+    draw(fullMenu, "menu-error");
+    click(fullMenu, "language");
+    draw(fullMenu, "menu-full");
 }
 
 TEST_F(Screenshots, OfABuildWithAKey) {

@@ -1,12 +1,14 @@
-#include "ui/common/Views.h"
+#include "ui/common/QuickViews.h"
 
 #include "ui/common/SymbolProvider.h"
 
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
+#include <QQuickView>
 #include <QQuickWindow>
 #include <mutex>
+#include <utility>
 
 // Registers the types of the views. The function is generated; the call keeps it in a program that links it
 // statically.
@@ -14,12 +16,12 @@ void qml_register_types_SonVale(); // NOLINT(readability-identifier-naming): the
 
 namespace sonvale::ui {
 
-Views::Views(platform::Appearance& appearance)
+QuickViews::QuickViews(platform::Appearance& appearance)
     : appearance_(std::make_unique<Appearance>(appearance)) {}
 
-Views::~Views() = default;
+QuickViews::~QuickViews() = default;
 
-QQmlEngine& Views::engine() {
+QQmlEngine& QuickViews::engine() {
     if (engine_)
         return *engine_;
     // Without a graphics card the software renderer starts faster than OpenGL and needs less memory and
@@ -41,15 +43,16 @@ QQmlEngine& Views::engine() {
     return *engine_;
 }
 
-std::unique_ptr<QQuickView> Views::make(const QString& file, const QVariantMap& properties) {
+View QuickViews::make(const QString& file, const QVariantMap& properties) {
     auto view = std::make_unique<QQuickView>(&engine(), nullptr);
     view->setResizeMode(QQuickView::SizeRootObjectToView);
     view->setInitialProperties(properties);
     view->setSource(QStringLiteral("qrc:/SonVale/%1.qml").arg(file));
-    return view;
+    auto* content = view->rootObject();
+    return {.window = std::move(view), .content = content};
 }
 
-void Views::trim() {
+void QuickViews::trim() {
     if (!engine_)
         return;
     engine_->collectGarbage();
