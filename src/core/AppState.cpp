@@ -7,6 +7,15 @@ namespace sonvale::core {
 using hotkeys::HotkeyAction;
 using hotkeys::HotkeyEventType;
 
+namespace {
+
+/// Ends a dictation as the user would, so that its speech is transcribed and kept.
+runtime::Task<> endForLock(std::shared_ptr<AppState> state) {
+    co_await (state->isHandsFreeMode.get() ? state->stopHandsFreeMode() : state->stopDictation());
+}
+
+} // namespace
+
 std::shared_ptr<AppState> AppState::make(const Environment& environment) {
     const std::shared_ptr<AppState> state(new AppState(environment));
     state->connect();
@@ -156,12 +165,7 @@ void AppState::setScreenLocked(bool isLocked) {
     base::systemLog(isLocked ? "[AppState] the screen is locked, hotkeys are ignored"
                              : "[AppState] the screen is unlocked");
     if (isLocked)
-        context_.tasks.callKeeping(*this, &AppState::endForLock);
-}
-
-/// Ends a dictation as the user would, so that its speech is transcribed and kept.
-runtime::Task<> AppState::endForLock() {
-    co_await (isHandsFreeMode.get() ? stopHandsFreeMode() : stopDictation());
+        runtime::spawn(environment_.main, endForLock(shared_from_this()));
 }
 
 } // namespace sonvale::core

@@ -134,7 +134,6 @@ private:
     void observeState();
     runtime::Task<> discardPress();
     void setScreenLocked(bool isLocked);
-    runtime::Task<> endForLock();
 
     const Environment environment_;
     DictationContext context_;
