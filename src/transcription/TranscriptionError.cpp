@@ -6,21 +6,12 @@
 
 namespace sonvale::transcription {
 
-TranscriptionError::TranscriptionError(Case errorCase, std::string description)
-    : case_(errorCase)
-    , description_(std::move(description)) {}
-
 TranscriptionError TranscriptionError::networkError(UnderlyingError underlying) {
-    TranscriptionError error(Case::networkError, "Network error: " + underlying.localizedDescription);
-    error.underlying_ = std::move(underlying);
-    return error;
+    return {Case::networkError, std::move(underlying)};
 }
 
 TranscriptionError TranscriptionError::apiError(std::int64_t statusCode, std::string body) {
-    TranscriptionError error(Case::apiError, fmt::format("API error ({}): {}", statusCode, body));
-    error.statusCode_ = statusCode;
-    error.body_ = std::move(body);
-    return error;
+    return {Case::apiError, statusCode, std::move(body)};
 }
 
 TranscriptionError TranscriptionError::noAudioFile() {
@@ -48,7 +39,7 @@ TranscriptionError TranscriptionError::upgradeRequired() {
 }
 
 std::string TranscriptionError::name() const {
-    switch (case_) {
+    switch (errorCase()) {
     case Case::networkError:
         return "networkError";
     case Case::apiError:
