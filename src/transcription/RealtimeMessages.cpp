@@ -1,5 +1,6 @@
 #include "transcription/RealtimeMessages.h"
 
+#include "audio/PCMResampler.h"
 #include "base/Base64.h"
 #include "base/Log.h"
 #include "transcription/TranscriptionError.h"
@@ -22,8 +23,9 @@ base::Json sessionUpdate(const std::optional<std::string>& language) {
     base::Json transcription = {{"model", "gpt-4o-mini-transcribe"}};
     if (language && *language != "auto")
         transcription["language"] = *language;
+    constexpr auto sampleRate = static_cast<int>(audio::PCMResampler::targetSampleRate);
     const base::Json input = {
-        {"format", {{"type", "audio/pcm"}, {"rate", 24000}}},
+        {"format", {{"type", "audio/pcm"}, {"rate", sampleRate}}},
         {"noise_reduction", {{"type", "near_field"}}},
         {"transcription", std::move(transcription)},
         {"turn_detection", nullptr},
