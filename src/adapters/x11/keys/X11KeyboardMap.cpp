@@ -4,6 +4,7 @@
 #include "adapters/x11/keys/X11Xkb.h"
 
 #include "platform/EventTap.h"
+#include "platform/KeyCodes.h"
 
 #include <X11/keysym.h>
 
@@ -16,8 +17,6 @@ namespace {
 
 constexpr int minKeycode = 8; // given by the protocol
 constexpr int maxKeycode = 255;
-
-constexpr int escapeKeyCode = 53; // the key code of macOS
 
 std::uint64_t flagOf(xcb_keysym_t keysym) {
     switch (keysym) {
@@ -107,13 +106,13 @@ bool X11KeyboardMap::isStateKey(xcb_keycode_t keycode) const {
 
 int X11KeyboardMap::virtualKeyCodeOf(xcb_keycode_t keycode) const {
     if (firstKeysym(keycode) == XK_Escape)
-        return escapeKeyCode;
+        return platform::key_code::escape;
     const int codeOfPlace = virtualKeyCode(keycode);
-    return codeOfPlace == escapeKeyCode ? -1 : codeOfPlace;
+    return codeOfPlace == platform::key_code::escape ? -1 : codeOfPlace;
 }
 
 std::vector<xcb_keycode_t> X11KeyboardMap::keycodesOf(int virtualKeyCode) const {
-    if (virtualKeyCode != escapeKeyCode) {
+    if (virtualKeyCode != platform::key_code::escape) {
         auto codeOfPlace = x11::keycodesOf(virtualKeyCode);
         std::erase_if(codeOfPlace, [&](xcb_keycode_t keycode) { return firstKeysym(keycode) == XK_Escape; });
         return codeOfPlace;
