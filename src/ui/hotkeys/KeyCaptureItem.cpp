@@ -1,5 +1,6 @@
 #include "ui/hotkeys/KeyCaptureItem.h"
 
+#include "platform/KeyCodes.h"
 #include "ui/common/Texts.h"
 
 #include <QKeyEvent>
@@ -12,8 +13,6 @@ namespace sonvale::ui {
 namespace modifier = platform::modifier;
 
 namespace {
-
-constexpr int escapeKeyCode = 53; // the key code of macOS
 
 /// A modifier's bit, and the macOS key codes of its keys, the left one first.
 struct ModifierKeys {
@@ -124,9 +123,9 @@ void KeyCaptureItem::keyReleaseEvent(QKeyEvent* event) {
 /// Escape is recognized by the key's meaning, as in the listener; every other key by its place.
 int KeyCaptureItem::keyCodeOf(const QKeyEvent& event) const {
     if (event.key() == Qt::Key_Escape)
-        return escapeKeyCode;
+        return platform::key_code::escape;
     const int placeCode = model_ ? model_->nativeKeys().virtualKeyCode(event.nativeScanCode()) : -1;
-    return placeCode == escapeKeyCode ? -1 : placeCode;
+    return placeCode == platform::key_code::escape ? -1 : placeCode;
 }
 
 std::optional<platform::KeyEvent> KeyCaptureItem::translated(const QKeyEvent& event) const {
