@@ -1,6 +1,6 @@
 #include "adapters/ffmpeg/FfmpegAudioFiles.h"
 #include "adapters/ffmpeg/SoxrSampleRateConverter.h"
-#include "adapters/ffmpeg/StreamResampler.h"
+#include "adapters/ffmpeg/module/StreamResampler.h"
 
 #include "tests/fakes/FakeSampleRateConverters.h"
 #include "tests/support/Voices.h"

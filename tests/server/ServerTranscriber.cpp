@@ -1,7 +1,7 @@
 #include "tests/server/ServerTranscriber.h"
 
 #include "adapters/ffmpeg/FfmpegAudioFiles.h"
-#include "adapters/ffmpeg/StreamResampler.h"
+#include "adapters/ffmpeg/module/StreamResampler.h"
 #include "adapters/pocketsphinx/PocketSphinxDecoder.h"
 #include "adapters/pocketsphinx/PocketSphinxRecognizer.h"
 

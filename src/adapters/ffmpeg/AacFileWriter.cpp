@@ -1,6 +1,6 @@
 #include "adapters/ffmpeg/AacFileWriter.h"
 
-#include "adapters/ffmpeg/AacEncoder.h"
+#include "adapters/ffmpeg/module/AacEncoder.h"
 
 #include <atomic>
 #include <chrono>

@@ -1,8 +1,8 @@
 #include "adapters/ffmpeg/FfmpegAudioFiles.h"
 
 #include "adapters/ffmpeg/AacFileWriter.h"
-#include "adapters/ffmpeg/AudioFileDecoder.h"
-#include "adapters/ffmpeg/FfmpegPointers.h"
+#include "adapters/ffmpeg/module/AudioFileDecoder.h"
+#include "adapters/ffmpeg/module/FfmpegPointers.h"
 
 namespace sonvale::adapters::ffmpeg {
 

@@ -1,6 +1,6 @@
 #include "adapters/ffmpeg/FfmpegAudioFiles.h"
 
-#include "adapters/ffmpeg/AacEncoder.h"
+#include "adapters/ffmpeg/module/AacEncoder.h"
 
 #include "tests/contract/AudioFilesContract.h"
 #include "tests/support/Voices.h"

@@ -1,4 +1,4 @@
-#include "adapters/ffmpeg/FileIo.h"
+#include "adapters/ffmpeg/module/FileIo.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

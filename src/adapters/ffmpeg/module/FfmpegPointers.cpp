@@ -1,4 +1,4 @@
-#include "adapters/ffmpeg/FfmpegPointers.h"
+#include "adapters/ffmpeg/module/FfmpegPointers.h"
 
 #include <array>
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "adapters/ffmpeg/FfmpegPointers.h"
-#include "adapters/ffmpeg/FileIo.h"
-#include "adapters/ffmpeg/StreamResampler.h"
+#include "adapters/ffmpeg/module/FfmpegPointers.h"
+#include "adapters/ffmpeg/module/FileIo.h"
+#include "adapters/ffmpeg/module/StreamResampler.h"
 
 #include "platform/AudioFile.h"
 

@@ -1,4 +1,4 @@
-#include "adapters/ffmpeg/StreamResampler.h"
+#include "adapters/ffmpeg/module/StreamResampler.h"
 
 #include "platform/AudioFile.h"
 

@@ -1,4 +1,4 @@
-#include "adapters/ffmpeg/AudioFileDecoder.h"
+#include "adapters/ffmpeg/module/AudioFileDecoder.h"
 
 #include <algorithm>
 #include <cmath>

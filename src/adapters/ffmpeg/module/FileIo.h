@@ -1,6 +1,6 @@
 #pragma once
 
-#include "adapters/ffmpeg/FfmpegPointers.h"
+#include "adapters/ffmpeg/module/FfmpegPointers.h"
 
 #include "base/WipingAllocator.h"
 

@@ -1,4 +1,4 @@
-#include "adapters/ffmpeg/AacEncoder.h"
+#include "adapters/ffmpeg/module/AacEncoder.h"
 
 #include <algorithm>
 #include <cmath>
