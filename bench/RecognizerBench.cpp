@@ -4,6 +4,7 @@
 #include "bench/Rounds.h"
 
 #include "tests/support/ChildProcess.h"
+#include "tests/support/FfmpegModule.h"
 #include "tests/support/Voices.h"
 
 #include <benchmark/benchmark.h>
@@ -76,7 +77,7 @@ double secondsOfContinuous(const PocketSphinxModel& model, const std::string& fi
 void recognizerAgainstPocketSphinx(benchmark::State& state) {
     const Recordings recordings;
     const auto model = PocketSphinxModel::english(PocketSphinxRecognizers::installedModelDirectory());
-    ffmpeg::FfmpegAudioFiles files;
+    ffmpeg::FfmpegAudioFiles files{tests::ffmpegModule()};
     const std::atomic<bool> isCancelled = false;
     const double residentBefore = residentMegabytes();
     PocketSphinxDecoder decoder(model);
@@ -112,7 +113,7 @@ BENCHMARK(recognizerAgainstPocketSphinx)
 /// Measures a step that key down waits for.
 void recordingFileIsMade(benchmark::State& state) {
     const tests::TemporaryDirectory directory;
-    ffmpeg::FfmpegAudioFiles files;
+    ffmpeg::FfmpegAudioFiles files{tests::ffmpegModule()};
     const auto path = std::filesystem::path(directory.path()) / "a.m4a";
     for (auto _ : state) {
         auto writer = files.create(path, {48000, 2});
@@ -129,7 +130,7 @@ BENCHMARK(recordingFileIsMade)->Unit(benchmark::kMicrosecond);
 /// the container.
 void recordingIsClosed(benchmark::State& state) {
     const tests::TemporaryDirectory directory;
-    ffmpeg::FfmpegAudioFiles files;
+    ffmpeg::FfmpegAudioFiles files{tests::ffmpegModule()};
     const platform::AudioFormat format{48000, 2};
     const auto path = std::filesystem::path(directory.path()) / "a.m4a";
     const auto audio = files.read(tests::voiceFile(tests::voices().front().name), format);
@@ -152,7 +153,7 @@ BENCHMARK(recordingIsClosed)->Iterations(bench::rounds(10))->UseRealTime()->Unit
 /// Measures the first step of the recognizer's thread: reading a 4 s recording as samples.
 void recordingIsRead(benchmark::State& state) {
     const tests::TemporaryDirectory directory;
-    ffmpeg::FfmpegAudioFiles files;
+    ffmpeg::FfmpegAudioFiles files{tests::ffmpegModule()};
     const platform::AudioFormat format{48000, 2};
     const auto path = std::filesystem::path(directory.path()) / "a.m4a";
     auto writer = files.create(path, format);

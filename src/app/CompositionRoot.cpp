@@ -63,15 +63,14 @@ std::filesystem::path infoFile(const platform::Directories& directories) {
                : directories.executable.parent_path() / "share/sonvale/Info.json";
 }
 
-/// Returns the path of the module of the views: beside a program in its build folder, in the library folder
-/// of an installed one.
-QString viewsFile(const platform::Directories& directories) {
-    const auto beside = directories.executable / "sonvale-views.so";
+/// Returns the path of a module: beside a program in its build folder, in the library folder of an installed
+/// one.
+std::filesystem::path moduleFile(const platform::Directories& directories, const std::string& name) {
+    const auto beside = directories.executable / name;
     std::error_code ignored; // a file that cannot be inspected counts as missing
-    const auto file = std::filesystem::exists(beside, ignored)
-                          ? beside
-                          : directories.executable.parent_path() / "lib/sonvale/sonvale-views.so";
-    return QFile::decodeName(file.c_str());
+    return std::filesystem::exists(beside, ignored)
+               ? beside
+               : directories.executable.parent_path() / "lib/sonvale" / name;
 }
 
 /// Returns an entry that is a text; empty for any other.
@@ -108,7 +107,7 @@ struct CompositionRoot::Parts {
     adapters::x11::X11AccessibilityTree accessibilityTree{clock};
     adapters::pulse::PulseAudioEngines audioEngines;
     adapters::pulse::PulseCaptureAuthorization captureAuthorization;
-    adapters::ffmpeg::FfmpegAudioFiles audioFiles;
+    adapters::ffmpeg::FfmpegAudioFiles audioFiles{moduleFile(directories, "sonvale-ffmpeg.so")};
     adapters::pocketsphinx::PocketSphinxRecognizers speechRecognizers{audioFiles};
     adapters::ffmpeg::SoxrSampleRateConverters sampleRateConverters;
     adapters::posix::LinuxSecureRandom secureRandom;
@@ -135,7 +134,7 @@ struct CompositionRoot::Parts {
     std::unique_ptr<core::AppDelegate> delegate;
 
     adapters::freedesktop::PortalAppearance appearance;
-    ui::LoadedViews views{viewsFile(directories), appearance};
+    ui::LoadedViews views{QFile::decodeName(moduleFile(directories, "sonvale-views.so").c_str()), appearance};
     std::unique_ptr<ui::DashboardWindow> dashboard;
     std::unique_ptr<ui::MenuModel> menuModel;
     std::unique_ptr<ui::MenuPopover> menu;

@@ -32,7 +32,8 @@ public:
 
     /// Encodes the rest and finishes the container. Every frame that was written is then in the file. Blocks
     /// for some milliseconds, and for up to 10 s. Throws the first `AudioFileError` that lost audio; the rest
-    /// of the file can still be read. A second call does nothing.
+    /// of the file can still be read. If this system cannot encode, that is such an error too, and the file
+    /// is empty. A second call does nothing.
     virtual void close() = 0;
 };
 

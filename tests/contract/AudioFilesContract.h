@@ -55,6 +55,7 @@ using WeakBuffer = std::weak_ptr<platform::PcmBuffer>;
 
 /// The rules of `platform::AudioFiles`. Each implementation has the functions
 ///
+///     template <> Files makeAudioFiles<Files>();
 ///     void refuseWrites(Files& files, bool refuses);            // of the disk, to all files of this process
 ///     bool isTaken(const Files& files, const WeakBuffer& buffer); // by the thread that writes
 template <class Files>
@@ -65,7 +66,7 @@ protected:
     }
 
     TemporaryDirectory directory_;
-    Files files_;
+    Files files_ = makeAudioFiles<Files>();
 };
 
 TYPED_TEST_SUITE_P(AudioFilesContract);

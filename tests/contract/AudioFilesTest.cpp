@@ -1,6 +1,7 @@
 #include "adapters/ffmpeg/FfmpegAudioFiles.h"
 
 #include "tests/fakes/FakeAudioFiles.h"
+#include "tests/support/FfmpegModule.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -11,6 +12,19 @@
 #include <string>
 
 namespace sonvale::tests {
+
+template <class Files>
+Files makeAudioFiles();
+
+template <>
+FakeAudioFiles makeAudioFiles() {
+    return {};
+}
+
+template <>
+adapters::ffmpeg::FfmpegAudioFiles makeAudioFiles() {
+    return adapters::ffmpeg::FfmpegAudioFiles(ffmpegModule());
+}
 
 void refuseWrites(FakeAudioFiles& files, bool refuses) {
     files.control().failWriting(refuses ? std::optional<std::string>("The disk is full.") : std::nullopt);

@@ -3,6 +3,7 @@
 #include "adapters/ffmpeg/module/StreamResampler.h"
 
 #include "tests/fakes/FakeSampleRateConverters.h"
+#include "tests/support/FfmpegModule.h"
 #include "tests/support/Voices.h"
 
 #include <gtest/gtest.h>
@@ -159,7 +160,7 @@ TEST(SoxrSampleRateConverter, JoinsBuffersOfChangingLengths) {
 }
 
 TEST(SoxrSampleRateConverter, JoinsTheBuffersOfSpeech) {
-    adapters::ffmpeg::FfmpegAudioFiles files;
+    adapters::ffmpeg::FfmpegAudioFiles files{ffmpegModule()};
     const auto audio = files.read(voiceFile(voices().front().name), {48000, 1});
     const auto samples = audio->channel(0);
     adapters::ffmpeg::StreamResampler atOnce(48000, 24000, 1);

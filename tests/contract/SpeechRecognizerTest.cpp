@@ -3,6 +3,7 @@
 
 #include "tests/contract/SpeechRecognizerContract.h"
 #include "tests/fakes/FakeSpeechRecognizers.h"
+#include "tests/support/FfmpegModule.h"
 #include "tests/support/Voices.h"
 
 #include <fstream>
@@ -50,7 +51,7 @@ private:
     std::filesystem::path folder() const { return directory_.path(); }
 
     TemporaryDirectory directory_;
-    adapters::ffmpeg::FfmpegAudioFiles files_;
+    adapters::ffmpeg::FfmpegAudioFiles files_{ffmpegModule()};
     adapters::pocketsphinx::PocketSphinxRecognizers recognizers_{files_};
 };
 

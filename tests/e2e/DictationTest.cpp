@@ -90,6 +90,18 @@ TEST(Dictation, CanFollowAnotherOneAtOnce) {
     EXPECT_EQ(session.program.history().size(), 2u);
 }
 
+TEST(Dictation, LoadsFfmpegWithTheFirstRecording) {
+    Session session;
+    EXPECT_TRUE(session.program.hasMapped("/libsoxr.so"));
+    EXPECT_FALSE(session.program.hasMapped("/libavcodec.so"));
+    EXPECT_FALSE(session.program.hasMapped("/sonvale-ffmpeg.so"));
+
+    session.dictate(voices().front());
+    EXPECT_TRUE(session.program.hasMapped("/libavcodec.so"));
+    EXPECT_TRUE(session.program.hasMapped("/sonvale-ffmpeg.so"));
+    EXPECT_TRUE(session.editor.comesToHold(voices().front().sentence, 10)) << session.editor.savedText();
+}
+
 TEST(Dictation, InsertsTwentyTextsInARowAndLeavesNoKeyDown) {
     Session session;
     std::string expected;

@@ -1,9 +1,11 @@
 #include "tests/e2e/RunningProgram.h"
 
+#include "tests/support/FfmpegModule.h"
 #include "tests/support/Files.h"
 
 #include <SQLiteCpp/Database.h>
 #include <SQLiteCpp/Statement.h>
+#include <fmt/format.h>
 
 #include <csignal>
 #include <sstream>
@@ -33,6 +35,8 @@ fs::path install(const PrivateDesktop& desktop, const RunningProgram::Options& o
     fs::copy_file(SONVALE_PROGRAM, program);
     if (!options.isWithoutViews)
         fs::create_symlink(SONVALE_VIEWS, folder / fs::path(SONVALE_VIEWS).filename());
+    if (!options.isWithoutFfmpeg)
+        fs::create_symlink(ffmpegModule(), folder / ffmpegModule().filename());
     writeFile(folder / "Info.json", nlohmann::json(options.info).dump());
     return program;
 }
@@ -149,6 +153,10 @@ std::size_t RunningProgram::auditCount(const std::string& eventType, const std::
             ++count;
     }
     return count;
+}
+
+bool RunningProgram::hasMapped(const std::string& name) const {
+    return contentOf(fmt::format("/proc/{}/maps", pid())).find(name) != std::string::npos;
 }
 
 std::vector<fs::path> RunningProgram::recordings() const {

@@ -27,6 +27,8 @@ public:
         std::map<std::string, std::string> info = {};
         /// Whether the module of the windows is missing. Needs `info`, for which the program is copied.
         bool isWithoutViews = false;
+        /// Whether the module of FFmpeg is missing. Needs `info` too.
+        bool isWithoutFfmpeg = false;
         std::map<std::string, std::string> environment = {}; ///< variables besides the desktop's
         /// A command that gets the program as its last argument and executes it.
         std::vector<std::string> launcher = {};
@@ -74,6 +76,8 @@ public:
     /// Returns the number of lines of this event in the audit log. If `details` is not empty, counts only the
     /// lines with these details.
     std::size_t auditCount(const std::string& eventType, const std::string& details = {}) const;
+    /// Returns whether it has mapped a library whose path contains `name`.
+    bool hasMapped(const std::string& name) const;
     /// Returns all recordings in the user's folders.
     std::vector<std::filesystem::path> recordings() const;
 

@@ -1,6 +1,7 @@
 #include "adapters/ffmpeg/FfmpegAudioFiles.h"
 
 #include "tests/e2e/Session.h"
+#include "tests/support/FfmpegModule.h"
 #include "tests/support/Files.h"
 #include "tests/support/PipeMicrophone.h"
 #include "tests/support/PrivateNetwork.h"
@@ -69,7 +70,7 @@ std::vector<float> samplesOf(const std::string& pcm) {
 }
 
 std::vector<float> samplesOfFile(const std::string& path) {
-    adapters::ffmpeg::FfmpegAudioFiles audioFiles;
+    adapters::ffmpeg::FfmpegAudioFiles audioFiles{ffmpegModule()};
     const auto audio = audioFiles.read(path, {rate, 1});
     const auto channel = audio->channel(0);
     return {channel.begin(), channel.end()};
@@ -202,6 +203,22 @@ TEST(Streaming, InsertsTheTextOfTheServiceAtTheCursor) {
     EXPECT_EQ(session.program.output().find(key), std::string::npos);
     EXPECT_EQ(session.program.quit(), 0);
     EXPECT_TRUE(server.waitForClosedSockets(1, 5));
+}
+
+TEST(Streaming, NeedsNoFfmpeg) {
+    TestServer server;
+    server.setRealtime(saying("words from the service"));
+    auto options = with(server, "streaming");
+    options.program.isWithoutFfmpeg = true;
+    Session session(options);
+    ASSERT_TRUE(server.waitForSockets(1, 20)) << session.program.output();
+
+    session.dictate(voices().front());
+
+    EXPECT_TRUE(session.editor.comesToHold("words from the service", 10)) << session.program.output();
+    EXPECT_TRUE(session.program.waitForOutput("Recordings cannot be written or read: ", 10))
+        << session.program.output();
+    EXPECT_TRUE(session.program.recordings().empty());
 }
 
 TEST(Streaming, SendsTheSpeechBeforeTheHandshake) {

@@ -6,6 +6,7 @@
 #include "adapters/pocketsphinx/PocketSphinxRecognizer.h"
 
 #include "tests/support/ChildProcess.h"
+#include "tests/support/FfmpegModule.h"
 #include "tests/support/Files.h"
 
 #include <atomic>
@@ -38,7 +39,7 @@ public:
         const TemporaryDirectory directory;
         const auto file = std::filesystem::path(directory.path()) / "posted";
         writeFile(file, bytes);
-        adapters::ffmpeg::FfmpegAudioFiles files;
+        adapters::ffmpeg::FfmpegAudioFiles files{ffmpegModule()};
         const auto buffer =
             files.read(file, {.sampleRate = PocketSphinxDecoder::sampleRate, .channelCount = 1});
         return transcribe(buffer->channel(0));

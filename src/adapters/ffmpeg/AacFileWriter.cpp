@@ -1,12 +1,14 @@
 #include "adapters/ffmpeg/AacFileWriter.h"
 
-#include "adapters/ffmpeg/module/AacEncoder.h"
+#include "adapters/ffmpeg/UsableFormat.h"
 
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
+#include <exception>
 #include <mutex>
+#include <utility>
 
 namespace sonvale::adapters::ffmpeg {
 
@@ -14,26 +16,41 @@ namespace {
 
 constexpr std::chrono::seconds closingLimit{10};
 
+/// The audio that queues before the encoder is made. While a library is being loaded, no thread of the
+/// process can create a thread, and the start of a dictation creates some.
+constexpr double secondsBeforeEncoder = 0.5;
+
+FileDescriptor createFile(const std::filesystem::path& path, const platform::AudioFormat& format) {
+    requireUsable(format);
+    return FileDescriptor::create(path);
+}
+
 } // namespace
 
 /// Outlives the writer if a disk hangs and the thread must be left running.
 struct AacFileWriter::Work {
-    Work(const std::filesystem::path& path, const platform::AudioFormat& format)
-        : encoder(std::make_unique<AacEncoder>(path, format)) {}
+    Work(const std::filesystem::path& path, const platform::AudioFormat& fileFormat, ModuleSource source)
+        : file(createFile(path, fileFormat))
+        , format(fileFormat)
+        , module(std::move(source)) {}
 
-    std::unique_ptr<AacEncoder> encoder; ///< used only by the thread after the start
+    FileDescriptor file; ///< used only by the thread after the start, like `module`
+    const platform::AudioFormat format;
+    const ModuleSource module;
     std::atomic<bool> isAbandoned = false;
 
     std::mutex mutex;
     std::condition_variable changed;
     std::deque<platform::PcmBufferPtr> buffers; ///< guarded by `mutex`, like the fields below
+    std::size_t framesWritten = 0;
     bool isClosing = false;
     bool isDone = false;
     std::exception_ptr error;
 };
 
-AacFileWriter::AacFileWriter(const std::filesystem::path& path, const platform::AudioFormat& format)
-    : work_(std::make_shared<Work>(path, format))
+AacFileWriter::AacFileWriter(const std::filesystem::path& path, const platform::AudioFormat& format,
+                             ModuleSource module)
+    : work_(std::make_shared<Work>(path, format, std::move(module)))
     , thread_([work = work_] { run(work); }) {}
 
 AacFileWriter::~AacFileWriter() {
@@ -50,6 +67,7 @@ void AacFileWriter::write(platform::PcmBufferPtr buffer) {
         const std::lock_guard lock(work_->mutex);
         if (work_->isClosing)
             return;
+        work_->framesWritten += buffer->frameLength();
         work_->buffers.push_back(std::move(buffer));
     }
     work_->changed.notify_all();
@@ -91,6 +109,15 @@ void AacFileWriter::run(const std::shared_ptr<Work>& work) {
             error = failure;
     };
 
+    {
+        std::unique_lock lock(work->mutex);
+        work->changed.wait(lock, [&] {
+            return work->isClosing ||
+                   static_cast<double>(work->framesWritten) >= secondsBeforeEncoder * work->format.sampleRate;
+        });
+    }
+    std::unique_ptr<RecordingEncoder> encoder; // stays null if it cannot be made; then all buffers are lost
+    attempt([&] { encoder = work->module().makeEncoder(std::move(work->file), work->format); });
     for (;;) {
         std::deque<platform::PcmBufferPtr> batch;
         {
@@ -100,11 +127,14 @@ void AacFileWriter::run(const std::shared_ptr<Work>& work) {
         }
         if (batch.empty())
             break;
+        if (!encoder)
+            continue;
         for (const auto& buffer : batch)
-            attempt([&] { work->encoder->encode(*buffer); });
+            attempt([&] { encoder->encode(*buffer); });
     }
-    attempt([&] { work->encoder->finish(); });
-    work->encoder.reset();
+    if (encoder)
+        attempt([&] { encoder->finish(); });
+    encoder.reset();
 
     const std::lock_guard lock(work->mutex);
     work->error = error;

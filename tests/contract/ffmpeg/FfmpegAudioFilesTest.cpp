@@ -3,6 +3,7 @@
 #include "adapters/ffmpeg/module/AacEncoder.h"
 
 #include "tests/contract/AudioFilesContract.h"
+#include "tests/support/FfmpegModule.h"
 #include "tests/support/Voices.h"
 
 #include <sys/resource.h>
@@ -62,7 +63,7 @@ protected:
     }
 
     TemporaryDirectory directory_;
-    adapters::ffmpeg::FfmpegAudioFiles files_;
+    adapters::ffmpeg::FfmpegAudioFiles files_{ffmpegModule()};
 };
 
 double threadCpuSeconds() {
@@ -201,7 +202,8 @@ TEST_F(FfmpegAudioFiles, ReportAChangedFormatAtTheEnd) {
 
 TEST_F(FfmpegAudioFiles, RefuseAFormatWithoutAudioAndLeaveNoFile) {
     for (const AudioFormat format : {AudioFormat{0, 1}, AudioFormat{48000, 0}, AudioFormat{-1, 2},
-                                     AudioFormat{std::numeric_limits<double>::quiet_NaN(), 1}}) {
+                                     AudioFormat{std::numeric_limits<double>::quiet_NaN(), 1},
+                                     AudioFormat{std::numeric_limits<double>::infinity(), 1}}) {
         EXPECT_THROW(files_.create(path(), format), AudioFileError);
         EXPECT_FALSE(std::filesystem::exists(path()));
     }
@@ -297,7 +299,7 @@ TEST_F(FfmpegAudioFiles, ReadTenMinutesInAFewSeconds) {
     {
         // Without the writer's thread, which has 10 s to finish after a caller that writes faster than
         // speech.
-        adapters::ffmpeg::AacEncoder encoder(path(), {48000, 1});
+        adapters::ffmpeg::AacEncoder encoder(adapters::ffmpeg::FileDescriptor::create(path()), {48000, 1});
         const auto second = tone({48000, 1}, 48000);
         for (int i = 0; i < 600; ++i)
             encoder.encode(*second);
@@ -383,10 +385,11 @@ TEST_F(FfmpegAudioFiles, KeepTheAudioThatADiskStoredBeforeItWasFull) {
     const std::string disk = directory_.path() + "/disk";
     std::filesystem::create_directory(disk);
     ChildProcess::Options options;
-    options.arguments = {"unshare", "--map-root-user",
-                         "--mount", "sh",
-                         "-c",      R"(mount -t tmpfs -o size=200k none "$0" && exec "$1" "$0")",
-                         disk,      SONVALE_RECORDER_PROGRAM};
+    options.arguments = {"unshare",     "--map-root-user",
+                         "--mount",     "sh",
+                         "-c",          R"(mount -t tmpfs -o size=200k none "$0" && exec "$1" "$0" "$2")",
+                         disk,          SONVALE_RECORDER_PROGRAM,
+                         ffmpegModule()};
     options.outputFile = directory_.path() + "/output";
     ChildProcess program(options);
     const auto status = program.wait(60);

@@ -4,6 +4,7 @@
 #include "adapters/pocketsphinx/PocketSphinxDecoder.h"
 
 #include "tests/contract/SpeechRecognizerContract.h"
+#include "tests/support/FfmpegModule.h"
 #include "tests/support/Voices.h"
 
 #include <algorithm>
@@ -29,7 +30,7 @@ protected:
     }
 
     static adapters::ffmpeg::FfmpegAudioFiles& files() {
-        static adapters::ffmpeg::FfmpegAudioFiles instance;
+        static adapters::ffmpeg::FfmpegAudioFiles instance{ffmpegModule()};
         return instance;
     }
 

@@ -20,13 +20,14 @@ float toneAt(double seconds) {
 
 } // namespace
 
-/// Records a minute of a tone into a folder, even if the disk refuses. Prints the error of closing the file,
-/// how many whole seconds can be read, and how many of the first of them are the tone.
+/// Records a minute of a tone into a folder, the first argument, even if the disk refuses. The second
+/// argument is the module of FFmpeg. Prints the error of closing the file, how many whole seconds can be
+/// read, and how many of the first of them are the tone.
 int main(int argc, char** argv) {
-    if (argc < 2)
+    if (argc < 3)
         return 1;
     const auto path = std::filesystem::path(argv[1]) / "a.m4a";
-    adapters::ffmpeg::FfmpegAudioFiles files;
+    adapters::ffmpeg::FfmpegAudioFiles files(argv[2]);
     try {
         const auto writer = files.create(path, format);
         for (int second = 0; second < 60; ++second) {

@@ -2,6 +2,7 @@
 
 #include "base/Base64.h"
 #include "tests/server/ServerTranscriber.h"
+#include "tests/support/FfmpegModule.h"
 #include "tests/support/Files.h"
 #include "tests/support/RawClient.h"
 #include "tests/support/TestServer.h"
@@ -136,7 +137,7 @@ protected:
     ServerTranscriberTest() { serveEverything(server, transcriber.listening()); }
 
     static platform::PcmBufferPtr recording(double sampleRate) {
-        adapters::ffmpeg::FfmpegAudioFiles files;
+        adapters::ffmpeg::FfmpegAudioFiles files{ffmpegModule()};
         return files.read(voiceFile("late-for-the-meeting"), {.sampleRate = sampleRate, .channelCount = 1});
     }
 
@@ -171,7 +172,7 @@ TEST_F(ServerTranscriberTest, UnderstandsSpeechFromASocket) {
 TEST_F(ServerTranscriberTest, UnderstandsAPostedFile) {
     const TemporaryDirectory directory;
     const auto file = std::filesystem::path(directory.path()) / "voice.m4a";
-    adapters::ffmpeg::FfmpegAudioFiles files;
+    adapters::ffmpeg::FfmpegAudioFiles files{ffmpegModule()};
     const auto writer = files.create(file, {.sampleRate = 48000, .channelCount = 1});
     writer->write(recording(48000));
     writer->close();

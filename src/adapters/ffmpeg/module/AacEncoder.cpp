@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <utility>
 
 namespace sonvale::adapters::ffmpeg {
 
@@ -49,7 +50,7 @@ std::int64_t bitRate(const platform::AudioFormat& coded) {
 
 } // namespace
 
-AacEncoder::AacEncoder(const std::filesystem::path& path, const platform::AudioFormat& format)
+AacEncoder::AacEncoder(FileDescriptor file, const platform::AudioFormat& format)
     : format_(format)
     , coded_(codedFormat(format))
     , packet_(av_packet_alloc())
@@ -57,13 +58,11 @@ AacEncoder::AacEncoder(const std::filesystem::path& path, const platform::AudioF
     , mixed_(coded_.channelCount)
     , pending_(coded_.channelCount) {
     openCodec();
-    file_ = FileIo::create(path);
+    file_ = FileIo::forWriting(std::move(file));
     try {
         openContainer();
     } catch (...) {
         avformat_free_context(container_);
-        std::error_code ignored; // the first failure is the one to report
-        std::filesystem::remove(path, ignored);
         throw;
     }
 }
@@ -112,10 +111,6 @@ void AacEncoder::openContainer() {
     const int result = avformat_write_header(container_, &options);
     av_dict_free(&options);
     checkFfmpeg(result, writeFailure);
-    // A full disk is noticed here and not at the end of the dictation.
-    avio_flush(container_->pb);
-    if (!file_->writeRest())
-        checkFfmpeg(file_->writeError(), writeFailure);
 }
 
 void AacEncoder::encode(const platform::PcmBuffer& buffer) {

@@ -1,5 +1,7 @@
 #include "adapters/ffmpeg/module/AudioFileDecoder.h"
 
+#include "adapters/ffmpeg/UsableFormat.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -63,8 +65,7 @@ void AudioFileDecoder::openStream() {
 }
 
 platform::PcmBufferPtr AudioFileDecoder::decode(const platform::AudioFormat& format) {
-    if (!(format.sampleRate > 0) || format.channelCount == 0)
-        throw platform::AudioFileError("The audio has no usable format.");
+    requireUsable(format);
     target_ = format;
     mixed_.assign(format.channelCount, {});
     output_.assign(format.channelCount, {});

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <utility>
 
 namespace sonvale::adapters::ffmpeg {
 
@@ -23,27 +24,23 @@ std::string systemErrorText(int error) {
 
 } // namespace
 
-std::unique_ptr<FileIo> FileIo::create(const std::filesystem::path& path) {
-    const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
-    if (descriptor < 0)
-        throw platform::AudioFileError("The recording's file cannot be made: " + systemErrorText(errno));
-    return std::unique_ptr<FileIo>(new FileIo(descriptor, Direction::writing));
+std::unique_ptr<FileIo> FileIo::forWriting(FileDescriptor file) {
+    return std::unique_ptr<FileIo>(new FileIo(std::move(file), Direction::writing));
 }
 
 std::unique_ptr<FileIo> FileIo::open(const std::filesystem::path& path) {
     // Without O_NONBLOCK the opening of a pipe would wait for a writer.
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (descriptor < 0)
+    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (file.number() < 0)
         throw platform::AudioFileError("The audio file cannot be opened: " + systemErrorText(errno));
-    auto file = std::unique_ptr<FileIo>(new FileIo(descriptor, Direction::reading));
     struct stat status{};
-    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))
+    if (fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode))
         throw platform::AudioFileError("The audio file cannot be opened: it is not a file");
-    return file;
+    return std::unique_ptr<FileIo>(new FileIo(std::move(file), Direction::reading));
 }
 
-FileIo::FileIo(int descriptor, Direction direction)
-    : descriptor_(descriptor) {
+FileIo::FileIo(FileDescriptor file, Direction direction)
+    : file_(std::move(file)) {
     auto* buffer = static_cast<unsigned char*>(av_malloc(blockBytes));
     const bool isWriting = direction == Direction::writing;
     // The bytes are const since FFmpeg 7.
@@ -56,19 +53,14 @@ FileIo::FileIo(int descriptor, Direction direction)
                                           isWriting ? seekInWritten : seek));
     if (!context_) {
         av_free(buffer);
-        close(descriptor_);
         throw std::bad_alloc();
     }
-}
-
-FileIo::~FileIo() {
-    close(descriptor_);
 }
 
 int FileIo::read(void* self, std::uint8_t* bytes, int count) {
     ssize_t got = 0;
     do {
-        got = ::read(static_cast<FileIo*>(self)->descriptor_, bytes, static_cast<std::size_t>(count));
+        got = ::read(static_cast<FileIo*>(self)->file_.number(), bytes, static_cast<std::size_t>(count));
     } while (got < 0 && errno == EINTR);
     if (got < 0)
         return AVERROR(errno);
@@ -93,7 +85,7 @@ int FileIo::write(void* self, const std::uint8_t* bytes, int count) {
 std::size_t FileIo::writeAt(std::int64_t offset, std::span<const std::uint8_t> bytes) {
     std::size_t done = 0;
     while (done < bytes.size()) {
-        const auto put = pwrite(descriptor_, bytes.data() + done, bytes.size() - done,
+        const auto put = pwrite(file_.number(), bytes.data() + done, bytes.size() - done,
                                 offset + static_cast<std::int64_t>(done));
         if (put < 0 && errno == EINTR)
             continue;
@@ -141,7 +133,7 @@ bool FileIo::writeHeld() {
         needed += static_cast<std::int64_t>(each.bytes.size()) + 2 * diskBlockBytes;
     const auto end = firstHole_.value_or(*heldFrom_) - needed;
     // The beginning of the file refers to the rest.
-    if (end < diskBlockBytes || ftruncate(descriptor_, end) != 0)
+    if (end < diskBlockBytes || ftruncate(file_.number(), end) != 0)
         return false;
     rest_ = held;
     return writeRest();
@@ -167,7 +159,7 @@ std::int64_t FileIo::seekInWritten(void* self, std::int64_t offset, int whence) 
 }
 
 std::int64_t FileIo::seek(void* self, std::int64_t offset, int whence) {
-    const int descriptor = static_cast<FileIo*>(self)->descriptor_;
+    const int descriptor = static_cast<FileIo*>(self)->file_.number();
     if ((whence & AVSEEK_SIZE) != 0) {
         struct stat status{};
         return fstat(descriptor, &status) == 0 ? status.st_size : AVERROR(errno);

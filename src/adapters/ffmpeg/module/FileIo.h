@@ -1,5 +1,6 @@
 #pragma once
 
+#include "adapters/ffmpeg/FileDescriptor.h"
 #include "adapters/ffmpeg/module/FfmpegPointers.h"
 
 #include "base/WipingAllocator.h"
@@ -15,15 +16,15 @@ namespace sonvale::adapters::ffmpeg {
 /// A regular file as FFmpeg reads or writes it. FFmpeg's own file protocol cannot set the mode of a new file.
 class FileIo {
 public:
-    /// Creates a new file, mode 0600. Throws `AudioFileError` if it exists or cannot be created.
-    static std::unique_ptr<FileIo> create(const std::filesystem::path& path);
+    /// Writes into an empty file.
+    static std::unique_ptr<FileIo> forWriting(FileDescriptor file);
     /// Opens an existing file. Throws `AudioFileError`, for pipes and devices too: a read from those might
     /// never end.
     static std::unique_ptr<FileIo> open(const std::filesystem::path& path);
 
     FileIo(const FileIo&) = delete;
     FileIo& operator=(const FileIo&) = delete;
-    ~FileIo();
+    ~FileIo() = default;
 
     AVIOContext* context() const { return context_.get(); }
 
@@ -49,7 +50,7 @@ public:
 
 private:
     enum class Direction { reading, writing };
-    FileIo(int descriptor, Direction direction);
+    FileIo(FileDescriptor file, Direction direction);
 
     static int read(void* self, std::uint8_t* bytes, int count);
     static int write(void* self, const std::uint8_t* bytes, int count);
@@ -63,7 +64,7 @@ private:
     };
     std::size_t writeAt(std::int64_t offset, std::span<const std::uint8_t> bytes);
 
-    int descriptor_;
+    FileDescriptor file_;
     int writeError_ = 0;
     std::int64_t position_ = 0; ///< the place of the next write
     std::int64_t size_ = 0;     ///< including what the disk has refused

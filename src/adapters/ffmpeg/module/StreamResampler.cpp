@@ -1,6 +1,6 @@
 #include "adapters/ffmpeg/module/StreamResampler.h"
 
-#include "platform/AudioFile.h"
+#include "adapters/ffmpeg/UsableFormat.h"
 
 #include <soxr.h>
 
@@ -12,8 +12,8 @@ namespace sonvale::adapters::ffmpeg {
 StreamResampler::StreamResampler(double fromRate, double toRate, std::size_t channels)
     : ratio_(toRate / fromRate)
     , channels_(channels) {
-    if (!(fromRate > 0) || !(toRate > 0) || channels == 0)
-        throw platform::AudioFileError("The audio has no usable format.");
+    for (const double rate : {fromRate, toRate})
+        requireUsable({rate, static_cast<std::uint32_t>(channels)});
     if (fromRate == toRate)
         return;
     const auto samples = soxr_io_spec(SOXR_FLOAT32_S, SOXR_FLOAT32_S);
