@@ -16,15 +16,15 @@ struct LibraryCloser {
 
 /// Loads the module. If it cannot be loaded, returns null and sets `reason`.
 const FfmpegModule* load(const std::filesystem::path& file, std::string& reason) {
-    std::unique_ptr<void, LibraryCloser> library(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL));
+    // Never unloaded: a writer's thread may use the module until the process ends.
+    const std::unique_ptr<void, LibraryCloser> library(
+        dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE));
     void* symbol = library ? dlsym(library.get(), "sonvaleFfmpegModule") : nullptr;
     if (!symbol) {
         const char* text = dlerror();
         reason = text ? text : "The library is not the module of FFmpeg.";
         return nullptr;
     }
-    // Never closed: a writer's thread may use the module until the process ends.
-    static_cast<void>(library.release());
     return reinterpret_cast<decltype(sonvaleFfmpegModule)*>(symbol)();
 }
 
