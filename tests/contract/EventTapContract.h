@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/support/ChildProcess.h"
+#include "tests/support/MacKeyCodes.h"
 #include "tests/support/TapRecorder.h"
 
 #include <gtest/gtest.h>
@@ -18,15 +19,6 @@ template <class Bench>
 class EventTapContract : public testing::Test {
 protected:
     using Type = platform::KeyEvent::Type;
-
-    /// macOS virtual key codes.
-    static constexpr int letterX = 7;
-    static constexpr int space = 49;
-    static constexpr int leftOption = 58;
-    static constexpr int rightOption = 61;
-    static constexpr int leftCommand = 55;
-    static constexpr int leftControl = 59;
-    static constexpr int leftShift = 56;
 
     EventTapContract() { bench_.tap().setOnTaken(recorder_.onTaken()); }
     ~EventTapContract() override { bench_.tap().stop(); }
@@ -78,18 +70,18 @@ TYPED_TEST_P(EventTapContract, CanBeProbedOnOtherThreadsWhileItStartsAndStops) {
 TYPED_TEST_P(EventTapContract, ReportsKeysByTheirPlace) {
     EXPECT_TRUE(this->bench_.tap().probe());
     ASSERT_TRUE(this->start());
-    this->tapKey(this->letterX);
-    EXPECT_TRUE(this->isReported({TestFixture::Type::keyDown, this->letterX, 0}));
-    EXPECT_TRUE(this->isReported({TestFixture::Type::keyUp, this->letterX, 0}));
+    this->tapKey(mac_key::letterX);
+    EXPECT_TRUE(this->isReported({TestFixture::Type::keyDown, mac_key::letterX, 0}));
+    EXPECT_TRUE(this->isReported({TestFixture::Type::keyUp, mac_key::letterX, 0}));
 }
 
 TYPED_TEST_P(EventTapContract, ReportsEachModifierWithItsFlag) {
     ASSERT_TRUE(this->start());
-    const std::pair<int, std::uint64_t> keys[] = {{this->leftOption, platform::modifier::option},
-                                                  {this->rightOption, platform::modifier::option},
-                                                  {this->leftCommand, platform::modifier::command},
-                                                  {this->leftControl, platform::modifier::control},
-                                                  {this->leftShift, platform::modifier::shift}};
+    const std::pair<int, std::uint64_t> keys[] = {{mac_key::leftOption, platform::modifier::option},
+                                                  {mac_key::rightOption, platform::modifier::option},
+                                                  {mac_key::leftCommand, platform::modifier::command},
+                                                  {mac_key::leftControl, platform::modifier::control},
+                                                  {mac_key::leftShift, platform::modifier::shift}};
     for (const auto& [key, flag] : keys) {
         this->recorder_.clear();
         this->bench_.down(key);
@@ -101,15 +93,15 @@ TYPED_TEST_P(EventTapContract, ReportsEachModifierWithItsFlag) {
 
 TYPED_TEST_P(EventTapContract, KeepsTheFlagWhileOneSideIsHeld) {
     ASSERT_TRUE(this->start());
-    this->bench_.down(this->leftOption);
-    this->bench_.down(this->rightOption);
-    this->bench_.up(this->leftOption);
+    this->bench_.down(mac_key::leftOption);
+    this->bench_.down(mac_key::rightOption);
+    this->bench_.up(mac_key::leftOption);
     EXPECT_TRUE(
-        this->isReported({TestFixture::Type::flagsChanged, this->leftOption, platform::modifier::option}));
-    this->tapKey(this->letterX);
-    EXPECT_TRUE(this->isReported({TestFixture::Type::keyDown, this->letterX, platform::modifier::option}));
-    this->bench_.up(this->rightOption);
-    EXPECT_TRUE(this->isReported({TestFixture::Type::flagsChanged, this->rightOption, 0}));
+        this->isReported({TestFixture::Type::flagsChanged, mac_key::leftOption, platform::modifier::option}));
+    this->tapKey(mac_key::letterX);
+    EXPECT_TRUE(this->isReported({TestFixture::Type::keyDown, mac_key::letterX, platform::modifier::option}));
+    this->bench_.up(mac_key::rightOption);
+    EXPECT_TRUE(this->isReported({TestFixture::Type::flagsChanged, mac_key::rightOption, 0}));
 }
 
 TYPED_TEST_P(EventTapContract, RunsBlocksInOrderAndOnlyWhileRunning) {
@@ -130,47 +122,48 @@ TYPED_TEST_P(EventTapContract, RunsBlocksInOrderAndOnlyWhileRunning) {
 
 TYPED_TEST_P(EventTapContract, IsSilentAfterStopAndCanBeStartedAgain) {
     ASSERT_TRUE(this->start());
-    this->tapKey(this->letterX);
-    ASSERT_TRUE(this->isReported({TestFixture::Type::keyUp, this->letterX, 0}));
+    this->tapKey(mac_key::letterX);
+    ASSERT_TRUE(this->isReported({TestFixture::Type::keyUp, mac_key::letterX, 0}));
     this->bench_.tap().stop();
     this->bench_.tap().stop();
     this->recorder_.clear();
-    this->tapKey(this->letterX);
+    this->tapKey(mac_key::letterX);
     EXPECT_TRUE(this->recorder_.events().empty());
     ASSERT_TRUE(this->start());
-    this->tapKey(this->space);
-    EXPECT_TRUE(this->isReported({TestFixture::Type::keyDown, this->space, 0}));
-    EXPECT_FALSE(this->recorder_.has({TestFixture::Type::keyDown, this->letterX, 0}));
+    this->tapKey(mac_key::space);
+    EXPECT_TRUE(this->isReported({TestFixture::Type::keyDown, mac_key::space, 0}));
+    EXPECT_FALSE(this->recorder_.has({TestFixture::Type::keyDown, mac_key::letterX, 0}));
 }
 
 TYPED_TEST_P(EventTapContract, SwallowsOnlySwallowableKeysThatTheCallbackSwallows) {
-    const platform::KeyCombination optionSpace{this->space, platform::modifier::option};
+    const platform::KeyCombination optionSpace{mac_key::space, platform::modifier::option};
     this->bench_.tap().setSwallowable({optionSpace});
     ASSERT_TRUE(this->start());
     this->bench_.waitForSwallowables();
     this->recorder_.setDecide([](const platform::KeyEvent&) { return platform::KeyVerdict::swallow; });
 
-    this->bench_.down(this->leftOption);
-    EXPECT_FALSE(this->bench_.reachesApplication(this->space));
-    EXPECT_TRUE(this->bench_.reachesApplication(this->letterX)) << "it is not swallowable";
+    this->bench_.down(mac_key::leftOption);
+    EXPECT_FALSE(this->bench_.reachesApplication(mac_key::space));
+    EXPECT_TRUE(this->bench_.reachesApplication(mac_key::letterX)) << "it is not swallowable";
     this->recorder_.setDecide({});
-    EXPECT_TRUE(this->bench_.reachesApplication(this->space)) << "the callback passes it";
+    EXPECT_TRUE(this->bench_.reachesApplication(mac_key::space)) << "the callback passes it";
     this->recorder_.swallow(optionSpace);
-    EXPECT_FALSE(this->bench_.reachesApplication(this->space));
-    this->bench_.up(this->leftOption);
-    EXPECT_TRUE(this->bench_.reachesApplication(this->space)) << "without its modifier it is another key";
-    EXPECT_TRUE(this->recorder_.has({TestFixture::Type::keyDown, this->space, platform::modifier::option}));
+    EXPECT_FALSE(this->bench_.reachesApplication(mac_key::space));
+    this->bench_.up(mac_key::leftOption);
+    EXPECT_TRUE(this->bench_.reachesApplication(mac_key::space)) << "without its modifier it is another key";
+    EXPECT_TRUE(
+        this->recorder_.has({TestFixture::Type::keyDown, mac_key::space, platform::modifier::option}));
 
     this->bench_.tap().setSwallowable({});
     this->bench_.waitForSwallowables();
-    this->bench_.down(this->leftOption);
-    EXPECT_TRUE(this->bench_.reachesApplication(this->space)) << "it is not swallowable any more";
-    this->bench_.up(this->leftOption);
+    this->bench_.down(mac_key::leftOption);
+    EXPECT_TRUE(this->bench_.reachesApplication(mac_key::space)) << "it is not swallowable any more";
+    this->bench_.up(mac_key::leftOption);
     EXPECT_TRUE(this->recorder_.taken().empty());
 }
 
 TYPED_TEST_P(EventTapContract, ReportsATakenCombinationOnce) {
-    const platform::KeyCombination optionSpace{this->space, platform::modifier::option};
+    const platform::KeyCombination optionSpace{mac_key::space, platform::modifier::option};
     this->bench_.takeForGood(optionSpace);
     ASSERT_TRUE(this->start());
     this->bench_.tap().setSwallowable({optionSpace});

@@ -1,5 +1,6 @@
 #include "tests/contract/x11/KeyDesk.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/MacKeyCodes.h"
 
 #include <future>
 #include <utility>
@@ -16,14 +17,6 @@ using platform::KeyEvent;
 using Type = KeyEvent::Type;
 using Source = TestKeyboard::Source;
 
-constexpr int letterV = 9;
-constexpr int letterC = 8;
-constexpr int letterZ = 6;
-constexpr int letterX = 7;
-constexpr int escape = 53;
-constexpr int capsLock = 57;
-constexpr int leftOption = 58;
-constexpr int leftControl = 59;
 /// The lowest key code of Xvfb's keyboard without a meaning.
 constexpr unsigned int maskKeycode = 8;
 
@@ -71,7 +64,7 @@ TEST(EventTapX11, ReportsKeysOfOtherProgramsReadAfterTheStartOfAPaste) {
     KeyDesk desk;
     ASSERT_TRUE(desk.start());
     desk.xtest.down(XK_Control_L);
-    ASSERT_TRUE(desk.isReported({Type::flagsChanged, leftControl, modifier::control}));
+    ASSERT_TRUE(desk.isReported({Type::flagsChanged, mac_key::leftControl, modifier::control}));
     {
         const BusyTap busy(desk.tap);
         desk.xtest.tap(XK_v);
@@ -79,10 +72,11 @@ TEST(EventTapX11, ReportsKeysOfOtherProgramsReadAfterTheStartOfAPaste) {
         desk.input.pressPaste();
     }
     desk.xtest.tap(XK_x);
-    ASSERT_TRUE(desk.isReported({Type::keyUp, letterX, 0})) << desk.recorder.text();
-    EXPECT_EQ(desk.recorder.count({Type::keyDown, letterV, modifier::control}), 1) << desk.recorder.text();
-    EXPECT_EQ(desk.recorder.count({Type::keyUp, letterV, modifier::control}), 1);
-    EXPECT_EQ(desk.recorder.count({Type::flagsChanged, leftControl, 0}), 1);
+    ASSERT_TRUE(desk.isReported({Type::keyUp, mac_key::letterX, 0})) << desk.recorder.text();
+    EXPECT_EQ(desk.recorder.count({Type::keyDown, mac_key::letterV, modifier::control}), 1)
+        << desk.recorder.text();
+    EXPECT_EQ(desk.recorder.count({Type::keyUp, mac_key::letterV, modifier::control}), 1);
+    EXPECT_EQ(desk.recorder.count({Type::flagsChanged, mac_key::leftControl, 0}), 1);
     EXPECT_EQ(desk.recorder.events().size(), 6u) << desk.recorder.text();
     EXPECT_EQ(desk.window.presses(desk.xtest.keycodeOf(XK_v)), 2);
 }
@@ -107,7 +101,7 @@ TEST_P(OwnChordAsHotkey, ArrivesAfterTheUserHasPressedIt) {
         desk.hardware.up(XK_Shift_L);
     desk.hardware.up(XK_Control_L);
     ASSERT_TRUE(desk.isReported({Type::keyDown, chord.hotkey.keyCode, chord.hotkey.modifiers}));
-    ASSERT_TRUE(desk.isReported({Type::flagsChanged, leftControl, 0}));
+    ASSERT_TRUE(desk.isReported({Type::flagsChanged, mac_key::leftControl, 0}));
     EXPECT_EQ(desk.window.presses(keycode), 0) << "it is the user's hotkey";
 
     for (int round = 1; round <= 3; ++round) {
@@ -120,20 +114,22 @@ TEST_P(OwnChordAsHotkey, ArrivesAfterTheUserHasPressedIt) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, OwnChordAsHotkey,
-    testing::Values(OwnChord{{letterV, modifier::control}, &platform::SyntheticInput::pressPaste, XK_v, ""},
-                    OwnChord{{letterV, modifier::control | modifier::shift},
-                             &platform::SyntheticInput::pressPaste,
-                             XK_v,
-                             "Xfce4-terminal"},
-                    OwnChord{{letterC, modifier::control}, &platform::SyntheticInput::pressCopy, XK_c, ""},
-                    OwnChord{{letterZ, modifier::control}, &platform::SyntheticInput::pressUndo, XK_z, ""}));
+    testing::Values(
+        OwnChord{{mac_key::letterV, modifier::control}, &platform::SyntheticInput::pressPaste, XK_v, ""},
+        OwnChord{{mac_key::letterV, modifier::control | modifier::shift},
+                 &platform::SyntheticInput::pressPaste,
+                 XK_v,
+                 "Xfce4-terminal"},
+        OwnChord{{mac_key::letterC, modifier::control}, &platform::SyntheticInput::pressCopy, XK_c, ""},
+        OwnChord{{mac_key::letterZ, modifier::control}, &platform::SyntheticInput::pressUndo, XK_z, ""}));
 
 class MaskedKeys : public testing::TestWithParam<Source> {};
 
 TEST_P(MaskedKeys, PressAMeaninglessKeyBetweenAModifiersPressAndRelease) {
     for (const auto& [keysym, keyCode, flag] :
-         {std::tuple(XK_Alt_L, leftOption, modifier::option), std::tuple(XK_Super_L, 55, modifier::command),
-          std::tuple(XK_Control_L, leftControl, modifier::control)}) {
+         {std::tuple(XK_Alt_L, mac_key::leftOption, modifier::option),
+          std::tuple(XK_Super_L, 55, modifier::command),
+          std::tuple(XK_Control_L, mac_key::leftControl, modifier::control)}) {
         KeyDesk desk;
         auto& keyboard = GetParam() == Source::xtest ? desk.xtest : desk.hardware;
         ASSERT_TRUE(desk.start());
@@ -155,7 +151,7 @@ TEST_P(MaskedKeys, StopRepeating) {
     KeyDesk desk;
     auto& keyboard = GetParam() == Source::xtest ? desk.xtest : desk.hardware;
     desk.recorder.setDecide([&](const KeyEvent& event) {
-        if (event.type == Type::keyDown && event.keyCode == escape)
+        if (event.type == Type::keyDown && event.keyCode == mac_key::escape)
             desk.tap.maskHeldKeys();
         return platform::KeyVerdict::pass;
     });
@@ -182,19 +178,19 @@ TEST(EventTapX11, ReportsTheKeyThatMeansEscapeAsEscape) {
     constexpr unsigned int capsLockKey = 66;
     constexpr unsigned int escapeKey = 9;
     desk.hardware.downKeycode(capsLockKey);
-    EXPECT_TRUE(desk.isReported({Type::keyDown, escape, 0})) << desk.recorder.text();
+    EXPECT_TRUE(desk.isReported({Type::keyDown, mac_key::escape, 0})) << desk.recorder.text();
     desk.hardware.upKeycode(capsLockKey);
-    EXPECT_TRUE(desk.isReported({Type::keyUp, escape, 0})) << desk.recorder.text();
+    EXPECT_TRUE(desk.isReported({Type::keyUp, mac_key::escape, 0})) << desk.recorder.text();
     desk.recorder.clear();
     desk.hardware.downKeycode(escapeKey);
     desk.hardware.upKeycode(escapeKey);
     desk.waitForReports(desk.hardware);
-    EXPECT_FALSE(desk.recorder.has({Type::keyDown, escape, 0})) << desk.recorder.text();
+    EXPECT_FALSE(desk.recorder.has({Type::keyDown, mac_key::escape, 0})) << desk.recorder.text();
 }
 
 TEST(EventTapX11, SwallowsTheKeyThatMeansEscape) {
     KeyDesk desk;
-    const platform::KeyCombination optionEscape{escape, modifier::option};
+    const platform::KeyCombination optionEscape{mac_key::escape, modifier::option};
     ASSERT_EQ(run({"setxkbmap", "-display", desk.display.name(), "-option", "caps:escape"}), 0);
     desk.tap.setSwallowable({optionEscape});
     desk.recorder.swallow(optionEscape);
@@ -208,7 +204,7 @@ TEST(EventTapX11, SwallowsTheKeyThatMeansEscape) {
     desk.hardware.up(XK_Alt_L);
     EXPECT_TRUE(eventually(5, [&] { return desk.window.presses(desk.hardware.keycodeOf(XK_x)) == 1; }));
     EXPECT_EQ(desk.window.presses(capsLockKey), 0);
-    EXPECT_FALSE(desk.recorder.has({Type::keyDown, capsLock, modifier::option}));
+    EXPECT_FALSE(desk.recorder.has({Type::keyDown, mac_key::capsLock, modifier::option}));
 }
 
 } // namespace sonvale::tests

@@ -1,5 +1,6 @@
 #include "tests/contract/x11/KeyDesk.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/MacKeyCodes.h"
 
 #include <X11/keysym.h>
 #include <gtest/gtest.h>
@@ -22,11 +23,6 @@ using platform::KeyEvent;
 using Source = TestKeyboard::Source;
 using Type = KeyEvent::Type;
 
-constexpr int letterX = 7;
-constexpr int letterV = 9;
-constexpr int letterA = 0;
-constexpr int leftOption = 58;
-constexpr int leftControl = 59;
 /// Time that xfwm4 needs on a busy machine, in milliseconds, to grab its shortcuts again after a change of
 /// the keyboard. A press at that moment is lost.
 constexpr int settlingMilliseconds = 700;
@@ -72,7 +68,7 @@ TEST_P(EventTapUnderWindowManager, SwallowsOptionSpaceAndKeepsTheFocusOfTheWindo
             << "Alt+X arrives";
         pauseMilliseconds(settlingMilliseconds);
     }
-    EXPECT_EQ(desk.recorder.count({Type::keyDown, spaceKeyCode, platform::modifier::option}), 6)
+    EXPECT_EQ(desk.recorder.count({Type::keyDown, mac_key::space, platform::modifier::option}), 6)
         << desk.recorder.text();
     EXPECT_EQ(desk.window.presses(spaceKey), 0);
     EXPECT_TRUE(desk.window.stateOfLastPress(letterKey) & 8u) << "with its Alt";
@@ -91,7 +87,7 @@ TEST(EventTapX11, DoesNotReportPastesOfThisProgram) {
     KeyDesk desk;
     ASSERT_TRUE(desk.start());
     desk.hardware.tap(XK_a);
-    ASSERT_TRUE(desk.isReported({Type::keyUp, letterA, 0}));
+    ASSERT_TRUE(desk.isReported({Type::keyUp, mac_key::letterA, 0}));
     desk.recorder.clear();
     for (int i = 0; i < 20; ++i) {
         desk.input.pressPaste();
@@ -101,7 +97,7 @@ TEST(EventTapX11, DoesNotReportPastesOfThisProgram) {
     EXPECT_EQ(desk.window.presses(desk.xtest.keycodeOf(XK_v)), 20);
     // This reported key shows that the others would have been reported.
     desk.xtest.tap(XK_x);
-    ASSERT_TRUE(desk.isReported({Type::keyUp, letterX, 0}));
+    ASSERT_TRUE(desk.isReported({Type::keyUp, mac_key::letterX, 0}));
     EXPECT_EQ(desk.recorder.events().size(), 2u);
 }
 
@@ -113,11 +109,11 @@ TEST(EventTapX11, ReportsXtestKeysOfOtherProgramsBetweenItsOwn) {
         desk.xtest.chord(XK_Control_L, XK_v);
     }
     const auto control = platform::modifier::control;
-    EXPECT_TRUE(
-        eventually(5, [&] { return desk.recorder.count({Type::flagsChanged, leftControl, 0}) == 20; }));
-    EXPECT_EQ(desk.recorder.count({Type::flagsChanged, leftControl, control}), 20);
-    EXPECT_EQ(desk.recorder.count({Type::keyDown, letterV, control}), 20);
-    EXPECT_EQ(desk.recorder.count({Type::keyUp, letterV, control}), 20);
+    EXPECT_TRUE(eventually(
+        5, [&] { return desk.recorder.count({Type::flagsChanged, mac_key::leftControl, 0}) == 20; }));
+    EXPECT_EQ(desk.recorder.count({Type::flagsChanged, mac_key::leftControl, control}), 20);
+    EXPECT_EQ(desk.recorder.count({Type::keyDown, mac_key::letterV, control}), 20);
+    EXPECT_EQ(desk.recorder.count({Type::keyUp, mac_key::letterV, control}), 20);
     EXPECT_EQ(desk.recorder.events().size(), 80u);
 }
 
@@ -127,7 +123,7 @@ TEST(EventTapX11, ReportsTheUsersFlagsDuringAPasteThatReleasesTheModifier) {
         auto& keyboard = source == Source::xtest ? desk.xtest : desk.hardware;
         ASSERT_TRUE(desk.start());
         keyboard.down(XK_Alt_L);
-        ASSERT_TRUE(desk.isReported({Type::flagsChanged, leftOption, platform::modifier::option}));
+        ASSERT_TRUE(desk.isReported({Type::flagsChanged, mac_key::leftOption, platform::modifier::option}));
         desk.recorder.clear();
 
         desk.input.pressPaste();
@@ -137,9 +133,9 @@ TEST(EventTapX11, ReportsTheUsersFlagsDuringAPasteThatReleasesTheModifier) {
         EXPECT_TRUE(desk.recorder.events().empty());
 
         keyboard.tap(XK_x);
-        EXPECT_TRUE(desk.isReported({Type::keyDown, letterX, platform::modifier::option}));
+        EXPECT_TRUE(desk.isReported({Type::keyDown, mac_key::letterX, platform::modifier::option}));
         keyboard.up(XK_Alt_L);
-        EXPECT_TRUE(desk.isReported({Type::flagsChanged, leftOption, 0}));
+        EXPECT_TRUE(desk.isReported({Type::flagsChanged, mac_key::leftOption, 0}));
         EXPECT_FALSE(keyboard.isAnyKeyDown());
     }
 }
@@ -149,9 +145,9 @@ TEST(EventTapX11, KnowsAModifierHeldBeforeTheStart) {
     desk.hardware.down(XK_Alt_L);
     ASSERT_TRUE(desk.start());
     desk.hardware.tap(XK_x);
-    EXPECT_TRUE(desk.isReported({Type::keyDown, letterX, platform::modifier::option}));
+    EXPECT_TRUE(desk.isReported({Type::keyDown, mac_key::letterX, platform::modifier::option}));
     desk.hardware.up(XK_Alt_L);
-    EXPECT_TRUE(desk.isReported({Type::flagsChanged, leftOption, 0}));
+    EXPECT_TRUE(desk.isReported({Type::flagsChanged, mac_key::leftOption, 0}));
 }
 
 TEST(EventTapX11, SwallowsWithCapsLockOrNumLock) {
@@ -187,7 +183,7 @@ TEST(EventTapX11, SwallowsTheRepeatsOfAHeldKey) {
         keyboard.tap(XK_x);
         EXPECT_TRUE(eventually(5, [&] { return desk.window.presses(keyboard.keycodeOf(XK_x)) == 1; }));
         EXPECT_EQ(desk.window.presses(keyboard.keycodeOf(XK_space)), 0);
-        EXPECT_EQ(desk.recorder.count({Type::keyDown, spaceKeyCode, platform::modifier::option}), 1);
+        EXPECT_EQ(desk.recorder.count({Type::keyDown, mac_key::space, platform::modifier::option}), 1);
     }
 }
 
@@ -252,7 +248,7 @@ TEST(EventTapX11, ContinuesAfterAChangeOfTheLayout) {
         desk.hardware.up(XK_Alt_L);
         desk.hardware.downKeycode(24);
         desk.hardware.upKeycode(24);
-        EXPECT_TRUE(desk.isReported({Type::keyDown, spaceKeyCode, platform::modifier::option})) << layout;
+        EXPECT_TRUE(desk.isReported({Type::keyDown, mac_key::space, platform::modifier::option})) << layout;
         EXPECT_TRUE(desk.isReported({Type::keyDown, 12, 0})) << "the place of Q in " << layout;
         EXPECT_EQ(desk.window.presses(65), 0) << layout;
     }
@@ -325,7 +321,7 @@ TEST(EventTapX11, StopsWhileTheServerHangs) {
     ASSERT_TRUE(desk.start());
     pauseMilliseconds(100);
     desk.display.signalServer(SIGSTOP);
-    desk.tap.setSwallowable({{letterX, platform::modifier::option}});
+    desk.tap.setSwallowable({{mac_key::letterX, platform::modifier::option}});
     pauseMilliseconds(50);
     const double before = monotonicSeconds();
     desk.tap.stop();

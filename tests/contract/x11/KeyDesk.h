@@ -5,6 +5,7 @@
 
 #include "runtime/SystemClock.h"
 #include "tests/support/KeyWindow.h"
+#include "tests/support/MacKeyCodes.h"
 #include "tests/support/PrivateDisplay.h"
 #include "tests/support/TapRecorder.h"
 #include "tests/support/TestKeyboard.h"
@@ -17,8 +18,7 @@
 
 namespace sonvale::tests {
 
-inline constexpr int spaceKeyCode = 49;
-inline constexpr platform::KeyCombination optionSpace{spaceKeyCode, platform::modifier::option};
+inline constexpr platform::KeyCombination optionSpace{mac_key::space, platform::modifier::option};
 
 /// The tap and the synthetic keys as in the program, on a display with one window.
 struct KeyDesk {

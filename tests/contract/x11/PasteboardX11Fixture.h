@@ -9,11 +9,15 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <stdexcept>
 
 namespace sonvale::adapters::x11 {
+
+/// The most bytes of a transfer that is not divided. Larger ones are incremental (ICCCM 2.7.2).
+inline constexpr std::size_t largestWhole = std::size_t{256} * 1024;
 
 /// A clipboard in a private session, and the other programs of that session.
 class X11PasteboardTest : public testing::Test {

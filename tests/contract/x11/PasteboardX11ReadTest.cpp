@@ -17,8 +17,6 @@ using tests::eventually;
 using tests::manyBytes;
 using tests::SelectionOwner;
 
-constexpr std::size_t largestWhole = 256 * 1024;
-
 } // namespace
 
 TEST_F(X11PasteboardTest, RestoresEveryTargetUnchanged) {

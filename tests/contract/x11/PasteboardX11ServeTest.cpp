@@ -15,8 +15,6 @@ using tests::eventually;
 using tests::manyBytes;
 using tests::SelectionRequestor;
 
-constexpr std::size_t largestWhole = 256 * 1024;
-
 } // namespace
 
 TEST_F(X11PasteboardTest, OffersTextInTheFormsThatProgramsAskFor) {
