@@ -90,6 +90,13 @@ TEST(Dictation, CanFollowAnotherOneAtOnce) {
     EXPECT_EQ(session.program.history().size(), 2u);
 }
 
+TEST(Dictation, OnThisMachineLoadsNoTlsLibrary) {
+    Session session;
+    session.dictate(voices().front());
+    EXPECT_TRUE(session.program.hasMapped("/libQt6Network.so"));
+    EXPECT_FALSE(session.program.hasMapped("/libqopensslbackend.so"));
+}
+
 TEST(Dictation, LoadsFfmpegWithTheFirstRecording) {
     Session session;
     EXPECT_TRUE(session.program.hasMapped("/libsoxr.so"));

@@ -9,9 +9,9 @@ constexpr std::size_t maxAnswerBytes = 64UL << 20U;
 
 } // namespace
 
-HttpCall::HttpCall(KeptConnections& connections, const QSslConfiguration& ssl, platform::UrlRequest request,
+HttpCall::HttpCall(KeptConnections& connections, TlsConfiguration& tls, platform::UrlRequest request,
                    runtime::Continuation<platform::UrlResponse> caller, std::function<void()> onEnd)
-    : HttpExchange(connections, ssl, std::move(request))
+    : HttpExchange(connections, tls, std::move(request))
     , caller_(std::move(caller))
     , onEnd_(std::move(onEnd)) {}
 

@@ -13,7 +13,7 @@ class HttpCall final : public HttpExchange {
 public:
     /// `onEnd` is called once, and should destroy the call in a later turn of the event loop. The connections
     /// must outlive it.
-    HttpCall(KeptConnections& connections, const QSslConfiguration& ssl, platform::UrlRequest request,
+    HttpCall(KeptConnections& connections, TlsConfiguration& tls, platform::UrlRequest request,
              runtime::Continuation<platform::UrlResponse> caller, std::function<void()> onEnd);
     /// Closes the connection of a running request, which counts as cancelled.
     ~HttpCall() override;

@@ -60,10 +60,9 @@ void HttpExchange::Deleter::operator()(QNetworkReply* reply) const {
     reply->deleteLater();
 }
 
-HttpExchange::HttpExchange(KeptConnections& connections, const QSslConfiguration& ssl,
-                           platform::UrlRequest request)
+HttpExchange::HttpExchange(KeptConnections& connections, TlsConfiguration& tls, platform::UrlRequest request)
     : connections_(connections)
-    , ssl_(ssl)
+    , tls_(tls)
     , request_(std::move(request)) {
     inactivity_.setSingleShot(true);
     inactivity_.setTimerType(Qt::PreciseTimer);
@@ -126,7 +125,7 @@ void HttpExchange::moved() {
 }
 
 void HttpExchange::send() {
-    auto request = makeRequest(url_, request_.headers, ssl_);
+    auto request = makeRequest(url_, request_.headers, tls_);
     const auto setDefault = [&request](const char* name, const char* value) {
         if (!request.hasRawHeader(name))
             request.setRawHeader(name, value);
@@ -136,7 +135,7 @@ void HttpExchange::send() {
     setDefault("User-Agent", "SonVale");
 
     const auto method = QByteArray::fromStdString(request_.method);
-    stage_ = url_.scheme() == QStringLiteral("https") ? TransferStage::securing : TransferStage::connecting;
+    stage_ = isSecure(url_) ? TransferStage::securing : TransferStage::connecting;
     status_.reset();
     origin_ = originOf(url_);
     manager_ = connections_.take(origin_);
@@ -254,8 +253,7 @@ bool HttpExchange::mayBeSentTo(const QUrl& target) const {
 void HttpExchange::followRedirect() {
     const auto next = parseUrl(redirectTarget(url_, reply_->rawHeader("Location")), QStringLiteral("http"),
                                QStringLiteral("https"));
-    const bool isLessSecure =
-        url_.scheme() == QStringLiteral("https") && next && next->scheme() == QStringLiteral("http");
+    const bool isLessSecure = isSecure(url_) && next && !isSecure(*next);
     if (!next || isLessSecure || ++redirects_ > maxRedirects) {
         end(urlError(Code::badServerResponse));
         return;

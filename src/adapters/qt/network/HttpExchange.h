@@ -3,13 +3,13 @@
 #include "adapters/qt/network/BodyDevice.h"
 #include "adapters/qt/network/KeptConnections.h"
 #include "adapters/qt/network/NetworkErrors.h"
+#include "adapters/qt/network/TlsConfiguration.h"
 
 #include "platform/UrlSession.h"
 
 #include <QNetworkAccessManager>
 #include <QObject>
 #include <QPointer>
-#include <QSslConfiguration>
 #include <QTimer>
 #include <QUrl>
 #include <memory>
@@ -27,7 +27,7 @@ public:
     void cancel();
 
 protected:
-    HttpExchange(KeptConnections& connections, const QSslConfiguration& ssl, platform::UrlRequest request);
+    HttpExchange(KeptConnections& connections, TlsConfiguration& tls, platform::UrlRequest request);
 
     // Reports to the derived class. An answer that is a followed redirect is not reported.
 
@@ -75,7 +75,7 @@ private:
     bool mayBeSentTo(const QUrl& target) const;
 
     KeptConnections& connections_;
-    const QSslConfiguration ssl_;
+    TlsConfiguration& tls_;
     platform::UrlRequest request_;
 
     QUrl url_;

@@ -11,9 +11,9 @@ constexpr std::size_t readAhead = 64UL << 10U;
 
 } // namespace
 
-HttpLines::HttpLines(KeptConnections& connections, const QSslConfiguration& ssl, platform::UrlRequest request,
+HttpLines::HttpLines(KeptConnections& connections, TlsConfiguration& tls, platform::UrlRequest request,
                      runtime::Continuation<platform::UrlResponse> caller)
-    : HttpExchange(connections, ssl, std::move(request))
+    : HttpExchange(connections, tls, std::move(request))
     , caller_(std::move(caller)) {
     setReadAhead(readAhead);
 }

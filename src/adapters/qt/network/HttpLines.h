@@ -16,7 +16,7 @@ public:
     using Line = std::optional<std::string>;
 
     /// `caller` receives the head. The connections must outlive it.
-    HttpLines(KeptConnections& connections, const QSslConfiguration& ssl, platform::UrlRequest request,
+    HttpLines(KeptConnections& connections, TlsConfiguration& tls, platform::UrlRequest request,
               runtime::Continuation<platform::UrlResponse> caller);
     ~HttpLines() override;
 

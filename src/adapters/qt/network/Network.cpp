@@ -6,9 +6,8 @@
 
 namespace sonvale::adapters::qt {
 
-NetworkSession::NetworkSession(const QSslConfiguration& ssl, ClosingSockets& closing,
-                               KeptConnections::Uptime uptime)
-    : ssl_(ssl)
+NetworkSession::NetworkSession(TlsConfiguration& tls, ClosingSockets& closing, KeptConnections::Uptime uptime)
+    : tls_(tls)
     , closing_(closing)
     , connections_(std::move(uptime)) {}
 
@@ -25,7 +24,7 @@ void NetworkSession::startCall(NetworkId id, platform::UrlRequest request,
         QMetaObject::invokeMethod(this, [this, id] { calls_.erase(id); }, Qt::QueuedConnection);
     };
     auto& call = calls_[id];
-    call = std::make_unique<HttpCall>(connections_, ssl_, std::move(request), std::move(caller), onEnd);
+    call = std::make_unique<HttpCall>(connections_, tls_, std::move(request), std::move(caller), onEnd);
     call->start();
 }
 
@@ -38,7 +37,7 @@ void NetworkSession::cancelCall(NetworkId id) {
 void NetworkSession::startLines(NetworkId id, platform::UrlRequest request,
                                 runtime::Continuation<platform::UrlResponse> caller) {
     auto& lines = lines_[id];
-    lines = std::make_unique<HttpLines>(connections_, ssl_, std::move(request), std::move(caller));
+    lines = std::make_unique<HttpLines>(connections_, tls_, std::move(request), std::move(caller));
     lines->start();
 }
 
@@ -52,7 +51,7 @@ void NetworkSession::dropLines(NetworkId id) {
 }
 
 void NetworkSession::addSocket(NetworkId id, platform::UrlRequest request) {
-    sockets_[id] = std::make_unique<SocketConnection>(ssl_, std::move(request), closing_);
+    sockets_[id] = std::make_unique<SocketConnection>(tls_, std::move(request), closing_);
 }
 
 SocketConnection* NetworkSession::socket(NetworkId id) {
@@ -65,13 +64,11 @@ void NetworkSession::dropSocket(NetworkId id) {
 }
 
 Network::Network(QString authorities, KeptConnections::Uptime uptime)
-    : authorities_(std::move(authorities))
+    : tls_(std::move(authorities))
     , uptime_(std::move(uptime)) {}
 
 void Network::addSession(NetworkId id) {
-    if (!ssl_)
-        ssl_ = std::make_unique<QSslConfiguration>(sslConfiguration(authorities_));
-    sessions_[id] = std::make_unique<NetworkSession>(*ssl_, closingSockets_, uptime_);
+    sessions_[id] = std::make_unique<NetworkSession>(tls_, closingSockets_, uptime_);
 }
 
 NetworkSession* Network::session(NetworkId id) {

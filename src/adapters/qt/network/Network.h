@@ -5,9 +5,9 @@
 #include "adapters/qt/network/HttpLines.h"
 #include "adapters/qt/network/KeptConnections.h"
 #include "adapters/qt/network/SocketConnection.h"
+#include "adapters/qt/network/TlsConfiguration.h"
 
 #include <QObject>
-#include <QSslConfiguration>
 #include <QString>
 #include <cstdint>
 #include <functional>
@@ -22,7 +22,7 @@ using NetworkId = std::uint64_t;
 /// all.
 class NetworkSession final : public QObject {
 public:
-    NetworkSession(const QSslConfiguration& ssl, ClosingSockets& closing, KeptConnections::Uptime uptime);
+    NetworkSession(TlsConfiguration& tls, ClosingSockets& closing, KeptConnections::Uptime uptime);
     ~NetworkSession() override;
 
     void startCall(NetworkId id, platform::UrlRequest request,
@@ -41,7 +41,7 @@ public:
     void dropSocket(NetworkId id);
 
 private:
-    const QSslConfiguration ssl_;
+    TlsConfiguration& tls_;
     ClosingSockets& closing_;
     KeptConnections connections_;
     std::map<NetworkId, std::unique_ptr<HttpCall>> calls_;
@@ -63,10 +63,9 @@ public:
     void endAllSessions(std::function<void()> done);
 
 private:
-    const QString authorities_;
+    TlsConfiguration tls_;
     const KeptConnections::Uptime uptime_;
     ClosingSockets closingSockets_;
-    std::unique_ptr<QSslConfiguration> ssl_; ///< read from the system at the first session
     std::map<NetworkId, std::unique_ptr<NetworkSession>> sessions_;
 };
 

@@ -2,7 +2,6 @@
 
 #include "base/WebAddress.h"
 
-#include <QSslCertificate>
 #include <algorithm>
 #include <cmath>
 
@@ -21,17 +20,6 @@ bool isControlCharacter(char c) {
 }
 
 } // namespace
-
-QSslConfiguration sslConfiguration(const QString& authorities) {
-    auto configuration = QSslConfiguration::defaultConfiguration();
-    if (authorities.isEmpty())
-        return configuration;
-    const auto extra = QSslCertificate::fromPath(authorities);
-    // Without its own list, Qt loads the system's authorities when they are needed.
-    if (!extra.isEmpty())
-        configuration.setCaCertificates(QSslConfiguration::systemCaCertificates() + extra);
-    return configuration;
-}
 
 std::optional<QUrl> parseUrl(const std::string& text, const QString& scheme, const QString& secureScheme) {
     const auto address = base::WebAddress::parse(text);
@@ -59,10 +47,15 @@ std::chrono::milliseconds millisecondsOf(double seconds) {
     return std::chrono::milliseconds(std::llround(bounded * 1000));
 }
 
+bool isSecure(const QUrl& url) {
+    return url.scheme() == QStringLiteral("https") || url.scheme() == QStringLiteral("wss");
+}
+
 QNetworkRequest makeRequest(const QUrl& url, const std::vector<platform::HttpHeader>& headers,
-                            const QSslConfiguration& ssl) {
+                            TlsConfiguration& tls) {
     QNetworkRequest request(url);
-    request.setSslConfiguration(ssl);
+    if (isSecure(url))
+        request.setSslConfiguration(tls.get());
     request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);

@@ -1,17 +1,15 @@
 #pragma once
 
+#include "adapters/qt/network/TlsConfiguration.h"
+
 #include "platform/UrlSession.h"
 
 #include <QNetworkRequest>
-#include <QSslConfiguration>
 #include <QUrl>
 #include <chrono>
 #include <optional>
 
 namespace sonvale::adapters::qt {
-
-/// Returns the system's authorities together with the authorities in this file; empty for none.
-QSslConfiguration sslConfiguration(const QString& authorities);
 
 /// Returns nullopt if `text` is not a `base::WebAddress` of one of these two schemes.
 std::optional<QUrl> parseUrl(const std::string& text, const QString& scheme, const QString& secureScheme);
@@ -22,9 +20,12 @@ bool areValidHeaders(const std::vector<platform::HttpHeader>& headers);
 /// Returns the time as a value that a timer accepts, up to a day, for any number.
 std::chrono::milliseconds millisecondsOf(double seconds);
 
+/// Returns whether the connection to this address, which `parseUrl` has returned, uses TLS.
+bool isSecure(const QUrl& url);
+
 /// Makes a request that leaves no trace: no cookies, no cache, no stored passwords. Qt follows none of its
 /// redirects.
 QNetworkRequest makeRequest(const QUrl& url, const std::vector<platform::HttpHeader>& headers,
-                            const QSslConfiguration& ssl);
+                            TlsConfiguration& tls);
 
 } // namespace sonvale::adapters::qt

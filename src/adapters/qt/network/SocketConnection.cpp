@@ -41,9 +41,9 @@ void watchPeer(qintptr descriptor) {
 
 } // namespace
 
-SocketConnection::SocketConnection(const QSslConfiguration& ssl, platform::UrlRequest request,
+SocketConnection::SocketConnection(TlsConfiguration& tls, platform::UrlRequest request,
                                    ClosingSockets& closing)
-    : ssl_(ssl)
+    : tls_(tls)
     , request_(std::move(request))
     , closing_(closing) {
     handshakeLimit_.setSingleShot(true);
@@ -64,13 +64,14 @@ void SocketConnection::open() {
     }
 
     socket_ = std::make_unique<QWebSocket>();
-    socket_->setSslConfiguration(ssl_);
+    if (isSecure(*url))
+        socket_->setSslConfiguration(tls_.get());
     socket_->setProxy(SystemProxy::forSocket(*url));
     socket_->setMaxAllowedIncomingFrameSize(maxMessageBytes);
     socket_->setMaxAllowedIncomingMessageSize(maxMessageBytes);
     watch();
     handshakeLimit_.start(millisecondsOf(request_.timeoutSeconds));
-    socket_->open(makeRequest(*url, request_.headers, ssl_));
+    socket_->open(makeRequest(*url, request_.headers, tls_));
 
     transport_ = socket_ ? transportOf(*socket_) : nullptr;
     if (!transport_)

@@ -2,13 +2,13 @@
 
 #include "adapters/qt/network/ClosingSockets.h"
 #include "adapters/qt/network/NetworkErrors.h"
+#include "adapters/qt/network/TlsConfiguration.h"
 
 #include "platform/UrlSession.h"
 #include "platform/WebSocketTask.h"
 
 #include <QAbstractSocket>
 #include <QObject>
-#include <QSslConfiguration>
 #include <QTimer>
 #include <QWebSocket>
 #include <deque>
@@ -20,7 +20,7 @@ namespace sonvale::adapters::qt {
 /// One WebSocket on the network thread. Destroying it closes it as "going away".
 class SocketConnection final : public QObject {
 public:
-    SocketConnection(const QSslConfiguration& ssl, platform::UrlRequest request, ClosingSockets& closing);
+    SocketConnection(TlsConfiguration& tls, platform::UrlRequest request, ClosingSockets& closing);
     ~SocketConnection() override;
 
     void open();
@@ -44,7 +44,7 @@ private:
     /// Ends the waiting calls with this error and returns the socket, which may be null.
     std::unique_ptr<QWebSocket> endWaits(platform::UrlError::Code code);
 
-    const QSslConfiguration ssl_;
+    TlsConfiguration& tls_;
     const platform::UrlRequest request_;
     ClosingSockets& closing_;
     std::unique_ptr<QWebSocket> socket_;
