@@ -34,6 +34,22 @@ struct AacFileWriter::Work {
         , format(fileFormat)
         , module(std::move(source)) {}
 
+    /// Waits for the audio that queues before the encoder is made, or for the end of a shorter recording.
+    void waitForAudio() {
+        std::unique_lock lock(mutex);
+        changed.wait(lock, [this] {
+            return isClosing ||
+                   static_cast<double>(framesWritten) >= secondsBeforeEncoder * format.sampleRate;
+        });
+    }
+
+    /// Waits for buffers. Returns none at the end of the recording.
+    std::deque<platform::PcmBufferPtr> takeBuffers() {
+        std::unique_lock lock(mutex);
+        changed.wait(lock, [this] { return isClosing || !buffers.empty(); });
+        return std::exchange(buffers, {});
+    }
+
     FileDescriptor file; ///< used only by the thread after the start, like `module`
     const platform::AudioFormat format;
     const ModuleSource module;
@@ -109,28 +125,18 @@ void AacFileWriter::run(const std::shared_ptr<Work>& work) {
             error = failure;
     };
 
-    {
-        std::unique_lock lock(work->mutex);
-        work->changed.wait(lock, [&] {
-            return work->isClosing ||
-                   static_cast<double>(work->framesWritten) >= secondsBeforeEncoder * work->format.sampleRate;
-        });
-    }
+    work->waitForAudio();
     std::unique_ptr<RecordingEncoder> encoder; // stays null if it cannot be made; then all buffers are lost
     attempt([&] { encoder = work->module().makeEncoder(std::move(work->file), work->format); });
     for (;;) {
-        std::deque<platform::PcmBufferPtr> batch;
-        {
-            std::unique_lock lock(work->mutex);
-            work->changed.wait(lock, [&] { return work->isClosing || !work->buffers.empty(); });
-            batch.swap(work->buffers);
-        }
+        // Freed before the wait for the next ones.
+        const auto batch = work->takeBuffers();
         if (batch.empty())
             break;
-        if (!encoder)
-            continue;
-        for (const auto& buffer : batch)
-            attempt([&] { encoder->encode(*buffer); });
+        for (const auto& buffer : batch) {
+            if (encoder)
+                attempt([&] { encoder->encode(*buffer); });
+        }
     }
     if (encoder)
         attempt([&] { encoder->finish(); });
