@@ -167,7 +167,7 @@ TEST(Command, TypesTheInstructionIfTheModelFailsOrDoesNotAnswer) {
     speakAndRelease(session);
     const double releaseKey = monotonicSeconds();
     ASSERT_TRUE(session.program.waitForTimings("stopDictation total: ", 2, 60)) << session.program.output();
-    EXPECT_NEAR(monotonicSeconds() - releaseKey, 30, 5);
+    EXPECT_GE(monotonicSeconds() - releaseKey, 29) << "the limit of an instruction is 30 s";
     EXPECT_TRUE(session.editor.comesToHold("make it longer", 10)) << session.program.output();
     EXPECT_EQ(session.program.auditCount("error", "command-processing-failed"), 2U);
     EXPECT_EQ(session.program.history().size(), 2U);

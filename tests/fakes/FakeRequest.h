@@ -46,6 +46,7 @@ public:
         , headers(request.headers)
         , body(copyOf(request.body))
         , timeoutSeconds(request.timeoutSeconds)
+        , connectTimeoutSeconds(request.connectTimeoutSeconds)
         , lines(std::move(answerBody))
         , live_(request.body) {}
 
@@ -95,6 +96,7 @@ public:
     const std::vector<platform::HttpHeader> headers;
     const std::optional<std::string> body; ///< a copy, made with the request
     const double timeoutSeconds;
+    const std::optional<double> connectTimeoutSeconds;
     const std::shared_ptr<FakeBody> lines; ///< for an answer that is read line by line, else null
 
 private:

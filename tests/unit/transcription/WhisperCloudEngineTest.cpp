@@ -109,6 +109,7 @@ TEST_F(WhisperCloudEngineTest, PostsTheFileToTheServiceWithTheKey) {
     EXPECT_EQ(request->header("Authorization"), "Bearer sk-own");
     EXPECT_EQ(request->header("X-App-Version"), std::nullopt);
     EXPECT_EQ(request->timeoutSeconds, 30);
+    EXPECT_EQ(request->connectTimeoutSeconds, 8) << "the user waits";
     const auto type = request->header("Content-Type").value();
     const std::string prefix = "multipart/form-data; boundary=";
     ASSERT_TRUE(type.starts_with(prefix));
