@@ -35,7 +35,7 @@ public:
     /// Returns the number of the newer version (`Newer`), its page (`NewerAt`), the reason (`Failed`), or an
     /// empty text.
     QString detail() const { return detail_; }
-    /// Starts a check. Does nothing while a check runs.
+    /// Starts a check. A running check goes on, and no second one starts.
     Q_INVOKABLE void check();
 
     Q_SIGNAL void changed();
